@@ -1,0 +1,43 @@
+# Flags of every target, and the two functions that keep the folders' CMakeLists short.
+
+find_package(Threads REQUIRED)
+
+find_program(CCACHE_PROGRAM ccache)
+if(CCACHE_PROGRAM)
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
+endif()
+
+# The same scene gives the same bits in every build: no contraction, no fast-math. Position
+# independent, because the objects end up in the plug-in module and the Python module too.
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+add_library(dravin_flags INTERFACE)
+target_compile_features(dravin_flags INTERFACE cxx_std_20)
+target_compile_options(dravin_flags INTERFACE
+    -Wall -Wextra -Wpedantic -Wno-unused-parameter -ffp-contract=off -fno-math-errno
+    -fno-trapping-math)
+target_include_directories(dravin_flags INTERFACE ${PROJECT_SOURCE_DIR})
+target_link_libraries(dravin_flags INTERFACE Threads::Threads)
+if(DRAVIN_SANITIZE)
+    target_compile_options(dravin_flags INTERFACE -fsanitize=${DRAVIN_SANITIZE}
+        -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    target_link_options(dravin_flags INTERFACE -fsanitize=${DRAVIN_SANITIZE})
+endif()
+
+# dravin_library(name SOURCES a.cpp … PUBLIC lib … PRIVATE lib …): one folder's static library.
+function(dravin_library name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+    add_library(${name} STATIC ${ARG_SOURCES})
+    target_link_libraries(${name} PUBLIC dravin_flags ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE})
+endfunction()
+
+# dravin_test(name SOURCES a_test.cpp … LIBS lib …): one GoogleTest program, one CTest entry.
+function(dravin_test name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE dravin_flags ${ARG_LIBS} GTest::gmock GTest::gtest_main)
+    target_compile_definitions(${name} PRIVATE DRAVIN_SOURCE_DIR="${PROJECT_SOURCE_DIR}"
+        DRAVIN_BINARY_DIR="${PROJECT_BINARY_DIR}")
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES TIMEOUT 600
+        ENVIRONMENT "DRAVIN_HOME=${PROJECT_SOURCE_DIR}/data")
+endfunction()

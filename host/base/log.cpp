@@ -1,0 +1,38 @@
+#include "host/base/log.h"
+
+#include <atomic>
+#include <cstdio>
+#include <mutex>
+#include <utility>
+
+namespace {
+
+std::atomic<int> g_level{0};
+std::mutex g_mutex;
+
+LogSink& Sink() {
+    static LogSink sink = [](LogKind kind, const std::string& text) {
+        const char* prefix = kind == LogKind::kWarning ? "warning: "
+                             : kind == LogKind::kError ? "error: "
+                                                       : "";
+        std::fprintf(stderr, "%s%s\n", prefix, text.c_str());
+    };
+    return sink;
+}
+
+}  // namespace
+
+int SetLogLevel(int level) { return g_level.exchange(level); }
+int GetLogLevel() { return g_level.load(); }
+
+LogSink SetLogSink(LogSink sink) {
+    std::lock_guard lock(g_mutex);
+    return std::exchange(Sink(), std::move(sink));
+}
+
+void Log(LogKind kind, const std::string& text) {
+    bool wanted = kind == LogKind::kWarning || kind == LogKind::kError || int(kind) <= GetLogLevel();
+    if (!wanted) return;
+    std::lock_guard lock(g_mutex);
+    if (Sink()) Sink()(kind, text);
+}

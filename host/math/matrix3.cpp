@@ -1,0 +1,140 @@
+#include "host/math/matrix3.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+constexpr double kDegreesToRadians = 0.017453292519943295;
+
+struct SinCos {
+    float s, c;
+    explicit SinCos(float radians) : s(std::sin(radians)), c(std::cos(radians)) {}
+};
+
+}  // namespace
+
+Matrix3 Matrix3::RotationX(float radians) {
+    SinCos a(radians);
+    return {{{1, 0, 0}, {0, a.c, a.s}, {0, -a.s, a.c}, {}}};
+}
+
+Matrix3 Matrix3::RotationY(float radians) {
+    SinCos a(radians);
+    return {{{a.c, 0, -a.s}, {0, 1, 0}, {a.s, 0, a.c}, {}}};
+}
+
+Matrix3 Matrix3::RotationZ(float radians) {
+    SinCos a(radians);
+    return {{{a.c, a.s, 0}, {-a.s, a.c, 0}, {0, 0, 1}, {}}};
+}
+
+// A rotation about one axis mixes the two other rows only.
+void Matrix3::PreRotateX(float radians) {
+    SinCos a(radians);
+    Point3 y = row[1], z = row[2];
+    row[1] = y * a.c + z * a.s;
+    row[2] = z * a.c - y * a.s;
+}
+
+void Matrix3::PreRotateY(float radians) {
+    SinCos a(radians);
+    Point3 x = row[0], z = row[2];
+    row[0] = x * a.c - z * a.s;
+    row[2] = x * a.s + z * a.c;
+}
+
+void Matrix3::PreRotateZ(float radians) {
+    SinCos a(radians);
+    Point3 x = row[0], y = row[1];
+    row[0] = x * a.c + y * a.s;
+    row[1] = y * a.c - x * a.s;
+}
+
+Box3 Matrix3::BoxTransform(const Box3& box) const {
+    Box3 result;
+    if (box.IsEmpty()) return result;
+    for (int i = 0; i < 8; ++i) result += PointTransform(box[i]);
+    return result;
+}
+
+bool Matrix3::Equals(const Matrix3& m, float tolerance) const {
+    for (int i = 0; i < 4; ++i)
+        for (int k = 0; k < 3; ++k)
+            if (!(std::abs(row[i][k] - m.row[i][k]) <= tolerance)) return false;
+    return true;
+}
+
+Matrix3 Inverse(const Matrix3& m) {
+    double a[3][3];
+    for (int i = 0; i < 3; ++i)
+        for (int k = 0; k < 3; ++k) a[i][k] = m.row[i][k];
+    auto cofactor = [&](int i, int k) {
+        int i1 = (i + 1) % 3, i2 = (i + 2) % 3, k1 = (k + 1) % 3, k2 = (k + 2) % 3;
+        return a[i1][k1] * a[i2][k2] - a[i1][k2] * a[i2][k1];
+    };
+    double det = a[0][0] * cofactor(0, 0) + a[0][1] * cofactor(0, 1) + a[0][2] * cofactor(0, 2);
+    if (det == 0 || !std::isfinite(det)) return {};
+
+    double inv[3][3];
+    for (int i = 0; i < 3; ++i)
+        for (int k = 0; k < 3; ++k) inv[i][k] = cofactor(k, i) / det;
+    Matrix3 result;
+    for (int k = 0; k < 3; ++k) {
+        double translation = 0;
+        for (int i = 0; i < 3; ++i) {
+            result.row[i][k] = float(inv[i][k]);
+            translation -= double(m.row[3][i]) * inv[i][k];
+        }
+        result.row[3][k] = float(translation);
+    }
+    return result;
+}
+
+// Shepperd's method (1978): start from the largest component, so that nothing cancels.
+Quat Quat::FromMatrix(const Matrix3& m) {
+    const Point3 &x = m.row[0], &y = m.row[1], &z = m.row[2];
+    float trace = x.x + y.y + z.z;
+    Quat q;
+    if (trace > 0) {
+        float s = std::sqrt(trace + 1) * 2;
+        q = {(y.z - z.y) / s, (z.x - x.z) / s, (x.y - y.x) / s, s / 4};
+    } else if (x.x > y.y && x.x > z.z) {
+        float s = std::sqrt(1 + x.x - y.y - z.z) * 2;
+        q = {s / 4, (y.x + x.y) / s, (z.x + x.z) / s, (y.z - z.y) / s};
+    } else if (y.y > z.z) {
+        float s = std::sqrt(1 + y.y - x.x - z.z) * 2;
+        q = {(y.x + x.y) / s, s / 4, (z.y + y.z) / s, (z.x - x.z) / s};
+    } else {
+        float s = std::sqrt(1 + z.z - x.x - y.y) * 2;
+        q = {(z.x + x.z) / s, (z.y + y.z) / s, s / 4, (x.y - y.x) / s};
+    }
+    return q;
+}
+
+Matrix3 Quat::ToMatrix() const {
+    return {{{1 - 2 * (y * y + z * z), 2 * (x * y + z * w), 2 * (x * z - y * w)},
+             {2 * (x * y - z * w), 1 - 2 * (x * x + z * z), 2 * (y * z + x * w)},
+             {2 * (x * z + y * w), 2 * (y * z - x * w), 1 - 2 * (x * x + y * y)},
+             {}}};
+}
+
+Matrix3 EulerDegreesToMatrix(const Point3& degrees) {
+    auto radians = [](float angle) { return float(angle * kDegreesToRadians); };
+    return Matrix3::RotationX(radians(degrees.x)) * Matrix3::RotationY(radians(degrees.y)) *
+           Matrix3::RotationZ(radians(degrees.z));
+}
+
+AffineParts Decompose(const Matrix3& m) {
+    AffineParts parts;
+    parts.translation = m.row[3];
+    float sign = m.Determinant() < 0 ? -1.0f : 1.0f;
+    Matrix3 rotation;
+    rotation.row[0] = Normalize(m.row[0]) * sign;
+    rotation.row[1] = m.row[1] * sign - rotation.row[0] * DotProd(m.row[1] * sign, rotation.row[0]);
+    rotation.row[1] = Normalize(rotation.row[1]);
+    rotation.row[2] = CrossProd(rotation.row[0], rotation.row[1]);
+    parts.rotation = Quat::FromMatrix(rotation);
+    parts.scale = Point3{Length(m.row[0]), Length(m.row[1]), Length(m.row[2])} * sign;
+    return parts;
+}

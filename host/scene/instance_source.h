@@ -1,0 +1,42 @@
+// The one way in which renderers and exporters take instances from an object.
+//
+// A source has prototypes (a mesh with its material, in a space of its own) and instances, each a
+// placed copy of one prototype. Instances are asked for in ranges and written into the caller's
+// buffer, so that nobody ever holds a second copy of millions of records. A source is read-only
+// while it is being read; ranges may be read from several threads at once.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+
+#include "host/geom/mesh.h"
+#include "host/math/color.h"
+
+class Mtl;
+
+struct InstanceRecord {
+    Matrix3 transform;       // prototype space -> world space; may mirror
+    uint32_t prototype = 0;  // index into the source's prototypes
+    int32_t id = 0;          // stable number of the instance (its place in the item list)
+    Color tint;              // colour that tints the instance, and how much of it, 0..1
+    float tintBlend = 0;
+};
+
+class IInstanceSource {
+public:
+    virtual ~IInstanceSource() = default;
+
+    virtual std::string SourceName() const = 0;
+
+    virtual size_t NumPrototypes() const = 0;
+    virtual std::string PrototypeName(size_t prototype) const = 0;
+    // Never null while the source lives; may be empty (then its instances show nothing).
+    virtual const Mesh* PrototypeMesh(size_t prototype) const = 0;
+    // Null: the host's default grey.
+    virtual const Mtl* PrototypeMtl(size_t prototype) const = 0;
+
+    virtual size_t NumInstances() const = 0;
+    // Writes instances first .. first + out.size() - 1, which must exist.
+    virtual void GetInstances(size_t first, std::span<InstanceRecord> out) const = 0;
+};

@@ -1,0 +1,51 @@
+// Materials: what a face with a given material id looks like.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/scene/texmap.h"
+
+class Mtl : public ReferenceTarget {
+public:
+    std::string name;
+
+    // Sub-materials of a multi-material; 0 for a plain one.
+    virtual int NumSubMtls() const { return 0; }
+    virtual Mtl* GetSubMtl(int i) const { return nullptr; }
+
+    std::string ClassName() const override { return "Mtl"; }
+};
+
+// Diffuse colour and opacity, each with an optional map. The map replaces the colour; the opacity
+// map's luminance (times its alpha) multiplies the opacity.
+class StandardMtl : public Mtl {
+public:
+    Color diffuse{0.8f, 0.8f, 0.8f};
+    float opacity = 1;
+    bool twoSided = false;
+    Reference<Texmap> diffuseMap{this};
+    Reference<Texmap> opacityMap{this};
+
+    std::string ClassName() const override { return "Standard"; }
+};
+
+// A list of materials; a face with material id m shows entry m modulo the number of entries. An
+// entry may be empty (it shows the host's default grey).
+class MultiMtl : public Mtl {
+public:
+    std::vector<std::unique_ptr<Reference<Mtl>>> subs;
+
+    int NumSubMtls() const override { return int(subs.size()); }
+    Mtl* GetSubMtl(int i) const override { return subs[size_t(i)]->Get(); }
+    void Append(std::shared_ptr<Mtl> sub) {
+        subs.push_back(std::make_unique<Reference<Mtl>>(this));
+        *subs.back() = std::move(sub);
+    }
+    std::string ClassName() const override { return "Multi"; }
+};
+
+// The plain material that a face with id `matID` shows under `mtl`, through nested multi-materials;
+// null for the default grey.
+const StandardMtl* MtlOfFace(const Mtl* mtl, int matID);

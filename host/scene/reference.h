@@ -1,0 +1,96 @@
+// References between scene entities, with change messages.
+//
+// A ReferenceTarget can be referred to; it is shared (std::shared_ptr) and knows its dependents. A
+// ReferenceMaker holds Reference slots: a slot keeps its target alive, registers the maker as a
+// dependent and hears its messages. Changes travel up: target -> every maker that holds it -> (when
+// the maker is a target itself and does not stop the message) its dependents. Scene graph work
+// happens on one thread; nothing here locks.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/math/interval.h"
+
+class ReferenceTarget;
+
+enum class RefMessage : int {
+    kTargetDeleted = 0x20,
+    kChange = 0x50,
+    kNodeNameChanged = 0xF7,
+    kSubAnimStructureChanged = 0x162,
+    kNodeTransformChanged = 0x232,
+};
+
+enum class RefResult { kSucceed, kStop };
+
+// What a change message says about where it came from.
+struct RefChange {
+    RefMessage message = RefMessage::kChange;
+    Interval interval = Interval::Forever();
+    int paramId = -1;     // of a parameter block: the changed parameter, -1 when not known
+    int tabIndex = -1;    // element of a list parameter, -1 when not known
+};
+
+class ReferenceMaker {
+public:
+    virtual ~ReferenceMaker() = default;
+    ReferenceMaker() = default;
+    ReferenceMaker(const ReferenceMaker&) = delete;
+    ReferenceMaker& operator=(const ReferenceMaker&) = delete;
+
+    // A target held by one of this maker's slots sent `change`. kStop keeps it from going further.
+    virtual RefResult NotifyRefChanged(const RefChange& change, ReferenceTarget* from) {
+        return RefResult::kSucceed;
+    }
+};
+
+class ReferenceTarget : public ReferenceMaker, public std::enable_shared_from_this<ReferenceTarget> {
+public:
+    // Sends `change` to all dependents, and through those that are targets further up.
+    void NotifyDependents(const RefChange& change = {});
+    // Tells all dependents that this target leaves the scene; their slots become empty.
+    void NotifyDeleted();
+
+    // Number of slots that hold this target.
+    size_t NumDependents() const { return m_dependents.size(); }
+
+    virtual std::string ClassName() const { return "ReferenceTarget"; }
+
+private:
+    friend class ReferenceBase;
+    std::vector<class ReferenceBase*> m_dependents;
+    bool m_sending = false;  // a cycle of references must not send a message round for ever
+};
+
+// One slot of a maker. Not copied; the maker outlives it (declare slots as members of the maker).
+class ReferenceBase {
+public:
+    explicit ReferenceBase(ReferenceMaker* maker) : m_maker(maker) {}
+    ~ReferenceBase() { Assign(nullptr); }
+    ReferenceBase(const ReferenceBase&) = delete;
+    ReferenceBase& operator=(const ReferenceBase&) = delete;
+
+protected:
+    void Assign(std::shared_ptr<ReferenceTarget> target);
+
+    friend class ReferenceTarget;
+    ReferenceMaker* m_maker;
+    std::shared_ptr<ReferenceTarget> m_target;
+};
+
+template <class T>
+class Reference : public ReferenceBase {
+public:
+    using ReferenceBase::ReferenceBase;
+
+    Reference& operator=(std::shared_ptr<T> target) {
+        Assign(std::move(target));
+        return *this;
+    }
+    T* Get() const { return static_cast<T*>(m_target.get()); }
+    std::shared_ptr<T> Share() const { return std::static_pointer_cast<T>(m_target); }
+    T* operator->() const { return Get(); }
+    explicit operator bool() const { return m_target != nullptr; }
+};
