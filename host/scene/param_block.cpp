@@ -423,7 +423,8 @@ bool IParamBlock2::SetElements(ParamID id, std::vector<ParamElement> elements) {
         StoreElement(*param, 0, std::move(elements[0]));
         return true;
     }
-    return Edit(*param, std::move(elements), ListChange::kCount, 0, Count(id));
+    int count = int(elements.size());
+    return Edit(*param, std::move(elements), ListChange::kAssign, 0, count);
 }
 
 bool IParamBlock2::SetKeys(ParamID id, std::vector<ParamKey> keys, int index) {

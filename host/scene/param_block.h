@@ -22,7 +22,9 @@ class IParamBlock2;
 class Mtl;
 class Texmap;
 
-enum class ListChange { kAppend, kInsert, kDelete, kCount };
+// kCount: the length was set, elements to be filled come later; kAssign: the whole list was
+// replaced.
+enum class ListChange { kAppend, kInsert, kDelete, kCount, kAssign };
 
 // Called when a parameter is about to change or a list has changed shape. Stateless: the block
 // knows its owner.

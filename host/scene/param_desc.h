@@ -151,6 +151,11 @@ public:
     ParamBlockDesc2(int blockId, std::string blockName, std::string rolloutTitle, int slot,
                     bool open, std::vector<ParamDef> defs);
 
+    // Moved, not copied: the lookup by name points into the table.
+    ParamBlockDesc2(ParamBlockDesc2&&) = default;
+    ParamBlockDesc2(const ParamBlockDesc2&) = delete;
+    ParamBlockDesc2& operator=(const ParamBlockDesc2&) = delete;
+
     // Null when the block has no such parameter.
     const ParamDef* Find(ParamID paramId) const;
     const ParamDef* Find(std::string_view paramName) const;
