@@ -33,7 +33,7 @@ void ForEachGroup(Visit visit) {
 static_assert(sizeof(ItemPlace) == 140 && sizeof(ItemExtents) == 16 && sizeof(ItemColors) == 32 &&
               sizeof(ItemCell) == 28 && sizeof(ItemSurface) == 32 && sizeof(ItemUvws) == 84 &&
               sizeof(ItemFactors) == 36 && sizeof(ItemBorders) == 32 && sizeof(ItemLooks) == 20 &&
-              sizeof(ItemSource) == 132);
+              sizeof(ItemSource) == 128);
 
 bool IsStored(uint32_t bit, uint32_t groups) { return bit == 0 || (groups & bit); }
 
