@@ -19,3 +19,7 @@ int ParticleObject::AddEvent(std::shared_ptr<INode> node) {
     *m_events.back() = std::move(node);
     return int(m_events.size()) - 1;
 }
+
+INode* ParticleObject::GetEvent(int i) const {
+    return i < 0 ? nullptr : m_events[size_t(i)]->Get();
+}

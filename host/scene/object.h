@@ -144,7 +144,7 @@ public:
     // Event nodes that particles point at. The same node keeps its index.
     int AddEvent(std::shared_ptr<INode> node);
     int NumEvents() const { return int(m_events.size()); }
-    INode* GetEvent(int i) const { return i < 0 ? nullptr : m_events[size_t(i)]->Get(); }
+    INode* GetEvent(int i) const;  // null for -1
 
     bool IsParticleSystem() const override { return true; }
     std::string ClassName() const override { return "Particles"; }

@@ -91,7 +91,6 @@ struct ParamDef {
     std::string (*elementName)(const IParamBlock2& block, int index) = nullptr;
 
     ParamValue defaultValue;  // of a list: of each new element
-    bool hasDefault = false;  // a default was stated (a stated "" or 0 is none)
     bool hasRange = false;
     double min = 0, max = 0;
 
@@ -120,9 +119,7 @@ struct ParamDef {
         return elementName = f, *this;
     }
     // The value must fit the type: a float for float and world, an int for int, bool and time.
-    ParamDef& Default(ParamValue value) {
-        return defaultValue = std::move(value), hasDefault = true, *this;
-    }
+    ParamDef& Default(ParamValue value) { return defaultValue = std::move(value), *this; }
     ParamDef& Range(double low, double high) {
         return hasRange = true, min = low, max = high, *this;
     }
