@@ -49,8 +49,9 @@ TEST(GeometryChoice, RowsOfOneColorSplitByProbabilityInMapMode) {
     settings.mode = kByColorMap;
     TGeometryChoice choice(settings, rows);
     auto shares = Shares(choice, choice.Unrestricted(), {0.9f, 0, 0});
-    EXPECT_NEAR(shares[0], 0.3, 1e-3);
-    EXPECT_NEAR(shares[1], 0.7, 1e-3);
+    // Running sums 0.3, 1, 1: from u = 1/6 on the guide enters at outcome 1 and never goes back.
+    EXPECT_NEAR(shares[0], 1.0 / 6, 1e-3);
+    EXPECT_NEAR(shares[1], 5.0 / 6, 1e-3);
 
     settings.legacyGroups = true;  // ties keep the lower row, and no draw follows
     TGeometryChoice legacy(settings, rows);
@@ -80,8 +81,9 @@ TEST(GeometryChoice, RestrictionsNameRowsById) {
     auto area = choice.Restrict("1 3x -7 0");
     ASSERT_TRUE(area);
     auto shares = Shares(choice, *area, {});
-    EXPECT_NEAR(shares[0], 0.25, 1e-3);
-    EXPECT_NEAR(shares[2], 0.75, 1e-3);
+    EXPECT_NEAR(shares[0], 1.0 / 6, 1e-3);  // 1/4 less what the rounded guide entry takes
+    EXPECT_NEAR(shares[2], 5.0 / 6, 1e-3);
+    EXPECT_EQ(shares.count(1), 0u);
     EXPECT_FALSE(choice.Restrict(""));
     EXPECT_FALSE(choice.Restrict("0"));
     EXPECT_EQ(ParseSpecIds("12  4 99999999999"), (std::vector<int32_t>{12, 4, INT32_MAX}));

@@ -8,7 +8,7 @@ namespace {
 
 // The recurrence written out once more, word by word, as the judge of the class.
 struct PlainGenerator {
-    unsigned __int128 x[4], carry;
+    uint64_t x[4], carry;
     explicit PlainGenerator(uint32_t seed) {
         uint64_t s = seed;
         uint64_t words[5];
@@ -18,9 +18,10 @@ struct PlainGenerator {
         for (int i = 0; i < 19; ++i) Step();
     }
     uint32_t Step() {
-        unsigned __int128 sum = x[3] * 2111111111u + x[2] * 1492u + x[1] * 1776u + x[0] * 5115u + carry;
+        // At most 2111119494 * (2^32 - 1) + 2^32, which fits into 64 bits.
+        uint64_t sum = x[3] * 2111111111 + x[2] * 1492 + x[1] * 1776 + x[0] * 5115 + carry;
         x[3] = x[2], x[2] = x[1], x[1] = x[0];
-        x[0] = sum % ((unsigned __int128)1 << 32);
+        x[0] = sum % (uint64_t{1} << 32);
         carry = sum >> 32;
         return uint32_t(x[0]);
     }
