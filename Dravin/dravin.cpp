@@ -1,5 +1,7 @@
 #include "Dravin/dravin.h"
 
+#include "Dravin/build/dravin_build.h"
+
 namespace {
 
 constexpr CurveDefaults kFalloff{100, 100, 0, 0};
@@ -39,6 +41,7 @@ TDravin::TDravin() {
     }
     for (int slot = 0; slot < kNumDravinSlots; ++slot) m_slots.emplace_back(this);
     CreateCurveSets();
+    m_build = std::make_unique<TDravinBuild>(*this);
 }
 
 TDravin::~TDravin() = default;

@@ -42,6 +42,8 @@ struct DravinCurveName {
 };
 std::span<const DravinCurveName> DravinCurveNames();
 
+class TDravinBuild;
+
 class TDravin : public Object, public IDravinParamOwner {
 public:
     // All parameters have their defaults, all curve sets their default curves.
@@ -69,6 +71,12 @@ public:
 
     // Hand-edited items; they count only while `mode` is 1.
     std::vector<TStoredItem> storedItems;
+
+    // The object's build: items, status and statistics of the last one.
+    TDravinBuild& Build() { return *m_build; }
+    const TDravinBuild& Build() const { return *m_build; }
+    // The largest row id handed out so far.
+    int specIdCounter = 0;
 
     // Who redraws the panel, if anybody, and who goes between the editing modes. Without a mode
     // switcher the mode just changes.
@@ -98,4 +106,5 @@ private:
     // By block id, and by slot for everything that is no block.
     std::deque<Reference<IParamBlock2>> m_blocks;
     std::deque<Reference<ReferenceTarget>> m_slots;
+    std::unique_ptr<TDravinBuild> m_build;
 };

@@ -31,7 +31,7 @@ struct TBuildFlags {
 
 class TDravinBuild {
 public:
-    explicit TDravinBuild(TDravin& object) : m_object(object) {}
+    explicit TDravinBuild(TDravin& object);
     ~TDravinBuild();
 
     void BuildMesh(TimeValue time, const TBuildFlags& flags);
@@ -62,8 +62,6 @@ public:
 
 private:
     void Run(const TParameters& parameters);
-    TBuildStatus CheckPreconditions(const TParameters& parameters) const;
-    TBuildStatus MakeInput(const TParameters& parameters);
     void FinishStatus();
 
     TDravin& m_object;
