@@ -6,8 +6,6 @@
 
 namespace {
 
-constexpr int kBakeSize = 512;
-
 // Linear light of each 8-bit display value.
 const std::array<float, 256>& LinearTable() {
     static const std::array<float, 256> table = [] {
@@ -20,10 +18,20 @@ const std::array<float, 256>& LinearTable() {
 
 uint8_t ToByte(float value) { return uint8_t(std::lround(std::clamp(value, 0.f, 1.f) * 255)); }
 
-// Index in [0, size) of a texel of an image that repeats.
-int Repeat(int i, int size) {
-    i %= size;
-    return i < 0 ? i + size : i;
+// Index in [0, size) of the texel that stands at place i, which may lie outside the image.
+int WrapIndex(int i, int size, BitmapTex::Wrap wrap) {
+    if (wrap == BitmapTex::Wrap::kClamp) return std::clamp(i, 0, size - 1);
+    int period = wrap == BitmapTex::Wrap::kMirror ? 2 * size : size;
+    i %= period;
+    if (i < 0) i += period;
+    return i < size ? i : 2 * size - 1 - i;
+}
+
+// Brings a coordinate near the image, where float places texels exactly.
+float WrapCoordinate(float x, BitmapTex::Wrap wrap) {
+    if (!std::isfinite(x)) return 0;
+    if (wrap == BitmapTex::Wrap::kClamp) return std::clamp(x, -1.f, 2.f);
+    return x - 2 * std::floor(x / 2);
 }
 
 }  // namespace
@@ -42,33 +50,27 @@ Color DisplayToLinear(Color c) {
 
 RenderTexture::RenderTexture(const Texmap& map, Use use)
     : m_map(&map), m_use(use), m_channels(use == Use::kColor ? 3 : 1) {
-    if (!map.ImageFile().empty() && map.tiling.x != 0 && map.tiling.y != 0) {
-        Bake();
-        AddCoarserLevels();
-    }
+    auto* bitmap = dynamic_cast<const BitmapTex*>(&map);
+    if (!bitmap || !bitmap->Image() || bitmap->Image()->IsEmpty()) return;
+    m_wrap = bitmap->wrap;
+    m_isNearest = bitmap->filter == BitmapTex::Filter::kNearest;
+    Bake(*bitmap->Image());
+    AddCoarserLevels();
 }
 
-void RenderTexture::Bake() {
+void RenderTexture::Bake(const Bitmap& image) {
     Level& level = m_levels.emplace_back();
-    level.width = level.height = kBakeSize;
-    level.texels.resize(size_t(kBakeSize) * kBakeSize * size_t(m_channels));
-    std::vector<TexPoint> points(kBakeSize);
-    std::vector<AColor> colors(kBakeSize);
-    uint8_t* out = level.texels.data();
-    for (int y = 0; y < kBakeSize; ++y) {
-        for (int x = 0; x < kBakeSize; ++x) {
-            // The map applies its own tiling and offset: undo them to walk over the image once.
-            float u = (float(x) + 0.5f) / kBakeSize, v = (float(y) + 0.5f) / kBakeSize;
-            points[size_t(x)].uvw = {(u - m_map->offset.x) / m_map->tiling.x,
-                                     (v - m_map->offset.y) / m_map->tiling.y, 0};
-        }
-        m_map->EvalColors(points, colors);
-        for (const AColor& c : colors)
+    level.width = image.Width();
+    level.height = image.Height();
+    level.texels.reserve(size_t(level.width) * size_t(level.height) * size_t(m_channels));
+    for (int y = 0; y < level.height; ++y)
+        for (int x = 0; x < level.width; ++x) {
+            AColor c = image.Pixel(x, y);
             if (m_use == Use::kMask)
-                *out++ = ToByte(Luminance(c.Rgb()) * c.a);
+                level.texels.push_back(ToByte(Luminance(c.Rgb()) * c.a));
             else
-                for (float value : {c.r, c.g, c.b}) *out++ = ToByte(value);
-    }
+                for (float value : {c.r, c.g, c.b}) level.texels.push_back(ToByte(value));
+        }
 }
 
 void RenderTexture::AddCoarserLevels() {
@@ -99,22 +101,21 @@ void RenderTexture::AddCoarserLevels() {
 }
 
 RenderTexture::Footprint RenderTexture::Locate(Point2 uv, float width) const {
-    float u = uv.x * m_map->tiling.x + m_map->offset.x;
-    float v = uv.y * m_map->tiling.y + m_map->offset.y;
-    // A place far outside the first tile keeps only its fraction: coordinates stay exact in float.
-    u -= std::floor(u);
-    v -= std::floor(v);
+    float u = WrapCoordinate(uv.x * m_map->tiling.x + m_map->offset.x, m_wrap);
+    float v = WrapCoordinate(uv.y * m_map->tiling.y + m_map->offset.y, m_wrap);
     float scale = std::max(std::fabs(m_map->tiling.x), std::fabs(m_map->tiling.y));
     float texels = width * scale * float(std::max(m_levels[0].width, m_levels[0].height));
     int level = texels > 1 ? std::ilogb(texels * 1.41421356f) : 0;
     const Level& l = m_levels[size_t(std::clamp(level, 0, int(m_levels.size()) - 1))];
-    float x = u * float(l.width) - 0.5f, y = v * float(l.height) - 0.5f;
+    float x = u * float(l.width), y = v * float(l.height);
+    if (m_isNearest && level == 0) x = std::floor(x) + 0.5f, y = std::floor(y) + 0.5f;
+    x -= 0.5f, y -= 0.5f;
     int x0 = int(std::floor(x)), y0 = int(std::floor(y));
     return {&l,
-            Repeat(x0, l.width),
-            Repeat(x0 + 1, l.width),
-            Repeat(y0, l.height),
-            Repeat(y0 + 1, l.height),
+            WrapIndex(x0, l.width, m_wrap),
+            WrapIndex(x0 + 1, l.width, m_wrap),
+            WrapIndex(y0, l.height, m_wrap),
+            WrapIndex(y0 + 1, l.height, m_wrap),
             x - float(x0),
             y - float(y0)};
 }

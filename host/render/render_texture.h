@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "host/math/color.h"
-#include "host/scene/texmap.h"
+#include "host/scene/texmaps.h"
 
 // sRGB transfer functions (IEC 61966-2-1), 0..1 on both sides.
 float DisplayToLinear(float value);
@@ -41,11 +41,13 @@ private:
         int x0, x1, y0, y1;
         float u, v;
     };
-    void Bake();
+    void Bake(const Bitmap& image);
     void AddCoarserLevels();
     Footprint Locate(Point2 uv, float width) const;
 
     const Texmap* m_map;
+    BitmapTex::Wrap m_wrap = BitmapTex::Wrap::kTile;
+    bool m_isNearest = false;  // of the finest level
     Use m_use;
     int m_channels;
     std::vector<Level> m_levels;  // finest first; empty for maps without an image

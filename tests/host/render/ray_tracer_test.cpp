@@ -114,8 +114,7 @@ TEST(RayTracer, StripedMaskLetsHalfTheLightThrough) {
         RenderScene scene = NoonScene();
         Mesh floor = MakePlane(100, 100), roof = MakePlane(40, 40);
         auto white = MakeMtl({1, 1, 1}), cut = MakeMtl({1, 1, 1});
-        auto mask = std::make_shared<StripeMask>();
-        mask->isImage = isImage;
+        auto mask = MakeStripes(isImage);
         mask->tiling = {50, 1};
         cut->opacityMap = mask;
         scene.nodes = {{&floor, white.get(), {}},
@@ -205,7 +204,7 @@ TEST(RayTracer, AnyNumberOfThreadsGivesTheSameBits) {
     Mesh ground = MakePlane(60, 60);
     auto mtl = MakeMtl({0.4f, 0.6f, 0.3f});
     mtl->translucency = 0.3f;
-    mtl->opacityMap = std::make_shared<StripeMask>();
+    mtl->opacityMap = MakeStripes();
     ListSource source;
     source.prototypes = {MakeSphere(1, 12), MakeCone(1, 2, 12)};
     source.mtl = mtl;

@@ -31,17 +31,22 @@ public:
     }
 };
 
-// Columns of one width, cut out of a mask: opaque where the fraction of 4u is below one half.
-class StripeMask : public Texmap {
+// Four columns a unit, alternately opaque and cut away; as an image, or computed at every point.
+class ComputedStripes : public Texmap {
 public:
-    bool isImage = true;
     AColor EvalColor(const TexPoint& p) const override {
-        float u = Place(p.uvw).x * 4;
-        u -= std::floor(u);
-        return u < 0.5f ? AColor{1, 1, 1, 1} : AColor{0, 0, 0, 1};
+        float u = Place(p.uvw).x * 2;
+        return u - std::floor(u) < 0.5f ? AColor{1, 1, 1, 1} : AColor{0, 0, 0, 1};
     }
-    std::string ImageFile() const override { return isImage ? "stripes" : ""; }
 };
+
+inline std::shared_ptr<Texmap> MakeStripes(bool isImage = true) {
+    if (!isImage) return std::make_shared<ComputedStripes>();
+    auto map = std::make_shared<BitmapTex>(BitmapLoader{});
+    map->SetImage(std::make_shared<Bitmap>(4, 1, 1, std::vector<uint8_t>{255, 0, 255, 0}));
+    map->filter = BitmapTex::Filter::kNearest;
+    return map;
+}
 
 inline std::shared_ptr<StandardMtl> MakeMtl(Color displayColor) {
     auto mtl = std::make_shared<StandardMtl>();

@@ -63,8 +63,7 @@ TEST(TraceScene, OcclusionEndsAtTheRaysLength) {
 TEST(TraceScene, FacesThatAMaskLeavesWholeNeedNoTest) {
     Mesh plane = MakePlane(1, 1, 8, 1);  // columns alternate between opaque and cut
     auto mtl = MakeMtl({1, 1, 1});
-    auto mask = std::make_shared<StripeMask>();
-    mtl->opacityMap = mask;
+    mtl->opacityMap = MakeStripes();
     RenderMaterials materials;
     RenderMesh mesh(plane, mtl.get(), Matrix3{}, materials);
     EXPECT_EQ(mesh.NumFaces(), 16u);
@@ -76,13 +75,13 @@ TEST(TraceScene, FacesThatAMaskLeavesWholeNeedNoTest) {
 TEST(TraceScene, MaskDecidesByPlaceAndWideRaysByShare) {
     Mesh plane = MakePlane(8, 8);
     auto mtl = MakeMtl({1, 1, 1});
-    mtl->opacityMap = std::make_shared<StripeMask>();
+    mtl->opacityMap = MakeStripes();
     RenderScene scene;
     scene.nodes = {{&plane, mtl.get(), {}}};
     TraceScene trace(scene);
     TraceHit hit;
     EXPECT_TRUE(trace.Intersect(Down(-3.5f, 0), &hit));   // u = 1/16: opaque
-    EXPECT_FALSE(trace.Intersect(Down(-2.5f, 0), &hit));  // u = 3/16: cut away
+    EXPECT_FALSE(trace.Intersect(Down(-1.5f, 0), &hit));  // u = 5/16: cut away
     int hits = 0;
     for (uint32_t seed = 0; seed < 2000; ++seed) {
         TraceRay wide = Down(-3.5f, 0);
@@ -101,4 +100,27 @@ TEST(TraceScene, FaceIndicesOutOfRangeShowNothing) {
     TraceScene trace(scene);
     TraceHit hit;
     EXPECT_FALSE(trace.Intersect(Down(0, 0), &hit));
+}
+
+TEST(RenderTexture, WrapsAsTheMapSays) {
+    auto map = std::make_shared<BitmapTex>(BitmapLoader{});
+    map->SetImage(std::make_shared<Bitmap>(2, 1, 1, std::vector<uint8_t>{0, 255}));
+    map->filter = BitmapTex::Filter::kNearest;
+    auto at = [&](BitmapTex::Wrap wrap, float u) {
+        map->wrap = wrap;
+        return RenderTexture(*map, RenderTexture::Use::kMask).LookUpMask({u, 0.5f}, 0, {});
+    };
+    EXPECT_EQ(at(BitmapTex::Wrap::kTile, 1.25f), 0);
+    EXPECT_EQ(at(BitmapTex::Wrap::kMirror, 1.25f), 1);
+    EXPECT_EQ(at(BitmapTex::Wrap::kClamp, 7), 1);
+    EXPECT_EQ(at(BitmapTex::Wrap::kTile, -0.25f), 1);
+    EXPECT_EQ(at(BitmapTex::Wrap::kMirror, -0.25f), 0);
+}
+
+TEST(RenderTexture, CoarseLevelsAverageLinearLight) {
+    auto map = std::make_shared<BitmapTex>(BitmapLoader{});
+    map->SetImage(std::make_shared<Bitmap>(2, 2, 1, std::vector<uint8_t>{0, 255, 255, 0}));
+    RenderTexture color(*map, RenderTexture::Use::kColor), mask(*map, RenderTexture::Use::kMask);
+    EXPECT_NEAR(color.LookUp({0.3f, 0.3f}, 10, {}).g, 0.5f, 0.005f);
+    EXPECT_NEAR(mask.LookUpMask({0.3f, 0.3f}, 10, {}), 0.5f, 0.005f);
 }
