@@ -1,0 +1,103 @@
+#include "host/base/file_input.h"
+
+#include <cerrno>
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <fmt/format.h>
+
+namespace {
+
+const char* KindName(mode_t mode) {
+    if (S_ISDIR(mode)) return "a folder";
+    if (S_ISFIFO(mode)) return "a pipe";
+    if (S_ISSOCK(mode)) return "a socket";
+    return "a device";
+}
+
+// Descriptor of a regular file open for reading, -1 with a reason otherwise.
+int OpenRegular(const std::string& path, uint64_t* size, std::string* error) {
+    if (path.find('\0') != std::string::npos) {
+        *error = "the file name contains a NUL character";
+        return -1;
+    }
+    // O_NONBLOCK keeps a FIFO without a writer from blocking the open.
+    int fd = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+    struct stat info {};
+    if (fd < 0 || fstat(fd, &info) != 0) {
+        *error = fmt::format("{}: cannot open the file: {}", path, std::strerror(errno));
+        if (fd >= 0) close(fd);
+        return -1;
+    }
+    if (!S_ISREG(info.st_mode)) {
+        *error = fmt::format("{}: is {}, expected a file", path, KindName(info.st_mode));
+        close(fd);
+        return -1;
+    }
+    *size = uint64_t(info.st_size);
+    return fd;
+}
+
+}  // namespace
+
+std::optional<uint64_t> RegularFileSize(const std::string& path, std::string* error) {
+    uint64_t size = 0;
+    int fd = OpenRegular(path, &size, error);
+    if (fd < 0) return std::nullopt;
+    close(fd);
+    return size;
+}
+
+std::optional<std::string> ReadWholeFile(const std::string& path, uint64_t limit,
+                                         std::string* error) {
+    uint64_t size = 0;
+    int fd = OpenRegular(path, &size, error);
+    if (fd < 0) return std::nullopt;
+    if (size > limit) {
+        *error = fmt::format("{}: {} bytes, at most {} are read", path, size, limit);
+        close(fd);
+        return std::nullopt;
+    }
+    std::string bytes(size, '\0');
+    size_t done = 0;
+    while (done < bytes.size()) {
+        ssize_t n = read(fd, bytes.data() + done, bytes.size() - done);
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0) {
+            *error = fmt::format("{}: cannot read the file: {}", path, std::strerror(errno));
+            close(fd);
+            return std::nullopt;
+        }
+        if (n == 0) break;  // the file became shorter meanwhile
+        done += size_t(n);
+    }
+    close(fd);
+    bytes.resize(done);
+    return bytes;
+}
+
+MappedFile::~MappedFile() {
+    if (m_data) munmap(const_cast<char*>(m_data), m_size);
+}
+
+bool MappedFile::Open(const std::string& path, std::string* error) {
+    uint64_t size = 0;
+    int fd = OpenRegular(path, &size, error);
+    if (fd < 0) return false;
+    if (size > 0) {
+        void* data = mmap(nullptr, size, PROT_READ, MAP_PRIVATE, fd, 0);
+        if (data == MAP_FAILED) {
+            *error = fmt::format("{}: cannot map the file: {}", path, std::strerror(errno));
+            close(fd);
+            return false;
+        }
+        m_data = static_cast<const char*>(data);
+        m_size = size;
+    }
+    close(fd);
+    return true;
+}

@@ -1,0 +1,39 @@
+// Files that are read: regular files only, opened without ever blocking.
+//
+// A path that someone else wrote may name a device, a FIFO or a folder; all of these are refused
+// with a clear message, before anything is read or allocated.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+// Size in bytes of the regular file at `path`; none, with a reason in `error`, when there is none
+// or it cannot be read.
+std::optional<uint64_t> RegularFileSize(const std::string& path, std::string* error);
+
+// The file's bytes, at most `limit` of them: a longer file is an error that names both numbers.
+std::optional<std::string> ReadWholeFile(const std::string& path, uint64_t limit,
+                                         std::string* error);
+
+// A file's bytes in the address space, read from disk only as far as they are looked at. The file
+// must not be shortened by others while it is mapped. Movable by pointer only; safe to read from
+// threads.
+class MappedFile {
+public:
+    MappedFile() = default;
+    ~MappedFile();
+    MappedFile(const MappedFile&) = delete;
+    MappedFile& operator=(const MappedFile&) = delete;
+
+    // False with a reason in `error` when the file cannot be opened. An empty file maps to no
+    // bytes.
+    bool Open(const std::string& path, std::string* error);
+    std::string_view Bytes() const { return {m_data, m_size}; }
+
+private:
+    const char* m_data = nullptr;
+    size_t m_size = 0;
+};

@@ -1,0 +1,111 @@
+#include "host/base/atomic_file.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "tests/temp_folder.h"
+
+TEST(AtomicFile, AppearsAtCommitOnly) {
+    TempFolder folder;
+    folder.Write("a.txt", "old");
+    AtomicFile file;
+    std::string error;
+    ASSERT_TRUE(file.Open(folder.File("a.txt"), &error)) << error;
+    file.Write("new");
+    EXPECT_EQ(file.Size(), 3u);
+    EXPECT_EQ(folder.Read("a.txt"), "old");
+    ASSERT_TRUE(file.Commit(&error)) << error;
+    EXPECT_EQ(folder.Read("a.txt"), "new");
+    EXPECT_EQ(folder.NumFiles(), 1u);
+}
+
+TEST(AtomicFile, WithoutCommitNothingChanges) {
+    TempFolder folder;
+    folder.Write("a.txt", "old");
+    {
+        AtomicFile file;
+        std::string error;
+        ASSERT_TRUE(file.Open(folder.File("a.txt"), &error));
+        file.Write(std::string(1 << 20, 'x'));
+    }
+    EXPECT_EQ(folder.Read("a.txt"), "old");
+    EXPECT_EQ(folder.NumFiles(), 1u);
+}
+
+TEST(AtomicFile, LargeAndSmallWritesKeepTheirOrder) {
+    TempFolder folder;
+    AtomicFile file;
+    std::string error, expected;
+    ASSERT_TRUE(file.Open(folder.File("a.bin"), &error));
+    for (size_t i = 0; i < 40; ++i) {
+        std::string piece(i % 3 == 0 ? 300000 : i * 17, char('a' + i % 26));
+        file.Write(piece);
+        expected += piece;
+    }
+    file.Overwrite(1, "HEAD");
+    expected.replace(1, 4, "HEAD");
+    ASSERT_TRUE(file.Commit(&error));
+    EXPECT_TRUE(folder.Read("a.bin") == expected);
+}
+
+TEST(AtomicFile, UnwritableTargetsAreClearErrors) {
+    TempFolder folder;
+    AtomicFile file;
+    std::string error;
+    EXPECT_FALSE(file.Open(folder.File("missing/a.txt"), &error));
+    EXPECT_NE(error.find("missing/a.txt: cannot write the file: No such file"), error.npos)
+        << error;
+    EXPECT_FALSE(file.Open(folder.File(""), &error));
+    EXPECT_NE(error.find("it is a folder"), error.npos) << error;
+    EXPECT_FALSE(file.Open("", &error));
+    EXPECT_FALSE(file.Commit(&error));
+}
+
+TEST(AtomicFile, FullDeviceIsReportedAtCommit) {
+    AtomicFile file;
+    std::string error;
+    ASSERT_TRUE(file.Open("/dev/full", &error)) << error;
+    file.Write("x");
+    EXPECT_FALSE(file.Commit(&error));
+    EXPECT_EQ(error, "/dev/full: cannot write the file: No space left on device");
+}
+
+TEST(AtomicFile, DevicesStayDevices) {
+    AtomicFile file;
+    std::string error;
+    ASSERT_TRUE(file.Open("/dev/null", &error)) << error;
+    file.Write("x");
+    EXPECT_TRUE(file.Commit(&error)) << error;
+    struct stat info {};
+    ASSERT_EQ(stat("/dev/null", &info), 0);
+    EXPECT_TRUE(S_ISCHR(info.st_mode));
+}
+
+TEST(AtomicFile, LinksAndPermissionsStay) {
+    TempFolder folder;
+    folder.Write("real.txt", "old");
+    ASSERT_EQ(chmod(folder.File("real.txt").c_str(), 0640), 0);
+    ASSERT_EQ(symlink("real.txt", folder.File("link.txt").c_str()), 0);
+    AtomicFile file;
+    std::string error;
+    ASSERT_TRUE(file.Open(folder.File("link.txt"), &error));
+    file.Write("new");
+    ASSERT_TRUE(file.Commit(&error));
+    EXPECT_EQ(folder.Read("real.txt"), "new");
+    EXPECT_TRUE(std::filesystem::is_symlink(folder.File("link.txt")));
+    struct stat info {};
+    ASSERT_EQ(stat(folder.File("real.txt").c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777, 0640u);
+}
+
+TEST(AtomicFile, SignalHandlersRemoveWhatIsOpen) {
+    TempFolder folder;
+    AtomicFile first, second;
+    std::string error;
+    ASSERT_TRUE(first.Open(folder.File("a"), &error) && second.Open(folder.File("b"), &error));
+    EXPECT_EQ(folder.NumFiles(), 2u);
+    AtomicFile::RemoveTemporaryFiles();
+    EXPECT_EQ(folder.NumFiles(), 0u);
+    EXPECT_FALSE(first.Commit(&error));
+}

@@ -1,0 +1,47 @@
+#include "host/base/file_input.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "tests/temp_folder.h"
+
+TEST(FileInput, ReadsAndMapsWholeFiles) {
+    TempFolder folder;
+    std::string bytes("a\0b\n", 4), error, path = folder.Write("f", bytes);
+    EXPECT_EQ(RegularFileSize(path, &error), 4u);
+    EXPECT_EQ(ReadWholeFile(path, 4, &error), bytes);
+    MappedFile file;
+    ASSERT_TRUE(file.Open(path, &error));
+    EXPECT_EQ(file.Bytes(), bytes);
+}
+
+TEST(FileInput, EmptyFileHasNoBytes) {
+    TempFolder folder;
+    std::string error, path = folder.Write("f", "");
+    MappedFile file;
+    ASSERT_TRUE(file.Open(path, &error)) << error;
+    EXPECT_TRUE(file.Bytes().empty());
+    EXPECT_EQ(ReadWholeFile(path, 0, &error), "");
+}
+
+TEST(FileInput, LimitIsNamed) {
+    TempFolder folder;
+    std::string error, path = folder.Write("f", "12345");
+    EXPECT_FALSE(ReadWholeFile(path, 4, &error));
+    EXPECT_EQ(error, path + ": 5 bytes, at most 4 are read");
+}
+
+TEST(FileInput, EverythingButFilesIsRefused) {
+    TempFolder folder;
+    std::string error, fifo = folder.File("fifo");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    EXPECT_FALSE(RegularFileSize(fifo, &error));
+    EXPECT_EQ(error, fifo + ": is a pipe, expected a file");
+    EXPECT_FALSE(RegularFileSize("/dev/zero", &error));
+    EXPECT_EQ(error, "/dev/zero: is a device, expected a file");
+    EXPECT_FALSE(RegularFileSize(folder.File(""), &error));
+    EXPECT_NE(error.find("is a folder"), error.npos);
+    EXPECT_FALSE(RegularFileSize(folder.File("none"), &error));
+    EXPECT_NE(error.find("No such file"), error.npos);
+    EXPECT_FALSE(RegularFileSize(std::string("a\0b", 3), &error));
+}
