@@ -7,7 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/base/text.h"
-#include "host/io/json_text.h"
+#include "host/io/json_places.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/base/atomic_file.h"
-#include "host/io/json_text.h"
+#include "host/io/json_places.h"
 #include "host/io/scene_description.h"
 
 using Json = nlohmann::ordered_json;

@@ -1,4 +1,4 @@
-#include "host/io/json_text.h"
+#include "host/io/json_places.h"
 
 #include <algorithm>
 #include <charconv>
@@ -178,7 +178,8 @@ void Pretty(const nlohmann::ordered_json& value, size_t indent, size_t used, std
     // Numbers and rows of numbers fill lines; anything else takes a line each.
     size_t column = kLineWidth;
     for (auto it = value.begin(); it != value.end(); ++it) {
-        std::string head = value.is_object() ? nlohmann::json(it.key()).dump() + ": " : "";
+        std::string head;
+        if (value.is_object()) head = fmt::format("{}: ", nlohmann::json(it.key()).dump());
         std::string one =
             value.is_array() ? Inline(*it, kLineWidth - blanks.size()) : std::string();
         bool packs = value.is_array() && !it->is_object() && !one.empty();
@@ -187,7 +188,7 @@ void Pretty(const nlohmann::ordered_json& value, size_t indent, size_t used, std
             out += " ";
             column += one.size() + 2;
         } else {
-            out += "\n" + blanks;
+            out.append(1, '\n').append(blanks);
             column = packs ? blanks.size() + one.size() : kLineWidth;
         }
         out += head;
@@ -197,7 +198,7 @@ void Pretty(const nlohmann::ordered_json& value, size_t indent, size_t used, std
             Pretty(*it, indent + 2, head.size(), out);
         first = false;
     }
-    out += "\n" + std::string(indent, ' ') + (value.is_array() ? "]" : "}");
+    out.append(1, '\n').append(indent, ' ').append(value.is_array() ? "]" : "}");
 }
 
 }  // namespace
