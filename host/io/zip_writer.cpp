@@ -38,6 +38,7 @@ void ZipWriter::Begin(const std::string& name, uint64_t size) {
 }
 
 void ZipWriter::Write(std::string_view bytes) {
+    if (bytes.empty()) return;  // the check sum of a null pointer is that of a fresh start
     Entry& entry = m_entries.back();
     entry.crc =
         uint32_t(crc32_z(entry.crc, reinterpret_cast<const Bytef*>(bytes.data()), bytes.size()));
