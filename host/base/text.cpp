@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
+#include <limits>
 
 #include <fmt/format.h>
 
@@ -29,8 +31,8 @@ size_t EditDistance(std::string_view a, std::string_view b) {
     for (size_t j = 0; j <= b.size(); ++j) d[0][j] = j;
     for (size_t i = 1; i <= a.size(); ++i)
         for (size_t j = 1; j <= b.size(); ++j) {
-            d[i][j] = std::min({d[i - 1][j] + 1, d[i][j - 1] + 1,
-                                d[i - 1][j - 1] + (a[i - 1] != b[j - 1])});
+            d[i][j] = std::min(
+                {d[i - 1][j] + 1, d[i][j - 1] + 1, d[i - 1][j - 1] + (a[i - 1] != b[j - 1])});
             if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
                 d[i][j] = std::min(d[i][j], d[i - 2][j - 2] + 1);
         }
@@ -44,6 +46,50 @@ std::optional<long long> ParseInteger(std::string_view text) { return ParseWhole
 
 std::string FormatNumber(float value) { return Shortest(value); }
 std::string FormatNumber(double value) { return Shortest(value); }
+
+std::string FormatTwelveDigits(double value) {
+    if (!std::isfinite(value)) return Shortest(value);
+    if (value == 0) return std::signbit(value) ? "-0." : "0.";
+    std::string text = fmt::format("{:.11e}", value);  // d.ddddddddddde-xx
+    size_t e = text.find('e');
+    int exponent = std::stoi(text.substr(e + 1));
+    bool negative = text[0] == '-';
+    std::string digits = text.substr(negative, 1) + text.substr(negative + 2, e - negative - 2);
+    digits.erase(digits.find_last_not_of('0') + 1);
+    std::string sign = negative ? "-" : "";
+    if (exponent < -1 || exponent >= 12)
+        return fmt::format("{}{}.{}e{}{:03}", sign, digits[0], digits.substr(1),
+                           exponent < 0 ? '-' : '+', std::abs(exponent));
+    if (exponent == -1) return sign + "0." + digits;
+    size_t whole = size_t(exponent) + 1;
+    if (digits.size() < whole) digits.append(whole - digits.size(), '0');
+    return sign + digits.substr(0, whole) + "." + digits.substr(whole);
+}
+
+double ParseLeadingNumber(std::string_view text) {
+    text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n\v\f"), text.size()));
+    if (text.size() > 1 && text[0] == '+' && text[1] != '-') text.remove_prefix(1);
+    double value = 0;
+    auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error == std::errc::result_out_of_range) {
+        // Too large or too small to hold: as strtod, infinity or zero by the exponent's sign.
+        bool tiny = std::string_view(text.data(), size_t(end - text.data())).find("e-") !=
+                    std::string_view::npos;
+        double size = tiny ? 0 : std::numeric_limits<double>::infinity();
+        return text[0] == '-' ? -size : size;
+    }
+    return error == std::errc{} ? value : 0;
+}
+
+int ParseLeadingInteger(std::string_view text) {
+    text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n\v\f"), text.size()));
+    if (text.size() > 1 && text[0] == '+' && text[1] != '-') text.remove_prefix(1);
+    int value = 0;
+    auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error == std::errc::result_out_of_range)
+        return text[0] == '-' ? std::numeric_limits<int>::min() : std::numeric_limits<int>::max();
+    return error == std::errc{} ? value : 0;
+}
 
 std::string FormatGrouped(long long value) {
     std::string digits = fmt::format("{}", value);

@@ -25,6 +25,9 @@ public:
     Color diffuse{0.8f, 0.8f, 0.8f};
     float opacity = 1;
     bool twoSided = false;
+    float translucency = 0;  // 0..1: share of the diffuse light that passes to the other side
+    float reflectivity = 0;  // 0..1: strength of a water-like mirror (more of it at flat angles)
+    float ripple = 0;        // slope of small waves on the mirror, about 0.02 on a quiet lake
     Reference<Texmap> diffuseMap{this};
     Reference<Texmap> opacityMap{this};
 

@@ -13,6 +13,7 @@
 
 #include "host/math/interval.h"
 
+class ReferenceBase;
 class ReferenceTarget;
 
 enum class RefMessage : int {
@@ -29,8 +30,8 @@ enum class RefResult { kSucceed, kStop };
 struct RefChange {
     RefMessage message = RefMessage::kChange;
     Interval interval = Interval::Forever();
-    int paramId = -1;     // of a parameter block: the changed parameter, -1 when not known
-    int tabIndex = -1;    // element of a list parameter, -1 when not known
+    int paramId = -1;   // of a parameter block: the changed parameter, -1 when not known
+    int tabIndex = -1;  // element of a list parameter, -1 when not known
 };
 
 class ReferenceMaker {
@@ -44,9 +45,18 @@ public:
     virtual RefResult NotifyRefChanged(const RefChange& change, ReferenceTarget* from) {
         return RefResult::kSucceed;
     }
+    // `slot` is about to lose its target, which leaves the scene; kTargetDeleted follows when it
+    // has.
+    virtual void SlotLosesTarget(const ReferenceBase& slot) {}
+
+    // Numbered reference slots, for makers that let others fill or clone them. Null outside.
+    virtual int NumRefs() const { return 0; }
+    virtual std::shared_ptr<ReferenceTarget> GetReference(int slot) const { return nullptr; }
+    virtual void SetReference(int slot, std::shared_ptr<ReferenceTarget> target) {}
 };
 
-class ReferenceTarget : public ReferenceMaker, public std::enable_shared_from_this<ReferenceTarget> {
+class ReferenceTarget : public ReferenceMaker,
+                        public std::enable_shared_from_this<ReferenceTarget> {
 public:
     // Sends `change` to all dependents, and through those that are targets further up.
     void NotifyDependents(const RefChange& change = {});
@@ -55,12 +65,14 @@ public:
 
     // Number of slots that hold this target.
     size_t NumDependents() const { return m_dependents.size(); }
+    // The makers that hold this target, one entry a slot.
+    std::vector<ReferenceMaker*> Dependents() const;
 
     virtual std::string ClassName() const { return "ReferenceTarget"; }
 
 private:
     friend class ReferenceBase;
-    std::vector<class ReferenceBase*> m_dependents;
+    std::vector<ReferenceBase*> m_dependents;
     bool m_sending = false;  // a cycle of references must not send a message round for ever
 };
 

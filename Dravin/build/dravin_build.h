@@ -1,0 +1,82 @@
+// The build of a scatter object: from its parameters and the scene to items, status and statistics.
+//
+// BuildMesh is the one way in, for viewports, renders, exports and scripts; they differ in its flags
+// only. A build never throws and never runs twice at once for one object: nested calls return
+// without work. Results stay until the next build.
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "Dravin/engine/build_status.h"
+#include "Dravin/engine/item_list.h"
+#include "Dravin/geometry/specimen_list.h"
+#include "host/math/interval.h"
+
+class IInstanceSource;
+class TDravin;
+struct TBuildInput;
+struct TParameters;
+
+struct TBuildFlags {
+    bool noMesh = false;        // distribution only
+    bool render = false;        // render settings and limits
+    bool skipMesh = false;
+    bool viewportOnly = false;
+    bool effectsOff = false;
+    bool noLimit = false;       // all items, whatever the display limits say
+    int forceThreads = 0;       // 0: as the parameters say
+};
+
+class TDravinBuild {
+public:
+    explicit TDravinBuild(TDravin& object);
+    ~TDravinBuild();
+
+    void BuildMesh(TimeValue time, const TBuildFlags& flags);
+
+    TBuildStatus Status() const { return m_panel.status; }
+    TPanelMessage Message() const { return PanelMessage(m_panel, m_statistics); }
+    std::vector<TPanelLine> Panel() const { return StatisticsPanel(m_panel, m_statistics); }
+    const TBuildStatistics& Statistics() const { return m_statistics; }
+    const Interval& Validity() const { return m_validity; }
+    TimeValue Time() const { return m_time; }
+    bool IsRender() const { return m_flags.render; }
+    int BuildCounter() const { return m_buildCounter; }
+
+    const TDravinItemList& Items() const { return m_items; }
+    TDravinItemList& Items() { return m_items; }
+    const TSpecBuildList& Specimens() const { return m_specimens; }
+    // The input of the last build; null before the first.
+    const TBuildInput* Input() const { return m_input.get(); }
+
+    // The items as render instances in world space; reads this build while it stands.
+    std::unique_ptr<IInstanceSource> MakeInstanceSource() const;
+
+    // The object is about to be deleted: no further build starts.
+    void SetDeleting() { m_deleting = true; }
+    // Surface meshes are read again by the next build.
+    void SetSurfacesChanged() { m_rereadSurfaces = true; }
+    void SetValidity(const Interval& validity) { m_validity = validity; }
+
+private:
+    void Run(const TParameters& parameters);
+    void FinishStatus();
+
+    TDravin& m_object;
+    std::mutex m_lock;
+    bool m_running = false;
+    bool m_deleting = false;
+    bool m_rereadSurfaces = false;
+    int m_buildCounter = 0;
+    TimeValue m_time = 0;
+    TBuildFlags m_flags;
+    Interval m_validity;
+    TPanelState m_panel;
+    TBuildStatistics m_statistics;
+    std::unique_ptr<TBuildInput> m_input;
+    std::unique_ptr<class TInputMaker> m_maker;
+    TSpecBuildList m_specimens;
+    TDravinItemList m_items{0u};
+};

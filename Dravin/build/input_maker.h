@@ -1,0 +1,54 @@
+// Turns the parameters of a scatter object and the scene around it into a build input.
+#pragma once
+
+#include <deque>
+#include <memory>
+
+#include "Dravin/build/dravin_build.h"
+#include "Dravin/build/parameters.h"
+#include "Dravin/build/texmap_sampler.h"
+#include "Dravin/engine/build_input.h"
+
+// Owns the samplers and curves that the input points to: it must outlive the input.
+class TInputMaker {
+public:
+    TInputMaker(TDravin& object, const TParameters& parameters, TimeValue time,
+                const TBuildFlags& flags);
+
+    // What the build works in: the object's world transform, and the scene's file.
+    const Matrix3& ObjectTM() const { return m_objectTM; }
+    Scene* GetScene() const { return m_scene; }
+
+    // The input; `valid` is narrowed by everything that is read. rereadSurfaces: arrays of an earlier
+    // time or state are made again.
+    std::unique_ptr<TBuildInput> Make(std::vector<TSpecimen> specimens, TDensityMap density,
+                                      bool rereadSurfaces, Interval* valid);
+
+    // The distribution texture, ready for evaluation; null when there is none.
+    const IMapSampler* DistMap() const { return m_distMap; }
+    // Whether the object distributes by a texture or an image at all.
+    int Threads() const;
+
+private:
+    const IMapSampler* Sampler(Texmap* map, const char* parameter);
+    void SetGrid(TBuildInput& input) const;
+    void SetTransforms(TBuildInput& input);
+    void SetMaps(TBuildInput& input);
+    void SetGeometry(TBuildInput& input) const;
+    void SetSurfaces(TBuildInput& input, bool reread, Interval* valid);
+    void SetSurfaceRules(TBuildInput& input);
+    void SetLookAt(TBuildInput& input) const;
+    void SetShadows(TBuildInput& input) const;
+    TCurveSampler CurveSampler(DravinSlot slot) const;
+    const FalloffCurve* SurfaceCurve(int index);
+
+    TDravin& m_object;
+    const TParameters& m_p;
+    TimeValue m_time;
+    TBuildFlags m_flags;
+    Scene* m_scene = nullptr;
+    Matrix3 m_objectTM, m_objectInverse;
+    std::deque<TTexmapSampler> m_samplers;
+    std::deque<FalloffCurve> m_curves;
+    const IMapSampler* m_distMap = nullptr;
+};

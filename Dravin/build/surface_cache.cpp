@@ -1,0 +1,55 @@
+#include "Dravin/build/surface_cache.h"
+
+#include <algorithm>
+
+// A moved node keeps its array (it lives in the node's own space); changed geometry does not.
+RefResult TSurfaceCache::Entry::NotifyRefChanged(const RefChange& change, ReferenceTarget*) {
+    if (change.message == RefMessage::kChange || change.message == RefMessage::kTargetDeleted)
+        stale = true;
+    return RefResult::kSucceed;
+}
+
+TSurfaceCache::Entry* TSurfaceCache::Find(INode* node, int kind) {
+    auto it = m_entries.find({node, kind});
+    if (it == m_entries.end()) return nullptr;
+    // A deleted node leaves its slot empty; another node may have taken its address since.
+    if (it->second->node.Get() == node) return it->second.get();
+    m_entries.erase(it);
+    return nullptr;
+}
+
+TSurfaceCache::Entry* TSurfaceCache::Build(INode* node, int kind, TimeValue t, int threads) {
+    Object* object = node ? node->GetObjectRef() : nullptr;
+    std::shared_ptr<const Mesh> mesh = object ? object->GetRenderMesh(t) : nullptr;
+    if (!mesh) return nullptr;
+    auto entry = std::make_unique<Entry>();
+    entry->node = std::static_pointer_cast<INode>(node->shared_from_this());
+    entry->array = std::make_shared<TSurfXYArray>(std::move(mesh), threads);
+    entry->time = t;
+    ++m_built;
+    return (m_entries[{node, kind}] = std::move(entry)).get();
+}
+
+std::shared_ptr<const TSurfXYArray> TSurfaceCache::Get(INode* node, int kind, int threads) {
+    Entry* entry = Find(node, kind);
+    if (!entry || entry->stale) entry = Build(node, kind, entry ? entry->time : 0, threads);
+    return entry ? entry->array : nullptr;
+}
+
+std::shared_ptr<const TSurfXYArray> TSurfaceCache::GetAt(INode* node, int kind, TimeValue t,
+                                                         bool reread, int threads) {
+    Entry* entry = Find(node, kind);
+    if (!entry || entry->stale || entry->time != t || reread) entry = Build(node, kind, t, threads);
+    return entry ? entry->array : nullptr;
+}
+
+void TSurfaceCache::Sweep(std::span<const Use> uses) {
+    if (m_opening || m_sweeping) return;
+    m_sweeping = true;
+    std::erase_if(m_entries, [&](const auto& item) {
+        return std::none_of(uses.begin(), uses.end(), [&](const Use& use) {
+            return Key{use.node, use.kind} == item.first;
+        });
+    });
+    m_sweeping = false;
+}

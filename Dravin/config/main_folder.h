@@ -1,0 +1,14 @@
+// Where the product's own files lie.
+#pragma once
+
+#include <string>
+
+// The main folder: $DRAVIN_HOME, else the data folder of the installation (share/dravin beside the
+// program's folder, or data in a folder above it). Empty when there is none.
+std::string MainFolder();
+// Files of the libraries below the main folder.
+std::string DistMapFolder();   // distribution maps and their index.dat
+std::string GeometryFolder();  // geometry templates and their index.dat
+
+// A stored path with either kind of slash as this system's path.
+std::string NativePath(std::string path);

@@ -1,0 +1,110 @@
+// The scatter object: parameters, curves and hand-edited items that fill a scene with instances.
+//
+// The object holds its thirteen parameter blocks and its curve sets in numbered reference slots
+// (dravin_params.h). Parameters are reached by block and id, or by internal name. One thread
+// changes an object.
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "Dravin/curves/curve_set.h"
+#include "Dravin/params/dravin_params.h"
+#include "Dravin/params/param_accessors.h"
+#include "host/math/matrix3.h"
+#include "host/scene/object.h"
+#include "host/scene/param_block.h"
+
+// One item of custom edit mode: what is stored of it, the rest follows from parameters and seed.
+struct TStoredItem {
+    Point3 storedPosition;
+    uint32_t seed = 0;
+    int specimenIndex = 0;
+    Point3 sizeFactor{1, 1, 1};
+    Matrix3 sourceTransform;
+    int elementIndex = 0;
+    int userId = 0;
+
+    friend bool operator==(const TStoredItem&, const TStoredItem&) = default;
+};
+
+// The falloff curves that scene descriptions name, and where they are kept.
+struct DravinCurveName {
+    const char* name;
+    DravinSlot slot;
+    int index;  // of the curve in its set
+    const char* title;
+};
+std::span<const DravinCurveName> DravinCurveNames();
+
+class TDravinBuild;
+
+class TDravin : public Object, public IDravinParamOwner {
+public:
+    // All parameters have their defaults, all curve sets their default curves.
+    static std::shared_ptr<TDravin> Create();
+    TDravin();  // use Create
+    ~TDravin() override;
+
+    IParamBlock2& Block(DravinBlockId id) { return *m_blocks[size_t(id)].Get(); }
+    const IParamBlock2& Block(DravinBlockId id) const { return *m_blocks[size_t(id)].Get(); }
+
+    // The parameter with this internal name; all null when there is none.
+    struct Param {
+        IParamBlock2* block = nullptr;
+        const ParamDef* def = nullptr;
+        explicit operator bool() const { return def != nullptr; }
+    };
+    Param FindParam(std::string_view name);
+    // The block of the object that `target` is, -1 when it is none.
+    int BlockIdOf(const ReferenceTarget* target) const;
+
+    // Curve set of a slot, null when there is none.
+    TCurveSet* CurveSet(DravinSlot slot) const;
+    // Evaluator of one curve, none when the set or the curve does not exist.
+    std::optional<FalloffCurve> Curve(DravinSlot slot, int index) const;
+
+    // Hand-edited items; they count only while `mode` is 1.
+    std::vector<TStoredItem> storedItems;
+
+    // The object's build: items, status and statistics of the last one.
+    TDravinBuild& Build() { return *m_build; }
+    const TDravinBuild& Build() const { return *m_build; }
+    // The largest row id handed out so far.
+    int specIdCounter = 0;
+
+    // Who redraws the panel, if anybody, and who goes between the editing modes. Without a mode
+    // switcher the mode just changes.
+    std::function<void(PanelUpdate)> onPanelUpdate;
+    std::function<bool(int newMode, TimeValue t)> onSwitchMode;
+
+    // After values came from a file: nulls and repeats leave the path and particle node lists.
+    void CleanNodeLists();
+
+    // IDravinParamOwner
+    void UpdatePanel(PanelUpdate what) override;
+    bool SwitchMode(int newMode, TimeValue t) override;
+
+    // ReferenceMaker
+    int NumRefs() const override { return kNumDravinSlots; }
+    std::shared_ptr<ReferenceTarget> GetReference(int slot) const override;
+    // Slots that hold blocks take blocks of the same description only; others are ignored.
+    void SetReference(int slot, std::shared_ptr<ReferenceTarget> target) override;
+
+    // Object
+    bool IsGeomObject() const override { return true; }
+    std::string ClassName() const override { return "Dravin Pro"; }
+
+private:
+    void CreateCurveSets();
+
+    // By block id, and by slot for everything that is no block.
+    std::deque<Reference<IParamBlock2>> m_blocks;
+    std::deque<Reference<ReferenceTarget>> m_slots;
+    std::unique_ptr<TDravinBuild> m_build;
+};

@@ -1,0 +1,16 @@
+// State that all scatter objects of a process share. It belongs to the host context, so that tests
+// create and drop it at will.
+#pragma once
+
+#include "Dravin/build/surface_cache.h"
+#include "Dravin/config/distmap_library.h"
+#include "Dravin/geometry/template_list.h"
+
+struct TDravinGlobals {
+    TSurfaceCache surfaces;
+    TTemplates templates;
+    TDistMapLibrary distMaps;
+};
+
+// Of the current host context, which must exist. Reads the geometry index at the first call.
+TDravinGlobals& DravinGlobals();

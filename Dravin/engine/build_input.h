@@ -1,0 +1,85 @@
+// Everything a build reads, as plain numbers and arrays: no scene behind it.
+//
+// Made once on the building thread (parameters as numbers, surfaces as triangle arrays, maps behind
+// one sampler interface), then read by all workers as const. Whatever it points to outlives the
+// build. Lengths and places are in the space of the scatter object.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Dravin/engine/density_map.h"
+#include "Dravin/engine/falloff_curve.h"
+#include "Dravin/engine/geometry_choice.h"
+#include "Dravin/engine/grid.h"
+#include "Dravin/engine/surface_array.h"
+#include "Dravin/engine/transforms.h"
+#include "host/math/interval.h"
+
+enum DistributionMode { kDistImage = 0, kDistPath = 1, kDistReference = 2, kDistParticles = 3 };
+enum SurfaceMode { kSurfaceXY = 0, kSurfaceUV = 1 };
+
+// A surface that items stand on.
+struct TSurfaceInput {
+    std::shared_ptr<const TSurfXYArray> array;
+    Matrix3 toObject;    // from the surface's space
+    Matrix3 fromObject;
+    bool skip = false;
+};
+
+// A rule over a measure (altitude or slope): hard limits, or falloff curves over the range.
+struct TRangeRule {
+    bool limited = false;
+    float min = 0, max = 0;                       // sorted; slopes in radians
+    const FalloffCurve* densityCurve = nullptr;   // null: off
+    const FalloffCurve* scaleCurve = nullptr;     // null: off
+};
+
+// Which mapping channel each map reads from the surface under an item; -1: the map is not in use.
+struct TMapChannels {
+    int channel[kNumItemMaps];
+    TMapChannels() { std::fill(std::begin(channel), std::end(channel), -1); }
+    bool Any() const {
+        return std::any_of(std::begin(channel), std::end(channel), [](int c) { return c >= 0; });
+    }
+};
+
+struct TBuildInput {
+    TimeValue time = 0;
+    bool render = false;
+    bool customEdit = false;
+    int threads = 1;                     // at least 1
+    int64_t displayLimit = 50000;        // items to keep a display below
+    int64_t renderLimit = 1000000;       // items at which a render build gives up
+    int renderSkip = 0;                  // a render uses every 2^n-th cell
+
+    int distributionMode = kDistImage;
+    int surfaceMode = kSurfaceXY;
+    TGridSettings grid;
+    TDensityMap density;                 // the image; empty with a texture
+    const IMapSampler* distMap = nullptr;  // the texture
+    int distMapChannel = 1;
+    bool drawGizmo = false;
+    bool randomizeStacked = false;
+
+    TTransformSettings transforms;
+    TGeometrySettings geometry;
+    const IMapSampler* diversityMap = nullptr;
+    std::vector<TSpecimen> specimens;    // the rows of the geometry list
+    TCurveSampler rotationCurve, scaleCurve;  // what `transforms` points to when they are in use
+
+    std::vector<TSurfaceInput> surfaces;
+    Box3 surfaceBounds;                  // union of the surfaces' boxes
+    float directionPercent = 100;
+    TRangeRule altitude, slope;
+    TMapChannels channels;
+    bool linkToSurface = true;
+
+    // Log lines of level 2.
+    std::function<void(const std::string&)> debugLog;
+
+    // Groups of the item record that this build fills.
+    uint32_t ItemGroupsNeeded() const;
+};

@@ -1,0 +1,20 @@
+// BuildItemArray: a build input in, an item list out.
+#pragma once
+
+#include "Dravin/engine/build_input.h"
+#include "Dravin/engine/build_status.h"
+#include "Dravin/engine/item_list.h"
+
+// Runs the distribution of the input into `items`, which is emptied and prepared first. Statistics:
+// cells, counts and decimation are set. On a result other than kOk the list is empty. The items are
+// the same for any number of threads. The input must outlive the list, whose items draw their random
+// values again from its settings.
+TBuildResult BuildItemArray(const TBuildInput& input, TDravinItemList& items,
+                            TBuildStatistics& statistics);
+
+// Rows of one task of a grid.
+struct TRowSlice {
+    int64_t first = 0, count = 0;
+};
+// Whole rows in one slice a thread: rows / threads + 1 each, the last one shorter.
+std::vector<TRowSlice> SplitRows(int64_t rows, int threads);

@@ -1,0 +1,283 @@
+#include "Dravin/engine/distribute_grid.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+
+#include <fmt/format.h>
+
+#include "Dravin/engine/build_items.h"
+#include "Dravin/engine/item_pipeline.h"
+#include "common/nurandom/nurandom_batch.h"
+#include "host/base/thread_pool.h"
+
+namespace {
+
+// Cells that are tested, seeded and drawn together.
+constexpr size_t kBatch = 256;
+
+// Outputs of one lane of a batch, in the order in which an item draws them. A rejected output
+// (about one in two million) would shift all later ones; such an item is drawn again alone.
+struct LaneSource {
+    const uint32_t* output;
+    bool rejected = false;
+
+    uint32_t Next() {
+        uint32_t x = *output;
+        output += kBatch;
+        return x;
+    }
+    float Random() {
+        float f = TNuRandom::ToUnit(Next());
+        rejected |= !TNuRandom::IsOpenUnit(f);
+        return f;
+    }
+    int32_t IRandom(int32_t min, int32_t max) {
+        return TNuRandom::ScaleToRange(Next(), min, max);
+    }
+};
+
+// The cells of a batch that pass the map.
+struct CellBatch {
+    size_t count = 0;
+    std::array<int64_t, kBatch> column, row;
+    std::array<Point3, kBatch> point, uvw;
+    std::array<AColor, kBatch> color;
+    std::array<std::optional<TItemHit>, kBatch> hit;
+};
+
+class GridTask {
+public:
+    GridTask(const TBuildInput& input, const TGeometryChoice& geometry, const TGridGroup& group,
+             const TGrid& grid, int32_t decimation, TRowSlice slice, TDravinItemList& items)
+        : m_input(input),
+          m_group(group),
+          m_grid(grid),
+          m_decimation(decimation),
+          m_slice(slice),
+          m_pipeline(input, geometry, items),
+          m_map(group.map ? group.map : input.distMap),
+          m_mapOnSurface(m_map && input.distMapChannel != 0 && !input.surfaces.empty()),
+          m_ownThreshold(std::abs(grid.areaThreshold - input.grid.thresholdPercent) > 0.0001f),
+          m_ordinal(input.randomizeStacked ? uint32_t(group.index) : 0),
+          m_outputs(kStepsPerItem * kBatch),
+          m_batch(std::make_unique<CellBatch>()) {}
+
+    TBuildResult Run() {
+        int64_t lastRow = m_grid.firstRow + m_slice.first + m_slice.count;
+        for (int64_t row = m_grid.firstRow + m_slice.first; row < lastRow; ++row) {
+            if (row % m_decimation != 0) continue;
+            int64_t endColumn = m_grid.firstColumn + m_grid.columns;
+            for (int64_t column = m_grid.firstColumn; column < endColumn; ++column) {
+                if (column % m_decimation != 0) continue;
+                AddCell(column, row);
+                if (m_batch->count < kBatch) continue;
+                if (TBuildResult result = Flush(); result != TBuildResult::kOk) return result;
+            }
+        }
+        return Flush();
+    }
+
+private:
+    // Image: the pixel decides at once. Texture: the cell waits for the batch's evaluation.
+    void AddCell(int64_t column, int64_t row) {
+        CellBatch& b = *m_batch;
+        size_t i = b.count;
+        if (!m_map) {
+            const TDensityMap::Pixel& pixel = m_input.density.At(
+                TileOf(column, m_grid.px).pixel, TileOf(row, m_grid.py).pixel);
+            bool passes = m_ownThreshold
+                              ? Luminance(pixel.color) > m_grid.areaThreshold * 0.01f
+                              : pixel.pass > 0.5f;
+            if (!passes) return;
+            b.color[i] = {pixel.color.r, pixel.color.g, pixel.color.b, 1};
+        }
+        double x = m_grid.X(column), y = m_grid.Y(row);
+        b.column[i] = column;
+        b.row[i] = row;
+        b.point[i] = {float(x), float(y), m_grid.z};
+        b.uvw[i] = {float((x - m_grid.offsetX) / m_grid.dx / m_grid.px),
+                    float((y - m_grid.offsetY) / m_grid.dy / m_grid.py), 0};
+        b.hit[i].reset();
+        ++b.count;
+    }
+
+    // Drops the cells whose texture colour is not above the threshold.
+    void TestTexture() {
+        CellBatch& b = *m_batch;
+        if (m_mapOnSurface) KeepCellsOnSurfaces();
+        std::array<MapPoint, kBatch> points;
+        for (size_t i = 0; i < b.count; ++i) {
+            if (m_mapOnSurface) {
+                const TItemHit& hit = *b.hit[i];
+                const TSurfXYArray& array = *m_input.surfaces[hit.surface].array;
+                points[i] = {array.Uvw(m_input.distMapChannel, hit.local), b.point[i]};
+            } else {
+                points[i] = {b.uvw[i], {b.uvw[i].x * 200, b.uvw[i].y * 200, 0}};
+            }
+        }
+        std::array<AColor, kBatch> colors;
+        m_map->Sample({points.data(), b.count}, {colors.data(), b.count});
+        Keep([&](size_t i) {
+            b.color[i] = colors[i];
+            return Luminance(colors[i].Rgb()) > m_grid.areaThreshold * 0.01f;
+        });
+    }
+
+    void KeepCellsOnSurfaces() {
+        CellBatch& b = *m_batch;
+        Keep([&](size_t i) {
+            Point3 point = m_grid.rotated ? b.point[i] * m_grid.frame : b.point[i];
+            b.hit[i] = SurfaceHit(m_input, point);
+            return b.hit[i].has_value();
+        });
+    }
+
+    // Compacts the batch to the cells for which test(i) holds; it may change cell i only.
+    template <class Test>
+    void Keep(Test test) {
+        CellBatch& b = *m_batch;
+        size_t kept = 0;
+        for (size_t i = 0; i < b.count; ++i) {
+            if (!test(i)) continue;
+            if (kept != i) MoveCell(b, i, b, kept);
+            ++kept;
+        }
+        b.count = kept;
+    }
+
+    static void MoveCell(CellBatch& from, size_t i, CellBatch& to, size_t k) {
+        to.column[k] = from.column[i];
+        to.row[k] = from.row[i];
+        to.point[k] = from.point[i];
+        to.uvw[k] = from.uvw[i];
+        to.color[k] = from.color[i];
+        to.hit[k] = from.hit[i];
+    }
+
+    // Some maps are read before the item is placed; they need the surface under the cell.
+    bool NeedsEarlyHit() const {
+        if (m_input.surfaces.empty()) return false;
+        bool diversity = m_input.geometry.mode == kByColorMap && m_input.diversityMap;
+        return diversity || m_input.transforms.transMap.map;
+    }
+
+    TBuildResult Flush() {
+        CellBatch& b = *m_batch;
+        if (m_map) TestTexture();
+        if (b.count == 0) return TBuildResult::kOk;
+        DrawBatch();
+        for (size_t i = 0; i < b.count; ++i) {
+            bool full = m_input.render && int64_t(m_pipeline.NumProduced()) > m_input.renderLimit;
+            if (full) return TBuildResult::kTooManyItems;
+            ProcessCell(i);
+        }
+        b.count = 0;
+        return TBuildResult::kOk;
+    }
+
+    void HashCell(size_t i, uint32_t hash[4]) const {
+        TTileIndex c = TileOf(m_batch->column[i], m_grid.px), r = TileOf(m_batch->row[i], m_grid.py);
+        hash[0] = uint32_t(c.pixel);
+        hash[1] = uint32_t(c.tile);
+        hash[2] = uint32_t(r.pixel);
+        hash[3] = uint32_t(r.tile);
+    }
+
+    // Seeds and draws all items of the batch in vector lanes. Unused lanes draw too: a fixed stride
+    // is simpler, and nearly all batches are full.
+    void DrawBatch() {
+        std::array<uint32_t, kBatch> seeds{};
+        for (size_t i = 0; i < m_batch->count; ++i) {
+            uint32_t hash[4];
+            HashCell(i, hash);
+            m_seeds[i] = CellSeed(hash) + m_ordinal;
+            seeds[i] = m_input.transforms.seed + m_seeds[i];
+        }
+        DrawSteps(seeds, kStepsPerItem, m_outputs);
+    }
+
+    void ProcessCell(size_t i) {
+        const CellBatch& b = *m_batch;
+        TDravinItem& item = m_pipeline.WorkingItem();
+        HashCell(i, item.hash);
+        item.mapCoordinates = b.uvw[i];
+        item.mapColor = b.color[i];
+        item.sourceIndex = int32_t((b.row[i] - m_grid.firstRow) * m_grid.columns +
+                                   (b.column[i] - m_grid.firstColumn));
+        item.elementIndex = 0;
+        item.stateFlags = 0;
+        item.seed = m_seeds[i];
+        LaneSource lane{&m_outputs[i]};
+        FillRandoms(lane, m_input.transforms, m_pipeline.Ranges(), item);
+        if (lane.rejected)
+            RedrawItemRandoms(m_input.transforms, m_pipeline.Ranges(), m_pipeline.Generator(), item);
+
+        TItemPipeline::TCandidate candidate;
+        candidate.point = b.point[i];
+        candidate.grid = &m_grid;
+        candidate.rows = &m_group.rows;
+        candidate.area = m_group.area;
+        candidate.ordinal = m_ordinal;
+        candidate.hit = b.hit[i];
+        if (NeedsEarlyHit()) {
+            if (!candidate.hit)
+                candidate.hit = SurfaceHit(m_input, m_grid.rotated ? b.point[i] * m_grid.frame
+                                                                   : b.point[i]);
+            if (candidate.hit) m_pipeline.TakeHit(*candidate.hit);
+        }
+        m_pipeline.ProcessCandidate(candidate);
+    }
+
+    const TBuildInput& m_input;
+    const TGridGroup& m_group;
+    const TGrid& m_grid;
+    int32_t m_decimation;
+    TRowSlice m_slice;
+    TItemPipeline m_pipeline;
+    const IMapSampler* m_map;
+    bool m_mapOnSurface;
+    bool m_ownThreshold;
+    uint32_t m_ordinal;
+    std::array<uint32_t, kBatch> m_seeds{};
+    std::vector<uint32_t> m_outputs;  // kStepsPerItem rows of kBatch lanes
+    std::unique_ptr<CellBatch> m_batch;
+};
+
+}  // namespace
+
+TBuildResult DistributeGroup(const TBuildInput& input, const TGeometryChoice& geometry,
+                             const TGridGroup& group, int32_t decimation, TDravinItemList& items,
+                             int32_t* cells) {
+    TGrid grid;
+    TGridResult laid = MakeGrid(input.grid, group.overrides, group.bounds, &grid);
+    if (laid == TGridResult::kTooDense) return TBuildResult::kDensityTooHigh;
+    if (laid == TGridResult::kEmpty) return TBuildResult::kOk;
+    *cells = int32_t(std::min<int64_t>(grid.cells, std::numeric_limits<int32_t>::max()));
+
+    std::vector<TRowSlice> slices = SplitRows(grid.rows, input.threads);
+    if (input.debugLog)
+        input.debugLog(fmt::format("BuildItemArray->DistributeArea({})->Starting {} threads",
+                                   group.index, std::max(1, input.threads)));
+    std::vector<TDravinItemList> parts;
+    for (size_t i = 0; i < slices.size(); ++i) parts.emplace_back(items.Groups());
+    items.ShareSpare(parts);
+    std::vector<TBuildResult> results(slices.size(), TBuildResult::kOk);
+    ParallelFor(slices.size(), input.threads, [&](size_t i) {
+        GridTask task(input, geometry, group, grid, decimation, slices[i], parts[i]);
+        results[i] = task.Run();
+    });
+
+    for (size_t i = 0; i < slices.size(); ++i) {
+        if (results[i] != TBuildResult::kOk) {
+            items.Clear();
+            return results[i];
+        }
+        items.Splice(std::move(parts[i]));
+    }
+    if (input.render && int64_t(items.Count()) > input.renderLimit) {
+        items.Clear();
+        return TBuildResult::kTooManyItems;
+    }
+    return TBuildResult::kOk;
+}

@@ -1,0 +1,159 @@
+#include "Dravin/engine/item_pipeline.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+constexpr float kSmallestRange = 0.0001f;
+constexpr float kLowest = -2147483648.0f;
+
+bool HasRange(const TRangeRule& rule) { return rule.max - rule.min >= kSmallestRange; }
+
+float RulePercent(const FalloffCurve& curve, const TRangeRule& rule, float measure) {
+    float clamped = std::clamp(measure, rule.min, rule.max);
+    return EvalFalloffCurve(&curve, (clamped - rule.min) / (rule.max - rule.min), false);
+}
+
+}  // namespace
+
+std::optional<TItemHit> SurfaceHit(const TBuildInput& input, const Point3& point) {
+    std::optional<TItemHit> best;
+    float bestZ = kLowest;
+    for (size_t s = 0; s < input.surfaces.size(); ++s) {
+        const TSurfaceInput& surface = input.surfaces[s];
+        if (surface.skip) continue;
+        Point3 local = point * surface.fromObject;
+        TSurfHit hit;
+        if (!surface.array->CellHit(local.x, local.y, &hit)) continue;
+        Point3 world = hit.point * surface.toObject;
+        if (!(world.z > bestZ)) continue;
+        bestZ = world.z;
+        best = TItemHit{hit, s, world, {}};
+    }
+    if (best) {
+        const TSurfaceInput& surface = input.surfaces[best->surface];
+        Point3 normal = surface.array->FaceNormal(best->local.face);
+        best->faceNormal = Normalize(surface.toObject.VectorTransform(normal));
+    }
+    return best;
+}
+
+Point3 WorkingNormal(const Point3& faceNormal, float directionPercent) {
+    float f = directionPercent * 0.01f;
+    float keep = f >= 0 ? 1 - f : 1 + f;
+    return Normalize(faceNormal * keep + Point3{0, 0, f});
+}
+
+bool RuleRejects(const TRangeRule& rule, float measure, float r) {
+    if (rule.limited && !(measure >= rule.min && measure <= rule.max)) return true;
+    if (!rule.densityCurve || !HasRange(rule)) return false;
+    return RulePercent(*rule.densityCurve, rule, measure) * 0.01f <= r;
+}
+
+float RuleScale(const TRangeRule& rule, float measure) {
+    if (!rule.scaleCurve || !HasRange(rule)) return 1;
+    return RulePercent(*rule.scaleCurve, rule, measure) * 0.01f;
+}
+
+TItemPipeline::TItemPipeline(const TBuildInput& input, const TGeometryChoice& geometry,
+                             TDravinItemList& items)
+    : m_input(input),
+      m_geometry(geometry),
+      m_ranges(TransformRanges(input.transforms)),
+      m_items(items) {
+    m_factors.hasSurfaces = !input.surfaces.empty();
+}
+
+void TItemPipeline::TakeHit(const TItemHit& hit) {
+    m_item.surfaceFace = hit.local.face;
+    m_item.barycentric = hit.local.Barycentric();
+    m_item.surfaceNormal = hit.faceNormal;
+    if (!m_input.channels.Any()) return;
+    const TSurfXYArray& array = *m_input.surfaces[hit.surface].array;
+    for (int map = 0; map < kNumItemMaps; ++map)
+        if (int channel = m_input.channels.channel[map]; channel >= 0)
+            m_item.mapUvws[map] = array.Uvw(channel, hit.local);
+}
+
+void TItemPipeline::ClearHit() {
+    static_cast<ItemSurface&>(m_item) = {};
+    if (m_input.channels.Any()) static_cast<ItemUvws&>(m_item) = {};
+}
+
+void TItemPipeline::ProcessCandidate(const TCandidate& candidate) {
+    ChooseGeometry(candidate);
+    const TSpecimen& specimen = m_input.specimens[size_t(m_item.specimenIndex)];
+    for (int e = 0; e < int(specimen.elements.size()); ++e) {
+        m_item.elementIndex = int16_t(e);
+        if (e > 0)
+            DrawItemRandoms(m_input.transforms, m_ranges, m_generator, m_item,
+                            candidate.grid != nullptr, candidate.ordinal);
+        if (!ProcessElement(candidate, specimen, e)) continue;
+        m_items.Append(m_item, m_appender);
+        ++m_produced;
+    }
+}
+
+void TItemPipeline::ChooseGeometry(const TCandidate& candidate) {
+    Color color = m_item.mapColor.Rgb();
+    if (m_input.geometry.mode == kByColorMap && m_input.diversityMap)
+        color = m_input.diversityMap->SampleOne({m_item.mapUvws[kDivMap], candidate.point}).Rgb();
+    Point3 position = candidate.grid ? candidate.point * candidate.grid->frame : candidate.point;
+    m_item.specimenIndex = m_geometry.Assign(*candidate.rows, m_item.randomB, color, position);
+}
+
+// One element of a candidate, from its place to its final transform. False: it is dropped.
+bool TItemPipeline::ProcessElement(const TCandidate& candidate, const TSpecimen& specimen,
+                                   int element) {
+    const TSpecimenElement& source = specimen.elements[size_t(element)];
+    m_item.partial = 0;
+    m_item.position = candidate.point + source.offset;
+
+    // Camera density falloff: its place is here, before any other rule.
+    // Areas (include parity, excludes, exclude-side falloff): here, in the distribution frame.
+
+    if (candidate.grid && candidate.grid->rotated)
+        m_item.position = m_item.position * candidate.grid->frame;
+    m_item.storedPosition = m_item.position;
+    m_item.normal = m_item.sourceTransform.row[2];
+
+    Point3 before = m_item.position;
+    TSpecimenSize size = ApplySpecimenAndTranslation(m_input.transforms, m_item, source,
+                                                     candidate.area);
+    if (m_item.discarded) return false;
+
+    // Include-side density falloff of areas: here.
+
+    ClearHit();
+    m_factors.falloffScale = {1, 1, 1};
+    if (!m_input.surfaces.empty()) {
+        bool stands = m_item.position == before && source.offset == Point3{};
+        if (!ProjectOnSurfaces(stands ? candidate.hit : std::nullopt)) return false;
+    }
+
+    // Camera limit: here.
+
+    FinishItem(m_input.transforms, m_ranges, m_item, specimen, size, candidate.area, m_factors);
+    if (m_item.discarded) return false;
+
+    // Effect programs, then the element mask of partial items: here.
+    return true;
+}
+
+bool TItemPipeline::ProjectOnSurfaces(const std::optional<TItemHit>& known) {
+    std::optional<TItemHit> hit = known ? known : SurfaceHit(m_input, m_item.position);
+    if (!hit) return false;
+    TakeHit(*hit);
+    m_item.position = hit->point;
+    m_item.normal = WorkingNormal(hit->faceNormal, m_input.directionPercent);
+    m_item.surfaceSlope = std::acos(std::clamp(hit->faceNormal.z, -1.0f, 1.0f));
+
+    // Rules measure the hit itself, before the item is lifted along its normal.
+    float altitude = hit->point.z, slope = m_item.surfaceSlope, r = m_item.randomA.y;
+    if (RuleRejects(m_input.altitude, altitude, r)) return false;
+    if (RuleRejects(m_input.slope, slope, r)) return false;
+    float scale = RuleScale(m_input.altitude, altitude) * RuleScale(m_input.slope, slope);
+    m_factors.falloffScale = {scale, scale, scale};
+    return true;
+}

@@ -1,0 +1,73 @@
+// The road of one item from its place on the ground to the item list.
+//
+// One pipeline belongs to one task and thread: it owns a generator, a working item and the task's
+// list, and reads the build input as const. The steps of an item stand in one function each, in the
+// order in which they happen, shared by grid cells and source points.
+#pragma once
+
+#include <optional>
+
+#include "Dravin/engine/build_input.h"
+#include "Dravin/engine/item_list.h"
+
+// A hit on the surfaces, in object space.
+struct TItemHit {
+    TSurfHit local;             // in the surface's own space
+    size_t surface = 0;         // index into the input's surfaces
+    Point3 point;
+    Point3 faceNormal;
+};
+
+// Topmost hit over all surfaces that are not skipped. None where the point misses them all.
+std::optional<TItemHit> SurfaceHit(const TBuildInput& input, const Point3& point);
+
+// Working normal between the face normal (0 %) and straight up (100 %) or down (-100 %).
+Point3 WorkingNormal(const Point3& faceNormal, float directionPercent);
+
+// Whether the rule drops a measure; r is the item's draw against density falloffs.
+bool RuleRejects(const TRangeRule& rule, float measure, float r);
+// Factor that the rule's scale curve puts on an item.
+float RuleScale(const TRangeRule& rule, float measure);
+
+class TItemPipeline {
+public:
+    TItemPipeline(const TBuildInput& input, const TGeometryChoice& geometry, TDravinItemList& items);
+
+    // What a candidate starts from; the item's seed and random values are set before.
+    struct TCandidate {
+        Point3 point;                    // distribution frame
+        const TGrid* grid = nullptr;     // null: points in object space
+        const TAreaGeometry* rows = nullptr;
+        TItemArea area;
+        uint32_t ordinal = 0;            // of the task's group, for elements after the first
+        // Hit of the point itself, when a map has asked for it already.
+        std::optional<TItemHit> hit;
+    };
+
+    // Chooses the geometry of the working item and makes one item for each element it has.
+    void ProcessCandidate(const TCandidate& candidate);
+
+    TDravinItem& WorkingItem() { return m_item; }
+    TNuRandom& Generator() { return m_generator; }
+    const TTransformRanges& Ranges() const { return m_ranges; }
+    size_t NumProduced() const { return m_produced; }
+
+    // Puts a hit's face, weights, normal and map coordinates into the working item.
+    void TakeHit(const TItemHit& hit);
+    void ClearHit();
+
+private:
+    void ChooseGeometry(const TCandidate& candidate);
+    bool ProcessElement(const TCandidate& candidate, const TSpecimen& specimen, int element);
+    bool ProjectOnSurfaces(const std::optional<TItemHit>& known);
+
+    const TBuildInput& m_input;
+    const TGeometryChoice& m_geometry;
+    TTransformRanges m_ranges;
+    TNuRandom m_generator{123456};
+    TDravinItem m_item;
+    TFinishFactors m_factors;
+    TDravinItemList& m_items;
+    TDravinItemList::Appender m_appender = nullptr;
+    size_t m_produced = 0;
+};

@@ -1,0 +1,159 @@
+#include "Dravin/engine/surface_array.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "host/base/thread_pool.h"
+
+namespace {
+
+constexpr size_t kFacesPerPiece = 1 << 15;
+
+template <class T>
+std::span<T> Allocate(HugeBuffer& memory, size_t count) {
+    memory = HugeBuffer(count * sizeof(T));
+    return {reinterpret_cast<T*>(memory.Data()), count};
+}
+
+// Does the horizontal ray from (x, y) towards +x cross the edge? Half-open in y, so that a row
+// through a vertex counts once. The lower end comes first whatever the face's winding: both faces
+// of a shared edge then compute the same value, and no point falls between them.
+inline bool CrossesRay(float x, float y, float ax, float ay, float bx, float by) {
+    bool up = ay < by;
+    float lowX = up ? ax : bx, lowY = up ? ay : by;
+    float highX = up ? bx : ax, highY = up ? by : ay;
+    bool spans = (lowY <= y) & (y < highY);
+    bool right = (highX - lowX) * (y - lowY) > (x - lowX) * (highY - lowY);
+    return spans & right;
+}
+
+}  // namespace
+
+TSurfXYArray::TSurfXYArray(std::shared_ptr<const Mesh> mesh, int threads)
+    : m_mesh(std::move(mesh)) {
+    MakeRecords(threads);
+    MakeGrid(threads);
+}
+
+bool TSurfXYArray::MakeRecord(size_t face, Record* record) const {
+    const Triple& v = m_mesh->faces[face].v;
+    size_t numVerts = m_mesh->verts.size();
+    if (v[0] >= numVerts || v[1] >= numVerts || v[2] >= numVerts) return false;
+    const Point3 &a = m_mesh->verts[v[0]], &b = m_mesh->verts[v[1]], &c = m_mesh->verts[v[2]];
+    if (!IsFinite(a) || !IsFinite(b) || !IsFinite(c)) return false;
+
+    // Twice the signed area in the plane; a vertical or empty face has none and cannot be hit.
+    double e1x = double(b.x) - a.x, e1y = double(b.y) - a.y, e1z = double(b.z) - a.z;
+    double e2x = double(c.x) - a.x, e2y = double(c.y) - a.y, e2z = double(c.z) - a.z;
+    double area = e1x * e2y - e1y * e2x;
+    if (area == 0) return false;
+    *record = {a.x, a.y, b.x, b.y, c.x, c.y, a.z, float((e1z * e2y - e1y * e2z) / area),
+               float((e1x * e2z - e1z * e2x) / area)};
+    return std::isfinite(record->slopeX) && std::isfinite(record->slopeY);
+}
+
+void TSurfXYArray::MakeRecords(int threads) {
+    size_t n = m_mesh->NumFaces();
+    m_records = Allocate<Record>(m_recordMemory, n);
+    m_usable.assign(n, 0);
+    size_t pieces = (n + kFacesPerPiece - 1) / kFacesPerPiece;
+    std::vector<Box3> boxes(pieces);
+    ParallelFor(pieces, threads, [&](size_t piece) {
+        size_t last = std::min(n, (piece + 1) * kFacesPerPiece);
+        for (size_t f = piece * kFacesPerPiece; f < last; ++f) {
+            if (!MakeRecord(f, &m_records[f])) continue;
+            m_usable[f] = 1;
+            for (uint32_t v : m_mesh->faces[f].v) boxes[piece] += m_mesh->verts[v];
+        }
+    });
+    for (const Box3& box : boxes) m_box += box;
+    if (!m_box.IsEmpty()) m_bounds = {{m_box.min.x, m_box.min.y}, {m_box.max.x, m_box.max.y}};
+}
+
+void TSurfXYArray::MakeGrid(int threads) {
+    if (m_bounds.IsEmpty()) return;
+    size_t n = std::max<size_t>(1, m_mesh->NumFaces() / 2);
+    double aspect = double(m_bounds.Width()) / double(m_bounds.Height());
+    double k = std::min(double(n), std::floor(std::sqrt(double(n) / aspect) + 0.5 + 0.00001));
+    if (aspect < 1) {
+        m_ny = std::max<size_t>(1, size_t(k));
+        m_nx = std::max<size_t>(1, n / m_ny);
+    } else {
+        m_nx = std::max<size_t>(1, size_t(k));
+        m_ny = std::max<size_t>(1, n / m_nx);
+    }
+    m_cellsPerX = float(m_nx) / m_bounds.Width();
+    m_cellsPerY = float(m_ny) / m_bounds.Height();
+
+    // Counting sort of (cell, face) pairs: count, running sum, place. Rows of cells are dealt out to
+    // the threads, so that each cell belongs to one of them and its faces stand in face order.
+    m_cellStart = Allocate<uint32_t>(m_startMemory, m_nx * m_ny + 1);
+    std::fill(m_cellStart.begin(), m_cellStart.end(), 0u);
+    for (size_t f = 0; f < m_records.size(); ++f)
+        if (m_usable[f]) ForEachCell(m_records[f], [&](size_t cell) { ++m_cellStart[cell + 1]; });
+    for (size_t c = 0; c < m_nx * m_ny; ++c) m_cellStart[c + 1] += m_cellStart[c];
+    m_cellFaces = Allocate<uint32_t>(m_faceMemory, m_cellStart.back());
+    std::vector<uint32_t> next(m_cellStart.begin(), m_cellStart.end() - 1);
+    for (size_t f = 0; f < m_records.size(); ++f)
+        if (m_usable[f])
+            ForEachCell(m_records[f], [&](size_t cell) { m_cellFaces[next[cell]++] = uint32_t(f); });
+}
+
+size_t TSurfXYArray::Column(float x) const {
+    float column = (x - m_bounds.min.x) * m_cellsPerX;
+    return std::min(m_nx - 1, size_t(std::max(column, 0.0f)));
+}
+
+size_t TSurfXYArray::Row(float y) const {
+    float row = (y - m_bounds.min.y) * m_cellsPerY;
+    return std::min(m_ny - 1, size_t(std::max(row, 0.0f)));
+}
+
+template <class Visit>
+void TSurfXYArray::ForEachCell(const Record& r, Visit visit) const {
+    size_t column0 = Column(std::min({r.ax, r.bx, r.cx})), column1 = Column(std::max({r.ax, r.bx, r.cx}));
+    size_t row0 = Row(std::min({r.ay, r.by, r.cy})), row1 = Row(std::max({r.ay, r.by, r.cy}));
+    for (size_t row = row0; row <= row1; ++row)
+        for (size_t column = column0; column <= column1; ++column) visit(row * m_nx + column);
+}
+
+bool TSurfXYArray::CellHit(float x, float y, TSurfHit* hit) const {
+    bool inBounds = x >= m_bounds.min.x && x <= m_bounds.max.x && y >= m_bounds.min.y &&
+                    y <= m_bounds.max.y;
+    if (!inBounds) return false;
+
+    size_t cell = Row(y) * m_nx + Column(x);
+    float bestZ = -2147483648.0f;
+    int32_t bestFace = -1;
+    for (uint32_t i = m_cellStart[cell]; i < m_cellStart[cell + 1]; ++i) {
+        const Record& r = m_records[m_cellFaces[i]];
+        bool inside = CrossesRay(x, y, r.ax, r.ay, r.bx, r.by) ^
+                      CrossesRay(x, y, r.cx, r.cy, r.ax, r.ay) ^
+                      CrossesRay(x, y, r.bx, r.by, r.cx, r.cy);
+        if (!inside) continue;
+        float z = r.az + r.slopeX * (x - r.ax) + r.slopeY * (y - r.ay);
+        if (z > bestZ) bestZ = z, bestFace = int32_t(m_cellFaces[i]);
+    }
+    if (bestFace < 0) return false;
+
+    const Record& r = m_records[size_t(bestFace)];
+    float e1x = r.bx - r.ax, e1y = r.by - r.ay, e2x = r.cx - r.ax, e2y = r.cy - r.ay;
+    float dx = x - r.ax, dy = y - r.ay, area = e1x * e2y - e1y * e2x;
+    hit->point = {x, y, bestZ};
+    hit->face = bestFace;
+    hit->bary1 = (dx * e2y - dy * e2x) / area;
+    hit->bary2 = (e1x * dy - e1y * dx) / area;
+    return true;
+}
+
+Point3 TSurfXYArray::Uvw(int channel, const TSurfHit& hit) const {
+    const MapChannel* map = m_mesh->Map(channel);
+    if (!map) return {};
+    const Triple& t = map->faces[size_t(hit.face)];
+    Point3 b = hit.Barycentric();
+    return map->verts[t[0]] * b.x + map->verts[t[1]] * b.y + map->verts[t[2]] * b.z;
+}
+
+size_t TSurfXYArray::BytesHeld() const {
+    return m_recordMemory.Bytes() + m_startMemory.Bytes() + m_faceMemory.Bytes() + m_usable.size();
+}

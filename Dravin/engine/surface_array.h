@@ -1,0 +1,79 @@
+// A surface as the engine sees it: its triangles under a cell grid, for fast vertical hits.
+//
+// Coordinates are those of the surface node's own space; hits drop along its z axis. The array
+// keeps the mesh it was made from alive and is immutable after construction: all objects and
+// threads share it. Faces with indices out of range, vertices that are not finite or no extent in
+// the xy plane are left out.
+//
+// Cells: a uniform grid with about two faces a cell (one cell per two faces), each cell listing the
+// faces whose xy box overlaps it.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "host/base/huge_buffer.h"
+#include "host/geom/mesh.h"
+
+struct TSurfHit {
+    Point3 point;
+    int32_t face = -1;
+    float bary1 = 0, bary2 = 0;  // weights of the second and third corner
+
+    Point3 Barycentric() const { return {1 - bary1 - bary2, bary1, bary2}; }
+};
+
+class TSurfXYArray {
+public:
+    // threads: used for the construction only; the array does not depend on it.
+    explicit TSurfXYArray(std::shared_ptr<const Mesh> mesh, int threads = 1);
+
+    // Topmost face over or under (x, y). False when none is there.
+    bool CellHit(float x, float y, TSurfHit* hit) const;
+
+    const Mesh& GetMesh() const { return *m_mesh; }
+    Point3 FaceNormal(int32_t face) const { return Normalize(m_mesh->FaceNormalUnscaled(size_t(face))); }
+    // Whether the face's normal points downward.
+    bool IsReversed(int32_t face) const { return m_mesh->FaceNormalUnscaled(size_t(face)).z < 0; }
+    int MaterialId(int32_t face) const { return m_mesh->faces[size_t(face)].matID; }
+    // Coordinates of mapping channel `channel` at a hit; zero when the mesh has none there.
+    Point3 Uvw(int channel, const TSurfHit& hit) const;
+
+    // Bounds of the cell grid (the faces' xy box); empty when no face can be hit.
+    const Box2& GridBounds() const { return m_bounds; }
+    // Box of all usable vertices.
+    const Box3& Bounds() const { return m_box; }
+    size_t NumCellsX() const { return m_nx; }
+    size_t NumCellsY() const { return m_ny; }
+    size_t BytesHeld() const;
+
+private:
+    // A face for hit tests: its corners in the plane, and its height over the first corner as
+    // z = az + slopeX * (x - ax) + slopeY * (y - ay), which keeps its digits far from the origin.
+    struct Record {
+        float ax, ay, bx, by, cx, cy;
+        float az, slopeX, slopeY;
+    };
+
+    bool MakeRecord(size_t face, Record* record) const;
+    void MakeRecords(int threads);
+    void MakeGrid(int threads);
+    size_t Column(float x) const;
+    size_t Row(float y) const;
+    template <class Visit>
+    void ForEachCell(const Record& record, Visit visit) const;
+
+    std::shared_ptr<const Mesh> m_mesh;
+    HugeBuffer m_recordMemory;
+    std::span<Record> m_records;  // one a face; unusable ones have no extent and stand in no cell
+    std::vector<uint8_t> m_usable;
+    HugeBuffer m_startMemory, m_faceMemory;
+    std::span<uint32_t> m_cellStart;  // nx * ny + 1
+    std::span<uint32_t> m_cellFaces;
+    Box2 m_bounds;
+    Box3 m_box;
+    size_t m_nx = 0, m_ny = 0;
+    float m_cellsPerX = 0, m_cellsPerY = 0;
+};

@@ -1,0 +1,207 @@
+// Everything that an item gets after it has a place: seed and random values, size, translation,
+// scale, rotation, mirror flag, tint, animation sample, shadow switches and its matrix.
+//
+// Three calls an item, always in this order: DrawItemRandoms, ApplySpecimenAndTranslation,
+// FinishItem. All of it follows from the object's seed, the item's seed and the settings; the order
+// in which random numbers are drawn is part of every saved scene. Settings are read-only and shared
+// by all threads; a generator belongs to one.
+#pragma once
+
+#include "Dravin/engine/item.h"
+#include "Dravin/engine/map_sampler.h"
+#include "Dravin/engine/specimen.h"
+#include "common/nurandom/nurandom.h"
+
+// A texture map that drives some axes of a random range.
+struct TMapDrive {
+    const IMapSampler* map = nullptr;
+    bool axis[3]{};
+    bool perAxisColor = false;    // red, green, blue drive x, y, z; otherwise the grey value drives all
+    bool scalesRandom = false;    // the map scales the random value instead of replacing it
+
+    bool IsOn() const { return map && (axis[0] || axis[1] || axis[2]); }
+};
+
+enum ScaleLock { kScaleFree = 0, kScaleXyz = 1, kScaleXy = 2 };
+enum AnimationMode { kAnimOff, kAnimFollow, kAnimRandom, kAnimRandomMap, kAnimFrameMap };
+
+struct TTransformSettings {
+    uint32_t seed = 123456;
+    bool customEdit = false;  // stored items are processed again: they keep seed and position
+    bool scatterUv = false;
+
+    float globalScale = 1;
+    bool globalSize = false;
+    float globalWidth = 2, globalHeight = 3;
+
+    bool applyTranslation = false;
+    int32_t transMin[3]{-20, -20, 0}, transMax[3]{20, 20, 0};  // percent of the item's size
+    TMapDrive transMap;
+
+    bool applyRotation = false;
+    Point3 rotMinDegrees, rotMaxDegrees;
+    TMapDrive rotMap;
+    const TCurveSampler* rotCurve = nullptr;  // null: uniform
+
+    bool applyScale = false;
+    int32_t scaleMin[3]{80, 80, 100}, scaleMax[3]{120, 120, 100};  // percent
+    int scaleLock = kScaleXyz;
+    TMapDrive scaMap;
+    const TCurveSampler* scaCurve = nullptr;
+
+    bool mirror = false;
+    bool scaleOnSlope = false;  // items keep their footprint on slopes
+
+    float tintMin = 0, tintMax = 0;  // percent, sorted
+    bool tintFromMap = false;
+    bool tintMapAsTexture = false;  // else the map is read at random places
+    Color tintColor1, tintColor2;
+    const IMapSampler* tintMap = nullptr;
+    bool tintOnSurface = false;  // the map is read with the surface's coordinates
+
+    int animation = kAnimOff;
+    int32_t animSamples = 1;
+    const IMapSampler* aniMap = nullptr;
+
+    bool horizontalShadow = false, verticalShadow = false, customShadow = false;
+    bool pointLight = false;
+    Point2 lightDirection{0, 1};  // horizontal, towards the light; of a directional light
+    Point3 lightPosition;         // of a point light
+
+    bool useLookAt = false;        // on, and a camera or a target exists
+    bool lookAtHasTarget = false;  // a target node is set: custom objects turn too
+    Point3 lookAtPosition;
+
+    int32_t radiusPercent = 100;
+    int32_t collisionHeightPercent = 0;
+};
+
+// Values that an effect program sets in place of the parameters.
+struct TItemOverrides {
+    bool hasTranslation = false, hasRotation = false, hasScale = false;
+    bool hasTintBlend = false, hasTintColor = false, hasDirection = false;
+    Point3 translationMin, translationMax;     // absolute
+    Point3 rotationMin, rotationMax;           // degrees
+    Point3 scaleMin, scaleMax;                 // percent
+    float direction = 0;                       // percent
+};
+
+// Sorted ranges for the draws.
+struct TTransformRanges {
+    Point3 rotMin, rotMax;                 // radians; zero when rotation is off
+    int32_t scaleMin[3], scaleMax[3];      // percent
+};
+TTransformRanges TransformRanges(const TTransformSettings& settings,
+                                 const TItemOverrides* overrides = nullptr);
+
+// --- random draws ---------------------------------------------------------------------------------
+
+// Seed of an item from the map cell it stands in (all arithmetic modulo 2^32).
+inline uint32_t CellSeed(const uint32_t hash[4]) {
+    return ~((hash[3] * 804803u + hash[2]) * 311u) ^ ((hash[1] * 150001u + hash[0]) * 3413u);
+}
+
+// The item's seed before its draws: of its cell when `hashPosition`, else 0, plus element index and
+// ordinal unless its geometry came from a cluster. Custom edit mode keeps the stored seed.
+void SetItemSeed(const TTransformSettings& settings, TDravinItem& item, bool hashPosition,
+                 uint32_t ordinal);
+
+// The draws of one item in their fixed order. Source: Random() and IRandom(min, max).
+template <class Source>
+void FillRandoms(Source& source, const TTransformSettings& settings, const TTransformRanges& ranges,
+                 ItemRandoms& r);
+
+// Number of generator outputs that FillRandoms takes when none is rejected and no curve is empty.
+inline constexpr size_t kStepsPerItem = 22;
+
+// Sets the item's seed, seeds the generator with it and draws the item's random values.
+void DrawItemRandoms(const TTransformSettings& settings, const TTransformRanges& ranges,
+                     TNuRandom& generator, TDravinItem& item, bool hashPosition, uint32_t ordinal);
+
+// Draws the random values again from a seed that the item already has.
+void RedrawItemRandoms(const TTransformSettings& settings, const TTransformRanges& ranges,
+                       TNuRandom& generator, TDravinItem& item);
+
+// --- placing and finishing ------------------------------------------------------------------------
+
+// The area an item belongs to, as far as these steps need it.
+struct TItemArea {
+    float zOffset = 0;
+    int boundaryCheck = 0;  // 0 none, 1 discard at the border, 2 mark as partial
+};
+
+// Sizes of the specimen for this item, kept from ApplySpecimenAndTranslation to FinishItem.
+struct TSpecimenSize {
+    float x = 1, y = 1, z = 1;
+};
+
+// Discards items of disabled rows, sets centre, size factors and z offset, and moves the item by
+// its random or mapped translation.
+TSpecimenSize ApplySpecimenAndTranslation(const TTransformSettings& settings, TDravinItem& item,
+                                          const TSpecimenElement& specimen, const TItemArea& area,
+                                          const TItemOverrides* overrides = nullptr);
+
+// What FinishItem needs from other rules: factors that camera and areas put on the scale.
+struct TFinishFactors {
+    float cameraScale = 1;
+    Point3 falloffScale{1, 1, 1};
+    bool hasSurfaces = false;       // items lie on surfaces
+    bool supportsElementMasks = true;
+};
+
+// Position, scale, sizes, extents, mirror, tint, orientation, shadows, animation sample.
+void FinishItem(const TTransformSettings& settings, const TTransformRanges& ranges,
+                TDravinItem& item, const TSpecimen& specimen, const TSpecimenSize& size,
+                const TItemArea& area, const TFinishFactors& factors,
+                const TItemOverrides* overrides = nullptr);
+
+// Frame with z axis `normal` and the x axis as near to `reference` as that allows; translation 0.
+Matrix3 MakeFrame(const Point3& reference, const Point3& normal);
+
+// Final transform of an item: its unit-sized specimen to object space. `factor` scales all sizes.
+Matrix3 ItemTransform(const TDravinItem& item, bool scaleOnSlope, float factor = 1);
+
+// Sets full transform and bounds.
+void CompletePlacement(const TTransformSettings& settings, const TSpecimenElement& specimen,
+                       TDravinItem& item);
+
+// --- implementation of the template ---------------------------------------------------------------
+
+template <class Source>
+void FillRandoms(Source& source, const TTransformSettings& settings, const TTransformRanges& ranges,
+                 ItemRandoms& r) {
+    auto random3 = [&] {
+        float x = source.Random(), y = source.Random(), z = source.Random();
+        return Point3{x, y, z};
+    };
+    auto scale = [&](int axis) {
+        int32_t min = ranges.scaleMin[axis], max = ranges.scaleMax[axis];
+        if (!settings.scaCurve) return float(source.IRandom(min, max)) * 0.01f;
+        if (settings.scaCurve->IsEmpty()) return float(min) * 0.01f;
+        return settings.scaCurve->CurveValue(source.Random(), float(min), float(max)) * 0.01f;
+    };
+    auto angle = [&](int axis) {
+        float min = ranges.rotMin[axis], max = ranges.rotMax[axis];
+        if (!settings.rotCurve) return min + source.Random() * (max - min);
+        if (settings.rotCurve->IsEmpty()) return min;
+        return settings.rotCurve->CurveValue(source.Random(), min, max);
+    };
+
+    r.randomA = random3();
+    r.randomB = random3();
+    r.randomTranslation = random3();
+    r.randomScale.x = scale(0);
+    r.randomScale.z = scale(2);
+    r.randomInteger = source.IRandom(0, 32767);
+    r.random1 = source.Random();
+    r.random2 = source.Random();
+    r.random3 = source.Random();
+    r.rotation.z = angle(2);
+    r.rotation.x = angle(0);
+    r.rotation.y = angle(1);
+    r.randomSample = source.IRandom(0, settings.animSamples - 1);
+    // Always uniform, even where the probability curve shapes x and z: saved scenes rely on it.
+    r.randomScale.y = float(source.IRandom(ranges.scaleMin[1], ranges.scaleMax[1])) * 0.01f;
+    r.random4 = source.Random();
+    r.random5 = source.Random();
+}

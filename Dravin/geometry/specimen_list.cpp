@@ -1,0 +1,201 @@
+#include "Dravin/geometry/specimen_list.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+#include "Dravin/engine/transforms.h"
+#include "host/base/log.h"
+
+namespace {
+
+constexpr size_t kComplexRows = 3;  // longer lists take the display's complex path
+
+void CollectGeometry(INode& node, std::vector<INode*>& members) {
+    VisitNodes(&node, [&](INode* n) {
+        Object* object = n->GetObjectRef();
+        if (n != &node && object && object->IsGeomObject()) members.push_back(n);
+    });
+}
+
+std::shared_ptr<INode> Share(INode* node) {
+    return std::static_pointer_cast<INode>(node->shared_from_this());
+}
+
+// Adds the sources of one row to its specimen.
+class RowBuilder {
+public:
+    RowBuilder(const TSpecEntry& entry, const TSpecListRequest& request, TSpecBuild& specimen,
+               Interval* valid)
+        : m_entry(entry), m_request(request), m_specimen(specimen), m_valid(valid) {}
+
+    void AddTemplate(const TSpecGeomList& templates) {
+        size_t id = size_t(m_entry.templateId);
+        INode* node = m_entry.templateId >= 0 && id < templates.size() ? templates[id]->Node()
+                                                                       : nullptr;
+        if (node)
+            AddSource(node, {});
+        else
+            AddEmpty();
+        if (node) NarrowValidity();
+    }
+
+    // True when the row has at least one source.
+    bool AddCustom() {
+        INode* node = m_entry.customObject.get();
+        if (!node) return false;
+        if (m_request.self && node->GetObjectRef() == m_request.self) {
+            LogWarning(fmt::format("geometry row \"{}\": the object cannot scatter itself; the row "
+                                   "shows nothing", m_entry.name));
+            return false;
+        }
+        if (node->IsGroupHead()) {
+            AddGroup(*node);
+        } else {
+            AddSource(node, {});
+            if (m_request.animation.mode != 0) NarrowValidity();
+        }
+        return !m_specimen.nodes.empty();
+    }
+
+    void AddEmpty() { m_specimen.nodes.push_back({m_entry, nullptr, EmptySample(), {}}); }
+
+private:
+    void AddGroup(INode& head) {
+        std::vector<INode*> members;
+        CollectGeometry(head, members);
+        Point3 pivot = head.GetNodeTM(m_request.time).GetTrans();
+        for (INode* member : members)
+            AddSource(member, member->GetNodeTM(m_request.time).GetTrans() - pivot);
+    }
+
+    void AddSource(INode* node, const Point3& offset) {
+        // Sources are sampled at the first frame; later frames are asked for when they are shown.
+        TimeValue t = m_request.animation.mode == 0 ? m_request.time : m_specimen.FrameFirst(0);
+        m_specimen.nodes.push_back({m_entry, Share(node), SampleSource(*node, t), offset});
+        m_specimen.proxyShape |= m_request.proxyMode;
+    }
+
+    void NarrowValidity() {
+        if (m_specimen.proxyShape) return;
+        for (const TSpecBuildNode& n : m_specimen.nodes) *m_valid &= n.sample->validity;
+    }
+
+    const TSpecEntry& m_entry;
+    const TSpecListRequest& m_request;
+    TSpecBuild& m_specimen;
+    Interval* m_valid;
+};
+
+// Rows without an id get consecutive new ones.
+void AssignSpecIds(TTreeSpecList& rows, TNuRandom& generator, TimeValue t, int* counter) {
+    std::vector<TSpecEntry> entries;
+    for (int i = 0; i < rows.Count(); ++i) entries.push_back(rows.ReadRow(i, t, generator));
+    for (const TSpecEntry& entry : entries) *counter = std::max(*counter, entry.specId);
+    for (int i = 0; i < int(entries.size()); ++i) {
+        if (entries[size_t(i)].specId >= 0) continue;
+        entries[size_t(i)].specId = ++*counter;
+        rows.Set(TTreeSpecList::kSpecId, i, t, ParamValue(int32_t(*counter)));
+    }
+}
+
+TSpecimenElement EngineElement(const TSpecBuildNode& node) {
+    const TSpecEntry& entry = node.entry;
+    TSpecimenElement e;
+    e.kind = SpecimenKind(std::clamp(entry.kind, 0, 2));
+    e.isMesh = node.sample->isMesh;
+    e.useMeshDimensions = entry.useMeshDimensions;
+    e.meshSize = node.sample->size;
+    e.meshAspect = node.sample->aspect;
+    e.width = entry.width;
+    e.height = entry.height;
+    e.scalePercent = entry.scale;
+    e.zOffset = entry.zOffset;
+    e.centerPercent = entry.center;
+    e.radiusPercent = entry.radius;
+    e.offset = node.offset;
+    e.unitBounds = node.sample->unitBounds;
+    return e;
+}
+
+}  // namespace
+
+int TAnimationSettings::NumSamples() const {
+    if (mode == kAnimFrameMap) return std::max(1, (end - start) / std::max(1, ticksPerFrame) + 1);
+    return std::max(1, samples);
+}
+
+std::vector<std::pair<TimeValue, TimeValue>> TAnimationSettings::Frames(TimeValue t) const {
+    std::vector<std::pair<TimeValue, TimeValue>> frames;
+    int64_t time = t, shift = 0, step = offset;
+    if (mode == kAnimFrameMap) time = start, shift = int64_t(start) - t, step = ticksPerFrame;
+    for (int k = 0; k < NumSamples(); ++k, time += step, shift += step)
+        frames.push_back(mode == kAnimOff ? std::pair<TimeValue, TimeValue>{0, 0}
+                                          : std::pair{TimeValue(time), TimeValue(shift)});
+    return frames;
+}
+
+TAnimationSettings NormaliseAnimation(TAnimationSettings settings, bool renderOnly, bool render) {
+    if (renderOnly && !render) settings.mode = kAnimOff;
+    if (settings.mode == kAnimOff || settings.mode == kAnimFollow) {
+        settings.samples = 1;
+        settings.offset = 0;
+    }
+    return settings;
+}
+
+TBuildStatus TSpecBuildList::Build(TTreeSpecList& rows, TTemplates& templates,
+                                   TNuRandom& generator, const TSpecListRequest& request,
+                                   int* specIdCounter, Interval* valid) {
+    m_specimens.clear();
+    m_hasCustomObjects = false;
+    int n = rows.Count();
+    if (n == 0) return TBuildStatus::kEmptyGeometryList;
+    AssignSpecIds(rows, generator, request.time, specIdCounter);
+
+    auto frames = request.animation.Frames(request.time);
+    for (int i = 0; i < n; ++i) {
+        TSpecEntry entry = rows.ReadRow(i, request.time, generator);
+        TSpecBuild specimen;
+        specimen.frames = frames;
+        RowBuilder row(entry, request, specimen, valid);
+        bool shown = true;
+        if (entry.kind == kGeomTemplate) row.AddTemplate(templates.List());
+        else if (entry.kind == kGeomCustom) shown = row.AddCustom();
+        else shown = false;
+        m_hasCustomObjects |= entry.kind == kGeomCustom && entry.customObject;
+        if (!shown) row.AddEmpty();
+        m_specimens.push_back(std::move(specimen));
+    }
+    m_hasCustomObjects |= size_t(n) > kComplexRows;
+
+    TSpecBuild fallback;
+    fallback.frames = frames;
+    fallback.proxyShape = true;
+    fallback.nodes.push_back({TSpecEntry{}, nullptr, EmptySample(), {}});
+    m_specimens.push_back(std::move(fallback));
+    return TBuildStatus::kSuccess;
+}
+
+const TSpecBuildNode* TSpecBuildList::NodeOf(const TDravinItem& item) const {
+    int64_t rows = int64_t(NumRows());
+    if (rows == 0) return nullptr;
+    int64_t row = ((item.specimenIndex % rows) + rows) % rows;
+    return m_specimens[size_t(row)].Node(uint16_t(item.elementIndex));
+}
+
+std::vector<TSpecimen> TSpecBuildList::EngineSpecimens() const {
+    std::vector<TSpecimen> specimens;
+    for (size_t i = 0; i < NumRows(); ++i) {
+        const TSpecBuild& row = m_specimens[i];
+        TSpecimen s;
+        for (const TSpecBuildNode& node : row.nodes) s.elements.push_back(EngineElement(node));
+        s.frames = row.frames;
+        const TSpecEntry& entry = row.nodes.front().entry;
+        s.colorId = {entry.colorId.x, entry.colorId.y, entry.colorId.z};
+        s.probability = entry.probability;
+        s.specId = entry.specId;
+        specimens.push_back(std::move(s));
+    }
+    return specimens;
+}

@@ -1,0 +1,92 @@
+#include "host/render/picture.h"
+
+#include <OpenImageIO/imageio.h>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+
+#include "host/render/render_texture.h"
+#include "host/render/sampler.h"
+
+namespace {
+
+float FilmicCurve(float x) {
+    return std::clamp(x * (2.51f * x + 0.03f) / (x * (2.43f * x + 0.59f) + 0.14f), 0.f, 1.f);
+}
+
+// Rounds with a fixed dither, so that skies show no bands.
+uint8_t DitheredByte(float value, size_t place) {
+    float dither = UnitFloat(HashMix(uint32_t(place) * 2654435761u)) - 0.5f;
+    return uint8_t(std::clamp(std::lround(value * 255 + dither * 0.9f), 0l, 255l));
+}
+
+bool IsLinearFormat(const std::string& ending) { return ending == ".exr" || ending == ".hdr"; }
+
+template <class T>
+bool WritePixels(OIIO::ImageOutput& out, const std::string& path, const Picture& picture,
+                 OIIO::TypeDesc fileType, OIIO::TypeDesc type, const std::vector<T>& values) {
+    OIIO::ImageSpec spec(picture.width, picture.height, 3, fileType);
+    spec.attribute("oiio:ColorSpace", fileType == OIIO::TypeDesc::UINT8 ? "sRGB" : "Linear");
+    spec.attribute("CompressionQuality", 95);
+    if (!out.open(path, spec)) return false;
+    bool isWritten = out.write_image(type, values.data());
+    return out.close() && isWritten;
+}
+
+bool WriteTo(OIIO::ImageOutput& out, const std::string& path, const Picture& picture,
+             bool isLinear) {
+    if (isLinear) {
+        std::vector<float> values;
+        values.reserve(picture.pixels.size() * 3);
+        for (Color c : picture.pixels)
+            for (float value : {c.r, c.g, c.b}) values.push_back(value * picture.exposure);
+        return WritePixels(out, path, picture, OIIO::TypeDesc::HALF, OIIO::TypeDesc::FLOAT, values);
+    }
+    std::vector<uint8_t> bytes;
+    bytes.reserve(picture.pixels.size() * 3);
+    for (Color light : picture.pixels) {
+        Color c = ToneMap(light, picture.exposure);
+        for (float value : {c.r, c.g, c.b}) bytes.push_back(DitheredByte(value, bytes.size()));
+    }
+    return WritePixels(out, path, picture, OIIO::TypeDesc::UINT8, OIIO::TypeDesc::UINT8, bytes);
+}
+
+}  // namespace
+
+Color ToneMap(Color light, float exposure) {
+    // A little of each channel goes to the others: very bright colours turn white, not garish.
+    Color c = light * exposure;
+    float y = 0.2126f * c.r + 0.7152f * c.g + 0.0722f * c.b;
+    constexpr float kCross = 0.06f;
+    c = c * (1 - kCross) + Color{y, y, y} * kCross;
+    auto channel = [](float x) { return LinearToDisplay(FilmicCurve(std::max(0.f, x) * 0.75f)); };
+    return {channel(c.r), channel(c.g), channel(c.b)};
+}
+
+std::string WritePicture(const std::string& path, const Picture& picture) {
+    namespace fs = std::filesystem;
+    fs::path target(path);
+    std::string ending = target.extension().string();
+    std::transform(ending.begin(), ending.end(), ending.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? char(c + 32) : c; });
+    auto out = OIIO::ImageOutput::create(path);
+    if (!out)
+        return fmt::format("{}: no image format for the ending \"{}\", use .png, .jpg or .exr",
+                           path, ending);
+    // The temporary file keeps the ending: some writers look at it.
+    fs::path temporary = target;
+    temporary.replace_filename(fmt::format(".{}.writing{}", target.stem().string(), ending));
+    std::error_code error;
+    if (!WriteTo(*out, temporary.string(), picture, IsLinearFormat(ending))) {
+        std::string reason = out->geterror();
+        fs::remove(temporary, error);
+        return fmt::format("{}: cannot write the picture: {}", path, reason);
+    }
+    fs::rename(temporary, target, error);
+    if (!error) return {};
+    std::error_code ignored;
+    fs::remove(temporary, ignored);
+    return fmt::format("{}: cannot write the picture: {}", path, error.message());
+}

@@ -1,0 +1,22 @@
+// A rendered picture: linear light, and its way into a file.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "host/math/color.h"
+
+struct Picture {
+    int width = 0, height = 0;
+    std::vector<Color> pixels;  // linear light, rows top down
+    float exposure = 1;         // factor that brings a white card in this light to about 1
+};
+
+// Display colour (sRGB, 0..1) of linear light: exposure, then a filmic curve with a soft shoulder
+// (the rational fit of Narkowicz 2015).
+Color ToneMap(Color light, float exposure);
+
+// Writes by ending: .exr and .hdr keep linear light times the exposure (EXR in half floats), all
+// other formats that OpenImageIO knows get 8 bits a channel, tone-mapped. The file appears complete
+// or not at all. Returns what went wrong, or an empty text.
+std::string WritePicture(const std::string& path, const Picture& picture);

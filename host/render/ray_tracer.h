@@ -1,0 +1,33 @@
+// Path tracer for scattered scenes: sun, sky, cut-out foliage, haze.
+//
+// Every sample of a pixel follows one path: at each surface a ray towards a point of the sun's
+// disc, then a bounce into the sky's light, with a limited number of bounces; light that passes
+// through leaves (translucency) and mirrors (reflectivity) included. Samples are numbered, and
+// their numbers decide everything random about them, so that the same scene gives the same bits on
+// any number of threads. Two-level instancing keeps a million trees in the memory of one
+// (trace_scene.h).
+#pragma once
+
+#include <string>
+
+#include "host/render/picture.h"
+#include "host/render/render_scene.h"
+
+enum class RenderStatus { kDone, kCancelled, kFailed };
+
+struct RenderStatistics {
+    size_t numInstances = 0;
+    size_t numFaces = 0;  // held in memory: prototypes once, and nodes
+    size_t instanceBytes = 0;
+    double buildSeconds = 0, traceSeconds = 0;
+};
+
+struct RenderOutcome {
+    RenderStatus status = RenderStatus::kDone;
+    std::string error;  // of kFailed: "the width is 0, expected 1 to 16384"
+    Picture picture;    // of kDone
+    RenderStatistics statistics;
+};
+
+RenderOutcome RenderPicture(const RenderScene& scene, const RenderSettings& settings,
+                            const RenderProgress& progress = {});

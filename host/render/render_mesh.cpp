@@ -1,0 +1,181 @@
+#include "host/render/render_mesh.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+
+#include "host/geom/mesh_tools.h"
+
+namespace {
+
+// Unit vectors in 32 bits: the octahedron unfolded to a square (Meyer et al. 2010).
+uint32_t PackNormal(const Point3& n) {
+    float sum = std::fabs(n.x) + std::fabs(n.y) + std::fabs(n.z);
+    if (!(sum > 0)) return PackNormal({0, 0, 1});
+    float x = n.x / sum, y = n.y / sum;
+    if (n.z < 0) {
+        float ox = x;
+        x = (1 - std::fabs(y)) * (x < 0 ? -1.f : 1.f);
+        y = (1 - std::fabs(ox)) * (y < 0 ? -1.f : 1.f);
+    }
+    auto quantize = [](float f) { return uint32_t(std::lround((f * 0.5f + 0.5f) * 65535)); };
+    return quantize(x) | quantize(y) << 16;
+}
+
+Point3 UnpackNormal(uint32_t packed) {
+    float x = float(packed & 0xffff) / 65535 * 2 - 1, y = float(packed >> 16) / 65535 * 2 - 1;
+    Point3 n{x, y, 1 - std::fabs(x) - std::fabs(y)};
+    if (n.z < 0) {
+        n.x = (1 - std::fabs(y)) * (x < 0 ? -1.f : 1.f);
+        n.y = (1 - std::fabs(x)) * (y < 0 ? -1.f : 1.f);
+    }
+    return Normalize(n);
+}
+
+// Normals turn with the inverse transpose.
+Point3 TransformNormal(const Point3& n, const Matrix3& inverse) {
+    return Normalize(
+        {DotProd(inverse.row[0], n), DotProd(inverse.row[1], n), DotProd(inverse.row[2], n)});
+}
+
+template <class T>
+void Reorder(std::vector<T>& values, const std::vector<uint32_t>& order) {
+    if (values.empty()) return;
+    std::vector<T> sorted;
+    sorted.reserve(order.size());
+    for (uint32_t i : order) sorted.push_back(values[i]);
+    values = std::move(sorted);
+}
+
+bool IsUsable(const Mesh& mesh, const Face& face) {
+    return std::all_of(face.v.begin(), face.v.end(), [&](uint32_t v) {
+        return v < mesh.verts.size() && IsFinite(mesh.verts[v]);
+    });
+}
+
+}  // namespace
+
+RenderMaterials::RenderMaterials() { m_materials.push_back(std::make_unique<RenderMaterial>()); }
+
+const RenderTexture* RenderMaterials::AddTexture(const Texmap* map, RenderTexture::Use use) {
+    if (!map) return nullptr;
+    auto& texture = m_textures[{map, use}];
+    if (!texture) texture = std::make_unique<RenderTexture>(*map, use);
+    return texture.get();
+}
+
+uint32_t RenderMaterials::Add(const Mtl* mtl, int matID) {
+    const StandardMtl* standard = MtlOfFace(mtl, matID);
+    if (!standard) return 0;
+    auto [place, isNew] = m_indices.try_emplace(standard, uint32_t(m_materials.size()));
+    if (isNew) {
+        auto material = std::make_unique<RenderMaterial>();
+        material->diffuse = standard->diffuse;
+        material->opacity = std::clamp(standard->opacity, 0.f, 1.f);
+        material->translucency = std::clamp(standard->translucency, 0.f, 1.f);
+        material->reflectivity = std::clamp(standard->reflectivity, 0.f, 1.f);
+        material->ripple = std::max(0.f, standard->ripple);
+        material->diffuseMap = AddTexture(standard->diffuseMap.Get(), RenderTexture::Use::kColor);
+        material->opacityMap = AddTexture(standard->opacityMap.Get(), RenderTexture::Use::kMask);
+        m_materials.push_back(std::move(material));
+    }
+    return place->second;
+}
+
+RenderMesh::RenderMesh(const Mesh& mesh, const Mtl* mtl, const Matrix3& transform,
+                       RenderMaterials& materials)
+    : m_materials(&materials) {
+    m_positions.reserve(mesh.verts.size() + 1);
+    for (const Point3& p : mesh.verts) m_positions.push_back(p * transform);
+    m_positions.push_back({});
+    if (!Validate(mesh).empty()) return;
+
+    Matrix3 inverse = Inverse(transform);
+    std::vector<Point3> smooth = VertexNormals(mesh);
+    bool hasUvs = false;
+    for (const MapChannel& channel : mesh.maps) hasUvs |= !channel.IsEmpty();
+    std::map<uint16_t, uint32_t> indexOfId;
+    for (size_t f = 0; f < mesh.faces.size(); ++f) {
+        const Face& face = mesh.faces[f];
+        if (face.flags & Face::kHidden || !IsUsable(mesh, face)) continue;
+        auto [id, isNew] = indexOfId.try_emplace(face.matID, 0);
+        if (isNew) id->second = materials.Add(mtl, face.matID);
+        m_faces.push_back(face.v);
+        m_material.push_back(id->second);
+        auto& normals = m_normals.emplace_back();
+        for (size_t c = 0; c < 3; ++c) {
+            normals[c] = PackNormal(TransformNormal(smooth[3 * f + c], inverse));
+            m_bounds += m_positions[face.v[c]];
+        }
+        if (!hasUvs) continue;
+        auto& uvs = m_uvs.emplace_back();
+        if (const MapChannel* map = mesh.Map(materials[id->second].Channel()))
+            for (size_t c = 0; c < 3; ++c) {
+                const Point3& uvw = map->verts[map->faces[f][c]];
+                uvs[c] = {uvw.x, uvw.y};
+            }
+        Point2 a = uvs[1] - uvs[0], b = uvs[2] - uvs[0];
+        float uvArea = std::fabs(a.x * b.y - a.y * b.x);
+        const Triple& t = face.v;
+        float area = Length(CrossProd(m_positions[t[1]] - m_positions[t[0]],
+                                      m_positions[t[2]] - m_positions[t[0]]));
+        m_uvDensity.push_back(area > 0 ? std::sqrt(uvArea / area) : 0);
+    }
+    SortByOpacity();
+}
+
+void RenderMesh::SortByOpacity() {
+    std::vector<uint32_t> order(m_faces.size());
+    std::iota(order.begin(), order.end(), 0u);
+    auto cut =
+        std::stable_partition(order.begin(), order.end(), [&](uint32_t f) { return IsOpaque(f); });
+    m_numOpaque = size_t(cut - order.begin());
+    if (m_numOpaque == m_faces.size() || m_numOpaque == 0) return;
+    Reorder(m_faces, order);
+    Reorder(m_normals, order);
+    Reorder(m_uvs, order);
+    Reorder(m_uvDensity, order);
+    Reorder(m_material, order);
+}
+
+// A face under a mask is opaque when all of it lies on white: bark beside leaves on one sheet.
+bool RenderMesh::IsOpaque(size_t face) const {
+    const RenderMaterial& material = Material(face);
+    if (!material.CanCut()) return true;
+    if (material.opacity < 1 || m_uvs.empty()) return false;
+    constexpr int kSteps = 6;
+    for (int i = 0; i <= kSteps; ++i)
+        for (int j = 0; i + j <= kSteps; ++j)
+            if (Opacity(face, float(i) / kSteps, float(j) / kSteps, 0) < 0.999f) return false;
+    return true;
+}
+
+size_t RenderMesh::Bytes() const {
+    return m_positions.size() * sizeof(Point3) +
+           m_faces.size() * (sizeof(Triple) + sizeof(m_normals[0]) + sizeof(uint32_t)) +
+           m_uvs.size() * (sizeof(m_uvs[0]) + sizeof(float));
+}
+
+Point3 RenderMesh::Normal(size_t face, float u, float v) const {
+    const auto& n = m_normals[face];
+    return Normalize(UnpackNormal(n[0]) * (1 - u - v) + UnpackNormal(n[1]) * u +
+                     UnpackNormal(n[2]) * v);
+}
+
+Point3 RenderMesh::Position(size_t face, float u, float v) const {
+    const Triple& t = m_faces[face];
+    return m_positions[t[0]] * (1 - u - v) + m_positions[t[1]] * u + m_positions[t[2]] * v;
+}
+
+Point2 RenderMesh::Uv(size_t face, float u, float v) const {
+    if (m_uvs.empty()) return {};
+    const auto& t = m_uvs[face];
+    return t[0] * (1 - u - v) + t[1] * u + t[2] * v;
+}
+
+float RenderMesh::Opacity(size_t face, float u, float v, float width) const {
+    const RenderMaterial& material = Material(face);
+    if (!material.opacityMap) return material.opacity;
+    return material.opacity * material.opacityMap->LookUpMask(
+                                  Uv(face, u, v), width * UvDensity(face), Position(face, u, v));
+}

@@ -1,0 +1,75 @@
+// What the ray tracer draws: a plain description that borrows everything it shows.
+//
+// Lengths are scene units, angles degrees. Meshes, materials and sources belong to the caller and
+// must outlive the render, unchanged. Colours of materials, maps and tints are display colours
+// (what a colour picker shows, sRGB); light is linear. The world's up is +Z.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "host/geom/mesh.h"
+#include "host/scene/instance_source.h"
+#include "host/scene/material.h"
+
+// A pinhole camera. The transform's rows are the camera's right, up and backward axes and its
+// place: it looks along its own -Z, as every camera of the host does.
+struct RenderCamera {
+    Matrix3 transform;
+    float fovDegrees = 45;  // horizontal, in (0, 180)
+};
+
+// The one directional light. Its shadow is as soft as its disc is wide.
+struct SunLight {
+    Point3 direction{0.4f, -0.5f,
+                     0.6f};      // from the scene towards the sun; need not be a unit vector
+    float angleDegrees = 0.53f;  // diameter of the disc; 0 gives hard shadows
+    Color filter{1, 1, 1};       // multiplies its light
+    // Irradiance on a plane that faces the sun. None: what the atmosphere lets through.
+    std::optional<Color> irradiance;
+};
+
+// Light from everywhere else.
+struct SkyLight {
+    float turbidity = 2.5f;                   // haziness of the air: 1 very clear .. 10 hazy
+    float strength = 1;                       // multiplies the sky's light, not the sun's
+    Color groundAlbedo{0.15f, 0.15f, 0.12f};  // of the land below the horizon
+    float cloudCover = 0;                     // 0 none .. 1 a closed sheet of thin high cloud
+    std::optional<Color> constant;            // the same radiance from all directions instead
+};
+
+// Air between the camera and what it sees: blue with distance, brighter towards the sun.
+struct Haze {
+    float visibility = 0;   // distance at which 5 % of the contrast is left; 0 switches it off
+    float scaleHeight = 0;  // height over which it thins out to 1/e; 0 fills all heights alike
+    float baseHeight = 0;   // world z at which `visibility` holds
+};
+
+// A mesh at one place.
+struct RenderNode {
+    const Mesh* mesh = nullptr;
+    const Mtl* mtl = nullptr;  // null: the host's default grey
+    Matrix3 transform;
+};
+
+struct RenderScene {
+    RenderCamera camera;
+    SunLight sun;
+    SkyLight sky;
+    Haze haze;
+    std::vector<RenderNode> nodes;
+    std::vector<const IInstanceSource*> sources;
+};
+
+struct RenderSettings {
+    int width = 1280, height = 720;  // 1 .. 16384 each
+    int samples = 32;                // rays a pixel, 1 .. 65536
+    int maxBounces = 2;              // of diffuse light after the first hit, 0 .. 16
+    int threads = 1;
+    float exposure = 0;  // stops, on top of the exposure measured from sun and sky
+};
+
+// Hears the finished share in 0..1 between passes, on the calling thread; false cancels.
+using RenderProgress = std::function<bool(float fraction)>;

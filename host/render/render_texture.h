@@ -1,0 +1,54 @@
+// Texture maps as the ray tracer reads them: 8-bit pyramids of images, or the map itself.
+//
+// An image map is copied once into a pyramid of box-filtered levels, so that distant foliage takes
+// averages instead of shimmering; the level follows from the width of the ray where it hits. Maps
+// without an image are asked directly at every hit. Immutable after construction; threads share it.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "host/math/color.h"
+#include "host/scene/texmaps.h"
+
+// sRGB transfer functions (IEC 61966-2-1), 0..1 on both sides.
+float DisplayToLinear(float value);
+float LinearToDisplay(float value);
+Color DisplayToLinear(Color color);
+
+class RenderTexture {
+public:
+    enum class Use { kColor, kMask };
+
+    // map: prepared by Update, and alive as long as this. kColor gives linear light, kMask the
+    // luminance times alpha.
+    RenderTexture(const Texmap& map, Use use);
+
+    int Channel() const { return m_map->channel; }
+    // Colour at mapping coordinates uv of the map's channel; `width` is the ray's width there, in
+    // units of uv. `position` is in object space.
+    Color LookUp(Point2 uv, float width, const Point3& position) const;
+    // The same of a mask, in 0..1.
+    float LookUpMask(Point2 uv, float width, const Point3& position) const;
+
+private:
+    struct Level {
+        int width = 0, height = 0;
+        std::vector<uint8_t> texels;  // rows bottom up, m_channels bytes a texel
+    };
+    struct Footprint {
+        const Level* level;
+        int x0, x1, y0, y1;
+        float u, v;
+    };
+    void Bake(const Bitmap& image);
+    void AddCoarserLevels();
+    Footprint Locate(Point2 uv, float width) const;
+
+    const Texmap* m_map;
+    BitmapTex::Wrap m_wrap = BitmapTex::Wrap::kTile;
+    bool m_isNearest = false;  // of the finest level
+    Use m_use;
+    int m_channels;
+    std::vector<Level> m_levels;  // finest first; empty for maps without an image
+};

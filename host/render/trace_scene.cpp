@@ -1,0 +1,341 @@
+#include "host/render/trace_scene.h"
+
+#include <embree3/rtcore.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "host/base/log.h"
+#include "host/render/sampler.h"
+
+namespace {
+
+constexpr size_t kBlock = 16384;  // instances read from a source at a time
+
+// What the callbacks know about the ray on its way.
+struct TraceContext : RTCIntersectContext {
+    float width, spread;
+    uint32_t seed;
+    uint32_t instance;  // of the prototype scene that the ray is in
+    float meshScale;    // from world lengths to lengths there
+};
+
+struct Prototype {
+    std::unique_ptr<RenderMesh> mesh;
+    RTCScene scene = nullptr;
+};
+
+struct SourceGeometry {
+    std::vector<Prototype> prototypes;
+    std::vector<PackedInstance> instances;
+};
+
+Point3 ToPrototype(const PackedInstance& instance, const Point3& v) {
+    const float* m = instance.toPrototype;
+    return {v.x * m[0] + v.y * m[3] + v.z * m[6], v.x * m[1] + v.y * m[4] + v.z * m[7],
+            v.x * m[2] + v.y * m[5] + v.z * m[8]};
+}
+
+// Row lengths of the inverse tell the scale along the world's axes; their mean serves for widths.
+float InverseScale(const PackedInstance& instance) {
+    const float* m = instance.toPrototype;
+    float squares = 0;
+    for (int i = 0; i < 9; ++i) squares += m[i] * m[i];
+    return std::sqrt(squares / 3);
+}
+
+Matrix3 ToWorld(const PackedInstance& instance) {
+    const float* m = instance.toPrototype;
+    Matrix3 inverse{{{m[0], m[1], m[2]}, {m[3], m[4], m[5]}, {m[6], m[7], m[8]}, {0, 0, 0}}};
+    Matrix3 world = Inverse(inverse);
+    world.SetTrans(instance.position);
+    return world;
+}
+
+// Fills `packed`; false for a record that cannot be shown.
+bool Pack(const InstanceRecord& record, PackedInstance* packed) {
+    for (const Point3& row : record.transform.row)
+        if (!IsFinite(row)) return false;
+    float volume = std::fabs(record.transform.Determinant());
+    if (!(volume > 1e-30f) || !std::isfinite(volume)) return false;
+    Matrix3 linear = record.transform;
+    linear.NoTrans();
+    Matrix3 inverse = Inverse(linear);
+    for (int i = 0; i < 9; ++i) packed->toPrototype[i] = inverse.row[i / 3][i % 3];
+    packed->position = record.transform.GetTrans();
+    packed->prototype = record.prototype;
+    const float tint[4] = {record.tint.r, record.tint.g, record.tint.b, record.tintBlend};
+    for (int i = 0; i < 4; ++i)
+        packed->tint[i] = uint8_t(std::lround(std::clamp(tint[i], 0.f, 1.f) * 255));
+    return true;
+}
+
+void InstanceBounds(const RTCBoundsFunctionArguments* args) {
+    const auto& source = *static_cast<const SourceGeometry*>(args->geometryUserPtr);
+    const PackedInstance& instance = source.instances[args->primID];
+    Box3 box = ToWorld(instance).BoxTransform(source.prototypes[instance.prototype].mesh->Bounds());
+    // The matrix went through an inverse twice: a hair wider is always safe.
+    Point3 width = box.Width();
+    float slack = 1e-5f * (width.x + width.y + width.z) + 1e-6f * Length(instance.position);
+    RTCBounds& out = *args->bounds_o;
+    out.lower_x = box.min.x - slack, out.upper_x = box.max.x + slack;
+    out.lower_y = box.min.y - slack, out.upper_y = box.max.y + slack;
+    out.lower_z = box.min.z - slack, out.upper_z = box.max.z + slack;
+}
+
+// The ray in the instance's prototype. Its direction keeps the length that the matrix gives it, so
+// that distances mean the same in both spaces.
+RTCRay MoveToPrototype(const RTCRay& ray, const PackedInstance& instance, TraceContext* context,
+                       uint32_t index) {
+    Point3 origin =
+        ToPrototype(instance, Point3{ray.org_x, ray.org_y, ray.org_z} - instance.position);
+    Point3 direction = ToPrototype(instance, {ray.dir_x, ray.dir_y, ray.dir_z});
+    RTCRay moved = ray;
+    moved.org_x = origin.x, moved.org_y = origin.y, moved.org_z = origin.z;
+    moved.dir_x = direction.x, moved.dir_y = direction.y, moved.dir_z = direction.z;
+    context->instance = index;
+    context->meshScale = InverseScale(instance);
+    return moved;
+}
+
+void LeavePrototype(TraceContext* context) {
+    context->instance = RTC_INVALID_GEOMETRY_ID;
+    context->meshScale = 1;
+}
+
+void IntersectInstance(const RTCIntersectFunctionNArguments* args) {
+    if (!args->valid[0]) return;
+    const auto& source = *static_cast<const SourceGeometry*>(args->geometryUserPtr);
+    const PackedInstance& instance = source.instances[args->primID];
+    const Prototype& prototype = source.prototypes[instance.prototype];
+    auto* context = static_cast<TraceContext*>(args->context);
+    auto& outer = *reinterpret_cast<RTCRayHit*>(args->rayhit);
+    RTCRayHit inner;
+    inner.ray = MoveToPrototype(outer.ray, instance, context, args->primID);
+    inner.hit.geomID = RTC_INVALID_GEOMETRY_ID;
+    rtcIntersect1(prototype.scene, context, &inner);
+    LeavePrototype(context);
+    if (inner.hit.geomID == RTC_INVALID_GEOMETRY_ID) return;
+    outer.ray.tfar = inner.ray.tfar;
+    outer.hit = inner.hit;
+    if (inner.hit.geomID == 1) outer.hit.primID += uint32_t(prototype.mesh->NumOpaque());
+    outer.hit.geomID = args->geomID;
+    outer.hit.instID[0] = args->primID;
+}
+
+void OccludeInstance(const RTCOccludedFunctionNArguments* args) {
+    if (!args->valid[0]) return;
+    const auto& source = *static_cast<const SourceGeometry*>(args->geometryUserPtr);
+    const PackedInstance& instance = source.instances[args->primID];
+    auto* context = static_cast<TraceContext*>(args->context);
+    auto& outer = *reinterpret_cast<RTCRay*>(args->ray);
+    RTCRay inner = MoveToPrototype(outer, instance, context, args->primID);
+    rtcOccluded1(source.prototypes[instance.prototype].scene, context, &inner);
+    LeavePrototype(context);
+    if (inner.tfar < 0) outer.tfar = inner.tfar;
+}
+
+// Lets a ray through where the mask says so.
+void MaskFilter(const RTCFilterFunctionNArguments* args) {
+    if (args->valid[0] != -1) return;
+    const auto& mesh = *static_cast<const RenderMesh*>(args->geometryUserPtr);
+    const auto& context = *static_cast<const TraceContext*>(args->context);
+    const auto& ray = *reinterpret_cast<const RTCRay*>(args->ray);
+    const auto& hit = *reinterpret_cast<const RTCHit*>(args->hit);
+    size_t face = mesh.NumOpaque() + hit.primID;
+    float width = (context.width + context.spread * ray.tfar) * context.meshScale;
+    float opacity = mesh.Opacity(face, hit.u, hit.v, width);
+    uint32_t place = HashMix(uint32_t(face) * 0x9e3779b9u ^ context.instance);
+    if (UnitFloat(HashMix(context.seed ^ place)) >= opacity) args->valid[0] = 0;
+}
+
+// Adds faces [first, first + count) of a mesh to a scene under the given number.
+void AttachTriangles(RTCDevice device, RTCScene scene, const RenderMesh& mesh, size_t first,
+                     size_t count, bool isMasked, uint32_t geometryId) {
+    if (count == 0) return;
+    RTCGeometry geometry = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_TRIANGLE);
+    rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3,
+                               mesh.Positions(), 0, sizeof(Point3), mesh.NumVertices());
+    rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT3,
+                               mesh.Faces() + first, 0, sizeof(Triple), count);
+    if (isMasked) {
+        rtcSetGeometryUserData(geometry, const_cast<RenderMesh*>(&mesh));
+        rtcSetGeometryIntersectFilterFunction(geometry, MaskFilter);
+        rtcSetGeometryOccludedFilterFunction(geometry, MaskFilter);
+    }
+    rtcCommitGeometry(geometry);
+    rtcAttachGeometryByID(scene, geometry, geometryId);
+    rtcReleaseGeometry(geometry);
+}
+
+// Geometry 0 holds the opaque faces, geometry 1 those under a mask.
+void AttachMesh(RTCDevice device, RTCScene scene, const RenderMesh& mesh, uint32_t firstId) {
+    size_t opaque = mesh.NumOpaque();
+    AttachTriangles(device, scene, mesh, 0, opaque, false, firstId);
+    AttachTriangles(device, scene, mesh, opaque, mesh.NumFaces() - opaque, true, firstId + 1);
+}
+
+}  // namespace
+
+struct TraceScene::Impl {
+    RTCDevice device = nullptr;
+    RTCScene top = nullptr;
+    RenderMaterials materials;
+    std::vector<std::unique_ptr<RenderMesh>> nodes;  // node i: geometries 2i and 2i + 1
+    std::vector<std::unique_ptr<SourceGeometry>> sources;
+    TraceStatistics statistics;
+
+    ~Impl() {
+        if (top) rtcReleaseScene(top);
+        for (auto& source : sources)
+            for (Prototype& prototype : source->prototypes)
+                if (prototype.scene) rtcReleaseScene(prototype.scene);
+        if (device) rtcReleaseDevice(device);
+    }
+    uint32_t FirstSourceId() const { return uint32_t(nodes.size() * 2); }
+
+    void AddNode(const RenderNode& node) {
+        if (!node.mesh) return;
+        nodes.push_back(
+            std::make_unique<RenderMesh>(*node.mesh, node.mtl, node.transform, materials));
+        const RenderMesh& mesh = *nodes.back();
+        statistics.numNodeFaces += mesh.NumFaces();
+        AttachMesh(device, top, mesh, uint32_t(nodes.size() - 1) * 2);
+    }
+
+    void ReadPrototypes(const IInstanceSource& source, SourceGeometry* geometry) {
+        for (size_t i = 0; i < source.NumPrototypes(); ++i) {
+            Prototype& prototype = geometry->prototypes.emplace_back();
+            static const Mesh kEmpty;
+            const Mesh* mesh = source.PrototypeMesh(i);
+            prototype.mesh = std::make_unique<RenderMesh>(
+                mesh ? *mesh : kEmpty, source.PrototypeMtl(i), Matrix3{}, materials);
+            prototype.scene = rtcNewScene(device);
+            rtcSetSceneBuildQuality(prototype.scene, RTC_BUILD_QUALITY_HIGH);
+            AttachMesh(device, prototype.scene, *prototype.mesh, 0);
+            rtcCommitScene(prototype.scene);
+            statistics.numPrototypeFaces += prototype.mesh->NumFaces();
+        }
+    }
+
+    void ReadInstances(const IInstanceSource& source, SourceGeometry* geometry) {
+        size_t count = source.NumInstances();
+        geometry->instances.reserve(count);
+        std::vector<InstanceRecord> block;
+        for (size_t first = 0; first < count; first += kBlock) {
+            block.resize(std::min(kBlock, count - first));
+            source.GetInstances(first, block);
+            for (const InstanceRecord& record : block) {
+                PackedInstance packed;
+                if (record.prototype < geometry->prototypes.size() &&
+                    geometry->prototypes[record.prototype].mesh->NumFaces() > 0 &&
+                    Pack(record, &packed))
+                    geometry->instances.push_back(packed);
+            }
+        }
+    }
+
+    void AddSource(const IInstanceSource& source) {
+        auto geometry = std::make_unique<SourceGeometry>();
+        ReadPrototypes(source, geometry.get());
+        ReadInstances(source, geometry.get());
+        RTCGeometry user = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_USER);
+        rtcSetGeometryUserPrimitiveCount(user, uint32_t(geometry->instances.size()));
+        rtcSetGeometryUserData(user, geometry.get());
+        rtcSetGeometryBoundsFunction(user, InstanceBounds, nullptr);
+        rtcSetGeometryIntersectFunction(user, IntersectInstance);
+        rtcSetGeometryOccludedFunction(user, OccludeInstance);
+        rtcCommitGeometry(user);
+        rtcAttachGeometryByID(top, user, FirstSourceId() + uint32_t(sources.size()));
+        rtcReleaseGeometry(user);
+        statistics.numInstances += geometry->instances.size();
+        statistics.instanceBytes += geometry->instances.size() * sizeof(PackedInstance);
+        sources.push_back(std::move(geometry));
+    }
+};
+
+Point3 TraceHit::Normal() const {
+    Point3 n = mesh->Normal(face, u, v);
+    if (!instance) return n;
+    const float* m = instance->toPrototype;
+    return Normalize({n.x * m[0] + n.y * m[1] + n.z * m[2], n.x * m[3] + n.y * m[4] + n.z * m[5],
+                      n.x * m[6] + n.y * m[7] + n.z * m[8]});
+}
+
+float TraceHit::MeshScale() const { return instance ? InverseScale(*instance) : 1; }
+
+TraceScene::TraceScene(const RenderScene& scene) : m_impl(std::make_unique<Impl>()) {
+    Impl& impl = *m_impl;
+    impl.device = rtcNewDevice("threads=1");
+    rtcSetDeviceErrorFunction(
+        impl.device,
+        [](void*, RTCError, const char* text) { LogError(std::string("ray tracer: ") + text); },
+        nullptr);
+    impl.top = rtcNewScene(impl.device);
+    for (const RenderNode& node : scene.nodes) impl.AddNode(node);
+    for (const IInstanceSource* source : scene.sources)
+        if (source) impl.AddSource(*source);
+    rtcCommitScene(impl.top);
+}
+
+TraceScene::~TraceScene() = default;
+
+const TraceStatistics& TraceScene::Statistics() const { return m_impl->statistics; }
+
+namespace {
+
+TraceContext MakeContext(const TraceRay& ray) {
+    TraceContext context;
+    rtcInitIntersectContext(&context);
+    context.width = ray.width;
+    context.spread = ray.spread;
+    context.seed = ray.seed;
+    LeavePrototype(&context);
+    return context;
+}
+
+RTCRay MakeRay(const TraceRay& ray) {
+    RTCRay r{};
+    r.org_x = ray.origin.x, r.org_y = ray.origin.y, r.org_z = ray.origin.z;
+    r.dir_x = ray.direction.x, r.dir_y = ray.direction.y, r.dir_z = ray.direction.z;
+    r.tnear = ray.near, r.tfar = ray.far;
+    r.mask = ~0u;
+    return r;
+}
+
+}  // namespace
+
+bool TraceScene::Intersect(const TraceRay& ray, TraceHit* hit) const {
+    TraceContext context = MakeContext(ray);
+    RTCRayHit query;
+    query.ray = MakeRay(ray);
+    query.hit.geomID = query.hit.instID[0] = RTC_INVALID_GEOMETRY_ID;
+    rtcIntersect1(m_impl->top, &context, &query);
+    if (query.hit.geomID == RTC_INVALID_GEOMETRY_ID) return false;
+    hit->distance = query.ray.tfar;
+    hit->u = query.hit.u, hit->v = query.hit.v;
+    hit->face = query.hit.primID;
+    Point3 n{query.hit.Ng_x, query.hit.Ng_y, query.hit.Ng_z};
+    uint32_t id = query.hit.geomID, firstSource = m_impl->FirstSourceId();
+    if (id < firstSource) {
+        hit->mesh = m_impl->nodes[id / 2].get();
+        hit->instance = nullptr;
+        if (id & 1) hit->face += uint32_t(hit->mesh->NumOpaque());
+    } else {
+        const SourceGeometry& source = *m_impl->sources[id - firstSource];
+        hit->instance = &source.instances[query.hit.instID[0]];
+        hit->mesh = source.prototypes[hit->instance->prototype].mesh.get();
+        const float* m = hit->instance->toPrototype;
+        n = {n.x * m[0] + n.y * m[1] + n.z * m[2], n.x * m[3] + n.y * m[4] + n.z * m[5],
+             n.x * m[6] + n.y * m[7] + n.z * m[8]};
+    }
+    hit->faceNormal = Normalize(n);
+    return true;
+}
+
+bool TraceScene::IsOccluded(const TraceRay& ray) const {
+    TraceContext context = MakeContext(ray);
+    RTCRay query = MakeRay(ray);
+    rtcOccluded1(m_impl->top, &context, &query);
+    return query.tfar < 0;
+}

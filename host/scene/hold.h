@@ -1,0 +1,82 @@
+// Undo: a hold collects restore records between Begin and Accept; accepted holds form the undo
+// list.
+//
+// Super-levels group several holds into one undo step. A record is put only while a hold is open
+// (Holding) and not suspended. Cancel undoes what was recorded, newest record first, and drops it.
+// An accepted hold without records leaves no step. One thread.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+class RestoreObj {
+public:
+    virtual ~RestoreObj() = default;
+    // Brings the state before the change back. isUndo is false when a hold is cancelled: then Redo
+    // will not follow.
+    virtual void Restore(bool isUndo) = 0;
+    virtual void Redo() = 0;
+    // Memory that the record keeps alive, roughly, in bytes.
+    virtual size_t Size() const { return sizeof(*this); }
+};
+
+class Hold {
+public:
+    void Begin();
+    void Accept(const std::string& name);
+    void Cancel();
+
+    // Super levels may nest; the outermost Accept makes the step.
+    void SuperBegin();
+    void SuperAccept(const std::string& name);
+    void SuperCancel();
+
+    // A record put now would be kept.
+    bool Holding() const { return m_open > 0 && m_suspended == 0; }
+    void Put(std::unique_ptr<RestoreObj> record);
+
+    void Suspend() { ++m_suspended; }
+    void Resume() { --m_suspended; }
+
+    // False when there is nothing to undo or redo, or a hold is open.
+    bool Undo();
+    bool Redo();
+    size_t NumUndoSteps() const { return m_undo.size(); }
+    size_t NumRedoSteps() const { return m_redo.size(); }
+    std::string UndoName() const { return m_undo.empty() ? "" : m_undo.back().name; }
+    std::string RedoName() const { return m_redo.empty() ? "" : m_redo.back().name; }
+    void Clear();  // forgets all steps
+
+    static constexpr size_t kMaxSteps = 500;  // older steps are forgotten
+
+private:
+    struct Step {
+        std::string name;
+        std::vector<std::unique_ptr<RestoreObj>> records;
+    };
+    void Close(const std::string& name);
+    void Rewind(size_t mark);
+
+    Step m_current;
+    std::vector<size_t> m_marks;  // number of records when each open level began
+    int m_open = 0;
+    int m_suspended = 0;
+    std::vector<Step> m_undo, m_redo;
+};
+
+// No records are put while this lives.
+class HoldSuspender {
+public:
+    explicit HoldSuspender(Hold* hold) : m_hold(hold) {
+        if (m_hold) m_hold->Suspend();
+    }
+    ~HoldSuspender() {
+        if (m_hold) m_hold->Resume();
+    }
+    HoldSuspender(const HoldSuspender&) = delete;
+    HoldSuspender& operator=(const HoldSuspender&) = delete;
+
+private:
+    Hold* m_hold;
+};

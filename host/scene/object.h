@@ -1,0 +1,165 @@
+// What a node shows: geometry, shapes, cameras, lights, particle systems and helpers.
+//
+// An object lives in its own space; nodes place it, several nodes may share one. Changing a public
+// field is followed by NotifyDependents(), which the caller sends once for all fields it changed.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "host/geom/mesh.h"
+#include "host/math/color.h"
+#include "host/math/interval.h"
+#include "host/scene/reference.h"
+
+class IInstanceSource;
+class INode;
+
+class Object : public ReferenceTarget {
+public:
+    // How long what this object shows at time t stays the same; contains t.
+    virtual Interval ObjectValidity(TimeValue t) const { return Interval::Forever(); }
+    // The mesh at time t, object space; null when this is no geometry object.
+    virtual std::shared_ptr<const Mesh> GetRenderMesh(TimeValue t) { return nullptr; }
+
+    virtual bool IsGeomObject() const { return false; }
+    virtual bool IsShape() const { return false; }
+    virtual bool IsCamera() const { return false; }
+    virtual bool IsLight() const { return false; }
+    virtual bool IsParticleSystem() const { return false; }
+
+    // Node that the object looks at (cameras and lights), null for none.
+    virtual INode* GetTargetNode() const { return nullptr; }
+
+    std::string ClassName() const override { return "Object"; }
+};
+
+// Where a mesh came from, kept so that a scene can be written as it was read.
+struct FileOrigin {
+    std::string file;    // as the scene names it
+    std::string object;  // object inside the file, empty for all
+    std::string base;    // folder that a relative file starts from
+};
+struct PrimitiveOrigin {
+    std::string kind;  // "plane", "box", "sphere", "cone", "cylinder"
+    float width = 10, length = 10, height = 10, radius = 5;
+    int segments = 0;  // 0: the kind's default
+};
+struct HeightfieldOrigin {
+    std::string file;
+    std::string base;
+    float sizeX = 100, sizeY = 100, height = 10;
+    int samplesX = 0, samplesY = 0;  // 0: the image's
+};
+using MeshOrigin = std::variant<std::monostate, FileOrigin, PrimitiveOrigin, HeightfieldOrigin>;
+
+class TriObject : public Object {
+public:
+    TriObject() : m_mesh(std::make_shared<Mesh>()) {}
+    explicit TriObject(std::shared_ptr<const Mesh> mesh, MeshOrigin meshOrigin = {})
+        : origin(std::move(meshOrigin)), m_mesh(std::move(mesh)) {}
+
+    MeshOrigin origin;
+
+    const std::shared_ptr<const Mesh>& GetMesh() const { return m_mesh; }
+    // Replaces the mesh and tells the dependents. Never null.
+    void SetMesh(std::shared_ptr<const Mesh> mesh);
+
+    std::shared_ptr<const Mesh> GetRenderMesh(TimeValue t) override { return m_mesh; }
+    bool IsGeomObject() const override { return true; }
+    std::string ClassName() const override { return "Mesh"; }
+
+private:
+    std::shared_ptr<const Mesh> m_mesh;
+};
+
+// One curve of a shape: straight through `points`, or, when there are knots, a Bezier through them.
+struct ShapeKnot {
+    Point3 p, in, out;  // handles relative to the knot
+    friend bool operator==(const ShapeKnot&, const ShapeKnot&) = default;
+};
+struct ShapeLine {
+    bool closed = false;
+    std::vector<Point3> points;
+    std::vector<ShapeKnot> knots;
+    friend bool operator==(const ShapeLine&, const ShapeLine&) = default;
+};
+
+class ShapeObject : public Object {
+public:
+    std::vector<ShapeLine> lines;
+    int steps = 6;  // points made between two knots
+
+    bool IsShape() const override { return true; }
+    std::string ClassName() const override { return "Spline"; }
+};
+
+class CameraObject : public Object {
+public:
+    float fovDegrees = 45;             // horizontal
+    float envNear = 0, envFar = 1000;  // environment ranges
+    Reference<INode> target{this};
+
+    bool IsCamera() const override { return true; }
+    INode* GetTargetNode() const override;
+    std::string ClassName() const override { return "Camera"; }
+};
+
+enum class LightKind { kDirectional, kPoint, kSpot };
+
+// Shines along its local -Z (directional, spot) or all around.
+class LightObject : public Object {
+public:
+    LightKind kind = LightKind::kDirectional;
+    Color color{1, 1, 1};
+    float intensity = 1;
+    bool shadows = true;
+    Reference<INode> target{this};
+
+    bool IsLight() const override { return true; }
+    INode* GetTargetNode() const override;
+    std::string ClassName() const override { return "Light"; }
+};
+
+struct Particle {
+    static constexpr TimeValue kMissing = -1;
+
+    bool hasPosition = false;
+    Point3 position;    // of the system's node
+    TimeValue age = 0;  // kMissing: the particle does not exist
+    Point3 rotationDegrees;
+    Point3 scale{1, 1, 1};
+    Point3 speed;
+    int event = -1;  // index into the system's events, -1 for none
+
+    bool Exists() const { return hasPosition && age != kMissing; }
+};
+
+class ParticleObject : public Object {
+public:
+    std::vector<Particle> particles;
+
+    // Event nodes that particles point at. The same node keeps its index.
+    int AddEvent(std::shared_ptr<INode> node);
+    int NumEvents() const { return int(m_events.size()); }
+    INode* GetEvent(int i) const;  // null for -1
+
+    bool IsParticleSystem() const override { return true; }
+    std::string ClassName() const override { return "Particles"; }
+
+private:
+    std::vector<std::unique_ptr<Reference<INode>>> m_events;
+};
+
+class DummyObject : public Object {
+public:
+    std::string ClassName() const override { return "Dummy"; }
+};
+
+// Head of a group; the members are the children of its node.
+class GroupObject : public Object {
+public:
+    std::string ClassName() const override { return "Group"; }
+};

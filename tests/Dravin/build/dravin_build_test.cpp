@@ -1,0 +1,285 @@
+#include "Dravin/build/dravin_build.h"
+
+#include <gtest/gtest.h>
+
+#include "Dravin/build/density_loader.h"
+#include "Dravin/build/dravin_instances.h"
+#include "Dravin/dravin.h"
+#include "Dravin/engine/build_input.h"
+#include "host/base/log.h"
+#include "host/geom/primitives.h"
+#include "host/scene/host_context.h"
+#include "host/scene/scene.h"
+#include "host/scene/texmaps.h"
+
+namespace {
+
+// A 20 x 20 plane with a scatter object over it: white map, cells of one unit, one box row.
+class DravinBuild : public testing::Test {
+protected:
+    HostContext host;
+    Scene scene;
+    std::shared_ptr<TDravin> object = TDravin::Create();
+    std::shared_ptr<INode> plane, box;
+    INode* node = nullptr;
+    std::vector<std::string> log;
+    LogSink oldSink;
+    int oldLevel = 0;
+
+    void SetUp() override {
+        oldSink = SetLogSink([this](LogKind, const std::string& text) { log.push_back(text); });
+        oldLevel = SetLogLevel(2);
+        plane = AddMesh("ground", MakePlane(20, 20, 1));
+        box = AddMesh("box", MakeBox(2, 1, 3, 1));
+        node = scene.AddNode("scatter", object);
+        object->Block(kSurfaceParams).Append(surfaceParams::kSurflist, Target(plane));
+        Set(kDistParams, distParams::kPixelsX, 10);
+        Set(kDistParams, distParams::kPixelsY, 10);
+        Set(kDistParams, distParams::kDistmap, White());
+        AddRow(box);
+    }
+    void TearDown() override {
+        SetLogSink(oldSink);
+        SetLogLevel(oldLevel);
+    }
+
+    std::shared_ptr<INode> AddMesh(const std::string& name, Mesh mesh) {
+        auto added = INode::Create(
+            name, std::make_shared<TriObject>(std::make_shared<Mesh>(std::move(mesh))));
+        scene.AddNode(added);
+        return added;
+    }
+    static ParamValue Target(std::shared_ptr<ReferenceTarget> target) { return target; }
+    static std::shared_ptr<Texmap> White() { return std::make_shared<ColorTex>(); }
+    template <class T>
+    void Set(DravinBlockId block, ParamID id, const T& value) {
+        object->Block(block).SetValue(id, 0, value);
+    }
+    void AddRow(std::shared_ptr<INode> source) {
+        TTreeSpecList rows(std::static_pointer_cast<IParamBlock2>(
+            object->Block(kGeomParams).shared_from_this()));
+        TSpecEntry entry;
+        entry.name = "row";
+        entry.kind = kGeomCustom;
+        entry.customObject = source;
+        rows.AppendRow(entry);
+    }
+    const TDravinBuild& Run(TBuildFlags flags = {}) {
+        object->Build().BuildMesh(0, flags);
+        return object->Build();
+    }
+    TBuildFlags Render() const {
+        TBuildFlags flags;
+        flags.render = true;
+        return flags;
+    }
+    bool Logged(const std::string& text) const {
+        return std::find(log.begin(), log.end(), text) != log.end();
+    }
+};
+
+TEST_F(DravinBuild, ScattersOverItsSurface) {
+    const TDravinBuild& build = Run();
+    EXPECT_EQ(build.Status(), TBuildStatus::kSuccess);
+    EXPECT_EQ(build.Statistics().itemCount, 400);
+    EXPECT_EQ(build.Statistics().createdCount, 400);
+    EXPECT_GE(build.Statistics().buildMs, 1);
+    EXPECT_EQ(build.Items().Item(0).width, 2);
+    EXPECT_EQ(build.Items().Item(0).depth, 1);
+    EXPECT_EQ(build.Items().Item(0).height, 3);
+}
+
+TEST_F(DravinBuild, WritesItsLogLines) {
+    Run();
+    EXPECT_TRUE(Logged("Starting BuildMesh(0)"));
+    EXPECT_TRUE(Logged("BuildItemArray"));
+    EXPECT_TRUE(Logged("BuildItemArray->DistributeImageXY (1 areas)"));
+    EXPECT_TRUE(Logged("Exiting BuildMesh (400 items, code 0)"));
+}
+
+TEST_F(DravinBuild, OneThreadRunsOnTheCallingThread) {
+    Set(kGenParams, genParams::kAutothreads, false);
+    Set(kGenParams, genParams::kThreads, 0);
+    EXPECT_EQ(Run().Statistics().itemCount, 400);
+    EXPECT_TRUE(Logged("BuildItemArray->DistributeArea(0)->Starting 1 threads"));
+}
+
+TEST_F(DravinBuild, ADisabledObjectHasStatus11AndNoItems) {
+    Set(kDispParams, dispParams::kDisabled, true);
+    EXPECT_EQ(Run().Status(), TBuildStatus::kDisabled);
+    EXPECT_TRUE(object->Build().Items().IsEmpty());
+    EXPECT_EQ(object->Build().Message()[0], "Object is disabled in Display settings");
+}
+
+TEST_F(DravinBuild, CustomEditWithoutItemsHasStatus3) {
+    object->Block(kEditionParams).SetValue(editionParams::kMode, 0, 1);
+    EXPECT_EQ(Run().Status(), TBuildStatus::kNoItems);
+    EXPECT_EQ(object->Build().Message()[0], "No items");
+}
+
+TEST_F(DravinBuild, WithoutAMapTheStatusIs2WhateverTheMode) {
+    Set(kDistParams, distParams::kDistmap, nullptr);
+    Set(kDistParams, distParams::kMapname, "no_such_map.bmp");
+    EXPECT_EQ(Run().Status(), TBuildStatus::kNoDistributionMap);
+    Set(kDistParams, distParams::kDistmode, 2);
+    Set(kDispParams, dispParams::kDisabled, true);
+    EXPECT_EQ(Run().Status(), TBuildStatus::kNoDistributionMap);
+}
+
+TEST_F(DravinBuild, TheDefaultImageIsTheLibrarysWhiteMap) {
+    Set(kDistParams, distParams::kDistmap, nullptr);
+    const TDravinBuild& build = Run();
+    EXPECT_EQ(build.Status(), TBuildStatus::kSuccess);
+    EXPECT_EQ(build.Input()->density.Coverage(), 1);
+}
+
+TEST_F(DravinBuild, AnEmptyGeometryListHasStatus6) {
+    TTreeSpecList rows(std::static_pointer_cast<IParamBlock2>(
+        object->Block(kGeomParams).shared_from_this()));
+    rows.Delete({0});
+    EXPECT_EQ(Run().Status(), TBuildStatus::kEmptyGeometryList);
+    EXPECT_EQ(object->Build().Message()[0], "No items in the Geometry List");
+}
+
+TEST_F(DravinBuild, WithoutSurfaceTheStatusIs1) {
+    object->Block(kSurfaceParams).Delete(surfaceParams::kSurflist, 0);
+    EXPECT_EQ(Run().Status(), TBuildStatus::kNoIncludeAreas);
+}
+
+TEST_F(DravinBuild, AnItemlessResultHasStatus10ShownAsNoItems) {
+    Set(kSurfaceParams, surfaceParams::kAltlimited, true);
+    Set(kSurfaceParams, surfaceParams::kAltmin, 5.0f);
+    Set(kSurfaceParams, surfaceParams::kAltmax, 6.0f);
+    EXPECT_EQ(Run().Status(), TBuildStatus::kNoVisibleItems);
+    EXPECT_EQ(object->Build().Message()[0], "No items");
+}
+
+TEST_F(DravinBuild, TooDenseEndsWithStatus4) {
+    Set(kDistParams, distParams::kUnitsX, 0.0001f * 20);
+    Set(kDistParams, distParams::kMaxdensity, 1);
+    EXPECT_EQ(Run().Status(), TBuildStatus::kDensityTooHigh);
+    Set(kDistParams, distParams::kUnitsX, 0.1f);
+    EXPECT_EQ(Run().Status(), TBuildStatus::kDensityTooHigh);
+}
+
+TEST_F(DravinBuild, AFailedRenderIsRememberedByTheViewport) {
+    Set(kDispParams, dispParams::kRmaxitems, 399);
+    EXPECT_EQ(Run(Render()).Status(), TBuildStatus::kTooManyItems);
+    EXPECT_TRUE(object->Build().Items().IsEmpty());
+    EXPECT_EQ(object->Build().Message()[1], "Fix: adjust 'Display' parameters");
+    EXPECT_EQ(Run().Status(), TBuildStatus::kSuccess);
+    EXPECT_EQ(object->Build().Message(),
+              (TPanelMessage{"Maximum number of items exceeded",
+                             "in last render. Adjust 'Display' parameters"}));
+    TBuildFlags noLimit = Render();
+    noLimit.noLimit = true;
+    EXPECT_EQ(Run(noLimit).Statistics().itemCount, 400);
+}
+
+TEST_F(DravinBuild, AViewportKeepsBelowItsLimit) {
+    Set(kDispParams, dispParams::kVmaxitems, 100);
+    EXPECT_EQ(Run().Statistics().decimation, 2);
+    EXPECT_LE(object->Build().Statistics().itemCount, 100);
+}
+
+TEST_F(DravinBuild, RowsWithoutAnIdGetConsecutiveOnes) {
+    AddRow(box);
+    Run();
+    IParamBlock2& geom = object->Block(kGeomParams);
+    EXPECT_EQ(geom.GetInt(geomParams::kSpecidlist, 0, 0), 1);
+    EXPECT_EQ(geom.GetInt(geomParams::kSpecidlist, 0, 1), 2);
+}
+
+TEST_F(DravinBuild, ARowWhoseObjectIsGoneShowsNothing) {
+    AddRow(box);
+    scene.DeleteNode(*box);
+    const TDravinBuild& build = Run();
+    EXPECT_EQ(build.Status(), TBuildStatus::kSuccess);
+    EXPECT_EQ(build.Statistics().itemCount, 400);
+    TDravinInstances instances(*object, build, {});
+    EXPECT_EQ(instances.NumInstances(), 0u);
+}
+
+TEST_F(DravinBuild, TheObjectCannotScatterItself) {
+    AddRow(std::static_pointer_cast<INode>(node->shared_from_this()));
+    EXPECT_EQ(Run().Status(), TBuildStatus::kSuccess);
+    EXPECT_FALSE(object->Build().Specimens().Row(1).nodes[0].source);
+}
+
+TEST_F(DravinBuild, GroupsMakeOneItemAMember) {
+    auto head = INode::Create("group", std::make_shared<GroupObject>());
+    scene.AddNode(head);
+    auto a = AddMesh("a", MakeBox(1, 1, 1, 1)), b = AddMesh("b", MakeBox(2, 2, 2, 1));
+    head->AttachChild(a);
+    head->AttachChild(b);
+    b->SetLocalTM(Matrix3::Translation({0.5f, 0, 0}));
+    TTreeSpecList rows(std::static_pointer_cast<IParamBlock2>(
+        object->Block(kGeomParams).shared_from_this()));
+    rows.Set(TTreeSpecList::kCustomObject, 0, 0, Target(head));
+    const TDravinBuild& build = Run();
+    ASSERT_EQ(build.Statistics().itemCount, 800);
+    TDravinItem first = build.Items().Item(0), second = build.Items().Item(1);
+    EXPECT_EQ(second.elementIndex, 1);
+    EXPECT_EQ(second.width, 2);
+    EXPECT_FLOAT_EQ(second.position.x - first.position.x, 0.5f);
+}
+
+TEST_F(DravinBuild, InstancesStandWhereTheItemsAre) {
+    node->SetLocalTM(Matrix3::Translation({100, 0, 0}));
+    box->SetObjectOffset({{0, 0, 0}, {0, 0, 90}, {2, 1, 1}});
+    Set(kTransformParams, transformParams::kApplyrotation, true);
+    const TDravinBuild& build = Run();
+    std::unique_ptr<IInstanceSource> instances = build.MakeInstanceSource();
+    ASSERT_EQ(instances->NumInstances(), size_t(build.Statistics().itemCount));
+    std::vector<InstanceRecord> records(instances->NumInstances());
+    instances->GetInstances(0, records);
+    const Mesh& mesh = *instances->PrototypeMesh(0);
+    Box3 real = mesh.BoundingBox();
+    EXPECT_NEAR(real.Width().x, 1, 1e-5);  // 2 x 1 scaled to 4 x 1, then turned
+    EXPECT_NEAR(real.Width().y, 4, 1e-5);
+    for (size_t i : {size_t(0), size_t(77)}) {
+        TDravinItem item = build.Items().Item(i);
+        // A corner of the unit box under the item's full transform, and the same corner at real size.
+        Point3 unit = Point3{real.max.x, real.max.y, real.max.z} *
+                      Matrix3::Scaling({1 / real.Width().x, 1 / real.Width().y, 1 / real.Width().z});
+        Point3 expected = unit * item.fullTransform + Point3{100, 0, 0};
+        Point3 got = real.max * records[i].transform;
+        EXPECT_NEAR(Length(got - expected), 0, 1e-3);
+        EXPECT_EQ(records[i].id, int32_t(i));
+    }
+}
+
+TEST_F(DravinBuild, ScaleToSlopesFollowsTheSurface) {
+    plane->SetLocalTM(Matrix3::RotationX(0.5f));
+    Set(kSurfaceParams, surfaceParams::kScalelope, true);
+    TDravinItem item = Run().Items().Item(0);
+    EXPECT_NEAR(item.normal.z, std::cos(0.5f), 1e-5);
+    EXPECT_NEAR(Length(item.fullTransform.row[0]), item.width / std::cos(0.5f), 1e-4);
+}
+
+TEST_F(DravinBuild, ABuildThatReadsKeysIsValidForItsTimeOnly) {
+    Run();
+    EXPECT_EQ(object->Build().Validity(), Interval::Forever());
+    object->Block(kDistParams).SetKeys(distParams::kUnitsX, {{0, 10.0f}, {160, 20.0f}});
+    Run();
+    EXPECT_EQ(object->Build().Validity(), Interval::Instant(0));
+}
+
+TEST_F(DravinBuild, NestedCallsReturnWithoutWork) {
+    SetLogSink([this](LogKind, const std::string& text) {
+        log.push_back(text);
+        if (text.rfind("Exiting", 0) != 0) object->Build().BuildMesh(99, {});
+    });
+    Run();
+    EXPECT_EQ(std::count_if(log.begin(), log.end(),
+                            [](const std::string& s) { return s.rfind("Starting", 0) == 0; }),
+              1);
+}
+
+TEST(DistMapFile, IsLookedForBesideTheSceneAndInTheLibrary) {
+    EXPECT_NE(FindDistMapFile("dense.bmp", "/nowhere/scene.json"), "");
+    EXPECT_EQ(FindDistMapFile("nonsense.bmp", "/nowhere/scene.json"), "");
+    EXPECT_EQ(FindDistMapFile("", ""), "");
+}
+
+}  // namespace

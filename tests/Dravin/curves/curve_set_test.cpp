@@ -1,0 +1,152 @@
+#include "Dravin/curves/curve_set.h"
+
+#include <gmock/gmock.h>
+#include <clocale>
+
+#include "Dravin/dravin.h"
+#include "host/base/text.h"
+
+using testing::HasSubstr;
+
+namespace {
+
+const std::vector<CurvePoint> kPoints = {
+    {0.1f, 100, -0.25f, 3e-20f, 0.05f, -7, 0x13},
+    {1, 1.0f / 3.0f, 0, 0, 1e30f, 2.5f, -1},
+};
+
+std::string Curves(std::initializer_list<const char*> pys) {
+    std::string text = "<curves>";
+    for (const char* py : pys)
+        text += std::string("<curve><point px=\"0\" py=\"") + py + "\"/></curve>";
+    return text + "</curves>";
+}
+
+}  // namespace
+
+TEST(CurveSet, BinaryFormRestoresEveryField) {
+    TCurveSet a, b;
+    a.SetNumCurves(1);
+    b.SetNumCurves(1);
+    a.SetPoints(0, kPoints);
+    std::string bytes = SaveCurve(a, 0), error;
+    EXPECT_EQ(bytes.size(), 4 + 2 * 28u);
+    ASSERT_TRUE(LoadCurve(bytes, b, 0, &error)) << error;
+    EXPECT_EQ(b.Points(0), kPoints);
+}
+
+TEST(CurveSet, BinaryFormRefusesCountsThatDoNotFit) {
+    TCurveSet set;
+    set.SetNumCurves(1);
+    set.SetPoints(0, kPoints);
+    std::string bytes = SaveCurve(set, 0), error;
+    for (size_t size = 0; size < bytes.size(); ++size)
+        EXPECT_FALSE(LoadCurve(std::string_view(bytes).substr(0, size), set, 0, &error)) << size;
+    bytes[3] = '\x80';  // a negative count
+    EXPECT_FALSE(LoadCurve(bytes, set, 0, &error));
+    EXPECT_EQ(set.Points(0), kPoints);
+}
+
+TEST(CurveSet, XmlFormIsReadBack) {
+    TCurveSet a, b;
+    a.SetNumCurves(2);
+    a.SetPoints(0, {{0, 100}, {1, 0.05f}});
+    a.SetPoints(1, {{0.5f, 1}});
+    std::string text = CurveSetToXml(&a);
+    EXPECT_THAT(text, HasSubstr("py=\"100.\""));
+    EXPECT_THAT(text, HasSubstr("py=\"5.00000007451e-002\""));
+    ASSERT_TRUE(CurveSetFromXml(b, text));
+    ASSERT_EQ(b.GetNumCurves(), 2);
+    EXPECT_EQ(b.Points(0), a.Points(0));
+    EXPECT_THAT(CurveSetToXml(nullptr), HasSubstr("<curves />"));
+    EXPECT_THAT(CurveSetToXml(&a, 1), testing::Not(HasSubstr("100.")));
+}
+
+TEST(CurveSet, TheLastListWinsWhenOneCurveIsRead) {
+    TCurveSet set;
+    set.SetNumCurves(1);
+    ASSERT_TRUE(CurveSetFromXml(set, Curves({"1", "2"}), 0));
+    ASSERT_EQ(set.GetNumCurves(), 1);
+    EXPECT_EQ(set.Points(0), (std::vector<CurvePoint>{{0, 2}}));
+}
+
+TEST(CurveSet, AllCurvesReplaceTheSetsNumber) {
+    TCurveSet set;
+    set.SetNumCurves(5);
+    ASSERT_TRUE(CurveSetFromXml(set, Curves({"1", "2", "3"}), -1));
+    EXPECT_EQ(set.GetNumCurves(), 3);
+}
+
+TEST(CurveSet, MissingAndMalformedAttributesAreZero) {
+    TCurveSet set;
+    ASSERT_TRUE(CurveSetFromXml(
+        set, "<curves><curve><point/><point px='x' py=' 1.5abc' flags='7z'/></curve></curves>"));
+    EXPECT_EQ(set.Points(0), (std::vector<CurvePoint>{{}, {0, 1.5f, 0, 0, 0, 0, 7}}));
+}
+
+TEST(CurveSet, BadTextLeavesTheSet) {
+    TCurveSet set;
+    set.SetNumCurves(1);
+    set.SetPoints(0, kPoints);
+    EXPECT_FALSE(CurveSetFromXml(set, "<curves><curve>"));
+    EXPECT_FALSE(CurveSetFromXml(set, "<other/>"));
+    EXPECT_FALSE(CurveSetFromXml(set, "<!DOCTYPE x [<!ENTITY a 'b'>]><curves/>"));
+    EXPECT_FALSE(CurveSetFromXml(set, Curves({"1"}), 1));
+    EXPECT_EQ(set.Points(0), kPoints);
+}
+
+TEST(CurveSet, DecimalCommasOfTheLocaleDoNotMatter) {
+    std::string old = std::setlocale(LC_ALL, nullptr);
+    bool comma = std::setlocale(LC_ALL, "de_DE.UTF-8") || std::setlocale(LC_ALL, "fr_FR.UTF-8");
+    TCurveSet a, b;
+    a.SetNumCurves(1);
+    a.SetPoints(0, {{0.5f, 12.25f}});
+    std::string text = CurveSetToXml(&a);
+    bool read = CurveSetFromXml(b, text);
+    std::setlocale(LC_ALL, old.c_str());
+    EXPECT_THAT(text, HasSubstr("px=\"0.5\" py=\"12.25\""));
+    EXPECT_TRUE(read);
+    EXPECT_EQ(b.Points(0), a.Points(0));
+    if (!comma) GTEST_SKIP() << "no locale with a decimal comma is installed";
+}
+
+TEST(CurveSet, ObjectStartsWithTheDefaultCurves) {
+    auto object = TDravin::Create();
+    for (DravinSlot slot :
+         {kSlotCamDensityCurve, kSlotCamScaleCurve, kSlotAreaDensityCurve, kSlotAreaScaleCurve})
+        EXPECT_EQ(object->CurveSet(slot)->Points(0), (std::vector<CurvePoint>{{0, 100}, {1, 0}}));
+    EXPECT_EQ(object->CurveSet(kSlotSurfaceCurves)->GetNumCurves(), 4);
+    EXPECT_EQ(object->CurveSet(kSlotRotProbCurve)->Points(0),
+              (std::vector<CurvePoint>{{0, 100}, {1, 100}}));
+    EXPECT_EQ(object->CurveSet(kSlotScaProbCurve)->editorFlags, 0x200u);
+    EXPECT_EQ(object->CurveSet(kSlotEffectCurves)->GetNumCurves(), 0);
+    EXPECT_FALSE(object->Curve(kSlotEffectCurves, 0));
+    EXPECT_EQ(object->Curve(kSlotSurfaceCurves, 3)->Value(0.5f), 100.0f);
+}
+
+TEST(CurveSet, EffectCurvesGrowAndReset) {
+    auto object = TDravin::Create();
+    TCurveSet& set = EnsureCurveSet(*object, kSlotEffectCurves, 2, kEffectCurveDefaults);
+    EXPECT_EQ(set.YMax(), 1.0f);
+    set.SetPoints(1, {{0, 0.25f}});
+    EnsureCurveSet(*object, kSlotEffectCurves, 3, kEffectCurveDefaults);
+    EXPECT_EQ(set.Points(1), (std::vector<CurvePoint>{{0, 0.25f}}));
+    ResetEffectCurve(*object, kSlotEffectCurves, 1);
+    EXPECT_EQ(set.Points(1), (std::vector<CurvePoint>{{0, 1}, {1, 1}}));
+    ResetEffectCurve(*object, kSlotEffectCurves, 9);
+    EXPECT_EQ(set.GetNumCurves(), 3);
+}
+
+TEST(TwelveDigits, Notation) {
+    const std::pair<double, const char*> golden[] = {{100, "100."},
+                                                     {0, "0."},
+                                                     {0.1, "0.1"},
+                                                     {0.05, "5.e-002"},
+                                                     {-2.5, "-2.5"},
+                                                     {1e12, "1.e+012"},
+                                                     {123456789012.0, "123456789012."},
+                                                     {1.0 / 3.0, "0.333333333333"},
+                                                     {999999999999.9, "1.e+012"},
+                                                     {-1e-300, "-1.e-300"}};
+    for (const auto& [value, text] : golden) EXPECT_EQ(FormatTwelveDigits(value), text);
+}

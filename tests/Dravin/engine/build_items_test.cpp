@@ -1,0 +1,312 @@
+#include "Dravin/engine/build_items.h"
+
+#include <cstring>
+#include <set>
+
+#include <gtest/gtest.h>
+
+#include "tests/Dravin/engine/test_input.h"
+
+namespace {
+
+bool SameBits(const TDravinItem& a, const TDravinItem& b) {
+    auto same = [&]<class G>(const G*) {
+        return std::memcmp(&static_cast<const G&>(a), &static_cast<const G&>(b), sizeof(G)) == 0;
+    };
+    return same((ItemPlace*)nullptr) && same((ItemExtents*)nullptr) && same((ItemColors*)nullptr) &&
+           same((ItemRandoms*)nullptr) && same((ItemCell*)nullptr) && same((ItemSurface*)nullptr) &&
+           same((ItemUvws*)nullptr) && same((ItemFactors*)nullptr) && same((ItemLooks*)nullptr) &&
+           a.fullTransform == b.fullTransform;
+}
+
+// Everything on: a tilted, bumpy ground, maps, curves, falloffs, three rows.
+TBuildInput RichInput() {
+    static const CoordinateMap coordinates;
+    static const FalloffCurve falling = FalloffCurve::Line(100, 20);
+    TBuildInput input = GroundInput();
+    Matrix3 tilt = Matrix3::RotationX(0.3f);
+    input.surfaces.clear();
+    input.surfaceBounds = {};
+    AddSurface(input, SquareMesh(-40, -40, 40, 40), tilt);
+    AddSurface(input, SquareMesh(-5, -5, 15, 15, 3));
+    input.grid.rotationRadians = 0.4f;
+    input.grid.offsetX = 0.3f;
+    input.displayLimit = 1000000;
+    input.directionPercent = 40;
+    input.altitude.min = -10, input.altitude.max = 10;
+    input.altitude.densityCurve = input.altitude.scaleCurve = &falling;
+    input.specimens = {CubeSpecimen(50), CubeSpecimen(20), CubeSpecimen(30)};
+    input.specimens[1].elements[0].centerPercent = 20;
+    input.specimens[2].elements.push_back(input.specimens[2].elements[0]);
+    input.specimens[2].elements[1].offset = {0.5f, 0.25f, 0};
+    TTransformSettings& t = input.transforms;
+    t.seed = 4711;
+    t.applyTranslation = t.applyRotation = t.applyScale = t.mirror = true;
+    t.rotMinDegrees = {-10, -20, 0}, t.rotMaxDegrees = {10, 20, 359};
+    t.scaMap = {&coordinates, {true, false, true}, true, true};
+    input.channels.channel[kScaMap] = 1;
+    t.tintMax = 50;
+    t.tintColor2 = {1, 1, 0};
+    return input;
+}
+
+class Threads : public testing::TestWithParam<int> {};
+
+TEST_P(Threads, GiveTheSameItemsInTheSameOrderBitForBit) {
+    TBuildInput input = RichInput();
+    BuiltItems one = Build(input);
+    ASSERT_GT(one.items.size(), 2000u);
+    input.threads = GetParam();
+    BuiltItems many = Build(input);
+    ASSERT_EQ(many.items.size(), one.items.size());
+    for (size_t i = 0; i < one.items.size(); ++i)
+        ASSERT_TRUE(SameBits(one.items[i], many.items[i])) << i;
+}
+
+INSTANTIATE_TEST_SUITE_P(Counts, Threads, testing::Values(2, 3, 8, 16));
+
+TEST(Build, OneItemACellWithItsSeedAndPlace) {
+    BuiltItems built = Build(GroundInput());
+    EXPECT_EQ(built.result, TBuildResult::kOk);
+    // Cells -10..10 on both axes; the far edges of the square belong to no face.
+    ASSERT_EQ(built.items.size(), 400u);
+    EXPECT_EQ(built.statistics.cellsInArea, 400);
+    EXPECT_EQ(built.statistics.itemCount, 400);
+    const TDravinItem& first = built.items[0];
+    EXPECT_EQ(first.position, (Point3{-10, -10, 0}));
+    EXPECT_EQ(first.hash[0], 0u);
+    EXPECT_EQ(first.hash[1], uint32_t(-1));
+    EXPECT_EQ(first.seed, CellSeed(first.hash));
+    EXPECT_EQ(first.sourceIndex, 0);
+    EXPECT_EQ(built.items[1].position, (Point3{-9, -10, 0}));
+    EXPECT_EQ(built.items[20].sourceIndex, 21);  // a grid row has 21 cells
+}
+
+TEST(Build, StoredItemsDrawTheirRandomValuesAgainExactly) {
+    TBuildInput input = GroundInput();
+    input.transforms.applyRotation = true;
+    input.transforms.rotMaxDegrees = {30, 30, 359};
+    for (const TDravinItem& item : Build(input).items) {
+        TDravinItem again;
+        again.seed = item.seed;
+        TNuRandom generator;
+        RedrawItemRandoms(input.transforms, TransformRanges(input.transforms), generator, again);
+        ASSERT_EQ(again.random5, item.random5);
+        // The transform was made from these very angles.
+        Matrix3 expected = MakeFrame({1, 0, 0}, item.normal);
+        expected.PreRotateX(again.rotation.x);
+        expected.PreRotateY(again.rotation.y);
+        expected.PreRotateZ(again.rotation.z);
+        ASSERT_EQ(item.transform, expected);
+    }
+}
+
+TEST(Build, MovingTheMapByItsSizeReproducesTheItems) {
+    TBuildInput input = GroundInput();
+    std::vector<uint16_t> rgb(10 * 10 * 3);
+    for (size_t i = 0; i < rgb.size(); ++i) rgb[i] = (i / 3) % 3 ? 65535 : 0;
+    input.density = TDensityMap(10, 10, rgb, 50);
+    BuiltItems a = Build(input);
+    input.grid.offsetX = input.grid.unitsX;
+    BuiltItems b = Build(input);
+    ASSERT_EQ(a.items.size(), b.items.size());
+    ASSERT_GT(a.items.size(), 200u);
+    for (size_t i = 0; i < a.items.size(); ++i) EXPECT_EQ(a.items[i].position, b.items[i].position);
+}
+
+TEST(Build, NoSurfaceMeansNoIncludeArea) {
+    TBuildInput input = GroundInput();
+    input.surfaces.clear();
+    input.surfaceBounds = {};
+    EXPECT_EQ(Build(input).result, TBuildResult::kNoAreas);
+    AddSurface(input, std::make_shared<Mesh>());
+    EXPECT_EQ(Build(input).result, TBuildResult::kNoAreas);
+}
+
+TEST(Build, ATooDenseMapIsRefusedBeforeItemsAreMade) {
+    TBuildInput input = GroundInput();
+    input.grid.unitsX = input.grid.unitsY = 0.01f;  // 20000 x 20000 cells
+    input.grid.maxCells = 40000000;
+    BuiltItems built = Build(input);
+    EXPECT_EQ(built.result, TBuildResult::kDensityTooHigh);
+    EXPECT_EQ(built.list.BytesHeld(), 0u);
+}
+
+TEST(Build, ARenderAboveItsLimitEndsEmpty) {
+    TBuildInput input = GroundInput();
+    input.render = true;
+    input.renderLimit = 399;
+    BuiltItems built = Build(input);
+    EXPECT_EQ(built.result, TBuildResult::kTooManyItems);
+    EXPECT_TRUE(built.list.IsEmpty());
+    input.renderLimit = 400;
+    EXPECT_EQ(Build(input).items.size(), 400u);
+}
+
+TEST(Build, ADisplayAboveItsLimitKeepsEveryNthCell) {
+    TBuildInput input = GroundInput();
+    input.displayLimit = 100;  // 400 expected: every second row and column
+    BuiltItems built = Build(input);
+    EXPECT_EQ(built.statistics.decimation, 2);
+    EXPECT_EQ(built.items.size(), 100u);
+    for (const TDravinItem& item : built.items) EXPECT_EQ(int(item.position.x) % 2, 0);
+    input.render = true;
+    input.renderSkip = 2;
+    EXPECT_EQ(Build(input).items.size(), 25u);
+}
+
+TEST(Build, TheUpperSurfaceWinsAndMissesDropItems) {
+    TBuildInput input = GroundInput();
+    AddSurface(input, SquareMesh(-3.5f, -3.5f, 3.5f, 3.5f, 2));
+    int upper = 0;
+    for (const TDravinItem& item : Build(input).items) {
+        bool inside = std::abs(item.position.x) < 3.5f && std::abs(item.position.y) < 3.5f;
+        EXPECT_EQ(item.position.z, inside ? 2 : 0);
+        upper += inside;
+    }
+    EXPECT_EQ(upper, 49);
+}
+
+TEST(Build, AltitudeLimitsKeepTheirHeightOnly) {
+    TBuildInput input = GroundInput();
+    AddSurface(input, SquareMesh(-3.5f, -3.5f, 3.5f, 3.5f, 2));
+    input.altitude.limited = true;
+    input.altitude.min = input.altitude.max = 2;
+    EXPECT_EQ(Build(input).items.size(), 49u);
+    input.altitude.min = input.altitude.max = 1.999f;
+    EXPECT_EQ(Build(input).items.size(), 0u);
+}
+
+TEST(Build, AltitudeMeasuresTheHitBeforeTheZOffset) {
+    TBuildInput input = GroundInput();
+    input.specimens[0].elements[0].zOffset = 50;
+    input.altitude.limited = true;
+    input.altitude.min = -1, input.altitude.max = 1;
+    BuiltItems built = Build(input);
+    ASSERT_EQ(built.items.size(), 400u);
+    EXPECT_EQ(built.items[0].position.z, 50);
+}
+
+TEST(Build, SlopeRulesDropAndScale) {
+    TBuildInput input = GroundInput();
+    input.surfaces.clear();
+    Matrix3 tilt = Matrix3::RotationX(0.5f);
+    AddSurface(input, SquareMesh(-10, -10, 10, 10), tilt);
+    input.slope.limited = true;
+    input.slope.min = 0, input.slope.max = 0.49f;
+    EXPECT_TRUE(Build(input).items.empty());
+    input.slope.max = 1;
+    FalloffCurve line = FalloffCurve::Line(100, 0);
+    input.slope.scaleCurve = &line;
+    BuiltItems built = Build(input);
+    ASSERT_FALSE(built.items.empty());
+    EXPECT_NEAR(built.items[0].surfaceSlope, 0.5f, 1e-5);
+    EXPECT_NEAR(built.items[0].falloffScale.x, 0.5f, 1e-4);
+    EXPECT_NEAR(built.items[0].width, 0.5f, 1e-4);
+}
+
+TEST(Build, ADensityCurveThinsByTheItemsOwnDraw) {
+    TBuildInput input = GroundInput();
+    FalloffCurve half = FalloffCurve::Line(50, 50);
+    input.altitude.min = -1, input.altitude.max = 1;
+    input.altitude.densityCurve = &half;
+    BuiltItems built = Build(input);
+    EXPECT_NEAR(double(built.items.size()), 200, 40);
+    for (const TDravinItem& item : built.items) EXPECT_LT(item.randomA.y, 0.5f);
+}
+
+TEST(Build, ATextureDecidesAtTheCellsTileCoordinates) {
+    static const CoordinateMap coordinates;  // luminance 0.299 u + 0.587 v
+    TBuildInput input = GroundInput();
+    input.grid.hasTexture = true;
+    input.grid.pixelsX = input.grid.pixelsY = 10;
+    input.grid.thresholdPercent = 20;
+    input.distMap = &coordinates;
+    input.distMapChannel = 0;
+    for (const TDravinItem& item : Build(input).items) {
+        EXPECT_GT(0.299f * item.mapCoordinates.x + 0.587f * item.mapCoordinates.y, 0.2f);
+        EXPECT_EQ(item.mapColor.r, item.mapCoordinates.x);
+        EXPECT_FLOAT_EQ(item.mapCoordinates.x, item.position.x / 10);
+    }
+}
+
+TEST(Build, ATextureOnTheSurfaceReadsItsMappingChannel) {
+    static const CoordinateMap coordinates;
+    TBuildInput input = GroundInput();
+    input.grid.hasTexture = input.grid.textureOnSurface = true;
+    input.grid.pixelsX = input.grid.pixelsY = 10;
+    input.grid.offsetX = 0.4f;  // ignored on surfaces
+    input.distMap = &coordinates;
+    input.distMapChannel = 1;
+    BuiltItems built = Build(input);
+    ASSERT_FALSE(built.items.empty());
+    for (const TDravinItem& item : built.items) {
+        EXPECT_NEAR(item.mapColor.r, (item.position.x + 10) / 20, 1e-6);
+        EXPECT_EQ(item.position.x, std::round(item.position.x));
+    }
+}
+
+TEST(Build, ADiversityMapIsReadOnTheSurfaceBeforeTheItemMoves) {
+    static const CoordinateMap coordinates;
+    TBuildInput input = GroundInput();
+    input.geometry.mode = kByColorMap;
+    input.diversityMap = &coordinates;
+    input.channels.channel[kDivMap] = 1;
+    input.specimens = {CubeSpecimen(), CubeSpecimen()};
+    input.specimens[0].colorId = {0, 0, 0};
+    input.specimens[1].colorId = {1, 0, 0};
+    for (const TDravinItem& item : Build(input).items) {
+        if (item.position.x != 0) {
+            EXPECT_EQ(item.specimenIndex, item.position.x > 0 ? 1 : 0);
+        }
+    }
+}
+
+TEST(Build, AClusterMakesOneItemAnElementWithSeedsOfTheirOwn) {
+    TBuildInput input = GroundInput();
+    input.specimens[0].elements.push_back(input.specimens[0].elements[0]);
+    input.specimens[0].elements[1].offset = {0.25f, 0, 0};
+    BuiltItems built = Build(input);
+    ASSERT_EQ(built.items.size(), 800u);
+    EXPECT_EQ(built.items[0].elementIndex, 0);
+    EXPECT_EQ(built.items[1].elementIndex, 1);
+    EXPECT_EQ(built.items[1].seed, built.items[0].seed + 1);
+    EXPECT_EQ(built.items[1].position.x, built.items[0].position.x + 0.25f);
+    EXPECT_EQ(built.items[1].sourceIndex, built.items[0].sourceIndex);
+    EXPECT_NE(built.items[1].random1, built.items[0].random1);
+}
+
+TEST(Build, DisabledRowsShowNothing) {
+    TBuildInput input = GroundInput();
+    input.specimens = {CubeSpecimen(50), CubeSpecimen(50)};
+    input.specimens[1].elements[0].kind = SpecimenKind::kDisabled;
+    BuiltItems built = Build(input);
+    EXPECT_NEAR(double(built.items.size()), 200, 40);
+    for (const TDravinItem& item : built.items) EXPECT_EQ(item.specimenIndex, 0);
+}
+
+TEST(Build, SizesOfZeroAreHarmless) {
+    TBuildInput input = GroundInput();
+    input.specimens[0].elements[0].meshSize = {0, 0, 0};
+    input.transforms.globalSize = true;
+    input.transforms.globalWidth = 0;
+    EXPECT_EQ(Build(input).items.size(), 400u);
+    input.transforms.globalScale = 0;
+    EXPECT_EQ(Build(input).items[0].height, 0);
+}
+
+TEST(Build, RandomizeStackedUsesTheGroupsNumber) {
+    // One group only: its number is 0, so the option changes nothing.
+    TBuildInput input = GroundInput();
+    uint32_t seed = Build(input).items[7].seed;
+    input.randomizeStacked = true;
+    EXPECT_EQ(Build(input).items[7].seed, seed);
+}
+
+TEST(Build, ListsStoreOnlyWhatTheSettingsCanFill) {
+    TBuildInput plain = GroundInput(), rich = RichInput();
+    EXPECT_EQ(plain.ItemGroupsNeeded(), kGroupCell | kGroupSurface);
+    EXPECT_EQ(rich.ItemGroupsNeeded(), kGroupCell | kGroupSurface | kGroupUvws | kGroupFactors);
+}
+
+}  // namespace

@@ -1,0 +1,128 @@
+#include "common/nurandom/nurandom.h"
+
+#include <gtest/gtest.h>
+
+#include "common/nurandom/nurandom_batch.h"
+
+namespace {
+
+// The recurrence written out once more, word by word, as the judge of the class.
+struct PlainGenerator {
+    uint64_t x[4], carry;
+    explicit PlainGenerator(uint32_t seed) {
+        uint64_t s = seed;
+        uint64_t words[5];
+        for (uint64_t& w : words) w = s = (s * 29943829u - 1) % (uint64_t{1} << 32);
+        for (int i = 0; i < 4; ++i) x[i] = words[i];
+        carry = words[4];
+        for (int i = 0; i < 19; ++i) Step();
+    }
+    uint32_t Step() {
+        // At most 2111119494 * (2^32 - 1) + 2^32, which fits into 64 bits.
+        uint64_t sum = x[3] * 2111111111 + x[2] * 1492 + x[1] * 1776 + x[0] * 5115 + carry;
+        x[3] = x[2], x[2] = x[1], x[1] = x[0];
+        x[0] = sum % (uint64_t{1} << 32);
+        carry = sum >> 32;
+        return uint32_t(x[0]);
+    }
+};
+
+TEST(NuRandom, StreamFollowsTheRecurrence) {
+    TNuRandom generator(123456), twin(123456);
+    PlainGenerator plain(123456);
+    for (int i = 0; i < 1000; ++i) {
+        uint32_t x = generator.Step();
+        EXPECT_EQ(x, plain.Step());
+        EXPECT_EQ(x, twin.Step());
+    }
+}
+
+TEST(NuRandom, IRandomOfEqualBoundsReturnsItAndStepsOnce) {
+    TNuRandom a(7), b(7);
+    EXPECT_EQ(a.IRandom(5, 5), 5);
+    b.Step();
+    EXPECT_EQ(a.Step(), b.Step());
+}
+
+TEST(NuRandom, IRandomOfReversedBoundsGivesTheLeastIntegerAndStepsOnce) {
+    TNuRandom a(7), b(7);
+    EXPECT_EQ(a.IRandom(0, -1), INT32_MIN);
+    b.Step();
+    EXPECT_EQ(a.Step(), b.Step());
+}
+
+TEST(NuRandom, IRandomStaysInsideItsRange) {
+    TNuRandom generator(99);
+    for (int i = 0; i < 100000; ++i) {
+        int32_t v = generator.IRandom(0, 32767);
+        ASSERT_GE(v, 0);
+        ASSERT_LE(v, 32767);
+    }
+    EXPECT_EQ(TNuRandom::ScaleToRange(0xFFFFFFFFu, INT32_MIN, INT32_MAX), INT32_MAX);
+    EXPECT_EQ(TNuRandom::ScaleToRange(0, INT32_MIN, INT32_MAX), INT32_MIN);
+}
+
+TEST(NuRandom, RandomIsStrictlyInsideTheUnitInterval) {
+    EXPECT_FALSE(TNuRandom::IsOpenUnit(TNuRandom::ToUnit(0)));
+    EXPECT_FALSE(TNuRandom::IsOpenUnit(TNuRandom::ToUnit(0xFFFFFFFFu)));
+    EXPECT_TRUE(TNuRandom::IsOpenUnit(TNuRandom::ToUnit(0xFFFFFF7Fu)));  // 1 - 2^-24 after rounding
+    TNuRandom generator(1);
+    for (int i = 0; i < 100000; ++i) {
+        float f = generator.Random();
+        ASSERT_GT(f, 0);
+        ASSERT_LT(f, 1);
+    }
+}
+
+TEST(NuRandomTable, ZeroWeightsAreUniform) {
+    const float weights[4] = {0, 0, 0, 0};
+    TNuRandomTable table(weights);
+    EXPECT_EQ(std::vector<float>(table.Cumulative().begin(), table.Cumulative().end()),
+              (std::vector<float>{0.25f, 0.5f, 0.75f, 1.0f}));
+    EXPECT_EQ(table.Sample(0.3f), 1u);
+}
+
+TEST(NuRandomTable, AWeightOfZeroIsNeverDrawn) {
+    const float weights[2] = {0, 1};
+    TNuRandomTable table(weights);
+    for (float u = 0.001f; u < 1; u += 0.001f) EXPECT_EQ(table.Sample(u), 1u);
+}
+
+TEST(NuRandomTable, TheGuideIsEnteredAtTheRoundedIndex) {
+    // Running sums 0.1, 0.2, 0.3, 1: u = 0.15 enters at round(0.6) = 1, whose guide entry is the
+    // first sum that reaches 0.25, outcome 2. Scanning never goes back to outcome 1.
+    const float weights[4] = {1, 1, 1, 7};
+    TNuRandomTable table(weights);
+    EXPECT_EQ(table.Sample(0.15f), 2u);
+    EXPECT_EQ(table.Sample(0.999999f), 3u);
+}
+
+TEST(CurveSampler, EmptyReturnsMinWithoutASingleStep) {
+    TCurveSampler empty;
+    TNuRandom a(5), b(5);
+    EXPECT_EQ(empty.CurveRandom(a, 3, 9), 3);
+    EXPECT_EQ(a.Step(), b.Step());
+}
+
+TEST(CurveSampler, ValuesAbove100CountAs100) {
+    const float high[2] = {100, 500}, level[2] = {100, 100};
+    TCurveSampler a{std::span<const float>(high)}, b{std::span<const float>(level)};
+    for (float u = 0.05f; u < 1; u += 0.1f)
+        EXPECT_EQ(a.CurveValue(u, 0, 10), b.CurveValue(u, 0, 10));
+    EXPECT_EQ(a.CurveValue(0.9f, 0, 10), 5);  // outcome 1 of 2 is t = 1/2
+}
+
+class BatchLanes : public testing::TestWithParam<size_t> {};
+
+TEST_P(BatchLanes, GiveTheBitsOfThePlainClass) {
+    std::vector<uint32_t> seeds;
+    for (size_t i = 0; i < GetParam(); ++i) seeds.push_back(uint32_t(i * 2654435761u));
+    std::vector<uint32_t> lanes(seeds.size() * 30), plain(lanes.size());
+    DrawSteps(seeds, 30, lanes);
+    DrawStepsScalar(seeds, 30, plain);
+    EXPECT_EQ(lanes, plain);
+}
+
+INSTANTIATE_TEST_SUITE_P(Counts, BatchLanes, testing::Values(0, 1, 2, 7, 15, 16, 17, 33, 256, 1001));
+
+}  // namespace

@@ -1,0 +1,126 @@
+#include "host/render/trace_scene.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/host/render/render_fixture.h"
+
+namespace {
+
+TraceRay Down(float x, float y) {
+    TraceRay ray;
+    ray.origin = {x, y, 10};
+    ray.direction = {0, 0, -1};
+    return ray;
+}
+
+}  // namespace
+
+TEST(TraceScene, InstanceHitHasWorldDistanceAndNormal) {
+    ListSource source;
+    source.prototypes = {MakeBox(2, 2, 1)};
+    source.instances = {
+        {Matrix3::Scaling({1, 1, 3}) * Matrix3::Translation({5, 0, 1}), 0, 0, {}, 0}};
+    RenderScene scene;
+    scene.sources = {&source};
+    TraceScene trace(scene);
+    TraceHit hit;
+    ASSERT_TRUE(trace.Intersect(Down(5, 0.2f), &hit));
+    EXPECT_NEAR(hit.distance, 6, 1e-5f);
+    EXPECT_NEAR(hit.faceNormal.z, 1, 1e-5f);
+    EXPECT_NEAR(hit.Normal().z, 1, 1e-4f);
+    EXPECT_FALSE(trace.Intersect(Down(3.9f, 0), &hit));
+}
+
+TEST(TraceScene, NearestOfSeveralSourcesAndNodesWins) {
+    ListSource low, high;
+    low.prototypes = high.prototypes = {MakePlane(2, 2)};
+    low.instances = {{Matrix3::Translation({0, 0, 1}), 0, 0, {}, 0}};
+    high.instances = {{Matrix3::Translation({0, 0, 4}), 0, 0, {}, 0}};
+    Mesh ground = MakePlane(20, 20);
+    RenderScene scene;
+    scene.nodes = {{&ground, nullptr, {}}};
+    scene.sources = {&low, &high};
+    TraceScene trace(scene);
+    TraceHit hit;
+    ASSERT_TRUE(trace.Intersect(Down(0, 0), &hit));
+    EXPECT_NEAR(hit.distance, 6, 1e-5f);
+    ASSERT_TRUE(trace.Intersect(Down(5, 5), &hit));
+    EXPECT_NEAR(hit.distance, 10, 1e-5f);
+    EXPECT_EQ(hit.instance, nullptr);
+}
+
+TEST(TraceScene, OcclusionEndsAtTheRaysLength) {
+    Mesh ground = MakePlane(20, 20);
+    RenderScene scene;
+    scene.nodes = {{&ground, nullptr, {}}};
+    TraceScene trace(scene);
+    TraceRay ray = Down(0, 0);
+    EXPECT_TRUE(trace.IsOccluded(ray));
+    ray.far = 9.9f;
+    EXPECT_FALSE(trace.IsOccluded(ray));
+}
+
+TEST(TraceScene, FacesThatAMaskLeavesWholeNeedNoTest) {
+    Mesh plane = MakePlane(1, 1, 8, 1);  // columns alternate between opaque and cut
+    auto mtl = MakeMtl({1, 1, 1});
+    mtl->opacityMap = MakeStripes();
+    RenderMaterials materials;
+    RenderMesh mesh(plane, mtl.get(), Matrix3{}, materials);
+    EXPECT_EQ(mesh.NumFaces(), 16u);
+    EXPECT_GT(mesh.NumFaces(), mesh.NumOpaque());
+    RenderMesh plain(plane, nullptr, Matrix3{}, materials);
+    EXPECT_EQ(plain.NumOpaque(), 16u);
+}
+
+TEST(TraceScene, MaskDecidesByPlaceAndWideRaysByShare) {
+    Mesh plane = MakePlane(8, 8);
+    auto mtl = MakeMtl({1, 1, 1});
+    mtl->opacityMap = MakeStripes();
+    RenderScene scene;
+    scene.nodes = {{&plane, mtl.get(), {}}};
+    TraceScene trace(scene);
+    TraceHit hit;
+    EXPECT_TRUE(trace.Intersect(Down(-3.5f, 0), &hit));   // u = 1/16: opaque
+    EXPECT_FALSE(trace.Intersect(Down(-1.5f, 0), &hit));  // u = 5/16: cut away
+    int hits = 0;
+    for (uint32_t seed = 0; seed < 2000; ++seed) {
+        TraceRay wide = Down(-3.5f, 0);
+        wide.width = 8;
+        wide.seed = seed * 7919;
+        hits += trace.Intersect(wide, &hit);
+    }
+    EXPECT_NEAR(hits, 1000, 100);  // four and a half standard deviations
+}
+
+TEST(TraceScene, FaceIndicesOutOfRangeShowNothing) {
+    Mesh broken = MakePlane(2, 2);
+    broken.faces[0].v[1] = 99;
+    RenderScene scene;
+    scene.nodes = {{&broken, nullptr, {}}, {nullptr, nullptr, {}}};
+    TraceScene trace(scene);
+    TraceHit hit;
+    EXPECT_FALSE(trace.Intersect(Down(0, 0), &hit));
+}
+
+TEST(RenderTexture, WrapsAsTheMapSays) {
+    auto map = std::make_shared<BitmapTex>(BitmapLoader{});
+    map->SetImage(std::make_shared<Bitmap>(2, 1, 1, std::vector<uint8_t>{0, 255}));
+    map->filter = BitmapTex::Filter::kNearest;
+    auto at = [&](BitmapTex::Wrap wrap, float u) {
+        map->wrap = wrap;
+        return RenderTexture(*map, RenderTexture::Use::kMask).LookUpMask({u, 0.5f}, 0, {});
+    };
+    EXPECT_EQ(at(BitmapTex::Wrap::kTile, 1.25f), 0);
+    EXPECT_EQ(at(BitmapTex::Wrap::kMirror, 1.25f), 1);
+    EXPECT_EQ(at(BitmapTex::Wrap::kClamp, 7), 1);
+    EXPECT_EQ(at(BitmapTex::Wrap::kTile, -0.25f), 1);
+    EXPECT_EQ(at(BitmapTex::Wrap::kMirror, -0.25f), 0);
+}
+
+TEST(RenderTexture, CoarseLevelsAverageLinearLight) {
+    auto map = std::make_shared<BitmapTex>(BitmapLoader{});
+    map->SetImage(std::make_shared<Bitmap>(2, 2, 1, std::vector<uint8_t>{0, 255, 255, 0}));
+    RenderTexture color(*map, RenderTexture::Use::kColor), mask(*map, RenderTexture::Use::kMask);
+    EXPECT_NEAR(color.LookUp({0.3f, 0.3f}, 10, {}).g, 0.5f, 0.005f);
+    EXPECT_NEAR(mask.LookUpMask({0.3f, 0.3f}, 10, {}), 0.5f, 0.005f);
+}

@@ -1,0 +1,146 @@
+#include "host/scene/scene.h"
+
+#include <gtest/gtest.h>
+
+#include "host/scene/host_context.h"
+#include "tests/host/scene/test_block.h"
+
+TEST(Scene, TransformsGoFromObjectToWorld) {
+    Scene scene;
+    INode* parent = scene.AddNode("parent", nullptr);
+    INode* child = scene.AddNode("child", std::make_shared<TriObject>(), parent);
+    parent->SetLocalTM(Matrix3::Translation({10, 0, 0}));
+    child->SetLocalTM(Matrix3::Translation({0, 5, 0}));
+    child->SetObjectOffset({{1, 0, 0}, {}, {2, 2, 2}});
+    EXPECT_EQ((Point3{1, 1, 1} * child->GetObjectTM(0)), (Point3{13, 7, 2}));
+    child->SetNodeTM(0, Matrix3::Translation({0, 0, 3}));
+    EXPECT_EQ(child->GetLocalTM().GetTrans(), (Point3{-10, 0, 3}));
+}
+
+TEST(Scene, ReparentingKeepsTheWorldPlaceAndRefusesCycles) {
+    Scene scene;
+    INode* a = scene.AddNode("a", nullptr);
+    INode* b = scene.AddNode("b", nullptr, a);
+    a->SetLocalTM(Matrix3::Translation({1, 2, 3}));
+    auto shared = std::static_pointer_cast<INode>(b->shared_from_this());
+    EXPECT_TRUE(scene.GetRootNode()->AttachChild(shared));
+    EXPECT_EQ(b->GetLocalTM().GetTrans(), (Point3{1, 2, 3}));
+    EXPECT_TRUE(b->AttachChild(std::static_pointer_cast<INode>(a->shared_from_this())));
+    EXPECT_FALSE(a->AttachChild(shared));
+    EXPECT_EQ(a->GetNodeTM(0).GetTrans(), (Point3{1, 2, 3}));
+}
+
+TEST(Scene, FindsNodesByNameAlsoAfterRenaming) {
+    Scene scene;
+    INode* node = scene.AddNode("tree", nullptr);
+    EXPECT_EQ(scene.UniqueNodeName("tree"), "tree001");
+    node->SetName("oak");
+    EXPECT_EQ(scene.FindNode("tree"), nullptr);
+    EXPECT_EQ(scene.FindNode("oak"), node);
+}
+
+TEST(Scene, DeletingANodeMovesItsChildrenUpAndUndoPutsThemBack) {
+    HostContext context;
+    Scene scene;
+    INode* a = scene.AddNode("a", nullptr);
+    INode* b = scene.AddNode("b", nullptr, a);
+    a->SetLocalTM(Matrix3::Translation({1, 0, 0}));
+    context.hold.Begin();
+    scene.DeleteNode(*a);
+    context.hold.Accept("Delete");
+    EXPECT_EQ(b->GetParentNode(), scene.GetRootNode());
+    EXPECT_EQ(b->GetNodeTM(0).GetTrans(), (Point3{1, 0, 0}));
+    EXPECT_EQ(scene.Nodes().size(), 1u);
+    context.hold.Undo();
+    EXPECT_EQ(b->GetParentNode(), scene.FindNode("a"));
+    EXPECT_EQ(b->GetNodeTM(0).GetTrans(), (Point3{1, 0, 0}));
+    context.hold.Redo();
+    EXPECT_EQ(scene.FindNode("a"), nullptr);
+}
+
+TEST(Scene, UndoOfAddingTakesTheWholeBranch) {
+    HostContext context;
+    Scene scene;
+    auto head = INode::Create("head");
+    head->AttachChild(INode::Create("member"));
+    context.hold.Begin();
+    scene.AddNode(head);
+    context.hold.Accept("Add");
+    EXPECT_EQ(scene.Nodes().size(), 2u);
+    context.hold.Undo();
+    EXPECT_TRUE(scene.Nodes().empty());
+    context.hold.Redo();
+    EXPECT_EQ(scene.FindNode("member")->GetParentNode(), scene.FindNode("head"));
+}
+
+TEST(Scene, NodeNoticesAndShutdown) {
+    std::vector<HostNotify> heard;
+    {
+        HostContext context;
+        for (HostNotify n :
+             {HostNotify::kNodeAdded, HostNotify::kNodeDeleted, HostNotify::kShutdown})
+            context.notifications.Register(n,
+                                           [&](HostNotify what, INode*) { heard.push_back(what); });
+        Scene scene;
+        scene.DeleteNode(*scene.AddNode("x", nullptr));
+        EXPECT_EQ(HostContext::Current(), &context);
+    }
+    EXPECT_EQ(HostContext::Current(), nullptr);
+    EXPECT_EQ(heard, (std::vector{HostNotify::kNodeAdded, HostNotify::kNodeDeleted,
+                                  HostNotify::kShutdown}));
+}
+
+TEST(Scene, GroupsAreHeadsWithMembersBelow) {
+    Scene scene;
+    INode* outer = scene.AddNode("outer", std::make_shared<GroupObject>());
+    INode* inner = scene.AddNode("inner", std::make_shared<GroupObject>(), outer);
+    INode* leaf = scene.AddNode("leaf", std::make_shared<TriObject>(), inner);
+    EXPECT_TRUE(outer->IsGroupHead());
+    EXPECT_FALSE(outer->IsGroupMember());
+    EXPECT_EQ(leaf->GetGroupHead(), inner);
+    EXPECT_EQ(leaf->GetOutermostHead(), outer);
+}
+
+TEST(Scene, TargetedCamerasLookAtTheirTarget) {
+    Scene scene;
+    auto camera = std::make_shared<CameraObject>();
+    INode* target = scene.AddNode("t", std::make_shared<DummyObject>());
+    INode* node = scene.AddNode("c", camera);
+    camera->target = std::static_pointer_cast<INode>(target->shared_from_this());
+    node->SetLocalTM(Matrix3::Translation({0, -10, 0}));
+    Listener listener(node->shared_from_this());
+    Matrix3 tm = node->GetNodeTM(0);
+    EXPECT_EQ(tm.GetRow(2), (Point3{0, -1, 0}));  // -Z points along +y
+    EXPECT_EQ(tm.GetRow(1), (Point3{0, 0, 1}));
+    target->SetLocalTM(Matrix3::Translation({10, -10, 0}));
+    EXPECT_EQ(node->GetNodeTM(0).GetRow(2), (Point3{-1, 0, 0}));
+    EXPECT_FALSE(listener.changes.empty());
+    scene.DeleteNode(*target);
+    EXPECT_EQ(node->GetNodeTM(0).GetRow(2), (Point3{0, 0, 1}));
+}
+
+TEST(Scene, LayersHideTheirNodes) {
+    Scene scene;
+    INode* node = scene.AddNode("x", nullptr);
+    node->SetLayer("far");
+    scene.FindLayer("far")->hidden = true;
+    scene.FindLayer("far")->renderable = false;
+    EXPECT_TRUE(node->IsHidden());
+    EXPECT_FALSE(node->HiddenFlag());
+    EXPECT_FALSE(node->IsRenderable());
+}
+
+TEST(Scene, RingsOfReferencesAreLetGo) {
+    std::weak_ptr<ReferenceTarget> a, b;
+    {
+        Scene scene;
+        auto first = std::make_shared<CameraObject>(), second = std::make_shared<CameraObject>();
+        INode* x = scene.AddNode("x", first);
+        INode* y = scene.AddNode("y", second);
+        first->target = std::static_pointer_cast<INode>(y->shared_from_this());
+        second->target = std::static_pointer_cast<INode>(x->shared_from_this());
+        a = x->weak_from_this(), b = y->weak_from_this();
+    }
+    EXPECT_TRUE(a.expired());
+    EXPECT_TRUE(b.expired());
+}
