@@ -153,7 +153,7 @@ std::string Description(double items) {
         // Air and light of the built-in ray tracer.
         "samples": 32, "exposure": 0.35,
         "sky": {"turbidity": 2.6, "strength": 1.25, "clouds": 0.5},
-        "haze": {"visibility": 6500, "scale_height": 140, "base_height": 0}
+        "haze": {"visibility": 9500, "scale_height": 150, "base_height": 0}
     },
 
     // Images. A mask is read over mapping channel 1 of the surface: its left lower corner is the
@@ -175,17 +175,17 @@ std::string Description(double items) {
     "materials": {
         "ground": {"type": "standard", "diffuse_map": "ground"},
         // Water mirrors the sky, the more the flatter one looks at it.
-        "water": {"type": "standard", "diffuse": [0.07, 0.13, 0.12], "reflectivity": 1, "ripple": 0.012})json";
+        "water": {"type": "standard", "diffuse": [0.07, 0.13, 0.12], "reflectivity": 1, "ripple": 0.004})json";
     text += Materials();
     text += R"json(
     },
 
     "nodes": [
-        {"name": "camera target", "type": "dummy", "position": [4, -600, 4]},
-        {"name": "camera", "type": "camera", "position": [-6, -968, 28.5], "target": "camera target",
+        {"name": "camera target", "type": "dummy", "position": [6, -600, 5.5]},
+        {"name": "camera", "type": "camera", "position": [-1, -972, 27.6], "target": "camera target",
          "fov": 58},
         {"name": "sun target", "type": "dummy", "position": [0, 0, 0]},
-        {"name": "sun", "type": "light", "kind": "directional", "position": [760, 400, 270],
+        {"name": "sun", "type": "light", "kind": "directional", "position": [740, 400, 310],
          "target": "sun target", "color": [1, 0.97, 0.92], "intensity": 1, "shadows": true},
 
         // The ground: 1.4 million triangles from a height image, and the lake at height 0.
@@ -230,7 +230,7 @@ std::string Description(double items) {
     text += ",\n";
     text += Scatter(
         "// Bushes and young trees where the forest meets the meadow.", "Forest edge",
-        {Common("shore", 2201), "\"distmap\": \"edge mask\", \"distmapchan\": 1, " + Grid(5 * k),
+        {Common("shore", 2201), "\"distmap\": \"edge mask\", \"distmapchan\": 1, " + Grid(3.2 * k),
          Move(120) + ", " + Turn(3), Scale(55, 110),
          "\"altlimited\": true, \"altmin\": 1.2, \"altmax\": 60",
          Tint(0, 25, "[0.25, 0.32, 0.10]", "[0.5, 0.46, 0.16]")},
@@ -252,11 +252,11 @@ std::string Description(double items) {
     text += Scatter(
         "// The meadow: most of the scene's items are its tufts of grass.", "Meadow grass",
         {Common("meadow", 101),
-         "\"distmap\": \"meadow mask\", \"distmapchan\": 1, " + Grid(0.2 * k),
-         "\"divers\": 2, \"clusize\": 7, \"clurough\": 60, \"clunoise\": 25",
+         "\"distmap\": \"meadow mask\", \"distmapchan\": 1, " + Grid(0.18 * k),
+         "\"divers\": 2, \"clusize\": 14, \"clurough\": 60, \"clunoise\": 25",
          Move(45) + ", " + Turn(7), Scale(55, 125), "\"slopelimited\": true, \"slopemax\": 40",
          Tint(0, 45, "[0.30, 0.38, 0.10]", "[0.64, 0.58, 0.26]")},
-        {{"grass", 80, "[0.3, 0.6, 0.2]"}, {"tallgrass", 20, "[0.7, 0.6, 0.3]", 85}});
+        {{"grass", 90, "[0.3, 0.6, 0.2]"}, {"tallgrass", 10, "[0.7, 0.6, 0.3]", 80}});
     text += ",\n";
     text += Scatter(
         "// Coarser grass farther away, down to the lake.", "Far grass",
@@ -265,7 +265,7 @@ std::string Description(double items) {
          Move(60) + ", " + Turn(7), Scale(100, 190),
          "\"altlimited\": true, \"altmin\": 0.5, \"altmax\": 60",
          Tint(0, 45, "[0.30, 0.38, 0.10]", "[0.64, 0.58, 0.26]")},
-        {{"grass", 75, "[0.3, 0.6, 0.2]"}, {"tallgrass", 25, "[0.7, 0.6, 0.3]"}});
+        {{"grass", 86, "[0.3, 0.6, 0.2]"}, {"tallgrass", 14, "[0.7, 0.6, 0.3]", 80}});
     text += ",\n";
     text += Scatter(
         "// Flowers in drifts: the mask says where, clusters say which.", "Flowers",

@@ -35,6 +35,7 @@ struct Window {
 constexpr float kHalfWidth = demo::kValleyWidth / 2, kHalfLength = demo::kValleyLength / 2;
 constexpr Window kValleyHeights{-kHalfWidth, -kHalfLength, kHalfWidth,
                                 kHalfLength, demo::kCell,  true};
+constexpr Window kValleyColors{-kHalfWidth, -kHalfLength, kHalfWidth, kHalfLength, 1, false};
 constexpr Window kValleyMask{-kHalfWidth, -kHalfLength, kHalfWidth, kHalfLength, 2, false};
 
 Window MeadowWindow(bool heights) {
@@ -80,7 +81,7 @@ Bitmap DrawMask(const demo::Valley& valley, const Window& window, Amount amount)
 }
 
 Bitmap DrawGround(const demo::Valley& valley) {
-    return Draw<uint8_t>(kValleyMask, 3, [&](float x, float y, float* out) {
+    return Draw<uint8_t>(kValleyColors, 3, [&](float x, float y, float* out) {
         Color c = valley.Ground(x, y);
         out[0] = c.r, out[1] = c.g, out[2] = c.b;
     });

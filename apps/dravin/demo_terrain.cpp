@@ -13,7 +13,16 @@ namespace {
 
 constexpr Point2 kLake{25, -545};
 constexpr Point2 kLakeRadii{165, 185};
-constexpr Point2 kScree{-165, -760};
+
+// Where rocks lie: the field below the left slope, and a few groups in the meadow.
+struct Blob {
+    float x, y, rx, ry;
+};
+constexpr Blob kRockBlobs[] = {{-165, -760, 75, 95},
+                               {-13, -934, 4.5f, 4},
+                               {19, -903, 6, 5},
+                               {-30, -880, 6, 7},
+                               {62, -835, 9, 8}};
 
 float Clamp01(float x) { return std::clamp(x, 0.f, 1.f); }
 
@@ -43,6 +52,13 @@ float Ridged(float x, float y, float size, int levels, uint32_t seed) {
 // Distance from the middle of the valley, which winds; positive to the right.
 float FromAxis(float x, float y) { return x - 55 * std::sin(y * 0.0041f + 1.3f) - 10; }
 
+// A trodden path from the camera's hill to the water.
+float Path(float x, float y) {
+    float bend = 9 * std::sin((y + 972) * 0.034f) * Smooth(-975, -930, y);
+    float away = std::fabs(x - (-1 + bend + 0.6f * Fractal(x, y, 6, 2, 81)));
+    return Smooth(1.35f, 0.75f, away) * Smooth(-690, -720, y);
+}
+
 // 0 at the middle of the lake, 1 on its shore.
 float LakeRadius(float x, float y) {
     float u = (x - kLake.x) / kLakeRadii.x, v = (y - kLake.y) / kLakeRadii.y;
@@ -57,12 +73,12 @@ float ComputeHeight(float x, float y) {
     // The sides: steeper and higher on the left, which the evening sun falls on.
     float floorWidth = 120 + 75 * Smooth(-900, -500, y) - 70 * Smooth(-250, 400, y);
     float side = Smooth(0, 1, (away - floorWidth) / 480);
-    float crest = across < 0 ? 185.f : 105.f;
+    float crest = across < 0 ? 175.f : 62.f;
     h += side * crest * (1 + 0.35f * Fractal(x, y, 330, 3, 3));
     h += side * 24 * Ridged(x, y, 170, 4, 4);
     // The range at the valley's end, open in the middle.
     float back = Smooth(80, 900, y), gap = 0.45f + 0.55f * Smooth(60, 420, std::fabs(across + 60));
-    h += back * back * gap * (95 + 300 * std::max(0.f, 0.15f + Ridged(x, y, 560, 6, 21)));
+    h += back * back * gap * (40 + 250 * std::max(0.f, Ridged(x, y, 480, 6, 21)));
     // The lake's bed.
     float shore = LakeRadius(x, y);
     float bed = -7 * (1 - shore * shore);
@@ -97,15 +113,26 @@ float Valley::SlopeDegrees(float x, float y) const {
 }
 
 float Valley::Rocks(float x, float y) const {
-    float u = (x - kScree.x) / 75, v = (y - kScree.y) / 95;
-    float field = 1.1f - std::sqrt(u * u + v * v) + 0.45f * Fractal(x, y, 38, 3, 31);
+    float field = -1;
+    for (const Blob& b : kRockBlobs)
+        field = std::max(field, 1.1f - std::hypot((x - b.x) / b.rx, (y - b.y) / b.ry));
+    field += 0.45f * Fractal(x, y, 38, 3, 31);
     return Clamp01(field) * Smooth(0.6f, 2.5f, Height(x, y));
 }
 
+float Valley::Open(float x, float y) const {
+    // In front of the camera its middle is x = 0; farther away it follows the valley.
+    float middle = (x - FromAxis(x, y)) * Smooth(-930, -780, y);
+    float away = std::fabs(x - middle) + 14 * Fractal(x, y, 50, 3, 41);
+    float width = 50 + 58 * Smooth(-930, -760, y);
+    float open =
+        Smooth(width + 22, width - 8, away) * Smooth(-640, -690, y + 25 * Fractal(x, y, 45, 2, 42));
+    open = std::max(open, Smooth(30, 22, std::hypot(x, y + 972)));
+    return open * Smooth(0.5f, 1.3f, Height(x, y));
+}
+
 float Valley::Meadow(float x, float y) const {
-    float away = std::fabs(FromAxis(x, y) + 5) + 26 * Fractal(x, y, 60, 3, 41);
-    float open = Smooth(135, 100, away) * Smooth(-640, -690, y + 25 * Fractal(x, y, 45, 2, 42));
-    return open * Smooth(0.5f, 1.3f, Height(x, y)) * (1 - Smooth(0.35f, 0.6f, Rocks(x, y)));
+    return Open(x, y) * (1 - Path(x, y)) * (1 - Smooth(0.35f, 0.6f, Rocks(x, y)));
 }
 
 float Valley::Flowers(float x, float y) const {
@@ -113,7 +140,7 @@ float Valley::Flowers(float x, float y) const {
 }
 
 float Valley::Forest(float x, float y) const {
-    float open = Meadow(x, y);
+    float open = Open(x, y);
     float rock = Rocks(x, y);
     float glade = Smooth(0.28f, 0.5f, Fractal(x, y, 150, 3, 61) - 0.15f);
     float dry = Smooth(1.2f, 2.6f, Height(x, y) + 0.6f * Fractal(x, y, 20, 2, 62));
@@ -123,7 +150,7 @@ float Valley::Forest(float x, float y) const {
 
 // The fringe between forest and meadow.
 float Valley::ForestEdge(float x, float y) const {
-    float open = Meadow(x, y);
+    float open = Open(x, y);
     return Smooth(0.02f, 0.1f, open) * (1 - Smooth(0.5f, 0.85f, open));
 }
 
@@ -142,6 +169,7 @@ Color Valley::Ground(float x, float y) const {
     Color sand{0.55f, 0.50f, 0.39f}, mud{0.20f, 0.20f, 0.15f};
     color = Mix(sand, color, Smooth(0.3f, 1.1f, h + 0.25f * grain));
     color = Mix(mud, color, Smooth(-1.6f, 0.2f, h));
+    color = Mix(color, Color{0.47f, 0.41f, 0.30f}, 0.85f * Path(x, y));
     return color * (1 + 0.10f * grain);
 }
 

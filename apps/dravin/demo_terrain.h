@@ -37,6 +37,8 @@ public:
     Color Ground(float x, float y) const;
 
 private:
+    float Open(float x, float y) const;  // free of trees
+
     static constexpr int kColumns = int(kValleyWidth / kCell) + 1;
     static constexpr int kRows = int(kValleyLength / kCell) + 1;
     std::vector<float> m_heights;  // row by row from the lowest y
