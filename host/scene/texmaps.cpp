@@ -110,6 +110,11 @@ bool BitmapTex::Update(TimeValue, std::string* error) {
 }
 
 AColor BitmapTex::Lookup(const TexPoint& p) const {
+    AColor color = Sample(p);
+    return alphaOnly ? AColor{1, 1, 1, color.a} : color;
+}
+
+AColor BitmapTex::Sample(const TexPoint& p) const {
     if (!m_image || m_image->IsEmpty()) return {0, 0, 0, 1};
     const Bitmap& image = *m_image;
     int width = image.Width(), height = image.Height();

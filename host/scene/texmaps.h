@@ -61,6 +61,7 @@ public:
     enum class Wrap { kTile, kClamp, kMirror };
     Filter filter = Filter::kBilinear;
     Wrap wrap = Wrap::kTile;
+    bool alphaOnly = false;  // white with the image's alpha: the cut-out of a colour image
 
     // The loader is asked at the first Update after the file was named.
     explicit BitmapTex(BitmapLoader loader) : m_loader(std::move(loader)) {}
@@ -81,6 +82,7 @@ public:
 
 private:
     AColor Lookup(const TexPoint& p) const;
+    AColor Sample(const TexPoint& p) const;
 
     BitmapLoader m_loader;
     std::string m_file;

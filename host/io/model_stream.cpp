@@ -1,0 +1,160 @@
+#include "host/io/model_stream.h"
+
+#include <cstring>
+#include <type_traits>
+
+namespace {
+
+constexpr std::string_view kModelMark = "dravin-model-1\n", kFailureMark = "dravin-failed\n";
+
+// One description of every structure's fields serves writing and reading: an archive is called with
+// each field in turn.
+template <class A>
+void Fields(A& a, StreamTexture& t) {
+    a(t.file, t.bytes, t.wrap, t.tiling, t.offset);
+}
+template <class A>
+void Fields(A& a, StreamMaterial& m) {
+    a(m.name, m.diffuse, m.opacity, m.twoSided, m.diffuseMap, m.opacityMap);
+}
+template <class A>
+void Fields(A& a, StreamObject& o) {
+    a(o.name, o.transform, o.mesh, o.materials);
+}
+template <class A>
+void Fields(A& a, MapChannel& c) {
+    a(c.verts, c.faces);
+}
+template <class A>
+void Fields(A& a, Mesh& m) {
+    a(m.verts, m.faces, m.maps, m.normals);
+}
+template <class A>
+void Fields(A& a, StreamModel& m) {
+    a(m.materials, m.meshes, m.objects);
+}
+
+template <class T>
+constexpr bool kIsPlain = std::is_trivially_copyable_v<T>;
+
+class Writer {
+public:
+    std::string bytes;
+
+    template <class... T>
+    void operator()(T&... fields) {
+        (Value(fields), ...);
+    }
+
+private:
+    void Raw(const void* data, size_t size) { bytes.append(static_cast<const char*>(data), size); }
+    template <class T>
+    void Value(T& value) {
+        if constexpr (kIsPlain<T>)
+            Raw(&value, sizeof value);
+        else
+            Fields(*this, value);
+    }
+    void Value(std::string& text) { List(text); }
+    template <class T>
+    void Value(std::vector<T>& list) {
+        if constexpr (kIsPlain<T>) return List(list);
+        uint64_t n = list.size();
+        Raw(&n, sizeof n);
+        for (T& element : list) Value(element);
+    }
+    template <class L>
+    void List(L& list) {
+        uint64_t n = list.size();
+        Raw(&n, sizeof n);
+        Raw(list.data(), n * sizeof(typename L::value_type));
+    }
+};
+
+class Reader {
+public:
+    explicit Reader(std::string_view bytes) : m_rest(bytes) {}
+
+    bool IsDone() const { return m_ok && m_rest.empty(); }
+
+    template <class... T>
+    void operator()(T&... fields) {
+        (Value(fields), ...);
+    }
+
+private:
+    void Raw(void* data, size_t size) {
+        m_ok = m_ok && size <= m_rest.size();
+        if (!m_ok || size == 0) return;
+        std::memcpy(data, m_rest.data(), size);
+        m_rest.remove_prefix(size);
+    }
+    // A length of elements that take at least elementBytes each.
+    uint64_t Length(size_t elementBytes) {
+        uint64_t n = 0;
+        Raw(&n, sizeof n);
+        m_ok = m_ok && n <= m_rest.size() / elementBytes;
+        return m_ok ? n : 0;
+    }
+    template <class T>
+    void Value(T& value) {
+        if constexpr (kIsPlain<T>)
+            Raw(&value, sizeof value);
+        else
+            Fields(*this, value);
+    }
+    void Value(std::string& text) { List(text); }
+    template <class T>
+    void Value(std::vector<T>& list) {
+        if constexpr (kIsPlain<T>) return List(list);
+        constexpr size_t kLeastBytes = 8;  // every structure begins with a length
+        uint64_t n = Length(kLeastBytes);
+        for (uint64_t i = 0; i < n && m_ok; ++i) Value(list.emplace_back());
+    }
+    template <class L>
+    void List(L& list) {
+        uint64_t n = Length(sizeof(typename L::value_type));
+        list.resize(n);
+        Raw(list.data(), n * sizeof(typename L::value_type));
+    }
+
+    std::string_view m_rest;
+    bool m_ok = true;
+};
+
+bool AreReferencesInRange(const StreamModel& model) {
+    for (const StreamObject& object : model.objects) {
+        if (object.mesh >= model.meshes.size()) return false;
+        for (uint32_t m : object.materials)
+            if (m >= model.materials.size()) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+std::string WriteModelStream(const StreamModel& model) {
+    Writer writer;
+    writer.bytes = kModelMark;
+    Fields(writer, const_cast<StreamModel&>(model));  // a writer changes nothing
+    return std::move(writer.bytes);
+}
+
+std::string WriteFailureStream(const std::string& reason) {
+    return std::string(kFailureMark) + reason;
+}
+
+std::optional<StreamModel> ReadModelStream(std::string_view bytes, std::string* error) {
+    if (bytes.substr(0, kFailureMark.size()) == kFailureMark) {
+        *error = bytes.substr(kFailureMark.size());
+        return std::nullopt;
+    }
+    *error = "the import helper's answer is damaged";
+    if (bytes.substr(0, kModelMark.size()) != kModelMark) return std::nullopt;
+    Reader reader(bytes.substr(kModelMark.size()));
+    StreamModel model;
+    Fields(reader, model);
+    if (!reader.IsDone() || !AreReferencesInRange(model)) return std::nullopt;
+    error->clear();
+    return model;
+}

@@ -1,0 +1,49 @@
+// What the tests of the model readers share.
+#pragma once
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "host/geom/mesh_tools.h"
+#include "host/io/mesh_import.h"
+#include "tests/temp_folder.h"
+
+// Writes `bytes` to a file and imports it; the failed test tells the reason.
+inline ImportedModel ImportText(const TempFolder& folder, const std::string& name,
+                                const std::string& bytes) {
+    ImportedModel model;
+    std::string error;
+    EXPECT_TRUE(ImportModel(folder.Write(name, bytes), &model, &error)) << error;
+    return model;
+}
+
+// The error of importing `bytes`, without the folder's path.
+inline std::string ImportError(const std::string& name, const std::string& bytes) {
+    TempFolder folder;
+    ImportedModel model;
+    std::string error;
+    EXPECT_FALSE(ImportModel(folder.Write(name, bytes), &model, &error));
+    size_t at = error.find(folder.File(""));
+    return at == 0 ? error.substr(folder.File("").size()) : error;
+}
+
+// Every prefix of the file, and the file with each byte changed in turn, must import or give an
+// error.
+inline void ExpectRobust(const std::string& name, const std::string& bytes, size_t step = 1) {
+    TempFolder folder;
+    auto import = [&](const std::string& damaged) {
+        ImportedModel model;
+        std::string error;
+        bool ok = ImportModel(folder.Write(name, damaged), &model, &error);
+        ASSERT_EQ(ok, error.empty()) << error;
+        for (const ImportedObject& object : model.objects) ASSERT_EQ(Validate(*object.mesh), "");
+    };
+    for (size_t n = 0; n <= bytes.size(); n += step) import(bytes.substr(0, n));
+    for (size_t i = 0; i < bytes.size(); i += step)
+        for (char c : {'\0', '9', '-', '\xFF'}) {
+            std::string damaged = bytes;
+            damaged[i] = c;
+            import(damaged);
+        }
+}
