@@ -8,6 +8,15 @@ namespace {
 
 constexpr float kSmallestExtent = 0.0001f;
 
+Box3 BoundsUnder(const Mesh& mesh, const Matrix3& m) {
+    Box3 box;
+    for (const Point3& p : mesh.verts)
+        if (IsFinite(p)) box += p * m;
+    return box;
+}
+
+}  // namespace
+
 Matrix3 SourceMatrix(INode& node, TimeValue t) {
     if (IsTemplateNode(node)) return TemplateTransform(node);
     Matrix3 m = node.GetObjectOffset().ToMatrix();
@@ -19,15 +28,6 @@ Matrix3 SourceMatrix(INode& node, TimeValue t) {
     }
     return m;
 }
-
-Box3 BoundsUnder(const Mesh& mesh, const Matrix3& m) {
-    Box3 box;
-    for (const Point3& p : mesh.verts)
-        if (IsFinite(p)) box += p * m;
-    return box;
-}
-
-}  // namespace
 
 std::shared_ptr<const TSourceSample> EmptySample() {
     static const auto sample = std::make_shared<const TSourceSample>();
