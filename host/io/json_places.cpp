@@ -117,7 +117,7 @@ private:
         for (size_t i = 0;; ++i) {
             m_scan.SkipBlanks();
             if (m_scan.Peek() == ']' || m_scan.AtEnd()) break;
-            m_path.push_back(fmt::format("{}", i));
+            m_path.push_back(fmt::format_int(i).str());
             if (!Value(m_scan.At())) return false;
             m_path.pop_back();
             m_scan.SkipBlanks();

@@ -175,12 +175,11 @@ private:
         std::string name = keys.Require("name").AsText();
         DescriptionValue type = keys.Require("type");
         if (m_document.Failed()) return;
-        std::vector<std::string> types = m_context.formats.NodeTypes();
         std::string typeName = type.AsText();
         const INodeDescription* format = m_context.formats.FindNode(typeName);
         if (!format)
             type.Fail(fmt::format("unknown type \"{}\"{}", CutText(typeName, 60),
-                                  DidYouMean(typeName, types)));
+                                  DidYouMean(typeName, m_context.formats.NodeTypes())));
         INode* parent = ReadParent(keys, name);
         if (m_document.Failed()) return;
 

@@ -67,7 +67,9 @@ Scene::Scene() : m_root(INode::Create("Scene Root")) {
 Scene::~Scene() {
     // Its records speak of this scene.
     if (Hold* hold = CurrentHold(); hold && m_recorded) hold->Clear();
-    // References between nodes may form rings; emptying them lets everything go.
+    // References between nodes may form rings; emptying them lets everything go. Objects go first
+    // and take most references with them.
+    for (INode* node : m_nodes) node->m_object = nullptr;
     for (INode* node : std::vector<INode*>(m_nodes)) {
         node->NotifyDeleted();
         node->m_scene = nullptr;
