@@ -99,7 +99,7 @@ bool WriteImages(const fs::path& folder, std::string* error) {
                           {"rock_mask.png", kValleyMask, &Valley::Rocks},
                           {"meadow_mask.png", MeadowWindow(false), &Valley::Meadow},
                           {"flower_mask.png", MeadowWindow(false), &Valley::Flowers},
-                          {"shore_mask.png", ShoreWindow(false), &Valley::Meadow},
+                          {"shore_mask.png", ShoreWindow(false), &Valley::FarMeadow},
                           {"floor_mask.png", ShoreWindow(false), &Valley::Forest},
                           {"edge_mask.png", ShoreWindow(false), &Valley::ForestEdge}};
     struct Terrain {
