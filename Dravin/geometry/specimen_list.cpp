@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include "Dravin/engine/transforms.h"
 #include "host/base/log.h"
 
 namespace {

@@ -143,6 +143,15 @@ void AtomicFile::WriteAll(std::string_view bytes) {
     }
 }
 
+uint64_t AtomicFile::Extend(uint64_t bytes) {
+    Flush();
+    uint64_t start = m_size;
+    m_size += bytes;
+    if (m_errno == 0 && (ftruncate(m_fd, off_t(m_size)) != 0 || lseek(m_fd, 0, SEEK_END) < 0))
+        m_errno = errno;
+    return start;
+}
+
 void AtomicFile::Overwrite(uint64_t offset, std::string_view bytes) {
     Flush();
     while (!bytes.empty() && m_errno == 0) {

@@ -28,6 +28,9 @@ public:
     uint64_t Size() const { return m_size; }
     bool HasFailed() const { return m_errno != 0; }
 
+    // Appends `bytes` zero bytes, to be overwritten piece by piece. Returns where they start.
+    // Regular targets only.
+    uint64_t Extend(uint64_t bytes);
     // Writes `bytes` over those at `offset`, which must lie before Size(). Regular targets only.
     void Overwrite(uint64_t offset, std::string_view bytes);
 

@@ -8,7 +8,7 @@
 namespace {
 
 std::atomic<int> g_level{0};
-std::mutex g_mutex;
+std::recursive_mutex g_mutex;  // a sink may log itself
 
 LogSink& Sink() {
     static LogSink sink = [](LogKind kind, const std::string& text) {

@@ -9,6 +9,7 @@
 #include <variant>
 #include <vector>
 
+#include "host/geom/bezier_shape.h"
 #include "host/geom/mesh.h"
 #include "host/math/color.h"
 #include "host/math/interval.h"
@@ -75,22 +76,14 @@ private:
     std::shared_ptr<const Mesh> m_mesh;
 };
 
-// One curve of a shape: straight through `points`, or, when there are knots, a Bezier through them.
-struct ShapeKnot {
-    Point3 p, in, out;  // handles relative to the knot
-    friend bool operator==(const ShapeKnot&, const ShapeKnot&) = default;
-};
-struct ShapeLine {
-    bool closed = false;
-    std::vector<Point3> points;
-    std::vector<ShapeKnot> knots;
-    friend bool operator==(const ShapeLine&, const ShapeLine&) = default;
-};
-
+// A spline, kept as Bezier splines. Splines given by points have knots with zero handles, so that all
+// their segments are straight.
 class ShapeObject : public Object {
 public:
-    std::vector<ShapeLine> lines;
-    int steps = 6;  // points made between two knots
+    BezierShape shape;
+
+    // The curves as polylines, object space.
+    PolyShape GetPolyShape(TimeValue t) const { return MakePolyShape(shape); }
 
     bool IsShape() const override { return true; }
     std::string ClassName() const override { return "Spline"; }

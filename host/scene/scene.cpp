@@ -26,6 +26,7 @@ public:
           m_added(added),
           m_local(m_node->GetLocalTM()),
           m_index(IndexInParent()) {
+        m_scene.m_recorded = true;
         if (!added) m_children = m_node->m_children;  // what deletion will move up
     }
 
@@ -64,7 +65,8 @@ Scene::Scene() : m_root(INode::Create("Scene Root")) {
 }
 
 Scene::~Scene() {
-    if (Hold* hold = CurrentHold()) hold->Clear();  // its records speak of this scene
+    // Its records speak of this scene.
+    if (Hold* hold = CurrentHold(); hold && m_recorded) hold->Clear();
     // References between nodes may form rings; emptying them lets everything go.
     for (INode* node : std::vector<INode*>(m_nodes)) {
         node->NotifyDeleted();

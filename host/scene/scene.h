@@ -82,6 +82,7 @@ private:
     void Detach(const std::shared_ptr<INode>& node);
 
     TimeValue m_time = 0;
+    bool m_recorded = false;  // undo records speak of this scene
     std::shared_ptr<INode> m_root;
     std::vector<INode*> m_nodes;
     std::unordered_map<std::string, std::vector<INode*>> m_byName;

@@ -268,7 +268,7 @@ TEST_F(DravinBuild, ABuildThatReadsKeysIsValidForItsTimeOnly) {
 TEST_F(DravinBuild, NestedCallsReturnWithoutWork) {
     SetLogSink([this](LogKind, const std::string& text) {
         log.push_back(text);
-        object->Build().BuildMesh(99, {});
+        if (text.rfind("Exiting", 0) != 0) object->Build().BuildMesh(99, {});
     });
     Run();
     EXPECT_EQ(std::count_if(log.begin(), log.end(),

@@ -49,6 +49,23 @@ TEST(AtomicFile, LargeAndSmallWritesKeepTheirOrder) {
     EXPECT_TRUE(folder.Read("a.bin") == expected);
 }
 
+TEST(AtomicFile, ExtendedRangesAreFilledLater) {
+    TempFolder folder;
+    AtomicFile file;
+    std::string error;
+    ASSERT_TRUE(file.Open(folder.File("a.bin"), &error));
+    file.Write("head");
+    EXPECT_EQ(file.Extend(4), 4u);
+    file.Write("tail");
+    file.Overwrite(6, "xy");
+    EXPECT_EQ(file.Size(), 12u);
+    ASSERT_TRUE(file.Commit(&error)) << error;
+    EXPECT_EQ(folder.Read("a.bin"), std::string("head\0\0xytail", 12));
+    ASSERT_TRUE(file.Open("/dev/null", &error));
+    file.Extend(4);
+    EXPECT_FALSE(file.Commit(&error));
+}
+
 TEST(AtomicFile, UnwritableTargetsAreClearErrors) {
     TempFolder folder;
     AtomicFile file;

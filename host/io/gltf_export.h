@@ -1,0 +1,43 @@
+// Instances and static meshes as glTF 2.0: `.gltf` with a `.bin` and image files beside it, or
+// `.glb`.
+//
+// Each prototype becomes one mesh and one node with EXT_mesh_gpu_instancing (used, not required):
+// float attributes TRANSLATION, ROTATION and SCALE, `_ID` (unsigned integer) and `_COLOR_0` (red,
+// green, blue of the tint, and its blend). With `flat` every instance is a plain node instead, with
+// the id and a tint in its extras. A mirroring instance has a negative x scale; shear is left out,
+// as the format has none. The root node turns y up and scales to metres; everything below is in the
+// host's axes and units.
+//
+// Materials become metallic-roughness ones without metal: the diffuse map is the base colour
+// texture, an opacity map an alpha mask, opacity below 1 blending. PNG and JPEG images are kept
+// byte for byte, others are written as PNG; maps that are no image are baked over [0, 1] x [0, 1]
+// (noise becomes its middle colour). Multi-materials become primitives. Texture coordinates count v
+// from the top.
+//
+// Instances are streamed twice in blocks, never held at once; meshes are. The files appear whole or
+// not at all, the `.gltf` last.
+#pragma once
+
+#include <span>
+#include <string>
+
+#include "host/scene/instance_source.h"
+#include "host/scene/material.h"
+
+struct GltfStaticMesh {
+    std::string name;
+    const Mesh* mesh = nullptr;
+    const Mtl* material = nullptr;  // null: the host's default grey
+    Matrix3 transform;              // may shear
+};
+
+struct GltfOptions {
+    bool flat = false;
+    double unitScale = 1;        // metres in one scene unit
+    bool embedTextures = false;  // of a `.gltf`: put images into the `.bin`; a `.glb` always does
+};
+
+// False with a reason in `error`. Materials' maps are updated at time 0 when they are not yet.
+bool ExportGltf(const std::string& path, std::span<const IInstanceSource* const> sources,
+                std::span<const GltfStaticMesh> meshes, const GltfOptions& options,
+                std::string* error);

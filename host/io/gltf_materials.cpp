@@ -1,0 +1,119 @@
+#include "host/io/gltf_materials.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+#include "host/io/gltf_image.h"
+#include "host/scene/texmaps.h"
+
+namespace {
+
+constexpr float kDefaultGrey = 0.8f;
+
+float ToUnit(float f) { return f > 0 ? std::min(f, 1.0f) : 0.0f; }
+
+// A map that an image can stand for, or null.
+const Texmap* Imaged(const Reference<Texmap>& map) {
+    return map && !IsSolid(*map.Get()) ? map.Get() : nullptr;
+}
+
+// The factor that multiplies the texture. A map that no image can stand for is noise: the middle of
+// its colours.
+Color BaseColor(const StandardMtl& material) {
+    if (Imaged(material.diffuseMap)) return {1, 1, 1};
+    auto* noise = dynamic_cast<const NoiseTex*>(material.diffuseMap.Get());
+    return noise ? (noise->color1 + noise->color2) * 0.5f : material.diffuse;
+}
+
+std::string MaterialText(const std::string& name, const AColor& c, const std::string& texture,
+                         const std::string& more) {
+    std::string title = name.empty() ? "" : fmt::format("\"name\":{},", JsonQuoted(name));
+    return fmt::format(
+        "{{{}\"pbrMetallicRoughness\":{{{}\"baseColorFactor\":{},"
+        "\"metallicFactor\":0,\"roughnessFactor\":1}}{}}}",
+        title, texture, JsonArray({ToUnit(c.r), ToUnit(c.g), ToUnit(c.b), ToUnit(c.a)}), more);
+}
+
+}  // namespace
+
+bool GltfMaterials::Add(const StandardMtl* material, size_t* number, std::string* error) {
+    auto [entry, isNew] = m_numbers.try_emplace(material, m_materials.Count());
+    *number = entry->second;
+    if (!isNew) return true;
+    if (!material) {
+        m_materials.Add(MaterialText("", {kDefaultGrey, kDefaultGrey, kDefaultGrey, 1}, "", ""));
+        return true;
+    }
+    std::string texture, more;
+    if (std::string key = GltfImageKey(*material); !key.empty()) {
+        auto [image, isNewImage] = m_imageByKey.try_emplace(key, m_images.Count());
+        if (isNewImage && !AddImage(*material, error)) return false;
+        texture = TextureMember(*material, image->second);
+    }
+    if (material->opacity < 1)
+        more += ",\"alphaMode\":\"BLEND\"";
+    else if (Imaged(material->opacityMap))
+        more += ",\"alphaMode\":\"MASK\"";
+    if (material->twoSided) more += ",\"doubleSided\":true";
+    Color color = BaseColor(*material);
+    m_materials.Add(MaterialText(material->name, {color.r, color.g, color.b, material->opacity},
+                                 texture, more));
+    return true;
+}
+
+std::string GltfMaterials::TextureMember(const StandardMtl& material, size_t image) {
+    const Texmap* map = Imaged(material.diffuseMap);
+    if (!map) map = material.opacityMap.Get();
+    auto* bitmap = dynamic_cast<const BitmapTex*>(map);
+    std::string texture = fmt::format("{{\"source\":{},\"sampler\":{}}}", image, Sampler(bitmap));
+    auto [entry, isNew] = m_textureByText.try_emplace(texture, m_textures.Count());
+    if (isNew) m_textures.Add(texture);
+    return fmt::format("\"baseColorTexture\":{{\"index\":{},\"texCoord\":{}{}}},", entry->second,
+                       std::clamp(map->channel, 1, 8) - 1, bitmap ? TransformMember(*bitmap) : "");
+}
+
+// Here v counts from the bottom: v * t + o there is v * t + (1 - t - o) in the file. The transform
+// of a baked map is in its image.
+std::string GltfMaterials::TransformMember(const BitmapTex& map) {
+    if (map.tiling == Point2{1, 1} && map.offset == Point2{}) return {};
+    m_usesTransform = true;
+    return fmt::format(
+        ",\"extensions\":{{\"KHR_texture_transform\":{{\"offset\":{},\"scale\":{}}}}}",
+        JsonArray({map.offset.x, 1 - map.tiling.y - map.offset.y}),
+        JsonArray({map.tiling.x, map.tiling.y}));
+}
+
+size_t GltfMaterials::Sampler(const BitmapTex* map) {
+    int wrap = 10497, filter = 9729;
+    if (map && map->wrap == BitmapTex::Wrap::kClamp) wrap = 33071;
+    if (map && map->wrap == BitmapTex::Wrap::kMirror) wrap = 33648;
+    if (map && map->filter == BitmapTex::Filter::kNearest) filter = 9728;
+    std::string text =
+        fmt::format("{{\"magFilter\":{},\"wrapS\":{},\"wrapT\":{}}}", filter, wrap, wrap);
+    auto [entry, isNew] = m_samplerByText.try_emplace(text, m_samplers.Count());
+    if (isNew) m_samplers.Add(text);
+    return entry->second;
+}
+
+bool GltfMaterials::AddImage(const StandardMtl& material, std::string* error) {
+    GltfImage image;
+    if (!MakeGltfImage(material, &image, error)) return false;
+    if (m_embed) {
+        size_t view = m_buffer.AddData(std::move(image.bytes), GltfTarget::kNone);
+        m_images.Add(fmt::format("{{\"name\":{},\"bufferView\":{},\"mimeType\":\"{}\"}}",
+                                 JsonQuoted(image.name), view, image.mimeType));
+        return true;
+    }
+    const char* ending = image.mimeType == "image/png" ? "png" : "jpg";
+    std::string file = fmt::format("{}_{}_{}.{}", m_prefix, m_images.Count(), image.name, ending);
+    m_images.Add(fmt::format("{{\"name\":{},\"uri\":{}}}", JsonQuoted(image.name),
+                             JsonQuoted(GltfUri(file))));
+    m_files.emplace_back(file, std::move(image.bytes));
+    return true;
+}
+
+std::string GltfMaterials::Members() const {
+    return m_materials.Member("materials") + m_textures.Member("textures") +
+           m_samplers.Member("samplers") + m_images.Member("images");
+}

@@ -1,0 +1,42 @@
+// The materials, textures, samplers and images of a glTF file in the making.
+#pragma once
+
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "host/io/gltf_text.h"
+#include "host/scene/material.h"
+
+class GltfMaterials {
+public:
+    // Images go into `buffer` when they are embedded, else into files named `prefix_N_name.ending`.
+    GltfMaterials(GltfBuffer& buffer, bool embedImages, std::string prefix)
+        : m_buffer(buffer), m_embed(embedImages), m_prefix(std::move(prefix)) {}
+
+    // Number of the material, written at its first use; null is the host's default grey. False with
+    // a reason in `error` when a map cannot be loaded.
+    bool Add(const StandardMtl* material, size_t* number, std::string* error);
+
+    // The JSON members of the file, each with a comma before it.
+    std::string Members() const;
+    bool UsesTextureTransform() const { return m_usesTransform; }
+    // Image files to write beside the model: names without folder, and bytes.
+    const std::vector<std::pair<std::string, std::string>>& ImageFiles() const { return m_files; }
+
+private:
+    std::string TextureMember(const StandardMtl& material, size_t image);
+    std::string TransformMember(const class BitmapTex& map);
+    size_t Sampler(const class BitmapTex* map);
+    bool AddImage(const StandardMtl& material, std::string* error);
+
+    GltfBuffer& m_buffer;
+    bool m_embed;
+    std::string m_prefix;
+    bool m_usesTransform = false;
+    JsonList m_materials, m_textures, m_samplers, m_images;
+    std::unordered_map<const StandardMtl*, size_t> m_numbers;
+    std::unordered_map<std::string, size_t> m_imageByKey, m_textureByText, m_samplerByText;
+    std::vector<std::pair<std::string, std::string>> m_files;
+};

@@ -1,0 +1,142 @@
+#include "host/io/gltf_export.h"
+
+#include <bit>
+#include <cmath>
+
+#include <gtest/gtest.h>
+
+#include "host/geom/mesh_tools.h"
+#include "host/geom/primitives.h"
+#include "host/io/gltf_mesh.h"
+#include "host/io/gltf_placement.h"
+#include "host/io/mesh_import.h"
+#include "tests/host/io/gltf/sample_scene.h"
+#include "tests/temp_folder.h"
+
+namespace {
+
+Matrix3 Compose(const GltfPlacement& p) {
+    Matrix3 m = p.rotation.ToMatrix();
+    m.PreScale(p.scale);
+    m.SetTrans(p.translation);
+    return m;
+}
+
+// The world's corners tell two placed meshes of unequal sides apart.
+void ExpectSamePlace(const ImportedObject& object, const Mesh& mesh, const Matrix3& transform) {
+    Box3 found = TransformedMesh(*object.mesh, object.transform).BoundingBox();
+    Box3 expected = TransformedMesh(mesh, transform).BoundingBox();
+    for (int k = 0; k < 3; ++k) {
+        EXPECT_NEAR(found.min[k], expected.min[k], 2e-5f);
+        EXPECT_NEAR(found.max[k], expected.max[k], 2e-5f);
+    }
+}
+
+}  // namespace
+
+TEST(GltfPlacement, RecomposesTurnedScaledAndMirroredTransforms) {
+    for (int i = 0; i < 200; ++i) {
+        auto f = float(i);
+        Matrix3 m = EulerDegreesToMatrix({f * 17, f * 31, f * 53});
+        m.PreScale({i % 2 ? -2.0f : 2.0f, i % 3 ? 0.5f : -0.5f, i % 5 ? 1.5f : -1.5f});
+        m.SetTrans({f, -f, 2 * f});
+        GltfPlacement p = PlaceForGltf(m);
+        EXPECT_TRUE(Compose(p).Equals(m, 4e-6f)) << i;
+        EXPECT_EQ(p.scale.x < 0, m.Determinant() < 0);
+        EXPECT_GT(std::min(p.scale.y, p.scale.z), 0);
+    }
+}
+
+TEST(GltfPlacement, VanishedAxesKeepTheRotationProper) {
+    for (Point3 s : {Point3{0, 1, 1}, {1, 0, 1}, {1, 1, 0}, {0, 0, 1}, {0, 1, 0}, {1, 0, 0}, {}}) {
+        Matrix3 m = EulerDegreesToMatrix({20, 40, 60});
+        m.PreScale(s);
+        GltfPlacement p = PlaceForGltf(m);
+        Quat q = p.rotation;
+        EXPECT_NEAR(q.x * q.x + q.y * q.y + q.z * q.z + q.w * q.w, 1, 1e-6);
+        EXPECT_TRUE(Compose(p).Equals(m, 1e-6f));
+    }
+}
+
+TEST(GltfPlacement, ShearIsSeen) {
+    EXPECT_FALSE(HasShear(EulerDegreesToMatrix({20, 40, 60})));
+    EXPECT_TRUE(HasShear({{{1, 0, 0}, {0.5f, 1, 0}, {0, 0, 1}, {}}}));
+}
+
+TEST(GltfMesh, CornersShareVerticesAndFlipV) {
+    Mesh plane = MakePlane(1, 1);
+    std::vector<GltfPrimitive> primitives = MakeGltfPrimitives(plane, nullptr);
+    ASSERT_EQ(primitives.size(), 1u);
+    EXPECT_EQ(primitives[0].positions.size(), 4u);
+    EXPECT_EQ(primitives[0].indices.size(), 6u);
+    EXPECT_EQ(primitives[0].uvs[0][0], (Point2{0, 1}));
+    EXPECT_EQ(MakeGltfPrimitives(MakeBox(1, 1, 1), nullptr)[0].positions.size(), 24u);
+}
+
+TEST(GltfMesh, BrokenFacesAreLeftOut) {
+    Mesh plane = MakePlane(1, 1);
+    plane.verts[0].x = NAN;  // used by both faces
+    EXPECT_TRUE(MakeGltfPrimitives(plane, nullptr).empty());
+    EXPECT_TRUE(MakeGltfPrimitives(Mesh(), nullptr).empty());
+}
+
+// Reading the flat form back gives every instance its place in the world.
+TEST(GltfExport, FlatFormImportsAsItWas) {
+    TempFolder folder;
+    SampleSource source(folder.File(""), 40);
+    const IInstanceSource* sources[] = {&source};
+    Mesh ground = MakePlane(4, 4);
+    Matrix3 sheared{{{1, 0, 0}, {0.5f, 1, 0}, {0, 0, 1}, {1, 2, 3}}};
+    GltfStaticMesh meshes[] = {{"ground", &ground, nullptr, sheared}};
+    for (const char* name : {"a.gltf", "a.glb"}) {
+        std::string error;
+        ASSERT_TRUE(ExportGltf(folder.File(name), sources, meshes, {true, 1, false}, &error))
+            << error;
+        ImportedModel model;
+        ASSERT_TRUE(ImportModel(folder.File(name), &model, &error)) << error;
+        ASSERT_EQ(model.objects.size(), 31u);  // 30 of the 40 have faces, and the ground
+        ExpectSamePlace(model.objects[0], ground, sheared);
+        for (size_t i = 0, o = 1; i < 40; ++i) {
+            InstanceRecord r = source.Instance(i);
+            if (r.prototype == 2) continue;
+            ExpectSamePlace(model.objects[o++], *source.PrototypeMesh(r.prototype), r.transform);
+        }
+    }
+}
+
+TEST(GltfExport, MaterialsComeBack) {
+    TempFolder folder;
+    SampleSource source(folder.File(""), 1);
+    const IInstanceSource* sources[] = {&source};
+    std::string error;
+    ASSERT_TRUE(ExportGltf(folder.File("a.glb"), sources, {}, {true, 1, false}, &error)) << error;
+    ImportedModel model;
+    ASSERT_TRUE(ImportModel(folder.File("a.glb"), &model, &error)) << error;
+    auto* multi = model.objects.at(0).material.get();
+    ASSERT_EQ(multi->NumSubMtls(), 6);
+    auto* leaf = static_cast<StandardMtl*>(multi->GetSubMtl(0));
+    ASSERT_TRUE(leaf->diffuseMap && leaf->opacityMap);
+    TexPoint left{{0.1f, 0.1f, 0}, {}}, right{{0.7f, 0.1f, 0}, {}};
+    EXPECT_EQ(leaf->opacityMap->EvalColor(left).a, 1);
+    EXPECT_EQ(leaf->opacityMap->EvalColor(right).a, 0);
+    auto* bark = static_cast<StandardMtl*>(multi->GetSubMtl(1));
+    EXPECT_EQ(bark->diffuseMap->tiling, (Point2{2, 3}));
+    EXPECT_EQ(bark->diffuseMap->offset, (Point2{0.25f, 0.5f}));
+    auto* checker = static_cast<StandardMtl*>(multi->GetSubMtl(4));
+    EXPECT_EQ(checker->diffuseMap->EvalColor(left).r, 0);
+    EXPECT_EQ(checker->diffuseMap->EvalColor(right).r, 1);
+    EXPECT_EQ(static_cast<StandardMtl*>(multi->GetSubMtl(5))->opacity, 0.5f);
+}
+
+TEST(GltfExport, FailuresLeaveNothingBehind) {
+    TempFolder folder, textures;
+    SampleSource source(textures.File(""), 5);
+    const IInstanceSource* sources[] = {&source};
+    std::string error;
+    EXPECT_FALSE(ExportGltf(folder.File("no/a.gltf"), sources, {}, {}, &error));
+    EXPECT_NE(error.find("cannot write the file: No such file"), error.npos) << error;
+    std::filesystem::remove(textures.File("bark.jpg"));
+    EXPECT_FALSE(ExportGltf(folder.File("a.gltf"), sources, {}, {}, &error));
+    EXPECT_NE(error.find("bark.jpg: cannot open the file"), error.npos) << error;
+    EXPECT_EQ(folder.NumFiles(), 0u);
+}
