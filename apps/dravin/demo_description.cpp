@@ -151,7 +151,7 @@ std::string Description(double items) {
     "render": {
         "width": 1280, "height": 720, "camera": "camera",
         // Air and light of the built-in ray tracer.
-        "samples": 32, "exposure": 0.6,
+        "samples": 16, "exposure": 0.6,
         "sky": {"turbidity": 2.6, "strength": 1.25, "clouds": 0.5},
         "haze": {"visibility": 9500, "scale_height": 150, "base_height": 0}
     },

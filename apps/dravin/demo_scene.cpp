@@ -35,7 +35,7 @@ struct Window {
 constexpr float kHalfWidth = demo::kValleyWidth / 2, kHalfLength = demo::kValleyLength / 2;
 constexpr Window kValleyHeights{-kHalfWidth, -kHalfLength, kHalfWidth,
                                 kHalfLength, demo::kCell,  true};
-constexpr Window kValleyColors{-kHalfWidth, -kHalfLength, kHalfWidth, kHalfLength, 1, false};
+constexpr Window kValleyColors{-kHalfWidth, -kHalfLength, kHalfWidth, kHalfLength, 1.25f, false};
 constexpr Window kValleyMask{-kHalfWidth, -kHalfLength, kHalfWidth, kHalfLength, 2, false};
 
 Window MeadowWindow(bool heights) {
@@ -166,7 +166,7 @@ bool WriteDemoScene(const std::string& folder, const DemoOptions& options, std::
         return false;
     }
     double items = std::clamp(options.items, 1e3, 1e8);
-    return WriteImages(root / "images", error) &&
-           CopyModels(fs::path(options.dataFolder) / "models", root / "models", error) &&
+    return CopyModels(fs::path(options.dataFolder) / "models", root / "models", error) &&
+           WriteImages(root / "images", error) &&
            WriteText(root / "forest.json", demo::Description(items), error);
 }
