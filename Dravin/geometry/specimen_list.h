@@ -24,7 +24,7 @@ struct TSpecBuildNode {
 
     // The row's material, else that of the source's node; null: the default grey.
     Mtl* Material() const {
-        return entry.material ? entry.material.get() : source ? source->GetMtl() : nullptr;
+        return entry.material ? entry.material.get() : source ? source->GetShownMtl() : nullptr;
     }
 };
 

@@ -37,6 +37,10 @@ public:
     // Null with a reason in `error`.
     virtual std::shared_ptr<const Mesh> LoadMesh(const std::string& file, const std::string& object,
                                                  std::string* error) = 0;
+    // The material that the file itself gives to that mesh; null for none.
+    virtual std::shared_ptr<Mtl> LoadMaterial(const std::string& file, const std::string& object) {
+        return nullptr;
+    }
     virtual std::shared_ptr<const Mesh> LoadHeightfield(const std::string& file,
                                                         const HeightfieldOrigin& origin,
                                                         std::string* error) = 0;

@@ -6,6 +6,8 @@
 #include "host/io/mesh_import.h"
 #include "host/scene/texmaps.h"
 
+#include <map>
+
 namespace {
 
 using MeshPtr = std::shared_ptr<const Mesh>;
@@ -30,9 +32,17 @@ class SceneLoaders : public ISceneLoaders {
 public:
     MeshPtr LoadMesh(const std::string& file, const std::string& object,
                      std::string* error) override {
-        MeshPtr mesh = ImportMesh(file, object, error);
-        if (mesh && mesh->faces.empty()) return nullptr;  // the importer said why
-        return mesh;
+        const JoinedModel* model = Load(file, object, error);
+        if (!model) return nullptr;
+        if (!model->mesh->faces.empty()) return model->mesh;
+        *error = "the mesh has no faces";
+        return nullptr;
+    }
+
+    std::shared_ptr<Mtl> LoadMaterial(const std::string& file, const std::string& object) override {
+        std::string error;
+        const JoinedModel* model = Load(file, object, &error);
+        return model ? model->material : nullptr;
     }
 
     MeshPtr LoadHeightfield(const std::string& file, const HeightfieldOrigin& origin,
@@ -97,6 +107,17 @@ public:
     }
 
 private:
+    // One object of a file, or all joined. Nodes that name the same share one mesh.
+    const JoinedModel* Load(const std::string& file, const std::string& object,
+                            std::string* error) {
+        auto key = std::pair{file, object};
+        if (auto known = m_models.find(key); known != m_models.end()) return &known->second;
+        JoinedModel model = ImportJoined(file, object, error);
+        return model.mesh ? &(m_models[key] = std::move(model)) : nullptr;
+    }
+
+    std::map<std::pair<std::string, std::string>, JoinedModel> m_models;
+
     std::shared_ptr<Texmap> MakeImageMap(const TexmapDescription& d, std::string* error) {
         auto map = MakeBitmapTex(d.file);
         map->filter =

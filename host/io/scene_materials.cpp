@@ -91,6 +91,9 @@ std::shared_ptr<Mtl> ReadStandard(DescriptionObject& keys, DescriptionContext& c
     mtl->diffuse = keys.ColorOf("diffuse", mtl->diffuse);
     mtl->opacity = keys.Float("opacity", mtl->opacity);
     mtl->twoSided = keys.Bool("two_sided", mtl->twoSided);
+    mtl->translucency = keys.Float("translucency", mtl->translucency);
+    mtl->reflectivity = keys.Float("reflectivity", mtl->reflectivity);
+    mtl->ripple = keys.Float("ripple", mtl->ripple);
     if (auto map = keys.Find("diffuse_map")) mtl->diffuseMap = context.TexmapOf(*map);
     if (auto map = keys.Find("opacity_map")) mtl->opacityMap = context.TexmapOf(*map);
     return mtl;
@@ -106,6 +109,12 @@ bool WriteStandard(const Mtl& mtl, Json& keys, const DescriptionWriter& writer) 
         keys["opacity"] = DescriptionWriter::Number(standard->opacity);
     if (standard->opacityMap) keys["opacity_map"] = writer.TexmapName(standard->opacityMap.Get());
     if (standard->twoSided) keys["two_sided"] = true;
+    auto extra = [&](const char* key, float value) {
+        if (value != 0) keys[key] = DescriptionWriter::Number(value);
+    };
+    extra("translucency", standard->translucency);
+    extra("reflectivity", standard->reflectivity);
+    extra("ripple", standard->ripple);
     return true;
 }
 

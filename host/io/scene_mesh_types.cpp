@@ -145,7 +145,10 @@ public:
         if (keys.Value().Document().Failed()) return nullptr;
         std::string error;
         auto mesh = context.formats.Loaders().LoadMesh(origin.file, origin.object, &error);
-        return MeshObject(keys, mesh, origin, error);
+        auto object = MeshObject(keys, mesh, origin, error);
+        if (auto* tri = dynamic_cast<TriObject*>(object.get()))
+            tri->fileMaterial = context.formats.Loaders().LoadMaterial(origin.file, origin.object);
+        return object;
     }
 
     bool Write(const Object& object, Json& keys, const DescriptionWriter& writer) const override {

@@ -104,6 +104,23 @@ private:
                 camera->Fail(fmt::format("the node \"{}\" is no camera", node->GetName()));
             m_scene.renderCamera = node;
         }
+        SceneRenderSettings& r = m_scene.render;
+        r.samples = ReadSize(keys, "samples", r.samples);
+        r.exposure = keys.Float("exposure", r.exposure);
+        if (auto sky = keys.Find("sky")) {
+            DescriptionObject parts(*sky);
+            r.skyTurbidity = parts.Float("turbidity", r.skyTurbidity);
+            r.skyStrength = parts.Float("strength", r.skyStrength);
+            r.skyClouds = parts.Float("clouds", r.skyClouds);
+            parts.Finish();
+        }
+        if (auto haze = keys.Find("haze")) {
+            DescriptionObject parts(*haze);
+            r.hazeVisibility = parts.Float("visibility", r.hazeVisibility);
+            r.hazeScaleHeight = parts.Float("scale_height", r.hazeScaleHeight);
+            r.hazeBaseHeight = parts.Float("base_height", r.hazeBaseHeight);
+            parts.Finish();
+        }
         keys.Finish();
     }
 

@@ -70,15 +70,35 @@ Json WriteTexmaps(const Writer& writer) {
     return all;
 }
 
+Json WriteRender(const Writer& writer) {
+    const SceneRenderSettings& r = writer.scene.render;
+    const SceneRenderSettings plain;
+    Json keys = {{"width", r.width}, {"height", r.height}};
+    if (writer.scene.renderCamera)
+        keys["camera"] = writer.NodeName(writer.scene.renderCamera.Get());
+    if (!r.renderer.empty()) keys["renderer"] = r.renderer;
+    if (r.samples != plain.samples) keys["samples"] = r.samples;
+    if (r.exposure != plain.exposure) keys["exposure"] = Writer::Number(r.exposure);
+    bool plainSky = r.skyTurbidity == plain.skyTurbidity && r.skyStrength == plain.skyStrength &&
+                    r.skyClouds == plain.skyClouds;
+    if (!plainSky)
+        keys["sky"] = {{"turbidity", Writer::Number(r.skyTurbidity)},
+                       {"strength", Writer::Number(r.skyStrength)},
+                       {"clouds", Writer::Number(r.skyClouds)}};
+    if (r.hazeVisibility != 0)
+        keys["haze"] = {{"visibility", Writer::Number(r.hazeVisibility)},
+                        {"scale_height", Writer::Number(r.hazeScaleHeight)},
+                        {"base_height", Writer::Number(r.hazeBaseHeight)}};
+    return keys;
+}
+
 Json WriteSettings(const Writer& writer) {
     const Scene& scene = writer.scene;
     Json keys = {{"dravin_scene", 1}};
     if (scene.unitScale != 1) keys["unit_scale"] = Writer::Number(scene.unitScale);
     if (scene.GetTime() != 0) keys["time"] = scene.GetTime();
     if (scene.ticksPerFrame != 160) keys["ticks_per_frame"] = scene.ticksPerFrame;
-    keys["render"] = {{"width", scene.render.width}, {"height", scene.render.height}};
-    if (scene.renderCamera) keys["render"]["camera"] = writer.NodeName(scene.renderCamera.Get());
-    if (!scene.render.renderer.empty()) keys["render"]["renderer"] = scene.render.renderer;
+    keys["render"] = WriteRender(writer);
     if (scene.view)
         keys["view"] = {{"transform", Writer::Matrix(scene.view->transform)},
                         {"fov", Writer::Number(scene.view->fovDegrees)}};

@@ -16,6 +16,7 @@
 #include "host/scene/reference.h"
 
 class IInstanceSource;
+class Mtl;
 class INode;
 
 class Object : public ReferenceTarget {
@@ -33,6 +34,9 @@ public:
 
     // Node that the object looks at (cameras and lights), null for none.
     virtual INode* GetTargetNode() const { return nullptr; }
+
+    // The material that the object shows where its node has none of its own; null for none.
+    virtual Mtl* DefaultMtl() const { return nullptr; }
 
     std::string ClassName() const override { return "Object"; }
 };
@@ -63,7 +67,9 @@ public:
         : origin(std::move(meshOrigin)), m_mesh(std::move(mesh)) {}
 
     MeshOrigin origin;
+    std::shared_ptr<Mtl> fileMaterial;  // that came with the mesh's file
 
+    Mtl* DefaultMtl() const override { return fileMaterial.get(); }
     const std::shared_ptr<const Mesh>& GetMesh() const { return m_mesh; }
     // Replaces the mesh and tells the dependents. Never null.
     void SetMesh(std::shared_ptr<const Mesh> mesh);
