@@ -151,7 +151,7 @@ std::string Description(double items) {
     "render": {
         "width": 1280, "height": 720, "camera": "camera",
         // Air and light of the built-in ray tracer.
-        "samples": 32, "exposure": 0.35,
+        "samples": 16, "exposure": 0.6,
         "sky": {"turbidity": 2.6, "strength": 1.25, "clouds": 0.5},
         "haze": {"visibility": 9500, "scale_height": 150, "base_height": 0}
     },
@@ -186,7 +186,7 @@ std::string Description(double items) {
          "fov": 58},
         {"name": "sun target", "type": "dummy", "position": [0, 0, 0]},
         {"name": "sun", "type": "light", "kind": "directional", "position": [740, 400, 310],
-         "target": "sun target", "color": [1, 0.97, 0.92], "intensity": 1, "shadows": true},
+         "target": "sun target", "color": [1, 0.95, 0.86], "intensity": 1, "shadows": true},
 
         // The ground: 1.4 million triangles from a height image, and the lake at height 0.
 )json";
@@ -238,21 +238,22 @@ std::string Description(double items) {
          {"bush", 85, "[0.3, 0.5, 0.2]"},
          {"maple", 5, "[0.9, 0.5, 0.1]", 80}});
     text += ",\n";
-    text += Scatter(
-        "// Ferns and bushes on the forest's floor near the lake.", "Understory",
-        {Common("shore", 8112), "\"distmap\": \"floor mask\", \"distmapchan\": 1, " + Grid(2.3 * k),
-         Move(60) + ", " + Turn(6), Scale(60, 130),
-         "\"altlimited\": true, \"altmin\": 1.6, \"altmax\": 90, \"slopelimited\": true, "
-         "\"slopemax\": 40",
-         Tint(0, 35, "[0.24, 0.30, 0.10]", "[0.55, 0.48, 0.18]")},
-        {{"fern", 62, "[0.2, 0.6, 0.2]", 120},
-         {"bush", 30, "[0.3, 0.5, 0.2]", 80},
-         {"stone", 8, "[0.5, 0.5, 0.5]"}});
+    text +=
+        Scatter("// Ferns and bushes on the forest's floor near the lake.", "Understory",
+                {Common("shore", 8112),
+                 "\"distmap\": \"floor mask\", \"distmapchan\": 1, " + Grid(1.25 * k),
+                 Move(60) + ", " + Turn(6), Scale(60, 130),
+                 "\"altlimited\": true, \"altmin\": 1.6, \"altmax\": 90, \"slopelimited\": true, "
+                 "\"slopemax\": 40",
+                 Tint(0, 35, "[0.24, 0.30, 0.10]", "[0.55, 0.48, 0.18]")},
+                {{"fern", 62, "[0.2, 0.6, 0.2]", 120},
+                 {"bush", 30, "[0.3, 0.5, 0.2]", 80},
+                 {"stone", 8, "[0.5, 0.5, 0.5]"}});
     text += ",\n";
     text += Scatter(
         "// The meadow: most of the scene's items are its tufts of grass.", "Meadow grass",
         {Common("meadow", 101),
-         "\"distmap\": \"meadow mask\", \"distmapchan\": 1, " + Grid(0.18 * k),
+         "\"distmap\": \"meadow mask\", \"distmapchan\": 1, " + Grid(0.19 * k),
          "\"divers\": 2, \"clusize\": 14, \"clurough\": 60, \"clunoise\": 25",
          Move(45) + ", " + Turn(7), Scale(55, 125), "\"slopelimited\": true, \"slopemax\": 40",
          Tint(0, 45, "[0.30, 0.38, 0.10]", "[0.64, 0.58, 0.26]")},
@@ -260,9 +261,9 @@ std::string Description(double items) {
     text += ",\n";
     text += Scatter(
         "// Coarser grass farther away, down to the lake.", "Far grass",
-        {Common("shore", 102), "\"distmap\": \"shore mask\", \"distmapchan\": 1, " + Grid(0.62 * k),
+        {Common("shore", 102), "\"distmap\": \"shore mask\", \"distmapchan\": 1, " + Grid(0.26 * k),
          "\"divers\": 2, \"clusize\": 12, \"clurough\": 50, \"clunoise\": 20",
-         Move(60) + ", " + Turn(7), Scale(100, 190),
+         Move(60) + ", " + Turn(7), Scale(80, 150),
          "\"altlimited\": true, \"altmin\": 0.5, \"altmax\": 60",
          Tint(0, 45, "[0.30, 0.38, 0.10]", "[0.64, 0.58, 0.26]")},
         {{"grass", 86, "[0.3, 0.6, 0.2]"}, {"tallgrass", 14, "[0.7, 0.6, 0.3]", 80}});
@@ -270,7 +271,7 @@ std::string Description(double items) {
     text += Scatter(
         "// Flowers in drifts: the mask says where, clusters say which.", "Flowers",
         {Common("meadow", 77),
-         "\"distmap\": \"flower mask\", \"distmapchan\": 1, " + Grid(0.42 * k),
+         "\"distmap\": \"flower mask\", \"distmapchan\": 1, " + Grid(0.36 * k),
          "\"divers\": 2, \"clusize\": 9, \"clurough\": 40, \"clunoise\": 12, \"cluedge\": 30",
          Move(80) + ", " + Turn(8), Scale(75, 130)},
         {{"daisy", 45, "[1, 1, 1]"},

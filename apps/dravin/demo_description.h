@@ -16,7 +16,7 @@ struct Rect {
 
 // Where the dense meadow grows in front of the camera, and the wider ground down to the lake. Their
 // borders lie on terrain samples, so that their meshes have the valley's own triangles.
-inline constexpr Rect kMeadow{-90, -994, 90, -800};
+inline constexpr Rect kMeadow{-70, -994, 70, -870};
 inline constexpr Rect kShore{-220, -994, 260, -320};
 
 struct Species {

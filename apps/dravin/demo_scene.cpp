@@ -35,7 +35,7 @@ struct Window {
 constexpr float kHalfWidth = demo::kValleyWidth / 2, kHalfLength = demo::kValleyLength / 2;
 constexpr Window kValleyHeights{-kHalfWidth, -kHalfLength, kHalfWidth,
                                 kHalfLength, demo::kCell,  true};
-constexpr Window kValleyColors{-kHalfWidth, -kHalfLength, kHalfWidth, kHalfLength, 1, false};
+constexpr Window kValleyColors{-kHalfWidth, -kHalfLength, kHalfWidth, kHalfLength, 1.25f, false};
 constexpr Window kValleyMask{-kHalfWidth, -kHalfLength, kHalfWidth, kHalfLength, 2, false};
 
 Window MeadowWindow(bool heights) {
@@ -99,7 +99,7 @@ bool WriteImages(const fs::path& folder, std::string* error) {
                           {"rock_mask.png", kValleyMask, &Valley::Rocks},
                           {"meadow_mask.png", MeadowWindow(false), &Valley::Meadow},
                           {"flower_mask.png", MeadowWindow(false), &Valley::Flowers},
-                          {"shore_mask.png", ShoreWindow(false), &Valley::Meadow},
+                          {"shore_mask.png", ShoreWindow(false), &Valley::FarMeadow},
                           {"floor_mask.png", ShoreWindow(false), &Valley::Forest},
                           {"edge_mask.png", ShoreWindow(false), &Valley::ForestEdge}};
     struct Terrain {
@@ -166,7 +166,7 @@ bool WriteDemoScene(const std::string& folder, const DemoOptions& options, std::
         return false;
     }
     double items = std::clamp(options.items, 1e3, 1e8);
-    return WriteImages(root / "images", error) &&
-           CopyModels(fs::path(options.dataFolder) / "models", root / "models", error) &&
+    return CopyModels(fs::path(options.dataFolder) / "models", root / "models", error) &&
+           WriteImages(root / "images", error) &&
            WriteText(root / "forest.json", demo::Description(items), error);
 }

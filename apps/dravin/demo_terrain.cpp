@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "apps/dravin/demo_description.h"
 #include "host/base/thread_pool.h"
 #include "host/math/noise3.h"
 #include "host/math/point.h"
@@ -23,6 +24,9 @@ constexpr Blob kRockBlobs[] = {{-165, -760, 75, 95},
                                {19, -903, 6, 5},
                                {-30, -880, 6, 7},
                                {62, -835, 9, 8}};
+
+// Groups of trees that stand out into the meadow.
+constexpr Blob kGroves[] = {{-37, -908, 12, 11}, {58, -850, 16, 14}, {-75, -800, 18, 22}};
 
 float Clamp01(float x) { return std::clamp(x, 0.f, 1.f); }
 
@@ -128,11 +132,19 @@ float Valley::Open(float x, float y) const {
     float open =
         Smooth(width + 22, width - 8, away) * Smooth(-640, -690, y + 25 * Fractal(x, y, 45, 2, 42));
     open = std::max(open, Smooth(30, 22, std::hypot(x, y + 972)));
+    for (const Blob& b : kGroves)
+        open *= Smooth(0.75f, 1.15f, std::hypot((x - b.x) / b.rx, (y - b.y) / b.ry));
     return open * Smooth(0.5f, 1.3f, Height(x, y));
 }
 
 float Valley::Meadow(float x, float y) const {
     return Open(x, y) * (1 - Path(x, y)) * (1 - Smooth(0.35f, 0.6f, Rocks(x, y)));
+}
+
+float Valley::FarMeadow(float x, float y) const {
+    const Rect& r = kMeadow;
+    bool isNear = x > r.x0 && x < r.x1 && y > r.y0 && y < r.y1;
+    return isNear ? 0 : Meadow(x, y);
 }
 
 float Valley::Flowers(float x, float y) const {

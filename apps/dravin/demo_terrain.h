@@ -30,6 +30,7 @@ public:
     float Forest(float x, float y) const;
     float ForestEdge(float x, float y) const;
     float Meadow(float x, float y) const;
+    float FarMeadow(float x, float y) const;  // without the rectangle in front of the camera
     float Flowers(float x, float y) const;
     float Rocks(float x, float y) const;
 
