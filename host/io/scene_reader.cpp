@@ -53,9 +53,10 @@ public:
         ReadVersion(keys);
         ReadSettings(keys);
         auto texmaps = keys.Find("texmaps"), materials = keys.Find("materials");
-        auto nodes = keys.Find("nodes");
+        auto nodes = keys.Find("nodes"), layers = keys.Find("layers");
         auto render = keys.Find("render"), view = keys.Find("view");
         keys.Finish();
+        if (layers) ReadLayers(*layers);
         if (texmaps) ReadTexmaps(*texmaps, m_context);
         if (materials) ReadMaterials(*materials, m_context);
         if (nodes) ReadNodes(*nodes);
@@ -82,6 +83,17 @@ private:
         if (auto ticks = keys.Find("ticks_per_frame")) {
             m_scene.ticksPerFrame = ticks->AsInt();
             if (m_scene.ticksPerFrame < 1) ticks->Fail("expected a whole number above 0");
+        }
+    }
+
+    void ReadLayers(const DescriptionValue& value) {
+        for (const auto& [name, member] : DescriptionObject(value).Members()) {
+            DescriptionObject keys(member);
+            Layer& layer = m_scene.MakeLayer(name);
+            layer.hidden = keys.Bool("hidden", false);
+            layer.frozen = keys.Bool("frozen", false);
+            layer.renderable = keys.Bool("renderable", true);
+            keys.Finish();
         }
     }
 

@@ -92,6 +92,19 @@ Json WriteRender(const Writer& writer) {
     return keys;
 }
 
+// Layers that differ from a fresh one; nodes make the others.
+Json WriteLayers(const Scene& scene) {
+    Json all = Json::object();
+    for (const auto& [name, layer] : scene.Layers()) {
+        Json keys = Json::object();
+        if (layer.hidden) keys["hidden"] = true;
+        if (layer.frozen) keys["frozen"] = true;
+        if (!layer.renderable) keys["renderable"] = false;
+        if (!keys.empty()) all[name] = keys;
+    }
+    return all;
+}
+
 Json WriteSettings(const Writer& writer) {
     const Scene& scene = writer.scene;
     Json keys = {{"dravin_scene", 1}};
@@ -111,6 +124,7 @@ std::string WriteSceneDescription(const Scene& scene, const std::string& folder,
                                   const SceneFormats& formats) {
     Writer writer(scene, folder, formats);
     Json keys = WriteSettings(writer);
+    if (Json layers = WriteLayers(scene); !layers.empty()) keys["layers"] = layers;
     if (Json texmaps = WriteTexmaps(writer); !texmaps.empty()) keys["texmaps"] = texmaps;
     for (const auto& [name, mtl] : scene.materials)
         if (Json own = WriteEntity(formats.Materials(), *mtl, writer); !own.is_null())

@@ -81,7 +81,8 @@ public:
     INode* GetNode(ParamID id, TimeValue t = 0, int index = 0) const;
     Texmap* GetTexmap(ParamID id, TimeValue t = 0, int index = 0) const;
     Mtl* GetMtl(ParamID id, TimeValue t = 0, int index = 0) const;
-    ReferenceTarget* GetReference(ParamID id, TimeValue t, int index) const;
+    using ReferenceTarget::GetReference;
+    ReferenceTarget* GetReference(ParamID id, TimeValue t, int index = 0) const;
     std::shared_ptr<ReferenceTarget> ShareReference(ParamID id, int index = 0) const;
     ParamValue GetValue(ParamID id, TimeValue t = 0, int index = 0) const;
 

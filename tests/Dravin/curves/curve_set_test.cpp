@@ -1,10 +1,10 @@
 #include "Dravin/curves/curve_set.h"
 
 #include <gmock/gmock.h>
-#include <clocale>
 
 #include "Dravin/dravin.h"
 #include "host/base/text.h"
+#include "tests/comma_locale.h"
 
 using testing::HasSubstr;
 
@@ -96,18 +96,15 @@ TEST(CurveSet, BadTextLeavesTheSet) {
 }
 
 TEST(CurveSet, DecimalCommasOfTheLocaleDoNotMatter) {
-    std::string old = std::setlocale(LC_ALL, nullptr);
-    bool comma = std::setlocale(LC_ALL, "de_DE.UTF-8") || std::setlocale(LC_ALL, "fr_FR.UTF-8");
+    CommaLocale comma;
     TCurveSet a, b;
     a.SetNumCurves(1);
     a.SetPoints(0, {{0.5f, 12.25f}});
     std::string text = CurveSetToXml(&a);
-    bool read = CurveSetFromXml(b, text);
-    std::setlocale(LC_ALL, old.c_str());
     EXPECT_THAT(text, HasSubstr("px=\"0.5\" py=\"12.25\""));
-    EXPECT_TRUE(read);
+    EXPECT_TRUE(CurveSetFromXml(b, text));
     EXPECT_EQ(b.Points(0), a.Points(0));
-    if (!comma) GTEST_SKIP() << "no locale with a decimal comma is installed";
+    if (!comma.IsActive()) GTEST_SKIP() << "the sources of the de_DE locale are not installed";
 }
 
 TEST(CurveSet, ObjectStartsWithTheDefaultCurves) {
