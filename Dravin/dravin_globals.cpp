@@ -13,14 +13,17 @@ struct Globals : TDravinGlobals {
             context.notifications.Register(notice,
                                            [this, action](HostNotify, INode*) { action(*this); });
         };
-        // Arrays must not outlive the scene whose nodes they belong to.
         for (HostNotify notice : {HostNotify::kSystemPreNew, HostNotify::kSystemPreReset})
-            on(notice, [](TDravinGlobals& g) { g.surfaces.Clear(); });
+            on(notice, [](TDravinGlobals& g) { g.DropSceneData(); });
         on(HostNotify::kFilePreOpen, [](TDravinGlobals& g) {
-            g.surfaces.Clear();
+            g.DropSceneData();
             g.surfaces.SetOpening(true);
+            g.meshes.Suspend(true);
         });
-        on(HostNotify::kFilePostOpen, [](TDravinGlobals& g) { g.surfaces.SetOpening(false); });
+        on(HostNotify::kFilePostOpen, [](TDravinGlobals& g) {
+            g.surfaces.SetOpening(false);
+            g.meshes.Suspend(false);
+        });
     }
 };
 

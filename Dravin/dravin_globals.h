@@ -4,12 +4,17 @@
 
 #include "Dravin/build/surface_cache.h"
 #include "Dravin/config/distmap_library.h"
+#include "Dravin/geometry/mesh_cache.h"
 #include "Dravin/geometry/template_list.h"
 
 struct TDravinGlobals {
     TSurfaceCache surfaces;
+    TDravinMeshCache meshes;
     TTemplates templates;
     TDistMapLibrary distMaps;
+
+    // Arrays and samples must not outlive the scene whose nodes they belong to.
+    void DropSceneData() { surfaces.Clear(), meshes.Clear(); }
 };
 
 // Of the current host context, which must exist. Reads the geometry index at the first call.

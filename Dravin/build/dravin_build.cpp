@@ -93,8 +93,9 @@ void TDravinBuild::Run(const TParameters& parameters) {
         parameters.animonlyrend, m_flags.render);
     TTreeSpecList rows(std::static_pointer_cast<IParamBlock2>(
         m_object.Block(kGeomParams).shared_from_this()));
-    m_panel.status = m_specimens.Build(rows, DravinGlobals().templates, SharedGenerator(), request,
-                                       &m_object.specIdCounter, &m_validity);
+    m_panel.status = m_specimens.Build(rows, DravinGlobals().templates, DravinGlobals().meshes,
+                                       SharedGenerator(), request, &m_object.specIdCounter,
+                                       &m_validity);
     if (m_panel.status != TBuildStatus::kSuccess) return;
 
     m_input = m_maker->Make(m_specimens.EngineSpecimens(), std::move(density), m_rereadSurfaces,

@@ -9,11 +9,10 @@
 namespace {
 
 // The mesh in the item's own space; shared when nothing has to move.
-std::shared_ptr<const Mesh> AtRealSize(const TSourceSample& sample) {
-    if (!sample.mesh || sample.toReal == Matrix3{}) return sample.mesh;
-    auto moved = std::make_shared<Mesh>(*sample.mesh);
-    TransformMesh(*moved, sample.toReal);
-    return moved;
+std::shared_ptr<const Mesh> AtRealSize(const TDravinMeshSample& sample) {
+    const Matrix3& toReal = sample.Size().toReal;
+    if (!sample.Source() || toReal == Matrix3{}) return sample.Source();
+    return std::make_shared<Mesh>(TransformedMesh(*sample.Source(), toReal));
 }
 
 }  // namespace
@@ -39,14 +38,14 @@ void TDravinInstances::AddRow(size_t row, const TSpecBuild& specimen) {
     std::vector<uint32_t>& elements = m_prototypeOfElement.emplace_back();
     for (size_t e = 0; e < specimen.nodes.size(); ++e) {
         const TSpecBuildNode& node = specimen.nodes[e];
-        if (!node.sample->mesh) {
+        if (!node.sample->Source()) {
             elements.push_back(kNone);
             continue;
         }
         std::string name = node.entry.name;
         if (specimen.nodes.size() > 1) name += fmt::format(" {}", e);
         elements.push_back(uint32_t(m_prototypes.size()));
-        const Point3& size = node.sample->size;
+        const Point3& size = node.sample->Size().size;
         m_prototypes.push_back({std::move(name), AtRealSize(*node.sample), node.Material(),
                                 Matrix3::Scaling({1 / size.x, 1 / size.y, 1 / size.z})});
     }

@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "Dravin/geometry/source_sample.h"
+#include "Dravin/geometry/template_list.h"
 #include "host/base/thread_pool.h"
 #include "host/geom/mesh_tools.h"
 #include "host/scene/node.h"
@@ -68,4 +68,16 @@ std::shared_ptr<const TDravinMeshSample> MakeMeshSample(INode& node, TimeValue t
     if (!validity.Contains(t)) validity = Interval::Instant(t);
     std::shared_ptr<const Mesh> mesh = object->IsGeomObject() ? object->GetRenderMesh(t) : nullptr;
     return std::make_shared<const TDravinMeshSample>(mesh, SourceMatrix(node, t), validity);
+}
+
+Matrix3 SourceMatrix(INode& node, TimeValue t) {
+    if (IsTemplateNode(node)) return TemplateTransform(node);
+    Matrix3 m = node.GetObjectOffset().ToMatrix();
+    INode* head = node.GetOutermostHead();
+    if (head && head != &node) {
+        Matrix3 relative = node.GetNodeTM(t) * Inverse(head->GetNodeTM(t));
+        relative.NoTrans();
+        m = m * relative;
+    }
+    return m;
 }

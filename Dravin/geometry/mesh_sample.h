@@ -63,6 +63,11 @@ private:
     mutable TMeshCloud m_cloud;
 };
 
+// Object space of a node -> the space of items that show it, at real size. Templates have recorded
+// theirs. Group members, picked directly or through their group, take their rotation and scale
+// relative to the outermost head, never a translation.
+Matrix3 SourceMatrix(INode& node, TimeValue t);
+
 // The sample of what a node shows at time t: anything but geometry gives an empty one. Its validity
 // is the object's, or the instant t where that does not contain t.
 std::shared_ptr<const TDravinMeshSample> MakeMeshSample(INode& node, TimeValue t);

@@ -25,9 +25,13 @@ std::shared_ptr<INode> Share(INode* node) {
 // Adds the sources of one row to its specimen.
 class RowBuilder {
 public:
-    RowBuilder(const TSpecEntry& entry, const TSpecListRequest& request, TSpecBuild& specimen,
-               Interval* valid)
-        : m_entry(entry), m_request(request), m_specimen(specimen), m_valid(valid) {}
+    RowBuilder(const TSpecEntry& entry, const TSpecListRequest& request, TDravinMeshCache& meshes,
+               TSpecBuild& specimen, Interval* valid)
+        : m_entry(entry),
+          m_request(request),
+          m_meshes(meshes),
+          m_specimen(specimen),
+          m_valid(valid) {}
 
     void AddTemplate(const TSpecGeomList& templates) {
         size_t id = size_t(m_entry.templateId);
@@ -58,9 +62,13 @@ public:
         return !m_specimen.nodes.empty();
     }
 
-    void AddEmpty() { m_specimen.nodes.push_back({m_entry, nullptr, EmptySample(), {}}); }
+    void AddEmpty() { m_specimen.nodes.push_back({m_entry, nullptr, Sample(nullptr), {}}); }
 
 private:
+    std::shared_ptr<const TDravinMeshSample> Sample(INode* node) {
+        return m_meshes.Get(node, m_request.time, m_request.time);
+    }
+
     void AddGroup(INode& head) {
         std::vector<INode*> members;
         CollectGeometry(head, members);
@@ -72,17 +80,18 @@ private:
     void AddSource(INode* node, const Point3& offset) {
         // Sources are sampled at the first frame; later frames are asked for when they are shown.
         TimeValue t = m_request.animation.mode == 0 ? m_request.time : m_specimen.FrameFirst(0);
-        m_specimen.nodes.push_back({m_entry, Share(node), SampleSource(*node, t), offset});
+        m_specimen.nodes.push_back({m_entry, Share(node), m_meshes.Get(node, t, m_request.time), offset});
         m_specimen.proxyShape |= m_request.proxyMode;
     }
 
     void NarrowValidity() {
         if (m_specimen.proxyShape) return;
-        for (const TSpecBuildNode& n : m_specimen.nodes) *m_valid &= n.sample->validity;
+        for (const TSpecBuildNode& n : m_specimen.nodes) *m_valid &= n.sample->Validity();
     }
 
     const TSpecEntry& m_entry;
     const TSpecListRequest& m_request;
+    TDravinMeshCache& m_meshes;
     TSpecBuild& m_specimen;
     Interval* m_valid;
 };
@@ -103,10 +112,11 @@ TSpecimenElement EngineElement(const TSpecBuildNode& node) {
     const TSpecEntry& entry = node.entry;
     TSpecimenElement e;
     e.kind = SpecimenKind(std::clamp(entry.kind, 0, 2));
-    e.isMesh = node.sample->isMesh;
+    e.isMesh = node.source && node.source->GetObjectRef() &&
+               node.source->GetObjectRef()->IsGeomObject();
     e.useMeshDimensions = entry.useMeshDimensions;
-    e.meshSize = node.sample->size;
-    e.meshAspect = node.sample->aspect;
+    e.meshSize = node.sample->Size().size;
+    e.meshAspect = node.sample->Size().aspect;
     e.width = entry.width;
     e.height = entry.height;
     e.scalePercent = entry.scale;
@@ -114,7 +124,7 @@ TSpecimenElement EngineElement(const TSpecBuildNode& node) {
     e.centerPercent = entry.center;
     e.radiusPercent = entry.radius;
     e.offset = node.offset;
-    e.unitBounds = node.sample->unitBounds;
+    e.unitBounds = node.sample->Size().bounds;
     return e;
 }
 
@@ -145,8 +155,9 @@ TAnimationSettings NormaliseAnimation(TAnimationSettings settings, bool renderOn
 }
 
 TBuildStatus TSpecBuildList::Build(TTreeSpecList& rows, TTemplates& templates,
-                                   TNuRandom& generator, const TSpecListRequest& request,
-                                   int* specIdCounter, Interval* valid) {
+                                   TDravinMeshCache& meshes, TNuRandom& generator,
+                                   const TSpecListRequest& request, int* specIdCounter,
+                                   Interval* valid) {
     m_specimens.clear();
     m_hasCustomObjects = false;
     int n = rows.Count();
@@ -158,7 +169,7 @@ TBuildStatus TSpecBuildList::Build(TTreeSpecList& rows, TTemplates& templates,
         TSpecEntry entry = rows.ReadRow(i, request.time, generator);
         TSpecBuild specimen;
         specimen.frames = frames;
-        RowBuilder row(entry, request, specimen, valid);
+        RowBuilder row(entry, request, meshes, specimen, valid);
         bool shown = true;
         if (entry.kind == kGeomTemplate) row.AddTemplate(templates.List());
         else if (entry.kind == kGeomCustom) shown = row.AddCustom();
@@ -172,7 +183,8 @@ TBuildStatus TSpecBuildList::Build(TTreeSpecList& rows, TTemplates& templates,
     TSpecBuild fallback;
     fallback.frames = frames;
     fallback.proxyShape = true;
-    fallback.nodes.push_back({TSpecEntry{}, nullptr, EmptySample(), {}});
+    fallback.nodes.push_back(
+        {TSpecEntry{}, nullptr, meshes.Get(nullptr, request.time, request.time), {}});
     m_specimens.push_back(std::move(fallback));
     return TBuildStatus::kSuccess;
 }

@@ -11,7 +11,7 @@
 #include "Dravin/engine/build_status.h"
 #include "Dravin/engine/item.h"
 #include "Dravin/engine/specimen.h"
-#include "Dravin/geometry/source_sample.h"
+#include "Dravin/geometry/mesh_cache.h"
 #include "Dravin/geometry/template_list.h"
 #include "Dravin/geometry/tree_spec_list.h"
 
@@ -19,12 +19,12 @@
 struct TSpecBuildNode {
     TSpecEntry entry;              // of the row
     std::shared_ptr<INode> source;  // template node, custom object or group member; none: shows nothing
-    std::shared_ptr<const TSourceSample> sample;  // of the source; the empty default without one
+    std::shared_ptr<const TDravinMeshSample> sample;  // of the source; the empty default without one
     Point3 offset;                 // of a group member from the group's pivot
 
     // The row's material, else that of the source's node; null: the default grey.
     Mtl* Material() const {
-        return entry.material ? entry.material.get() : source ? source->GetMtl() : nullptr;
+        return entry.material ? entry.material.get() : source ? source->GetShownMtl() : nullptr;
     }
 };
 
@@ -74,8 +74,8 @@ class TSpecBuildList {
 public:
     // Builds all specimens; `valid` is narrowed by the sources' validity. kEmptyGeometryList when
     // there are no rows. Rows without an id get one, written to the list.
-    TBuildStatus Build(TTreeSpecList& rows, TTemplates& templates, TNuRandom& generator,
-                       const TSpecListRequest& request, int* specIdCounter,
+    TBuildStatus Build(TTreeSpecList& rows, TTemplates& templates, TDravinMeshCache& meshes,
+                       TNuRandom& generator, const TSpecListRequest& request, int* specIdCounter,
                        Interval* valid);
 
     // Rows, without the fallback.

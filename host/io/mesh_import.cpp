@@ -97,20 +97,24 @@ JoinedModel JoinObjects(const ImportedModel& model) {
     return joined;
 }
 
-std::shared_ptr<Mesh> ImportMesh(const std::string& path, const std::string& object,
-                                 std::string* error) {
+JoinedModel ImportJoined(const std::string& path, const std::string& object, std::string* error) {
     ImportedModel model;
-    if (!ImportModel(path, &model, error)) return nullptr;
+    if (!ImportModel(path, &model, error)) return {};
     if (!object.empty()) {
         std::vector<std::string> names;
         for (const ImportedObject& o : model.objects) names.push_back(o.name);
         std::erase_if(model.objects, [&](const ImportedObject& o) { return o.name != object; });
         if (model.objects.empty()) {
             *error = fmt::format("{}: no object \"{}\"{}", path, object, DidYouMean(object, names));
-            return nullptr;
+            return {};
         }
     }
-    std::shared_ptr<Mesh> mesh = JoinObjects(model).mesh;
-    if (mesh->faces.empty()) *error = fmt::format("{}: the model has no faces", path);
-    return mesh;
+    JoinedModel joined = JoinObjects(model);
+    if (joined.mesh->faces.empty()) *error = fmt::format("{}: the model has no faces", path);
+    return joined;
+}
+
+std::shared_ptr<Mesh> ImportMesh(const std::string& path, const std::string& object,
+                                 std::string* error) {
+    return ImportJoined(path, object, error).mesh;
 }

@@ -46,3 +46,5 @@ struct JoinedModel {
     std::shared_ptr<Mtl> material;
 };
 JoinedModel JoinObjects(const ImportedModel& model);
+// Reads a file like ImportMesh, with the material. No mesh when it cannot be read.
+JoinedModel ImportJoined(const std::string& path, const std::string& object, std::string* error);

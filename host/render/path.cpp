@@ -38,6 +38,15 @@ float Fresnel(float cosine) {
     return 0.02f + 0.98f * x2 * x2 * x;
 }
 
+// Russian roulette: ends paths that carry little, and raises the others by as much.
+bool Survives(SampleSequence& sequence, Color* throughput) {
+    float chance = 3 * std::max({throughput->r, throughput->g, throughput->b});
+    if (chance >= 1) return true;
+    if (UnitFloat(sequence.NextHash()) >= chance) return false;
+    *throughput = *throughput * (1 / chance);
+    return true;
+}
+
 }  // namespace
 
 struct PathTracer::Surface {
@@ -203,6 +212,7 @@ Color PathTracer::Radiance(TraceRay ray, SampleSequence& sequence) const {
         light = light + direct;
         throughput = throughput * s.albedo;
         if (++bounce > m_maxBounces) break;
+        if (bounce > 1 && !Survives(sequence, &throughput)) break;
         Bounce next = Scatter(s, sequence);
         ray = TraceRay{};
         ray.origin = next.origin;

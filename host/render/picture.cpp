@@ -13,7 +13,7 @@
 namespace {
 
 float FilmicCurve(float x) {
-    return std::clamp(x * (2.51f * x + 0.03f) / (x * (2.43f * x + 0.59f) + 0.14f), 0.f, 1.f);
+    return std::clamp(x * (2.51f * x + 0.09f) / (x * (2.43f * x + 0.62f) + 0.15f), 0.f, 1.f);
 }
 
 // Rounds with a fixed dither, so that skies show no bands.

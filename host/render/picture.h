@@ -13,7 +13,7 @@ struct Picture {
 };
 
 // Display colour (sRGB, 0..1) of linear light: exposure, then a filmic curve with a soft shoulder
-// (the rational fit of Narkowicz 2015).
+// (the rational form of Narkowicz 2015, with a lighter toe).
 Color ToneMap(Color light, float exposure);
 
 // Writes by ending: .exr and .hdr keep linear light times the exposure (EXR in half floats), all

@@ -1,6 +1,7 @@
 #include "host/render/render_mesh.h"
 
 #include <algorithm>
+#include <cfloat>
 #include <cmath>
 #include <numeric>
 
@@ -122,6 +123,42 @@ RenderMesh::RenderMesh(const Mesh& mesh, const Mtl* mtl, const Matrix3& transfor
         m_uvDensity.push_back(area > 0 ? std::sqrt(uvArea / area) : 0);
     }
     SortByOpacity();
+    MeasureSlices();
+}
+
+void RenderMesh::MeasureSlices() {
+    constexpr int kSlices = 6;
+    float low = m_bounds.min.z, step = (m_bounds.max.z - low) / kSlices;
+    for (int i = 0; i < kSlices; ++i) m_slices.push_back({FLT_MAX, -FLT_MAX, 0});
+    // A face belongs to the slice of its middle, which grows to hold it.
+    for (const Triple& t : m_faces) {
+        float middle = 0;
+        for (uint32_t v : t) middle += m_positions[v].z / 3;
+        int i = step > 0 ? std::clamp(int((middle - low) / step), 0, kSlices - 1) : 0;
+        Slice& slice = m_slices[size_t(i)];
+        for (uint32_t v : t) {
+            const Point3& p = m_positions[v];
+            slice.low = std::min(slice.low, p.z);
+            slice.high = std::max(slice.high, p.z);
+            slice.radius = std::max(slice.radius, std::hypot(p.x, p.y));
+        }
+    }
+    std::erase_if(m_slices, [](const Slice& s) { return s.low > s.high; });
+}
+
+Box3 RenderMesh::MovedBounds(const Matrix3& m) const {
+    // A disc of radius r across the z axis reaches r * |(row 0, row 1)| along each world axis.
+    Box3 round, box = m.BoxTransform(m_bounds);
+    for (const Slice& slice : m_slices) {
+        Point3 a = m.row[2] * slice.low + m.row[3], b = m.row[2] * slice.high + m.row[3], reach;
+        for (int i = 0; i < 3; ++i) reach[i] = slice.radius * std::hypot(m.row[0][i], m.row[1][i]);
+        for (const Point3& p : {a, b}) round += p - reach, round += p + reach;
+    }
+    for (int i = 0; i < 3; ++i) {
+        box.min[i] = std::max(box.min[i], round.min[i]);
+        box.max[i] = std::min(box.max[i], round.max[i]);
+    }
+    return box;
 }
 
 void RenderMesh::SortByOpacity() {

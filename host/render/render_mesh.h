@@ -56,6 +56,8 @@ public:
     const Point3* Positions() const { return m_positions.data(); }
     const Triple* Faces() const { return m_faces.data(); }
     const Box3& Bounds() const { return m_bounds; }
+    // Box around the mesh moved by m, often tighter than the moved box: plants are round.
+    Box3 MovedBounds(const Matrix3& m) const;
     size_t Bytes() const;
 
     // u and v weigh the second and third corner.
@@ -69,8 +71,14 @@ public:
     float Opacity(size_t face, float u, float v, float width) const;
 
 private:
+    // A slice of the mesh between two heights, and the largest distance from the z axis in it.
+    struct Slice {
+        float low, high, radius;
+    };
+
     bool IsOpaque(size_t face) const;
     void SortByOpacity();
+    void MeasureSlices();
 
     const RenderMaterials* m_materials;
     std::vector<Point3> m_positions;  // one more than there are vertices: Embree reads 16 bytes
@@ -81,4 +89,5 @@ private:
     std::vector<uint32_t> m_material;
     size_t m_numOpaque = 0;
     Box3 m_bounds;
+    std::vector<Slice> m_slices;  // together they hold all faces
 };

@@ -269,7 +269,7 @@ Color SkyModel::Visible(const Point3& d) const {
 Color SkyModel::HazeRadiance(const Point3& direction) const {
     if (m_isConstant) return m_constant;
     Point3 low = Normalize({direction.x, direction.y, 0.f});
-    low.z = 0.10f;
+    low.z = 0.05f;
     return Table(Normalize(low));
 }
 

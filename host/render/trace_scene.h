@@ -3,7 +3,7 @@
 // Two levels: every prototype mesh is an Embree scene of its own; all instances of a source
 // together are one user geometry of the top scene, whose callbacks move the ray into the
 // prototype's space. Embree 3 has no arrays of instances, and a geometry for every item costs five
-// times the memory. An instance takes 56 bytes here plus its share of the hierarchy. Meshes of
+// times the memory. An instance takes 64 bytes here plus its share of the hierarchy. Meshes of
 // nodes stand in the top scene as plain triangles.
 //
 // Masks are tested inside the traversal: a hit on a face of opacity a counts with probability a,
@@ -26,8 +26,8 @@ struct TraceRay {
     uint32_t seed = 0;            // of the mask decisions
 };
 
-// One placed prototype.
-struct PackedInstance {
+// One placed prototype, in one cache line.
+struct alignas(64) PackedInstance {
     float toPrototype[9];  // rows of the inverse 3x3 part
     Point3 position;
     uint32_t prototype;

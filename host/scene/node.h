@@ -42,7 +42,12 @@ public:
     Object* GetObjectRef() const { return m_object.Get(); }
     std::shared_ptr<Object> ShareObjectRef() const { return m_object.Share(); }
     void SetObjectRef(std::shared_ptr<Object> object);
+    // The node's own material.
     Mtl* GetMtl() const { return m_mtl.Get(); }
+    // What it shows: its own material, else that of its object; null for the default grey.
+    Mtl* GetShownMtl() const {
+        return m_mtl ? m_mtl.Get() : m_object ? m_object->DefaultMtl() : nullptr;
+    }
     std::shared_ptr<Mtl> ShareMtl() const { return m_mtl.Share(); }
     void SetMtl(std::shared_ptr<Mtl> mtl);
 

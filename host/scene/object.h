@@ -9,12 +9,14 @@
 #include <variant>
 #include <vector>
 
+#include "host/geom/bezier_shape.h"
 #include "host/geom/mesh.h"
 #include "host/math/color.h"
 #include "host/math/interval.h"
 #include "host/scene/reference.h"
 
 class IInstanceSource;
+class Mtl;
 class INode;
 
 class Object : public ReferenceTarget {
@@ -32,6 +34,9 @@ public:
 
     // Node that the object looks at (cameras and lights), null for none.
     virtual INode* GetTargetNode() const { return nullptr; }
+
+    // The material that the object shows where its node has none of its own; null for none.
+    virtual Mtl* DefaultMtl() const { return nullptr; }
 
     std::string ClassName() const override { return "Object"; }
 };
@@ -62,7 +67,9 @@ public:
         : origin(std::move(meshOrigin)), m_mesh(std::move(mesh)) {}
 
     MeshOrigin origin;
+    std::shared_ptr<Mtl> fileMaterial;  // that came with the mesh's file
 
+    Mtl* DefaultMtl() const override { return fileMaterial.get(); }
     const std::shared_ptr<const Mesh>& GetMesh() const { return m_mesh; }
     // Replaces the mesh and tells the dependents. Never null.
     void SetMesh(std::shared_ptr<const Mesh> mesh);
@@ -75,22 +82,14 @@ private:
     std::shared_ptr<const Mesh> m_mesh;
 };
 
-// One curve of a shape: straight through `points`, or, when there are knots, a Bezier through them.
-struct ShapeKnot {
-    Point3 p, in, out;  // handles relative to the knot
-    friend bool operator==(const ShapeKnot&, const ShapeKnot&) = default;
-};
-struct ShapeLine {
-    bool closed = false;
-    std::vector<Point3> points;
-    std::vector<ShapeKnot> knots;
-    friend bool operator==(const ShapeLine&, const ShapeLine&) = default;
-};
-
+// A spline, kept as Bezier splines. Splines given by points have knots with zero handles, so that all
+// their segments are straight.
 class ShapeObject : public Object {
 public:
-    std::vector<ShapeLine> lines;
-    int steps = 6;  // points made between two knots
+    BezierShape shape;
+
+    // The curves as polylines, object space.
+    PolyShape GetPolyShape(TimeValue t) const { return MakePolyShape(shape); }
 
     bool IsShape() const override { return true; }
     std::string ClassName() const override { return "Spline"; }

@@ -69,8 +69,7 @@ AssignResult Error(std::string text) {
 }
 
 AssignResult WrongType(const ParamDef& def, const ParamInput& input) {
-    return Error(
-        fmt::format("{}: expected {}, found {}", def.name, Expected(def.type), Describe(input)));
+    return Error(fmt::format("expected {}, found {}", Expected(def.type), Describe(input)));
 }
 
 std::optional<double> NumberOf(const ParamInput& input) {
@@ -104,8 +103,8 @@ double Clamped(const ParamDef& def, double number, AssignSource source, AssignRe
     if (ranged) low = std::max(low, def.min), high = std::min(high, def.max);
     double clamped = std::clamp(number, low, high);
     if (clamped != number)
-        result->warnings.push_back(fmt::format("{}: {} is outside {} to {}, clamped to {}",
-                                               def.name, FormatNumber(number), FormatNumber(low),
+        result->warnings.push_back(fmt::format("{} is outside {} to {}, clamped to {}",
+                                               FormatNumber(number), FormatNumber(low),
                                                FormatNumber(high), FormatNumber(clamped)));
     return clamped;
 }
@@ -116,7 +115,7 @@ AssignResult ConvertNumber(const ParamDef& def, const ParamInput& input, AssignS
     if (auto* text = std::get_if<std::string>(&input.value); text && !def.entries.empty()) {
         auto it = std::find(def.entries.begin(), def.entries.end(), *text);
         if (it == def.entries.end())
-            return Error(fmt::format("{}: \"{}\" is none of its entries{}", def.name, *text,
+            return Error(fmt::format("\"{}\" is none of its entries{}", *text,
                                      DidYouMean(*text, def.entries)));
         *out = int32_t(it - def.entries.begin());
         return result;
@@ -188,7 +187,7 @@ AssignResult ConvertReference(const ParamDef& def, const ParamInput& input, Assi
     if (auto* name = std::get_if<std::string>(&input.value)) {
         std::string reason = fmt::format("nothing is named \"{}\"", *name);
         if (resolve) target = resolve(def.type, *name, &reason);
-        if (!target) return Error(fmt::format("{}: {}", def.name, reason));
+        if (!target) return Error(reason);
     } else if (auto* given = std::get_if<TargetPtr>(&input.value)) {
         target = *given;
     } else if (!std::holds_alternative<std::monostate>(input.value)) {
@@ -196,15 +195,14 @@ AssignResult ConvertReference(const ParamDef& def, const ParamInput& input, Assi
     }
     if (target && !IsOfType(target, def.type)) return WrongType(def, input);
     if (target && source == AssignSource::kScript && !PassesClassTest(def.only, target))
-        return Error(fmt::format("{}: expected the node of {}, found {}", def.name,
-                                 ClassTestName(def.only), Describe(input)));
+        return Error(fmt::format("expected the node of {}, found {}", ClassTestName(def.only),
+                                 Describe(input)));
     *out = target;
     return {};
 }
 
 AssignResult CheckWritable(const ParamDef& def, AssignSource source) {
-    if (source == AssignSource::kScript && def.readOnly)
-        return Error(fmt::format("{}: the parameter is read-only", def.name));
+    if (source == AssignSource::kScript && def.readOnly) return Error("the parameter is read-only");
     return {};
 }
 
@@ -215,6 +213,50 @@ void Add(AssignResult* all, AssignResult one, int index) {
         all->error = fmt::format("element {}: {}", index, one.error);
         all->errorIndex = index;
     }
+}
+
+AssignResult Whole(IParamBlock2& block, const ParamDef& def, const ParamInput& input,
+                   AssignSource source, const NameResolver& resolve) {
+    if (AssignResult refused = CheckWritable(def, source); !refused) return refused;
+    auto* array = std::get_if<ParamInput::Array>(&input.value);
+    if (!array) return Error(fmt::format("expected an array, found {}", Describe(input)));
+    AssignResult result;
+    std::vector<ParamElement> elements(array->size());
+    for (size_t i = 0; i < array->size() && result; ++i)
+        Add(&result, ConvertInput(def, (*array)[i], source, resolve, &elements[i].value), int(i));
+    if (!result) return result;
+    if (source == AssignSource::kScript) {
+        block.SetElements(def.id, std::move(elements));
+    } else {
+        AccessorSuspender quiet(block);
+        block.SetElements(def.id, std::move(elements));
+    }
+    return result;
+}
+
+AssignResult Single(IParamBlock2& block, const ParamDef& def, int index, const ParamInput& input,
+                    TimeValue t, AssignSource source, const NameResolver& resolve) {
+    if (AssignResult refused = CheckWritable(def, source); !refused) return refused;
+    if (index < 0 || index >= block.Count(def.id))
+        return Error(fmt::format("there is no element {} of {}", index, block.Count(def.id)));
+    ParamValue value;
+    AssignResult result = ConvertInput(def, input, source, resolve, &value);
+    if (!result) return result;
+    if (source == AssignSource::kScript) {
+        block.SetValue(def.id, t, std::move(value), index);
+    } else {
+        AccessorSuspender quiet(block);
+        block.SetValue(def.id, t, std::move(value), index);
+    }
+    return result;
+}
+
+// Scripts see no place, so their messages start with the parameter's name.
+AssignResult Named(const ParamDef& def, AssignSource source, AssignResult result) {
+    if (source != AssignSource::kScript) return result;
+    if (!result.error.empty()) result.error = def.name + ": " + result.error;
+    for (std::string& warning : result.warnings) warning = def.name + ": " + warning;
+    return result;
 }
 
 }  // namespace
@@ -233,40 +275,13 @@ AssignResult ConvertInput(const ParamDef& def, const ParamInput& input, AssignSo
 
 AssignResult AssignParam(IParamBlock2& block, const ParamDef& def, const ParamInput& input,
                          TimeValue t, AssignSource source, const NameResolver& resolve) {
-    if (AssignResult refused = CheckWritable(def, source); !refused) return refused;
-    if (!def.list) return AssignElement(block, def, 0, input, t, source, resolve);
-    auto* array = std::get_if<ParamInput::Array>(&input.value);
-    if (!array)
-        return Error(fmt::format("{}: expected an array, found {}", def.name, Describe(input)));
-    AssignResult result;
-    std::vector<ParamElement> elements(array->size());
-    for (size_t i = 0; i < array->size() && result; ++i)
-        Add(&result, ConvertInput(def, (*array)[i], source, resolve, &elements[i].value), int(i));
-    if (!result) return result;
-    if (source == AssignSource::kScript) {
-        block.SetElements(def.id, std::move(elements));
-    } else {
-        AccessorSuspender quiet(block);
-        block.SetElements(def.id, std::move(elements));
-    }
-    return result;
+    return Named(def, source,
+                 def.list ? Whole(block, def, input, source, resolve)
+                          : Single(block, def, 0, input, t, source, resolve));
 }
 
 AssignResult AssignElement(IParamBlock2& block, const ParamDef& def, int index,
                            const ParamInput& input, TimeValue t, AssignSource source,
                            const NameResolver& resolve) {
-    if (AssignResult refused = CheckWritable(def, source); !refused) return refused;
-    if (index < 0 || index >= block.Count(def.id))
-        return Error(
-            fmt::format("{}: there is no element {} of {}", def.name, index, block.Count(def.id)));
-    ParamValue value;
-    AssignResult result = ConvertInput(def, input, source, resolve, &value);
-    if (!result) return result;
-    if (source == AssignSource::kScript) {
-        block.SetValue(def.id, t, std::move(value), index);
-    } else {
-        AccessorSuspender quiet(block);
-        block.SetValue(def.id, t, std::move(value), index);
-    }
-    return result;
+    return Named(def, source, Single(block, def, index, input, t, source, resolve));
 }

@@ -72,7 +72,11 @@ public:
 
 private:
     friend class ReferenceBase;
-    std::vector<ReferenceBase*> m_dependents;
+    template <class Handle>
+    void ForEachSlot(const Handle& handle);
+
+    std::vector<ReferenceBase*> m_dependents;  // in no particular order
+    size_t m_numChanges = 0;                   // of the list above
     bool m_sending = false;  // a cycle of references must not send a message round for ever
 };
 
@@ -90,6 +94,7 @@ protected:
     friend class ReferenceTarget;
     ReferenceMaker* m_maker;
     std::shared_ptr<ReferenceTarget> m_target;
+    size_t m_place = 0;  // in the target's list of dependents
 };
 
 template <class T>

@@ -26,6 +26,7 @@ public:
           m_added(added),
           m_local(m_node->GetLocalTM()),
           m_index(IndexInParent()) {
+        m_scene.m_recorded = true;
         if (!added) m_children = m_node->m_children;  // what deletion will move up
     }
 
@@ -64,8 +65,11 @@ Scene::Scene() : m_root(INode::Create("Scene Root")) {
 }
 
 Scene::~Scene() {
-    if (Hold* hold = CurrentHold()) hold->Clear();  // its records speak of this scene
-    // References between nodes may form rings; emptying them lets everything go.
+    // Its records speak of this scene.
+    if (Hold* hold = CurrentHold(); hold && m_recorded) hold->Clear();
+    // References between nodes may form rings; emptying them lets everything go. Objects go first
+    // and take most references with them.
+    for (INode* node : m_nodes) node->m_object = nullptr;
     for (INode* node : std::vector<INode*>(m_nodes)) {
         node->NotifyDeleted();
         node->m_scene = nullptr;

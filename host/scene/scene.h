@@ -28,9 +28,16 @@ struct ViewState {
     friend bool operator==(const ViewState&, const ViewState&) = default;
 };
 
-struct RenderSettings {
+struct SceneRenderSettings {
     int width = 1280, height = 720;
     std::string renderer;  // empty: the built-in one
+    // Of the built-in ray tracer.
+    int samples = 32;      // rays a pixel
+    float exposure = 0;    // stops
+    float skyTurbidity = 2.5f, skyStrength = 1, skyClouds = 0;
+    float hazeVisibility = 0;  // scene units; 0: clear air
+    float hazeScaleHeight = 0, hazeBaseHeight = 0;
+    friend bool operator==(const SceneRenderSettings&, const SceneRenderSettings&) = default;
 };
 
 class Scene : public ReferenceMaker {
@@ -40,7 +47,7 @@ public:
 
     double unitScale = 1;  // metres in one scene unit
     int ticksPerFrame = 160;
-    RenderSettings render;
+    SceneRenderSettings render;
     Reference<INode> renderCamera{this};
     std::optional<ViewState> view;
     std::string path;  // file that the scene came from, empty for none
@@ -82,6 +89,7 @@ private:
     void Detach(const std::shared_ptr<INode>& node);
 
     TimeValue m_time = 0;
+    bool m_recorded = false;  // undo records speak of this scene
     std::shared_ptr<INode> m_root;
     std::vector<INode*> m_nodes;
     std::unordered_map<std::string, std::vector<INode*>> m_byName;

@@ -124,3 +124,36 @@ TEST(RenderTexture, CoarseLevelsAverageLinearLight) {
     EXPECT_NEAR(color.LookUp({0.3f, 0.3f}, 10, {}).g, 0.5f, 0.005f);
     EXPECT_NEAR(mask.LookUpMask({0.3f, 0.3f}, 10, {}), 0.5f, 0.005f);
 }
+
+TEST(TraceScene, AnInstanceTakesOneCacheLineWhateverItsPrototype) {
+    ListSource source;
+    source.prototypes = {MakeSphere(1, 256)};
+    for (int i = 0; i < 5000; ++i)
+        source.instances.push_back(
+            {Matrix3::Translation({float(i % 100), float(i / 100), 0}), 0, i, {}, 0});
+    RenderScene scene;
+    scene.sources = {&source};
+    TraceScene trace(scene);
+    EXPECT_EQ(trace.Statistics().numInstances, 5000u);
+    EXPECT_EQ(trace.Statistics().instanceBytes, 5000u * 64);
+    EXPECT_EQ(trace.Statistics().numPrototypeFaces, source.prototypes[0].NumFaces());
+}
+
+TEST(RenderMesh, MovedBoundsHoldTheMovedVertices) {
+    Mesh cone = MakeCone(1, 3, 24);
+    RenderMaterials materials;
+    RenderMesh mesh(cone, nullptr, Matrix3{}, materials);
+    for (int i = 0; i < 50; ++i) {
+        float f = float(i);
+        Matrix3 m = Matrix3::Scaling({1 + f / 20, 0.7f, i % 2 ? -2.f : 1.5f}) *
+                    EulerDegreesToMatrix({f * 13, f * 29, f * 41}) *
+                    Matrix3::Translation({f, -f, f / 3});
+        Box3 bounds = mesh.MovedBounds(m), exact;
+        for (const Point3& p : cone.verts) exact += p * m;
+        for (int axis = 0; axis < 3; ++axis) {
+            EXPECT_LE(bounds.min[axis], exact.min[axis] + 1e-4f);
+            EXPECT_GE(bounds.max[axis], exact.max[axis] - 1e-4f);
+        }
+        EXPECT_LE(bounds.Width().x, m.BoxTransform(cone.BoundingBox()).Width().x + 1e-4f);
+    }
+}

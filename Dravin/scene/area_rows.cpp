@@ -1,0 +1,154 @@
+#include "Dravin/geometry/area_texts.h"
+#include "Dravin/scene/dravin_rows.h"
+
+using Json = nlohmann::ordered_json;
+using TargetPtr = std::shared_ptr<ReferenceTarget>;
+using namespace areaParams;
+
+namespace {
+
+const std::vector<std::string> kTypes = {"spline", "object", "paint", "surface", "dravin"};
+
+constexpr ParamID kIds[] = {kArnamelist,     kAridlist,       kPfAractivelist,   kArnodelist,
+                            kArnodenamelist, kArtypelist,     kArincexclist,     kArresollist,
+                            kArslicelist,    kArslicetoplist, kArwidthlist,      kArforceopenlist,
+                            kArmaplist,      kArscalelist,    kArthresholdlist,  kArsurfidlist,
+                            kArflafdenslist, kArflafscalist,  kArflinvlist,      kArselspeclist,
+                            kArspeclist,     kArpaintlist,    kArboundchecklist, kArshapelist,
+                            kArobscalelist,  kArzoffset};
+
+struct Column {
+    const char* key;
+    ParamID id;
+    ParamValue missing;
+};
+const std::vector<Column>& PlainColumns() {
+    static const std::vector<Column> columns = {{"name", kArnamelist, std::string()},
+                                                {"node", kArnodelist, TargetPtr()},
+                                                {"active", kPfAractivelist, int32_t{1}},
+                                                {"id", kAridlist, int32_t{-1}},
+                                                {"slice", kArslicelist, int32_t{0}},
+                                                {"slice_top", kArslicetoplist, 0.0f},
+                                                {"width", kArwidthlist, 10.0f},
+                                                {"force_open", kArforceopenlist, int32_t{0}},
+                                                {"map", kArmaplist, TargetPtr()},
+                                                {"scale", kArscalelist, 100.0f},
+                                                {"threshold", kArthresholdlist, 100.0f},
+                                                {"falloff_density", kArflafdenslist, 100.0f},
+                                                {"falloff_scale", kArflafscalist, 100.0f},
+                                                {"falloff_invert", kArflinvlist, int32_t{0}},
+                                                {"select_geometry", kArselspeclist, int32_t{0}},
+                                                {"boundary_check", kArboundchecklist, int32_t{0}},
+                                                {"shape", kArshapelist, int32_t{0}},
+                                                {"object_scale", kArobscalelist, 100.0f},
+                                                {"z_offset", kArzoffset, 0.0f}};
+    return columns;
+}
+
+// What depends on the kind of a new area: objects exclude, other scatter objects are rastered
+// finer.
+bool ExcludesAtFirst(int type) { return type == kAreaObject || type == kAreaDravin; }
+int FirstResolution(int type) { return type == kAreaDravin ? 1024 : 512; }
+
+std::string ReadSurfaceNames(DescriptionObject& keys, const DescriptionContext& context) {
+    std::vector<std::string> names;
+    for (const DescriptionValue& name : keys.Array("surfaces"))
+        if (auto node = context.NodeOf(name)) names.push_back(node->GetName());
+    return FormatSurfaceNames(names);
+}
+
+std::string ReadSpecIds(DescriptionObject& keys) {
+    std::vector<int> ids;
+    for (const DescriptionValue& id : keys.Array("geometry")) {
+        ids.push_back(id.AsInt());
+        if (ids.back() < 1) id.Fail("expected the id of a geometry row, 1 or above");
+    }
+    return FormatSpecIds(ids);
+}
+
+TargetPtr ReadPolygons(DescriptionObject& keys) {
+    auto value = keys.Find("polygons");
+    if (!value) return nullptr;
+    auto paint = std::make_shared<TPaintShape>();
+    for (const DescriptionValue& polygon : value->AsArray()) {
+        PolyLine& line = paint->shape.lines.emplace_back();
+        line.closed = true;
+        for (const DescriptionValue& point : polygon.AsArray()) {
+            Point2 p = point.AsPoint2();
+            line.points.push_back({p.x, p.y, 0});
+        }
+    }
+    return paint;
+}
+
+Json WritePolygons(const TPaintShape& paint) {
+    Json polygons = Json::array();
+    for (const PolyLine& line : paint.shape.lines) {
+        Json polygon = Json::array();
+        for (const Point3& p : line.points)
+            polygon.push_back({DescriptionWriter::Number(p.x), DescriptionWriter::Number(p.y)});
+        polygons.push_back(polygon);
+    }
+    return polygons;
+}
+
+void ReadRow(const DescriptionValue& value, RowReader& reader, const DescriptionContext& context) {
+    DescriptionObject keys(value);
+    int type = keys.Choice("type", kTypes, kAreaSpline);
+    reader.Put(kArtypelist, int32_t(type));
+    for (const Column& column : PlainColumns())
+        reader.Column(keys, column.key, column.id, column.missing);
+    reader.Column(keys, "resolution", kArresollist, int32_t(FirstResolution(type)));
+    bool include = keys.Bool("include", !ExcludesAtFirst(type));
+    reader.Put(kArincexclist, int32_t(!include));
+    reader.Put(kArsurfidlist, ReadSurfaceNames(keys, context));
+    reader.Put(kArspeclist, ReadSpecIds(keys));
+    reader.Put(kArpaintlist, ReadPolygons(keys));
+    std::string nodeName = keys.Text("node_name");
+    if (auto node = keys.Find("node"); node && node->IsText()) nodeName = node->AsText();
+    reader.Put(kArnodenamelist, nodeName);
+    keys.Finish();
+}
+
+Json WriteRow(const IParamBlock2& block, const RowWriter& columns, int i) {
+    Json row;
+    int type = block.GetInt(kArtypelist, 0, i);
+    if (type < 0 || size_t(type) >= kTypes.size()) type = kAreaSpline;
+    columns.Column(row, "name", kArnamelist, i);
+    row["type"] = kTypes[size_t(type)];
+    row["include"] = block.GetInt(kArincexclist, 0, i) == 0;
+    for (const Column& column : PlainColumns())
+        if (column.id != kArnamelist) columns.Column(row, column.key, column.id, i, column.missing);
+    columns.Column(row, "resolution", kArresollist, i, int32_t(FirstResolution(type)));
+    if (!block.GetNode(kArnodelist, 0, i))
+        columns.Column(row, "node_name", kArnodenamelist, i, std::string());
+    if (auto names = ParseSurfaceNames(block.GetString(kArsurfidlist, 0, i)); !names.empty())
+        row["surfaces"] = names;
+    if (auto ids = ParseSpecIds(block.GetString(kArspeclist, 0, i)); !ids.empty())
+        row["geometry"] = ids;
+    auto* paint = dynamic_cast<TPaintShape*>(block.GetReference(kArpaintlist, 0, i));
+    if (paint) row["polygons"] = WritePolygons(*paint);
+    return row;
+}
+
+}  // namespace
+
+std::span<const ParamID> AreaRowIds() { return kIds; }
+
+void ReadAreaRows(TDravin& object, const DescriptionValue& rows,
+                  const DescriptionContext& context) {
+    RowReader reader(object.Block(kAreaParams), context);
+    for (const DescriptionValue& value : rows.AsArray()) {
+        ReadRow(value, reader, context);
+        if (value.Document().Failed()) return;
+    }
+    reader.Store();
+}
+
+Json WriteAreaRows(const TDravin& object, const DescriptionWriter& writer) {
+    const IParamBlock2& block = object.Block(kAreaParams);
+    RowWriter columns(block, writer);
+    Json rows;
+    for (int i = 0; i < block.Count(kArnamelist); ++i) rows.push_back(WriteRow(block, columns, i));
+    return rows;
+}

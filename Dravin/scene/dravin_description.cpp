@@ -1,0 +1,140 @@
+#include "Dravin/scene/dravin_description.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+#include "Dravin/scene/dravin_rows.h"
+#include "host/base/text.h"
+
+void RegisterLodNode(SceneFormats& formats);
+
+using Json = nlohmann::ordered_json;
+
+namespace {
+
+void ReadParams(TDravin& object, const DescriptionValue& value, const DescriptionContext& context) {
+    for (const auto& [name, member] : DescriptionObject(value).Members()) {
+        TDravin::Param param = object.FindParam(name);
+        if (!param) {
+            value.Document().Fail(value.Json(), name,
+                                  fmt::format("unknown parameter \"{}\"{}", CutText(name, 60),
+                                              DidYouMean(name, DravinParamNames())));
+            return;
+        }
+        ReadParam(*param.block, *param.def, member, context);
+        if (value.Document().Failed()) return;
+    }
+}
+
+// A list may be given in `params` or as rows, not both.
+using ReadRows = void (*)(TDravin&, const DescriptionValue&, const DescriptionContext&);
+void ReadList(TDravin& object, const std::optional<DescriptionValue>& rows, DravinBlockId block,
+              std::span<const ParamID> ids, ReadRows read, const DescriptionContext& context) {
+    if (!rows || rows->Document().Failed()) return;
+    for (ParamID id : ids)
+        if (object.Block(block).Count(id) > 0)
+            rows->Fail(fmt::format("\"{}\" stands in \"params\" already",
+                                   object.Block(block).GetDesc().Find(id)->name));
+    if (!rows->Document().Failed()) read(object, *rows, context);
+}
+
+bool IsAmong(std::span<const ParamID> ids, ParamID id) {
+    return std::find(ids.begin(), ids.end(), id) != ids.end();
+}
+
+// A parameter that the object changed, animated or not.
+bool IsChanged(const IParamBlock2& block, const ParamDef& def) {
+    if (def.list) return block.Count(def.id) > 0;
+    return !block.GetKeys(def.id).empty() || block.GetValue(def.id) != def.defaultValue;
+}
+
+Json WriteParam(const IParamBlock2& block, const ParamDef& def, const DescriptionWriter& writer) {
+    std::vector<ParamElement> elements = block.GetElements(def.id);
+    if (!def.list) return writer.Value(def, elements[0]);
+    Json list = Json::array();
+    for (const ParamElement& element : elements) list.push_back(writer.Value(def, element));
+    return list;
+}
+
+class DravinDescription : public INodeDescription {
+public:
+    std::shared_ptr<Object> Read(DescriptionObject& keys,
+                                 DescriptionContext& context) const override {
+        auto object = TDravin::Create();
+        auto params = keys.Find("params"), curves = keys.Find("curves"), items = keys.Find("items");
+        auto geometry = keys.Find("geometry"), areas = keys.Find("areas");
+        auto effects = keys.Find("effects");
+        context.WhenAllExist([=, &context] {
+            if (params) ReadParams(*object, *params, context);
+            ReadList(*object, geometry, kGeomParams, GeometryRowIds(), ReadGeometryRows, context);
+            ReadList(*object, areas, kAreaParams, AreaRowIds(), ReadAreaRows, context);
+            ReadList(*object, effects, kEffectParams, EffectRowIds(), ReadEffectRows, context);
+            if (curves) ReadCurves(*object, *curves);
+            if (items) ReadItems(*object, *items);
+            object->CleanNodeLists();
+        });
+        return object;
+    }
+
+    bool Write(const Object& object, Json& keys, const DescriptionWriter& writer) const override {
+        auto* dravin = dynamic_cast<const TDravin*>(&object);
+        if (!dravin) return false;
+        bool geometryRows = HasRows(*dravin, kGeomParams, GeometryRowIds(), writer);
+        bool areaRows = HasRows(*dravin, kAreaParams, AreaRowIds(), writer);
+        bool effectRows = HasEffectRows(*dravin, writer);
+        Json params = Json::object();
+        for (const ParamBlockDesc2& desc : DravinBlocks()) {
+            const IParamBlock2& block = dravin->Block(DravinBlockId(desc.id));
+            for (const ParamDef& def : desc.params) {
+                bool inRows =
+                    (desc.id == kGeomParams && geometryRows && IsAmong(GeometryRowIds(), def.id)) ||
+                    (desc.id == kAreaParams && areaRows && IsAmong(AreaRowIds(), def.id)) ||
+                    (desc.id == kEffectParams && effectRows && IsAmong(EffectRowIds(), def.id));
+                if (inRows || def.transient || def.type == ParamType::kReference) continue;
+                if (IsChanged(block, def)) params[def.name] = WriteParam(block, def, writer);
+            }
+        }
+        if (!params.empty()) keys["params"] = params;
+        if (geometryRows) Add(keys, "geometry", WriteGeometryRows(*dravin, writer));
+        if (areaRows) Add(keys, "areas", WriteAreaRows(*dravin, writer));
+        if (effectRows) Add(keys, "effects", WriteEffectRows(*dravin, writer));
+        Add(keys, "curves", WriteCurves(*dravin));
+        Add(keys, "items", WriteItems(*dravin));
+        return true;
+    }
+
+private:
+    static void Add(Json& keys, const char* key, const Json& value) {
+        if (!value.is_null()) keys[key] = value;
+    }
+    // Lists of unequal length have no row form and are written as they are.
+    static bool HasRows(const TDravin& object, DravinBlockId block, std::span<const ParamID> ids,
+                        const DescriptionWriter& writer) {
+        return RowWriter(object.Block(block), writer).SameLength(ids);
+    }
+    // Effects and their parameters are two tables, and every parameter must belong to an effect.
+    static bool HasEffectRows(const TDravin& object, const DescriptionWriter& writer) {
+        using namespace effectParams;
+        const IParamBlock2& block = object.Block(kEffectParams);
+        RowWriter columns(block, writer);
+        constexpr size_t kNumEffectLists = 4;
+        if (!columns.SameLength(EffectRowIds().first(kNumEffectLists)) ||
+            !columns.SameLength(EffectRowIds().subspan(kNumEffectLists)))
+            return false;
+        std::vector<std::string> ids;
+        for (int i = 0; i < block.Count(kEfidlist); ++i)
+            ids.push_back(block.GetString(kEfidlist, 0, i));
+        for (int i = 0; i < block.Count(kEfpaeffid); ++i)
+            if (std::find(ids.begin(), ids.end(), block.GetString(kEfpaeffid, 0, i)) == ids.end())
+                return false;
+        return true;
+    }
+};
+
+}  // namespace
+
+void RegisterDravinNodes(SceneFormats& formats) {
+    formats.RegisterNode("dravin", std::make_unique<DravinDescription>());
+    RegisterLodNode(formats);
+}

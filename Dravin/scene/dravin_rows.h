@@ -1,0 +1,31 @@
+// The row forms of a scatter object's lists, and its curves and items.
+//
+// Readers are called when all nodes, maps and materials exist; they fail through the values they
+// are given. Writers return null for an empty list; `ids` are the lists that a row form stands for.
+#pragma once
+
+#include "Dravin/dravin.h"
+#include "Dravin/scene/row_form.h"
+
+std::span<const ParamID> GeometryRowIds();
+void ReadGeometryRows(TDravin& object, const DescriptionValue& rows,
+                      const DescriptionContext& context);
+nlohmann::ordered_json WriteGeometryRows(const TDravin& object, const DescriptionWriter& writer);
+
+std::span<const ParamID> AreaRowIds();
+void ReadAreaRows(TDravin& object, const DescriptionValue& rows, const DescriptionContext& context);
+nlohmann::ordered_json WriteAreaRows(const TDravin& object, const DescriptionWriter& writer);
+
+std::span<const ParamID> EffectRowIds();
+void ReadEffectRows(TDravin& object, const DescriptionValue& rows,
+                    const DescriptionContext& context);
+nlohmann::ordered_json WriteEffectRows(const TDravin& object, const DescriptionWriter& writer);
+
+// One curve: points, or a pair of numbers for a straight line.
+std::vector<CurvePoint> ReadCurvePoints(const DescriptionValue& value);
+nlohmann::ordered_json WriteCurvePoints(const std::vector<CurvePoint>& points);
+
+void ReadCurves(TDravin& object, const DescriptionValue& curves);
+nlohmann::ordered_json WriteCurves(const TDravin& object);
+void ReadItems(TDravin& object, const DescriptionValue& items);
+nlohmann::ordered_json WriteItems(const TDravin& object);

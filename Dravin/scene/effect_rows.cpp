@@ -1,0 +1,269 @@
+#include <set>
+
+#include <fmt/format.h>
+#include <pugixml.hpp>
+
+#include "Dravin/scene/dravin_rows.h"
+#include "host/base/file_input.h"
+#include "host/scene/controller.h"
+
+using Json = nlohmann::ordered_json;
+using TargetPtr = std::shared_ptr<ReferenceTarget>;
+using namespace effectParams;
+
+namespace {
+
+constexpr uint64_t kMaxProgramSize = 16 << 20;
+
+constexpr ParamID kIds[] = {kEfidlist, kEfnamelist, kEfxmllist, kEfenablelist};
+constexpr ParamID kParameterIds[] = {
+    kEfpaid,      kEfpaeffid,    kEfpatype,     kEfpaname,     kEfpalimit,
+    kEfpadesc,    kEfpanumtype,  kEfpaintval,   kEfpaintmin,   kEfpaintmax,
+    kEfpaintdef,  kEfpafloatval, kEfpafloatmin, kEfpafloatmax, kEfpafloatdef,
+    kEfpaunitval, kEfpaunitmin,  kEfpaunitmax,  kEfpaunitdef,  kEfpainode,
+    kEfpacontref, kEfpacontanim, kEfpacontype,  kEfpatexmap,   kEfpacurve};
+
+// Kinds of parameters: the word, the kind's number, the kind of number, and, for numbers, the lists
+// of value, minimum, maximum and default.
+struct Kind {
+    const char* word;
+    int type;
+    int numType;
+    ParamID value, min, max, def;
+};
+constexpr Kind kKinds[] = {
+    {"integer", 0, 0, kEfpaintval, kEfpaintmin, kEfpaintmax, kEfpaintdef},
+    {"real", 0, 1, kEfpafloatval, kEfpafloatmin, kEfpafloatmax, kEfpafloatdef},
+    {"unit", 0, 2, kEfpaunitval, kEfpaunitmin, kEfpaunitmax, kEfpaunitdef},
+    {"node", 1, 0, kEfpainode, -1, -1, -1},
+    {"controller", 2, 0, kEfpacontref, -1, -1, -1},
+    {"texmap", 3, 0, kEfpatexmap, -1, -1, -1},
+    {"curve", 4, 0, kEfpacurve, -1, -1, -1},
+};
+constexpr int kController = 4, kCurve = 6;
+constexpr int kControllerReal = 1, kControllerVector = 2;
+
+const std::vector<std::string>& KindWords() {
+    static const std::vector<std::string> words = [] {
+        std::vector<std::string> all;
+        for (const Kind& kind : kKinds) all.emplace_back(kind.word);
+        return all;
+    }();
+    return words;
+}
+
+// A definition around plain program text.
+std::string WrapProgram(const std::string& program, const std::string& title) {
+    pugi::xml_document document;
+    pugi::xml_node effect = document.append_child("effects").append_child("effect");
+    effect.append_attribute("version") = 1;
+    effect.append_child("expression").text() = program.c_str();
+    effect.append_child("title").text() = title.c_str();
+    struct Writer : pugi::xml_writer {
+        std::string text;
+        void write(const void* data, size_t size) override {
+            text.append(static_cast<const char*>(data), size);
+        }
+    } writer;
+    document.save(writer, "", pugi::format_raw | pugi::format_no_declaration);
+    return writer.text;
+}
+
+// The program of a definition that WrapProgram made; none for any other.
+std::optional<std::string> UnwrapProgram(const std::string& xml, const std::string& title) {
+    pugi::xml_document document;
+    if (!document.load_buffer(xml.data(), xml.size(), pugi::parse_default, pugi::encoding_utf8))
+        return std::nullopt;
+    std::string program =
+        document.child("effects").child("effect").child("expression").text().get();
+    if (WrapProgram(program, title) != xml) return std::nullopt;
+    return program;
+}
+
+std::string ReadProgram(DescriptionObject& keys, const std::string& title,
+                        const DescriptionContext& context) {
+    auto program = keys.Find("program"), file = keys.Find("file");
+    if (program && file) keys.Fail("\"program\" and \"file\" exclude each other");
+    std::string text = program ? program->AsText() : std::string();
+    if (file && !keys.Value().Document().Failed()) {
+        std::string path = context.FileOf(*file), error;
+        if (path.empty()) return {};
+        auto bytes = ReadWholeFile(path, kMaxProgramSize, &error);
+        if (!bytes) file->Fail(error, DescriptionErrorClass::kMissingInput);
+        text = bytes.value_or("");
+    }
+    size_t first = text.find_first_not_of(" \t\r\n\xEF\xBB\xBF");
+    bool isDefinition = first != std::string::npos && text[first] == '<';
+    return isDefinition ? text : WrapProgram(text, title);
+}
+
+// Ids must be unique; rows that state none get one that nobody has.
+std::string ReadId(DescriptionObject& keys, const char* stem, std::set<std::string>& taken) {
+    if (auto value = keys.Find("id")) {
+        std::string id = value->AsText();
+        if (!taken.insert(id).second) value->Fail(fmt::format("the id \"{}\" stands twice", id));
+        return id;
+    }
+    for (size_t i = taken.size() + 1;; ++i)
+        if (std::string id = fmt::format("{}{}", stem, i); taken.insert(id).second) return id;
+}
+
+TargetPtr ReadController(const DescriptionValue& value, const DescriptionContext& context) {
+    bool isVector = value.IsArray();
+    if (value.IsObject()) {
+        DescriptionObject form(value);
+        for (const DescriptionValue& key : form.Array("keys"))
+            if (key.IsArray() && key.AsArray().size() == 2) isVector = key.AsArray()[1].IsArray();
+    }
+    const ParamDef def =
+        ParamDef(0, "value", isVector ? ParamType::kPoint3 : ParamType::kFloat).Animatable();
+    auto content = ReadParamElement(def, value, context);
+    return content ? std::make_shared<KeyController>(*content) : nullptr;
+}
+
+std::string ReadCurveText(const DescriptionValue& value) {
+    TCurveSet set;
+    set.SetNumCurves(1);
+    set.SetPoints(0, ReadCurvePoints(value));
+    return CurveSetToXml(&set, 0);
+}
+
+void ReadNumber(DescriptionObject& keys, const Kind& kind, RowReader& reader,
+                const IParamBlock2& block) {
+    auto missing = [&block](ParamID id) { return block.GetDesc().Find(id)->defaultValue; };
+    reader.Column(keys, "value", kind.value, missing(kind.value));
+    reader.Column(keys, "min", kind.min, missing(kind.min));
+    reader.Column(keys, "max", kind.max, missing(kind.max));
+    reader.Column(keys, "default", kind.def, missing(kind.def));
+}
+
+void ReadParameter(const DescriptionValue& row, const std::string& effectId, RowReader& reader,
+                   const IParamBlock2& block, std::set<std::string>& taken,
+                   const DescriptionContext& context) {
+    DescriptionObject keys(row);
+    keys.Require("name");
+    int kindIndex = keys.Choice("kind", KindWords(), 1);
+    const Kind& kind = kKinds[kindIndex];
+    reader.Put(kEfpaid, ReadId(keys, "parameter", taken));
+    reader.Put(kEfpaeffid, effectId);
+    reader.Put(kEfpatype, int32_t(kind.type));
+    reader.Put(kEfpanumtype, int32_t(kind.numType));
+    reader.Column(keys, "name", kEfpaname, std::string());
+    reader.Column(keys, "limit", kEfpalimit, int32_t{0});
+    reader.Column(keys, "description", kEfpadesc, std::string());
+    for (const Kind& number : std::span(kKinds, 3)) {
+        if (&number == &kind) {
+            ReadNumber(keys, kind, reader, block);
+        } else {
+            for (ParamID id : {number.value, number.min, number.max, number.def})
+                reader.PutDefault(id);
+        }
+    }
+    auto value = keys.Find("value");
+    bool isController = kindIndex == kController, isCurve = kindIndex == kCurve;
+    for (ParamID id : {kEfpainode, kEfpatexmap}) {
+        if (kind.value == id)
+            reader.Column(keys, "value", id, TargetPtr());
+        else
+            reader.PutDefault(id);
+    }
+    TargetPtr controller;
+    if (isController && value && !value->IsNull()) controller = ReadController(*value, context);
+    auto* keyed = dynamic_cast<KeyController*>(controller.get());
+    reader.Put(kEfpacontref, controller);
+    reader.Put(kEfpacontanim, int32_t{0});
+    reader.Put(kEfpacontype,
+               int32_t(keyed && keyed->IsVector() ? kControllerVector : kControllerReal));
+    reader.Put(kEfpacurve, isCurve && value ? ReadCurveText(*value) : std::string());
+    keys.Finish();
+}
+
+int KindOf(const IParamBlock2& block, int i) {
+    int type = block.GetInt(kEfpatype, 0, i), numType = block.GetInt(kEfpanumtype, 0, i);
+    for (int k = 0; k < int(std::size(kKinds)); ++k)
+        if (kKinds[k].type == type && (type != 0 || kKinds[k].numType == numType)) return k;
+    return 1;
+}
+
+Json WriteController(const IParamBlock2& block, int i, const DescriptionWriter& writer) {
+    auto* keyed = dynamic_cast<KeyController*>(block.GetReference(kEfpacontref, 0, i));
+    if (!keyed) return nullptr;
+    ParamType type = keyed->IsVector() ? ParamType::kPoint3 : ParamType::kFloat;
+    return writer.Value(ParamDef(0, "value", type), keyed->Content());
+}
+
+Json WriteParameter(const IParamBlock2& block, const RowWriter& columns, int i,
+                    const DescriptionWriter& writer) {
+    int kindIndex = KindOf(block, i);
+    const Kind& kind = kKinds[kindIndex];
+    auto missing = [&block](ParamID id) { return block.GetDesc().Find(id)->defaultValue; };
+    Json row;
+    columns.Column(row, "name", kEfpaname, i);
+    row["kind"] = kind.word;
+    columns.Column(row, "id", kEfpaid, i);
+    if (kindIndex == kController) {
+        row["value"] = WriteController(block, i, writer);
+    } else if (kindIndex == kCurve) {
+        TCurveSet set;
+        if (CurveSetFromXml(set, block.GetString(kEfpacurve, 0, i)) && set.GetNumCurves() > 0)
+            row["value"] = WriteCurvePoints(set.Points(0));
+    } else {
+        columns.Column(row, "value", kind.value, i);
+    }
+    if (kind.type == 0) {
+        columns.Column(row, "min", kind.min, i, missing(kind.min));
+        columns.Column(row, "max", kind.max, i, missing(kind.max));
+        columns.Column(row, "default", kind.def, i, missing(kind.def));
+    }
+    columns.Column(row, "limit", kEfpalimit, i, int32_t{0});
+    columns.Column(row, "description", kEfpadesc, i, std::string());
+    return row;
+}
+
+}  // namespace
+
+std::span<const ParamID> EffectRowIds() {
+    static const std::vector<ParamID> all = [] {
+        std::vector<ParamID> ids(std::begin(kIds), std::end(kIds));
+        ids.insert(ids.end(), std::begin(kParameterIds), std::end(kParameterIds));
+        return ids;
+    }();
+    return all;
+}
+
+void ReadEffectRows(TDravin& object, const DescriptionValue& rows,
+                    const DescriptionContext& context) {
+    IParamBlock2& block = object.Block(kEffectParams);
+    RowReader reader(block, context);
+    std::set<std::string> effectIds, parameterIds;
+    for (const DescriptionValue& value : rows.AsArray()) {
+        DescriptionObject keys(value);
+        std::string name = keys.Text("name", "Effect"), id = ReadId(keys, "effect", effectIds);
+        reader.Put(kEfidlist, id);
+        reader.Put(kEfnamelist, name);
+        reader.Put(kEfxmllist, ReadProgram(keys, name, context));
+        reader.Column(keys, "enabled", kEfenablelist, int32_t{1});
+        for (const DescriptionValue& parameter : keys.Array("parameters"))
+            ReadParameter(parameter, id, reader, block, parameterIds, context);
+        keys.Finish();
+        if (value.Document().Failed()) return;
+    }
+    reader.Store();
+}
+
+Json WriteEffectRows(const TDravin& object, const DescriptionWriter& writer) {
+    const IParamBlock2& block = object.Block(kEffectParams);
+    RowWriter columns(block, writer);
+    Json rows;
+    for (int i = 0; i < block.Count(kEfidlist); ++i) {
+        std::string id = block.GetString(kEfidlist, 0, i), xml = block.GetString(kEfxmllist, 0, i);
+        Json row = {{"name", block.GetString(kEfnamelist, 0, i)}, {"id", id}};
+        columns.Column(row, "enabled", kEfenablelist, i, int32_t{1});
+        row["program"] = UnwrapProgram(xml, block.GetString(kEfnamelist, 0, i)).value_or(xml);
+        for (int p = 0; p < block.Count(kEfpaid); ++p)
+            if (block.GetString(kEfpaeffid, 0, p) == id)
+                row["parameters"].push_back(WriteParameter(block, columns, p, writer));
+        rows.push_back(row);
+    }
+    return rows;
+}

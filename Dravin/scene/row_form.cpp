@@ -1,0 +1,37 @@
+#include "Dravin/scene/row_form.h"
+
+void RowReader::Column(DescriptionObject& keys, const char* key, ParamID id, ParamValue missing) {
+    auto value = keys.Find(key);
+    if (!value) return Put(id, std::move(missing));
+    auto element = ReadParamElement(*m_block.GetDesc().Find(id), *value, m_context);
+    m_lists[id].push_back(element ? std::move(*element) : ParamElement{std::move(missing), {}});
+}
+
+void RowReader::Store() {
+    AccessorSuspender quiet(m_block);
+    for (auto& [id, elements] : m_lists) m_block.SetElements(id, std::move(elements));
+    m_lists.clear();
+}
+
+const std::vector<ParamElement>& RowWriter::List(ParamID id) const {
+    auto it = m_lists.find(id);
+    if (it == m_lists.end()) it = m_lists.emplace(id, m_block.GetElements(id)).first;
+    return it->second;
+}
+
+void RowWriter::Column(nlohmann::ordered_json& row, const char* key, ParamID id, int i,
+                       const ParamValue& missing) const {
+    const ParamElement& element = List(id)[size_t(i)];
+    if (element.keys.empty() && element.value == missing) return;
+    Column(row, key, id, i);
+}
+
+void RowWriter::Column(nlohmann::ordered_json& row, const char* key, ParamID id, int i) const {
+    row[key] = m_writer.Value(*m_block.GetDesc().Find(id), List(id)[size_t(i)]);
+}
+
+bool RowWriter::SameLength(std::span<const ParamID> ids) const {
+    for (ParamID id : ids)
+        if (m_block.Count(id) != m_block.Count(ids[0])) return false;
+    return true;
+}

@@ -1,0 +1,157 @@
+#include "apps/dravin/build_outputs.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <set>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "Dravin/engine/build_input.h"
+#include "apps/dravin/item_table.h"
+#include "host/base/text.h"
+#include "host/base/thread_pool.h"
+#include "host/io/gltf_export.h"
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+std::string EndingOf(const std::string& path) {
+    std::string ending = std::filesystem::path(path).extension().string();
+    std::transform(ending.begin(), ending.end(), ending.begin(),
+                   [](unsigned char c) { return char(std::tolower(c)); });
+    return path == "-" ? ".json" : ending;
+}
+
+int NumThreads(const BuildOptions& options) {
+    return options.threads > 0 ? options.threads : NumProcessors();
+}
+
+// The keys before the items, without the closing brace.
+std::string ResultHead(const SceneDravin& dravin) {
+    const TDravinBuild& build = dravin.object->Build();
+    const TBuildStatistics& s = build.Statistics();
+    TPanelMessage message = build.Message();
+    Json head{{"object", dravin.node->GetName()},
+              {"time", build.Time()},
+              {"render", build.IsRender()},
+              {"status", int(build.Status())},
+              {"message", {message[0], message[1]}},
+              {"statistics",
+               {{"cells_in_area", s.cellsInArea},
+                {"item_count", s.itemCount},
+                {"created_count", s.createdCount},
+                {"discarded_count", s.discardedCount},
+                {"discarded_items", s.discardedItems},
+                {"decimation", s.decimation},
+                {"build_ms", s.buildMs},
+                {"items_per_second", s.itemsPerSecond}}}};
+    std::string text = head.dump();
+    return text.substr(1, text.size() - 2);
+}
+
+bool WriteJson(const std::string& path, std::span<const SceneDravin> objects,
+               const std::vector<std::string>& fields, const BuildOptions& options,
+               std::string* error) {
+    AtomicFile out;
+    if (!out.Open(path, error)) return false;
+    bool several = objects.size() > 1;
+    out.Write(several ? "{\"dravin_items\":1,\"objects\":[" : "{\"dravin_items\":1,");
+    for (size_t i = 0; i < objects.size(); ++i) {
+        if (several) out.Write(i ? ",\n{" : "{");
+        out.Write(ResultHead(objects[i]) + ",\n\"items\":");
+        WriteTableJson(ItemTable(objects[i].object->Build().Items(), fields), NumThreads(options),
+                       out);
+        if (several) out.Write("}");
+    }
+    out.Write(several ? "]}\n" : "}\n");
+    return out.Commit(error);
+}
+
+bool WriteTables(const std::string& path, const std::string& ending,
+                 std::span<const SceneDravin> objects, const std::vector<std::string>& fields,
+                 const BuildOptions& options, std::string* error) {
+    std::vector<ItemTable> tables;
+    tables.reserve(objects.size());
+    std::vector<NamedTable> named;
+    for (const SceneDravin& dravin : objects) {
+        tables.emplace_back(dravin.object->Build().Items(), fields);
+        named.push_back({dravin.node->GetName(), &tables.back()});
+    }
+    return ending == ".csv" ? WriteTableCsv(path, named, NumThreads(options), error)
+                            : WriteTableNpz(path, named, error);
+}
+
+// Surfaces of the objects, each node once.
+std::vector<GltfStaticMesh> SurfaceMeshes(std::span<const SceneDravin> objects, TimeValue t,
+                                          std::vector<std::shared_ptr<const Mesh>>& keep) {
+    std::vector<GltfStaticMesh> meshes;
+    std::set<const INode*> seen;
+    for (const SceneDravin& dravin : objects) {
+        const IParamBlock2& block = dravin.object->Block(kSurfaceParams);
+        for (int i = 0; i < block.Count(surfaceParams::kSurflist); ++i) {
+            INode* node = block.GetNode(surfaceParams::kSurflist, t, i);
+            if (!node || !node->GetObjectRef() || !seen.insert(node).second) continue;
+            std::shared_ptr<const Mesh> mesh = node->GetObjectRef()->GetRenderMesh(t);
+            if (!mesh) continue;
+            keep.push_back(mesh);
+            meshes.push_back({node->GetName(), mesh.get(), node->GetShownMtl(),
+                              node->GetObjectTM(t)});
+        }
+    }
+    return meshes;
+}
+
+bool WriteGltf(const std::string& path, std::span<const SceneDravin> objects, const Scene& scene,
+               const BuildOptions& options, std::string* error) {
+    std::vector<std::unique_ptr<IInstanceSource>> sources;
+    std::vector<const IInstanceSource*> borrowed;
+    for (const SceneDravin& dravin : objects) {
+        sources.push_back(dravin.object->Build().MakeInstanceSource());
+        borrowed.push_back(sources.back().get());
+    }
+    std::vector<std::shared_ptr<const Mesh>> keep;
+    std::vector<GltfStaticMesh> meshes;
+    if (options.surfaces)
+        meshes = SurfaceMeshes(objects, options.time.value_or(scene.GetTime()), keep);
+    GltfOptions gltf;
+    gltf.flat = options.flat;
+    gltf.unitScale = scene.unitScale;
+    return ExportGltf(path, borrowed, meshes, gltf, error);
+}
+
+}  // namespace
+
+bool IsBuildOutput(const std::string& path) {
+    std::string ending = EndingOf(path);
+    for (const char* known : {".json", ".csv", ".npz", ".gltf", ".glb"})
+        if (ending == known) return true;
+    return false;
+}
+
+std::vector<std::string> ResolveFields(const std::vector<std::string>& fields) {
+    if (fields.empty()) return DefaultItemFields();
+    std::vector<std::string> all, chosen;
+    for (const ItemField& field : ItemFields()) all.push_back(field.name);
+    if (fields.size() == 1 && fields[0] == "all") return all;
+    for (const std::string& name : fields) {
+        if (!FindItemField(name)) {
+            PrintError(fmt::format("--fields: no item field \"{}\"{}", name, DidYouMean(name, all)));
+            return {};
+        }
+        if (std::find(chosen.begin(), chosen.end(), name) == chosen.end()) chosen.push_back(name);
+    }
+    return chosen;
+}
+
+bool WriteBuildOutput(const std::string& path, std::span<const SceneDravin> objects, Scene& scene,
+                      const std::vector<std::string>& fields, const BuildOptions& options) {
+    std::string ending = EndingOf(path), error;
+    bool written = ending == ".json" ? WriteJson(path, objects, fields, options, &error)
+                   : ending == ".csv" || ending == ".npz"
+                       ? WriteTables(path, ending, objects, fields, options, &error)
+                       : WriteGltf(path, objects, scene, options, &error);
+    if (!written) PrintError(error);
+    return written;
+}

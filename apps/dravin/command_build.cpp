@@ -1,0 +1,77 @@
+#include <fmt/format.h>
+
+#include "apps/dravin/build_outputs.h"
+#include "apps/dravin/commands.h"
+#include "apps/dravin/session.h"
+
+namespace {
+
+// Statuses that count as a correct build.
+bool IsGood(TBuildStatus status) {
+    return status == TBuildStatus::kSuccess || status == TBuildStatus::kDisabled;
+}
+
+std::string StatusText(const SceneDravin& dravin) {
+    TPanelMessage message = dravin.object->Build().Message();
+    std::string text = message[0];
+    if (!message[1].empty()) text += " " + message[1];
+    return fmt::format("{}: status {}: {}", dravin.node->GetName(),
+                       int(dravin.object->Build().Status()), text);
+}
+
+void PrintPanel(const SceneDravin& dravin) {
+    PrintResult(Bold(dravin.node->GetName()));
+    for (const TPanelLine& line : dravin.object->Build().Panel())
+        if (!line.value.empty()) PrintResult(fmt::format("  {:<12} {}", line.label, line.value));
+    for (const std::string& message : dravin.object->Build().Message())
+        if (!message.empty()) PrintResult(fmt::format("  {:<12} {}", "", message));
+}
+
+bool CheckOutputs(const BuildOptions& options) {
+    for (const std::string& path : options.outputs)
+        if (!IsBuildOutput(path)) {
+            PrintError(fmt::format("-o {}: unknown kind of output, expected an ending of {}", path,
+                                   kBuildOutputs));
+            return false;
+        }
+    return true;
+}
+
+}  // namespace
+
+ExitCode RunBuild(const BuildOptions& options) {
+    if (!CheckOutputs(options)) return kExitUsage;
+    std::vector<std::string> fields = ResolveFields(options.fields);
+    if (fields.empty()) return kExitUsage;
+
+    Session session;
+    if (ExitCode code = session.Open(options.scene); code != kExitDone) return code;
+    auto objects = session.FindObjects(options.object);
+    if (!objects) return options.object.empty() ? kExitMalformed : kExitUsage;
+
+    TBuildFlags flags;
+    flags.noMesh = true;
+    flags.render = options.render;
+    flags.noLimit = options.noLimit;
+    flags.forceThreads = options.threads;
+    TimeValue time = options.time.value_or(session.GetScene().GetTime());
+    ExitCode code = kExitDone;
+    for (const SceneDravin& dravin : *objects) {
+        dravin.object->Build().BuildMesh(time, flags);
+        TBuildStatus status = dravin.object->Build().Status();
+        if (status == TBuildStatus::kSuccess) continue;
+        if (IsGood(status)) {
+            PrintNote(StatusText(dravin));
+            continue;
+        }
+        PrintError(StatusText(dravin));
+        code = kExitFailed;
+    }
+
+    for (const std::string& path : options.outputs)
+        if (!WriteBuildOutput(path, *objects, session.GetScene(), fields, options))
+            return kExitNoOutput;
+    if (options.outputs.empty())
+        for (const SceneDravin& dravin : *objects) PrintPanel(dravin);
+    return code;
+}

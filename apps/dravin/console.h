@@ -1,0 +1,49 @@
+// How the command line talks: results on standard output, everything else on standard error.
+#pragma once
+
+#include <string>
+
+// Exit codes that scripts rely on.
+enum ExitCode : int {
+    kExitDone = 0,
+    kExitFailed = 1,         // the work failed
+    kExitUsage = 2,
+    kExitMissingInput = 3,   // an input is missing or unreadable
+    kExitMalformed = 4,      // an input is malformed
+    kExitLimit = 5,          // a limit refused it
+    kExitNoOutput = 6,       // an output cannot be written
+};
+
+struct ConsoleOptions {
+    bool quiet = false;      // errors only
+    bool json = false;       // messages as JSON, one object a line
+    int logLevel = 0;        // 0 none, 1 normal, 2 debug
+};
+
+// Installs the options: log sink and level. Signals remove half-written files and end the program
+// with 128 + their number.
+void SetUpConsole(const ConsoleOptions& options);
+
+void PrintError(const std::string& text);
+void PrintWarning(const std::string& text);
+void PrintNote(const std::string& text);  // left out with --quiet
+// A result, on standard output.
+void PrintResult(const std::string& text);
+
+// A bar on a terminal, nothing elsewhere. One at a time.
+class ProgressBar {
+public:
+    explicit ProgressBar(std::string title);
+    ~ProgressBar();
+    ProgressBar(const ProgressBar&) = delete;
+    ProgressBar& operator=(const ProgressBar&) = delete;
+    void Update(float fraction);
+
+private:
+    std::string m_title;
+    bool m_shown;
+    int m_lastPercent = -1;
+};
+
+// Text in bold where standard output is a terminal that wants colours.
+std::string Bold(const std::string& text);

@@ -1,0 +1,172 @@
+#include "apps/dravin/demo_scene.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+
+#include "apps/dravin/demo_description.h"
+#include "apps/dravin/demo_terrain.h"
+#include "host/base/thread_pool.h"
+#include "host/io/bitmap.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// A rectangle of the valley and how finely an image of it is drawn.
+struct Window {
+    float x0, y0, x1, y1;
+    float step;      // between the centres of two pixels
+    bool atCorners;  // pixels stand on the corners of cells (heights), not in their middles
+
+    int Columns() const { return int(std::lround((x1 - x0) / step)) + (atCorners ? 1 : 0); }
+    int Rows() const { return int(std::lround((y1 - y0) / step)) + (atCorners ? 1 : 0); }
+    float X(int column) const { return x0 + (float(column) + (atCorners ? 0.f : 0.5f)) * step; }
+    // Rows of an image run from the top, which lies at the far end.
+    float Y(int row) const {
+        return y0 + (float(Rows() - 1 - row) + (atCorners ? 0.f : 0.5f)) * step;
+    }
+};
+
+constexpr float kHalfWidth = demo::kValleyWidth / 2, kHalfLength = demo::kValleyLength / 2;
+constexpr Window kValleyHeights{-kHalfWidth, -kHalfLength, kHalfWidth,
+                                kHalfLength, demo::kCell,  true};
+constexpr Window kValleyColors{-kHalfWidth, -kHalfLength, kHalfWidth, kHalfLength, 1.25f, false};
+constexpr Window kValleyMask{-kHalfWidth, -kHalfLength, kHalfWidth, kHalfLength, 2, false};
+
+Window MeadowWindow(bool heights) {
+    demo::Rect r = demo::kMeadow;
+    return {r.x0, r.y0, r.x1, r.y1, heights ? demo::kCell : 1, heights};
+}
+
+Window ShoreWindow(bool heights) {
+    demo::Rect r = demo::kShore;
+    return {r.x0, r.y0, r.x1, r.y1, heights ? demo::kCell : 1, heights};
+}
+
+// Draws an image row by row on all processors; `pixel` writes `channels` numbers in 0..1.
+template <class T>
+Bitmap Draw(const Window& window, int channels,
+            const std::function<void(float x, float y, float* out)>& pixel) {
+    int w = window.Columns(), h = window.Rows();
+    std::vector<T> values(size_t(w) * size_t(h) * size_t(channels));
+    constexpr float kWhite = sizeof(T) == 1 ? 255.f : 65535.f;
+    ParallelFor(size_t(h), NumProcessors(), [&](size_t row) {
+        float out[4];
+        T* target = &values[row * size_t(w) * size_t(channels)];
+        for (int column = 0; column < w; ++column) {
+            pixel(window.X(column), window.Y(int(row)), out);
+            for (int c = 0; c < channels; ++c)
+                *target++ = T(std::lround(std::clamp(out[c], 0.f, 1.f) * kWhite));
+        }
+    });
+    return Bitmap(w, h, channels, std::move(values));
+}
+
+Bitmap DrawHeights(const demo::Valley& valley, const Window& window) {
+    return Draw<uint16_t>(window, 1, [&](float x, float y, float* out) {
+        *out = (valley.Height(x, y) - demo::kLowest) / (demo::kHighest - demo::kLowest);
+    });
+}
+
+using Amount = float (demo::Valley::*)(float, float) const;
+
+Bitmap DrawMask(const demo::Valley& valley, const Window& window, Amount amount) {
+    return Draw<uint8_t>(window, 1,
+                         [&](float x, float y, float* out) { *out = (valley.*amount)(x, y); });
+}
+
+Bitmap DrawGround(const demo::Valley& valley) {
+    return Draw<uint8_t>(kValleyColors, 3, [&](float x, float y, float* out) {
+        Color c = valley.Ground(x, y);
+        out[0] = c.r, out[1] = c.g, out[2] = c.b;
+    });
+}
+
+bool WriteImages(const fs::path& folder, std::string* error) {
+    using demo::Valley;
+    Valley valley(NumProcessors());
+    struct Mask {
+        const char* file;
+        Window window;
+        Amount amount;
+    };
+    const Mask masks[] = {{"forest_mask.png", kValleyMask, &Valley::Forest},
+                          {"rock_mask.png", kValleyMask, &Valley::Rocks},
+                          {"meadow_mask.png", MeadowWindow(false), &Valley::Meadow},
+                          {"flower_mask.png", MeadowWindow(false), &Valley::Flowers},
+                          {"shore_mask.png", ShoreWindow(false), &Valley::FarMeadow},
+                          {"floor_mask.png", ShoreWindow(false), &Valley::Forest},
+                          {"edge_mask.png", ShoreWindow(false), &Valley::ForestEdge}};
+    struct Terrain {
+        const char* file;
+        Window window;
+    };
+    const Terrain terrains[] = {{"valley.png", kValleyHeights},
+                                {"meadow.png", MeadowWindow(true)},
+                                {"shore.png", ShoreWindow(true)}};
+    auto write = [&](const char* file, const Bitmap& image) {
+        return WriteBitmap((folder / file).string(), image, error);
+    };
+    for (const Mask& mask : masks)
+        if (!write(mask.file, DrawMask(valley, mask.window, mask.amount))) return false;
+    for (const Terrain& terrain : terrains)
+        if (!write(terrain.file, DrawHeights(valley, terrain.window))) return false;
+    return write("ground.png", DrawGround(valley));
+}
+
+bool CopyModels(const fs::path& from, const fs::path& to, std::string* error) {
+    for (const demo::Species& species : demo::kSpecies) {
+        std::vector<std::string> files{fmt::format("{}_near.glb", species.name),
+                                       fmt::format("{}.png", species.name)};
+        if (species.isCut) files.push_back(fmt::format("{}_mask.png", species.name));
+        for (const std::string& file : files) {
+            std::error_code failure;
+            fs::copy_file(from / file, to / file, fs::copy_options::overwrite_existing, failure);
+            if (failure) {
+                *error = fmt::format("{}: cannot copy the model: {}", (from / file).string(),
+                                     failure.message());
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+bool WriteText(const fs::path& path, const std::string& text, std::string* error) {
+    fs::path temporary = path;
+    temporary += ".writing";
+    {
+        std::ofstream file(temporary, std::ios::binary);
+        file << text;
+        file.close();
+        std::error_code failure;
+        if (file) fs::rename(temporary, path, failure);
+        if (file && !failure) return true;
+        fs::remove(temporary, failure);
+    }
+    *error = fmt::format("{}: cannot write the scene", path.string());
+    return false;
+}
+
+}  // namespace
+
+bool WriteDemoScene(const std::string& folder, const DemoOptions& options, std::string* error) {
+    fs::path root(folder);
+    std::error_code failure;
+    for (const char* part : {"images", "models"}) {
+        fs::create_directories(root / part, failure);
+        if (!failure) continue;
+        *error = fmt::format("{}: cannot create the folder: {}", (root / part).string(),
+                             failure.message());
+        return false;
+    }
+    double items = std::clamp(options.items, 1e3, 1e8);
+    return CopyModels(fs::path(options.dataFolder) / "models", root / "models", error) &&
+           WriteImages(root / "images", error) &&
+           WriteText(root / "forest.json", demo::Description(items), error);
+}

@@ -1,0 +1,47 @@
+#include "apps/dravin/item_table.h"
+
+namespace {
+
+TableColumn ColumnOf(const ItemField& field) {
+    TableColumn column;
+    column.name = field.name;
+    switch (field.kind) {
+        case ItemFieldKind::kInt: column.kind = TableColumn::kInt32; break;
+        case ItemFieldKind::kUInt: column.kind = TableColumn::kUInt32; break;
+        case ItemFieldKind::kFloat: column.kind = TableColumn::kFloat; break;
+        case ItemFieldKind::kText: column.kind = TableColumn::kText; break;
+    }
+    if (field.rows > 1) column.shape.push_back(field.rows);
+    if (field.components > 1 || field.rows > 1) column.shape.push_back(field.components);
+    return column;
+}
+
+}  // namespace
+
+ItemTable::ItemTable(const TDravinItemList& items, const std::vector<std::string>& fields)
+    : m_items(items) {
+    for (const std::string& name : fields) {
+        m_fields.push_back(FindItemField(name));
+        m_columns.push_back(ColumnOf(*m_fields.back()));
+    }
+    m_items.Count();  // builds the list's index before several threads read it
+}
+
+void ItemTable::Read(size_t column, size_t first, size_t count, TableCells& cells) const {
+    const ItemField& field = *m_fields[column];
+    size_t n = size_t(field.NumValues());
+    TDravinItem item;
+    for (size_t k = 0; k < count; ++k) {
+        if (field.stored) {
+            item.elementMask.Clear();
+            m_items.ReadStored(first + k, &item);
+        } else {
+            item = m_items.Item(first + k);
+        }
+        if (field.getFloats) field.getFloats(item, &cells.floats[k * n]);
+        else if (field.getText) cells.texts[k] = field.getText(item);
+        else if (field.kind == ItemFieldKind::kUInt)
+            field.getInts(item, reinterpret_cast<int32_t*>(&cells.uints[k * n]));
+        else field.getInts(item, &cells.ints[k * n]);
+    }
+}

@@ -1,0 +1,24 @@
+// A scene as the ray tracer draws it: its visible meshes, built scatter objects, camera and light.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "apps/dravin/session.h"
+#include "host/render/render_scene.h"
+
+struct RenderSetup {
+    RenderScene scene;
+    RenderSettings settings;
+    // What the scene borrows.
+    std::vector<std::shared_ptr<const Mesh>> meshes;
+    std::vector<std::unique_ptr<IInstanceSource>> sources;
+};
+
+// Builds all visible scatter objects with render settings and collects the rest. camera: a camera
+// node's name, or empty for the scene's own, else its first camera, else the active view, else one
+// that sees everything. None, with the error printed, when there is no such camera or a build failed.
+std::optional<RenderSetup> SetUpRender(Session& session, const std::string& camera, TimeValue time,
+                                       int threads);

@@ -1,0 +1,84 @@
+#include "apps/dravin/session.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+#include "Dravin/config/main_folder.h"
+#include "Dravin/dravin_globals.h"
+#include "Dravin/geometry/tree_spec_list.h"
+#include "Dravin/scene/dravin_description.h"
+#include "host/base/text.h"
+#include "host/io/scene_loaders.h"
+
+namespace {
+
+std::vector<SceneDravin> AllObjects(const Scene& scene) {
+    std::vector<SceneDravin> objects;
+    for (INode* node : scene.Nodes())
+        if (auto* object = dynamic_cast<TDravin*>(node->GetObjectRef()))
+            objects.push_back({node, object});
+    return objects;
+}
+
+}  // namespace
+
+Session::Session() : m_formats(MakeSceneLoaders()) { RegisterDravinNodes(m_formats); }
+
+ExitCode Session::Open(const std::string& path) {
+    m_host.notifications.Broadcast(HostNotify::kFilePreOpen);
+    SceneReadResult result = ReadSceneDescription(path, m_formats);
+    for (const std::string& warning : result.warnings) PrintWarning(warning);
+    if (!result) {
+        PrintError(result.error);
+        return ExitCode(int(result.errorClass));
+    }
+    m_scene = std::move(result.scene);
+    LoadTemplates();
+    m_host.notifications.Broadcast(HostNotify::kFilePostOpen);
+    return kExitDone;
+}
+
+// Rows name templates by name; their ids follow the catalogue, and their models come into the scene.
+void Session::LoadTemplates() {
+    TTemplates& templates = DravinGlobals().templates;
+    SceneFileLoader loader = [this](const std::string& path, std::string* error) {
+        SceneReadResult file = ReadSceneDescription(path, m_formats);
+        *error = file.error;
+        if (!file) PrintWarning(file.error);
+        return std::move(file.scene);
+    };
+    for (const SceneDravin& dravin : AllObjects(*m_scene)) {
+        TTreeSpecList rows(std::static_pointer_cast<IParamBlock2>(
+            dravin.object->Block(kGeomParams).shared_from_this()));
+        std::vector<std::string> names = templates.Names();
+        for (int i = 0; i < rows.Count(); ++i) {
+            TSpecEntry entry = rows.ReadRow(i, 0, SharedGenerator());
+            if (entry.kind != kGeomTemplate || names.empty()) continue;
+            bool named = !entry.templateName.empty();
+            int id = named ? FindTemplateByName(names, entry.templateName)
+                           : std::clamp(entry.templateId, 0, int(names.size()) - 1);
+            entry.templateId = id;
+            entry.templateName = names[size_t(id)];
+            rows.WriteRow(i, entry);
+            LoadTemplateNode(*templates.List()[size_t(id)], *m_scene, templates.Folder(), loader);
+        }
+    }
+}
+
+std::optional<std::vector<SceneDravin>> Session::FindObjects(const std::string& name) {
+    std::vector<SceneDravin> objects = AllObjects(*m_scene);
+    if (name.empty()) {
+        if (!objects.empty()) return objects;
+        PrintError("the scene has no scatter object (a node of type \"dravin\")");
+        return std::nullopt;
+    }
+    std::vector<std::string> names;
+    for (const SceneDravin& dravin : objects) {
+        names.push_back(dravin.node->GetName());
+        if (names.back() == name) return std::vector<SceneDravin>{dravin};
+    }
+    PrintError(fmt::format("--object: the scene has no scatter object \"{}\"{}", name,
+                           DidYouMean(name, names)));
+    return std::nullopt;
+}

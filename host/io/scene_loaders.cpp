@@ -1,0 +1,134 @@
+#include "host/io/scene_loaders.h"
+
+#include "host/geom/primitives.h"
+#include "host/io/bitmap.h"
+#include "host/io/heightfield.h"
+#include "host/io/mesh_import.h"
+#include "host/scene/texmaps.h"
+
+#include <map>
+
+namespace {
+
+using MeshPtr = std::shared_ptr<const Mesh>;
+
+// Segments that a shape gets when the description names none.
+int SegmentsOr(const PrimitiveOrigin& origin, int usual) {
+    return origin.segments > 0 ? origin.segments : usual;
+}
+
+Mesh MakeShape(const PrimitiveOrigin& o) {
+    if (o.kind == "plane") {
+        int segments = SegmentsOr(o, 1);
+        return MakePlane(o.width, o.length, segments, segments);
+    }
+    if (o.kind == "box") return MakeBox(o.width, o.length, o.height, SegmentsOr(o, 1));
+    if (o.kind == "sphere") return MakeSphere(o.radius, SegmentsOr(o, 32));
+    if (o.kind == "cone") return MakeCone(o.radius, o.height, SegmentsOr(o, 32));
+    return MakeCylinder(o.radius, o.height, SegmentsOr(o, 32));
+}
+
+class SceneLoaders : public ISceneLoaders {
+public:
+    MeshPtr LoadMesh(const std::string& file, const std::string& object,
+                     std::string* error) override {
+        const JoinedModel* model = Load(file, object, error);
+        if (!model) return nullptr;
+        if (!model->mesh->faces.empty()) return model->mesh;
+        *error = "the mesh has no faces";
+        return nullptr;
+    }
+
+    std::shared_ptr<Mtl> LoadMaterial(const std::string& file, const std::string& object) override {
+        std::string error;
+        const JoinedModel* model = Load(file, object, &error);
+        return model ? model->material : nullptr;
+    }
+
+    MeshPtr LoadHeightfield(const std::string& file, const HeightfieldOrigin& origin,
+                            std::string* error) override {
+        return ReadHeightField(
+            file, {origin.sizeX, origin.sizeY, origin.height, origin.samplesX, origin.samplesY},
+            error);
+    }
+
+    MeshPtr MakePrimitive(const PrimitiveOrigin& origin) override {
+        return std::make_shared<Mesh>(MakeShape(origin));
+    }
+
+    std::shared_ptr<Texmap> MakeTexmap(const TexmapDescription& d, std::string* error) override {
+        if (d.type == "color") {
+            auto map = std::make_shared<ColorTex>();
+            map->color = d.color;
+            return map;
+        }
+        if (d.type == "gradient") {
+            auto map = std::make_shared<GradientTex>();
+            map->color1 = d.color1, map->color2 = d.color2;
+            map->axis = d.axisV ? GradientTex::kV : GradientTex::kU;
+            return map;
+        }
+        if (d.type == "checker") {
+            auto map = std::make_shared<CheckerTex>();
+            map->color1 = d.color1, map->color2 = d.color2;
+            return map;
+        }
+        if (d.type == "noise") {
+            auto map = std::make_shared<NoiseTex>();
+            map->color1 = d.color1, map->color2 = d.color2;
+            map->size = d.size, map->levels = d.levels, map->seed = d.seed;
+            return map;
+        }
+        if (d.type == "bitmap") return MakeImageMap(d, error);
+        return std::make_shared<UvwTex>();
+    }
+
+    bool DescribeTexmap(const Texmap& texmap, TexmapDescription* d) override {
+        d->type = texmap.ClassName();
+        if (auto* color = dynamic_cast<const ColorTex*>(&texmap)) {
+            d->color = color->color;
+        } else if (auto* gradient = dynamic_cast<const GradientTex*>(&texmap)) {
+            d->color1 = gradient->color1, d->color2 = gradient->color2;
+            d->axisV = gradient->axis == GradientTex::kV;
+        } else if (auto* checker = dynamic_cast<const CheckerTex*>(&texmap)) {
+            d->color1 = checker->color1, d->color2 = checker->color2;
+        } else if (auto* noise = dynamic_cast<const NoiseTex*>(&texmap)) {
+            d->color1 = noise->color1, d->color2 = noise->color2;
+            d->size = noise->size, d->levels = noise->levels, d->seed = noise->seed;
+        } else if (auto* bitmap = dynamic_cast<const BitmapTex*>(&texmap)) {
+            d->file = bitmap->File();
+            d->filter = bitmap->filter == BitmapTex::Filter::kNearest ? "nearest" : "bilinear";
+            const char* wraps[] = {"tile", "clamp", "mirror"};
+            d->wrap = wraps[int(bitmap->wrap)];
+        } else {
+            return dynamic_cast<const UvwTex*>(&texmap) != nullptr;
+        }
+        return true;
+    }
+
+private:
+    // One object of a file, or all joined. Nodes that name the same share one mesh.
+    const JoinedModel* Load(const std::string& file, const std::string& object,
+                            std::string* error) {
+        auto key = std::pair{file, object};
+        if (auto known = m_models.find(key); known != m_models.end()) return &known->second;
+        JoinedModel model = ImportJoined(file, object, error);
+        return model.mesh ? &(m_models[key] = std::move(model)) : nullptr;
+    }
+
+    std::map<std::pair<std::string, std::string>, JoinedModel> m_models;
+
+    std::shared_ptr<Texmap> MakeImageMap(const TexmapDescription& d, std::string* error) {
+        auto map = MakeBitmapTex(d.file);
+        map->filter =
+            d.filter == "nearest" ? BitmapTex::Filter::kNearest : BitmapTex::Filter::kBilinear;
+        map->wrap = d.wrap == "clamp"    ? BitmapTex::Wrap::kClamp
+                    : d.wrap == "mirror" ? BitmapTex::Wrap::kMirror
+                                         : BitmapTex::Wrap::kTile;
+        return map->Update(0, error) ? map : nullptr;
+    }
+};
+
+}  // namespace
+
+std::shared_ptr<ISceneLoaders> MakeSceneLoaders() { return std::make_shared<SceneLoaders>(); }

@@ -1,0 +1,232 @@
+#include <algorithm>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "host/base/text.h"
+#include "host/io/scene_parts.h"
+
+using Json = nlohmann::ordered_json;
+
+namespace {
+
+// Texture maps of the host: the description is read here and made by the loaders.
+
+struct Keys {
+    bool color, colors, axis, bitmap, noise;
+};
+// Which keys each type has beside those of every map.
+const std::map<std::string, Keys> kTexmapKeys = {
+    {"color", {true, false, false, false, false}},
+    {"uvw", {false, false, false, false, false}},
+    {"gradient", {false, true, true, false, false}},
+    {"checker", {false, true, false, false, false}},
+    {"bitmap", {false, false, false, true, false}},
+    {"noise", {false, true, false, false, true}},
+};
+const std::vector<std::string> kAxes = {"u", "v"};
+const std::vector<std::string> kFilters = {"nearest", "bilinear"};
+const std::vector<std::string> kWraps = {"tile", "clamp", "mirror"};
+
+std::shared_ptr<Texmap> ReadHostTexmap(const std::string& type, DescriptionObject& keys,
+                                       DescriptionContext& context) {
+    const Keys& has = kTexmapKeys.at(type);
+    TexmapDescription d;
+    d.type = type;
+    if (has.color) d.color = keys.ColorOf("color", d.color);
+    if (has.colors) {
+        d.color1 = keys.ColorOf("color1", d.color1);
+        d.color2 = keys.ColorOf("color2", d.color2);
+    }
+    if (has.axis) d.axisV = keys.Choice("axis", kAxes, 0) == 1;
+    if (has.bitmap) {
+        DescriptionValue file = keys.Require("file");
+        d.filter = kFilters[size_t(keys.Choice("filter", kFilters, 1))];
+        d.wrap = kWraps[size_t(keys.Choice("wrap", kWraps, 0))];
+        if (!keys.Value().Document().Failed()) d.file = context.FileOf(file);
+    }
+    if (has.noise) {
+        d.size = keys.Float("size", d.size);
+        if (auto levels = keys.Find("levels")) {
+            d.levels = levels->AsInt();
+            if (d.levels < 1 || d.levels > 16) levels->Fail("expected a whole number in 1..16");
+        }
+        d.seed = keys.Int("seed", d.seed);
+    }
+    if (keys.Value().Document().Failed()) return nullptr;
+    std::string error;
+    auto texmap = context.formats.Loaders().MakeTexmap(d, &error);
+    if (!texmap) keys.Value().Fail(error, DescriptionErrorClass::kMissingInput);
+    return texmap;
+}
+
+bool WriteHostTexmap(const std::string& type, const Texmap& texmap, Json& keys,
+                     const DescriptionWriter& writer) {
+    TexmapDescription d;
+    if (!writer.formats.Loaders().DescribeTexmap(texmap, &d) || d.type != type) return false;
+    const Keys& has = kTexmapKeys.at(type);
+    if (has.color) keys["color"] = DescriptionWriter::Triple(d.color);
+    if (has.colors) {
+        keys["color1"] = DescriptionWriter::Triple(d.color1);
+        keys["color2"] = DescriptionWriter::Triple(d.color2);
+    }
+    if (has.axis) keys["axis"] = kAxes[d.axisV];
+    if (has.bitmap) {
+        keys["file"] = writer.FileName(d.file);
+        keys["filter"] = d.filter;
+        keys["wrap"] = d.wrap;
+    }
+    if (has.noise) {
+        keys["size"] = DescriptionWriter::Number(d.size);
+        keys["levels"] = d.levels;
+        keys["seed"] = d.seed;
+    }
+    return true;
+}
+
+// Materials of the host.
+
+std::shared_ptr<Mtl> ReadStandard(DescriptionObject& keys, DescriptionContext& context) {
+    auto mtl = std::make_shared<StandardMtl>();
+    mtl->diffuse = keys.ColorOf("diffuse", mtl->diffuse);
+    mtl->opacity = keys.Float("opacity", mtl->opacity);
+    mtl->twoSided = keys.Bool("two_sided", mtl->twoSided);
+    mtl->translucency = keys.Float("translucency", mtl->translucency);
+    mtl->reflectivity = keys.Float("reflectivity", mtl->reflectivity);
+    mtl->ripple = keys.Float("ripple", mtl->ripple);
+    if (auto map = keys.Find("diffuse_map")) mtl->diffuseMap = context.TexmapOf(*map);
+    if (auto map = keys.Find("opacity_map")) mtl->opacityMap = context.TexmapOf(*map);
+    return mtl;
+}
+
+bool WriteStandard(const Mtl& mtl, Json& keys, const DescriptionWriter& writer) {
+    auto* standard = dynamic_cast<const StandardMtl*>(&mtl);
+    if (!standard) return false;
+    const StandardMtl plain;
+    keys["diffuse"] = DescriptionWriter::Triple(standard->diffuse);
+    if (standard->diffuseMap) keys["diffuse_map"] = writer.TexmapName(standard->diffuseMap.Get());
+    if (standard->opacity != plain.opacity)
+        keys["opacity"] = DescriptionWriter::Number(standard->opacity);
+    if (standard->opacityMap) keys["opacity_map"] = writer.TexmapName(standard->opacityMap.Get());
+    if (standard->twoSided) keys["two_sided"] = true;
+    auto extra = [&](const char* key, float value) {
+        if (value != 0) keys[key] = DescriptionWriter::Number(value);
+    };
+    extra("translucency", standard->translucency);
+    extra("reflectivity", standard->reflectivity);
+    extra("ripple", standard->ripple);
+    return true;
+}
+
+// Entries may stand anywhere in the table of materials, so they are filled in later.
+std::shared_ptr<Mtl> ReadMulti(DescriptionObject& keys, DescriptionContext& context) {
+    auto mtl = std::make_shared<MultiMtl>();
+    std::vector<DescriptionValue> subs = keys.Array("sub");
+    context.WhenAllExist([mtl, subs, &context] {
+        for (const DescriptionValue& sub : subs) mtl->Append(context.MtlOf(sub));
+    });
+    return mtl;
+}
+
+bool WriteMulti(const Mtl& mtl, Json& keys, const DescriptionWriter& writer) {
+    auto* multi = dynamic_cast<const MultiMtl*>(&mtl);
+    if (!multi) return false;
+    keys["sub"] = Json::array();
+    for (int i = 0; i < multi->NumSubMtls(); ++i)
+        keys["sub"].push_back(writer.MtlName(multi->GetSubMtl(i)));
+    return true;
+}
+
+// The type's format, or null after failing.
+template <class Format>
+const Format* FormatOf(DescriptionObject& keys,
+                       const Format* (SceneFormats::*find)(const std::string&) const,
+                       const SceneFormats& formats, const std::vector<std::string>& types) {
+    DescriptionValue type = keys.Require("type");
+    if (keys.Value().Document().Failed()) return nullptr;
+    std::string name = type.AsText();
+    const Format* format = (formats.*find)(name);
+    if (!format && type.IsText())
+        type.Fail(fmt::format("unknown type \"{}\"{}", CutText(name, 60), DidYouMean(name, types)));
+    return format;
+}
+
+// Depth first; a material that is met again while it is open lies on a ring.
+bool IsOnRing(const Mtl* mtl, std::vector<const Mtl*>& open, std::vector<const Mtl*>& done) {
+    if (!mtl || std::find(done.begin(), done.end(), mtl) != done.end()) return false;
+    if (std::find(open.begin(), open.end(), mtl) != open.end()) return true;
+    open.push_back(mtl);
+    for (int i = 0; i < mtl->NumSubMtls(); ++i)
+        if (IsOnRing(mtl->GetSubMtl(i), open, done)) return true;
+    open.pop_back();
+    done.push_back(mtl);
+    return false;
+}
+
+}  // namespace
+
+void ReadTexmaps(const DescriptionValue& value, DescriptionContext& context) {
+    const SceneFormats& formats = context.formats;
+    for (const auto& [name, map] : DescriptionObject(value).Members()) {
+        DescriptionObject keys(map);
+        const TexmapFormat* format =
+            FormatOf(keys, &SceneFormats::FindTexmap, formats, formats.TexmapTypes());
+        if (!format) return;
+        int channel = keys.Int("channel", 1);
+        auto tiling = keys.Find("tiling"), offset = keys.Find("offset");
+        std::shared_ptr<Texmap> texmap = format->read(keys, context);
+        keys.Finish();
+        if (!texmap || value.Document().Failed()) return;
+        texmap->name = name;
+        texmap->channel = channel;
+        if (tiling) texmap->tiling = tiling->AsPoint2();
+        if (offset) texmap->offset = offset->AsPoint2();
+        context.scene.texmaps[name] = texmap;
+    }
+}
+
+void ReadMaterials(const DescriptionValue& value, DescriptionContext& context) {
+    const SceneFormats& formats = context.formats;
+    for (const auto& [name, material] : DescriptionObject(value).Members()) {
+        DescriptionObject keys(material);
+        const MaterialFormat* format =
+            FormatOf(keys, &SceneFormats::FindMaterial, formats, formats.MaterialTypes());
+        if (!format) return;
+        std::shared_ptr<Mtl> mtl = format->read(keys, context);
+        keys.Finish();
+        if (!mtl || value.Document().Failed()) return;
+        mtl->name = name;
+        context.scene.materials[name] = mtl;
+    }
+}
+
+void RefuseMaterialRings(const DescriptionValue& value, const DescriptionContext& context) {
+    if (value.Document().Failed()) return;
+    std::vector<const Mtl*> done;
+    for (const auto& [name, member] : DescriptionObject(value).Members()) {
+        std::vector<const Mtl*> open;
+        if (IsOnRing(context.scene.materials.at(name).get(), open, done)) {
+            for (const auto& mtl : open)  // let the ring go
+                if (auto* multi = const_cast<MultiMtl*>(dynamic_cast<const MultiMtl*>(mtl)))
+                    multi->subs.clear();
+            member.Fail(fmt::format("the material \"{}\" holds itself", name));
+            return;
+        }
+    }
+}
+
+void RegisterHostTexmaps(SceneFormats& formats) {
+    for (const auto& [type, keys] : kTexmapKeys)
+        formats.RegisterTexmap(
+            type, {[type = type](DescriptionObject& k, DescriptionContext& context) {
+                       return ReadHostTexmap(type, k, context);
+                   },
+                   [type = type](const Texmap& map, Json& k, const DescriptionWriter& writer) {
+                       return WriteHostTexmap(type, map, k, writer);
+                   }});
+}
+
+void RegisterHostMaterials(SceneFormats& formats) {
+    formats.RegisterMaterial("standard", {ReadStandard, WriteStandard});
+    formats.RegisterMaterial("multi", {ReadMulti, WriteMulti});
+}

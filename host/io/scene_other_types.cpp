@@ -1,0 +1,228 @@
+#include <algorithm>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "host/io/scene_parts.h"
+
+using Json = nlohmann::ordered_json;
+
+namespace {
+
+constexpr int kMaxSteps = 1000;
+
+class SplineDescription : public INodeDescription {
+public:
+    std::shared_ptr<Object> Read(DescriptionObject& keys, DescriptionContext&) const override {
+        auto object = std::make_shared<ShapeObject>();
+        for (const DescriptionValue& line : keys.Array("lines"))
+            object->shape.splines.push_back(ReadLine(line));
+        if (auto steps = keys.Find("steps")) {
+            object->shape.steps = steps->AsInt();
+            if (object->shape.steps < 0) steps->Fail("expected a whole number, 0 or above");
+            if (object->shape.steps > kMaxSteps)
+                steps->Fail(fmt::format("{} steps are more than the limit of {}",
+                                        object->shape.steps, kMaxSteps),
+                            DescriptionErrorClass::kLimit);
+        }
+        return object;
+    }
+
+    bool Write(const Object& object, Json& keys, const DescriptionWriter&) const override {
+        auto* spline = dynamic_cast<const ShapeObject*>(&object);
+        if (!spline) return false;
+        if (spline->shape.steps != BezierShape().steps) keys["steps"] = spline->shape.steps;
+        keys["lines"] = Json::array();
+        for (const BezierSpline& line : spline->shape.splines)
+            keys["lines"].push_back(WriteLine(line));
+        return true;
+    }
+
+private:
+    static BezierSpline ReadLine(const DescriptionValue& value) {
+        DescriptionObject keys(value);
+        BezierSpline line;
+        line.closed = keys.Bool("closed", false);
+        auto points = keys.Find("points"), knots = keys.Find("knots");
+        keys.Finish();
+        if (points.has_value() == knots.has_value())
+            value.Fail("a line has either \"points\" or \"knots\"");
+        if (points)
+            for (const DescriptionValue& p : points->AsArray())
+                line.knots.push_back({p.AsPoint3(), {}, {}});
+        if (knots)
+            for (const DescriptionValue& knot : knots->AsArray())
+                line.knots.push_back(ReadKnot(knot));
+        return line;
+    }
+
+    static BezierKnot ReadKnot(const DescriptionValue& value) {
+        DescriptionObject keys(value);
+        DescriptionValue place = keys.Require("p");
+        BezierKnot knot{{}, keys.Point("in", {}), keys.Point("out", {})};
+        keys.Finish();
+        if (!value.Document().Failed()) knot.p = place.AsPoint3();
+        return knot;
+    }
+
+    static Json WriteLine(const BezierSpline& line) {
+        bool straight = std::all_of(line.knots.begin(), line.knots.end(), [](const BezierKnot& k) {
+            return k.in == Point3{} && k.out == Point3{};
+        });
+        Json keys = {{"closed", line.closed}};
+        Json& list = keys[straight ? "points" : "knots"] = Json::array();
+        for (const BezierKnot& k : line.knots) {
+            Json p = DescriptionWriter::Triple(k.p);
+            if (!straight)
+                p = {{"p", p},
+                     {"in", DescriptionWriter::Triple(k.in)},
+                     {"out", DescriptionWriter::Triple(k.out)}};
+            list.push_back(p);
+        }
+        return keys;
+    }
+};
+
+// The target of a camera or light is resolved when all nodes exist.
+template <class T>
+void ReadTarget(DescriptionObject& keys, DescriptionContext& context,
+                const std::shared_ptr<T>& object) {
+    if (auto target = keys.Find("target"))
+        context.WhenAllExist(
+            [object, target, &context] { object->target = context.NodeOf(*target); });
+}
+
+class CameraDescription : public INodeDescription {
+public:
+    std::shared_ptr<Object> Read(DescriptionObject& keys,
+                                 DescriptionContext& context) const override {
+        auto camera = std::make_shared<CameraObject>();
+        if (auto fov = keys.Find("fov")) camera->fovDegrees = ReadFieldOfView(*fov);
+        camera->envNear = keys.Float("env_near", camera->envNear);
+        camera->envFar = keys.Float("env_far", camera->envFar);
+        ReadTarget(keys, context, camera);
+        return camera;
+    }
+    bool Write(const Object& object, Json& keys, const DescriptionWriter& writer) const override {
+        auto* camera = dynamic_cast<const CameraObject*>(&object);
+        if (!camera) return false;
+        keys["fov"] = DescriptionWriter::Number(camera->fovDegrees);
+        keys["env_near"] = DescriptionWriter::Number(camera->envNear);
+        keys["env_far"] = DescriptionWriter::Number(camera->envFar);
+        if (camera->target) keys["target"] = writer.NodeName(camera->target.Get());
+        return true;
+    }
+};
+
+const std::vector<std::string> kLightKinds = {"directional", "point", "spot"};
+
+class LightDescription : public INodeDescription {
+public:
+    std::shared_ptr<Object> Read(DescriptionObject& keys,
+                                 DescriptionContext& context) const override {
+        auto light = std::make_shared<LightObject>();
+        light->kind = LightKind(keys.Choice("kind", kLightKinds, 0));
+        light->color = keys.ColorOf("color", light->color);
+        light->intensity = keys.Float("intensity", light->intensity);
+        light->shadows = keys.Bool("shadows", light->shadows);
+        ReadTarget(keys, context, light);
+        return light;
+    }
+    bool Write(const Object& object, Json& keys, const DescriptionWriter& writer) const override {
+        auto* light = dynamic_cast<const LightObject*>(&object);
+        if (!light) return false;
+        keys["kind"] = kLightKinds[size_t(light->kind)];
+        keys["color"] = DescriptionWriter::Triple(light->color);
+        keys["intensity"] = DescriptionWriter::Number(light->intensity);
+        if (!light->shadows) keys["shadows"] = false;
+        if (light->target) keys["target"] = writer.NodeName(light->target.Get());
+        return true;
+    }
+};
+
+class ParticlesDescription : public INodeDescription {
+public:
+    std::shared_ptr<Object> Read(DescriptionObject& keys,
+                                 DescriptionContext& context) const override {
+        auto system = std::make_shared<ParticleObject>();
+        for (const DescriptionValue& value : keys.Array("particles"))
+            system->particles.push_back(ReadParticle(value, system, context));
+        return system;
+    }
+
+    bool Write(const Object& object, Json& keys, const DescriptionWriter& writer) const override {
+        auto* system = dynamic_cast<const ParticleObject*>(&object);
+        if (!system) return false;
+        keys["particles"] = Json::array();
+        for (const Particle& p : system->particles)
+            keys["particles"].push_back(WriteParticle(p, *system, writer));
+        return true;
+    }
+
+private:
+    static Particle ReadParticle(const DescriptionValue& value,
+                                 const std::shared_ptr<ParticleObject>& system,
+                                 DescriptionContext& context) {
+        DescriptionObject keys(value);
+        Particle particle;
+        auto position = keys.Find("position");
+        particle.hasPosition = position && !position->IsNull();
+        if (particle.hasPosition) particle.position = position->AsPoint3();
+        particle.age = keys.Int("age", 0);
+        particle.rotationDegrees = keys.Point("rotation", {});
+        particle.scale = keys.Point("scale", {1, 1, 1});
+        particle.speed = keys.Point("speed", {});
+        size_t index = system->particles.size();
+        if (auto event = keys.Find("event"); event && !event->IsNull())
+            context.WhenAllExist([system, index, event, &context] {
+                if (auto node = context.NodeOf(*event))
+                    system->particles[index].event = system->AddEvent(node);
+            });
+        keys.Finish();
+        return particle;
+    }
+
+    static Json WriteParticle(const Particle& p, const ParticleObject& system,
+                              const DescriptionWriter& writer) {
+        const Particle plain;
+        Json keys = Json::object();
+        if (p.hasPosition) keys["position"] = DescriptionWriter::Triple(p.position);
+        keys["age"] = p.age;
+        if (p.rotationDegrees != plain.rotationDegrees)
+            keys["rotation"] = DescriptionWriter::Triple(p.rotationDegrees);
+        if (p.scale != plain.scale) keys["scale"] = DescriptionWriter::Triple(p.scale);
+        if (p.speed != plain.speed) keys["speed"] = DescriptionWriter::Triple(p.speed);
+        if (p.event >= 0) keys["event"] = writer.NodeName(system.GetEvent(p.event));
+        return keys;
+    }
+};
+
+// Types without keys of their own.
+template <class T>
+class PlainDescription : public INodeDescription {
+public:
+    std::shared_ptr<Object> Read(DescriptionObject&, DescriptionContext&) const override {
+        return std::make_shared<T>();
+    }
+    bool Write(const Object& object, Json&, const DescriptionWriter&) const override {
+        return dynamic_cast<const T*>(&object) != nullptr;
+    }
+};
+
+}  // namespace
+
+float ReadFieldOfView(const DescriptionValue& value) {
+    float degrees = value.AsFloat();
+    if (degrees > 0 && degrees < 180) return degrees;
+    value.Fail("expected an angle between 0 and 180 degrees");
+    return 45;
+}
+
+void RegisterOtherTypes(SceneFormats& formats) {
+    formats.RegisterNode("spline", std::make_unique<SplineDescription>());
+    formats.RegisterNode("camera", std::make_unique<CameraDescription>());
+    formats.RegisterNode("light", std::make_unique<LightDescription>());
+    formats.RegisterNode("particles", std::make_unique<ParticlesDescription>());
+    formats.RegisterNode("group", std::make_unique<PlainDescription<GroupObject>>());
+    formats.RegisterNode("dummy", std::make_unique<PlainDescription<DummyObject>>());
+}

@@ -1,0 +1,244 @@
+#include <algorithm>
+#include <filesystem>
+#include <set>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "host/base/file_input.h"
+#include "host/base/text.h"
+#include "host/io/scene_description.h"
+#include "host/io/scene_parts.h"
+#include "host/scene/host_context.h"
+
+// Reading goes in three rounds: texture maps and materials, nodes with their objects, and then all
+// that refers to something by name. Only a scene without any error leaves this file.
+
+namespace {
+
+constexpr int kVersion = 1;
+constexpr uint64_t kMaxFileSize = uint64_t{2} << 30;
+
+// Local transform of a node, as a matrix or in parts.
+Matrix3 ReadTransform(DescriptionObject& keys) {
+    auto matrix = keys.Find("transform");
+    Point3 position = keys.Point("position", {});
+    Point3 rotation = keys.Point("rotation", {});
+    Point3 scale = keys.Point("scale", {1, 1, 1});
+    if (!matrix)
+        return Matrix3::Scaling(scale) * EulerDegreesToMatrix(rotation) *
+               Matrix3::Translation(position);
+    for (const char* part : {"position", "rotation", "scale"})
+        if (keys.Find(part))
+            keys.Fail(fmt::format("\"transform\" and \"{}\" exclude each other", part));
+    return matrix->AsMatrix();
+}
+
+ObjectOffset ReadObjectOffset(const DescriptionValue& value) {
+    DescriptionObject keys(value);
+    ObjectOffset offset{keys.Point("position", {}), keys.Point("rotation", {}),
+                        keys.Point("scale", {1, 1, 1})};
+    keys.Finish();
+    return offset;
+}
+
+class SceneReader {
+public:
+    SceneReader(DescriptionDocument& document, Scene& scene, const std::string& folder,
+                const SceneFormats& formats)
+        : m_document(document), m_scene(scene), m_context(scene, folder, formats) {}
+
+    void Read() {
+        DescriptionObject keys(DescriptionValue(m_document, m_document.Root()));
+        ReadVersion(keys);
+        ReadSettings(keys);
+        auto texmaps = keys.Find("texmaps"), materials = keys.Find("materials");
+        auto nodes = keys.Find("nodes");
+        auto render = keys.Find("render"), view = keys.Find("view");
+        keys.Finish();
+        if (texmaps) ReadTexmaps(*texmaps, m_context);
+        if (materials) ReadMaterials(*materials, m_context);
+        if (nodes) ReadNodes(*nodes);
+        if (render) ReadRender(*render);
+        if (view) ReadView(*view);
+        m_context.RunLater();
+        if (materials) RefuseMaterialRings(*materials, m_context);
+    }
+
+private:
+    void ReadVersion(DescriptionObject& keys) {
+        DescriptionValue version = keys.Require("dravin_scene");
+        if (!m_document.Failed() && version.AsInt() != kVersion)
+            version.Fail(fmt::format("format version {} is not known, expected {}", version.AsInt(),
+                                     kVersion));
+    }
+
+    void ReadSettings(DescriptionObject& keys) {
+        if (auto unit = keys.Find("unit_scale")) {
+            m_scene.unitScale = unit->AsDouble();
+            if (!(m_scene.unitScale > 0)) unit->Fail("expected a number above 0");
+        }
+        m_scene.SetTime(keys.Int("time", 0));
+        if (auto ticks = keys.Find("ticks_per_frame")) {
+            m_scene.ticksPerFrame = ticks->AsInt();
+            if (m_scene.ticksPerFrame < 1) ticks->Fail("expected a whole number above 0");
+        }
+    }
+
+    int ReadSize(DescriptionObject& keys, const char* key, int missing) {
+        auto value = keys.Find(key);
+        if (!value) return missing;
+        int size = value->AsInt();
+        if (size < 1) value->Fail("expected a whole number above 0");
+        return size;
+    }
+
+    void ReadRender(const DescriptionValue& value) {
+        DescriptionObject keys(value);
+        m_scene.render.width = ReadSize(keys, "width", m_scene.render.width);
+        m_scene.render.height = ReadSize(keys, "height", m_scene.render.height);
+        m_scene.render.renderer = keys.Text("renderer");
+        if (auto camera = keys.Find("camera")) {
+            auto node = m_context.NodeOf(*camera);
+            if (node && !(node->GetObjectRef() && node->GetObjectRef()->IsCamera()))
+                camera->Fail(fmt::format("the node \"{}\" is no camera", node->GetName()));
+            m_scene.renderCamera = node;
+        }
+        SceneRenderSettings& r = m_scene.render;
+        r.samples = ReadSize(keys, "samples", r.samples);
+        r.exposure = keys.Float("exposure", r.exposure);
+        if (auto sky = keys.Find("sky")) {
+            DescriptionObject parts(*sky);
+            r.skyTurbidity = parts.Float("turbidity", r.skyTurbidity);
+            r.skyStrength = parts.Float("strength", r.skyStrength);
+            r.skyClouds = parts.Float("clouds", r.skyClouds);
+            parts.Finish();
+        }
+        if (auto haze = keys.Find("haze")) {
+            DescriptionObject parts(*haze);
+            r.hazeVisibility = parts.Float("visibility", r.hazeVisibility);
+            r.hazeScaleHeight = parts.Float("scale_height", r.hazeScaleHeight);
+            r.hazeBaseHeight = parts.Float("base_height", r.hazeBaseHeight);
+            parts.Finish();
+        }
+        keys.Finish();
+    }
+
+    void ReadView(const DescriptionValue& value) {
+        DescriptionObject keys(value);
+        ViewState view;
+        if (auto transform = keys.Find("transform")) view.transform = transform->AsMatrix();
+        if (auto fov = keys.Find("fov")) view.fovDegrees = ReadFieldOfView(*fov);
+        keys.Finish();
+        m_scene.view = view;
+    }
+
+    void ReadNodes(const DescriptionValue& value) {
+        std::vector<DescriptionValue> nodes = value.AsArray();
+        for (const DescriptionValue& node : nodes) CollectName(node);
+        for (const DescriptionValue& node : nodes) {
+            if (m_document.Failed()) return;
+            ReadNode(node);
+        }
+    }
+
+    // All names first, so that a parent that stands too late is told from one that does not exist.
+    void CollectName(const DescriptionValue& value) {
+        DescriptionObject keys(value);
+        DescriptionValue name = keys.Require("name");
+        if (m_document.Failed()) return;
+        std::string text = name.AsText();
+        if (text.empty()) name.Fail("a node needs a name");
+        if (!m_names.insert(text).second)
+            name.Fail(fmt::format("the name \"{}\" stands twice", text));
+    }
+
+    INode* ReadParent(DescriptionObject& keys, const std::string& name) {
+        auto value = keys.Find("parent");
+        if (!value || value->IsNull()) return nullptr;
+        std::string parent = value->AsText();
+        INode* node = m_scene.FindNode(parent);
+        if (node || m_document.Failed()) return node;
+        if (parent == name)
+            value->Fail("a node cannot be its own parent");
+        else if (m_names.contains(parent))
+            value->Fail(fmt::format("the parent \"{}\" stands after its child; parents come first",
+                                    parent));
+        else
+            value->Fail(fmt::format("no node is named \"{}\"{}", parent,
+                                    DidYouMean(parent, {m_names.begin(), m_names.end()})));
+        return nullptr;
+    }
+
+    void ReadNode(const DescriptionValue& value) {
+        DescriptionObject keys(value);
+        std::string name = keys.Require("name").AsText();
+        DescriptionValue type = keys.Require("type");
+        if (m_document.Failed()) return;
+        std::string typeName = type.AsText();
+        const INodeDescription* format = m_context.formats.FindNode(typeName);
+        if (!format)
+            type.Fail(fmt::format("unknown type \"{}\"{}", CutText(typeName, 60),
+                                  DidYouMean(typeName, m_context.formats.NodeTypes())));
+        INode* parent = ReadParent(keys, name);
+        if (m_document.Failed()) return;
+
+        INode* node = m_scene.AddNode(name, nullptr, parent);
+        ReadPlacement(*node, keys);
+        ReadProperties(*node, keys);
+        node->SetObjectRef(format->Read(keys, m_context));
+        keys.Finish();
+    }
+
+    void ReadPlacement(INode& node, DescriptionObject& keys) {
+        node.SetLocalTM(ReadTransform(keys));
+        if (auto offset = keys.Find("object_offset"))
+            node.SetObjectOffset(ReadObjectOffset(*offset));
+    }
+
+    void ReadProperties(INode& node, DescriptionObject& keys) {
+        if (auto material = keys.Find("material")) node.SetMtl(m_context.MtlOf(*material));
+        if (auto layer = keys.Find("layer")) node.SetLayer(layer->AsText());
+        node.SetHidden(keys.Bool("hidden", false));
+        node.renderable = keys.Bool("renderable", true);
+        node.wireColor = keys.ColorOf("wire_color", node.wireColor);
+        node.id = keys.Int("id", 0);
+        if (auto properties = keys.Find("user_properties"))
+            for (const auto& [key, text] : DescriptionObject(*properties).Members())
+                node.SetUserProperty(key, text.AsText());
+    }
+
+    DescriptionDocument& m_document;
+    Scene& m_scene;
+    DescriptionContext m_context;
+    std::set<std::string> m_names;
+};
+
+}  // namespace
+
+SceneReadResult ParseSceneDescription(std::string_view text, const std::string& name,
+                                      const std::string& folder, const SceneFormats& formats) {
+    SceneReadResult result;
+    DescriptionDocument document(name, text);
+    HoldSuspender noUndo(CurrentHold());
+    auto scene = std::make_unique<Scene>();
+    if (document.Parse()) SceneReader(document, *scene, folder, formats).Read();
+    result.errorClass = document.ErrorClass();
+    result.error = document.Error();
+    result.warnings = document.Warnings();
+    if (!document.Failed()) result.scene = std::move(scene);
+    return result;
+}
+
+SceneReadResult ReadSceneDescription(const std::string& path, const SceneFormats& formats) {
+    SceneReadResult result;
+    std::optional<std::string> text = ReadWholeFile(path, kMaxFileSize, &result.error);
+    if (!text) {
+        result.errorClass = DescriptionErrorClass::kMissingInput;
+        return result;
+    }
+    std::string folder = std::filesystem::path(path).parent_path().string();
+    result = ParseSceneDescription(*text, path, folder, formats);
+    if (result.scene) result.scene->path = path;
+    return result;
+}

@@ -1,0 +1,133 @@
+#include <filesystem>
+
+#include <nlohmann/json.hpp>
+
+#include "host/base/atomic_file.h"
+#include "host/io/json_places.h"
+#include "host/io/scene_description.h"
+
+using Json = nlohmann::ordered_json;
+
+namespace {
+
+using Writer = DescriptionWriter;
+
+// A node's keys: first what names and places it, then those of its type.
+Json WriteNode(const INode& node, const Writer& writer) {
+    const INode plain;
+    Json keys = {{"name", node.GetName()}, {"type", "dummy"}};
+    if (const INode* parent = node.GetParentNode(); parent && !parent->IsRootNode())
+        keys["parent"] = parent->GetName();
+    const Matrix3& local = node.GetLocalTM();
+    if (local == Matrix3::Translation(local.GetTrans())) {
+        if (local != Matrix3()) keys["position"] = Writer::Triple(local.GetTrans());
+    } else {
+        keys["transform"] = Writer::Matrix(local);
+    }
+    if (const ObjectOffset& offset = node.GetObjectOffset(); offset != ObjectOffset())
+        keys["object_offset"] = {{"position", Writer::Triple(offset.position)},
+                                 {"rotation", Writer::Triple(offset.rotationDegrees)},
+                                 {"scale", Writer::Triple(offset.scale)}};
+    if (node.GetMtl()) keys["material"] = writer.MtlName(node.GetMtl());
+    if (node.GetLayer() != plain.GetLayer()) keys["layer"] = node.GetLayer();
+    if (node.HiddenFlag()) keys["hidden"] = true;
+    if (!node.renderable) keys["renderable"] = false;
+    if (node.wireColor != plain.wireColor) keys["wire_color"] = Writer::Triple(node.wireColor);
+    if (node.id != 0) keys["id"] = node.id;
+    if (!node.UserProperties().empty()) keys["user_properties"] = node.UserProperties();
+
+    for (const auto& [type, format] : writer.formats.Nodes()) {
+        Json own = Json::object();
+        if (!node.GetObjectRef() || !format->Write(*node.GetObjectRef(), own, writer)) continue;
+        keys["type"] = type;
+        keys.update(own);
+        break;
+    }
+    return keys;
+}
+
+template <class Formats, class Entity>
+Json WriteEntity(const Formats& formats, const Entity& entity, const Writer& writer) {
+    for (const auto& [type, format] : formats) {
+        Json keys = {{"type", type}};
+        if (format.write(entity, keys, writer)) return keys;
+    }
+    return nullptr;
+}
+
+Json WriteTexmaps(const Writer& writer) {
+    const Point2 one{1, 1}, zero{};
+    Json all = Json::object();
+    for (const auto& [name, texmap] : writer.scene.texmaps) {
+        Json keys = WriteEntity(writer.formats.Texmaps(), *texmap, writer);
+        if (keys.is_null()) continue;
+        if (texmap->channel != 1) keys["channel"] = texmap->channel;
+        auto pair = [](Point2 p) -> Json { return {Writer::Number(p.x), Writer::Number(p.y)}; };
+        if (texmap->tiling != one) keys["tiling"] = pair(texmap->tiling);
+        if (texmap->offset != zero) keys["offset"] = pair(texmap->offset);
+        all[name] = keys;
+    }
+    return all;
+}
+
+Json WriteRender(const Writer& writer) {
+    const SceneRenderSettings& r = writer.scene.render;
+    const SceneRenderSettings plain;
+    Json keys = {{"width", r.width}, {"height", r.height}};
+    if (writer.scene.renderCamera)
+        keys["camera"] = writer.NodeName(writer.scene.renderCamera.Get());
+    if (!r.renderer.empty()) keys["renderer"] = r.renderer;
+    if (r.samples != plain.samples) keys["samples"] = r.samples;
+    if (r.exposure != plain.exposure) keys["exposure"] = Writer::Number(r.exposure);
+    bool plainSky = r.skyTurbidity == plain.skyTurbidity && r.skyStrength == plain.skyStrength &&
+                    r.skyClouds == plain.skyClouds;
+    if (!plainSky)
+        keys["sky"] = {{"turbidity", Writer::Number(r.skyTurbidity)},
+                       {"strength", Writer::Number(r.skyStrength)},
+                       {"clouds", Writer::Number(r.skyClouds)}};
+    if (r.hazeVisibility != 0)
+        keys["haze"] = {{"visibility", Writer::Number(r.hazeVisibility)},
+                        {"scale_height", Writer::Number(r.hazeScaleHeight)},
+                        {"base_height", Writer::Number(r.hazeBaseHeight)}};
+    return keys;
+}
+
+Json WriteSettings(const Writer& writer) {
+    const Scene& scene = writer.scene;
+    Json keys = {{"dravin_scene", 1}};
+    if (scene.unitScale != 1) keys["unit_scale"] = Writer::Number(scene.unitScale);
+    if (scene.GetTime() != 0) keys["time"] = scene.GetTime();
+    if (scene.ticksPerFrame != 160) keys["ticks_per_frame"] = scene.ticksPerFrame;
+    keys["render"] = WriteRender(writer);
+    if (scene.view)
+        keys["view"] = {{"transform", Writer::Matrix(scene.view->transform)},
+                        {"fov", Writer::Number(scene.view->fovDegrees)}};
+    return keys;
+}
+
+}  // namespace
+
+std::string WriteSceneDescription(const Scene& scene, const std::string& folder,
+                                  const SceneFormats& formats) {
+    Writer writer(scene, folder, formats);
+    Json keys = WriteSettings(writer);
+    if (Json texmaps = WriteTexmaps(writer); !texmaps.empty()) keys["texmaps"] = texmaps;
+    for (const auto& [name, mtl] : scene.materials)
+        if (Json own = WriteEntity(formats.Materials(), *mtl, writer); !own.is_null())
+            keys["materials"][name] = own;
+    keys["nodes"] = Json::array();
+    // Depth first, so that parents stand before their children.
+    for (int i = 0; i < scene.GetRootNode()->NumberOfChildren(); ++i)
+        VisitNodes(scene.GetRootNode()->GetChildNode(i),
+                   [&](INode* node) { keys["nodes"].push_back(WriteNode(*node, writer)); });
+    return PrettyJson(keys);
+}
+
+bool SaveSceneDescription(const Scene& scene, const std::string& path, const SceneFormats& formats,
+                          std::string* error) {
+    AtomicFile file;
+    if (!file.Open(path, error)) return false;
+    file.Write(
+        WriteSceneDescription(scene, std::filesystem::path(path).parent_path().string(), formats));
+    return file.Commit(error);
+}

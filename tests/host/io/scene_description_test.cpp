@@ -1,0 +1,343 @@
+#include "host/io/scene_description.h"
+
+#include <gmock/gmock.h>
+
+#include <clocale>
+#include <locale>
+
+#include "host/scene/host_context.h"
+#include "host/scene/texmaps.h"
+#include "tests/host/io/scene_testing.h"
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+namespace {
+
+// One of everything that the host knows.
+constexpr const char* kFull = R"({
+  "dravin_scene": 1, // format
+  "unit_scale": 0.01, "time": 320, "ticks_per_frame": 192,
+  "render": {"width": 640, "height": 480, "camera": "cam", "renderer": "fast"},
+  "view": {"transform": [[1, 0, 0], [0, 1, 0], [0, 0, 1], [0, 0, 50]], "fov": 60},
+  "texmaps": {
+    "white": {"type": "color", "color": [1, 1, 1]},
+    "uv": {"type": "uvw", "channel": 2, "tiling": [2, 3], "offset": [0.5, 0]},
+    "ramp": {"type": "gradient", "color1": [0, 0, 0], "color2": [1, 0.5, 0.25], "axis": "v"},
+    "check": {"type": "checker", "color1": [1, 0, 0], "color2": [0, 0, 1]},
+    "cloud": {"type": "noise", "size": 12.5, "levels": 4, "seed": 7}
+  },
+  "materials": {
+    "all": {"type": "multi", "sub": ["bark", null, "leaf"]},
+    "bark": {"type": "standard", "diffuse": [0.25, 0.5, 0.75], "diffuse_map": "ramp"},
+    "leaf": {"type": "standard", "opacity": 0.5, "opacity_map": "check", "two_sided": true}
+  },
+  "nodes": [
+    {"name": "house", "type": "group", "position": [1, 2, 3], "layer": "far", "id": 42},
+    {"name": "quad", "type": "mesh", "parent": "house", "material": "all",
+     "object_offset": {"position": [1, 0, 0], "rotation": [0, 0, 90], "scale": [2, 2, 2]},
+     "vertices": [[0, 0, 0], [1, 0, 0], [1, 1, 0], [0, 1, 0]], "faces": [[0, 1, 2], [0, 2, 3]],
+     "material_ids": [0, 2], "smoothing": [1, 1],
+     "channels": {"1": {"vertices": [[0, 0, 0], [1, 0, 0], [1, 1, 0]], "faces": [[0, 1, 2], [0, 1, 2]]}}},
+    {"name": "ground", "type": "plane", "width": 10, "length": 20, "segments": 2, "hidden": true,
+     "renderable": false, "wire_color": [1, 0, 0], "user_properties": {"tag": "a b"}},
+    {"name": "path", "type": "spline", "steps": 3, "lines": [
+      {"closed": true, "points": [[0, 0, 0], [1, 0, 0], [1, 1, 0]]},
+      {"knots": [{"p": [0, 0, 0], "out": [1, 0, 0]}, {"p": [3, 0, 0], "in": [-1, 1, 0]}]}]},
+    {"name": "cam", "type": "camera", "fov": 50, "env_near": 5, "env_far": 90, "target": "aim"},
+    {"name": "sun", "type": "light", "kind": "spot", "color": [1, 0.5, 0.5], "intensity": 2.5,
+     "target": "aim", "shadows": false},
+    {"name": "aim", "type": "dummy", "position": [0, 9, 0]},
+    {"name": "rain", "type": "particles", "particles": [
+      {"position": [1, 2, 3], "age": 160, "rotation": [10, 20, 30], "scale": [1, 2, 3],
+       "speed": [0, 0, -1], "event": "aim"}, {"age": 5}, {"position": [0, 0, 0], "age": -1}]}
+  ]
+})";
+
+}  // namespace
+
+TEST(SceneDescription, ReadsEverythingThatTheHostKnows) {
+    SceneReadResult result = ParseScene(kFull);
+    ASSERT_TRUE(result) << result.error;
+    Scene& scene = *result.scene;
+    EXPECT_EQ(scene.unitScale, 0.01);
+    EXPECT_EQ(scene.GetTime(), 320);
+    EXPECT_EQ(scene.renderCamera.Get(), scene.FindNode("cam"));
+    EXPECT_EQ(scene.view->transform.GetTrans(), (Point3{0, 0, 50}));
+    EXPECT_EQ(scene.texmaps.at("uv")->tiling, (Point2{2, 3}));
+    EXPECT_EQ(scene.FindNode("house")->id, 42);
+    EXPECT_EQ(scene.Nodes().size(), 8u);
+    EXPECT_TRUE(scene.FindNode("quad")->IsGroupMember());
+    EXPECT_EQ(*scene.FindNode("ground")->GetUserProperty("tag"), "a b");
+    EXPECT_TRUE(result.warnings.empty());
+}
+
+TEST(SceneDescription, PlacesNodesAndObjects) {
+    SceneReadResult result = ParseScene(kFull);
+    ASSERT_TRUE(result) << result.error;
+    INode* quad = result.scene->FindNode("quad");
+    // Offset: scaled by 2, turned by 90 degrees about z, moved by (1, 0, 0); then the group's
+    // place.
+    Point3 corner = Point3{1, 0, 0} * quad->GetObjectTM(0);
+    EXPECT_NEAR(corner.x, 2, 1e-6);
+    EXPECT_NEAR(corner.y, 4, 1e-6);
+    EXPECT_NEAR(corner.z, 3, 1e-6);
+    auto mesh = quad->GetObjectRef()->GetRenderMesh(0);
+    EXPECT_EQ(mesh->faces[1].matID, 2);
+    EXPECT_EQ(mesh->Map(1)->verts.size(), 3u);
+    EXPECT_EQ(quad->GetMtl()->GetSubMtl(2), result.scene->materials.at("leaf").get());
+}
+
+TEST(SceneDescription, ReadsSplinesAndParticles) {
+    SceneReadResult result = ParseScene(kFull);
+    ASSERT_TRUE(result) << result.error;
+    auto* path = dynamic_cast<ShapeObject*>(result.scene->FindNode("path")->GetObjectRef());
+    PolyShape shape = path->GetPolyShape(0);
+    ASSERT_EQ(shape.lines.size(), 2u);
+    EXPECT_EQ(shape.lines[0].points.size(), 3u);
+    EXPECT_EQ(shape.lines[1].points.size(), 5u);
+    auto* rain = dynamic_cast<ParticleObject*>(result.scene->FindNode("rain")->GetObjectRef());
+    EXPECT_TRUE(rain->particles[0].Exists());
+    EXPECT_FALSE(rain->particles[1].Exists());
+    EXPECT_FALSE(rain->particles[2].Exists());
+    EXPECT_EQ(rain->GetEvent(rain->particles[0].event), result.scene->FindNode("aim"));
+}
+
+TEST(SceneDescription, WritesWhatItReads) {
+    SceneReadResult first = ParseScene(kFull);
+    ASSERT_TRUE(first) << first.error;
+    std::string text = WriteSceneDescription(*first.scene, ".", HostFormats());
+    SceneReadResult second = ParseScene(text);
+    ASSERT_TRUE(second) << second.error << text;
+    EXPECT_EQ(WriteSceneDescription(*second.scene, ".", HostFormats()), text);
+    INode* quad = second.scene->FindNode("quad");
+    EXPECT_EQ(*quad->GetObjectRef()->GetRenderMesh(0),
+              *first.scene->FindNode("quad")->GetObjectRef()->GetRenderMesh(0));
+    EXPECT_EQ(quad->GetObjectTM(0), first.scene->FindNode("quad")->GetObjectTM(0));
+    EXPECT_EQ(second.scene->unitScale, 0.01);
+    auto* sun = dynamic_cast<LightObject*>(second.scene->FindNode("sun")->GetObjectRef());
+    EXPECT_EQ(sun->kind, LightKind::kSpot);
+    EXPECT_FALSE(sun->shadows);
+}
+
+TEST(SceneDescription, DefaultsOfASceneWithNothing) {
+    SceneReadResult result = ParseScene("{\"dravin_scene\": 1}");
+    ASSERT_TRUE(result) << result.error;
+    EXPECT_EQ(result.scene->unitScale, 1);
+    EXPECT_EQ(result.scene->ticksPerFrame, 160);
+    EXPECT_EQ(result.scene->render.width, 1280);
+    EXPECT_FALSE(result.scene->view);
+    EXPECT_TRUE(result.scene->Nodes().empty());
+}
+
+TEST(SceneDescription, BadInputNamesItsPlace) {
+    struct Case {
+        const char* nodes;
+        const char* error;
+    };
+    const Case cases[] = {
+        {R"({"name": "a", "type": "shpere"})",
+         "s.json:1:53: /nodes/0/type: unknown type \"shpere\", did you mean \"sphere\"?"},
+        {R"({"name": "a", "type": "box", "widht": 3})",
+         "/nodes/0/widht: unknown key \"widht\", did you mean \"width\"?"},
+        {R"({"name": "a", "type": "box", "width": "3"})", "expected a number, found \"3\""},
+        {R"({"name": "a", "type": "box", "width": 1e300})", "single precision"},
+        {R"({"name": "a", "type": "box", "width": 1e999})", "/nodes/0/width: the number 1e999"},
+        {R"({"name": "a", "type": "box", "width": NaN})", "s.json:1:"},
+        {R"({"name": "a", "type": "box", "width": Infinity})", "s.json:1:"},
+        {R"({"name": "a", "type": "box", "name": "b"})", "the key stands twice"},
+        {R"({"type": "box"})", "/nodes/0: the key \"name\" is missing"},
+        {R"({"name": "a"})", "/nodes/0: the key \"type\" is missing"},
+        {R"({"name": "", "type": "box"})", "a node needs a name"},
+        {R"({"name": "a", "type": "box"}, {"name": "a", "type": "box"})",
+         "/nodes/1/name: the name \"a\" stands twice"},
+        {R"({"name": "a", "type": "box", "parent": "a"})", "cannot be its own parent"},
+        {R"({"name": "a", "type": "box", "parent": "b"}, {"name": "b", "type": "box", "parent": "a"})",
+         "/nodes/0/parent: the parent \"b\" stands after its child"},
+        {R"({"name": "tree", "type": "box"}, {"name": "b", "type": "box", "parent": "treee"})",
+         "no node is named \"treee\", did you mean \"tree\"?"},
+        {R"({"name": "a", "type": "box", "material": "gold"})", "no material is named \"gold\""},
+        {R"({"name": "a", "type": "box", "transform": [[1, 0, 0], [0, 1, 0], [0, 0, 1]]})",
+         "expected a matrix of four rows"},
+        {R"({"name": "a", "type": "box", "position": [1, 2]})", "expected three numbers"},
+        {R"({"name": "a", "type": "box", "transform": [[1,0,0],[0,1,0],[0,0,1],[0,0,0]], "scale": [1,1,1]})",
+         "exclude each other"},
+        {R"({"name": "a", "type": "box", "id": 1.5})", "expected a whole number, found 1.5"},
+        {R"({"name": "a", "type": "mesh", "vertices": [[0,0,0]], "faces": [[0,1,2]]})", "index"},
+        {R"({"name": "a", "type": "mesh", "vertices": [[0,0,0]], "faces": [[0,-1,0]]})",
+         "/nodes/0/faces/0/1: expected a whole number"},
+        {R"({"name": "a", "type": "mesh", "vertices": [], "faces": [], "material_ids": [1]})",
+         "expected one number a face (0), found 1"},
+        {R"({"name": "a", "type": "mesh", "file": "nothing.obj"})", "nothing.obj"},
+        {R"({"name": "a", "type": "camera", "target": "x"})", "no node is named \"x\""},
+        {R"({"name": "a", "type": "camera", "fov": 180})", "between 0 and 180"},
+        {R"({"name": "a", "type": "light", "kind": "area"})", "expected one of \"directional\""},
+        {R"({"name": "a", "type": "spline", "lines": [{}]})", "either \"points\" or \"knots\""},
+        {R"({"name": "a", "type": "particles", "particles": [{"event": "q"}]})",
+         "/nodes/0/particles/0/event: no node is named \"q\""},
+        {R"([])", "/nodes/0: expected an object"},
+    };
+    for (const Case& c : cases) {
+        SceneReadResult result = ParseNodes(c.nodes);
+        EXPECT_FALSE(result) << c.nodes;
+        EXPECT_THAT(result.error, HasSubstr(c.error)) << c.nodes;
+        EXPECT_THAT(result.error, StartsWith("s.json:")) << c.nodes;
+    }
+}
+
+TEST(SceneDescription, BadSettings) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"", "s.json:1:1: "},
+        {"[]", "expected an object"},
+        {"{}", "the key \"dravin_scene\" is missing"},
+        {"{\"dravin_scene\": 2}", "format version 2 is not known, expected 1"},
+        {"{\"dravin_scene\": \"1\"}", "expected a whole number"},
+        {"{\"dravin_scene\": 1, \"unit_scale\": 0}", "above 0"},
+        {"{\"dravin_scene\": 1, \"ticks_per_frame\": 0}", "above 0"},
+        {"{\"dravin_scene\": 1, \"node\": []}", "did you mean \"nodes\"?"},
+        {"{\"dravin_scene\": 1, \"render\": {\"width\": -5}}", "/render/width: expected"},
+        {"{\"dravin_scene\": 1, \"texmaps\": {\"a\": {\"type\": \"wood\"}}}",
+         "unknown type \"wood\""},
+        {"{\"dravin_scene\": 1, \"texmaps\": {\"a\": {\"type\": \"color\", \"axis\": \"u\"}}}",
+         "unknown key \"axis\""},
+        {"{\"dravin_scene\": 1, \"materials\": {\"a\": {\"type\": \"standard\", \"diffuse_map\": "
+         "\"m\"}}}",
+         "no texture map is named \"m\""},
+        {"{\"dravin_scene\": 1,}", "s.json:1:"},
+        {"{\"dravin_scene\": 1} x", "s.json:1:"},
+    };
+    for (const auto& [text, error] : cases) {
+        SceneReadResult result = ParseScene(text);
+        EXPECT_EQ(result.errorClass, DescriptionErrorClass::kMalformed) << text;
+        EXPECT_THAT(result.error, HasSubstr(error)) << text;
+    }
+}
+
+TEST(SceneDescription, RenderCameraMustBeACamera) {
+    SceneReadResult result = ParseScene(
+        R"({"dravin_scene": 1, "render": {"camera": "a"}, "nodes": [{"name": "a", "type": "box"}]})");
+    EXPECT_THAT(result.error, HasSubstr("/render/camera: the node \"a\" is no camera"));
+}
+
+TEST(SceneDescription, MaterialsMayNotHoldThemselves) {
+    SceneReadResult result = ParseScene(R"({"dravin_scene": 1, "materials": {
+        "a": {"type": "multi", "sub": ["b"]}, "b": {"type": "multi", "sub": [null, "a"]}}})");
+    EXPECT_THAT(result.error, HasSubstr("/materials/a: the material \"a\" holds itself"));
+}
+
+TEST(SceneDescription, NestingIsLimited) {
+    std::string deep =
+        "{\"dravin_scene\": 1, \"nodes\": " + std::string(100, '[') + std::string(100, ']') + "}";
+    SceneReadResult result = ParseScene(deep);
+    EXPECT_EQ(result.errorClass, DescriptionErrorClass::kMalformed);
+    EXPECT_THAT(result.error, HasSubstr("nested more than 64 levels deep"));
+    EXPECT_FALSE(ParseScene(std::string(1000000, '[')));
+}
+
+TEST(SceneDescription, LimitsHaveAClassOfTheirOwn) {
+    SceneReadResult result = ParseNodes(R"({"name": "a", "type": "sphere", "segments": 100000})");
+    EXPECT_EQ(result.errorClass, DescriptionErrorClass::kLimit);
+    EXPECT_THAT(result.error, HasSubstr("100000 segments are more than the limit of 4096"));
+}
+
+TEST(SceneDescription, MissingFilesHaveAClassOfTheirOwn) {
+    TemporaryFolder folder;
+    for (const char* name : {"gone.png", ".", ""}) {
+        SceneReadResult result =
+            ParseScene(R"({"dravin_scene": 1, "texmaps": {"t": {"type": "bitmap", "file": ")" +
+                           std::string(name) + R"("}}})",
+                       HostFormats(), folder.Path());
+        EXPECT_FALSE(result);
+        EXPECT_EQ(result.errorClass,
+                  *name ? DescriptionErrorClass::kMissingInput : DescriptionErrorClass::kMalformed);
+        EXPECT_THAT(result.error, HasSubstr("/texmaps/t/file: "));
+    }
+    EXPECT_EQ(ReadSceneDescription(folder / "no.json", HostFormats()).errorClass,
+              DescriptionErrorClass::kMissingInput);
+}
+
+TEST(SceneDescription, FilesAreRelativeToTheDescription) {
+    TemporaryFolder folder;
+    std::filesystem::create_directory(folder / "models");
+    folder.Write("models/tri.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
+    std::string path = folder.Write("scene.json", R"({"dravin_scene": 1, "nodes": [
+        {"name": "t", "type": "mesh", "file": "models\\tri.obj"}]})");
+    SceneReadResult result = ReadSceneDescription(path, HostFormats());
+    ASSERT_TRUE(result) << result.error;
+    EXPECT_EQ(result.scene->path, path);
+    EXPECT_EQ(result.scene->FindNode("t")->GetObjectRef()->GetRenderMesh(0)->NumFaces(), 1u);
+    std::string error, copy = folder / "models/copy.json";
+    ASSERT_TRUE(SaveSceneDescription(*result.scene, copy, HostFormats(), &error)) << error;
+    SceneReadResult again = ReadSceneDescription(copy, HostFormats());
+    ASSERT_TRUE(again) << again.error;
+    EXPECT_TRUE(again.warnings.empty());
+}
+
+TEST(SceneDescription, FilesOutsideTheFolderAreWarnedAbout) {
+    TemporaryFolder folder;
+    std::filesystem::create_directory(folder / "inner");
+    folder.Write("tri.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
+    SceneReadResult result = ParseScene(
+        R"({"dravin_scene": 1, "nodes": [{"name": "t", "type": "mesh", "file": "../tri.obj"}]})",
+        HostFormats(), folder / "inner");
+    ASSERT_TRUE(result) << result.error;
+    ASSERT_EQ(result.warnings.size(), 1u);
+    EXPECT_THAT(result.warnings[0], HasSubstr("/nodes/0/file: "));
+    EXPECT_THAT(result.warnings[0], HasSubstr("outside the scene's folder"));
+}
+
+TEST(SceneDescription, SavingToAPlaceThatCannotBeWrittenFails) {
+    SceneReadResult result = ParseScene("{\"dravin_scene\": 1}");
+    std::string error;
+    EXPECT_FALSE(SaveSceneDescription(*result.scene, "/nowhere/x.json", HostFormats(), &error));
+    EXPECT_THAT(error, HasSubstr("/nowhere"));
+}
+
+TEST(SceneDescription, DamagedTextNeverCrashes) {
+    std::string text = kFull;
+    for (size_t n = 0; n + 1 < text.size(); ++n) EXPECT_FALSE(ParseScene(text.substr(0, n))) << n;
+    const char* junk[] = {"null", "\"x\"", "[]", "{}", "-1", "1e30"};
+    for (size_t at = text.find(": "); at != std::string::npos; at = text.find(": ", at + 1))
+        for (const char* value : junk) {
+            std::string damaged = text;
+            size_t end = damaged.find_first_of(",}]\n", at);
+            ParseScene(damaged.replace(at + 2, end - at - 2, value));
+        }
+}
+
+namespace {
+
+// A C++ locale with a decimal comma and grouped thousands, whatever is installed.
+class CommaNumbers : public std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\3"; }
+};
+
+}  // namespace
+
+TEST(SceneDescription, DecimalCommasOfTheLocaleDoNotMatter) {
+    std::locale before = std::locale::global(std::locale(std::locale::classic(), new CommaNumbers));
+    std::string old = std::setlocale(LC_ALL, nullptr);
+    std::setlocale(LC_ALL, "de_DE.UTF-8");
+    SceneReadResult result =
+        ParseNodes(R"({"name": "a", "type": "plane", "width": 12345.625, "id": 1234567})");
+    std::string text = result ? WriteSceneDescription(*result.scene, ".", HostFormats()) : "";
+    std::setlocale(LC_ALL, old.c_str());
+    std::locale::global(before);
+    EXPECT_THAT(text, HasSubstr("\"width\": 12345.625"));
+    EXPECT_THAT(text, HasSubstr("\"id\": 1234567"));
+}
+
+TEST(SceneDescription, ReadingIsNoUndoStep) {
+    HostContext context;
+    context.hold.Begin();
+    SceneReadResult result = ParseScene(kFull);
+    context.hold.Accept("Open");
+    EXPECT_TRUE(result);
+    EXPECT_EQ(context.hold.NumUndoSteps(), 0u);
+}
+
+TEST(SceneDescription, ByteOrderMarksAreSkipped) {
+    EXPECT_TRUE(ParseScene("\xEF\xBB\xBF{\"dravin_scene\": 1}"));
+}
