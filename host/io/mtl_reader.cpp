@@ -122,12 +122,18 @@ std::shared_ptr<Texmap> TextureBeside(const std::string& modelPath, const std::s
                                       std::vector<std::string>* warnings) {
     std::string relative = image;
     std::replace(relative.begin(), relative.end(), '\\', '/');
-    std::filesystem::path path = std::filesystem::path(modelPath).parent_path() / relative;
-    std::string error;
-    if (image.empty() || !RegularFileSize(path.string(), &error)) {
-        warnings->push_back(image.empty()
-                                ? fmt::format("{}: a map names no file", modelPath)
-                                : fmt::format("{}: texture left out: {}", modelPath, error));
+    std::filesystem::path folder = std::filesystem::path(modelPath).parent_path();
+    std::filesystem::path named = folder / relative, beside = folder / named.filename();
+    std::string error, ignored;
+    if (image.empty()) {
+        warnings->push_back(fmt::format("{}: a map names no file", modelPath));
+        return nullptr;
+    }
+    // Paths of the author's own machine are common; the image itself often lies beside the model.
+    std::filesystem::path path = named;
+    if (!RegularFileSize(named.string(), &error)) path = beside;
+    if (path == beside && !RegularFileSize(beside.string(), &ignored)) {
+        warnings->push_back(fmt::format("{}: texture left out: {}", modelPath, error));
         return nullptr;
     }
     std::shared_ptr<BitmapTex> map = MakeBitmapTex(path.string());

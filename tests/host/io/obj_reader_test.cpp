@@ -56,7 +56,7 @@ TEST(ObjReader, MaterialsBecomeFaceIds) {
         WriteBitmap(folder.File("my leaf.png"), Bitmap(1, 1, 1, std::vector<uint8_t>{7}), &error));
     folder.Write("a.mtl",
                  "newmtl red\nKd 1 0 0\nd 0.25\n"
-                 "map_Kd -s 2 3 -o 0.5 0 0 -clamp on .\\my leaf.png \n"
+                 "map_Kd -s 2 3 -o 0.5 0 0 -clamp on C:\\art\\my leaf.png \n"
                  "newmtl blue\nKd 0 0 1\nTr 0.25\nmap_d none.png\n");
     ImportedModel model = ImportText(folder, "a.obj", kQuads);
     auto* red = dynamic_cast<StandardMtl*>(model.objects[0].material.get());
