@@ -96,8 +96,8 @@ std::vector<GltfStaticMesh> SurfaceMeshes(std::span<const SceneDravin> objects, 
             std::shared_ptr<const Mesh> mesh = node->GetObjectRef()->GetRenderMesh(t);
             if (!mesh) continue;
             keep.push_back(mesh);
-            meshes.push_back({node->GetName(), mesh.get(), node->GetShownMtl(),
-                              node->GetObjectTM(t)});
+            meshes.push_back(
+                {node->GetName(), mesh.get(), node->GetShownMtl(), node->GetObjectTM(t)});
         }
     }
     return meshes;
@@ -137,7 +137,8 @@ std::vector<std::string> ResolveFields(const std::vector<std::string>& fields) {
     if (fields.size() == 1 && fields[0] == "all") return all;
     for (const std::string& name : fields) {
         if (!FindItemField(name)) {
-            PrintError(fmt::format("--fields: no item field \"{}\"{}", name, DidYouMean(name, all)));
+            PrintError(
+                fmt::format("--fields: no item field \"{}\"{}", name, DidYouMean(name, all)));
             return {};
         }
         if (std::find(chosen.begin(), chosen.end(), name) == chosen.end()) chosen.push_back(name);

@@ -48,8 +48,9 @@ ExitCode RunDemo(const DemoCommandOptions& options) {
     render.threads = options.threads;
     PrintNote(fmt::format("rendering {}", render.output));
     if (ExitCode code = RunRender(render); code != kExitDone) return code;
-    PrintResult(fmt::format("\nThe demo took {:.0f} s. Look at {}, read {}, and try\n"
-                            "  dravin build {} -o items.csv", watch.Seconds(), render.output, scene,
-                            scene));
+    PrintResult(
+        fmt::format("\nThe demo took {:.0f} s. Look at {}, read {}, and try\n"
+                    "  dravin build {} -o items.csv",
+                    watch.Seconds(), render.output, scene, scene));
     return kExitDone;
 }

@@ -51,14 +51,15 @@ void PrintTable(const ParamBlockDesc2& block, const std::string& filter) {
     bool any = false;
     for (const ParamDef& def : block.params) {
         if (!Matches(block, def, filter)) continue;
-        if (!any) PrintResult(Bold(fmt::format("{} ({}, \"{}\")", block.name, block.id, block.title)));
+        if (!any)
+            PrintResult(Bold(fmt::format("{} ({}, \"{}\")", block.name, block.id, block.title)));
         any = true;
         std::string type = ParamTypeName(def.type);
         if (def.list) type = "list of " + type;
         std::string facts = !IsReferenceType(def.type) ? "default " + DefaultOf(def).dump() : "";
         if (def.hasRange)
-            facts += fmt::format("{}{} .. {}", facts.empty() ? "" : ", ",
-                                 NumberOf(def.min).dump(), NumberOf(def.max).dump());
+            facts += fmt::format("{}{} .. {}", facts.empty() ? "" : ", ", NumberOf(def.min).dump(),
+                                 NumberOf(def.max).dump());
         if (def.animatable) facts += facts.empty() ? "animatable" : ", animatable";
         if (def.readOnly) facts += facts.empty() ? "read-only" : ", read-only";
         PrintResult(fmt::format("  {:>3}  {:<20} {:<18} {}", def.id, def.name, type, facts));
@@ -80,7 +81,8 @@ ExitCode RunSchema(const std::string& filter, bool json) {
         }
     }
     if (!found) {
-        PrintError(fmt::format("no block or parameter \"{}\"{}", filter, DidYouMean(filter, names)));
+        PrintError(
+            fmt::format("no block or parameter \"{}\"{}", filter, DidYouMean(filter, names)));
         return kExitUsage;
     }
     if (!json) {

@@ -5,8 +5,8 @@
 #include <cstdlib>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 #include <unistd.h>
+#include <nlohmann/json.hpp>
 
 #include "host/base/atomic_file.h"
 #include "host/base/log.h"
@@ -38,9 +38,12 @@ void SetUpConsole(const ConsoleOptions& options) {
     g_options = options;
     SetLogLevel(options.logLevel);
     SetLogSink([](LogKind kind, const std::string& text) {
-        if (kind == LogKind::kError) PrintError(text);
-        else if (kind == LogKind::kWarning) PrintWarning(text);
-        else Print("note", text);
+        if (kind == LogKind::kError)
+            PrintError(text);
+        else if (kind == LogKind::kWarning)
+            PrintWarning(text);
+        else
+            Print("note", text);
     });
     std::signal(SIGINT, OnSignal);
     std::signal(SIGTERM, OnSignal);

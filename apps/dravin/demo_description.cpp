@@ -86,7 +86,8 @@ std::string Grid(double cell) {
 
 std::string Turn(int tilt) {
     return fmt::format(
-        "\"applyrotation\": true, \"zrotmin\": 0, \"zrotmax\": 360, \"xrotmin\": {}, \"xrotmax\": "
+        "\"applyrotation\": true, \"zrotmin\": -180, \"zrotmax\": 180, \"xrotmin\": {}, "
+        "\"xrotmax\": "
         "{}, \"yrotmin\": {}, \"yrotmax\": {}",
         -tilt, tilt, -tilt, tilt);
 }

@@ -6,10 +6,18 @@ TableColumn ColumnOf(const ItemField& field) {
     TableColumn column;
     column.name = field.name;
     switch (field.kind) {
-        case ItemFieldKind::kInt: column.kind = TableColumn::kInt32; break;
-        case ItemFieldKind::kUInt: column.kind = TableColumn::kUInt32; break;
-        case ItemFieldKind::kFloat: column.kind = TableColumn::kFloat; break;
-        case ItemFieldKind::kText: column.kind = TableColumn::kText; break;
+        case ItemFieldKind::kInt:
+            column.kind = TableColumn::kInt32;
+            break;
+        case ItemFieldKind::kUInt:
+            column.kind = TableColumn::kUInt32;
+            break;
+        case ItemFieldKind::kFloat:
+            column.kind = TableColumn::kFloat;
+            break;
+        case ItemFieldKind::kText:
+            column.kind = TableColumn::kText;
+            break;
     }
     if (field.rows > 1) column.shape.push_back(field.rows);
     if (field.components > 1 || field.rows > 1) column.shape.push_back(field.components);
@@ -38,10 +46,13 @@ void ItemTable::Read(size_t column, size_t first, size_t count, TableCells& cell
         } else {
             item = m_items.Item(first + k);
         }
-        if (field.getFloats) field.getFloats(item, &cells.floats[k * n]);
-        else if (field.getText) cells.texts[k] = field.getText(item);
+        if (field.getFloats)
+            field.getFloats(item, &cells.floats[k * n]);
+        else if (field.getText)
+            cells.texts[k] = field.getText(item);
         else if (field.kind == ItemFieldKind::kUInt)
             field.getInts(item, reinterpret_cast<int32_t*>(&cells.uints[k * n]));
-        else field.getInts(item, &cells.ints[k * n]);
+        else
+            field.getInts(item, &cells.ints[k * n]);
     }
 }

@@ -29,8 +29,8 @@ RenderCamera CameraAround(const Box3& box) {
     Point3 right = Normalize(CrossProd({0, 0, 1}, backward));
     float radius = std::max(Length(box.Width()) / 2, 1e-3f);
     float distance = radius / std::sin(camera.fovDegrees * kDegreesToRadians / 2);
-    camera.transform = {{right, CrossProd(backward, right), backward,
-                         box.Center() + backward * distance}};
+    camera.transform = {
+        {right, CrossProd(backward, right), backward, box.Center() + backward * distance}};
     return camera;
 }
 

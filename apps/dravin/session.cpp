@@ -39,7 +39,8 @@ ExitCode Session::Open(const std::string& path) {
     return kExitDone;
 }
 
-// Rows name templates by name; their ids follow the catalogue, and their models come into the scene.
+// Rows name templates by name; their ids follow the catalogue, and their models come into the
+// scene.
 void Session::LoadTemplates() {
     TTemplates& templates = DravinGlobals().templates;
     SceneFileLoader loader = [this](const std::string& path, std::string* error) {

@@ -93,9 +93,8 @@ void InstanceBounds(const RTCBoundsFunctionArguments* args) {
 }
 
 // The ray in the instance's prototype. Its direction keeps the length that the matrix gives it, so
-// that distances mean the same in both spaces. False when it passes the prototype's box by: a third
-// of all rays that hit the box around the turned prototype do, and a box test costs far less than a
-// query.
+// that distances mean the same in both spaces. False when it passes the prototype's box by: many
+// rays that hit the box around the turned prototype do, and a box test costs far less than a query.
 bool MoveToPrototype(const RTCRay& ray, const PackedInstance& instance, const Box3& bounds,
                      RTCRay* moved) {
     Point3 origin =
