@@ -192,7 +192,7 @@ void TInputMaker::SetSurfaces(TBuildInput& input, bool reread, Interval* valid) 
         if (Object* object = node->GetObjectRef()) *valid &= object->ObjectValidity(m_time);
         Matrix3 toObject = node->GetObjectTM(m_time) * m_objectInverse;
         input.surfaceBounds += BoundsInObject(*array, toObject);
-        input.surfaces.push_back({std::move(array), toObject, Inverse(toObject), false});
+        input.surfaces.emplace_back(std::move(array), toObject);
     }
 }
 

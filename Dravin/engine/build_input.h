@@ -26,7 +26,11 @@ struct TSurfaceInput {
     std::shared_ptr<const TSurfXYArray> array;
     Matrix3 toObject;    // from the surface's space
     Matrix3 fromObject;
+    bool isMoved = false;  // the two differ from the identity
     bool skip = false;
+
+    TSurfaceInput(std::shared_ptr<const TSurfXYArray> a, const Matrix3& m)
+        : array(std::move(a)), toObject(m), fromObject(Inverse(m)), isMoved(m != Matrix3{}) {}
 };
 
 // A rule over a measure (altitude or slope): hard limits, or falloff curves over the range.

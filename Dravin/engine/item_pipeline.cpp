@@ -23,18 +23,15 @@ std::optional<TItemHit> SurfaceHit(const TBuildInput& input, const Point3& point
     for (size_t s = 0; s < input.surfaces.size(); ++s) {
         const TSurfaceInput& surface = input.surfaces[s];
         if (surface.skip) continue;
-        Point3 local = point * surface.fromObject;
+        Point3 local = surface.isMoved ? point * surface.fromObject : point;
         TSurfHit hit;
         if (!surface.array->CellHit(local.x, local.y, &hit)) continue;
-        Point3 world = hit.point * surface.toObject;
+        Point3 world = surface.isMoved ? hit.point * surface.toObject : hit.point;
         if (!(world.z > bestZ)) continue;
         bestZ = world.z;
-        best = TItemHit{hit, s, world, {}};
-    }
-    if (best) {
-        const TSurfaceInput& surface = input.surfaces[best->surface];
-        Point3 normal = surface.array->FaceNormal(best->local.face);
-        best->faceNormal = Normalize(surface.toObject.VectorTransform(normal));
+        Point3 normal = hit.normal;
+        if (surface.isMoved) normal = Normalize(surface.toObject.VectorTransform(normal));
+        best = TItemHit{hit, s, world, normal};
     }
     return best;
 }

@@ -127,6 +127,10 @@ bool TSurfXYArray::CellHit(float x, float y, TSurfHit* hit) const {
     int32_t bestFace = -1;
     for (uint32_t i = m_cellStart[cell]; i < m_cellStart[cell + 1]; ++i) {
         const Record& r = m_records[m_cellFaces[i]];
+        // Most faces of a cell are ruled out by their box, which costs less than their edges.
+        bool near = (x >= std::min({r.ax, r.bx, r.cx})) & (x <= std::max({r.ax, r.bx, r.cx})) &
+                    (y >= std::min({r.ay, r.by, r.cy})) & (y <= std::max({r.ay, r.by, r.cy}));
+        if (!near) continue;
         bool inside = CrossesRay(x, y, r.ax, r.ay, r.bx, r.by) ^
                       CrossesRay(x, y, r.cx, r.cy, r.ax, r.ay) ^
                       CrossesRay(x, y, r.bx, r.by, r.cx, r.cy);
@@ -140,6 +144,10 @@ bool TSurfXYArray::CellHit(float x, float y, TSurfHit* hit) const {
     float e1x = r.bx - r.ax, e1y = r.by - r.ay, e2x = r.cx - r.ax, e2y = r.cy - r.ay;
     float dx = x - r.ax, dy = y - r.ay, area = e1x * e2y - e1y * e2x;
     hit->point = {x, y, bestZ};
+    // The plane's slopes give the normal without a look at the mesh; the winding gives its side.
+    float up = area > 0 ? 1.0f : -1.0f;
+    float scale = up / std::sqrt(r.slopeX * r.slopeX + r.slopeY * r.slopeY + 1);
+    hit->normal = {-r.slopeX * scale, -r.slopeY * scale, scale};
     hit->face = bestFace;
     hit->bary1 = (dx * e2y - dy * e2x) / area;
     hit->bary2 = (e1x * dy - e1y * dx) / area;

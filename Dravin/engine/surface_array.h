@@ -19,6 +19,7 @@
 
 struct TSurfHit {
     Point3 point;
+    Point3 normal;              // of the face, unit length
     int32_t face = -1;
     float bary1 = 0, bary2 = 0;  // weights of the second and third corner
 
@@ -34,7 +35,6 @@ public:
     bool CellHit(float x, float y, TSurfHit* hit) const;
 
     const Mesh& GetMesh() const { return *m_mesh; }
-    Point3 FaceNormal(int32_t face) const { return Normalize(m_mesh->FaceNormalUnscaled(size_t(face))); }
     // Whether the face's normal points downward.
     bool IsReversed(int32_t face) const { return m_mesh->FaceNormalUnscaled(size_t(face)).z < 0; }
     int MaterialId(int32_t face) const { return m_mesh->faces[size_t(face)].matID; }

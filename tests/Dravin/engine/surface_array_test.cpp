@@ -95,7 +95,7 @@ TEST(SurfaceArray, DownwardFacesAreHitAndFlagged) {
     ASSERT_TRUE(array.CellHit(1, 2, &hit));
     EXPECT_EQ(hit.point.z, 2);
     EXPECT_TRUE(array.IsReversed(hit.face));
-    EXPECT_EQ(array.FaceNormal(hit.face), (Point3{0, 0, -1}));
+    EXPECT_EQ(hit.normal, (Point3{0, 0, -1}));
 }
 
 TEST(SurfaceArray, BadFacesAreLeftOut) {

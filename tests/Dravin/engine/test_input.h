@@ -21,7 +21,7 @@ inline std::shared_ptr<const Mesh> SquareMesh(float x0, float y0, float x1, floa
 }
 
 inline TSurfaceInput SurfaceOf(std::shared_ptr<const Mesh> mesh, const Matrix3& toObject = {}) {
-    return {std::make_shared<TSurfXYArray>(std::move(mesh)), toObject, Inverse(toObject), false};
+    return {std::make_shared<TSurfXYArray>(std::move(mesh)), toObject};
 }
 
 inline void AddSurface(TBuildInput& input, std::shared_ptr<const Mesh> mesh,
