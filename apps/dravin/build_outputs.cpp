@@ -156,3 +156,11 @@ bool WriteBuildOutput(const std::string& path, std::span<const SceneDravin> obje
     if (!written) PrintError(error);
     return written;
 }
+
+void PrintPanel(const SceneDravin& dravin) {
+    PrintResult(Bold(dravin.node->GetName()));
+    for (const TPanelLine& line : dravin.object->Build().Panel())
+        if (!line.value.empty()) PrintResult(fmt::format("  {:<12} {}", line.label, line.value));
+    for (const std::string& message : dravin.object->Build().Message())
+        if (!message.empty()) PrintResult(fmt::format("  {:<12} {}", "", message));
+}

@@ -19,3 +19,6 @@ std::vector<std::string> ResolveFields(const std::vector<std::string>& fields);
 // Writes one output; errors are printed.
 bool WriteBuildOutput(const std::string& path, std::span<const SceneDravin> objects, Scene& scene,
                       const std::vector<std::string>& fields, const BuildOptions& options);
+
+// The object's statistics panel, on standard output.
+void PrintPanel(const SceneDravin& dravin);

@@ -19,14 +19,6 @@ std::string StatusText(const SceneDravin& dravin) {
                        int(dravin.object->Build().Status()), text);
 }
 
-void PrintPanel(const SceneDravin& dravin) {
-    PrintResult(Bold(dravin.node->GetName()));
-    for (const TPanelLine& line : dravin.object->Build().Panel())
-        if (!line.value.empty()) PrintResult(fmt::format("  {:<12} {}", line.label, line.value));
-    for (const std::string& message : dravin.object->Build().Message())
-        if (!message.empty()) PrintResult(fmt::format("  {:<12} {}", "", message));
-}
-
 bool CheckOutputs(const BuildOptions& options) {
     for (const std::string& path : options.outputs)
         if (!IsBuildOutput(path)) {

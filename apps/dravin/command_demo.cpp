@@ -1,11 +1,12 @@
 #include <chrono>
-#include <filesystem>
 
 #include <fmt/format.h>
 
 #include "Dravin/config/main_folder.h"
+#include "apps/dravin/build_outputs.h"
 #include "apps/dravin/commands.h"
 #include "apps/dravin/demo_scene.h"
+#include "apps/dravin/render_setup.h"
 
 namespace {
 
@@ -30,27 +31,25 @@ ExitCode RunDemo(const DemoCommandOptions& options) {
         return kExitNoOutput;
     }
 
-    PrintNote("building the items");
-    BuildOptions build;
-    build.scene = scene;
-    build.render = true;
-    build.threads = options.threads;
-    if (ExitCode code = RunBuild(build); code != kExitDone) return code;
+    PrintNote("reading it and building its items");
+    Session session;
+    if (ExitCode code = session.Open(scene); code != kExitDone) return code;
+    auto setup = SetUpRender(session, "", 0, options.threads);
+    if (!setup) return kExitFailed;
+    auto objects = session.FindObjects("");
+    for (const SceneDravin& dravin : *objects) PrintPanel(dravin);
 
-    PrintNote(fmt::format("writing {}/forest.glb", folder));
-    build.outputs = {folder + "/forest.glb"};
-    build.surfaces = true;
-    if (ExitCode code = RunBuild(build); code != kExitDone) return code;
-
-    RenderOptions render;
-    render.scene = scene;
-    render.output = folder + "/forest.png";
-    render.threads = options.threads;
-    PrintNote(fmt::format("rendering {}", render.output));
-    if (ExitCode code = RunRender(render); code != kExitDone) return code;
+    BuildOptions outputs;
+    outputs.surfaces = true;
+    std::string instances = folder + "/forest.glb", picture = folder + "/forest.png";
+    PrintNote(fmt::format("writing {}", instances));
+    if (!WriteBuildOutput(instances, *objects, session.GetScene(), {}, outputs))
+        return kExitNoOutput;
+    PrintNote(fmt::format("rendering {}", picture));
+    if (ExitCode code = RenderToFile(*setup, picture); code != kExitDone) return code;
     PrintResult(
         fmt::format("\nThe demo took {:.0f} s. Look at {}, read {}, and try\n"
                     "  dravin build {} -o items.csv",
-                    watch.Seconds(), render.output, scene, scene));
+                    watch.Seconds(), picture, scene, scene));
     return kExitDone;
 }

@@ -7,6 +7,7 @@
 #include "Dravin/geometry/template_list.h"
 #include "host/base/text.h"
 #include "host/base/thread_pool.h"
+#include "host/render/ray_tracer.h"
 
 namespace {
 
@@ -158,4 +159,28 @@ std::optional<RenderSetup> SetUpRender(Session& session, const std::string& came
     setup.settings.exposure = r.exposure;
     setup.settings.threads = threads > 0 ? threads : NumProcessors();
     return setup;
+}
+
+ExitCode RenderToFile(const RenderSetup& setup, const std::string& output) {
+    RenderOutcome outcome;
+    {
+        ProgressBar bar("rendering");
+        outcome = RenderPicture(setup.scene, setup.settings, [&](float fraction) {
+            bar.Update(fraction);
+            return true;
+        });
+    }
+    if (outcome.status != RenderStatus::kDone) {
+        PrintError(outcome.error);
+        return kExitFailed;
+    }
+    if (std::string error = WritePicture(output, outcome.picture); !error.empty()) {
+        PrintError(error);
+        return kExitNoOutput;
+    }
+    const RenderStatistics& s = outcome.statistics;
+    PrintNote(fmt::format("{}: {} x {}, {} samples, {} instances, {:.1f} s", output,
+                          setup.settings.width, setup.settings.height, setup.settings.samples,
+                          s.numInstances, s.buildSeconds + s.traceSeconds));
+    return kExitDone;
 }

@@ -22,3 +22,6 @@ struct RenderSetup {
 // that sees everything. None, with the error printed, when there is no such camera or a build failed.
 std::optional<RenderSetup> SetUpRender(Session& session, const std::string& camera, TimeValue time,
                                        int threads);
+
+// Renders with a progress bar on a terminal, and writes the image by its ending.
+ExitCode RenderToFile(const RenderSetup& setup, const std::string& output);
