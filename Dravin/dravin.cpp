@@ -1,6 +1,9 @@
 #include "Dravin/dravin.h"
 
 #include "Dravin/build/dravin_build.h"
+#include "Dravin/dravin_globals.h"
+#include "host/scene/host_context.h"
+#include "host/scene/scene.h"
 
 namespace {
 
@@ -92,6 +95,17 @@ void TDravin::UpdatePanel(PanelUpdate what) {
 
 bool TDravin::SwitchMode(int newMode, TimeValue t) {
     return onSwitchMode ? onSwitchMode(newMode, t) : true;
+}
+
+RefResult TDravin::NotifyRefChanged(const RefChange& change, ReferenceTarget* from) {
+    if (!m_build) return RefResult::kSucceed;  // still being made
+    m_build->SetValidity(Interval::Never());
+    bool surfaces = BlockIdOf(from) == kSurfaceParams &&
+                    (change.paramId == surfaceParams::kSurflist ||
+                     change.paramId == surfaceParams::kSurfmode);
+    INode* node = surfaces ? GetWorldNode(*this) : nullptr;
+    if (node && node->GetScene() && HostContext::Current()) SweepSurfaceCache(*node->GetScene());
+    return RefResult::kSucceed;
 }
 
 std::shared_ptr<ReferenceTarget> TDravin::GetReference(int slot) const {

@@ -91,6 +91,9 @@ public:
     bool SwitchMode(int newMode, TimeValue t) override;
 
     // ReferenceMaker
+    // Whatever changes makes the last build stale; another list of surfaces also lets go of the
+    // arrays that no object of the scene uses any more.
+    RefResult NotifyRefChanged(const RefChange& change, ReferenceTarget* from) override;
     int NumRefs() const override { return kNumDravinSlots; }
     std::shared_ptr<ReferenceTarget> GetReference(int slot) const override;
     // Slots that hold blocks take blocks of the same description only; others are ignored.

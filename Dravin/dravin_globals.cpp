@@ -1,7 +1,11 @@
 #include "Dravin/dravin_globals.h"
 
 #include "Dravin/config/main_folder.h"
+#include "Dravin/dravin.h"
 #include "host/scene/host_context.h"
+#include "host/scene/scene.h"
+
+#include <set>
 
 namespace {
 
@@ -30,3 +34,26 @@ struct Globals : TDravinGlobals {
 }  // namespace
 
 TDravinGlobals& DravinGlobals() { return HostContext::Current()->State<Globals>(); }
+
+void SweepSurfaceCache(const Scene& scene) {
+    std::vector<TSurfaceCache::Use> uses;
+    for (INode* node : scene.Nodes()) {
+        auto* object = dynamic_cast<TDravin*>(node->GetObjectRef());
+        if (!object) continue;
+        IParamBlock2& block = object->Block(kSurfaceParams);
+        int kind = block.GetInt(surfaceParams::kSurfmode) != 0;
+        std::set<const INode*> seen;
+        for (int i = 0; i < block.Count(surfaceParams::kSurflist);) {
+            const INode* surface = block.GetNode(surfaceParams::kSurflist, 0, i);
+            if (surface && !seen.insert(surface).second) {
+                NotifySuspender quiet(block);
+                AccessorSuspender silent(block);
+                block.Delete(surfaceParams::kSurflist, i);
+                continue;
+            }
+            if (surface) uses.push_back({surface, kind});
+            ++i;
+        }
+    }
+    DravinGlobals().surfaces.Sweep(uses);
+}

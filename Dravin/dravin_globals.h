@@ -13,9 +13,17 @@ struct TDravinGlobals {
     TTemplates templates;
     TDistMapLibrary distMaps;
 
+    // Renders use one thread only (the option "disableMultithreadRender").
+    bool disableMultithreadRender = false;
+
     // Arrays and samples must not outlive the scene whose nodes they belong to.
     void DropSceneData() { surfaces.Clear(), meshes.Clear(); }
 };
 
 // Of the current host context, which must exist. Reads the geometry index at the first call.
 TDravinGlobals& DravinGlobals();
+
+class Scene;
+// Drops the surface arrays that no scatter object of the scene uses; on the way repeats of a node
+// leave the objects' surface lists. Does nothing while a scene file is being opened.
+void SweepSurfaceCache(const Scene& scene);

@@ -51,6 +51,7 @@ TInputMaker::TInputMaker(TDravin& object, const TParameters& parameters, TimeVal
 }
 
 int TInputMaker::Threads() const {
+    if (m_flags.render && DravinGlobals().disableMultithreadRender) return 1;
     if (m_flags.forceThreads > 0) return m_flags.forceThreads;
     return std::max(1, m_p.autothreads ? NumProcessors() : m_p.threads);
 }

@@ -100,6 +100,7 @@ private:
 void AssignSpecIds(TTreeSpecList& rows, TNuRandom& generator, TimeValue t, int* counter) {
     std::vector<TSpecEntry> entries;
     for (int i = 0; i < rows.Count(); ++i) entries.push_back(rows.ReadRow(i, t, generator));
+    NotifySuspender quiet(rows.Block());  // ids are the build's own affair, no change of the object
     for (const TSpecEntry& entry : entries) *counter = std::max(*counter, entry.specId);
     for (int i = 0; i < int(entries.size()); ++i) {
         if (entries[size_t(i)].specId >= 0) continue;

@@ -5,6 +5,7 @@
 #include "Dravin/build/density_loader.h"
 #include "Dravin/build/dravin_instances.h"
 #include "Dravin/dravin.h"
+#include "Dravin/dravin_globals.h"
 #include "Dravin/engine/build_input.h"
 #include "host/base/log.h"
 #include "host/geom/primitives.h"
@@ -102,6 +103,21 @@ TEST_F(DravinBuild, OneThreadRunsOnTheCallingThread) {
     Set(kGenParams, genParams::kThreads, 0);
     EXPECT_EQ(Run().Statistics().itemCount, 400);
     EXPECT_TRUE(Logged("BuildItemArray->DistributeArea(0)->Starting 1 threads"));
+}
+
+TEST_F(DravinBuild, ARenderUsesOneThreadWhereTheOptionSaysSo) {
+    DravinGlobals().disableMultithreadRender = true;
+    TBuildFlags flags = Render();
+    flags.forceThreads = 4;
+    EXPECT_EQ(Run(flags).Input()->threads, 1);
+    flags.render = false;
+    EXPECT_EQ(Run(flags).Input()->threads, 4);
+}
+
+TEST_F(DravinBuild, AChangeMakesTheLastBuildStale) {
+    Run();
+    Set(kGenParams, genParams::kSeed, 7);
+    EXPECT_EQ(object->Build().Validity(), Interval::Never());
 }
 
 TEST_F(DravinBuild, ADisabledObjectHasStatus11AndNoItems) {

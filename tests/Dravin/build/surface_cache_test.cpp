@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include "Dravin/dravin.h"
 #include "Dravin/dravin_globals.h"
 #include "host/geom/primitives.h"
 #include "host/scene/host_context.h"
+#include "host/scene/scene.h"
 
 namespace {
 
@@ -72,6 +74,43 @@ TEST(SurfaceCache, OpeningAFileEmptiesItAndSuspendsTheSweep) {
     host.notifications.Broadcast(HostNotify::kFilePostOpen);
     cache.Sweep({});
     EXPECT_EQ(cache.NumEntries(), 0u);
+}
+
+TEST(SurfaceCache, TakingASurfaceOutOfAllListsDropsItsArray) {
+    HostContext host;
+    Scene scene;
+    auto plane = PlaneNode();
+    scene.AddNode(plane);
+    auto a = TDravin::Create(), b = TDravin::Create();
+    scene.AddNode("a", a);
+    scene.AddNode("b", b);
+    auto put = [&](TDravin& object) {
+        object.Block(kSurfaceParams)
+            .Append(surfaceParams::kSurflist,
+                    ParamValue(std::shared_ptr<ReferenceTarget>(plane)));
+    };
+    put(*a);
+    put(*b);
+    TSurfaceCache& cache = DravinGlobals().surfaces;
+    cache.Get(plane.get(), 0, 1);
+    a->Block(kSurfaceParams).Delete(surfaceParams::kSurflist, 0);
+    EXPECT_EQ(cache.NumEntries(), 1u);
+    b->Block(kSurfaceParams).Delete(surfaceParams::kSurflist, 0);
+    EXPECT_EQ(cache.NumEntries(), 0u);
+}
+
+TEST(SurfaceCache, TheSweepTakesRepeatsOutOfTheLists) {
+    HostContext host;
+    Scene scene;
+    auto plane = PlaneNode();
+    scene.AddNode(plane);
+    auto object = TDravin::Create();
+    scene.AddNode("a", object);
+    IParamBlock2& block = object->Block(kSurfaceParams);
+    ParamValue node = std::shared_ptr<ReferenceTarget>(plane);
+    block.Append(surfaceParams::kSurflist, node);
+    block.Append(surfaceParams::kSurflist, node);
+    EXPECT_EQ(block.Count(surfaceParams::kSurflist), 1);
 }
 
 }  // namespace
