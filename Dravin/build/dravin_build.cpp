@@ -116,6 +116,16 @@ void TDravinBuild::FinishStatus() {
     if (m_flags.render) m_panel.lastRenderStatus = m_panel.status;
 }
 
+TPanelMessage TDravinBuild::PanelLines() const {
+    constexpr int kDiagnosticSeed = 9999;
+    if (m_object.Block(kGenParams).GetInt(genParams::kSeed, m_time) != kDiagnosticSeed)
+        return Message();
+    const TDravinGlobals& globals = DravinGlobals();
+    return {fmt::format("IC:{}  BC:{}  ITBC: {}  ITBS: {}", globals.surfaces.NumEntries(),
+                        m_buildCounter, globals.meshes.NumEntries(), globals.meshes.NumSamples()),
+            ""};
+}
+
 std::unique_ptr<IInstanceSource> TDravinBuild::MakeInstanceSource() const {
     return std::make_unique<TDravinInstances>(m_object, *this, m_maker ? m_maker->ObjectTM()
                                                                        : Matrix3{});

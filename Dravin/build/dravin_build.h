@@ -38,6 +38,9 @@ public:
 
     TBuildStatus Status() const { return m_panel.status; }
     TPanelMessage Message() const { return PanelMessage(m_panel, m_statistics); }
+    // What the panel shows in place of the message: the same, but numbers of the caches when the
+    // object's seed is 9999.
+    TPanelMessage PanelLines() const;
     std::vector<TPanelLine> Panel() const { return StatisticsPanel(m_panel, m_statistics); }
     const TBuildStatistics& Statistics() const { return m_statistics; }
     const Interval& Validity() const { return m_validity; }

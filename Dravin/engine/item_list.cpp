@@ -229,6 +229,19 @@ void TDravinItemList::Splice(TDravinItemList&& other) {
     other.m_modified = true;
 }
 
+void TDravinItemList::CopyFrom(const TDravinItemList& other) {
+    if (&other == this) return;
+    Prepare(other.m_groups, other.m_complete);
+    m_marker = other.m_marker;
+    Reserve(other.Count());
+    Appender appender = m_chunks.empty() ? nullptr : m_chunks.front().get();
+    for (size_t i = 0; i < other.Count(); ++i) {
+        TDravinItem item;
+        other.ReadStored(i, &item);
+        Append(item, appender);
+    }
+}
+
 void TDravinItemList::ShareSpare(std::span<TDravinItemList> lists) {
     if (lists.empty()) return;
     for (size_t i = 0; i < m_spare.size(); ++i)

@@ -84,6 +84,8 @@ public:
     // Moves the chunks of `other`, which stores the same groups, behind this list's own.
     void Splice(TDravinItemList&& other);
 
+    // Becomes a copy of `other`: its groups, its items in their order, its marker.
+    void CopyFrom(const TDravinItemList& other);
     // Deals this list's spare memory out to the lists of a build's tasks, before they append.
     void ShareSpare(std::span<TDravinItemList> lists);
 

@@ -161,6 +161,6 @@ void PrintPanel(const SceneDravin& dravin) {
     PrintResult(Bold(dravin.node->GetName()));
     for (const TPanelLine& line : dravin.object->Build().Panel())
         if (!line.value.empty()) PrintResult(fmt::format("  {:<12} {}", line.label, line.value));
-    for (const std::string& message : dravin.object->Build().Message())
+    for (const std::string& message : dravin.object->Build().PanelLines())
         if (!message.empty()) PrintResult(fmt::format("  {:<12} {}", "", message));
 }

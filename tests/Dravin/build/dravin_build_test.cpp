@@ -120,6 +120,13 @@ TEST_F(DravinBuild, AChangeMakesTheLastBuildStale) {
     EXPECT_EQ(object->Build().Validity(), Interval::Never());
 }
 
+TEST_F(DravinBuild, Seed9999ShowsTheCachesInThePanel) {
+    Set(kGenParams, genParams::kSeed, 9999);
+    Run();
+    EXPECT_EQ(object->Build().PanelLines()[0], "IC:1  BC:1  ITBC: 1  ITBS: 1");
+    EXPECT_EQ(object->Build().Message()[0], "");
+}
+
 TEST_F(DravinBuild, ADisabledObjectHasStatus11AndNoItems) {
     Set(kDispParams, dispParams::kDisabled, true);
     EXPECT_EQ(Run().Status(), TBuildStatus::kDisabled);

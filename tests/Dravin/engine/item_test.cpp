@@ -182,6 +182,16 @@ TEST(ItemList, ReorderPlacesAndDrops) {
     EXPECT_EQ(list.Item(199).seed, 100u);
 }
 
+TEST(ItemList, ACopyIsIndependent) {
+    TDravinItemList list = ListOf(500), copy(0u);
+    list.SetMarker(7);
+    copy.CopyFrom(list);
+    list.Clear();
+    ASSERT_EQ(copy.Count(), 500u);
+    EXPECT_EQ(copy.Item(499).surfaceFace, 499);
+    EXPECT_EQ(copy.Marker(), 7);
+}
+
 TEST(ItemList, ElementMasksTravelWithTheirItem) {
     TDravinItemList list;
     TDravinItemList::Appender appender = nullptr;
