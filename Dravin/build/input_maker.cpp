@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include "Dravin/build/point_maker.h"
 #include "Dravin/dravin_globals.h"
 #include "host/base/log.h"
 #include "host/base/thread_pool.h"
@@ -265,6 +266,8 @@ std::unique_ptr<TBuildInput> TInputMaker::Make(std::vector<TSpecimen> specimens,
         m_p.animonlyrend, m_flags.render);
     input->transforms.animation = animation.mode;
     input->transforms.animSamples = animation.NumSamples();
+    bool many = m_p.autothreads || m_flags.forceThreads > 0;
+    input->points = MakePointInput(m_object, m_time, m_objectInverse, many ? Threads() : 1, valid);
     input->debugLog = [](const std::string& text) { Log(LogKind::kDebug, text); };
     return input;
 }

@@ -14,6 +14,7 @@
 #include "Dravin/engine/falloff_curve.h"
 #include "Dravin/engine/geometry_choice.h"
 #include "Dravin/engine/grid.h"
+#include "Dravin/engine/point_input.h"
 #include "Dravin/engine/surface_array.h"
 #include "Dravin/engine/transforms.h"
 #include "host/math/interval.h"
@@ -80,6 +81,8 @@ struct TBuildInput {
     TRangeRule altitude, slope;
     TMapChannels channels;
     bool linkToSurface = true;
+
+    TPointInput points;
 
     // Log lines of level 2.
     std::function<void(const std::string&)> debugLog;

@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include "Dravin/engine/distribute_grid.h"
+#include "Dravin/engine/distribute_points.h"
 
 namespace {
 
@@ -58,7 +59,9 @@ TBuildResult Distribute(const TBuildInput& input, const TGeometryChoice& geometr
     if (input.specimens.empty()) return TBuildResult::kOk;
     if (input.distributionMode == kDistImage && input.surfaceMode == kSurfaceXY)
         return DistributeImageXY(input, geometry, items, statistics);
-    // UV, path, reference and particle distributions take their places here.
+    if (input.distributionMode != kDistImage)
+        return DistributePoints(input, geometry, items, statistics);
+    // The distribution over texture coordinates takes its place here.
     return TBuildResult::kOk;
 }
 

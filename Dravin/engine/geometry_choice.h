@@ -46,6 +46,8 @@ public:
     // The rows with these ids. None when the text names no valid id: the area places no items.
     std::optional<TAreaGeometry> Restrict(std::string_view specIds) const;
 
+    // A row of the object's own table for a uniform number in (0, 1).
+    int32_t ByProbability(float g1) const { return int32_t(m_table->Sample(g1)); }
     // The row of an item. g: its three geometry random numbers; color: what the diversity map says
     // at the item (mode 1); position: where clusters are asked (mode 2).
     int32_t Assign(const TAreaGeometry& area, const Point3& g, const Color& color,
