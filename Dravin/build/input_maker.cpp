@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include "Dravin/build/area_input.h"
 #include "Dravin/build/point_maker.h"
 #include "Dravin/dravin_globals.h"
 #include "host/base/log.h"
@@ -76,8 +77,8 @@ TCurveSampler TInputMaker::CurveSampler(DravinSlot slot) const {
     return TCurveSampler(std::span<const float>(weights));
 }
 
-const FalloffCurve* TInputMaker::SurfaceCurve(int index) {
-    std::optional<FalloffCurve> curve = m_object.Curve(kSlotSurfaceCurves, index);
+const FalloffCurve* TInputMaker::Curve(DravinSlot slot, int index) {
+    std::optional<FalloffCurve> curve = m_object.Curve(slot, index);
     return curve ? &m_curves.emplace_back(*curve) : nullptr;
 }
 
@@ -187,14 +188,15 @@ void TInputMaker::SetSurfaces(TBuildInput& input, bool reread, Interval* valid) 
         auto array = evaluate ? cache.GetAt(node, kind, m_time, reread, Threads())
                               : cache.Get(node, kind, Threads());
         if (!array) {
-            LogWarning(fmt::format("surface \"{}\" is left out: it shows no mesh",
-                                   node->GetName()));
+            LogWarning(
+                fmt::format("surface \"{}\" is left out: it shows no mesh", node->GetName()));
             continue;
         }
         if (Object* object = node->GetObjectRef()) *valid &= object->ObjectValidity(m_time);
         Matrix3 toObject = node->GetObjectTM(m_time) * m_objectInverse;
         input.surfaceBounds += BoundsInObject(*array, toObject);
         input.surfaces.emplace_back(std::move(array), toObject);
+        m_surfaceNodes.push_back(node);
     }
 }
 
@@ -205,10 +207,30 @@ void TInputMaker::SetSurfaceRules(TBuildInput& input) {
     SortedRange(m_p.altmin, m_p.altmax, input.altitude);
     input.slope.limited = m_p.slopelimited;
     SortedRange(m_p.slopemin * kDegreesToRadians, m_p.slopemax * kDegreesToRadians, input.slope);
-    if (m_p.surfaltdens) input.altitude.densityCurve = SurfaceCurve(0);
-    if (m_p.surfaltscal) input.altitude.scaleCurve = SurfaceCurve(1);
-    if (m_p.surfslodens) input.slope.densityCurve = SurfaceCurve(2);
-    if (m_p.surfsloscal) input.slope.scaleCurve = SurfaceCurve(3);
+    if (m_p.surfaltdens) input.altitude.densityCurve = Curve(kSlotSurfaceCurves, 0);
+    if (m_p.surfaltscal) input.altitude.scaleCurve = Curve(kSlotSurfaceCurves, 1);
+    if (m_p.surfslodens) input.slope.densityCurve = Curve(kSlotSurfaceCurves, 2);
+    if (m_p.surfsloscal) input.slope.scaleCurve = Curve(kSlotSurfaceCurves, 3);
+}
+
+void TInputMaker::SetAreas(TBuildInput& input, Interval* valid) {
+    TAreaScene scene;
+    scene.time = m_time;
+    scene.worldToObject = m_objectInverse;
+    scene.surfaceNodes = m_surfaceNodes;
+    scene.surfaces = input.surfaces;
+    scene.sampler = [this](Texmap* map) { return Sampler(map, "armaplist"); };
+    input.areas = MakeAreaRows(m_object, scene, valid);
+    input.areaRowForSurfaces = HasSurfaceRow(m_object);
+
+    TAreaFalloffs& f = input.areaFalloffs;
+    if (m_p.spdensact) f.densityCurve = Curve(kSlotAreaDensityCurve);
+    if (m_p.spscalact) f.scaleCurve = Curve(kSlotAreaScaleCurve);
+    f.densityInclude = m_p.spdensinc;
+    f.densityExclude = m_p.spdensexc;
+    f.scaleInclude = m_p.spscalinc;
+    f.scaleExclude = m_p.spscalexc;
+    f.heightOnly = m_p.spscalz;
 }
 
 void TInputMaker::SetLookAt(TBuildInput& input) const {
@@ -242,7 +264,9 @@ std::unique_ptr<TBuildInput> TInputMaker::Make(std::vector<TSpecimen> specimens,
     input->render = m_flags.render;
     input->customEdit = m_p.mode != 0;
     input->threads = Threads();
-    input->displayLimit = m_flags.noLimit ? kNoLimit : m_flags.render ? m_p.rmaxitems : m_p.vmaxitems;
+    input->displayLimit = m_flags.noLimit  ? kNoLimit
+                          : m_flags.render ? m_p.rmaxitems
+                                           : m_p.vmaxitems;
     input->renderLimit = m_flags.noLimit ? kNoLimit : m_p.rmaxitems;
     input->renderSkip = m_p.rskip;
     input->distributionMode = m_p.distmode;
@@ -254,16 +278,17 @@ std::unique_ptr<TBuildInput> TInputMaker::Make(std::vector<TSpecimen> specimens,
     input->specimens = std::move(specimens);
     SetSurfaces(*input, rereadSurfaces, valid);
     SetMaps(*input);
+    SetAreas(*input, valid);
     SetGrid(*input);
     SetTransforms(*input);
     SetGeometry(*input);
     SetSurfaceRules(*input);
     SetLookAt(*input);
     SetShadows(*input);
-    TAnimationSettings animation = NormaliseAnimation(
-        {m_p.animation, m_p.animsamples, m_p.animsoffset, m_p.animstart, m_p.animend,
-         m_scene ? m_scene->ticksPerFrame : 160},
-        m_p.animonlyrend, m_flags.render);
+    TAnimationSettings animation =
+        NormaliseAnimation({m_p.animation, m_p.animsamples, m_p.animsoffset, m_p.animstart,
+                            m_p.animend, m_scene ? m_scene->ticksPerFrame : 160},
+                           m_p.animonlyrend, m_flags.render);
     input->transforms.animation = animation.mode;
     input->transforms.animSamples = animation.NumSamples();
     bool many = m_p.autothreads || m_flags.forceThreads > 0;

@@ -19,8 +19,8 @@ public:
     const Matrix3& ObjectTM() const { return m_objectTM; }
     Scene* GetScene() const { return m_scene; }
 
-    // The input; `valid` is narrowed by everything that is read. rereadSurfaces: arrays of an earlier
-    // time or state are made again.
+    // The input; `valid` is narrowed by everything that is read. rereadSurfaces: arrays of an
+    // earlier time or state are made again.
     std::unique_ptr<TBuildInput> Make(std::vector<TSpecimen> specimens, TDensityMap density,
                                       bool rereadSurfaces, Interval* valid);
 
@@ -37,10 +37,11 @@ private:
     void SetGeometry(TBuildInput& input) const;
     void SetSurfaces(TBuildInput& input, bool reread, Interval* valid);
     void SetSurfaceRules(TBuildInput& input);
+    void SetAreas(TBuildInput& input, Interval* valid);
     void SetLookAt(TBuildInput& input) const;
     void SetShadows(TBuildInput& input) const;
     TCurveSampler CurveSampler(DravinSlot slot) const;
-    const FalloffCurve* SurfaceCurve(int index);
+    const FalloffCurve* Curve(DravinSlot slot, int index = 0);
 
     TDravin& m_object;
     const TParameters& m_p;
@@ -50,5 +51,6 @@ private:
     Matrix3 m_objectTM, m_objectInverse;
     std::deque<TTexmapSampler> m_samplers;
     std::deque<FalloffCurve> m_curves;
+    std::vector<INode*> m_surfaceNodes;  // of the input's surfaces
     const IMapSampler* m_distMap = nullptr;
 };

@@ -37,6 +37,9 @@ struct TParameters {
     bool scalelope;
     int surfmode;
     bool randstacked;
+    // areas
+    bool spdensact, spscalact, spscalz;
+    float spdensinc, spdensexc, spscalinc, spscalexc;
     // transform
     bool applytranslation;
     int transxmin, transymin, transzmin, transxmax, transymax, transzmax;

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "Dravin/engine/areas.h"
 #include "Dravin/engine/density_map.h"
 #include "Dravin/engine/falloff_curve.h"
 #include "Dravin/engine/geometry_choice.h"
@@ -25,7 +26,7 @@ enum SurfaceMode { kSurfaceXY = 0, kSurfaceUV = 1 };
 // A surface that items stand on.
 struct TSurfaceInput {
     std::shared_ptr<const TSurfXYArray> array;
-    Matrix3 toObject;    // from the surface's space
+    Matrix3 toObject;  // from the surface's space
     Matrix3 fromObject;
     bool isMoved = false;  // the two differ from the identity
     bool skip = false;
@@ -37,9 +38,9 @@ struct TSurfaceInput {
 // A rule over a measure (altitude or slope): hard limits, or falloff curves over the range.
 struct TRangeRule {
     bool limited = false;
-    float min = 0, max = 0;                       // sorted; slopes in radians
-    const FalloffCurve* densityCurve = nullptr;   // null: off
-    const FalloffCurve* scaleCurve = nullptr;     // null: off
+    float min = 0, max = 0;                      // sorted; slopes in radians
+    const FalloffCurve* densityCurve = nullptr;  // null: off
+    const FalloffCurve* scaleCurve = nullptr;    // null: off
 };
 
 // Which mapping channel each map reads from the surface under an item; -1: the map is not in use.
@@ -55,15 +56,15 @@ struct TBuildInput {
     TimeValue time = 0;
     bool render = false;
     bool customEdit = false;
-    int threads = 1;                     // at least 1
-    int64_t displayLimit = 50000;        // items to keep a display below
-    int64_t renderLimit = 1000000;       // items at which a render build gives up
-    int renderSkip = 0;                  // a render uses every 2^n-th cell
+    int threads = 1;                // at least 1
+    int64_t displayLimit = 50000;   // items to keep a display below
+    int64_t renderLimit = 1000000;  // items at which a render build gives up
+    int renderSkip = 0;             // a render uses every 2^n-th cell
 
     int distributionMode = kDistImage;
     int surfaceMode = kSurfaceXY;
     TGridSettings grid;
-    TDensityMap density;                 // the image; empty with a texture
+    TDensityMap density;                   // the image; empty with a texture
     const IMapSampler* distMap = nullptr;  // the texture
     int distMapChannel = 1;
     bool drawGizmo = false;
@@ -72,16 +73,21 @@ struct TBuildInput {
     TTransformSettings transforms;
     TGeometrySettings geometry;
     const IMapSampler* diversityMap = nullptr;
-    std::vector<TSpecimen> specimens;    // the rows of the geometry list
+    std::vector<TSpecimen> specimens;         // the rows of the geometry list
     TCurveSampler rotationCurve, scaleCurve;  // what `transforms` points to when they are in use
 
     std::vector<TSurfaceInput> surfaces;
-    Box3 surfaceBounds;                  // union of the surfaces' boxes
+    Box3 surfaceBounds;  // union of the surfaces' boxes
     float directionPercent = 100;
     TRangeRule altitude, slope;
     TMapChannels channels;
     bool linkToSurface = true;
 
+    std::vector<TAreaRow> areas;  // active rows of the area list
+    TAreaFalloffs areaFalloffs;
+    // A row stands for the surfaces, active or not; without one they are the ground by themselves
+    // wherever no row includes anything.
+    bool areaRowForSurfaces = false;
     TPointInput points;
 
     // Log lines of level 2.
@@ -89,4 +95,6 @@ struct TBuildInput {
 
     // Groups of the item record that this build fills.
     uint32_t ItemGroupsNeeded() const;
+    // Whether anything asks how far an item is from the borders of its areas.
+    bool NeedsAreaDistances() const;
 };

@@ -14,37 +14,78 @@ void DebugLog(const TBuildInput& input, const std::string& text) {
     if (input.debugLog) input.debugLog(text);
 }
 
-// The groups that the grid runs over. Until areas narrow them, the surfaces are the ground: one
-// group over their common bounds.
-std::vector<TGridGroup> CollectGroups(const TBuildInput& input, const TGeometryChoice& geometry) {
+// The ground that the grid runs over, group by group.
+struct Ground {
+    TAreas areas;
+    TAreas unturned;  // in object space, for groups whose own map takes the surfaces' coordinates
+    TAreaSettings open;  // of surfaces that no area narrows
     std::vector<TGridGroup> groups;
-    if (input.surfaces.empty() || input.surfaceBounds.IsEmpty()) return groups;
-    TGridGroup ground;
-    ground.bounds = Inverse(DistributionFrame(input.grid)).BoxTransform(input.surfaceBounds);
-    ground.rows = geometry.Unrestricted();
-    groups.push_back(std::move(ground));
-    return groups;
+    double measure = 0;  // for the display's decimation
+};
+
+// No row includes anything and none speaks of the surfaces: they are the ground themselves, one
+// group over their common bounds, which every exclude area cuts.
+bool SurfacesAreGround(const TBuildInput& input) {
+    bool included = std::any_of(input.areas.begin(), input.areas.end(),
+                                [](const TAreaRow& row) { return !row.settings.exclude; });
+    return !included && !input.areaRowForSurfaces && !input.surfaces.empty() &&
+           !input.surfaceBounds.IsEmpty();
 }
 
-double Measure(const std::vector<TGridGroup>& groups) {
-    double measure = 0;
-    for (const TGridGroup& g : groups)
-        measure += (double(g.bounds.max.x) - g.bounds.min.x) *
-                   (double(g.bounds.max.y) - g.bounds.min.y);
-    return measure;
+void AddOpenGround(const TBuildInput& input, const TGeometryChoice& geometry,
+                   const Matrix3& toFrame, Ground& ground) {
+    ground.open.order = -1;
+    Box3 bounds = toFrame.BoxTransform(input.surfaceBounds);
+    Point3 width = bounds.Width();
+    ground.measure = double(width.x) * double(width.y);
+    ground.groups.push_back(
+        {bounds, TAreaTest(ground.areas, nullptr, ground.open), geometry.Unrestricted(), 0});
 }
 
-int32_t Decimation(const TBuildInput& input, const std::vector<TGridGroup>& groups) {
+// The areas in the frame of include group i.
+const TAreas& AreasOfGroup(const TBuildInput& input, size_t i, Ground& ground) {
+    TGridSettings settings = GroupGrid(input, ground.areas.include[i].settings);
+    if (DistributionFrame(settings) == DistributionFrame(input.grid)) return ground.areas;
+    if (ground.unturned.include.empty()) ground.unturned = BuildAreas(input.areas, {});
+    return ground.unturned;
+}
+
+std::unique_ptr<Ground> CollectGround(const TBuildInput& input, const TGeometryChoice& geometry) {
+    auto ground = std::make_unique<Ground>();
+    Matrix3 toFrame = Inverse(DistributionFrame(input.grid));
+    ground->areas = BuildAreas(input.areas, toFrame);
+    if (SurfacesAreGround(input)) {
+        AddOpenGround(input, geometry, toFrame, *ground);
+        return ground;
+    }
+    for (size_t i = 0; i < ground->areas.include.size(); ++i) {
+        const TAreas& areas = AreasOfGroup(input, i, *ground);
+        const TAreaGroup& group = areas.include[i];
+        ground->measure += group.Measure();
+        std::optional<TAreaGeometry> rows = geometry.Unrestricted();
+        if (group.settings.geometry) rows = geometry.Restrict(*group.settings.geometry);
+        if (!rows) continue;
+        ground->groups.push_back(
+            {group.bounds, TAreaTest(areas, &group, ground->open), std::move(*rows), int(i)});
+    }
+    return ground;
+}
+
+int32_t Decimation(const TBuildInput& input, double measure) {
     if (input.render) return int32_t{1} << std::clamp(input.renderSkip, 0, 30);
     float coverage = input.grid.hasTexture ? kTextureCoverage : input.density.Coverage();
-    return GridDecimation(input.grid, Measure(groups), coverage, false, input.displayLimit);
+    return GridDecimation(input.grid, measure, coverage, false, input.displayLimit);
 }
 
 TBuildResult DistributeImageXY(const TBuildInput& input, const TGeometryChoice& geometry,
                                TDravinItemList& items, TBuildStatistics& statistics) {
-    std::vector<TGridGroup> groups = CollectGroups(input, geometry);
-    if (groups.empty()) return TBuildResult::kNoAreas;
-    statistics.decimation = Decimation(input, groups);
+    std::unique_ptr<Ground> ground = CollectGround(input, geometry);
+    const std::vector<TGridGroup>& groups = ground->groups;
+    bool nothing = ground->areas.include.empty() && input.surfaceBounds.IsEmpty();
+    if (nothing) return TBuildResult::kNoAreas;
+    statistics.includeGroups = int32_t(std::max(groups.size(), ground->areas.include.size()));
+    statistics.excludeAreas = int32_t(ground->areas.numExcludeAreas);
+    statistics.decimation = Decimation(input, ground->measure);
     DebugLog(input, fmt::format("BuildItemArray->DistributeImageXY ({} areas)", groups.size()));
     for (const TGridGroup& group : groups) {
         TBuildResult result = DistributeGroup(input, geometry, group, statistics.decimation, items,
@@ -86,12 +127,21 @@ uint32_t TBuildInput::ItemGroupsNeeded() const {
     if (!grid) groups |= kGroupSource;
     if (!surfaces.empty()) groups |= kGroupSurface;
     if (channels.Any()) groups |= kGroupUvws;
-    bool scaled = transforms.globalSize || altitude.scaleCurve || slope.scaleCurve || !grid;
+    if (grid && NeedsAreaDistances()) groups |= kGroupBorders;
+    bool scaled = transforms.globalSize || altitude.scaleCurve || slope.scaleCurve ||
+                  areaFalloffs.scaleCurve || !grid;
     if (scaled) groups |= kGroupFactors;
     const TTransformSettings& t = transforms;
     if (t.animation >= kAnimRandom || t.useLookAt || t.horizontalShadow || t.verticalShadow)
         groups |= kGroupLooks;
     return groups;
+}
+
+bool TBuildInput::NeedsAreaDistances() const {
+    if (areas.empty()) return false;
+    if (areaFalloffs.Any() || areaFalloffs.effectsActive) return true;
+    return std::any_of(areas.begin(), areas.end(),
+                       [](const TAreaRow& row) { return row.settings.item.boundaryCheck != 0; });
 }
 
 std::vector<TRowSlice> SplitRows(int64_t rows, int threads) {

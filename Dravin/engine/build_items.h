@@ -7,8 +7,8 @@
 
 // Runs the distribution of the input into `items`, which is emptied and prepared first. Statistics:
 // cells, counts and decimation are set. On a result other than kOk the list is empty. The items are
-// the same for any number of threads. The input must outlive the list, whose items draw their random
-// values again from its settings.
+// the same for any number of threads. The input must outlive the list, whose items draw their
+// random values again from its settings.
 TBuildResult BuildItemArray(const TBuildInput& input, TDravinItemList& items,
                             TBuildStatistics& statistics);
 

@@ -32,9 +32,7 @@ struct LaneSource {
         rejected |= !TNuRandom::IsOpenUnit(f);
         return f;
     }
-    int32_t IRandom(int32_t min, int32_t max) {
-        return TNuRandom::ScaleToRange(Next(), min, max);
-    }
+    int32_t IRandom(int32_t min, int32_t max) { return TNuRandom::ScaleToRange(Next(), min, max); }
 };
 
 // The cells of a batch that pass the map.
@@ -56,7 +54,9 @@ public:
           m_decimation(decimation),
           m_slice(slice),
           m_pipeline(input, geometry, items),
-          m_map(group.map ? group.map : input.distMap),
+          m_row(group.areas),
+          m_rowTest(!group.areas.IsOpen() && !HasOffsets(input)),
+          m_map(group.areas.Settings().map ? group.areas.Settings().map : input.distMap),
           m_mapOnSurface(m_map && input.distMapChannel != 0 && !input.surfaces.empty()),
           m_ownThreshold(std::abs(grid.areaThreshold - input.grid.thresholdPercent) > 0.0001f),
           m_ordinal(input.randomizeStacked ? uint32_t(group.index) : 0),
@@ -67,9 +67,14 @@ public:
         int64_t lastRow = m_grid.firstRow + m_slice.first + m_slice.count;
         for (int64_t row = m_grid.firstRow + m_slice.first; row < lastRow; ++row) {
             if (row % m_decimation != 0) continue;
+            if (m_rowTest) m_row.Start(float(m_grid.Y(row)));
             int64_t endColumn = m_grid.firstColumn + m_grid.columns;
             for (int64_t column = m_grid.firstColumn; column < endColumn; ++column) {
                 if (column % m_decimation != 0) continue;
+                if (m_rowTest && !m_row.Passes(float(m_grid.X(column)))) {
+                    column = std::max(column, LastColumnBefore(m_row.NextInside()));
+                    continue;
+                }
                 AddCell(column, row);
                 if (m_batch->count < kBatch) continue;
                 if (TBuildResult result = Flush(); result != TBuildResult::kOk) return result;
@@ -79,16 +84,30 @@ public:
     }
 
 private:
+    // Members of a group stand beside their cell, where its own test says nothing of them.
+    static bool HasOffsets(const TBuildInput& input) {
+        auto offset = [](const TSpecimenElement& e) { return e.offset != Point3{}; };
+        return std::any_of(input.specimens.begin(), input.specimens.end(), [&](const TSpecimen& s) {
+            return std::any_of(s.elements.begin(), s.elements.end(), offset);
+        });
+    }
+
+    // A column that certainly lies left of x, near it.
+    int64_t LastColumnBefore(float x) const {
+        double column = std::floor((double(x) - m_grid.offsetX) / m_grid.dx) - 2;
+        double last = double(m_grid.firstColumn + m_grid.columns);
+        return int64_t(std::clamp(column, double(m_grid.firstColumn), last));
+    }
+
     // Image: the pixel decides at once. Texture: the cell waits for the batch's evaluation.
     void AddCell(int64_t column, int64_t row) {
         CellBatch& b = *m_batch;
         size_t i = b.count;
         if (!m_map) {
-            const TDensityMap::Pixel& pixel = m_input.density.At(
-                TileOf(column, m_grid.px).pixel, TileOf(row, m_grid.py).pixel);
-            bool passes = m_ownThreshold
-                              ? Luminance(pixel.color) > m_grid.areaThreshold * 0.01f
-                              : pixel.pass > 0.5f;
+            const TDensityMap::Pixel& pixel =
+                m_input.density.At(TileOf(column, m_grid.px).pixel, TileOf(row, m_grid.py).pixel);
+            bool passes = m_ownThreshold ? Luminance(pixel.color) > m_grid.areaThreshold * 0.01f
+                                         : pixel.pass > 0.5f;
             if (!passes) return;
             b.color[i] = {pixel.color.r, pixel.color.g, pixel.color.b, 1};
         }
@@ -128,7 +147,7 @@ private:
         CellBatch& b = *m_batch;
         Keep([&](size_t i) {
             Point3 point = m_grid.rotated ? b.point[i] * m_grid.frame : b.point[i];
-            b.hit[i] = SurfaceHit(m_input, point);
+            b.hit[i] = SurfaceHit(m_input, point, m_group.areas.Settings().surfaces);
             return b.hit[i].has_value();
         });
     }
@@ -177,7 +196,8 @@ private:
     }
 
     void HashCell(size_t i, uint32_t hash[4]) const {
-        TTileIndex c = TileOf(m_batch->column[i], m_grid.px), r = TileOf(m_batch->row[i], m_grid.py);
+        TTileIndex c = TileOf(m_batch->column[i], m_grid.px),
+                   r = TileOf(m_batch->row[i], m_grid.py);
         hash[0] = uint32_t(c.pixel);
         hash[1] = uint32_t(c.tile);
         hash[2] = uint32_t(r.pixel);
@@ -211,19 +231,23 @@ private:
         LaneSource lane{&m_outputs[i]};
         FillRandoms(lane, m_input.transforms, m_pipeline.Ranges(), item);
         if (lane.rejected)
-            RedrawItemRandoms(m_input.transforms, m_pipeline.Ranges(), m_pipeline.Generator(), item);
+            RedrawItemRandoms(m_input.transforms, m_pipeline.Ranges(), m_pipeline.Generator(),
+                              item);
 
         TItemPipeline::TCandidate candidate;
         candidate.point = b.point[i];
         candidate.grid = &m_grid;
         candidate.rows = &m_group.rows;
-        candidate.area = m_group.area;
+        candidate.areas = &m_group.areas;
+        candidate.insideAreas = m_rowTest;
+        candidate.area = m_group.areas.Settings().item;
         candidate.ordinal = m_ordinal;
         candidate.hit = b.hit[i];
         if (NeedsEarlyHit()) {
             if (!candidate.hit)
-                candidate.hit = SurfaceHit(m_input, m_grid.rotated ? b.point[i] * m_grid.frame
-                                                                   : b.point[i]);
+                candidate.hit =
+                    SurfaceHit(m_input, m_grid.rotated ? b.point[i] * m_grid.frame : b.point[i],
+                               m_group.areas.Settings().surfaces);
             if (candidate.hit) m_pipeline.TakeHit(*candidate.hit);
         }
         m_pipeline.ProcessCandidate(candidate);
@@ -235,6 +259,8 @@ private:
     int32_t m_decimation;
     TRowSlice m_slice;
     TItemPipeline m_pipeline;
+    TAreaTest::Row m_row;
+    bool m_rowTest;  // areas are asked a row at a time, before anything else
     const IMapSampler* m_map;
     bool m_mapOnSurface;
     bool m_ownThreshold;
@@ -246,11 +272,20 @@ private:
 
 }  // namespace
 
+TGridSettings GroupGrid(const TBuildInput& input, const TAreaSettings& area) {
+    TGridSettings settings = input.grid;
+    if (!area.map) return settings;
+    settings.hasTexture = true;
+    settings.textureOnSurface = input.distMapChannel != 0 && !input.surfaces.empty();
+    return settings;
+}
+
 TBuildResult DistributeGroup(const TBuildInput& input, const TGeometryChoice& geometry,
                              const TGridGroup& group, int32_t decimation, TDravinItemList& items,
                              int32_t* cells) {
     TGrid grid;
-    TGridResult laid = MakeGrid(input.grid, group.overrides, group.bounds, &grid);
+    TGridResult laid = MakeGrid(GroupGrid(input, group.areas.Settings()),
+                                group.areas.Settings().grid, group.bounds, &grid);
     if (laid == TGridResult::kTooDense) return TBuildResult::kDensityTooHigh;
     if (laid == TGridResult::kEmpty) return TBuildResult::kOk;
     *cells = int32_t(std::min<int64_t>(grid.cells, std::numeric_limits<int32_t>::max()));

@@ -7,13 +7,14 @@
 
 // One include group, as the grid sees it.
 struct TGridGroup {
-    Box3 bounds;                        // distribution frame
-    TGridArea overrides;
-    const IMapSampler* map = nullptr;   // the group's own map instead of the object's; null: none
+    Box3 bounds;      // distribution frame
+    TAreaTest areas;  // with the group's settings
     TAreaGeometry rows;
-    TItemArea area;
     int index = 0;
 };
+
+// The object's settings, with the group's own texture in place of the map.
+TGridSettings GroupGrid(const TBuildInput& input, const TAreaSettings& area);
 
 // Lays the group's grid and distributes it over the build's threads; appends the items in the order
 // of the cells, row by row from the bottom. cells: the grid's cell count, for the statistics.

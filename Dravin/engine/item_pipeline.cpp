@@ -17,12 +17,13 @@ float RulePercent(const FalloffCurve& curve, const TRangeRule& rule, float measu
 
 }  // namespace
 
-std::optional<TItemHit> SurfaceHit(const TBuildInput& input, const Point3& point) {
+std::optional<TItemHit> SurfaceHit(const TBuildInput& input, const Point3& point,
+                                   std::span<const uint8_t> only) {
     std::optional<TItemHit> best;
     float bestZ = kLowest;
     for (size_t s = 0; s < input.surfaces.size(); ++s) {
         const TSurfaceInput& surface = input.surfaces[s];
-        if (surface.skip) continue;
+        if (surface.skip || (!only.empty() && !only[s])) continue;
         Point3 local = surface.isMoved ? point * surface.fromObject : point;
         TSurfHit hit;
         if (!surface.array->CellHit(local.x, local.y, &hit)) continue;
@@ -58,6 +59,7 @@ TItemPipeline::TItemPipeline(const TBuildInput& input, const TGeometryChoice& ge
     : m_input(input),
       m_geometry(geometry),
       m_ranges(TransformRanges(input.transforms)),
+      m_needsDistances(input.NeedsAreaDistances()),
       m_items(items) {
     m_factors.hasSurfaces = !input.surfaces.empty();
 }
@@ -96,8 +98,28 @@ void TItemPipeline::ChooseGeometry(const TCandidate& candidate) {
     Color color = m_item.mapColor.Rgb();
     if (m_input.geometry.mode == kByColorMap && m_input.diversityMap)
         color = m_input.diversityMap->SampleOne({m_item.mapUvws[kDivMap], candidate.point}).Rgb();
-    Point3 position = candidate.grid ? candidate.point * candidate.grid->frame : candidate.point;
+    Point3 position = ToObject(candidate, candidate.point);
     m_item.specimenIndex = m_geometry.Assign(*candidate.rows, m_item.randomB, color, position);
+}
+
+Point3 TItemPipeline::ToObject(const TCandidate& candidate, const Point3& point) const {
+    return candidate.grid && candidate.grid->rotated ? point * candidate.grid->frame : point;
+}
+
+// Include parity, excludes and the falloff around excludes, where the item was born. known: its
+// place has passed the areas already.
+bool TItemPipeline::PassesAreas(const TCandidate& candidate, bool known) {
+    if (!candidate.areas) return true;
+    Point3 point = m_item.position;
+    if (!known && !candidate.areas->Passes({point.x, point.y})) return false;
+    if (!m_needsDistances) return true;
+
+    m_distances = candidate.areas->Distances({point.x, point.y});
+    auto place = [&](Point2 p) { return ToObject(candidate, {p.x, p.y, point.z}); };
+    static_cast<ItemBorders&>(m_item) = {m_distances.include, m_distances.exclude,
+                                         place(m_distances.includeNearest),
+                                         place(m_distances.excludeNearest)};
+    return !ExcludeFalloffRejects(m_input.areaFalloffs, m_distances, m_item.randomA.y);
 }
 
 // One element of a candidate, from its place to its final transform. False: it is dropped.
@@ -105,41 +127,51 @@ bool TItemPipeline::ProcessElement(const TCandidate& candidate, const TSpecimen&
                                    int element) {
     const TSpecimenElement& source = specimen.elements[size_t(element)];
     m_item.partial = 0;
+    if (!m_item.elementMask.IsEmpty()) m_item.elementMask.Clear();
     m_item.position = candidate.point + source.offset;
 
     // Camera density falloff: its place is here, before any other rule.
-    // Areas (include parity, excludes, exclude-side falloff): here, in the distribution frame.
 
-    if (candidate.grid && candidate.grid->rotated)
-        m_item.position = m_item.position * candidate.grid->frame;
+    bool atCell = source.offset == Point3{};
+    if (!PassesAreas(candidate, candidate.insideAreas && atCell)) return false;
+    m_item.position = ToObject(candidate, m_item.position);
     m_item.storedPosition = m_item.position;
     m_item.normal = m_item.sourceTransform.row[2];
 
     Point3 before = m_item.position;
-    TSpecimenSize size = ApplySpecimenAndTranslation(m_input.transforms, m_item, source,
-                                                     candidate.area);
+    TSpecimenSize size =
+        ApplySpecimenAndTranslation(m_input.transforms, m_item, source, candidate.area);
     if (m_item.discarded) return false;
 
-    // Include-side density falloff of areas: here.
+    bool fades = candidate.areas && m_needsDistances;
+    if (fades && IncludeFalloffRejects(m_input.areaFalloffs, candidate.areas->Settings(),
+                                       m_distances, m_item.randomA.y))
+        return false;
 
     ClearHit();
     m_factors.falloffScale = {1, 1, 1};
     if (!m_input.surfaces.empty()) {
-        bool stands = m_item.position == before && source.offset == Point3{};
-        if (!ProjectOnSurfaces(stands ? candidate.hit : std::nullopt)) return false;
+        bool stands = m_item.position == before && atCell;
+        if (!ProjectOnSurfaces(candidate, stands)) return false;
     }
+    if (fades && m_input.areaFalloffs.scaleCurve) ApplyAreaScale(candidate);
 
     // Camera limit: here.
 
     FinishItem(m_input.transforms, m_ranges, m_item, specimen, size, candidate.area, m_factors);
     if (m_item.discarded) return false;
 
-    // Effect programs, then the element mask of partial items: here.
+    // Effect programs: here.
+    if (m_item.partial) HideElementsOutside(candidate, source);
     return true;
 }
 
-bool TItemPipeline::ProjectOnSurfaces(const std::optional<TItemHit>& known) {
-    std::optional<TItemHit> hit = known ? known : SurfaceHit(m_input, m_item.position);
+// stands: the item is still where its candidate was.
+bool TItemPipeline::ProjectOnSurfaces(const TCandidate& candidate, bool stands) {
+    std::optional<TItemHit> hit = stands ? candidate.hit : std::nullopt;
+    std::span<const uint8_t> only;
+    if (candidate.areas) only = candidate.areas->Settings().surfaces;
+    if (!hit) hit = SurfaceHit(m_input, m_item.position, only);
     if (!hit) return false;
     TakeHit(*hit);
     m_item.position = hit->point;
@@ -153,4 +185,25 @@ bool TItemPipeline::ProjectOnSurfaces(const std::optional<TItemHit>& known) {
     float scale = RuleScale(m_input.altitude, altitude) * RuleScale(m_input.slope, slope);
     m_factors.falloffScale = {scale, scale, scale};
     return true;
+}
+
+void TItemPipeline::ApplyAreaScale(const TCandidate& candidate) {
+    float f = AreaScaleFalloff(m_input.areaFalloffs, candidate.areas->Settings(), m_distances);
+    Point3& scale = m_factors.falloffScale;
+    scale.z *= f;
+    if (!m_input.areaFalloffs.heightOnly) scale.x *= f, scale.y *= f;
+}
+
+// The connected parts of the item's mesh that stand outside its areas are not drawn.
+void TItemPipeline::HideElementsOutside(const TCandidate& candidate,
+                                        const TSpecimenElement& source) {
+    if (!candidate.areas || source.partCentroids.empty()) return;
+    Matrix3 place = ItemTransform(m_item, m_input.transforms.scaleOnSlope);
+    BitArray hidden(source.partCentroids.size());
+    for (size_t i = 0; i < source.partCentroids.size(); ++i) {
+        Point3 p = source.partCentroids[i] * place;
+        if (candidate.grid && candidate.grid->rotated) p = p * candidate.grid->frameInverse;
+        if (!candidate.areas->Passes({p.x, p.y})) hidden.Set(i);
+    }
+    m_item.elementMask = TBitArray(std::move(hidden));
 }

@@ -12,14 +12,16 @@
 
 // A hit on the surfaces, in object space.
 struct TItemHit {
-    TSurfHit local;             // in the surface's own space
-    size_t surface = 0;         // index into the input's surfaces
+    TSurfHit local;      // in the surface's own space
+    size_t surface = 0;  // index into the input's surfaces
     Point3 point;
     Point3 faceNormal;
 };
 
-// Topmost hit over all surfaces that are not skipped. None where the point misses them all.
-std::optional<TItemHit> SurfaceHit(const TBuildInput& input, const Point3& point);
+// Topmost hit over all surfaces that are not skipped; when `only` is not empty, over those whose
+// flag is set in it. None where the point misses them all.
+std::optional<TItemHit> SurfaceHit(const TBuildInput& input, const Point3& point,
+                                   std::span<const uint8_t> only = {});
 
 // Working normal between the face normal (0 %) and straight up (100 %) or down (-100 %).
 Point3 WorkingNormal(const Point3& faceNormal, float directionPercent);
@@ -31,15 +33,18 @@ float RuleScale(const TRangeRule& rule, float measure);
 
 class TItemPipeline {
 public:
-    TItemPipeline(const TBuildInput& input, const TGeometryChoice& geometry, TDravinItemList& items);
+    TItemPipeline(const TBuildInput& input, const TGeometryChoice& geometry,
+                  TDravinItemList& items);
 
     // What a candidate starts from; the item's seed and random values are set before.
     struct TCandidate {
-        Point3 point;                    // distribution frame
-        const TGrid* grid = nullptr;     // null: points in object space
+        Point3 point;                 // distribution frame
+        const TGrid* grid = nullptr;  // null: points in object space
         const TAreaGeometry* rows = nullptr;
+        const TAreaTest* areas = nullptr;  // null: no areas; only together with a grid
+        bool insideAreas = false;          // the point itself is known to pass them
         TItemArea area;
-        uint32_t ordinal = 0;            // of the task's group, for elements after the first
+        uint32_t ordinal = 0;  // of the task's group, for elements after the first
         // Hit of the point itself, when a map has asked for it already.
         std::optional<TItemHit> hit;
     };
@@ -59,7 +64,11 @@ public:
 private:
     void ChooseGeometry(const TCandidate& candidate);
     bool ProcessElement(const TCandidate& candidate, const TSpecimen& specimen, int element);
-    bool ProjectOnSurfaces(const std::optional<TItemHit>& known);
+    bool PassesAreas(const TCandidate& candidate, bool known);
+    Point3 ToObject(const TCandidate& candidate, const Point3& point) const;
+    bool ProjectOnSurfaces(const TCandidate& candidate, bool stands);
+    void ApplyAreaScale(const TCandidate& candidate);
+    void HideElementsOutside(const TCandidate& candidate, const TSpecimenElement& source);
 
     const TBuildInput& m_input;
     const TGeometryChoice& m_geometry;
@@ -67,6 +76,8 @@ private:
     TNuRandom m_generator{123456};
     TDravinItem m_item;
     TFinishFactors m_factors;
+    bool m_needsDistances;
+    TAreaDistances m_distances;  // of the working item
     TDravinItemList& m_items;
     TDravinItemList::Appender m_appender = nullptr;
     size_t m_produced = 0;

@@ -1,0 +1,170 @@
+#include "Dravin/build/area_input.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+#include "Dravin/dravin.h"
+#include "Dravin/geometry/area_texts.h"
+#include "host/base/log.h"
+#include "host/geom/mesh_adjacency.h"
+#include "host/scene/node.h"
+
+using namespace areaParams;
+
+namespace {
+
+// One row of the parallel lists; an element that is not there has the list's default.
+class ListRow {
+public:
+    ListRow(const IParamBlock2& block, int row, TimeValue t, Interval* valid)
+        : m_block(block), m_row(row), m_time(t), m_valid(valid) {}
+
+    float Float(ParamID id) const {
+        return Has(id) ? m_block.GetFloat(id, m_time, m_row, m_valid) : float(Default(id));
+    }
+    int Int(ParamID id) const {
+        return Has(id) ? m_block.GetInt(id, m_time, m_row, m_valid) : int(Default(id));
+    }
+    bool Bool(ParamID id) const { return Int(id) != 0; }
+    std::string Text(ParamID id) const {
+        return Has(id) ? m_block.GetString(id, m_time, m_row) : "";
+    }
+    INode* Node(ParamID id) const { return Has(id) ? m_block.GetNode(id, m_time, m_row) : nullptr; }
+    Texmap* Map(ParamID id) const {
+        return Has(id) ? m_block.GetTexmap(id, m_time, m_row) : nullptr;
+    }
+    TPaintShape* Paint() const {
+        if (!Has(kArpaintlist)) return nullptr;
+        return dynamic_cast<TPaintShape*>(m_block.GetReference(kArpaintlist, m_time, m_row));
+    }
+    int Index() const { return m_row; }
+
+private:
+    bool Has(ParamID id) const { return m_row < m_block.Count(id); }
+    double Default(ParamID id) const {
+        const ParamValue& value = m_block.GetDesc().Find(id)->defaultValue;
+        if (auto* f = std::get_if<float>(&value)) return *f;
+        if (auto* i = std::get_if<int32_t>(&value)) return *i;
+        return 0;
+    }
+
+    const IParamBlock2& m_block;
+    int m_row;
+    TimeValue m_time;
+    Interval* m_valid;
+};
+
+std::vector<uint8_t> SurfaceFlags(const ListRow& row, const TAreaScene& scene) {
+    std::vector<std::string> names = ParseSurfaceNames(row.Text(kArsurfidlist));
+    std::vector<uint8_t> flags;
+    if (names.empty()) return flags;
+    for (INode* node : scene.surfaceNodes)
+        flags.push_back(std::find(names.begin(), names.end(), node->GetName()) != names.end());
+    if (std::find(flags.begin(), flags.end(), 1) == flags.end())
+        LogWarning(
+            fmt::format("area \"{}\" places no items: none of the surfaces it names is one "
+                        "of the object's",
+                        row.Text(kArnamelist)));
+    return flags;
+}
+
+TAreaSettings ReadSettings(const ListRow& row, const TAreaScene& scene) {
+    TAreaSettings s;
+    s.order = row.Index();
+    s.exclude = row.Bool(kArincexclist);
+    s.bandWidth = row.Float(kArwidthlist);
+    s.grid = {row.Float(kArscalelist), row.Float(kArthresholdlist)};
+    if (Texmap* map = row.Map(kArmaplist)) s.map = scene.sampler(map);
+    s.densityFalloffPercent = row.Float(kArflafdenslist);
+    s.scaleFalloffPercent = row.Float(kArflafscalist);
+    s.invertFalloff = row.Bool(kArflinvlist);
+    if (row.Bool(kArselspeclist)) s.geometry = row.Text(kArspeclist);
+    s.item = {row.Float(kArzoffset), row.Int(kArboundchecklist)};
+    if (!scene.surfaces.empty()) s.surfaces = SurfaceFlags(row, scene);
+    return s;
+}
+
+// The lines of a spline, or the border of a mesh that stands in for one.
+PolyShape ShapeOf(INode& node, const TAreaScene& scene, Interval* valid) {
+    PolyShape shape;
+    Object* object = node.GetObjectRef();
+    if (!object) return shape;
+    *valid &= object->ObjectValidity(scene.time);
+    if (auto* spline = dynamic_cast<ShapeObject*>(object))
+        shape = spline->GetPolyShape(scene.time);
+    else if (std::shared_ptr<const Mesh> mesh = object->GetRenderMesh(scene.time))
+        shape = BorderOutline(*mesh);
+    shape.Transform(node.GetObjectTM(scene.time) * scene.worldToObject);
+    return shape;
+}
+
+// A surface's outline; a closed one has none and gives the rectangle of its bounds.
+PolyShape SurfaceOutline(const TSurfaceInput& surface) {
+    PolyShape shape = BorderOutline(surface.array->GetMesh());
+    if (shape.lines.empty()) {
+        Box2 b = surface.array->GridBounds();
+        if (b.IsEmpty()) return {};
+        float top = surface.array->Bounds().max.z;
+        shape.lines = {{{{b.min.x, b.min.y, top},
+                         {b.max.x, b.min.y, top},
+                         {b.max.x, b.max.y, top},
+                         {b.min.x, b.max.y, top}},
+                        true}};
+    }
+    shape.Transform(surface.toObject);
+    return shape;
+}
+
+// One row a surface, each on its own surface only.
+void AddSurfaceRows(const ListRow& row, const TAreaScene& scene, std::vector<TAreaRow>& rows) {
+    TAreaSettings settings = ReadSettings(row, scene);
+    std::vector<uint8_t> named = std::move(settings.surfaces);
+    for (size_t s = 0; s < scene.surfaces.size(); ++s) {
+        if (!named.empty() && !named[s]) continue;
+        TAreaRow& area = rows.emplace_back();
+        area.settings = settings;
+        area.settings.surfaces.assign(scene.surfaces.size(), 0);
+        area.settings.surfaces[s] = 1;
+        area.shape = SurfaceOutline(scene.surfaces[s]);
+        area.oneGroup = true;
+    }
+}
+
+void AddLineRow(const ListRow& row, const TAreaScene& scene, PolyShape shape,
+                std::vector<TAreaRow>& rows) {
+    if (shape.lines.empty()) return;
+    TAreaRow& area = rows.emplace_back();
+    area.settings = ReadSettings(row, scene);
+    area.shape = std::move(shape);
+    area.forceOpen = row.Bool(kArforceopenlist);
+}
+
+void AddRow(const ListRow& row, const TAreaScene& scene, Interval* valid,
+            std::vector<TAreaRow>& rows) {
+    int type = row.Int(kArtypelist);
+    INode* node = row.Node(kArnodelist);
+    if (type == kAreaSurface) AddSurfaceRows(row, scene, rows);
+    if (type == kAreaPaint && row.Paint()) AddLineRow(row, scene, row.Paint()->shape, rows);
+    if (type == kAreaSpline && node) AddLineRow(row, scene, ShapeOf(*node, scene, valid), rows);
+}
+
+}  // namespace
+
+std::vector<TAreaRow> MakeAreaRows(const TDravin& object, const TAreaScene& scene,
+                                   Interval* valid) {
+    const IParamBlock2& block = object.Block(kAreaParams);
+    std::vector<TAreaRow> rows;
+    for (int i = 0; i < block.Count(kArnamelist); ++i) {
+        ListRow row(block, i, scene.time, valid);
+        if (row.Bool(kPfAractivelist)) AddRow(row, scene, valid, rows);
+    }
+    return rows;
+}
+
+bool HasSurfaceRow(const TDravin& object) {
+    const IParamBlock2& block = object.Block(kAreaParams);
+    for (int i = 0; i < block.Count(kArnamelist); ++i)
+        if (ListRow(block, i, 0, nullptr).Int(kArtypelist) == kAreaSurface) return true;
+    return false;
+}

@@ -1,0 +1,31 @@
+// Turns the area list of a scatter object into rows of outlines for the engine.
+#pragma once
+
+#include <functional>
+#include <span>
+#include <vector>
+
+#include "Dravin/engine/build_input.h"
+#include "host/scene/texmap.h"
+
+class INode;
+class TDravin;
+
+// Where the rows are read.
+struct TAreaScene {
+    TimeValue time = 0;
+    Matrix3 worldToObject;
+    // The object's surfaces with their nodes, index by index.
+    std::span<INode* const> surfaceNodes;
+    std::span<const TSurfaceInput> surfaces;
+    // A texture ready for evaluation; null when it cannot be had.
+    std::function<const IMapSampler*(Texmap*)> sampler;
+};
+
+// The active rows in list order; rows without an outline are left out, those that name something
+// wrong with a warning. A row of surfaces gives one row a surface. `valid` is narrowed by what is
+// read.
+std::vector<TAreaRow> MakeAreaRows(const TDravin& object, const TAreaScene& scene, Interval* valid);
+
+// Whether the list has a row that stands for the surfaces, active or not.
+bool HasSurfaceRow(const TDravin& object);

@@ -1,0 +1,68 @@
+// Flat regions that areas are made of: a closed polygon, or a band along a line.
+//
+// A polygon's inside is even-odd: a point is inside when the ray towards +x crosses its edges an
+// odd number of times. An edge counts when its y range, closed below and open above, holds the
+// point's y, and its crossing lies strictly to the right; so a row through a corner counts it once.
+// A band is the union of one rectangle a segment, each tested the same way.
+//
+// Points and distances are in the plane of the distribution. Regions never change once made and
+// are shared by threads.
+#pragma once
+
+#include <array>
+#include <span>
+#include <vector>
+
+#include "Dravin/engine/box_tree.h"
+
+class TPolyArea {
+public:
+    // A closed polygon; its last corner runs back to its first. All coordinates are finite.
+    static TPolyArea Polygon(std::span<const Point2> corners);
+    // Rectangles of half-width `halfWidth` along the segments of a line; those without length are
+    // left out.
+    static TPolyArea Band(std::span<const Point2> points, bool closed, float halfWidth);
+
+    bool Inside(Point2 p) const;
+
+    struct TBorder {
+        float distance;  // at least 0
+        Point2 nearest;
+    };
+    // Nearest point of the border, from either side of it. In a band, ends of rectangles inside
+    // the line are no border.
+    TBorder NearestBorder(Point2 p) const;
+
+    // Appends the places where a row enters or leaves the region, in ascending order: (x, y) is
+    // inside exactly when an odd number of them is greater than x.
+    void AppendRowCrossings(float y, std::vector<float>& crossings) const;
+
+    bool IsEmpty() const { return m_edges.empty(); }
+    // Box of the region.
+    const Box2& Bounds() const { return m_bounds; }
+    // Enclosed surface of a polygon; sum of a band's rectangles.
+    double Measure() const { return m_measure; }
+
+private:
+    struct Edge {
+        Point2 a, b;
+    };
+    // One piece of a band; u runs along the segment.
+    struct Piece {
+        Point2 start, along;
+        float length;
+        bool startsLine, endsLine;  // its end edge is a border of the band
+    };
+
+    bool InPiece(size_t piece, Point2 p) const;
+    bool PieceRow(size_t piece, float y, float* enters, float* leaves) const;
+    TBorder BorderOfPiece(const Piece& piece, Point2 p) const;
+    TBorder NearestEdge(Point2 p) const;
+
+    std::vector<Edge> m_edges;    // of a band: four a piece
+    std::vector<Piece> m_pieces;  // none: a polygon
+    TBoxTree m_tree;              // over the edges, or over the pieces
+    float m_halfWidth = 0;
+    Box2 m_bounds;
+    double m_measure = 0;
+};

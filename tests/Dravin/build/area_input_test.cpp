@@ -1,0 +1,154 @@
+#include "Dravin/build/area_input.h"
+
+#include <gtest/gtest.h>
+
+#include "Dravin/dravin.h"
+#include "Dravin/geometry/area_texts.h"
+#include "host/base/log.h"
+#include "host/geom/primitives.h"
+#include "host/scene/host_context.h"
+#include "host/scene/scene.h"
+
+using namespace areaParams;
+
+namespace {
+
+class AreaInput : public testing::Test {
+protected:
+    HostContext host;
+    Scene scene;
+    std::shared_ptr<TDravin> object = TDravin::Create();
+    std::vector<INode*> surfaceNodes;
+    std::vector<TSurfaceInput> surfaces;
+    std::vector<std::string> log;
+    LogSink oldSink;
+    TAreaScene where;
+
+    void SetUp() override {
+        oldSink = SetLogSink([this](LogKind, const std::string& text) { log.push_back(text); });
+    }
+    void TearDown() override { SetLogSink(oldSink); }
+
+    std::shared_ptr<INode> Add(const std::string& name, std::shared_ptr<Object> shown,
+                               const Point3& position = {}) {
+        auto node = INode::Create(name, std::move(shown));
+        node->SetLocalTM(Matrix3::Translation(position));
+        scene.AddNode(node);
+        return node;
+    }
+    std::shared_ptr<INode> AddMesh(const std::string& name, Mesh mesh) {
+        return Add(name, std::make_shared<TriObject>(std::make_shared<Mesh>(std::move(mesh))));
+    }
+    static std::shared_ptr<ShapeObject> Line(bool closed) {
+        auto shape = std::make_shared<ShapeObject>();
+        shape->shape.splines = {{{{{0, 0, 1}}, {{4, 0, 1}}, {{4, 3, 1}}}, closed}};
+        return shape;
+    }
+    IParamBlock2& Rows() { return object->Block(kAreaParams); }
+    // A row with the lists that decide its kind; all others keep their defaults.
+    void AddRow(int type, std::shared_ptr<INode> node = nullptr, bool exclude = false) {
+        for (ParamID id : {kArnamelist, kPfAractivelist, kArnodelist, kArtypelist, kArincexclist,
+                           kArpaintlist, kArsurfidlist})
+            Rows().Append(id);
+        int row = Rows().Count(kArnamelist) - 1;
+        Rows().SetValue(kArtypelist, 0, type, row);
+        Rows().SetValue(kArincexclist, 0, int(exclude), row);
+        if (node) Rows().SetValue(kArnodelist, 0, node, row);
+    }
+    void AddSurface(std::shared_ptr<INode> node) {
+        surfaceNodes.push_back(node.get());
+        auto array = std::make_shared<TSurfXYArray>(node->GetObjectRef()->GetRenderMesh(0));
+        surfaces.emplace_back(array, node->GetObjectTM(0));
+    }
+    std::vector<TAreaRow> Make() {
+        where.surfaceNodes = surfaceNodes;
+        where.surfaces = surfaces;
+        where.sampler = [](Texmap*) { return nullptr; };
+        Interval valid = Interval::Forever();
+        return MakeAreaRows(*object, where, &valid);
+    }
+};
+
+TEST_F(AreaInput, SplinesComeInTheObjectsSpace) {
+    AddRow(kAreaSpline, Add("line", Line(true), {10, 0, 0}));
+    where.worldToObject = Matrix3::Translation({0, -5, 0});
+    std::vector<TAreaRow> rows = Make();
+    ASSERT_EQ(rows.size(), 1u);
+    ASSERT_EQ(rows[0].shape.lines.size(), 1u);
+    EXPECT_TRUE(rows[0].shape.lines[0].closed);
+    EXPECT_EQ(rows[0].shape.lines[0].points[1], (Point3{14, -5, 1}));
+    EXPECT_FALSE(rows[0].settings.exclude);
+}
+
+TEST_F(AreaInput, ListsThatAreTooShortReadAsTheirDefaults) {
+    AddRow(kAreaSpline, Add("line", Line(false)));
+    const TAreaSettings settings = Make()[0].settings;
+    EXPECT_EQ(settings.bandWidth, 10);
+    EXPECT_EQ(settings.grid.scalePercent, 100);
+    EXPECT_EQ(settings.densityFalloffPercent, 100);
+    EXPECT_FALSE(settings.geometry);
+}
+
+TEST_F(AreaInput, RowsKeepTheirPlaceInTheListWhenOthersAreOff) {
+    AddRow(kAreaSpline, Add("a", Line(true)));
+    AddRow(kAreaSpline, Add("b", Line(true)), true);
+    Rows().SetValue(kPfAractivelist, 0, false, 0);
+    std::vector<TAreaRow> rows = Make();
+    ASSERT_EQ(rows.size(), 1u);
+    EXPECT_EQ(rows[0].settings.order, 1);
+    EXPECT_TRUE(rows[0].settings.exclude);
+}
+
+TEST_F(AreaInput, AMeshStandsInForASplineByItsBorder) {
+    AddRow(kAreaSpline, AddMesh("plate", MakePlane(4, 2, 1)));
+    std::vector<TAreaRow> rows = Make();
+    ASSERT_EQ(rows[0].shape.lines.size(), 1u);
+    EXPECT_EQ(rows[0].shape.lines[0].points.size(), 4u);
+    EXPECT_EQ(rows[0].shape.BoundingBox().max, (Point3{2, 1, 0}));
+}
+
+TEST_F(AreaInput, PaintHoldsItsOwnPolygons) {
+    AddRow(kAreaPaint);
+    EXPECT_TRUE(Make().empty());
+    auto paint = std::make_shared<TPaintShape>();
+    paint->shape.lines = {{{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, true}};
+    Rows().SetValue(kArpaintlist, 0, paint, 0);
+    EXPECT_EQ(Make()[0].shape, paint->shape);
+}
+
+TEST_F(AreaInput, ASurfaceRowGivesEachSurfaceItsOutline) {
+    AddSurface(AddMesh("plate", MakePlane(4, 2, 1)));
+    AddSurface(AddMesh("ball", MakeSphere(3, 16)));
+    AddRow(kAreaSurface);
+    std::vector<TAreaRow> rows = Make();
+    ASSERT_EQ(rows.size(), 2u);
+    EXPECT_EQ(rows[0].settings.surfaces, (std::vector<uint8_t>{1, 0}));
+    EXPECT_EQ(rows[1].settings.surfaces, (std::vector<uint8_t>{0, 1}));
+    EXPECT_TRUE(rows[1].oneGroup);
+    // A ball has no border: the rectangle of its bounds, at its top.
+    EXPECT_EQ(rows[1].shape.lines[0].points.size(), 4u);
+    EXPECT_FLOAT_EQ(rows[1].shape.BoundingBox().max.z, surfaces[1].array->Bounds().max.z);
+    EXPECT_TRUE(HasSurfaceRow(*object));
+}
+
+TEST_F(AreaInput, SurfacesAreNamedOneALine) {
+    AddSurface(AddMesh("plate", MakePlane(4, 2, 1)));
+    AddSurface(AddMesh("roof", MakePlane(4, 2, 1)));
+    AddRow(kAreaSpline, Add("line", Line(true)));
+    EXPECT_TRUE(Make()[0].settings.surfaces.empty());
+    Rows().SetValue(kArsurfidlist, 0, "roof\nelsewhere", 0);
+    EXPECT_EQ(Make()[0].settings.surfaces, (std::vector<uint8_t>{0, 1}));
+    EXPECT_TRUE(log.empty());
+    Rows().SetValue(kArsurfidlist, 0, "elsewhere", 0);
+    EXPECT_EQ(Make()[0].settings.surfaces, (std::vector<uint8_t>{0, 0}));
+    EXPECT_EQ(log.size(), 1u);
+}
+
+TEST_F(AreaInput, ARowWithoutItsNodeIsLeftOut) {
+    AddRow(kAreaSpline);
+    AddRow(kAreaSpline, Add("empty", std::make_shared<DummyObject>()));
+    EXPECT_TRUE(Make().empty());
+    EXPECT_FALSE(HasSurfaceRow(*object));
+}
+
+}  // namespace
