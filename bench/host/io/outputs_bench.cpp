@@ -63,7 +63,7 @@ private:
 };
 
 std::string OutputPath(const char* name) {
-    return (std::filesystem::temp_directory_path() / (std::string("dravin_bench_") + name))
+    return (std::filesystem::temp_directory_path() / (std::string("dravin_bench.") + name))
         .string();
 }
 
