@@ -40,7 +40,16 @@ Json ParameterJson(const ParamDef& def) {
             {"animatable", def.animatable},
             {"read_only", def.readOnly},
             {"label", def.label},
-            {"meaning", def.meaning}};
+            {"meaning", def.meaning},
+            {"entries", def.entries}};
+}
+
+// "0 Off, 1 On": the values that have names.
+std::string EntriesText(const ParamDef& def) {
+    std::string text;
+    for (size_t i = 0; i < def.entries.size(); ++i)
+        text += fmt::format("{}{} {}", i ? ", " : "", i, def.entries[i]);
+    return text;
 }
 
 bool Matches(const ParamBlockDesc2& block, const ParamDef& def, const std::string& filter) {
@@ -64,6 +73,7 @@ void PrintTable(const ParamBlockDesc2& block, const std::string& filter) {
         if (def.readOnly) facts += facts.empty() ? "read-only" : ", read-only";
         PrintResult(fmt::format("  {:>3}  {:<20} {:<18} {}", def.id, def.name, type, facts));
         if (!def.meaning.empty()) PrintResult(fmt::format("       {}", def.meaning));
+        if (!def.entries.empty()) PrintResult(fmt::format("       {}", EntriesText(def)));
     }
 }
 
