@@ -196,13 +196,23 @@ void TInputMaker::SetSurfaces(TBuildInput& input, bool reread, Interval* valid) 
         Matrix3 toObject = node->GetObjectTM(m_time) * m_objectInverse;
         input.surfaceBounds += BoundsInObject(*array, toObject);
         input.surfaces.emplace_back(std::move(array), toObject);
+        if (kind) SetUvSurface(node, input.surfaces.back());
         m_surfaceNodes.push_back(node);
     }
+}
+
+void TInputMaker::SetUvSurface(INode* node, TSurfaceInput& surface) const {
+    int channel = m_p.distmapchan != 0 ? m_p.distmapchan : 1;
+    surface.uv = DravinGlobals().surfaces.GetUv(node, 1, channel, Threads());
+    if (!surface.uv)
+        LogWarning(fmt::format("surface \"{}\" is left out: it has no mapping channel {}",
+                               node->GetName(), channel));
 }
 
 void TInputMaker::SetSurfaceRules(TBuildInput& input) {
     input.directionPercent = m_p.scalelope ? 0 : float(m_p.direction);
     input.linkToSurface = m_p.linkeditsurf;
+    input.uv = {m_p.uvalign, m_p.uvscalex, m_p.uvscaley, m_p.uvmultscalex, m_p.uvmultscaley};
     input.altitude.limited = m_p.altlimited;
     SortedRange(m_p.altmin, m_p.altmax, input.altitude);
     input.slope.limited = m_p.slopelimited;

@@ -36,6 +36,7 @@ private:
     void SetMaps(TBuildInput& input);
     void SetGeometry(TBuildInput& input) const;
     void SetSurfaces(TBuildInput& input, bool reread, Interval* valid);
+    void SetUvSurface(INode* node, TSurfaceInput& surface) const;
     void SetSurfaceRules(TBuildInput& input);
     void SetAreas(TBuildInput& input, Interval* valid);
     void SetLookAt(TBuildInput& input) const;

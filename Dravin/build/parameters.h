@@ -36,6 +36,8 @@ struct TParameters {
     int direction;
     bool scalelope;
     int surfmode;
+    bool uvalign, uvscalex, uvscaley;
+    float uvmultscalex, uvmultscaley;
     bool randstacked;
     // areas
     bool spdensact, spscalact, spscalz;

@@ -24,6 +24,7 @@ TSurfaceCache::Entry* TSurfaceCache::Build(INode* node, int kind, TimeValue t, i
     if (!mesh) return nullptr;
     auto entry = std::make_unique<Entry>();
     entry->node = std::static_pointer_cast<INode>(node->shared_from_this());
+    entry->mesh = mesh;
     entry->array = std::make_shared<TSurfXYArray>(std::move(mesh), threads);
     entry->time = t;
     ++m_built;
@@ -52,4 +53,13 @@ void TSurfaceCache::Sweep(std::span<const Use> uses) {
         });
     });
     m_sweeping = false;
+}
+
+std::shared_ptr<const TSurfUVArray> TSurfaceCache::GetUv(INode* node, int kind, int channel,
+                                                         int threads) {
+    Entry* entry = Find(node, kind);
+    if (!entry) return nullptr;
+    auto [it, isNew] = entry->uv.try_emplace(channel);
+    if (isNew) it->second = TSurfUVArray::Make(entry->mesh, channel, threads);
+    return it->second;
 }

@@ -11,6 +11,7 @@
 #include <span>
 
 #include "Dravin/engine/surface_array.h"
+#include "Dravin/engine/surface_uv.h"
 #include "host/scene/node.h"
 
 class TSurfaceCache {
@@ -21,6 +22,10 @@ public:
     // The array at time t: an entry of another time is built again, and every entry when `reread`.
     std::shared_ptr<const TSurfXYArray> GetAt(INode* node, int kind, TimeValue t, bool reread,
                                               int threads);
+
+    // The array of a mapping channel of an entry that Get or GetAt made; null when the mesh has
+    // no such mapping.
+    std::shared_ptr<const TSurfUVArray> GetUv(INode* node, int kind, int channel, int threads);
 
     // One surface in use by an object of the scene.
     struct Use {
@@ -39,7 +44,9 @@ public:
 private:
     struct Entry : ReferenceMaker {
         Reference<INode> node{this};
+        std::shared_ptr<const Mesh> mesh;
         std::shared_ptr<const TSurfXYArray> array;
+        std::map<int, std::shared_ptr<const TSurfUVArray>> uv;  // by mapping channel
         TimeValue time = 0;
         bool stale = false;  // the node or its object changed
 

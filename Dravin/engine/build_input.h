@@ -17,6 +17,7 @@
 #include "Dravin/engine/grid.h"
 #include "Dravin/engine/point_input.h"
 #include "Dravin/engine/surface_array.h"
+#include "Dravin/engine/surface_uv.h"
 #include "Dravin/engine/transforms.h"
 #include "host/math/interval.h"
 
@@ -28,6 +29,7 @@ struct TSurfaceInput {
     std::shared_ptr<const TSurfXYArray> array;
     Matrix3 toObject;  // from the surface's space
     Matrix3 fromObject;
+    std::shared_ptr<const TSurfUVArray> uv;  // in UV mode; null without that mapping
     bool isMoved = false;  // the two differ from the identity
     bool skip = false;
 
@@ -50,6 +52,13 @@ struct TMapChannels {
     bool Any() const {
         return std::any_of(std::begin(channel), std::end(channel), [](int c) { return c >= 0; });
     }
+};
+
+// How items follow the mapping of their surface in UV mode.
+struct TUvSettings {
+    bool align = true;                // x axes along the u direction
+    bool scaleU = false, scaleV = false;
+    float multiplierU = 1, multiplierV = 1;
 };
 
 struct TBuildInput {
@@ -89,6 +98,7 @@ struct TBuildInput {
     // wherever no row includes anything.
     bool areaRowForSurfaces = false;
     TPointInput points;
+    TUvSettings uv;
 
     // Log lines of level 2.
     std::function<void(const std::string&)> debugLog;

@@ -7,6 +7,7 @@
 
 #include "Dravin/engine/distribute_grid.h"
 #include "Dravin/engine/distribute_points.h"
+#include "Dravin/engine/distribute_uv.h"
 
 namespace {
 
@@ -102,8 +103,7 @@ TBuildResult Distribute(const TBuildInput& input, const TGeometryChoice& geometr
         return DistributeImageXY(input, geometry, items, statistics);
     if (input.distributionMode != kDistImage)
         return DistributePoints(input, geometry, items, statistics);
-    // The distribution over texture coordinates takes its place here.
-    return TBuildResult::kOk;
+    return DistributeImageUV(input, geometry, items, statistics);
 }
 
 // Draws an item's random values again from the settings of its build.
@@ -124,12 +124,13 @@ uint32_t TBuildInput::ItemGroupsNeeded() const {
     uint32_t groups = 0;
     bool grid = distributionMode == kDistImage && !customEdit;
     if (grid) groups |= kGroupCell;
-    if (!grid) groups |= kGroupSource;
+    bool mapped = surfaceMode == kSurfaceUV;
+    if (!grid || mapped) groups |= kGroupSource;
     if (!surfaces.empty()) groups |= kGroupSurface;
     if (channels.Any()) groups |= kGroupUvws;
     if (grid && NeedsAreaDistances()) groups |= kGroupBorders;
     bool scaled = transforms.globalSize || altitude.scaleCurve || slope.scaleCurve ||
-                  areaFalloffs.scaleCurve || !grid;
+                  areaFalloffs.scaleCurve || !grid || mapped;
     if (scaled) groups |= kGroupFactors;
     const TTransformSettings& t = transforms;
     if (t.animation >= kAnimRandom || t.useLookAt || t.horizontalShadow || t.verticalShadow)

@@ -18,18 +18,19 @@ Matrix3 DistributionFrame(const TGridSettings& s) {
 }
 
 TGridResult MakeGrid(const TGridSettings& s, const TGridArea& area, const Box3& bounds,
-                     TGrid* grid) {
+                     TGrid* grid, double perUnit) {
     TGrid g;
     g.px = std::max(1, s.hasTexture ? s.pixelsX : s.imageWidth);
     g.py = std::max(1, s.hasTexture ? (s.lockRatio ? s.pixelsX : s.pixelsY) : s.imageHeight);
     double scale = double(area.scalePercent) * 0.01;
-    g.dx = double(s.unitsX) * scale / g.px;
+    g.dx = double(s.unitsX) * scale / g.px / perUnit;
     // With locked ratio the second size is computed in single precision; saved scenes rely on it.
     g.dy = s.lockRatio ? double(float(g.dx) * float(g.py) / float(g.px))
-                       : double(s.unitsY) * scale / g.py;
-    if (!(g.dx >= kSmallestCell) || !(g.dy >= kSmallestCell)) return TGridResult::kEmpty;
-    g.offsetX = s.textureOnSurface ? 0 : s.offsetX;
-    g.offsetY = s.textureOnSurface ? 0 : s.offsetY;
+                       : double(s.unitsY) * scale / g.py / perUnit;
+    bool largeEnough = g.dx * perUnit >= kSmallestCell && g.dy * perUnit >= kSmallestCell;
+    if (!largeEnough) return TGridResult::kEmpty;
+    g.offsetX = s.textureOnSurface ? 0 : s.offsetX / perUnit;
+    g.offsetY = s.textureOnSurface ? 0 : s.offsetY / perUnit;
     g.areaThreshold = s.thresholdPercent * area.thresholdPercent * 0.01f;
     g.frame = DistributionFrame(s);
     g.frameInverse = Inverse(g.frame);

@@ -52,8 +52,10 @@ Matrix3 DistributionFrame(const TGridSettings& settings);
 
 // Lays the grid over `bounds` (distribution frame). kEmpty: cells too small or too many to count;
 // kTooDense: above the limit. Nothing is allocated.
+// perUnit: object units in one unit of the bounds' space, which divide sizes and offsets (a grid in
+// texture space).
 TGridResult MakeGrid(const TGridSettings& settings, const TGridArea& area, const Box3& bounds,
-                     TGrid* grid);
+                     TGrid* grid, double perUnit = 1);
 
 // Only every N-th cell of both directions is used so that a display stays below `limit` items.
 // measure: the ground's area; coverage: fraction of the map that makes items; halved: the camera

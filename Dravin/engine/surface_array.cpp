@@ -15,18 +15,6 @@ std::span<T> Allocate(HugeBuffer& memory, size_t count) {
     return {reinterpret_cast<T*>(memory.Data()), count};
 }
 
-// Does the horizontal ray from (x, y) towards +x cross the edge? Half-open in y, so that a row
-// through a vertex counts once. The lower end comes first whatever the face's winding: both faces
-// of a shared edge then compute the same value, and no point falls between them.
-inline bool CrossesRay(float x, float y, float ax, float ay, float bx, float by) {
-    bool up = ay < by;
-    float lowX = up ? ax : bx, lowY = up ? ay : by;
-    float highX = up ? bx : ax, highY = up ? by : ay;
-    bool spans = (lowY <= y) & (y < highY);
-    bool right = (highX - lowX) * (y - lowY) > (x - lowX) * (highY - lowY);
-    return spans & right;
-}
-
 }  // namespace
 
 TSurfXYArray::TSurfXYArray(std::shared_ptr<const Mesh> mesh, int threads)
@@ -99,16 +87,6 @@ void TSurfXYArray::MakeGrid(int threads) {
             ForEachCell(m_records[f], [&](size_t cell) { m_cellFaces[next[cell]++] = uint32_t(f); });
 }
 
-size_t TSurfXYArray::Column(float x) const {
-    float column = (x - m_bounds.min.x) * m_cellsPerX;
-    return std::min(m_nx - 1, size_t(std::max(column, 0.0f)));
-}
-
-size_t TSurfXYArray::Row(float y) const {
-    float row = (y - m_bounds.min.y) * m_cellsPerY;
-    return std::min(m_ny - 1, size_t(std::max(row, 0.0f)));
-}
-
 template <class Visit>
 void TSurfXYArray::ForEachCell(const Record& r, Visit visit) const {
     size_t column0 = Column(std::min({r.ax, r.bx, r.cx})), column1 = Column(std::max({r.ax, r.bx, r.cx}));
@@ -117,40 +95,30 @@ void TSurfXYArray::ForEachCell(const Record& r, Visit visit) const {
         for (size_t column = column0; column <= column1; ++column) visit(row * m_nx + column);
 }
 
-bool TSurfXYArray::CellHit(float x, float y, TSurfHit* hit) const {
-    bool inBounds = x >= m_bounds.min.x && x <= m_bounds.max.x && y >= m_bounds.min.y &&
-                    y <= m_bounds.max.y;
-    if (!inBounds) return false;
-
-    size_t cell = Row(y) * m_nx + Column(x);
-    float bestZ = -2147483648.0f;
-    int32_t bestFace = -1;
-    for (uint32_t i = m_cellStart[cell]; i < m_cellStart[cell + 1]; ++i) {
-        const Record& r = m_records[m_cellFaces[i]];
-        // Most faces of a cell are ruled out by their box, which costs less than their edges.
-        bool near = (x >= std::min({r.ax, r.bx, r.cx})) & (x <= std::max({r.ax, r.bx, r.cx})) &
-                    (y >= std::min({r.ay, r.by, r.cy})) & (y <= std::max({r.ay, r.by, r.cy}));
-        if (!near) continue;
-        bool inside = CrossesRay(x, y, r.ax, r.ay, r.bx, r.by) ^
-                      CrossesRay(x, y, r.cx, r.cy, r.ax, r.ay) ^
-                      CrossesRay(x, y, r.bx, r.by, r.cx, r.cy);
-        if (!inside) continue;
-        float z = r.az + r.slopeX * (x - r.ax) + r.slopeY * (y - r.ay);
-        if (z > bestZ) bestZ = z, bestFace = int32_t(m_cellFaces[i]);
-    }
-    if (bestFace < 0) return false;
-
-    const Record& r = m_records[size_t(bestFace)];
+TSurfHit TSurfXYArray::MakeHit(float x, float y, uint32_t face, float z) const {
+    const Record& r = m_records[face];
     float e1x = r.bx - r.ax, e1y = r.by - r.ay, e2x = r.cx - r.ax, e2y = r.cy - r.ay;
     float dx = x - r.ax, dy = y - r.ay, area = e1x * e2y - e1y * e2x;
-    hit->point = {x, y, bestZ};
+    TSurfHit hit;
+    hit.point = {x, y, z};
     // The plane's slopes give the normal without a look at the mesh; the winding gives its side.
     float up = area > 0 ? 1.0f : -1.0f;
     float scale = up / std::sqrt(r.slopeX * r.slopeX + r.slopeY * r.slopeY + 1);
-    hit->normal = {-r.slopeX * scale, -r.slopeY * scale, scale};
-    hit->face = bestFace;
-    hit->bary1 = (dx * e2y - dy * e2x) / area;
-    hit->bary2 = (e1x * dy - e1y * dx) / area;
+    hit.normal = {-r.slopeX * scale, -r.slopeY * scale, scale};
+    hit.face = int32_t(face);
+    hit.bary1 = (dx * e2y - dy * e2x) / area;
+    hit.bary2 = (e1x * dy - e1y * dx) / area;
+    return hit;
+}
+
+bool TSurfXYArray::CellHit(float x, float y, TSurfHit* hit) const {
+    float bestZ = -2147483648.0f;
+    int64_t bestFace = -1;
+    ForEachFaceAt(x, y, [&](uint32_t face, float z) {
+        if (z > bestZ) bestZ = z, bestFace = face;
+    });
+    if (bestFace < 0) return false;
+    *hit = MakeHit(x, y, uint32_t(bestFace), bestZ);
     return true;
 }
 

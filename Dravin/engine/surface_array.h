@@ -9,6 +9,7 @@
 // faces whose xy box overlaps it.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -34,6 +35,12 @@ public:
     // Topmost face over or under (x, y). False when none is there.
     bool CellHit(float x, float y, TSurfHit* hit) const;
 
+    // Calls visit(hit) for every face over or under (x, y), in face order.
+    template <class Visit>
+    void ForEachHit(float x, float y, const Visit& visit) const {
+        ForEachFaceAt(x, y, [&](uint32_t face, float z) { visit(MakeHit(x, y, face, z)); });
+    }
+
     const Mesh& GetMesh() const { return *m_mesh; }
     // Whether the face's normal points downward.
     bool IsReversed(int32_t face) const { return m_mesh->FaceNormalUnscaled(size_t(face)).z < 0; }
@@ -57,6 +64,10 @@ private:
         float az, slopeX, slopeY;
     };
 
+    // Calls visit(face, z) for the faces of the point's cell that hold it.
+    template <class Visit>
+    void ForEachFaceAt(float x, float y, const Visit& visit) const;
+    TSurfHit MakeHit(float x, float y, uint32_t face, float z) const;
     bool MakeRecord(size_t face, Record* record) const;
     void MakeRecords(int threads);
     void MakeGrid(int threads);
@@ -77,3 +88,44 @@ private:
     size_t m_nx = 0, m_ny = 0;
     float m_cellsPerX = 0, m_cellsPerY = 0;
 };
+
+// Does the horizontal ray from (x, y) towards +x cross the edge? Half-open in y, so that a row
+// through a vertex counts once. The lower end comes first whatever the face's winding: both faces
+// of a shared edge then compute the same value, and no point falls between them.
+inline bool CrossesRay(float x, float y, float ax, float ay, float bx, float by) {
+    bool up = ay < by;
+    float lowX = up ? ax : bx, lowY = up ? ay : by;
+    float highX = up ? bx : ax, highY = up ? by : ay;
+    bool spans = (lowY <= y) & (y < highY);
+    bool right = (highX - lowX) * (y - lowY) > (x - lowX) * (highY - lowY);
+    return spans & right;
+}
+
+inline size_t TSurfXYArray::Column(float x) const {
+    float column = (x - m_bounds.min.x) * m_cellsPerX;
+    return std::min(m_nx - 1, size_t(std::max(column, 0.0f)));
+}
+
+inline size_t TSurfXYArray::Row(float y) const {
+    float row = (y - m_bounds.min.y) * m_cellsPerY;
+    return std::min(m_ny - 1, size_t(std::max(row, 0.0f)));
+}
+
+template <class Visit>
+void TSurfXYArray::ForEachFaceAt(float x, float y, const Visit& visit) const {
+    bool inBounds = x >= m_bounds.min.x && x <= m_bounds.max.x && y >= m_bounds.min.y &&
+                    y <= m_bounds.max.y;
+    if (!inBounds) return;
+    size_t cell = Row(y) * m_nx + Column(x);
+    for (uint32_t i = m_cellStart[cell]; i < m_cellStart[cell + 1]; ++i) {
+        const Record& r = m_records[m_cellFaces[i]];
+        // Most faces of a cell are ruled out by their box, which costs less than their edges.
+        bool near = (x >= std::min({r.ax, r.bx, r.cx})) & (x <= std::max({r.ax, r.bx, r.cx})) &
+                    (y >= std::min({r.ay, r.by, r.cy})) & (y <= std::max({r.ay, r.by, r.cy}));
+        if (!near) continue;
+        bool inside = CrossesRay(x, y, r.ax, r.ay, r.bx, r.by) ^
+                      CrossesRay(x, y, r.cx, r.cy, r.ax, r.ay) ^
+                      CrossesRay(x, y, r.bx, r.by, r.cx, r.cy);
+        if (inside) visit(m_cellFaces[i], r.az + r.slopeX * (x - r.ax) + r.slopeY * (y - r.ay));
+    }
+}

@@ -1,0 +1,249 @@
+#include "Dravin/engine/distribute_uv.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include <fmt/format.h>
+
+#include "Dravin/engine/build_items.h"
+#include "Dravin/engine/item_pipeline.h"
+#include "host/base/thread_pool.h"
+
+namespace {
+
+// One surface of the distribution.
+struct UvSurface {
+    const TSurfaceInput& surface;
+    TGrid grid;
+    float perUnit = 1;  // object units in a texture unit
+    int index = 0;      // in the surface list
+};
+
+// Rows of one surface's grid.
+class UvTask {
+public:
+    UvTask(const TBuildInput& input, const TGeometryChoice& geometry, const UvSurface& uv,
+           int32_t decimation, TRowSlice slice, TDravinItemList& items)
+        : m_input(input),
+          m_geometry(geometry),
+          m_uv(uv),
+          m_decimation(decimation),
+          m_slice(slice),
+          m_pipeline(input, geometry, items),
+          m_items(items),
+          m_ordinal(input.randomizeStacked ? uint32_t(uv.index) : 0) {
+        m_factors.hasSurfaces = true;
+    }
+
+    TBuildResult Run() {
+        const TGrid& g = m_uv.grid;
+        int64_t firstRow = g.firstRow + m_slice.first;
+        for (int64_t row = firstRow; row < firstRow + m_slice.count; ++row) {
+            if (row % m_decimation != 0) continue;
+            for (int64_t column = g.firstColumn; column < g.firstColumn + g.columns; ++column) {
+                if (column % m_decimation != 0) continue;
+                if (m_input.render && int64_t(m_produced) > m_input.renderLimit)
+                    return TBuildResult::kTooManyItems;
+                ProcessCell(column, row);
+            }
+        }
+        return TBuildResult::kOk;
+    }
+
+private:
+    void ProcessCell(int64_t column, int64_t row) {
+        const TGrid& g = m_uv.grid;
+        TTileIndex c = TileOf(column, g.px), r = TileOf(row, g.py);
+        const TDensityMap::Pixel* pixel = m_input.distMap ? nullptr : &m_input.density.At(c.pixel, r.pixel);
+        if (pixel && !(pixel->pass > 0.5f)) return;
+
+        TDravinItem& item = m_pipeline.WorkingItem();
+        item.hash[0] = uint32_t(c.pixel), item.hash[1] = uint32_t(c.tile);
+        item.hash[2] = uint32_t(r.pixel), item.hash[3] = uint32_t(r.tile);
+        item.sourceIndex = int32_t((row - g.firstRow) * g.columns + (column - g.firstColumn));
+        item.stateFlags = 0;
+        item.elementIndex = 0;
+        if (pixel) item.mapColor = {pixel->color.r, pixel->color.g, pixel->color.b, 1};
+        Draw();
+        Point3 cell{float(g.X(column)), float(g.Y(row)), 0};
+        ChooseGeometry(cell);
+        const TSpecimen& specimen = m_input.specimens[size_t(item.specimenIndex)];
+        for (int e = 0; e < int(specimen.elements.size()); ++e) {
+            item.elementIndex = int16_t(e);
+            if (e > 0) Draw();
+            const TSpecimenElement& source = specimen.elements[size_t(e)];
+            Place(cell + source.offset * (1 / m_uv.perUnit), specimen, source);
+        }
+    }
+
+    void Draw() {
+        DrawItemRandoms(m_input.transforms, m_pipeline.Ranges(), m_pipeline.Generator(),
+                        m_pipeline.WorkingItem(), true, m_ordinal);
+    }
+
+    void ChooseGeometry(const Point3& cell) {
+        TDravinItem& item = m_pipeline.WorkingItem();
+        Color color = item.mapColor.Rgb();
+        if (m_input.geometry.mode == kByColorMap && m_input.diversityMap)
+            color = m_input.diversityMap->SampleOne({cell, cell}).Rgb();
+        item.specimenIndex =
+            m_geometry.Assign(m_geometry.Unrestricted(), item.randomB, color, cell);
+    }
+
+    // Moves a candidate in texture space, asks the texture there, and makes an item at every hit.
+    void Place(Point3 uv, const TSpecimen& specimen, const TSpecimenElement& source) {
+        TDravinItem& item = m_pipeline.WorkingItem();
+        const TTransformSettings& t = m_input.transforms;
+        if (t.applyTranslation) {
+            auto shift = [&](int axis, double cell, float random) {
+                float low = float(t.transMin[axis]) * float(cell) * 0.01f;
+                float high = float(t.transMax[axis]) * float(cell) * 0.01f;
+                return low + (high - low) * random;
+            };
+            uv.x += shift(0, m_uv.grid.dx, item.randomTranslation.x);
+            uv.y += shift(1, m_uv.grid.dy, item.randomTranslation.y);
+        }
+        if (m_input.distMap) {
+            item.mapColor = m_input.distMap->SampleOne({uv, uv * 200});
+            if (!(Luminance(item.mapColor.Rgb()) > m_uv.grid.areaThreshold * 0.01f)) return;
+        }
+        item.mapCoordinates = uv;
+        m_uv.surface.uv->ForEachHit(uv.x, uv.y, [&](const TUvHit& hit) {
+            if (!Finish(hit, specimen, source)) return;
+            m_items.Append(item, m_appender);
+            ++m_produced;
+        });
+    }
+
+    bool Finish(const TUvHit& hit, const TSpecimen& specimen, const TSpecimenElement& source) {
+        TDravinItem& item = m_pipeline.WorkingItem();
+        const Matrix3& m = m_uv.surface.toObject;
+        item.position = item.storedPosition = hit.point * m;
+        item.partial = 0;
+        Align(hit);
+
+        // Camera density falloff: its place is here.
+
+        TSpecimenSize size =
+            ApplySpecimenAndTranslation(m_input.transforms, item, source, {});
+        if (item.discarded) return false;
+        if (!ObeysRules()) return false;
+
+        // Camera limit: here.
+
+        FinishItem(m_input.transforms, m_pipeline.Ranges(), item, specimen, size, {}, m_factors);
+        // Effect programs: here.
+        return !item.discarded;
+    }
+
+    // Normal, frame and scale from the surface and its mapping.
+    void Align(const TUvHit& hit) {
+        TDravinItem& item = m_pipeline.WorkingItem();
+        const Matrix3& m = m_uv.surface.toObject;
+        m_pipeline.ClearHit();
+        item.surfaceFace = hit.face;
+        item.barycentric = hit.barycentric;
+        item.surfaceNormal = Normalize(m.VectorTransform(hit.normal));
+        item.normal = WorkingNormal(item.surfaceNormal, m_input.directionPercent);
+        for (int map = 0; map < kNumItemMaps; ++map)
+            if (int channel = m_input.channels.channel[map]; channel >= 0)
+                item.mapUvws[map] = Coordinates(channel, hit);
+        Point3 du = m.VectorTransform(hit.dPdu), dv = m.VectorTransform(hit.dPdv);
+        const TUvSettings& settings = m_input.uv;
+        item.sourceTransform = settings.align ? MakeFrame(du, item.normal) : Matrix3{};
+        item.externalScale = {1, 1, 1};
+        if (settings.scaleU) item.externalScale.x = Length(du) / m_uv.perUnit * settings.multiplierU;
+        if (settings.scaleV) item.externalScale.y = Length(dv) / m_uv.perUnit * settings.multiplierV;
+    }
+
+    Point3 Coordinates(int channel, const TUvHit& hit) const {
+        const MapChannel* map = m_uv.surface.uv->GetMesh().Map(channel);
+        if (!map) return {};
+        const Triple& t = map->faces[size_t(hit.face)];
+        const Point3& b = hit.barycentric;
+        return map->verts[t[0]] * b.x + map->verts[t[1]] * b.y + map->verts[t[2]] * b.z;
+    }
+
+    bool ObeysRules() {
+        TDravinItem& item = m_pipeline.WorkingItem();
+        float altitude = item.position.z, r = item.randomA.y;
+        item.surfaceSlope = std::acos(std::clamp(item.surfaceNormal.z, -1.0f, 1.0f));
+        if (RuleRejects(m_input.altitude, altitude, r)) return false;
+        if (RuleRejects(m_input.slope, item.surfaceSlope, r)) return false;
+        float scale = RuleScale(m_input.altitude, altitude) *
+                      RuleScale(m_input.slope, item.surfaceSlope);
+        m_factors.falloffScale = {scale, scale, scale};
+        return true;
+    }
+
+    const TBuildInput& m_input;
+    const TGeometryChoice& m_geometry;
+    const UvSurface& m_uv;
+    int32_t m_decimation;
+    TRowSlice m_slice;
+    TItemPipeline m_pipeline;
+    TFinishFactors m_factors;
+    TDravinItemList& m_items;
+    TDravinItemList::Appender m_appender = nullptr;
+    uint32_t m_ordinal;
+    size_t m_produced = 0;
+};
+
+int32_t UvDecimation(const TBuildInput& input, const TGrid& grid) {
+    if (input.render) return int32_t{1} << std::clamp(input.renderSkip, 0, 30);
+    float coverage = input.distMap ? kTextureCoverage : input.density.Coverage();
+    return CountDecimation(std::llround(double(coverage) * double(grid.cells)), input.displayLimit);
+}
+
+TBuildResult DistributeSurface(const TBuildInput& input, const TGeometryChoice& geometry,
+                               const UvSurface& uv, TDravinItemList& items,
+                               TBuildStatistics& statistics) {
+    statistics.decimation = UvDecimation(input, uv.grid);
+    std::vector<TRowSlice> slices = SplitRows(uv.grid.rows, input.threads);
+    if (input.debugLog)
+        input.debugLog(fmt::format("BuildItemArray->DistributeArea({})->Starting {} threads",
+                                   uv.index, std::max(1, input.threads)));
+    std::vector<TDravinItemList> parts;
+    for (size_t i = 0; i < slices.size(); ++i) parts.emplace_back(items.Groups());
+    items.ShareSpare(parts);
+    std::vector<TBuildResult> results(slices.size(), TBuildResult::kOk);
+    ParallelFor(slices.size(), input.threads, [&](size_t i) {
+        results[i] = UvTask(input, geometry, uv, statistics.decimation, slices[i], parts[i]).Run();
+    });
+    for (size_t i = 0; i < slices.size(); ++i) {
+        if (results[i] != TBuildResult::kOk) return results[i];
+        items.Splice(std::move(parts[i]));
+    }
+    bool full = input.render && int64_t(items.Count()) > input.renderLimit;
+    return full ? TBuildResult::kTooManyItems : TBuildResult::kOk;
+}
+
+}  // namespace
+
+TBuildResult DistributeImageUV(const TBuildInput& input, const TGeometryChoice& geometry,
+                               TDravinItemList& items, TBuildStatistics& statistics) {
+    if (input.debugLog)
+        input.debugLog(fmt::format("BuildItemArray->DistributeImageUV ({} areas)",
+                                   input.surfaces.size()));
+    for (size_t s = 0; s < input.surfaces.size(); ++s) {
+        const TSurfaceInput& surface = input.surfaces[s];
+        if (!surface.uv || surface.skip) continue;
+        double perUnit = surface.uv->UnitsPerTextureUnit(surface.toObject);
+        const Box2& b = surface.uv->TextureBounds();
+        if (!(perUnit > 0) || b.IsEmpty()) continue;
+        UvSurface uv{surface, {}, float(perUnit), int(s)};
+        TGridSettings settings = input.grid;
+        settings.rotationRadians = 0;
+        settings.textureOnSurface = false;
+        TGridResult laid = MakeGrid(settings, {}, {{b.min.x, b.min.y, 0}, {b.max.x, b.max.y, 0}},
+                                    &uv.grid, perUnit);
+        if (laid == TGridResult::kTooDense) return TBuildResult::kDensityTooHigh;
+        if (laid == TGridResult::kEmpty) continue;
+        statistics.cellsInArea =
+            int32_t(std::min<int64_t>(uv.grid.cells, std::numeric_limits<int32_t>::max()));
+        TBuildResult result = DistributeSurface(input, geometry, uv, items, statistics);
+        if (result != TBuildResult::kOk) return result;
+    }
+    return TBuildResult::kOk;
+}
