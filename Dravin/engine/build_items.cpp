@@ -89,8 +89,7 @@ TBuildResult DistributeImageXY(const TBuildInput& input, const TGeometryChoice& 
     statistics.decimation = Decimation(input, ground->measure);
     DebugLog(input, fmt::format("BuildItemArray->DistributeImageXY ({} areas)", groups.size()));
     for (const TGridGroup& group : groups) {
-        TBuildResult result = DistributeGroup(input, geometry, group, statistics.decimation, items,
-                                              &statistics.cellsInArea);
+        TBuildResult result = DistributeGroup(input, geometry, group, items, statistics);
         if (result != TBuildResult::kOk) return result;
     }
     return TBuildResult::kOk;

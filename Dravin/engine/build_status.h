@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "host/math/point.h"
+
 // Fixed for good: scene files, scripts and pipelines hold these numbers.
 enum class [[nodiscard]] TBuildStatus : int32_t {
     kSuccess = 0,
@@ -46,6 +48,7 @@ struct TBuildStatistics {
     int32_t includeGroups = 0, excludeAreas = 0;
     float memoryMb = 0, meshMs = 0;
     bool effectsCompileError = false;
+    std::vector<Point3> gizmoPoints;  // corners of the map's tiles, which viewports draw
 };
 
 // What the panel looks at besides the numbers.

@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 
 #include "Dravin/engine/build_items.h"
+#include "Dravin/engine/gizmo_points.h"
 #include "Dravin/engine/item_pipeline.h"
 #include "common/nurandom/nurandom_batch.h"
 #include "host/base/thread_pool.h"
@@ -281,14 +282,19 @@ TGridSettings GroupGrid(const TBuildInput& input, const TAreaSettings& area) {
 }
 
 TBuildResult DistributeGroup(const TBuildInput& input, const TGeometryChoice& geometry,
-                             const TGridGroup& group, int32_t decimation, TDravinItemList& items,
-                             int32_t* cells) {
+                             const TGridGroup& group, TDravinItemList& items,
+                             TBuildStatistics& statistics) {
     TGrid grid;
     TGridResult laid = MakeGrid(GroupGrid(input, group.areas.Settings()),
                                 group.areas.Settings().grid, group.bounds, &grid);
     if (laid == TGridResult::kTooDense) return TBuildResult::kDensityTooHigh;
     if (laid == TGridResult::kEmpty) return TBuildResult::kOk;
-    *cells = int32_t(std::min<int64_t>(grid.cells, std::numeric_limits<int32_t>::max()));
+    statistics.cellsInArea =
+        int32_t(std::min<int64_t>(grid.cells, std::numeric_limits<int32_t>::max()));
+    if (input.drawGizmo && !input.render) {
+        std::vector<Point3> corners = GizmoPoints(input, group, grid);
+        statistics.gizmoPoints.insert(statistics.gizmoPoints.end(), corners.begin(), corners.end());
+    }
 
     std::vector<TRowSlice> slices = SplitRows(grid.rows, input.threads);
     if (input.debugLog)
@@ -299,7 +305,7 @@ TBuildResult DistributeGroup(const TBuildInput& input, const TGeometryChoice& ge
     items.ShareSpare(parts);
     std::vector<TBuildResult> results(slices.size(), TBuildResult::kOk);
     ParallelFor(slices.size(), input.threads, [&](size_t i) {
-        GridTask task(input, geometry, group, grid, decimation, slices[i], parts[i]);
+        GridTask task(input, geometry, group, grid, statistics.decimation, slices[i], parts[i]);
         results[i] = task.Run();
     });
 

@@ -17,7 +17,8 @@ struct TGridGroup {
 TGridSettings GroupGrid(const TBuildInput& input, const TAreaSettings& area);
 
 // Lays the group's grid and distributes it over the build's threads; appends the items in the order
-// of the cells, row by row from the bottom. cells: the grid's cell count, for the statistics.
+// of the cells, row by row from the bottom. Statistics: the decimation is read, the cell count set,
+// and the gizmo points added where they are wanted.
 TBuildResult DistributeGroup(const TBuildInput& input, const TGeometryChoice& geometry,
-                             const TGridGroup& group, int32_t decimation, TDravinItemList& items,
-                             int32_t* cells);
+                             const TGridGroup& group, TDravinItemList& items,
+                             TBuildStatistics& statistics);

@@ -155,6 +155,18 @@ TEST(Build, ADisplayAboveItsLimitKeepsEveryNthCell) {
     EXPECT_EQ(Build(input).items.size(), 25u);
 }
 
+TEST(Build, GizmoPointsAreTheTileCornersOnTheGround) {
+    TBuildInput input = GroundInput();
+    input.displayLimit = 10;  // decimation thins the items, not the corners
+    EXPECT_TRUE(Build(input).statistics.gizmoPoints.empty());
+    input.drawGizmo = true;
+    std::vector<Point3> corners{{-10, -10, 0}, {0, -10, 0}, {-10, 0, 0}, {0, 0, 0}};
+    EXPECT_EQ(Build(input).statistics.gizmoPoints, corners);  // those at 10 miss the surface
+    input.altitude.limited = true;
+    input.altitude.min = 1, input.altitude.max = 2;
+    EXPECT_TRUE(Build(input).statistics.gizmoPoints.empty());
+}
+
 TEST(Build, TheUpperSurfaceWinsAndMissesDropItems) {
     TBuildInput input = GroundInput();
     AddSurface(input, SquareMesh(-3.5f, -3.5f, 3.5f, 3.5f, 2));
