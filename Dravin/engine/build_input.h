@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Dravin/engine/areas.h"
+#include "Dravin/engine/camera.h"
 #include "Dravin/engine/density_map.h"
 #include "Dravin/engine/falloff_curve.h"
 #include "Dravin/engine/geometry_choice.h"
@@ -83,6 +84,9 @@ struct TBuildInput {
     // A row stands for the surfaces, active or not; without one they are the ground by themselves
     // wherever no row includes anything.
     bool areaRowForSurfaces = false;
+
+    TCameraState camera;
+    bool collisions = false;  // no two items may overlap
 
     // Log lines of level 2.
     std::function<void(const std::string&)> debugLog;
