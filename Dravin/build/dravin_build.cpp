@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include "Dravin/build/camera_input.h"
 #include "Dravin/build/density_loader.h"
 #include "Dravin/build/dravin_instances.h"
 #include "Dravin/build/input_maker.h"
@@ -46,6 +47,7 @@ void TDravinBuild::BuildMesh(TimeValue time, const TBuildFlags& flags) {
     m_items.Clear();
     Log(LogKind::kNormal, fmt::format("Starting BuildMesh({})", time));
 
+    if (flags.render) RememberView();
     TParameters parameters = ReadParameters(m_object, time, &m_validity);
     m_panel.distributing = parameters.mode == 0;
     m_panel.collisions = parameters.collision;
@@ -63,10 +65,19 @@ void TDravinBuild::BuildMesh(TimeValue time, const TBuildFlags& flags) {
                                       m_statistics.itemCount, int(m_panel.status)));
 }
 
+// A render takes the view of the scene, and objects that follow the render camera take that.
+void TDravinBuild::RememberView() {
+    INode* node = GetWorldNode(m_object);
+    Scene* scene = node ? node->GetScene() : nullptr;
+    if (!scene) return;
+    CheckAutoCamera(m_object, *scene);
+    m_view = scene->view;
+}
+
 // From parameters to items; leaves its outcome in the status.
 void TDravinBuild::Run(const TParameters& parameters) {
     m_input.reset();
-    m_maker = std::make_unique<TInputMaker>(m_object, parameters, m_time, m_flags);
+    m_maker = std::make_unique<TInputMaker>(m_object, parameters, m_time, m_flags, m_view);
     m_panel.threads = m_maker->Threads();
 
     std::string sceneFile = m_maker->GetScene() ? m_maker->GetScene()->path : "", error;
@@ -76,10 +87,12 @@ void TDravinBuild::Run(const TParameters& parameters) {
     if (!error.empty()) LogWarning(error);
 
     bool noMap = parameters.mode == 0 && !m_maker->DistMap() && density.IsEmpty();
-    if (noMap) m_panel.status = TBuildStatus::kNoDistributionMap;
+    if (noMap)
+        m_panel.status = TBuildStatus::kNoDistributionMap;
     else if (parameters.mode != 0 && m_object.storedItems.empty())
         m_panel.status = TBuildStatus::kNoItems;
-    else if (parameters.disabled) m_panel.status = TBuildStatus::kDisabled;
+    else if (parameters.disabled)
+        m_panel.status = TBuildStatus::kDisabled;
     if (m_panel.status != TBuildStatus::kSuccess) return;
 
     TSpecListRequest request;
@@ -87,15 +100,14 @@ void TDravinBuild::Run(const TParameters& parameters) {
     request.self = &m_object;
     request.proxyMode = (m_flags.render ? parameters.rmesh : parameters.vmesh) == kProxyMesh;
     request.animation = NormaliseAnimation(
-        {parameters.animation, parameters.animsamples, parameters.animsoffset,
-         parameters.animstart, parameters.animend,
-         m_maker->GetScene() ? m_maker->GetScene()->ticksPerFrame : 160},
+        {parameters.animation, parameters.animsamples, parameters.animsoffset, parameters.animstart,
+         parameters.animend, m_maker->GetScene() ? m_maker->GetScene()->ticksPerFrame : 160},
         parameters.animonlyrend, m_flags.render);
-    TTreeSpecList rows(std::static_pointer_cast<IParamBlock2>(
-        m_object.Block(kGeomParams).shared_from_this()));
-    m_panel.status = m_specimens.Build(rows, DravinGlobals().templates, DravinGlobals().meshes,
-                                       SharedGenerator(), request, &m_object.specIdCounter,
-                                       &m_validity);
+    TTreeSpecList rows(
+        std::static_pointer_cast<IParamBlock2>(m_object.Block(kGeomParams).shared_from_this()));
+    m_panel.status =
+        m_specimens.Build(rows, DravinGlobals().templates, DravinGlobals().meshes,
+                          SharedGenerator(), request, &m_object.specIdCounter, &m_validity);
     if (m_panel.status != TBuildStatus::kSuccess) return;
 
     m_input = m_maker->Make(m_specimens.EngineSpecimens(), std::move(density), m_rereadSurfaces,
@@ -127,6 +139,6 @@ TPanelMessage TDravinBuild::PanelLines() const {
 }
 
 std::unique_ptr<IInstanceSource> TDravinBuild::MakeInstanceSource() const {
-    return std::make_unique<TDravinInstances>(m_object, *this, m_maker ? m_maker->ObjectTM()
-                                                                       : Matrix3{});
+    return std::make_unique<TDravinInstances>(m_object, *this,
+                                              m_maker ? m_maker->ObjectTM() : Matrix3{});
 }

@@ -1,7 +1,7 @@
 // The build of a scatter object: from its parameters and the scene to items, status and statistics.
 //
-// BuildMesh is the one way in, for viewports, renders, exports and scripts; they differ in its flags
-// only. A build never throws and never runs twice at once for one object: nested calls return
+// BuildMesh is the one way in, for viewports, renders, exports and scripts; they differ in its
+// flags only. A build never throws and never runs twice at once for one object: nested calls return
 // without work. Results stay until the next build.
 #pragma once
 
@@ -13,6 +13,7 @@
 #include "Dravin/engine/item_list.h"
 #include "Dravin/geometry/specimen_list.h"
 #include "host/math/interval.h"
+#include "host/scene/scene.h"
 
 class IInstanceSource;
 class TDravin;
@@ -20,13 +21,15 @@ struct TBuildInput;
 struct TParameters;
 
 struct TBuildFlags {
-    bool noMesh = false;        // distribution only
-    bool render = false;        // render settings and limits
+    bool noMesh = false;  // distribution only
+    bool render = false;  // render settings and limits
     bool skipMesh = false;
     bool viewportOnly = false;
     bool effectsOff = false;
-    bool noLimit = false;       // all items, whatever the display limits say
-    int forceThreads = 0;       // 0: as the parameters say
+    bool noLimit = false;        // all items, whatever the display limits say
+    bool noCameraLimit = false;  // items outside the camera's view, too
+    bool collisions = false;     // as a render, whatever the preview setting
+    int forceThreads = 0;        // 0: as the parameters say
 };
 
 class TDravinBuild {
@@ -66,6 +69,7 @@ public:
 private:
     void Run(const TParameters& parameters);
     void FinishStatus();
+    void RememberView();
 
     TDravin& m_object;
     std::mutex m_lock;
@@ -73,6 +77,7 @@ private:
     bool m_deleting = false;
     bool m_rereadSurfaces = false;
     int m_buildCounter = 0;
+    std::optional<ViewState> m_view;  // of the last render; stands in for a camera
     TimeValue m_time = 0;
     TBuildFlags m_flags;
     Interval m_validity;

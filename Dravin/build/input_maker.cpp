@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 
 #include "Dravin/build/area_input.h"
+#include "Dravin/build/camera_input.h"
 #include "Dravin/build/point_maker.h"
 #include "Dravin/dravin_globals.h"
 #include "host/base/log.h"
@@ -42,8 +43,8 @@ Box3 BoundsInObject(const TSurfXYArray& array, const Matrix3& m) {
 }  // namespace
 
 TInputMaker::TInputMaker(TDravin& object, const TParameters& parameters, TimeValue time,
-                         const TBuildFlags& flags)
-    : m_object(object), m_p(parameters), m_time(time), m_flags(flags) {
+                         const TBuildFlags& flags, const std::optional<ViewState>& view)
+    : m_object(object), m_p(parameters), m_time(time), m_flags(flags), m_view(view) {
     if (INode* node = GetWorldNode(object)) {
         m_scene = node->GetScene();
         m_objectTM = node->GetObjectTM(time);
@@ -243,6 +244,21 @@ void TInputMaker::SetAreas(TBuildInput& input, Interval* valid) {
     f.heightOnly = m_p.spscalz;
 }
 
+void TInputMaker::SetCamera(TBuildInput& input, Interval* valid) {
+    TCameraScene scene;
+    scene.time = m_time;
+    scene.worldToObject = m_objectInverse;
+    scene.view = m_view;
+    scene.noLimit = m_flags.noCameraLimit;
+    if (m_scene && m_scene->render.height > 0)
+        scene.aspect = float(m_scene->render.width) / float(m_scene->render.height);
+    TPreparedCamera prepared = PrepareCamera(m_p, scene, valid);
+    input.camera = prepared.state;
+    if (!prepared.falloffs) return;
+    if (m_p.camdensact) input.camera.densityCurve = Curve(kSlotCamDensityCurve);
+    if (m_p.camscaact) input.camera.scaleCurve = Curve(kSlotCamScaleCurve);
+}
+
 void TInputMaker::SetLookAt(TBuildInput& input) const {
     INode* target = m_p.lookat ? m_p.lookat : m_p.camera;
     TTransformSettings& t = input.transforms;
@@ -283,6 +299,8 @@ std::unique_ptr<TBuildInput> TInputMaker::Make(std::vector<TSpecimen> specimens,
     input->surfaceMode = m_p.surfmode;
     input->density = std::move(density);
     input->distMapChannel = m_p.distmapchan;
+    bool preview = m_p.collpreview || m_flags.render || m_flags.collisions;
+    input->collisions = m_p.mode == 0 && m_p.collision && preview;
     input->drawGizmo = m_p.sdgizmo;
     input->randomizeStacked = m_p.randstacked;
     input->specimens = std::move(specimens);
@@ -293,6 +311,7 @@ std::unique_ptr<TBuildInput> TInputMaker::Make(std::vector<TSpecimen> specimens,
     SetTransforms(*input);
     SetGeometry(*input);
     SetSurfaceRules(*input);
+    SetCamera(*input, valid);
     SetLookAt(*input);
     SetShadows(*input);
     TAnimationSettings animation =

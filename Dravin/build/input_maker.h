@@ -13,7 +13,7 @@
 class TInputMaker {
 public:
     TInputMaker(TDravin& object, const TParameters& parameters, TimeValue time,
-                const TBuildFlags& flags);
+                const TBuildFlags& flags, const std::optional<ViewState>& view = {});
 
     // What the build works in: the object's world transform, and the scene's file.
     const Matrix3& ObjectTM() const { return m_objectTM; }
@@ -39,6 +39,7 @@ private:
     void SetUvSurface(INode* node, TSurfaceInput& surface) const;
     void SetSurfaceRules(TBuildInput& input);
     void SetAreas(TBuildInput& input, Interval* valid);
+    void SetCamera(TBuildInput& input, Interval* valid);
     void SetLookAt(TBuildInput& input) const;
     void SetShadows(TBuildInput& input) const;
     TCurveSampler CurveSampler(DravinSlot slot) const;
@@ -48,6 +49,7 @@ private:
     const TParameters& m_p;
     TimeValue m_time;
     TBuildFlags m_flags;
+    std::optional<ViewState> m_view;
     Scene* m_scene = nullptr;
     Matrix3 m_objectTM, m_objectInverse;
     std::deque<TTexmapSampler> m_samplers;

@@ -4,10 +4,10 @@
 
 namespace {
 
-using Member = std::variant<int TParameters::*, bool TParameters::*, float TParameters::*,
-                            Color TParameters::*, std::string TParameters::*,
-                            Texmap* TParameters::*, INode* TParameters::*,
-                            std::vector<INode*> TParameters::*>;
+using Member =
+    std::variant<int TParameters::*, bool TParameters::*, float TParameters::*,
+                 Color TParameters::*, std::string TParameters::*, Texmap * TParameters::*,
+                 INode * TParameters::*, std::vector<INode*> TParameters::*>;
 
 struct Row {
     DravinBlockId block;
@@ -132,6 +132,19 @@ const Row kRows[] = {
     {kCamParams, camParams::kCamera, &TParameters::camera},
     {kCamParams, camParams::kLookat, &TParameters::lookat},
     {kCamParams, camParams::kUselookat, &TParameters::uselookat},
+    {kCamParams, camParams::kCamlimit, &TParameters::camlimit},
+    {kCamParams, camParams::kCamdensact, &TParameters::camdensact},
+    {kCamParams, camParams::kCamscaact, &TParameters::camscaact},
+    {kCamParams, camParams::kCamenvrange, &TParameters::camenvrange},
+    {kCamParams, camParams::kCamwidth, &TParameters::camwidth},
+    {kCamParams, camParams::kCamfar, &TParameters::camfar},
+    {kCamParams, camParams::kCambho, &TParameters::cambho},
+    {kCamParams, camParams::kCamdensear, &TParameters::camdensear},
+    {kCamParams, camParams::kCamdensfar, &TParameters::camdensfar},
+    {kCamParams, camParams::kCamlod, &TParameters::camlod},
+    {kCamParams, camParams::kCamlodenvrange, &TParameters::camlodenvrange},
+    {kCamParams, camParams::kCamlodlookat, &TParameters::camlodlookat},
+    {kCamParams, camParams::kCamloddist, &TParameters::camloddist},
     {kShadowParams, shadowParams::kUsefakeshadows, &TParameters::usefakeshadows},
     {kShadowParams, shadowParams::kLight, &TParameters::light},
     {kShadowParams, shadowParams::kHshadow, &TParameters::hshadow},

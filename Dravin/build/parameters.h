@@ -70,7 +70,11 @@ struct TParameters {
     int tintmapmode, tintmapchan;
     // camera
     INode *camera, *lookat;
-    bool uselookat;
+    bool uselookat, camlimit, camdensact, camscaact, camenvrange;
+    int camwidth;
+    float camfar, cambho, camdensear, camdensfar;
+    bool camlod, camlodenvrange, camlodlookat;
+    float camloddist;
     // shadows
     bool usefakeshadows;
     INode* light;

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Dravin/engine/areas.h"
+#include "Dravin/engine/camera.h"
 #include "Dravin/engine/density_map.h"
 #include "Dravin/engine/falloff_curve.h"
 #include "Dravin/engine/geometry_choice.h"
@@ -99,6 +100,9 @@ struct TBuildInput {
     bool areaRowForSurfaces = false;
     TPointInput points;
     TUvSettings uv;
+
+    TCameraState camera;
+    bool collisions = false;  // no two items may overlap
 
     // Log lines of level 2.
     std::function<void(const std::string&)> debugLog;

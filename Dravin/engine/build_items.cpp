@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include "Dravin/engine/collisions.h"
 #include "Dravin/engine/distribute_grid.h"
 #include "Dravin/engine/distribute_points.h"
 #include "Dravin/engine/distribute_uv.h"
@@ -72,15 +73,30 @@ std::unique_ptr<Ground> CollectGround(const TBuildInput& input, const TGeometryC
     return ground;
 }
 
+// Cuts the ground to what the camera sees, so that no cell outside is looked at.
+void ClipToView(const TBuildInput& input, Ground& ground) {
+    if (!input.camera.limitActive) return;
+    for (TGridGroup& group : ground.groups) {
+        Matrix3 frame = DistributionFrame(GroupGrid(input, group.areas.Settings()));
+        Box3 view = Inverse(frame).BoxTransform(input.camera.view.Bounds());
+        Box3& b = group.bounds;
+        b.min = {std::max(b.min.x, view.min.x), std::max(b.min.y, view.min.y), b.min.z};
+        b.max = {std::min(b.max.x, view.max.x), std::min(b.max.y, view.max.y), b.max.z};
+    }
+}
+
 int32_t Decimation(const TBuildInput& input, double measure) {
     if (input.render) return int32_t{1} << std::clamp(input.renderSkip, 0, 30);
     float coverage = input.grid.hasTexture ? kTextureCoverage : input.density.Coverage();
-    return GridDecimation(input.grid, measure, coverage, false, input.displayLimit);
+    return GridDecimation(input.grid, measure, coverage, input.camera.limitActive,
+                          input.displayLimit);
 }
 
 TBuildResult DistributeImageXY(const TBuildInput& input, const TGeometryChoice& geometry,
-                               TDravinItemList& items, TBuildStatistics& statistics) {
+                               TDravinItemList& items, TBuildStatistics& statistics, Box3* bounds) {
     std::unique_ptr<Ground> ground = CollectGround(input, geometry);
+    for (const TGridGroup& group : ground->groups) *bounds += group.bounds;
+    ClipToView(input, *ground);
     const std::vector<TGridGroup>& groups = ground->groups;
     bool nothing = ground->areas.include.empty() && input.surfaceBounds.IsEmpty();
     if (nothing) return TBuildResult::kNoAreas;
@@ -95,14 +111,27 @@ TBuildResult DistributeImageXY(const TBuildInput& input, const TGeometryChoice& 
     return TBuildResult::kOk;
 }
 
+// bounds: of the ground, as far as the mode has one.
 TBuildResult Distribute(const TBuildInput& input, const TGeometryChoice& geometry,
-                        TDravinItemList& items, TBuildStatistics& statistics) {
+                        TDravinItemList& items, TBuildStatistics& statistics, Box3* bounds) {
     if (input.specimens.empty()) return TBuildResult::kOk;
     if (input.distributionMode == kDistImage && input.surfaceMode == kSurfaceXY)
-        return DistributeImageXY(input, geometry, items, statistics);
+        return DistributeImageXY(input, geometry, items, statistics, bounds);
     if (input.distributionMode != kDistImage)
         return DistributePoints(input, geometry, items, statistics);
     return DistributeImageUV(input, geometry, items, statistics);
+}
+
+int32_t ItemCount(const TDravinItemList& items) {
+    return int32_t(std::min<size_t>(items.Count(), std::numeric_limits<int32_t>::max()));
+}
+
+int32_t ComputeCollisions(const TBuildInput& input, Box3 bounds, TDravinItemList& items) {
+    DebugLog(input, fmt::format("BuildItemArray->ComputeCollisions {} ({} items)",
+                                input.surfaceMode == kSurfaceXY ? "XY" : "UV", items.Count()));
+    if (bounds.IsEmpty())
+        for (size_t i = 0; i < items.Count(); ++i) bounds += items.Place(i).position;
+    return RemoveCollisions(items, bounds, input.camera);
 }
 
 // Draws an item's random values again from the settings of its build.
@@ -159,13 +188,15 @@ TBuildResult BuildItemArray(const TBuildInput& input, TDravinItemList& items,
     items.Prepare(input.ItemGroupsNeeded(), RandomsOf(input));
     TGeometryChoice geometry(input.geometry, input.specimens);
 
-    TBuildResult result = Distribute(input, geometry, items, statistics);
+    Box3 bounds;
+    TBuildResult result = Distribute(input, geometry, items, statistics, &bounds);
     if (result != TBuildResult::kOk) {
         items.Clear();
         return result;
     }
-    // Collisions take their place here, over the whole list.
-    statistics.itemCount = statistics.createdCount =
-        int32_t(std::min<size_t>(items.Count(), std::numeric_limits<int32_t>::max()));
+    statistics.createdCount = ItemCount(items);
+    if (input.collisions && items.Count() > 1)
+        statistics.discardedCount = ComputeCollisions(input, bounds, items);
+    statistics.itemCount = ItemCount(items);
     return TBuildResult::kOk;
 }

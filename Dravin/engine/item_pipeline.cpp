@@ -130,8 +130,9 @@ bool TItemPipeline::ProcessElement(const TCandidate& candidate, const TSpecimen&
     if (!m_item.elementMask.IsEmpty()) m_item.elementMask.Clear();
     m_item.position = candidate.point + source.offset;
 
-    // Camera density falloff: its place is here, before any other rule.
-
+    if (m_input.camera.densityCurve &&
+        CameraDensityDrop(m_input.camera, ToObject(candidate, m_item.position), m_item.randomA.y))
+        return false;
     bool atCell = source.offset == Point3{};
     if (!PassesAreas(candidate, candidate.insideAreas && atCell)) return false;
     m_item.position = ToObject(candidate, m_item.position);
@@ -156,7 +157,10 @@ bool TItemPipeline::ProcessElement(const TCandidate& candidate, const TSpecimen&
     }
     if (fades && m_input.areaFalloffs.scaleCurve) ApplyAreaScale(candidate);
 
-    // Camera limit: here.
+    if (m_input.camera.limitActive && !m_input.camera.view.Contains(m_item.position)) return false;
+    if (m_input.camera.scaleCurve)
+        m_factors.cameraScale =
+            CameraScaleFactor(m_input.camera, m_item.position + m_item.zOffset * m_item.normal);
 
     FinishItem(m_input.transforms, m_ranges, m_item, specimen, size, candidate.area, m_factors);
     if (m_item.discarded) return false;

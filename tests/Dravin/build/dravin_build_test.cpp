@@ -288,6 +288,21 @@ TEST_F(DravinBuild, ABuildThatReadsKeysIsValidForItsTimeOnly) {
     EXPECT_EQ(object->Build().Validity(), Interval::Instant(0));
 }
 
+TEST_F(DravinBuild, CollisionsRunInRendersAndWherePreviewed) {
+    Set(kDistParams, distParams::kCollision, true);
+    Set(kDistParams, distParams::kRadius, 300);
+    Set(kDistParams, distParams::kCollpreview, false);
+    EXPECT_EQ(Run().Statistics().itemCount, 400);
+    const TBuildStatistics& statistics = Run(Render()).Statistics();
+    EXPECT_EQ(statistics.createdCount, 400);
+    EXPECT_LT(statistics.itemCount, 200);
+    EXPECT_EQ(statistics.discardedCount, 400 - statistics.itemCount);
+    EXPECT_TRUE(Logged("BuildItemArray->ComputeCollisions XY (400 items)"));
+    EXPECT_EQ(object->Build().Message()[0], "Most of items are discarded by collisions");
+    Set(kDistParams, distParams::kCollpreview, true);
+    EXPECT_LT(Run().Statistics().itemCount, 200);
+}
+
 TEST_F(DravinBuild, NestedCallsReturnWithoutWork) {
     SetLogSink([this](LogKind, const std::string& text) {
         log.push_back(text);

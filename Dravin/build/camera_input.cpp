@@ -1,0 +1,85 @@
+#include "Dravin/build/camera_input.h"
+
+#include <fmt/format.h>
+
+#include "Dravin/dravin.h"
+#include "host/base/log.h"
+#include "host/scene/hold.h"
+#include "host/scene/host_context.h"
+
+using namespace camParams;
+
+namespace {
+
+constexpr float kDegreesToRadians = 0.017453292f;
+
+void SetView(const TParameters& p, const TCameraScene& scene, const Matrix3& cameraToWorld,
+             float fovDegrees, TCameraState& state) {
+    state.valid = true;
+    state.positionWorld = cameraToWorld.GetTrans();
+    state.toObject = cameraToWorld * scene.worldToObject;
+    state.position = state.toObject.GetTrans();
+    if (!state.hasLookAt) state.lookAt = state.position;
+    TViewVolume::Shape shape;
+    shape.fovRadians = fovDegrees * kDegreesToRadians;
+    shape.aspect = scene.aspect;
+    shape.far = p.camfar;
+    shape.widenPercent = float(p.camwidth);
+    shape.apexBehind = p.cambho;
+    state.view = TViewVolume(shape, state.toObject);
+}
+
+// Some feature reads the camera.
+bool UsesCamera(const IParamBlock2& cam) {
+    bool faces = cam.GetBool(kUselookat) && (cam.GetNode(kLookat) || cam.GetBool(kCamlookat));
+    return faces || cam.GetBool(kCamlimit) || cam.GetBool(kCamlod) || cam.GetBool(kCamdensact) ||
+           cam.GetBool(kCamscaact);
+}
+
+void Assign(IParamBlock2& cam, ParamID id, const char* what, INode* node) {
+    if (cam.GetNode(id) == node) return;
+    cam.SetValue(id, 0, node->shared_from_this());
+    Log(LogKind::kDebug,
+        fmt::format("CheckAutoCamera. Assigned {} from rendcam: '{}'", what, node->GetName()));
+}
+
+}  // namespace
+
+TPreparedCamera PrepareCamera(const TParameters& p, const TCameraScene& scene, Interval* valid) {
+    TPreparedCamera prepared;
+    TCameraState& state = prepared.state;
+    state.near = p.camdensear;
+    state.far = p.camdensfar;
+    state.lod = p.camlod;
+    state.lodFromLookAt = p.camlodlookat;
+    state.lodDistance = p.camloddist;
+    if (p.lookat) {
+        state.hasLookAt = true;
+        state.lookAt = p.lookat->GetNodeTM(scene.time).GetTrans() * scene.worldToObject;
+    }
+    if (!p.camera) {
+        if (scene.view) SetView(p, scene, scene.view->transform, scene.view->fovDegrees, state);
+        return prepared;
+    }
+
+    // Another object than a camera lends its place only; it has no view to clip to.
+    auto* camera = dynamic_cast<CameraObject*>(p.camera->GetObjectRef());
+    if (camera) *valid &= camera->ObjectValidity(scene.time);
+    SetView(p, scene, p.camera->GetNodeTM(scene.time), camera ? camera->fovDegrees : 0, state);
+    prepared.falloffs = true;
+    state.limitActive = p.camlimit && camera && !scene.noLimit;
+    if (camera && p.camenvrange) state.near = camera->envNear, state.far = camera->envFar;
+    if (camera && p.camlodenvrange) state.lodDistance = camera->envFar;
+    return prepared;
+}
+
+void CheckAutoCamera(TDravin& object, const Scene& scene) {
+    IParamBlock2& cam = object.Block(kCamParams);
+    INode* camera = scene.renderCamera.Get();
+    if (!camera || !cam.GetBool(kCamauto) || !UsesCamera(cam)) return;
+    HoldSuspender noUndo(CurrentHold());
+    cam.SuspendNotify();
+    Assign(cam, kCamera, "camera", camera);
+    if (cam.GetBool(kCamlookat)) Assign(cam, kLookat, "lookat", camera);
+    cam.ResumeNotify();
+}
