@@ -254,9 +254,28 @@ void TInputMaker::SetCamera(TBuildInput& input, Interval* valid) {
         scene.aspect = float(m_scene->render.width) / float(m_scene->render.height);
     TPreparedCamera prepared = PrepareCamera(m_p, scene, valid);
     input.camera = prepared.state;
+    SetLodView(input);
     if (!prepared.falloffs) return;
     if (m_p.camdensact) input.camera.densityCurve = Curve(kSlotCamDensityCurve);
     if (m_p.camscaact) input.camera.scaleCurve = Curve(kSlotCamScaleCurve);
+}
+
+// Sizes on screen are those of the render camera in renders, of the active view otherwise.
+void TInputMaker::SetLodView(TBuildInput& input) const {
+    if (!m_scene) return;
+    Matrix3 viewToWorld;
+    float fovDegrees = 0;
+    INode* node = m_flags.render ? m_scene->renderCamera.Get() : nullptr;
+    if (auto* camera = node ? dynamic_cast<CameraObject*>(node->GetObjectRef()) : nullptr) {
+        viewToWorld = node->GetNodeTM(m_time);
+        fovDegrees = camera->fovDegrees;
+    } else if (!m_flags.render && m_scene->view) {
+        viewToWorld = m_scene->view->transform;
+        fovDegrees = m_scene->view->fovDegrees;
+    } else {
+        return;
+    }
+    input.lodView = {true, m_objectTM * Inverse(viewToWorld), fovDegrees * kDegreesToRadians};
 }
 
 void TInputMaker::SetLookAt(TBuildInput& input) const {

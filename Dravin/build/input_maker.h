@@ -40,6 +40,7 @@ private:
     void SetSurfaceRules(TBuildInput& input);
     void SetAreas(TBuildInput& input, Interval* valid);
     void SetCamera(TBuildInput& input, Interval* valid);
+    void SetLodView(TBuildInput& input) const;
     void SetLookAt(TBuildInput& input) const;
     void SetShadows(TBuildInput& input) const;
     TCurveSampler CurveSampler(DravinSlot slot) const;

@@ -98,6 +98,7 @@ struct TBuildInput {
     // A row stands for the surfaces, active or not; without one they are the ground by themselves
     // wherever no row includes anything.
     bool areaRowForSurfaces = false;
+    TLodView lodView;  // of the level choice by size on screen
     TPointInput points;
     TUvSettings uv;
 

@@ -48,9 +48,10 @@ public:
         Draw(p.ordinal);
         item.specimenIndex = p.specimen >= 0 ? p.specimen : m_geometry.ByProbability(item.randomB.x);
         const TSpecimen& specimen = m_input.specimens[size_t(item.specimenIndex)];
-        for (int e = 0; e < int(specimen.elements.size()); ++e) {
+        TElementRange elements = ElementsOf(m_input, specimen, p.point, item.random4);
+        for (int e = elements.first; e < elements.end; ++e) {
             item.elementIndex = int16_t(e);
-            if (e > 0) Draw(0);
+            if (e > elements.first) Draw(0);
             if (ProcessElement(p, specimen, specimen.elements[size_t(e)]))
                 m_items.Append(item, m_appender);
         }
@@ -68,8 +69,9 @@ private:
         item.position = item.storedPosition = p.point + source.offset;
         item.normal = p.sourceTransform.row[2];
 
-        // Camera density falloff: its place is here.
-
+        const TCameraState& camera = m_input.camera;
+        if (camera.densityCurve && CameraDensityDrop(camera, item.position, item.randomA.y))
+            return false;
         TSpecimenSize size = ApplySpecimenAndTranslation(m_input.transforms, item, source, {});
         if (item.discarded) return false;
         m_pipeline.ClearHit();
@@ -77,8 +79,10 @@ private:
         m_factors.falloffScale = {1, 1, 1};
         if (m_factors.hasSurfaces && !StandOnSurfaces(p)) return false;
 
-        // Camera limit: here.
-
+        if (camera.limitActive && !camera.view.Contains(item.position)) return false;
+        if (camera.scaleCurve)
+            m_factors.cameraScale =
+                CameraScaleFactor(camera, item.position + item.zOffset * item.normal);
         FinishItem(m_input.transforms, m_pipeline.Ranges(), item, specimen, size, {}, m_factors);
         // Effect programs: here.
         return !item.discarded;
@@ -121,6 +125,7 @@ private:
 
 int32_t PointDecimation(const TBuildInput& input, size_t count) {
     if (input.render) return int32_t{1} << std::clamp(input.renderSkip, 0, 30);
+    if (input.camera.limitActive) count /= 2;
     return CountDecimation(int64_t(count), input.displayLimit);
 }
 

@@ -69,12 +69,22 @@ private:
         Point3 cell{float(g.X(column)), float(g.Y(row)), 0};
         ChooseGeometry(cell);
         const TSpecimen& specimen = m_input.specimens[size_t(item.specimenIndex)];
-        for (int e = 0; e < int(specimen.elements.size()); ++e) {
+        TElementRange elements = Elements(specimen, cell);
+        for (int e = elements.first; e < elements.end; ++e) {
             item.elementIndex = int16_t(e);
-            if (e > 0) Draw();
+            if (e > elements.first) Draw();
             const TSpecimenElement& source = specimen.elements[size_t(e)];
             Place(cell + source.offset * (1 / m_uv.perUnit), specimen, source);
         }
+    }
+
+    // Levels of detail are chosen where the cell itself lies on the surface.
+    TElementRange Elements(const TSpecimen& specimen, const Point3& cell) {
+        Point3 place = cell;
+        m_uv.surface.uv->ForEachHit(cell.x, cell.y, [&](const TUvHit& hit) {
+            place = hit.point * m_uv.surface.toObject;
+        });
+        return ElementsOf(m_input, specimen, place, m_pipeline.WorkingItem().random4);
     }
 
     void Draw() {
@@ -123,15 +133,18 @@ private:
         item.partial = 0;
         Align(hit);
 
-        // Camera density falloff: its place is here.
-
+        const TCameraState& camera = m_input.camera;
+        if (camera.densityCurve && CameraDensityDrop(camera, item.position, item.randomA.y))
+            return false;
         TSpecimenSize size =
             ApplySpecimenAndTranslation(m_input.transforms, item, source, {});
         if (item.discarded) return false;
         if (!ObeysRules()) return false;
 
-        // Camera limit: here.
-
+        if (camera.limitActive && !camera.view.Contains(item.position)) return false;
+        if (camera.scaleCurve)
+            m_factors.cameraScale =
+                CameraScaleFactor(camera, item.position + item.zOffset * item.normal);
         FinishItem(m_input.transforms, m_pipeline.Ranges(), item, specimen, size, {}, m_factors);
         // Effect programs: here.
         return !item.discarded;
@@ -193,7 +206,8 @@ private:
 int32_t UvDecimation(const TBuildInput& input, const TGrid& grid) {
     if (input.render) return int32_t{1} << std::clamp(input.renderSkip, 0, 30);
     float coverage = input.distMap ? kTextureCoverage : input.density.Coverage();
-    return CountDecimation(std::llround(double(coverage) * double(grid.cells)), input.displayLimit);
+    int64_t estimate = std::llround(double(coverage) * double(grid.cells));
+    return CountDecimation(input.camera.limitActive ? estimate / 2 : estimate, input.displayLimit);
 }
 
 TBuildResult DistributeSurface(const TBuildInput& input, const TGeometryChoice& geometry,

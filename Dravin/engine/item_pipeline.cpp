@@ -54,6 +54,14 @@ float RuleScale(const TRangeRule& rule, float measure) {
     return RulePercent(*rule.scaleCurve, rule, measure) * 0.01f;
 }
 
+TElementRange ElementsOf(const TBuildInput& input, const TSpecimen& specimen,
+                         const Point3& position, float random) {
+    if (!specimen.lod) return {0, int(specimen.elements.size())};
+    int level = ChooseLodLevel(*specimen.lod, input.camera, input.lodView, input.render,
+                               input.transforms.globalScale, position, random);
+    return {level, level + 1};
+}
+
 TItemPipeline::TItemPipeline(const TBuildInput& input, const TGeometryChoice& geometry,
                              TDravinItemList& items)
     : m_input(input),
@@ -83,9 +91,11 @@ void TItemPipeline::ClearHit() {
 void TItemPipeline::ProcessCandidate(const TCandidate& candidate) {
     ChooseGeometry(candidate);
     const TSpecimen& specimen = m_input.specimens[size_t(m_item.specimenIndex)];
-    for (int e = 0; e < int(specimen.elements.size()); ++e) {
+    TElementRange elements =
+        ElementsOf(m_input, specimen, ToObject(candidate, candidate.point), m_item.random4);
+    for (int e = elements.first; e < elements.end; ++e) {
         m_item.elementIndex = int16_t(e);
-        if (e > 0)
+        if (e > elements.first)
             DrawItemRandoms(m_input.transforms, m_ranges, m_generator, m_item,
                             candidate.grid != nullptr, candidate.ordinal);
         if (!ProcessElement(candidate, specimen, e)) continue;

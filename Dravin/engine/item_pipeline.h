@@ -31,6 +31,14 @@ bool RuleRejects(const TRangeRule& rule, float measure, float r);
 // Factor that the rule's scale curve puts on an item.
 float RuleScale(const TRangeRule& rule, float measure);
 
+// The elements that an item of a specimen makes, [first, end): all of them, or the one level that
+// shows at `position`, chosen once before the item moves.
+struct TElementRange {
+    int first, end;
+};
+TElementRange ElementsOf(const TBuildInput& input, const TSpecimen& specimen,
+                         const Point3& position, float random);
+
 class TItemPipeline {
 public:
     TItemPipeline(const TBuildInput& input, const TGeometryChoice& geometry,

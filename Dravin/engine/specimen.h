@@ -6,9 +6,11 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <utility>
 #include <vector>
 
+#include "Dravin/engine/lod.h"
 #include "host/math/box.h"
 #include "host/math/color.h"
 #include "host/math/interval.h"
@@ -37,6 +39,7 @@ struct TSpecimen {
     std::vector<TSpecimenElement> elements;  // at least one
     // One pair a sample of animated geometry: time and offset, in ticks.
     std::vector<std::pair<TimeValue, TimeValue>> frames;
+    std::optional<TLodLevels> lod;  // the elements are its levels: an item shows one of them
     Color colorId;
     float probability = 100;
     int32_t specId = -1;

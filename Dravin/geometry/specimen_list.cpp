@@ -1,10 +1,12 @@
 #include "Dravin/geometry/specimen_list.h"
 
 #include <algorithm>
+#include <map>
 
 #include <fmt/format.h>
 
 #include "Dravin/engine/transforms.h"
+#include "Dravin/geometry/lod_object.h"
 #include "host/base/log.h"
 
 namespace {
@@ -45,7 +47,7 @@ public:
     }
 
     // True when the row has at least one source.
-    bool AddCustom() {
+    bool AddCustom(const TSpecGeomList& templates) {
         INode* node = m_entry.customObject.get();
         if (!node) return false;
         if (m_request.self && node->GetObjectRef() == m_request.self) {
@@ -53,7 +55,9 @@ public:
                                    "shows nothing", m_entry.name));
             return false;
         }
-        if (node->IsGroupHead()) {
+        if (auto* lod = dynamic_cast<TDLod*>(node->GetObjectRef())) {
+            AddLevels(*lod, templates);
+        } else if (node->IsGroupHead()) {
             AddGroup(*node);
         } else {
             AddSource(node, {});
@@ -75,6 +79,62 @@ private:
         Point3 pivot = head.GetNodeTM(m_request.time).GetTrans();
         for (INode* member : members)
             AddSource(member, member->GetNodeTM(m_request.time).GetTrans() - pivot);
+    }
+
+    // The enabled levels by rising threshold; of equal ones the later stays.
+    static std::map<float, TLodLevel> SortedLevels(const TDLod& lod, bool byScreenSize) {
+        std::map<float, TLodLevel> levels;
+        for (int i = 0; i < lod.NumLevels(); ++i) {
+            TLodLevel level = lod.ReadLevel(i);
+            if (level.entry.kind == kGeomDisabled) continue;
+            float key = byScreenSize ? level.screenSize : level.distance;
+            if (!levels.insert_or_assign(key, level).second)
+                LogWarning(fmt::format("LOD level \"{}\" replaces another of the same threshold {}",
+                                       level.entry.name, key));
+        }
+        return levels;
+    }
+
+    static INode* LevelSource(const TSpecEntry& entry, const TSpecGeomList& templates) {
+        if (entry.kind == kGeomTemplate) {
+            bool known = entry.templateId >= 0 && size_t(entry.templateId) < templates.size();
+            return known ? templates[size_t(entry.templateId)]->Node() : nullptr;
+        }
+        INode* node = entry.customObject.get();
+        bool shows = node && !node->IsGroupHead() && !dynamic_cast<TDLod*>(node->GetObjectRef());
+        return shows ? node : nullptr;
+    }
+
+    // A level brings its own source, sizes and pivot; the rest is the row's.
+    void AddLevels(const TDLod& lod, const TSpecGeomList& templates) {
+        const IParamBlock2& block = lod.Block();
+        TLodLevels prepared;
+        prepared.byScreenSize = block.GetInt(lodParams::kMode) == kLodScreenSize;
+        prepared.distance = block.GetFloat(lodParams::kDistance);
+        prepared.variation = block.GetFloat(lodParams::kVariation);
+        prepared.inViewports = block.GetBool(lodParams::kUpdate);
+        for (auto& [key, level] : SortedLevels(lod, prepared.byScreenSize)) {
+            TSpecEntry entry = level.entry;
+            entry.probability = m_entry.probability;
+            entry.colorId = m_entry.colorId;
+            entry.radius = m_entry.radius;
+            entry.specId = m_entry.specId;
+            INode* node = LevelSource(entry, templates);
+            m_specimen.nodes.push_back({entry, node ? Share(node) : nullptr, Sample(node), {}});
+            m_specimen.proxyShape |= m_request.proxyMode;
+            prepared.thresholds.push_back(key);
+            SetReferenceSize(m_specimen.nodes.back(), prepared);
+        }
+        if (!prepared.thresholds.empty()) m_specimen.lod = std::move(prepared);
+    }
+
+    // Of the first level that has one.
+    static void SetReferenceSize(const TSpecBuildNode& node, TLodLevels& levels) {
+        if (levels.referenceWidth != 0 || levels.referenceHeight != 0 || !node.source) return;
+        const Point3& size = node.sample->Size().size;
+        float scale = node.entry.scale * 0.01f;
+        levels.referenceWidth = std::max(size.x, size.y) * scale;
+        levels.referenceHeight = size.z * scale;
     }
 
     void AddSource(INode* node, const Point3& offset) {
@@ -173,7 +233,7 @@ TBuildStatus TSpecBuildList::Build(TTreeSpecList& rows, TTemplates& templates,
         RowBuilder row(entry, request, meshes, specimen, valid);
         bool shown = true;
         if (entry.kind == kGeomTemplate) row.AddTemplate(templates.List());
-        else if (entry.kind == kGeomCustom) shown = row.AddCustom();
+        else if (entry.kind == kGeomCustom) shown = row.AddCustom(templates.List());
         else shown = false;
         m_hasCustomObjects |= entry.kind == kGeomCustom && entry.customObject;
         if (!shown) row.AddEmpty();
@@ -204,6 +264,7 @@ std::vector<TSpecimen> TSpecBuildList::EngineSpecimens() const {
         TSpecimen s;
         for (const TSpecBuildNode& node : row.nodes) s.elements.push_back(EngineElement(node));
         s.frames = row.frames;
+        s.lod = row.lod;
         const TSpecEntry& entry = row.nodes.front().entry;
         s.colorId = {entry.colorId.x, entry.colorId.y, entry.colorId.z};
         s.probability = entry.probability;

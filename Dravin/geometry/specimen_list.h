@@ -32,6 +32,7 @@ class TSpecBuild {
 public:
     std::vector<TSpecBuildNode> nodes;
     std::vector<std::pair<TimeValue, TimeValue>> frames;
+    std::optional<TLodLevels> lod;  // the nodes are levels, one of which an item shows
     bool proxyShape = false;  // shows the object's proxy shape instead of its sources
 
     // First and second value of frame f, clamped to the frames there are.

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "Dravin/engine/transforms.h"
+#include "Dravin/geometry/lod_object.h"
 #include "Dravin/params/dravin_params.h"
 #include "host/base/log.h"
 #include "host/geom/primitives.h"
@@ -173,6 +174,40 @@ TEST_F(Specimens, BlackColorIdsAreReplacedByDrawnOnes) {
     Color before = c;
     ASSERT_EQ(Build(), TBuildStatus::kSuccess);
     EXPECT_EQ(list.EngineSpecimens()[0].colorId, before);
+}
+
+TEST_F(Specimens, LodLevelsStandInTheOrderOfTheirThresholds) {
+    auto lod = TDLod::Create();
+    auto node = INode::Create("lod", lod);
+    scene.AddNode(node);
+    auto nearBox = Box("near", 1, 1, 1), farBox = Box("far", 2, 4, 6);
+    for (int i = 0; i < 3; ++i) lod->NewLevel();
+    IParamBlock2& levels = lod->Block();
+    levels.SetValue(lodParams::kCobjlist, 0, farBox, 0);
+    levels.SetValue(lodParams::kCobjlist, 0, nearBox, 1);
+    levels.SetValue(lodParams::kGeomlist, 0, 0, 2);  // disabled
+    levels.SetValue(lodParams::kDistlist, 0, 50.0f, 0);
+    AddRow(node);
+    rows.Set(TTreeSpecList::kRadius, 0, 0, ParamValue(int32_t{70}));
+    ASSERT_EQ(Build(), TBuildStatus::kSuccess);
+    const TSpecBuild& row = list.Row(0);
+    ASSERT_EQ(row.nodes.size(), 2u);
+    EXPECT_EQ(row.nodes[0].source, nearBox);
+    EXPECT_EQ(row.nodes[1].source, farBox);
+    EXPECT_EQ(row.lod->thresholds, (std::vector<float>{0, 50}));
+    TSpecimenElement e = list.EngineSpecimens()[0].elements[1];
+    EXPECT_EQ(e.meshSize, (Point3{2, 4, 6}));
+    EXPECT_EQ(e.radiusPercent, 70);  // of the geometry row
+}
+
+TEST_F(Specimens, ALodObjectWithoutEnabledLevelsIsARowWithoutANode) {
+    auto node = INode::Create("lod", TDLod::Create());
+    scene.AddNode(node);
+    AddRow(node);
+    ASSERT_EQ(Build(), TBuildStatus::kSuccess);
+    ASSERT_EQ(list.Row(0).nodes.size(), 1u);
+    EXPECT_FALSE(list.Row(0).nodes[0].source);
+    EXPECT_FALSE(list.Row(0).lod);
 }
 
 TEST_F(Specimens, MoreThanThreeRowsCountAsCustom) {
