@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include "Dravin/build/footprint_input.h"
 #include "Dravin/dravin.h"
 #include "Dravin/geometry/area_texts.h"
 #include "host/base/log.h"
@@ -140,10 +141,41 @@ void AddLineRow(const ListRow& row, const TAreaScene& scene, PolyShape shape,
     area.forceOpen = row.Bool(kArforceopenlist);
 }
 
-void AddRow(const ListRow& row, const TAreaScene& scene, Interval* valid,
+// What a scene object or the items of another scatter object cover; the latter only ever exclude.
+void AddFootprintRow(const TDravin& object, const ListRow& row, INode& node,
+                     const TAreaScene& scene, Interval* valid, std::vector<TAreaRow>& rows) {
+    TFootprintRequest request;
+    request.time = scene.time;
+    request.worldToObject = scene.worldToObject;
+    request.scale = row.Float(kArobscalelist) * 0.01f;
+    if (row.Bool(kArslicelist)) request.top = row.Float(kArslicetoplist);
+    request.itemMeshes = row.Int(kArshapelist) == 1;
+    request.render = scene.render;
+
+    TAreaRow area;
+    area.settings = ReadSettings(row, scene);
+    area.settings.alwaysFades = true;
+    auto* other = dynamic_cast<TDravin*>(node.GetObjectRef());
+    if (other == &object) {
+        LogWarning(fmt::format("area \"{}\" is left out: the object cannot exclude its own items",
+                               row.Text(kArnamelist)));
+        return;
+    }
+    TFootprint footprint = other ? ItemsFootprint(*other, node, request, valid)
+                                 : ObjectFootprint(node, request, valid);
+    if (other) area.settings.exclude = true;
+    area.footprint = std::make_shared<TFootprintArea>(footprint, row.Int(kArresollist),
+                                                      !area.settings.exclude, scene.threads);
+    if (!area.footprint->IsEmpty()) rows.push_back(std::move(area));
+}
+
+void AddRow(const TDravin& object, const ListRow& row, const TAreaScene& scene, Interval* valid,
             std::vector<TAreaRow>& rows) {
     int type = row.Int(kArtypelist);
     INode* node = row.Node(kArnodelist);
+    bool items = node && dynamic_cast<TDravin*>(node->GetObjectRef());
+    if (items || (type == kAreaObject && node))
+        return AddFootprintRow(object, row, *node, scene, valid, rows);
     if (type == kAreaSurface) AddSurfaceRows(row, scene, rows);
     if (type == kAreaPaint && row.Paint()) AddLineRow(row, scene, row.Paint()->shape, rows);
     if (type == kAreaSpline && node) AddLineRow(row, scene, ShapeOf(*node, scene, valid), rows);
@@ -157,7 +189,7 @@ std::vector<TAreaRow> MakeAreaRows(const TDravin& object, const TAreaScene& scen
     std::vector<TAreaRow> rows;
     for (int i = 0; i < block.Count(kArnamelist); ++i) {
         ListRow row(block, i, scene.time, valid);
-        if (row.Bool(kPfAractivelist)) AddRow(row, scene, valid, rows);
+        if (row.Bool(kPfAractivelist)) AddRow(object, row, scene, valid, rows);
     }
     return rows;
 }

@@ -14,6 +14,8 @@ class TDravin;
 // Where the rows are read.
 struct TAreaScene {
     TimeValue time = 0;
+    bool render = false;
+    int threads = 1;
     Matrix3 worldToObject;
     // The object's surfaces with their nodes, index by index.
     std::span<INode* const> surfaceNodes;

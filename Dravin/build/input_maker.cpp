@@ -227,6 +227,8 @@ void TInputMaker::SetSurfaceRules(TBuildInput& input) {
 void TInputMaker::SetAreas(TBuildInput& input, Interval* valid) {
     TAreaScene scene;
     scene.time = m_time;
+    scene.render = m_flags.render;
+    scene.threads = Threads();
     scene.worldToObject = m_objectInverse;
     scene.surfaceNodes = m_surfaceNodes;
     scene.surfaces = input.surfaces;

@@ -74,7 +74,19 @@ void AddArea(TAreaGroup& group, TPolyArea area, float top) {
     group.areas.push_back(std::move(area));
 }
 
+void AddFootprint(const TAreaRow& row, const Matrix3& toFrame, TAreas& areas) {
+    if (row.footprint->IsEmpty()) return;
+    TAreaGroup group;
+    group.settings = row.settings;
+    group.footprint = row.footprint;
+    group.toObject = Inverse(toFrame);
+    group.bounds = toFrame.BoxTransform(row.footprint->Bounds());
+    areas.numExcludeAreas += row.settings.exclude;
+    (row.settings.exclude ? areas.exclude : areas.include).push_back(std::move(group));
+}
+
 void AddRow(const TAreaRow& row, const Matrix3& toFrame, TAreas& areas) {
+    if (row.footprint) return AddFootprint(row, toFrame, areas);
     std::vector<FlatLine> lines;
     for (const PolyLine& line : row.shape.lines) lines.push_back(Flatten(line, toFrame));
     std::vector<int> parents(lines.size(), -1);
@@ -118,12 +130,20 @@ double TAreaGroup::Measure() const {
 }
 
 bool TAreaGroup::Inside(Point2 p) const {
+    if (footprint) return footprint->Inside(InObject(p));
     bool inside = false;
     for (const TPolyArea& area : areas) inside ^= area.Inside(p);
     return inside;
 }
 
 TPolyArea::TBorder TAreaGroup::NearestBorder(Point2 p) const {
+    if (footprint) {
+        Point2 q = InObject(p), border = footprint->NearestBorder(q);
+        // Back by the same turn: the plane of the distribution is only rotated about z.
+        Matrix3 toFrame = Inverse(toObject);
+        Point3 place = Point3{border.x, border.y, 0} * toFrame;
+        return {footprint->BorderDistance(q), {place.x, place.y}};
+    }
     TPolyArea::TBorder nearest{kNoDistance, {}};
     for (const TPolyArea& area : areas) {
         TPolyArea::TBorder border = area.NearestBorder(p);
@@ -158,6 +178,11 @@ bool TAreaTest::Excludes(Point2 p) const {
                        [&](const TAreaGroup* group) { return group->Inside(p); });
 }
 
+bool TAreaTest::HasFootprints() const {
+    auto has = [](const TAreaGroup* group) { return group && group->footprint; };
+    return has(m_group) || std::any_of(m_excludes.begin(), m_excludes.end(), has);
+}
+
 TAreaDistances TAreaTest::Distances(Point2 p) const {
     TAreaDistances d;
     if (m_group) {
@@ -183,7 +208,7 @@ bool TAreaTest::Row::Crossings::IsInside(float at) {
 void TAreaTest::Row::Start(float y) {
     m_include = {std::move(m_include.x), 0};
     m_include.x.clear();
-    if (!m_test.m_group) {
+    if (!m_test.m_group || m_test.m_group->footprint) {
         m_include.x.push_back(kEverywhere);
     } else {
         for (const TPolyArea& area : m_test.m_group->areas) area.AppendRowCrossings(y, m_include.x);

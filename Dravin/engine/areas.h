@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "Dravin/engine/falloff_curve.h"
+#include "Dravin/engine/footprint_area.h"
 #include "Dravin/engine/grid.h"
 #include "Dravin/engine/map_sampler.h"
 #include "Dravin/engine/poly_area.h"
@@ -41,7 +42,9 @@ struct TAreaSettings {
     // One flag a surface of the input: those that items may land on. Empty: the topmost of all.
     std::vector<uint8_t> surfaces;
 
-    bool HasFalloffBand() const { return bandWidth > kSmallestFalloff; }
+    bool alwaysFades = false;  // footprints fade whatever the width
+
+    bool HasFalloffBand() const { return alwaysFades || bandWidth > kSmallestFalloff; }
 };
 
 // A row with its outlines.
@@ -50,17 +53,26 @@ struct TAreaRow {
     PolyShape shape;         // object space
     bool forceOpen = false;  // closed lines count as bands, too
     bool oneGroup = false;   // all lines make one group, nested or not (outline of a surface)
+    std::shared_ptr<const TFootprintArea> footprint;  // instead of the shape
 };
 
 // Regions that share a parity: what is inside an odd number of them is inside the group.
 struct TAreaGroup {
     TAreaSettings settings;
     std::vector<TPolyArea> areas;
-    Box3 bounds;  // distribution frame
+    std::shared_ptr<const TFootprintArea> footprint;  // instead of the areas, in object space
+    Matrix3 toObject;                                 // from the distribution frame
+    Box3 bounds;                                      // distribution frame
 
     double Measure() const;
     bool Inside(Point2 p) const;
     TPolyArea::TBorder NearestBorder(Point2 p) const;
+
+private:
+    Point2 InObject(Point2 p) const {
+        Point3 q = Point3{p.x, p.y, 0} * toObject;
+        return {q.x, q.y};
+    }
 };
 
 struct TAreas {
@@ -106,6 +118,8 @@ public:
     bool Excludes(Point2 p) const;
     bool Passes(Point2 p) const { return Includes(p) && !Excludes(p); }
     TAreaDistances Distances(Point2 p) const;
+    // Whether a row's test leaves footprints to be asked point by point.
+    bool HasFootprints() const;
     // Whether every point passes.
     bool IsOpen() const { return !m_group && m_excludes.empty(); }
 

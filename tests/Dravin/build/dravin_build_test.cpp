@@ -57,8 +57,8 @@ protected:
         object->Block(block).SetValue(id, 0, value);
     }
     void AddRow(std::shared_ptr<INode> source) {
-        TTreeSpecList rows(std::static_pointer_cast<IParamBlock2>(
-            object->Block(kGeomParams).shared_from_this()));
+        TTreeSpecList rows(
+            std::static_pointer_cast<IParamBlock2>(object->Block(kGeomParams).shared_from_this()));
         TSpecEntry entry;
         entry.name = "row";
         entry.kind = kGeomCustom;
@@ -157,8 +157,8 @@ TEST_F(DravinBuild, TheDefaultImageIsTheLibrarysWhiteMap) {
 }
 
 TEST_F(DravinBuild, AnEmptyGeometryListHasStatus6) {
-    TTreeSpecList rows(std::static_pointer_cast<IParamBlock2>(
-        object->Block(kGeomParams).shared_from_this()));
+    TTreeSpecList rows(
+        std::static_pointer_cast<IParamBlock2>(object->Block(kGeomParams).shared_from_this()));
     rows.Delete({0});
     EXPECT_EQ(Run().Status(), TBuildStatus::kEmptyGeometryList);
     EXPECT_EQ(object->Build().Message()[0], "No items in the Geometry List");
@@ -236,8 +236,8 @@ TEST_F(DravinBuild, GroupsMakeOneItemAMember) {
     head->AttachChild(a);
     head->AttachChild(b);
     b->SetLocalTM(Matrix3::Translation({0.5f, 0, 0}));
-    TTreeSpecList rows(std::static_pointer_cast<IParamBlock2>(
-        object->Block(kGeomParams).shared_from_this()));
+    TTreeSpecList rows(
+        std::static_pointer_cast<IParamBlock2>(object->Block(kGeomParams).shared_from_this()));
     rows.Set(TTreeSpecList::kCustomObject, 0, 0, Target(head));
     const TDravinBuild& build = Run();
     ASSERT_EQ(build.Statistics().itemCount, 800);
@@ -262,9 +262,11 @@ TEST_F(DravinBuild, InstancesStandWhereTheItemsAre) {
     EXPECT_NEAR(real.Width().y, 4, 1e-5);
     for (size_t i : {size_t(0), size_t(77)}) {
         TDravinItem item = build.Items().Item(i);
-        // A corner of the unit box under the item's full transform, and the same corner at real size.
-        Point3 unit = Point3{real.max.x, real.max.y, real.max.z} *
-                      Matrix3::Scaling({1 / real.Width().x, 1 / real.Width().y, 1 / real.Width().z});
+        // A corner of the unit box under the item's full transform, and the same corner at real
+        // size.
+        Point3 unit =
+            Point3{real.max.x, real.max.y, real.max.z} *
+            Matrix3::Scaling({1 / real.Width().x, 1 / real.Width().y, 1 / real.Width().z});
         Point3 expected = unit * item.fullTransform + Point3{100, 0, 0};
         Point3 got = real.max * records[i].transform;
         EXPECT_NEAR(Length(got - expected), 0, 1e-3);
@@ -301,6 +303,70 @@ TEST_F(DravinBuild, CollisionsRunInRendersAndWherePreviewed) {
     EXPECT_EQ(object->Build().Message()[0], "Most of items are discarded by collisions");
     Set(kDistParams, distParams::kCollpreview, true);
     EXPECT_LT(Run().Statistics().itemCount, 200);
+}
+
+// Adds an area row whose other lists stay at their defaults.
+void AddArea(TDravin& object, int type, std::shared_ptr<INode> node, bool exclude) {
+    using namespace areaParams;
+    IParamBlock2& rows = object.Block(kAreaParams);
+    for (ParamID id :
+         {kArnamelist, kPfAractivelist, kArnodelist, kArtypelist, kArincexclist, kArobscalelist})
+        rows.Append(id);
+    int row = rows.Count(kArnamelist) - 1;
+    rows.SetValue(kArnodelist, 0, std::static_pointer_cast<ReferenceTarget>(node), row);
+    rows.SetValue(kArtypelist, 0, type, row);
+    rows.SetValue(kArincexclist, 0, int(exclude), row);
+    rows.SetValue(kArobscalelist, 0, 100.0f, row);
+}
+
+TEST_F(DravinBuild, AnObjectAreaExcludesUpToItsSlice) {
+    auto tower = AddMesh("tower", MakeBox(6, 6, 10, 1));
+    tower->SetLocalTM(Matrix3::Translation({0.5f, 0.5f, 0}));
+    AddArea(*object, 1, tower, true);
+    EXPECT_EQ(Run().Statistics().itemCount, 400 - 36);
+    object->Block(kAreaParams).Append(areaParams::kArslicelist);
+    object->Block(kAreaParams).SetValue(areaParams::kArslicelist, 0, true, 0);
+    object->Block(kAreaParams).Append(areaParams::kArslicetoplist);
+    object->Block(kAreaParams).SetValue(areaParams::kArslicetoplist, 0, -20.0f, 0);
+    EXPECT_EQ(Run().Statistics().itemCount, 400);
+}
+
+TEST_F(DravinBuild, AnotherScatterObjectExcludesEvenWhenItsRowIncludes) {
+    auto other = TDravin::Create();
+    std::shared_ptr<INode> otherNode = INode::Create("other", other);
+    scene.AddNode(otherNode);
+    other->Block(kSurfaceParams).Append(surfaceParams::kSurflist, Target(plane));
+    other->Block(kDistParams).SetValue(distParams::kDistmap, 0, White());
+    other->Block(kDistParams).SetValue(distParams::kPixelsX, 0, 1);
+    TTreeSpecList rows(
+        std::static_pointer_cast<IParamBlock2>(other->Block(kGeomParams).shared_from_this()));
+    TSpecEntry entry;
+    entry.name = "row";
+    entry.kind = kGeomCustom;
+    entry.customObject = box;
+    rows.AppendRow(entry);
+
+    AddArea(*object, 4, otherNode, false);
+    // The other's four items stand ten apart, each a disc of radius one around its place.
+    const TDravinBuild& build = Run();
+    ASSERT_EQ(other->Build().Statistics().itemCount, 4);
+    EXPECT_EQ(build.Status(), TBuildStatus::kSuccess);
+    EXPECT_LT(build.Statistics().itemCount, 400);
+    for (size_t i = 0; i < build.Items().Count(); ++i)
+        for (size_t k = 0; k < 4; ++k)
+            ASSERT_GT(
+                Length(build.Items().Item(i).position - other->Build().Items().Item(k).position),
+                0.9f);
+}
+
+TEST_F(DravinBuild, AScatterObjectThatExcludesItselfIsLeftOut) {
+    AddArea(*object, 4, std::static_pointer_cast<INode>(node->shared_from_this()), true);
+    EXPECT_EQ(Run().Statistics().itemCount, 400);
+}
+
+TEST_F(DravinBuild, ANodeThatIsNoScatterObjectMakesNoSuchArea) {
+    AddArea(*object, 4, box, true);
+    EXPECT_EQ(Run().Statistics().itemCount, 400);
 }
 
 TEST_F(DravinBuild, NestedCallsReturnWithoutWork) {

@@ -1,0 +1,95 @@
+#include "Dravin/build/footprint_input.h"
+
+#include "Dravin/build/dravin_build.h"
+#include "Dravin/dravin.h"
+#include "host/scene/instance_source.h"
+#include "host/scene/node.h"
+
+namespace {
+
+void AddTriangles(const Mesh& mesh, const Matrix3& toWorld, const TFootprintRequest& request,
+                  TFootprint& footprint) {
+    std::vector<std::array<Point3, 3>> world;
+    for (const Face& face : mesh.faces) {
+        std::array<Point3, 3> corners;
+        for (size_t k = 0; k < 3; ++k) corners[k] = mesh.verts[face.v[k]] * toWorld;
+        if (!IsFinite(corners[0]) || !IsFinite(corners[1]) || !IsFinite(corners[2])) continue;
+        if (request.top)
+            AppendSliced(corners, *request.top, world);
+        else
+            world.push_back(corners);
+    }
+    for (std::array<Point3, 3>& corners : world) {
+        for (Point3& p : corners) p = p * request.worldToObject;
+        footprint.points.insert(footprint.points.end(), corners.begin(), corners.end());
+        footprint.triangles.push_back(corners);
+    }
+}
+
+bool IsCurrent(const TDravinBuild& build, const TFootprintRequest& request) {
+    return build.Input() && build.Validity().Contains(request.time) &&
+           build.IsRender() == request.render;
+}
+
+void AddItemMeshes(const TDravinBuild& build, const TFootprintRequest& request,
+                   TFootprint& footprint) {
+    std::unique_ptr<IInstanceSource> source = build.MakeInstanceSource();
+    std::vector<InstanceRecord> records(source->NumInstances());
+    source->GetInstances(0, records);
+    TFootprintRequest whole = request;
+    whole.top.reset();
+    for (const InstanceRecord& record : records)
+        AddTriangles(*source->PrototypeMesh(record.prototype), record.transform, whole, footprint);
+}
+
+}  // namespace
+
+TFootprint ObjectFootprint(INode& head, const TFootprintRequest& request, Interval* valid) {
+    TFootprint footprint;
+    auto add = [&](INode* node) {
+        Object* object = node->GetObjectRef();
+        std::shared_ptr<const Mesh> mesh = object ? object->GetRenderMesh(request.time) : nullptr;
+        if (!mesh) return;
+        *valid &= object->ObjectValidity(request.time);
+        float s = request.scale;
+        AddTriangles(*mesh, Matrix3::Scaling({s, s, s}) * node->GetObjectTM(request.time), request,
+                     footprint);
+    };
+    if (head.IsGroupHead())
+        VisitNodes(&head, add);
+    else
+        add(&head);
+    return footprint;
+}
+
+TFootprint ItemsFootprint(TDravin& other, INode& node, const TFootprintRequest& request,
+                          Interval* valid) {
+    TDravinBuild& build = other.Build();
+    if (!IsCurrent(build, request)) {
+        TBuildFlags flags;
+        flags.noMesh = true;
+        flags.render = request.render;
+        build.BuildMesh(request.time, flags);
+    }
+    *valid &= build.Validity();
+
+    TFootprint footprint;
+    Matrix3 place = node.GetObjectTM(request.time) * request.worldToObject;
+    TDravinItem item;
+    for (size_t i = 0; i < build.Items().Count(); ++i) {
+        build.Items().ReadStored(i, &item);
+        if (item.discarded) continue;
+        float outer = request.itemMeshes ? item.outerRadius : item.boundaryRadius;
+        float r = request.scale * outer;
+        for (float dx : {-r, r})
+            for (float dy : {-r, r})
+                footprint.points.push_back((item.position + Point3{dx, dy, 0}) * place);
+        if (!request.itemMeshes) footprint.discs.push_back({item.position * place, r});
+    }
+    if (request.itemMeshes) {
+        std::vector<Point3> points = footprint.points;
+        AddItemMeshes(build, request, footprint);
+        footprint.points = std::move(points);
+    }
+    return footprint;
+}
