@@ -96,6 +96,20 @@ std::shared_ptr<const Bitmap> ReadOpened(OIIO::ImageInput* input, const std::str
     return std::make_shared<Bitmap>(spec.width, spec.height, channels, std::move(data));
 }
 
+// Some of the library's readers throw on damaged files.
+template <class Read>
+std::shared_ptr<const Bitmap> CatchExceptions(const std::string& name, std::string* error,
+                                              const Read& read) {
+    try {
+        return read();
+    } catch (const std::bad_alloc&) {
+        *error = fmt::format("{}: cannot read the image: out of memory", name);
+    } catch (const std::exception& e) {
+        *error = fmt::format("{}: cannot read the image: the file is damaged ({})", name, e.what());
+    }
+    return nullptr;
+}
+
 OIIO::ImageSpec ReadConfig() {
     OIIO::ImageSpec config;
     config.attribute("oiio:UnassociatedAlpha", 1);
@@ -151,12 +165,13 @@ std::shared_ptr<const Bitmap> ReadBitmap(const std::string& file, std::string* e
     if (!head) return nullptr;
     std::unique_ptr<OIIO::ImageInput> input = ReaderFor(*head, file, error);
     if (!input) return nullptr;
-    OIIO::ImageSpec spec;
-    if (!input->open(file, spec, ReadConfig())) {
+    return CatchExceptions(file, error, [&]() -> std::shared_ptr<const Bitmap> {
+        OIIO::ImageSpec spec;
+        if (input->open(file, spec, ReadConfig()))
+            return ReadOpened(input.get(), file, size, error);
         *error = fmt::format("{}: cannot read the image: {}", file, Reason(input->geterror()));
         return nullptr;
-    }
-    return ReadOpened(input.get(), file, size, error);
+    });
 }
 
 std::shared_ptr<const Bitmap> ReadBitmapFromMemory(std::string_view bytes, const std::string& name,
@@ -168,11 +183,12 @@ std::shared_ptr<const Bitmap> ReadBitmapFromMemory(std::string_view bytes, const
     OIIO::Filesystem::IOProxy* proxy = &reader;
     OIIO::ImageSpec config = ReadConfig(), spec;
     config.attribute("oiio:ioproxy", OIIO::TypeDesc::PTR, &proxy);
-    if (!input->supports("ioproxy") || !input->open("memory", spec, config)) {
+    return CatchExceptions(name, error, [&]() -> std::shared_ptr<const Bitmap> {
+        if (input->supports("ioproxy") && input->open("memory", spec, config))
+            return ReadOpened(input.get(), name, bytes.size(), error);
         *error = fmt::format("{}: cannot read the image: {}", name, Reason(input->geterror()));
         return nullptr;
-    }
-    return ReadOpened(input.get(), name, bytes.size(), error);
+    });
 }
 
 bool WriteBitmap(const std::string& file, const Bitmap& image, std::string* error, bool fullFloat) {

@@ -95,6 +95,14 @@ TEST(ImageKind, MarksOfAllKinds) {
     EXPECT_EQ(ImageKind(""sv, "tga"), "");
 }
 
+TEST(BitmapFile, ReadersThatThrowAreErrors) {
+    // A GIF whose first block is larger than its picture.
+    TempFolder folder;
+    std::string error, gif("GIF89a\0\xFF\xFF\xFF\0\0\0,\0\0\0\0\1\0\1\0\0\2\2D\1\0;", 29);
+    EXPECT_EQ(ReadBitmap(folder.Write("a.gif", gif), &error), nullptr);
+    EXPECT_NE(error.find("a.gif: cannot read the image: the file is damaged"), error.npos) << error;
+}
+
 TEST(BitmapFile, PackedImagesAreReadFromMemory) {
     TempFolder folder;
     std::string error;
