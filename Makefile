@@ -2,15 +2,17 @@
 # `make test` does the same set-up and then everything else.
 #
 #   SANITIZE=address,undefined   or thread: build and test under the sanitizers
+#   FUZZ_SECONDS=N               how long `make fuzz` runs each target (default: 60)
 #   JOBS=N                       parallel build jobs (default: all processors)
 
 SANITIZE ?=
 PRESET   := $(if $(SANITIZE),$(SANITIZE),release)
 BUILD    := build/$(PRESET)
 JOBS     ?= $(shell nproc)
+FUZZ_SECONDS ?= 60
 DRAVIN   := $(BUILD)/apps/dravin/dravin
 
-.PHONY: build demo test bench format tidy clean packages
+.PHONY: build demo test bench fuzz format tidy clean packages
 
 packages:
 	@scripts/install-packages
@@ -32,10 +34,19 @@ bench: packages
 	@cmake --build build/release -j $(JOBS)
 	@for b in build/release/bench/*_bench; do $$b || exit 1; done
 
-format: packages
+# New inputs stay in build/fuzz/corpus; what fails is kept in build/fuzz/findings.
+fuzz:
+	@scripts/install-packages tools
+	@cmake --preset fuzz -Wno-dev --log-level=WARNING
+	@cmake --build build/fuzz -j $(JOBS)
+	@fuzz/run build/fuzz $(FUZZ_SECONDS)
+
+format:
+	@scripts/install-packages tools
 	@git ls-files '*.h' '*.cpp' | xargs clang-format -i
 
 tidy: build
+	@scripts/install-packages tools
 	@git ls-files '*.cpp' | grep -E '^(host|common|Dravin|apps)/' | xargs -P $(JOBS) -n 4 clang-tidy --quiet -p $(BUILD)
 
 clean:

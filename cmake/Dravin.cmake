@@ -22,6 +22,11 @@ if(DRAVIN_SANITIZE)
         -fno-omit-frame-pointer -fno-sanitize-recover=all)
     target_link_options(dravin_flags INTERFACE -fsanitize=${DRAVIN_SANITIZE})
 endif()
+if(DRAVIN_FUZZ)
+    # Coverage for the fuzzer; a number that does not fit its integer is a finding too.
+    target_compile_options(dravin_flags INTERFACE -fsanitize=fuzzer-no-link,float-cast-overflow
+        -fno-sanitize-recover=all)
+endif()
 
 # dravin_library(name SOURCES a.cpp … PUBLIC lib … PRIVATE lib …): one folder's static library.
 function(dravin_library name)

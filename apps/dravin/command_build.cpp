@@ -3,6 +3,7 @@
 #include "apps/dravin/build_outputs.h"
 #include "apps/dravin/commands.h"
 #include "apps/dravin/session.h"
+#include "host/base/atomic_file.h"
 
 namespace {
 
@@ -19,20 +20,27 @@ std::string StatusText(const SceneDravin& dravin) {
                        int(dravin.object->Build().Status()), text);
 }
 
-bool CheckOutputs(const BuildOptions& options) {
+// Before the work, so that nobody waits for a build that leads nowhere.
+ExitCode CheckOutputs(const BuildOptions& options) {
     for (const std::string& path : options.outputs)
         if (!IsBuildOutput(path)) {
             PrintError(fmt::format("-o {}: unknown kind of output, expected an ending of {}", path,
                                    kBuildOutputs));
-            return false;
+            return kExitUsage;
         }
-    return true;
+    std::string error;
+    for (const std::string& path : options.outputs)
+        if (!AtomicFile::CanWrite(path, &error)) {
+            PrintError(error);
+            return kExitNoOutput;
+        }
+    return kExitDone;
 }
 
 }  // namespace
 
 ExitCode RunBuild(const BuildOptions& options) {
-    if (!CheckOutputs(options)) return kExitUsage;
+    if (ExitCode code = CheckOutputs(options); code != kExitDone) return code;
     std::vector<std::string> fields = ResolveFields(options.fields);
     if (fields.empty()) return kExitUsage;
 

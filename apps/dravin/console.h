@@ -6,18 +6,18 @@
 // Exit codes that scripts rely on.
 enum ExitCode : int {
     kExitDone = 0,
-    kExitFailed = 1,         // the work failed
+    kExitFailed = 1,  // the work failed
     kExitUsage = 2,
-    kExitMissingInput = 3,   // an input is missing or unreadable
-    kExitMalformed = 4,      // an input is malformed
-    kExitLimit = 5,          // a limit refused it
-    kExitNoOutput = 6,       // an output cannot be written
+    kExitMissingInput = 3,  // an input is missing or unreadable
+    kExitMalformed = 4,     // an input is malformed
+    kExitLimit = 5,         // a limit refused it
+    kExitNoOutput = 6,      // an output cannot be written
 };
 
 struct ConsoleOptions {
-    bool quiet = false;      // errors only
-    bool json = false;       // messages as JSON, one object a line
-    int logLevel = 0;        // 0 none, 1 normal, 2 debug
+    bool quiet = false;  // errors only
+    bool json = false;   // messages as JSON, one object a line
+    int logLevel = 0;    // 0 none, 1 normal, 2 debug
 };
 
 // Installs the options: log sink and level. Signals remove half-written files and end the program
@@ -29,6 +29,9 @@ void PrintWarning(const std::string& text);
 void PrintNote(const std::string& text);  // left out with --quiet
 // A result, on standard output.
 void PrintResult(const std::string& text);
+
+// Whether all results have arrived; an error is printed when not. To be asked once, at the end.
+bool FinishResults();
 
 // A bar on a terminal, nothing elsewhere. One at a time.
 class ProgressBar {

@@ -102,7 +102,9 @@ int Run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     try {
-        return Run(argc, argv);
+        int code = Run(argc, argv);
+        bool isDone = FinishResults();
+        return code == kExitDone && !isDone ? kExitNoOutput : code;
     } catch (const std::bad_alloc&) {
         PrintError("out of memory");
         return kExitLimit;

@@ -1,5 +1,6 @@
 #include "apps/dravin/render_setup.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include <fmt/format.h>
@@ -105,17 +106,9 @@ bool AddItems(Session& session, TimeValue t, int threads, RenderSetup& setup) {
     return true;
 }
 
-bool SetCamera(Session& session, const std::string& name, TimeValue t, RenderSetup& setup) {
+void SetCamera(Session& session, const std::string& name, TimeValue t, RenderSetup& setup) {
     Scene& scene = session.GetScene();
     INode* node = FindCamera(scene, name);
-    if (!name.empty() && !(node && node->GetObjectRef() && node->GetObjectRef()->IsCamera())) {
-        std::vector<std::string> cameras;
-        for (INode* n : scene.Nodes())
-            if (n->GetObjectRef() && n->GetObjectRef()->IsCamera()) cameras.push_back(n->GetName());
-        PrintError(fmt::format("--camera: the scene has no camera \"{}\"{}", name,
-                               DidYouMean(name, cameras)));
-        return false;
-    }
     if (node) {
         auto* camera = static_cast<CameraObject*>(node->GetObjectRef());
         setup.scene.camera = {node->GetNodeTM(t), camera->fovDegrees};
@@ -124,7 +117,6 @@ bool SetCamera(Session& session, const std::string& name, TimeValue t, RenderSet
     } else {
         setup.scene.camera = CameraAround(SceneBounds(setup.scene));
     }
-    return true;
 }
 
 // Maps of materials load their images before threads read them.
@@ -141,6 +133,18 @@ void UpdateMaps(const Mtl* mtl, TimeValue t) {
 
 }  // namespace
 
+bool CheckCamera(const Scene& scene, const std::string& name) {
+    std::vector<std::string> cameras;
+    for (const INode* node : scene.Nodes())
+        if (node->GetObjectRef() && node->GetObjectRef()->IsCamera())
+            cameras.push_back(node->GetName());
+    if (name.empty() || std::find(cameras.begin(), cameras.end(), name) != cameras.end())
+        return true;
+    PrintError(
+        fmt::format("--camera: the scene has no camera \"{}\"{}", name, DidYouMean(name, cameras)));
+    return false;
+}
+
 std::optional<RenderSetup> SetUpRender(Session& session, const std::string& camera, TimeValue time,
                                        int threads) {
     RenderSetup setup;
@@ -151,7 +155,7 @@ std::optional<RenderSetup> SetUpRender(Session& session, const std::string& came
         for (size_t p = 0; p < source->NumPrototypes(); ++p)
             UpdateMaps(source->PrototypeMtl(p), time);
     SetLight(session.GetScene(), time, setup.scene);
-    if (!SetCamera(session, camera, time, setup)) return std::nullopt;
+    SetCamera(session, camera, time, setup);
     const SceneRenderSettings& r = session.GetScene().render;
     setup.settings.width = r.width;
     setup.settings.height = r.height;

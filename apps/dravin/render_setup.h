@@ -17,9 +17,14 @@ struct RenderSetup {
     std::vector<std::unique_ptr<IInstanceSource>> sources;
 };
 
+// Whether the scene has a camera node of this name; an empty name is always good. The error is
+// printed.
+bool CheckCamera(const Scene& scene, const std::string& name);
+
 // Builds all visible scatter objects with render settings and collects the rest. camera: a camera
 // node's name, or empty for the scene's own, else its first camera, else the active view, else one
-// that sees everything. None, with the error printed, when there is no such camera or a build failed.
+// that sees everything. The name must have passed CheckCamera. None, with the error printed, when a
+// build failed.
 std::optional<RenderSetup> SetUpRender(Session& session, const std::string& camera, TimeValue time,
                                        int threads);
 

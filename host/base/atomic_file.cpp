@@ -96,6 +96,16 @@ bool AtomicFile::Open(const std::string& path, std::string* error) {
     return true;
 }
 
+bool AtomicFile::CanWrite(const std::string& path, std::string* error) {
+    struct stat info {};
+    bool isSpecial = path != "-" && stat(path.c_str(), &info) == 0 && !S_ISREG(info.st_mode) &&
+                     !S_ISDIR(info.st_mode);
+    if (!isSpecial) return AtomicFile().Open(path, error);
+    if (access(path.c_str(), W_OK) == 0) return true;
+    *error = CannotWrite(path, errno);
+    return false;
+}
+
 bool AtomicFile::OpenTemporary(std::string* error) {
     static std::atomic<unsigned> counter{0};
     for (int attempt = 0; attempt < 100; ++attempt) {

@@ -41,6 +41,10 @@ public:
     bool Commit(std::string* error);
     void Discard();
 
+    // Whether Open would succeed on a regular target, tried without a trace: for long work that
+    // wants to know beforehand. Devices and pipes are only asked for their permissions.
+    static bool CanWrite(const std::string& path, std::string* error);
+
     // Unlinks the temporary files of this process. Async-signal-safe; for handlers that then exit.
     static void RemoveTemporaryFiles();
 

@@ -1,5 +1,6 @@
 #include "host/base/file_input.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -42,6 +43,27 @@ int OpenRegular(const std::string& path, uint64_t* size, std::string* error) {
     return fd;
 }
 
+// The next `count` bytes, fewer when the file became shorter meanwhile.
+std::optional<std::string> ReadAndClose(int fd, size_t count, const std::string& path,
+                                        std::string* error) {
+    std::string bytes(count, '\0');
+    size_t done = 0;
+    ssize_t n = 1;
+    while (done < count && n != 0) {
+        n = read(fd, bytes.data() + done, count - done);
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0) {
+            *error = fmt::format("{}: cannot read the file: {}", path, std::strerror(errno));
+            close(fd);
+            return std::nullopt;
+        }
+        done += size_t(n);
+    }
+    close(fd);
+    bytes.resize(done);
+    return bytes;
+}
+
 }  // namespace
 
 std::optional<uint64_t> RegularFileSize(const std::string& path, std::string* error) {
@@ -62,22 +84,14 @@ std::optional<std::string> ReadWholeFile(const std::string& path, uint64_t limit
         close(fd);
         return std::nullopt;
     }
-    std::string bytes(size, '\0');
-    size_t done = 0;
-    while (done < bytes.size()) {
-        ssize_t n = read(fd, bytes.data() + done, bytes.size() - done);
-        if (n < 0 && errno == EINTR) continue;
-        if (n < 0) {
-            *error = fmt::format("{}: cannot read the file: {}", path, std::strerror(errno));
-            close(fd);
-            return std::nullopt;
-        }
-        if (n == 0) break;  // the file became shorter meanwhile
-        done += size_t(n);
-    }
-    close(fd);
-    bytes.resize(done);
-    return bytes;
+    return ReadAndClose(fd, size, path, error);
+}
+
+std::optional<std::string> ReadFileHead(const std::string& path, size_t count, uint64_t* size,
+                                        std::string* error) {
+    int fd = OpenRegular(path, size, error);
+    if (fd < 0) return std::nullopt;
+    return ReadAndClose(fd, std::min<uint64_t>(*size, count), path, error);
 }
 
 MappedFile::~MappedFile() {

@@ -18,6 +18,10 @@ std::optional<uint64_t> RegularFileSize(const std::string& path, std::string* er
 std::optional<std::string> ReadWholeFile(const std::string& path, uint64_t limit,
                                          std::string* error);
 
+// The file's first bytes, at most `count` of them, and its whole size.
+std::optional<std::string> ReadFileHead(const std::string& path, size_t count, uint64_t* size,
+                                        std::string* error);
+
 // A file's bytes in the address space, read from disk only as far as they are looked at. The file
 // must not be shortened by others while it is mapped. Movable by pointer only; safe to read from
 // threads.

@@ -9,6 +9,7 @@
 
 #include "host/base/atomic_file.h"
 #include "host/base/file_input.h"
+#include "host/io/image_kind.h"
 
 namespace {
 
@@ -18,9 +19,8 @@ constexpr uint64_t kBestCompression = 4096;
 constexpr uint64_t kHarmlessBytes = 16 << 20;
 constexpr uint64_t kMaxImageBytes = uint64_t{8} << 30;
 
-// Only these readers of the library are let near a file; the rest read text, movies or other files.
-constexpr std::array kFormats{"bmp",  "png", "jpeg", "tiff", "targa", "openexr", "hdr",     "gif",
-                              "webp", "psd", "dds",  "pnm",  "sgi",   "iff",     "jpeg2000"};
+// Only files of these kinds are written.
+constexpr std::array kWrittenFormats{"png", "tiff", "openexr", "jpeg", "bmp", "targa", "hdr"};
 
 void PrepareLibrary() {
     static std::once_flag once;
@@ -33,8 +33,9 @@ std::string Reason(const std::string& text) {
     return trimmed.empty() ? "the file is damaged or of an unknown kind" : trimmed;
 }
 
-bool IsKnownFormat(const std::string& format) {
-    return std::find(kFormats.begin(), kFormats.end(), format) != kFormats.end();
+bool IsWrittenFormat(const std::string& format) {
+    return std::find(kWrittenFormats.begin(), kWrittenFormats.end(), format) !=
+           kWrittenFormats.end();
 }
 
 // Empty when the header is believable for a file of `fileBytes`.
@@ -69,11 +70,6 @@ int ChannelsKept(const OIIO::ImageSpec& spec) {
 
 std::shared_ptr<const Bitmap> ReadOpened(OIIO::ImageInput* input, const std::string& name,
                                          uint64_t fileBytes, std::string* error) {
-    if (!input || !IsKnownFormat(input->format_name())) {
-        std::string reason = input ? std::string() : OIIO::geterror();
-        *error = fmt::format("{}: cannot read the image: {}", name, Reason(reason));
-        return nullptr;
-    }
     const OIIO::ImageSpec& spec = input->spec();
     if (std::string problem = CheckHeader(spec, fileBytes); !problem.empty()) {
         *error = fmt::format("{}: cannot read the image: {}", name, problem);
@@ -100,15 +96,37 @@ std::shared_ptr<const Bitmap> ReadOpened(OIIO::ImageInput* input, const std::str
     return std::make_shared<Bitmap>(spec.width, spec.height, channels, std::move(data));
 }
 
+// Some of the library's readers throw on damaged files.
+template <class Read>
+std::shared_ptr<const Bitmap> CatchExceptions(const std::string& name, std::string* error,
+                                              const Read& read) {
+    try {
+        return read();
+    } catch (const std::bad_alloc&) {
+        *error = fmt::format("{}: cannot read the image: out of memory", name);
+    } catch (const std::exception& e) {
+        *error = fmt::format("{}: cannot read the image: the file is damaged ({})", name, e.what());
+    }
+    return nullptr;
+}
+
 OIIO::ImageSpec ReadConfig() {
     OIIO::ImageSpec config;
     config.attribute("oiio:UnassociatedAlpha", 1);
     return config;
 }
 
-// Name of the reader for packed bytes, by their signature: model files pack JPEG and PNG only.
-const char* FormatOfBytes(std::string_view bytes) {
-    return bytes.substr(0, 3) == "\xFF\xD8\xFF" ? "jpeg" : "png";
+// The library's reader for bytes that begin with `head`; null with a reason in `error`.
+std::unique_ptr<OIIO::ImageInput> ReaderFor(std::string_view head, const std::string& name,
+                                            std::string* error) {
+    std::string kind = ImageKind(head, name);
+    std::unique_ptr<OIIO::ImageInput> input;
+    if (!kind.empty()) input = OIIO::ImageInput::create(kind);
+    OIIO::geterror();  // the library keeps the message until it is asked for
+    if (!input)
+        *error = fmt::format("{}: cannot read the image: not a file of a known kind, expected {}",
+                             name, kImageKinds);
+    return input;
 }
 
 // The type in which a format stores the image.
@@ -142,34 +160,41 @@ OIIO::ImageSpec WriteSpec(const OIIO::ImageOutput& output, const Bitmap& image, 
 
 std::shared_ptr<const Bitmap> ReadBitmap(const std::string& file, std::string* error) {
     PrepareLibrary();
-    std::optional<uint64_t> size = RegularFileSize(file, error);
-    if (!size) return nullptr;
-    OIIO::ImageSpec config = ReadConfig();
-    std::unique_ptr<OIIO::ImageInput> input = OIIO::ImageInput::open(file, &config);
-    return ReadOpened(input.get(), file, *size, error);
+    uint64_t size = 0;
+    std::optional<std::string> head = ReadFileHead(file, kImageKindBytes, &size, error);
+    if (!head) return nullptr;
+    std::unique_ptr<OIIO::ImageInput> input = ReaderFor(*head, file, error);
+    if (!input) return nullptr;
+    return CatchExceptions(file, error, [&]() -> std::shared_ptr<const Bitmap> {
+        OIIO::ImageSpec spec;
+        if (input->open(file, spec, ReadConfig()))
+            return ReadOpened(input.get(), file, size, error);
+        *error = fmt::format("{}: cannot read the image: {}", file, Reason(input->geterror()));
+        return nullptr;
+    });
 }
 
 std::shared_ptr<const Bitmap> ReadBitmapFromMemory(std::string_view bytes, const std::string& name,
                                                    std::string* error) {
     PrepareLibrary();
+    std::unique_ptr<OIIO::ImageInput> input = ReaderFor(bytes, name, error);
+    if (!input) return nullptr;
     OIIO::Filesystem::IOMemReader reader(const_cast<char*>(bytes.data()), bytes.size());
     OIIO::Filesystem::IOProxy* proxy = &reader;
-    OIIO::ImageSpec config = ReadConfig();
+    OIIO::ImageSpec config = ReadConfig(), spec;
     config.attribute("oiio:ioproxy", OIIO::TypeDesc::PTR, &proxy);
-    std::unique_ptr<OIIO::ImageInput> input = OIIO::ImageInput::create(FormatOfBytes(bytes));
-    OIIO::ImageSpec spec;
-    if (input && (!input->supports("ioproxy") || !input->open("memory", spec, config))) {
-        std::string reason = input->geterror();
-        *error = fmt::format("{}: cannot read the image: {}", name, Reason(reason));
+    return CatchExceptions(name, error, [&]() -> std::shared_ptr<const Bitmap> {
+        if (input->supports("ioproxy") && input->open("memory", spec, config))
+            return ReadOpened(input.get(), name, bytes.size(), error);
+        *error = fmt::format("{}: cannot read the image: {}", name, Reason(input->geterror()));
         return nullptr;
-    }
-    return ReadOpened(input.get(), name, bytes.size(), error);
+    });
 }
 
 bool WriteBitmap(const std::string& file, const Bitmap& image, std::string* error, bool fullFloat) {
     PrepareLibrary();
     std::unique_ptr<OIIO::ImageOutput> output = OIIO::ImageOutput::create(file);
-    if (!output || !IsKnownFormat(output->format_name())) {
+    if (!output || !IsWrittenFormat(output->format_name())) {
         OIIO::geterror();  // the library keeps the message until it is asked for
         *error = fmt::format(
             "{}: cannot write the image: the ending names no image format, "

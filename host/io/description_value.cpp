@@ -191,7 +191,8 @@ int DescriptionValue::AsChoice(const std::vector<std::string>& names) const {
     auto it = std::find(names.begin(), names.end(), text);
     if (it != names.end()) return int(it - names.begin());
     std::string all;
-    for (const std::string& name : names) all += fmt::format("{}\"{}\"", all.empty() ? "" : ", ", name);
+    for (const std::string& name : names)
+        all += fmt::format("{}\"{}\"", all.empty() ? "" : ", ", name);
     std::string hint = DidYouMean(text, names);
     Fail(fmt::format("expected one of {}, found \"{}\"{}", all, CutText(text, 60), hint));
     return 0;

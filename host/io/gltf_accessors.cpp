@@ -27,8 +27,8 @@ public:
     bool ReadIndices(int accessor, std::vector<uint32_t>& out, std::string* error) {
         const tinygltf::Accessor* a = Find(accessor, error);
         if (!a) return false;
-        if (a->type != TINYGLTF_TYPE_SCALAR || a->componentType == TINYGLTF_COMPONENT_TYPE_FLOAT)
-            return Fail(accessor, "indices are no whole numbers", error);
+        if (a->type != TINYGLTF_TYPE_SCALAR || !IsIndexType(a->componentType))
+            return Fail(accessor, "indices are no unsigned whole numbers", error);
         return Read(accessor, *a, 1, out, error);
     }
 
@@ -85,6 +85,11 @@ private:
                 return Load<float>(p);
         }
     }
+    static bool IsIndexType(int type) {
+        return type == TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE ||
+               type == TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT ||
+               type == TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT;
+    }
     static uint32_t Component(const unsigned char* p, int type, bool, uint32_t*) {
         switch (type) {
             case TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE:
@@ -136,8 +141,8 @@ private:
         int type = sparse.indices.componentType;
         int indexBytes = tinygltf::GetComponentSizeInBytes(uint32_t(type));
         uint64_t indexStride = 0, stride = 0;
-        bool isPlausible = sparse.count >= 0 && indexBytes > 0 && sparse.indices.byteOffset >= 0 &&
-                           sparse.values.byteOffset >= 0;
+        bool isPlausible = sparse.count >= 0 && IsIndexType(type) &&
+                           sparse.indices.byteOffset >= 0 && sparse.values.byteOffset >= 0;
         const unsigned char *indices = nullptr, *values = nullptr;
         if (isPlausible) {
             indices = Elements(sparse.indices.bufferView, uint64_t(sparse.indices.byteOffset),

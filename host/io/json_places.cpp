@@ -13,6 +13,8 @@ namespace {
 
 constexpr size_t kLineWidth = 100;
 
+bool IsControl(char c) { return uint8_t(c) < 0x20; }
+
 // Steps through JSON text. On text that is not valid it stops somewhere, but never runs out of it.
 class Scanner {
 public:
@@ -35,13 +37,14 @@ public:
                 return;
         }
     }
-    // Past a string whose quote is next; its raw text.
+    // Past a string whose quote is next, or up to a control character, which no string may hold;
+    // its raw text.
     std::string_view SkipString() {
         size_t start = ++m_at;
-        while (!AtEnd() && Peek() != '"') m_at += Peek() == '\\' ? 2 : 1;
+        while (!AtEnd() && Peek() != '"' && !IsControl(Peek())) m_at += Peek() == '\\' ? 2 : 1;
         m_at = std::min(m_at, m_text.size());
         std::string_view raw = m_text.substr(start, m_at - start);
-        if (!AtEnd()) Next();
+        if (Peek() == '"') Next();
         return raw;
     }
     // Past a number, true, false or null; its text.
@@ -240,6 +243,7 @@ std::optional<JsonDefect> FindDepthDefect(std::string_view text, size_t maxDepth
         scan.SkipBlanks();
         if (scan.AtEnd()) return std::nullopt;
         char c = scan.Peek();
+        if (IsControl(c)) return std::nullopt;  // nothing beyond it is ever read
         if (c == '"') {
             scan.SkipString();
             continue;

@@ -12,6 +12,7 @@
 
 #include <fmt/format.h>
 
+#include "host/base/text.h"
 #include "host/geom/mesh_tools.h"
 #include "host/geom/polygon.h"
 #include "host/io/mesh_soup.h"
@@ -325,7 +326,7 @@ private:
         for (double c : corners)
             if (!(c >= least && c < double(m_soup.positions.size())))
                 return Fail(fmt::format("element \"{}\", row {}: vertex index {} of {}", what, row,
-                                        int64_t(c), m_soup.positions.size()));
+                                        FormatNumber(c), m_soup.positions.size()));
         return true;
     }
     void AddPolygon(const std::vector<double>& corners, const std::vector<double>& texcoords) {

@@ -56,7 +56,7 @@ std::shared_ptr<Texmap> ReadHostTexmap(const std::string& type, DescriptionObjec
     if (keys.Value().Document().Failed()) return nullptr;
     std::string error;
     auto texmap = context.formats.Loaders().MakeTexmap(d, &error);
-    if (!texmap) keys.Value().Fail(error, DescriptionErrorClass::kMissingInput);
+    if (!texmap) keys.Value().Fail(error);
     return texmap;
 }
 

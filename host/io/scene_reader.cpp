@@ -244,13 +244,19 @@ SceneReadResult ParseSceneDescription(std::string_view text, const std::string& 
 
 SceneReadResult ReadSceneDescription(const std::string& path, const SceneFormats& formats) {
     SceneReadResult result;
-    std::optional<std::string> text = ReadWholeFile(path, kMaxFileSize, &result.error);
-    if (!text) {
+    MappedFile file;  // a file that is no description is refused without reading all of it
+    if (!file.Open(path, &result.error)) {
         result.errorClass = DescriptionErrorClass::kMissingInput;
         return result;
     }
+    if (file.Bytes().size() > kMaxFileSize) {
+        result.errorClass = DescriptionErrorClass::kLimit;
+        result.error = fmt::format("{}: {} bytes, at most {} are read", path, file.Bytes().size(),
+                                   kMaxFileSize);
+        return result;
+    }
     std::string folder = std::filesystem::path(path).parent_path().string();
-    result = ParseSceneDescription(*text, path, folder, formats);
+    result = ParseSceneDescription(file.Bytes(), path, folder, formats);
     if (result.scene) result.scene->path = path;
     return result;
 }

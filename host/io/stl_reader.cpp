@@ -85,7 +85,11 @@ bool ReadText(const std::string& path, std::string_view bytes, ImportedModel* mo
     };
     while (text.NextLine()) {
         std::string_view keyword = text.Word();
+        bool isWhole = mesh.verts.size() == 3 * mesh.faces.size();
+        if (!isWhole && (keyword == "solid" || keyword == "facet"))
+            return fail("a facet of fewer than three vertices");
         if (keyword == "solid") {
+            numCorners = 0;
             AppendObject(model, name, std::move(mesh));
             mesh = {};
             name = text.Word();

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <filesystem>
 
+#include "host/base/atomic_file.h"
 #include "host/render/render_texture.h"
 #include "host/render/sampler.h"
 
@@ -20,6 +21,13 @@ float FilmicCurve(float x) {
 uint8_t DitheredByte(float value, size_t place) {
     float dither = UnitFloat(HashMix(uint32_t(place) * 2654435761u)) - 0.5f;
     return uint8_t(std::clamp(std::lround(value * 255 + dither * 0.9f), 0l, 255l));
+}
+
+std::string EndingOf(const std::string& path) {
+    std::string ending = std::filesystem::path(path).extension().string();
+    std::transform(ending.begin(), ending.end(), ending.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? char(c + 32) : c; });
+    return ending;
 }
 
 bool IsLinearFormat(const std::string& ending) { return ending == ".exr" || ending == ".hdr"; }
@@ -65,28 +73,23 @@ Color ToneMap(Color light, float exposure) {
     return {channel(c.r), channel(c.g), channel(c.b)};
 }
 
+bool IsPictureFormat(const std::string& path) {
+    bool isKnown = OIIO::ImageOutput::create(path) != nullptr;
+    OIIO::geterror();  // the library keeps the message until it is asked for
+    return isKnown;
+}
+
 std::string WritePicture(const std::string& path, const Picture& picture) {
-    namespace fs = std::filesystem;
-    fs::path target(path);
-    std::string ending = target.extension().string();
-    std::transform(ending.begin(), ending.end(), ending.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? char(c + 32) : c; });
+    std::string ending = EndingOf(path), error;
     auto out = OIIO::ImageOutput::create(path);
-    if (!out)
+    if (!out) {
+        OIIO::geterror();
         return fmt::format("{}: no image format for the ending \"{}\", use .png, .jpg or .exr",
                            path, ending);
-    // The temporary file keeps the ending: some writers look at it.
-    fs::path temporary = target;
-    temporary.replace_filename(fmt::format(".{}.writing{}", target.stem().string(), ending));
-    std::error_code error;
-    if (!WriteTo(*out, temporary.string(), picture, IsLinearFormat(ending))) {
-        std::string reason = out->geterror();
-        fs::remove(temporary, error);
-        return fmt::format("{}: cannot write the picture: {}", path, reason);
     }
-    fs::rename(temporary, target, error);
-    if (!error) return {};
-    std::error_code ignored;
-    fs::remove(temporary, ignored);
-    return fmt::format("{}: cannot write the picture: {}", path, error.message());
+    AtomicFile target;
+    if (!target.Open(path, &error)) return error;
+    if (!WriteTo(*out, target.TemporaryPath(), picture, IsLinearFormat(ending)))
+        return fmt::format("{}: cannot write the picture: {}", path, out->geterror());
+    return target.Commit(&error) ? std::string() : error;
 }

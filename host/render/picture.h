@@ -16,6 +16,9 @@ struct Picture {
 // (the rational form of Narkowicz 2015, with a lighter toe).
 Color ToneMap(Color light, float exposure);
 
+// Whether the ending names a format that WritePicture knows.
+bool IsPictureFormat(const std::string& path);
+
 // Writes by ending: .exr and .hdr keep linear light times the exposure (EXR in half floats), all
 // other formats that OpenImageIO knows get 8 bits a channel, tone-mapped. The file appears complete
 // or not at all. Returns what went wrong, or an empty text.

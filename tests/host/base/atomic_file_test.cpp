@@ -126,3 +126,17 @@ TEST(AtomicFile, SignalHandlersRemoveWhatIsOpen) {
     EXPECT_EQ(folder.NumFiles(), 0u);
     EXPECT_FALSE(first.Commit(&error));
 }
+
+TEST(AtomicFile, CanWriteLeavesNoTrace) {
+    TempFolder folder;
+    std::string error, kept = folder.Write("kept", "old"), fifo = folder.File("fifo");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    EXPECT_TRUE(AtomicFile::CanWrite(kept, &error)) << error;
+    EXPECT_TRUE(AtomicFile::CanWrite(folder.File("new"), &error)) << error;
+    EXPECT_TRUE(AtomicFile::CanWrite(fifo, &error)) << error;  // without waiting for a reader
+    EXPECT_FALSE(AtomicFile::CanWrite(folder.File("."), &error));
+    EXPECT_NE(error.find("it is a folder"), error.npos) << error;
+    EXPECT_FALSE(AtomicFile::CanWrite(folder.File("none/new"), &error));
+    EXPECT_EQ(folder.Read("kept"), "old");
+    EXPECT_EQ(folder.NumFiles(), 2u);
+}

@@ -45,3 +45,14 @@ TEST(FileInput, EverythingButFilesIsRefused) {
     EXPECT_NE(error.find("No such file"), error.npos);
     EXPECT_FALSE(RegularFileSize(std::string("a\0b", 3), &error));
 }
+
+TEST(FileInput, TheHeadIsCutAndTheSizeIsWhole) {
+    TempFolder folder;
+    std::string error, path = folder.Write("f", "12345");
+    uint64_t size = 0;
+    EXPECT_EQ(ReadFileHead(path, 3, &size, &error), "123");
+    EXPECT_EQ(size, 5u);
+    EXPECT_EQ(ReadFileHead(path, 99, &size, &error), "12345");
+    EXPECT_FALSE(ReadFileHead(folder.File("none"), 3, &size, &error));
+    EXPECT_NE(error.find("No such file"), error.npos);
+}

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "host/io/image_kind.h"
 #include "tests/temp_folder.h"
 
 // The image library forgets an error text when the PNG library jumps out of its read callback. The
@@ -65,6 +66,41 @@ TEST(BitmapFile, OtherFormatsAreRead) {
     ASSERT_NE(image, nullptr) << error;
     EXPECT_EQ(image->Width(), 2);
     EXPECT_EQ(image->Pixel16(1, 0)[0], 65535);
+}
+
+TEST(BitmapFile, TheFirstBytesTellTheKindWhateverTheName) {
+    TempFolder folder;
+    std::string error;
+    for (const char* ending : {"png", "jpg", "tif", "exr", "bmp", "hdr"}) {
+        std::string file = folder.File(std::string("a.") + ending);
+        ASSERT_TRUE(WriteBitmap(file, Ramp8(3), &error)) << error;
+        std::string misnamed = folder.Write("b.txt", folder.Read(std::string("a.") + ending));
+        EXPECT_NE(ReadBitmap(misnamed, &error), nullptr) << ending << ": " << error;
+    }
+    EXPECT_EQ(ReadBitmap(folder.Write("c.png", "no image"), &error), nullptr);
+    EXPECT_NE(error.find("c.png: cannot read the image: not a file of a known kind"), error.npos)
+        << error;
+}
+
+TEST(ImageKind, MarksOfAllKinds) {
+    using std::string_view_literals::operator""sv;
+    EXPECT_EQ(ImageKind("\x89PNG\r\n\x1A\n"sv, ""), "png");
+    EXPECT_EQ(ImageKind("MM\0\x2A"sv, ""), "tiff");
+    EXPECT_EQ(ImageKind("RIFF\1\2\3\4WEBPVP8 "sv, ""), "webp");
+    EXPECT_EQ(ImageKind("\0\0\0\x0CjP  \r\n\x87\n"sv, ""), "jpeg2000");
+    EXPECT_EQ(ImageKind("P6 1 1 255"sv, ""), "pnm");
+    EXPECT_EQ(ImageKind("P7 1 1 255"sv, ""), "");
+    EXPECT_EQ(ImageKind("\0\0\2"sv, "a.TGA"), "targa");
+    EXPECT_EQ(ImageKind("\0\0\2"sv, "a.png"), "");
+    EXPECT_EQ(ImageKind(""sv, "tga"), "");
+}
+
+TEST(BitmapFile, ReadersThatThrowAreErrors) {
+    // A GIF whose first block is larger than its picture.
+    TempFolder folder;
+    std::string error, gif("GIF89a\0\xFF\xFF\xFF\0\0\0,\0\0\0\0\1\0\1\0\0\2\2D\1\0;", 29);
+    EXPECT_EQ(ReadBitmap(folder.Write("a.gif", gif), &error), nullptr);
+    EXPECT_NE(error.find("a.gif: cannot read the image: the file is damaged"), error.npos) << error;
 }
 
 TEST(BitmapFile, PackedImagesAreReadFromMemory) {

@@ -160,6 +160,21 @@ TEST(GltfReader, AccessorsMustFitTheirBuffers) {
               "a.gltf: primitive indices accessor out of bounds");
 }
 
+TEST(GltfReader, IndicesAreUnsigned) {
+    for (const char* type : {"5120", "5122", "5126"}) {
+        std::string accessors = Replaced(kAccessors, "\"componentType\":5123",
+                                         std::string("\"componentType\":") + type);
+        EXPECT_EQ(ImportError("a.gltf", Gltf(accessors)),
+                  "a.gltf: accessor 2: indices are no unsigned whole numbers");
+    }
+    std::string sparse = Replaced(
+        kAccessors, R"("count":3,"type":"VEC3")",
+        R"("count":3,"type":"VEC3","sparse":{"count":1,"indices":{"bufferView":0,"byteOffset":65,
+        "componentType":5120},"values":{"bufferView":0,"byteOffset":24}})");
+    EXPECT_EQ(ImportError("a.gltf", Gltf(sparse)),
+              "a.gltf: accessor 0: sparse elements do not fit their buffer");
+}
+
 TEST(GltfReader, RingsOfNodesEnd) {
     TempFolder folder;
     std::string ring = R"("nodes":[{"mesh":0,"children":[1]},{"mesh":0,"children":[0]}],

@@ -105,6 +105,8 @@ TEST(PlyReader, ErrorsNameTheirPlace) {
     };
     EXPECT_EQ(ImportError("a.ply", replaced("4 0 1 2 3", "4 0 1 2 7")),
               "a.ply: element \"face\", row 0: vertex index 7 of 4");
+    EXPECT_EQ(ImportError("a.ply", replaced("4 0 1 2 3", "4 0 1 2 1e99")),
+              "a.ply: element \"face\", row 0: vertex index 1e+99 of 4");
     EXPECT_EQ(ImportError("a.ply", replaced("1 1 0", "1 nan 0")),
               "a.ply: vertex 2: a coordinate is not a finite number");
     EXPECT_EQ(ImportError("a.ply", replaced("property float x", "property float q")),

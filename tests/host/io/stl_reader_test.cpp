@@ -52,6 +52,14 @@ TEST(StlReader, ErrorsNameTheirPlace) {
               "a.stl: triangle 0: a coordinate is not a finite number");
 }
 
+TEST(StlReader, FacetsCannotReachAcrossOthers) {
+    std::string corner = "vertex 0 0 0\n";
+    EXPECT_EQ(ImportError("a.stl", "solid a\n" + corner + "solid b\n" + corner + corner),
+              "a.stl:3: a facet of fewer than three vertices");
+    EXPECT_EQ(ImportError("a.stl", "solid a\nfacet\n" + corner + "facet\n" + corner + corner),
+              "a.stl:4: a facet of fewer than three vertices");
+}
+
 TEST(StlReader, ClaimedCountMustFitTheFile) {
     std::string bytes = kBinary;
     bytes[80] = '\xFF', bytes[81] = '\xFF', bytes[82] = '\xFF', bytes[83] = '\xFF';

@@ -1,0 +1,59 @@
+#include "Dravin/scene/dravin_description.h"
+#include "fuzz/fuzz_file.h"
+#include "host/io/scene_loaders.h"
+
+namespace {
+
+// Gives one triangle for every mesh, so that sizes in a description cost nothing.
+class TriangleLoaders : public ISceneLoaders {
+public:
+    using MeshPtr = std::shared_ptr<const Mesh>;
+
+    MeshPtr LoadMesh(const std::string&, const std::string&, std::string*) override {
+        return m_triangle;
+    }
+    MeshPtr LoadHeightfield(const std::string&, const HeightfieldOrigin&, std::string*) override {
+        return m_triangle;
+    }
+    MeshPtr MakePrimitive(const PrimitiveOrigin&) override { return m_triangle; }
+    std::shared_ptr<Texmap> MakeTexmap(const TexmapDescription& description,
+                                       std::string* error) override {
+        TexmapDescription harmless = description;
+        if (harmless.type == "bitmap") harmless.type = "uvw";
+        return m_real->MakeTexmap(harmless, error);
+    }
+    bool DescribeTexmap(const Texmap& texmap, TexmapDescription* description) override {
+        return m_real->DescribeTexmap(texmap, description);
+    }
+
+private:
+    std::shared_ptr<ISceneLoaders> m_real = MakeSceneLoaders();
+    MeshPtr m_triangle =
+        std::make_shared<Mesh>(Mesh{{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {{{0, 1, 2}}}});
+};
+
+const SceneFormats& Formats() {
+    static const SceneFormats formats = [] {
+        SceneFormats made(std::make_shared<TriangleLoaders>());
+        RegisterDravinNodes(made);
+        return made;
+    }();
+    return formats;
+}
+
+}  // namespace
+
+// A scene that is read can be written, and its text is read again without complaint.
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    std::string_view text(reinterpret_cast<const char*>(data), size);
+    SceneReadResult read = ParseSceneDescription(text, "fuzz.json", "/nowhere", Formats());
+    if (!read) {
+        Promise(!read.error.empty() && read.errorClass != DescriptionErrorClass::kNone);
+        return 0;
+    }
+    std::string written = WriteSceneDescription(*read.scene, "/nowhere", Formats());
+    SceneReadResult again = ParseSceneDescription(written, "again.json", "/nowhere", Formats());
+    if (!again) fprintf(stderr, "%s\n%s\n", again.error.c_str(), written.c_str());
+    Promise(bool(again));
+    return 0;
+}
