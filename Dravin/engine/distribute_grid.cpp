@@ -57,7 +57,7 @@ public:
           m_pipeline(input, geometry, items),
           m_row(group.areas),
           m_rowTest(!group.areas.IsOpen() && !HasOffsets(input)),
-          m_footprints(group.areas.HasFootprints()),
+          m_inside((group.areas.IsOpen() || m_rowTest) && !group.areas.HasFootprints()),
           m_map(group.areas.Settings().map ? group.areas.Settings().map : input.distMap),
           m_mapOnSurface(m_map && input.distMapChannel != 0 && !input.surfaces.empty()),
           m_ownThreshold(std::abs(grid.areaThreshold - input.grid.thresholdPercent) > 0.0001f),
@@ -241,7 +241,7 @@ private:
         candidate.grid = &m_grid;
         candidate.rows = &m_group.rows;
         candidate.areas = &m_group.areas;
-        candidate.insideAreas = m_rowTest && !m_footprints;
+        candidate.insideAreas = m_inside;
         candidate.area = m_group.areas.Settings().item;
         candidate.ordinal = m_ordinal;
         candidate.hit = b.hit[i];
@@ -262,8 +262,8 @@ private:
     TRowSlice m_slice;
     TItemPipeline m_pipeline;
     TAreaTest::Row m_row;
-    bool m_rowTest;     // areas are asked a row at a time, before anything else
-    bool m_footprints;  // and some of them point by point later
+    bool m_rowTest;  // areas are asked a row at a time, before anything else
+    bool m_inside;   // a cell that comes as far as an item is known to pass them all
     const IMapSampler* m_map;
     bool m_mapOnSurface;
     bool m_ownThreshold;
