@@ -7,6 +7,8 @@ if(CCACHE_PROGRAM)
     set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
 endif()
 
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)  # for the linter
+
 # The same scene gives the same bits in every build: no contraction, no fast-math. Position
 # independent, because the objects end up in the plug-in module and the Python module too.
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)

@@ -5,8 +5,8 @@
 
 #include "Dravin/engine/density_map.h"
 
-// The file that a stored map name stands for: as it is when absolute, else beside the scene, else in
-// the distribution-map library. Empty when it is in none of them.
+// The file that a stored map name stands for: as it is when absolute, else beside the scene, else
+// in the distribution-map library. Empty when it is in none of them.
 std::string FindDistMapFile(const std::string& mapName, const std::string& sceneFile);
 
 // Pixels of that image with their pass flags; empty with a reason when it cannot be loaded.

@@ -22,9 +22,7 @@ public:
     const Mesh* PrototypeMesh(size_t prototype) const override {
         return m_prototypes[prototype].mesh.get();
     }
-    const Mtl* PrototypeMtl(size_t prototype) const override {
-        return m_prototypes[prototype].mtl;
-    }
+    const Mtl* PrototypeMtl(size_t prototype) const override { return m_prototypes[prototype].mtl; }
     size_t NumInstances() const override { return m_items.size(); }
     void GetInstances(size_t first, std::span<InstanceRecord> out) const override;
 

@@ -11,8 +11,8 @@ public:
     };
 
     // Reads the index of `folder` on first need; while the list holds entries it is not read again.
-    // False when the index cannot be opened or has a bad line: the user is told (not in quiet mode),
-    // the entries before the bad line stay, and "Other" is not appended.
+    // False when the index cannot be opened or has a bad line: the user is told (not in quiet
+    // mode), the entries before the bad line stay, and "Other" is not appended.
     bool Read(const std::string& folder);
 
     const std::vector<Entry>& Entries() const { return m_entries; }

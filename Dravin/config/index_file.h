@@ -12,7 +12,7 @@ struct IndexFile {
     bool IsGood() const { return opened && badLine == 0; }
 };
 
-// Reads UTF-8 text (a byte order mark is skipped). Trailing blanks are dropped; an empty line or the
-// end of the file ends the list. A line is bad when it is over 259 characters or does not have
+// Reads UTF-8 text (a byte order mark is skipped). Trailing blanks are dropped; an empty line or
+// the end of the file ends the list. A line is bad when it is over 259 characters or does not have
 // exactly numFields fields (empty ones count). Fields are cut at 99 characters.
 IndexFile ReadIndexFile(const std::string& path, size_t numFields);

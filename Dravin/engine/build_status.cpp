@@ -15,8 +15,10 @@ bool HasCounts(const TPanelState& state) {
         case TBuildStatus::kNoIncludeAreas:
         case TBuildStatus::kNoDistributionMap:
         case TBuildStatus::kTemplateNotLoaded:
-        case TBuildStatus::kEmptyGeometryList: return false;
-        default: return state.distributing;
+        case TBuildStatus::kEmptyGeometryList:
+            return false;
+        default:
+            return state.distributing;
     }
 }
 
@@ -39,11 +41,16 @@ bool ShowsLastRender(const TPanelState& state) {
 
 TBuildStatus StatusOfResult(TBuildResult result) {
     switch (result) {
-        case TBuildResult::kOk: return TBuildStatus::kSuccess;
-        case TBuildResult::kDensityTooHigh: return TBuildStatus::kDensityTooHigh;
-        case TBuildResult::kTooManyItems: return TBuildStatus::kTooManyItems;
-        case TBuildResult::kNoAreas: return TBuildStatus::kNoIncludeAreas;
-        case TBuildResult::kNoReference: return TBuildStatus::kNoReferenceObject;
+        case TBuildResult::kOk:
+            return TBuildStatus::kSuccess;
+        case TBuildResult::kDensityTooHigh:
+            return TBuildStatus::kDensityTooHigh;
+        case TBuildResult::kTooManyItems:
+            return TBuildStatus::kTooManyItems;
+        case TBuildResult::kNoAreas:
+            return TBuildStatus::kNoIncludeAreas;
+        case TBuildResult::kNoReference:
+            return TBuildStatus::kNoReferenceObject;
     }
     return TBuildStatus::kSuccess;
 }
@@ -57,16 +64,21 @@ TPanelMessage PanelMessage(const TPanelState& state, const TBuildStatistics& s) 
 
     bool last = ShowsLastRender(state);
     switch (last ? state.lastRenderStatus : state.status) {
-        case TBuildStatus::kSuccess: return lines;
-        case TBuildStatus::kNoIncludeAreas: return {"There are not Include Areas", ""};
-        case TBuildStatus::kNoDistributionMap: return {"Distribution map not defined", ""};
-        case TBuildStatus::kNoItems: return {"No items", ""};
+        case TBuildStatus::kSuccess:
+            return lines;
+        case TBuildStatus::kNoIncludeAreas:
+            return {"There are not Include Areas", ""};
+        case TBuildStatus::kNoDistributionMap:
+            return {"Distribution map not defined", ""};
+        case TBuildStatus::kNoItems:
+            return {"No items", ""};
         case TBuildStatus::kDensityTooHigh:
             return {"Items density is too high. Increase the",
                     "X/Y Size in Distribution Map parameters"};
         case TBuildStatus::kTemplateNotLoaded:
             return {"Geometry template cannot be loaded", "Reset 3D Studio and reload scene"};
-        case TBuildStatus::kEmptyGeometryList: return {"No items in the Geometry List", ""};
+        case TBuildStatus::kEmptyGeometryList:
+            return {"No items in the Geometry List", ""};
         case TBuildStatus::kTooManyItems:
             return {"Maximum number of items exceeded",
                     last ? "in last render. Adjust 'Display' parameters"
@@ -77,16 +89,21 @@ TPanelMessage PanelMessage(const TPanelState& state, const TBuildStatistics& s) 
                                        s.facesInLastRender)
                          : "Fix: adjust 'Display' parameters"};
         // The panel's first text for this status, "No visible items", is overwritten at once.
-        case TBuildStatus::kNoVisibleItems: return {"No items", ""};
-        case TBuildStatus::kDisabled: return {"Object is disabled in Display settings", ""};
-        case TBuildStatus::kNoReferenceObject: return {"Reference object is not defined", ""};
+        case TBuildStatus::kNoVisibleItems:
+            return {"No items", ""};
+        case TBuildStatus::kDisabled:
+            return {"Object is disabled in Display settings", ""};
+        case TBuildStatus::kNoReferenceObject:
+            return {"Reference object is not defined", ""};
     }
     return lines;
 }
 
 std::vector<TPanelLine> StatisticsPanel(const TPanelState& state, const TBuildStatistics& s) {
     bool any = s.itemCount != 0, counts = HasCounts(state), collided = HasCollisionCounts(state, s);
-    auto when = [](bool shown, std::string text) { return shown ? std::move(text) : std::string(); };
+    auto when = [](bool shown, std::string text) {
+        return shown ? std::move(text) : std::string();
+    };
     std::string memory = fmt::format("{:5.1f} Mb,{:5.1f} mS, (I:{}/E:{})", double(s.memoryMb),
                                      double(s.meshMs), s.includeGroups, s.excludeAreas);
     return {

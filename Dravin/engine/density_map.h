@@ -16,8 +16,8 @@ public:
     };
 
     TDensityMap() = default;
-    // rgb: width x height x 3 channels of 16 bits, top row first. thresholdPercent: the comparison is
-    // strict, so a white image passes nothing at 100.
+    // rgb: width x height x 3 channels of 16 bits, top row first. thresholdPercent: the comparison
+    // is strict, so a white image passes nothing at 100.
     TDensityMap(int width, int height, const std::vector<uint16_t>& rgb, int thresholdPercent);
 
     bool IsEmpty() const { return m_pixels.empty(); }

@@ -185,8 +185,7 @@ float NoiseLevelOfProbability(float u) {
 
 float FractalNoise(const Point3& q, float octaves) {
     float remaining = std::max(octaves, 1.0f), frequency = 1, sum = 0;
-    for (; remaining >= 1; remaining -= 1, frequency *= 2)
-        sum += Noise3(q * frequency) / frequency;
+    for (; remaining >= 1; remaining -= 1, frequency *= 2) sum += Noise3(q * frequency) / frequency;
     if (remaining > 0) sum += Noise3(q * frequency) * remaining / frequency;
     return std::clamp(sum + 0.5f, 0.0f, 1.0f);
 }

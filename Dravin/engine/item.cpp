@@ -18,8 +18,8 @@ void TDravinItem::Reset() {
 
 IItemRenderNode* TDravinItem::AttachRenderNode(IItemRenderNodes& nodes) {
     m_renderNode = nodes.FindRenderNode(*this);
-    bool tinted = std::abs(nodes.TintMin()) >= kSmallestTint ||
-                  std::abs(nodes.TintMax()) >= kSmallestTint;
+    bool tinted =
+        std::abs(nodes.TintMin()) >= kSmallestTint || std::abs(nodes.TintMax()) >= kSmallestTint;
     tintFlag = m_renderNode && m_renderNode->AllowsTint() && tinted;
     return m_renderNode;
 }

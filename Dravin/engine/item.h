@@ -127,7 +127,7 @@ inline constexpr float kNoDistance = 2147483648.0f;  // 2^31: no border was near
 // Where the item stands, what it shows and how large it is. Always stored.
 struct ItemPlace {
     Point3 position;
-    Point3 storedPosition;  // as first placed, before translation
+    Point3 storedPosition;   // as first placed, before translation
     Point3 normal{0, 0, 1};  // working normal: alignment and z offset
     Matrix3 transform;       // frame and rotations; translation zero
     Point3 scale{1, 1, 1};
@@ -168,8 +168,8 @@ struct ItemColors {
 // The item's own draws. Never stored: they follow from the seed (transforms.h) and are drawn again
 // by whoever asks for them.
 struct ItemRandoms {
-    Point3 randomA, randomB;    // A.y is held against density falloffs, B.x picks the specimen
-    Point3 randomTranslation;   // interpolation factors of the translation ranges
+    Point3 randomA, randomB;   // A.y is held against density falloffs, B.x picks the specimen
+    Point3 randomTranslation;  // interpolation factors of the translation ranges
     Point3 randomScale{1, 1, 1};
     Point3 rotation;
     float random1 = 0, random2 = 0, random3 = 0, random4 = 0, random5 = 0;

@@ -39,14 +39,16 @@ template <auto kMember>
 constexpr ItemField Floats(const char* name, bool stored = true) {
     using T = typename MemberType<decltype(kMember)>::Type;
     constexpr Shape shape = ShapeOf(static_cast<const T*>(nullptr));
-    return {name, kFloat, shape.rows, shape.components, stored,
-            [](const I& item, float* out) { Put(out, item.*kMember); }};
+    return {name,       kFloat,
+            shape.rows, shape.components,
+            stored,     [](const I& item, float* out) { Put(out, item.*kMember); }};
 }
 
 template <auto kMember>
 constexpr ItemField Ints(const char* name, bool stored = true, ItemFieldKind kind = kInt) {
-    return {name, kind, 1, 1, stored, nullptr,
-            [](const I& item, int32_t* out) { *out = int32_t(item.*kMember); }};
+    return {name, kind, 1, 1, stored, nullptr, [](const I& item, int32_t* out) {
+                *out = int32_t(item.*kMember);
+            }};
 }
 
 std::string MaskText(const I& item) {

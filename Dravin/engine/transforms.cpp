@@ -117,8 +117,7 @@ Color TintColor(const TTransformSettings& s, const TDravinItem& item, bool hasSu
 
 bool FacesLookAt(const TTransformSettings& s, SpecimenKind kind) {
     if (!s.useLookAt) return false;
-    return kind == SpecimenKind::kTemplate ||
-           (kind == SpecimenKind::kCustom && s.lookAtHasTarget);
+    return kind == SpecimenKind::kTemplate || (kind == SpecimenKind::kCustom && s.lookAtHasTarget);
 }
 
 Point2 Direction2(float x, float y) {
@@ -129,8 +128,8 @@ Point2 Direction2(float x, float y) {
 void Orient(const TTransformSettings& s, const TTransformRanges& ranges, TDravinItem& item,
             SpecimenKind kind) {
     if (FacesLookAt(s, kind)) {
-        item.lookAt = Direction2(s.lookAtPosition.x - item.position.x,
-                                 s.lookAtPosition.y - item.position.y);
+        item.lookAt =
+            Direction2(s.lookAtPosition.x - item.position.x, s.lookAtPosition.y - item.position.y);
         item.transform = MakeFrame({-item.lookAt.y, item.lookAt.x, 0}, item.normal);
         return;
     }
@@ -153,9 +152,9 @@ void Orient(const TTransformSettings& s, const TTransformRanges& ranges, TDravin
 }
 
 void SetShadows(const TTransformSettings& s, TDravinItem& item, SpecimenKind kind) {
-    bool casts = (s.horizontalShadow || s.verticalShadow) &&
-                 (kind == SpecimenKind::kTemplate ||
-                  (kind == SpecimenKind::kCustom && s.customShadow));
+    bool casts =
+        (s.horizontalShadow || s.verticalShadow) &&
+        (kind == SpecimenKind::kTemplate || (kind == SpecimenKind::kCustom && s.customShadow));
     item.horizontalShadow = casts && s.horizontalShadow;
     item.verticalShadow = casts && s.verticalShadow;
     item.shadowDirection = {};
@@ -294,8 +293,7 @@ Matrix3 ItemTransform(const TDravinItem& item, bool scaleOnSlope, float factor) 
     Matrix3 t = item.transform;
     t.PreScale({(item.mirrored ? -x : x) * factor, y * factor, z * factor});
     t.SetTrans(item.position);
-    if (item.centerPercent != 50)
-        t.PreTranslate({float(50 - item.centerPercent) / 100, 0, 0});
+    if (item.centerPercent != 50) t.PreTranslate({float(50 - item.centerPercent) / 100, 0, 0});
     return t;
 }
 

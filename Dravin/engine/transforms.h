@@ -16,8 +16,9 @@
 struct TMapDrive {
     const IMapSampler* map = nullptr;
     bool axis[3]{};
-    bool perAxisColor = false;    // red, green, blue drive x, y, z; otherwise the grey value drives all
-    bool scalesRandom = false;    // the map scales the random value instead of replacing it
+    bool perAxisColor =
+        false;  // red, green, blue drive x, y, z; otherwise the grey value drives all
+    bool scalesRandom = false;  // the map scales the random value instead of replacing it
 
     bool IsOn() const { return map && (axis[0] || axis[1] || axis[2]); }
 };
@@ -80,21 +81,22 @@ struct TTransformSettings {
 struct TItemOverrides {
     bool hasTranslation = false, hasRotation = false, hasScale = false;
     bool hasTintBlend = false, hasTintColor = false, hasDirection = false;
-    Point3 translationMin, translationMax;     // absolute
-    Point3 rotationMin, rotationMax;           // degrees
-    Point3 scaleMin, scaleMax;                 // percent
-    float direction = 0;                       // percent
+    Point3 translationMin, translationMax;  // absolute
+    Point3 rotationMin, rotationMax;        // degrees
+    Point3 scaleMin, scaleMax;              // percent
+    float direction = 0;                    // percent
 };
 
 // Sorted ranges for the draws.
 struct TTransformRanges {
-    Point3 rotMin, rotMax;                 // radians; zero when rotation is off
-    int32_t scaleMin[3], scaleMax[3];      // percent
+    Point3 rotMin, rotMax;             // radians; zero when rotation is off
+    int32_t scaleMin[3], scaleMax[3];  // percent
 };
 TTransformRanges TransformRanges(const TTransformSettings& settings,
                                  const TItemOverrides* overrides = nullptr);
 
-// --- random draws ---------------------------------------------------------------------------------
+// --- random draws
+// ---------------------------------------------------------------------------------
 
 // Seed of an item from the map cell it stands in (all arithmetic modulo 2^32).
 inline uint32_t CellSeed(const uint32_t hash[4]) {
@@ -122,7 +124,8 @@ void DrawItemRandoms(const TTransformSettings& settings, const TTransformRanges&
 void RedrawItemRandoms(const TTransformSettings& settings, const TTransformRanges& ranges,
                        TNuRandom& generator, TDravinItem& item);
 
-// --- placing and finishing ------------------------------------------------------------------------
+// --- placing and finishing
+// ------------------------------------------------------------------------
 
 // The area an item belongs to, as far as these steps need it.
 struct TItemArea {
@@ -145,7 +148,7 @@ TSpecimenSize ApplySpecimenAndTranslation(const TTransformSettings& settings, TD
 struct TFinishFactors {
     float cameraScale = 1;
     Point3 falloffScale{1, 1, 1};
-    bool hasSurfaces = false;       // items lie on surfaces
+    bool hasSurfaces = false;  // items lie on surfaces
     bool supportsElementMasks = true;
 };
 
@@ -165,7 +168,8 @@ Matrix3 ItemTransform(const TDravinItem& item, bool scaleOnSlope, float factor =
 void CompletePlacement(const TTransformSettings& settings, const TSpecimenElement& specimen,
                        TDravinItem& item);
 
-// --- implementation of the template ---------------------------------------------------------------
+// --- implementation of the template
+// ---------------------------------------------------------------
 
 template <class Source>
 void FillRandoms(Source& source, const TTransformSettings& settings, const TTransformRanges& ranges,

@@ -1,6 +1,5 @@
 #include "Dravin/geometry/mesh_cache.h"
 
-
 TDravinMeshNode::TDravinMeshNode(INode& node) {
     m_node = std::static_pointer_cast<INode>(node.shared_from_this());
 }

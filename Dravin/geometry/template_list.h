@@ -40,8 +40,8 @@ using TSpecGeomList = std::vector<std::shared_ptr<TSpecGeom>>;
 // loaded nodes.
 class TTemplates {
 public:
-    // Reads `folder`/index.dat into the definitions. False when it is missing or has a bad line (the
-    // user is told unless the host is quiet); the templates before a bad line stay.
+    // Reads `folder`/index.dat into the definitions. False when it is missing or has a bad line
+    // (the user is told unless the host is quiet); the templates before a bad line stay.
     bool ReadDefinitions(const std::string& folder);
 
     const TSpecGeomList& Definitions() const { return m_definitions; }

@@ -9,10 +9,10 @@
 
 struct BuildOptions {
     std::string scene;
-    std::string object;                // empty: all
-    std::optional<int> time;           // ticks; none: the scene's
+    std::string object;       // empty: all
+    std::optional<int> time;  // ticks; none: the scene's
     bool render = false;
-    int threads = 0;                   // 0: as the parameters say
+    int threads = 0;  // 0: as the parameters say
     bool noLimit = false;
     std::vector<std::string> fields;   // empty: the default ones; "all" for all
     std::vector<std::string> outputs;  // by ending; none: the statistics panel

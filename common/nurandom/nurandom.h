@@ -1,8 +1,9 @@
 // Random numbers of the scatter engine: bit-exact on every machine and in every thread arrangement.
 //
-// The generator is a multiply-with-carry recurrence of lag four (Marsaglia's "mother of all" family,
-// 1994) on 32-bit words. Whoever scatters re-seeds it for every item instead of sharing a stream, so
-// the order in which items are made never matters. Plain values; every thread owns its own.
+// The generator is a multiply-with-carry recurrence of lag four (Marsaglia's "mother of all"
+// family, 1994) on 32-bit words. Whoever scatters re-seeds it for every item instead of sharing a
+// stream, so the order in which items are made never matters. Plain values; every thread owns its
+// own.
 #pragma once
 
 #include <cstddef>
@@ -32,8 +33,8 @@ public:
         return uint32_t(m_x0);
     }
 
-    // Uniform integer in [min, max]; always one step. max < min gives the least integer: callers sort
-    // their ranges, so it only arises where a count is 0.
+    // Uniform integer in [min, max]; always one step. max < min gives the least integer: callers
+    // sort their ranges, so it only arises where a count is 0.
     int32_t IRandom(int32_t min, int32_t max) { return ScaleToRange(Step(), min, max); }
 
     // Uniform float, strictly between 0 and 1.
@@ -68,7 +69,8 @@ private:
 // a guide boundary a little; saved scenes rely on exactly these draws.
 class TNuRandomTable {
 public:
-    // weights: n >= 1 values, none negative, copied. None at all is the caller's mistake (asserted).
+    // weights: n >= 1 values, none negative, copied. None at all is the caller's mistake
+    // (asserted).
     explicit TNuRandomTable(std::span<const float> weights);
 
     // Outcome in [0, n) for u in (0, 1), as TNuRandom::Random() gives it.
@@ -86,14 +88,14 @@ private:
 class TCurveSampler {
 public:
     TCurveSampler() = default;
-    // weights: the curve at `count` even steps of its horizontal range, as percent. Values above 100
-    // count as 100.
+    // weights: the curve at `count` even steps of its horizontal range, as percent. Values above
+    // 100 count as 100.
     explicit TCurveSampler(std::span<const float> weights);
 
     bool IsEmpty() const { return m_table.empty(); }
 
-    // Value in [min, max] distributed as the curve says; min when the sampler is empty. Consumes one
-    // Random(), or nothing when empty.
+    // Value in [min, max] distributed as the curve says; min when the sampler is empty. Consumes
+    // one Random(), or nothing when empty.
     float CurveRandom(TNuRandom& generator, float min, float max) const {
         return IsEmpty() ? min : CurveValue(generator.Random(), min, max);
     }

@@ -60,7 +60,7 @@ struct LaneGenerator {
 void DrawStepsLanes(std::span<const uint32_t> seeds, size_t numSteps, std::span<uint32_t> out) {
     const hn::ScalableTag<uint64_t> d64;
     const hn::Rebind<uint32_t, decltype(d64)> half;
-    using Generator = LaneGenerator<hn::ScalableTag<uint64_t>>;
+    using Generator = LaneGenerator<hn::ScalableTag<uint64_t> >;
     const size_t lanes = hn::Lanes(d64), count = seeds.size();
 
     size_t first = 0;
@@ -76,8 +76,7 @@ void DrawStepsLanes(std::span<const uint32_t> seeds, size_t numSteps, std::span<
     }
     for (; first < count; ++first) {
         TNuRandom generator(seeds[first]);
-        for (size_t step = 0; step < numSteps; ++step)
-            out[step * count + first] = generator.Step();
+        for (size_t step = 0; step < numSteps; ++step) out[step * count + first] = generator.Step();
     }
 }
 

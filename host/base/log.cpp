@@ -31,7 +31,8 @@ LogSink SetLogSink(LogSink sink) {
 }
 
 void Log(LogKind kind, const std::string& text) {
-    bool wanted = kind == LogKind::kWarning || kind == LogKind::kError || int(kind) <= GetLogLevel();
+    bool wanted =
+        kind == LogKind::kWarning || kind == LogKind::kError || int(kind) <= GetLogLevel();
     if (!wanted) return;
     std::lock_guard lock(g_mutex);
     if (Sink()) Sink()(kind, text);

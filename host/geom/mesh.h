@@ -20,8 +20,9 @@ struct Face {
     enum Flags : uint8_t { kEdge0 = 1, kEdge1 = 2, kEdge2 = 4, kAllEdges = 7, kHidden = 8 };
 
     Triple v{};
-    uint32_t smGroup = 0;  // faces that share a bit are shaded smoothly across their common vertices
-    uint16_t matID = 0;    // 0-based
+    uint32_t smGroup =
+        0;               // faces that share a bit are shaded smoothly across their common vertices
+    uint16_t matID = 0;  // 0-based
     uint8_t flags = kAllEdges;
 
     friend bool operator==(const Face&, const Face&) = default;

@@ -73,8 +73,8 @@ struct Quat {
 // Rotation about X, then Y, then Z (row vectors), angles in degrees: the order of scene files.
 Matrix3 EulerDegreesToMatrix(const Point3& degrees);
 
-// m = scale (along the axes of the result's own frame) * rotation * translation, with shear dropped:
-// axis lengths become the scale; a mirroring matrix gives all three factors negative.
+// m = scale (along the axes of the result's own frame) * rotation * translation, with shear
+// dropped: axis lengths become the scale; a mirroring matrix gives all three factors negative.
 struct AffineParts {
     Point3 translation;
     Quat rotation;

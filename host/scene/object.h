@@ -82,8 +82,8 @@ private:
     std::shared_ptr<const Mesh> m_mesh;
 };
 
-// A spline, kept as Bezier splines. Splines given by points have knots with zero handles, so that all
-// their segments are straight.
+// A spline, kept as Bezier splines. Splines given by points have knots with zero handles, so that
+// all their segments are straight.
 class ShapeObject : public Object {
 public:
     BezierShape shape;

@@ -32,8 +32,8 @@ struct SceneRenderSettings {
     int width = 1280, height = 720;
     std::string renderer;  // empty: the built-in one
     // Of the built-in ray tracer.
-    int samples = 32;      // rays a pixel
-    float exposure = 0;    // stops
+    int samples = 32;    // rays a pixel
+    float exposure = 0;  // stops
     float skyTurbidity = 2.5f, skyStrength = 1, skyClouds = 0;
     float hazeVisibility = 0;  // scene units; 0: clear air
     float hazeScaleHeight = 0, hazeBaseHeight = 0;

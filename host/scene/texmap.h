@@ -21,8 +21,8 @@ struct TexPoint {
 class Texmap : public ReferenceTarget {
 public:
     std::string name;
-    int channel = 1;          // mapping channel that the map asks for when a renderer shades
-    Point2 tiling{1, 1};      // texture coordinate u becomes u * tiling + offset
+    int channel = 1;      // mapping channel that the map asks for when a renderer shades
+    Point2 tiling{1, 1};  // texture coordinate u becomes u * tiling + offset
     Point2 offset{0, 0};
 
     // Prepares the map for time t (loads images). False with a reason in `error` when it cannot.

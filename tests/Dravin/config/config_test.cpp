@@ -12,8 +12,8 @@ namespace {
 
 TEST(IndexFile, ReadsEntriesAfterTheHeaderUpToAnEmptyLine) {
     TempFolder folder;
-    IndexFile index = ReadIndexFile(
-        folder.Write("i", "\xEF\xBB\xBFheader;;;\r\na;b  \r\nc;\n\nlost;line\n"), 2);
+    IndexFile index =
+        ReadIndexFile(folder.Write("i", "\xEF\xBB\xBFheader;;;\r\na;b  \r\nc;\n\nlost;line\n"), 2);
     EXPECT_TRUE(index.IsGood());
     ASSERT_EQ(index.entries.size(), 2u);
     EXPECT_EQ(index.entries[0], (std::vector<std::string>{"a", "b"}));
@@ -34,7 +34,8 @@ TEST(IndexFile, LongLinesAreBadAndLongFieldsAreCut) {
     IndexFile index = ReadIndexFile(folder.Write("i", "h\n" + field + ";b\n"), 2);
     ASSERT_TRUE(index.IsGood());
     EXPECT_EQ(index.entries[0][0].size(), 99u);
-    EXPECT_EQ(ReadIndexFile(folder.Write("j", "h\n" + std::string(258, 'x') + ";b\n"), 2).badLine, 1);
+    EXPECT_EQ(ReadIndexFile(folder.Write("j", "h\n" + std::string(258, 'x') + ";b\n"), 2).badLine,
+              1);
     EXPECT_FALSE(ReadIndexFile(folder.File("missing"), 2).opened);
     EXPECT_TRUE(ReadIndexFile(folder.Write("e", ""), 2).IsGood());
 }

@@ -26,7 +26,8 @@ std::map<int, double> Shares(const TGeometryChoice& choice, const TAreaGeometry&
                              Point3 position = {}) {
     std::map<int, double> shares;
     for (int i = 0; i < 10000; ++i)
-        shares[choice.Assign(area, {(float(i) + 0.5f) / 10000, 0.5f, 0.5f}, color, position)] += 1e-4;
+        shares[choice.Assign(area, {(float(i) + 0.5f) / 10000, 0.5f, 0.5f}, color, position)] +=
+            1e-4;
     return shares;
 }
 
@@ -40,7 +41,8 @@ TEST(GeometryChoice, ProbabilitiesDrawRowsInProportion) {
 
 TEST(GeometryChoice, AllZeroProbabilitiesAreUniform) {
     TGeometryChoice choice({}, Rows({{0, kRed}, {0, kGreen}, {-5, kBlue}, {NAN, kBlue}}));
-    for (auto [row, share] : Shares(choice, choice.Unrestricted(), {})) EXPECT_NEAR(share, 0.25, 1e-3);
+    for (auto [row, share] : Shares(choice, choice.Unrestricted(), {}))
+        EXPECT_NEAR(share, 0.25, 1e-3);
 }
 
 TEST(GeometryChoice, RowsOfOneColorSplitByProbabilityInMapMode) {

@@ -123,6 +123,7 @@ TEST_P(BatchLanes, GiveTheBitsOfThePlainClass) {
     EXPECT_EQ(lanes, plain);
 }
 
-INSTANTIATE_TEST_SUITE_P(Counts, BatchLanes, testing::Values(0, 1, 2, 7, 15, 16, 17, 33, 256, 1001));
+INSTANTIATE_TEST_SUITE_P(Counts, BatchLanes,
+                         testing::Values(0, 1, 2, 7, 15, 16, 17, 33, 256, 1001));
 
 }  // namespace
