@@ -100,9 +100,9 @@ bool TDravin::SwitchMode(int newMode, TimeValue t) {
 RefResult TDravin::NotifyRefChanged(const RefChange& change, ReferenceTarget* from) {
     if (!m_build) return RefResult::kSucceed;  // still being made
     m_build->SetValidity(Interval::Never());
-    bool surfaces = BlockIdOf(from) == kSurfaceParams &&
-                    (change.paramId == surfaceParams::kSurflist ||
-                     change.paramId == surfaceParams::kSurfmode);
+    bool surfaces =
+        BlockIdOf(from) == kSurfaceParams &&
+        (change.paramId == surfaceParams::kSurflist || change.paramId == surfaceParams::kSurfmode);
     INode* node = surfaces ? GetWorldNode(*this) : nullptr;
     if (node && node->GetScene() && HostContext::Current()) SweepSurfaceCache(*node->GetScene());
     return RefResult::kSucceed;

@@ -47,8 +47,10 @@ public:
         bool scale = Int(distParams::kDistrefgetscale);
         for (INode* node : Nodes(distParams::kDistrefnodes)) {
             Narrow(*node);
-            if (r.onFaces) AddMesh(*node, r);
-            else r.objects.push_back(ReferenceOf(*node, r.getRotation, scale));
+            if (r.onFaces)
+                AddMesh(*node, r);
+            else
+                r.objects.push_back(ReferenceOf(*node, r.getRotation, scale));
         }
         return r;
     }
@@ -145,10 +147,17 @@ TPointInput MakePointInput(const TDravin& object, TimeValue t, const Matrix3& ob
     PointMaker maker(object, t, objectInverse, valid);
     TPointInput points;
     switch (object.Block(kDistParams).GetInt(distParams::kDistmode, t)) {
-        case 1: points.path = maker.Path(); break;
-        case 2: points.reference = maker.References(threads); break;
-        case 3: points.particles = maker.Particles(); break;
-        default: break;
+        case 1:
+            points.path = maker.Path();
+            break;
+        case 2:
+            points.reference = maker.References(threads);
+            break;
+        case 3:
+            points.particles = maker.Particles();
+            break;
+        default:
+            break;
     }
     return points;
 }

@@ -1,9 +1,9 @@
 // The process' surface arrays, shared by all scatter objects.
 //
-// An entry belongs to a surface node and a kind (XY or UV) and remembers the time at which its array
-// was made. Objects on the same surface in the same mode share one array. Arrays are handed out by
-// shared pointer and never change; a rebuilt entry gets a new one. Used on the building thread only,
-// before workers start.
+// An entry belongs to a surface node and a kind (XY or UV) and remembers the time at which its
+// array was made. Objects on the same surface in the same mode share one array. Arrays are handed
+// out by shared pointer and never change; a rebuilt entry gets a new one. Used on the building
+// thread only, before workers start.
 #pragma once
 
 #include <map>

@@ -31,7 +31,7 @@ struct TSurfaceInput {
     Matrix3 toObject;  // from the surface's space
     Matrix3 fromObject;
     std::shared_ptr<const TSurfUVArray> uv;  // in UV mode; null without that mapping
-    bool isMoved = false;  // the two differ from the identity
+    bool isMoved = false;                    // the two differ from the identity
     bool skip = false;
 
     TSurfaceInput(std::shared_ptr<const TSurfXYArray> a, const Matrix3& m)
@@ -57,7 +57,7 @@ struct TMapChannels {
 
 // How items follow the mapping of their surface in UV mode.
 struct TUvSettings {
-    bool align = true;                // x axes along the u direction
+    bool align = true;  // x axes along the u direction
     bool scaleU = false, scaleV = false;
     float multiplierU = 1, multiplierV = 1;
 };

@@ -9,28 +9,15 @@
 #include "host/math/point.h"
 
 // Fixed for good: scene files, scripts and pipelines hold these numbers.
-enum class [[nodiscard]] TBuildStatus : int32_t {
-    kSuccess = 0,
-    kNoIncludeAreas = 1,
-    kNoDistributionMap = 2,
-    kNoItems = 3,
-    kDensityTooHigh = 4,
-    kTemplateNotLoaded = 5,
-    kEmptyGeometryList = 6,
-    kTooManyItems = 7,
-    kTooManyFaces = 8,
-    kNoVisibleItems = 10,
-    kDisabled = 11,
-    kNoReferenceObject = 12,
+enum class [[nodiscard]] TBuildStatus : int32_t{
+    kSuccess = 0,        kNoIncludeAreas = 1,    kNoDistributionMap = 2, kNoItems = 3,
+    kDensityTooHigh = 4, kTemplateNotLoaded = 5, kEmptyGeometryList = 6, kTooManyItems = 7,
+    kTooManyFaces = 8,   kNoVisibleItems = 10,   kDisabled = 11,         kNoReferenceObject = 12,
 };
 
 // What a distribution answers to its driver.
-enum class [[nodiscard]] TBuildResult : int32_t {
-    kOk = 0,
-    kDensityTooHigh = 1,
-    kTooManyItems = 2,
-    kNoAreas = 3,
-    kNoReference = 4,
+enum class [[nodiscard]] TBuildResult : int32_t{
+    kOk = 0, kDensityTooHigh = 1, kTooManyItems = 2, kNoAreas = 3, kNoReference = 4,
 };
 TBuildStatus StatusOfResult(TBuildResult result);
 
@@ -38,11 +25,11 @@ TBuildStatus StatusOfResult(TBuildResult result);
 struct TBuildStatistics {
     int32_t cellsInArea = 0;
     int32_t itemCount = 0;
-    int32_t createdCount = 0;     // before collisions
-    int32_t discardedCount = 0;   // by collisions
-    int32_t discardedItems = 0;   // discarded items left in the list
+    int32_t createdCount = 0;    // before collisions
+    int32_t discardedCount = 0;  // by collisions
+    int32_t discardedItems = 0;  // discarded items left in the list
     int32_t decimation = 1;
-    int32_t buildMs = 1;          // at least 1
+    int32_t buildMs = 1;  // at least 1
     int32_t itemsPerSecond = 0;
     int32_t facesInLastRender = 0;
     int32_t includeGroups = 0, excludeAreas = 0;
@@ -68,4 +55,5 @@ TPanelMessage PanelMessage(const TPanelState& state, const TBuildStatistics& sta
 struct TPanelLine {
     std::string label, value;
 };
-std::vector<TPanelLine> StatisticsPanel(const TPanelState& state, const TBuildStatistics& statistics);
+std::vector<TPanelLine> StatisticsPanel(const TPanelState& state,
+                                        const TBuildStatistics& statistics);

@@ -46,7 +46,8 @@ public:
         item.externalScale = p.externalScale;
         item.userId = p.userId;
         Draw(p.ordinal);
-        item.specimenIndex = p.specimen >= 0 ? p.specimen : m_geometry.ByProbability(item.randomB.x);
+        item.specimenIndex =
+            p.specimen >= 0 ? p.specimen : m_geometry.ByProbability(item.randomB.x);
         const TSpecimen& specimen = m_input.specimens[size_t(item.specimenIndex)];
         TElementRange elements = ElementsOf(m_input, specimen, p.point, item.random4);
         for (int e = elements.first; e < elements.end; ++e) {
@@ -148,7 +149,8 @@ void DistributeList(const TBuildInput& input, const TGeometryChoice& geometry, s
     for (TDravinItemList& part : parts) items.Splice(std::move(part));
 }
 
-// --- reference objects and faces ------------------------------------------------------------------
+// --- reference objects and faces
+// ------------------------------------------------------------------
 
 TBuildResult DistributeReferences(const TBuildInput& input, const TGeometryChoice& geometry,
                                   TDravinItemList& items, TBuildStatistics& statistics) {
@@ -206,7 +208,8 @@ TBuildResult DistributeFaces(const TBuildInput& input, const TGeometryChoice& ge
     return TBuildResult::kOk;
 }
 
-// --- paths ----------------------------------------------------------------------------------------
+// --- paths
+// ----------------------------------------------------------------------------------------
 
 class PathWalker {
 public:
@@ -258,7 +261,8 @@ private:
         if (m_path.inSequence) p.specimen = int32_t(m_count % m_input.specimens.size());
         p.point = position * node.toObject;
         bool directed = LengthSquared(tangent) > 0;  // one point alone has no direction to follow
-        if (Follows() && directed) p.sourceTransform = Frame(node.toObject.VectorTransform(tangent));
+        if (Follows() && directed)
+            p.sourceTransform = Frame(node.toObject.VectorTransform(tangent));
         p.ordinal = uint32_t(m_count);
         p.sourceIndex = p.userId = index;
         if (IsFinite(p.point)) m_task.Process(p);
@@ -278,7 +282,8 @@ private:
     size_t m_count = 0;  // over all lines and nodes
 };
 
-// --- particles ------------------------------------------------------------------------------------
+// --- particles
+// ------------------------------------------------------------------------------------
 
 Matrix3 ParticleFrame(const Point3& rotation) {
     Matrix3 m;
@@ -343,7 +348,9 @@ TBuildResult DistributePoints(const TBuildInput& input, const TGeometryChoice& g
                               TDravinItemList& items, TBuildStatistics& statistics) {
     TBuildResult result = TBuildResult::kOk;
     switch (input.distributionMode) {
-        case kDistPath: result = PathWalker(input, geometry, items).Walk(); break;
+        case kDistPath:
+            result = PathWalker(input, geometry, items).Walk();
+            break;
         case kDistReference:
             result = input.points.reference.onFaces
                          ? DistributeFaces(input, geometry, items, statistics)
@@ -352,7 +359,8 @@ TBuildResult DistributePoints(const TBuildInput& input, const TGeometryChoice& g
         case kDistParticles:
             result = DistributeParticles(input, geometry, items, statistics);
             break;
-        default: break;
+        default:
+            break;
     }
     if (input.render && int64_t(items.Count()) > input.renderLimit)
         result = TBuildResult::kTooManyItems;

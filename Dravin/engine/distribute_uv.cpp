@@ -55,7 +55,8 @@ private:
     void ProcessCell(int64_t column, int64_t row) {
         const TGrid& g = m_uv.grid;
         TTileIndex c = TileOf(column, g.px), r = TileOf(row, g.py);
-        const TDensityMap::Pixel* pixel = m_input.distMap ? nullptr : &m_input.density.At(c.pixel, r.pixel);
+        const TDensityMap::Pixel* pixel =
+            m_input.distMap ? nullptr : &m_input.density.At(c.pixel, r.pixel);
         if (pixel && !(pixel->pass > 0.5f)) return;
 
         TDravinItem& item = m_pipeline.WorkingItem();
@@ -81,9 +82,8 @@ private:
     // Levels of detail are chosen where the cell itself lies on the surface.
     TElementRange Elements(const TSpecimen& specimen, const Point3& cell) {
         Point3 place = cell;
-        m_uv.surface.uv->ForEachHit(cell.x, cell.y, [&](const TUvHit& hit) {
-            place = hit.point * m_uv.surface.toObject;
-        });
+        m_uv.surface.uv->ForEachHit(
+            cell.x, cell.y, [&](const TUvHit& hit) { place = hit.point * m_uv.surface.toObject; });
         return ElementsOf(m_input, specimen, place, m_pipeline.WorkingItem().random4);
     }
 
@@ -136,8 +136,7 @@ private:
         const TCameraState& camera = m_input.camera;
         if (camera.densityCurve && CameraDensityDrop(camera, item.position, item.randomA.y))
             return false;
-        TSpecimenSize size =
-            ApplySpecimenAndTranslation(m_input.transforms, item, source, {});
+        TSpecimenSize size = ApplySpecimenAndTranslation(m_input.transforms, item, source, {});
         if (item.discarded) return false;
         if (!ObeysRules()) return false;
 
@@ -166,8 +165,10 @@ private:
         const TUvSettings& settings = m_input.uv;
         item.sourceTransform = settings.align ? MakeFrame(du, item.normal) : Matrix3{};
         item.externalScale = {1, 1, 1};
-        if (settings.scaleU) item.externalScale.x = Length(du) / m_uv.perUnit * settings.multiplierU;
-        if (settings.scaleV) item.externalScale.y = Length(dv) / m_uv.perUnit * settings.multiplierV;
+        if (settings.scaleU)
+            item.externalScale.x = Length(du) / m_uv.perUnit * settings.multiplierU;
+        if (settings.scaleV)
+            item.externalScale.y = Length(dv) / m_uv.perUnit * settings.multiplierV;
     }
 
     Point3 Coordinates(int channel, const TUvHit& hit) const {
@@ -184,8 +185,8 @@ private:
         item.surfaceSlope = std::acos(std::clamp(item.surfaceNormal.z, -1.0f, 1.0f));
         if (RuleRejects(m_input.altitude, altitude, r)) return false;
         if (RuleRejects(m_input.slope, item.surfaceSlope, r)) return false;
-        float scale = RuleScale(m_input.altitude, altitude) *
-                      RuleScale(m_input.slope, item.surfaceSlope);
+        float scale =
+            RuleScale(m_input.altitude, altitude) * RuleScale(m_input.slope, item.surfaceSlope);
         m_factors.falloffScale = {scale, scale, scale};
         return true;
     }
@@ -238,8 +239,8 @@ TBuildResult DistributeSurface(const TBuildInput& input, const TGeometryChoice& 
 TBuildResult DistributeImageUV(const TBuildInput& input, const TGeometryChoice& geometry,
                                TDravinItemList& items, TBuildStatistics& statistics) {
     if (input.debugLog)
-        input.debugLog(fmt::format("BuildItemArray->DistributeImageUV ({} areas)",
-                                   input.surfaces.size()));
+        input.debugLog(
+            fmt::format("BuildItemArray->DistributeImageUV ({} areas)", input.surfaces.size()));
     for (size_t s = 0; s < input.surfaces.size(); ++s) {
         const TSurfaceInput& surface = input.surfaces[s];
         if (!surface.uv || surface.skip) continue;

@@ -1,9 +1,9 @@
 // Which row of the geometry list an item shows.
 //
-// Three modes: by probability; by the row whose colour id is nearest to a map's colour; by clusters,
-// where fractal noise splits the ground into patches that each show one colour group. In the last
-// two, rows of one colour form a group in which probability decides again. All tables are built once
-// before the distribution and only read by its threads.
+// Three modes: by probability; by the row whose colour id is nearest to a map's colour; by
+// clusters, where fractal noise splits the ground into patches that each show one colour group. In
+// the last two, rows of one colour form a group in which probability decides again. All tables are
+// built once before the distribution and only read by its threads.
 #pragma once
 
 #include <array>
@@ -19,7 +19,7 @@ enum DiversityMode { kByProbability = 0, kByColorMap = 1, kByClusters = 2 };
 
 struct TGeometrySettings {
     int mode = kByProbability;
-    float noise = 0;          // fraction of items that fall back to probability (modes 1 and 2)
+    float noise = 0;  // fraction of items that fall back to probability (modes 1 and 2)
     float clusterSize = 20;
     float clusterOctaves = 1;  // 1 to 5
     float clusterEdge = 0;     // 0 sharp to 1 blurry
@@ -30,8 +30,8 @@ struct TGeometrySettings {
 
 // Rows that an area allows, and the table over them.
 struct TAreaGeometry {
-    std::vector<uint8_t> allowed;            // one flag a row
-    std::optional<TNuRandomTable> table;     // none: the object's own table
+    std::vector<uint8_t> allowed;         // one flag a row
+    std::optional<TNuRandomTable> table;  // none: the object's own table
 };
 
 // The geometry subset text of an area ("3 17"): row ids, pieces below 1 dropped.

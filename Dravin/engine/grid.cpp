@@ -17,8 +17,8 @@ Matrix3 DistributionFrame(const TGridSettings& s) {
     return Matrix3::RotationZ(s.rotationRadians);
 }
 
-TGridResult MakeGrid(const TGridSettings& s, const TGridArea& area, const Box3& bounds,
-                     TGrid* grid, double perUnit) {
+TGridResult MakeGrid(const TGridSettings& s, const TGridArea& area, const Box3& bounds, TGrid* grid,
+                     double perUnit) {
     TGrid g;
     g.px = std::max(1, s.hasTexture ? s.pixelsX : s.imageWidth);
     g.py = std::max(1, s.hasTexture ? (s.lockRatio ? s.pixelsX : s.pixelsY) : s.imageHeight);

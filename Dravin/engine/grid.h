@@ -1,8 +1,8 @@
 // The grid of cells that a distribution map lays over the ground.
 //
 // The map tiles the plane; every pixel of every tile is a cell. The grid is anchored at the map's
-// offset and the same for every area, so that neighbouring areas share cells. Cell (i, j) is global:
-// column i mod pixels of tile i div pixels. Cell sizes and places are double precision.
+// offset and the same for every area, so that neighbouring areas share cells. Cell (i, j) is
+// global: column i mod pixels of tile i div pixels. Cell sizes and places are double precision.
 #pragma once
 
 #include <cstdint>
@@ -11,16 +11,16 @@
 #include "host/math/matrix3.h"
 
 struct TGridSettings {
-    bool hasTexture = false;      // a texture map instead of the image
-    bool textureOnSurface = false;  // the texture is read with the surfaces' coordinates
-    int pixelsX = 100, pixelsY = 100;      // as parameters, for a texture
-    int imageWidth = 0, imageHeight = 0;   // of the image
+    bool hasTexture = false;              // a texture map instead of the image
+    bool textureOnSurface = false;        // the texture is read with the surfaces' coordinates
+    int pixelsX = 100, pixelsY = 100;     // as parameters, for a texture
+    int imageWidth = 0, imageHeight = 0;  // of the image
     float unitsX = 10, unitsY = 10;
     bool lockRatio = true;
     float offsetX = 0, offsetY = 0;
-    float rotationRadians = 0;    // of the map about the object's z axis
+    float rotationRadians = 0;  // of the map about the object's z axis
     float thresholdPercent = 50;
-    int64_t maxCells = 0;         // 0: no limit
+    int64_t maxCells = 0;  // 0: no limit
 };
 
 // Per-area changes of the settings.
@@ -30,8 +30,8 @@ struct TGridArea {
 };
 
 struct TGrid {
-    int px = 1, py = 1;           // pixels a tile
-    double dx = 1, dy = 1;        // cell size
+    int px = 1, py = 1;     // pixels a tile
+    double dx = 1, dy = 1;  // cell size
     double offsetX = 0, offsetY = 0;
     int64_t firstColumn = 0, firstRow = 0;  // global indices of the first cell
     int64_t columns = 0, rows = 0;

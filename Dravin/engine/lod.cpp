@@ -58,7 +58,6 @@ int ChooseLodLevel(const TLodLevels& levels, const TCameraState& camera, const T
     if (levels.thresholds.empty()) return 0;
     bool chosen = camera.lod && (render || levels.inViewports);
     if (!chosen) return levels.byScreenSize ? int(levels.thresholds.size()) - 1 : 0;
-    return levels.byScreenSize
-               ? LevelByScreenSize(levels, view, globalScale, position, random)
-               : LevelByDistance(levels, camera, position, random);
+    return levels.byScreenSize ? LevelByScreenSize(levels, view, globalScale, position, random)
+                               : LevelByDistance(levels, camera, position, random);
 }

@@ -18,7 +18,7 @@ struct TLodLevels {
 // What levels are chosen by, besides the camera state.
 struct TLodView {
     bool valid = false;
-    Matrix3 fromObject;   // object space -> view space (looks along -Z)
+    Matrix3 fromObject;    // object space -> view space (looks along -Z)
     float fovRadians = 0;  // horizontal
 };
 

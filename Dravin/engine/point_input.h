@@ -17,8 +17,8 @@ struct TPathNode {
 };
 
 struct TPathSettings {
-    bool onVertices = false;   // items at the vertices instead of evenly spaced
-    bool inSequence = false;   // rows of the geometry list one after the other
+    bool onVertices = false;  // items at the vertices instead of evenly spaced
+    bool inSequence = false;  // rows of the geometry list one after the other
     float spacing = 1;
     bool followX = true, followZ = true;
     std::vector<TPathNode> nodes;
@@ -41,18 +41,18 @@ struct TReferenceSettings {
     bool getRotation = true;  // frames of faces
     std::vector<TReferenceObject> objects;
     std::vector<TReferenceMesh> meshes;
-    int threads = 1;          // of lists with more than 1000 points
+    int threads = 1;  // of lists with more than 1000 points
 };
 
 struct TParticle {
     Point3 point;
-    TimeValue age = 0;         // -1: the particle does not exist
-    Point3 rotation;           // radians
+    TimeValue age = 0;  // -1: the particle does not exist
+    Point3 rotation;    // radians
     Point3 scale{1, 1, 1};
     Point3 speed;
     int32_t eventId = 0;
     bool hasPosition = true;
-    bool isWanted = true;      // its event is among the selected ones
+    bool isWanted = true;  // its event is among the selected ones
 };
 
 struct TParticleSettings {

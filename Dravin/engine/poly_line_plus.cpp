@@ -14,7 +14,8 @@ Point3 Flat(Point3 p) { return {p.x, p.y, 0}; }
 float PlanarDistance(const Point3& a, const Point3& b) { return Length(Flat(a - b)); }
 float Fraction(float u) { return u - std::floor(u); }
 
-// Direction of a mitred corner and how far its vertex moves, from the directions to both neighbours.
+// Direction of a mitred corner and how far its vertex moves, from the directions to both
+// neighbours.
 struct Corner {
     Point3 direction;
     float move;
@@ -22,8 +23,8 @@ struct Corner {
 
 Corner MitreCorner(const Point3& toPrevious, const Point3& toNext, float s) {
     float cosine = DotProd(toPrevious, toNext);
-    float half = cosine < -0.9999939f ? 1.5707964f
-                                      : -std::acos(std::clamp(cosine, -1.0f, 1.0f)) / 2;
+    float half =
+        cosine < -0.9999939f ? 1.5707964f : -std::acos(std::clamp(cosine, -1.0f, 1.0f)) / 2;
     float cut = s / std::tan(half), sign = s < 0 ? -1.0f : 1.0f;
     return {Normalize(toNext - toPrevious), sign * std::sqrt(cut * cut + s * s)};
 }
@@ -108,9 +109,12 @@ Point3 PolyLinePlus::Tangent(int s, float t, SegmentLimits limits) const {
     // At a vertex: the bisector of the directions in and out.
     int previous = s - 1;
     if (previous < 0) {
-        if (IsClosed()) previous = n - 1;
-        else if (RepeatsFirst()) previous = n - 2;
-        else return along(s, (s + 1) % n);
+        if (IsClosed())
+            previous = n - 1;
+        else if (RepeatsFirst())
+            previous = n - 2;
+        else
+            return along(s, (s + 1) % n);
     }
     if (s >= n - 1 && !Wraps()) return along(n - 2, n - 1);
     if (limits.first >= 0) previous = std::max(previous, limits.first);
@@ -228,8 +232,8 @@ float PolyLinePlus::AdvancePlanar(float u, float d) const {
     return fraction + float(step) * share * (rest / planar);
 }
 
-// The first place in the direction of d that lies |d| away in a straight line: a vertex beyond it is
-// found, then the segment that reaches it is cut by the sphere around the start.
+// The first place in the direction of d that lies |d| away in a straight line: a vertex beyond it
+// is found, then the segment that reaches it is cut by the sphere around the start.
 float PolyLinePlus::AdvanceStraight(float u, float d, SegmentLimits limits) const {
     int n = NumPoints(), segments = NumSegments();
     if (n < 2) return u;
@@ -243,7 +247,8 @@ float PolyLinePlus::AdvanceStraight(float u, float d, SegmentLimits limits) cons
     float insideFraction = u;
     auto cut = [&](const Point3& outside, float outsideFraction) {
         Point3 a = inside - center, step = outside - inside;
-        float qa = DotProd(step, step), qb = 2 * DotProd(a, step), qc = DotProd(a, a) - radius * radius;
+        float qa = DotProd(step, step), qb = 2 * DotProd(a, step),
+              qc = DotProd(a, a) - radius * radius;
         float root = std::sqrt(std::max(0.0f, qb * qb - 4 * qa * qc));
         float t = qa > 0 ? std::clamp((-qb + root) / (2 * qa), 0.0f, 1.0f) : 0;
         return insideFraction + (outsideFraction - insideFraction) * t;
@@ -309,9 +314,12 @@ void PolyLinePlus::Offset(float distance) {
     };
     for (int i = 0; i < n; ++i) {
         Corner corner;
-        if (!IsClosed() && i == 0) corner = {direction(0, 1), s};
-        else if (!IsClosed() && i == n - 1) corner = {direction(n - 2, n - 1), s};
-        else corner = MitreCorner(direction(i, (i + n - 1) % n), direction(i, (i + 1) % n), s);
+        if (!IsClosed() && i == 0)
+            corner = {direction(0, 1), s};
+        else if (!IsClosed() && i == n - 1)
+            corner = {direction(n - 2, n - 1), s};
+        else
+            corner = MitreCorner(direction(i, (i + n - 1) % n), direction(i, (i + 1) % n), s);
         const Point3& p = before[size_t(i)];
         SetPoint(i, {p.x + corner.direction.y * corner.move, p.y - corner.direction.x * corner.move,
                      p.z});

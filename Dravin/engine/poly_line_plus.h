@@ -1,10 +1,10 @@
 // Polylines with positions and tangents at a fraction of their length: what paths are sampled by.
 //
 // A fraction u is a share of the total length, 0 at the first point and 1 at the end. Open lines
-// extrapolate along their first and last segment, closed ones wrap around. Segment s runs from point
-// s to point (s + 1) mod n. Segment limits, where given, keep a query between two points. Lengths are
-// cached at the first query and dropped when points change; queries of a line whose cache stands may
-// run in several threads.
+// extrapolate along their first and last segment, closed ones wrap around. Segment s runs from
+// point s to point (s + 1) mod n. Segment limits, where given, keep a query between two points.
+// Lengths are cached at the first query and dropped when points change; queries of a line whose
+// cache stands may run in several threads.
 #pragma once
 
 #include <cstdint>

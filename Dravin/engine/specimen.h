@@ -19,17 +19,17 @@ enum class SpecimenKind : int { kDisabled = 0, kTemplate = 1, kCustom = 2 };
 
 struct TSpecimenElement {
     SpecimenKind kind = SpecimenKind::kTemplate;
-    bool isMesh = false;             // its source is a geometry object
+    bool isMesh = false;  // its source is a geometry object
     bool useMeshDimensions = true;
-    Point3 meshSize{1, 1, 1};        // bounding box of the source, 1 where an extent vanishes
-    float meshAspect = 1;            // depth over width of the source
-    float width = 2, height = 3;     // manual size
+    Point3 meshSize{1, 1, 1};     // bounding box of the source, 1 where an extent vanishes
+    float meshAspect = 1;         // depth over width of the source
+    float width = 2, height = 3;  // manual size
     float scalePercent = 100;
     float zOffset = 0;
     int32_t centerPercent = 50;
     int32_t radiusPercent = 100;
-    Point3 offset;                   // of a group member from the group's pivot
-    Box3 unitBounds;                 // of the normalised source
+    Point3 offset;                      // of a group member from the group's pivot
+    Box3 unitBounds;                    // of the normalised source
     std::vector<Point3> partCentroids;  // of the source's connected parts, unit space
 
     bool UsesMeshSize() const { return isMesh && useMeshDimensions; }
@@ -44,7 +44,5 @@ struct TSpecimen {
     float probability = 100;
     int32_t specId = -1;
 
-    const TSpecimenElement& Element(int i) const {
-        return elements[size_t(i) % elements.size()];
-    }
+    const TSpecimenElement& Element(int i) const { return elements[size_t(i) % elements.size()]; }
 };

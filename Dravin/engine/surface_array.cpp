@@ -35,7 +35,14 @@ bool TSurfXYArray::MakeRecord(size_t face, Record* record) const {
     double e2x = double(c.x) - a.x, e2y = double(c.y) - a.y, e2z = double(c.z) - a.z;
     double area = e1x * e2y - e1y * e2x;
     if (area == 0) return false;
-    *record = {a.x, a.y, b.x, b.y, c.x, c.y, a.z, float((e1z * e2y - e1y * e2z) / area),
+    *record = {a.x,
+               a.y,
+               b.x,
+               b.y,
+               c.x,
+               c.y,
+               a.z,
+               float((e1z * e2y - e1y * e2z) / area),
                float((e1x * e2z - e1z * e2x) / area)};
     return std::isfinite(record->slopeX) && std::isfinite(record->slopeY);
 }
@@ -73,8 +80,8 @@ void TSurfXYArray::MakeGrid(int threads) {
     m_cellsPerX = float(m_nx) / m_bounds.Width();
     m_cellsPerY = float(m_ny) / m_bounds.Height();
 
-    // Counting sort of (cell, face) pairs: count, running sum, place. Rows of cells are dealt out to
-    // the threads, so that each cell belongs to one of them and its faces stand in face order.
+    // Counting sort of (cell, face) pairs: count, running sum, place. Rows of cells are dealt out
+    // to the threads, so that each cell belongs to one of them and its faces stand in face order.
     m_cellStart = Allocate<uint32_t>(m_startMemory, m_nx * m_ny + 1);
     std::fill(m_cellStart.begin(), m_cellStart.end(), 0u);
     for (size_t f = 0; f < m_records.size(); ++f)
@@ -84,12 +91,14 @@ void TSurfXYArray::MakeGrid(int threads) {
     std::vector<uint32_t> next(m_cellStart.begin(), m_cellStart.end() - 1);
     for (size_t f = 0; f < m_records.size(); ++f)
         if (m_usable[f])
-            ForEachCell(m_records[f], [&](size_t cell) { m_cellFaces[next[cell]++] = uint32_t(f); });
+            ForEachCell(m_records[f],
+                        [&](size_t cell) { m_cellFaces[next[cell]++] = uint32_t(f); });
 }
 
 template <class Visit>
 void TSurfXYArray::ForEachCell(const Record& r, Visit visit) const {
-    size_t column0 = Column(std::min({r.ax, r.bx, r.cx})), column1 = Column(std::max({r.ax, r.bx, r.cx}));
+    size_t column0 = Column(std::min({r.ax, r.bx, r.cx})),
+           column1 = Column(std::max({r.ax, r.bx, r.cx}));
     size_t row0 = Row(std::min({r.ay, r.by, r.cy})), row1 = Row(std::max({r.ay, r.by, r.cy}));
     for (size_t row = row0; row <= row1; ++row)
         for (size_t column = column0; column <= column1; ++column) visit(row * m_nx + column);

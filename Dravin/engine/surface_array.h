@@ -20,7 +20,7 @@
 
 struct TSurfHit {
     Point3 point;
-    Point3 normal;              // of the face, unit length
+    Point3 normal;  // of the face, unit length
     int32_t face = -1;
     float bary1 = 0, bary2 = 0;  // weights of the second and third corner
 
@@ -113,8 +113,8 @@ inline size_t TSurfXYArray::Row(float y) const {
 
 template <class Visit>
 void TSurfXYArray::ForEachFaceAt(float x, float y, const Visit& visit) const {
-    bool inBounds = x >= m_bounds.min.x && x <= m_bounds.max.x && y >= m_bounds.min.y &&
-                    y <= m_bounds.max.y;
+    bool inBounds =
+        x >= m_bounds.min.x && x <= m_bounds.max.x && y >= m_bounds.min.y && y <= m_bounds.max.y;
     if (!inBounds) return;
     size_t cell = Row(y) * m_nx + Column(x);
     for (uint32_t i = m_cellStart[cell]; i < m_cellStart[cell + 1]; ++i) {

@@ -37,8 +37,8 @@ public:
 
     void AddTemplate(const TSpecGeomList& templates) {
         size_t id = size_t(m_entry.templateId);
-        INode* node = m_entry.templateId >= 0 && id < templates.size() ? templates[id]->Node()
-                                                                       : nullptr;
+        INode* node =
+            m_entry.templateId >= 0 && id < templates.size() ? templates[id]->Node() : nullptr;
         if (node)
             AddSource(node, {});
         else
@@ -51,8 +51,10 @@ public:
         INode* node = m_entry.customObject.get();
         if (!node) return false;
         if (m_request.self && node->GetObjectRef() == m_request.self) {
-            LogWarning(fmt::format("geometry row \"{}\": the object cannot scatter itself; the row "
-                                   "shows nothing", m_entry.name));
+            LogWarning(
+                fmt::format("geometry row \"{}\": the object cannot scatter itself; the row "
+                            "shows nothing",
+                            m_entry.name));
             return false;
         }
         if (auto* lod = dynamic_cast<TDLod*>(node->GetObjectRef())) {
@@ -140,7 +142,8 @@ private:
     void AddSource(INode* node, const Point3& offset) {
         // Sources are sampled at the first frame; later frames are asked for when they are shown.
         TimeValue t = m_request.animation.mode == 0 ? m_request.time : m_specimen.FrameFirst(0);
-        m_specimen.nodes.push_back({m_entry, Share(node), m_meshes.Get(node, t, m_request.time), offset});
+        m_specimen.nodes.push_back(
+            {m_entry, Share(node), m_meshes.Get(node, t, m_request.time), offset});
         m_specimen.proxyShape |= m_request.proxyMode;
     }
 
@@ -173,8 +176,8 @@ TSpecimenElement EngineElement(const TSpecBuildNode& node) {
     const TSpecEntry& entry = node.entry;
     TSpecimenElement e;
     e.kind = SpecimenKind(std::clamp(entry.kind, 0, 2));
-    e.isMesh = node.source && node.source->GetObjectRef() &&
-               node.source->GetObjectRef()->IsGeomObject();
+    e.isMesh =
+        node.source && node.source->GetObjectRef() && node.source->GetObjectRef()->IsGeomObject();
     e.useMeshDimensions = entry.useMeshDimensions;
     e.meshSize = node.sample->Size().size;
     e.meshAspect = node.sample->Size().aspect;
@@ -232,9 +235,12 @@ TBuildStatus TSpecBuildList::Build(TTreeSpecList& rows, TTemplates& templates,
         specimen.frames = frames;
         RowBuilder row(entry, request, meshes, specimen, valid);
         bool shown = true;
-        if (entry.kind == kGeomTemplate) row.AddTemplate(templates.List());
-        else if (entry.kind == kGeomCustom) shown = row.AddCustom(templates.List());
-        else shown = false;
+        if (entry.kind == kGeomTemplate)
+            row.AddTemplate(templates.List());
+        else if (entry.kind == kGeomCustom)
+            shown = row.AddCustom(templates.List());
+        else
+            shown = false;
         m_hasCustomObjects |= entry.kind == kGeomCustom && entry.customObject;
         if (!shown) row.AddEmpty();
         m_specimens.push_back(std::move(specimen));

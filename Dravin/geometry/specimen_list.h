@@ -1,8 +1,8 @@
 // The specimens of a build: every row of the geometry list with its sources, samples and sizes.
 //
 // Rebuilt before every build; one specimen a row, then the fallback specimen, which stands for the
-// proxy shape. The engine sees the plain part of it (Dravin/engine/specimen.h); sources, samples and
-// materials stay here for whoever shows the items.
+// proxy shape. The engine sees the plain part of it (Dravin/engine/specimen.h); sources, samples
+// and materials stay here for whoever shows the items.
 #pragma once
 
 #include <memory>
@@ -17,10 +17,12 @@
 
 // One source object of a specimen.
 struct TSpecBuildNode {
-    TSpecEntry entry;              // of the row
-    std::shared_ptr<INode> source;  // template node, custom object or group member; none: shows nothing
-    std::shared_ptr<const TDravinMeshSample> sample;  // of the source; the empty default without one
-    Point3 offset;                 // of a group member from the group's pivot
+    TSpecEntry entry;  // of the row
+    std::shared_ptr<INode>
+        source;  // template node, custom object or group member; none: shows nothing
+    std::shared_ptr<const TDravinMeshSample>
+        sample;     // of the source; the empty default without one
+    Point3 offset;  // of a group member from the group's pivot
 
     // The row's material, else that of the source's node; null: the default grey.
     Mtl* Material() const {
@@ -33,7 +35,7 @@ public:
     std::vector<TSpecBuildNode> nodes;
     std::vector<std::pair<TimeValue, TimeValue>> frames;
     std::optional<TLodLevels> lod;  // the nodes are levels, one of which an item shows
-    bool proxyShape = false;  // shows the object's proxy shape instead of its sources
+    bool proxyShape = false;        // shows the object's proxy shape instead of its sources
 
     // First and second value of frame f, clamped to the frames there are.
     TimeValue FrameFirst(int f) const { return Frame(f).first; }

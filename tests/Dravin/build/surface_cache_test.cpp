@@ -86,8 +86,7 @@ TEST(SurfaceCache, TakingASurfaceOutOfAllListsDropsItsArray) {
     scene.AddNode("b", b);
     auto put = [&](TDravin& object) {
         object.Block(kSurfaceParams)
-            .Append(surfaceParams::kSurflist,
-                    ParamValue(std::shared_ptr<ReferenceTarget>(plane)));
+            .Append(surfaceParams::kSurflist, ParamValue(std::shared_ptr<ReferenceTarget>(plane)));
     };
     put(*a);
     put(*b);

@@ -103,7 +103,8 @@ TEST(Path, ZFollowAloneLeansWithTheSlope) {
 
 TEST(Path, DegenerateLinesAreHarmless) {
     float nan = std::nanf("");
-    TBuildInput input = PathInput({{{1, 2, 3}}, {}, {{0, 0, 0}, {0, 0, 0}}, {{nan, 0, 0}, {1, 0, 0}}});
+    TBuildInput input =
+        PathInput({{{1, 2, 3}}, {}, {{0, 0, 0}, {0, 0, 0}}, {{nan, 0, 0}, {1, 0, 0}}});
     input.points.path.followX = input.points.path.followZ = true;
     for (bool vertices : {false, true}) {
         input.points.path.onVertices = vertices;

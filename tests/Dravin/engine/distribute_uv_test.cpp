@@ -44,7 +44,8 @@ TEST(SurfaceUv, FindsPointNormalAndDerivatives) {
     });
     EXPECT_EQ(hits, 1);
     EXPECT_NEAR(array->UnitsPerTextureUnit({}), std::sqrt(200.0), 1e-5);
-    EXPECT_NEAR(array->UnitsPerTextureUnit(Matrix3::Scaling({2, 2, 2})), 2 * std::sqrt(200.0), 1e-4);
+    EXPECT_NEAR(array->UnitsPerTextureUnit(Matrix3::Scaling({2, 2, 2})), 2 * std::sqrt(200.0),
+                1e-4);
     EXPECT_FALSE(TSurfUVArray::Make(Wall(), 2));
 }
 

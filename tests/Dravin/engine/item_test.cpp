@@ -102,7 +102,8 @@ TEST(BitArrayOfItems, OutOfRangeBitsReadAsFalse) {
     EXPECT_EQ(mask.NumBits(), 2);
 }
 
-// --- lists -----------------------------------------------------------------------------------------
+// --- lists
+// -----------------------------------------------------------------------------------------
 
 TDravinItem NumberedItem(int i) {
     TDravinItem item;
@@ -121,7 +122,8 @@ TDravinItemList ListOf(int n, uint32_t groups = kAllGroups) {
 
 TEST(ItemList, ReadingPastTheEndThrows) {
     TDravinItemList list = ListOf(3);
-    EXPECT_THAT([&] { list.Item(3); }, testing::ThrowsMessage<std::out_of_range>("TVector out of bounds"));
+    EXPECT_THAT([&] { list.Item(3); },
+                testing::ThrowsMessage<std::out_of_range>("TVector out of bounds"));
     EXPECT_THROW(TDravinItemList().Item(0), std::out_of_range);
 }
 

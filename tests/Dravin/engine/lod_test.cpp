@@ -74,7 +74,9 @@ TEST(Lod, SizesOnScreenAreShares) {
     TLodLevels levels = Levels({5, 15, 40});
     levels.byScreenSize = true;
     levels.referenceWidth = 20;
-    auto level = [&](float z) { return ChooseLodLevel(levels, Camera(), view, true, 1, {0, 0, z}, 0.5f); };
+    auto level = [&](float z) {
+        return ChooseLodLevel(levels, Camera(), view, true, 1, {0, 0, z}, 0.5f);
+    };
     EXPECT_EQ(level(-50), 1);   // 20 of 100
     EXPECT_EQ(level(-20), 2);   // 20 of 40
     EXPECT_EQ(level(-150), 0);  // 20 of 300

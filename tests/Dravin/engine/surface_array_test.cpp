@@ -30,7 +30,8 @@ bool BruteHit(const Mesh& mesh, double x, double y, double* z) {
     bool found = false;
     for (const Face& f : mesh.faces) {
         Point3 a = mesh.verts[f.v[0]], b = mesh.verts[f.v[1]], c = mesh.verts[f.v[2]];
-        double area = (double(b.x) - a.x) * (double(c.y) - a.y) - (double(b.y) - a.y) * (double(c.x) - a.x);
+        double area =
+            (double(b.x) - a.x) * (double(c.y) - a.y) - (double(b.y) - a.y) * (double(c.x) - a.x);
         double v = ((x - a.x) * (double(c.y) - a.y) - (y - a.y) * (double(c.x) - a.x)) / area;
         double w = ((double(b.x) - a.x) * (y - a.y) - (double(b.y) - a.y) * (x - a.x)) / area;
         if (v < 0 || w < 0 || v + w > 1) continue;
@@ -70,8 +71,8 @@ TEST(SurfaceArray, NoPointFallsBetweenTheFacesOfAClosedTerrain) {
 }
 
 TEST(SurfaceArray, TheGridBoundsAreInclusive) {
-    // The far edge of a face belongs to the next one, but a point there is still looked up: a second
-    // face that reaches beyond it is hit at exactly the first one's maximum x.
+    // The far edge of a face belongs to the next one, but a point there is still looked up: a
+    // second face that reaches beyond it is hit at exactly the first one's maximum x.
     TSurfXYArray array(SquareMesh(0, 0, 4, 4));
     TSurfHit hit;
     EXPECT_TRUE(array.CellHit(0, 0, &hit));
@@ -100,7 +101,8 @@ TEST(SurfaceArray, DownwardFacesAreHitAndFlagged) {
 
 TEST(SurfaceArray, BadFacesAreLeftOut) {
     auto mesh = std::make_shared<Mesh>(*SquareMesh(0, 0, 4, 4));
-    float nan = std::numeric_limits<float>::quiet_NaN(), inf = std::numeric_limits<float>::infinity();
+    float nan = std::numeric_limits<float>::quiet_NaN(),
+          inf = std::numeric_limits<float>::infinity();
     mesh->verts.insert(mesh->verts.end(), {{nan, 0, 0}, {inf, 1, 1}, {2, 2, 9}});
     mesh->faces.push_back({{0, 1, 4}});    // not a number
     mesh->faces.push_back({{0, 1, 5}});    // infinite
@@ -155,7 +157,8 @@ TEST(WorkingNormal, FollowsTheDirectionPercent) {
     EXPECT_EQ(WorkingNormal(slope, 100), (Point3{0, 0, 1}));
     EXPECT_EQ(WorkingNormal(slope, -100), (Point3{0, 0, -1}));
     EXPECT_NEAR(WorkingNormal(slope, 0).x, slope.x, 1e-6);
-    Point3 lean = WorkingNormal(slope, -60), expected = Normalize(slope * 0.4f + Point3{0, 0, -0.6f});
+    Point3 lean = WorkingNormal(slope, -60),
+           expected = Normalize(slope * 0.4f + Point3{0, 0, -0.6f});
     EXPECT_NEAR(lean.x, expected.x, 1e-6);
     EXPECT_NEAR(lean.z, expected.z, 1e-6);
 }

@@ -7,7 +7,8 @@
 #include "Dravin/engine/build_input.h"
 #include "Dravin/engine/build_items.h"
 
-// A square in the xy plane between (x0, y0) and (x1, y1) at height z, mapping channel 1 over [0, 1].
+// A square in the xy plane between (x0, y0) and (x1, y1) at height z, mapping channel 1 over [0,
+// 1].
 inline std::shared_ptr<const Mesh> SquareMesh(float x0, float y0, float x1, float y1, float z = 0) {
     auto mesh = std::make_shared<Mesh>();
     mesh->verts = {{x0, y0, z}, {x1, y0, z}, {x1, y1, z}, {x0, y1, z}};

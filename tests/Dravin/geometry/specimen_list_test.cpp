@@ -51,9 +51,7 @@ private:
     TDravinItem m_item;
 };
 
-TEST_F(Specimens, AnEmptyListHasStatus6) {
-    EXPECT_EQ(Build(), TBuildStatus::kEmptyGeometryList);
-}
+TEST_F(Specimens, AnEmptyListHasStatus6) { EXPECT_EQ(Build(), TBuildStatus::kEmptyGeometryList); }
 
 TEST_F(Specimens, ItemsTakeTheirRowModuloTheRowsAndNeverTheFallback) {
     auto a = Box("a", 1, 1, 1), b = Box("b", 2, 2, 2);
@@ -140,11 +138,11 @@ TEST_F(Specimens, ProxyModeMarksTheRowsButStillMeasuresThem) {
 
 TEST_F(Specimens, FramesFollowTheAnimationSettings) {
     TAnimationSettings random{kAnimRandom, 3, 480, 0, 0, 160};
-    EXPECT_EQ(random.Frames(100), (std::vector<std::pair<TimeValue, TimeValue>>{
-                                      {100, 0}, {580, 480}, {1060, 960}}));
+    EXPECT_EQ(random.Frames(100),
+              (std::vector<std::pair<TimeValue, TimeValue>>{{100, 0}, {580, 480}, {1060, 960}}));
     TAnimationSettings map{kAnimFrameMap, 99, 7, 320, 640, 160};
-    EXPECT_EQ(map.Frames(100), (std::vector<std::pair<TimeValue, TimeValue>>{
-                                   {320, 220}, {480, 380}, {640, 540}}));
+    EXPECT_EQ(map.Frames(100),
+              (std::vector<std::pair<TimeValue, TimeValue>>{{320, 220}, {480, 380}, {640, 540}}));
     TAnimationSettings off = NormaliseAnimation({kAnimOff, 4, 480, 0, 0, 160}, false, false);
     EXPECT_EQ(off.Frames(100), (std::vector<std::pair<TimeValue, TimeValue>>{{0, 0}}));
     EXPECT_EQ(NormaliseAnimation(random, true, false).NumSamples(), 1);

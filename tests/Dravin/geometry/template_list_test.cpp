@@ -47,8 +47,7 @@ TEST_F(Templates, ABadLineKeepsTheTemplatesBeforeItAndTellsItsNumber) {
     EXPECT_FALSE(templates.ReadDefinitions(folder.File("")));
     EXPECT_EQ(templates.Names(), (std::vector<std::string>{"A"}));
     ASSERT_EQ(user->messages.size(), 1u);
-    EXPECT_EQ(user->messages[0].text,
-              "Error reading geometry\\index.dat (line 2). Bad format !");
+    EXPECT_EQ(user->messages[0].text, "Error reading geometry\\index.dat (line 2). Bad format !");
 }
 
 TEST_F(Templates, AMissingIndexIsToldUnlessTheHostIsQuiet) {
@@ -82,8 +81,7 @@ TEST_F(Templates, AMergedTemplateIsInvisibleAndKeepsItsTransformWithoutTranslati
     EXPECT_TRUE(node->IsHidden());
     EXPECT_FALSE(node->IsRenderable());
     EXPECT_TRUE(scene.FindLayer("dravin_templates")->frozen);
-    EXPECT_EQ(TemplateTransform(*node),
-              (Matrix3{{{1, 0, 0}, {0, 1, 0}, {0, 0, 2}, {0, 0, 0}}}));
+    EXPECT_EQ(TemplateTransform(*node), (Matrix3{{{1, 0, 0}, {0, 1, 0}, {0, 0, 2}, {0, 0, 0}}}));
     EXPECT_EQ(node->UserProperties().size(), 12u);
 }
 

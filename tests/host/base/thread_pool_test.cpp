@@ -35,7 +35,10 @@ TEST(ParallelFor, MayBeNested) {
 }
 
 TEST(ParallelFor, TheFirstFailureReachesTheCaller) {
-    EXPECT_THROW(ParallelFor(100, 4, [](size_t i) { if (i == 7) throw std::runtime_error("7"); }),
+    EXPECT_THROW(ParallelFor(100, 4,
+                             [](size_t i) {
+                                 if (i == 7) throw std::runtime_error("7");
+                             }),
                  std::runtime_error);
     std::atomic<int> after = 0;
     ParallelFor(10, 4, [&](size_t) { ++after; });

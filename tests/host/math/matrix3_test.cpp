@@ -47,8 +47,8 @@ TEST(Matrix3, TheInverseUndoes) {
 
 TEST(Matrix3, DecomposeFindsScaleRotationAndTranslation) {
     Matrix3 rotation = EulerDegreesToMatrix({30, -40, 110});
-    AffineParts parts = Decompose(Matrix3::Scaling({2, 3, 4}) * rotation *
-                                  Matrix3::Translation({1, 2, 3}));
+    AffineParts parts =
+        Decompose(Matrix3::Scaling({2, 3, 4}) * rotation * Matrix3::Translation({1, 2, 3}));
     ExpectNear(parts.scale, {2, 3, 4});
     ExpectNear(parts.translation, {1, 2, 3});
     EXPECT_TRUE(parts.rotation.ToMatrix().Equals(rotation, 1e-5f));
