@@ -103,17 +103,9 @@ private:
         if (!hit) return false;
         item.position = hit->point;
         item.normal = WorkingNormal(hit->faceNormal, m_input.directionPercent);
-        float altitude = hit->point.z, r = item.randomA.y;
-        float slope = std::acos(std::clamp(hit->faceNormal.z, -1.0f, 1.0f));
-        if (RuleRejects(m_input.altitude, altitude, r)) return false;
-        const TRangeRule& rule = m_input.slope;
-        if (rule.limited || rule.densityCurve || rule.scaleCurve) {
-            item.surfaceSlope = slope;
-            if (RuleRejects(rule, slope, r)) return false;
-        }
-        float scale = RuleScale(m_input.altitude, altitude) * RuleScale(rule, slope);
-        m_factors.falloffScale = {scale, scale, scale};
-        return true;
+        item.surfaceSlope = SlopeOf(hit->faceNormal);
+        return ObeysSurfaceRules(m_input, hit->point.z, item.surfaceSlope, item.randomA.y,
+                                 &m_factors.falloffScale);
     }
 
     const TBuildInput& m_input;

@@ -181,14 +181,9 @@ private:
 
     bool ObeysRules() {
         TDravinItem& item = m_pipeline.WorkingItem();
-        float altitude = item.position.z, r = item.randomA.y;
-        item.surfaceSlope = std::acos(std::clamp(item.surfaceNormal.z, -1.0f, 1.0f));
-        if (RuleRejects(m_input.altitude, altitude, r)) return false;
-        if (RuleRejects(m_input.slope, item.surfaceSlope, r)) return false;
-        float scale =
-            RuleScale(m_input.altitude, altitude) * RuleScale(m_input.slope, item.surfaceSlope);
-        m_factors.falloffScale = {scale, scale, scale};
-        return true;
+        item.surfaceSlope = SlopeOf(item.surfaceNormal);
+        return ObeysSurfaceRules(m_input, item.position.z, item.surfaceSlope, item.randomA.y,
+                                 &m_factors.falloffScale);
     }
 
     const TBuildInput& m_input;

@@ -22,8 +22,7 @@ bool DropOnGround(const TBuildInput& input, const TGridGroup& group, Point3& poi
     std::optional<TItemHit> hit = SurfaceHit(input, point, group.areas.Settings().surfaces);
     if (!hit) return false;
     point = hit->point;
-    float slope = std::acos(std::min(std::max(hit->faceNormal.z, -1.0f), 1.0f));
-    return !IsBeyond(input.altitude, point.z) && !IsBeyond(input.slope, slope);
+    return !IsBeyond(input.altitude, point.z) && !IsBeyond(input.slope, SlopeOf(hit->faceNormal));
 }
 
 }  // namespace

@@ -54,6 +54,17 @@ float RuleScale(const TRangeRule& rule, float measure) {
     return RulePercent(*rule.scaleCurve, rule, measure) * 0.01f;
 }
 
+bool ObeysSurfaceRules(const TBuildInput& input, float altitude, float slope, float r,
+                       Point3* scale) {
+    if (RuleRejects(input.altitude, altitude, r) || RuleRejects(input.slope, slope, r))
+        return false;
+    float f = RuleScale(input.altitude, altitude) * RuleScale(input.slope, slope);
+    *scale = {f, f, f};
+    return true;
+}
+
+float SlopeOf(const Point3& normal) { return std::acos(std::clamp(normal.z, -1.0f, 1.0f)); }
+
 TElementRange ElementsOf(const TBuildInput& input, const TSpecimen& specimen,
                          const Point3& position, float random) {
     if (!specimen.lod) return {0, int(specimen.elements.size())};
@@ -190,15 +201,10 @@ bool TItemPipeline::ProjectOnSurfaces(const TCandidate& candidate, bool stands) 
     TakeHit(*hit);
     m_item.position = hit->point;
     m_item.normal = WorkingNormal(hit->faceNormal, m_input.directionPercent);
-    m_item.surfaceSlope = std::acos(std::clamp(hit->faceNormal.z, -1.0f, 1.0f));
-
-    // Rules measure the hit itself, before the item is lifted along its normal.
-    float altitude = hit->point.z, slope = m_item.surfaceSlope, r = m_item.randomA.y;
-    if (RuleRejects(m_input.altitude, altitude, r)) return false;
-    if (RuleRejects(m_input.slope, slope, r)) return false;
-    float scale = RuleScale(m_input.altitude, altitude) * RuleScale(m_input.slope, slope);
-    m_factors.falloffScale = {scale, scale, scale};
-    return true;
+    m_item.surfaceSlope = SlopeOf(hit->faceNormal);
+    // The rules measure the hit itself, before the item is lifted along its normal.
+    return ObeysSurfaceRules(m_input, hit->point.z, m_item.surfaceSlope, m_item.randomA.y,
+                             &m_factors.falloffScale);
 }
 
 void TItemPipeline::ApplyAreaScale(const TCandidate& candidate) {

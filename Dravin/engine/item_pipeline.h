@@ -31,6 +31,13 @@ bool RuleRejects(const TRangeRule& rule, float measure, float r);
 // Factor that the rule's scale curve puts on an item.
 float RuleScale(const TRangeRule& rule, float measure);
 
+// Both rules of the surfaces at a hit. False: the item is dropped; else `scale` gets the factor
+// that they put on it.
+bool ObeysSurfaceRules(const TBuildInput& input, float altitude, float slope, float r,
+                       Point3* scale);
+// Angle between a normal and the vertical, radians.
+float SlopeOf(const Point3& normal);
+
 // The elements that an item of a specimen makes, [first, end): all of them, or the one level that
 // shows at `position`, chosen once before the item moves.
 struct TElementRange {
