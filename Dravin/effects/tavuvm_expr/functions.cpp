@@ -187,6 +187,7 @@ void function_library::add_builtins() {
     add({"easein", type_code::real, easing, ease_in});
     add({"easeout", type_code::real, easing, ease_out});
     add({"easeinout", type_code::real, easing, ease_in_out});
+    for (function& f : m_functions) f.is_builtin = true;
 }
 
 }  // namespace tavuvm_expr

@@ -35,6 +35,7 @@ struct function {
     function_body body = nullptr;  // null: declared, but without implementation
     bool is_pure = true;           // the same arguments give the same result; draws nothing
     bool can_fail = false;
+    bool is_builtin = false;  // of the language itself
 };
 
 class function_library {

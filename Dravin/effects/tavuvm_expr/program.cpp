@@ -24,7 +24,7 @@ std::string disassembled(const program& p) {
         opcode_info info = info_of(code);
         text += fmt::format("{} {}", cell, info.name ? info.name : "no_operation");
         for (int i = 1; i <= info.operands && cell + size_t(i) < p.code.size(); ++i)
-            text += " " + p.code[cell + size_t(i)].text();
+            text += fmt::format(" {}", p.code[cell + size_t(i)].text());
         text += '\n';
         cell += 1 + size_t(info.operands);
     }

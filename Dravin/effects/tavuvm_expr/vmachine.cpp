@@ -58,6 +58,7 @@ bool vmachine::fail(run_error error, size_t cell) {
 bool vmachine::run(const run_frame& frame, TNuRandom* random, void* host) {
     m_error = run_error::none;
     m_error_text.clear();
+    m_result = 0;
     if (!m_program) return true;
 
     state s;
@@ -219,6 +220,8 @@ bool vmachine::run(const run_frame& frame, TNuRandom* random, void* host) {
             }
             case opcode::return_:
             case opcode::stop:
+                // Above the returned value stands an immediate of the compiler's.
+                m_result = s.top[s.available() > 1 ? -2 : -1];
                 return true;
             case opcode::print: {
                 value v = s.pop();

@@ -57,6 +57,8 @@ public:
     void set_output(std::string* output) { m_output = output; }
 
     // --- of the last run
+    // What `return` gave; the integer 0 when the program ended without one.
+    const value& result() const { return m_result; }
     run_error error() const { return m_error; }
     size_t error_cell() const { return m_error_cell; }  // the failing instruction
     const std::string& error_text() const { return m_error_text; }
@@ -76,6 +78,7 @@ private:
     run_error m_error = run_error::none;
     size_t m_error_cell = 0;
     std::string m_error_text;
+    value m_result;
 };
 
 }  // namespace tavuvm_expr
