@@ -13,11 +13,11 @@ bool same_number(float a, float b) {
 }  // namespace
 
 bool value::identical(const value& other) const {
-    if (m_kind != other.m_kind) return false;
+    if (kind() != other.kind()) return false;
     if (is_integer()) return integer() == other.integer();
-    for (int i = 0; i < (is_vector() ? 3 : 1); ++i)
-        if (!same_number(m_number[i], other.m_number[i])) return false;
-    return true;
+    if (is_real()) return same_number(real(), other.real());
+    vector3 a = vector(), b = other.vector();
+    return same_number(a.x, b.x) && same_number(a.y, b.y) && same_number(a.z, b.z);
 }
 
 std::string text_of(float number) { return fmt::format("{:.9g}", number); }

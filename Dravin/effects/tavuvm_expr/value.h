@@ -25,19 +25,20 @@ inline int32_t truncated(float r) {
 class value {
 public:
     value() = default;
-    value(int32_t i) : m_kind(value_kind::integer) { set_bits(0, uint32_t(i)); }
-    value(float r) : m_kind(value_kind::real) { m_number[0] = r; }
-    value(const vector3& v) : m_kind(value_kind::vector), m_number{v.x, v.y, v.z} {}
+    value(int32_t i) : m_cell{int32_t(value_kind::integer), i, 0, 0} {}
+    value(float r) : m_cell{int32_t(value_kind::real), bits(r), 0, 0} {}
+    value(const vector3& v)
+        : m_cell{int32_t(value_kind::vector), bits(v.x), bits(v.y), bits(v.z)} {}
 
-    value_kind kind() const { return m_kind; }
-    bool is_integer() const { return m_kind == value_kind::integer; }
-    bool is_real() const { return m_kind == value_kind::real; }
-    bool is_vector() const { return m_kind == value_kind::vector; }
+    value_kind kind() const { return value_kind(m_cell[0]); }
+    bool is_integer() const { return kind() == value_kind::integer; }
+    bool is_real() const { return kind() == value_kind::real; }
+    bool is_vector() const { return kind() == value_kind::vector; }
 
     // --- payload of the value's own kind
-    int32_t integer() const { return std::bit_cast<int32_t>(m_number[0]); }
-    float real() const { return m_number[0]; }
-    vector3 vector() const { return {m_number[0], m_number[1], m_number[2]}; }
+    int32_t integer() const { return m_cell[1]; }
+    float real() const { return number(1); }
+    vector3 vector() const { return {number(1), number(2), number(3)}; }
 
     // --- conversions; a vector reads as 0, a number as the zero vector
     float to_real() const { return is_real() ? real() : is_integer() ? float(integer()) : 0.0f; }
@@ -53,10 +54,13 @@ public:
     std::string text() const;
 
 private:
-    void set_bits(int i, uint32_t bits) { m_number[i] = std::bit_cast<float>(bits); }
+    static int32_t bits(float r) { return std::bit_cast<int32_t>(r); }
+    float number(int i) const { return std::bit_cast<float>(int32_t(m_cell[i])); }
 
-    value_kind m_kind = value_kind::integer;
-    float m_number[3] = {0, 0, 0};
+    // Kind, then the payload. One register: a cell written in parts and read as a whole right
+    // after that would stall the processor.
+    using cell = int32_t __attribute__((vector_size(16)));
+    cell m_cell{};
 };
 static_assert(sizeof(value) == 16);
 

@@ -6,10 +6,9 @@
 
 namespace tavuvm_expr {
 
-// What a run keeps at hand: the code, the stack and who is asking.
+// What a run keeps at hand: the stack and who is asking.
 struct vmachine::state {
-    const value* code;
-    size_t num_cells, num_slots;
+    size_t num_slots;
     value* base;   // the stack's first cell
     value* floor;  // nothing below it is popped
     value* top;    // one past the last value
@@ -27,6 +26,8 @@ void vmachine::load(std::shared_ptr<const program> p) {
     m_stack.assign(m_program->initial.begin(), m_program->initial.end());
     m_stack.resize(m_program->initial.size() + stack_bound(m_program->code) + 1);
     m_modified.assign(m_program->initial.size(), 0);
+    m_code = decode(0);
+    m_isVerified = verify(m_code);
 }
 
 void vmachine::reset() {
@@ -55,43 +56,181 @@ bool vmachine::fail(run_error error, size_t cell) {
     return false;
 }
 
+// --- decoding
+
+std::vector<vmachine::decoded> vmachine::decode(size_t start) const {
+    const std::vector<value>& cells = m_program->code;
+    std::vector<decoded> code;
+    for (size_t cell = start; cell < cells.size();) {
+        decoded d;
+        d.cell = uint32_t(cell);
+        d.op = opcode(cells[cell].to_integer());
+        opcode_info info = info_of(int32_t(d.op));
+        if (!info.name) d.op = opcode::no_operation;
+        d.pops = uint8_t(info.pops);
+        d.pushes = uint8_t(info.pushes);
+        if (cells.size() - cell - 1 < size_t(info.operands)) d.pops = 255;  // fails when it runs
+        if (info.operands > 0 && d.pops != 255) {
+            d.immediate = cells[cell + 1];
+            d.a = cells[cell + 1].to_integer();
+            d.b = info.operands > 1 ? cells[cell + 2].to_integer() : 0;
+        }
+        if (info.name) code.push_back(d);
+        while (merge(code)) {
+        }
+        cell += 1 + size_t(info.operands);
+    }
+    return code;
+}
+
+// Merges the last instruction with the pushes before it; false when there is nothing to merge.
+bool vmachine::merge(std::vector<decoded>& code) const {
+    const size_t num_slots = m_program->initial.size();
+    if (!code.empty() && is_binary(code.back().op)) return merge_operands(code);
+    auto pushed = [&](size_t back) {
+        if (code.size() <= back) return false;
+        const decoded& d = code[code.size() - 1 - back];
+        return d.op == opcode::push && d.pops == 0 && d.immediate.is_integer();
+    };
+    if (code.empty() || code.back().how != decoded::form::plain || !pushed(1)) return false;
+    decoded d = code.back();
+    int32_t number = code[code.size() - 2].a;
+    size_t merged = 1;
+    switch (d.op) {
+        case opcode::load:
+            if (number < 0 || size_t(number) >= num_slots) return false;
+            d.how = decoded::form::load_slot;
+            break;
+        case opcode::store: {
+            if (!pushed(2) || number < 1 || number > 3) return false;
+            int32_t slot = code[code.size() - 3].a;
+            if (slot < 0 || size_t(slot) >= num_slots) return false;
+            d.how = decoded::form::store_slot;
+            d.b = number;
+            number = slot;
+            merged = 2;
+            break;
+        }
+        case opcode::load_vector:
+            d.how = decoded::form::load_vector;
+            break;
+        case opcode::store_vector:
+            d.how = decoded::form::store_vector;
+            break;
+        case opcode::set_x:
+        case opcode::set_y:
+        case opcode::set_z:
+            d.how = decoded::form::set_part;
+            break;
+        default:
+            return false;
+    }
+    if (d.how != decoded::form::load_slot && d.how != decoded::form::store_slot &&
+        (number < 0 || size_t(number) >= num_vector_registers))
+        return false;
+    d.a = number;
+    d.pops = uint8_t(d.pops - merged);
+    code.resize(code.size() - 1 - merged);
+    code.push_back(d);
+    return true;
+}
+
+// Where the value that an instruction pushes stands anyway; null when it has to be computed.
+const value* vmachine::operand_of(const decoded& d) const {
+    if (d.op == opcode::load && d.how == decoded::form::load_slot) return &m_stack[size_t(d.a)];
+    bool pushes = d.op == opcode::push && d.pops == 0;
+    return pushes ? &m_program->code[d.cell + 1] : nullptr;
+}
+
+// An operator reads variables and literals where they stand instead of from the stack.
+bool vmachine::merge_operands(std::vector<decoded>& code) const {
+    decoded d = code.back();
+    if (d.right || code.size() < 2) return false;
+    const value* right = operand_of(code[code.size() - 2]);
+    if (!right) return false;
+    size_t merged = 1;
+    d.right = right;
+    if (code.size() > 2) d.left = operand_of(code[code.size() - 3]);
+    if (d.left) merged = 2;
+    d.pops = uint8_t(d.pops - merged);
+    code.resize(code.size() - 1 - merged);
+    code.push_back(d);
+    return true;
+}
+
+// Whether no instruction can find too few values or too little room on the stack: there are no
+// jumps, so its depth is known everywhere. All code of the compiler passes.
+bool vmachine::verify(const std::vector<decoded>& code) const {
+    if (code.empty() || code[0].op != opcode::program_header) return false;
+    if (size_t(uint32_t(code[0].a)) != m_program->initial.size()) return false;
+    int64_t depth = 0;
+    for (size_t i = 1; i < code.size(); ++i) {
+        const decoded& d = code[i];
+        int64_t pops = d.pops;
+        if (d.op == opcode::program_header) return false;
+        if (d.op == opcode::call) pops += std::clamp(d.b, 0, int32_t(max_arguments));
+        if (d.op == opcode::list_store) {
+            const decoded& count = code[i - 2];
+            if (i < 3 || count.op != opcode::push || code[i - 1].op != opcode::push) return false;
+            pops += std::max(count.immediate.to_integer(), 0);
+        }
+        if (depth < pops) return false;
+        depth += d.pushes - pops;
+    }
+    return true;
+}
+
+// --- running
+
 bool vmachine::run(const run_frame& frame, TNuRandom* random, void* host) {
     m_error = run_error::none;
     m_error_text.clear();
     m_result = 0;
     if (!m_program) return true;
+    if (m_isVerified && frame.start == 0 && frame.stack_base == 0)
+        return execute<false>(m_code, frame, random, host);
+    return execute<true>(decode(frame.start), frame, random, host);
+}
 
+template <bool Checked>
+bool vmachine::execute(const std::vector<decoded>& code, const run_frame& frame, TNuRandom* random,
+                       void* host) {
     state s;
-    s.code = m_program->code.data();
-    s.num_cells = m_program->code.size();
     s.num_slots = m_program->initial.size();
     s.base = m_stack.data();
     s.limit = s.base + m_stack.size();
     s.floor = s.top = s.base + std::min(frame.stack_base, m_stack.size());
     s.context = {random, host, &m_error_text};
 
-    size_t cell = frame.start;
-    while (cell < s.num_cells) {
-        const size_t at = cell;
-        const value& instruction = s.code[cell++];
-        const auto op = opcode(instruction.to_integer());
-        const opcode_info info = info_of(int32_t(op));
-        if (s.available() < size_t(info.pops) || s.room() < size_t(info.pushes) ||
-            s.num_cells - cell < size_t(info.operands))
-            return fail(run_error::failure, at);
-        const value* operands = s.code + cell;
-        cell += size_t(info.operands);
-
-        switch (op) {
-            case opcode::add:
-                if (s.top[-1].is_real() && s.top[-2].is_real()) {
-                    s.top[-2] = s.top[-2].real() + s.top[-1].real();
-                    --s.top;
-                    break;
-                }
-                [[fallthrough]];
-            case opcode::sub:
-            case opcode::mult:
+    // What every instruction uses stays in registers; calls see it in `s`.
+    value* top = s.top;
+    value *floor = s.floor, *const base = s.base, *const limit = s.limit;
+    const uint32_t numSlots = uint32_t(s.num_slots);
+    const uint8_t* const constant = m_program->is_constant.data();
+    uint8_t* const modified = m_modified.data();
+    for (const decoded& d : code) {
+        if (Checked && (top - floor < d.pops || limit - top < d.pushes))
+            return fail(run_error::failure, d.cell);
+        switch (d.op) {
+            // The kinds that programs mostly add and multiply come first; algebra knows all.
+#define TAVUVM_ARITHMETIC(name, reals, mixed)               \
+    case opcode::name: {                                    \
+        const value* b = d.right ? d.right : --top;         \
+        const value* a = d.left ? d.left : --top;           \
+        if (a->is_real() && b->is_real())                   \
+            *top++ = a->real() reals b->real();             \
+        else if (a->is_vector() && b->is_real())            \
+            *top++ = mixed(a->vector(), b->real());         \
+        else if (algebra::apply(opcode::name, *a, *b, top)) \
+            ++top;                                          \
+        else                                                \
+            return fail(run_error::failure, d.cell);        \
+        break;                                              \
+    }
+            TAVUVM_ARITHMETIC(add, +, algebra::add)
+            TAVUVM_ARITHMETIC(sub, -, algebra::sub)
+            TAVUVM_ARITHMETIC(mult, *, algebra::mult)
+#undef TAVUVM_ARITHMETIC
             case opcode::div:
             case opcode::mod:
             case opcode::pow:
@@ -107,124 +246,139 @@ bool vmachine::run(const run_frame& frame, TNuRandom* random, void* host) {
             case opcode::bit_or:
             case opcode::bit_xor:
             case opcode::shift_left:
-            case opcode::shift_right:
-                if (!algebra::apply(op, s.top[-2], s.top[-1], &s.top[-2]))
-                    return fail(run_error::failure, at);
-                --s.top;
+            case opcode::shift_right: {
+                const value* b = d.right ? d.right : --top;
+                const value* a = d.left ? d.left : --top;
+                if (!algebra::apply(d.op, *a, *b, top)) return fail(run_error::failure, d.cell);
+                ++top;
                 break;
+            }
             case opcode::neg:
-                s.top[-1] = algebra::negated(s.top[-1]);
+                top[-1] = algebra::negated(top[-1]);
                 break;
             case opcode::not_:
-                s.top[-1] = int32_t(s.top[-1].to_integer() == 0);
+                top[-1] = int32_t(top[-1].to_integer() == 0);
                 break;
 
             case opcode::load: {
-                auto slot = uint32_t(s.top[-1].to_integer());
-                if (slot >= s.num_slots) return fail(run_error::slot_range, at);
-                s.top[-1] = s.base[slot];
+                if (d.how == decoded::form::load_slot) {
+                    *top++ = base[d.a];
+                    break;
+                }
+                auto slot = uint32_t(top[-1].to_integer());
+                if (slot >= numSlots) return fail(run_error::slot_range, d.cell);
+                top[-1] = base[slot];
                 break;
             }
             case opcode::store: {
-                int32_t type = s.pop().to_integer();
-                auto slot = uint32_t(s.pop().to_integer());
-                value v = s.pop();
-                if (slot >= s.num_slots) return fail(run_error::slot_range, at);
+                bool merged = d.how == decoded::form::store_slot;
+                int32_t type = merged ? d.b : (--top)->to_integer();
+                auto slot = uint32_t(merged ? d.a : (--top)->to_integer());
+                value v = *--top;
+                if (slot >= numSlots) return fail(run_error::slot_range, d.cell);
                 if (type >= 1 && type <= 3) v = algebra::converted(v, value_kind(type - 1));
-                if (!m_program->is_constant[slot]) s.base[slot] = v;
-                m_modified[slot] = 1;
+                if (!constant[slot]) base[slot] = v;
+                modified[slot] = 1;
                 break;
             }
             case opcode::fill: {
-                int32_t count = s.pop().to_integer();
-                auto slot = uint32_t(s.pop().to_integer());
-                value v = s.pop();
-                if (slot >= s.num_slots) return fail(run_error::slot_range, at);
-                if (count > 0 && size_t(count) > s.num_slots - slot)
-                    return fail(run_error::slot_range, at);
-                if (count > 0 && !m_program->is_constant[slot])
-                    std::fill_n(s.base + slot, count, v);
-                m_modified[slot] = 1;
+                int32_t count = (--top)->to_integer();
+                auto slot = uint32_t((--top)->to_integer());
+                value v = *--top;
+                if (slot >= numSlots) return fail(run_error::slot_range, d.cell);
+                if (count > 0 && size_t(count) > numSlots - slot)
+                    return fail(run_error::slot_range, d.cell);
+                if (count > 0 && !constant[slot]) std::fill_n(base + slot, count, v);
+                modified[slot] = 1;
                 break;
             }
             case opcode::list_store:
-                if (run_error e = store_list(s); e != run_error::none) return fail(e, at);
+                s.top = top;
+                if (run_error e = store_list(s); e != run_error::none) return fail(e, d.cell);
+                top = s.top;
                 break;
 
             case opcode::frame_base:
-                s.push(int32_t(frame.frame_base));
+                *top++ = int32_t(frame.frame_base);
                 break;
             case opcode::stack_base:
-                s.push(int32_t(frame.stack_base));
+                *top++ = int32_t(frame.stack_base);
                 break;
             case opcode::load_register: {
-                auto number = uint32_t(s.top[-1].to_integer());
-                if (number >= num_general_registers) return fail(run_error::register_range, at);
-                s.top[-1] = m_general[number];
+                auto number = uint32_t(top[-1].to_integer());
+                if (number >= num_general_registers) return fail(run_error::register_range, d.cell);
+                top[-1] = m_general[number];
                 break;
             }
             case opcode::load_vector: {
-                auto number = uint32_t(s.top[-1].to_integer());
-                if (number >= num_vector_registers) return fail(run_error::register_range, at);
-                s.top[-1] = m_vectors[number];
+                if (d.how == decoded::form::load_vector) {
+                    *top++ = m_vectors[d.a];
+                    break;
+                }
+                auto number = uint32_t(top[-1].to_integer());
+                if (number >= num_vector_registers) return fail(run_error::register_range, d.cell);
+                top[-1] = m_vectors[number];
                 break;
             }
             case opcode::store_vector: {
-                auto number = uint32_t(s.pop().to_integer());
-                if (number >= num_vector_registers) return fail(run_error::register_range, at);
-                m_vectors[number] = s.pop();
+                bool merged = d.how == decoded::form::store_vector;
+                auto number = uint32_t(merged ? d.a : (--top)->to_integer());
+                if (number >= num_vector_registers) return fail(run_error::register_range, d.cell);
+                m_vectors[number] = *--top;
                 break;
             }
             case opcode::set_x:
             case opcode::set_y:
             case opcode::set_z: {
-                auto number = uint32_t(s.pop().to_integer());
-                if (number >= num_vector_registers) return fail(run_error::register_range, at);
+                bool merged = d.how == decoded::form::set_part;
+                auto number = uint32_t(merged ? d.a : (--top)->to_integer());
+                if (number >= num_vector_registers) return fail(run_error::register_range, d.cell);
                 vector3 v = m_vectors[number].to_vector();
-                float component = s.pop().to_real();
-                (op == opcode::set_x ? v.x : op == opcode::set_y ? v.y : v.z) = component;
+                float component = (--top)->to_real();
+                (d.op == opcode::set_x ? v.x : d.op == opcode::set_y ? v.y : v.z) = component;
                 m_vectors[number] = v;
                 break;
             }
             case opcode::get_x:
-                s.top[-1] = s.top[-1].to_vector().x;
+                top[-1] = top[-1].to_vector().x;
                 break;
             case opcode::get_y:
-                s.top[-1] = s.top[-1].to_vector().y;
+                top[-1] = top[-1].to_vector().y;
                 break;
             case opcode::get_z:
-                s.top[-1] = s.top[-1].to_vector().z;
+                top[-1] = top[-1].to_vector().z;
                 break;
 
             case opcode::push:
-                s.push(operands[0]);
+                *top++ = d.immediate;
                 break;
             case opcode::push_one:
-                s.push(1);
+                *top++ = 1;
                 break;
             case opcode::push_zero:
-                s.push(0);
+                *top++ = 0;
                 break;
             case opcode::call:
-                if (run_error e = call(s, operands[0].to_integer(), operands[1].to_integer());
-                    e != run_error::none)
-                    return fail(e, at);
+                s.top = top;
+                if (run_error e = call(s, d.a, d.b); e != run_error::none) return fail(e, d.cell);
+                top = s.top;
                 break;
             case opcode::program_header: {
-                auto count = uint32_t(operands[0].to_integer());
+                auto count = uint32_t(d.a);
                 // The variables stand below everything that the run pushes.
-                if (count > s.num_slots || count > s.room()) return fail(run_error::failure, at);
-                s.top += count;
-                s.floor = s.top;
+                if (count > numSlots || count > size_t(limit - top))
+                    return fail(run_error::failure, d.cell);
+                top += count;
+                s.floor = floor = top;
                 break;
             }
             case opcode::return_:
             case opcode::stop:
                 // Above the returned value stands an immediate of the compiler's.
-                m_result = s.top[s.available() > 1 ? -2 : -1];
+                m_result = top[top - floor > 1 ? -2 : -1];
                 return true;
             case opcode::print: {
-                value v = s.pop();
+                value v = *--top;
                 if (m_output) *m_output += v.text() + '\n';
                 break;
             }

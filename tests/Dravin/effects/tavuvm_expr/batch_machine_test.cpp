@@ -32,8 +32,8 @@ TEST(BatchMachine, ComputedIndicesStayOnThePlainMachine) {
 
 TEST(BatchMachine, LeavesOutWhatNobodyReads) {
     TestHost host;
-    compilation c = compile("real r = sin(it.weight); vector v = it.place * r; it.count = 1;",
-                            host.names);
+    compilation c =
+        compile("real r = sin(it.weight); vector v = it.place * r; it.count = 1;", host.names);
     std::vector<uint8_t> varying(host.names.num_slots(), 1);
     auto lanes = batch_program::make(*c.code, varying);
     ASSERT_NE(lanes, nullptr);

@@ -52,14 +52,15 @@ inline std::string CompareMachines(const std::string& source, size_t count,
             value got = batch.get(b.value, k), want = machine.slot(b.slot);
             stored += machine.is_modified(b.slot);
             if (!got.identical(want) || !machine.is_modified(b.slot))
-                return fmt::format("item {}, slot {}: {} in lanes, {} plain", k, b.slot,
-                                   got.text(), want.text());
+                return fmt::format("item {}, slot {}: {} in lanes, {} plain", k, b.slot, got.text(),
+                                   want.text());
         }
         for (size_t slot = 0; slot < host.names.num_slots(); ++slot)
             stored -= machine.is_modified(slot) && !c.code->is_constant[slot];
         if (stored != 0) return fmt::format("item {}: not the same slots are stored into", k);
         value returned = lanes->returns ? batch.get(lanes->result, k) : value(0);
-        if (!returned.identical(machine.result())) return fmt::format("item {}: {} in lanes, {} plain returned", k, returned.text(),
+        if (!returned.identical(machine.result()))
+            return fmt::format("item {}: {} in lanes, {} plain returned", k, returned.text(),
                                machine.result().text());
         if (random.Step() != randoms[k].Step())
             return fmt::format("item {}: not the same draws", k);

@@ -15,7 +15,9 @@ inline const function_library& TestFunctions() {
         function_library all;
         all.add_builtins();
         // A host function without lanes, and one that is known by name only.
-        all.add({"twice", type_code::real, {type_code::real},
+        all.add({"twice",
+                 type_code::real,
+                 {type_code::real},
                  [](const call_context&, std::span<const value> a, value* result) {
                      *result = a[0].to_real() * 2;
                      return true;
@@ -42,11 +44,16 @@ struct TestHost {
     value attribute(size_t i, size_t k) const {
         float x = float(int(k * 37 % 101) - 50) * 0.125f, y = float(k % 7) - 3;
         switch (i) {
-            case 0: return vector3{x, y, x * y};
-            case 1: return vector3{1, 1 + x * 0.01f, 2};
-            case 2: return x;
-            case 3: return int32_t(k % 11) - 5;
-            default: return y * 0.5f;
+            case 0:
+                return vector3{x, y, x * y};
+            case 1:
+                return vector3{1, 1 + x * 0.01f, 2};
+            case 2:
+                return x;
+            case 3:
+                return int32_t(k % 11) - 5;
+            default:
+                return y * 0.5f;
         }
     }
 };
