@@ -121,7 +121,7 @@ void TDravinBuild::Run(const TParameters& parameters) {
 void TDravinBuild::FinishStatus() {
     bool nothing = m_statistics.itemCount - m_statistics.discardedItems < 1;
     if (m_panel.status == TBuildStatus::kSuccess && nothing) {
-        m_items.Clear();
+        m_statistics.itemCount = 0;
         m_panel.status = TBuildStatus::kNoVisibleItems;
     }
     if (m_panel.status != TBuildStatus::kSuccess) m_items.Clear();

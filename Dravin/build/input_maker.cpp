@@ -251,7 +251,7 @@ void TInputMaker::SetCamera(TBuildInput& input, Interval* valid) {
     scene.time = m_time;
     scene.worldToObject = m_objectInverse;
     scene.view = m_view;
-    scene.noLimit = m_flags.noCameraLimit;
+    scene.noLimit = m_flags.noCameraLimit || m_object.editingItems;
     if (m_scene && m_scene->render.height > 0)
         scene.aspect = float(m_scene->render.width) / float(m_scene->render.height);
     TPreparedCamera prepared = PrepareCamera(m_p, scene, valid);
@@ -310,6 +310,8 @@ std::unique_ptr<TBuildInput> TInputMaker::Make(std::vector<TSpecimen> specimens,
     input->time = m_time;
     input->render = m_flags.render;
     input->customEdit = m_p.mode != 0;
+    input->editingItems = m_object.editingItems;
+    if (input->customEdit) input->storedItems = m_object.storedItems;
     input->threads = Threads();
     input->displayLimit = m_flags.noLimit  ? kNoLimit
                           : m_flags.render ? m_p.rmaxitems
@@ -327,7 +329,8 @@ std::unique_ptr<TBuildInput> TInputMaker::Make(std::vector<TSpecimen> specimens,
     input->specimens = std::move(specimens);
     SetSurfaces(*input, rereadSurfaces, valid);
     SetMaps(*input);
-    SetAreas(*input, valid);
+    bool onGround = m_p.mode == 0 && m_p.distmode == kDistImage && m_p.surfmode == kSurfaceXY;
+    if (onGround) SetAreas(*input, valid);
     SetGrid(*input);
     SetTransforms(*input);
     SetGeometry(*input);

@@ -115,6 +115,10 @@ TBuildResult DistributeImageXY(const TBuildInput& input, const TGeometryChoice& 
 TBuildResult Distribute(const TBuildInput& input, const TGeometryChoice& geometry,
                         TDravinItemList& items, TBuildStatistics& statistics, Box3* bounds) {
     if (input.specimens.empty()) return TBuildResult::kOk;
+    if (input.customEdit) {
+        ProcessStoredItems(input, geometry, items, statistics);
+        return TBuildResult::kOk;
+    }
     if (input.distributionMode == kDistImage && input.surfaceMode == kSurfaceXY)
         return DistributeImageXY(input, geometry, items, statistics, bounds);
     if (input.distributionMode != kDistImage)
@@ -140,9 +144,10 @@ ItemCompleter RandomsOf(const TBuildInput& input) {
             ranges = TransformRanges(input.transforms)](TDravinItem& item) {
         TNuRandom generator;
         RedrawItemRandoms(*settings, ranges, generator, item);
-        size_t row = size_t(item.specimenIndex);
-        if (row < specimens->size())
-            CompletePlacement(*settings, (*specimens)[row].Element(item.elementIndex), item);
+        if (specimens->empty()) return;
+        const TSpecimen& specimen =
+            (*specimens)[SpecimenRow(item.specimenIndex, specimens->size())];
+        CompletePlacement(*settings, specimen.Element(item.elementIndex), item);
     };
 }
 
@@ -183,7 +188,7 @@ std::vector<TRowSlice> SplitRows(int64_t rows, int threads) {
 
 TBuildResult BuildItemArray(const TBuildInput& input, TDravinItemList& items,
                             TBuildStatistics& statistics) {
-    statistics.cellsInArea = statistics.itemCount = 0;
+    statistics.cellsInArea = statistics.itemCount = statistics.discardedItems = 0;
     statistics.decimation = 1;
     items.Prepare(input.ItemGroupsNeeded(), RandomsOf(input));
     TGeometryChoice geometry(input.geometry, input.specimens);
@@ -195,7 +200,7 @@ TBuildResult BuildItemArray(const TBuildInput& input, TDravinItemList& items,
         return result;
     }
     statistics.createdCount = ItemCount(items);
-    if (input.collisions && items.Count() > 1)
+    if (input.collisions && !input.customEdit && items.Count() > 1)
         statistics.discardedCount = ComputeCollisions(input, bounds, items);
     statistics.itemCount = ItemCount(items);
     return TBuildResult::kOk;

@@ -70,9 +70,7 @@ private:
         item.position = item.storedPosition = p.point + source.offset;
         item.normal = p.sourceTransform.row[2];
 
-        const TCameraState& camera = m_input.camera;
-        if (camera.densityCurve && CameraDensityDrop(camera, item.position, item.randomA.y))
-            return false;
+        if (CameraThinsOut(m_input.camera, item.position, item.randomA.y)) return false;
         TSpecimenSize size = ApplySpecimenAndTranslation(m_input.transforms, item, source, {});
         if (item.discarded) return false;
         m_pipeline.ClearHit();
@@ -80,10 +78,7 @@ private:
         m_factors.falloffScale = {1, 1, 1};
         if (m_factors.hasSurfaces && !StandOnSurfaces(p)) return false;
 
-        if (camera.limitActive && !camera.view.Contains(item.position)) return false;
-        if (camera.scaleCurve)
-            m_factors.cameraScale =
-                CameraScaleFactor(camera, item.position + item.zOffset * item.normal);
+        if (!ObeysCameraView(m_input.camera, item, &m_factors.cameraScale)) return false;
         FinishItem(m_input.transforms, m_pipeline.Ranges(), item, specimen, size, {}, m_factors);
         // Effect programs: here.
         return !item.discarded;

@@ -63,6 +63,13 @@ bool ObeysSurfaceRules(const TBuildInput& input, float altitude, float slope, fl
     return true;
 }
 
+bool ObeysCameraView(const TCameraState& camera, const TDravinItem& item, float* scale) {
+    if (camera.limitActive && !camera.view.Contains(item.position)) return false;
+    if (camera.scaleCurve)
+        *scale = CameraScaleFactor(camera, item.position + item.zOffset * item.normal);
+    return true;
+}
+
 float SlopeOf(const Point3& normal) { return std::acos(std::clamp(normal.z, -1.0f, 1.0f)); }
 
 TElementRange ElementsOf(const TBuildInput& input, const TSpecimen& specimen,
@@ -151,8 +158,7 @@ bool TItemPipeline::ProcessElement(const TCandidate& candidate, const TSpecimen&
     if (!m_item.elementMask.IsEmpty()) m_item.elementMask.Clear();
     m_item.position = candidate.point + source.offset;
 
-    if (m_input.camera.densityCurve &&
-        CameraDensityDrop(m_input.camera, ToObject(candidate, m_item.position), m_item.randomA.y))
+    if (CameraThinsOut(m_input.camera, ToObject(candidate, m_item.position), m_item.randomA.y))
         return false;
     bool atCell = source.offset == Point3{};
     if (!PassesAreas(candidate, candidate.insideAreas && atCell)) return false;
@@ -178,11 +184,7 @@ bool TItemPipeline::ProcessElement(const TCandidate& candidate, const TSpecimen&
     }
     if (fades && m_input.areaFalloffs.scaleCurve) ApplyAreaScale(candidate);
 
-    if (m_input.camera.limitActive && !m_input.camera.view.Contains(m_item.position)) return false;
-    if (m_input.camera.scaleCurve)
-        m_factors.cameraScale =
-            CameraScaleFactor(m_input.camera, m_item.position + m_item.zOffset * m_item.normal);
-
+    if (!ObeysCameraView(m_input.camera, m_item, &m_factors.cameraScale)) return false;
     FinishItem(m_input.transforms, m_ranges, m_item, specimen, size, candidate.area, m_factors);
     if (m_item.discarded) return false;
 

@@ -35,6 +35,10 @@ float RuleScale(const TRangeRule& rule, float measure);
 // that they put on it.
 bool ObeysSurfaceRules(const TBuildInput& input, float altitude, float slope, float r,
                        Point3* scale);
+// What the camera says of an item that is sized and placed but not lifted along its normal yet.
+// False: it stands outside a view that limits; else `scale` gets the factor of the scale falloff
+// where it will stand.
+bool ObeysCameraView(const TCameraState& camera, const TDravinItem& item, float* scale);
 // Angle between a normal and the vertical, radians.
 float SlopeOf(const Point3& normal);
 

@@ -7,77 +7,11 @@
 #include "Dravin/dravin.h"
 #include "Dravin/dravin_globals.h"
 #include "Dravin/engine/build_input.h"
-#include "host/base/log.h"
-#include "host/geom/primitives.h"
-#include "host/scene/host_context.h"
-#include "host/scene/scene.h"
-#include "host/scene/texmaps.h"
+#include "tests/Dravin/build/scatter_fixture.h"
 
 namespace {
 
-// A 20 x 20 plane with a scatter object over it: white map, cells of one unit, one box row.
-class DravinBuild : public testing::Test {
-protected:
-    HostContext host;
-    Scene scene;
-    std::shared_ptr<TDravin> object = TDravin::Create();
-    std::shared_ptr<INode> plane, box;
-    INode* node = nullptr;
-    std::vector<std::string> log;
-    LogSink oldSink;
-    int oldLevel = 0;
-
-    void SetUp() override {
-        oldSink = SetLogSink([this](LogKind, const std::string& text) { log.push_back(text); });
-        oldLevel = SetLogLevel(2);
-        plane = AddMesh("ground", MakePlane(20, 20, 1));
-        box = AddMesh("box", MakeBox(2, 1, 3, 1));
-        node = scene.AddNode("scatter", object);
-        object->Block(kSurfaceParams).Append(surfaceParams::kSurflist, Target(plane));
-        Set(kDistParams, distParams::kPixelsX, 10);
-        Set(kDistParams, distParams::kPixelsY, 10);
-        Set(kDistParams, distParams::kDistmap, White());
-        AddRow(box);
-    }
-    void TearDown() override {
-        SetLogSink(oldSink);
-        SetLogLevel(oldLevel);
-    }
-
-    std::shared_ptr<INode> AddMesh(const std::string& name, Mesh mesh) {
-        auto added = INode::Create(
-            name, std::make_shared<TriObject>(std::make_shared<Mesh>(std::move(mesh))));
-        scene.AddNode(added);
-        return added;
-    }
-    static ParamValue Target(std::shared_ptr<ReferenceTarget> target) { return target; }
-    static std::shared_ptr<Texmap> White() { return std::make_shared<ColorTex>(); }
-    template <class T>
-    void Set(DravinBlockId block, ParamID id, const T& value) {
-        object->Block(block).SetValue(id, 0, value);
-    }
-    void AddRow(std::shared_ptr<INode> source) {
-        TTreeSpecList rows(
-            std::static_pointer_cast<IParamBlock2>(object->Block(kGeomParams).shared_from_this()));
-        TSpecEntry entry;
-        entry.name = "row";
-        entry.kind = kGeomCustom;
-        entry.customObject = source;
-        rows.AppendRow(entry);
-    }
-    const TDravinBuild& Run(TBuildFlags flags = {}) {
-        object->Build().BuildMesh(0, flags);
-        return object->Build();
-    }
-    TBuildFlags Render() const {
-        TBuildFlags flags;
-        flags.render = true;
-        return flags;
-    }
-    bool Logged(const std::string& text) const {
-        return std::find(log.begin(), log.end(), text) != log.end();
-    }
-};
+class DravinBuild : public ScatterFixture {};
 
 TEST_F(DravinBuild, ScattersOverItsSurface) {
     const TDravinBuild& build = Run();
@@ -132,12 +66,6 @@ TEST_F(DravinBuild, ADisabledObjectHasStatus11AndNoItems) {
     EXPECT_EQ(Run().Status(), TBuildStatus::kDisabled);
     EXPECT_TRUE(object->Build().Items().IsEmpty());
     EXPECT_EQ(object->Build().Message()[0], "Object is disabled in Display settings");
-}
-
-TEST_F(DravinBuild, CustomEditWithoutItemsHasStatus3) {
-    object->Block(kEditionParams).SetValue(editionParams::kMode, 0, 1);
-    EXPECT_EQ(Run().Status(), TBuildStatus::kNoItems);
-    EXPECT_EQ(object->Build().Message()[0], "No items");
 }
 
 TEST_F(DravinBuild, WithoutAMapTheStatusIs2WhateverTheMode) {
