@@ -43,7 +43,9 @@ void TDravinBuild::BuildMesh(TimeValue time, const TBuildFlags& flags) {
     m_flags = flags;
     m_validity = Interval::Forever();
     m_panel.status = TBuildStatus::kSuccess;
-    m_statistics = {};
+    TBuildStatistics fresh;
+    fresh.facesInLastRender = m_statistics.facesInLastRender;
+    m_statistics = std::move(fresh);
     m_items.Clear();
     Log(LogKind::kNormal, fmt::format("Starting BuildMesh({})", time));
 

@@ -10,8 +10,11 @@
 #include "Dravin/build/camera_input.h"
 #include "Dravin/build/point_maker.h"
 #include "Dravin/dravin_globals.h"
+#include "Dravin/engine/build_items.h"
 #include "host/base/log.h"
 #include "host/base/thread_pool.h"
+#include "host/scene/hold.h"
+#include "host/scene/host_context.h"
 #include "host/scene/scene.h"
 
 namespace {
@@ -99,6 +102,22 @@ void TInputMaker::SetGrid(TBuildInput& input) const {
     g.rotationRadians = m_p.drotation * kDegreesToRadians;
     g.thresholdPercent = float(m_p.threshold);
     g.maxCells = int64_t{m_p.maxdensity} * 1000000;
+}
+
+// Once for a new object: the map's size, so that a large scene does not start with millions of
+// cells.
+void TInputMaker::ChooseMapSize(TBuildInput& input) const {
+    Box3 bounds = ScatterBounds(input);
+    if (bounds.IsEmpty()) return;
+    m_object.chooseMapSize = false;
+    double scale = m_scene ? m_scene->unitScale : 1;
+    float size = AutomaticMapSize(bounds, scale);
+    input.grid.unitsX = input.grid.unitsY = size;
+    IParamBlock2& block = m_object.Block(kDistParams);
+    HoldSuspender noUndo(CurrentHold());
+    NotifySuspender quiet(block);
+    AccessorSuspender silent(block);
+    for (ParamID id : {distParams::kUnitsX, distParams::kUnitsY}) block.SetValue(id, m_time, size);
 }
 
 void TInputMaker::SetTransforms(TBuildInput& input) {
@@ -332,6 +351,7 @@ std::unique_ptr<TBuildInput> TInputMaker::Make(std::vector<TSpecimen> specimens,
     bool onGround = m_p.mode == 0 && m_p.distmode == kDistImage && m_p.surfmode == kSurfaceXY;
     if (onGround) SetAreas(*input, valid);
     SetGrid(*input);
+    if (onGround && m_object.chooseMapSize) ChooseMapSize(*input);
     SetTransforms(*input);
     SetGeometry(*input);
     SetSurfaceRules(*input);

@@ -186,6 +186,18 @@ std::vector<TRowSlice> SplitRows(int64_t rows, int threads) {
     return slices;
 }
 
+Box3 ScatterBounds(const TBuildInput& input) {
+    TAreas areas = BuildAreas(input.areas, {});
+    if (!areas.include.empty()) return areas.include.front().bounds;
+    return SurfacesAreGround(input) ? input.surfaceBounds : Box3{};
+}
+
+float AutomaticMapSize(const Box3& bounds, double unitScale) {
+    Point3 width = bounds.Width();
+    double largest = std::max(double(width.x), double(width.y)) * unitScale;
+    return float((largest >= 2 ? 100 : 25) / unitScale);
+}
+
 TBuildResult BuildItemArray(const TBuildInput& input, TDravinItemList& items,
                             TBuildStatistics& statistics) {
     statistics.cellsInArea = statistics.itemCount = statistics.discardedItems = 0;

@@ -133,6 +133,33 @@ TEST_F(DravinBuild, AViewportKeepsBelowItsLimit) {
     EXPECT_LE(object->Build().Statistics().itemCount, 100);
 }
 
+TEST_F(DravinBuild, ANewObjectChoosesTheSizeOfItsMapOnce) {
+    auto size = [&] {
+        IParamBlock2& block = object->Block(kDistParams);
+        return Point2{block.GetFloat(distParams::kUnitsX), block.GetFloat(distParams::kUnitsY)};
+    };
+    Run();
+    EXPECT_EQ(size(), (Point2{10, 10}));  // nobody asked for it
+    object->chooseMapSize = true;
+    EXPECT_EQ(Run().Input()->grid.unitsX, 100);
+    EXPECT_EQ(size(), (Point2{100, 100}));
+    EXPECT_EQ(object->Build().Validity(), Interval::Forever());
+    Set(kDistParams, distParams::kUnitsX, 20.0f);
+    Run();
+    EXPECT_EQ(size(), (Point2{20, 100}));
+}
+
+TEST_F(DravinBuild, TheSizeOfTheMapWaitsForGroundAndCountsInMetres) {
+    object->chooseMapSize = true;
+    scene.unitScale = 0.01;
+    object->Block(kSurfaceParams).Delete(surfaceParams::kSurflist, 0);
+    Run();
+    EXPECT_TRUE(object->chooseMapSize);
+    object->Block(kSurfaceParams).Append(surfaceParams::kSurflist, Target(plane));
+    EXPECT_EQ(Run().Input()->grid.unitsY, 2500);  // 25 metres over a ground of 20 centimetres
+    EXPECT_FALSE(object->chooseMapSize);
+}
+
 TEST_F(DravinBuild, RowsWithoutAnIdGetConsecutiveOnes) {
     AddRow(box);
     Run();
