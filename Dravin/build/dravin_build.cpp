@@ -36,6 +36,7 @@ void TDravinBuild::BuildMesh(TimeValue time, const TBuildFlags& flags) {
     if (m_running || m_deleting) return;
     std::lock_guard lock(m_lock);
     m_running = true;
+    ++m_buildNumber;
     if (!flags.render) ++m_buildCounter;
     Clock::time_point start = Clock::now();
 

@@ -252,7 +252,7 @@ void TInputMaker::SetAreas(TBuildInput& input, Interval* valid) {
     scene.surfaceNodes = m_surfaceNodes;
     scene.surfaces = input.surfaces;
     scene.sampler = [this](Texmap* map) { return Sampler(map, "armaplist"); };
-    input.areas = MakeAreaRows(m_object, scene, valid);
+    input.areas = MakeAreaRows(m_object, scene, m_object.Build().Areas(), valid);
     input.areaRowForSurfaces = HasSurfaceRow(m_object);
 
     TAreaFalloffs& f = input.areaFalloffs;

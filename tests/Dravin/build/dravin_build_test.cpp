@@ -260,20 +260,6 @@ TEST_F(DravinBuild, CollisionsRunInRendersAndWherePreviewed) {
     EXPECT_LT(Run().Statistics().itemCount, 200);
 }
 
-// Adds an area row whose other lists stay at their defaults.
-void AddArea(TDravin& object, int type, std::shared_ptr<INode> node, bool exclude) {
-    using namespace areaParams;
-    IParamBlock2& rows = object.Block(kAreaParams);
-    for (ParamID id :
-         {kArnamelist, kPfAractivelist, kArnodelist, kArtypelist, kArincexclist, kArobscalelist})
-        rows.Append(id);
-    int row = rows.Count(kArnamelist) - 1;
-    rows.SetValue(kArnodelist, 0, std::static_pointer_cast<ReferenceTarget>(node), row);
-    rows.SetValue(kArtypelist, 0, type, row);
-    rows.SetValue(kArincexclist, 0, int(exclude), row);
-    rows.SetValue(kArobscalelist, 0, 100.0f, row);
-}
-
 TEST_F(DravinBuild, AnObjectAreaExcludesUpToItsSlice) {
     auto tower = AddMesh("tower", MakeBox(6, 6, 10, 1));
     tower->SetLocalTM(Matrix3::Translation({0.5f, 0.5f, 0}));
@@ -287,20 +273,8 @@ TEST_F(DravinBuild, AnObjectAreaExcludesUpToItsSlice) {
 }
 
 TEST_F(DravinBuild, AnotherScatterObjectExcludesEvenWhenItsRowIncludes) {
-    auto other = TDravin::Create();
-    std::shared_ptr<INode> otherNode = INode::Create("other", other);
-    scene.AddNode(otherNode);
-    other->Block(kSurfaceParams).Append(surfaceParams::kSurflist, Target(plane));
-    other->Block(kDistParams).SetValue(distParams::kDistmap, 0, White());
+    auto [other, otherNode] = AddScatter("other");
     other->Block(kDistParams).SetValue(distParams::kPixelsX, 0, 1);
-    TTreeSpecList rows(
-        std::static_pointer_cast<IParamBlock2>(other->Block(kGeomParams).shared_from_this()));
-    TSpecEntry entry;
-    entry.name = "row";
-    entry.kind = kGeomCustom;
-    entry.customObject = box;
-    rows.AppendRow(entry);
-
     AddArea(*object, 4, otherNode, false);
     // The other's four items stand ten apart, each a disc of radius one around its place.
     const TDravinBuild& build = Run();
@@ -317,6 +291,30 @@ TEST_F(DravinBuild, AnotherScatterObjectExcludesEvenWhenItsRowIncludes) {
 TEST_F(DravinBuild, AScatterObjectThatExcludesItselfIsLeftOut) {
     AddArea(*object, 4, std::static_pointer_cast<INode>(node->shared_from_this()), true);
     EXPECT_EQ(Run().Statistics().itemCount, 400);
+}
+
+TEST_F(DravinBuild, ItemsOfAnotherObjectAreDrawnAgainOnlyWhenItWasBuiltAgain) {
+    auto [other, otherNode] = AddScatter("other");
+    other->Block(kDistParams).SetValue(distParams::kPixelsX, 0, 1);
+    AddArea(*object, 4, otherNode, true);
+    int count = Run().Statistics().itemCount;
+    EXPECT_EQ(Run().Statistics().itemCount, count);
+    EXPECT_EQ(object->Build().Areas().NumMade(), 1u);
+    other->Block(kDistParams).SetValue(distParams::kPixelsX, 0, 2);  // four times as many
+    EXPECT_LT(Run().Statistics().itemCount, count);
+    EXPECT_EQ(object->Build().Areas().NumMade(), 2u);
+}
+
+TEST_F(DravinBuild, ScatterObjectsThatExcludeEachOtherInARingAreBuiltWithAWarning) {
+    auto [second, secondNode] = AddScatter("second");
+    auto [third, thirdNode] = AddScatter("third");
+    AddArea(*object, 4, secondNode, true);
+    AddArea(*second, 4, thirdNode, true);
+    AddArea(*third, 4, std::static_pointer_cast<INode>(node->shared_from_this()), true);
+    Run();
+    EXPECT_EQ(third->Build().Statistics().itemCount, 400);
+    EXPECT_LT(second->Build().Statistics().itemCount, 400);
+    EXPECT_TRUE(Logged("area \"\" is left out: the objects exclude each other's items in a ring"));
 }
 
 TEST_F(DravinBuild, ANodeThatIsNoScatterObjectMakesNoSuchArea) {

@@ -66,6 +66,34 @@ protected:
         entry.customObject = source;
         rows.AppendRow(entry);
     }
+    // Another scatter object with the same ground, map and row.
+    std::pair<std::shared_ptr<TDravin>, std::shared_ptr<INode>> AddScatter(
+        const std::string& name) {
+        auto other = TDravin::Create();
+        std::shared_ptr<INode> otherNode = INode::Create(name, other);
+        scene.AddNode(otherNode);
+        other->Block(kSurfaceParams).Append(surfaceParams::kSurflist, Target(plane));
+        for (ParamID id : {distParams::kPixelsX, distParams::kPixelsY})
+            other->Block(kDistParams).SetValue(id, 0, 10);
+        other->Block(kDistParams).SetValue(distParams::kDistmap, 0, White());
+        std::swap(object, other);
+        AddRow(box);
+        std::swap(object, other);
+        return {other, otherNode};
+    }
+    // Adds an area row whose other lists stay at their defaults.
+    static void AddArea(TDravin& to, int type, std::shared_ptr<INode> source, bool exclude) {
+        using namespace areaParams;
+        IParamBlock2& rows = to.Block(kAreaParams);
+        for (ParamID id : {kArnamelist, kPfAractivelist, kArnodelist, kArtypelist, kArincexclist,
+                           kArobscalelist})
+            rows.Append(id);
+        int row = rows.Count(kArnamelist) - 1;
+        rows.SetValue(kArnodelist, 0, std::static_pointer_cast<ReferenceTarget>(source), row);
+        rows.SetValue(kArtypelist, 0, type, row);
+        rows.SetValue(kArincexclist, 0, int(exclude), row);
+        rows.SetValue(kArobscalelist, 0, 100.0f, row);
+    }
     const TDravinBuild& Run(TBuildFlags flags = {}) {
         object->Build().BuildMesh(0, flags);
         return object->Build();
