@@ -36,6 +36,8 @@ public:
         m_factors.hasSurfaces = true;
     }
 
+    const std::vector<int32_t>& ClusterCounts() { return m_pipeline.ClusterCounts(); }
+
     TBuildResult Run() {
         const TGrid& g = m_uv.grid;
         int64_t firstRow = g.firstRow + m_slice.first;
@@ -97,8 +99,8 @@ private:
         Color color = item.mapColor.Rgb();
         if (m_input.geometry.mode == kByColorMap && m_input.diversityMap)
             color = m_input.diversityMap->SampleOne({cell, cell}).Rgb();
-        item.specimenIndex =
-            m_geometry.Assign(m_geometry.Unrestricted(), item.randomB, color, cell);
+        item.specimenIndex = m_geometry.Assign(m_geometry.Unrestricted(), item.randomB, color, cell,
+                                               m_pipeline.ClusterCounts());
     }
 
     // Moves a candidate in texture space, asks the texture there, and makes an item at every hit.
@@ -213,9 +215,13 @@ TBuildResult DistributeSurface(const TBuildInput& input, const TGeometryChoice& 
     for (size_t i = 0; i < slices.size(); ++i) parts.emplace_back(items.Groups());
     items.ShareSpare(parts);
     std::vector<TBuildResult> results(slices.size(), TBuildResult::kOk);
+    std::vector<std::vector<int32_t>> counts(slices.size());
     ParallelFor(slices.size(), input.threads, [&](size_t i) {
-        results[i] = UvTask(input, geometry, uv, statistics.decimation, slices[i], parts[i]).Run();
+        UvTask task(input, geometry, uv, statistics.decimation, slices[i], parts[i]);
+        results[i] = task.Run();
+        counts[i] = task.ClusterCounts();
     });
+    for (const std::vector<int32_t>& c : counts) statistics.AddClusterCounts(c);
     for (size_t i = 0; i < slices.size(); ++i) {
         if (results[i] != TBuildResult::kOk) return results[i];
         items.Splice(std::move(parts[i]));

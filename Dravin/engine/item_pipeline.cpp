@@ -86,7 +86,8 @@ TItemPipeline::TItemPipeline(const TBuildInput& input, const TGeometryChoice& ge
       m_geometry(geometry),
       m_ranges(TransformRanges(input.transforms)),
       m_needsDistances(input.NeedsAreaDistances()),
-      m_items(items) {
+      m_items(items),
+      m_clusterCounts(geometry.Clusters().size()) {
     m_factors.hasSurfaces = !input.surfaces.empty();
 }
 
@@ -127,7 +128,8 @@ void TItemPipeline::ChooseGeometry(const TCandidate& candidate) {
     if (m_input.geometry.mode == kByColorMap && m_input.diversityMap)
         color = m_input.diversityMap->SampleOne({m_item.mapUvws[kDivMap], candidate.point}).Rgb();
     Point3 position = ToObject(candidate, candidate.point);
-    m_item.specimenIndex = m_geometry.Assign(*candidate.rows, m_item.randomB, color, position);
+    m_item.specimenIndex =
+        m_geometry.Assign(*candidate.rows, m_item.randomB, color, position, m_clusterCounts);
 }
 
 Point3 TItemPipeline::ToObject(const TCandidate& candidate, const Point3& point) const {

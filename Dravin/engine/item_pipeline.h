@@ -75,6 +75,8 @@ public:
     TNuRandom& Generator() { return m_generator; }
     const TTransformRanges& Ranges() const { return m_ranges; }
     size_t NumProduced() const { return m_produced; }
+    // How many times each cluster of the geometry was chosen.
+    std::vector<int32_t>& ClusterCounts() { return m_clusterCounts; }
 
     // Puts a hit's face, weights, normal and map coordinates into the working item.
     void TakeHit(const TItemHit& hit);
@@ -100,4 +102,5 @@ private:
     TDravinItemList& m_items;
     TDravinItemList::Appender m_appender = nullptr;
     size_t m_produced = 0;
+    std::vector<int32_t> m_clusterCounts;
 };
