@@ -128,10 +128,11 @@ PolyShape SurfaceOutline(const TSurfaceInput& surface) {
     return shape;
 }
 
-// One row a surface, each on its own surface only.
+// One row a surface, each on its own surface only. Surfaces never exclude.
 void AddSurfaceRows(const ListRow& row, const TAreaScene& scene, TAreaCache& cache,
                     std::vector<TAreaRow>& rows) {
     TAreaSettings settings = ReadSettings(row, scene);
+    settings.exclude = false;
     std::vector<uint8_t> named = std::move(settings.surfaces);
     for (size_t s = 0; s < scene.surfaces.size(); ++s) {
         if (!named.empty() && !named[s]) continue;
@@ -171,6 +172,15 @@ TFootprintRequest RequestOf(const ListRow& row, const TAreaScene& scene) {
     return request;
 }
 
+int Resolution(const ListRow& row) {
+    int wanted = row.Int(kArresollist);
+    int usable = std::clamp(wanted, 1, TFootprintArea::kLargestResolution);
+    if (usable != wanted)
+        LogWarning(fmt::format("area \"{}\" asks for a resolution of {}; {} is used",
+                               row.Text(kArnamelist), wanted, usable));
+    return usable;
+}
+
 // Whether an area can be made of the other object's items at all.
 bool MayUseItems(const TDravin& object, const TDravin& other, const ListRow& row) {
     const char* why = &other == &object ? "the object cannot exclude its own items"
@@ -197,7 +207,7 @@ void AddFootprintRow(const TDravin& object, const ListRow& row, INode& node,
     TAreaSource source;
     source.footprint = request;
     source.footprint->time = 0;  // meshes, items and places tell what it changes
-    source.resolution = row.Int(kArresollist);
+    source.resolution = Resolution(row);
     source.depth = !area.settings.exclude;
     if (other) {
         BringUpToDate(*other, request, valid);

@@ -271,7 +271,7 @@ void TInputMaker::SetCamera(TBuildInput& input, Interval* valid) {
     scene.worldToObject = m_objectInverse;
     scene.view = m_view;
     scene.noLimit = m_flags.noCameraLimit || m_object.editingItems;
-    if (m_scene && m_scene->render.height > 0)
+    if (m_scene && m_scene->render.height > 0 && m_scene->render.width > 0)
         scene.aspect = float(m_scene->render.width) / float(m_scene->render.height);
     TPreparedCamera prepared = PrepareCamera(m_p, scene, valid);
     input.camera = prepared.state;

@@ -169,7 +169,8 @@ Matrix3 FaceFrame(const Point3 corners[3], const Point3& center, const Matrix3& 
 TBuildResult DistributeFaces(const TBuildInput& input, const TGeometryChoice& geometry,
                              TDravinItemList& items, TBuildStatistics& statistics) {
     const TReferenceSettings& reference = input.points.reference;
-    if (reference.meshes.empty()) return TBuildResult::kTooManyItems;
+    if (reference.meshes.empty())
+        return reference.hasNodes ? TBuildResult::kOk : TBuildResult::kTooManyItems;
     size_t total = 0;
     for (const TReferenceMesh& m : reference.meshes) total += m.mesh->NumFaces();
     statistics.decimation = PointDecimation(input, total);
@@ -178,8 +179,11 @@ TBuildResult DistributeFaces(const TBuildInput& input, const TGeometryChoice& ge
         DistributeList(input, geometry, m.mesh->NumFaces(), statistics.decimation, items,
                        [&](PointTask& task, size_t i) {
                            Point3 corners[3];
-                           for (int k = 0; k < 3; ++k)
-                               corners[k] = m.mesh->verts[m.mesh->faces[i].v[size_t(k)]];
+                           for (int k = 0; k < 3; ++k) {
+                               uint32_t vertex = m.mesh->faces[i].v[size_t(k)];
+                               if (vertex >= m.mesh->verts.size()) return;
+                               corners[k] = m.mesh->verts[vertex];
+                           }
                            Point3 center = (corners[0] + corners[1] + corners[2]) / 3;
                            Point p;
                            p.point = center * m.toObject;

@@ -73,10 +73,10 @@ bool ObeysCameraView(const TCameraState& camera, const TDravinItem& item, float*
 float SlopeOf(const Point3& normal) { return std::acos(std::clamp(normal.z, -1.0f, 1.0f)); }
 
 TElementRange ElementsOf(const TBuildInput& input, const TSpecimen& specimen,
-                         const Point3& position, float random) {
+                         const Point3& position, float random, float widthFactor) {
     if (!specimen.lod) return {0, int(specimen.elements.size())};
     int level = ChooseLodLevel(*specimen.lod, input.camera, input.lodView, input.render,
-                               input.transforms.globalScale, position, random);
+                               input.transforms.globalScale * widthFactor, position, random);
     return {level, level + 1};
 }
 

@@ -43,12 +43,13 @@ bool ObeysCameraView(const TCameraState& camera, const TDravinItem& item, float*
 float SlopeOf(const Point3& normal);
 
 // The elements that an item of a specimen makes, [first, end): all of them, or the one level that
-// shows at `position`, chosen once before the item moves.
+// shows at `position`, chosen once before the item moves. widthFactor: of an item with a size of
+// its own, which counts for sizes on screen.
 struct TElementRange {
     int first, end;
 };
 TElementRange ElementsOf(const TBuildInput& input, const TSpecimen& specimen,
-                         const Point3& position, float random);
+                         const Point3& position, float random, float widthFactor = 1);
 
 class TItemPipeline {
 public:

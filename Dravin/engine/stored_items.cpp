@@ -62,7 +62,9 @@ private:
             // Items that are being edited keep one level, wherever the camera goes.
             bool fixed = m_input.editingItems && !m_input.render;
             element = fixed ? (specimen.lod->byScreenSize ? last : 0)
-                            : ElementsOf(m_input, specimen, item.position, item.random4).first;
+                            : ElementsOf(m_input, specimen, item.position, item.random4,
+                                         item.sizeFactor.x)
+                                  .first;
         }
         item.elementIndex = int16_t(std::clamp(element, 0, last));
         item.stateFlags = last > 0 || specimen.lod ? kOneOfSeveral : 0;

@@ -113,6 +113,43 @@ TEST_F(DravinBuild, TooDenseEndsWithStatus4) {
     EXPECT_EQ(Run().Status(), TBuildStatus::kDensityTooHigh);
 }
 
+TEST_F(DravinBuild, AMaximumDensityOfZeroIsNoLimit) {
+    Set(kDistParams, distParams::kPixelsX, 3000);
+    Set(kDistParams, distParams::kPixelsY, 3000);
+    Set(kDispParams, dispParams::kVmaxitems, 10);
+    Set(kDistParams, distParams::kMaxdensity, 1);  // a million, where 36 are asked for
+    EXPECT_EQ(Run().Status(), TBuildStatus::kDensityTooHigh);
+    Set(kDistParams, distParams::kMaxdensity, 0);
+    EXPECT_EQ(Run().Status(), TBuildStatus::kSuccess);
+    EXPECT_EQ(object->Build().Statistics().cellsInArea, 36000000);
+}
+
+TEST_F(DravinBuild, ItemsThatTheCameraAllLeavesOutGiveStatus10) {
+    auto camera = std::make_shared<CameraObject>();
+    INode* eye = scene.AddNode("eye", camera);
+    eye->SetLocalTM(Matrix3::Translation({0, 0, -5}));  // looks down, away from the ground
+    Set(kCamParams, camParams::kCamera, Target(eye->shared_from_this()));
+    Set(kCamParams, camParams::kCamlimit, true);
+    EXPECT_EQ(Run().Status(), TBuildStatus::kNoVisibleItems);
+    EXPECT_EQ(object->Build().Message()[0], "No items");
+}
+
+TEST_F(DravinBuild, ReferencesWithoutNodesShowThatThereAreTooMany) {
+    Set(kDistParams, distParams::kDistmode, 2);
+    for (int faces : {0, 1}) {
+        Set(kDistParams, distParams::kDistrefmode, faces);
+        EXPECT_EQ(Run().Status(), TBuildStatus::kTooManyItems);
+        EXPECT_EQ(object->Build().Message()[0], "Maximum number of items exceeded");
+    }
+}
+
+TEST_F(DravinBuild, AParticleSourceThatIsAMeshShowsThatTheReferenceIsMissing) {
+    Set(kDistParams, distParams::kDistmode, 3);
+    object->Block(kDistParams).Append(distParams::kDistpflownodes, Target(box));
+    EXPECT_EQ(Run().Status(), TBuildStatus::kNoReferenceObject);
+    EXPECT_EQ(object->Build().Message()[0], "Reference object is not defined");
+}
+
 TEST_F(DravinBuild, AFailedRenderIsRememberedByTheViewport) {
     Set(kDispParams, dispParams::kRmaxitems, 399);
     EXPECT_EQ(Run(Render()).Status(), TBuildStatus::kTooManyItems);
@@ -331,6 +368,51 @@ TEST_F(DravinBuild, NestedCallsReturnWithoutWork) {
     EXPECT_EQ(std::count_if(log.begin(), log.end(),
                             [](const std::string& s) { return s.rfind("Starting", 0) == 0; }),
               1);
+}
+
+// What nobody would set up on purpose.
+
+TEST_F(DravinBuild, AnObjectAreaOfAnEmptyMeshIsNoArea) {
+    auto nothing = AddMesh("nothing", Mesh());
+    AddArea(*object, 1, nothing, true);
+    EXPECT_EQ(Run().Statistics().itemCount, 400);
+    AddArea(*object, 1, nothing, false);
+    EXPECT_EQ(Run().Status(), TBuildStatus::kSuccess);  // nothing includes: the surfaces are ground
+}
+
+TEST_F(DravinBuild, ResolutionsBeyondReasonAreToldAndTakenIn) {
+    AddArea(*object, 1, AddMesh("tower", MakeBox(6, 6, 10, 1)), true);
+    object->Block(kAreaParams).Append(areaParams::kArresollist);
+    object->Block(kAreaParams).SetValue(areaParams::kArresollist, 0, 0, 0);
+    EXPECT_EQ(Run().Status(), TBuildStatus::kSuccess);
+    EXPECT_TRUE(Logged("area \"\" asks for a resolution of 0; 1 is used"));
+    object->Block(kAreaParams).SetValue(areaParams::kArresollist, 0, 1000000, 0);
+    EXPECT_EQ(Run().Status(), TBuildStatus::kSuccess);
+    EXPECT_TRUE(Logged("area \"\" asks for a resolution of 1000000; 8192 is used"));
+}
+
+TEST_F(DravinBuild, AUvSurfaceWithoutItsChannelIsToldAndLeftOut) {
+    Set(kSurfaceParams, surfaceParams::kSurfmode, 1);
+    EXPECT_EQ(Run().Status(), TBuildStatus::kSuccess);
+    Set(kDistParams, distParams::kDistmapchan, 7);
+    EXPECT_EQ(Run().Status(), TBuildStatus::kNoVisibleItems);
+    EXPECT_TRUE(Logged("surface \"ground\" is left out: it has no mapping channel 7"));
+}
+
+TEST_F(DravinBuild, AParticleListWithHolesMakesTheOthers) {
+    auto system = std::make_shared<ParticleObject>();
+    system->particles.resize(5);
+    for (size_t i = 0; i < 5; ++i) system->particles[i].hasPosition = i != 3;
+    for (size_t i = 0; i < 5; ++i) system->particles[i].position = {float(i), 1, 0};
+    system->particles[1].age = -1;
+    Set(kDistParams, distParams::kDistmode, 3);
+    Set(kDistParams, distParams::kDistpflowallevents, true);
+    object->Block(kDistParams)
+        .Append(distParams::kDistpflownodes,
+                Target(scene.AddNode("p", system)->shared_from_this()));
+    EXPECT_EQ(Run().Statistics().itemCount, 3);
+    system->particles.clear();
+    EXPECT_EQ(Run().Status(), TBuildStatus::kNoVisibleItems);
 }
 
 TEST(DistMapFile, IsLookedForBesideTheSceneAndInTheLibrary) {

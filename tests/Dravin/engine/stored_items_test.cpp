@@ -1,5 +1,7 @@
 #include "Dravin/engine/stored_items.h"
 
+#include <cmath>
+
 #include <gtest/gtest.h>
 
 #include "tests/Dravin/engine/test_input.h"
@@ -128,6 +130,22 @@ TEST_F(StoredItems, LevelsFollowTheCameraUnlessItemsAreBeingEdited) {
     EXPECT_EQ(levels(), std::pair(int16_t{0}, int16_t{0}));
     row.lod->byScreenSize = true;
     EXPECT_EQ(levels(), std::pair(int16_t{1}, int16_t{1}));
+}
+
+TEST_F(StoredItems, SizesOnScreenCountTheItemsOwnWidth) {
+    TSpecimen& row = input.specimens[0];
+    row.elements.resize(2, row.elements[0]);
+    row.lod.emplace();
+    row.lod->byScreenSize = true;
+    row.lod->thresholds = {0, 30};
+    row.lod->referenceWidth = 1;
+    // Seen from ten units below in a view that is ten units wide there.
+    input.lodView = {true, Matrix3::Translation({0, 0, -17}), 2 * std::atan(0.5f)};
+    stored[1] = stored[0];
+    stored[1].sizeFactor = {4, 1, 1};
+    BuiltItems built = Run();
+    EXPECT_EQ(built.items[0].elementIndex, 0);  // a tenth of the view
+    EXPECT_EQ(built.items[1].elementIndex, 1);  // four tenths
 }
 
 TEST_F(StoredItems, ADisplayAboveItsLimitMarksAllButEveryNthAsDiscarded) {
