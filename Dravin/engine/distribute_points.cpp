@@ -38,7 +38,9 @@ public:
 
     TDravinItem& Item() { return m_pipeline.WorkingItem(); }
 
+    // A point that is no place makes nothing.
     void Process(const Point& p) {
+        if (!IsFinite(p.point)) return;
         TDravinItem& item = Item();
         item.elementIndex = 0;
         item.sourceIndex = p.sourceIndex;
@@ -187,7 +189,6 @@ TBuildResult DistributeFaces(const TBuildInput& input, const TGeometryChoice& ge
                            Point3 center = (corners[0] + corners[1] + corners[2]) / 3;
                            Point p;
                            p.point = center * m.toObject;
-                           if (!IsFinite(p.point)) return;
                            if (reference.getRotation)
                                p.sourceTransform = FaceFrame(corners, center, m.toObject);
                            p.ordinal = uint32_t(i + offset);
@@ -256,13 +257,15 @@ private:
             p.sourceTransform = Frame(node.toObject.VectorTransform(tangent));
         p.ordinal = uint32_t(m_count);
         p.sourceIndex = p.userId = index;
-        if (IsFinite(p.point)) m_task.Process(p);
+        m_task.Process(p);
         return int64_t(++m_count) > m_limit;
     }
 
     Matrix3 Frame(const Point3& tangent) const {
         Point3 d = Normalize(tangent), up{0, 0, 1};
         if (m_path.followZ) up = CrossProd(d, Normalize(Point3{-d.y, d.x, 0}));
+        // A vertical path lies in every vertical plane; it leans as if it came along the x axis.
+        if (up == Point3{}) up = {-d.z, 0, 0};
         return MakeFrame(m_path.followX ? d : Point3{1, 0, 0}, up);
     }
 

@@ -184,7 +184,7 @@ bool TItemPipeline::ProcessElement(const TCandidate& candidate, const TSpecimen&
         bool stands = m_item.position == before && atCell;
         if (!ProjectOnSurfaces(candidate, stands)) return false;
     }
-    if (fades && m_input.areaFalloffs.scaleCurve) ApplyAreaScale(candidate);
+    if (candidate.areas && m_input.areaFalloffs.scaleCurve) ApplyAreaScale(candidate);
 
     if (!ObeysCameraView(m_input.camera, m_item, &m_factors.cameraScale)) return false;
     FinishItem(m_input.transforms, m_ranges, m_item, specimen, size, candidate.area, m_factors);

@@ -26,7 +26,7 @@ public:
     void Process(size_t index) {
         TDravinItem& item = m_pipeline.WorkingItem();
         Restore(m_input.storedItems[index], int32_t(index));
-        if (int64_t(index) % m_decimation == 0)
+        if (int64_t(index) % m_decimation == 0 && IsFinite(item.position))
             Place();
         else
             item.discarded = 1;

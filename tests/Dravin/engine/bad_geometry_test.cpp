@@ -172,6 +172,26 @@ TEST(BadReferences, FacesWithoutVerticesAreLeftOut) {
     EXPECT_EQ(Build(input).items.size(), 1u);
 }
 
+TEST(BadReferences, PointsThatAreNoPlacesMakeNothing) {
+    TBuildInput input = GroundInput();
+    input.surfaces.clear();
+    input.distributionMode = kDistReference;
+    input.points.reference.objects.resize(3);
+    input.points.reference.objects[1].point = {kNan, 0, 0};
+    EXPECT_EQ(Build(input).items.size(), 2u);
+    input.distributionMode = kDistParticles;
+    input.points.particles.systems.resize(1);
+    input.points.particles.systems[0].resize(3);
+    input.points.particles.systems[0][2].point = {0, kInfinity, 0};
+    EXPECT_EQ(Build(input).items.size(), 2u);
+    TStoredItem stored[2];
+    stored[0].storedPosition = {0, 0, kNan};
+    input.customEdit = input.transforms.customEdit = true;
+    input.storedItems = stored;
+    EXPECT_EQ(Build(input).items[0].discarded, 1);
+    EXPECT_EQ(Build(input).items[1].discarded, 0);
+}
+
 TEST(BadMappings, TrianglesOfAlmostNoExtentAreMissedOrHitAtAPlace) {
     for (float scale : {1e-6f, 1e-12f, 1e-17f, 1e-20f, 1e-24f, 1e-38f}) {
         auto mesh = std::make_shared<Mesh>(*SquareMesh(0, 0, 10, 10));
