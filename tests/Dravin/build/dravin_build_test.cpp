@@ -309,6 +309,25 @@ TEST_F(DravinBuild, AnObjectAreaExcludesUpToItsSlice) {
     EXPECT_EQ(Run().Statistics().itemCount, 400);
 }
 
+TEST_F(DravinBuild, AnInactiveAreaChangesNothing) {
+    AddArea(*object, 1, AddMesh("tower", MakeBox(6, 6, 10, 1)), true);
+    Run();
+    std::vector<Point3> before;
+    for (size_t i = 0; i < object->Build().Items().Count(); ++i)
+        before.push_back(object->Build().Items().Place(i).position);
+    AddArea(*object, 1, AddMesh("wall", MakeBox(2, 20, 10, 1)), true);
+    object->Block(kAreaParams).SetValue(areaParams::kPfAractivelist, 0, false, 1);
+    ASSERT_EQ(size_t(Run().Statistics().itemCount), before.size());
+    for (size_t i = 0; i < before.size(); ++i)
+        EXPECT_EQ(object->Build().Items().Place(i).position, before[i]);
+}
+
+TEST_F(DravinBuild, ASurfaceRowIncludesEvenWhenItExcludes) {
+    AddArea(*object, 3, nullptr, true);
+    EXPECT_EQ(Run().Statistics().itemCount, 400);
+    EXPECT_EQ(object->Build().Statistics().excludeAreas, 0);
+}
+
 TEST_F(DravinBuild, AnotherScatterObjectExcludesEvenWhenItsRowIncludes) {
     auto [other, otherNode] = AddScatter("other");
     other->Block(kDistParams).SetValue(distParams::kPixelsX, 0, 1);
