@@ -1,5 +1,6 @@
 #include "Dravin/dravin.h"
 
+#include "Dravin/build/custom_edit.h"
 #include "Dravin/build/dravin_build.h"
 #include "Dravin/dravin_globals.h"
 #include "host/scene/host_context.h"
@@ -94,7 +95,12 @@ void TDravin::UpdatePanel(PanelUpdate what) {
 }
 
 bool TDravin::SwitchMode(int newMode, TimeValue t) {
-    return onSwitchMode ? onSwitchMode(newMode, t) : true;
+    if (onSwitchMode) return onSwitchMode(newMode, t);
+    if (newMode == 0)
+        storedItems.clear();
+    else
+        ConvertToCustomEdit(*this, t);
+    return true;
 }
 
 RefResult TDravin::NotifyRefChanged(const RefChange& change, ReferenceTarget* from) {

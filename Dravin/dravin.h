@@ -14,24 +14,12 @@
 #include <vector>
 
 #include "Dravin/curves/curve_set.h"
+#include "Dravin/engine/stored_items.h"
 #include "Dravin/params/dravin_params.h"
 #include "Dravin/params/param_accessors.h"
 #include "host/math/matrix3.h"
 #include "host/scene/object.h"
 #include "host/scene/param_block.h"
-
-// One item of custom edit mode: what is stored of it, the rest follows from parameters and seed.
-struct TStoredItem {
-    Point3 storedPosition;
-    uint32_t seed = 0;
-    int specimenIndex = 0;
-    Point3 sizeFactor{1, 1, 1};
-    Matrix3 sourceTransform;
-    int elementIndex = 0;
-    int userId = 0;
-
-    friend bool operator==(const TStoredItem&, const TStoredItem&) = default;
-};
 
 // The falloff curves that scene descriptions name, and where they are kept.
 struct DravinCurveName {
@@ -71,6 +59,12 @@ public:
 
     // Hand-edited items; they count only while `mode` is 1.
     std::vector<TStoredItem> storedItems;
+    // The next build that lays a grid over the ground chooses the size of the distribution map, once:
+    // `units_x` and `units_y` then fit what the object stands on. For objects that somebody creates
+    // by hand; those from descriptions, presets and libraries keep the size that they come with.
+    bool chooseMapSize = false;
+    // Items are being edited one by one: builds for the view then clip none of them to the camera.
+    bool editingItems = false;
 
     // The object's build: items, status and statistics of the last one.
     TDravinBuild& Build() { return *m_build; }
@@ -78,8 +72,7 @@ public:
     // The largest row id handed out so far.
     int specIdCounter = 0;
 
-    // Who redraws the panel, if anybody, and who goes between the editing modes. Without a mode
-    // switcher the mode just changes.
+    // Who redraws the panel, if anybody, and who asks before the editing mode changes.
     std::function<void(PanelUpdate)> onPanelUpdate;
     std::function<bool(int newMode, TimeValue t)> onSwitchMode;
 
@@ -88,6 +81,8 @@ public:
 
     // IDravinParamOwner
     void UpdatePanel(PanelUpdate what) override;
+    // Without anybody to ask, items are frozen on the way to custom edit mode, all of them whatever
+    // the camera shows, and dropped on the way back.
     bool SwitchMode(int newMode, TimeValue t) override;
 
     // ReferenceMaker

@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include "Dravin/build/dravin_build.h"
 #include "Dravin/build/footprint_input.h"
 #include "Dravin/dravin.h"
 #include "Dravin/geometry/area_texts.h"
@@ -87,17 +88,27 @@ TAreaSettings ReadSettings(const ListRow& row, const TAreaScene& scene) {
 }
 
 // The lines of a spline, or the border of a mesh that stands in for one.
-PolyShape ShapeOf(INode& node, const TAreaScene& scene, Interval* valid) {
-    PolyShape shape;
+PolyShape ShapeOf(int row, INode& node, const TAreaScene& scene, TAreaCache& cache,
+                  Interval* valid) {
     Object* object = node.GetObjectRef();
-    if (!object) return shape;
+    if (!object) return {};
     *valid &= object->ObjectValidity(scene.time);
-    if (auto* spline = dynamic_cast<ShapeObject*>(object))
-        shape = spline->GetPolyShape(scene.time);
-    else if (std::shared_ptr<const Mesh> mesh = object->GetRenderMesh(scene.time))
-        shape = BorderOutline(*mesh);
-    shape.Transform(node.GetObjectTM(scene.time) * scene.worldToObject);
-    return shape;
+    auto* spline = dynamic_cast<ShapeObject*>(object);
+    std::shared_ptr<const Mesh> mesh = spline ? nullptr : object->GetRenderMesh(scene.time);
+    TAreaSource source;
+    source.place = node.GetObjectTM(scene.time) * scene.worldToObject;
+    if (spline) source.curves = spline->shape;
+    if (mesh) source.placed = {{mesh, {}}};
+    return cache
+        .Get(row, 0, source,
+             [&] {
+                 TAreaOutline outline;
+                 if (spline) outline.shape = spline->GetPolyShape(scene.time);
+                 if (mesh) outline.shape = BorderOutline(*mesh);
+                 outline.shape.Transform(source.place);
+                 return outline;
+             })
+        .shape;
 }
 
 // A surface's outline; a closed one has none and gives the rectangle of its bounds.
@@ -117,9 +128,11 @@ PolyShape SurfaceOutline(const TSurfaceInput& surface) {
     return shape;
 }
 
-// One row a surface, each on its own surface only.
-void AddSurfaceRows(const ListRow& row, const TAreaScene& scene, std::vector<TAreaRow>& rows) {
+// One row a surface, each on its own surface only. Surfaces never exclude.
+void AddSurfaceRows(const ListRow& row, const TAreaScene& scene, TAreaCache& cache,
+                    std::vector<TAreaRow>& rows) {
     TAreaSettings settings = ReadSettings(row, scene);
+    settings.exclude = false;
     std::vector<uint8_t> named = std::move(settings.surfaces);
     for (size_t s = 0; s < scene.surfaces.size(); ++s) {
         if (!named.empty() && !named[s]) continue;
@@ -127,7 +140,14 @@ void AddSurfaceRows(const ListRow& row, const TAreaScene& scene, std::vector<TAr
         area.settings = settings;
         area.settings.surfaces.assign(scene.surfaces.size(), 0);
         area.settings.surfaces[s] = 1;
-        area.shape = SurfaceOutline(scene.surfaces[s]);
+        TAreaSource source;
+        source.placed = {{scene.surfaces[s].array, scene.surfaces[s].toObject}};
+        area.shape = cache
+                         .Get(row.Index(), int(s), std::move(source),
+                              [&] {
+                                  return TAreaOutline{SurfaceOutline(scene.surfaces[s]), {}};
+                              })
+                         .shape;
         area.oneGroup = true;
     }
 }
@@ -141,9 +161,7 @@ void AddLineRow(const ListRow& row, const TAreaScene& scene, PolyShape shape,
     area.forceOpen = row.Bool(kArforceopenlist);
 }
 
-// What a scene object or the items of another scatter object cover; the latter only ever exclude.
-void AddFootprintRow(const TDravin& object, const ListRow& row, INode& node,
-                     const TAreaScene& scene, Interval* valid, std::vector<TAreaRow>& rows) {
+TFootprintRequest RequestOf(const ListRow& row, const TAreaScene& scene) {
     TFootprintRequest request;
     request.time = scene.time;
     request.worldToObject = scene.worldToObject;
@@ -151,46 +169,96 @@ void AddFootprintRow(const TDravin& object, const ListRow& row, INode& node,
     if (row.Bool(kArslicelist)) request.top = row.Float(kArslicetoplist);
     request.itemMeshes = row.Int(kArshapelist) == 1;
     request.render = scene.render;
+    return request;
+}
 
+int Resolution(const ListRow& row) {
+    int wanted = row.Int(kArresollist);
+    int usable = std::clamp(wanted, 1, TFootprintArea::kLargestResolution);
+    if (usable != wanted)
+        LogWarning(fmt::format("area \"{}\" asks for a resolution of {}; {} is used",
+                               row.Text(kArnamelist), wanted, usable));
+    return usable;
+}
+
+// Whether an area can be made of the other object's items at all.
+bool MayUseItems(const TDravin& object, const TDravin& other, const ListRow& row) {
+    const char* why = &other == &object ? "the object cannot exclude its own items"
+                      : other.Build().IsRunning()
+                          ? "the objects exclude each other's items in a ring"
+                          : nullptr;
+    if (why) LogWarning(fmt::format("area \"{}\" is left out: {}", row.Text(kArnamelist), why));
+    return !why;
+}
+
+// What a scene object or the items of another scatter object cover; the latter only ever exclude.
+void AddFootprintRow(const TDravin& object, const ListRow& row, INode& node,
+                     const TAreaScene& scene, TAreaCache& cache, Interval* valid,
+                     std::vector<TAreaRow>& rows) {
+    auto* other = dynamic_cast<TDravin*>(node.GetObjectRef());
+    if (other && !MayUseItems(object, *other, row)) return;
     TAreaRow area;
     area.settings = ReadSettings(row, scene);
     area.settings.alwaysFades = true;
-    auto* other = dynamic_cast<TDravin*>(node.GetObjectRef());
-    if (other == &object) {
-        LogWarning(fmt::format("area \"{}\" is left out: the object cannot exclude its own items",
-                               row.Text(kArnamelist)));
-        return;
-    }
-    TFootprint footprint = other ? ItemsFootprint(*other, node, request, valid)
-                                 : ObjectFootprint(node, request, valid);
     if (other) area.settings.exclude = true;
-    area.footprint = std::make_shared<TFootprintArea>(footprint, row.Int(kArresollist),
-                                                      !area.settings.exclude, scene.threads);
+
+    TFootprintRequest request = RequestOf(row, scene);
+    std::vector<TPlacedMesh> meshes;
+    TAreaSource source;
+    source.footprint = request;
+    source.footprint->time = 0;  // meshes, items and places tell what it changes
+    source.resolution = Resolution(row);
+    source.depth = !area.settings.exclude;
+    if (other) {
+        BringUpToDate(*other, request, valid);
+        source.place = node.GetObjectTM(scene.time) * scene.worldToObject;
+        source.build = other->Build().BuildNumber();
+        source.placed = {{other->shared_from_this(), {}}};
+    } else {
+        meshes = PlacedMeshes(node, scene.time, valid);
+        for (const TPlacedMesh& m : meshes) source.placed.emplace_back(m.mesh, m.toWorld);
+    }
+    area.footprint =
+        cache
+            .Get(row.Index(), 0, source,
+                 [&] {
+                     TFootprint footprint = other ? ItemsFootprint(*other, source.place, request)
+                                                  : ObjectFootprint(meshes, request);
+                     return TAreaOutline{
+                         {},
+                         std::make_shared<TFootprintArea>(footprint, source.resolution,
+                                                          source.depth, scene.threads)};
+                 })
+            .footprint;
     if (!area.footprint->IsEmpty()) rows.push_back(std::move(area));
 }
 
-void AddRow(const TDravin& object, const ListRow& row, const TAreaScene& scene, Interval* valid,
-            std::vector<TAreaRow>& rows) {
+void AddRow(const TDravin& object, const ListRow& row, const TAreaScene& scene, TAreaCache& cache,
+            Interval* valid, std::vector<TAreaRow>& rows) {
     int type = row.Int(kArtypelist);
     INode* node = row.Node(kArnodelist);
     bool items = node && dynamic_cast<TDravin*>(node->GetObjectRef());
     if (items || (type == kAreaObject && node))
-        return AddFootprintRow(object, row, *node, scene, valid, rows);
-    if (type == kAreaSurface) AddSurfaceRows(row, scene, rows);
+        return AddFootprintRow(object, row, *node, scene, cache, valid, rows);
+    if (type == kAreaSurface) AddSurfaceRows(row, scene, cache, rows);
     if (type == kAreaPaint && row.Paint()) AddLineRow(row, scene, row.Paint()->shape, rows);
-    if (type == kAreaSpline && node) AddLineRow(row, scene, ShapeOf(*node, scene, valid), rows);
+    if (type == kAreaSpline && node)
+        AddLineRow(row, scene, ShapeOf(row.Index(), *node, scene, cache, valid), rows);
 }
 
 }  // namespace
 
 std::vector<TAreaRow> MakeAreaRows(const TDravin& object, const TAreaScene& scene,
-                                   Interval* valid) {
+                                   TAreaCache& cache, Interval* valid) {
     const IParamBlock2& block = object.Block(kAreaParams);
+    if (scene.render) cache.Clear();
+    cache.BeginBuild();
     std::vector<TAreaRow> rows;
     for (int i = 0; i < block.Count(kArnamelist); ++i) {
         ListRow row(block, i, scene.time, valid);
-        if (row.Bool(kPfAractivelist)) AddRow(object, row, scene, valid, rows);
+        if (row.Bool(kPfAractivelist)) AddRow(object, row, scene, cache, valid, rows);
     }
+    cache.EndBuild();
     return rows;
 }
 

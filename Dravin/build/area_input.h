@@ -5,6 +5,7 @@
 #include <span>
 #include <vector>
 
+#include "Dravin/build/area_cache.h"
 #include "Dravin/engine/build_input.h"
 #include "host/scene/texmap.h"
 
@@ -26,8 +27,10 @@ struct TAreaScene {
 
 // The active rows in list order; rows without an outline are left out, those that name something
 // wrong with a warning. A row of surfaces gives one row a surface. `valid` is narrowed by what is
-// read.
-std::vector<TAreaRow> MakeAreaRows(const TDravin& object, const TAreaScene& scene, Interval* valid);
+// read. Geometry that the cache holds and that nothing has changed since is used again, except by
+// renders, which make all of it anew.
+std::vector<TAreaRow> MakeAreaRows(const TDravin& object, const TAreaScene& scene,
+                                   TAreaCache& cache, Interval* valid);
 
 // Whether the list has a row that stands for the surfaces, active or not.
 bool HasSurfaceRow(const TDravin& object);

@@ -1,5 +1,7 @@
 #include "Dravin/build/camera_input.h"
 
+#include <algorithm>
+
 #include <fmt/format.h>
 
 #include "Dravin/dravin.h"
@@ -12,6 +14,16 @@ using namespace camParams;
 namespace {
 
 constexpr float kDegreesToRadians = 0.017453292f;
+// Beyond them a view has no width, or no sides.
+constexpr float kNarrowestFov = 0.01f, kWidestFov = 179;
+
+float UsableFov(const INode& camera, float degrees) {
+    float usable = degrees >= kNarrowestFov ? std::min(degrees, kWidestFov) : kNarrowestFov;
+    if (usable != degrees)
+        LogWarning(fmt::format("camera \"{}\" has a field of view of {} degrees; {} are used",
+                               camera.GetName(), degrees, usable));
+    return usable;
+}
 
 void SetView(const TParameters& p, const TCameraScene& scene, const Matrix3& cameraToWorld,
              float fovDegrees, TCameraState& state) {
@@ -65,7 +77,8 @@ TPreparedCamera PrepareCamera(const TParameters& p, const TCameraScene& scene, I
     // Another object than a camera lends its place only; it has no view to clip to.
     auto* camera = dynamic_cast<CameraObject*>(p.camera->GetObjectRef());
     if (camera) *valid &= camera->ObjectValidity(scene.time);
-    SetView(p, scene, p.camera->GetNodeTM(scene.time), camera ? camera->fovDegrees : 0, state);
+    float fov = camera ? UsableFov(*p.camera, camera->fovDegrees) : 0;
+    SetView(p, scene, p.camera->GetNodeTM(scene.time), fov, state);
     prepared.falloffs = true;
     state.limitActive = p.camlimit && camera && !scene.noLimit;
     if (camera && p.camenvrange) state.near = camera->envNear, state.far = camera->envFar;

@@ -19,7 +19,8 @@ struct TCameraScene {
 };
 
 // The camera state without its curves: the falloffs may be used where `falloffs` says so. `valid`
-// is narrowed by what is read.
+// is narrowed by what is read. A camera's field of view is taken into 0.01 to 179 degrees, with a
+// warning.
 struct TPreparedCamera {
     TCameraState state;
     bool falloffs = false;

@@ -36,6 +36,7 @@ void TDravinBuild::BuildMesh(TimeValue time, const TBuildFlags& flags) {
     if (m_running || m_deleting) return;
     std::lock_guard lock(m_lock);
     m_running = true;
+    ++m_buildNumber;
     if (!flags.render) ++m_buildCounter;
     Clock::time_point start = Clock::now();
 
@@ -43,7 +44,9 @@ void TDravinBuild::BuildMesh(TimeValue time, const TBuildFlags& flags) {
     m_flags = flags;
     m_validity = Interval::Forever();
     m_panel.status = TBuildStatus::kSuccess;
-    m_statistics = {};
+    TBuildStatistics fresh;
+    fresh.facesInLastRender = m_statistics.facesInLastRender;
+    m_statistics = std::move(fresh);
     m_items.Clear();
     Log(LogKind::kNormal, fmt::format("Starting BuildMesh({})", time));
 
@@ -121,7 +124,7 @@ void TDravinBuild::Run(const TParameters& parameters) {
 void TDravinBuild::FinishStatus() {
     bool nothing = m_statistics.itemCount - m_statistics.discardedItems < 1;
     if (m_panel.status == TBuildStatus::kSuccess && nothing) {
-        m_items.Clear();
+        m_statistics.itemCount = 0;
         m_panel.status = TBuildStatus::kNoVisibleItems;
     }
     if (m_panel.status != TBuildStatus::kSuccess) m_items.Clear();

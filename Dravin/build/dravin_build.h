@@ -9,6 +9,7 @@
 #include <mutex>
 #include <string>
 
+#include "Dravin/build/area_cache.h"
 #include "Dravin/engine/build_status.h"
 #include "Dravin/engine/item_list.h"
 #include "Dravin/geometry/specimen_list.h"
@@ -50,6 +51,9 @@ public:
     TimeValue Time() const { return m_time; }
     bool IsRender() const { return m_flags.render; }
     int BuildCounter() const { return m_buildCounter; }
+    // Number of the last build among all of the object, renders and failures included.
+    uint64_t BuildNumber() const { return m_buildNumber; }
+    bool IsRunning() const { return m_running; }
 
     const TDravinItemList& Items() const { return m_items; }
     TDravinItemList& Items() { return m_items; }
@@ -59,6 +63,9 @@ public:
 
     // The items as render instances in world space; reads this build while it stands.
     std::unique_ptr<IInstanceSource> MakeInstanceSource() const;
+
+    // Geometry of the areas, kept for the next build.
+    TAreaCache& Areas() { return m_areas; }
 
     // The object is about to be deleted: no further build starts.
     void SetDeleting() { m_deleting = true; }
@@ -77,6 +84,8 @@ private:
     bool m_deleting = false;
     bool m_rereadSurfaces = false;
     int m_buildCounter = 0;
+    uint64_t m_buildNumber = 0;
+    TAreaCache m_areas;
     std::optional<ViewState> m_view;  // of the last render; stands in for a camera
     TimeValue m_time = 0;
     TBuildFlags m_flags;

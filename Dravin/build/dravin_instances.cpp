@@ -54,7 +54,7 @@ void TDravinInstances::AddRow(size_t row, const TSpecBuild& specimen) {
 uint32_t TDravinInstances::PrototypeOf(const TDravinItem& item) const {
     if (m_prototypeOfElement.empty()) return kNone;
     const auto& elements =
-        m_prototypeOfElement[size_t(item.specimenIndex) % m_prototypeOfElement.size()];
+        m_prototypeOfElement[SpecimenRow(item.specimenIndex, m_prototypeOfElement.size())];
     return elements[uint16_t(item.elementIndex) % elements.size()];
 }
 

@@ -1,5 +1,7 @@
 #include "Dravin/build/footprint_input.h"
 
+#include <algorithm>
+
 #include "Dravin/build/dravin_build.h"
 #include "Dravin/dravin.h"
 #include "host/scene/instance_source.h"
@@ -12,6 +14,9 @@ void AddTriangles(const Mesh& mesh, const Matrix3& toWorld, const TFootprintRequ
     std::vector<std::array<Point3, 3>> world;
     for (const Face& face : mesh.faces) {
         std::array<Point3, 3> corners;
+        bool known = std::all_of(face.v.begin(), face.v.end(),
+                                 [&](uint32_t v) { return v < mesh.verts.size(); });
+        if (!known) continue;
         for (size_t k = 0; k < 3; ++k) corners[k] = mesh.verts[face.v[k]] * toWorld;
         if (!IsFinite(corners[0]) || !IsFinite(corners[1]) || !IsFinite(corners[2])) continue;
         if (request.top)
@@ -44,26 +49,32 @@ void AddItemMeshes(const TDravinBuild& build, const TFootprintRequest& request,
 
 }  // namespace
 
-TFootprint ObjectFootprint(INode& head, const TFootprintRequest& request, Interval* valid) {
-    TFootprint footprint;
+std::vector<TPlacedMesh> PlacedMeshes(INode& head, TimeValue time, Interval* valid) {
+    std::vector<TPlacedMesh> meshes;
     auto add = [&](INode* node) {
         Object* object = node->GetObjectRef();
-        std::shared_ptr<const Mesh> mesh = object ? object->GetRenderMesh(request.time) : nullptr;
+        std::shared_ptr<const Mesh> mesh = object ? object->GetRenderMesh(time) : nullptr;
         if (!mesh) return;
-        *valid &= object->ObjectValidity(request.time);
-        float s = request.scale;
-        AddTriangles(*mesh, Matrix3::Scaling({s, s, s}) * node->GetObjectTM(request.time), request,
-                     footprint);
+        *valid &= object->ObjectValidity(time);
+        meshes.push_back({std::move(mesh), node->GetObjectTM(time)});
     };
     if (head.IsGroupHead())
         VisitNodes(&head, add);
     else
         add(&head);
+    return meshes;
+}
+
+TFootprint ObjectFootprint(std::span<const TPlacedMesh> meshes, const TFootprintRequest& request) {
+    TFootprint footprint;
+    float s = request.scale;
+    for (const TPlacedMesh& placed : meshes)
+        AddTriangles(*placed.mesh, Matrix3::Scaling({s, s, s}) * placed.toWorld, request,
+                     footprint);
     return footprint;
 }
 
-TFootprint ItemsFootprint(TDravin& other, INode& node, const TFootprintRequest& request,
-                          Interval* valid) {
+void BringUpToDate(TDravin& other, const TFootprintRequest& request, Interval* valid) {
     TDravinBuild& build = other.Build();
     if (!IsCurrent(build, request)) {
         TBuildFlags flags;
@@ -72,9 +83,12 @@ TFootprint ItemsFootprint(TDravin& other, INode& node, const TFootprintRequest& 
         build.BuildMesh(request.time, flags);
     }
     *valid &= build.Validity();
+}
 
+TFootprint ItemsFootprint(const TDravin& other, const Matrix3& place,
+                          const TFootprintRequest& request) {
+    const TDravinBuild& build = other.Build();
     TFootprint footprint;
-    Matrix3 place = node.GetObjectTM(request.time) * request.worldToObject;
     TDravinItem item;
     for (size_t i = 0; i < build.Items().Count(); ++i) {
         build.Items().ReadStored(i, &item);

@@ -10,8 +10,11 @@
 #include "Dravin/build/camera_input.h"
 #include "Dravin/build/point_maker.h"
 #include "Dravin/dravin_globals.h"
+#include "Dravin/engine/build_items.h"
 #include "host/base/log.h"
 #include "host/base/thread_pool.h"
+#include "host/scene/hold.h"
+#include "host/scene/host_context.h"
 #include "host/scene/scene.h"
 
 namespace {
@@ -99,6 +102,22 @@ void TInputMaker::SetGrid(TBuildInput& input) const {
     g.rotationRadians = m_p.drotation * kDegreesToRadians;
     g.thresholdPercent = float(m_p.threshold);
     g.maxCells = int64_t{m_p.maxdensity} * 1000000;
+}
+
+// Once for a new object: the map's size, so that a large scene does not start with millions of
+// cells.
+void TInputMaker::ChooseMapSize(TBuildInput& input) const {
+    Box3 bounds = ScatterBounds(input);
+    if (bounds.IsEmpty()) return;
+    m_object.chooseMapSize = false;
+    double scale = m_scene ? m_scene->unitScale : 1;
+    float size = AutomaticMapSize(bounds, scale);
+    input.grid.unitsX = input.grid.unitsY = size;
+    IParamBlock2& block = m_object.Block(kDistParams);
+    HoldSuspender noUndo(CurrentHold());
+    NotifySuspender quiet(block);
+    AccessorSuspender silent(block);
+    for (ParamID id : {distParams::kUnitsX, distParams::kUnitsY}) block.SetValue(id, m_time, size);
 }
 
 void TInputMaker::SetTransforms(TBuildInput& input) {
@@ -233,7 +252,7 @@ void TInputMaker::SetAreas(TBuildInput& input, Interval* valid) {
     scene.surfaceNodes = m_surfaceNodes;
     scene.surfaces = input.surfaces;
     scene.sampler = [this](Texmap* map) { return Sampler(map, "armaplist"); };
-    input.areas = MakeAreaRows(m_object, scene, valid);
+    input.areas = MakeAreaRows(m_object, scene, m_object.Build().Areas(), valid);
     input.areaRowForSurfaces = HasSurfaceRow(m_object);
 
     TAreaFalloffs& f = input.areaFalloffs;
@@ -251,8 +270,8 @@ void TInputMaker::SetCamera(TBuildInput& input, Interval* valid) {
     scene.time = m_time;
     scene.worldToObject = m_objectInverse;
     scene.view = m_view;
-    scene.noLimit = m_flags.noCameraLimit;
-    if (m_scene && m_scene->render.height > 0)
+    scene.noLimit = m_flags.noCameraLimit || m_object.editingItems;
+    if (m_scene && m_scene->render.height > 0 && m_scene->render.width > 0)
         scene.aspect = float(m_scene->render.width) / float(m_scene->render.height);
     TPreparedCamera prepared = PrepareCamera(m_p, scene, valid);
     input.camera = prepared.state;
@@ -310,6 +329,8 @@ std::unique_ptr<TBuildInput> TInputMaker::Make(std::vector<TSpecimen> specimens,
     input->time = m_time;
     input->render = m_flags.render;
     input->customEdit = m_p.mode != 0;
+    input->editingItems = m_object.editingItems;
+    if (input->customEdit) input->storedItems = m_object.storedItems;
     input->threads = Threads();
     input->displayLimit = m_flags.noLimit  ? kNoLimit
                           : m_flags.render ? m_p.rmaxitems
@@ -327,8 +348,10 @@ std::unique_ptr<TBuildInput> TInputMaker::Make(std::vector<TSpecimen> specimens,
     input->specimens = std::move(specimens);
     SetSurfaces(*input, rereadSurfaces, valid);
     SetMaps(*input);
-    SetAreas(*input, valid);
+    bool onGround = m_p.mode == 0 && m_p.distmode == kDistImage && m_p.surfmode == kSurfaceXY;
+    if (onGround) SetAreas(*input, valid);
     SetGrid(*input);
+    if (onGround && m_object.chooseMapSize) ChooseMapSize(*input);
     SetTransforms(*input);
     SetGeometry(*input);
     SetSurfaceRules(*input);

@@ -32,6 +32,7 @@ public:
 private:
     const IMapSampler* Sampler(Texmap* map, const char* parameter);
     void SetGrid(TBuildInput& input) const;
+    void ChooseMapSize(TBuildInput& input) const;
     void SetTransforms(TBuildInput& input);
     void SetMaps(TBuildInput& input);
     void SetGeometry(TBuildInput& input) const;

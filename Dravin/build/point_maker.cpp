@@ -47,6 +47,7 @@ public:
         bool scale = Int(distParams::kDistrefgetscale);
         for (INode* node : Nodes(distParams::kDistrefnodes)) {
             Narrow(*node);
+            r.hasNodes = true;
             if (r.onFaces)
                 AddMesh(*node, r);
             else

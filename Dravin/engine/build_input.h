@@ -17,6 +17,7 @@
 #include "Dravin/engine/geometry_choice.h"
 #include "Dravin/engine/grid.h"
 #include "Dravin/engine/point_input.h"
+#include "Dravin/engine/stored_items.h"
 #include "Dravin/engine/surface_array.h"
 #include "Dravin/engine/surface_uv.h"
 #include "Dravin/engine/transforms.h"
@@ -65,7 +66,9 @@ struct TUvSettings {
 struct TBuildInput {
     TimeValue time = 0;
     bool render = false;
-    bool customEdit = false;
+    bool customEdit = false;    // the stored items are the result; nothing is distributed
+    bool editingItems = false;  // by hand, one by one, at this moment
+    std::span<const TStoredItem> storedItems;
     int threads = 1;                // at least 1
     int64_t displayLimit = 50000;   // items to keep a display below
     int64_t renderLimit = 1000000;  // items at which a render build gives up

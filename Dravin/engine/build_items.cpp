@@ -115,6 +115,10 @@ TBuildResult DistributeImageXY(const TBuildInput& input, const TGeometryChoice& 
 TBuildResult Distribute(const TBuildInput& input, const TGeometryChoice& geometry,
                         TDravinItemList& items, TBuildStatistics& statistics, Box3* bounds) {
     if (input.specimens.empty()) return TBuildResult::kOk;
+    if (input.customEdit) {
+        ProcessStoredItems(input, geometry, items, statistics);
+        return TBuildResult::kOk;
+    }
     if (input.distributionMode == kDistImage && input.surfaceMode == kSurfaceXY)
         return DistributeImageXY(input, geometry, items, statistics, bounds);
     if (input.distributionMode != kDistImage)
@@ -140,9 +144,10 @@ ItemCompleter RandomsOf(const TBuildInput& input) {
             ranges = TransformRanges(input.transforms)](TDravinItem& item) {
         TNuRandom generator;
         RedrawItemRandoms(*settings, ranges, generator, item);
-        size_t row = size_t(item.specimenIndex);
-        if (row < specimens->size())
-            CompletePlacement(*settings, (*specimens)[row].Element(item.elementIndex), item);
+        if (specimens->empty()) return;
+        const TSpecimen& specimen =
+            (*specimens)[SpecimenRow(item.specimenIndex, specimens->size())];
+        CompletePlacement(*settings, specimen.Element(item.elementIndex), item);
     };
 }
 
@@ -181,9 +186,21 @@ std::vector<TRowSlice> SplitRows(int64_t rows, int threads) {
     return slices;
 }
 
+Box3 ScatterBounds(const TBuildInput& input) {
+    TAreas areas = BuildAreas(input.areas, {});
+    if (!areas.include.empty()) return areas.include.front().bounds;
+    return SurfacesAreGround(input) ? input.surfaceBounds : Box3{};
+}
+
+float AutomaticMapSize(const Box3& bounds, double unitScale) {
+    Point3 width = bounds.Width();
+    double largest = std::max(double(width.x), double(width.y)) * unitScale;
+    return float((largest >= 2 ? 100 : 25) / unitScale);
+}
+
 TBuildResult BuildItemArray(const TBuildInput& input, TDravinItemList& items,
                             TBuildStatistics& statistics) {
-    statistics.cellsInArea = statistics.itemCount = 0;
+    statistics.cellsInArea = statistics.itemCount = statistics.discardedItems = 0;
     statistics.decimation = 1;
     items.Prepare(input.ItemGroupsNeeded(), RandomsOf(input));
     TGeometryChoice geometry(input.geometry, input.specimens);
@@ -195,7 +212,7 @@ TBuildResult BuildItemArray(const TBuildInput& input, TDravinItemList& items,
         return result;
     }
     statistics.createdCount = ItemCount(items);
-    if (input.collisions && items.Count() > 1)
+    if (input.collisions && !input.customEdit && items.Count() > 1)
         statistics.discardedCount = ComputeCollisions(input, bounds, items);
     statistics.itemCount = ItemCount(items);
     return TBuildResult::kOk;

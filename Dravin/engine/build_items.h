@@ -12,6 +12,14 @@
 TBuildResult BuildItemArray(const TBuildInput& input, TDravinItemList& items,
                             TBuildStatistics& statistics);
 
+// What the first include group of the input's areas covers; without one, the surfaces where they
+// are the ground by themselves. Object space; empty when there is no ground.
+Box3 ScatterBounds(const TBuildInput& input);
+
+// Size of the distribution map that suits ground of these bounds: 100 metres, or 25 where neither
+// side of the ground reaches 2 metres. In scene units, of which one is `unitScale` metres.
+float AutomaticMapSize(const Box3& bounds, double unitScale);
+
 // Rows of one task of a grid.
 struct TRowSlice {
     int64_t first = 0, count = 0;

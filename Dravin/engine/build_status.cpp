@@ -39,6 +39,11 @@ bool ShowsLastRender(const TPanelState& state) {
 
 }  // namespace
 
+void TBuildStatistics::AddClusterCounts(std::span<const int32_t> counts) {
+    clusterCounts.resize(std::max(clusterCounts.size(), counts.size()));
+    for (size_t i = 0; i < counts.size(); ++i) clusterCounts[i] += counts[i];
+}
+
 TBuildStatus StatusOfResult(TBuildResult result) {
     switch (result) {
         case TBuildResult::kOk:

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -36,6 +37,10 @@ struct TBuildStatistics {
     float memoryMb = 0, meshMs = 0;
     bool effectsCompileError = false;
     std::vector<Point3> gizmoPoints;  // corners of the map's tiles, which viewports draw
+    // Candidates that chose each cluster of the geometry list, largest cluster first.
+    std::vector<int32_t> clusterCounts;
+
+    void AddClusterCounts(std::span<const int32_t> counts);
 };
 
 // What the panel looks at besides the numbers.

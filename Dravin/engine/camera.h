@@ -66,5 +66,9 @@ struct TCameraState {
 // Whether the density falloff drops an item at `position`; r is its draw. Where near and far are
 // one the curve's end decides.
 bool CameraDensityDrop(const TCameraState& camera, const Point3& position, float r);
+// The same, at no cost where the falloff is off.
+inline bool CameraThinsOut(const TCameraState& camera, const Point3& position, float r) {
+    return camera.densityCurve && CameraDensityDrop(camera, position, r);
+}
 // Factor of the scale falloff; 1 when it is off or its range is not above 0.0001.
 float CameraScaleFactor(const TCameraState& camera, const Point3& position);

@@ -149,7 +149,12 @@ int32_t RemoveCollisions(TDravinItemList& items, const Box3& bounds, const TCame
         largest = std::max(largest, extents.collisionRadius);
     }
     bool flat = bounds.min.x == bounds.max.x || bounds.min.y == bounds.max.y;
-    if (flat || !(largest > 0)) return 0;
+    if (flat || !(largest > 0)) {
+        // The order in which items would have been tested is all that happens to them.
+        std::vector<uint32_t> order = LargestFirst(spheres);
+        if (order.size() == count) items.Reorder(order);
+        return 0;
+    }
 
     std::vector<uint8_t> discarded = FindCollisions(spheres);
     auto removed = int32_t(std::count(discarded.begin(), discarded.end(), 1));

@@ -35,6 +35,7 @@ std::vector<uint8_t> FindCollisions(std::span<const TCollisionSphere> spheres);
 
 // Takes overlapping items out of the list, then those outside the view of a camera that limits.
 // Items of the geometry list's first row stand before all others afterwards, both in their old
-// order. Returns how many overlapped. Nothing is done, and 0 returned, when `bounds` of the
-// distribution has no extent in x or y or all radii are 0.
+// order. Returns how many overlapped. When `bounds` of the distribution has no extent in x or y, or
+// all radii are 0, nothing is removed, 0 returned, and the items stand largest first, of equals the
+// smaller seed first.
 int32_t RemoveCollisions(TDravinItemList& items, const Box3& bounds, const TCameraState& camera);

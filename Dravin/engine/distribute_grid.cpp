@@ -65,6 +65,8 @@ public:
           m_outputs(kStepsPerItem * kBatch),
           m_batch(std::make_unique<CellBatch>()) {}
 
+    const std::vector<int32_t>& ClusterCounts() { return m_pipeline.ClusterCounts(); }
+
     TBuildResult Run() {
         int64_t lastRow = m_grid.firstRow + m_slice.first + m_slice.count;
         for (int64_t row = m_grid.firstRow + m_slice.first; row < lastRow; ++row) {
@@ -306,10 +308,13 @@ TBuildResult DistributeGroup(const TBuildInput& input, const TGeometryChoice& ge
     for (size_t i = 0; i < slices.size(); ++i) parts.emplace_back(items.Groups());
     items.ShareSpare(parts);
     std::vector<TBuildResult> results(slices.size(), TBuildResult::kOk);
+    std::vector<std::vector<int32_t>> counts(slices.size());
     ParallelFor(slices.size(), input.threads, [&](size_t i) {
         GridTask task(input, geometry, group, grid, statistics.decimation, slices[i], parts[i]);
         results[i] = task.Run();
+        counts[i] = task.ClusterCounts();
     });
+    for (const std::vector<int32_t>& c : counts) statistics.AddClusterCounts(c);
 
     for (size_t i = 0; i < slices.size(); ++i) {
         if (results[i] != TBuildResult::kOk) {

@@ -38,7 +38,9 @@ public:
 
     TDravinItem& Item() { return m_pipeline.WorkingItem(); }
 
+    // A point that is no place makes nothing.
     void Process(const Point& p) {
+        if (!IsFinite(p.point)) return;
         TDravinItem& item = Item();
         item.elementIndex = 0;
         item.sourceIndex = p.sourceIndex;
@@ -70,9 +72,7 @@ private:
         item.position = item.storedPosition = p.point + source.offset;
         item.normal = p.sourceTransform.row[2];
 
-        const TCameraState& camera = m_input.camera;
-        if (camera.densityCurve && CameraDensityDrop(camera, item.position, item.randomA.y))
-            return false;
+        if (CameraThinsOut(m_input.camera, item.position, item.randomA.y)) return false;
         TSpecimenSize size = ApplySpecimenAndTranslation(m_input.transforms, item, source, {});
         if (item.discarded) return false;
         m_pipeline.ClearHit();
@@ -80,10 +80,7 @@ private:
         m_factors.falloffScale = {1, 1, 1};
         if (m_factors.hasSurfaces && !StandOnSurfaces(p)) return false;
 
-        if (camera.limitActive && !camera.view.Contains(item.position)) return false;
-        if (camera.scaleCurve)
-            m_factors.cameraScale =
-                CameraScaleFactor(camera, item.position + item.zOffset * item.normal);
+        if (!ObeysCameraView(m_input.camera, item, &m_factors.cameraScale)) return false;
         FinishItem(m_input.transforms, m_pipeline.Ranges(), item, specimen, size, {}, m_factors);
         // Effect programs: here.
         return !item.discarded;
@@ -174,7 +171,8 @@ Matrix3 FaceFrame(const Point3 corners[3], const Point3& center, const Matrix3& 
 TBuildResult DistributeFaces(const TBuildInput& input, const TGeometryChoice& geometry,
                              TDravinItemList& items, TBuildStatistics& statistics) {
     const TReferenceSettings& reference = input.points.reference;
-    if (reference.meshes.empty()) return TBuildResult::kTooManyItems;
+    if (reference.meshes.empty())
+        return reference.hasNodes ? TBuildResult::kOk : TBuildResult::kTooManyItems;
     size_t total = 0;
     for (const TReferenceMesh& m : reference.meshes) total += m.mesh->NumFaces();
     statistics.decimation = PointDecimation(input, total);
@@ -183,12 +181,14 @@ TBuildResult DistributeFaces(const TBuildInput& input, const TGeometryChoice& ge
         DistributeList(input, geometry, m.mesh->NumFaces(), statistics.decimation, items,
                        [&](PointTask& task, size_t i) {
                            Point3 corners[3];
-                           for (int k = 0; k < 3; ++k)
-                               corners[k] = m.mesh->verts[m.mesh->faces[i].v[size_t(k)]];
+                           for (int k = 0; k < 3; ++k) {
+                               uint32_t vertex = m.mesh->faces[i].v[size_t(k)];
+                               if (vertex >= m.mesh->verts.size()) return;
+                               corners[k] = m.mesh->verts[vertex];
+                           }
                            Point3 center = (corners[0] + corners[1] + corners[2]) / 3;
                            Point p;
                            p.point = center * m.toObject;
-                           if (!IsFinite(p.point)) return;
                            if (reference.getRotation)
                                p.sourceTransform = FaceFrame(corners, center, m.toObject);
                            p.ordinal = uint32_t(i + offset);
@@ -257,13 +257,15 @@ private:
             p.sourceTransform = Frame(node.toObject.VectorTransform(tangent));
         p.ordinal = uint32_t(m_count);
         p.sourceIndex = p.userId = index;
-        if (IsFinite(p.point)) m_task.Process(p);
+        m_task.Process(p);
         return int64_t(++m_count) > m_limit;
     }
 
     Matrix3 Frame(const Point3& tangent) const {
         Point3 d = Normalize(tangent), up{0, 0, 1};
         if (m_path.followZ) up = CrossProd(d, Normalize(Point3{-d.y, d.x, 0}));
+        // A vertical path lies in every vertical plane; it leans as if it came along the x axis.
+        if (up == Point3{}) up = {-d.z, 0, 0};
         return MakeFrame(m_path.followX ? d : Point3{1, 0, 0}, up);
     }
 

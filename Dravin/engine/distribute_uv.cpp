@@ -36,6 +36,8 @@ public:
         m_factors.hasSurfaces = true;
     }
 
+    const std::vector<int32_t>& ClusterCounts() { return m_pipeline.ClusterCounts(); }
+
     TBuildResult Run() {
         const TGrid& g = m_uv.grid;
         int64_t firstRow = g.firstRow + m_slice.first;
@@ -97,8 +99,8 @@ private:
         Color color = item.mapColor.Rgb();
         if (m_input.geometry.mode == kByColorMap && m_input.diversityMap)
             color = m_input.diversityMap->SampleOne({cell, cell}).Rgb();
-        item.specimenIndex =
-            m_geometry.Assign(m_geometry.Unrestricted(), item.randomB, color, cell);
+        item.specimenIndex = m_geometry.Assign(m_geometry.Unrestricted(), item.randomB, color, cell,
+                                               m_pipeline.ClusterCounts());
     }
 
     // Moves a candidate in texture space, asks the texture there, and makes an item at every hit.
@@ -133,17 +135,12 @@ private:
         item.partial = 0;
         Align(hit);
 
-        const TCameraState& camera = m_input.camera;
-        if (camera.densityCurve && CameraDensityDrop(camera, item.position, item.randomA.y))
-            return false;
+        if (CameraThinsOut(m_input.camera, item.position, item.randomA.y)) return false;
         TSpecimenSize size = ApplySpecimenAndTranslation(m_input.transforms, item, source, {});
         if (item.discarded) return false;
         if (!ObeysRules()) return false;
 
-        if (camera.limitActive && !camera.view.Contains(item.position)) return false;
-        if (camera.scaleCurve)
-            m_factors.cameraScale =
-                CameraScaleFactor(camera, item.position + item.zOffset * item.normal);
+        if (!ObeysCameraView(m_input.camera, item, &m_factors.cameraScale)) return false;
         FinishItem(m_input.transforms, m_pipeline.Ranges(), item, specimen, size, {}, m_factors);
         // Effect programs: here.
         return !item.discarded;
@@ -218,9 +215,13 @@ TBuildResult DistributeSurface(const TBuildInput& input, const TGeometryChoice& 
     for (size_t i = 0; i < slices.size(); ++i) parts.emplace_back(items.Groups());
     items.ShareSpare(parts);
     std::vector<TBuildResult> results(slices.size(), TBuildResult::kOk);
+    std::vector<std::vector<int32_t>> counts(slices.size());
     ParallelFor(slices.size(), input.threads, [&](size_t i) {
-        results[i] = UvTask(input, geometry, uv, statistics.decimation, slices[i], parts[i]).Run();
+        UvTask task(input, geometry, uv, statistics.decimation, slices[i], parts[i]);
+        results[i] = task.Run();
+        counts[i] = task.ClusterCounts();
     });
+    for (const std::vector<int32_t>& c : counts) statistics.AddClusterCounts(c);
     for (size_t i = 0; i < slices.size(); ++i) {
         if (results[i] != TBuildResult::kOk) return results[i];
         items.Splice(std::move(parts[i]));

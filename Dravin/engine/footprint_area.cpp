@@ -6,7 +6,6 @@
 namespace {
 
 constexpr float kSmallestRadius = 0.0001f;
-constexpr int kLargestResolution = 8192;
 
 Point3 PointAtHeight(const Point3& a, const Point3& b, float z) {
     return a + (b - a) * ((z - a.z) / (b.z - a.z));

@@ -37,8 +37,10 @@ TBoundingSphere BoundingSphere(std::span<const Point3> points);
 
 class TFootprintArea {
 public:
-    // resolution: side of the image in pixels, taken into [1, 8192]. depth: distances are measured
-    // inside the footprint, too.
+    static constexpr int kLargestResolution = 8192;
+
+    // resolution: side of the image in pixels, taken into [1, kLargestResolution]. depth: distances
+    // are measured inside the footprint, too.
     TFootprintArea(const TFootprint& footprint, int resolution, bool depth, int threads);
 
     // Nothing is covered: every point is 1e20 away.

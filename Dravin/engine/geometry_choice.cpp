@@ -150,8 +150,8 @@ int32_t TGeometryChoice::DrawInGroup(const TAreaGeometry& area, int32_t row, flo
     return int32_t(m_groupTables[size_t(group)].Sample(g1));
 }
 
-int32_t TGeometryChoice::ChooseCluster(const TAreaGeometry& area, const Point3& position,
-                                       float jitter) const {
+size_t TGeometryChoice::ChooseCluster(const TAreaGeometry& area, const Point3& position,
+                                      float jitter) const {
     auto allowed = [&](size_t r) { return area.allowed[size_t(m_clusters[r].row)] != 0; };
     size_t r = 0, last = m_clusters.size() - 1;
     for (; r < last; ++r) {
@@ -161,11 +161,11 @@ int32_t TGeometryChoice::ChooseCluster(const TAreaGeometry& area, const Point3& 
         if (FractalNoise(q, m_settings.clusterOctaves) + jitter < m_clusters[r].threshold) break;
     }
     while (r > 0 && !allowed(r)) --r;
-    return m_clusters[r].row;
+    return r;
 }
 
 int32_t TGeometryChoice::Assign(const TAreaGeometry& area, const Point3& g, const Color& color,
-                                const Point3& position) const {
+                                const Point3& position, std::span<int32_t> counts) const {
     int32_t byProbability = int32_t((area.table ? *area.table : *m_table).Sample(g.x));
     if (m_settings.mode == kByProbability || g.y < m_settings.noise) return byProbability;
     int32_t row = 0;
@@ -173,7 +173,9 @@ int32_t TGeometryChoice::Assign(const TAreaGeometry& area, const Point3& g, cons
         row = NearestRow(area, color);
     } else {
         float jitter = (g.z - 0.5f) * m_settings.clusterEdge * 0.5f;
-        row = ChooseCluster(area, position, jitter);
+        size_t cluster = ChooseCluster(area, position, jitter);
+        if (!counts.empty()) ++counts[cluster];
+        row = m_clusters[cluster].row;
     }
     return DrawInGroup(area, row, g.x);
 }

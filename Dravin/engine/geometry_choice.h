@@ -9,6 +9,7 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -49,9 +50,10 @@ public:
     // A row of the object's own table for a uniform number in (0, 1).
     int32_t ByProbability(float g1) const { return int32_t(m_table->Sample(g1)); }
     // The row of an item. g: its three geometry random numbers; color: what the diversity map says
-    // at the item (mode 1); position: where clusters are asked (mode 2).
+    // at the item (mode 1); position: where clusters are asked (mode 2); counts: of the caller's
+    // task, one a cluster, raised when a cluster was chosen (empty: nobody counts).
     int32_t Assign(const TAreaGeometry& area, const Point3& g, const Color& color,
-                   const Point3& position) const;
+                   const Point3& position, std::span<int32_t> counts = {}) const;
 
     struct Cluster {
         int32_t row = 0;
@@ -60,8 +62,8 @@ public:
         int32_t group = -1;   // colour group it stands for
     };
     const std::vector<Cluster>& Clusters() const { return m_clusters; }
-    // Row of the cluster at a position; jitter moves the edges.
-    int32_t ChooseCluster(const TAreaGeometry& area, const Point3& position, float jitter) const;
+    // Index of the cluster at a position; jitter moves the edges.
+    size_t ChooseCluster(const TAreaGeometry& area, const Point3& position, float jitter) const;
 
 private:
     void MakeGroups(const std::vector<TSpecimen>& specimens);

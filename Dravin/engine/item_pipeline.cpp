@@ -63,13 +63,20 @@ bool ObeysSurfaceRules(const TBuildInput& input, float altitude, float slope, fl
     return true;
 }
 
+bool ObeysCameraView(const TCameraState& camera, const TDravinItem& item, float* scale) {
+    if (camera.limitActive && !camera.view.Contains(item.position)) return false;
+    if (camera.scaleCurve)
+        *scale = CameraScaleFactor(camera, item.position + item.zOffset * item.normal);
+    return true;
+}
+
 float SlopeOf(const Point3& normal) { return std::acos(std::clamp(normal.z, -1.0f, 1.0f)); }
 
 TElementRange ElementsOf(const TBuildInput& input, const TSpecimen& specimen,
-                         const Point3& position, float random) {
+                         const Point3& position, float random, float widthFactor) {
     if (!specimen.lod) return {0, int(specimen.elements.size())};
     int level = ChooseLodLevel(*specimen.lod, input.camera, input.lodView, input.render,
-                               input.transforms.globalScale, position, random);
+                               input.transforms.globalScale * widthFactor, position, random);
     return {level, level + 1};
 }
 
@@ -79,7 +86,8 @@ TItemPipeline::TItemPipeline(const TBuildInput& input, const TGeometryChoice& ge
       m_geometry(geometry),
       m_ranges(TransformRanges(input.transforms)),
       m_needsDistances(input.NeedsAreaDistances()),
-      m_items(items) {
+      m_items(items),
+      m_clusterCounts(geometry.Clusters().size()) {
     m_factors.hasSurfaces = !input.surfaces.empty();
 }
 
@@ -120,7 +128,8 @@ void TItemPipeline::ChooseGeometry(const TCandidate& candidate) {
     if (m_input.geometry.mode == kByColorMap && m_input.diversityMap)
         color = m_input.diversityMap->SampleOne({m_item.mapUvws[kDivMap], candidate.point}).Rgb();
     Point3 position = ToObject(candidate, candidate.point);
-    m_item.specimenIndex = m_geometry.Assign(*candidate.rows, m_item.randomB, color, position);
+    m_item.specimenIndex =
+        m_geometry.Assign(*candidate.rows, m_item.randomB, color, position, m_clusterCounts);
 }
 
 Point3 TItemPipeline::ToObject(const TCandidate& candidate, const Point3& point) const {
@@ -151,8 +160,7 @@ bool TItemPipeline::ProcessElement(const TCandidate& candidate, const TSpecimen&
     if (!m_item.elementMask.IsEmpty()) m_item.elementMask.Clear();
     m_item.position = candidate.point + source.offset;
 
-    if (m_input.camera.densityCurve &&
-        CameraDensityDrop(m_input.camera, ToObject(candidate, m_item.position), m_item.randomA.y))
+    if (CameraThinsOut(m_input.camera, ToObject(candidate, m_item.position), m_item.randomA.y))
         return false;
     bool atCell = source.offset == Point3{};
     if (!PassesAreas(candidate, candidate.insideAreas && atCell)) return false;
@@ -176,13 +184,9 @@ bool TItemPipeline::ProcessElement(const TCandidate& candidate, const TSpecimen&
         bool stands = m_item.position == before && atCell;
         if (!ProjectOnSurfaces(candidate, stands)) return false;
     }
-    if (fades && m_input.areaFalloffs.scaleCurve) ApplyAreaScale(candidate);
+    if (candidate.areas && m_input.areaFalloffs.scaleCurve) ApplyAreaScale(candidate);
 
-    if (m_input.camera.limitActive && !m_input.camera.view.Contains(m_item.position)) return false;
-    if (m_input.camera.scaleCurve)
-        m_factors.cameraScale =
-            CameraScaleFactor(m_input.camera, m_item.position + m_item.zOffset * m_item.normal);
-
+    if (!ObeysCameraView(m_input.camera, m_item, &m_factors.cameraScale)) return false;
     FinishItem(m_input.transforms, m_ranges, m_item, specimen, size, candidate.area, m_factors);
     if (m_item.discarded) return false;
 

@@ -35,16 +35,21 @@ float RuleScale(const TRangeRule& rule, float measure);
 // that they put on it.
 bool ObeysSurfaceRules(const TBuildInput& input, float altitude, float slope, float r,
                        Point3* scale);
+// What the camera says of an item that is sized and placed but not lifted along its normal yet.
+// False: it stands outside a view that limits; else `scale` gets the factor of the scale falloff
+// where it will stand.
+bool ObeysCameraView(const TCameraState& camera, const TDravinItem& item, float* scale);
 // Angle between a normal and the vertical, radians.
 float SlopeOf(const Point3& normal);
 
 // The elements that an item of a specimen makes, [first, end): all of them, or the one level that
-// shows at `position`, chosen once before the item moves.
+// shows at `position`, chosen once before the item moves. widthFactor: of an item with a size of
+// its own, which counts for sizes on screen.
 struct TElementRange {
     int first, end;
 };
 TElementRange ElementsOf(const TBuildInput& input, const TSpecimen& specimen,
-                         const Point3& position, float random);
+                         const Point3& position, float random, float widthFactor = 1);
 
 class TItemPipeline {
 public:
@@ -71,6 +76,8 @@ public:
     TNuRandom& Generator() { return m_generator; }
     const TTransformRanges& Ranges() const { return m_ranges; }
     size_t NumProduced() const { return m_produced; }
+    // How many times each cluster of the geometry was chosen.
+    std::vector<int32_t>& ClusterCounts() { return m_clusterCounts; }
 
     // Puts a hit's face, weights, normal and map coordinates into the working item.
     void TakeHit(const TItemHit& hit);
@@ -96,4 +103,5 @@ private:
     TDravinItemList& m_items;
     TDravinItemList::Appender m_appender = nullptr;
     size_t m_produced = 0;
+    std::vector<int32_t> m_clusterCounts;
 };

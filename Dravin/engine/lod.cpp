@@ -30,15 +30,15 @@ int LevelByDistance(const TLodLevels& levels, const TCameraState& camera, const 
 std::optional<Point2> Project(const TLodView& view, const Point3& point) {
     Point3 p = point * view.fromObject;
     if (!(p.z < 0)) return std::nullopt;
-    float scale = 1 / (-p.z * 2 * std::tan(view.fovRadians / 2));
-    return Point2{p.x * scale, p.y * scale};
+    float perUnit = 1 / (-p.z * 2 * std::tan(view.fovRadians / 2));
+    return Point2{p.x * perUnit, p.y * perUnit};
 }
 
-int LevelByScreenSize(const TLodLevels& levels, const TLodView& view, float globalScale,
+int LevelByScreenSize(const TLodLevels& levels, const TLodView& view, float scale,
                       const Point3& position, float random) {
     int last = int(levels.thresholds.size()) - 1;
     if (!view.valid) return last;
-    Point3 side{levels.referenceWidth * globalScale * 0.5f, 0, 0};
+    Point3 side{levels.referenceWidth * scale * 0.5f, 0, 0};
     auto a = Project(view, position - side);
     auto b = Project(view, position + side + Point3{0, 0, levels.referenceHeight});
     float p = kWholeView;
@@ -54,10 +54,10 @@ int LevelByScreenSize(const TLodLevels& levels, const TLodView& view, float glob
 }  // namespace
 
 int ChooseLodLevel(const TLodLevels& levels, const TCameraState& camera, const TLodView& view,
-                   bool render, float globalScale, const Point3& position, float random) {
+                   bool render, float scale, const Point3& position, float random) {
     if (levels.thresholds.empty()) return 0;
     bool chosen = camera.lod && (render || levels.inViewports);
     if (!chosen) return levels.byScreenSize ? int(levels.thresholds.size()) - 1 : 0;
-    return levels.byScreenSize ? LevelByScreenSize(levels, view, globalScale, position, random)
+    return levels.byScreenSize ? LevelByScreenSize(levels, view, scale, position, random)
                                : LevelByDistance(levels, camera, position, random);
 }

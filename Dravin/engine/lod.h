@@ -22,6 +22,7 @@ struct TLodView {
     float fovRadians = 0;  // horizontal
 };
 
-// Level of an item at `position`; random: its own draw for this choice. Without levels, 0.
+// Level of an item at `position`; scale: of the reference width; random: its own draw for this
+// choice. Without levels, 0.
 int ChooseLodLevel(const TLodLevels& levels, const TCameraState& camera, const TLodView& view,
-                   bool render, float globalScale, const Point3& position, float random);
+                   bool render, float scale, const Point3& position, float random);

@@ -38,6 +38,7 @@ struct TReferenceMesh {
 
 struct TReferenceSettings {
     bool onFaces = false;
+    bool hasNodes = false;    // whatever they show
     bool getRotation = true;  // frames of faces
     std::vector<TReferenceObject> objects;
     std::vector<TReferenceMesh> meshes;

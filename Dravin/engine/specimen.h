@@ -46,3 +46,10 @@ struct TSpecimen {
 
     const TSpecimenElement& Element(int i) const { return elements[size_t(i) % elements.size()]; }
 };
+
+// Row of a list of numRows >= 1 that an item's specimen index means: modulo, also for negative
+// ones.
+inline size_t SpecimenRow(int32_t index, size_t numRows) {
+    int64_t n = int64_t(numRows), row = index % n;
+    return size_t(row < 0 ? row + n : row);
+}

@@ -115,6 +115,13 @@ TSurfHit TSurfXYArray::MakeHit(float x, float y, uint32_t face, float z) const {
     float scale = up / std::sqrt(r.slopeX * r.slopeX + r.slopeY * r.slopeY + 1);
     hit.normal = {-r.slopeX * scale, -r.slopeY * scale, scale};
     hit.face = int32_t(face);
+    if (area == 0) {
+        // A face so small or thin that its area needs more digits.
+        double fine = double(e1x) * e2y - double(e1y) * e2x;
+        hit.bary1 = float((double(dx) * e2y - double(dy) * e2x) / fine);
+        hit.bary2 = float((double(e1x) * dy - double(e1y) * dx) / fine);
+        return hit;
+    }
     hit.bary1 = (dx * e2y - dy * e2x) / area;
     hit.bary2 = (e1x * dy - e1y * dx) / area;
     return hit;

@@ -38,9 +38,9 @@ TUvHit TSurfUVArray::Complete(const TSurfHit& hit) const {
     result.normal = Normalize(CrossProd(e1, e2));
     // Two equations, e = dPdu du + dPdv dv along both edges.
     Point3 d1 = uv[t[1]] - uv[t[0]], d2 = uv[t[2]] - uv[t[0]];
-    float det = d1.x * d2.y - d2.x * d1.y;
-    result.dPdu = (e1 * d2.y - e2 * d1.y) / det;
-    result.dPdv = (e2 * d1.x - e1 * d2.x) / det;
+    double det = TextureArea(m_texture.GetMesh(), size_t(hit.face));
+    result.dPdu = e1 * float(d2.y / det) - e2 * float(d1.y / det);
+    result.dPdv = e2 * float(d1.x / det) - e1 * float(d2.x / det);
     return result;
 }
 

@@ -130,9 +130,16 @@ private:
         if (!prepared.thresholds.empty()) m_specimen.lod = std::move(prepared);
     }
 
-    // Of the first level that has one.
+    // Of the first level that has one: a template's stands in its fields, a custom object's is that
+    // of its mesh.
     static void SetReferenceSize(const TSpecBuildNode& node, TLodLevels& levels) {
-        if (levels.referenceWidth != 0 || levels.referenceHeight != 0 || !node.source) return;
+        if (levels.referenceWidth != 0 || levels.referenceHeight != 0) return;
+        if (node.entry.kind == kGeomTemplate) {
+            levels.referenceWidth = node.entry.width;
+            levels.referenceHeight = node.entry.height;
+            return;
+        }
+        if (!node.source) return;
         const Point3& size = node.sample->Size().size;
         float scale = node.entry.scale * 0.01f;
         levels.referenceWidth = std::max(size.x, size.y) * scale;

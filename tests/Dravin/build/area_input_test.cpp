@@ -23,6 +23,7 @@ protected:
     std::vector<std::string> log;
     LogSink oldSink;
     TAreaScene where;
+    TAreaCache cache;
 
     void SetUp() override {
         oldSink = SetLogSink([this](LogKind, const std::string& text) { log.push_back(text); });
@@ -48,10 +49,11 @@ protected:
     // A row with the lists that decide its kind; all others keep their defaults.
     void AddRow(int type, std::shared_ptr<INode> node = nullptr, bool exclude = false) {
         for (ParamID id : {kArnamelist, kPfAractivelist, kArnodelist, kArtypelist, kArincexclist,
-                           kArpaintlist, kArsurfidlist})
+                           kArpaintlist, kArsurfidlist, kArobscalelist})
             Rows().Append(id);
         int row = Rows().Count(kArnamelist) - 1;
         Rows().SetValue(kArtypelist, 0, type, row);
+        Rows().SetValue(kArobscalelist, 0, 100.0f, row);
         Rows().SetValue(kArincexclist, 0, int(exclude), row);
         if (node) Rows().SetValue(kArnodelist, 0, node, row);
     }
@@ -65,7 +67,7 @@ protected:
         where.surfaces = surfaces;
         where.sampler = [](Texmap*) { return nullptr; };
         Interval valid = Interval::Forever();
-        return MakeAreaRows(*object, where, &valid);
+        return MakeAreaRows(*object, where, cache, &valid);
     }
 };
 
@@ -149,6 +151,99 @@ TEST_F(AreaInput, ARowWithoutItsNodeIsLeftOut) {
     AddRow(kAreaSpline, Add("empty", std::make_shared<DummyObject>()));
     EXPECT_TRUE(Make().empty());
     EXPECT_FALSE(HasSurfaceRow(*object));
+}
+
+// Number of outlines and footprints that the next build makes anew.
+#define EXPECT_MADE(n)                          \
+    do {                                        \
+        size_t before = cache.NumMade();        \
+        Make();                                 \
+        EXPECT_EQ(cache.NumMade() - before, n); \
+    } while (false)
+
+TEST_F(AreaInput, UnchangedSplinesAreUsedAgain) {
+    auto line = Line(true);
+    auto node = Add("line", line);
+    AddRow(kAreaSpline, node);
+    AddRow(kAreaSpline, Add("other", Line(true), {50, 0, 0}));
+    EXPECT_MADE(2u);
+    EXPECT_MADE(0u);
+    line->shape.splines[0].knots[0].p = {-7, 0, 1};
+    EXPECT_MADE(1u);
+    EXPECT_EQ(Make()[0].shape.lines[0].points[0], (Point3{-7, 0, 1}));
+    node->SetLocalTM(Matrix3::Translation({1, 0, 0}));
+    EXPECT_MADE(1u);
+    EXPECT_EQ(Make()[0].shape.lines[0].points[0], (Point3{-6, 0, 1}));
+    line->shape.steps = 9;
+    EXPECT_MADE(1u);
+}
+
+TEST_F(AreaInput, SettingsAreReadAtEveryBuild) {
+    AddRow(kAreaSpline, Add("line", Line(true)));
+    Make();
+    Rows().Append(kArwidthlist);
+    Rows().SetValue(kArwidthlist, 0, 3.5f, 0);
+    EXPECT_EQ(Make()[0].settings.bandWidth, 3.5f);
+    EXPECT_EQ(cache.NumMade(), 1u);
+}
+
+TEST_F(AreaInput, AMovedScatterObjectMakesAllAreasAnew) {
+    AddRow(kAreaSpline, Add("line", Line(true)));
+    AddRow(kAreaObject, AddMesh("box", MakeBox(2, 2, 2, 1)), true);
+    EXPECT_MADE(2u);
+    where.worldToObject = Matrix3::Translation({0, -5, 0});
+    EXPECT_MADE(2u);
+    EXPECT_EQ(Make()[0].shape.lines[0].points[0], (Point3{0, -5, 1}));
+    EXPECT_EQ(Make()[1].footprint->DistanceTo({0, -5}), 0);
+}
+
+TEST_F(AreaInput, RendersMakeAllAreasAnew) {
+    AddRow(kAreaSpline, Add("line", Line(true)));
+    EXPECT_MADE(1u);
+    where.render = true;
+    EXPECT_MADE(1u);
+    EXPECT_MADE(1u);
+}
+
+TEST_F(AreaInput, FootprintsFollowTheirMeshesAndSettings) {
+    auto node = AddMesh("box", MakeBox(2, 2, 2, 1));
+    AddRow(kAreaObject, node, true);
+    EXPECT_MADE(1u);
+    where.time = 4800;  // nothing moves
+    EXPECT_MADE(0u);
+    auto* mesh = static_cast<TriObject*>(node->GetObjectRef());
+    mesh->SetMesh(std::make_shared<Mesh>(MakeBox(6, 6, 2, 1)));
+    EXPECT_MADE(1u);
+    EXPECT_EQ(Make()[0].footprint->DistanceTo({2, 2}), 0);
+    Rows().Append(kArresollist);
+    Rows().SetValue(kArresollist, 0, 64, 0);
+    EXPECT_MADE(1u);
+    EXPECT_FLOAT_EQ(Make()[0].footprint->UnitsPerPixel(),
+                    Make()[0].footprint->Bounds().Width().x / 64);
+    Rows().SetValue(kArincexclist, 0, 0, 0);  // distances inside are wanted now
+    EXPECT_MADE(1u);
+}
+
+TEST_F(AreaInput, SurfaceOutlinesFollowTheirArrays) {
+    AddRow(kAreaSurface);
+    AddSurface(AddMesh("ground", MakePlane(10, 10, 4)));
+    EXPECT_MADE(1u);
+    EXPECT_MADE(0u);
+    surfaces.clear();
+    surfaceNodes.clear();
+    AddSurface(AddMesh("larger", MakePlane(30, 30, 4)));
+    EXPECT_MADE(1u);
+    EXPECT_EQ(Make()[0].shape.BoundingBox().Width().x, 30);
+}
+
+TEST_F(AreaInput, WhatNoRowUsesIsDropped) {
+    AddRow(kAreaSpline, Add("line", Line(true)));
+    AddRow(kAreaObject, AddMesh("box", MakeBox(2, 2, 2, 1)), true);
+    Make();
+    EXPECT_EQ(cache.NumEntries(), 2u);
+    Rows().SetValue(kPfAractivelist, 0, false, 1);
+    Make();
+    EXPECT_EQ(cache.NumEntries(), 1u);
 }
 
 }  // namespace

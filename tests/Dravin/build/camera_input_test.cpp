@@ -169,4 +169,19 @@ TEST_F(CameraInput, ARenderAssignsItBeforeItsBuild) {
     EXPECT_TRUE(object->Block(kCamParams).GetNode(kCamera));
 }
 
+TEST_F(CameraInput, FieldsOfViewBeyondReasonAreToldAndTakenIn) {
+    Set(kCamera, cameraNode);
+    Set(kCamlimit, true);
+    camera->fovDegrees = 180;
+    TCameraState wide = Prepare().state;
+    EXPECT_TRUE(wide.view.Contains({500, 0, 0}));
+    EXPECT_FALSE(wide.view.Contains({0, 0, 11}));
+    EXPECT_EQ(log.back(), "camera \"cam\" has a field of view of 180 degrees; 179 are used");
+    camera->fovDegrees = 0;
+    TCameraState narrow = Prepare().state;
+    EXPECT_TRUE(narrow.view.Contains({0, 0, 0}));
+    EXPECT_FALSE(narrow.view.Contains({0.1f, 0, 0}));
+    EXPECT_EQ(log.back(), "camera \"cam\" has a field of view of 0 degrees; 0.01 are used");
+}
+
 }  // namespace

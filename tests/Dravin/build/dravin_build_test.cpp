@@ -7,77 +7,11 @@
 #include "Dravin/dravin.h"
 #include "Dravin/dravin_globals.h"
 #include "Dravin/engine/build_input.h"
-#include "host/base/log.h"
-#include "host/geom/primitives.h"
-#include "host/scene/host_context.h"
-#include "host/scene/scene.h"
-#include "host/scene/texmaps.h"
+#include "tests/Dravin/build/scatter_fixture.h"
 
 namespace {
 
-// A 20 x 20 plane with a scatter object over it: white map, cells of one unit, one box row.
-class DravinBuild : public testing::Test {
-protected:
-    HostContext host;
-    Scene scene;
-    std::shared_ptr<TDravin> object = TDravin::Create();
-    std::shared_ptr<INode> plane, box;
-    INode* node = nullptr;
-    std::vector<std::string> log;
-    LogSink oldSink;
-    int oldLevel = 0;
-
-    void SetUp() override {
-        oldSink = SetLogSink([this](LogKind, const std::string& text) { log.push_back(text); });
-        oldLevel = SetLogLevel(2);
-        plane = AddMesh("ground", MakePlane(20, 20, 1));
-        box = AddMesh("box", MakeBox(2, 1, 3, 1));
-        node = scene.AddNode("scatter", object);
-        object->Block(kSurfaceParams).Append(surfaceParams::kSurflist, Target(plane));
-        Set(kDistParams, distParams::kPixelsX, 10);
-        Set(kDistParams, distParams::kPixelsY, 10);
-        Set(kDistParams, distParams::kDistmap, White());
-        AddRow(box);
-    }
-    void TearDown() override {
-        SetLogSink(oldSink);
-        SetLogLevel(oldLevel);
-    }
-
-    std::shared_ptr<INode> AddMesh(const std::string& name, Mesh mesh) {
-        auto added = INode::Create(
-            name, std::make_shared<TriObject>(std::make_shared<Mesh>(std::move(mesh))));
-        scene.AddNode(added);
-        return added;
-    }
-    static ParamValue Target(std::shared_ptr<ReferenceTarget> target) { return target; }
-    static std::shared_ptr<Texmap> White() { return std::make_shared<ColorTex>(); }
-    template <class T>
-    void Set(DravinBlockId block, ParamID id, const T& value) {
-        object->Block(block).SetValue(id, 0, value);
-    }
-    void AddRow(std::shared_ptr<INode> source) {
-        TTreeSpecList rows(
-            std::static_pointer_cast<IParamBlock2>(object->Block(kGeomParams).shared_from_this()));
-        TSpecEntry entry;
-        entry.name = "row";
-        entry.kind = kGeomCustom;
-        entry.customObject = source;
-        rows.AppendRow(entry);
-    }
-    const TDravinBuild& Run(TBuildFlags flags = {}) {
-        object->Build().BuildMesh(0, flags);
-        return object->Build();
-    }
-    TBuildFlags Render() const {
-        TBuildFlags flags;
-        flags.render = true;
-        return flags;
-    }
-    bool Logged(const std::string& text) const {
-        return std::find(log.begin(), log.end(), text) != log.end();
-    }
-};
+class DravinBuild : public ScatterFixture {};
 
 TEST_F(DravinBuild, ScattersOverItsSurface) {
     const TDravinBuild& build = Run();
@@ -134,12 +68,6 @@ TEST_F(DravinBuild, ADisabledObjectHasStatus11AndNoItems) {
     EXPECT_EQ(object->Build().Message()[0], "Object is disabled in Display settings");
 }
 
-TEST_F(DravinBuild, CustomEditWithoutItemsHasStatus3) {
-    object->Block(kEditionParams).SetValue(editionParams::kMode, 0, 1);
-    EXPECT_EQ(Run().Status(), TBuildStatus::kNoItems);
-    EXPECT_EQ(object->Build().Message()[0], "No items");
-}
-
 TEST_F(DravinBuild, WithoutAMapTheStatusIs2WhateverTheMode) {
     Set(kDistParams, distParams::kDistmap, nullptr);
     Set(kDistParams, distParams::kMapname, "no_such_map.bmp");
@@ -185,6 +113,43 @@ TEST_F(DravinBuild, TooDenseEndsWithStatus4) {
     EXPECT_EQ(Run().Status(), TBuildStatus::kDensityTooHigh);
 }
 
+TEST_F(DravinBuild, AMaximumDensityOfZeroIsNoLimit) {
+    Set(kDistParams, distParams::kPixelsX, 3000);
+    Set(kDistParams, distParams::kPixelsY, 3000);
+    Set(kDispParams, dispParams::kVmaxitems, 10);
+    Set(kDistParams, distParams::kMaxdensity, 1);  // a million, where 36 are asked for
+    EXPECT_EQ(Run().Status(), TBuildStatus::kDensityTooHigh);
+    Set(kDistParams, distParams::kMaxdensity, 0);
+    EXPECT_EQ(Run().Status(), TBuildStatus::kSuccess);
+    EXPECT_EQ(object->Build().Statistics().cellsInArea, 36000000);
+}
+
+TEST_F(DravinBuild, ItemsThatTheCameraAllLeavesOutGiveStatus10) {
+    auto camera = std::make_shared<CameraObject>();
+    INode* eye = scene.AddNode("eye", camera);
+    eye->SetLocalTM(Matrix3::Translation({0, 0, -5}));  // looks down, away from the ground
+    Set(kCamParams, camParams::kCamera, Target(eye->shared_from_this()));
+    Set(kCamParams, camParams::kCamlimit, true);
+    EXPECT_EQ(Run().Status(), TBuildStatus::kNoVisibleItems);
+    EXPECT_EQ(object->Build().Message()[0], "No items");
+}
+
+TEST_F(DravinBuild, ReferencesWithoutNodesShowThatThereAreTooMany) {
+    Set(kDistParams, distParams::kDistmode, 2);
+    for (int faces : {0, 1}) {
+        Set(kDistParams, distParams::kDistrefmode, faces);
+        EXPECT_EQ(Run().Status(), TBuildStatus::kTooManyItems);
+        EXPECT_EQ(object->Build().Message()[0], "Maximum number of items exceeded");
+    }
+}
+
+TEST_F(DravinBuild, AParticleSourceThatIsAMeshShowsThatTheReferenceIsMissing) {
+    Set(kDistParams, distParams::kDistmode, 3);
+    object->Block(kDistParams).Append(distParams::kDistpflownodes, Target(box));
+    EXPECT_EQ(Run().Status(), TBuildStatus::kNoReferenceObject);
+    EXPECT_EQ(object->Build().Message()[0], "Reference object is not defined");
+}
+
 TEST_F(DravinBuild, AFailedRenderIsRememberedByTheViewport) {
     Set(kDispParams, dispParams::kRmaxitems, 399);
     EXPECT_EQ(Run(Render()).Status(), TBuildStatus::kTooManyItems);
@@ -203,6 +168,33 @@ TEST_F(DravinBuild, AViewportKeepsBelowItsLimit) {
     Set(kDispParams, dispParams::kVmaxitems, 100);
     EXPECT_EQ(Run().Statistics().decimation, 2);
     EXPECT_LE(object->Build().Statistics().itemCount, 100);
+}
+
+TEST_F(DravinBuild, ANewObjectChoosesTheSizeOfItsMapOnce) {
+    auto size = [&] {
+        IParamBlock2& block = object->Block(kDistParams);
+        return Point2{block.GetFloat(distParams::kUnitsX), block.GetFloat(distParams::kUnitsY)};
+    };
+    Run();
+    EXPECT_EQ(size(), (Point2{10, 10}));  // nobody asked for it
+    object->chooseMapSize = true;
+    EXPECT_EQ(Run().Input()->grid.unitsX, 100);
+    EXPECT_EQ(size(), (Point2{100, 100}));
+    EXPECT_EQ(object->Build().Validity(), Interval::Forever());
+    Set(kDistParams, distParams::kUnitsX, 20.0f);
+    Run();
+    EXPECT_EQ(size(), (Point2{20, 100}));
+}
+
+TEST_F(DravinBuild, TheSizeOfTheMapWaitsForGroundAndCountsInMetres) {
+    object->chooseMapSize = true;
+    scene.unitScale = 0.01;
+    object->Block(kSurfaceParams).Delete(surfaceParams::kSurflist, 0);
+    Run();
+    EXPECT_TRUE(object->chooseMapSize);
+    object->Block(kSurfaceParams).Append(surfaceParams::kSurflist, Target(plane));
+    EXPECT_EQ(Run().Input()->grid.unitsY, 2500);  // 25 metres over a ground of 20 centimetres
+    EXPECT_FALSE(object->chooseMapSize);
 }
 
 TEST_F(DravinBuild, RowsWithoutAnIdGetConsecutiveOnes) {
@@ -305,20 +297,6 @@ TEST_F(DravinBuild, CollisionsRunInRendersAndWherePreviewed) {
     EXPECT_LT(Run().Statistics().itemCount, 200);
 }
 
-// Adds an area row whose other lists stay at their defaults.
-void AddArea(TDravin& object, int type, std::shared_ptr<INode> node, bool exclude) {
-    using namespace areaParams;
-    IParamBlock2& rows = object.Block(kAreaParams);
-    for (ParamID id :
-         {kArnamelist, kPfAractivelist, kArnodelist, kArtypelist, kArincexclist, kArobscalelist})
-        rows.Append(id);
-    int row = rows.Count(kArnamelist) - 1;
-    rows.SetValue(kArnodelist, 0, std::static_pointer_cast<ReferenceTarget>(node), row);
-    rows.SetValue(kArtypelist, 0, type, row);
-    rows.SetValue(kArincexclist, 0, int(exclude), row);
-    rows.SetValue(kArobscalelist, 0, 100.0f, row);
-}
-
 TEST_F(DravinBuild, AnObjectAreaExcludesUpToItsSlice) {
     auto tower = AddMesh("tower", MakeBox(6, 6, 10, 1));
     tower->SetLocalTM(Matrix3::Translation({0.5f, 0.5f, 0}));
@@ -331,21 +309,28 @@ TEST_F(DravinBuild, AnObjectAreaExcludesUpToItsSlice) {
     EXPECT_EQ(Run().Statistics().itemCount, 400);
 }
 
-TEST_F(DravinBuild, AnotherScatterObjectExcludesEvenWhenItsRowIncludes) {
-    auto other = TDravin::Create();
-    std::shared_ptr<INode> otherNode = INode::Create("other", other);
-    scene.AddNode(otherNode);
-    other->Block(kSurfaceParams).Append(surfaceParams::kSurflist, Target(plane));
-    other->Block(kDistParams).SetValue(distParams::kDistmap, 0, White());
-    other->Block(kDistParams).SetValue(distParams::kPixelsX, 0, 1);
-    TTreeSpecList rows(
-        std::static_pointer_cast<IParamBlock2>(other->Block(kGeomParams).shared_from_this()));
-    TSpecEntry entry;
-    entry.name = "row";
-    entry.kind = kGeomCustom;
-    entry.customObject = box;
-    rows.AppendRow(entry);
+TEST_F(DravinBuild, AnInactiveAreaChangesNothing) {
+    AddArea(*object, 1, AddMesh("tower", MakeBox(6, 6, 10, 1)), true);
+    Run();
+    std::vector<Point3> before;
+    for (size_t i = 0; i < object->Build().Items().Count(); ++i)
+        before.push_back(object->Build().Items().Place(i).position);
+    AddArea(*object, 1, AddMesh("wall", MakeBox(2, 20, 10, 1)), true);
+    object->Block(kAreaParams).SetValue(areaParams::kPfAractivelist, 0, false, 1);
+    ASSERT_EQ(size_t(Run().Statistics().itemCount), before.size());
+    for (size_t i = 0; i < before.size(); ++i)
+        EXPECT_EQ(object->Build().Items().Place(i).position, before[i]);
+}
 
+TEST_F(DravinBuild, ASurfaceRowIncludesEvenWhenItExcludes) {
+    AddArea(*object, 3, nullptr, true);
+    EXPECT_EQ(Run().Statistics().itemCount, 400);
+    EXPECT_EQ(object->Build().Statistics().excludeAreas, 0);
+}
+
+TEST_F(DravinBuild, AnotherScatterObjectExcludesEvenWhenItsRowIncludes) {
+    auto [other, otherNode] = AddScatter("other");
+    other->Block(kDistParams).SetValue(distParams::kPixelsX, 0, 1);
     AddArea(*object, 4, otherNode, false);
     // The other's four items stand ten apart, each a disc of radius one around its place.
     const TDravinBuild& build = Run();
@@ -364,6 +349,30 @@ TEST_F(DravinBuild, AScatterObjectThatExcludesItselfIsLeftOut) {
     EXPECT_EQ(Run().Statistics().itemCount, 400);
 }
 
+TEST_F(DravinBuild, ItemsOfAnotherObjectAreDrawnAgainOnlyWhenItWasBuiltAgain) {
+    auto [other, otherNode] = AddScatter("other");
+    other->Block(kDistParams).SetValue(distParams::kPixelsX, 0, 1);
+    AddArea(*object, 4, otherNode, true);
+    int count = Run().Statistics().itemCount;
+    EXPECT_EQ(Run().Statistics().itemCount, count);
+    EXPECT_EQ(object->Build().Areas().NumMade(), 1u);
+    other->Block(kDistParams).SetValue(distParams::kPixelsX, 0, 2);  // four times as many
+    EXPECT_LT(Run().Statistics().itemCount, count);
+    EXPECT_EQ(object->Build().Areas().NumMade(), 2u);
+}
+
+TEST_F(DravinBuild, ScatterObjectsThatExcludeEachOtherInARingAreBuiltWithAWarning) {
+    auto [second, secondNode] = AddScatter("second");
+    auto [third, thirdNode] = AddScatter("third");
+    AddArea(*object, 4, secondNode, true);
+    AddArea(*second, 4, thirdNode, true);
+    AddArea(*third, 4, std::static_pointer_cast<INode>(node->shared_from_this()), true);
+    Run();
+    EXPECT_EQ(third->Build().Statistics().itemCount, 400);
+    EXPECT_LT(second->Build().Statistics().itemCount, 400);
+    EXPECT_TRUE(Logged("area \"\" is left out: the objects exclude each other's items in a ring"));
+}
+
 TEST_F(DravinBuild, ANodeThatIsNoScatterObjectMakesNoSuchArea) {
     AddArea(*object, 4, box, true);
     EXPECT_EQ(Run().Statistics().itemCount, 400);
@@ -378,6 +387,51 @@ TEST_F(DravinBuild, NestedCallsReturnWithoutWork) {
     EXPECT_EQ(std::count_if(log.begin(), log.end(),
                             [](const std::string& s) { return s.rfind("Starting", 0) == 0; }),
               1);
+}
+
+// What nobody would set up on purpose.
+
+TEST_F(DravinBuild, AnObjectAreaOfAnEmptyMeshIsNoArea) {
+    auto nothing = AddMesh("nothing", Mesh());
+    AddArea(*object, 1, nothing, true);
+    EXPECT_EQ(Run().Statistics().itemCount, 400);
+    AddArea(*object, 1, nothing, false);
+    EXPECT_EQ(Run().Status(), TBuildStatus::kSuccess);  // nothing includes: the surfaces are ground
+}
+
+TEST_F(DravinBuild, ResolutionsBeyondReasonAreToldAndTakenIn) {
+    AddArea(*object, 1, AddMesh("tower", MakeBox(6, 6, 10, 1)), true);
+    object->Block(kAreaParams).Append(areaParams::kArresollist);
+    object->Block(kAreaParams).SetValue(areaParams::kArresollist, 0, 0, 0);
+    EXPECT_EQ(Run().Status(), TBuildStatus::kSuccess);
+    EXPECT_TRUE(Logged("area \"\" asks for a resolution of 0; 1 is used"));
+    object->Block(kAreaParams).SetValue(areaParams::kArresollist, 0, 1000000, 0);
+    EXPECT_EQ(Run().Status(), TBuildStatus::kSuccess);
+    EXPECT_TRUE(Logged("area \"\" asks for a resolution of 1000000; 8192 is used"));
+}
+
+TEST_F(DravinBuild, AUvSurfaceWithoutItsChannelIsToldAndLeftOut) {
+    Set(kSurfaceParams, surfaceParams::kSurfmode, 1);
+    EXPECT_EQ(Run().Status(), TBuildStatus::kSuccess);
+    Set(kDistParams, distParams::kDistmapchan, 7);
+    EXPECT_EQ(Run().Status(), TBuildStatus::kNoVisibleItems);
+    EXPECT_TRUE(Logged("surface \"ground\" is left out: it has no mapping channel 7"));
+}
+
+TEST_F(DravinBuild, AParticleListWithHolesMakesTheOthers) {
+    auto system = std::make_shared<ParticleObject>();
+    system->particles.resize(5);
+    for (size_t i = 0; i < 5; ++i) system->particles[i].hasPosition = i != 3;
+    for (size_t i = 0; i < 5; ++i) system->particles[i].position = {float(i), 1, 0};
+    system->particles[1].age = -1;
+    Set(kDistParams, distParams::kDistmode, 3);
+    Set(kDistParams, distParams::kDistpflowallevents, true);
+    object->Block(kDistParams)
+        .Append(distParams::kDistpflownodes,
+                Target(scene.AddNode("p", system)->shared_from_this()));
+    EXPECT_EQ(Run().Statistics().itemCount, 3);
+    system->particles.clear();
+    EXPECT_EQ(Run().Status(), TBuildStatus::kNoVisibleItems);
 }
 
 TEST(DistMapFile, IsLookedForBesideTheSceneAndInTheLibrary) {

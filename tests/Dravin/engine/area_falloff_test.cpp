@@ -120,6 +120,16 @@ TEST(AreaFalloffs, ItemsShrinkTowardsTheBorder) {
     EXPECT_NEAR(first.height, 0.1f, 2e-3);
 }
 
+TEST(AreaFalloffs, OnOpenGroundTheScaleIsThatOfTheFarInside) {
+    FalloffCurve half = FalloffCurve::Line(50, 0);
+    TBuildInput input = GroundInput();
+    input.areaFalloffs.scaleCurve = &half;
+    for (float range : {0.0f, 5.0f}) {
+        input.areaFalloffs.scaleInclude = range;
+        EXPECT_EQ(Build(input).items[0].width, 0.5f) << range;
+    }
+}
+
 TEST(AreaFalloffs, ItemsThinOutTowardsTheBorder) {
     TBuildInput input = SquareArea(50);
     input.displayLimit = 1000000;

@@ -321,4 +321,26 @@ TEST(Build, ListsStoreOnlyWhatTheSettingsCanFill) {
     EXPECT_EQ(rich.ItemGroupsNeeded(), kGroupCell | kGroupSurface | kGroupUvws | kGroupFactors);
 }
 
+TEST(AutomaticMapSize, IsAHundredMetresOrTwentyFiveOnSmallGround) {
+    auto side = [](float x, float y) { return Box3{{0, 0, 0}, {x, y, 50}}; };
+    EXPECT_EQ(AutomaticMapSize(side(2, 1), 1), 100);
+    EXPECT_EQ(AutomaticMapSize(side(1, 2), 1), 100);
+    EXPECT_EQ(AutomaticMapSize(side(1.9f, 1), 1), 25);
+    EXPECT_EQ(AutomaticMapSize(side(200, 1), 0.01), 10000);
+    EXPECT_EQ(AutomaticMapSize(side(199, 1), 0.01), 2500);
+}
+
+TEST(ScatterBounds, AreThoseOfTheFirstGroupOrOfTheSurfaces) {
+    TBuildInput input = GroundInput();
+    EXPECT_EQ(ScatterBounds(input).Width(), (Point3{20, 20, 0}));
+    TAreaRow& row = input.areas.emplace_back();
+    row.shape.lines = {{{{0, 0, 0}, {4, 0, 0}, {4, 3, 0}}, true},
+                       {{{9, 9, 0}, {10, 9, 0}, {9, 10, 0}}, true}};
+    EXPECT_EQ(ScatterBounds(input).Width(), (Point3{4, 3, 0}));
+    row.settings.exclude = true;
+    EXPECT_EQ(ScatterBounds(input).Width(), (Point3{20, 20, 0}));
+    input.surfaces.clear();
+    EXPECT_TRUE(ScatterBounds(input).IsEmpty());
+}
+
 }  // namespace

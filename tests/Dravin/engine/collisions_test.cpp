@@ -103,6 +103,13 @@ TEST(Collisions, BoundsWithoutExtentRemoveNothing) {
     EXPECT_EQ(list.Count(), 1u);
 }
 
+TEST(Collisions, WhereNothingCanBeRemovedItemsStandInTheOrderOfTheirTest) {
+    Spheres s{{{0, 0, 0}, 1, 9}, {{0, 1, 0}, 2, 8}, {{0, 2, 0}, 1, 3}};
+    TDravinItemList list = ListOf(s);
+    EXPECT_EQ(RemoveCollisions(list, {{0, 0, 0}, {0, 2, 0}}, {}), 0);
+    for (size_t i = 0; i < 3; ++i) EXPECT_EQ(list.Item(i).seed, (Flags{8, 3, 9}[i]));
+}
+
 TEST(Collisions, ItemsOutsideTheBoundsAreTestedToo) {
     Spheres far{{{500, 500, 0}, 1, 1}, {{501, 500, 0}, 1, 2}, {{-900, 3, 0}, 1, 3}};
     TDravinItemList list = ListOf(far);

@@ -101,6 +101,17 @@ TEST(Path, ZFollowAloneLeansWithTheSlope) {
     EXPECT_NEAR(up.z, std::sqrt(0.5f), 1e-5);
 }
 
+TEST(Path, VerticalOnesLeanLikeVerySteepOnes) {
+    for (float rise : {1.0f, -1.0f}) {
+        TBuildInput input = PathInput({{{0, 0, 0}, {0, 0, 10 * rise}}});
+        TBuildInput steep = PathInput({{{0, 0, 0}, {1e-4f, 0, 10 * rise}}});
+        input.points.path.followX = steep.points.path.followX = true;
+        input.points.path.followZ = steep.points.path.followZ = true;
+        Matrix3 a = Build(input).items[0].transform, b = Build(steep).items[0].transform;
+        for (int row = 0; row < 3; ++row) EXPECT_NEAR(Length(a.row[row] - b.row[row]), 0, 1e-4);
+    }
+}
+
 TEST(Path, DegenerateLinesAreHarmless) {
     float nan = std::nanf("");
     TBuildInput input =

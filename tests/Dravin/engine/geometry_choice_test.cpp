@@ -97,7 +97,7 @@ TEST(GeometryClusters, OneRowTakesEverything) {
     TGeometryChoice choice(settings, Rows({{20, kRed}}));
     ASSERT_EQ(choice.Clusters().size(), 1u);
     EXPECT_EQ(choice.Clusters()[0].threshold, 1.0f);
-    EXPECT_EQ(choice.ChooseCluster(choice.Unrestricted(), {3, 4, 5}, 0.5f), 0);
+    EXPECT_EQ(choice.ChooseCluster(choice.Unrestricted(), {3, 4, 5}, 0.5f), 0u);
 }
 
 TEST(GeometryClusters, RecordsStandForColorGroupsLargestFirst) {
@@ -121,8 +121,7 @@ TEST(GeometryClusters, WithoutAnAllowedRecordTheFirstIsTaken) {
     settings.mode = kByClusters;
     TGeometryChoice choice(settings, Rows({{60, kRed}, {40, kGreen}}));
     TAreaGeometry nothing = *choice.Restrict("77");
-    for (float x = 0; x < 100; x += 7)
-        EXPECT_EQ(choice.ChooseCluster(nothing, {x, x, 0}, 0), choice.Clusters()[0].row);
+    for (float x = 0; x < 100; x += 7) EXPECT_EQ(choice.ChooseCluster(nothing, {x, x, 0}, 0), 0u);
 }
 
 TEST(GeometryClusters, PatchesAreFixedAndCoverAboutTheirShare) {
@@ -133,11 +132,33 @@ TEST(GeometryClusters, PatchesAreFixedAndCoverAboutTheirShare) {
     for (int y = 0; y < 200; ++y)
         for (int x = 0; x < 200; ++x) {
             Point3 p{x * 3.1f, y * 3.3f, 0};
-            int row = choice.ChooseCluster(choice.Unrestricted(), p, 0);
-            EXPECT_EQ(row, choice.ChooseCluster(choice.Unrestricted(), p, 0));
-            first += row == 0;
+            size_t cluster = choice.ChooseCluster(choice.Unrestricted(), p, 0);
+            EXPECT_EQ(cluster, choice.ChooseCluster(choice.Unrestricted(), p, 0));
+            first += cluster == 0;
         }
     EXPECT_NEAR(first / 40000.0, 0.5, 0.12);
+}
+
+TEST(GeometryClusters, TheStatisticsCountWhoChoseWhich) {
+    TBuildInput input = GroundInput();
+    input.specimens = Rows({{20, kRed}, {50, kGreen}, {30, kBlue}});
+    input.geometry.mode = kByClusters;
+    input.geometry.clusterSize = 3;
+    input.surfaces.clear();
+    AddSurface(input, SquareMesh(-10.4f, -10.4f, 10.4f, 10.4f));  // no cell misses it
+    for (int threads : {1, 3}) {
+        input.threads = threads;
+        BuiltItems built = Build(input);
+        const int rows[] = {1, 2, 0};  // largest first
+        ASSERT_EQ(built.statistics.clusterCounts.size(), 3u);
+        for (size_t c = 0; c < 3; ++c)
+            EXPECT_EQ(built.statistics.clusterCounts[c],
+                      std::count_if(built.items.begin(), built.items.end(), [&](const auto& item) {
+                          return item.specimenIndex == rows[c];
+                      }));
+    }
+    input.geometry.mode = kByProbability;
+    EXPECT_TRUE(Build(input).statistics.clusterCounts.empty());
 }
 
 TEST(NoiseLevel, IsTheNormalQuantileClampedToThreeDeviations) {

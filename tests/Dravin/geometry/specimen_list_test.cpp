@@ -198,6 +198,29 @@ TEST_F(Specimens, LodLevelsStandInTheOrderOfTheirThresholds) {
     EXPECT_EQ(e.radiusPercent, 70);  // of the geometry row
 }
 
+TEST_F(Specimens, TheFirstLevelWithASizeIsTheReferenceOnScreen) {
+    auto lod = TDLod::Create();
+    auto node = INode::Create("lod", lod);
+    scene.AddNode(node);
+    for (int i = 0; i < 3; ++i) lod->NewLevel();
+    IParamBlock2& levels = lod->Block();
+    levels.SetValue(lodParams::kMode, 0, int(kLodScreenSize));
+    for (int i = 0; i < 3; ++i) levels.SetValue(lodParams::kScreensizelist, 0, float(10 * i), i);
+    levels.SetValue(lodParams::kCobjlist, 0, Box("tree", 2, 4, 6), 1);
+    levels.SetValue(lodParams::kScalelist, 0, 50.0f, 1);
+    levels.SetValue(lodParams::kWidthlist, 0, 99.0f, 1);  // says nothing of a custom object
+    AddRow(node);
+    ASSERT_EQ(Build(), TBuildStatus::kSuccess);
+    EXPECT_EQ(list.Row(0).lod->referenceWidth, 2);  // the larger side, at half the size
+    EXPECT_EQ(list.Row(0).lod->referenceHeight, 3);
+    levels.SetValue(lodParams::kGeomlist, 0, int(kGeomTemplate), 0);
+    levels.SetValue(lodParams::kWidthlist, 0, 7.0f, 0);
+    levels.SetValue(lodParams::kHeightlist, 0, 8.0f, 0);
+    ASSERT_EQ(Build(), TBuildStatus::kSuccess);
+    EXPECT_EQ(list.Row(0).lod->referenceWidth, 7);
+    EXPECT_EQ(list.Row(0).lod->referenceHeight, 8);
+}
+
 TEST_F(Specimens, ALodObjectWithoutEnabledLevelsIsARowWithoutANode) {
     auto node = INode::Create("lod", TDLod::Create());
     scene.AddNode(node);

@@ -1,0 +1,39 @@
+#include "Dravin/build/custom_edit.h"
+
+#include "Dravin/build/dravin_build.h"
+#include "Dravin/dravin.h"
+#include "host/scene/host_context.h"
+#include "host/scene/scene.h"
+
+namespace {
+
+TStoredItem Freeze(const TDravinItem& item) {
+    TStoredItem stored;
+    stored.storedPosition = item.storedPosition;
+    stored.storedPosition.z = item.position.z - item.zOffset;
+    stored.seed = item.seed;
+    stored.specimenIndex = item.specimenIndex;
+    stored.sizeFactor = item.sizeFactor;
+    stored.sourceTransform = item.sourceTransform;
+    stored.elementIndex = item.elementIndex;
+    stored.userId = item.userId;
+    return stored;
+}
+
+}  // namespace
+
+void ConvertToCustomEdit(TDravin& object, TimeValue t, FrozenItems which) {
+    object.storedItems.clear();
+    if (!HostContext::Current() || !GetWorldNode(object)) return;
+    TBuildFlags flags;
+    flags.noMesh = flags.noLimit = flags.collisions = true;
+    flags.noCameraLimit = which == FrozenItems::kAll;
+    TDravinBuild& build = object.Build();
+    build.BuildMesh(t, flags);
+    TDravinItem item;
+    object.storedItems.reserve(build.Items().Count());
+    for (size_t i = 0; i < build.Items().Count(); ++i) {
+        build.Items().ReadStored(i, &item);
+        object.storedItems.push_back(Freeze(item));
+    }
+}

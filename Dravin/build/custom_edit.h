@@ -1,0 +1,17 @@
+// From the items of a distribution to items that are edited by hand.
+#pragma once
+
+#include "host/math/interval.h"
+
+class TDravin;
+
+enum class FrozenItems { kAll, kInView };
+
+// Replaces the object's stored items by the items that its rules give at time t, so that custom
+// edit mode starts from what generate mode showed: seeds, sizes, frames and geometry stay, heights
+// are stored without the items' z offset, which is added again at every build. kInView leaves out
+// what a camera that limits does not see. Display limits do not thin them, and overlapping items go
+// as in a render: custom edit mode removes none. Called while `mode` is still generate mode.
+//
+// A build that fails, or an object outside a scene, leaves no stored items.
+void ConvertToCustomEdit(TDravin& object, TimeValue t, FrozenItems which = FrozenItems::kAll);
