@@ -56,7 +56,8 @@ void AreaRows(benchmark::State& state) {
     state.counters["inside"] = double(inside) / double(points);
 }
 
-// Distance and nearest point of the border, for points within the falloff's range of it.
+// Distance and nearest point of the border, for points within the falloff's range of it, in random
+// order.
 void AreaBorder(benchmark::State& state) {
     TPolyArea area = TPolyArea::Polygon(WavyOutline(int(state.range(0))));
     std::vector<Point2> points = RandomPoints();
@@ -64,6 +65,21 @@ void AreaBorder(benchmark::State& state) {
     float sum = 0;
     for (auto _ : state)
         for (Point2 p : points) sum += area.NearestBorder(p).distance;
+    benchmark::DoNotOptimize(sum);
+    state.SetItemsProcessed(state.iterations() * int64_t(points.size()));
+}
+
+// The same row after row, as a grid asks for them.
+void AreaBorderRows(benchmark::State& state) {
+    TPolyArea area = TPolyArea::Polygon(WavyOutline(int(state.range(0))));
+    std::vector<Point2> points;
+    for (float y = 0.25f; y < float(kTerrainY); y += 0.5f)
+        for (float x = 0.25f; x < float(kTerrainX); x += 0.5f)
+            if (area.NearestBorder({x, y}).distance <= kFalloff) points.push_back({x, y});
+    float sum = 0;
+    TSegmentCursor cursor;
+    for (auto _ : state)
+        for (Point2 p : points) sum += area.NearestBorder(p, &cursor).distance;
     benchmark::DoNotOptimize(sum);
     state.SetItemsProcessed(state.iterations() * int64_t(points.size()));
 }
@@ -111,6 +127,7 @@ void MaskedGrid(benchmark::State& state) {
 BENCHMARK(AreaPoints)->Arg(20)->Arg(2000)->Arg(200000)->Unit(benchmark::kMillisecond);
 BENCHMARK(AreaRows)->Arg(2000)->Unit(benchmark::kMillisecond);
 BENCHMARK(AreaBorder)->Arg(2000)->Arg(200000)->Unit(benchmark::kMillisecond);
+BENCHMARK(AreaBorderRows)->Arg(2000)->Arg(200000)->Unit(benchmark::kMillisecond);
 BENCHMARK(AreaMake)->Arg(2000)->Arg(200000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(MaskedGrid)
     ->ArgsProduct({{1000000, 10000000}, {1, 2}})
