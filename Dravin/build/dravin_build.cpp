@@ -116,6 +116,7 @@ void TDravinBuild::Run(const TParameters& parameters) {
     m_input = m_maker->Make(m_specimens.EngineSpecimens(), std::move(density), m_rereadSurfaces,
                             &m_validity);
     m_rereadSurfaces = false;
+    m_statistics.effectsCompileError = m_maker->EffectsFailed();
     Log(LogKind::kDebug, "BuildItemArray");
     m_panel.status = StatusOfResult(BuildItemArray(*m_input, m_items, m_statistics));
 }

@@ -10,6 +10,7 @@
 #include "Dravin/build/camera_input.h"
 #include "Dravin/build/point_maker.h"
 #include "Dravin/dravin_globals.h"
+#include "Dravin/effects/effect_list.h"
 #include "Dravin/engine/build_items.h"
 #include "host/base/log.h"
 #include "host/base/thread_pool.h"
@@ -322,6 +323,29 @@ void TInputMaker::SetShadows(TBuildInput& input) const {
     if (length > 0) t.lightDirection = {x / length, y / length};
 }
 
+// Effects of viewports may be left to renders.
+void TInputMaker::SetEffects(TBuildInput& input, Interval* valid) {
+    const IParamBlock2& block = m_object.Block(kEffectParams);
+    bool renderOnly = block.GetInt(effectParams::kPfEfonlyrender, m_time) != 0;
+    if (m_flags.effectsOff || (renderOnly && !m_flags.render)) return;
+    TEffectContext context;
+    context.time = m_time;
+    context.toObject = m_objectInverse;
+    context.valid = valid;
+    context.sampler = [this](Texmap* map, const std::string& name) {
+        return Sampler(map, name.c_str());
+    };
+    context.warn = [](const std::string& text) { LogWarning(text); };
+    TEffectList effects(block, m_object.CurveSet(kSlotEffectCurves), context);
+    m_effectsFailed = effects.Compile(context, &m_effects) == TEffectResult::kError;
+    for (const TEffect& effect : effects.Effects())
+        if (!effect.error.empty())
+            LogWarning(fmt::format("effect \"{}\": {}", effect.name, effect.error));
+    if (m_effects.programs.empty()) return;
+    input.effects = &m_effects;
+    input.areaFalloffs.effectsActive = true;
+}
+
 std::unique_ptr<TBuildInput> TInputMaker::Make(std::vector<TSpecimen> specimens,
                                                TDensityMap density, bool rereadSurfaces,
                                                Interval* valid) {
@@ -355,6 +379,7 @@ std::unique_ptr<TBuildInput> TInputMaker::Make(std::vector<TSpecimen> specimens,
     SetTransforms(*input);
     SetGeometry(*input);
     SetSurfaceRules(*input);
+    SetEffects(*input, valid);
     SetCamera(*input, valid);
     SetLookAt(*input);
     SetShadows(*input);

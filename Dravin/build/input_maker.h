@@ -7,6 +7,7 @@
 #include "Dravin/build/dravin_build.h"
 #include "Dravin/build/parameters.h"
 #include "Dravin/build/texmap_sampler.h"
+#include "Dravin/effects/effect_programs.h"
 #include "Dravin/engine/build_input.h"
 
 // Owns the samplers and curves that the input points to: it must outlive the input.
@@ -26,6 +27,8 @@ public:
 
     // The distribution texture, ready for evaluation; null when there is none.
     const IMapSampler* DistMap() const { return m_distMap; }
+    // Whether an effect does not compile; the others run all the same.
+    bool EffectsFailed() const { return m_effectsFailed; }
     // Whether the object distributes by a texture or an image at all.
     int Threads() const;
 
@@ -44,6 +47,7 @@ private:
     void SetLodView(TBuildInput& input) const;
     void SetLookAt(TBuildInput& input) const;
     void SetShadows(TBuildInput& input) const;
+    void SetEffects(TBuildInput& input, Interval* valid);
     TCurveSampler CurveSampler(DravinSlot slot) const;
     const FalloffCurve* Curve(DravinSlot slot, int index = 0);
 
@@ -58,4 +62,6 @@ private:
     std::deque<FalloffCurve> m_curves;
     std::vector<INode*> m_surfaceNodes;  // of the input's surfaces
     const IMapSampler* m_distMap = nullptr;
+    TEffectPrograms m_effects;
+    bool m_effectsFailed = false;
 };

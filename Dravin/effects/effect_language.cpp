@@ -11,9 +11,9 @@ using tavuvm_expr::value;
 using tavuvm_expr::vector3;
 using Arguments = std::span<const value>;
 
-const TEffectHost& Host(const call_context& context) {
-    static const TEffectHost none;
-    return context.host ? *static_cast<const TEffectHost*>(context.host) : none;
+const TEffVMCallback& Host(const call_context& context) {
+    static const TEffVMCallback none;
+    return context.host ? *static_cast<const TEffVMCallback*>(context.host) : none;
 }
 
 Point3 PointOf(const value& v) {

@@ -9,7 +9,7 @@
 #include "Dravin/engine/effect_runner.h"
 
 // What host functions of a running program look at.
-struct TEffectHost {
+struct TEffVMCallback {
     const TBuildInput* input = nullptr;         // null: no surfaces, no geometry
     const TGeometryChoice* geometry = nullptr;  // null: geometry 0
     // By the row of the effect parameter; null entries: missing.

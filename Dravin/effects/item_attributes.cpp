@@ -72,11 +72,7 @@ int32_t SampleOffset(Source s) {
 }
 void SetSample(Target t, Value v) {
     int32_t sample = v.integer();
-    const TSpecimen* specimen =
-        t.input.specimens.empty()
-            ? nullptr
-            : &t.input.specimens[size_t(t.item.specimenIndex) % t.input.specimens.size()];
-    bool exists = specimen && sample >= 0 && size_t(sample) < specimen->frames.size();
+    bool exists = sample >= 0 && size_t(sample) < t.specimen.frames.size();
     t.item.animationOffset = exists ? sample : 0;
 }
 
@@ -95,7 +91,7 @@ const TItemAttribute kAttributes[] = {
     {"rotation", kVec, [](Source s) { return FromPoint(s.item.rotation); },
      [](Target t, Value v) {
          t.item.rotation = ToPoint(v);
-         t.outcome.rotationWritten = true;
+         TurnItem(t.item);
      }},
     {"xrotaxis", kVec, [](Source s) { return FromPoint(s.item.transform.row[0]); }, SetAxis<0>},
     {"yrotaxis", kVec, [](Source s) { return FromPoint(s.item.transform.row[1]); }, SetAxis<1>},
@@ -103,7 +99,9 @@ const TItemAttribute kAttributes[] = {
     {"scale", kVec, [](Source s) { return FromPoint(s.item.scale); },
      [](Target t, Value v) {
          t.item.scale = ToPoint(v);
-         t.outcome.scaleWritten = true;
+         if (!t.specimen.elements.empty())
+             ResizeItem(t.input.transforms, t.specimen.Element(t.item.elementIndex), t.size,
+                        t.item);
      }},
     {"visible", kInt, [](Source s) { return value(int32_t(s.item.discarded == 0)); },
      [](Target t, Value v) { t.item.discarded = v.integer() == 0; }},

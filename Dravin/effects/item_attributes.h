@@ -24,6 +24,7 @@ struct TAttributeSource {
 struct TAttributeTarget {
     TDravinItem& item;
     TEffectOutcome& outcome;
+    const TSpecimen& specimen;
     const TSpecimenSize& size;
     const TBuildInput& input;
 };

@@ -63,6 +63,8 @@ struct TUvSettings {
     float multiplierU = 1, multiplierV = 1;
 };
 
+class IEffectPrograms;
+
 struct TBuildInput {
     TimeValue time = 0;
     bool render = false;
@@ -104,6 +106,8 @@ struct TBuildInput {
     TLodView lodView;  // of the level choice by size on screen
     TPointInput points;
     TUvSettings uv;
+
+    const IEffectPrograms* effects = nullptr;  // null: none are active
 
     TCameraState camera;
     bool collisions = false;  // no two items may overlap

@@ -156,6 +156,7 @@ ItemCompleter RandomsOf(const TBuildInput& input) {
 uint32_t TBuildInput::ItemGroupsNeeded() const {
     uint32_t groups = 0;
     bool grid = distributionMode == kDistImage && !customEdit;
+    if (effects) groups |= kGroupSource | kGroupLooks;  // their vectors and animation samples
     if (grid) groups |= kGroupCell;
     bool mapped = surfaceMode == kSurfaceUV;
     if (!grid || mapped) groups |= kGroupSource;

@@ -84,7 +84,9 @@ public:
                 if (TBuildResult result = Flush(); result != TBuildResult::kOk) return result;
             }
         }
-        return Flush();
+        TBuildResult result = Flush();
+        m_pipeline.Effects().Flush();
+        return result;
     }
 
 private:

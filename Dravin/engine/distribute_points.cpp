@@ -32,7 +32,10 @@ struct Point {
 class PointTask {
 public:
     PointTask(const TBuildInput& input, const TGeometryChoice& geometry, TDravinItemList& items)
-        : m_input(input), m_geometry(geometry), m_pipeline(input, geometry, items), m_items(items) {
+        : m_input(input),
+          m_geometry(geometry),
+          m_pipeline(input, geometry, items),
+          m_effects(m_pipeline.Effects()) {
         m_factors.hasSurfaces = !input.surfaces.empty();
     }
 
@@ -47,20 +50,40 @@ public:
         item.sourceTransform = p.sourceTransform;
         item.externalScale = p.externalScale;
         item.userId = p.userId;
+        m_effects.StartCell();
         Draw(p.ordinal);
         item.specimenIndex =
             p.specimen >= 0 ? p.specimen : m_geometry.ByProbability(item.randomB.x);
+        ProcessElements(p, false);
+        if (auto row = m_effects.AsksForGeometry()) {
+            item.specimenIndex = *row;
+            ProcessElements(p, true);
+        }
+        m_effects.FinishCell();
+    }
+
+    // To be called behind the last point.
+    void Finish() { m_effects.Flush(); }
+
+private:
+    // drawAgain: the random values in the item are not those of its first element.
+    void ProcessElements(const Point& p, bool drawAgain) {
+        TDravinItem& item = Item();
         const TSpecimen& specimen = m_input.specimens[size_t(item.specimenIndex)];
         TElementRange elements = ElementsOf(m_input, specimen, p.point, item.random4);
         for (int e = elements.first; e < elements.end; ++e) {
+            const TSpecimenElement& source = specimen.elements[size_t(e)];
             item.elementIndex = int16_t(e);
-            if (e > elements.first) Draw(0);
-            if (ProcessElement(p, specimen, specimen.elements[size_t(e)]))
-                m_items.Append(item, m_appender);
+            if (e > elements.first || drawAgain) Draw(0);
+            if (ProcessElement(p, specimen, source)) continue;
+            if (m_effects.AsksForPlacement()) {
+                Draw(0);
+                ProcessElement(p, specimen, source);
+            }
+            if (m_effects.WantsGeometry()) return;
         }
     }
 
-private:
     void Draw(uint32_t ordinal) {
         DrawItemRandoms(m_input.transforms, m_pipeline.Ranges(), m_pipeline.Generator(), Item(),
                         false, ordinal);
@@ -73,7 +96,8 @@ private:
         item.normal = p.sourceTransform.row[2];
 
         if (CameraThinsOut(m_input.camera, item.position, item.randomA.y)) return false;
-        TSpecimenSize size = ApplySpecimenAndTranslation(m_input.transforms, item, source, {});
+        TSpecimenSize size = ApplySpecimenAndTranslation(m_input.transforms, item, source, {},
+                                                         m_effects.Overrides());
         if (item.discarded) return false;
         m_pipeline.ClearHit();
         item.surfaceNormal = p.sourceTransform.row[2];
@@ -81,9 +105,9 @@ private:
         if (m_factors.hasSurfaces && !StandOnSurfaces(p)) return false;
 
         if (!ObeysCameraView(m_input.camera, item, &m_factors.cameraScale)) return false;
-        FinishItem(m_input.transforms, m_pipeline.Ranges(), item, specimen, size, {}, m_factors);
-        // Effect programs: here.
-        return !item.discarded;
+        FinishItem(m_input.transforms, m_pipeline.Ranges(), item, specimen, size, {}, m_factors,
+                   m_effects.Overrides());
+        return !item.discarded && m_effects.Take(item, specimen, size, {});
     }
 
     // Linked items move to the surface below them and obey its rules; the others only take its
@@ -99,7 +123,7 @@ private:
         }
         if (!hit) return false;
         item.position = hit->point;
-        item.normal = WorkingNormal(hit->faceNormal, m_input.directionPercent);
+        item.normal = m_pipeline.NormalOver(hit->faceNormal);
         item.surfaceSlope = SlopeOf(hit->faceNormal);
         return ObeysSurfaceRules(m_input, hit->point.z, item.surfaceSlope, item.randomA.y,
                                  &m_factors.falloffScale);
@@ -109,8 +133,7 @@ private:
     const TGeometryChoice& m_geometry;
     TItemPipeline m_pipeline;
     TFinishFactors m_factors;
-    TDravinItemList& m_items;
-    TDravinItemList::Appender m_appender = nullptr;
+    TEffectStage& m_effects;
 };
 
 int32_t PointDecimation(const TBuildInput& input, size_t count) {
@@ -134,6 +157,7 @@ void DistributeList(const TBuildInput& input, const TGeometryChoice& geometry, s
         size_t first = count * t / parts.size(), last = count * (t + 1) / parts.size();
         for (size_t i = first; i < last; ++i)
             if (i % size_t(decimation) == 0) make(task, i);
+        task.Finish();
     });
     for (TDravinItemList& part : parts) items.Splice(std::move(part));
 }
@@ -217,6 +241,7 @@ public:
                 bool full = m_path.onVertices ? WalkVertices(node, line) : WalkSpacing(node, line);
                 if (full && m_input.render) return TBuildResult::kTooManyItems;
             }
+        m_task.Finish();
         return TBuildResult::kOk;
     }
 
@@ -318,6 +343,7 @@ TBuildResult DistributeParticles(const TBuildInput& input, const TGeometryChoice
             task.Process(p);
         }
     }
+    task.Finish();
     return TBuildResult::kOk;
 }
 

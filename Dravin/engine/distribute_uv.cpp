@@ -31,7 +31,7 @@ public:
           m_decimation(decimation),
           m_slice(slice),
           m_pipeline(input, geometry, items),
-          m_items(items),
+          m_effects(m_pipeline.Effects()),
           m_ordinal(input.randomizeStacked ? uint32_t(uv.index) : 0) {
         m_factors.hasSurfaces = true;
     }
@@ -45,11 +45,12 @@ public:
             if (row % m_decimation != 0) continue;
             for (int64_t column = g.firstColumn; column < g.firstColumn + g.columns; ++column) {
                 if (column % m_decimation != 0) continue;
-                if (m_input.render && int64_t(m_produced) > m_input.renderLimit)
+                if (m_input.render && int64_t(m_effects.NumProduced()) > m_input.renderLimit)
                     return TBuildResult::kTooManyItems;
                 ProcessCell(column, row);
             }
         }
+        m_effects.Flush();
         return TBuildResult::kOk;
     }
 
@@ -71,11 +72,23 @@ private:
         Draw();
         Point3 cell{float(g.X(column)), float(g.Y(row)), 0};
         ChooseGeometry(cell);
+        m_effects.StartCell();
+        PlaceElements(cell, false);
+        if (auto row = m_effects.AsksForGeometry()) {
+            item.specimenIndex = *row;
+            PlaceElements(cell, true);
+        }
+        m_effects.FinishCell();
+    }
+
+    // drawAgain: the random values in the item are not those of its first element.
+    void PlaceElements(const Point3& cell, bool drawAgain) {
+        TDravinItem& item = m_pipeline.WorkingItem();
         const TSpecimen& specimen = m_input.specimens[size_t(item.specimenIndex)];
         TElementRange elements = Elements(specimen, cell);
-        for (int e = elements.first; e < elements.end; ++e) {
+        for (int e = elements.first; e < elements.end && !m_effects.WantsGeometry(); ++e) {
             item.elementIndex = int16_t(e);
-            if (e > elements.first) Draw();
+            if (e > elements.first || drawAgain) Draw();
             const TSpecimenElement& source = specimen.elements[size_t(e)];
             Place(cell + source.offset * (1 / m_uv.perUnit), specimen, source);
         }
@@ -122,9 +135,10 @@ private:
         }
         item.mapCoordinates = uv;
         m_uv.surface.uv->ForEachHit(uv.x, uv.y, [&](const TUvHit& hit) {
-            if (!Finish(hit, specimen, source)) return;
-            m_items.Append(item, m_appender);
-            ++m_produced;
+            if (m_effects.WantsGeometry() || Finish(hit, specimen, source)) return;
+            if (!m_effects.AsksForPlacement()) return;
+            Draw();
+            Finish(hit, specimen, source);
         });
     }
 
@@ -136,14 +150,15 @@ private:
         Align(hit);
 
         if (CameraThinsOut(m_input.camera, item.position, item.randomA.y)) return false;
-        TSpecimenSize size = ApplySpecimenAndTranslation(m_input.transforms, item, source, {});
+        TSpecimenSize size = ApplySpecimenAndTranslation(m_input.transforms, item, source, {},
+                                                         m_effects.Overrides());
         if (item.discarded) return false;
         if (!ObeysRules()) return false;
 
         if (!ObeysCameraView(m_input.camera, item, &m_factors.cameraScale)) return false;
-        FinishItem(m_input.transforms, m_pipeline.Ranges(), item, specimen, size, {}, m_factors);
-        // Effect programs: here.
-        return !item.discarded;
+        FinishItem(m_input.transforms, m_pipeline.Ranges(), item, specimen, size, {}, m_factors,
+                   m_effects.Overrides());
+        return !item.discarded && m_effects.Take(item, specimen, size, {});
     }
 
     // Normal, frame and scale from the surface and its mapping.
@@ -154,7 +169,7 @@ private:
         item.surfaceFace = hit.face;
         item.barycentric = hit.barycentric;
         item.surfaceNormal = Normalize(m.VectorTransform(hit.normal));
-        item.normal = WorkingNormal(item.surfaceNormal, m_input.directionPercent);
+        item.normal = m_pipeline.NormalOver(item.surfaceNormal);
         for (int map = 0; map < kNumItemMaps; ++map)
             if (int channel = m_input.channels.channel[map]; channel >= 0)
                 item.mapUvws[map] = Coordinates(channel, hit);
@@ -190,10 +205,8 @@ private:
     TRowSlice m_slice;
     TItemPipeline m_pipeline;
     TFinishFactors m_factors;
-    TDravinItemList& m_items;
-    TDravinItemList::Appender m_appender = nullptr;
+    TEffectStage& m_effects;
     uint32_t m_ordinal;
-    size_t m_produced = 0;
 };
 
 int32_t UvDecimation(const TBuildInput& input, const TGrid& grid) {

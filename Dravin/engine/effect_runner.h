@@ -30,8 +30,8 @@ struct TEffectOutcome {
 struct TEffectItem {
     TDravinItem* item = nullptr;
     const TSpecimen* specimen = nullptr;
-    TSpecimenSize size;   // of the specimen, before the item's scale
-    TNuRandom random{0};  // behind the item's own draws
+    TSpecimenSize size;           // of the specimen, before the item's scale
+    TNuRandom* random = nullptr;  // behind the item's own draws; null: no program draws
     TEffectOutcome outcome;
 };
 

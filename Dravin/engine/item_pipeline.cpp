@@ -80,13 +80,25 @@ TElementRange ElementsOf(const TBuildInput& input, const TSpecimen& specimen,
     return {level, level + 1};
 }
 
+void HideElementsOutside(const TBuildInput& input, const TAreaTest& areas, const TGrid* grid,
+                         const TSpecimenElement& source, TDravinItem& item) {
+    if (source.partCentroids.empty()) return;
+    Matrix3 place = ItemTransform(item, input.transforms.scaleOnSlope);
+    BitArray hidden(source.partCentroids.size());
+    for (size_t i = 0; i < source.partCentroids.size(); ++i) {
+        Point3 p = source.partCentroids[i] * place;
+        if (grid && grid->rotated) p = p * grid->frameInverse;
+        if (!areas.Passes({p.x, p.y})) hidden.Set(i);
+    }
+    item.elementMask = TBitArray(std::move(hidden));
+}
+
 TItemPipeline::TItemPipeline(const TBuildInput& input, const TGeometryChoice& geometry,
                              TDravinItemList& items)
     : m_input(input),
       m_geometry(geometry),
-      m_ranges(TransformRanges(input.transforms)),
       m_needsDistances(input.NeedsAreaDistances()),
-      m_items(items),
+      m_effects(input, geometry, items),
       m_clusterCounts(geometry.Clusters().size()) {
     m_factors.hasSurfaces = !input.surfaces.empty();
 }
@@ -108,18 +120,34 @@ void TItemPipeline::ClearHit() {
 }
 
 void TItemPipeline::ProcessCandidate(const TCandidate& candidate) {
+    m_effects.StartCell();
     ChooseGeometry(candidate);
+    ProcessElements(candidate, false);
+    if (auto row = m_effects.AsksForGeometry()) {
+        m_item.specimenIndex = *row;
+        ProcessElements(candidate, true);
+    }
+    m_effects.FinishCell();
+}
+
+// drawAgain: the random values in the item are not those of its first element.
+void TItemPipeline::ProcessElements(const TCandidate& candidate, bool drawAgain) {
     const TSpecimen& specimen = m_input.specimens[size_t(m_item.specimenIndex)];
     TElementRange elements =
         ElementsOf(m_input, specimen, ToObject(candidate, candidate.point), m_item.random4);
+    auto draw = [&] {
+        DrawItemRandoms(m_input.transforms, Ranges(), m_generator, m_item,
+                        candidate.grid != nullptr, candidate.ordinal);
+    };
     for (int e = elements.first; e < elements.end; ++e) {
         m_item.elementIndex = int16_t(e);
-        if (e > elements.first)
-            DrawItemRandoms(m_input.transforms, m_ranges, m_generator, m_item,
-                            candidate.grid != nullptr, candidate.ordinal);
-        if (!ProcessElement(candidate, specimen, e)) continue;
-        m_items.Append(m_item, m_appender);
-        ++m_produced;
+        if (e > elements.first || drawAgain) draw();
+        if (ProcessElement(candidate, specimen, e)) continue;
+        if (m_effects.AsksForPlacement()) {
+            draw();
+            ProcessElement(candidate, specimen, e);
+        }
+        if (m_effects.WantsGeometry()) return;
     }
 }
 
@@ -169,8 +197,9 @@ bool TItemPipeline::ProcessElement(const TCandidate& candidate, const TSpecimen&
     m_item.normal = m_item.sourceTransform.row[2];
 
     Point3 before = m_item.position;
+    const TItemOverrides* overrides = m_effects.Overrides();
     TSpecimenSize size =
-        ApplySpecimenAndTranslation(m_input.transforms, m_item, source, candidate.area);
+        ApplySpecimenAndTranslation(m_input.transforms, m_item, source, candidate.area, overrides);
     if (m_item.discarded) return false;
 
     bool fades = candidate.areas && m_needsDistances;
@@ -187,12 +216,10 @@ bool TItemPipeline::ProcessElement(const TCandidate& candidate, const TSpecimen&
     if (candidate.areas && m_input.areaFalloffs.scaleCurve) ApplyAreaScale(candidate);
 
     if (!ObeysCameraView(m_input.camera, m_item, &m_factors.cameraScale)) return false;
-    FinishItem(m_input.transforms, m_ranges, m_item, specimen, size, candidate.area, m_factors);
+    FinishItem(m_input.transforms, Ranges(), m_item, specimen, size, candidate.area, m_factors,
+               overrides);
     if (m_item.discarded) return false;
-
-    // Effect programs: here.
-    if (m_item.partial) HideElementsOutside(candidate, source);
-    return true;
+    return m_effects.Take(m_item, specimen, size, {candidate.areas, candidate.grid, &source});
 }
 
 // stands: the item is still where its candidate was.
@@ -204,7 +231,7 @@ bool TItemPipeline::ProjectOnSurfaces(const TCandidate& candidate, bool stands) 
     if (!hit) return false;
     TakeHit(*hit);
     m_item.position = hit->point;
-    m_item.normal = WorkingNormal(hit->faceNormal, m_input.directionPercent);
+    m_item.normal = NormalOver(hit->faceNormal);
     m_item.surfaceSlope = SlopeOf(hit->faceNormal);
     // The rules measure the hit itself, before the item is lifted along its normal.
     return ObeysSurfaceRules(m_input, hit->point.z, m_item.surfaceSlope, m_item.randomA.y,
@@ -216,18 +243,4 @@ void TItemPipeline::ApplyAreaScale(const TCandidate& candidate) {
     Point3& scale = m_factors.falloffScale;
     scale.z *= f;
     if (!m_input.areaFalloffs.heightOnly) scale.x *= f, scale.y *= f;
-}
-
-// The connected parts of the item's mesh that stand outside its areas are not drawn.
-void TItemPipeline::HideElementsOutside(const TCandidate& candidate,
-                                        const TSpecimenElement& source) {
-    if (!candidate.areas || source.partCentroids.empty()) return;
-    Matrix3 place = ItemTransform(m_item, m_input.transforms.scaleOnSlope);
-    BitArray hidden(source.partCentroids.size());
-    for (size_t i = 0; i < source.partCentroids.size(); ++i) {
-        Point3 p = source.partCentroids[i] * place;
-        if (candidate.grid && candidate.grid->rotated) p = p * candidate.grid->frameInverse;
-        if (!candidate.areas->Passes({p.x, p.y})) hidden.Set(i);
-    }
-    m_item.elementMask = TBitArray(std::move(hidden));
 }

@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "Dravin/engine/build_input.h"
+#include "Dravin/engine/effect_stage.h"
 #include "Dravin/engine/item_list.h"
 
 // A hit on the surfaces, in object space.
@@ -51,6 +52,10 @@ struct TElementRange {
 TElementRange ElementsOf(const TBuildInput& input, const TSpecimen& specimen,
                          const Point3& position, float random, float widthFactor = 1);
 
+// The connected parts of a partial item's mesh that stand outside its areas are not drawn.
+void HideElementsOutside(const TBuildInput& input, const TAreaTest& areas, const TGrid* grid,
+                         const TSpecimenElement& source, TDravinItem& item);
+
 class TItemPipeline {
 public:
     TItemPipeline(const TBuildInput& input, const TGeometryChoice& geometry,
@@ -74,8 +79,16 @@ public:
 
     TDravinItem& WorkingItem() { return m_item; }
     TNuRandom& Generator() { return m_generator; }
-    const TTransformRanges& Ranges() const { return m_ranges; }
-    size_t NumProduced() const { return m_produced; }
+    const TTransformRanges& Ranges() const { return m_effects.Ranges(); }
+    size_t NumProduced() const { return m_effects.NumProduced(); }
+    // The way of finished items through the programs into the list.
+    TEffectStage& Effects() { return m_effects; }
+    // Working normal over a face, leaning as the settings or a program say.
+    Point3 NormalOver(const Point3& faceNormal) const {
+        const TItemOverrides* o = m_effects.Overrides();
+        return WorkingNormal(faceNormal,
+                             o && o->hasDirection ? o->direction : m_input.directionPercent);
+    }
     // How many times each cluster of the geometry was chosen.
     std::vector<int32_t>& ClusterCounts() { return m_clusterCounts; }
 
@@ -85,24 +98,21 @@ public:
 
 private:
     void ChooseGeometry(const TCandidate& candidate);
+    void ProcessElements(const TCandidate& candidate, bool drawAgain);
     bool ProcessElement(const TCandidate& candidate, const TSpecimen& specimen, int element);
     bool PassesAreas(const TCandidate& candidate, bool known);
     Point3 ToObject(const TCandidate& candidate, const Point3& point) const;
     bool ProjectOnSurfaces(const TCandidate& candidate, bool stands);
     void ApplyAreaScale(const TCandidate& candidate);
-    void HideElementsOutside(const TCandidate& candidate, const TSpecimenElement& source);
 
     const TBuildInput& m_input;
     const TGeometryChoice& m_geometry;
-    TTransformRanges m_ranges;
     TNuRandom m_generator{123456};
     TDravinItem m_item;
     TFinishFactors m_factors;
     bool m_needsDistances;
     TAreaDistances m_distances;  // of the working item
     std::vector<TSegmentCursor> m_cursors;
-    TDravinItemList& m_items;
-    TDravinItemList::Appender m_appender = nullptr;
-    size_t m_produced = 0;
+    TEffectStage m_effects;
     std::vector<int32_t> m_clusterCounts;
 };

@@ -27,7 +27,7 @@ public:
         TDravinItem& item = m_pipeline.WorkingItem();
         Restore(m_input.storedItems[index], int32_t(index));
         if (int64_t(index) % m_decimation == 0 && IsFinite(item.position))
-            Place();
+            PlaceWithEffects(m_input.storedItems[index], int32_t(index));
         else
             item.discarded = 1;
         m_numDiscarded += item.discarded != 0;
@@ -79,15 +79,34 @@ private:
         const TSpecimen& specimen =
             m_input.specimens[SpecimenRow(item.specimenIndex, m_input.specimens.size())];
         const TSpecimenElement& element = ChooseElement(specimen);
-        TSpecimenSize size = ApplySpecimenAndTranslation(m_input.transforms, item, element, {});
+        TEffectStage& effects = m_pipeline.Effects();
+        TSpecimenSize size =
+            ApplySpecimenAndTranslation(m_input.transforms, item, element, {}, effects.Overrides());
         if (m_factors.hasSurfaces && m_input.surfaceMode == kSurfaceXY) StandOnSurfaces();
 
         if (!ObeysCameraView(m_input.camera, item, &m_factors.cameraScale)) {
             item.discarded = 1;
             return;
         }
-        FinishItem(m_input.transforms, m_pipeline.Ranges(), item, specimen, size, {}, m_factors);
-        // Effect programs: here.
+        FinishItem(m_input.transforms, m_pipeline.Ranges(), item, specimen, size, {}, m_factors,
+                   effects.Overrides());
+        effects.RunNow(item, specimen, size);
+    }
+
+    // A program may want another geometry or placement, for this build only: the stored row stays.
+    void PlaceWithEffects(const TStoredItem& stored, int32_t index) {
+        TEffectStage& effects = m_pipeline.Effects();
+        TDravinItem& item = m_pipeline.WorkingItem();
+        effects.StartCell();
+        Place();
+        auto row = effects.AsksForGeometry();
+        if (row || effects.AsksForPlacement()) {
+            Restore(stored, index);
+            if (row) item.specimenIndex = *row;
+            Place();
+        }
+        effects.FinishCell();
+        item.specimenIndex = stored.specimenIndex;
     }
 
     // Linked items drop onto the surface again, from height 0 so that the drop does not depend on
@@ -101,7 +120,7 @@ private:
         item.surfaceSlope = SlopeOf(hit->faceNormal);
         if (!m_input.linkToSurface) return;
         item.position = hit->point;
-        item.normal = WorkingNormal(hit->faceNormal, m_input.directionPercent);
+        item.normal = m_pipeline.NormalOver(hit->faceNormal);
     }
 
     const TBuildInput& m_input;

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
+
+#include "common/nurandom/nurandom_batch.h"
 
 namespace {
 
@@ -237,6 +240,42 @@ TSpecimenSize ApplySpecimenAndTranslation(const TTransformSettings& s, TDravinIt
     return size;
 }
 
+void ResizeItem(const TTransformSettings& s, const TSpecimenElement& element,
+                const TSpecimenSize& size, TDravinItem& item) {
+    TSpecimenSize full = size;
+    if (!s.customEdit) {
+        Point3 growth = item.externalScale * item.falloffScale;
+        full = {size.x * growth.x, size.y * growth.y, size.z * growth.z};
+    }
+    item.width = item.scale.x * full.x * s.globalScale;
+    item.height = item.scale.z * full.z * s.globalScale;
+    item.depth = item.scale.y * full.y * s.globalScale;
+    SetExtents(s, item, element);
+}
+
+void TurnItem(TDravinItem& item) {
+    item.transform = MakeFrame(item.sourceTransform.row[0], item.normal);
+    item.transform.PreRotateX(item.rotation.x);
+    item.transform.PreRotateY(item.rotation.y);
+    item.transform.PreRotateZ(item.rotation.z);
+}
+
+void GeneratorsBehindDraws(const TTransformSettings& s, const TTransformRanges& ranges,
+                           std::span<const uint32_t> itemSeeds, std::span<TNuRandom> out) {
+    std::vector<uint32_t> seeds(itemSeeds.begin(), itemSeeds.end());
+    for (uint32_t& seed : seeds) seed += s.seed;
+    std::vector<uint8_t> rejected(seeds.size());
+    SeedAndSkip(seeds, kStepsPerItem, out, rejected);
+    // Empty curves draw less, and a rejected number is drawn again.
+    bool fewer = (s.scaCurve && s.scaCurve->IsEmpty()) || (s.rotCurve && s.rotCurve->IsEmpty());
+    TDravinItem scratch;
+    for (size_t i = 0; i < seeds.size(); ++i) {
+        if (!fewer && !rejected[i]) continue;
+        scratch.seed = itemSeeds[i];
+        RedrawItemRandoms(s, ranges, out[i], scratch);
+    }
+}
+
 void FinishItem(const TTransformSettings& s, const TTransformRanges& ranges, TDravinItem& item,
                 const TSpecimen& specimen, const TSpecimenSize& size, const TItemArea& area,
                 const TFinishFactors& factors, const TItemOverrides* overrides) {
@@ -250,15 +289,7 @@ void FinishItem(const TTransformSettings& s, const TTransformRanges& ranges, TDr
         item.falloffScale = factors.falloffScale;
         item.sizeFactor = item.sizeFactor * (item.externalScale * item.falloffScale);
     }
-    TSpecimenSize full = size;
-    if (!s.customEdit) {
-        Point3 growth = item.externalScale * item.falloffScale;
-        full = {size.x * growth.x, size.y * growth.y, size.z * growth.z};
-    }
-    item.width = item.scale.x * full.x * s.globalScale;
-    item.height = item.scale.z * full.z * s.globalScale;
-    item.depth = item.scale.y * full.y * s.globalScale;
-    SetExtents(s, item, element);
+    ResizeItem(s, element, size, item);
     CheckBoundary(item, area, factors.supportsElementMasks);
 
     // Looks.

@@ -7,6 +7,8 @@
 // by all threads; a generator belongs to one.
 #pragma once
 
+#include <span>
+
 #include "Dravin/engine/item.h"
 #include "Dravin/engine/map_sampler.h"
 #include "Dravin/engine/specimen.h"
@@ -124,6 +126,10 @@ void DrawItemRandoms(const TTransformSettings& settings, const TTransformRanges&
 void RedrawItemRandoms(const TTransformSettings& settings, const TTransformRanges& ranges,
                        TNuRandom& generator, TDravinItem& item);
 
+// Generators right behind the draws of items with these seeds; out.size() == itemSeeds.size().
+void GeneratorsBehindDraws(const TTransformSettings& settings, const TTransformRanges& ranges,
+                           std::span<const uint32_t> itemSeeds, std::span<TNuRandom> out);
+
 // --- placing and finishing
 // ------------------------------------------------------------------------
 
@@ -157,6 +163,12 @@ void FinishItem(const TTransformSettings& settings, const TTransformRanges& rang
                 TDravinItem& item, const TSpecimen& specimen, const TSpecimenSize& size,
                 const TItemArea& area, const TFinishFactors& factors,
                 const TItemOverrides* overrides = nullptr);
+
+// Sizes and radii of a finished item that got another scale. size: of the specimen before scaling.
+void ResizeItem(const TTransformSettings& settings, const TSpecimenElement& specimen,
+                const TSpecimenSize& size, TDravinItem& item);
+// Frame of a finished item that got other rotation angles.
+void TurnItem(TDravinItem& item);
 
 // Frame with z axis `normal` and the x axis as near to `reference` as that allows; translation 0.
 Matrix3 MakeFrame(const Point3& reference, const Point3& normal);

@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include "Dravin/effects/effect_list.h"
 #include "Dravin/scene/dravin_rows.h"
 #include "host/base/text.h"
 
@@ -70,6 +71,7 @@ public:
             ReadList(*object, geometry, kGeomParams, GeometryRowIds(), ReadGeometryRows, context);
             ReadList(*object, areas, kAreaParams, AreaRowIds(), ReadAreaRows, context);
             ReadList(*object, effects, kEffectParams, EffectRowIds(), ReadEffectRows, context);
+            LoadEffectCurves(object->Block(kEffectParams), *object, kSlotEffectCurves);
             if (curves) ReadCurves(*object, *curves);
             if (items) ReadItems(*object, *items);
             object->CleanNodeLists();

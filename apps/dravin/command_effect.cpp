@@ -134,7 +134,7 @@ ExitCode RunEffect(const EffectOptions& options) {
     std::string output;
     machine.set_output(&output);
     TNuRandom random(options.seed);
-    TEffectHost host;
+    TEffVMCallback host;
     bool finished = machine.run(&random, &host);
     Print(output);
     if (!finished) {

@@ -54,9 +54,26 @@ public:
         return int32_t(int64_t(min) + int64_t((count * x) >> 32));
     }
 
+    // Whether Random() would reject this output and step again.
+    static bool IsRejected(uint32_t x) { return !IsOpenUnit(ToUnit(x)); }
+
     static constexpr int kWarmUpSteps = 19;
 
+    // A generator as the vector lanes leave it: the last four outputs, newest last, and the carry.
+    static TNuRandom FromLanes(const uint32_t outputs[4], uint32_t carry) {
+        TNuRandom generator{Unseeded()};
+        generator.m_x3 = outputs[0];
+        generator.m_x2 = outputs[1];
+        generator.m_x1 = outputs[2];
+        generator.m_x0 = outputs[3];
+        generator.m_carry = carry;
+        return generator;
+    }
+
 private:
+    struct Unseeded {};
+    explicit TNuRandom(Unseeded) {}
+
     uint64_t m_x0, m_x1, m_x2, m_x3, m_carry;
 };
 

@@ -4,6 +4,24 @@
 
 #include "common/nurandom/nurandom.h"
 
+#ifndef NURANDOM_SKIP_SCALAR
+#define NURANDOM_SKIP_SCALAR
+
+// The least output that rounds to 1, and so cannot be a number below 1.
+static constexpr uint64_t kSmallestRejected = 0xFFFFFF80u;
+
+static void SkipScalar(std::span<const uint32_t> seeds, size_t numSteps, std::span<TNuRandom> out,
+                       std::span<uint8_t> rejected) {
+    for (size_t lane = 0; lane < seeds.size(); ++lane) {
+        out[lane].Seed(seeds[lane]);
+        rejected[lane] = 0;
+        for (size_t step = 0; step < numSteps; ++step)
+            rejected[lane] |= TNuRandom::IsRejected(out[lane].Step());
+    }
+}
+
+#endif
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "common/nurandom/nurandom_batch.cpp"
 #include <hwy/foreach_target.h>
@@ -82,12 +100,64 @@ void DrawStepsLanes(std::span<const uint32_t> seeds, size_t numSteps, std::span<
 
 #endif
 
+#if HWY_TARGET == HWY_SCALAR
+
+void SeedAndSkipLanes(std::span<const uint32_t> seeds, size_t numSteps, std::span<TNuRandom> out,
+                      std::span<uint8_t> rejected) {
+    SkipScalar(seeds, numSteps, out, rejected);
+}
+
+#else
+
+void SeedAndSkipLanes(std::span<const uint32_t> seeds, size_t numSteps, std::span<TNuRandom> out,
+                      std::span<uint8_t> rejected) {
+    const hn::ScalableTag<uint64_t> d64;
+    const hn::Rebind<uint32_t, decltype(d64)> half;
+    using Generator = LaneGenerator<hn::ScalableTag<uint64_t>>;
+    const size_t lanes = hn::Lanes(d64);
+    // Outputs at both ends of the range are rejected; moved by the lower end they are the largest.
+    const uint64_t lowest = kSmallestRejected;
+    constexpr size_t kMaxLanes = HWY_MAX_BYTES / sizeof(uint64_t);
+    HWY_ALIGN uint64_t word[5][kMaxLanes];
+    HWY_ALIGN uint64_t largest[kMaxLanes];
+
+    size_t first = 0;
+    for (; first + lanes <= seeds.size(); first += lanes) {
+        Generator g;
+        g.Seed(hn::PromoteTo(d64, hn::LoadU(half, seeds.data() + first)));
+        auto worst = hn::Zero(d64);
+        for (size_t step = 0; step < numSteps; ++step) {
+            auto x = hn::And(hn::Sub(g.Step(), hn::Set(d64, 1)), hn::Set(d64, 0xFFFFFFFFu));
+            worst = hn::Max(worst, x);
+        }
+        const decltype(g.x0) words[] = {g.x3, g.x2, g.x1, g.x0, g.carry};
+        for (int w = 0; w < 5; ++w) hn::Store(words[w], d64, word[w]);
+        hn::Store(worst, d64, largest);
+        for (size_t lane = 0; lane < lanes; ++lane) {
+            const uint32_t outputs[] = {uint32_t(word[0][lane]), uint32_t(word[1][lane]),
+                                        uint32_t(word[2][lane]), uint32_t(word[3][lane])};
+            out[first + lane] = TNuRandom::FromLanes(outputs, uint32_t(word[4][lane]));
+            rejected[first + lane] = largest[lane] >= lowest - 1;
+        }
+    }
+    SkipScalar(seeds.subspan(first), numSteps, out.subspan(first), rejected.subspan(first));
+}
+
+#endif
+
 }  // namespace HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 
 HWY_EXPORT(DrawStepsLanes);
+HWY_EXPORT(SeedAndSkipLanes);
+
+void SeedAndSkip(std::span<const uint32_t> seeds, size_t numSteps, std::span<TNuRandom> out,
+                 std::span<uint8_t> rejected) {
+    assert(out.size() == seeds.size() && rejected.size() == seeds.size() && numSteps >= 4);
+    HWY_DYNAMIC_DISPATCH(SeedAndSkipLanes)(seeds, numSteps, out, rejected);
+}
 
 void DrawSteps(std::span<const uint32_t> seeds, size_t numSteps, std::span<uint32_t> out) {
     assert(out.size() == seeds.size() * numSteps);

@@ -63,6 +63,9 @@ public:
     size_t declare_variable(std::string_view name, type_code type, const value& initial);
     size_t declare_structure(std::string_view name, std::vector<attribute> attributes);
 
+    // The value that a slot of the host starts with.
+    void set_initial(size_t slot, const value& v) { m_initial[slot] = v; }
+
     // Kind of what already bears a name in any case; none when it is free. A function and a
     // structure may share a name: what follows the name tells them apart.
     declaration_kind kind_of(std::string_view name) const;

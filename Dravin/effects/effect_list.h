@@ -1,0 +1,84 @@
+// The effects of one scatter object: rows of its effect block, made into programs for a build.
+//
+// The list reads the parallel lists of the block `effectParams`: one row an effect, and one row a
+// parameter of any effect, which belongs to the effect whose id it names. Curves of parameters
+// live in the object's set of effect curves: curve i belongs to parameter i.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "Dravin/curves/curve_set.h"
+#include "Dravin/effects/effect_programs.h"
+#include "Dravin/params/dravin_params.h"
+#include "host/scene/param_block.h"
+#include "host/scene/texmap.h"
+
+// Kinds of effect parameters and of numbers; the codes are those of saved data.
+enum EffectParamKind {
+    kEffNumber = 0,
+    kEffNode = 1,
+    kEffController = 2,
+    kEffTexmap = 3,
+    kEffCurve = 4
+};
+enum EffectNumberKind { kEffInteger = 0, kEffReal = 1, kEffUnit = 2 };
+enum EffectControllerKind { kEffControllerReal = 1, kEffControllerVector = 2 };
+
+// One parameter of an effect: how programs see it.
+struct TValue {
+    int row = 0;  // in the parameter lists
+    std::string id, name;
+    int kind = kEffNumber;
+    tavuvm_expr::value number;  // its value at the build's time; of a node its position
+};
+
+struct TEffect {
+    std::string id, name;
+    bool enabled = true;
+    std::string title, expression;
+    std::vector<TValue> parameters;
+    std::string error;  // why it does not compile; empty when it does
+};
+
+// What the values of parameters follow from.
+struct TEffectContext {
+    TimeValue time = 0;
+    Matrix3 toObject;           // from world to the object's space, where nodes are given
+    Interval* valid = nullptr;  // narrowed by everything that is read
+    // A map made ready for evaluation; null when it cannot be.
+    std::function<const IMapSampler*(Texmap*, const std::string& name)> sampler;
+    // Lines for the listener.
+    std::function<void(const std::string&)> warn;
+};
+
+enum class TEffectResult { kNone = 0, kActive = 1, kError = 2 };
+
+class TEffectList {
+public:
+    // Reads the rows. curves may be null.
+    TEffectList(const IParamBlock2& block, const TCurveSet* curves, const TEffectContext& context);
+
+    // Compiles every effect that is enabled and not empty. The programs of those that compile run
+    // even when another one fails.
+    TEffectResult Compile(const TEffectContext& context, TEffectPrograms* programs);
+
+    std::span<const TEffect> Effects() const { return m_effects; }
+
+private:
+    TValue ReadParameter(const IParamBlock2& block, int row, const TEffectContext& context);
+    void Declare(const TEffect& effect, TEffectNames& names, std::string* error) const;
+
+    std::vector<TEffect> m_effects;
+    std::vector<Texmap*> m_textures;  // by row
+    std::vector<std::unique_ptr<BezierCurve>> m_curves;
+};
+
+// The set of effect curves holds one curve for each parameter row, filled from the rows' texts.
+void LoadEffectCurves(const IParamBlock2& block, ReferenceMaker& owner, int slot);
+// Every curve goes back into its row's text.
+void StoreEffectCurves(IParamBlock2& block, const TCurveSet* curves);
