@@ -169,11 +169,11 @@ void TDistributeEffectVM::RunLanes(std::span<TEffectItem> items, const TBuildInp
                                    TEffVMCallback& host) {
     FillLanes(items, input);
     TNuRandom* randoms[batch_machine::width];
-    TNuRandom before[batch_machine::width];
+    std::vector<TNuRandom> before;  // only where a run may fail: such items run again
     bool draws = m_program.usesRandom;
     bool keeps = draws && m_program.lanes->can_fail;
     for (size_t k = 0; draws && k < items.size(); ++k) randoms[k] = items[k].random;
-    for (size_t k = 0; keeps && k < items.size(); ++k) before[k] = *items[k].random;
+    for (size_t k = 0; keeps && k < items.size(); ++k) before.push_back(*items[k].random);
     std::span<TNuRandom* const> given(randoms, draws ? items.size() : 0);
     m_batch->run(items.size(), given, &host);
 

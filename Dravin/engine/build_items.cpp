@@ -141,9 +141,14 @@ int32_t ComputeCollisions(const TBuildInput& input, Box3 bounds, TDravinItemList
 // Draws an item's random values again from the settings of its build.
 ItemCompleter RandomsOf(const TBuildInput& input) {
     return [settings = &input.transforms, specimens = &input.specimens,
+            effects = input.effects != nullptr,
             ranges = TransformRanges(input.transforms)](TDravinItem& item) {
         TNuRandom generator;
         RedrawItemRandoms(*settings, ranges, generator, item);
+        if (effects) {
+            item.rotation = item.keptRotation;
+            item.randomScale = item.keptRandomScale;
+        }
         if (specimens->empty()) return;
         const TSpecimen& specimen =
             (*specimens)[SpecimenRow(item.specimenIndex, specimens->size())];
@@ -156,7 +161,8 @@ ItemCompleter RandomsOf(const TBuildInput& input) {
 uint32_t TBuildInput::ItemGroupsNeeded() const {
     uint32_t groups = 0;
     bool grid = distributionMode == kDistImage && !customEdit;
-    if (effects) groups |= kGroupSource | kGroupLooks;  // their vectors and animation samples
+    // Effects leave vectors, animation samples, and angles and scales of their own.
+    if (effects) groups |= kGroupSource | kGroupLooks | kGroupKept;
     if (grid) groups |= kGroupCell;
     bool mapped = surfaceMode == kSurfaceUV;
     if (!grid || mapped) groups |= kGroupSource;

@@ -71,6 +71,8 @@ void TEffectStage::FinishCell() {
 void TEffectStage::Append(TDravinItem& item, const Border& border) {
     if (item.partial && border.areas && border.source)
         HideElementsOutside(m_input, *border.areas, border.grid, *border.source, item);
+    item.keptRotation = item.rotation;
+    item.keptRandomScale = item.randomScale;
     m_items.Append(item, m_appender);
     ++m_produced;
 }

@@ -191,6 +191,12 @@ struct ItemSurface {
     float surfaceSlope = 0;
 };
 
+// Draws that an effect program changed or whose ranges it replaced: not what the seed says.
+struct ItemKept {
+    Point3 keptRotation;
+    Point3 keptRandomScale{1, 1, 1};
+};
+
 // Texture coordinates for the maps, in this order.
 enum ItemMap { kDistMap, kTintMap, kTransMap, kRotMap, kScaMap, kAniMap, kDivMap, kNumItemMaps };
 struct ItemUvws {
@@ -244,7 +250,8 @@ class TDravinItem final : public IDravinItem,
                           public ItemFactors,
                           public ItemBorders,
                           public ItemLooks,
-                          public ItemSource {
+                          public ItemSource,
+                          public ItemKept {
 public:
     // Written when items are laid out for output; in item lists they follow from the rest.
     Matrix3 fullTransform;

@@ -26,6 +26,7 @@ void ForEachGroup(Visit visit) {
     visit(uint32_t{kGroupBorders}, static_cast<ItemBorders*>(nullptr));
     visit(uint32_t{kGroupLooks}, static_cast<ItemLooks*>(nullptr));
     visit(uint32_t{kGroupSource}, static_cast<ItemSource*>(nullptr));
+    visit(uint32_t{kGroupKept}, static_cast<ItemKept*>(nullptr));
 }
 
 // Groups are copied as bytes out of and into the record; padding at the end of one would let it
@@ -33,7 +34,7 @@ void ForEachGroup(Visit visit) {
 static_assert(sizeof(ItemPlace) == 140 && sizeof(ItemExtents) == 16 && sizeof(ItemColors) == 32 &&
               sizeof(ItemCell) == 28 && sizeof(ItemSurface) == 32 && sizeof(ItemUvws) == 84 &&
               sizeof(ItemFactors) == 36 && sizeof(ItemBorders) == 32 && sizeof(ItemLooks) == 20 &&
-              sizeof(ItemSource) == 128);
+              sizeof(ItemSource) == 128 && sizeof(ItemKept) == 24);
 
 bool IsStored(uint32_t bit, uint32_t groups) { return bit == 0 || (groups & bit); }
 

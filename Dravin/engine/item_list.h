@@ -31,7 +31,8 @@ enum ItemGroups : uint32_t {
     kGroupBorders = 16,
     kGroupLooks = 32,
     kGroupSource = 64,
-    kAllGroups = 127,
+    kGroupKept = 128,
+    kAllGroups = 255,
 };
 
 // Fills the fields of an item that the list does not store (its random values).

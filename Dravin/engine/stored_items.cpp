@@ -30,6 +30,8 @@ public:
             PlaceWithEffects(m_input.storedItems[index], int32_t(index));
         else
             item.discarded = 1;
+        item.keptRotation = item.rotation;
+        item.keptRandomScale = item.randomScale;
         m_numDiscarded += item.discarded != 0;
         m_items.Append(item, m_appender);
     }

@@ -142,15 +142,22 @@ void generator::store(const place& target) {
 
 // The value on the stack goes into one component: the vector is loaded, changed and stored back.
 void generator::store_component(const place& target) {
+    // An address that has to be computed is computed once: its index may draw random numbers.
+    bool computed = target.index != ast::no_node;
     address(target);
-    vector_register(opcode::store_vector, address_register);
-    vector_register(opcode::load_vector, address_register);
+    if (computed) {
+        vector_register(opcode::store_vector, address_register);
+        vector_register(opcode::load_vector, address_register);
+    }
     emit(opcode::load);
     vector_register(opcode::store_vector, work_register);
     constexpr opcode setters[] = {opcode::set_x, opcode::set_y, opcode::set_z};
     vector_register(setters[target.component], work_register);
     vector_register(opcode::load_vector, work_register);
-    vector_register(opcode::load_vector, address_register);
+    if (computed)
+        vector_register(opcode::load_vector, address_register);
+    else
+        address(target);
     push(int32_t(type_code::vector));
     emit(opcode::store);
 }
