@@ -30,6 +30,7 @@ std::string MainFolder() {
 }
 
 std::string DistMapFolder() { return (fs::path(MainFolder()) / "distmaps").string(); }
+std::string EffectFolder() { return (fs::path(MainFolder()) / "effects").string(); }
 std::string GeometryFolder() { return (fs::path(MainFolder()) / "geometry").string(); }
 
 std::string NativePath(std::string path) {

@@ -9,6 +9,7 @@ std::string MainFolder();
 // Files of the libraries below the main folder.
 std::string DistMapFolder();   // distribution maps and their index.dat
 std::string GeometryFolder();  // geometry templates and their index.dat
+std::string EffectFolder();    // effects that ship with the product
 
 // A stored path with either kind of slash as this system's path.
 std::string NativePath(std::string path);

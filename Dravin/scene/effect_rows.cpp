@@ -1,10 +1,13 @@
 #include <set>
 
 #include <fmt/format.h>
-#include <pugixml.hpp>
 
+#include "Dravin/config/effect_library.h"
+#include "Dravin/effects/effect_definition.h"
+#include "Dravin/effects/tavuvm_expr/environment.h"
 #include "Dravin/scene/dravin_rows.h"
 #include "host/base/file_input.h"
+#include "host/base/text.h"
 #include "host/scene/controller.h"
 
 using Json = nlohmann::ordered_json;
@@ -54,47 +57,42 @@ const std::vector<std::string>& KindWords() {
 
 // A definition around plain program text.
 std::string WrapProgram(const std::string& program, const std::string& title) {
-    pugi::xml_document document;
-    pugi::xml_node effect = document.append_child("effects").append_child("effect");
-    effect.append_attribute("version") = 1;
-    effect.append_child("expression").text() = program.c_str();
-    effect.append_child("title").text() = title.c_str();
-    struct Writer : pugi::xml_writer {
-        std::string text;
-        void write(const void* data, size_t size) override {
-            text.append(static_cast<const char*>(data), size);
-        }
-    } writer;
-    document.save(writer, "", pugi::format_raw | pugi::format_no_declaration);
-    return writer.text;
+    TEffectDefinition definition;
+    definition.expression = program;
+    definition.title = title;
+    return WriteEffectDefinition(definition);
 }
 
 // The program of a definition that WrapProgram made; none for any other.
 std::optional<std::string> UnwrapProgram(const std::string& xml, const std::string& title) {
-    pugi::xml_document document;
-    if (!document.load_buffer(xml.data(), xml.size(), pugi::parse_default, pugi::encoding_utf8))
-        return std::nullopt;
-    std::string program =
-        document.child("effects").child("effect").child("expression").text().get();
-    if (WrapProgram(program, title) != xml) return std::nullopt;
-    return program;
+    auto definition = ReadEffectDefinition(xml, nullptr);
+    if (!definition || WrapProgram(definition->expression, title) != xml) return std::nullopt;
+    return definition->expression;
+}
+
+// Of "file", or of "library": an effect that the product ships, by the name of its file.
+std::string ReadProgramFile(DescriptionObject& keys, const DescriptionValue& value, bool shipped,
+                            const DescriptionContext& context) {
+    if (keys.Value().Document().Failed()) return {};
+    std::string error, path;
+    if (!shipped) path = context.FileOf(value);
+    if (shipped && !FindShippedEffect(value.AsText(), &path, &error)) value.Fail(error);
+    if (path.empty()) return {};
+    auto bytes = ReadWholeFile(path, kMaxProgramSize, &error);
+    if (!bytes) value.Fail(error, DescriptionErrorClass::kMissingInput);
+    return bytes.value_or("");
 }
 
 std::string ReadProgram(DescriptionObject& keys, const std::string& title,
                         const DescriptionContext& context) {
-    auto program = keys.Find("program"), file = keys.Find("file");
-    if (program && file) keys.Fail("\"program\" and \"file\" exclude each other");
-    std::string text = program ? program->AsText() : std::string();
-    if (file && !keys.Value().Document().Failed()) {
-        std::string path = context.FileOf(*file), error;
-        if (path.empty()) return {};
-        auto bytes = ReadWholeFile(path, kMaxProgramSize, &error);
-        if (!bytes) file->Fail(error, DescriptionErrorClass::kMissingInput);
-        text = bytes.value_or("");
-    }
-    size_t first = text.find_first_not_of(" \t\r\n\xEF\xBB\xBF");
-    bool isDefinition = first != std::string::npos && text[first] == '<';
-    return isDefinition ? text : WrapProgram(text, title);
+    auto program = keys.Find("program"), file = keys.Find("file"), library = keys.Find("library");
+    if (bool(program) + bool(file) + bool(library) > 1)
+        keys.Fail("\"program\", \"file\" and \"library\" exclude each other");
+    std::string text;
+    if (program) text = program->AsText();
+    if (file) text = ReadProgramFile(keys, *file, false, context);
+    if (library) text = ReadProgramFile(keys, *library, true, context);
+    return IsEffectDefinition(text) ? text : WrapProgram(text, title);
 }
 
 // Ids must be unique; rows that state none get one that nobody has.
@@ -178,6 +176,42 @@ void ReadParameter(const DescriptionValue& row, const std::string& effectId, Row
     keys.Finish();
 }
 
+// A parameter that the definition suggests and the row does not state.
+void PutSuggested(const TEffectParameterDefinition& p, const std::string& effectId,
+                  RowReader& reader, const IParamBlock2& block, std::set<std::string>& taken) {
+    auto word = std::find(KindWords().begin(), KindWords().end(), p.kind);
+    const Kind& kind = kKinds[word == KindWords().end() ? 1 : word - KindWords().begin()];
+    auto number = [&](const std::string& text, ParamID id) -> ParamValue {
+        const ParamValue& missing = block.GetDesc().Find(id)->defaultValue;
+        if (text.empty()) return missing;
+        if (kind.numType == 0) return int32_t(ParseLeadingInteger(text));
+        return float(ParseLeadingNumber(text));
+    };
+    for (size_t i = taken.size() + 1;; ++i)
+        if (std::string id = fmt::format("parameter{}", i); taken.insert(id).second) {
+            reader.Put(kEfpaid, id);
+            break;
+        }
+    reader.Put(kEfpaeffid, effectId);
+    reader.Put(kEfpatype, int32_t(kind.type));
+    reader.Put(kEfpanumtype, int32_t(kind.numType));
+    reader.Put(kEfpaname, p.name);
+    reader.Put(kEfpalimit, int32_t(p.limit));
+    reader.Put(kEfpadesc, p.description);
+    for (const Kind& other : std::span(kKinds, 3)) {
+        bool own = &other == &kind;
+        const std::string none, &value = own ? p.value : none;
+        reader.Put(other.value, number(value, other.value));
+        reader.Put(other.min, number(own ? p.min : none, other.min));
+        reader.Put(other.max, number(own ? p.max : none, other.max));
+        reader.Put(other.def, number(value, other.def));
+    }
+    for (ParamID id : {kEfpainode, kEfpacontref, kEfpatexmap}) reader.Put(id, TargetPtr());
+    reader.Put(kEfpacontanim, int32_t{0});
+    reader.Put(kEfpacontype, int32_t(kControllerReal));
+    reader.Put(kEfpacurve, std::string());
+}
+
 int KindOf(const IParamBlock2& block, int i) {
     int type = block.GetInt(kEfpatype, 0, i), numType = block.GetInt(kEfpanumtype, 0, i);
     for (int k = 0; k < int(std::size(kKinds)); ++k)
@@ -241,10 +275,19 @@ void ReadEffectRows(TDravin& object, const DescriptionValue& rows,
         std::string name = keys.Text("name", "Effect"), id = ReadId(keys, "effect", effectIds);
         reader.Put(kEfidlist, id);
         reader.Put(kEfnamelist, name);
-        reader.Put(kEfxmllist, ReadProgram(keys, name, context));
+        std::string xml = ReadProgram(keys, name, context);
+        reader.Put(kEfxmllist, xml);
         reader.Column(keys, "enabled", kEfenablelist, int32_t{1});
-        for (const DescriptionValue& parameter : keys.Array("parameters"))
+        std::set<std::string> stated;
+        for (const DescriptionValue& parameter : keys.Array("parameters")) {
             ReadParameter(parameter, id, reader, block, parameterIds, context);
+            DescriptionObject form(parameter);
+            stated.insert(tavuvm_expr::folded(form.Text("name", "")));
+        }
+        if (auto definition = ReadEffectDefinition(xml, nullptr))
+            for (const TEffectParameterDefinition& p : definition->parameters)
+                if (!stated.contains(tavuvm_expr::folded(p.name)))
+                    PutSuggested(p, id, reader, block, parameterIds);
         keys.Finish();
         if (value.Document().Failed()) return;
     }
