@@ -213,7 +213,6 @@ void AddFootprintRow(const TDravin& object, const ListRow& row, INode& node,
         BringUpToDate(*other, request, valid);
         source.place = node.GetObjectTM(scene.time) * scene.worldToObject;
         source.build = other->Build().BuildNumber();
-        source.placed = {{other->shared_from_this(), {}}};
     } else {
         meshes = PlacedMeshes(node, scene.time, valid);
         for (const TPlacedMesh& m : meshes) source.placed.emplace_back(m.mesh, m.toWorld);
