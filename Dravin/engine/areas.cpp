@@ -136,7 +136,7 @@ bool TAreaGroup::Inside(Point2 p) const {
     return inside;
 }
 
-TPolyArea::TBorder TAreaGroup::NearestBorder(Point2 p) const {
+TPolyArea::TBorder TAreaGroup::NearestBorder(Point2 p, float limit, TSegmentCursor* cursors) const {
     if (footprint) {
         Point2 q = InObject(p), border = footprint->NearestBorder(q);
         // Back by the same turn: the plane of the distribution is only rotated about z.
@@ -144,9 +144,10 @@ TPolyArea::TBorder TAreaGroup::NearestBorder(Point2 p) const {
         Point3 place = Point3{border.x, border.y, 0} * toFrame;
         return {footprint->BorderDistance(q), {place.x, place.y}};
     }
-    TPolyArea::TBorder nearest{kNoDistance, {}};
-    for (const TPolyArea& area : areas) {
-        TPolyArea::TBorder border = area.NearestBorder(p);
+    TPolyArea::TBorder nearest{limit, {}};
+    for (size_t i = 0; i < areas.size(); ++i) {
+        if (!areas[i].BorderMayBeWithin(p, nearest.distance)) continue;
+        TPolyArea::TBorder border = areas[i].NearestBorder(p, &cursors[i]);
         if (border.distance < nearest.distance) nearest = border;
     }
     return nearest;
@@ -171,6 +172,8 @@ TAreaTest::TAreaTest(const TAreas& areas, const TAreaGroup* group, const TAreaSe
     : m_group(group), m_settings(group ? &group->settings : &ground) {
     for (const TAreaGroup& exclude : areas.exclude)
         if (exclude.settings.order > m_settings->order) m_excludes.push_back(&exclude);
+    if (m_group) m_numAreas = m_group->areas.size();
+    for (const TAreaGroup* exclude : m_excludes) m_numAreas += exclude->areas.size();
 }
 
 bool TAreaTest::Excludes(Point2 p) const {
@@ -183,15 +186,19 @@ bool TAreaTest::HasFootprints() const {
     return has(m_group) || std::any_of(m_excludes.begin(), m_excludes.end(), has);
 }
 
-TAreaDistances TAreaTest::Distances(Point2 p) const {
+TAreaDistances TAreaTest::Distances(Point2 p, std::vector<TSegmentCursor>& cursors) const {
+    cursors.resize(m_numAreas);
+    TSegmentCursor* next = cursors.data();
     TAreaDistances d;
     if (m_group) {
-        TPolyArea::TBorder border = m_group->NearestBorder(p);
+        TPolyArea::TBorder border = m_group->NearestBorder(p, kNoDistance, next);
         d.include = border.distance;
         d.includeNearest = border.nearest;
+        next += m_group->areas.size();
     }
     for (const TAreaGroup* group : m_excludes) {
-        TPolyArea::TBorder border = group->NearestBorder(p);
+        TPolyArea::TBorder border = group->NearestBorder(p, d.exclude, next);
+        next += group->areas.size();
         if (!(border.distance < d.exclude)) continue;
         d.exclude = border.distance;
         d.excludeNearest = border.nearest;
@@ -217,6 +224,7 @@ void TAreaTest::Row::Start(float y) {
     m_exclude = {std::move(m_exclude.x), 0};
     m_exclude.x.clear();
     MergeExcludes(y);
+    m_nextChange = -kEverywhere;
 }
 
 // What any of the exclude groups covers, as the ends of disjoint intervals.
@@ -239,13 +247,20 @@ void TAreaTest::Row::MergeExcludes(float y) {
     }
 }
 
-bool TAreaTest::Row::Passes(float x) { return m_include.IsInside(x) && !m_exclude.IsInside(x); }
+float TAreaTest::Row::Crossings::Next() const {
+    return passed < x.size() ? x[passed] : kEverywhere;
+}
+
+void TAreaTest::Row::Advance(float x) {
+    bool included = m_include.IsInside(x), excluded = m_exclude.IsInside(x);
+    m_passes = included && !excluded;
+    m_nextChange = std::min(m_include.Next(), m_exclude.Next());
+}
 
 float TAreaTest::Row::NextInside() const {
     auto next = [](const Crossings& c, bool wantInside) {
         bool inside = (c.x.size() - c.passed) % 2 == 1;
-        if (inside == wantInside) return -kEverywhere;
-        return c.passed < c.x.size() ? c.x[c.passed] : kEverywhere;
+        return inside == wantInside ? -kEverywhere : c.Next();
     };
     return std::max(next(m_include, true), next(m_exclude, false));
 }

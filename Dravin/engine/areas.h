@@ -66,7 +66,9 @@ struct TAreaGroup {
 
     double Measure() const;
     bool Inside(Point2 p) const;
-    TPolyArea::TBorder NearestBorder(Point2 p) const;
+    // The nearest border of all areas; the limit and no place when none is nearer than it. cursors:
+    // one an area.
+    TPolyArea::TBorder NearestBorder(Point2 p, float limit, TSegmentCursor* cursors) const;
 
 private:
     Point2 InObject(Point2 p) const {
@@ -117,7 +119,9 @@ public:
     bool Includes(Point2 p) const { return !m_group || m_group->Inside(p); }
     bool Excludes(Point2 p) const;
     bool Passes(Point2 p) const { return Includes(p) && !Excludes(p); }
-    TAreaDistances Distances(Point2 p) const;
+    // cursors: of a caller whose points are neighbours; empty at first, for this test only. They
+    // save time and change nothing.
+    TAreaDistances Distances(Point2 p, std::vector<TSegmentCursor>& cursors) const;
     // Whether a row's test leaves footprints to be asked point by point.
     bool HasFootprints() const;
     // Whether every point passes.
@@ -129,7 +133,10 @@ public:
         explicit Row(const TAreaTest& test) : m_test(test) {}
         void Start(float y);
         // Whether (x, y) passes; x must not fall from call to call.
-        bool Passes(float x);
+        bool Passes(float x) {
+            if (x >= m_nextChange) Advance(x);
+            return m_passes;
+        }
         // No point left of this passes, as far as is known; the largest float when none is left.
         float NextInside() const;
 
@@ -138,11 +145,16 @@ public:
             std::vector<float> x;
             size_t passed = 0;
             bool IsInside(float at);
+            // The crossing at which the answer changes; the largest float when none is left.
+            float Next() const;
         };
+        void Advance(float x);
         void MergeExcludes(float y);
 
         const TAreaTest& m_test;
         Crossings m_include, m_exclude;
+        bool m_passes = false;  // up to the next change
+        float m_nextChange = 0;
         std::vector<std::pair<float, float>> m_intervals;
         std::vector<float> m_group;
     };
@@ -151,6 +163,7 @@ private:
     const TAreaGroup* m_group;
     const TAreaSettings* m_settings;
     std::vector<const TAreaGroup*> m_excludes;
+    size_t m_numAreas = 0;  // of the group and the excludes
 };
 
 // Whether a falloff drops an item; r is its draw.

@@ -1,90 +1,192 @@
 #include "Dravin/engine/collisions.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
+#include <memory>
+#include <numeric>
+
+#include "host/base/huge_buffer.h"
 
 namespace {
 
 constexpr int kMaxClasses = 24;  // radii below 2^-23 of the largest share the last one
 constexpr double kMostCellsASide = 1e9;
-constexpr double kSlack = 1 + 1e-5;  // covers the rounding of the single-precision test
+constexpr double kSlack = 1 + 1e-5;    // covers the rounding of the single-precision test
+constexpr double kSpheresPerCell = 3;  // before any is taken out
 constexpr uint32_t kNone = UINT32_MAX;
+constexpr size_t kAhead = 12;  // spheres for which memory is fetched before their turn
 
 bool IsUsable(const TCollisionSphere& s) { return IsFinite(s.center) && std::isfinite(s.radius); }
 
+struct RankedSphere {
+    uint64_t rank;  // the smaller goes first
+    uint32_t index;
+};
+
+// Larger radii first, of equal ones smaller seeds. The bits of a number order as it does once
+// those of negative ones are turned round; -0 counts as 0.
+uint64_t RankOf(const TCollisionSphere& s) {
+    uint32_t bits = std::bit_cast<uint32_t>(s.radius + 0.0f);
+    uint32_t rising = bits >> 31 ? ~bits : bits | 0x80000000u;
+    return uint64_t(~rising) << 32 | s.seed;
+}
+
+// Sorts by rank, keeping the order of equals: counting sorts by eleven bits at a time, from the
+// lowest up (Knuth, volume 3, section 5.2.5). Digits that all share are skipped.
+void SortByRank(std::vector<RankedSphere>& spheres) {
+    constexpr int kDigitBits = 11, kDigits = 6;
+    constexpr size_t kValues = size_t{1} << kDigitBits;
+    auto digit = [](uint64_t rank, int d) { return (rank >> (d * kDigitBits)) & (kValues - 1); };
+    std::vector<std::array<uint32_t, kValues>> counts(kDigits);
+    for (const RankedSphere& s : spheres)
+        for (int d = 0; d < kDigits; ++d) ++counts[size_t(d)][digit(s.rank, d)];
+    std::vector<RankedSphere> sorted(spheres.size());
+    for (int d = 0; d < kDigits; ++d) {
+        std::array<uint32_t, kValues>& place = counts[size_t(d)];
+        if (spheres.empty() || place[digit(spheres[0].rank, d)] == spheres.size()) continue;
+        std::exclusive_scan(place.begin(), place.end(), place.begin(), 0u);
+        for (const RankedSphere& s : spheres) sorted[place[digit(s.rank, d)]++] = s;
+        spheres.swap(sorted);
+    }
+}
+
 // Order in which spheres are taken.
 std::vector<uint32_t> LargestFirst(std::span<const TCollisionSphere> spheres) {
-    std::vector<uint32_t> order;
+    std::vector<RankedSphere> ranked;
+    ranked.reserve(spheres.size());
     for (size_t i = 0; i < spheres.size(); ++i)
-        if (IsUsable(spheres[i])) order.push_back(uint32_t(i));
-    std::sort(order.begin(), order.end(), [&](uint32_t a, uint32_t b) {
-        if (spheres[a].radius != spheres[b].radius) return spheres[a].radius > spheres[b].radius;
-        return spheres[a].seed != spheres[b].seed ? spheres[a].seed < spheres[b].seed : a < b;
-    });
+        if (IsUsable(spheres[i])) ranked.push_back({RankOf(spheres[i]), uint32_t(i)});
+    SortByRank(ranked);
+    std::vector<uint32_t> order(ranked.size());
+    for (size_t i = 0; i < ranked.size(); ++i) order[i] = ranked[i].index;
     return order;
 }
+
+// The plane of the grids: the two axes along which the spheres are spread most, so that those on a
+// wall do not share the few cells below it.
+struct GridPlane {
+    int u = 0, v = 1;
+    Box2 box;
+
+    explicit GridPlane(const Box3& around) {
+        Point3 width = around.Width();
+        int flattest = 2;
+        for (int axis = 0; axis < 2; ++axis)
+            if (width[axis] < width[flattest]) flattest = axis;
+        if (flattest < 2) u = flattest == 0 ? 1 : 0, v = 2;
+        box += Of(around.min);
+        box += Of(around.max);
+    }
+    Point2 Of(const Point3& p) const { return {p[u], p[v]}; }
+};
 
 // Spheres of one class that stayed, by the cell of their centre.
 class ClassGrid {
 public:
-    ClassGrid(const Box2& box, float largestRadius, size_t count)
-        : m_box(box), m_radius(largestRadius) {
+    ClassGrid(const GridPlane& plane, float largestRadius, size_t count)
+        : m_plane(plane), m_radius(largestRadius) {
+        const Box2& box = plane.box;
         double width = double(box.max.x) - box.min.x, height = double(box.max.y) - box.min.y;
-        m_cell = std::max(2.0 * double(largestRadius), std::max(width, height) / kMostCellsASide);
+        // As wide as the largest sphere, or so much wider that a cell holds a few spheres: then the
+        // buckets are few and near each other.
+        double room = double(std::max<size_t>(count, 1)) / kSpheresPerCell;
+        double diameter = 2.0 * double(largestRadius);
+        m_cell = std::clamp(std::sqrt(width * height / room), diameter, 8 * diameter);
+        m_cell = std::max(m_cell, std::max(width, height) / kMostCellsASide);
         if (!(m_cell > 0)) m_cell = 1;
         m_columns = int64_t(width / m_cell) + 1;
         m_rows = int64_t(height / m_cell) + 1;
-        size_t buckets = std::bit_ceil(count * 2 + 16);
+        m_cellsPerUnit = 1 / m_cell;
+        size_t buckets = std::bit_ceil(count / 2 + 16);
         m_dense = double(m_columns) * double(m_rows) <= double(buckets);
         if (m_dense) buckets = size_t(m_columns) * size_t(m_rows);
-        m_heads.assign(buckets, kNone);
+        if (count == 0) return;
+        m_memory = HugeBuffer(buckets * sizeof(Bucket));
+        m_buckets = {reinterpret_cast<Bucket*>(m_memory.Data()), buckets};
+        std::uninitialized_fill(m_buckets.begin(), m_buckets.end(), Bucket{});
     }
 
     bool IsEmpty() const { return m_empty; }
 
-    void Insert(uint32_t i, const Point3& center, std::vector<uint32_t>& next) {
-        uint32_t& head = m_heads[Bucket(Column(center.x), Row(center.y))];
-        next[i] = head;
-        head = i;
+    void Insert(const TCollisionSphere& sphere) {
+        Bucket& head = m_buckets[BucketOfPoint(m_plane.Of(sphere.center))];
         m_empty = false;
+        if (head.count == kInBucket) {
+            // What the bucket holds moves behind it.
+            m_overflow.push_back(head);
+            head.count = 0;
+            head.next = uint32_t(m_overflow.size() - 1);
+        }
+        head.center[head.count] = sphere.center;
+        head.radius[head.count++] = sphere.radius;
     }
 
-    // Whether test(j) holds for a sphere j near enough to touch one of that centre and radius.
-    // Other spheres of the same buckets are asked, too.
-    template <class Test>
-    bool Any(const Point3& center, float radius, const std::vector<uint32_t>& next,
-             Test test) const {
-        double reach = (double(radius) + double(m_radius)) * kSlack;
-        int64_t c0 = Column(center.x - reach), c1 = Column(center.x + reach);
-        int64_t r0 = Row(center.y - reach), r1 = Row(center.y + reach);
+    // Whether a sphere that stayed overlaps this one.
+    bool Overlaps(const TCollisionSphere& sphere) const {
+        auto [c0, c1, r0, r1] = CellsNear(sphere);
         for (int64_t r = r0; r <= r1; ++r)
-            for (int64_t c = c0; c <= c1; ++c)
-                for (uint32_t j = m_heads[Bucket(c, r)]; j != kNone; j = next[j])
-                    if (test(j)) return true;
+            for (int64_t c = c0; c <= c1; ++c) {
+                const Bucket* bucket = &m_buckets[BucketOf(c, r)];
+                while (true) {
+                    for (uint32_t k = 0; k < bucket->count; ++k)
+                        if (sphere.Overlaps(bucket->center[k], bucket->radius[k])) return true;
+                    if (bucket->next == kNone) break;
+                    bucket = &m_overflow[bucket->next];
+                }
+            }
         return false;
     }
 
-private:
-    static int64_t Cell(double offset, double cell, int64_t count) {
-        double place = std::clamp(offset / cell, 0.0, double(count - 1));
-        return int64_t(place);
+    // Fetches what Overlaps will read first.
+    void Fetch(const TCollisionSphere& sphere) const {
+        auto [c0, c1, r0, r1] = CellsNear(sphere);
+        for (int64_t r = r0; r <= r1; ++r)
+            for (int64_t c = c0; c <= c1; ++c) __builtin_prefetch(&m_buckets[BucketOf(c, r)]);
     }
-    int64_t Column(double x) const { return Cell(x - m_box.min.x, m_cell, m_columns); }
-    int64_t Row(double y) const { return Cell(y - m_box.min.y, m_cell, m_rows); }
-    size_t Bucket(int64_t column, int64_t row) const {
+
+private:
+    static constexpr uint32_t kInBucket = 3;
+
+    // Spheres of a cell, in one line of the cache; more of them stand in the overflow.
+    struct alignas(64) Bucket {
+        std::array<Point3, kInBucket> center;
+        std::array<float, kInBucket> radius;
+        uint32_t count = 0, next = kNone;
+    };
+    struct Cells {
+        int64_t c0, c1, r0, r1;
+    };
+
+    // Cells that can hold a sphere near enough to touch this one; other spheres of their buckets
+    // are asked, too.
+    Cells CellsNear(const TCollisionSphere& s) const {
+        double reach = (double(s.radius) + double(m_radius)) * kSlack;
+        Point2 p = m_plane.Of(s.center);
+        return {Column(p.x - reach), Column(p.x + reach), Row(p.y - reach), Row(p.y + reach)};
+    }
+    int64_t Column(double x) const { return Cell(x - m_plane.box.min.x, m_columns); }
+    int64_t Row(double y) const { return Cell(y - m_plane.box.min.y, m_rows); }
+    int64_t Cell(double offset, int64_t count) const {
+        return int64_t(std::clamp(offset * m_cellsPerUnit, 0.0, double(count - 1)));
+    }
+    size_t BucketOfPoint(Point2 p) const { return BucketOf(Column(p.x), Row(p.y)); }
+    size_t BucketOf(int64_t column, int64_t row) const {
         if (m_dense) return size_t(row * m_columns + column);
         uint64_t mixed =
             (uint64_t(row) * 0x9E3779B97F4A7C15u) ^ (uint64_t(column) * 0xC2B2AE3D27D4EB4Fu);
-        return size_t((mixed ^ (mixed >> 29)) * 0xBF58476D1CE4E5B9u >> 32) & (m_heads.size() - 1);
+        return size_t((mixed ^ (mixed >> 29)) * 0xBF58476D1CE4E5B9u >> 32) & (m_buckets.size() - 1);
     }
 
-    Box2 m_box;
+    GridPlane m_plane;
     float m_radius;
-    double m_cell = 1;
+    double m_cell = 1, m_cellsPerUnit = 1;
     int64_t m_columns = 1, m_rows = 1;
     bool m_dense = true, m_empty = true;
-    std::vector<uint32_t> m_heads;
+    HugeBuffer m_memory;
+    std::span<Bucket> m_buckets;  // in that memory
+    std::vector<Bucket> m_overflow;
 };
 
 int ClassOf(float radius, float largest) {
@@ -92,25 +194,41 @@ int ClassOf(float radius, float largest) {
     return std::clamp(int(std::floor(std::log2(largest / radius))), 0, kMaxClasses - 1);
 }
 
-std::vector<ClassGrid> MakeGrids(std::span<const TCollisionSphere> spheres,
-                                 std::span<const uint32_t> order) {
-    Box2 box;
-    float largest = spheres[order[0]].radius;
-    std::vector<size_t> counts(kMaxClasses, 0);
-    for (uint32_t i : order) {
-        box += Point2{spheres[i].center.x, spheres[i].center.y};
-        ++counts[size_t(ClassOf(spheres[i].radius, largest))];
+// The grids of all classes. Spheres come largest first, so that their classes only rise.
+class ClassGrids {
+public:
+    ClassGrids(std::span<const TCollisionSphere> spheres, std::span<const uint32_t> order)
+        : m_largest(spheres[order[0]].radius) {
+        Box3 box;
+        // The first radius of a class is its largest, whatever rounding the logarithm had.
+        std::array<float, kMaxClasses> radii{};
+        std::array<size_t, kMaxClasses> counts{};
+        for (uint32_t i : order) {
+            box += spheres[i].center;
+            auto own = size_t(ClassOf(spheres[i].radius, m_largest));
+            if (counts[own]++ == 0) radii[own] = spheres[i].radius;
+        }
+        for (size_t k = 0; k < kMaxClasses; ++k)
+            m_grids.emplace_back(GridPlane(box), radii[k], counts[k]);
     }
-    // The first radius of a class is its largest, whatever rounding the logarithm had.
-    std::vector<float> radii(kMaxClasses, 0);
-    for (uint32_t i : order) {
-        float& radius = radii[size_t(ClassOf(spheres[i].radius, largest))];
-        radius = std::max(radius, spheres[i].radius);
+
+    bool Overlaps(const TCollisionSphere& sphere) const {
+        return std::any_of(m_grids.begin(), m_grids.end(), [&](const ClassGrid& grid) {
+            return !grid.IsEmpty() && grid.Overlaps(sphere);
+        });
     }
-    std::vector<ClassGrid> grids;
-    for (size_t k = 0; k < kMaxClasses; ++k) grids.emplace_back(box, radii[k], counts[k]);
-    return grids;
-}
+    void Fetch(const TCollisionSphere& sphere) const {
+        for (const ClassGrid& grid : m_grids)
+            if (!grid.IsEmpty()) grid.Fetch(sphere);
+    }
+    void Insert(const TCollisionSphere& sphere) {
+        m_grids[size_t(ClassOf(sphere.radius, m_largest))].Insert(sphere);
+    }
+
+private:
+    float m_largest;
+    std::vector<ClassGrid> m_grids;
+};
 
 }  // namespace
 
@@ -119,19 +237,15 @@ std::vector<uint8_t> FindCollisions(std::span<const TCollisionSphere> spheres) {
     std::vector<uint32_t> order = LargestFirst(spheres);
     if (order.size() < 2 || !(spheres[order[0]].radius > 0)) return discarded;
 
-    std::vector<ClassGrid> grids = MakeGrids(spheres, order);
-    std::vector<uint32_t> next(spheres.size(), kNone);
-    float largest = spheres[order[0]].radius;
-    for (uint32_t i : order) {
-        const TCollisionSphere& sphere = spheres[i];
-        bool overlaps = std::any_of(grids.begin(), grids.end(), [&](const ClassGrid& grid) {
-            return !grid.IsEmpty() && grid.Any(sphere.center, sphere.radius, next, [&](uint32_t j) {
-                return sphere.Overlaps(spheres[j]);
-            });
-        });
-        discarded[i] = overlaps;
-        if (!overlaps)
-            grids[size_t(ClassOf(sphere.radius, largest))].Insert(i, sphere.center, next);
+    ClassGrids grids(spheres, order);
+    for (size_t k = 0; k < order.size(); ++k) {
+        if (k + 2 * kAhead < order.size()) __builtin_prefetch(&spheres[order[k + 2 * kAhead]]);
+        if (k + kAhead < order.size()) grids.Fetch(spheres[order[k + kAhead]]);
+        const TCollisionSphere& sphere = spheres[order[k]];
+        if (grids.Overlaps(sphere))
+            discarded[order[k]] = 1;
+        else
+            grids.Insert(sphere);
     }
     return discarded;
 }

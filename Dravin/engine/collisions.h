@@ -4,11 +4,12 @@
 // height. Items are taken largest first, of equals the smaller seed first, and one stays when it
 // overlaps none that stayed before it. Spheres that only touch do not overlap.
 //
-// Each class of radii (factor 2) has a uniform grid of its own, cells as wide as its largest
-// sphere: an item looks into three by three cells of every class not below its own, so that few
-// large items do not make the cells of many small ones coarse. Buckets are shared by hashing where
-// the grid would have more cells than items. Time is about n log n for the sort and linear for the
-// rest.
+// Each class of radii (factor 2) has a uniform grid of its own over the plane of the two largest
+// extents, cells at least as wide as its largest sphere: an item looks into three by three cells at
+// most of every class not below its own, so that few large items do not make the cells of many
+// small ones coarse. A cell keeps its first spheres in one line of the cache, which is fetched some
+// items ahead; buckets are shared by hashing where the grid would have more cells than items.
+// Sorting by digits and everything else take linear time, and about 70 bytes an item.
 #pragma once
 
 #include <cstdint>
@@ -23,11 +24,12 @@ struct TCollisionSphere {
     float radius = 0;
     uint32_t seed = 0;
 
-    bool Overlaps(const TCollisionSphere& b) const {
-        float dx = center.x - b.center.x, dy = center.y - b.center.y, dz = center.z - b.center.z;
-        float reach = radius + b.radius;
-        return dx * dx + dy * dy + dz * dz < reach * reach;
+    bool Overlaps(const Point3& otherCenter, float otherRadius) const {
+        Point3 d = center - otherCenter;
+        float reach = radius + otherRadius;
+        return d.x * d.x + d.y * d.y + d.z * d.z < reach * reach;
     }
+    bool Overlaps(const TCollisionSphere& b) const { return Overlaps(b.center, b.radius); }
 };
 
 // One flag a sphere: 1 for those that have to go. A sphere with a number that is not finite stays.

@@ -32,6 +32,22 @@ bool IsFinite(const CurvePoint& p) {
 
 }  // namespace
 
+BezierCurve::BezierCurve(std::span<const CurvePoint> given) {
+    std::copy_if(given.begin(), given.end(), std::back_inserter(m_points), IsFinite);
+    std::stable_sort(m_points.begin(), m_points.end(),
+                     [](const CurvePoint& a, const CurvePoint& b) { return a.px < b.px; });
+}
+
+float BezierCurve::Value(float x) const {
+    if (m_points.empty()) return 0;
+    // The segment that ends at the first point not left of x.
+    auto end = std::lower_bound(m_points.begin(), m_points.end(), x,
+                                [](const CurvePoint& p, float at) { return p.px < at; });
+    if (end == m_points.end()) return m_points.back().py;
+    if (end == m_points.begin()) return m_points.front().py;
+    return float(SegmentValue(*(end - 1), *end, x));
+}
+
 FalloffCurve::FalloffCurve(std::span<const CurvePoint> given) {
     std::vector<CurvePoint> points;
     std::copy_if(given.begin(), given.end(), std::back_inserter(points), IsFinite);

@@ -22,6 +22,19 @@ struct CurvePoint {
 };
 static_assert(sizeof(CurvePoint) == 28);
 
+// The shape itself: exact at every x, inside [0, 1] or not. Slower than FalloffCurve; const.
+class BezierCurve {
+public:
+    // Points in any order; those with a coordinate that is not a number are left out.
+    explicit BezierCurve(std::span<const CurvePoint> points);
+
+    // 0 without points.
+    float Value(float x) const;
+
+private:
+    std::vector<CurvePoint> m_points;  // sorted by place
+};
+
 class FalloffCurve {
 public:
     static constexpr int kTableSize = 1000;

@@ -144,7 +144,7 @@ bool TItemPipeline::PassesAreas(const TCandidate& candidate, bool known) {
     if (!known && !candidate.areas->Passes({point.x, point.y})) return false;
     if (!m_needsDistances) return true;
 
-    m_distances = candidate.areas->Distances({point.x, point.y});
+    m_distances = candidate.areas->Distances({point.x, point.y}, m_cursors);
     auto place = [&](Point2 p) { return ToObject(candidate, {p.x, p.y, point.z}); };
     static_cast<ItemBorders&>(m_item) = {m_distances.include, m_distances.exclude,
                                          place(m_distances.includeNearest),

@@ -100,6 +100,7 @@ private:
     TFinishFactors m_factors;
     bool m_needsDistances;
     TAreaDistances m_distances;  // of the working item
+    std::vector<TSegmentCursor> m_cursors;
     TDravinItemList& m_items;
     TDravinItemList::Appender m_appender = nullptr;
     size_t m_produced = 0;

@@ -38,3 +38,11 @@ struct DemoCommandOptions {
     int threads = 0;
 };
 ExitCode RunDemo(const DemoCommandOptions& options);
+
+struct EffectOptions {
+    std::string file;
+    bool checkOnly = false;
+    std::vector<std::string> set;  // NAME=VALUE
+    uint32_t seed = 123456;
+};
+ExitCode RunEffect(const EffectOptions& options);

@@ -41,6 +41,20 @@ void AddRender(CLI::App& app, RenderOptions& o, std::string& size) {
     c->add_option("--threads", o.threads, "number of threads")->check(CLI::Range(1, 1024));
 }
 
+void AddEffect(CLI::App& app, EffectOptions& o) {
+    CLI::App* effect = app.add_subcommand("effect", "check or run an effect program");
+    effect->require_subcommand(1);
+    CLI::App* check = effect->add_subcommand("check", "compile an effect; silent when all is well");
+    CLI::App* run = effect->add_subcommand("run", "run an effect on one default item");
+    for (CLI::App* c : {check, run}) {
+        c->add_option("file", o.file, "definition (XML) or plain program text")->required();
+        c->add_option("--set", o.set, "NAME=VALUE gives a parameter a value: 3, 2.5 or [1,2,3]")
+            ->allow_extra_args(false);
+    }
+    run->add_option("--seed", o.seed, "seed of the item's random numbers (default: 123456)");
+    check->callback([&o] { o.checkOnly = true; });
+}
+
 bool ParseSize(const std::string& text, RenderOptions& o) {
     if (text.empty()) return true;
     int width = 0, height = 0;
@@ -73,6 +87,8 @@ int Run(int argc, char** argv) {
     std::string filter;
     CLI::App* schema = app.add_subcommand("schema", "list the parameters of the scatter object");
     schema->add_option("name", filter, "a block or a parameter");
+    EffectOptions effect;
+    AddEffect(app, effect);
     DemoCommandOptions demo;
     CLI::App* demoCommand = app.add_subcommand("demo", "make, build and render a forest valley");
     demoCommand->add_option("--out", demo.folder, "output folder (default: demo)");
@@ -94,6 +110,7 @@ int Run(int argc, char** argv) {
     if (app.got_subcommand("build")) return RunBuild(build);
     if (app.got_subcommand("render")) return RunRender(render);
     if (app.got_subcommand(info)) return RunInfo(infoScene);
+    if (app.got_subcommand("effect")) return RunEffect(effect);
     if (app.got_subcommand(schema)) return RunSchema(filter, console.json);
     return RunDemo(demo);
 }

@@ -1,7 +1,9 @@
 #include "common/image/distance_map.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
+#include <vector>
 
 #include "host/base/thread_pool.h"
 
@@ -10,73 +12,124 @@ namespace image {
 namespace {
 
 constexpr size_t kLinesPerPiece = 32;
+constexpr size_t kColumnsPerPiece = 256;
+constexpr uint16_t kNone = kLongestMapSide;  // farther than any pixel of the column
 
-// Scratch of one thread's lines.
-struct Envelope {
-    std::vector<float> values, result;
-    std::vector<int> at;        // where the parabolas of the envelope stand
-    std::vector<float> border;  // between neighbours
+using ColumnDistances = TImage<uint16_t>;
 
-    explicit Envelope(int length)
-        : values(size_t(length)),
-          result(size_t(length)),
-          at(size_t(length)),
-          border(size_t(length) + 1) {}
+// Distances along the columns to the nearest target above or below, for columns [first, last).
+void MeasureColumns(const TImage<uint8_t>& footprint, bool inverse, int first, int last,
+                    ColumnDistances& map) {
+    int height = map.Height();
+    for (int y = 0; y < height; ++y) {
+        uint16_t* row = &map.At(0, y);
+        // Of the pixels of the row: the border is never covered.
+        bool within = y > 0 && y < height - 1;
+        int from = std::max(first, 1), to = within ? std::min(last, map.Width() - 1) : from;
+        std::fill(row + first, row + last, inverse ? uint16_t{0} : kNone);
+        for (int x = from; x < to; ++x)
+            row[x] = (footprint.At(x - 1, y - 1) > 128) != inverse ? uint16_t{0} : kNone;
+        if (y == 0) continue;
+        const uint16_t* above = &map.At(0, y - 1);
+        for (int x = first; x < last; ++x)
+            row[x] = std::min(row[x], std::min(kNone, uint16_t(above[x] + 1)));
+    }
+    for (int y = height - 2; y >= 0; --y) {
+        uint16_t* row = &map.At(0, y);
+        const uint16_t* below = &map.At(0, y + 1);
+        for (int x = first; x < last; ++x) row[x] = std::min(row[x], uint16_t(below[x] + 1));
+    }
+}
 
-    // Squared distances along a line of n values.
-    void Transform(int n) {
-        auto crossing = [&](int q, int p) {
-            double fq = double(values[size_t(q)]) + double(q) * q;
-            double fp = double(values[size_t(p)]) + double(p) * p;
-            return float((fq - fp) / (2.0 * (q - p)));
-        };
-        int k = 0;
-        at[0] = 0;
-        border[0] = -kFar;
-        border[1] = kFar;
-        for (int q = 1; q < n; ++q) {
-            float s = crossing(q, at[size_t(k)]);
-            while (k > 0 && s <= border[size_t(k)]) s = crossing(q, at[size_t(--k)]);
-            at[size_t(++k)] = q;
-            border[size_t(k)] = s;
-            border[size_t(k) + 1] = kFar;
+// The lower envelope of parabolas along one row after the other: pixel u of a row, whose column has
+// a target h^2 away, makes the parabola (x - u)^2 + h^2. Whole numbers throughout, hence exact.
+class RowEnvelope {
+public:
+    explicit RowEnvelope(int width)
+        : m_width(width), m_parabolas(size_t(width)), m_squares(size_t(width) + kChunk) {}
+
+    void Measure(const uint16_t* columns, float* distances) {
+        m_count = m_first = 0;
+        for (int u = 0; u < m_width; ++u) {
+            if (columns[u] == kNone) continue;
+            Add(u, int(columns[u]) * columns[u]);
+            if (columns[u] == 0) Settle(u);
         }
-        k = 0;
-        for (int q = 0; q < n; ++q) {
-            while (border[size_t(k) + 1] < float(q)) ++k;
-            float d = float(q - at[size_t(k)]);
-            result[size_t(q)] = d * d + values[size_t(at[size_t(k)])];
+        if (m_count == 0 && m_first == 0) {
+            std::fill(distances, distances + m_width, std::sqrt(kFar));
+            return;
+        }
+        Write(m_width);
+        for (int x = 0; x < m_width; ++x) distances[x] = std::sqrt(float(m_squares[size_t(x)]));
+    }
+
+private:
+    static constexpr int kChunk = 4;  // pixels written together
+
+    struct Parabola {
+        int at, height;  // apex
+        int from;        // first pixel at which it is the lowest
+        int Value(int x) const { return (x - at) * (x - at) + height; }
+    };
+
+    void Add(int u, int height) {
+        Parabola added{u, height, m_first};
+        while (m_count > 0) {
+            const Parabola& last = m_parabolas[size_t(m_count - 1)];
+            if (last.Value(last.from) <= added.Value(last.from)) break;
+            --m_count;
+        }
+        if (m_count > 0) {
+            const Parabola& last = m_parabolas[size_t(m_count - 1)];
+            int sum = u * u - last.at * last.at + height - last.height;
+            added.from = sum / (2 * (u - last.at)) + 1;
+            if (added.from >= m_width) return;
+        }
+        m_parabolas[size_t(m_count++)] = added;
+    }
+
+    // A target in the row itself: nothing on its one side matters on the other.
+    void Settle(int u) {
+        Write(u);
+        m_squares[size_t(u)] = 0;
+        m_first = u + 1;
+        m_parabolas[0] = {u, 0, m_first};
+        m_count = 1;
+    }
+
+    // Squared distances of the pixels from m_first up to `end`. Most parabolas rule over few
+    // pixels, so that all write a chunk, and the next one over what was too much.
+    void Write(int end) {
+        for (int k = 0; k < m_count; ++k) {
+            const Parabola& p = m_parabolas[size_t(k)];
+            int last = k + 1 < m_count ? std::min(m_parabolas[size_t(k + 1)].from, end) : end;
+            for (int x = p.from; x < last; x += kChunk)
+                for (int i = 0; i < kChunk; ++i) m_squares[size_t(x + i)] = p.Value(x + i);
         }
     }
-};
 
-// Transforms `count` lines of `length` values; at(line, i) is value i of a line.
-template <class At>
-void TransformLines(int count, int length, int threads, At at) {
-    ParallelRanges(size_t(count), kLinesPerPiece, threads, [&](size_t first, size_t last) {
-        Envelope envelope(length);
-        for (int line = int(first); line < int(last); ++line) {
-            for (int i = 0; i < length; ++i) envelope.values[size_t(i)] = at(line, i);
-            envelope.Transform(length);
-            for (int i = 0; i < length; ++i) at(line, i) = envelope.result[size_t(i)];
-        }
-    });
-}
+    int m_width;
+    std::vector<Parabola> m_parabolas;
+    int m_count = 0;
+    int m_first = 0;  // of the pixels that the parabolas share
+    std::vector<int> m_squares;
+};
 
 }  // namespace
 
 TImage<float> DistanceMap(const TImage<uint8_t>& footprint, bool inverse, int threads) {
-    TImage<float> map(footprint.Width() + 2, footprint.Height() + 2);
-    for (int y = 0; y < map.Height(); ++y)
-        for (int x = 0; x < map.Width(); ++x) {
-            bool covered = footprint.IsInside(x - 1, y - 1) && footprint.At(x - 1, y - 1) > 128;
-            map.At(x, y) = covered != inverse ? 0 : kFar;
-        }
-    int w = map.Width(), h = map.Height();
-    TransformLines(w, h, threads, [&](int x, int y) -> float& { return map.At(x, y); });
-    TransformLines(h, w, threads, [&](int y, int x) -> float& { return map.At(x, y); });
-    for (int y = 0; y < h; ++y)
-        for (int x = 0; x < w; ++x) map.At(x, y) = std::sqrt(map.At(x, y));
+    int width = footprint.Width() + 2, height = footprint.Height() + 2;
+    assert(std::max(width, height) < kLongestMapSide);
+    ColumnDistances columns(width, height);
+    ParallelRanges(size_t(width), kColumnsPerPiece, threads, [&](size_t first, size_t last) {
+        MeasureColumns(footprint, inverse, int(first), int(last), columns);
+    });
+    TImage<float> map(width, height);
+    ParallelRanges(size_t(height), kLinesPerPiece, threads, [&](size_t first, size_t last) {
+        RowEnvelope envelope(width);
+        for (int y = int(first); y < int(last); ++y)
+            envelope.Measure(&columns.At(0, y), &map.At(0, y));
+    });
     return map;
 }
 

@@ -119,6 +119,11 @@ std::string_view TrimRight(std::string_view text, std::string_view blanks) {
     return text.substr(0, last == std::string_view::npos ? 0 : last + 1);
 }
 
+std::string_view Trim(std::string_view text, std::string_view blanks) {
+    size_t first = text.find_first_not_of(blanks);
+    return first == text.npos ? std::string_view() : TrimRight(text.substr(first), blanks);
+}
+
 std::string NearestName(std::string_view name, const std::vector<std::string>& candidates) {
     constexpr size_t kLongestCompared = 64;  // the table is quadratic; longer names are no typos
     std::string nearest;

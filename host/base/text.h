@@ -32,6 +32,8 @@ std::string FormatCount(int n);
 
 std::vector<std::string> Split(std::string_view text, char separator);
 std::string_view TrimRight(std::string_view text, std::string_view blanks = " \t\r\n");
+// Without the blanks at both ends.
+std::string_view Trim(std::string_view text, std::string_view blanks = " \t\r\n");
 
 // The candidate nearest to `name` by edit distance (Damerau-Levenshtein, Damerau 1964), if it is
 // near enough to be what the user meant: at most a third of the name's length away. Empty when none

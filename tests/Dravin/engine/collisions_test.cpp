@@ -144,6 +144,15 @@ INSTANTIATE_TEST_SUITE_P(Radii, Scattering,
                                          std::tuple{1.0f, 1e-7f, 0.2f},
                                          std::tuple{1e6f, 5000.0f, 90000.0f}));
 
+TEST(Collisions, ItemsOnWallsAgreeWithBruteForce) {
+    // The plane of the ground turned upright, in both directions.
+    for (int wall = 0; wall < 2; ++wall) {
+        Spheres spheres = Scattered(3000, 100, 0.3f, 3, 21);
+        for (TCollisionSphere& s : spheres) std::swap(s.center[wall], s.center.z);
+        EXPECT_EQ(FindCollisions(spheres), ByBruteForce(spheres));
+    }
+}
+
 TEST(Collisions, AFarOutlierChangesNothing) {
     Spheres spheres = Scattered(3000, 100, 0.1f, 2, 11);
     spheres.push_back({{3e9f, -2e9f, 0}, 1, 0});

@@ -155,3 +155,52 @@ TEST(PolyArea, FarFromTheOriginItStillAnswers) {
     EXPECT_FLOAT_EQ(area.NearestBorder({1e6f + 5, 1e6f + 2}).distance, 2);
     EXPECT_FALSE(area.Inside({0, 0}));
 }
+
+TEST(PolyArea, EveryPointOfACellAgreesWithItsEdges) {
+    // Rows and columns of points through an outline with long, short, flat and steep edges.
+    TNuRandom random(10);
+    for (float offset : {0.0f, 3000.0f, 2e6f}) {
+        std::vector<Point2> corners = Star(400, random);
+        corners.insert(corners.end(), {{120, 0}, {120, 0}, {-130, 0.001f}, {0, -140}});
+        for (Point2& p : corners) p = p + Point2{offset, -offset};
+        TPolyArea area = TPolyArea::Polygon(corners);
+        for (int i = 0; i < 4000; ++i) {
+            Point2 p = AnyPoint(random) + Point2{offset, -offset};
+            if (i % 3 == 0) p.y = corners[size_t(i) % corners.size()].y;
+            if (i % 5 == 0) p.x = corners[size_t(i) % corners.size()].x;
+            ASSERT_EQ(area.Inside(p), InsideOneByOne(corners, p)) << p.x << " " << p.y;
+        }
+    }
+}
+
+TEST(PolyArea, EdgesThatAllCrossEveryRowStillAnswer) {
+    // A zigzag whose edges all run from bottom to top.
+    std::vector<Point2> zigzag;
+    for (int i = 0; i < 2000; ++i) zigzag.push_back({float(i) * 0.1f, i % 2 ? 100.0f : -100.0f});
+    TPolyArea area = TPolyArea::Polygon(zigzag);
+    TNuRandom random(11);
+    for (int i = 0; i < 1000; ++i) {
+        Point2 p = AnyPoint(random) * 1.5f + Point2{100, 0};
+        ASSERT_EQ(area.Inside(p), InsideOneByOne(zigzag, p)) << p.x << " " << p.y;
+    }
+}
+
+TEST(PolyArea, ABorderOutOfReachIsNeverTheNearest) {
+    TNuRandom random(12);
+    std::vector<Point2> corners = Star(50, random);
+    TPolyArea area = TPolyArea::Polygon(corners);
+    int beyond = 0;
+    for (int i = 0; i < 1000; ++i) {
+        Point2 p = AnyPoint(random) * 4;
+        float reach = random.Random() * 300;
+        bool within = area.BorderMayBeWithin(p, reach);
+        EXPECT_TRUE(within || area.NearestBorder(p).distance > reach) << p.x << " " << p.y;
+        beyond += !within;
+    }
+    EXPECT_GT(beyond, 100);
+}
+
+TEST(PolyArea, ABandOfEndlessWidthIsEmpty) {
+    std::vector<Point2> line = {{0, 0}, {10, 0}};
+    EXPECT_TRUE(TPolyArea::Band(line, false, std::numeric_limits<float>::infinity()).IsEmpty());
+}

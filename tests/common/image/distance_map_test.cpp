@@ -54,6 +54,33 @@ TEST(DistanceMap, IsTheDistanceToTheNearestCoveredPixel) {
         }
 }
 
+TEST(DistanceMap, DistancesAreExact) {
+    // Few targets, so that parabolas reach far: the roots of whole numbers, to the bit.
+    for (uint32_t seed : {1u, 7u, 19u}) {
+        TImage<uint8_t> picture = Speckled(90, 70, 0.001f * float(seed), seed);
+        picture.At(int(seed) * 4, int(seed) * 3) = 255;
+        TImage<float> map = DistanceMap(picture, false, 1);
+        for (int y = 0; y < map.Height(); ++y)
+            for (int x = 0; x < map.Width(); ++x) {
+                double exact = OneByOne(picture, false, x, y);
+                ASSERT_EQ(map.At(x, y), std::sqrt(float(std::lround(exact * exact))));
+            }
+    }
+}
+
+TEST(DistanceMap, ARowOrAColumnOfTargetsIsEnough) {
+    TImage<uint8_t> picture(300, 200);
+    for (int x = 0; x < 300; ++x) picture.At(x, 50) = 255;
+    TImage<float> map = DistanceMap(picture, false, 1);
+    EXPECT_EQ(map.At(0, 0), std::sqrt(float(51 * 51 + 1)));
+    EXPECT_EQ(map.At(150, 201), 150);
+    EXPECT_EQ(map.At(150, 51), 0);
+    TImage<float> inverse = DistanceMap(picture, true, 1);
+    EXPECT_EQ(inverse.At(150, 51), 1);
+    EXPECT_EQ(inverse.At(150, 52), 0);
+    EXPECT_EQ(inverse.At(0, 0), 0);
+}
+
 TEST(DistanceMap, ThreadsGiveTheSameBits) {
     TImage<uint8_t> picture = Speckled(200, 150, 0.002f, 5);
     TImage<float> one = DistanceMap(picture, false, 1), many = DistanceMap(picture, false, 8);

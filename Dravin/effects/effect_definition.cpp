@@ -1,0 +1,119 @@
+#include "Dravin/effects/effect_definition.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+#include <pugixml.hpp>
+
+#include "host/base/text.h"
+
+namespace {
+
+constexpr int kMaxDepth = 256;
+
+struct DepthLimit : pugi::xml_tree_walker {
+    bool for_each(pugi::xml_node&) override { return depth() <= kMaxDepth; }
+};
+
+// Text parts and CDATA sections of a node, joined.
+std::string TextOf(pugi::xml_node node) {
+    std::string text;
+    for (pugi::xml_node part : node)
+        if (part.type() == pugi::node_pcdata || part.type() == pugi::node_cdata)
+            text += part.value();
+    return text;
+}
+
+TEffectParameterDefinition ReadParameter(pugi::xml_node node) {
+    TEffectParameterDefinition p;
+    p.name = node.attribute("name").value();
+    p.kind = node.attribute("kind").as_string("real");
+    p.value = node.attribute("value").value();
+    p.min = node.attribute("min").value();
+    p.max = node.attribute("max").value();
+    p.limit = node.attribute("limit").as_bool();
+    p.description = TextOf(node);
+    return p;
+}
+
+void WriteParameter(pugi::xml_node effect, const TEffectParameterDefinition& p) {
+    pugi::xml_node node = effect.append_child("parameter");
+    auto write = [&](const char* name, const std::string& text) {
+        if (!text.empty()) node.append_attribute(name) = text.c_str();
+    };
+    write("name", p.name);
+    write("kind", p.kind);
+    write("value", p.value);
+    write("min", p.min);
+    write("max", p.max);
+    if (p.limit) node.append_attribute("limit") = 1;
+    if (!p.description.empty()) node.text() = p.description.c_str();
+}
+
+bool Fail(std::string* error, std::string text) {
+    if (error) *error = std::move(text);
+    return false;
+}
+
+bool LoadDocument(std::string_view xml, pugi::xml_document& document, std::string* error) {
+    pugi::xml_parse_result result = document.load_buffer(
+        xml.data(), xml.size(), pugi::parse_full | pugi::parse_ws_pcdata, pugi::encoding_utf8);
+    if (!result)
+        return Fail(error,
+                    fmt::format("line {}: not well-formed XML: {}",
+                                1 + std::count(xml.begin(), xml.begin() + result.offset, '\n'),
+                                result.description()));
+    for (pugi::xml_node node : document)
+        if (node.type() == pugi::node_doctype)
+            return Fail(error, "a document type declaration is not allowed");
+    DepthLimit limit;
+    if (!document.traverse(limit))
+        return Fail(error, fmt::format("elements are nested more than {} deep", kMaxDepth));
+    return true;
+}
+
+}  // namespace
+
+std::optional<TEffectDefinition> ReadEffectDefinition(std::string_view xml, std::string* error) {
+    pugi::xml_document document;
+    if (!LoadDocument(xml, document, error)) return std::nullopt;
+    pugi::xml_node root = document.document_element();
+    if (std::string_view(root.name()) != "effects") {
+        Fail(error,
+             fmt::format("expected the root element \"effects\", found \"{}\"", root.name()));
+        return std::nullopt;
+    }
+    pugi::xml_node effect = root.child("effect");
+    TEffectDefinition definition;
+    definition.version = effect.attribute("version").as_int(1);
+    definition.title = TextOf(effect.child("title"));
+    definition.description = Trim(TextOf(effect.child("description")));
+    definition.expression = TextOf(effect.child("expression"));
+    for (pugi::xml_node node : effect.children("parameter"))
+        definition.parameters.push_back(ReadParameter(node));
+    return definition;
+}
+
+std::string WriteEffectDefinition(const TEffectDefinition& definition) {
+    pugi::xml_document document;
+    pugi::xml_node effect = document.append_child("effects").append_child("effect");
+    effect.append_attribute("version") = definition.version;
+    effect.append_child("expression").text() = definition.expression.c_str();
+    effect.append_child("title").text() = definition.title.c_str();
+    if (!definition.description.empty())
+        effect.append_child("description").text() = definition.description.c_str();
+    for (const TEffectParameterDefinition& p : definition.parameters) WriteParameter(effect, p);
+    struct Writer : pugi::xml_writer {
+        std::string text;
+        void write(const void* data, size_t size) override {
+            text.append(static_cast<const char*>(data), size);
+        }
+    } writer;
+    document.save(writer, "", pugi::format_raw | pugi::format_no_declaration);
+    return writer.text;
+}
+
+bool IsEffectDefinition(std::string_view text) {
+    size_t first = text.find_first_not_of(" \t\r\n\xEF\xBB\xBF");
+    return first != text.npos && text[first] == '<';
+}

@@ -1,0 +1,42 @@
+// The text form of an effect: an XML document with the program and its title.
+//
+//     <effects>
+//       <effect version="1">
+//         <title>Lean with the slope</title>
+//         <expression>dpItem.rotation.x = dpItem.surfSlope;</expression>
+//         <parameter name="amount" kind="real" value="1" min="0" max="10" limit="1">How
+//         much</parameter>
+//       </effect>
+//     </effects>
+//
+// Parameters are what a library effect suggests to the object that takes it; an object keeps its
+// own. A missing title leaves the title as it was, a missing expression leaves the program empty.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+struct TEffectParameterDefinition {
+    std::string name, description;
+    std::string kind = "real";    // integer, real, unit, node, controller, texmap, curve
+    std::string value, min, max;  // numbers as text; empty: not stated
+    bool limit = false;
+};
+
+struct TEffectDefinition {
+    int version = 1;
+    std::string title, description, expression;
+    std::vector<TEffectParameterDefinition> parameters;
+};
+
+// Reads a definition; text parts and CDATA sections of the expression are joined. None with a
+// reason when the document is not well-formed, nested too deeply, has a DOCTYPE, or another root.
+std::optional<TEffectDefinition> ReadEffectDefinition(std::string_view xml, std::string* error);
+
+// Writes the document form.
+std::string WriteEffectDefinition(const TEffectDefinition& definition);
+
+// Whether a file's text is a definition; plain program text otherwise.
+bool IsEffectDefinition(std::string_view text);

@@ -1,0 +1,43 @@
+// The attributes of "dpItem": what effect programs read and write of an item.
+//
+// Positions and directions are in the space of the scatter object, angles in radians except the
+// ranges of the random rotation, which are in degrees like the parameters. The ranges of the random
+// translation are lengths, those of the random scale percent.
+#pragma once
+
+#include <span>
+#include <vector>
+
+#include "Dravin/effects/tavuvm_expr/environment.h"
+#include "Dravin/engine/build_input.h"
+#include "Dravin/engine/effect_runner.h"
+
+// What attributes are read from: an item, and the settings around it.
+struct TAttributeSource {
+    const TDravinItem& item;
+    const TSpecimen& specimen;
+    const TSpecimenSize& size;
+    const TBuildInput& input;
+};
+
+// Where a value that a program wrote goes.
+struct TAttributeTarget {
+    TDravinItem& item;
+    TEffectOutcome& outcome;
+    const TSpecimenSize& size;
+    const TBuildInput& input;
+};
+
+struct TItemAttribute {
+    const char* name;
+    tavuvm_expr::type_code type;
+    tavuvm_expr::value (*read)(const TAttributeSource& source);
+    // Null: read-only. The value is of the attribute's type.
+    void (*write)(const TAttributeTarget& target, const tavuvm_expr::value& v);
+};
+
+// In the order of the attributes' slots.
+std::span<const TItemAttribute> ItemAttributes();
+
+// The same for the language.
+std::vector<tavuvm_expr::attribute> ItemStructure();

@@ -1,0 +1,151 @@
+// Checking and running one effect outside any scene.
+#include <charconv>
+
+#include <fmt/format.h>
+
+#include "Dravin/effects/effect_definition.h"
+#include "Dravin/effects/effect_language.h"
+#include "Dravin/effects/item_attributes.h"
+#include "Dravin/effects/tavuvm_expr/language.h"
+#include "Dravin/effects/tavuvm_expr/vmachine.h"
+#include "apps/dravin/commands.h"
+#include "host/base/file_input.h"
+#include "host/base/text.h"
+
+namespace {
+
+using namespace tavuvm_expr;
+
+constexpr uint64_t kMaxProgramSize = 16 << 20;
+
+ExitCode ReadProgram(const std::string& file, TEffectDefinition* definition) {
+    std::string error;
+    std::optional<std::string> text = ReadWholeFile(file, kMaxProgramSize, &error);
+    if (!text) {
+        PrintError(error);
+        return kExitMissingInput;
+    }
+    if (!IsEffectDefinition(*text)) {
+        definition->expression = std::move(*text);
+        return kExitDone;
+    }
+    auto read = ReadEffectDefinition(*text, &error);
+    if (!read) {
+        PrintError(fmt::format("{}: {}", file, error));
+        return kExitMalformed;
+    }
+    *definition = std::move(*read);
+    return kExitDone;
+}
+
+// "3", "2.5" or "[1,2,3]".
+std::optional<value> ParseValue(std::string_view text) {
+    text = Trim(text);
+    auto number = [](std::string_view part, auto* out) {
+        part = Trim(part);
+        auto [end, error] = std::from_chars(part.data(), part.data() + part.size(), *out);
+        return error == std::errc() && end == part.data() + part.size();
+    };
+    int32_t integer;
+    if (number(text, &integer)) return value(integer);
+    float real;
+    if (number(text, &real)) return value(real);
+    if (text.size() < 2 || text.front() != '[' || text.back() != ']') return std::nullopt;
+    float c[3];
+    std::string_view rest = text.substr(1, text.size() - 2);
+    for (int i = 0; i < 3; ++i) {
+        size_t comma = i < 2 ? rest.find(',') : rest.size();
+        if (comma == rest.npos || !number(rest.substr(0, comma), &c[i])) return std::nullopt;
+        rest.remove_prefix(std::min(rest.size(), comma + 1));
+    }
+    return value(vector3{c[0], c[1], c[2]});
+}
+
+// Declares one variable; a text that says what is wrong, empty when all is well.
+std::string Declare(TEffectNames& effect, std::string_view name, const value& v) {
+    if (effect.names.is_taken(name)) return fmt::format("the name \"{}\" is taken", name);
+    effect.names.declare_variable(name, type_code(int(v.kind()) + 1), v);
+    return {};
+}
+
+// What the definition's own parameters are by default; values given by hand come first.
+std::string DeclareParameter(TEffectNames& effect, const TEffectParameterDefinition& p) {
+    if (effect.names.is_taken(p.name)) return {};
+    if (p.kind == "texmap" || p.kind == "curve") {
+        type_code type = p.kind == "curve" ? type_code::curve : type_code::texmap;
+        effect.names.declare_variable(p.name, type, value(-1));
+        return {};
+    }
+    if (p.kind == "node") {
+        effect.names.declare_structure(p.name, {{"position", type_code::vector, false}});
+        return {};
+    }
+    value v = ParseValue(p.value).value_or(p.kind == "integer" ? value(0) : value(0.0f));
+    if (p.kind == "integer") v = v.to_integer();
+    if (p.kind == "real" || p.kind == "unit") v = v.to_real();
+    return Declare(effect, p.name, v);
+}
+
+ExitCode DeclareAll(const EffectOptions& options, const TEffectDefinition& definition,
+                    TEffectNames& effect) {
+    for (const std::string& text : options.set) {
+        size_t equals = text.find('=');
+        auto v = equals == text.npos ? std::nullopt : ParseValue(text.substr(equals + 1));
+        std::string name(Trim(std::string_view(text).substr(0, std::min(equals, text.size()))));
+        std::string error = v && !name.empty()
+                                ? Declare(effect, name, *v)
+                                : "expected NAME=VALUE, a value like 3, 2.5 or [1,2,3]";
+        if (error.empty()) continue;
+        PrintError(fmt::format("--set {}: {}", text, error));
+        return kExitUsage;
+    }
+    for (const TEffectParameterDefinition& p : definition.parameters) DeclareParameter(effect, p);
+    return kExitDone;
+}
+
+void Print(std::string_view lines) {
+    if (!lines.empty() && lines.back() == '\n') lines.remove_suffix(1);
+    if (!lines.empty()) PrintResult(std::string(lines));
+}
+
+}  // namespace
+
+ExitCode RunEffect(const EffectOptions& options) {
+    TEffectDefinition definition;
+    if (ExitCode code = ReadProgram(options.file, &definition); code != kExitDone) return code;
+    TEffectNames effect;
+    if (ExitCode code = DeclareAll(options, definition, effect); code != kExitDone) return code;
+    compilation compiled = compile(definition.expression, effect.names);
+    if (!compiled.code) {
+        Print(compiled.error);
+        return kExitFailed;
+    }
+    if (options.checkOnly) return kExitDone;
+
+    // One fresh item, before everything.
+    TDravinItem item;
+    TBuildInput input;
+    TSpecimen specimen;
+    vmachine machine(compiled.code);
+    TSpecimenSize size;
+    auto attributes = ItemAttributes();
+    for (size_t i = 0; i < attributes.size(); ++i)
+        machine.set_slot(effect.itemSlot + i, attributes[i].read({item, specimen, size, input}));
+    std::string output;
+    machine.set_output(&output);
+    TNuRandom random(options.seed);
+    TEffectHost host;
+    bool finished = machine.run(&random, &host);
+    Print(output);
+    if (!finished) {
+        PrintResult(fmt::format("run-time error {} at cell {}", int(machine.error()),
+                                machine.error_cell()));
+        if (!machine.error_text().empty()) PrintError(machine.error_text());
+        return kExitFailed;
+    }
+    for (size_t i = 0; i < attributes.size(); ++i)
+        if (machine.is_modified(effect.itemSlot + i))
+            PrintResult(fmt::format("dpItem.{} = {}", attributes[i].name,
+                                    machine.slot(effect.itemSlot + i).text()));
+    return kExitDone;
+}

@@ -1,0 +1,61 @@
+#include <gtest/gtest.h>
+
+#include "tests/Dravin/effects/tavuvm_expr/compare_machines.h"
+#include "tests/Dravin/effects/tavuvm_expr/random_program.h"
+
+namespace tavuvm_expr {
+
+TEST(BatchMachine, GivesTheBitsOfThePlainMachineOnRandomPrograms) {
+    int inLanes = 0;
+    for (uint32_t seed = 0; seed < 3000; ++seed) {
+        std::string source = random_program(seed).make(1 + int(seed % 12));
+        bool hasLanes = false;
+        std::string difference = CompareMachines(source, 1 + seed % 40, &hasLanes);
+        ASSERT_EQ(difference, "") << "seed " << seed << "\n" << source;
+        inLanes += hasLanes;
+    }
+    EXPECT_EQ(inLanes, 3000);
+}
+
+TEST(BatchMachine, WholeBatchesAgreeToo) {
+    for (uint32_t seed = 100000; seed < 100100; ++seed) {
+        std::string source = random_program(seed).make(6);
+        ASSERT_EQ(CompareMachines(source, batch_machine::width), "") << source;
+    }
+}
+
+TEST(BatchMachine, ComputedIndicesStayOnThePlainMachine) {
+    bool hasLanes = true;
+    EXPECT_EQ(CompareMachines("int a[3]; it.weight = a[it.count % 3];", 8, &hasLanes), "");
+    EXPECT_FALSE(hasLanes);
+}
+
+TEST(BatchMachine, LeavesOutWhatNobodyReads) {
+    TestHost host;
+    compilation c =
+        compile("real r = sin(it.weight); vector v = it.place * r; it.count = 1;", host.names);
+    std::vector<uint8_t> varying(host.names.num_slots(), 1);
+    auto lanes = batch_program::make(*c.code, varying);
+    ASSERT_NE(lanes, nullptr);
+    EXPECT_TRUE(lanes->code.empty());
+    EXPECT_TRUE(lanes->inputs.empty());
+    EXPECT_EQ(lanes->outputs.size(), 1u);
+}
+
+TEST(BatchMachine, ComputesOnceWhatIsTheSameForAllItems) {
+    TestHost host;
+    compilation c = compile("it.weight = it.weight * (sin(amount) + number);", host.names);
+    std::vector<uint8_t> varying(host.names.num_slots(), 0);
+    varying[host.first + 2] = 1;
+    auto lanes = batch_program::make(*c.code, varying);
+    ASSERT_NE(lanes, nullptr);
+    EXPECT_EQ(lanes->code.size(), 1u);
+    EXPECT_EQ(lanes->uniform_code.size(), 3u);  // sine, number as a real, their sum
+}
+
+TEST(BatchMachine, FailingItemsAreTold) {
+    // Item 4 of the test host has a count of -1: its quotient is infinite.
+    EXPECT_EQ(CompareMachines("it.count = round(1.0 / (it.count + 1.0));", 22), "");
+}
+
+}  // namespace tavuvm_expr

@@ -1,0 +1,71 @@
+// Runs one program on the plain machine and in lanes and says where they differ.
+#pragma once
+
+#include <fmt/format.h>
+
+#include "tests/Dravin/effects/tavuvm_expr/test_language.h"
+
+namespace tavuvm_expr {
+
+// Empty when both agree on every item, or when the program has no form in lanes (`hasLanes` tells).
+inline std::string CompareMachines(const std::string& source, size_t count,
+                                   bool* hasLanes = nullptr) {
+    TestHost host;
+    compilation c = compile(source, host.names);
+    if (!c.code) return c.error;
+    std::vector<uint8_t> varying(host.names.num_slots(), 0);
+    for (size_t i = 0; i < TestHost::kNumAttributes; ++i) varying[host.first + i] = 1;
+    auto lanes = batch_program::make(*c.code, varying);
+    if (hasLanes) *hasLanes = lanes != nullptr;
+    if (!lanes) return {};
+
+    batch_machine batch(lanes, TestFunctions());
+    batch.bind(host.names.initial_values());
+    std::vector<TNuRandom> randoms;
+    for (size_t k = 0; k < count; ++k) randoms.emplace_back(uint32_t(k * 7919));
+    std::vector<TNuRandom*> pointers;
+    for (TNuRandom& r : randoms) pointers.push_back(&r);
+    for (const batch_program::binding& b : lanes->inputs)
+        for (size_t k = 0; k < count; ++k) {
+            value v = host.attribute(b.slot - host.first, k);
+            vector3 parts = v.to_vector();
+            const float component[3] = {parts.x, parts.y, parts.z};
+            if (v.is_integer()) batch.integer_lane(b.value.part[0])[k] = v.integer();
+            if (v.is_real()) batch.real_lane(b.value.part[0])[k] = v.real();
+            for (int p = 0; v.is_vector() && p < 3; ++p)
+                if (b.value.part[p] != no_register)
+                    batch.real_lane(b.value.part[p])[k] = component[p];
+        }
+    batch.run(count, pointers, nullptr);
+
+    vmachine machine(c.code);
+    for (size_t k = 0; k < count; ++k) {
+        machine.reset();
+        for (size_t i = 0; i < TestHost::kNumAttributes; ++i)
+            machine.set_slot(host.first + i, host.attribute(i, k));
+        TNuRandom random(uint32_t(k * 7919));
+        bool done = machine.run(&random);
+        if (done == batch.failed(k)) return fmt::format("item {}: only one machine fails", k);
+        if (!done) continue;
+        size_t stored = 0;
+        for (const batch_program::binding& b : lanes->outputs) {
+            value got = batch.get(b.value, k), want = machine.slot(b.slot);
+            stored += machine.is_modified(b.slot);
+            if (!got.identical(want) || !machine.is_modified(b.slot))
+                return fmt::format("item {}, slot {}: {} in lanes, {} plain", k, b.slot, got.text(),
+                                   want.text());
+        }
+        for (size_t slot = 0; slot < host.names.num_slots(); ++slot)
+            stored -= machine.is_modified(slot) && !c.code->is_constant[slot];
+        if (stored != 0) return fmt::format("item {}: not the same slots are stored into", k);
+        value returned = lanes->returns ? batch.get(lanes->result, k) : value(0);
+        if (!returned.identical(machine.result()))
+            return fmt::format("item {}: {} in lanes, {} plain returned", k, returned.text(),
+                               machine.result().text());
+        if (random.Step() != randoms[k].Step())
+            return fmt::format("item {}: not the same draws", k);
+    }
+    return {};
+}
+
+}  // namespace tavuvm_expr
