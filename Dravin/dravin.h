@@ -59,9 +59,10 @@ public:
 
     // Hand-edited items; they count only while `mode` is 1.
     std::vector<TStoredItem> storedItems;
-    // The next build that lays a grid over the ground chooses the size of the distribution map, once:
-    // `units_x` and `units_y` then fit what the object stands on. For objects that somebody creates
-    // by hand; those from descriptions, presets and libraries keep the size that they come with.
+    // The next build that lays a grid over the ground chooses the size of the distribution map,
+    // once: `units_x` and `units_y` then fit what the object stands on. For objects that somebody
+    // creates by hand; those from descriptions, presets and libraries keep the size that they come
+    // with.
     bool chooseMapSize = false;
     // Items are being edited one by one: builds for the view then clip none of them to the camera.
     bool editingItems = false;

@@ -16,6 +16,9 @@ struct TDravinGlobals {
     // Renders use one thread only (the option "disableMultithreadRender").
     bool disableMultithreadRender = false;
 
+    // Builds of all objects so far.
+    uint64_t numBuilds = 0;
+
     // Arrays and samples must not outlive the scene whose nodes they belong to.
     void DropSceneData() { surfaces.Clear(), meshes.Clear(); }
 };

@@ -27,7 +27,7 @@ struct TAreaSource {
     std::optional<TFootprintRequest> footprint;
     int resolution = 0;
     bool depth = false;
-    uint64_t build = 0;  // of another object, whose items cover the ground
+    uint64_t build = 0;  // number of another object's build, whose items cover the ground
 
     friend bool operator==(const TAreaSource&, const TAreaSource&) = default;
 };

@@ -87,30 +87,6 @@ TAreaSettings ReadSettings(const ListRow& row, const TAreaScene& scene) {
     return s;
 }
 
-// The lines of a spline, or the border of a mesh that stands in for one.
-PolyShape ShapeOf(int row, INode& node, const TAreaScene& scene, TAreaCache& cache,
-                  Interval* valid) {
-    Object* object = node.GetObjectRef();
-    if (!object) return {};
-    *valid &= object->ObjectValidity(scene.time);
-    auto* spline = dynamic_cast<ShapeObject*>(object);
-    std::shared_ptr<const Mesh> mesh = spline ? nullptr : object->GetRenderMesh(scene.time);
-    TAreaSource source;
-    source.place = node.GetObjectTM(scene.time) * scene.worldToObject;
-    if (spline) source.curves = spline->shape;
-    if (mesh) source.placed = {{mesh, {}}};
-    return cache
-        .Get(row, 0, source,
-             [&] {
-                 TAreaOutline outline;
-                 if (spline) outline.shape = spline->GetPolyShape(scene.time);
-                 if (mesh) outline.shape = BorderOutline(*mesh);
-                 outline.shape.Transform(source.place);
-                 return outline;
-             })
-        .shape;
-}
-
 // A surface's outline; a closed one has none and gives the rectangle of its bounds.
 PolyShape SurfaceOutline(const TSurfaceInput& surface) {
     PolyShape shape = BorderOutline(surface.array->GetMesh());
@@ -128,50 +104,6 @@ PolyShape SurfaceOutline(const TSurfaceInput& surface) {
     return shape;
 }
 
-// One row a surface, each on its own surface only. Surfaces never exclude.
-void AddSurfaceRows(const ListRow& row, const TAreaScene& scene, TAreaCache& cache,
-                    std::vector<TAreaRow>& rows) {
-    TAreaSettings settings = ReadSettings(row, scene);
-    settings.exclude = false;
-    std::vector<uint8_t> named = std::move(settings.surfaces);
-    for (size_t s = 0; s < scene.surfaces.size(); ++s) {
-        if (!named.empty() && !named[s]) continue;
-        TAreaRow& area = rows.emplace_back();
-        area.settings = settings;
-        area.settings.surfaces.assign(scene.surfaces.size(), 0);
-        area.settings.surfaces[s] = 1;
-        TAreaSource source;
-        source.placed = {{scene.surfaces[s].array, scene.surfaces[s].toObject}};
-        area.shape = cache
-                         .Get(row.Index(), int(s), std::move(source),
-                              [&] {
-                                  return TAreaOutline{SurfaceOutline(scene.surfaces[s]), {}};
-                              })
-                         .shape;
-        area.oneGroup = true;
-    }
-}
-
-void AddLineRow(const ListRow& row, const TAreaScene& scene, PolyShape shape,
-                std::vector<TAreaRow>& rows) {
-    if (shape.lines.empty()) return;
-    TAreaRow& area = rows.emplace_back();
-    area.settings = ReadSettings(row, scene);
-    area.shape = std::move(shape);
-    area.forceOpen = row.Bool(kArforceopenlist);
-}
-
-TFootprintRequest RequestOf(const ListRow& row, const TAreaScene& scene) {
-    TFootprintRequest request;
-    request.time = scene.time;
-    request.worldToObject = scene.worldToObject;
-    request.scale = row.Float(kArobscalelist) * 0.01f;
-    if (row.Bool(kArslicelist)) request.top = row.Float(kArslicetoplist);
-    request.itemMeshes = row.Int(kArshapelist) == 1;
-    request.render = scene.render;
-    return request;
-}
-
 int Resolution(const ListRow& row) {
     int wanted = row.Int(kArresollist);
     int usable = std::clamp(wanted, 1, TFootprintArea::kLargestResolution);
@@ -181,70 +113,144 @@ int Resolution(const ListRow& row) {
     return usable;
 }
 
-// Whether an area can be made of the other object's items at all.
-bool MayUseItems(const TDravin& object, const TDravin& other, const ListRow& row) {
-    const char* why = &other == &object ? "the object cannot exclude its own items"
-                      : other.Build().IsRunning()
-                          ? "the objects exclude each other's items in a ring"
-                          : nullptr;
-    if (why) LogWarning(fmt::format("area \"{}\" is left out: {}", row.Text(kArnamelist), why));
-    return !why;
-}
+// Turns rows of the list into rows for the engine, one after the other.
+class RowMaker {
+public:
+    RowMaker(const TDravin& object, const TAreaScene& scene, TAreaCache& cache, Interval* valid)
+        : m_object(object), m_scene(scene), m_cache(cache), m_valid(valid) {}
 
-// What a scene object or the items of another scatter object cover; the latter only ever exclude.
-void AddFootprintRow(const TDravin& object, const ListRow& row, INode& node,
-                     const TAreaScene& scene, TAreaCache& cache, Interval* valid,
-                     std::vector<TAreaRow>& rows) {
-    auto* other = dynamic_cast<TDravin*>(node.GetObjectRef());
-    if (other && !MayUseItems(object, *other, row)) return;
-    TAreaRow area;
-    area.settings = ReadSettings(row, scene);
-    area.settings.alwaysFades = true;
-    if (other) area.settings.exclude = true;
-
-    TFootprintRequest request = RequestOf(row, scene);
-    std::vector<TPlacedMesh> meshes;
-    TAreaSource source;
-    source.footprint = request;
-    source.footprint->time = 0;  // meshes, items and places tell what it changes
-    source.resolution = Resolution(row);
-    source.depth = !area.settings.exclude;
-    if (other) {
-        BringUpToDate(*other, request, valid);
-        source.place = node.GetObjectTM(scene.time) * scene.worldToObject;
-        source.build = other->Build().BuildNumber();
-        source.placed = {{other->shared_from_this(), {}}};
-    } else {
-        meshes = PlacedMeshes(node, scene.time, valid);
-        for (const TPlacedMesh& m : meshes) source.placed.emplace_back(m.mesh, m.toWorld);
+    void Add(const ListRow& row) {
+        int type = row.Int(kArtypelist);
+        INode* node = row.Node(kArnodelist);
+        auto* other = node ? dynamic_cast<TDravin*>(node->GetObjectRef()) : nullptr;
+        if (other) return AddItems(row, *node, *other);
+        if (type == kAreaObject && node) AddObject(row, *node);
+        if (type == kAreaSurface) AddSurfaces(row);
+        if (type == kAreaPaint && row.Paint()) AddLines(row, row.Paint()->shape);
+        if (type == kAreaSpline && node) AddLines(row, ShapeOf(row, *node));
     }
-    area.footprint =
-        cache
-            .Get(row.Index(), 0, source,
-                 [&] {
-                     TFootprint footprint = other ? ItemsFootprint(*other, source.place, request)
-                                                  : ObjectFootprint(meshes, request);
-                     return TAreaOutline{
-                         {},
-                         std::make_shared<TFootprintArea>(footprint, source.resolution,
-                                                          source.depth, scene.threads)};
-                 })
-            .footprint;
-    if (!area.footprint->IsEmpty()) rows.push_back(std::move(area));
-}
 
-void AddRow(const TDravin& object, const ListRow& row, const TAreaScene& scene, TAreaCache& cache,
-            Interval* valid, std::vector<TAreaRow>& rows) {
-    int type = row.Int(kArtypelist);
-    INode* node = row.Node(kArnodelist);
-    bool items = node && dynamic_cast<TDravin*>(node->GetObjectRef());
-    if (items || (type == kAreaObject && node))
-        return AddFootprintRow(object, row, *node, scene, cache, valid, rows);
-    if (type == kAreaSurface) AddSurfaceRows(row, scene, cache, rows);
-    if (type == kAreaPaint && row.Paint()) AddLineRow(row, scene, row.Paint()->shape, rows);
-    if (type == kAreaSpline && node)
-        AddLineRow(row, scene, ShapeOf(row.Index(), *node, scene, cache, valid), rows);
-}
+    std::vector<TAreaRow> TakeRows() { return std::move(m_rows); }
+
+private:
+    // The lines of a spline, or the border of a mesh that stands in for one.
+    PolyShape ShapeOf(const ListRow& row, INode& node) {
+        Object* object = node.GetObjectRef();
+        if (!object) return {};
+        *m_valid &= object->ObjectValidity(m_scene.time);
+        auto* spline = dynamic_cast<ShapeObject*>(object);
+        std::shared_ptr<const Mesh> mesh = spline ? nullptr : object->GetRenderMesh(m_scene.time);
+        TAreaSource source;
+        source.place = node.GetObjectTM(m_scene.time) * m_scene.worldToObject;
+        if (spline) source.curves = spline->shape;
+        if (mesh) source.placed = {{mesh, {}}};
+        auto make = [&] {
+            TAreaOutline outline;
+            if (spline) outline.shape = spline->GetPolyShape(m_scene.time);
+            if (mesh) outline.shape = BorderOutline(*mesh);
+            outline.shape.Transform(source.place);
+            return outline;
+        };
+        return m_cache.Get(row.Index(), 0, source, make).shape;
+    }
+
+    void AddLines(const ListRow& row, PolyShape shape) {
+        if (shape.lines.empty()) return;
+        TAreaRow& area = m_rows.emplace_back();
+        area.settings = ReadSettings(row, m_scene);
+        area.shape = std::move(shape);
+        area.forceOpen = row.Bool(kArforceopenlist);
+    }
+
+    // One row a surface, each on its own surface only. Surfaces never exclude.
+    void AddSurfaces(const ListRow& row) {
+        TAreaSettings settings = ReadSettings(row, m_scene);
+        settings.exclude = false;
+        std::vector<uint8_t> named = std::move(settings.surfaces);
+        for (size_t s = 0; s < m_scene.surfaces.size(); ++s) {
+            if (!named.empty() && !named[s]) continue;
+            const TSurfaceInput& surface = m_scene.surfaces[s];
+            TAreaRow& area = m_rows.emplace_back();
+            area.settings = settings;
+            area.settings.surfaces.assign(m_scene.surfaces.size(), 0);
+            area.settings.surfaces[s] = 1;
+            TAreaSource source;
+            source.placed = {{surface.array, surface.toObject}};
+            auto make = [&] { return TAreaOutline{SurfaceOutline(surface), {}}; };
+            area.shape = m_cache.Get(row.Index(), int(s), std::move(source), make).shape;
+            area.oneGroup = true;
+        }
+    }
+
+    TFootprintRequest RequestOf(const ListRow& row) const {
+        TFootprintRequest request;
+        request.time = m_scene.time;
+        request.worldToObject = m_scene.worldToObject;
+        request.scale = row.Float(kArobscalelist) * 0.01f;
+        if (row.Bool(kArslicelist)) request.top = row.Float(kArslicetoplist);
+        request.itemMeshes = row.Int(kArshapelist) == 1;
+        request.render = m_scene.render;
+        return request;
+    }
+
+    // What a scene object covers.
+    void AddObject(const ListRow& row, INode& node) {
+        TFootprintRequest request = RequestOf(row);
+        std::vector<TPlacedMesh> meshes = PlacedMeshes(node, m_scene.time, m_valid);
+        TAreaSource source;
+        for (const TPlacedMesh& m : meshes) source.placed.emplace_back(m.mesh, m.toWorld);
+        AddFootprint(row, row.Bool(kArincexclist), request, std::move(source),
+                     [&] { return ObjectFootprint(meshes, request); });
+    }
+
+    // What the items of another scatter object cover; they only ever exclude.
+    void AddItems(const ListRow& row, INode& node, TDravin& other) {
+        const char* why = nullptr;
+        if (&other == &m_object)
+            why = "the object cannot exclude its own items";
+        else if (other.Build().IsRunning())
+            why = "the objects exclude each other's items in a ring";
+        if (why) {
+            LogWarning(fmt::format("area \"{}\" is left out: {}", row.Text(kArnamelist), why));
+            return;
+        }
+        TFootprintRequest request = RequestOf(row);
+        BringUpToDate(other, request, m_valid);
+        TAreaSource source;
+        Matrix3 place = node.GetObjectTM(m_scene.time) * m_scene.worldToObject;
+        source.place = place;
+        source.build = other.Build().BuildNumber();
+        AddFootprint(row, true, request, std::move(source),
+                     [&] { return ItemsFootprint(other, place, request); });
+    }
+
+    template <class Draw>
+    void AddFootprint(const ListRow& row, bool exclude, const TFootprintRequest& request,
+                      TAreaSource source, const Draw& draw) {
+        int resolution = source.resolution = Resolution(row);
+        bool depth = source.depth = !exclude;
+        source.footprint = request;
+        source.footprint->time = 0;  // meshes, items and places tell what it changes
+        auto make = [&] {
+            auto area =
+                std::make_shared<TFootprintArea>(draw(), resolution, depth, m_scene.threads);
+            return TAreaOutline{{}, std::move(area)};
+        };
+        TAreaRow area;
+        area.footprint = m_cache.Get(row.Index(), 0, std::move(source), make).footprint;
+        if (area.footprint->IsEmpty()) return;
+        area.settings = ReadSettings(row, m_scene);
+        area.settings.alwaysFades = true;
+        area.settings.exclude = exclude;
+        m_rows.push_back(std::move(area));
+    }
+
+    const TDravin& m_object;
+    const TAreaScene& m_scene;
+    TAreaCache& m_cache;
+    Interval* m_valid;
+    std::vector<TAreaRow> m_rows;
+};
 
 }  // namespace
 
@@ -253,13 +259,13 @@ std::vector<TAreaRow> MakeAreaRows(const TDravin& object, const TAreaScene& scen
     const IParamBlock2& block = object.Block(kAreaParams);
     if (scene.render) cache.Clear();
     cache.BeginBuild();
-    std::vector<TAreaRow> rows;
+    RowMaker maker(object, scene, cache, valid);
     for (int i = 0; i < block.Count(kArnamelist); ++i) {
         ListRow row(block, i, scene.time, valid);
-        if (row.Bool(kPfAractivelist)) AddRow(object, row, scene, cache, valid, rows);
+        if (row.Bool(kPfAractivelist)) maker.Add(row);
     }
     cache.EndBuild();
-    return rows;
+    return maker.TakeRows();
 }
 
 bool HasSurfaceRow(const TDravin& object) {

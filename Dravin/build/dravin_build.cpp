@@ -15,6 +15,7 @@
 #include "Dravin/engine/build_items.h"
 #include "host/base/log.h"
 #include "host/base/thread_pool.h"
+#include "host/scene/host_context.h"
 
 namespace {
 
@@ -36,7 +37,7 @@ void TDravinBuild::BuildMesh(TimeValue time, const TBuildFlags& flags) {
     if (m_running || m_deleting) return;
     std::lock_guard lock(m_lock);
     m_running = true;
-    ++m_buildNumber;
+    if (HostContext::Current()) m_buildNumber = ++DravinGlobals().numBuilds;
     if (!flags.render) ++m_buildCounter;
     Clock::time_point start = Clock::now();
 

@@ -51,7 +51,7 @@ public:
     TimeValue Time() const { return m_time; }
     bool IsRender() const { return m_flags.render; }
     int BuildCounter() const { return m_buildCounter; }
-    // Number of the last build among all of the object, renders and failures included.
+    // Number of the last build, renders and failures included, among those of all objects.
     uint64_t BuildNumber() const { return m_buildNumber; }
     bool IsRunning() const { return m_running; }
 

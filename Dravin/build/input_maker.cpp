@@ -390,7 +390,9 @@ std::unique_ptr<TBuildInput> TInputMaker::Make(std::vector<TSpecimen> specimens,
     input->transforms.animation = animation.mode;
     input->transforms.animSamples = animation.NumSamples();
     bool many = m_p.autothreads || m_flags.forceThreads > 0;
-    input->points = MakePointInput(m_object, m_time, m_objectInverse, many ? Threads() : 1, valid);
+    if (m_p.mode == 0)
+        input->points =
+            MakePointInput(m_object, m_time, m_objectInverse, many ? Threads() : 1, valid);
     input->debugLog = [](const std::string& text) { Log(LogKind::kDebug, text); };
     return input;
 }

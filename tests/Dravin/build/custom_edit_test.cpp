@@ -134,6 +134,10 @@ TEST_F(CustomEdit, AreasMapsAndDistributionsPlayNoPart) {
     Set(kDistParams, distParams::kDistmode, 2);
     EXPECT_EQ(Run().Status(), TBuildStatus::kSuccess);
     EXPECT_EQ(object->Build().Statistics().itemCount, 400);
+    Set(kDistParams, distParams::kDistmode, 3);
+    object->Block(kDistParams).Append(distParams::kDistpflownodes, Target(box));
+    EXPECT_EQ(Run().Status(), TBuildStatus::kSuccess);
+    EXPECT_EQ(object->Build().Validity(), Interval::Forever());
 }
 
 TEST_F(CustomEdit, AnObjectOutsideASceneHasNothingToFreeze) {

@@ -361,6 +361,21 @@ TEST_F(DravinBuild, ItemsOfAnotherObjectAreDrawnAgainOnlyWhenItWasBuiltAgain) {
     EXPECT_EQ(object->Build().Areas().NumMade(), 2u);
 }
 
+TEST_F(DravinBuild, ObjectsThatExcludeEachOtherDoNotKeepEachOtherAlive) {
+    std::weak_ptr<TDravin> watched;
+    {
+        auto [other, otherNode] = AddScatter("other");
+        watched = other;
+        AddArea(*object, 4, otherNode, true);
+        AddArea(*other, 4, std::static_pointer_cast<INode>(node->shared_from_this()), true);
+        Run();
+        other->Build().BuildMesh(0, {});
+        Run();
+        scene.DeleteNode(*otherNode);
+    }
+    EXPECT_TRUE(watched.expired());
+}
+
 TEST_F(DravinBuild, ScatterObjectsThatExcludeEachOtherInARingAreBuiltWithAWarning) {
     auto [second, secondNode] = AddScatter("second");
     auto [third, thirdNode] = AddScatter("third");
