@@ -15,6 +15,9 @@ inline constexpr float kValleyWidth = 1400, kValleyLength = 2000;  // x and y
 inline constexpr float kCell = 2;                                  // between two terrain samples
 inline constexpr float kLowest = -16, kHighest = 496;              // what the height image spans
 
+// x of the middle of the cart track from the camera's hill to the water, at y.
+float RoadX(float y);
+
 class Valley {
 public:
     // Computes all terrain samples on `threads` threads.
