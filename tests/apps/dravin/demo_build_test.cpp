@@ -1,6 +1,8 @@
 // The demo's scenes build, with as many items as their settings promise and where they belong.
 #include <gtest/gtest.h>
 
+#include <fmt/format.h>
+
 #include <cmath>
 #include <filesystem>
 #include <fstream>
@@ -97,6 +99,37 @@ size_t CountInRing(const std::vector<Point3>& places, float near, float far) {
     return count;
 }
 
+std::string TextOf(const fs::path& file) {
+    std::stringstream text;
+    text << std::ifstream(file).rdbuf();
+    return text.str();
+}
+
+// A section of docs/gallery.md: a picture, the command that makes it, a table of parameters.
+struct GallerySection {
+    std::string picture, scene;
+    std::vector<std::string> names;  // in the table's first column
+};
+
+std::vector<GallerySection> ReadGallery() {
+    std::string text = TextOf(DRAVIN_SOURCE_DIR "/docs/gallery.md");
+    const std::regex head(R"(\(images/(\w+\.jpg)\)\s+```sh\n.*demo/(\w+)\.json)");
+    const std::regex row(R"(\n\| ([^|\n]+) \|)"), name(R"(`(\w+)`)");
+    const std::sregex_iterator end;
+    std::vector<GallerySection> sections;
+    for (std::sregex_iterator it(text.begin(), text.end(), head); it != end; ++it) {
+        GallerySection& section = sections.emplace_back(GallerySection{it->str(1), it->str(2), {}});
+        std::string rest = it->suffix();
+        rest.resize(std::min(rest.size(), rest.find("\n## ")));
+        for (std::sregex_iterator r(rest.begin(), rest.end(), row); r != end; ++r) {
+            std::string cell = r->str(1);
+            for (std::sregex_iterator n(cell.begin(), cell.end(), name); n != end; ++n)
+                section.names.push_back(n->str(1));
+        }
+    }
+    return sections;
+}
+
 }  // namespace
 
 TEST_F(DemoBuild, ForestHasAboutAsManyItemsAsAsked) {
@@ -170,8 +203,8 @@ TEST_F(DemoBuild, EveryParticleIsALeaf) {
     Point3 first = autumn.Places("Flying leaves")[0];
     EXPECT_FLOAT_EQ(first.x, particles[0]["position"][0].get<float>());
     EXPECT_FLOAT_EQ(first.z, particles[0]["position"][2].get<float>());
-    // Trees every 10.5 m on lines of 127 and 124 m, from their starts on.
-    EXPECT_EQ(autumn.Count("Avenue"), size_t(std::ceil(127 / 10.5) + std::ceil(124 / 10.5)));
+    // Trees every 10.5 m on lines of 122 and 125 m, from their starts on.
+    EXPECT_EQ(autumn.Count("Avenue"), size_t(std::ceil(122 / 10.5) + std::ceil(125 / 10.5)));
     EXPECT_GT(autumn.Count("Fallen leaves"), 50000u);
 }
 
@@ -184,4 +217,25 @@ TEST_F(DemoBuild, MossGrowsOnFacesOfTheBoulders) {
     EXPECT_LT(boulders.Count("Rock garden"), kFaces / 40);
     for (const Point3& p : boulders.Places("Moss")) ASSERT_GE(p.z, 0.1f);
     EXPECT_GT(boulders.Count("Ferns"), 50u);
+}
+
+TEST_F(DemoBuild, TheGalleryShowsEveryScene) {
+    std::vector<std::string> scenes;
+    for (const GallerySection& section : ReadGallery()) {
+        scenes.push_back(section.scene);
+        fs::path picture = fs::path(DRAVIN_SOURCE_DIR "/docs/images") / section.picture;
+        ASSERT_TRUE(fs::exists(picture)) << picture;
+        EXPECT_LT(fs::file_size(picture), 250000u) << picture;
+    }
+    EXPECT_EQ(scenes, (std::vector<std::string>{"forest", "wall", "autumn", "boulders"}));
+}
+
+TEST_F(DemoBuild, TheGalleryNamesWhatItsScenesSet) {
+    for (const GallerySection& section : ReadGallery()) {
+        std::string scene = TextOf(s_folder / (section.scene + ".json"));
+        EXPECT_GT(section.names.size(), 8u) << section.scene;
+        for (const std::string& name : section.names)
+            EXPECT_NE(scene.find(fmt::format("\"{}\"", name)), std::string::npos)
+                << section.scene << ": " << name;
+    }
 }
