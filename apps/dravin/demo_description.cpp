@@ -262,7 +262,7 @@ std::string Description(const Valley& land, double items) {
         {"oak", 14, "[0.30, 0.60, 0.20]"},    {"maple", 7, "[0.90, 0.50, 0.10]"}};
     text += Scatter(
         "// The forest. Mode 2 of the diversity makes clusters: one species gathers here, another "
-        "there.",
+        "there. A brush has cleared a pasture on the left slope.",
         "Forest",
         {Common("valley", 4711),
          "\"distmap\": \"forest mask\", \"distmapchan\": 1, " + Grid(4.1 * k),
@@ -272,7 +272,7 @@ std::string Description(const Valley& land, double items) {
          "\"surfaltscal\": true",
          "\"slopelimited\": true, \"slopemax\": 43",
          Tint(0, 30, "[0.22, 0.30, 0.10]", "[0.52, 0.46, 0.14]")},
-        trees, {.curves = forestCurves});
+        trees, {.curves = forestCurves, .areas = ForestAreas()});
     text += ",\n";
     text += Scatter(
         "// Bushes and young trees where the forest meets the meadow.", "Forest edge",
@@ -338,7 +338,7 @@ std::string Description(const Valley& land, double items) {
         "Lawn",
         {Common("valley", 103), "\"distmap\": \"white\", \"distmapchan\": 0, " + Grid(0.2 * k),
          Move(60) + ", " + Turn(7), Scale(22, 50),
-         Tint(0, 40, "[0.40, 0.47, 0.14]", "[0.62, 0.60, 0.26]")},
+         Tint(0, 40, "[0.44, 0.52, 0.15]", "[0.64, 0.64, 0.26]")},
         {{"grass", 97, "[0.3, 0.6, 0.2]"}, {"daisy", 3, "[1, 1, 1]"}}, {.onlyIn = LawnAreas()});
     text += ",\n";
     text += Scatter(

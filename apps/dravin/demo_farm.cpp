@@ -25,9 +25,7 @@ constexpr float kRailLength = 2.5f;                    // of the model
 constexpr Point2 kCabin{-17, -889};
 constexpr float kCabinTurn = 52;     // degrees; the door looks towards the track
 constexpr float kCabinFloor = 0.4f;  // above the land at its middle: the ground slopes
-constexpr Point2 kYard{-11, -896};
-constexpr Point2 kYardRadii{13.5f, 12.5f};
-constexpr int kYardCorners = 26;
+constexpr int kStrokeCorners = 32;
 
 // Direction of the track at y, a unit vector; y grows along it.
 Point2 RoadDirection(float y) {
@@ -82,15 +80,11 @@ std::vector<Point3> FenceLine(const Valley& valley) {
     return points;
 }
 
-// The stroke of a brush around the yard: closed, no corner too regular.
-std::string YardPolygon() {
+std::string Polygon(const Patch& patch) {
     std::string text;
-    for (int i = 0; i < kYardCorners; ++i) {
-        float angle = 6.2831853f * float(i) / float(kYardCorners);
-        Point2 out{std::cos(angle), std::sin(angle)};
-        float r = 1 + 0.35f * FractalNoise3({out.x * 1.6f, out.y * 1.6f, 0.2f}, 2, 91);
-        text += fmt::format("{}[{:.2f}, {:.2f}]", i ? ", " : "", kYard.x + out.x * r * kYardRadii.x,
-                            kYard.y + out.y * r * kYardRadii.y);
+    for (int i = 0; i < kStrokeCorners; ++i) {
+        Point2 p = patch.Corner(i, kStrokeCorners);
+        text += fmt::format("{}[{:.2f}, {:.2f}]", i ? ", " : "", p.x, p.y);
     }
     return text;
 }
@@ -167,7 +161,14 @@ std::string FarmAreas() {
         "\"object\", \"node\": \"cabin\", \"resolution\": 256, \"include\": false}},\n"
         "                {{\"name\": \"Clearing\", \"type\": \"paint\", \"include\": false,\n"
         "                 \"polygons\": [[{}]]}}",
-        YardPolygon());
+        Polygon(kYard));
+}
+
+std::string ForestAreas() {
+    return fmt::format(
+        ",\n                {{\"name\": \"Pasture\", \"type\": \"paint\", \"include\": false,\n"
+        "                 \"polygons\": [[{}]]}}",
+        Polygon(kPasture));
 }
 
 std::string LawnAreas() {
@@ -181,7 +182,7 @@ std::string LawnAreas() {
         "                {{\"name\": \"Between the wheels\", \"type\": \"spline\", \"node\": "
         "\"track line\", "
         "\"width\": 0.3}}",
-        YardPolygon());
+        Polygon(kYard));
 }
 
 }  // namespace demo

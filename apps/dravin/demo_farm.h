@@ -26,6 +26,8 @@ float RoadOpacity(float x, float y);
 std::string FarmNodes(const Valley& valley);
 // Area rows that keep a layer of plants off the track, the cabin's ground and the painted yard.
 std::string FarmAreas();
+// The area row of the clearing in the forest.
+std::string ForestAreas();
 // Area rows of short grass: in the yard, and between the track's wheels.
 std::string LawnAreas();
 

@@ -91,6 +91,24 @@ float ComputeHeight(float x, float y) {
 
 }  // namespace
 
+// Factor of the radius in the direction `out`, a unit vector.
+float Patch::Wander(Point2 out) const {
+    return 1 + 0.5f * FractalNoise3({out.x * 1.6f, out.y * 1.6f, 0.2f}, 3, seed);
+}
+
+Point2 Patch::Corner(int i, int count) const {
+    float angle = 6.2831853f * float(i) / float(count);
+    Point2 out{std::cos(angle), std::sin(angle)};
+    float r = Wander(out);
+    return {center.x + out.x * r * radii.x, center.y + out.y * r * radii.y};
+}
+
+float Patch::Reach(float x, float y) const {
+    Point2 p{(x - center.x) / radii.x, (y - center.y) / radii.y};
+    float length = std::hypot(p.x, p.y);
+    return length > 0 ? length / Wander({p.x / length, p.y / length}) : 0;
+}
+
 float RoadX(float y) { return -1 + 9 * std::sin((y + 972) * 0.034f) * Smooth(-975, -930, y); }
 
 Valley::Valley(int threads) : m_heights(size_t(kColumns) * size_t(kRows)) {
@@ -173,7 +191,8 @@ Color Valley::Ground(float x, float y) const {
     Color grass = Mix(Color{0.36f, 0.41f, 0.19f}, Color{0.50f, 0.50f, 0.27f}, 0.5f + 0.5f * patch);
     Color litter = Mix(Color{0.27f, 0.25f, 0.15f}, Color{0.33f, 0.34f, 0.18f}, 0.5f + 0.5f * grain);
     Color rock = Mix(Color{0.46f, 0.44f, 0.41f}, Color{0.60f, 0.57f, 0.53f}, 0.5f + 0.5f * grain);
-    Color color = Mix(grass, litter, Smooth(0.2f, 0.6f, Forest(x, y)) * Smooth(330, 250, h));
+    float wooded = Smooth(0.2f, 0.6f, Forest(x, y)) * Smooth(0.97f, 1.05f, kPasture.Reach(x, y));
+    Color color = Mix(grass, litter, wooded * Smooth(330, 250, h));
     color = Mix(color, rock, Smooth(0.25f, 0.6f, Rocks(x, y)) * 0.8f);
     color = Mix(color, rock, Smooth(33, 42, slope + 6 * grain));
     color = Mix(color, Mix(rock, grass, 0.25f), Smooth(255, 330, h + 30 * patch));
