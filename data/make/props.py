@@ -231,11 +231,11 @@ class Cabin:
         add_polygon(mesh, quad - n * 0.08, -n, uv)
 
 
-def rubble(width, height, across, seed, dark, light, mortar, size):
-    """Stones laid in courses, width x height pixels; also the relief, 0 in the joints to 1."""
+def rubble(width, height, seed, dark, light, mortar, px):
+    """Stones laid in courses, width x height pixels with px to the metre; also their relief, 0 in the
+    joints."""
     random = np.random.RandomState(seed)
     y, x = np.mgrid[0:height, 0:width].astype(float)
-    px = size  # pixels in a unit
     wobble = fractal3(np.c_[x.ravel() / px * 1.3, y.ravel() / px * 1.3, 0 * x.ravel()], 3,
                       seed).reshape(height, width)
     wobble2 = fractal3(np.c_[x.ravel() / px * 1.3 + 40, y.ravel() / px * 1.3, 0 * x.ravel()], 3,
@@ -294,7 +294,7 @@ def cabin_image(size=512):
     # Logs lie along v: the grain of the tube runs with the log.
     image[:half, :half] = weathered_wood(half, 61, (96, 70, 46), (186, 142, 98))
     image[:half, half:] = shingles(half, 62, (92, 84, 76), (170, 158, 142))
-    image[half:, :half] = rubble(half, half, 1, 63, (84, 80, 74), (160, 154, 144), (96, 90, 80),
+    image[half:, :half] = rubble(half, half, 63, (84, 80, 74), (160, 154, 144), (96, 90, 80),
                                  half / 1.6)[0]
     image[half:, half:] = weathered_wood(half, 64, (50, 36, 26), (128, 94, 64), planks=6)
     image[half:, half + int(0.41 * size):] = (40, 50, 58)
@@ -311,7 +311,7 @@ class Wall:
 
     def __init__(self):
         w, h = 1024, int(1024 * self.height / self.length)
-        self.image, self.bumps = rubble(w, h, 9, 51, (98, 90, 78), (196, 184, 160), (120, 110, 94),
+        self.image, self.bumps = rubble(w, h, 51, (98, 90, 78), (196, 184, 160), (120, 110, 94),
                                         w / self.length)
         self.paint_arch(w, h)
         # The mesh is coarser than the picture: what it cannot hold would only be torn.
