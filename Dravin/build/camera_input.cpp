@@ -70,6 +70,9 @@ TPreparedCamera PrepareCamera(const TParameters& p, const TCameraScene& scene, I
         state.lookAt = p.lookat->GetNodeTM(scene.time).GetTrans() * scene.worldToObject;
     }
     if (!p.camera) {
+        if (p.camdensact || p.camscaact)
+            LogWarning(
+                "the falloffs by camera distance do nothing: no camera is set (see \"camera\")");
         if (scene.view) SetView(p, scene, scene.view->transform, scene.view->fovDegrees, state);
         return prepared;
     }

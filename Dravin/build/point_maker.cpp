@@ -3,6 +3,9 @@
 #include <cmath>
 #include <map>
 
+#include <fmt/format.h>
+
+#include "host/base/log.h"
 #include "host/geom/mesh_adjacency.h"
 #include "host/scene/node.h"
 
@@ -141,6 +144,13 @@ private:
     Interval* m_valid;
 };
 
+// The statuses that follow do not say what is missing.
+void WarnIfNone(bool none, const char* what, const char* parameter) {
+    if (none)
+        LogWarning(
+            fmt::format("the object has {} to place items at (see \"{}\")", what, parameter));
+}
+
 }  // namespace
 
 TPointInput MakePointInput(const TDravin& object, TimeValue t, const Matrix3& objectInverse,
@@ -150,12 +160,17 @@ TPointInput MakePointInput(const TDravin& object, TimeValue t, const Matrix3& ob
     switch (object.Block(kDistParams).GetInt(distParams::kDistmode, t)) {
         case 1:
             points.path = maker.Path();
+            WarnIfNone(points.path.nodes.empty(), "no path", "distpathnodes");
             break;
         case 2:
             points.reference = maker.References(threads);
+            WarnIfNone(points.reference.objects.empty() && points.reference.meshes.empty(),
+                       "no reference object", "distrefnodes");
             break;
         case 3:
             points.particles = maker.Particles();
+            WarnIfNone(points.particles.systems.empty() && !points.particles.hasBadSource,
+                       "no system with particles", "distpflownodes");
             break;
         default:
             break;

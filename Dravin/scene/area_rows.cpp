@@ -1,3 +1,5 @@
+#include <fmt/format.h>
+
 #include "Dravin/geometry/area_texts.h"
 #include "Dravin/scene/dravin_rows.h"
 
@@ -92,6 +94,20 @@ Json WritePolygons(const TPaintShape& paint) {
     return polygons;
 }
 
+// Rows that read well but would do nothing.
+void WarnOfIdleRow(const DescriptionValue& value, int type, bool hasNode, bool hasPolygons) {
+    if (type == kAreaPaint && !hasPolygons)
+        value.Warn("a painted area does nothing without \"polygons\"");
+    if (type != kAreaPaint && hasPolygons)
+        value.Warn(
+            fmt::format("\"polygons\" count in areas of type \"paint\" only, this one is \"{}\"",
+                        kTypes[size_t(type)]));
+    bool needsNode = type == kAreaSpline || type == kAreaObject || type == kAreaDravin;
+    if (needsNode && !hasNode)
+        value.Warn(fmt::format("an area of type \"{}\" does nothing without a \"node\"",
+                               kTypes[size_t(type)]));
+}
+
 void ReadRow(const DescriptionValue& value, RowReader& reader, const DescriptionContext& context) {
     DescriptionObject keys(value);
     int type = keys.Choice("type", kTypes, kAreaSpline);
@@ -103,10 +119,13 @@ void ReadRow(const DescriptionValue& value, RowReader& reader, const Description
     reader.Put(kArincexclist, int32_t(!include));
     reader.Put(kArsurfidlist, ReadSurfaceNames(keys, context));
     reader.Put(kArspeclist, ReadSpecIds(keys));
-    reader.Put(kArpaintlist, ReadPolygons(keys));
+    TargetPtr polygons = ReadPolygons(keys);
+    reader.Put(kArpaintlist, polygons);
     std::string nodeName = keys.Text("node_name");
     if (auto node = keys.Find("node"); node && node->IsText()) nodeName = node->AsText();
     reader.Put(kArnodenamelist, nodeName);
+    // The noted name of a node that is gone is no mistake of whoever wrote the row.
+    WarnOfIdleRow(value, type, !nodeName.empty(), polygons != nullptr);
     keys.Finish();
 }
 

@@ -20,6 +20,16 @@ std::string StatusText(const SceneDravin& dravin) {
                        int(dravin.object->Build().Status()), text);
 }
 
+// A viewport's build shows a part of the items; whoever reads numbers must know.
+void TellOfThinning(const SceneDravin& dravin) {
+    int step = dravin.object->Build().Statistics().decimation;
+    if (step > 1)
+        PrintNote(
+            fmt::format("{}: thinned in steps of {} to stay near \"vmaxitems\", as in a "
+                        "viewport; --render or --no-limit builds all items",
+                        dravin.node->GetName(), step));
+}
+
 // Before the work, so that nobody waits for a build that leads nowhere.
 ExitCode CheckOutputs(const BuildOptions& options) {
     for (const std::string& path : options.outputs)
@@ -59,6 +69,7 @@ ExitCode RunBuild(const BuildOptions& options) {
     for (const SceneDravin& dravin : *objects) {
         dravin.object->Build().BuildMesh(time, flags);
         TBuildStatus status = dravin.object->Build().Status();
+        TellOfThinning(dravin);
         if (status == TBuildStatus::kSuccess) continue;
         if (IsGood(status)) {
             PrintNote(StatusText(dravin));

@@ -49,7 +49,9 @@ ExitCode RunDemo(const DemoCommandOptions& options) {
     if (ExitCode code = RenderToFile(*setup, picture); code != kExitDone) return code;
     PrintResult(
         fmt::format("\nThe demo took {:.0f} s. Look at {}, read {}, and try\n"
-                    "  dravin build {} -o items.csv",
-                    watch.Seconds(), picture, scene, scene));
+                    "  dravin build {} -o items.csv\n"
+                    "Three more scenes lie beside it: wall.json, autumn.json and boulders.json.\n"
+                    "  dravin render {}/wall.json -o {}/wall.png",
+                    watch.Seconds(), picture, scene, scene, folder, folder));
     return kExitDone;
 }

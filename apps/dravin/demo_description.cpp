@@ -5,6 +5,7 @@
 #include <cmath>
 #include <vector>
 
+#include "apps/dravin/demo_farm.h"
 #include "apps/dravin/demo_terrain.h"
 
 namespace demo {
@@ -118,22 +119,62 @@ std::string Common(const char* surface, int seed) {
         seed, surface);
 }
 
+// What a scatter object holds beside its parameters and its rows.
+struct Extras {
+    std::string curves = {};  // rows of curves, each with its comment
+    std::string areas = {};   // rows after the one that includes everything
+    std::string onlyIn = {};  // rows in place of that one
+};
+
 std::string Scatter(const char* comment, const char* name, const std::vector<std::string>& params,
-                    const std::vector<Row>& rows, const std::string& curves = {}) {
+                    const std::vector<Row>& rows, const Extras& extras = {}) {
     std::string lines;
     for (size_t i = 0; i < params.size(); ++i)
         lines += fmt::format("{}\n                {}", i ? "," : "", params[i]);
+    std::string areas = extras.onlyIn;
+    if (areas.empty())
+        areas =
+            "{\"name\": \"Everywhere\", \"type\": \"surface\", \"include\": true}" + extras.areas;
+    std::string curves;
+    if (!extras.curves.empty())
+        curves = fmt::format("            \"curves\": {{\n{}\n            }},\n", extras.curves);
     return fmt::format(
         "\n        {}\n        {{\"name\": \"{}\", \"type\": \"dravin\",\n            \"params\": "
         "{{{}\n            }},\n            \"geometry\": [{}\n            ],\n{}            "
-        "\"areas\": [{{\"name\": \"Everywhere\", \"type\": \"surface\", \"include\": true}}]\n"
-        "        }}",
-        comment, name, lines, Rows(rows), curves);
+        "\"areas\": [\n                {}\n            ]\n        }}",
+        comment, name, lines, Rows(rows), curves, areas);
+}
+
+// Plants thin out over `range` metres around what excludes them and are lower there.
+std::string Thinning(double range) {
+    return fmt::format(
+        "\"spdensact\": true, \"spdensexc\": {}, \"spscalact\": true, \"spscalexc\": {}", range,
+        range * 1.6);
+}
+
+const char* const kThinningCurves =
+    "                // x runs from 1 at the border to 0 at the end of the range.\n"
+    "                \"spdenscurve\": [100, 0], \"spscalcurve\": [100, 45]";
+
+// Fewer and larger plants with growing distance from the camera.
+std::string CameraFade(int nearest, int farthest) {
+    return fmt::format(
+        "\"camera\": \"camera\", \"camdensact\": true, \"camscaact\": true, \"camdensear\": {}, "
+        "\"camdensfar\": {}",
+        nearest, farthest);
+}
+
+// Items at every point of a spline.
+std::string AlongPath(const char* spline, int seed, bool tilts) {
+    return fmt::format(
+        "\"seed\": {}, \"distmode\": 1, \"distpathnodes\": [\"{}\"], \"distpathmode\": 1, "
+        "\"distpathzfollow\": {}, \"rmaxitems\": 100000000",
+        seed, spline, tilts);
 }
 
 }  // namespace
 
-std::string Description(double items) {
+std::string Description(const Valley& land, double items) {
     // Cells shrink with the square root of the number of items.
     double k = std::sqrt(1.2e6 / items);
     Rect valley{-kValleyWidth / 2, -kValleyLength / 2, kValleyWidth / 2, kValleyLength / 2};
@@ -152,7 +193,7 @@ std::string Description(double items) {
     "render": {
         "width": 1280, "height": 720, "camera": "camera",
         // Air and light of the built-in ray tracer.
-        "samples": 16, "exposure": 0.6,
+        "samples": 16, "exposure": 0.68,
         "sky": {"turbidity": 2.6, "strength": 1.25, "clouds": 0.5},
         "haze": {"visibility": 9500, "scale_height": 150, "base_height": 0}
     },
@@ -168,7 +209,10 @@ std::string Description(double items) {
         "shore mask": {"type": "bitmap", "file": "images/shore_mask.png", "wrap": "clamp"},
         "floor mask": {"type": "bitmap", "file": "images/floor_mask.png", "wrap": "clamp"},
         "edge mask": {"type": "bitmap", "file": "images/edge_mask.png", "wrap": "clamp"},
-        "white": {"type": "color", "color": [1, 1, 1]})json";
+        "white": {"type": "color", "color": [1, 1, 1]},
+        "track colour": {"type": "bitmap", "file": "images/track.png"},
+        "track border": {"type": "bitmap", "file": "images/track_mask.png"},
+        "cabin colour": {"type": "bitmap", "file": "models/cabin.png"})json";
     text += Maps();
     text += R"json(
     },
@@ -176,7 +220,9 @@ std::string Description(double items) {
     "materials": {
         "ground": {"type": "standard", "diffuse_map": "ground"},
         // Water mirrors the sky, the more the flatter one looks at it.
-        "water": {"type": "standard", "diffuse": [0.07, 0.13, 0.12], "reflectivity": 1, "ripple": 0.004})json";
+        "water": {"type": "standard", "diffuse": [0.07, 0.13, 0.12], "reflectivity": 1, "ripple": 0.004},
+        "track": {"type": "standard", "diffuse_map": "track colour", "opacity_map": "track border"},
+        "cabin": {"type": "standard", "diffuse_map": "cabin colour", "two_sided": true})json";
     text += Materials();
     text += R"json(
     },
@@ -199,25 +245,24 @@ std::string Description(double items) {
         700, 640, -440);
     text += Terrain("meadow", "meadow.png", kMeadow, "\"hidden\": true, \"renderable\": false");
     text += Terrain("shore", "shore.png", kShore, "\"hidden\": true, \"renderable\": false");
+    text += FarmNodes(land);
     text += "\n        // The species.\n" + Models();
 
     const char* forestCurves =
-        "            // Trees thin out and shrink towards the tree line.\n"
-        "            \"curves\": {\n"
+        "                // Trees thin out and shrink towards the tree line.\n"
         "                \"altitude_density\": [{\"px\": 0, \"py\": 100}, {\"px\": 0.5, \"py\": "
         "100}, "
         "{\"px\": 1, \"py\": 0}],\n"
         "                \"altitude_scale\": [{\"px\": 0, \"py\": 100}, {\"px\": 0.45, \"py\": "
         "100}, "
-        "{\"px\": 1, \"py\": 45}]\n"
-        "            },\n";
+        "{\"px\": 1, \"py\": 45}]";
     const std::vector<Row> trees{
         {"spruce", 36, "[0.10, 0.30, 0.20]"}, {"pine", 15, "[0.60, 0.40, 0.20]"},
         {"larch", 13, "[0.70, 0.70, 0.20]"},  {"birch", 15, "[0.90, 0.90, 0.80]"},
         {"oak", 14, "[0.30, 0.60, 0.20]"},    {"maple", 7, "[0.90, 0.50, 0.10]"}};
     text += Scatter(
         "// The forest. Mode 2 of the diversity makes clusters: one species gathers here, another "
-        "there.",
+        "there. A brush has cleared a pasture on the left slope.",
         "Forest",
         {Common("valley", 4711),
          "\"distmap\": \"forest mask\", \"distmapchan\": 1, " + Grid(4.1 * k),
@@ -227,7 +272,7 @@ std::string Description(double items) {
          "\"surfaltscal\": true",
          "\"slopelimited\": true, \"slopemax\": 43",
          Tint(0, 30, "[0.22, 0.30, 0.10]", "[0.52, 0.46, 0.14]")},
-        trees, forestCurves);
+        trees, {.curves = forestCurves, .areas = ForestAreas()});
     text += ",\n";
     text += Scatter(
         "// Bushes and young trees where the forest meets the meadow.", "Forest edge",
@@ -251,33 +296,64 @@ std::string Description(double items) {
                  {"bush", 30, "[0.3, 0.5, 0.2]", 80},
                  {"stone", 8, "[0.5, 0.5, 0.5]"}});
     text += ",\n";
+    const std::string fadeCurves =
+        std::string(kThinningCurves) +
+        ",\n                // Far from the camera half of the tufts does, if they are larger.\n"
+        "                \"camdenscurve\": [100, 50], \"camscacurve\": [100, 130]";
     text += Scatter(
         "// The meadow: most of the scene's items are its tufts of grass.", "Meadow grass",
         {Common("meadow", 101),
-         "\"distmap\": \"meadow mask\", \"distmapchan\": 1, " + Grid(0.19 * k),
+         "\"distmap\": \"meadow mask\", \"distmapchan\": 1, " + Grid(0.168 * k),
          "\"divers\": 2, \"clusize\": 14, \"clurough\": 60, \"clunoise\": 25",
          Move(45) + ", " + Turn(7), Scale(55, 125), "\"slopelimited\": true, \"slopemax\": 40",
-         Tint(0, 45, "[0.30, 0.38, 0.10]", "[0.64, 0.58, 0.26]")},
-        {{"grass", 90, "[0.3, 0.6, 0.2]"}, {"tallgrass", 10, "[0.7, 0.6, 0.3]", 80}});
+         Tint(0, 45, "[0.30, 0.38, 0.10]", "[0.64, 0.58, 0.26]"), Thinning(1.4),
+         CameraFade(45, 160)},
+        {{"grass", 90, "[0.3, 0.6, 0.2]"}, {"tallgrass", 10, "[0.7, 0.6, 0.3]", 80}},
+        {.curves = fadeCurves, .areas = FarmAreas()});
     text += ",\n";
     text += Scatter(
         "// Coarser grass farther away, down to the lake.", "Far grass",
-        {Common("shore", 102), "\"distmap\": \"shore mask\", \"distmapchan\": 1, " + Grid(0.26 * k),
+        {Common("shore", 102), "\"distmap\": \"shore mask\", \"distmapchan\": 1, " + Grid(0.24 * k),
          "\"divers\": 2, \"clusize\": 12, \"clurough\": 50, \"clunoise\": 20",
          Move(60) + ", " + Turn(7), Scale(80, 150),
          "\"altlimited\": true, \"altmin\": 0.5, \"altmax\": 60",
-         Tint(0, 45, "[0.30, 0.38, 0.10]", "[0.64, 0.58, 0.26]")},
-        {{"grass", 86, "[0.3, 0.6, 0.2]"}, {"tallgrass", 14, "[0.7, 0.6, 0.3]", 80}});
+         Tint(0, 45, "[0.30, 0.38, 0.10]", "[0.64, 0.58, 0.26]"), Thinning(1.8),
+         CameraFade(90, 330)},
+        {{"grass", 86, "[0.3, 0.6, 0.2]"}, {"tallgrass", 14, "[0.7, 0.6, 0.3]", 80}},
+        {.curves = fadeCurves, .areas = FarmAreas()});
     text += ",\n";
     text += Scatter(
         "// Flowers in drifts: the mask says where, clusters say which.", "Flowers",
         {Common("meadow", 77),
          "\"distmap\": \"flower mask\", \"distmapchan\": 1, " + Grid(0.36 * k),
          "\"divers\": 2, \"clusize\": 9, \"clurough\": 40, \"clunoise\": 12, \"cluedge\": 30",
-         Move(80) + ", " + Turn(8), Scale(75, 130)},
+         Move(80) + ", " + Turn(8), Scale(75, 130), Thinning(1)},
         {{"daisy", 45, "[1, 1, 1]"},
          {"poppy", 25, "[1, 0.1, 0.1]"},
-         {"bellflower", 30, "[0.5, 0.4, 1]"}});
+         {"bellflower", 30, "[0.5, 0.4, 1]"}},
+        {.curves = kThinningCurves, .areas = FarmAreas()});
+    text += ",\n";
+    text += Scatter(
+        "// Short grass where a brush has painted the yard, and between the wheels of the track.",
+        "Lawn",
+        {Common("valley", 103), "\"distmap\": \"white\", \"distmapchan\": 0, " + Grid(0.2 * k),
+         Move(60) + ", " + Turn(7), Scale(22, 50),
+         Tint(0, 40, "[0.44, 0.52, 0.15]", "[0.64, 0.64, 0.26]")},
+        {{"grass", 97, "[0.3, 0.6, 0.2]"}, {"daisy", 3, "[1, 1, 1]"}}, {.onlyIn = LawnAreas()});
+    text += ",\n";
+    text += Scatter(
+        "// The fence: a post at every point of its line, upright but for a little.", "Fence posts",
+        {AlongPath("fence", 31, false),
+         "\"applyrotation\": true, \"zrotmin\": -180, \"zrotmax\": 180, \"xrotmin\": -3, "
+         "\"xrotmax\": 3, \"yrotmin\": -3, \"yrotmax\": 3",
+         Scale(92, 112), Tint(0, 30, "[0.36, 0.30, 0.24]", "[0.66, 0.62, 0.55]")},
+        {{"post", 100, "[0.5, 0.4, 0.3]"}});
+    text += ",\n";
+    text += Scatter("// Rails follow the line up and down, each from its post to the next.",
+                    "Fence rails",
+                    {AlongPath("fence rails", 32, true),
+                     Tint(0, 30, "[0.36, 0.30, 0.24]", "[0.66, 0.62, 0.55]")},
+                    {{"rails", 100, "[0.5, 0.4, 0.3]"}});
     text += ",\n";
     text += Scatter(
         "// Reeds stand in shallow water: an altitude limit is all they need.", "Reeds",

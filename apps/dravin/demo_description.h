@@ -5,6 +5,8 @@
 
 namespace demo {
 
+class Valley;
+
 struct Rect {
     float x0, y0, x1, y1;
 
@@ -31,10 +33,11 @@ inline constexpr Species kSpecies[] = {
     {"bush", true, 0.40f},       {"fern", true, 0.45f},  {"grass", false, 0.45f},
     {"tallgrass", false, 0.4f},  {"daisy", false, 0.4f}, {"poppy", false, 0.45f},
     {"bellflower", false, 0.4f}, {"reed", false, 0.35f}, {"boulder", false, 0},
-    {"slab", false, 0},          {"stone", false, 0},
+    {"slab", false, 0},          {"stone", false, 0},    {"post", false, 0},
+    {"rails", false, 0},
 };
 
 // The whole of forest.json for about `items` items.
-std::string Description(double items);
+std::string Description(const Valley& valley, double items);
 
 }  // namespace demo

@@ -9,6 +9,7 @@
 #include <functional>
 
 #include "apps/dravin/demo_description.h"
+#include "apps/dravin/demo_farm.h"
 #include "apps/dravin/demo_terrain.h"
 #include "host/base/thread_pool.h"
 #include "host/io/bitmap.h"
@@ -87,9 +88,23 @@ Bitmap DrawGround(const demo::Valley& valley) {
     });
 }
 
-bool WriteImages(const fs::path& folder, std::string* error) {
+constexpr Window kTrack{-demo::kRoadHalfWidth, 0,      demo::kRoadHalfWidth,
+                        demo::kRoadTile,       0.025f, false};
+
+Bitmap DrawTrack() {
+    return Draw<uint8_t>(kTrack, 3, [](float x, float y, float* out) {
+        Color c = demo::RoadColor(x, y);
+        out[0] = c.r, out[1] = c.g, out[2] = c.b;
+    });
+}
+
+Bitmap DrawTrackMask() {
+    return Draw<uint8_t>(kTrack, 1,
+                         [](float x, float y, float* out) { *out = demo::RoadOpacity(x, y); });
+}
+
+bool WriteImages(const fs::path& folder, const demo::Valley& valley, std::string* error) {
     using demo::Valley;
-    Valley valley(NumProcessors());
     struct Mask {
         const char* file;
         Window window;
@@ -116,23 +131,38 @@ bool WriteImages(const fs::path& folder, std::string* error) {
         if (!write(mask.file, DrawMask(valley, mask.window, mask.amount))) return false;
     for (const Terrain& terrain : terrains)
         if (!write(terrain.file, DrawHeights(valley, terrain.window))) return false;
-    return write("ground.png", DrawGround(valley));
+    return write("ground.png", DrawGround(valley)) && write("track.png", DrawTrack()) &&
+           write("track_mask.png", DrawTrackMask());
 }
 
-bool CopyModels(const fs::path& from, const fs::path& to, std::string* error) {
+// Scenes that come ready made, and what they show beside the forest's species.
+constexpr const char* kMoreScenes[] = {"wall.json", "autumn.json", "boulders.json"};
+constexpr const char* kMoreImages[] = {"ivy_map.png", "bank.png"};
+constexpr const char* kMoreModels[] = {
+    "wall.glb",      "wall.png",      "door.glb", "door.png",           "ivy_near.glb",
+    "ivy.png",       "rose_near.glb", "rose.png", "mapleleaf_near.glb", "mapleleaf_mid.glb",
+    "mapleleaf.png", "moss_near.glb", "moss.png"};
+
+std::vector<std::string> ModelFiles() {
+    std::vector<std::string> files{"cabin.glb", "cabin.png"};
     for (const demo::Species& species : demo::kSpecies) {
-        std::vector<std::string> files{fmt::format("{}_near.glb", species.name),
-                                       fmt::format("{}.png", species.name)};
+        files.push_back(fmt::format("{}_near.glb", species.name));
+        files.push_back(fmt::format("{}.png", species.name));
         if (species.isCut) files.push_back(fmt::format("{}_mask.png", species.name));
-        for (const std::string& file : files) {
-            std::error_code failure;
-            fs::copy_file(from / file, to / file, fs::copy_options::overwrite_existing, failure);
-            if (failure) {
-                *error = fmt::format("{}: cannot copy the model: {}", (from / file).string(),
-                                     failure.message());
-                return false;
-            }
-        }
+    }
+    files.insert(files.end(), std::begin(kMoreModels), std::end(kMoreModels));
+    return files;
+}
+
+template <class Files>
+bool CopyFiles(const fs::path& from, const fs::path& to, const Files& files, std::string* error) {
+    for (const auto& file : files) {
+        std::error_code failure;
+        fs::copy_file(from / file, to / file, fs::copy_options::overwrite_existing, failure);
+        if (!failure) continue;
+        *error = fmt::format("{}: cannot copy it to {}: {}", (from / file).string(), to.string(),
+                             failure.message());
+        return false;
     }
     return true;
 }
@@ -166,7 +196,12 @@ bool WriteDemoScene(const std::string& folder, const DemoOptions& options, std::
         return false;
     }
     double items = std::clamp(options.items, 1e3, 1e8);
-    return CopyModels(fs::path(options.dataFolder) / "models", root / "models", error) &&
-           WriteImages(root / "images", error) &&
-           WriteText(root / "forest.json", demo::Description(items), error);
+    demo::Valley valley(NumProcessors());
+    fs::path data(options.dataFolder);
+    return CopyFiles(data / "models", root / "models", ModelFiles(), error) &&
+           CopyFiles(data / "scenes" / "images", root / "images", kMoreImages, error) &&
+           CopyFiles(data / "scenes", root, kMoreScenes, error) &&
+           WriteImages(root / "images", valley, error) &&
+           WriteText(root / "models" / "track.obj", demo::RoadMesh(valley), error) &&
+           WriteText(root / "forest.json", demo::Description(valley, items), error);
 }

@@ -56,11 +56,10 @@ float Ridged(float x, float y, float size, int levels, uint32_t seed) {
 // Distance from the middle of the valley, which winds; positive to the right.
 float FromAxis(float x, float y) { return x - 55 * std::sin(y * 0.0041f + 1.3f) - 10; }
 
-// A trodden path from the camera's hill to the water.
-float Path(float x, float y) {
-    float bend = 9 * std::sin((y + 972) * 0.034f) * Smooth(-975, -930, y);
-    float away = std::fabs(x - (-1 + bend + 0.6f * Fractal(x, y, 6, 2, 81)));
-    return Smooth(1.35f, 0.75f, away) * Smooth(-690, -720, y);
+// Bare earth beside the cart track's wheels.
+float Verge(float x, float y) {
+    float away = std::fabs(x - (RoadX(y) + 0.6f * Fractal(x, y, 6, 2, 81)));
+    return Smooth(2.1f, 1.2f, away) * Smooth(-690, -720, y);
 }
 
 // 0 at the middle of the lake, 1 on its shore.
@@ -91,6 +90,26 @@ float ComputeHeight(float x, float y) {
 }
 
 }  // namespace
+
+// Factor of the radius in the direction `out`, a unit vector.
+float Patch::Wander(Point2 out) const {
+    return 1 + 0.5f * FractalNoise3({out.x * 1.6f, out.y * 1.6f, 0.2f}, 3, seed);
+}
+
+Point2 Patch::Corner(int i, int count) const {
+    float angle = 6.2831853f * float(i) / float(count);
+    Point2 out{std::cos(angle), std::sin(angle)};
+    float r = Wander(out);
+    return {center.x + out.x * r * radii.x, center.y + out.y * r * radii.y};
+}
+
+float Patch::Reach(float x, float y) const {
+    Point2 p{(x - center.x) / radii.x, (y - center.y) / radii.y};
+    float length = std::hypot(p.x, p.y);
+    return length > 0 ? length / Wander({p.x / length, p.y / length}) : 0;
+}
+
+float RoadX(float y) { return -1 + 9 * std::sin((y + 972) * 0.034f) * Smooth(-975, -930, y); }
 
 Valley::Valley(int threads) : m_heights(size_t(kColumns) * size_t(kRows)) {
     ParallelFor(size_t(kRows), threads, [&](size_t row) {
@@ -138,7 +157,7 @@ float Valley::Open(float x, float y) const {
 }
 
 float Valley::Meadow(float x, float y) const {
-    return Open(x, y) * (1 - Path(x, y)) * (1 - Smooth(0.35f, 0.6f, Rocks(x, y)));
+    return Open(x, y) * (1 - Smooth(0.35f, 0.6f, Rocks(x, y)));
 }
 
 float Valley::FarMeadow(float x, float y) const {
@@ -172,7 +191,8 @@ Color Valley::Ground(float x, float y) const {
     Color grass = Mix(Color{0.36f, 0.41f, 0.19f}, Color{0.50f, 0.50f, 0.27f}, 0.5f + 0.5f * patch);
     Color litter = Mix(Color{0.27f, 0.25f, 0.15f}, Color{0.33f, 0.34f, 0.18f}, 0.5f + 0.5f * grain);
     Color rock = Mix(Color{0.46f, 0.44f, 0.41f}, Color{0.60f, 0.57f, 0.53f}, 0.5f + 0.5f * grain);
-    Color color = Mix(grass, litter, Smooth(0.2f, 0.6f, Forest(x, y)) * Smooth(330, 250, h));
+    float wooded = Smooth(0.2f, 0.6f, Forest(x, y)) * Smooth(0.97f, 1.05f, kPasture.Reach(x, y));
+    Color color = Mix(grass, litter, wooded * Smooth(330, 250, h));
     color = Mix(color, rock, Smooth(0.25f, 0.6f, Rocks(x, y)) * 0.8f);
     color = Mix(color, rock, Smooth(33, 42, slope + 6 * grain));
     color = Mix(color, Mix(rock, grass, 0.25f), Smooth(255, 330, h + 30 * patch));
@@ -181,7 +201,7 @@ Color Valley::Ground(float x, float y) const {
     Color sand{0.55f, 0.50f, 0.39f}, mud{0.20f, 0.20f, 0.15f};
     color = Mix(sand, color, Smooth(0.3f, 1.1f, h + 0.25f * grain));
     color = Mix(mud, color, Smooth(-1.6f, 0.2f, h));
-    color = Mix(color, Color{0.47f, 0.41f, 0.30f}, 0.85f * Path(x, y));
+    color = Mix(color, Color{0.47f, 0.41f, 0.30f}, 0.85f * Verge(x, y));
     return color * (1 + 0.10f * grain);
 }
 

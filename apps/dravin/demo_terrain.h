@@ -5,15 +5,38 @@
 // construction; threads may share it.
 #pragma once
 
+#include <cstdint>
 #include <vector>
 
 #include "host/math/color.h"
+#include "host/math/point.h"
 
 namespace demo {
 
 inline constexpr float kValleyWidth = 1400, kValleyLength = 2000;  // x and y
 inline constexpr float kCell = 2;                                  // between two terrain samples
 inline constexpr float kLowest = -16, kHighest = 496;              // what the height image spans
+
+// A patch as a brush leaves it: an ellipse whose border wanders.
+struct Patch {
+    Point2 center, radii;
+    uint32_t seed;
+
+    // Corner i of `count`, counter-clockwise.
+    Point2 Corner(int i, int count) const;
+    // Place of (x, y) as part of the way from the centre to the border: below 1 inside.
+    float Reach(float x, float y) const;
+
+private:
+    float Wander(Point2 out) const;
+};
+
+// The cabin's yard, and a pasture cleared from the forest on the left slope.
+inline constexpr Patch kYard{{-11, -896}, {13.5f, 12.5f}, 91};
+inline constexpr Patch kPasture{{-255, -50}, {80, 100}, 92};
+
+// x of the middle of the cart track from the camera's hill to the water, at y.
+float RoadX(float y);
 
 class Valley {
 public:

@@ -4,6 +4,7 @@ import os
 
 import distmaps
 import models
+import scenes
 import templates
 
 if __name__ == '__main__':
@@ -11,3 +12,4 @@ if __name__ == '__main__':
     distmaps.write_library(os.path.join(data, 'distmaps'))
     templates.write_library(os.path.join(data, 'geometry'))
     models.write_models(os.path.join(data, 'models'))
+    scenes.write_scenes(os.path.join(data, 'scenes'))

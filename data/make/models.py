@@ -1,7 +1,8 @@
-"""The modelled species of the demo: every one in three levels of detail, with its textures.
+"""The models: species in three levels of detail and buildings in one, with their textures.
 
 Files: NAME_near.glb, NAME_mid.glb, NAME_far.glb, NAME.png (colour) and, where leaves are cut out of
-cards, NAME_mask.png (opacity). `models.json` lists them with their sizes.
+cards, NAME_mask.png (opacity). `models.json` lists them with their sizes. A building is NAME.glb and
+NAME.png.
 """
 
 import json
@@ -10,6 +11,8 @@ import os
 import numpy as np
 
 import ground
+import leaves
+import props
 import trees
 from images import write_png
 from meshes import write_glb
@@ -93,7 +96,9 @@ def ground_species():
 def write_models(folder):
     os.makedirs(folder, exist_ok=True)
     catalogue = []
-    for source, levels in ((tree_species(), trees.LEVELS), (ground_species(), (0, 1, 2))):
+    small = (0, 1, 2)
+    for source, levels in ((tree_species(), trees.LEVELS), (ground_species(), small),
+                           (leaves.species(), small), (props.species(), small)):
         for name, model, image in source:
             rgb, mask = image if isinstance(image, tuple) else (image, None)
             write_png(os.path.join(folder, name + '.png'), rgb)
@@ -110,6 +115,9 @@ def write_models(folder):
                 entry[suffix] = {'file': file, 'faces': mesh.num_faces(),
                                  'height': round(float(points[:, 2].max()), 2)}
             catalogue.append(entry)
+    for name, mesh, image in props.buildings():
+        write_png(os.path.join(folder, name + '.png'), image)
+        write_glb(os.path.join(folder, name + '.glb'), name, mesh, name + '.png')
     with open(os.path.join(folder, 'models.json'), 'w', newline='\n') as file:
         file.write('[\n' + ',\n'.join('    ' + json.dumps(e) for e in catalogue) + '\n]\n')
 

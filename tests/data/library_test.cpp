@@ -100,3 +100,22 @@ TEST(Models, EveryLevelOfDetailReadsAndGetsCoarser) {
         if (model.contains("mask")) Image(kData / "models" / std::string(model["mask"]));
     }
 }
+
+TEST(Models, BuildingsReadAndTheWallsMappingCoversIt) {
+    for (const char* name : {"cabin", "wall", "door"}) {
+        fs::path path = kData / "models" / (std::string(name) + ".glb");
+        std::string error;
+        auto mesh = ImportMesh(path.string(), "", &error);
+        ASSERT_TRUE(mesh) << error;
+        EXPECT_EQ(Validate(*mesh), "") << name;
+        Image(kData / "models" / (std::string(name) + ".png"));
+        if (std::string(name) != "wall") continue;
+        Box3 uv;
+        for (const Point3& p : mesh->Map(1)->verts) uv += p;
+        EXPECT_NEAR(uv.min.x, 0, 1e-4f);
+        EXPECT_NEAR(uv.max.x, 1, 1e-4f);
+        EXPECT_NEAR(uv.min.y, 0, 1e-4f);
+        EXPECT_LE(uv.max.y, 1.0001f);
+        EXPECT_GT(uv.max.y, 0.9f);
+    }
+}

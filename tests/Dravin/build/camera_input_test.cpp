@@ -185,3 +185,15 @@ TEST_F(CameraInput, FieldsOfViewBeyondReasonAreToldAndTakenIn) {
 }
 
 }  // namespace
+
+TEST_F(CameraInput, FalloffsWithoutACameraGetAWarning) {
+    Prepare();
+    EXPECT_TRUE(log.empty());
+    Set(kCamdensact, true);
+    Prepare();
+    ASSERT_EQ(log.size(), 1u);
+    EXPECT_NE(log[0].find("no camera is set"), std::string::npos) << log[0];
+    Set(kCamera, std::static_pointer_cast<ReferenceTarget>(cameraNode));
+    Prepare();
+    EXPECT_EQ(log.size(), 1u);
+}

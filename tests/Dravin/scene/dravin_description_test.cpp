@@ -327,3 +327,15 @@ TEST(LodObject, NewLevelsAndNormalising) {
         EXPECT_NEAR(lod->ReadLevel(i).screenSize, sizes[i], 0.001);
     }
 }
+
+TEST(DravinDescription, AreasThatDoNothingGetAWarning) {
+    SceneReadResult result = ParseDravin(R"("areas": [{"type": "paint"}, {"type": "spline"},
+        {"type": "object", "node_name": "gone"}, {"type": "surface"},
+        {"type": "spline", "node": "path", "polygons": [[[0, 0], [1, 0], [1, 1]]]},
+        {"type": "paint", "polygons": [[[0, 0], [1, 0], [1, 1]]]}])");
+    ASSERT_TRUE(result) << result.error;
+    EXPECT_THAT(result.warnings,
+                ElementsAre(HasSubstr("/nodes/3/areas/0: a painted area does nothing"),
+                            HasSubstr("/nodes/3/areas/1: an area of type \"spline\" does nothing"),
+                            HasSubstr("/nodes/3/areas/4: \"polygons\" count in areas of type")));
+}

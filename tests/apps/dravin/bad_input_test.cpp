@@ -140,6 +140,27 @@ TEST_F(BadInput, ObjectsThatScatterThemselves) {
     EXPECT_EQ(Build(std::string(kGround) + "," + pair + "," + Forest()).code, 0);
 }
 
+TEST_F(BadInput, PointsFromNothing) {
+    auto points = [](const char* mode) {
+        return fmt::format(R"({{"name": "d", "type": "dravin", "params": {{"distmode": "{}"}},
+            "geometry": [{{"name": "a", "object": "tree"}}]}})",
+                           mode);
+    };
+    std::string tree = std::string(kTree) + ",";
+    Expect(Build(tree + points("Path")), 1, "the object has no path to place items at");
+    Expect(Build(tree + points("Reference")), 1, "(see \"distrefnodes\")");
+    Expect(Build(tree + points("Particle Flow")), 1, "the object has no system with particles");
+}
+
+TEST_F(BadInput, ThinnedBuildsSaySo) {
+    std::string fine = R"(, "units_x": 0.5, "units_y": 0.5, "vmaxitems": 1000)";
+    Expect(BuildOn(kGround, fine), 0, "forest: thinned in steps of ");
+    m_folder.Write("s.json", "{\"dravin_scene\": 1, \"nodes\": [" + std::string(kGround) + "," +
+                                 kTree + "," + Forest(fine) + "]}");
+    EXPECT_EQ(Dravin({"build", "s.json", "--render"}).err, "");
+    EXPECT_EQ(Dravin({"build", "s.json", "--no-limit"}).err, "");
+}
+
 TEST_F(BadInput, SceneWithoutScatterObject) {
     Expect(Build(kGround), 4, "the scene has no scatter object");
 }
