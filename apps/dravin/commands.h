@@ -40,8 +40,8 @@ struct DemoCommandOptions {
 ExitCode RunDemo(const DemoCommandOptions& options);
 
 struct EffectOptions {
-    std::string file;
-    bool checkOnly = false;
+    std::string file;  // or the name of a shipped effect
+    bool checkOnly = false, list = false;
     std::vector<std::string> set;  // NAME=VALUE
     uint32_t seed = 123456;
 };

@@ -47,12 +47,17 @@ void AddEffect(CLI::App& app, EffectOptions& o) {
     CLI::App* check = effect->add_subcommand("check", "compile an effect; silent when all is well");
     CLI::App* run = effect->add_subcommand("run", "run an effect on one default item");
     for (CLI::App* c : {check, run}) {
-        c->add_option("file", o.file, "definition (XML) or plain program text")->required();
+        c->add_option("file", o.file,
+                      "definition (XML), plain program text, or a shipped effect's name")
+            ->required();
         c->add_option("--set", o.set, "NAME=VALUE gives a parameter a value: 3, 2.5 or [1,2,3]")
             ->allow_extra_args(false);
     }
     run->add_option("--seed", o.seed, "seed of the item's random numbers (default: 123456)");
     check->callback([&o] { o.checkOnly = true; });
+    effect->add_subcommand("list", "the effects that come with the product")->callback([&o] {
+        o.list = true;
+    });
 }
 
 bool ParseSize(const std::string& text, RenderOptions& o) {
