@@ -401,10 +401,10 @@ void RandomScene::AddItemArea() {
 // Every surface is an area of its own, on which its items stay.
 void RandomScene::AddSurfaceArea() {
     int row = NewAreaRow(kAreaSurface, m_choose.Chance(20));
-    bool exclude = object->Block(kAreaParams).GetInt(areaParams::kArincexclist, 0, row);
     for (size_t s = 0; s < surfaces.size(); ++s) {
-        // Its outline is known on the surface itself: whatever stands on it is inside.
-        KnownGroup group{row, exclude, 0, !exclude, int(s), {}};
+        // Surfaces include whatever the row says. The outline is known on the surface itself:
+        // whatever stands on it is inside.
+        KnownGroup group{row, false, 0, true, int(s), {}};
         const Mesh& mesh = *surfaces[s].mesh;
         Box3 box;
         for (const Point3& p : mesh.verts) box += p;
@@ -416,7 +416,7 @@ void RandomScene::AddSurfaceArea() {
                                 surfaces[s].toWorld);
         // A leaning surface's outline is not that of its box.
         bool leans = std::abs(surfaces[s].toWorld.row[2].z - 1) > 1e-6f;
-        if (leans || exclude) region.blur = 1e9f;
+        if (leans) region.blur = 1e9f;
         group.regions = {region};
         groups.push_back(group);
     }
