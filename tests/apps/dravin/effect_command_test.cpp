@@ -1,0 +1,95 @@
+// `dravin effect`: what users see of a program, right or wrong.
+#include <gmock/gmock.h>
+
+#include "tests/run_program.h"
+
+namespace {
+
+class EffectCommand : public testing::Test {
+protected:
+    ProgramRun Dravin(std::vector<std::string> arguments) const {
+        arguments.insert(arguments.begin(), {DRAVIN_BINARY_DIR "/apps/dravin/dravin", "effect"});
+        return RunProgram(arguments, m_folder.File("."));
+    }
+    ProgramRun Check(const std::string& text) const {
+        m_folder.Write("e.expr", text);
+        return Dravin({"check", "e.expr"});
+    }
+    ProgramRun RunText(const std::string& text, std::vector<std::string> more = {}) const {
+        m_folder.Write("e.expr", text);
+        more.insert(more.begin(), {"run", "e.expr"});
+        return Dravin(more);
+    }
+    TempFolder m_folder;
+};
+
+TEST_F(EffectCommand, CheckIsSilentWhenAllIsWell) {
+    ProgramRun run = Check("dpItem.visible = 0;");
+    EXPECT_EQ(run.code, 0);
+    EXPECT_EQ(run.out, "");
+}
+
+TEST_F(EffectCommand, CheckShowsTheThreeLinesOfAnError) {
+    ProgramRun run = Check("int x;\n  x = y + 1;\n");
+    EXPECT_EQ(run.code, 1);
+    EXPECT_EQ(run.out,
+              "Compile error. Undeclared variable \"y\" at line 2:\n  x = y + 1;\n      ^\n");
+}
+
+TEST_F(EffectCommand, RunPrintsLinesThenAssignedAttributesInTheirOrder) {
+    ProgramRun run = RunText("print 7 / 2; dpItem.tintMult = 2; dpItem.position = [1, 2.5, 3];");
+    EXPECT_EQ(run.code, 0);
+    EXPECT_EQ(run.out, "3\ndpItem.position = [1,2.5,3]\ndpItem.tintMult = 2\n");
+}
+
+TEST_F(EffectCommand, AttributesOfAFreshItem) {
+    EXPECT_EQ(RunText("print dpItem.visible; print dpItem.scale; print Max.time;"
+                      "print dpItem.areaIncDistance; print dpItem.particleScale;")
+                  .out,
+              "1\n[1,1,1]\n0\n2.14748365e+09\n[1,1,1]\n");
+}
+
+TEST_F(EffectCommand, SetGivesParametersTheirValues) {
+    ProgramRun run = RunText("print a + 1; print b; print c * 2;",
+                             {"--set", "a=3", "--set", "B=2.5", "--set", "c=[1, 2, 3]"});
+    EXPECT_EQ(run.out, "4\n2.5\n[2,4,6]\n");
+    EXPECT_EQ(RunText("print a;", {"--set", "a"}).code, 2);
+    EXPECT_EQ(RunText("print a;", {"--set", "a=x"}).code, 2);
+    EXPECT_EQ(RunText("print a;", {"--set", "sin=1"}).code, 2);
+}
+
+TEST_F(EffectCommand, TheSeedDecidesTheDraws) {
+    std::string program = "print randomInt(0, 1000000);";
+    std::string first = RunText(program).out;
+    EXPECT_EQ(RunText(program, {"--seed", "123456"}).out, first);
+    EXPECT_NE(RunText(program, {"--seed", "7"}).out, first);
+}
+
+TEST_F(EffectCommand, ARunTimeErrorComesBehindTheOutput) {
+    ProgramRun run = RunText("print 1; dpItem.tintMult = 1; int x = round(1.0 / 0.0);");
+    EXPECT_EQ(run.code, 1);
+    EXPECT_THAT(run.out, testing::MatchesRegex("1\nrun-time error 1 at cell [0-9]+\n"));
+}
+
+TEST_F(EffectCommand, DefinitionsBringTheirParameters) {
+    std::string xml =
+        "<effects><effect version=\"1\"><title>T</title>"
+        "<parameter name=\"amount\" kind=\"real\" value=\"2.5\"/>"
+        "<parameter name=\"count\" kind=\"integer\" value=\"3\"/>"
+        "<parameter name=\"map\" kind=\"texmap\"/><parameter name=\"at\" kind=\"node\"/>"
+        "<expression>print amount; print count / 2; print at.position;"
+        "print evaluateTexture(map, [0,0,0]);</expression></effect></effects>";
+    EXPECT_EQ(RunText(xml).out, "2.5\n1\n[0,0,0]\n[0,0,0]\n");
+    EXPECT_EQ(RunText(xml, {"--set", "amount=9"}).out, "9\n1\n[0,0,0]\n[0,0,0]\n");
+}
+
+TEST_F(EffectCommand, DamagedAndMissingFiles) {
+    EXPECT_EQ(Check("<effects><effect>").code, 4);
+    EXPECT_EQ(Check("<other/>").code, 4);
+    EXPECT_EQ(Check("<!DOCTYPE effects><effects/>").code, 4);
+    EXPECT_EQ(Dravin({"check", "nothing.expr"}).code, 3);
+    EXPECT_EQ(Dravin({"check"}).code, 2);
+    EXPECT_EQ(Dravin({"walk", "e.expr"}).code, 2);
+}
+
+}  // namespace
