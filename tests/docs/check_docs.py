@@ -1,5 +1,5 @@
 """Runs what the documentation shows: every scene in a ```json block that opens a scene builds, and
-every `dravin` line of a ```sh block ends with exit code 0.
+every `dravin` line of a ```sh block ends with exit code 0, and every ```effect block compiles.
 
     check_docs.py PROGRAM PAGE
 
@@ -50,6 +50,12 @@ def check_page(program, page, folder):
             scene = names[-1] if names else 'scene%d.json' % count
             (folder / scene).write_text(content, encoding='utf-8')
             good &= run(program, ['build', scene], folder)
+            count += 1
+        elif language == 'effect':
+            names = SAVED_AS.findall(text[end:block.start()])
+            effect = names[-1] if names else 'effect%d.expr' % count
+            (folder / effect).write_text(content, encoding='utf-8')
+            good &= run(program, ['effect', 'check', effect], folder)
             count += 1
         elif language == 'sh':
             for arguments in commands(content):
