@@ -6,7 +6,7 @@
 #include <fmt/format.h>
 
 #include "Dravin/effects/effect_definition.h"
-#include "Dravin/effects/tavuvm_expr/language.h"
+#include "Dravin/effects/tavuvm_expr/expr_lang.h"
 #include "host/scene/controller.h"
 #include "host/scene/node.h"
 
@@ -153,7 +153,7 @@ TEffectResult TEffectList::Compile(const TEffectContext& context, TEffectProgram
         if (effect.error.empty()) {
             names.names.set_initial(names.timeSlot, int32_t(context.time));
             tavuvm_expr::compilation compiled =
-                tavuvm_expr::compile(effect.expression, names.names);
+                names.names.compile(effect.expression);
             effect.error = compiled.error;
             if (compiled.code)
                 programs->programs.emplace_back(compiled.code, names.names.initial_values(),

@@ -14,7 +14,7 @@ constexpr size_t kSmallestBatch = 4;
 
 // What a program touches, from its code: `push slot, load` and `push slot, push type, store`. Code
 // that computes a slot may read any of them.
-TVMAttrList AttributesOf(const program& p, size_t itemSlot) {
+TVMAttrList AttributesOf(const compiled_program& p, size_t itemSlot) {
     const size_t count = ItemAttributes().size();
     std::vector<uint8_t> read(count, 0), written(count, 0);
     auto mark = [&](std::vector<uint8_t>& list, int32_t slot) {
@@ -51,7 +51,7 @@ TVMAttrList AttributesOf(const program& p, size_t itemSlot) {
     return list;
 }
 
-bool DrawsRandoms(const program& p) {
+bool DrawsRandoms(const compiled_program& p) {
     for (size_t cell = 0; cell < p.code.size();) {
         auto op = opcode(p.code[cell].to_integer());
         if (op == opcode::call && !p.functions->at(size_t(p.code[cell + 1].to_integer())).is_pure)
@@ -72,7 +72,7 @@ bool ReplacesItems(size_t attribute) {
 
 }  // namespace
 
-TEffectProgram::TEffectProgram(std::shared_ptr<const program> compiled, std::vector<value> values,
+TEffectProgram::TEffectProgram(std::shared_ptr<const compiled_program> compiled, std::vector<value> values,
                                size_t firstSlot)
     : code(std::move(compiled)), slots(std::move(values)), itemSlot(firstSlot) {
     std::vector<uint8_t> varying(slots.size(), 0);

@@ -21,7 +21,7 @@ struct TVMAttrList {
 };
 
 struct TEffectProgram {
-    std::shared_ptr<const tavuvm_expr::program> code;
+    std::shared_ptr<const tavuvm_expr::compiled_program> code;
     std::shared_ptr<const tavuvm_expr::batch_program> lanes;  // null: no fast form
     // Values of the host's slots: parameters and time; items' attributes hold no meaning.
     std::vector<tavuvm_expr::value> slots;
@@ -31,7 +31,7 @@ struct TEffectProgram {
     bool mayReplace = false;  // stores into the geometry or a placement attribute
 
     // slots: of all slots of the host that the program was compiled with.
-    TEffectProgram(std::shared_ptr<const tavuvm_expr::program> code,
+    TEffectProgram(std::shared_ptr<const tavuvm_expr::compiled_program> code,
                    std::vector<tavuvm_expr::value> slots, size_t itemSlot);
 };
 

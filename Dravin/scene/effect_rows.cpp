@@ -4,7 +4,7 @@
 
 #include "Dravin/config/effect_library.h"
 #include "Dravin/effects/effect_definition.h"
-#include "Dravin/effects/tavuvm_expr/environment.h"
+#include "Dravin/effects/tavuvm_expr/language.h"
 #include "Dravin/scene/dravin_rows.h"
 #include "host/base/file_input.h"
 #include "host/base/text.h"

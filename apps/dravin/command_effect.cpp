@@ -6,7 +6,7 @@
 #include "Dravin/effects/effect_definition.h"
 #include "Dravin/effects/effect_language.h"
 #include "Dravin/effects/item_attributes.h"
-#include "Dravin/effects/tavuvm_expr/language.h"
+#include "Dravin/effects/tavuvm_expr/expr_lang.h"
 #include "Dravin/effects/tavuvm_expr/vmachine.h"
 #include "apps/dravin/commands.h"
 #include "host/base/file_input.h"
@@ -115,7 +115,7 @@ ExitCode RunEffect(const EffectOptions& options) {
     if (ExitCode code = ReadProgram(options.file, &definition); code != kExitDone) return code;
     TEffectNames effect;
     if (ExitCode code = DeclareAll(options, definition, effect); code != kExitDone) return code;
-    compilation compiled = compile(definition.expression, effect.names);
+    compilation compiled = effect.names.compile(definition.expression);
     if (!compiled.code) {
         Print(compiled.error);
         return kExitFailed;

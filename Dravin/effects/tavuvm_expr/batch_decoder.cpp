@@ -62,7 +62,8 @@ bool is_comparison(opcode op) { return op >= opcode::equal && op <= opcode::grea
 
 }  // namespace
 
-batch_decoder::batch_decoder(const program& p, const std::vector<uint8_t>& varying) : m_program(p) {
+batch_decoder::batch_decoder(const compiled_program& p, const std::vector<uint8_t>& varying)
+    : m_program(p) {
     is_modified.assign(p.initial.size(), 0);
     for (size_t slot = 0; slot < p.initial.size(); ++slot) {
         bool host = slot < p.num_host_slots && !p.is_constant[slot];

@@ -13,7 +13,7 @@ using source = lane_node::source;
 // Lays the nodes of a decoded program out as instructions over registers.
 class batch_layout {
 public:
-    batch_layout(const program& p, batch_decoder& decoder) : m_program(p), m_d(decoder) {}
+    batch_layout(const compiled_program& p, batch_decoder& decoder) : m_program(p), m_d(decoder) {}
 
     std::shared_ptr<const batch_program> make() {
         MarkUsed();
@@ -130,7 +130,8 @@ private:
         m_out.can_fail |= node.op == lane_op::round || node.op == lane_op::trunc;
         m_out.draws |= node.op == lane_op::random_real || node.op == lane_op::random_int;
         Release(id);
-        instruction.result = m_register[id] = node.is_uniform ? NewRegister(true) : TakeLane(node.kind);
+        instruction.result = m_register[id] =
+            node.is_uniform ? NewRegister(true) : TakeLane(node.kind);
         (node.is_uniform ? m_out.uniform_code : m_out.code).push_back(instruction);
         if (m_lastUse[id] == id && !node.is_uniform) Give(id);
     }
@@ -150,7 +151,9 @@ private:
     }
 
     // A lane holds numbers of one kind all its life.
-    std::vector<lane_register>& Free(char kind) { return kind == 'i' ? m_freeIntegers : m_freeReals; }
+    std::vector<lane_register>& Free(char kind) {
+        return kind == 'i' ? m_freeIntegers : m_freeReals;
+    }
     void Give(node_id id) { Free(m_d.nodes[id].kind).push_back(m_register[id]); }
     lane_register TakeLane(char kind) {
         std::vector<lane_register>& free = Free(kind);
@@ -213,7 +216,7 @@ private:
         if (m_d.result) m_out.result = Registers(*m_d.result);
     }
 
-    const program& m_program;
+    const compiled_program& m_program;
     batch_decoder& m_d;
     batch_program m_out;
     std::vector<uint8_t> m_used;
@@ -225,7 +228,7 @@ private:
 
 }  // namespace
 
-std::shared_ptr<const batch_program> batch_program::make(const program& p,
+std::shared_ptr<const batch_program> batch_program::make(const compiled_program& p,
                                                          const std::vector<uint8_t>& varying) {
     batch_decoder decoder(p, varying);
     if (!decoder.decode()) return nullptr;

@@ -21,7 +21,7 @@ struct vmachine::state {
     void push(const value& v) { *top++ = v; }
 };
 
-void vmachine::load(std::shared_ptr<const program> p) {
+void vmachine::load(std::shared_ptr<const compiled_program> p) {
     m_program = std::move(p);
     m_stack.assign(m_program->initial.begin(), m_program->initial.end());
     m_stack.resize(m_program->initial.size() + stack_bound(m_program->code) + 1);

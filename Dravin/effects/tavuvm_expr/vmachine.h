@@ -7,8 +7,9 @@
 
 #include <memory>
 #include <string>
+#include <thread>
 
-#include "Dravin/effects/tavuvm_expr/program.h"
+#include "Dravin/effects/tavuvm_expr/compiled_program.h"
 
 namespace tavuvm_expr {
 
@@ -34,13 +35,13 @@ public:
     };
 
     vmachine() = default;
-    explicit vmachine(std::shared_ptr<const program> p) { load(std::move(p)); }
+    explicit vmachine(std::shared_ptr<const compiled_program> p) { load(std::move(p)); }
     // Instructions point at variables: a machine may move, but has no copies.
     vmachine(vmachine&&) = default;
     vmachine& operator=(vmachine&&) = default;
 
     // Installs a program; its variables take their first values.
-    void load(std::shared_ptr<const program> p);
+    void load(std::shared_ptr<const compiled_program> p);
 
     // Gives the program's own variables their first values again and clears all modified marks;
     // the host's slots keep their values. Call it before a run.
@@ -49,6 +50,10 @@ public:
     // Runs to the end of the code, a return, or an error. random may be null.
     bool run(TNuRandom* random, void* host = nullptr) { return run({}, random, host); }
     bool run(const run_frame& frame, TNuRandom* random, void* host);
+    // The same on a thread of its own; the machine is not touched until that has been joined.
+    std::jthread start(const run_frame& frame, TNuRandom* random, void* host) {
+        return std::jthread([this, frame, random, host] { run(frame, random, host); });
+    }
 
     // --- the host's side of variables; an index beyond the slots sets error 3 and reads 0
     value slot(size_t i);
@@ -100,7 +105,7 @@ private:
     run_error store_list(state& s);
     run_error call(state& s, int32_t number, int32_t count);
 
-    std::shared_ptr<const program> m_program;
+    std::shared_ptr<const compiled_program> m_program;
     std::vector<decoded> m_code;
     bool m_isVerified = false;   // runs of it need no checks of the stack
     std::vector<value> m_stack;  // variables, then the values of the run

@@ -8,7 +8,7 @@
 #include <benchmark/benchmark.h>
 
 #include "Dravin/effects/effect_programs.h"
-#include "Dravin/effects/tavuvm_expr/language.h"
+#include "Dravin/effects/tavuvm_expr/expr_lang.h"
 #include "bench/Dravin/engine/terrain_input.h"
 
 namespace {
@@ -33,7 +33,7 @@ TEffectPrograms Programs(size_t count, bool plainOnly) {
     all.plainOnly = plainOnly;
     for (size_t i = 0; i < count; ++i) {
         TEffectNames names;
-        auto compiled = tavuvm_expr::compile(kPrograms[i], names.names);
+        auto compiled = names.names.compile(kPrograms[i]);
         all.programs.emplace_back(compiled.code, names.names.initial_values(), names.itemSlot);
     }
     return all;
@@ -73,7 +73,7 @@ void Parameter(benchmark::State& state, const char* source) {
     TEffectNames names;
     names.names.declare_variable("shape", tavuvm_expr::type_code::curve, 0);
     names.names.declare_variable("paint", tavuvm_expr::type_code::texmap, 0);
-    auto compiled = tavuvm_expr::compile(source, names.names);
+    auto compiled = names.names.compile(source);
     all.programs.emplace_back(compiled.code, names.names.initial_values(), names.itemSlot);
 
     TBuildInput input = GroundInput();

@@ -1,9 +1,11 @@
 #include "Dravin/effects/effect_programs.h"
 
+#include <map>
+
 #include <gtest/gtest.h>
 
 #include "Dravin/effects/item_attributes.h"
-#include "Dravin/effects/tavuvm_expr/language.h"
+#include "Dravin/effects/tavuvm_expr/expr_lang.h"
 #include "tests/Dravin/engine/test_input.h"
 
 namespace {
@@ -14,7 +16,7 @@ protected:
     void Add(const std::string& source) {
         TEffectNames names;
         names.names.set_initial(names.timeSlot, 4800);
-        tavuvm_expr::compilation c = tavuvm_expr::compile(source, names.names);
+        tavuvm_expr::compilation c = names.names.compile(source);
         ASSERT_TRUE(c.code) << c.error;
         programs.programs.emplace_back(c.code, names.names.initial_values(), names.itemSlot);
     }
@@ -225,11 +227,10 @@ TEST_F(EffectProgramsTest, CurvesAndMapsAnswerByTheirParameter) {
     names.names.declare_variable("shape", type_code::curve, 0);
     names.names.declare_variable("missing", type_code::texmap, 0);
     names.names.declare_variable("paint", type_code::texmap, 1);
-    auto c = tavuvm_expr::compile(
+    auto c = names.names.compile(
         "dpItem.tintMult = evaluateCurve(shape, 2);"
         "dpItem.tintColor = evaluateTexture(paint, dpItem.position);"
-        "dpItem.position = evaluateTexture(missing, [0, 0, 0]);",
-        names.names);
+        "dpItem.position = evaluateTexture(missing, [0, 0, 0]);");
     ASSERT_TRUE(c.code) << c.error;
     programs.programs.emplace_back(c.code, names.names.initial_values(), names.itemSlot);
     TDravinItem item = Run().items[0];
@@ -255,13 +256,18 @@ TEST(ItemAttributes, AFreshItem) {
     TSpecimen specimen;
     TSpecimenSize size;
     TAttributeSource source{item, specimen, size, input};
-    for (const TItemAttribute& a : ItemAttributes()) {
-        std::string text = a.read(source).text();
-        if (std::string(a.name) == "visible") EXPECT_EQ(text, "1");
-        if (std::string(a.name) == "scale") EXPECT_EQ(text, "[1,1,1]");
-        if (std::string(a.name) == "areaIncDistance") EXPECT_EQ(text, "2.14748365e+09");
-        if (std::string(a.name) == "zrotaxis") EXPECT_EQ(text, "[0,0,1]");
-    }
+    const std::map<std::string, std::string> expected = {{"visible", "1"},
+                                                         {"scale", "[1,1,1]"},
+                                                         {"areaIncDistance", "2.14748365e+09"},
+                                                         {"zrotaxis", "[0,0,1]"},
+                                                         {"particleScale", "[1,1,1]"}};
+    size_t checked = 0;
+    for (const TItemAttribute& a : ItemAttributes())
+        if (auto it = expected.find(a.name); it != expected.end()) {
+            EXPECT_EQ(a.read(source).text(), it->second) << a.name;
+            ++checked;
+        }
+    EXPECT_EQ(checked, expected.size());
 }
 
 }  // namespace

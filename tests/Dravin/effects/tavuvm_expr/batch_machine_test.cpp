@@ -33,7 +33,7 @@ TEST(BatchMachine, ComputedIndicesStayOnThePlainMachine) {
 TEST(BatchMachine, LeavesOutWhatNobodyReads) {
     TestHost host;
     compilation c =
-        compile("real r = sin(it.weight); vector v = it.place * r; it.count = 1;", host.names);
+        host.names.compile("real r = sin(it.weight); vector v = it.place * r; it.count = 1;");
     std::vector<uint8_t> varying(host.names.num_slots(), 1);
     auto lanes = batch_program::make(*c.code, varying);
     ASSERT_NE(lanes, nullptr);
@@ -44,7 +44,7 @@ TEST(BatchMachine, LeavesOutWhatNobodyReads) {
 
 TEST(BatchMachine, ComputesOnceWhatIsTheSameForAllItems) {
     TestHost host;
-    compilation c = compile("it.weight = it.weight * (sin(amount) + number);", host.names);
+    compilation c = host.names.compile("it.weight = it.weight * (sin(amount) + number);");
     std::vector<uint8_t> varying(host.names.num_slots(), 0);
     varying[host.first + 2] = 1;
     auto lanes = batch_program::make(*c.code, varying);

@@ -11,7 +11,7 @@ namespace tavuvm_expr {
 inline std::string CompareMachines(const std::string& source, size_t count,
                                    bool* hasLanes = nullptr) {
     TestHost host;
-    compilation c = compile(source, host.names);
+    compilation c = host.names.compile(source);
     if (!c.code) return c.error;
     std::vector<uint8_t> varying(host.names.num_slots(), 0);
     for (size_t i = 0; i < TestHost::kNumAttributes; ++i) varying[host.first + i] = 1;
