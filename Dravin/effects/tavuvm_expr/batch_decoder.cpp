@@ -96,8 +96,8 @@ node_id batch_decoder::constant(const value& number) {
     char kind = number.is_integer() ? 'i' : 'r';
     auto bits =
         number.is_integer() ? uint32_t(number.integer()) : std::bit_cast<uint32_t>(number.real());
-    auto [it, isNew] = m_constants.try_emplace({kind, bits}, no_node_id);
-    if (isNew) {
+    auto [it, is_new] = m_constants.try_emplace({kind, bits}, no_node_id);
+    if (is_new) {
         lane_node node;
         node.from = lane_node::source::constant;
         node.kind = kind;

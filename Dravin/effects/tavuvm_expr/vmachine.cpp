@@ -205,7 +205,7 @@ bool vmachine::execute(const std::vector<decoded>& code, const run_frame& frame,
     // What every instruction uses stays in registers; calls see it in `s`.
     value* top = s.top;
     value *floor = s.floor, *const base = s.base, *const limit = s.limit;
-    const uint32_t numSlots = uint32_t(s.num_slots);
+    const uint32_t num_slots = uint32_t(s.num_slots);
     const uint8_t* const constant = m_program->is_constant.data();
     uint8_t* const modified = m_modified.data();
     for (const decoded& d : code) {
@@ -266,7 +266,7 @@ bool vmachine::execute(const std::vector<decoded>& code, const run_frame& frame,
                     break;
                 }
                 auto slot = uint32_t(top[-1].to_integer());
-                if (slot >= numSlots) return fail(run_error::slot_range, d.cell);
+                if (slot >= num_slots) return fail(run_error::slot_range, d.cell);
                 top[-1] = base[slot];
                 break;
             }
@@ -275,7 +275,7 @@ bool vmachine::execute(const std::vector<decoded>& code, const run_frame& frame,
                 int32_t type = merged ? d.b : (--top)->to_integer();
                 auto slot = uint32_t(merged ? d.a : (--top)->to_integer());
                 value v = *--top;
-                if (slot >= numSlots) return fail(run_error::slot_range, d.cell);
+                if (slot >= num_slots) return fail(run_error::slot_range, d.cell);
                 if (type >= 1 && type <= 3) v = algebra::converted(v, value_kind(type - 1));
                 if (!constant[slot]) base[slot] = v;
                 modified[slot] = 1;
@@ -285,8 +285,8 @@ bool vmachine::execute(const std::vector<decoded>& code, const run_frame& frame,
                 int32_t count = (--top)->to_integer();
                 auto slot = uint32_t((--top)->to_integer());
                 value v = *--top;
-                if (slot >= numSlots) return fail(run_error::slot_range, d.cell);
-                if (count > 0 && size_t(count) > numSlots - slot)
+                if (slot >= num_slots) return fail(run_error::slot_range, d.cell);
+                if (count > 0 && size_t(count) > num_slots - slot)
                     return fail(run_error::slot_range, d.cell);
                 if (count > 0 && !constant[slot]) std::fill_n(base + slot, count, v);
                 modified[slot] = 1;
@@ -366,7 +366,7 @@ bool vmachine::execute(const std::vector<decoded>& code, const run_frame& frame,
             case opcode::program_header: {
                 auto count = uint32_t(d.a);
                 // The variables stand below everything that the run pushes.
-                if (count > numSlots || count > size_t(limit - top))
+                if (count > num_slots || count > size_t(limit - top))
                     return fail(run_error::failure, d.cell);
                 top += count;
                 s.floor = floor = top;
