@@ -72,8 +72,8 @@ bool ReplacesItems(size_t attribute) {
 
 }  // namespace
 
-TEffectProgram::TEffectProgram(std::shared_ptr<const compiled_program> compiled, std::vector<value> values,
-                               size_t firstSlot)
+TEffectProgram::TEffectProgram(std::shared_ptr<const compiled_program> compiled,
+                               std::vector<value> values, size_t firstSlot)
     : code(std::move(compiled)), slots(std::move(values)), itemSlot(firstSlot) {
     std::vector<uint8_t> varying(slots.size(), 0);
     std::fill_n(varying.begin() + long(itemSlot), ItemAttributes().size(), uint8_t(1));
