@@ -21,6 +21,16 @@ struct vmachine::state {
     void push(const value& v) { *top++ = v; }
 };
 
+namespace {
+
+// A built-in that has no result for its argument stops the run like an operator; a function of the
+// host that fails says so itself.
+run_error failure_of(const function& f) {
+    return f.can_fail ? run_error::failure : run_error::call_failed;
+}
+
+}  // namespace
+
 void vmachine::load(std::shared_ptr<const compiled_program> p) {
     m_program = std::move(p);
     m_stack.assign(m_program->initial.begin(), m_program->initial.end());
@@ -28,6 +38,7 @@ void vmachine::load(std::shared_ptr<const compiled_program> p) {
     m_modified.assign(m_program->initial.size(), 0);
     m_code = decode(0);
     m_isVerified = verify(m_code);
+    if (m_isVerified) resolve_calls();
 }
 
 void vmachine::reset() {
@@ -180,6 +191,19 @@ bool vmachine::verify(const std::vector<decoded>& code) const {
     return true;
 }
 
+// Calls of functions that exist, with as many arguments as they take, need no questions in a run.
+void vmachine::resolve_calls() {
+    const function_library& functions = *m_program->functions;
+    for (decoded& d : m_code) {
+        bool call = d.op == opcode::call && d.a >= 0 && size_t(d.a) < functions.size();
+        if (!call) continue;
+        const function& f = functions.at(size_t(d.a));
+        bool fits =
+            d.b >= 0 && size_t(d.b) == f.arguments.size() && f.arguments.size() <= max_arguments;
+        if (f.body && fits) d.known = &f;
+    }
+}
+
 // --- running
 
 bool vmachine::run(const run_frame& frame, TNuRandom* random, void* host) {
@@ -213,7 +237,7 @@ bool vmachine::execute(const std::vector<decoded>& code, const run_frame& frame,
             return fail(run_error::failure, d.cell);
         switch (d.op) {
             // The kinds that programs mostly add and multiply come first; algebra knows all.
-#define TAVUVM_ARITHMETIC(name, reals, mixed)               \
+#define TAVUVM_ARITHMETIC(name, reals, mixed, vectors)      \
     case opcode::name: {                                    \
         const value* b = d.right ? d.right : --top;         \
         const value* a = d.left ? d.left : --top;           \
@@ -221,15 +245,17 @@ bool vmachine::execute(const std::vector<decoded>& code, const run_frame& frame,
             *top++ = a->real() reals b->real();             \
         else if (a->is_vector() && b->is_real())            \
             *top++ = mixed(a->vector(), b->real());         \
+        else if (a->is_vector() && b->is_vector())          \
+            *top++ = vectors(a->vector(), b->vector());     \
         else if (algebra::apply(opcode::name, *a, *b, top)) \
             ++top;                                          \
         else                                                \
             return fail(run_error::failure, d.cell);        \
         break;                                              \
     }
-            TAVUVM_ARITHMETIC(add, +, algebra::add)
-            TAVUVM_ARITHMETIC(sub, -, algebra::sub)
-            TAVUVM_ARITHMETIC(mult, *, algebra::mult)
+            TAVUVM_ARITHMETIC(add, +, algebra::add, algebra::add)
+            TAVUVM_ARITHMETIC(sub, -, algebra::sub, algebra::sub)
+            TAVUVM_ARITHMETIC(mult, *, algebra::mult, algebra::dot)
 #undef TAVUVM_ARITHMETIC
             case opcode::div:
             case opcode::mod:
@@ -359,6 +385,15 @@ bool vmachine::execute(const std::vector<decoded>& code, const run_frame& frame,
                 *top++ = 0;
                 break;
             case opcode::call:
+                if (d.known) {
+                    value result;
+                    const value* arguments = top - d.b;
+                    if (!d.known->body(s.context, {arguments, size_t(d.b)}, &result))
+                        return fail(failure_of(*d.known), d.cell);
+                    top -= d.b;
+                    *top++ = result;
+                    break;
+                }
                 s.top = top;
                 if (run_error e = call(s, d.a, d.b); e != run_error::none) return fail(e, d.cell);
                 top = s.top;
@@ -417,8 +452,7 @@ run_error vmachine::call(state& s, int32_t number, int32_t count) {
 
     value result;
     std::span<const value> arguments(s.top - count, size_t(count));
-    if (!f.body(s.context, arguments, &result))
-        return f.can_fail ? run_error::failure : run_error::call_failed;
+    if (!f.body(s.context, arguments, &result)) return failure_of(f);
     s.top -= count;
     if (s.room() < 1) return run_error::failure;
     s.push(result);

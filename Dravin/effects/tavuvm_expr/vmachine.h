@@ -90,6 +90,7 @@ private:
         int32_t a = 0, b = 0;  // slot and type, register, function and count
         // Operands of an operator that need not come from the stack; null: they do.
         const value *left = nullptr, *right = nullptr;
+        const function* known = nullptr;  // of a call that can be made as it stands
         value immediate;
     };
     struct state;
@@ -98,6 +99,7 @@ private:
     bool merge_operands(std::vector<decoded>& code) const;
     const value* operand_of(const decoded& d) const;
     bool verify(const std::vector<decoded>& code) const;
+    void resolve_calls();
     template <bool Checked>
     bool execute(const std::vector<decoded>& code, const run_frame& frame, TNuRandom* random,
                  void* host);
