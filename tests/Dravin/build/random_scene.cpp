@@ -500,8 +500,8 @@ void RandomScene::AddCamera() {
 
 // Any number or switch of the object, but for what bounds the work that a build may do.
 void RandomScene::AddNonsense() {
-    static const char* const kBounds[] = {"maxdensity", "vmaxitems",   "rmaxitems",
-                                          "threads",    "autothreads", "mode"};
+    static const char* const kBounds[] = {"maxdensity",  "vmaxitems", "rmaxitems",  "threads",
+                                          "autothreads", "mode",      "arresollist"};
     auto isBound = [](const ParamDef& def) {
         return std::any_of(std::begin(kBounds), std::end(kBounds),
                            [&](const char* name) { return def.name == name; });
