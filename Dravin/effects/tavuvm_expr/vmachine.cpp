@@ -181,8 +181,9 @@ bool vmachine::verify(const std::vector<decoded>& code) const {
         if (d.op == opcode::program_header) return false;
         if (d.op == opcode::call) pops += std::clamp(d.b, 0, int32_t(max_arguments));
         if (d.op == opcode::list_store) {
+            if (i < 3) return false;
             const decoded& count = code[i - 2];
-            if (i < 3 || count.op != opcode::push || code[i - 1].op != opcode::push) return false;
+            if (count.op != opcode::push || code[i - 1].op != opcode::push) return false;
             pops += std::max(count.immediate.to_integer(), 0);
         }
         if (depth < pops) return false;
