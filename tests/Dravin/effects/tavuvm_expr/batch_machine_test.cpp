@@ -30,6 +30,11 @@ TEST(BatchMachine, ComputedIndicesStayOnThePlainMachine) {
     EXPECT_FALSE(hasLanes);
 }
 
+TEST(BatchMachine, ParametersMayBeStoredInto) {
+    EXPECT_EQ(CompareMachines("amount++; number = number * 2; it.weight = amount * number;", 20),
+              "");
+}
+
 // Code that no compiler makes has a form in lanes only where that means the same.
 TEST(BatchMachine, CodeWithoutItsHeaderStaysOnThePlainMachine) {
     TestHost host;
