@@ -24,6 +24,19 @@ std::string TextOf(pugi::xml_node node) {
     return text;
 }
 
+// Text that is laid out over several lines, as one line.
+std::string Unwrapped(std::string_view text) {
+    std::string line;
+    for (char c : Trim(text)) {
+        bool blank = c == ' ' || c == '\t' || c == '\r' || c == '\n';
+        if (!blank)
+            line += c;
+        else if (line.back() != ' ')
+            line += ' ';
+    }
+    return line;
+}
+
 TEffectParameterDefinition ReadParameter(pugi::xml_node node) {
     TEffectParameterDefinition p;
     p.name = node.attribute("name").value();
@@ -32,7 +45,7 @@ TEffectParameterDefinition ReadParameter(pugi::xml_node node) {
     p.min = node.attribute("min").value();
     p.max = node.attribute("max").value();
     p.limit = node.attribute("limit").as_bool();
-    p.description = TextOf(node);
+    p.description = Unwrapped(TextOf(node));
     return p;
 }
 
@@ -87,7 +100,7 @@ std::optional<TEffectDefinition> ReadEffectDefinition(std::string_view xml, std:
     TEffectDefinition definition;
     definition.version = effect.attribute("version").as_int(1);
     definition.title = TextOf(effect.child("title"));
-    definition.description = Trim(TextOf(effect.child("description")));
+    definition.description = Unwrapped(TextOf(effect.child("description")));
     definition.expression = TextOf(effect.child("expression"));
     for (pugi::xml_node node : effect.children("parameter"))
         definition.parameters.push_back(ReadParameter(node));

@@ -46,3 +46,5 @@ struct EffectOptions {
     uint32_t seed = 123456;
 };
 ExitCode RunEffect(const EffectOptions& options);
+// The shipped effects, one a line; of one of them, its description and parameters.
+ExitCode RunEffectList(const std::string& name);

@@ -48,6 +48,10 @@ public:
         return reinterpret_cast<const int32_t*>(lane(r))[m_program->is_uniform[r] ? 0 : k];
     }
     value get(const lane_value& v, size_t k) const;
+    // The whole lane, for copying out: item k stands at data + k * stride numbers.
+    lane_operand view(lane_register r) const {
+        return {lane(r), m_program->is_uniform[r] ? 0u : 1u};
+    }
 
 private:
     const std::byte* lane(lane_register r) const { return m_memory.get() + m_offset[r]; }

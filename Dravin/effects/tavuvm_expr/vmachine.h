@@ -9,7 +9,7 @@
 #include <string>
 #include <thread>
 
-#include "Dravin/effects/tavuvm_expr/compiled_program.h"
+#include "Dravin/effects/tavuvm_expr/machine_code.h"
 
 namespace tavuvm_expr {
 
@@ -72,42 +72,15 @@ public:
     const std::string& error_text() const { return m_error_text; }
 
 private:
-    // An instruction with what it needs at hand. `push` followed by what takes the number from the
-    // stack at once becomes one instruction; errors still name the cell where that one stands.
-    struct decoded {
-        enum class form : uint8_t {
-            plain,
-            load_slot,
-            store_slot,
-            store_vector,
-            set_part,
-            load_vector
-        };
-        opcode op = opcode::no_operation;
-        form how = form::plain;
-        uint8_t pops = 0, pushes = 0;
-        uint32_t cell = 0;
-        int32_t a = 0, b = 0;  // slot and type, register, function and count
-        // Operands of an operator that need not come from the stack; null: they do.
-        const value *left = nullptr, *right = nullptr;
-        value immediate;
-    };
     struct state;
-    std::vector<decoded> decode(size_t start) const;
-    bool merge(std::vector<decoded>& code) const;
-    bool merge_operands(std::vector<decoded>& code) const;
-    const value* operand_of(const decoded& d) const;
-    bool verify(const std::vector<decoded>& code) const;
     template <bool Checked>
-    bool execute(const std::vector<decoded>& code, const run_frame& frame, TNuRandom* random,
-                 void* host);
+    bool execute(const machine_code& code, const run_frame& frame, TNuRandom* random, void* host);
     bool fail(run_error error, size_t cell);
     run_error store_list(state& s);
     run_error call(state& s, int32_t number, int32_t count);
 
     std::shared_ptr<const compiled_program> m_program;
-    std::vector<decoded> m_code;
-    bool m_isVerified = false;   // runs of it need no checks of the stack
+    machine_code m_code;
     std::vector<value> m_stack;  // variables, then the values of the run
     std::vector<uint8_t> m_modified;
     value m_general[num_general_registers];
