@@ -18,6 +18,8 @@
 // The attributes of the item that a program reads and stores into, by their index.
 struct TVMAttrList {
     std::vector<size_t> read, written;
+    // Other slots of the host that it stores into: every item finds their first values.
+    std::vector<size_t> restored;
 };
 
 struct TEffectProgram {

@@ -70,8 +70,7 @@ type_set program::generate_unary(const ast::expression& e) {
     node_index operand = m_tree.children(e)[0];
     type_set types = generate_expression(operand);
     if (e.op == token_type::neg) {
-        if (types & handle_types) fail("Wrong operand. Expected numeric value", e.range.first);
-        emit(opcode::neg);
+        emit(opcode::neg);  // of any type, which it keeps
         return types;
     }
     if (!(types & integer_types)) fail("Wrong operand. Expected integer value", e.range.first);

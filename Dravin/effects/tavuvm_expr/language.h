@@ -2,7 +2,7 @@
 // the host, functions.
 //
 // Every variable has a slot, a cell of the machine's variable area; an attribute of a structure is
-// a variable too. The constants "pi" and "e" are always there. An language serves any number of
+// a variable too. The constants "pi" and "e" are always there. A language serves any number of
 // compilations and is not changed by them.
 #pragma once
 

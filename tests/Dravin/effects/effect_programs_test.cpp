@@ -212,6 +212,46 @@ TEST_F(EffectProgramsTest, DrawsFollowTheItemsOwn) {
     EXPECT_EQ(item.tintBlend, generator.Random());
 }
 
+// --- stores beside the attributes
+
+TEST_F(EffectProgramsTest, AParameterThatAProgramChangesStartsAgainForEveryItem) {
+    TEffectNames names;
+    names.names.declare_variable("size", tavuvm_expr::type_code::real, 2.0f);
+    auto c = names.names.compile("size = size + 1; dpItem.tintMult = size;");
+    ASSERT_TRUE(c.code) << c.error;
+    programs.programs.emplace_back(c.code, names.names.initial_values(), names.itemSlot);
+    for (bool plain : {false, true}) {
+        programs.plainOnly = plain;
+        for (const TDravinItem& item : Run().items) ASSERT_EQ(item.tintBlend, 3);
+    }
+}
+
+TEST_F(EffectProgramsTest, AnIndexBeyondAVariableChangesNoReadOnlyAttribute) {
+    // The slots of "dpItem" stand behind those of the two constants.
+    const size_t distXPixel = 2 + 11, tintMult = 2 + 21, time = 2 + 44;
+    for (size_t slot : {distXPixel, tintMult, time})
+        Add("pi[" + std::to_string(slot) + "] = 5; pi[" + std::to_string(slot) + "]++;");
+    for (bool plain : {false, true}) {
+        programs.plainOnly = plain;
+        BuiltItems built = Run();
+        EXPECT_EQ(built.items[3].hash[0], 3u);
+        for (const TDravinItem& item : built.items) ASSERT_EQ(item.tintBlend, 6);
+    }
+}
+
+TEST_F(EffectProgramsTest, AStoredValueOfAnotherKindIsConverted) {
+    // A real in the place of the position reads as the zero vector, one in that of an integer is
+    // truncated.
+    Add("pi[2] = 5;");
+    Add("pi[8] = 0.5;");
+    EXPECT_TRUE(Run().items.empty());  // slot 8: visible
+    programs.programs.pop_back();
+    for (bool plain : {false, true}) {
+        programs.plainOnly = plain;
+        for (const TDravinItem& item : Run().items) ASSERT_EQ(item.position, Point3());
+    }
+}
+
 // --- host functions
 
 TEST_F(EffectProgramsTest, SurfacesAreHitFromProgramsToo) {

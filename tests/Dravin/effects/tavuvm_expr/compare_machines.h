@@ -43,6 +43,8 @@ inline std::string CompareMachines(const TestHost& host,
         machine.reset();
         for (size_t i = 0; i < TestHost::kNumAttributes; ++i)
             machine.set_slot(host.first + i, host.attribute(i, k));
+        for (size_t slot : {host.amount, host.number})
+            machine.set_slot(slot, host.names.initial_values()[slot]);
         TNuRandom random(uint32_t(k * 7919));
         bool done = machine.run(&random);
         if (done == batch.failed(k)) return fmt::format("item {}: only one machine fails", k);

@@ -72,6 +72,17 @@ inline std::string Printed(const std::string& source, uint32_t seed = 123456) {
     return output;
 }
 
+// What an expression gives, returned to the host; the integer 0 when it does not compile or fails.
+inline value Result(const std::string& expression, uint32_t seed = 123456) {
+    TestHost host;
+    compilation c = host.names.compile("return " + expression + ";");
+    if (!c.code) return 0;
+    vmachine machine(c.code);
+    TNuRandom random(seed);
+    machine.run(&random);
+    return machine.result();
+}
+
 // First line of the error that a program ends with; empty when it compiles.
 inline std::string ErrorLine(const std::string& source) {
     TestHost host;
