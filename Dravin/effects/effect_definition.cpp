@@ -5,7 +5,7 @@
 #include <fmt/format.h>
 #include <pugixml.hpp>
 
-#include "host/base/text.h"
+#include "Dravin/effects/tavuvm_expr/language.h"
 
 namespace {
 
@@ -24,17 +24,18 @@ std::string TextOf(pugi::xml_node node) {
     return text;
 }
 
-// Text that is laid out over several lines, as one line.
-std::string Unwrapped(std::string_view text) {
-    std::string line;
-    for (char c : Trim(text)) {
-        bool blank = c == ' ' || c == '\t' || c == '\r' || c == '\n';
-        if (!blank)
-            line += c;
-        else if (line.back() != ' ')
-            line += ' ';
+// Prose may be broken and indented like the rest of the file: white space counts as one blank.
+std::string ProseOf(pugi::xml_node node) {
+    std::string prose;
+    for (char c : TextOf(node)) {
+        bool isBlank = c == ' ' || c == '\t' || c == '\n' || c == '\r';
+        if (!isBlank)
+            prose += c;
+        else if (!prose.empty() && prose.back() != ' ')
+            prose += ' ';
     }
-    return line;
+    if (!prose.empty() && prose.back() == ' ') prose.pop_back();
+    return prose;
 }
 
 TEffectParameterDefinition ReadParameter(pugi::xml_node node) {
@@ -45,7 +46,7 @@ TEffectParameterDefinition ReadParameter(pugi::xml_node node) {
     p.min = node.attribute("min").value();
     p.max = node.attribute("max").value();
     p.limit = node.attribute("limit").as_bool();
-    p.description = Unwrapped(TextOf(node));
+    p.description = ProseOf(node);
     return p;
 }
 
@@ -100,11 +101,24 @@ std::optional<TEffectDefinition> ReadEffectDefinition(std::string_view xml, std:
     TEffectDefinition definition;
     definition.version = effect.attribute("version").as_int(1);
     definition.title = TextOf(effect.child("title"));
-    definition.description = Unwrapped(TextOf(effect.child("description")));
+    definition.description = ProseOf(effect.child("description"));
     definition.expression = TextOf(effect.child("expression"));
     for (pugi::xml_node node : effect.children("parameter"))
         definition.parameters.push_back(ReadParameter(node));
     return definition;
+}
+
+const TEffectParameterDefinition* FindParameter(const TEffectDefinition& definition,
+                                                std::string_view name) {
+    for (const TEffectParameterDefinition& p : definition.parameters)
+        if (tavuvm_expr::folded(p.name) == tavuvm_expr::folded(name)) return &p;
+    return nullptr;
+}
+
+std::vector<std::string> ParameterNames(const TEffectDefinition& definition) {
+    std::vector<std::string> names;
+    for (const TEffectParameterDefinition& p : definition.parameters) names.push_back(p.name);
+    return names;
 }
 
 std::string WriteEffectDefinition(const TEffectDefinition& definition) {

@@ -11,6 +11,7 @@
 //
 // Parameters are what a library effect suggests to the object that takes it; an object keeps its
 // own. A missing title leaves the title as it was, a missing expression leaves the program empty.
+// White space within descriptions counts as one blank.
 #pragma once
 
 #include <optional>
@@ -34,6 +35,12 @@ struct TEffectDefinition {
 // Reads a definition; text parts and CDATA sections of the expression are joined. None with a
 // reason when the document is not well-formed, nested too deeply, has a DOCTYPE, or another root.
 std::optional<TEffectDefinition> ReadEffectDefinition(std::string_view xml, std::string* error);
+
+// The parameter of that name, capitals or not; null when the definition suggests none.
+const TEffectParameterDefinition* FindParameter(const TEffectDefinition& definition,
+                                                std::string_view name);
+// Names of all parameters, for messages.
+std::vector<std::string> ParameterNames(const TEffectDefinition& definition);
 
 // Writes the document form.
 std::string WriteEffectDefinition(const TEffectDefinition& definition);

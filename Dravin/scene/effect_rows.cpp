@@ -119,36 +119,68 @@ std::string ReadCurveText(const DescriptionValue& value) {
     return CurveSetToXml(&set, 0);
 }
 
-void ReadNumber(DescriptionObject& keys, const Kind& kind, RowReader& reader,
-                const IParamBlock2& block) {
-    auto missing = [&block](ParamID id) { return block.GetDesc().Find(id)->defaultValue; };
-    reader.Column(keys, "value", kind.value, missing(kind.value));
-    reader.Column(keys, "min", kind.min, missing(kind.min));
-    reader.Column(keys, "max", kind.max, missing(kind.max));
-    reader.Column(keys, "default", kind.def, missing(kind.def));
+// What a parameter is where its row does not say: as the definition suggests, else as the lists
+// say.
+struct Suggestion {
+    ParamValue value, min, max, def;  // of numbers
+    int32_t limit = 0;
+    std::string description;
+};
+
+int KindOfWord(const std::string& word) {
+    auto found = std::find(KindWords().begin(), KindWords().end(), word);
+    return found == KindWords().end() ? 1 : int(found - KindWords().begin());
 }
 
-void ReadParameter(const DescriptionValue& row, const std::string& effectId, RowReader& reader,
-                   const IParamBlock2& block, std::set<std::string>& taken,
-                   const DescriptionContext& context) {
+// parameter: of the definition; null when it has none.
+Suggestion SuggestionOf(const TEffectParameterDefinition* parameter, const Kind& kind,
+                        const IParamBlock2& block) {
+    const TEffectParameterDefinition p = parameter ? *parameter : TEffectParameterDefinition();
+    Suggestion s;
+    s.limit = p.limit;
+    s.description = p.description;
+    if (kind.type != 0) return s;
+    auto number = [&](ParamID id, const std::string& text) -> ParamValue {
+        if (text.empty()) return block.GetDesc().Find(id)->defaultValue;
+        if (kind.numType == 0) return int32_t(ParseLeadingInteger(text));
+        return float(ParseLeadingNumber(text));
+    };
+    s.value = number(kind.value, p.value);
+    s.def = number(kind.def, p.value);
+    s.min = number(kind.min, p.min);
+    s.max = number(kind.max, p.max);
+    return s;
+}
+
+// The lists of numbers of the kinds that a parameter does not have.
+void PutOtherNumbers(const Kind& kind, RowReader& reader) {
+    for (const Kind& other : std::span(kKinds, 3))
+        if (&other != &kind)
+            for (ParamID id : {other.value, other.min, other.max, other.def}) reader.PutDefault(id);
+}
+
+// suggested: what the definition says of it; null when nothing.
+void ReadParameter(const DescriptionValue& row, const TEffectParameterDefinition* suggested,
+                   const std::string& effectId, RowReader& reader, const IParamBlock2& block,
+                   std::set<std::string>& taken, const DescriptionContext& context) {
     DescriptionObject keys(row);
     keys.Require("name");
-    int kindIndex = keys.Choice("kind", KindWords(), 1);
+    int kindIndex = keys.Choice("kind", KindWords(), suggested ? KindOfWord(suggested->kind) : 1);
     const Kind& kind = kKinds[kindIndex];
+    Suggestion missing = SuggestionOf(suggested, kind, block);
     reader.Put(kEfpaid, ReadId(keys, "parameter", taken));
     reader.Put(kEfpaeffid, effectId);
     reader.Put(kEfpatype, int32_t(kind.type));
     reader.Put(kEfpanumtype, int32_t(kind.numType));
     reader.Column(keys, "name", kEfpaname, std::string());
-    reader.Column(keys, "limit", kEfpalimit, int32_t{0});
-    reader.Column(keys, "description", kEfpadesc, std::string());
-    for (const Kind& number : std::span(kKinds, 3)) {
-        if (&number == &kind) {
-            ReadNumber(keys, kind, reader, block);
-        } else {
-            for (ParamID id : {number.value, number.min, number.max, number.def})
-                reader.PutDefault(id);
-        }
+    reader.Column(keys, "limit", kEfpalimit, missing.limit);
+    reader.Column(keys, "description", kEfpadesc, missing.description);
+    PutOtherNumbers(kind, reader);
+    if (kind.type == 0) {
+        reader.Column(keys, "value", kind.value, missing.value);
+        reader.Column(keys, "min", kind.min, missing.min);
+        reader.Column(keys, "max", kind.max, missing.max);
+        reader.Column(keys, "default", kind.def, missing.def);
     }
     auto value = keys.Find("value");
     bool isController = kindIndex == kController, isCurve = kindIndex == kCurve;
@@ -172,14 +204,8 @@ void ReadParameter(const DescriptionValue& row, const std::string& effectId, Row
 // A parameter that the definition suggests and the row does not state.
 void PutSuggested(const TEffectParameterDefinition& p, const std::string& effectId,
                   RowReader& reader, const IParamBlock2& block, std::set<std::string>& taken) {
-    auto word = std::find(KindWords().begin(), KindWords().end(), p.kind);
-    const Kind& kind = kKinds[word == KindWords().end() ? 1 : word - KindWords().begin()];
-    auto number = [&](const std::string& text, ParamID id) -> ParamValue {
-        const ParamValue& missing = block.GetDesc().Find(id)->defaultValue;
-        if (text.empty()) return missing;
-        if (kind.numType == 0) return int32_t(ParseLeadingInteger(text));
-        return float(ParseLeadingNumber(text));
-    };
+    const Kind& kind = kKinds[KindOfWord(p.kind)];
+    Suggestion s = SuggestionOf(&p, kind, block);
     for (size_t i = taken.size() + 1;; ++i)
         if (std::string id = fmt::format("parameter{}", i); taken.insert(id).second) {
             reader.Put(kEfpaid, id);
@@ -189,20 +215,49 @@ void PutSuggested(const TEffectParameterDefinition& p, const std::string& effect
     reader.Put(kEfpatype, int32_t(kind.type));
     reader.Put(kEfpanumtype, int32_t(kind.numType));
     reader.Put(kEfpaname, p.name);
-    reader.Put(kEfpalimit, int32_t(p.limit));
-    reader.Put(kEfpadesc, p.description);
-    for (const Kind& other : std::span(kKinds, 3)) {
-        bool own = &other == &kind;
-        const std::string none, &value = own ? p.value : none;
-        reader.Put(other.value, number(value, other.value));
-        reader.Put(other.min, number(own ? p.min : none, other.min));
-        reader.Put(other.max, number(own ? p.max : none, other.max));
-        reader.Put(other.def, number(value, other.def));
+    reader.Put(kEfpalimit, s.limit);
+    reader.Put(kEfpadesc, s.description);
+    PutOtherNumbers(kind, reader);
+    if (kind.type == 0) {
+        reader.Put(kind.value, s.value);
+        reader.Put(kind.min, s.min);
+        reader.Put(kind.max, s.max);
+        reader.Put(kind.def, s.def);
     }
     for (ParamID id : {kEfpainode, kEfpacontref, kEfpatexmap}) reader.Put(id, TargetPtr());
     reader.Put(kEfpacontanim, int32_t{0});
     reader.Put(kEfpacontype, int32_t(kControllerReal));
     reader.Put(kEfpacurve, std::string());
+}
+
+// Without a node or a map an effect runs, but hardly does what its user wanted.
+void WarnWhereEmpty(const TEffectParameterDefinition& p, const DescriptionValue& row) {
+    if (p.kind == "texmap")
+        row.Warn(fmt::format("no texture map for \"{}\": it counts as black", p.name));
+    if (p.kind == "node")
+        row.Warn(fmt::format("no node for \"{}\": the object's own origin serves", p.name));
+}
+
+// The parameters of one effect: those that the row states, then the others of the definition.
+void ReadParameters(DescriptionObject& keys, const std::string& xml, const std::string& effectId,
+                    RowReader& reader, const IParamBlock2& block, std::set<std::string>& taken,
+                    const DescriptionContext& context) {
+    TEffectDefinition definition = ReadEffectDefinition(xml, nullptr).value_or(TEffectDefinition());
+    std::set<std::string> stated;
+    for (const DescriptionValue& row : keys.Array("parameters")) {
+        std::string name = DescriptionObject(row).Text("name", "");
+        stated.insert(tavuvm_expr::folded(name));
+        const TEffectParameterDefinition* suggested = FindParameter(definition, name);
+        if (!suggested && !name.empty() && keys.Find("library"))
+            row.Fail(fmt::format("the effect has no parameter \"{}\"{}", name,
+                                 DidYouMean(name, ParameterNames(definition))));
+        ReadParameter(row, suggested, effectId, reader, block, taken, context);
+    }
+    for (const TEffectParameterDefinition& p : definition.parameters) {
+        if (stated.contains(tavuvm_expr::folded(p.name))) continue;
+        WarnWhereEmpty(p, keys.Value());
+        PutSuggested(p, effectId, reader, block, taken);
+    }
 }
 
 int KindOf(const IParamBlock2& block, int i) {
@@ -219,11 +274,13 @@ Json WriteController(const IParamBlock2& block, int i, const DescriptionWriter& 
     return writer.Value(ParamDef(0, "value", type), keyed->Content());
 }
 
-Json WriteParameter(const IParamBlock2& block, const RowWriter& columns, int i,
-                    const DescriptionWriter& writer) {
+// Whatever reading would take from the definition by itself is left out.
+Json WriteParameter(const TEffectDefinition& definition, const IParamBlock2& block,
+                    const RowWriter& columns, int i, const DescriptionWriter& writer) {
     int kindIndex = KindOf(block, i);
     const Kind& kind = kKinds[kindIndex];
-    auto missing = [&block](ParamID id) { return block.GetDesc().Find(id)->defaultValue; };
+    Suggestion missing =
+        SuggestionOf(FindParameter(definition, block.GetString(kEfpaname, 0, i)), kind, block);
     Json row;
     columns.Column(row, "name", kEfpaname, i);
     row["kind"] = kind.word;
@@ -238,12 +295,12 @@ Json WriteParameter(const IParamBlock2& block, const RowWriter& columns, int i,
         columns.Column(row, "value", kind.value, i);
     }
     if (kind.type == 0) {
-        columns.Column(row, "min", kind.min, i, missing(kind.min));
-        columns.Column(row, "max", kind.max, i, missing(kind.max));
-        columns.Column(row, "default", kind.def, i, missing(kind.def));
+        columns.Column(row, "min", kind.min, i, missing.min);
+        columns.Column(row, "max", kind.max, i, missing.max);
+        columns.Column(row, "default", kind.def, i, missing.def);
     }
-    columns.Column(row, "limit", kEfpalimit, i, int32_t{0});
-    columns.Column(row, "description", kEfpadesc, i, std::string());
+    columns.Column(row, "limit", kEfpalimit, i, missing.limit);
+    columns.Column(row, "description", kEfpadesc, i, missing.description);
     return row;
 }
 
@@ -272,16 +329,7 @@ void ReadEffectRows(TDravin& object, const DescriptionValue& rows,
         std::string xml = ReadProgram(keys, name, context);
         reader.Put(kEfxmllist, xml);
         reader.Column(keys, "enabled", kEfenablelist, int32_t{1});
-        std::set<std::string> stated;
-        for (const DescriptionValue& parameter : keys.Array("parameters")) {
-            ReadParameter(parameter, id, reader, block, parameterIds, context);
-            DescriptionObject form(parameter);
-            stated.insert(tavuvm_expr::folded(form.Text("name", "")));
-        }
-        if (auto definition = ReadEffectDefinition(xml, nullptr))
-            for (const TEffectParameterDefinition& p : definition->parameters)
-                if (!stated.contains(tavuvm_expr::folded(p.name)))
-                    PutSuggested(p, id, reader, block, parameterIds);
+        ReadParameters(keys, xml, id, reader, block, parameterIds, context);
         keys.Finish();
         if (value.Document().Failed()) return;
     }
@@ -297,9 +345,10 @@ Json WriteEffectRows(const TDravin& object, const DescriptionWriter& writer) {
         Json row = {{"name", block.GetString(kEfnamelist, 0, i)}, {"id", id}};
         columns.Column(row, "enabled", kEfenablelist, i, int32_t{1});
         row["program"] = UnwrapProgram(xml, block.GetString(kEfnamelist, 0, i)).value_or(xml);
+        auto definition = ReadEffectDefinition(xml, nullptr).value_or(TEffectDefinition());
         for (int p = 0; p < block.Count(kEfpaid); ++p)
             if (block.GetString(kEfpaeffid, 0, p) == id)
-                row["parameters"].push_back(WriteParameter(block, columns, p, writer));
+                row["parameters"].push_back(WriteParameter(definition, block, columns, p, writer));
         rows.push_back(row);
     }
     return rows;

@@ -1,8 +1,11 @@
 // Checking and running one effect outside any scene.
+#include <algorithm>
 #include <charconv>
+#include <set>
 
 #include <fmt/format.h>
 
+#include "Dravin/config/effect_library.h"
 #include "Dravin/effects/effect_definition.h"
 #include "Dravin/effects/effect_language.h"
 #include "Dravin/effects/item_attributes.h"
@@ -18,9 +21,12 @@ using namespace tavuvm_expr;
 
 constexpr uint64_t kMaxProgramSize = 16 << 20;
 
-ExitCode ReadProgram(const std::string& file, TEffectDefinition* definition) {
-    std::string error;
+// A file, or a shipped effect by its name.
+ExitCode ReadProgram(std::string file, TEffectDefinition* definition) {
+    std::string error, noName;
     std::optional<std::string> text = ReadWholeFile(file, kMaxProgramSize, &error);
+    if (!text && FindShippedEffect(file, &file, &noName))
+        text = ReadWholeFile(file, kMaxProgramSize, &error);
     if (!text) {
         PrintError(error);
         return kExitMissingInput;
@@ -68,38 +74,73 @@ std::string Declare(TEffectNames& effect, std::string_view name, const value& v)
     return {};
 }
 
-// What the definition's own parameters are by default; values given by hand come first.
-std::string DeclareParameter(TEffectNames& effect, const TEffectParameterDefinition& p) {
-    if (effect.names.is_taken(p.name)) return {};
-    if (p.kind == "texmap" || p.kind == "curve") {
-        type_code type = p.kind == "curve" ? type_code::curve : type_code::texmap;
-        effect.names.declare_variable(p.name, type, value(-1));
-        return {};
-    }
-    if (p.kind == "node") {
-        effect.names.declare_structure(p.name, {{"position", type_code::vector, false}});
-        return {};
-    }
-    value v = ParseValue(p.value).value_or(p.kind == "integer" ? value(0) : value(0.0f));
+// A number as a parameter takes it: of its kind, within its limits.
+value Fitted(const TEffectParameterDefinition& p, value v) {
+    auto min = ParseValue(p.min), max = ParseValue(p.max);
     if (p.kind == "integer") v = v.to_integer();
     if (p.kind == "real" || p.kind == "unit") v = v.to_real();
-    return Declare(effect, p.name, v);
+    if (!p.limit || !min || !max) return v;
+    if (p.kind == "integer") return std::clamp(v.integer(), min->to_integer(), max->to_integer());
+    return std::clamp(v.to_real(), min->to_real(), max->to_real());
+}
+
+// Declares a parameter of the definition with a value; an empty text when all is well.
+std::string DeclareParameter(TEffectNames& effect, const TEffectParameterDefinition& p,
+                             const value* given) {
+    if (effect.names.is_taken(p.name)) return fmt::format("the name \"{}\" is taken", p.name);
+    bool isNumber = p.kind == "integer" || p.kind == "real" || p.kind == "unit";
+    if (p.kind == "texmap" || p.kind == "curve") {
+        if (given) return fmt::format("a {} can only be given in a scene", p.kind);
+        type_code type = p.kind == "curve" ? type_code::curve : type_code::texmap;
+        effect.names.declare_variable(p.name, type, value(-1));
+    } else if (p.kind == "node") {
+        if (given && !given->is_vector()) return "expected the node's position, [x,y,z]";
+        size_t slot =
+            effect.names.declare_structure(p.name, {{"position", type_code::vector, false}});
+        if (given) effect.names.set_initial(slot, *given);
+    } else if (isNumber) {
+        if (given && given->is_vector()) return "expected a number";
+        value v = given ? *given : ParseValue(p.value).value_or(value(0));
+        return Declare(effect, p.name, Fitted(p, v));
+    } else {
+        return Declare(effect, p.name, given ? *given : value(0.0f));
+    }
+    return {};
+}
+
+// A definition that names its parameters has no others.
+std::string DeclareGiven(TEffectNames& effect, const TEffectDefinition& definition,
+                         const std::string& name, const value& v) {
+    if (definition.parameters.empty()) return Declare(effect, name, v);
+    const TEffectParameterDefinition* p = FindParameter(definition, name);
+    if (!p)
+        return fmt::format("the effect has no parameter \"{}\"{}", name,
+                           DidYouMean(name, ParameterNames(definition)));
+    return DeclareParameter(effect, *p, &v);
 }
 
 ExitCode DeclareAll(const EffectOptions& options, const TEffectDefinition& definition,
                     TEffectNames& effect) {
+    std::set<std::string> given;
     for (const std::string& text : options.set) {
         size_t equals = text.find('=');
         auto v = equals == text.npos ? std::nullopt : ParseValue(text.substr(equals + 1));
         std::string name(Trim(std::string_view(text).substr(0, std::min(equals, text.size()))));
         std::string error = v && !name.empty()
-                                ? Declare(effect, name, *v)
+                                ? DeclareGiven(effect, definition, name, *v)
                                 : "expected NAME=VALUE, a value like 3, 2.5 or [1,2,3]";
+        given.insert(folded(name));
         if (error.empty()) continue;
         PrintError(fmt::format("--set {}: {}", text, error));
         return kExitUsage;
     }
-    for (const TEffectParameterDefinition& p : definition.parameters) DeclareParameter(effect, p);
+    for (const TEffectParameterDefinition& p : definition.parameters) {
+        if (given.contains(folded(p.name))) continue;
+        std::string error = DeclareParameter(effect, p, nullptr);
+        if (error.empty()) continue;
+        PrintError(fmt::format("{}: parameter \"{}\": {}", options.file, p.name, error));
+        return kExitFailed;
+    }
     return kExitDone;
 }
 

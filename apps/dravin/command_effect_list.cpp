@@ -1,4 +1,4 @@
-// The shipped effects as a table, and one of them in full.
+// The shipped effects, one a line, and one of them in full.
 #include <algorithm>
 
 #include <fmt/format.h>
@@ -47,14 +47,11 @@ ExitCode PrintOne(const std::string& name) {
 
 ExitCode RunEffectList(const std::string& name) {
     if (!name.empty()) return PrintOne(name);
-    std::vector<std::string> names = ShippedEffects();
-    size_t width = 0;
-    for (const std::string& n : names) width = std::max(width, n.size());
-    for (const std::string& n : names) {
+    for (const std::string& shipped : ShippedEffects()) {
         std::string error;
-        auto definition = ReadShipped(n, &error);
+        auto definition = ReadShipped(shipped, &error);
         if (!definition) PrintWarning(error);
-        PrintResult(fmt::format("{:<{}}  {}", n, width, definition ? definition->title : ""));
+        PrintResult(fmt::format("{}: {}", shipped, definition ? definition->description : ""));
     }
     return kExitDone;
 }

@@ -40,7 +40,7 @@ struct DemoCommandOptions {
 ExitCode RunDemo(const DemoCommandOptions& options);
 
 struct EffectOptions {
-    std::string file;
+    std::string file;  // or the name of a shipped effect
     bool checkOnly = false;
     std::vector<std::string> set;  // NAME=VALUE
     uint32_t seed = 123456;

@@ -47,7 +47,9 @@ void AddEffect(CLI::App& app, EffectOptions& o, std::string& listed) {
     CLI::App* check = effect->add_subcommand("check", "compile an effect; silent when all is well");
     CLI::App* run = effect->add_subcommand("run", "run an effect on one default item");
     for (CLI::App* c : {check, run}) {
-        c->add_option("file", o.file, "definition (XML) or plain program text")->required();
+        c->add_option("file", o.file,
+                      "definition (XML), plain program text, or a shipped effect's name")
+            ->required();
         c->add_option("--set", o.set, "NAME=VALUE gives a parameter a value: 3, 2.5 or [1,2,3]")
             ->allow_extra_args(false);
     }

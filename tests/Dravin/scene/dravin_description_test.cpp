@@ -197,6 +197,51 @@ TEST(DravinDescription, EffectFilesAreReadAndMayBeMissing) {
     EXPECT_EQ(gone.errorClass, DescriptionErrorClass::kMissingInput);
 }
 
+TEST(DravinDescription, EffectRowsTakeWhatTheyLeaveOutFromTheDefinition) {
+    SceneReadResult result = ParseDravin(R"("effects": [{"name": "e", "program":
+        "<effects><effect version='1'><expression>print 1;</expression><parameter name='share' kind='unit' value='2' min='1' max='5' limit='1'>How  \n much</parameter><parameter name='count' kind='integer' value='3'/></effect></effects>",
+        "parameters": [{"name": "Share", "value": 4, "max": 6}]}])");
+    ASSERT_TRUE(result) << result.error;
+    using namespace effectParams;
+    const IParamBlock2& block = ObjectOf(result).Block(kEffectParams);
+    ASSERT_EQ(block.Count(kEfpaid), 2);
+    EXPECT_EQ(block.GetInt(kEfpanumtype, 0, 0), 2);
+    EXPECT_EQ(block.GetFloat(kEfpaunitval, 0, 0), 4);
+    EXPECT_EQ(block.GetFloat(kEfpaunitdef, 0, 0), 2);
+    EXPECT_EQ(block.GetFloat(kEfpaunitmin, 0, 0), 1);
+    EXPECT_EQ(block.GetFloat(kEfpaunitmax, 0, 0), 6);
+    EXPECT_EQ(block.GetInt(kEfpalimit, 0, 0), 1);
+    EXPECT_EQ(block.GetString(kEfpadesc, 0, 0), "How much");
+    EXPECT_EQ(block.GetInt(kEfpaintval, 0, 1), 3);
+    SceneReadResult again = RoundTrip(result);
+    const IParamBlock2& kept = ObjectOf(again).Block(kEffectParams);
+    EXPECT_EQ(kept.GetFloat(kEfpaunitmax, 0, 0), 6);
+    EXPECT_EQ(kept.GetFloat(kEfpaunitmin, 0, 0), 1);
+}
+
+// A limit that the user takes away stays away.
+TEST(DravinDescription, EffectRowsKeepWhatDiffersFromTheDefinition) {
+    SceneReadResult result = ParseDravin(R"("effects": [{"library": "random_hide",
+        "parameters": [{"name": "percent", "limit": false, "min": -9999999, "description": ""}]}])");
+    ASSERT_TRUE(result) << result.error;
+    SceneReadResult again = RoundTrip(result);
+    using namespace effectParams;
+    const IParamBlock2& kept = ObjectOf(again).Block(kEffectParams);
+    EXPECT_EQ(kept.GetInt(kEfpalimit, 0, 0), 0);
+    EXPECT_EQ(kept.GetFloat(kEfpafloatmin, 0, 0), -9999999.0f);
+    EXPECT_EQ(kept.GetString(kEfpadesc, 0, 0), "");
+    EXPECT_EQ(kept.GetFloat(kEfpafloatval, 0, 0), 50);
+}
+
+TEST(DravinDescription, EffectRowsWarnWhereAMapOrANodeIsMissing) {
+    SceneReadResult result =
+        ParseDravin(R"("effects": [{"library": "scale_by_map"}, {"library": "face_node"}])");
+    ASSERT_TRUE(result) << result.error;
+    ASSERT_EQ(result.warnings.size(), 2u);
+    EXPECT_THAT(result.warnings[0], HasSubstr("no texture map for \"map\": it counts as black"));
+    EXPECT_THAT(result.warnings[1], HasSubstr("no node for \"target\""));
+}
+
 TEST(DravinDescription, CurvesAsPairsAndPoints) {
     SceneReadResult result = ParseDravin(R"("curves": {"camdenscurve": [80, 20],
         "slope_scale": [{"px": 0, "py": 5, "outx": 0.25, "flags": 9}, {"px": 1}], "scaprobcurve": []})");
@@ -281,6 +326,9 @@ TEST(DravinDescription, BadInputNamesItsPlace) {
         {R"("effects": [{"parameters": [{"kind": "real"}]}])", "the key \"name\" is missing"},
         {R"("effects": [{"parameters": [{"name": "a", "kind": "float"}]}])", "expected one of"},
         {R"("effects": [{"id": "a"}, {"id": "a"}])", "the id \"a\" stands twice"},
+        {R"("effects": [{"library": "random_hyde"}])", "did you mean \"random_hide\"?"},
+        {R"("effects": [{"library": "random_hide", "parameters": [{"name": "percnt"}]}])",
+         "the effect has no parameter \"percnt\", did you mean \"percent\"?"},
         {R"("curves": {"camdenscurv": [1, 0]})", "did you mean"},
         {R"("curves": {"camdenscurve": [1]})",
          "/nodes/3/curves/camdenscurve: expected two numbers"},
