@@ -7,7 +7,7 @@
 
 #include <fmt/format.h>
 
-#include "Dravin/params/dravin_params.h"
+#include "Dravin/effects/effect_list.h"
 #include "host/scene/host_context.h"
 
 using namespace effectParams;
@@ -24,21 +24,12 @@ constexpr const char* kBrowserOpen =
 constexpr const char* kEditorOpen =
     "Effects Editor is open. Please close it before open the Library Browser";
 
-const std::vector<PBColumn> kEffectColumns = {
-    {kEfidlist, {}}, {kEfnamelist, {}}, {kEfxmllist, {}}, {kEfenablelist, {}}};
-
-// Id, owner, kind, name, limit, description and kind of number come first.
-constexpr ParamID kParameterIds[] = {
-    kEfpaid,      kEfpaeffid,    kEfpatype,     kEfpaname,     kEfpalimit,
-    kEfpadesc,    kEfpanumtype,  kEfpaintval,   kEfpaintmin,   kEfpaintmax,
-    kEfpaintdef,  kEfpafloatval, kEfpafloatmin, kEfpafloatmax, kEfpafloatdef,
-    kEfpaunitval, kEfpaunitmin,  kEfpaunitmax,  kEfpaunitdef,  kEfpainode,
-    kEfpacontref, kEfpacontanim, kEfpacontype,  kEfpatexmap,   kEfpacurve};
+// Id, owner, kind, name, limit, description and kind of number.
 constexpr size_t kNumFixed = 7;
 
-std::vector<PBColumn> ParameterColumns() {
+std::vector<PBColumn> Columns(std::span<const ParamID> ids) {
     std::vector<PBColumn> columns;
-    for (ParamID id : kParameterIds) columns.push_back({id, {}});
+    for (ParamID id : ids) columns.push_back({id, {}});
     return columns;
 }
 
@@ -61,8 +52,8 @@ std::string MakeEffectId() {
 
 TEffectCommands::TEffectCommands(std::shared_ptr<IParamBlock2> block, std::function<void()> mark)
     : m_block(block),
-      m_effects(block, kEffectColumns),
-      m_parameters(block, ParameterColumns()),
+      m_effects(block, Columns(EffectColumns())),
+      m_parameters(block, Columns(EffectParameterColumns())),
       m_mark(std::move(mark)) {}
 
 bool TEffectCommands::IsRefused() const {
@@ -182,8 +173,8 @@ void TEffectCommands::AddOrUpdateParameter(const TEffectParameterRecord& record)
                                          record.description,
                                          int32_t(record.numberKind)};
     for (size_t i = 0; i < kNumFixed; ++i) m_parameters.Set(int(i), row, 0, fixed[i]);
-    for (size_t c = kNumFixed; c < std::size(kParameterIds); ++c)
-        if (auto it = record.values.find(kParameterIds[c]); it != record.values.end())
+    for (size_t c = kNumFixed; c < EffectParameterColumns().size(); ++c)
+        if (auto it = record.values.find(EffectParameterColumns()[c]); it != record.values.end())
             m_parameters.Set(int(c), row, 0, it->second.value);
     Mark();
 }
@@ -197,9 +188,10 @@ TEffectParameterRecord TEffectCommands::ReadParameter(int row) const {
     record.kind = m_block->GetInt(kEfpatype, 0, row);
     record.numberKind = m_block->GetInt(kEfpanumtype, 0, row);
     record.limit = m_block->GetInt(kEfpalimit, 0, row) != 0;
-    for (size_t c = kNumFixed; c < std::size(kParameterIds); ++c) {
-        std::vector<ParamElement> elements = m_block->GetElements(kParameterIds[c]);
-        if (size_t(row) < elements.size()) record.values[kParameterIds[c]] = elements[size_t(row)];
+    for (size_t c = kNumFixed; c < EffectParameterColumns().size(); ++c) {
+        std::vector<ParamElement> elements = m_block->GetElements(EffectParameterColumns()[c]);
+        if (size_t(row) < elements.size())
+            record.values[EffectParameterColumns()[c]] = elements[size_t(row)];
     }
     return record;
 }

@@ -5,7 +5,7 @@
 #include <fmt/format.h>
 #include <pugixml.hpp>
 
-#include "Dravin/effects/tavuvm_expr/environment.h"
+#include "Dravin/effects/tavuvm_expr/language.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <memory>
 #include <vector>
 
-#include "Dravin/effects/tavuvm_expr/environment.h"
+#include "Dravin/effects/tavuvm_expr/expr_lang.h"
 #include "Dravin/engine/build_input.h"
 #include "Dravin/engine/effect_runner.h"
 
@@ -22,7 +22,7 @@ const tavuvm_expr::function_library& EffectFunctions();
 
 // Names that every effect sees; the slots of the item's attributes and of the time.
 struct TEffectNames {
-    tavuvm_expr::environment names{EffectFunctions()};
+    tavuvm_expr::expr_lang names{EffectFunctions()};
     size_t itemSlot = 0;  // of the first attribute (item_attributes.h)
     size_t timeSlot = 0;
 

@@ -6,7 +6,7 @@
 #include <fmt/format.h>
 
 #include "Dravin/effects/effect_definition.h"
-#include "Dravin/effects/tavuvm_expr/language.h"
+#include "Dravin/effects/tavuvm_expr/expr_lang.h"
 #include "host/scene/controller.h"
 #include "host/scene/node.h"
 
@@ -152,8 +152,7 @@ TEffectResult TEffectList::Compile(const TEffectContext& context, TEffectProgram
         if (effect.error.empty()) Declare(effect, names, &effect.error);
         if (effect.error.empty()) {
             names.names.set_initial(names.timeSlot, int32_t(context.time));
-            tavuvm_expr::compilation compiled =
-                tavuvm_expr::compile(effect.expression, names.names);
+            tavuvm_expr::compilation compiled = names.names.compile(effect.expression);
             effect.error = compiled.error;
             if (compiled.code)
                 programs->programs.emplace_back(compiled.code, names.names.initial_values(),
@@ -171,6 +170,21 @@ TEffectResult TEffectList::Compile(const TEffectContext& context, TEffectProgram
     programs->curves = std::move(m_curves);
     if (failed) return TEffectResult::kError;
     return programs->programs.empty() ? TEffectResult::kNone : TEffectResult::kActive;
+}
+
+std::span<const ParamID> EffectColumns() {
+    static constexpr ParamID ids[] = {kEfidlist, kEfnamelist, kEfxmllist, kEfenablelist};
+    return ids;
+}
+
+std::span<const ParamID> EffectParameterColumns() {
+    static constexpr ParamID ids[] = {
+        kEfpaid,      kEfpaeffid,    kEfpatype,     kEfpaname,     kEfpalimit,
+        kEfpadesc,    kEfpanumtype,  kEfpaintval,   kEfpaintmin,   kEfpaintmax,
+        kEfpaintdef,  kEfpafloatval, kEfpafloatmin, kEfpafloatmax, kEfpafloatdef,
+        kEfpaunitval, kEfpaunitmin,  kEfpaunitmax,  kEfpaunitdef,  kEfpainode,
+        kEfpacontref, kEfpacontanim, kEfpacontype,  kEfpatexmap,   kEfpacurve};
+    return ids;
 }
 
 void LoadEffectCurves(const IParamBlock2& block, ReferenceMaker& owner, int slot) {

@@ -78,6 +78,11 @@ private:
     std::vector<std::unique_ptr<BezierCurve>> m_curves;
 };
 
+// The parallel lists of effects and of their parameters; of the latter, id, owner, kind, name,
+// limit, description and kind of number come first.
+std::span<const ParamID> EffectColumns();
+std::span<const ParamID> EffectParameterColumns();
+
 // The set of effect curves holds one curve for each parameter row, filled from the rows' texts.
 void LoadEffectCurves(const IParamBlock2& block, ReferenceMaker& owner, int slot);
 // Every curve goes back into its row's text.

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "Dravin/effects/item_attributes.h"
+#include "Dravin/effects/tavuvm_expr/algebra.h"
 
 using namespace tavuvm_expr;
 
@@ -12,46 +13,58 @@ namespace {
 // Fewer items than this are not worth a batch.
 constexpr size_t kSmallestBatch = 4;
 
-// What a program touches, from its code: `push slot, load` and `push slot, push type, store`. Code
-// that computes a slot may read any of them.
-TVMAttrList AttributesOf(const program& p, size_t itemSlot) {
-    const size_t count = ItemAttributes().size();
-    std::vector<uint8_t> read(count, 0), written(count, 0);
-    auto mark = [&](std::vector<uint8_t>& list, int32_t slot) {
-        auto i = size_t(int64_t(slot) - int64_t(itemSlot));
-        if (slot >= 0 && i < count) list[i] = 1;
-    };
+// Slots of the host that a program's code loads and stores: `push slot, load` and `push slot, push
+// type, store`. Code that computes a slot may mean any of them.
+struct TSlotUse {
+    std::vector<uint8_t> loaded, stored;
+};
+
+TSlotUse SlotsOf(const compiled_program& p) {
+    TSlotUse use{std::vector<uint8_t>(p.num_host_slots), std::vector<uint8_t>(p.num_host_slots)};
     std::vector<value> pushed;  // immediates right before the instruction
+    auto mark = [&](std::vector<uint8_t>& list, size_t back) {
+        if (pushed.size() < back) {
+            std::fill(list.begin(), list.end(), uint8_t(1));
+        } else {
+            auto slot = size_t(uint32_t(pushed[pushed.size() - back].to_integer()));
+            if (slot < list.size()) list[slot] = 1;
+        }
+    };
     for (size_t cell = 0; cell < p.code.size();) {
         auto op = opcode(p.code[cell].to_integer());
-        size_t known = pushed.size();
-        if (op == opcode::load) {
-            if (known < 1)
-                std::fill(read.begin(), read.end(), uint8_t(1));
-            else
-                mark(read, pushed[known - 1].to_integer());
-        }
-        if (op == opcode::store) {
-            if (known < 2)
-                std::fill(written.begin(), written.end(), uint8_t(1));
-            else
-                mark(written, pushed[known - 2].to_integer());
-        }
+        if (op == opcode::load) mark(use.loaded, 1);
+        if (op == opcode::store) mark(use.stored, 2);
         if (op == opcode::push && cell + 1 < p.code.size())
             pushed.push_back(p.code[cell + 1]);
         else
             pushed.clear();
         cell += 1 + size_t(info_of(int32_t(op)).operands);
     }
+    return use;
+}
+
+TVMAttrList AttributesOf(const compiled_program& p, size_t itemSlot) {
+    TSlotUse use = SlotsOf(p);
     TVMAttrList list;
-    for (size_t i = 0; i < count; ++i) {
-        if (read[i]) list.read.push_back(i);
-        if (written[i] && ItemAttributes()[i].write) list.written.push_back(i);
+    for (size_t slot = 0; slot < p.num_host_slots; ++slot) {
+        size_t i = slot - itemSlot;
+        if (slot < itemSlot || i >= ItemAttributes().size()) {
+            if (use.stored[slot] && !p.is_constant[slot]) list.restored.push_back(slot);
+            continue;
+        }
+        if (use.loaded[slot]) list.read.push_back(i);
+        if (use.stored[slot] && ItemAttributes()[i].write) list.written.push_back(i);
     }
     return list;
 }
 
-bool DrawsRandoms(const program& p) {
+// A value that a program stored, of the attribute's own kind: an index beyond a variable may have
+// brought another one here.
+void Write(const TItemAttribute& attribute, const TAttributeTarget& target, const value& v) {
+    attribute.write(target, algebra::converted(v, value_kind(int(attribute.type) - 1)));
+}
+
+bool DrawsRandoms(const compiled_program& p) {
     for (size_t cell = 0; cell < p.code.size();) {
         auto op = opcode(p.code[cell].to_integer());
         if (op == opcode::call && !p.functions->at(size_t(p.code[cell + 1].to_integer())).is_pure)
@@ -72,8 +85,8 @@ bool ReplacesItems(size_t attribute) {
 
 }  // namespace
 
-TEffectProgram::TEffectProgram(std::shared_ptr<const program> compiled, std::vector<value> values,
-                               size_t firstSlot)
+TEffectProgram::TEffectProgram(std::shared_ptr<const compiled_program> compiled,
+                               std::vector<value> values, size_t firstSlot)
     : code(std::move(compiled)), slots(std::move(values)), itemSlot(firstSlot) {
     std::vector<uint8_t> varying(slots.size(), 0);
     std::fill_n(varying.begin() + long(itemSlot), ItemAttributes().size(), uint8_t(1));
@@ -131,6 +144,8 @@ void TDistributeEffectVM::RunPlain(TEffectItem& one, const TBuildInput& input,
                                    TEffVMCallback& host) {
     auto attributes = ItemAttributes();
     m_machine.reset();
+    for (size_t slot : m_program.attributes.restored)
+        m_machine.set_slot(slot, m_program.slots[slot]);
     for (size_t i : m_program.attributes.read)
         m_machine.set_slot(m_program.itemSlot + i,
                            attributes[i].read({*one.item, *one.specimen, one.size, input}));
@@ -138,8 +153,8 @@ void TDistributeEffectVM::RunPlain(TEffectItem& one, const TBuildInput& input,
     if (!m_machine.run(one.random, &host)) return;
     for (size_t i : m_program.attributes.written)
         if (m_machine.is_modified(m_program.itemSlot + i))
-            attributes[i].write({*one.item, one.outcome, *one.specimen, one.size, input},
-                                m_machine.slot(m_program.itemSlot + i));
+            Write(attributes[i], {*one.item, one.outcome, *one.specimen, one.size, input},
+                  m_machine.slot(m_program.itemSlot + i));
     AddResult(m_machine.result(), *one.item);
 }
 
@@ -188,9 +203,12 @@ void TDistributeEffectVM::RunLanes(std::span<TEffectItem> items, const TBuildInp
             continue;
         }
         for (const batch_program::binding& b : m_program.lanes->outputs) {
-            const TItemAttribute& attribute = attributes[b.slot - m_program.itemSlot];
-            attribute.write({*one.item, one.outcome, *one.specimen, one.size, input},
-                            m_batch->get(b.value, k));
+            // Parameters and read-only attributes change for the program only.
+            size_t i = b.slot - m_program.itemSlot;
+            if (b.slot < m_program.itemSlot || i >= attributes.size() || !attributes[i].write)
+                continue;
+            Write(attributes[i], {*one.item, one.outcome, *one.specimen, one.size, input},
+                  m_batch->get(b.value, k));
         }
         if (m_program.lanes->returns)
             AddResult(m_batch->get(m_program.lanes->result, k), *one.item);

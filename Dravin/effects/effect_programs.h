@@ -18,10 +18,12 @@
 // The attributes of the item that a program reads and stores into, by their index.
 struct TVMAttrList {
     std::vector<size_t> read, written;
+    // Other slots of the host that it stores into: every item finds their first values.
+    std::vector<size_t> restored;
 };
 
 struct TEffectProgram {
-    std::shared_ptr<const tavuvm_expr::program> code;
+    std::shared_ptr<const tavuvm_expr::compiled_program> code;
     std::shared_ptr<const tavuvm_expr::batch_program> lanes;  // null: no fast form
     // Values of the host's slots: parameters and time; items' attributes hold no meaning.
     std::vector<tavuvm_expr::value> slots;
@@ -31,7 +33,7 @@ struct TEffectProgram {
     bool mayReplace = false;  // stores into the geometry or a placement attribute
 
     // slots: of all slots of the host that the program was compiled with.
-    TEffectProgram(std::shared_ptr<const tavuvm_expr::program> code,
+    TEffectProgram(std::shared_ptr<const tavuvm_expr::compiled_program> code,
                    std::vector<tavuvm_expr::value> slots, size_t itemSlot);
 };
 

@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-#include "Dravin/effects/tavuvm_expr/environment.h"
+#include "Dravin/effects/tavuvm_expr/language.h"
 #include "Dravin/engine/build_input.h"
 #include "Dravin/engine/effect_runner.h"
 

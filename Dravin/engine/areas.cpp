@@ -20,7 +20,7 @@ FlatLine Flatten(const PolyLine& line, const Matrix3& toFrame) {
     flat.closed = line.closed;
     for (const Point3& point : line.points) {
         Point3 p = point * toFrame;
-        if (!IsFinite(p)) continue;
+        if (!IsFinite(p) || !IsFlatPlace({p.x, p.y})) continue;
         flat.points.push_back({p.x, p.y});
         flat.top = std::max(flat.top, p.z);
         flat.box += Point2{p.x, p.y};

@@ -82,7 +82,8 @@ struct TAreas {
     size_t numExcludeAreas = 0;                // curves in the exclude groups
 };
 
-// toFrame: from object space to the distribution frame. Points that are not finite are left out.
+// toFrame: from object space to the distribution frame. Points that are not finite, or out
+// of all reach (kLargestFlatCoordinate), are left out.
 TAreas BuildAreas(std::span<const TAreaRow> rows, const Matrix3& toFrame);
 
 // For each line the index of the innermost closed line that it lies in, -1 for none; only closed

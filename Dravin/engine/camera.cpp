@@ -1,10 +1,12 @@
 #include "Dravin/engine/camera.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
 
 constexpr float kSmallestRange = 0.0001f;
+constexpr float kWidestView = 3.1414f;  // radians; at half a turn the sides have no direction
 
 float CurveAt(const FalloffCurve& curve, const TCameraState& camera, const Point3& position) {
     float dx = camera.position.x - position.x, dy = camera.position.y - position.y;
@@ -16,7 +18,8 @@ float CurveAt(const FalloffCurve& curve, const TCameraState& camera, const Point
 }  // namespace
 
 TViewVolume::TViewVolume(const Shape& shape, const Matrix3& toObject) {
-    float halfWidth = std::tan(shape.fovRadians * 0.5f) * shape.far;
+    float fov = std::min(shape.fovRadians, kWidestView);  // keeps what is no number
+    float halfWidth = std::tan(fov * 0.5f) * shape.far;
     halfWidth = halfWidth + shape.widenPercent * halfWidth * 0.01f;
     float halfHeight = halfWidth / shape.aspect;
     Point3 apex = Point3{0, 0, shape.apexBehind} * toObject;
@@ -37,6 +40,8 @@ TViewVolume::TViewVolume(const Shape& shape, const Matrix3& toObject) {
                 plane(bottomLeft - apex, topLeft - apex, apex),
                 plane(topRight - apex, bottomRight - apex, apex),
                 plane(topLeft - topRight, bottomLeft - topRight, topRight)};
+    // Without width the planes would let everything pass.
+    if (!(halfWidth > 0)) m_planes[0] = {{0, 0, 0}, -1};
 }
 
 bool CameraDensityDrop(const TCameraState& camera, const Point3& position, float r) {

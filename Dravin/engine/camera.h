@@ -15,7 +15,7 @@
 class TViewVolume {
 public:
     struct Shape {
-        float fovRadians = 0;  // horizontal
+        float fovRadians = 0;  // horizontal; 0 or no number sees nothing, half a turn is the most
         float aspect = 1;      // width over height
         float far = 100000;
         float widenPercent = 0;  // of the half width, so that nothing flashes at the edges

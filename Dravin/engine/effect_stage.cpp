@@ -23,15 +23,14 @@ void TEffectStage::StartCell() {
 
 bool TEffectStage::Take(const TDravinItem& item, const TSpecimen& specimen,
                         const TSpecimenSize& size, const Border& border) {
-    if (!m_runner || m_isBatched) {
-        if (!m_runner && !item.partial) {
-            m_items.Append(item, m_appender);
-            ++m_produced;
-            return true;
-        }
+    if (!m_runner) {
+        AppendPlain(item, border);
+        return true;
+    }
+    if (m_isBatched) {
         m_waiting.push_back({item, border});
         m_batch.push_back({nullptr, &specimen, size});
-        if (!m_runner || m_waiting.size() == kBatch) Flush();
+        if (m_waiting.size() == kBatch) Flush();
         return true;
     }
     Waiting finished{item, border};
@@ -66,6 +65,16 @@ void TEffectStage::FinishCell() {
     for (Waiting& w : m_cell) Append(w.item, w.border);
     m_cell.clear();
     m_hasOverrides = false;
+}
+
+// Without programs most items need no copy.
+void TEffectStage::AppendPlain(const TDravinItem& item, const Border& border) {
+    if (item.partial) {
+        TDravinItem masked = item;
+        return Append(masked, border);
+    }
+    m_items.Append(item, m_appender);
+    ++m_produced;
 }
 
 void TEffectStage::Append(TDravinItem& item, const Border& border) {
@@ -113,7 +122,7 @@ void TEffectStage::RunBatch() {
 }
 
 void TEffectStage::Flush() {
-    if (m_runner && !m_batch.empty()) RunBatch();
+    if (!m_batch.empty()) RunBatch();
     for (Waiting& w : m_waiting)
         if (!w.item.discarded) Append(w.item, w.border);
     m_waiting.clear();

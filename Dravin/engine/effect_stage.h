@@ -66,6 +66,7 @@ private:
                 TEffectOutcome* outcome);
     void RunBatch();
     void Judge(const TEffectOutcome& outcome, int32_t currentRow);
+    void AppendPlain(const TDravinItem& item, const Border& border);
     void Append(TDravinItem& item, const Border& border);
 
     const TBuildInput& m_input;

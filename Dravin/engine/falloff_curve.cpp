@@ -10,6 +10,26 @@ double Bezier(double a, double b, double c, double d, double t) {
     return s * s * s * a + 3 * s * s * t * b + 3 * s * t * t * c + t * t * t * d;
 }
 
+double BezierSlope(double a, double b, double c, double d, double t) {
+    double s = 1 - t;
+    return 3 * (s * s * (b - a) + 2 * s * t * (c - b) + t * t * (d - c));
+}
+
+// Parameter at which an increasing Bezier reaches x: Newton's steps, held inside a shrinking
+// bracket.
+double ParameterAt(double x0, double x1, double x2, double x3, double x) {
+    double low = 0, high = 1, t = (x - x0) / (x3 - x0);
+    for (int i = 0; i < 52; ++i) {
+        double f = Bezier(x0, x1, x2, x3, t) - x;
+        (f < 0 ? low : high) = t;
+        double next = t - f / BezierSlope(x0, x1, x2, x3, t);
+        if (!(next > low && next < high)) next = 0.5 * (low + high);
+        if (std::abs(next - t) < 1e-15) return next;
+        t = next;
+    }
+    return t;
+}
+
 // Value of the segment p..q at x, which lies between p.px and q.px. Bisection keeps to one branch
 // even where handles make the segment double back.
 double SegmentValue(const CurvePoint& p, const CurvePoint& q, double x) {
@@ -17,6 +37,8 @@ double SegmentValue(const CurvePoint& p, const CurvePoint& q, double x) {
     double y0 = p.py, y1 = y0 + p.outy, y3 = q.py, y2 = y3 + q.iny;
     if (p.outx == 0 && p.outy == 0 && q.inx == 0 && q.iny == 0)
         return y0 + (y3 - y0) * (x - x0) / (x3 - x0);
+    if (x1 >= x0 && x1 <= x3 && x2 >= x0 && x2 <= x3)
+        return Bezier(y0, y1, y2, y3, ParameterAt(x0, x1, x2, x3, x));
     double low = 0, high = 1;
     for (int i = 0; i < 52; ++i) {
         double middle = 0.5 * (low + high);

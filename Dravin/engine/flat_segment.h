@@ -4,7 +4,18 @@
 // segments calls them and changes nothing about their rounding.
 #pragma once
 
+#include <cmath>
+
 #include "host/math/point.h"
+
+// Coordinates beyond it are no use: products of them, and with them crossings and distances, leave
+// the range of single precision.
+inline constexpr float kLargestFlatCoordinate = 1e15f;
+
+// Whether both coordinates are numbers within it.
+inline bool IsFlatPlace(Point2 p) {
+    return std::abs(p.x) <= kLargestFlatCoordinate && std::abs(p.y) <= kLargestFlatCoordinate;
+}
 
 struct TFlatSegment {
     Point2 a, b;

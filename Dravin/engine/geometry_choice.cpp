@@ -11,6 +11,7 @@ namespace {
 
 constexpr float kSameColor = 0.0001f;  // squared distance
 constexpr float kFarthest = 2147483647.0f;
+constexpr float kMostOctaves = 5;
 
 float DistanceSquared(Color a, Color b) {
     Color d = a - b;
@@ -64,6 +65,9 @@ std::vector<int32_t> ParseSpecIds(std::string_view text) {
 TGeometryChoice::TGeometryChoice(const TGeometrySettings& settings,
                                  const std::vector<TSpecimen>& specimens)
     : m_settings(settings) {
+    // Modes that do not exist count as the first.
+    bool known = m_settings.mode == kByColorMap || m_settings.mode == kByClusters;
+    if (!known) m_settings.mode = kByProbability;
     for (const TSpecimen& s : specimens) {
         m_probabilities.push_back(Weight(s.probability));
         m_colors.push_back(s.colorId);
@@ -186,7 +190,7 @@ float NoiseLevelOfProbability(float u) {
 }
 
 float FractalNoise(const Point3& q, float octaves) {
-    float remaining = std::max(octaves, 1.0f), frequency = 1, sum = 0;
+    float remaining = std::clamp(octaves, 1.0f, kMostOctaves), frequency = 1, sum = 0;
     for (; remaining >= 1; remaining -= 1, frequency *= 2) sum += Noise3(q * frequency) / frequency;
     if (remaining > 0) sum += Noise3(q * frequency) * remaining / frequency;
     return std::clamp(sum + 0.5f, 0.0f, 1.0f);

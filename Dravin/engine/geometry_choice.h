@@ -85,7 +85,8 @@ private:
 // Inverse of the standard normal distribution by Acklam's rational approximation (2003), clamped to
 // [-3, 3], as a noise level of mean 0.5 and standard deviation 1/6.
 float NoiseLevelOfProbability(float u);
-// Fractal sum of gradient noise around 0.5, clamped to [0, 1]; octaves may be fractional.
+// Fractal sum of gradient noise around 0.5, clamped to [0, 1]; octaves may be fractional
+// and are taken into [1, 5].
 float FractalNoise(const Point3& q, float octaves);
 
 // New probabilities that sum to 100; unchanged when the sum is not above 0.0001.

@@ -8,6 +8,7 @@ namespace {
 
 constexpr double kSmallestCell = 0.0001;
 constexpr float kSmallestRotation = 0.01f;
+constexpr double kLargestIndex = 1e15;
 constexpr double kMostCells = 9.0e18;  // beyond it a count overflows
 
 }  // namespace
@@ -45,6 +46,11 @@ TGridResult MakeGrid(const TGridSettings& s, const TGridArea& area, const Box3& 
     if (!(nx * ny < kMostCells)) return TGridResult::kEmpty;
     g.cells = int64_t(nx) * int64_t(ny);
 
+    // Cells so far from the map's origin that their numbers are no longer exact make no grid.
+    bool exact =
+        std::max(std::abs(x0), std::abs(x1)) + std::abs(g.offsetX) < kLargestIndex * g.dx &&
+        std::max(std::abs(y0), std::abs(y1)) + std::abs(g.offsetY) < kLargestIndex * g.dy;
+    if (!exact) return TGridResult::kEmpty;
     g.firstColumn = std::llround((x0 - g.offsetX) / g.dx);
     g.firstRow = std::llround((y0 - g.offsetY) / g.dy);
     g.columns = std::max<int64_t>(0, std::llround((x1 - g.X(g.firstColumn)) / g.dx) + 1);
@@ -67,6 +73,6 @@ int32_t GridDecimation(const TGridSettings& s, double measure, float coverage, b
     double densityX = px / s.unitsX;
     double densityY = s.lockRatio ? densityX : py / s.unitsY;
     double items = densityY * densityX * measure * double(coverage);
-    int64_t estimate = int64_t(std::clamp(items, 0.0, kMostCells));
+    int64_t estimate = items > 0 ? int64_t(std::min(items, kMostCells)) : 0;  // none of no number
     return CountDecimation(halved ? estimate / 2 : estimate, limit);
 }

@@ -10,8 +10,6 @@ namespace {
 // Room for the rounding of distances, of the largest coordinate.
 constexpr float kRounding = 1e-6f;
 
-bool IsUsable(Point2 p) { return std::isfinite(p.x) && std::isfinite(p.y); }
-
 // Ends of the union of intervals that are sorted by their beginnings.
 void AppendUnion(std::span<const std::pair<float, float>> intervals, std::vector<float>& ends) {
     size_t first = ends.size();
@@ -50,7 +48,7 @@ TPolyArea TPolyArea::Band(std::span<const Point2> points, bool closed, float hal
         if (!(length > 0)) continue;
         Point2 along = d * (1 / length), side = Point2{-along.y, along.x} * halfWidth;
         std::array<Point2, 4> corners{a - side, b - side, b + side, a + side};
-        if (!std::all_of(corners.begin(), corners.end(), IsUsable)) continue;
+        if (!std::all_of(corners.begin(), corners.end(), IsFlatPlace)) continue;
         for (size_t k = 0; k < 4; ++k) area.m_edges.push_back({corners[k], corners[(k + 1) % 4]});
         area.m_pieces.push_back({a, along, length, false, false});
         area.m_measure += 2.0 * double(halfWidth) * double(length);

@@ -23,10 +23,10 @@
 
 class TPolyArea {
 public:
-    // A closed polygon; its last corner runs back to its first. All coordinates are finite.
+    // A closed polygon; its last corner runs back to its first. All corners pass IsFlatPlace.
     static TPolyArea Polygon(std::span<const Point2> corners);
-    // Rectangles of half-width `halfWidth` along the segments of a line; those without length are
-    // left out.
+    // Rectangles of half-width `halfWidth` along the segments of a line; those without length, or
+    // with corners that are no flat place, are left out.
     static TPolyArea Band(std::span<const Point2> points, bool closed, float halfWidth);
 
     bool Inside(Point2 p) const {

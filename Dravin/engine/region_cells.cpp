@@ -14,7 +14,6 @@ constexpr int kMostCellsASide = 1 << 12;
 // The crossing of a row and a segment, and the cell of a point, are off by a few units in the last
 // place of the largest coordinate (2^-24 of it); this is some sixty of them.
 constexpr double kRounding = 4e-6;
-constexpr double kLargestCoordinate = 1e15;  // beyond it products overflow
 
 double LargestCoordinate(const Box2& b) {
     return std::max({std::abs(double(b.min.x)), std::abs(double(b.min.y)),
@@ -32,7 +31,7 @@ TRegionCells::TRegionCells(
     m_box = {bounds.min - room, bounds.max + room};
     double width = double(m_box.max.x) - double(m_box.min.x);
     double height = double(m_box.max.y) - double(m_box.min.y);
-    bool usable = width > 0 && height > 0 && largest < kLargestCoordinate;
+    bool usable = width > 0 && height > 0;
     if (border.size() <= kFewSegments || !usable) return;
 
     double widths = 0, heights = 0;

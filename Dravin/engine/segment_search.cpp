@@ -150,9 +150,11 @@ TNearestSegment SearchLeavesLanes(const TSegmentBranches& tree, std::span<const 
 
 size_t CollectLeavesLanes(const TSegmentBranches& tree, Point2 p, float distance,
                           std::span<uint32_t> leaves) {
+    // Children that do not exist are infinitely far, and so beyond every limit.
+    float limit = std::min(distance * distance, std::numeric_limits<float>::max());
     size_t count = 0;
     Walk(
-        tree, p, [&] { return distance * distance; },
+        tree, p, [&] { return limit; },
         [&](uint32_t leaf) {
             if (count < leaves.size()) leaves[count] = leaf;
             ++count;

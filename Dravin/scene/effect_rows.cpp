@@ -4,7 +4,8 @@
 
 #include "Dravin/config/effect_library.h"
 #include "Dravin/effects/effect_definition.h"
-#include "Dravin/effects/tavuvm_expr/environment.h"
+#include "Dravin/effects/effect_list.h"
+#include "Dravin/effects/tavuvm_expr/language.h"
 #include "Dravin/scene/dravin_rows.h"
 #include "host/base/file_input.h"
 #include "host/base/text.h"
@@ -17,14 +18,6 @@ using namespace effectParams;
 namespace {
 
 constexpr uint64_t kMaxProgramSize = 16 << 20;
-
-constexpr ParamID kIds[] = {kEfidlist, kEfnamelist, kEfxmllist, kEfenablelist};
-constexpr ParamID kParameterIds[] = {
-    kEfpaid,      kEfpaeffid,    kEfpatype,     kEfpaname,     kEfpalimit,
-    kEfpadesc,    kEfpanumtype,  kEfpaintval,   kEfpaintmin,   kEfpaintmax,
-    kEfpaintdef,  kEfpafloatval, kEfpafloatmin, kEfpafloatmax, kEfpafloatdef,
-    kEfpaunitval, kEfpaunitmin,  kEfpaunitmax,  kEfpaunitdef,  kEfpainode,
-    kEfpacontref, kEfpacontanim, kEfpacontype,  kEfpatexmap,   kEfpacurve};
 
 // Kinds of parameters: the word, the kind's number, the kind of number, and, for numbers, the lists
 // of value, minimum, maximum and default.
@@ -315,8 +308,9 @@ Json WriteParameter(const TEffectDefinition& definition, const IParamBlock2& blo
 
 std::span<const ParamID> EffectRowIds() {
     static const std::vector<ParamID> all = [] {
-        std::vector<ParamID> ids(std::begin(kIds), std::end(kIds));
-        ids.insert(ids.end(), std::begin(kParameterIds), std::end(kParameterIds));
+        std::span<const ParamID> effects = EffectColumns(), parameters = EffectParameterColumns();
+        std::vector<ParamID> ids(effects.begin(), effects.end());
+        ids.insert(ids.end(), parameters.begin(), parameters.end());
         return ids;
     }();
     return all;

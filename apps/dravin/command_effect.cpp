@@ -9,7 +9,7 @@
 #include "Dravin/effects/effect_definition.h"
 #include "Dravin/effects/effect_language.h"
 #include "Dravin/effects/item_attributes.h"
-#include "Dravin/effects/tavuvm_expr/language.h"
+#include "Dravin/effects/tavuvm_expr/expr_lang.h"
 #include "Dravin/effects/tavuvm_expr/vmachine.h"
 #include "apps/dravin/commands.h"
 #include "host/base/file_input.h"
@@ -151,22 +151,12 @@ void Print(std::string_view lines) {
 
 }  // namespace
 
-ExitCode ListEffects() {
-    for (const std::string& name : ShippedEffects()) {
-        TEffectDefinition definition;
-        if (ExitCode code = ReadProgram(name, &definition); code != kExitDone) return code;
-        PrintResult(fmt::format("{}: {}", name, definition.description));
-    }
-    return kExitDone;
-}
-
 ExitCode RunEffect(const EffectOptions& options) {
-    if (options.list) return ListEffects();
     TEffectDefinition definition;
     if (ExitCode code = ReadProgram(options.file, &definition); code != kExitDone) return code;
     TEffectNames effect;
     if (ExitCode code = DeclareAll(options, definition, effect); code != kExitDone) return code;
-    compilation compiled = compile(definition.expression, effect.names);
+    compilation compiled = effect.names.compile(definition.expression);
     if (!compiled.code) {
         Print(compiled.error);
         return kExitFailed;

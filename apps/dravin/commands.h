@@ -41,8 +41,10 @@ ExitCode RunDemo(const DemoCommandOptions& options);
 
 struct EffectOptions {
     std::string file;  // or the name of a shipped effect
-    bool checkOnly = false, list = false;
+    bool checkOnly = false;
     std::vector<std::string> set;  // NAME=VALUE
     uint32_t seed = 123456;
 };
 ExitCode RunEffect(const EffectOptions& options);
+// The shipped effects, one a line; of one of them, its description and parameters.
+ExitCode RunEffectList(const std::string& name);

@@ -41,7 +41,7 @@ void AddRender(CLI::App& app, RenderOptions& o, std::string& size) {
     c->add_option("--threads", o.threads, "number of threads")->check(CLI::Range(1, 1024));
 }
 
-void AddEffect(CLI::App& app, EffectOptions& o) {
+void AddEffect(CLI::App& app, EffectOptions& o, std::string& listed) {
     CLI::App* effect = app.add_subcommand("effect", "check or run an effect program");
     effect->require_subcommand(1);
     CLI::App* check = effect->add_subcommand("check", "compile an effect; silent when all is well");
@@ -54,10 +54,9 @@ void AddEffect(CLI::App& app, EffectOptions& o) {
             ->allow_extra_args(false);
     }
     run->add_option("--seed", o.seed, "seed of the item's random numbers (default: 123456)");
+    CLI::App* list = effect->add_subcommand("list", "the effects that ship with the product");
+    list->add_option("name", listed, "one effect, with its parameters");
     check->callback([&o] { o.checkOnly = true; });
-    effect->add_subcommand("list", "the effects that come with the product")->callback([&o] {
-        o.list = true;
-    });
 }
 
 bool ParseSize(const std::string& text, RenderOptions& o) {
@@ -93,7 +92,8 @@ int Run(int argc, char** argv) {
     CLI::App* schema = app.add_subcommand("schema", "list the parameters of the scatter object");
     schema->add_option("name", filter, "a block or a parameter");
     EffectOptions effect;
-    AddEffect(app, effect);
+    std::string listedEffect;
+    AddEffect(app, effect, listedEffect);
     DemoCommandOptions demo;
     CLI::App* demoCommand = app.add_subcommand("demo", "make, build and render a forest valley");
     demoCommand->add_option("--out", demo.folder, "output folder (default: demo)");
@@ -115,7 +115,8 @@ int Run(int argc, char** argv) {
     if (app.got_subcommand("build")) return RunBuild(build);
     if (app.got_subcommand("render")) return RunRender(render);
     if (app.got_subcommand(info)) return RunInfo(infoScene);
-    if (app.got_subcommand("effect")) return RunEffect(effect);
+    if (CLI::App* c = app.get_subcommand("effect"); c->parsed())
+        return c->got_subcommand("list") ? RunEffectList(listedEffect) : RunEffect(effect);
     if (app.got_subcommand(schema)) return RunSchema(filter, console.json);
     return RunDemo(demo);
 }

@@ -92,6 +92,9 @@ def check_page(program, page, folder):
                 good &= run(program, arguments, folder)
                 count += 1
         elif language == 'effect':
+            names = SAVED_AS.findall(text[end:block.start()])
+            if names:
+                (folder / names[-1]).write_text(content, encoding='utf-8')
             printed = ''.join(line.strip() + '\n' for line in PRINTED.findall(content))
             shown = following.group(2) if following and following.group(1) == 'output' else printed
             good &= shown != '' and says(program, content, shown, folder)

@@ -62,7 +62,8 @@ bool is_comparison(opcode op) { return op >= opcode::equal && op <= opcode::grea
 
 }  // namespace
 
-batch_decoder::batch_decoder(const program& p, const std::vector<uint8_t>& varying) : m_program(p) {
+batch_decoder::batch_decoder(const compiled_program& p, const std::vector<uint8_t>& varying)
+    : m_program(p) {
     is_modified.assign(p.initial.size(), 0);
     for (size_t slot = 0; slot < p.initial.size(); ++slot) {
         bool host = slot < p.num_host_slots && !p.is_constant[slot];
@@ -74,7 +75,11 @@ batch_decoder::batch_decoder(const program& p, const std::vector<uint8_t>& varyi
 
 bool batch_decoder::decode() {
     const std::vector<value>& code = m_program.code;
-    for (size_t cell = 0; cell < code.size() && !m_returned;) {
+    // Without a header that reserves the variables, a run's values would overwrite them.
+    if (code.size() < 2 || opcode(code[0].to_integer()) != opcode::program_header ||
+        size_t(code[1].to_integer()) != m_program.initial.size())
+        return false;
+    for (size_t cell = 2; cell < code.size() && !m_returned;) {
         opcode op = opcode(code[cell].to_integer());
         opcode_info info = info_of(int32_t(op));
         if (code.size() - cell - 1 < size_t(info.operands) || !has(size_t(info.pops))) return false;
@@ -95,8 +100,8 @@ node_id batch_decoder::constant(const value& number) {
     char kind = number.is_integer() ? 'i' : 'r';
     auto bits =
         number.is_integer() ? uint32_t(number.integer()) : std::bit_cast<uint32_t>(number.real());
-    auto [it, isNew] = m_constants.try_emplace({kind, bits}, no_node_id);
-    if (isNew) {
+    auto [it, is_new] = m_constants.try_emplace({kind, bits}, no_node_id);
+    if (is_new) {
         lane_node node;
         node.from = lane_node::source::constant;
         node.kind = kind;
@@ -271,8 +276,6 @@ bool batch_decoder::step(opcode op, const value* operands) {
             int32_t number = operands[0].to_integer(), count = operands[1].to_integer();
             return number >= 0 && count >= 0 && call(uint32_t(number), size_t(count));
         }
-        case opcode::program_header:
-            return m_stack.empty() && size_t(operands[0].to_integer()) == m_program.initial.size();
         case opcode::return_:
             if (!has(2)) return false;
             pop();

@@ -43,7 +43,7 @@ struct symbol {
 
 class batch_decoder {
 public:
-    batch_decoder(const program& p, const std::vector<uint8_t>& varying);
+    batch_decoder(const compiled_program& p, const std::vector<uint8_t>& varying);
 
     // False: the program has no form in lanes.
     bool decode();
@@ -122,7 +122,7 @@ private:
     }
     void push(const symbol& s) { m_stack.push_back(s); }
 
-    const program& m_program;
+    const compiled_program& m_program;
     std::vector<symbol> m_stack;
     std::optional<symbol> m_vectors[4];
     std::map<std::pair<lane_op, std::vector<node_id>>, node_id> m_known;

@@ -14,7 +14,7 @@ constexpr size_t number_size = 4;
 
 }  // namespace
 
-void batch_machine::FreeMemory::operator()(std::byte* p) const {
+void batch_machine::free_memory::operator()(std::byte* p) const {
     ::operator delete[](p, alignment);
 }
 
@@ -23,19 +23,19 @@ batch_machine::batch_machine(std::shared_ptr<const batch_program> p,
     : m_program(std::move(p)), m_functions(functions) {
     // Lanes start at cache lines: uniform numbers come first in memory.
     m_offset.resize(m_program->is_uniform.size());
-    size_t uniformBytes = 0;
+    size_t uniform_bytes = 0;
     for (size_t r = 0; r < m_offset.size(); ++r)
-        if (m_program->is_uniform[r]) m_offset[r] = uniformBytes, uniformBytes += number_size;
-    size_t next = (uniformBytes + 63) / 64 * 64;
+        if (m_program->is_uniform[r]) m_offset[r] = uniform_bytes, uniform_bytes += number_size;
+    size_t next = (uniform_bytes + 63) / 64 * 64;
     for (size_t r = 0; r < m_offset.size(); ++r)
         if (!m_program->is_uniform[r]) m_offset[r] = next, next += width * number_size;
     m_memory.reset(
         static_cast<std::byte*>(::operator new[](std::max<size_t>(next, 64), alignment)));
     std::memset(m_memory.get(), 0, std::max<size_t>(next, 64));
-    for (const batch_program::constant& c : m_program->constants) SetPart(c.target, c.number);
+    for (const batch_program::constant& c : m_program->constants) set_part(c.target, c.number);
 }
 
-void batch_machine::SetPart(lane_register r, const value& number) {
+void batch_machine::set_part(lane_register r, const value& number) {
     if (r == no_register) return;
     if (number.is_integer())
         *integer_lane(r) = number.integer();
@@ -49,44 +49,44 @@ void batch_machine::bind(std::span<const value> slots) {
         vector3 parts = v.to_vector();
         switch (b.value.kind) {
             case lane_value::shape::integer:
-                SetPart(b.value.part[0], v.to_integer());
+                set_part(b.value.part[0], v.to_integer());
                 break;
             case lane_value::shape::real:
-                SetPart(b.value.part[0], v.to_real());
+                set_part(b.value.part[0], v.to_real());
                 break;
             default:
-                SetPart(b.value.part[0], parts.x);
-                SetPart(b.value.part[1], parts.y);
-                SetPart(b.value.part[2], parts.z);
+                set_part(b.value.part[0], parts.x);
+                set_part(b.value.part[1], parts.y);
+                set_part(b.value.part[2], parts.z);
         }
     }
-    for (const lane_instruction& i : m_program->uniform_code) Execute(i, 1, {});
+    for (const lane_instruction& i : m_program->uniform_code) execute(i, 1, {});
 }
 
-void batch_machine::Execute(const lane_instruction& instruction, size_t count,
+void batch_machine::execute(const lane_instruction& instruction, size_t count,
                             const lane_state& state) {
     lane_operand operands[4];
     assert(instruction.num_arguments <= std::size(operands));
     for (uint32_t i = 0; i < instruction.num_arguments; ++i) {
         lane_register r = m_program->arguments[instruction.first_argument + i];
-        operands[i] = {Lane(r), m_program->is_uniform[r] ? 0u : 1u};
+        operands[i] = {lane(r), m_program->is_uniform[r] ? 0u : 1u};
     }
     static const lane_kernel* const kernels = lane_kernels();
-    kernels[size_t(instruction.op)](count, operands, Lane(instruction.result), state);
+    kernels[size_t(instruction.op)](count, operands, lane(instruction.result), state);
 }
 
 void batch_machine::run(size_t count, std::span<TNuRandom* const> randoms, void* host) {
     assert(count <= width);
-    m_anyFailed = false;
+    m_any_failed = false;
     std::memset(m_failed, 0, count);
     lane_state state{randoms.empty() ? nullptr : randoms.data(), m_failed};
     for (const lane_instruction& i : m_program->code) {
         if (i.op == lane_op::count)
-            Call(m_program->calls[i.call], count, state, host);
+            call_function(m_program->calls[i.call], count, state, host);
         else
-            Execute(i, count, state);
+            execute(i, count, state);
     }
-    m_anyFailed = std::any_of(m_failed, m_failed + count, [](uint8_t f) { return f != 0; });
+    m_any_failed = std::any_of(m_failed, m_failed + count, [](uint8_t f) { return f != 0; });
 }
 
 value batch_machine::get(const lane_value& v, size_t k) const {
@@ -104,7 +104,8 @@ value batch_machine::get(const lane_value& v, size_t k) const {
     return real(v.part[0], k);
 }
 
-void batch_machine::Call(const lane_call& call, size_t count, const lane_state& state, void* host) {
+void batch_machine::call_function(const lane_call& call, size_t count, const lane_state& state,
+                                  void* host) {
     const function& f = m_functions.at(call.function);
     value arguments[max_arguments], result;
     for (size_t k = 0; k < count; ++k) {

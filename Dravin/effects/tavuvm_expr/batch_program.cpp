@@ -13,33 +13,33 @@ using source = lane_node::source;
 // Lays the nodes of a decoded program out as instructions over registers.
 class batch_layout {
 public:
-    batch_layout(const program& p, batch_decoder& decoder) : m_program(p), m_d(decoder) {}
+    batch_layout(const compiled_program& p, batch_decoder& decoder) : m_program(p), m_d(decoder) {}
 
     std::shared_ptr<const batch_program> make() {
-        MarkUsed();
-        CountUses();
-        Fuse();
-        MarkUsed();
-        FindLastUses();
+        mark_used();
+        count_uses();
+        fuse();
+        mark_used();
+        find_last_uses();
         for (node_id id = 0; id < m_d.nodes.size(); ++id)
-            if (m_used[id]) Lay(id);
-        BindOutputs();
+            if (m_used[id]) lay(id);
+        bind_outputs();
         m_out.num_registers = uint32_t(m_out.is_uniform.size());
         return std::make_shared<const batch_program>(std::move(m_out));
     }
 
 private:
     template <class F>
-    void ForEachOutput(const F& visit) {
+    void for_each_output(const F& visit) {
         for (size_t slot = 0; slot < m_program.num_host_slots; ++slot)
             if (m_d.is_modified[slot] && !m_program.is_constant[slot]) visit(m_d.slots[slot]);
         if (m_d.result) visit(*m_d.result);
     }
 
     // Used: what outputs, draws and calls depend on.
-    void MarkUsed() {
+    void mark_used() {
         m_used.assign(m_d.nodes.size(), 0);
-        ForEachOutput([&](const symbol& s) {
+        for_each_output([&](const symbol& s) {
             for (size_t i = 0; i < s.num_parts(); ++i) m_used[s.part[i]] = 1;
         });
         for (size_t id = m_d.nodes.size(); id-- > 0;) {
@@ -50,9 +50,9 @@ private:
         }
     }
 
-    void CountUses() {
+    void count_uses() {
         m_uses.assign(m_d.nodes.size(), 0);
-        ForEachOutput([&](const symbol& s) {
+        for_each_output([&](const symbol& s) {
             for (size_t i = 0; i < s.num_parts(); ++i) ++m_uses[s.part[i]];
         });
         for (size_t id = 0; id < m_d.nodes.size(); ++id)
@@ -62,7 +62,7 @@ private:
 
     // A product that only one sum reads becomes part of it: one pass over the lanes less. Product
     // and sum are rounded one after the other as before.
-    void Fuse() {
+    void fuse() {
         auto fusible = [&](node_id id) {
             const lane_node& n = m_d.nodes[id];
             return n.from == source::operation && n.op == lane_op::mul_r && !n.is_uniform &&
@@ -87,36 +87,36 @@ private:
     }
 
     // Lanes are used again once nobody reads them any more; small programs stay in the cache.
-    void FindLastUses() {
-        m_lastUse.assign(m_d.nodes.size(), 0);
+    void find_last_uses() {
+        m_last_use.assign(m_d.nodes.size(), 0);
         for (size_t id = 0; id < m_d.nodes.size(); ++id) {
             if (!m_used[id]) continue;
-            m_lastUse[id] = std::max(m_lastUse[id], id);
-            for (node_id a : m_d.nodes[id].arguments) m_lastUse[a] = id;
+            m_last_use[id] = std::max(m_last_use[id], id);
+            for (node_id a : m_d.nodes[id].arguments) m_last_use[a] = id;
         }
-        ForEachOutput([&](const symbol& s) {
-            for (size_t i = 0; i < s.num_parts(); ++i) m_lastUse[s.part[i]] = m_d.nodes.size();
+        for_each_output([&](const symbol& s) {
+            for (size_t i = 0; i < s.num_parts(); ++i) m_last_use[s.part[i]] = m_d.nodes.size();
         });
         m_register.assign(m_d.nodes.size(), no_register);
     }
 
-    lane_register NewRegister(bool uniform) {
+    lane_register new_register(bool uniform) {
         m_out.is_uniform.push_back(uniform);
         return lane_register(m_out.is_uniform.size() - 1);
     }
 
-    void Lay(node_id id) {
+    void lay(node_id id) {
         const lane_node& node = m_d.nodes[id];
         switch (node.from) {
             case source::constant:
-                m_register[id] = NewRegister(true);
+                m_register[id] = new_register(true);
                 m_out.constants.push_back({m_register[id], node.number});
                 return;
             case source::input:
             case source::uniform_input:
-                return LayInput(id);
+                return lay_input(id);
             case source::call:
-                return LayCall(id);
+                return lay_call(id);
             case source::call_part:
                 return;  // with its call
             case source::operation:
@@ -129,38 +129,41 @@ private:
         for (node_id a : node.arguments) m_out.arguments.push_back(m_register[a]);
         m_out.can_fail |= node.op == lane_op::round || node.op == lane_op::trunc;
         m_out.draws |= node.op == lane_op::random_real || node.op == lane_op::random_int;
-        Release(id);
-        instruction.result = m_register[id] = node.is_uniform ? NewRegister(true) : TakeLane(node.kind);
+        release(id);
+        instruction.result = m_register[id] =
+            node.is_uniform ? new_register(true) : take_lane(node.kind);
         (node.is_uniform ? m_out.uniform_code : m_out.code).push_back(instruction);
-        if (m_lastUse[id] == id && !node.is_uniform) Give(id);
+        if (m_last_use[id] == id && !node.is_uniform) give(id);
     }
 
     // The arguments that node `id` is the last to read give their lanes back.
-    void Release(node_id id) {
+    void release(node_id id) {
         const lane_node& node = m_d.nodes[id];
         std::vector<node_id> seen;
         for (node_id a : node.arguments) {
             const lane_node& argument = m_d.nodes[a];
             bool owned = argument.from == source::operation || argument.from == source::call_part;
-            if (!owned || argument.is_uniform || m_lastUse[a] != id) continue;
+            if (!owned || argument.is_uniform || m_last_use[a] != id) continue;
             if (std::find(seen.begin(), seen.end(), a) != seen.end()) continue;
             seen.push_back(a);
-            Give(a);
+            give(a);
         }
     }
 
     // A lane holds numbers of one kind all its life.
-    std::vector<lane_register>& Free(char kind) { return kind == 'i' ? m_freeIntegers : m_freeReals; }
-    void Give(node_id id) { Free(m_d.nodes[id].kind).push_back(m_register[id]); }
-    lane_register TakeLane(char kind) {
-        std::vector<lane_register>& free = Free(kind);
-        if (free.empty()) return NewRegister(false);
+    std::vector<lane_register>& free_lanes(char kind) {
+        return kind == 'i' ? m_free_integers : m_free_reals;
+    }
+    void give(node_id id) { free_lanes(m_d.nodes[id].kind).push_back(m_register[id]); }
+    lane_register take_lane(char kind) {
+        std::vector<lane_register>& free = free_lanes(kind);
+        if (free.empty()) return new_register(false);
         lane_register lane = free.back();
         free.pop_back();
         return lane;
     }
 
-    void LayInput(node_id id) {
+    void lay_input(node_id id) {
         const lane_node& node = m_d.nodes[id];
         bool uniform = node.from == source::uniform_input;
         std::vector<batch_program::binding>& list = uniform ? m_out.uniforms : m_out.inputs;
@@ -175,28 +178,28 @@ private:
                                                 : lane_value::shape::vector;
             it = list.insert(list.end(), b);
         }
-        it->value.part[node.part] = m_register[id] = NewRegister(uniform);
+        it->value.part[node.part] = m_register[id] = new_register(uniform);
     }
 
-    lane_value Registers(const symbol& s) const {
+    lane_value registers(const symbol& s) const {
         lane_value v;
         v.kind = s.shape;
         for (size_t i = 0; i < s.num_parts(); ++i) v.part[i] = m_register[s.part[i]];
         return v;
     }
 
-    void LayCall(node_id id) {
+    void lay_call(node_id id) {
         const batch_decoder::call_site& site = m_d.calls[m_d.nodes[id].call];
         const function& f = m_program.functions->at(site.function);
         lane_call call;
         call.function = site.function;
-        for (const symbol& s : site.arguments) call.arguments.push_back(Registers(s));
+        for (const symbol& s : site.arguments) call.arguments.push_back(registers(s));
         for (size_t i = 0; i < site.result.num_parts(); ++i)
-            m_register[site.result.part[i]] = TakeLane(m_d.nodes[site.result.part[i]].kind);
-        call.result = Registers(site.result);
-        Release(id);
+            m_register[site.result.part[i]] = take_lane(m_d.nodes[site.result.part[i]].kind);
+        call.result = registers(site.result);
+        release(id);
         for (size_t i = 0; i < site.result.num_parts(); ++i)
-            if (!m_used[site.result.part[i]]) Give(site.result.part[i]);
+            if (!m_used[site.result.part[i]]) give(site.result.part[i]);
         m_out.can_fail |= f.can_fail;
         m_out.draws |= !f.is_pure;
         lane_instruction instruction;
@@ -205,27 +208,27 @@ private:
         m_out.code.push_back(instruction);
     }
 
-    void BindOutputs() {
+    void bind_outputs() {
         for (size_t slot = 0; slot < m_program.num_host_slots; ++slot)
             if (m_d.is_modified[slot] && !m_program.is_constant[slot])
-                m_out.outputs.push_back({slot, Registers(m_d.slots[slot])});
+                m_out.outputs.push_back({slot, registers(m_d.slots[slot])});
         m_out.returns = m_d.result.has_value();
-        if (m_d.result) m_out.result = Registers(*m_d.result);
+        if (m_d.result) m_out.result = registers(*m_d.result);
     }
 
-    const program& m_program;
+    const compiled_program& m_program;
     batch_decoder& m_d;
     batch_program m_out;
     std::vector<uint8_t> m_used;
     std::vector<uint32_t> m_uses;
-    std::vector<size_t> m_lastUse;
+    std::vector<size_t> m_last_use;
     std::vector<lane_register> m_register;
-    std::vector<lane_register> m_freeReals, m_freeIntegers;
+    std::vector<lane_register> m_free_reals, m_free_integers;
 };
 
 }  // namespace
 
-std::shared_ptr<const batch_program> batch_program::make(const program& p,
+std::shared_ptr<const batch_program> batch_program::make(const compiled_program& p,
                                                          const std::vector<uint8_t>& varying) {
     batch_decoder decoder(p, varying);
     if (!decoder.decode()) return nullptr;

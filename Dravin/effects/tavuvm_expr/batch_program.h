@@ -13,8 +13,8 @@
 #include <memory>
 #include <vector>
 
+#include "Dravin/effects/tavuvm_expr/compiled_program.h"
 #include "Dravin/effects/tavuvm_expr/lane_ops.h"
-#include "Dravin/effects/tavuvm_expr/program.h"
 
 namespace tavuvm_expr {
 
@@ -53,7 +53,7 @@ public:
     // Null when the program has no such form. varying[slot]: the host gives another value for each
     // item; all other slots of the host are the same for all. functions of the program stay
     // borrowed.
-    static std::shared_ptr<const batch_program> make(const program& p,
+    static std::shared_ptr<const batch_program> make(const compiled_program& p,
                                                      const std::vector<uint8_t>& varying);
 
     struct binding {

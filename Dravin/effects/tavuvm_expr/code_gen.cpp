@@ -20,16 +20,16 @@ std::string lower_name(type_code type) { return folded(type_name(type)); }
 
 }  // namespace
 
-generator::generator(const ast::statements& tree, const environment& names)
+program::program(const ast::statements& tree, const language& names)
     : m_tree(tree), m_names(names), m_initial(names.initial_values()) {}
 
-program generator::generate() {
+compiled_program program::generate() {
     emit(opcode::program_header);
     m_code.push_back(0);
     for (const ast::statement& s : m_tree.list) generate(s);
     m_code[1] = int32_t(m_initial.size());
 
-    program p;
+    compiled_program p;
     p.code = std::move(m_code);
     p.initial = std::move(m_initial);
     p.is_constant = m_names.constant_flags();
@@ -39,7 +39,7 @@ program generator::generate() {
     return p;
 }
 
-void generator::generate(const ast::statement& s) {
+void program::generate(const ast::statement& s) {
     switch (s.kind) {
         case ast::statement_kind::nil:
             fail("Internal error: compiling 'nil'", s.range.first);
@@ -68,7 +68,7 @@ void generator::generate(const ast::statement& s) {
 
 // --- declarations
 
-void generator::generate_declaration(const ast::simple_variable_declaration& declaration) {
+void program::generate_declaration(const ast::simple_variable_declaration& declaration) {
     declare(declaration);
     if (declaration.initialiser == ast::no_node) return;
     const variable& v = m_variables[m_tree.text(declaration.name)];
@@ -78,7 +78,7 @@ void generator::generate_declaration(const ast::simple_variable_declaration& dec
     generate_assignment(target, declaration.initialiser, declaration.range.first);
 }
 
-void generator::declare(const ast::simple_variable_declaration& declaration) {
+void program::declare(const ast::simple_variable_declaration& declaration) {
     const std::string& name = m_tree.text(declaration.name);
     size_t position = declaration.range.first;
     check_free(name, position);
@@ -90,14 +90,14 @@ void generator::declare(const ast::simple_variable_declaration& declaration) {
     m_initial.insert(m_initial.end(), size_t(declaration.array_size), zero_of(type));
 }
 
-void generator::check_free(const std::string& name, size_t position) const {
+void program::check_free(const std::string& name, size_t position) const {
     if (m_variables.contains(name)) fail("Duplicated variable \"" + name + "\"", position);
     if (m_names.is_taken(name)) fail("Duplicated identifier \"" + name + "\"", position);
 }
 
 // --- assignments
 
-void generator::generate_assignment(const place& target, node_index assigned, size_t position) {
+void program::generate_assignment(const place& target, node_index assigned, size_t position) {
     if (!target.is_writable) fail("Invalid variable attribute", position);
     const ast::expression& e = m_tree.node(assigned);
     if (e.kind == expression_kind::expression_list)
@@ -113,7 +113,7 @@ void generator::generate_assignment(const place& target, node_index assigned, si
     emit(opcode::fill);
 }
 
-void generator::generate_list(const place& target, node_index list, size_t position) {
+void program::generate_list(const place& target, node_index list, size_t position) {
     if (!target.is_array) fail("Single value cannot initialized from an array", position);
     auto elements = m_tree.children(list);
     if (elements.size() != size_t(target.array_size))
@@ -128,20 +128,20 @@ void generator::generate_list(const place& target, node_index list, size_t posit
     emit(opcode::list_store);
 }
 
-void generator::check_storable(type_code target, type_set assigned, size_t position) const {
+void program::check_storable(type_code target, type_set assigned, size_t position) const {
     type_set wanted = target == type_code::vector ? vector_types : number_types;
     if (set_of(target) & handle_types) wanted = 0;
     if (!(assigned & wanted)) fail("Invalid assignment", position);
 }
 
-void generator::store(const place& target) {
+void program::store(const place& target) {
     address(target);
     push(int32_t(target.type));
     emit(opcode::store);
 }
 
 // The value on the stack goes into one component: the vector is loaded, changed and stored back.
-void generator::store_component(const place& target) {
+void program::store_component(const place& target) {
     // An address that has to be computed is computed once: its index may draw random numbers.
     bool computed = target.index != ast::no_node;
     address(target);
@@ -164,12 +164,12 @@ void generator::store_component(const place& target) {
 
 // --- names
 
-const variable* generator::find_variable(const std::string& name) const {
+const variable* program::find_variable(const std::string& name) const {
     auto it = m_variables.find(name);
     return it != m_variables.end() ? &it->second : m_names.find_variable(name);
 }
 
-generator::place generator::resolve(node_index node, bool is_target) const {
+program::place program::resolve(node_index node, bool is_target) const {
     const ast::expression& e = m_tree.node(node);
     if (e.kind == expression_kind::identifier_component) return resolve_attribute(node, is_target);
     if (m_names.find_structure(m_tree.text(e.name)) && !find_variable(m_tree.text(e.name))) {
@@ -179,7 +179,7 @@ generator::place generator::resolve(node_index node, bool is_target) const {
     return resolve_variable(node);
 }
 
-generator::place generator::resolve_variable(node_index node) const {
+program::place program::resolve_variable(node_index node) const {
     const ast::expression& e = m_tree.node(node);
     const std::string& name = m_tree.text(e.name);
     const variable* v = find_variable(name);
@@ -195,7 +195,7 @@ generator::place generator::resolve_variable(node_index node) const {
 }
 
 // a.b, a.b.x and v.x: attributes of structures, components of vectors.
-generator::place generator::resolve_attribute(node_index node, bool is_target) const {
+program::place program::resolve_attribute(node_index node, bool is_target) const {
     const ast::expression& e = m_tree.node(node);
     auto parts = m_tree.children(e);
     const ast::expression& first = m_tree.node(parts[0]);
@@ -215,8 +215,8 @@ generator::place generator::resolve_attribute(node_index node, bool is_target) c
 }
 
 // rest: the names behind a variable or attribute; none, or one of x, y, z behind a vector.
-generator::place generator::resolve_component(place whole, std::span<const node_index> rest,
-                                              size_t position) const {
+program::place program::resolve_component(place whole, std::span<const node_index> rest,
+                                          size_t position) const {
     if (rest.empty()) return whole;
     const ast::expression& e = m_tree.node(rest[0]);
     const std::string& name = m_tree.text(e.name);
@@ -230,12 +230,12 @@ generator::place generator::resolve_component(place whole, std::span<const node_
 
 // --- code
 
-void generator::push(const value& immediate) {
+void program::push(const value& immediate) {
     emit(opcode::push);
     m_code.push_back(immediate);
 }
 
-void generator::vector_register(opcode op, int number) {
+void program::vector_register(opcode op, int number) {
     push(number);
     emit(op);
 }

@@ -1,7 +1,7 @@
 // The compiler: from the tree of a program to the code of the machine.
 //
 // Expressions become postfix code, operands first; the type of every value is known while its code
-// is made. Names are resolved against the environment and the program's own declarations.
+// is made. Names are resolved against the language and the program's own declarations.
 // Throws source_error with the first fault.
 #pragma once
 
@@ -9,18 +9,18 @@
 #include <unordered_map>
 
 #include "Dravin/effects/tavuvm_expr/ast.h"
-#include "Dravin/effects/tavuvm_expr/environment.h"
-#include "Dravin/effects/tavuvm_expr/program.h"
+#include "Dravin/effects/tavuvm_expr/compiled_program.h"
+#include "Dravin/effects/tavuvm_expr/language.h"
 #include "Dravin/effects/tavuvm_expr/source_error.h"
 
 namespace tavuvm_expr::code_gen {
 
-class generator {
+class program {
 public:
     // Both are borrowed.
-    generator(const ast::statements& tree, const environment& names);
+    program(const ast::statements& tree, const language& names);
 
-    program generate();
+    compiled_program generate();
 
 private:
     // A variable, an element, an attribute or one component of them.
@@ -76,7 +76,7 @@ private:
     }
 
     const ast::statements& m_tree;
-    const environment& m_names;
+    const language& m_names;
     std::unordered_map<std::string, variable> m_variables;  // the program's own
     std::vector<value> m_code, m_initial;
 };

@@ -11,7 +11,7 @@ namespace tavuvm_expr::code_gen {
 using ast::expression_kind;
 using ast::node_index;
 
-type_set generator::generate_expression(node_index node) {
+type_set program::generate_expression(node_index node) {
     const ast::expression& e = m_tree.node(node);
     switch (e.kind) {
         case expression_kind::int_number:
@@ -41,7 +41,7 @@ type_set generator::generate_expression(node_index node) {
 // --- operators
 
 // Long chains lean to the left: the left spine is walked, not recursed into.
-type_set generator::generate_binary(node_index node) {
+type_set program::generate_binary(node_index node) {
     std::vector<node_index> spine;
     while (m_tree.node(node).kind == expression_kind::binary) {
         spine.push_back(node);
@@ -55,7 +55,7 @@ type_set generator::generate_binary(node_index node) {
     return types;
 }
 
-type_set generator::combine(node_index node, type_set left, type_set right) {
+type_set program::combine(node_index node, type_set left, type_set right) {
     const ast::expression& e = m_tree.node(node);
     auto op = algebra::instruction_of(e.op);
     if (!op) fail("Operands are not compatible", e.range.first);
@@ -66,12 +66,11 @@ type_set generator::combine(node_index node, type_set left, type_set right) {
     return result;
 }
 
-type_set generator::generate_unary(const ast::expression& e) {
+type_set program::generate_unary(const ast::expression& e) {
     node_index operand = m_tree.children(e)[0];
     type_set types = generate_expression(operand);
     if (e.op == token_type::neg) {
-        if (types & handle_types) fail("Wrong operand. Expected numeric value", e.range.first);
-        emit(opcode::neg);
+        emit(opcode::neg);  // of any type, which it keeps
         return types;
     }
     if (!(types & integer_types)) fail("Wrong operand. Expected integer value", e.range.first);
@@ -80,7 +79,7 @@ type_set generator::generate_unary(const ast::expression& e) {
 }
 
 // Components are computed before the register is used: they may hold vectors themselves.
-type_set generator::generate_vector(const ast::expression& e) {
+type_set program::generate_vector(const ast::expression& e) {
     auto components = m_tree.children(e);
     auto literal = [&](node_index n) {
         expression_kind kind = m_tree.node(n).kind;
@@ -108,7 +107,7 @@ type_set generator::generate_vector(const ast::expression& e) {
 
 // --- calls
 
-type_set generator::generate_call(const ast::expression& e) {
+type_set program::generate_call(const ast::expression& e) {
     const std::string& name = m_tree.text(e.name);
     int number = m_names.functions().find(name);
     if (number < 0) fail("Unknown function: \"" + name + "\"", e.range.first);
@@ -133,8 +132,8 @@ type_set generator::generate_call(const ast::expression& e) {
     return set_of(f.result);
 }
 
-void generator::check_argument(const function& f, size_t i, type_set types,
-                               node_index argument) const {
+void program::check_argument(const function& f, size_t i, type_set types,
+                             node_index argument) const {
     type_code wanted = f.arguments[i];
     type_set accepted = set_of(wanted);
     if (wanted == type_code::any) accepted = type_set(~0);
@@ -147,7 +146,7 @@ void generator::check_argument(const function& f, size_t i, type_set types,
 
 // --- loads
 
-type_set generator::generate_load(node_index node) {
+type_set program::generate_load(node_index node) {
     place p = resolve(node, false);
     if (p.is_array)
         fail(fmt::format("Wrong operand. Expected {} value", folded(type_name(p.type))),
@@ -160,7 +159,7 @@ type_set generator::generate_load(node_index node) {
 }
 
 // Pushes the slot of a place.
-void generator::address(const place& p) {
+void program::address(const place& p) {
     if (p.index == ast::no_node) return push(int32_t(p.slot));
     const ast::expression& index = m_tree.node(p.index);
     if (index.kind == expression_kind::int_number && index.integer >= 0 &&

@@ -38,16 +38,23 @@ bool rounding_error(context c, const char* function, float number) {
     return false;
 }
 
+// What is not finite has no whole number at all; the others may have one that does not fit.
+const char* if_finite(float x, const char* fitting, const char* rounding) {
+    return std::isfinite(x) ? fitting : rounding;
+}
+
 bool round_half_away(context c, arguments a, value* result) {
-    float whole = std::round(real(a, 0));
-    if (!builtins::fits_integer(whole)) return rounding_error(c, "boost::math::iround", real(a, 0));
+    float x = real(a, 0), whole = std::round(x);
+    if (!builtins::fits_integer(whole))
+        return rounding_error(c, if_finite(x, "boost::math::iround", "boost::math::round"), x);
     *result = int32_t(whole);
     return true;
 }
 
 bool truncate(context c, arguments a, value* result) {
-    float whole = std::trunc(real(a, 0));
-    if (!builtins::fits_integer(whole)) return rounding_error(c, "boost::math::itrunc", real(a, 0));
+    float x = real(a, 0), whole = std::trunc(x);
+    if (!builtins::fits_integer(whole))
+        return rounding_error(c, if_finite(x, "boost::math::itrunc", "boost::math::trunc"), x);
     *result = whole;
     return true;
 }

@@ -57,14 +57,15 @@ void binary(size_t count, const lane_operand* arguments, void* out, const lane_s
     }
 }
 
-template <bool UniformA, bool UniformB, bool UniformC, class R, class A, class B, class C, class F>
+template <bool uniform_a, bool uniform_b, bool uniform_c, class R, class A, class B, class C,
+          class F>
 void ternary_loop(size_t count, const A* a, const B* b, const C* c, R* r) {
     const A first = *a;
     const B second = *b;
     const C third = *c;
     TAVUVM_INDEPENDENT
     for (size_t i = 0; i < count; ++i)
-        r[i] = F()(UniformA ? first : a[i], UniformB ? second : b[i], UniformC ? third : c[i]);
+        r[i] = F()(uniform_a ? first : a[i], uniform_b ? second : b[i], uniform_c ? third : c[i]);
 }
 
 template <class R, class A, class B, class C, class F>
@@ -230,22 +231,22 @@ void trunc_lane(size_t count, const lane_operand* arguments, void* out, const la
 void random_real_lane(size_t count, const lane_operand* arguments, void* out,
                       const lane_state& state) {
     const float *a = lane<float>(arguments[0]), *b = lane<float>(arguments[1]);
-    size_t strideA = arguments[0].stride, strideB = arguments[1].stride;
+    size_t stride_a = arguments[0].stride, stride_b = arguments[1].stride;
     float* r = static_cast<float*>(out);
     for (size_t i = 0; i < count; ++i)
         r[i] = state.randoms
-                   ? builtins::random_real(*state.randoms[i], a[i * strideA], b[i * strideB])
+                   ? builtins::random_real(*state.randoms[i], a[i * stride_a], b[i * stride_b])
                    : 0.0f;
 }
 
 void random_int_lane(size_t count, const lane_operand* arguments, void* out,
                      const lane_state& state) {
     const i32 *a = lane<i32>(arguments[0]), *b = lane<i32>(arguments[1]);
-    size_t strideA = arguments[0].stride, strideB = arguments[1].stride;
+    size_t stride_a = arguments[0].stride, stride_b = arguments[1].stride;
     i32* r = static_cast<i32*>(out);
     for (size_t i = 0; i < count; ++i)
         r[i] = state.randoms
-                   ? builtins::random_int(*state.randoms[i], a[i * strideA], b[i * strideB])
+                   ? builtins::random_int(*state.randoms[i], a[i * stride_a], b[i * stride_b])
                    : 0;
 }
 

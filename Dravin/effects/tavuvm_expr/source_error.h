@@ -8,7 +8,8 @@
 
 namespace tavuvm_expr {
 
-// Thrown inside the parser and the compiler only; language::compile is the door where it is caught.
+// Thrown inside the parser and the compiler only; expr_lang::compile is the door where it is
+// caught.
 class source_error : public std::runtime_error {
 public:
     enum class stage { parse, compile };

@@ -21,13 +21,29 @@ struct vmachine::state {
     void push(const value& v) { *top++ = v; }
 };
 
-void vmachine::load(std::shared_ptr<const program> p) {
+namespace {
+
+// A built-in that has no result for its argument stops the run like an operator; a function of the
+// host that fails says so itself.
+run_error failure_of(const function& f) {
+    return f.can_fail ? run_error::failure : run_error::call_failed;
+}
+
+float part_of(const vector3& v, int axis) { return axis == 0 ? v.x : axis == 1 ? v.y : v.z; }
+
+vector3 with_part(vector3 v, int axis, float number) {
+    (axis == 0 ? v.x : axis == 1 ? v.y : v.z) = number;
+    return v;
+}
+
+}  // namespace
+
+void vmachine::load(std::shared_ptr<const compiled_program> p) {
     m_program = std::move(p);
     m_stack.assign(m_program->initial.begin(), m_program->initial.end());
     m_stack.resize(m_program->initial.size() + stack_bound(m_program->code) + 1);
     m_modified.assign(m_program->initial.size(), 0);
-    m_code = decode(0);
-    m_isVerified = verify(m_code);
+    m_code = machine_code(*m_program, m_stack.data(), 0);
 }
 
 void vmachine::reset() {
@@ -56,130 +72,6 @@ bool vmachine::fail(run_error error, size_t cell) {
     return false;
 }
 
-// --- decoding
-
-std::vector<vmachine::decoded> vmachine::decode(size_t start) const {
-    const std::vector<value>& cells = m_program->code;
-    std::vector<decoded> code;
-    for (size_t cell = start; cell < cells.size();) {
-        decoded d;
-        d.cell = uint32_t(cell);
-        d.op = opcode(cells[cell].to_integer());
-        opcode_info info = info_of(int32_t(d.op));
-        if (!info.name) d.op = opcode::no_operation;
-        d.pops = uint8_t(info.pops);
-        d.pushes = uint8_t(info.pushes);
-        if (cells.size() - cell - 1 < size_t(info.operands)) d.pops = 255;  // fails when it runs
-        if (info.operands > 0 && d.pops != 255) {
-            d.immediate = cells[cell + 1];
-            d.a = cells[cell + 1].to_integer();
-            d.b = info.operands > 1 ? cells[cell + 2].to_integer() : 0;
-        }
-        if (info.name) code.push_back(d);
-        while (merge(code)) {
-        }
-        cell += 1 + size_t(info.operands);
-    }
-    return code;
-}
-
-// Merges the last instruction with the pushes before it; false when there is nothing to merge.
-bool vmachine::merge(std::vector<decoded>& code) const {
-    const size_t num_slots = m_program->initial.size();
-    if (!code.empty() && is_binary(code.back().op)) return merge_operands(code);
-    auto pushed = [&](size_t back) {
-        if (code.size() <= back) return false;
-        const decoded& d = code[code.size() - 1 - back];
-        return d.op == opcode::push && d.pops == 0 && d.immediate.is_integer();
-    };
-    if (code.empty() || code.back().how != decoded::form::plain || !pushed(1)) return false;
-    decoded d = code.back();
-    int32_t number = code[code.size() - 2].a;
-    size_t merged = 1;
-    switch (d.op) {
-        case opcode::load:
-            if (number < 0 || size_t(number) >= num_slots) return false;
-            d.how = decoded::form::load_slot;
-            break;
-        case opcode::store: {
-            if (!pushed(2) || number < 1 || number > 3) return false;
-            int32_t slot = code[code.size() - 3].a;
-            if (slot < 0 || size_t(slot) >= num_slots) return false;
-            d.how = decoded::form::store_slot;
-            d.b = number;
-            number = slot;
-            merged = 2;
-            break;
-        }
-        case opcode::load_vector:
-            d.how = decoded::form::load_vector;
-            break;
-        case opcode::store_vector:
-            d.how = decoded::form::store_vector;
-            break;
-        case opcode::set_x:
-        case opcode::set_y:
-        case opcode::set_z:
-            d.how = decoded::form::set_part;
-            break;
-        default:
-            return false;
-    }
-    if (d.how != decoded::form::load_slot && d.how != decoded::form::store_slot &&
-        (number < 0 || size_t(number) >= num_vector_registers))
-        return false;
-    d.a = number;
-    d.pops = uint8_t(d.pops - merged);
-    code.resize(code.size() - 1 - merged);
-    code.push_back(d);
-    return true;
-}
-
-// Where the value that an instruction pushes stands anyway; null when it has to be computed.
-const value* vmachine::operand_of(const decoded& d) const {
-    if (d.op == opcode::load && d.how == decoded::form::load_slot) return &m_stack[size_t(d.a)];
-    bool pushes = d.op == opcode::push && d.pops == 0;
-    return pushes ? &m_program->code[d.cell + 1] : nullptr;
-}
-
-// An operator reads variables and literals where they stand instead of from the stack.
-bool vmachine::merge_operands(std::vector<decoded>& code) const {
-    decoded d = code.back();
-    if (d.right || code.size() < 2) return false;
-    const value* right = operand_of(code[code.size() - 2]);
-    if (!right) return false;
-    size_t merged = 1;
-    d.right = right;
-    if (code.size() > 2) d.left = operand_of(code[code.size() - 3]);
-    if (d.left) merged = 2;
-    d.pops = uint8_t(d.pops - merged);
-    code.resize(code.size() - 1 - merged);
-    code.push_back(d);
-    return true;
-}
-
-// Whether no instruction can find too few values or too little room on the stack: there are no
-// jumps, so its depth is known everywhere. All code of the compiler passes.
-bool vmachine::verify(const std::vector<decoded>& code) const {
-    if (code.empty() || code[0].op != opcode::program_header) return false;
-    if (size_t(uint32_t(code[0].a)) != m_program->initial.size()) return false;
-    int64_t depth = 0;
-    for (size_t i = 1; i < code.size(); ++i) {
-        const decoded& d = code[i];
-        int64_t pops = d.pops;
-        if (d.op == opcode::program_header) return false;
-        if (d.op == opcode::call) pops += std::clamp(d.b, 0, int32_t(max_arguments));
-        if (d.op == opcode::list_store) {
-            const decoded& count = code[i - 2];
-            if (i < 3 || count.op != opcode::push || code[i - 1].op != opcode::push) return false;
-            pops += std::max(count.immediate.to_integer(), 0);
-        }
-        if (depth < pops) return false;
-        depth += d.pushes - pops;
-    }
-    return true;
-}
-
 // --- running
 
 bool vmachine::run(const run_frame& frame, TNuRandom* random, void* host) {
@@ -187,13 +79,14 @@ bool vmachine::run(const run_frame& frame, TNuRandom* random, void* host) {
     m_error_text.clear();
     m_result = 0;
     if (!m_program) return true;
-    if (m_isVerified && frame.start == 0 && frame.stack_base == 0)
+    if (m_code.is_verified() && frame.start == 0 && frame.stack_base == 0)
         return execute<false>(m_code, frame, random, host);
-    return execute<true>(decode(frame.start), frame, random, host);
+    return execute<true>(machine_code(*m_program, m_stack.data(), frame.start), frame, random,
+                         host);
 }
 
 template <bool Checked>
-bool vmachine::execute(const std::vector<decoded>& code, const run_frame& frame, TNuRandom* random,
+bool vmachine::execute(const machine_code& code, const run_frame& frame, TNuRandom* random,
                        void* host) {
     state s;
     s.num_slots = m_program->initial.size();
@@ -202,187 +95,239 @@ bool vmachine::execute(const std::vector<decoded>& code, const run_frame& frame,
     s.floor = s.top = s.base + std::min(frame.stack_base, m_stack.size());
     s.context = {random, host, &m_error_text};
 
-    // What every instruction uses stays in registers; calls see it in `s`.
+    // What every step uses stays in registers; calls see it in `s`.
     value* top = s.top;
     value *floor = s.floor, *const base = s.base, *const limit = s.limit;
-    const uint32_t numSlots = uint32_t(s.num_slots);
+    const auto num_slots = uint32_t(s.num_slots);
     const uint8_t* const constant = m_program->is_constant.data();
     uint8_t* const modified = m_modified.data();
-    for (const decoded& d : code) {
+    auto store = [&](uint32_t slot, const value& v) {
+        if (!constant[slot]) base[slot] = v;
+        modified[slot] = 1;
+    };
+
+    auto deliver = [&](const machine_step& d, const value& result) {
+        if (d.target < 0)
+            *top++ = result;
+        else
+            store(uint32_t(d.target), algebra::converted(result, value_kind(d.b - 1)));
+    };
+
+    for (const machine_step& d : code.steps()) {
         if (Checked && (top - floor < d.pops || limit - top < d.pushes))
             return fail(run_error::failure, d.cell);
-        switch (d.op) {
+        switch (d.kind) {
             // The kinds that programs mostly add and multiply come first; algebra knows all.
-#define TAVUVM_ARITHMETIC(name, reals, mixed)               \
-    case opcode::name: {                                    \
-        const value* b = d.right ? d.right : --top;         \
-        const value* a = d.left ? d.left : --top;           \
-        if (a->is_real() && b->is_real())                   \
-            *top++ = a->real() reals b->real();             \
-        else if (a->is_vector() && b->is_real())            \
-            *top++ = mixed(a->vector(), b->real());         \
-        else if (algebra::apply(opcode::name, *a, *b, top)) \
-            ++top;                                          \
-        else                                                \
-            return fail(run_error::failure, d.cell);        \
-        break;                                              \
+#define TAVUVM_ARITHMETIC(name, reals, mixed, vectors)           \
+    case step_kind::name: {                                      \
+        const value* b = d.right ? d.right : --top;              \
+        const value* a = d.left ? d.left : --top;                \
+        value result;                                            \
+        if (a->is_real() && b->is_real())                        \
+            result = a->real() reals b->real();                  \
+        else if (a->is_vector() && b->is_real())                 \
+            result = mixed(a->vector(), b->real());              \
+        else if (a->is_vector() && b->is_vector())               \
+            result = vectors(a->vector(), b->vector());          \
+        else if (!algebra::apply(opcode::name, *a, *b, &result)) \
+            return fail(run_error::failure, d.cell);             \
+        deliver(d, result);                                      \
+        break;                                                   \
     }
-            TAVUVM_ARITHMETIC(add, +, algebra::add)
-            TAVUVM_ARITHMETIC(sub, -, algebra::sub)
-            TAVUVM_ARITHMETIC(mult, *, algebra::mult)
+            TAVUVM_ARITHMETIC(add, +, algebra::add, algebra::add)
+            TAVUVM_ARITHMETIC(sub, -, algebra::sub, algebra::sub)
+            TAVUVM_ARITHMETIC(mult, *, algebra::mult, algebra::dot)
 #undef TAVUVM_ARITHMETIC
-            case opcode::div:
-            case opcode::mod:
-            case opcode::pow:
-            case opcode::equal:
-            case opcode::not_equal:
-            case opcode::less:
-            case opcode::less_equal:
-            case opcode::greater:
-            case opcode::greater_equal:
-            case opcode::log_and:
-            case opcode::log_or:
-            case opcode::bit_and:
-            case opcode::bit_or:
-            case opcode::bit_xor:
-            case opcode::shift_left:
-            case opcode::shift_right: {
+            case step_kind::div:
+            case step_kind::mod:
+            case step_kind::pow:
+            case step_kind::equal:
+            case step_kind::not_equal:
+            case step_kind::less:
+            case step_kind::less_equal:
+            case step_kind::greater:
+            case step_kind::greater_equal:
+            case step_kind::log_and:
+            case step_kind::log_or:
+            case step_kind::bit_and:
+            case step_kind::bit_or:
+            case step_kind::bit_xor:
+            case step_kind::shift_left:
+            case step_kind::shift_right: {
                 const value* b = d.right ? d.right : --top;
                 const value* a = d.left ? d.left : --top;
-                if (!algebra::apply(d.op, *a, *b, top)) return fail(run_error::failure, d.cell);
-                ++top;
+                value result;
+                if (!algebra::apply(d.op, *a, *b, &result)) return fail(run_error::failure, d.cell);
+                deliver(d, result);
                 break;
             }
-            case opcode::neg:
+            case step_kind::neg:
                 top[-1] = algebra::negated(top[-1]);
                 break;
-            case opcode::not_:
+            case step_kind::not_:
                 top[-1] = int32_t(top[-1].to_integer() == 0);
                 break;
 
-            case opcode::load: {
-                if (d.how == decoded::form::load_slot) {
-                    *top++ = base[d.a];
-                    break;
-                }
+            // --- variables
+            case step_kind::load_slot:
+                *top++ = base[d.a];
+                break;
+            case step_kind::load_part:
+                *top++ = part_of(base[d.a].to_vector(), d.b);
+                break;
+            case step_kind::load: {
                 auto slot = uint32_t(top[-1].to_integer());
-                if (slot >= numSlots) return fail(run_error::slot_range, d.cell);
+                if (slot >= num_slots) return fail(run_error::slot_range, d.cell);
                 top[-1] = base[slot];
                 break;
             }
-            case opcode::store: {
-                bool merged = d.how == decoded::form::store_slot;
-                int32_t type = merged ? d.b : (--top)->to_integer();
-                auto slot = uint32_t(merged ? d.a : (--top)->to_integer());
-                value v = *--top;
-                if (slot >= numSlots) return fail(run_error::slot_range, d.cell);
-                if (type >= 1 && type <= 3) v = algebra::converted(v, value_kind(type - 1));
-                if (!constant[slot]) base[slot] = v;
-                modified[slot] = 1;
+            case step_kind::store_slot:
+                --top;
+                store(uint32_t(d.a), algebra::converted(*top, value_kind(d.b - 1)));
+                break;
+            case step_kind::store_part:
+                m_vectors[0] = with_part(base[d.a].to_vector(), d.b, (--top)->to_real());
+                store(uint32_t(d.a), m_vectors[0]);
+                break;
+            case step_kind::store: {
+                int32_t type = (--top)->to_integer();
+                auto slot = uint32_t((--top)->to_integer());
+                --top;
+                if (slot >= num_slots) return fail(run_error::slot_range, d.cell);
+                bool known = type >= 1 && type <= 3;
+                store(slot, known ? algebra::converted(*top, value_kind(type - 1)) : *top);
                 break;
             }
-            case opcode::fill: {
+            case step_kind::fill: {
                 int32_t count = (--top)->to_integer();
                 auto slot = uint32_t((--top)->to_integer());
-                value v = *--top;
-                if (slot >= numSlots) return fail(run_error::slot_range, d.cell);
-                if (count > 0 && size_t(count) > numSlots - slot)
+                --top;
+                if (slot >= num_slots) return fail(run_error::slot_range, d.cell);
+                if (count > 0 && size_t(count) > num_slots - slot)
                     return fail(run_error::slot_range, d.cell);
-                if (count > 0 && !constant[slot]) std::fill_n(base + slot, count, v);
+                if (count > 0 && !constant[slot]) std::fill_n(base + slot, count, value(*top));
                 modified[slot] = 1;
                 break;
             }
-            case opcode::list_store:
+            case step_kind::list_store:
                 s.top = top;
                 if (run_error e = store_list(s); e != run_error::none) return fail(e, d.cell);
                 top = s.top;
                 break;
 
-            case opcode::frame_base:
+            // --- bases and registers
+            case step_kind::frame_base:
                 *top++ = int32_t(frame.frame_base);
                 break;
-            case opcode::stack_base:
+            case step_kind::stack_base:
                 *top++ = int32_t(frame.stack_base);
                 break;
-            case opcode::load_register: {
+            case step_kind::load_register: {
                 auto number = uint32_t(top[-1].to_integer());
                 if (number >= num_general_registers) return fail(run_error::register_range, d.cell);
                 top[-1] = m_general[number];
                 break;
             }
-            case opcode::load_vector: {
-                if (d.how == decoded::form::load_vector) {
-                    *top++ = m_vectors[d.a];
-                    break;
-                }
+            case step_kind::load_vector_of:
+                *top++ = m_vectors[d.a];
+                break;
+            case step_kind::load_vector: {
                 auto number = uint32_t(top[-1].to_integer());
                 if (number >= num_vector_registers) return fail(run_error::register_range, d.cell);
                 top[-1] = m_vectors[number];
                 break;
             }
-            case opcode::store_vector: {
-                bool merged = d.how == decoded::form::store_vector;
-                auto number = uint32_t(merged ? d.a : (--top)->to_integer());
+            case step_kind::store_vector_of:
+                m_vectors[d.a] = *--top;
+                break;
+            case step_kind::store_vector: {
+                auto number = uint32_t((--top)->to_integer());
                 if (number >= num_vector_registers) return fail(run_error::register_range, d.cell);
                 m_vectors[number] = *--top;
                 break;
             }
-            case opcode::set_x:
-            case opcode::set_y:
-            case opcode::set_z: {
-                bool merged = d.how == decoded::form::set_part;
-                auto number = uint32_t(merged ? d.a : (--top)->to_integer());
+            case step_kind::set_part_of:
+                m_vectors[d.a] = with_part(m_vectors[d.a].to_vector(), d.b, (--top)->to_real());
+                break;
+            case step_kind::set_x:
+            case step_kind::set_y:
+            case step_kind::set_z: {
+                auto number = uint32_t((--top)->to_integer());
                 if (number >= num_vector_registers) return fail(run_error::register_range, d.cell);
-                vector3 v = m_vectors[number].to_vector();
-                float component = (--top)->to_real();
-                (d.op == opcode::set_x ? v.x : d.op == opcode::set_y ? v.y : v.z) = component;
-                m_vectors[number] = v;
+                int axis = int(d.kind) - int(step_kind::set_x);
+                m_vectors[number] =
+                    with_part(m_vectors[number].to_vector(), axis, (--top)->to_real());
                 break;
             }
-            case opcode::get_x:
+            case step_kind::get_x:
                 top[-1] = top[-1].to_vector().x;
                 break;
-            case opcode::get_y:
+            case step_kind::get_y:
                 top[-1] = top[-1].to_vector().y;
                 break;
-            case opcode::get_z:
+            case step_kind::get_z:
                 top[-1] = top[-1].to_vector().z;
                 break;
 
-            case opcode::push:
+            // --- values and calls
+            case step_kind::push:
                 *top++ = d.immediate;
                 break;
-            case opcode::push_one:
+            case step_kind::push_one:
                 *top++ = 1;
                 break;
-            case opcode::push_zero:
+            case step_kind::push_zero:
                 *top++ = 0;
                 break;
-            case opcode::call:
+            case step_kind::call_min:
+                --top;
+                if (top[0].to_real() < top[-1].to_real()) top[-1] = top[0];
+                break;
+            case step_kind::call_max:
+                --top;
+                if (top[0].to_real() > top[-1].to_real()) top[-1] = top[0];
+                break;
+            case step_kind::call_if:
+                top -= 2;
+                top[-1] = top[-1].to_integer() > 0 ? top[0] : top[1];
+                break;
+            case step_kind::call_length:
+                top[-1] = algebra::length(top[-1].to_vector());
+                break;
+            case step_kind::call_known: {
+                value result;
+                top -= d.b;
+                if (!d.known->body(s.context, {top, size_t(d.b)}, &result))
+                    return fail(failure_of(*d.known), d.cell);
+                *top++ = result;
+                break;
+            }
+            case step_kind::call:
                 s.top = top;
                 if (run_error e = call(s, d.a, d.b); e != run_error::none) return fail(e, d.cell);
                 top = s.top;
                 break;
-            case opcode::program_header: {
+
+            // --- the run
+            case step_kind::program_header: {
                 auto count = uint32_t(d.a);
                 // The variables stand below everything that the run pushes.
-                if (count > numSlots || count > size_t(limit - top))
+                if (count > num_slots || count > size_t(limit - top))
                     return fail(run_error::failure, d.cell);
                 top += count;
                 s.floor = floor = top;
                 break;
             }
-            case opcode::return_:
-            case opcode::stop:
+            case step_kind::return_:
+            case step_kind::stop:
                 // Above the returned value stands an immediate of the compiler's.
                 m_result = top[top - floor > 1 ? -2 : -1];
                 return true;
-            case opcode::print: {
-                value v = *--top;
-                if (m_output) *m_output += v.text() + '\n';
+            case step_kind::print:
+                --top;
+                if (m_output) *m_output += top->text() + '\n';
                 break;
-            }
-            case opcode::no_operation:
+            case step_kind::no_operation:
                 break;
         }
     }
@@ -417,8 +362,7 @@ run_error vmachine::call(state& s, int32_t number, int32_t count) {
 
     value result;
     std::span<const value> arguments(s.top - count, size_t(count));
-    if (!f.body(s.context, arguments, &result))
-        return f.can_fail ? run_error::failure : run_error::call_failed;
+    if (!f.body(s.context, arguments, &result)) return failure_of(f);
     s.top -= count;
     if (s.room() < 1) return run_error::failure;
     s.push(result);

@@ -7,8 +7,9 @@
 
 #include <memory>
 #include <string>
+#include <thread>
 
-#include "Dravin/effects/tavuvm_expr/program.h"
+#include "Dravin/effects/tavuvm_expr/machine_code.h"
 
 namespace tavuvm_expr {
 
@@ -34,13 +35,13 @@ public:
     };
 
     vmachine() = default;
-    explicit vmachine(std::shared_ptr<const program> p) { load(std::move(p)); }
+    explicit vmachine(std::shared_ptr<const compiled_program> p) { load(std::move(p)); }
     // Instructions point at variables: a machine may move, but has no copies.
     vmachine(vmachine&&) = default;
     vmachine& operator=(vmachine&&) = default;
 
     // Installs a program; its variables take their first values.
-    void load(std::shared_ptr<const program> p);
+    void load(std::shared_ptr<const compiled_program> p);
 
     // Gives the program's own variables their first values again and clears all modified marks;
     // the host's slots keep their values. Call it before a run.
@@ -49,6 +50,10 @@ public:
     // Runs to the end of the code, a return, or an error. random may be null.
     bool run(TNuRandom* random, void* host = nullptr) { return run({}, random, host); }
     bool run(const run_frame& frame, TNuRandom* random, void* host);
+    // The same on a thread of its own; the machine is not touched until that has been joined.
+    std::jthread start(const run_frame& frame, TNuRandom* random, void* host) {
+        return std::jthread([this, frame, random, host] { run(frame, random, host); });
+    }
 
     // --- the host's side of variables; an index beyond the slots sets error 3 and reads 0
     value slot(size_t i);
@@ -67,42 +72,15 @@ public:
     const std::string& error_text() const { return m_error_text; }
 
 private:
-    // An instruction with what it needs at hand. `push` followed by what takes the number from the
-    // stack at once becomes one instruction; errors still name the cell where that one stands.
-    struct decoded {
-        enum class form : uint8_t {
-            plain,
-            load_slot,
-            store_slot,
-            store_vector,
-            set_part,
-            load_vector
-        };
-        opcode op = opcode::no_operation;
-        form how = form::plain;
-        uint8_t pops = 0, pushes = 0;
-        uint32_t cell = 0;
-        int32_t a = 0, b = 0;  // slot and type, register, function and count
-        // Operands of an operator that need not come from the stack; null: they do.
-        const value *left = nullptr, *right = nullptr;
-        value immediate;
-    };
     struct state;
-    std::vector<decoded> decode(size_t start) const;
-    bool merge(std::vector<decoded>& code) const;
-    bool merge_operands(std::vector<decoded>& code) const;
-    const value* operand_of(const decoded& d) const;
-    bool verify(const std::vector<decoded>& code) const;
     template <bool Checked>
-    bool execute(const std::vector<decoded>& code, const run_frame& frame, TNuRandom* random,
-                 void* host);
+    bool execute(const machine_code& code, const run_frame& frame, TNuRandom* random, void* host);
     bool fail(run_error error, size_t cell);
     run_error store_list(state& s);
     run_error call(state& s, int32_t number, int32_t count);
 
-    std::shared_ptr<const program> m_program;
-    std::vector<decoded> m_code;
-    bool m_isVerified = false;   // runs of it need no checks of the stack
+    std::shared_ptr<const compiled_program> m_program;
+    machine_code m_code;
     std::vector<value> m_stack;  // variables, then the values of the run
     std::vector<uint8_t> m_modified;
     value m_general[num_general_registers];

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "Dravin/effects/tavuvm_expr/batch_machine.h"
-#include "Dravin/effects/tavuvm_expr/language.h"
+#include "Dravin/effects/tavuvm_expr/expr_lang.h"
 #include "Dravin/effects/tavuvm_expr/vmachine.h"
 
 using namespace tavuvm_expr;
@@ -58,7 +58,7 @@ const char* const kNames[] = {"empty", "distance scale", "12 operations", "200 o
 
 struct Setup {
     function_library functions;
-    std::unique_ptr<environment> names;
+    std::unique_ptr<expr_lang> names;
     size_t first = 0;
     compilation compiled;
     std::vector<Item> items, results;
@@ -66,11 +66,11 @@ struct Setup {
 
     explicit Setup(const std::string& source) {
         functions.add_builtins();
-        names = std::make_unique<environment>(functions);
+        names = std::make_unique<expr_lang>(functions);
         first = names->declare_structure("it", {{"position", type_code::vector, true},
                                                 {"scale", type_code::vector, true},
                                                 {"rotation", type_code::vector, true}});
-        compiled = compile(source, *names);
+        compiled = names->compile(source);
         if (!compiled.code) throw std::runtime_error(compiled.error);
         for (int i = 0; i < 1000000; ++i)
             items.push_back({{float(i % 1000), float(i / 1000) * 0.5f, float(i % 20)},
@@ -134,8 +134,13 @@ void FastForm(benchmark::State& state) {
             machine.run(count, randoms, nullptr);
             for (const batch_program::binding& b : lanes->outputs) {
                 auto field = setup.Field(b.slot);
+                lane_operand lanes[3];
+                for (int p = 0; p < 3; ++p) lanes[p] = machine.view(b.value.part[p]);
+                auto part = [&](int p, size_t k) {
+                    return static_cast<const float*>(lanes[p].data)[k * lanes[p].stride];
+                };
                 for (size_t k = 0; k < count; ++k)
-                    results[k].*field = machine.get(b.value, k).vector();
+                    results[k].*field = {part(0, k), part(1, k), part(2, k)};
             }
         }
         benchmark::ClobberMemory();
@@ -151,7 +156,7 @@ void Compile(benchmark::State& state) {
     for (int i = 0; i < 1000; ++i)
         source +=
             "it.position.z = it.position.z + length(it.scale * 0.5) * " + std::to_string(i) + ";\n";
-    for (auto _ : state) benchmark::DoNotOptimize(compile(source, *setup.names));
+    for (auto _ : state) benchmark::DoNotOptimize(setup.names->compile(source));
     state.SetLabel("1000 lines");
 }
 BENCHMARK(Compile)->Unit(benchmark::kMillisecond);

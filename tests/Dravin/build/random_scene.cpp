@@ -239,7 +239,7 @@ void RandomScene::AddParticles() {
 // ------------------------------------------------------------------------------------------
 
 void RandomScene::AddAreas() {
-    int count = m_choose.Int(1, 5);
+    int count = m_choose.Int(1, m_wild ? 3 : 5);
     for (int i = 0; i < count; ++i) {
         switch (m_choose.Int(0, 9)) {
             case 0:
@@ -303,7 +303,7 @@ void RandomScene::AddSpline(int type) {
     // Paint lies in the object's space, a spline in that of its node.
     PolyShape shape;
     Matrix3 frame = type == kAreaPaint ? node->GetObjectTM(0) : Frame();
-    int outer = m_choose.Int(1, 3);
+    int outer = m_choose.Int(1, m_wild ? 2 : 3);
     for (int i = 0; i < outer; ++i) {
         // Several ones stand side by side, so that none nests in another.
         bool open = m_choose.Chance(20);
@@ -401,10 +401,10 @@ void RandomScene::AddItemArea() {
 // Every surface is an area of its own, on which its items stay.
 void RandomScene::AddSurfaceArea() {
     int row = NewAreaRow(kAreaSurface, m_choose.Chance(20));
-    bool exclude = object->Block(kAreaParams).GetInt(areaParams::kArincexclist, 0, row);
     for (size_t s = 0; s < surfaces.size(); ++s) {
-        // Its outline is known on the surface itself: whatever stands on it is inside.
-        KnownGroup group{row, exclude, 0, !exclude, int(s), {}};
+        // Surfaces include whatever the row says. The outline is known on the surface itself:
+        // whatever stands on it is inside.
+        KnownGroup group{row, false, 0, true, int(s), {}};
         const Mesh& mesh = *surfaces[s].mesh;
         Box3 box;
         for (const Point3& p : mesh.verts) box += p;
@@ -416,7 +416,7 @@ void RandomScene::AddSurfaceArea() {
                                 surfaces[s].toWorld);
         // A leaning surface's outline is not that of its box.
         bool leans = std::abs(surfaces[s].toWorld.row[2].z - 1) > 1e-6f;
-        if (leans || exclude) region.blur = 1e9f;
+        if (leans) region.blur = 1e9f;
         group.regions = {region};
         groups.push_back(group);
     }
@@ -500,8 +500,8 @@ void RandomScene::AddCamera() {
 
 // Any number or switch of the object, but for what bounds the work that a build may do.
 void RandomScene::AddNonsense() {
-    static const char* const kBounds[] = {"maxdensity", "vmaxitems",   "rmaxitems",
-                                          "threads",    "autothreads", "mode"};
+    static const char* const kBounds[] = {"maxdensity",  "vmaxitems", "rmaxitems",  "threads",
+                                          "autothreads", "mode",      "arresollist"};
     auto isBound = [](const ParamDef& def) {
         return std::any_of(std::begin(kBounds), std::end(kBounds),
                            [&](const char* name) { return def.name == name; });
@@ -515,7 +515,7 @@ void RandomScene::AddNonsense() {
         const ParamBlockDesc2& desc = object->Block(block).GetDesc();
         const ParamDef& def = desc.params[size_t(m_choose.Int(0, int(desc.params.size()) - 1))];
         float number = Number(-100, 100);
-        int whole = Count(-2, 200);
+        int whole = Count(-2, 40);
         if (isBound(def)) continue;
         if (std::holds_alternative<float>(def.defaultValue))
             object->Block(block).SetValue(def.id, 0, number);

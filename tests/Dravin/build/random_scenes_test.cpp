@@ -149,18 +149,15 @@ private:
         return true;
     }
 
+    // Objects of scenes are turned about z only: slopes are the same in the world.
     bool FaceAllows(const KnownSurface& surface, const TDravinItem& item,
                     const Point3& place) const {
-        Matrix3 toObject = surface.toWorld * Inverse(m_toWorld);
         for (const Face& face : surface.mesh->faces) {
             Point3 a = surface.mesh->verts[face.v[0]] * surface.toWorld;
             Point3 b = surface.mesh->verts[face.v[1]] * surface.toWorld;
             Point3 c = surface.mesh->verts[face.v[2]] * surface.toWorld;
             Point3 normal = Normalize(CrossProd(b - a, c - a));
             if (!LiesOn(a, b, c, normal, place)) continue;
-            Point3 up =
-                Normalize(CrossProd(b * toObject - a * toObject, c * toObject - a * toObject));
-            (void)up;
             if (RulesAllow(item.position.z, std::acos(std::clamp(normal.z, -1.0f, 1.0f))))
                 return true;
         }

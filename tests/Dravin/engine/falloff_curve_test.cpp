@@ -58,3 +58,22 @@ TEST(FalloffCurve, FewOrBrokenPoints) {
     EXPECT_EQ(FalloffCurve(step).Value(0.45f), 0.0f);
     EXPECT_EQ(FalloffCurve(step).Value(0.55f), 9.0f);
 }
+
+TEST(BezierCurve, IsExactBeyondTheUnitInterval) {
+    const CurvePoint points[] = {{.px = -1, .py = 2}, {.px = 3, .py = 10}};
+    BezierCurve curve(points);
+    EXPECT_FLOAT_EQ(curve.Value(2), 8);  // a line of slope 2
+    EXPECT_FLOAT_EQ(curve.Value(-0.5f), 3);
+    EXPECT_EQ(curve.Value(-4), 2);  // beyond its ends it stays
+    EXPECT_EQ(curve.Value(7), 10);
+    EXPECT_EQ(BezierCurve({}).Value(1), 0);
+}
+
+TEST(BezierCurve, AgreesWithTheTable) {
+    const CurvePoint points[] = {{.px = 0, .py = 0, .outx = 0.25f, .outy = 0.5f},
+                                 {.px = 1, .py = 100, .inx = -0.5f, .iny = 0}};
+    FalloffCurve table(points);
+    BezierCurve exact(points);
+    for (int i = 0; i <= 100; ++i)
+        EXPECT_NEAR(exact.Value(float(i) / 100), table.Value(float(i) / 100), 0.01f);
+}

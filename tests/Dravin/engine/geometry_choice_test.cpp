@@ -169,6 +169,23 @@ TEST(NoiseLevel, IsTheNormalQuantileClampedToThreeDeviations) {
     EXPECT_NEAR(NoiseLevelOfProbability(0.0227501f), 0.5f - 2.0f / 6, 1e-6);  // two, in the tail
 }
 
+TEST(GeometryChoice, ModesThatDoNotExistDrawByProbability) {
+    for (int mode : {-1, 3, 1000000000}) {
+        TGeometrySettings settings;
+        settings.mode = mode;
+        TGeometryChoice choice(settings, Rows({{100, kRed}, {300, kGreen}}));
+        auto shares = Shares(choice, choice.Unrestricted(), kRed);
+        EXPECT_NEAR(shares[0], 0.25, 1e-3);
+        EXPECT_NEAR(shares[1], 0.75, 1e-3);
+    }
+}
+
+TEST(FractalNoise, OctavesBeyondReasonAreTaken) {
+    Point3 q{0.3f, 0.6f, 0.2f};
+    EXPECT_EQ(FractalNoise(q, 1e30f), FractalNoise(q, 5));
+    EXPECT_EQ(FractalNoise(q, -3), FractalNoise(q, 1));
+}
+
 TEST(FractalNoise, AddsWholeAndPartialOctaves) {
     Point3 q{0.37f, 1.21f, 4.1f};
     float one = FractalNoise(q, 1), two = FractalNoise(q, 2);

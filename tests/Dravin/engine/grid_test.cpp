@@ -1,5 +1,7 @@
 #include "Dravin/engine/grid.h"
 
+#include <limits>
+
 #include <gtest/gtest.h>
 
 #include "tests/Dravin/engine/test_input.h"
@@ -103,6 +105,22 @@ TEST(Grid, DecimationGrowsWithTheSquareRootOfTheSurplus) {
     // One item a unit over 400 square units, three quarters of them.
     EXPECT_EQ(GridDecimation(Texture(10, 10), 400, 0.75f, false, 75), 2);
     EXPECT_EQ(GridDecimation(Texture(10, 10), 400, 0.75f, true, 150), 1);
+}
+
+TEST(Grid, OffsetsThatAreNoPlaceMakeNothing) {
+    for (float offset :
+         {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(), 3e38f}) {
+        TGridSettings settings = Texture(10, 10);
+        settings.offsetY = offset;
+        TGrid grid;
+        EXPECT_EQ(MakeGrid(settings, {}, Bounds(0, 0, 5, 5), &grid), TGridResult::kEmpty);
+    }
+}
+
+TEST(Grid, AMeasureThatIsNoNumberIsNotThinnedOut) {
+    double nan = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_EQ(GridDecimation(Texture(10, 10), nan, 1, false, 100), 1);
+    EXPECT_EQ(GridDecimation(Texture(10, 10), -5, 1, false, 100), 1);
 }
 
 TEST(SplitRows, NineRowsOnFourThreadsAreThreeSlicesOfThree) {

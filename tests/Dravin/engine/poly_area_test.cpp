@@ -202,5 +202,6 @@ TEST(PolyArea, ABorderOutOfReachIsNeverTheNearest) {
 
 TEST(PolyArea, ABandOfEndlessWidthIsEmpty) {
     std::vector<Point2> line = {{0, 0}, {10, 0}};
-    EXPECT_TRUE(TPolyArea::Band(line, false, std::numeric_limits<float>::infinity()).IsEmpty());
+    for (float width : {std::numeric_limits<float>::infinity(), 1e30f})
+        EXPECT_TRUE(TPolyArea::Band(line, false, width).IsEmpty()) << width;
 }

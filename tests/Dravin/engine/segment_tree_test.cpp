@@ -92,3 +92,14 @@ TEST(SegmentTreeEdges, WithoutSegmentsOrAFinitePlaceNothingIsNearest) {
     EXPECT_EQ(tree.Nearest({0, std::numeric_limits<float>::infinity()}), TSegmentTree::kNone);
     EXPECT_EQ(tree.Nearest({1e30f, 0}), TSegmentTree::kNone);  // its square is not a number
 }
+
+TEST(SegmentTreeEdges, PlacesWhoseSquaresOverflowEndTheSearch) {
+    Segments segments = Scattered(9, {}, 10, 3);
+    TSegmentTree tree(segments);
+    TSegmentCursor cursor;
+    for (float x : {1e18f, 1.2e19f, 1.8e19f, 1e25f, 3e38f}) {
+        uint32_t expected = OneByOne(segments, {x, 0});
+        EXPECT_EQ(tree.Nearest({x, 0}, &cursor), expected) << x;
+        EXPECT_EQ(tree.Nearest({x, 0}, &cursor), expected) << x;
+    }
+}

@@ -30,10 +30,34 @@ TEST(BatchMachine, ComputedIndicesStayOnThePlainMachine) {
     EXPECT_FALSE(hasLanes);
 }
 
+TEST(BatchMachine, ParametersMayBeStoredInto) {
+    EXPECT_EQ(CompareMachines("amount++; number = number * 2; it.weight = amount * number;", 20),
+              "");
+}
+
+// Code that no compiler makes has a form in lanes only where that means the same.
+TEST(BatchMachine, CodeWithoutItsHeaderStaysOnThePlainMachine) {
+    TestHost host;
+    compilation c = host.names.compile("it.weight = 1;");
+    auto hasLanes = [&](std::vector<value> code) {
+        compiled_program p = *c.code;
+        p.code = std::move(code);
+        return batch_program::make(p, {}) != nullptr;
+    };
+    std::vector<value> code = c.code->code, headless(code.begin() + 2, code.end()), twice = code;
+    twice.insert(twice.end(), code.begin(), code.begin() + 2);
+    EXPECT_TRUE(hasLanes(code));
+    EXPECT_FALSE(hasLanes(headless));
+    EXPECT_FALSE(hasLanes(twice));
+    EXPECT_FALSE(hasLanes({}));
+    code[1] = 5;  // not the number of its slots
+    EXPECT_FALSE(hasLanes(code));
+}
+
 TEST(BatchMachine, LeavesOutWhatNobodyReads) {
     TestHost host;
     compilation c =
-        compile("real r = sin(it.weight); vector v = it.place * r; it.count = 1;", host.names);
+        host.names.compile("real r = sin(it.weight); vector v = it.place * r; it.count = 1;");
     std::vector<uint8_t> varying(host.names.num_slots(), 1);
     auto lanes = batch_program::make(*c.code, varying);
     ASSERT_NE(lanes, nullptr);
@@ -44,7 +68,7 @@ TEST(BatchMachine, LeavesOutWhatNobodyReads) {
 
 TEST(BatchMachine, ComputesOnceWhatIsTheSameForAllItems) {
     TestHost host;
-    compilation c = compile("it.weight = it.weight * (sin(amount) + number);", host.names);
+    compilation c = host.names.compile("it.weight = it.weight * (sin(amount) + number);");
     std::vector<uint8_t> varying(host.names.num_slots(), 0);
     varying[host.first + 2] = 1;
     auto lanes = batch_program::make(*c.code, varying);

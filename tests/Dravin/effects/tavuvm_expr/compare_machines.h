@@ -1,4 +1,5 @@
-// Runs one program on the plain machine and in lanes and says where they differ.
+// Runs one program on the plain machine and in lanes and says where they differ. No test library:
+// the fuzz target compares its programs here too.
 #pragma once
 
 #include <fmt/format.h>
@@ -7,15 +8,14 @@
 
 namespace tavuvm_expr {
 
-// Empty when both agree on every item, or when the program has no form in lanes (`hasLanes` tells).
-inline std::string CompareMachines(const std::string& source, size_t count,
-                                   bool* hasLanes = nullptr) {
-    TestHost host;
-    compilation c = compile(source, host.names);
-    if (!c.code) return c.error;
+// Items [0, count) of a program over the slots of `host`. Empty when both agree on every item, or
+// when the program has no form in lanes (`hasLanes` tells).
+inline std::string CompareMachines(const TestHost& host,
+                                   const std::shared_ptr<const compiled_program>& code,
+                                   size_t count, bool* hasLanes = nullptr) {
     std::vector<uint8_t> varying(host.names.num_slots(), 0);
     for (size_t i = 0; i < TestHost::kNumAttributes; ++i) varying[host.first + i] = 1;
-    auto lanes = batch_program::make(*c.code, varying);
+    auto lanes = batch_program::make(*code, varying);
     if (hasLanes) *hasLanes = lanes != nullptr;
     if (!lanes) return {};
 
@@ -38,11 +38,13 @@ inline std::string CompareMachines(const std::string& source, size_t count,
         }
     batch.run(count, pointers, nullptr);
 
-    vmachine machine(c.code);
+    vmachine machine(code);
     for (size_t k = 0; k < count; ++k) {
         machine.reset();
         for (size_t i = 0; i < TestHost::kNumAttributes; ++i)
             machine.set_slot(host.first + i, host.attribute(i, k));
+        for (size_t slot : {host.amount, host.number})
+            machine.set_slot(slot, host.names.initial_values()[slot]);
         TNuRandom random(uint32_t(k * 7919));
         bool done = machine.run(&random);
         if (done == batch.failed(k)) return fmt::format("item {}: only one machine fails", k);
@@ -56,7 +58,7 @@ inline std::string CompareMachines(const std::string& source, size_t count,
                                    want.text());
         }
         for (size_t slot = 0; slot < host.names.num_slots(); ++slot)
-            stored -= machine.is_modified(slot) && !c.code->is_constant[slot];
+            stored -= machine.is_modified(slot) && !code->is_constant[slot];
         if (stored != 0) return fmt::format("item {}: not the same slots are stored into", k);
         value returned = lanes->returns ? batch.get(lanes->result, k) : value(0);
         if (!returned.identical(machine.result()))
@@ -66,6 +68,14 @@ inline std::string CompareMachines(const std::string& source, size_t count,
             return fmt::format("item {}: not the same draws", k);
     }
     return {};
+}
+
+// The same for program text; the error text when it does not compile.
+inline std::string CompareMachines(const std::string& source, size_t count,
+                                   bool* hasLanes = nullptr) {
+    TestHost host;
+    compilation c = host.names.compile(source);
+    return c.code ? CompareMachines(host, c.code, count, hasLanes) : c.error;
 }
 
 }  // namespace tavuvm_expr

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "Dravin/effects/tavuvm_expr/batch_machine.h"
-#include "Dravin/effects/tavuvm_expr/language.h"
+#include "Dravin/effects/tavuvm_expr/expr_lang.h"
 #include "Dravin/effects/tavuvm_expr/vmachine.h"
 
 namespace tavuvm_expr {
@@ -30,7 +30,7 @@ inline const function_library& TestFunctions() {
 
 // Structure "it" with attributes of all types, two parameters.
 struct TestHost {
-    environment names{TestFunctions()};
+    expr_lang names{TestFunctions()};
     size_t first = names.declare_structure("it", {{"place", type_code::vector, true},
                                                   {"size", type_code::vector, true},
                                                   {"weight", type_code::real, true},
@@ -62,7 +62,7 @@ struct TestHost {
 // run-time error.
 inline std::string Printed(const std::string& source, uint32_t seed = 123456) {
     TestHost host;
-    compilation c = compile(source, host.names);
+    compilation c = host.names.compile(source);
     if (!c.code) return c.error;
     vmachine machine(c.code);
     std::string output;
@@ -72,10 +72,21 @@ inline std::string Printed(const std::string& source, uint32_t seed = 123456) {
     return output;
 }
 
+// What an expression gives, returned to the host; the integer 0 when it does not compile or fails.
+inline value Result(const std::string& expression, uint32_t seed = 123456) {
+    TestHost host;
+    compilation c = host.names.compile("return " + expression + ";");
+    if (!c.code) return 0;
+    vmachine machine(c.code);
+    TNuRandom random(seed);
+    machine.run(&random);
+    return machine.result();
+}
+
 // First line of the error that a program ends with; empty when it compiles.
 inline std::string ErrorLine(const std::string& source) {
     TestHost host;
-    std::string error = compile(source, host.names).error;
+    std::string error = host.names.compile(source).error;
     return error.substr(0, error.find('\n'));
 }
 

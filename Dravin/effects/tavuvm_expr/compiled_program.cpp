@@ -1,4 +1,4 @@
-#include "Dravin/effects/tavuvm_expr/program.h"
+#include "Dravin/effects/tavuvm_expr/compiled_program.h"
 
 #include <algorithm>
 
@@ -17,7 +17,7 @@ size_t stack_bound(const std::vector<value>& code) {
     return size_t(highest);
 }
 
-std::string disassembled(const program& p) {
+std::string disassembled(const compiled_program& p) {
     std::string text;
     for (size_t cell = 0; cell < p.code.size();) {
         int32_t code = p.code[cell].to_integer();

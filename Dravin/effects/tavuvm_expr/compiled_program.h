@@ -12,7 +12,7 @@
 
 namespace tavuvm_expr {
 
-struct program {
+struct compiled_program {
     // Cells: an instruction code as an integer, followed by its operand cells.
     std::vector<value> code;
     // The variable area before a run, and which slots no store changes. Slots of the host come
@@ -27,6 +27,6 @@ struct program {
 size_t stack_bound(const std::vector<value>& code);
 
 // One line an instruction: cell, name, operands. For tests and the curious.
-std::string disassembled(const program& p);
+std::string disassembled(const compiled_program& p);
 
 }  // namespace tavuvm_expr

@@ -1,0 +1,95 @@
+// Effects in whole builds: what chained programs add to a grid of a million items on a terrain.
+//
+//   build/release/bench/effects_bench
+//
+// The first argument is the number of effects: none; the distance scale; that, a thinning with a
+// random number and a tint by altitude. The second is the number of threads. The third sends every
+// item through the plain machine instead of batches (1).
+#include <benchmark/benchmark.h>
+
+#include "Dravin/effects/effect_programs.h"
+#include "Dravin/effects/tavuvm_expr/expr_lang.h"
+#include "bench/Dravin/engine/terrain_input.h"
+
+namespace {
+
+const char* const kPrograms[] = {
+    "vector v = dpItem.position - [500,250,0];\n"
+    "real t = min(1.0, max(0.0, (length(v) - 50) * 0.004));\n"
+    "real s = 0.4 + 0.9 * (t * t * (3 - 2 * t));\n"
+    "real r = randomReal(0.0, 1.0);\n"
+    "s = if(r < 0.2, s * 0.5, s);\n"
+    "dpItem.scale = dpItem.scale * s;\n"
+    "dpItem.position.z = dpItem.position.z - 0.1 * s * r;\n"
+    "dpItem.rotation.z = dpItem.rotation.z + r;\n",
+    "dpItem.visible = randomReal(0.0, 1.0) > dpItem.surfSlope * 0.5;\n",
+    "real h = min(1.0, max(0.0, dpItem.position.z * 0.04 + 0.5));\n"
+    "dpItem.tintColor = [0.2, 0.4, 0.1] + h * [0.6, 0.3, 0.2];\n"
+    "dpItem.tintMult = 0.5;\n",
+};
+
+TEffectPrograms Programs(size_t count, bool plainOnly) {
+    TEffectPrograms all;
+    all.plainOnly = plainOnly;
+    for (size_t i = 0; i < count; ++i) {
+        TEffectNames names;
+        auto compiled = names.names.compile(kPrograms[i]);
+        all.programs.emplace_back(compiled.code, names.names.initial_values(), names.itemSlot);
+    }
+    return all;
+}
+
+void GridBuildWithEffects(benchmark::State& state) {
+    static const std::shared_ptr<const Mesh> terrain = MakeTerrain(1000000);
+    TBuildInput input = TerrainInput(terrain, 1e6, int(state.range(1)));
+    TEffectPrograms programs = Programs(size_t(state.range(0)), state.range(2) != 0);
+    if (state.range(0) > 0) {
+        input.effects = &programs;
+        input.areaFalloffs.effectsActive = true;
+    }
+    TDravinItemList items;
+    TBuildStatistics statistics;
+    for (auto _ : state)
+        if (BuildItemArray(input, items, statistics) != TBuildResult::kOk)
+            state.SkipWithError("the build failed");
+    state.SetItemsProcessed(state.iterations() * 1000000);
+    state.counters["items"] = double(items.Count());
+}
+BENCHMARK(GridBuildWithEffects)
+    ->ArgNames({"effects", "threads", "plain"})
+    ->ArgsProduct({{0, 1, 3}, {1, 2}, {0}})
+    ->Args({3, 2, 1})
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+
+// One parameter asked for every item of a batch.
+void Parameter(benchmark::State& state, const char* source) {
+    const CurvePoint points[] = {{.px = 0, .py = 0, .outx = 0.3f, .outy = 0.1f},
+                                 {.px = 1, .py = 1, .inx = -0.3f, .iny = 0}};
+    CoordinateMap map;
+    TEffectPrograms all;
+    all.curves.push_back(std::make_unique<BezierCurve>(points));
+    all.textures = {&map};
+    TEffectNames names;
+    names.names.declare_variable("shape", tavuvm_expr::type_code::curve, 0);
+    names.names.declare_variable("paint", tavuvm_expr::type_code::texmap, 0);
+    auto compiled = names.names.compile(source);
+    all.programs.emplace_back(compiled.code, names.names.initial_values(), names.itemSlot);
+
+    TBuildInput input = GroundInput();
+    TGeometryChoice geometry(input.geometry, input.specimens);
+    auto runner = all.MakeRunner(input, geometry);
+    std::vector<TDravinItem> items(256);
+    std::vector<TEffectItem> batch;
+    for (size_t i = 0; i < items.size(); ++i) {
+        items[i].surfaceSlope = float(i) / 256;
+        batch.push_back({&items[i], &input.specimens[0], {}});
+    }
+    for (auto _ : state) runner->Run(batch);
+    state.SetItemsProcessed(state.iterations() * int64_t(items.size()));
+}
+BENCHMARK_CAPTURE(Parameter, Curve, "dpItem.tintMult = evaluateCurve(shape, dpItem.surfSlope);");
+BENCHMARK_CAPTURE(Parameter, Texture,
+                  "dpItem.tintColor = evaluateTexture(paint, dpItem.position);");
+
+}  // namespace
