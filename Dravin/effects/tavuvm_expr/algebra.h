@@ -67,6 +67,7 @@ value negated(const value& v);
 
 // A value as a variable of a kind keeps it.
 inline value converted(const value& v, value_kind kind) {
+    if (v.kind() == kind) return v;
     switch (kind) {
         case value_kind::integer:
             return v.to_integer();

@@ -95,8 +95,8 @@ bool machine_code::is_pushed(size_t back) const {
 // Merges the last step with what stands before it; false when there is nothing to merge.
 bool machine_code::merge() {
     if (m_steps.empty() || last().pops == always_fails) return false;
-    if (is_binary(last().op)) return merge_operands();
-    if (last().kind == step_kind::store_slot) return merge_store_part();
+    if (is_binary(last().op)) return last().target < 0 && merge_operands();
+    if (last().kind == step_kind::store_slot) return merge_store_part() || merge_target();
     machine_step s = last();
     bool reads_part = s.kind >= step_kind::get_x && s.kind <= step_kind::get_z;
     if (reads_part && m_steps.size() > 1 && last(1).kind == step_kind::load_slot) {
@@ -160,6 +160,17 @@ bool machine_code::merge_store_part() {
     s.kind = step_kind::store_part;
     s.b = set.b;
     replace(5, s);
+    return true;
+}
+
+// An operator whose result goes straight into a variable puts it there.
+bool machine_code::merge_target() {
+    if (m_steps.size() < 2 || !is_binary(last(1).op) || last(1).target >= 0) return false;
+    machine_step s = last(1);
+    s.target = last().a;
+    s.b = last().b;
+    s.pushes = 0;
+    replace(2, s);
     return true;
 }
 

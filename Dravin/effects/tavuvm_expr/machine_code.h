@@ -48,6 +48,7 @@ struct machine_step {
     // Operands of an operator that need not come from the stack; null: they do.
     const value *left = nullptr, *right = nullptr;
     const function* known = nullptr;
+    int32_t target = -1;  // slot that an operator's result goes to, as type b; -1: the stack
     value immediate;
 };
 
@@ -68,6 +69,7 @@ private:
     bool merge();
     bool merge_operands();
     bool merge_store_part();
+    bool merge_target();
     bool is_pushed(size_t back) const;
     const value* operand_of(const machine_step& s) const;
     bool verify() const;

@@ -106,26 +106,33 @@ bool vmachine::execute(const machine_code& code, const run_frame& frame, TNuRand
         modified[slot] = 1;
     };
 
+    auto deliver = [&](const machine_step& d, const value& result) {
+        if (d.target < 0)
+            *top++ = result;
+        else
+            store(uint32_t(d.target), algebra::converted(result, value_kind(d.b - 1)));
+    };
+
     for (const machine_step& d : code.steps()) {
         if (Checked && (top - floor < d.pops || limit - top < d.pushes))
             return fail(run_error::failure, d.cell);
         switch (d.kind) {
             // The kinds that programs mostly add and multiply come first; algebra knows all.
-#define TAVUVM_ARITHMETIC(name, reals, mixed, vectors)      \
-    case step_kind::name: {                                 \
-        const value* b = d.right ? d.right : --top;         \
-        const value* a = d.left ? d.left : --top;           \
-        if (a->is_real() && b->is_real())                   \
-            *top++ = a->real() reals b->real();             \
-        else if (a->is_vector() && b->is_real())            \
-            *top++ = mixed(a->vector(), b->real());         \
-        else if (a->is_vector() && b->is_vector())          \
-            *top++ = vectors(a->vector(), b->vector());     \
-        else if (algebra::apply(opcode::name, *a, *b, top)) \
-            ++top;                                          \
-        else                                                \
-            return fail(run_error::failure, d.cell);        \
-        break;                                              \
+#define TAVUVM_ARITHMETIC(name, reals, mixed, vectors)           \
+    case step_kind::name: {                                      \
+        const value* b = d.right ? d.right : --top;              \
+        const value* a = d.left ? d.left : --top;                \
+        value result;                                            \
+        if (a->is_real() && b->is_real())                        \
+            result = a->real() reals b->real();                  \
+        else if (a->is_vector() && b->is_real())                 \
+            result = mixed(a->vector(), b->real());              \
+        else if (a->is_vector() && b->is_vector())               \
+            result = vectors(a->vector(), b->vector());          \
+        else if (!algebra::apply(opcode::name, *a, *b, &result)) \
+            return fail(run_error::failure, d.cell);             \
+        deliver(d, result);                                      \
+        break;                                                   \
     }
             TAVUVM_ARITHMETIC(add, +, algebra::add, algebra::add)
             TAVUVM_ARITHMETIC(sub, -, algebra::sub, algebra::sub)
@@ -149,8 +156,9 @@ bool vmachine::execute(const machine_code& code, const run_frame& frame, TNuRand
             case step_kind::shift_right: {
                 const value* b = d.right ? d.right : --top;
                 const value* a = d.left ? d.left : --top;
-                if (!algebra::apply(d.op, *a, *b, top)) return fail(run_error::failure, d.cell);
-                ++top;
+                value result;
+                if (!algebra::apply(d.op, *a, *b, &result)) return fail(run_error::failure, d.cell);
+                deliver(d, result);
                 break;
             }
             case step_kind::neg:
