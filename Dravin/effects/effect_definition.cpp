@@ -130,10 +130,12 @@ std::string WriteEffectDefinition(const TEffectDefinition& definition) {
     if (!definition.description.empty())
         effect.append_child("description").text() = definition.description.c_str();
     for (const TEffectParameterDefinition& p : definition.parameters) WriteParameter(effect, p);
+    // A bare carriage return would come back as a line feed.
     struct Writer : pugi::xml_writer {
         std::string text;
         void write(const void* data, size_t size) override {
-            text.append(static_cast<const char*>(data), size);
+            for (char c : std::string_view(static_cast<const char*>(data), size))
+                c == '\r' ? text += "&#13;" : text += c;
         }
     } writer;
     document.save(writer, "", pugi::format_raw | pugi::format_no_declaration);

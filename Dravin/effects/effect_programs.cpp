@@ -192,27 +192,30 @@ void TDistributeEffectVM::RunLanes(std::span<TEffectItem> items, const TBuildInp
     std::span<TNuRandom* const> given(randoms, draws ? items.size() : 0);
     m_batch->run(items.size(), given, &host);
 
-    auto attributes = ItemAttributes();
     for (size_t k = 0; k < items.size(); ++k) {
         TEffectItem& one = items[k];
         if (one.item->discarded) continue;
-        if (m_batch->any_failed() && m_batch->failed(k)) {
-            // The plain machine says what such an item is left with.
-            if (keeps) *one.random = before[k];
-            RunPlain(one, input, host);
+        if (!m_batch->any_failed() || !m_batch->failed(k)) {
+            TakeLanes(one, k, input);
             continue;
         }
-        for (const batch_program::binding& b : m_program.lanes->outputs) {
-            // Parameters and read-only attributes change for the program only.
-            size_t i = b.slot - m_program.itemSlot;
-            if (b.slot < m_program.itemSlot || i >= attributes.size() || !attributes[i].write)
-                continue;
-            Write(attributes[i], {*one.item, one.outcome, *one.specimen, one.size, input},
-                  m_batch->get(b.value, k));
-        }
-        if (m_program.lanes->returns)
-            AddResult(m_batch->get(m_program.lanes->result, k), *one.item);
+        // The plain machine says what such an item is left with.
+        if (keeps) *one.random = before[k];
+        RunPlain(one, input, host);
     }
+}
+
+// What the program left in the lanes of item k.
+void TDistributeEffectVM::TakeLanes(TEffectItem& one, size_t k, const TBuildInput& input) {
+    auto attributes = ItemAttributes();
+    for (const batch_program::binding& b : m_program.lanes->outputs) {
+        // Parameters and read-only attributes change for the program only.
+        size_t i = b.slot - m_program.itemSlot;
+        if (b.slot < m_program.itemSlot || i >= attributes.size() || !attributes[i].write) continue;
+        Write(attributes[i], {*one.item, one.outcome, *one.specimen, one.size, input},
+              m_batch->get(b.value, k));
+    }
+    if (m_program.lanes->returns) AddResult(m_batch->get(m_program.lanes->result, k), *one.item);
 }
 
 // --- all programs

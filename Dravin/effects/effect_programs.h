@@ -63,6 +63,7 @@ public:
 private:
     void RunPlain(TEffectItem& one, const TBuildInput& input, TEffVMCallback& host);
     void RunLanes(std::span<TEffectItem> items, const TBuildInput& input, TEffVMCallback& host);
+    void TakeLanes(TEffectItem& one, size_t k, const TBuildInput& input);
     void FillLanes(std::span<const TEffectItem> items, const TBuildInput& input);
 
     const TEffectProgram& m_program;

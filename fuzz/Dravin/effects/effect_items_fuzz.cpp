@@ -1,0 +1,91 @@
+#include "Dravin/effects/effect_definition.h"
+#include "Dravin/effects/effect_programs.h"
+#include "Dravin/effects/item_attributes.h"
+#include "Dravin/engine/geometry_choice.h"
+#include "fuzz/fuzz_file.h"
+
+namespace {
+
+using tavuvm_expr::type_code;
+using tavuvm_expr::value;
+
+constexpr size_t kNumItems = 6;  // enough for a batch
+
+// The names of effects and two parameters.
+struct Names : TEffectNames {
+    Names() {
+        names.declare_variable("amount", type_code::real, 2.5f);
+        names.declare_variable("number", type_code::integer, 3);
+    }
+};
+
+// Items that differ, after one way of running the programs on them.
+struct ItemsRun {
+    std::vector<TDravinItem> items{kNumItems};
+    std::vector<TNuRandom> randoms;
+    const TBuildInput& input;
+    const TSpecimen& specimen;
+
+    ItemsRun(const TBuildInput& in, const TSpecimen& s) : input(in), specimen(s) {
+        for (size_t k = 0; k < kNumItems; ++k) {
+            float x = float(k) - 2;
+            items[k].position = {x, x * 0.5f, 1 - x};
+            items[k].surfaceSlope = x * 0.25f;
+            items[k].hash[0] = uint32_t(k);
+            randoms.emplace_back(uint32_t(k));
+        }
+    }
+
+    void Run(const TEffectPrograms& programs, const TGeometryChoice& geometry) {
+        std::vector<TEffectItem> batch(kNumItems);
+        for (size_t k = 0; k < kNumItems; ++k) {
+            batch[k].item = &items[k];
+            batch[k].specimen = &specimen;
+            batch[k].random = &randoms[k];
+        }
+        programs.MakeRunner(input, geometry)->Run(batch);
+    }
+
+    value Read(size_t k, const TItemAttribute& attribute) const {
+        return attribute.read({items[k], specimen, {}, input});
+    }
+};
+
+void ExpectEqual(ItemsRun& a, ItemsRun& b, const std::string& source) {
+    for (size_t k = 0; k < kNumItems; ++k) {
+        const Point3 &va = a.items[k].effectVector, &vb = b.items[k].effectVector;
+        bool equal = value(tavuvm_expr::vector3{va.x, va.y, va.z})
+                         .identical(tavuvm_expr::vector3{vb.x, vb.y, vb.z});
+        for (const TItemAttribute& attribute : ItemAttributes())
+            equal = equal && a.Read(k, attribute).identical(b.Read(k, attribute));
+        equal = equal && a.randoms[k].Step() == b.randoms[k].Step();
+        if (!equal) fprintf(stderr, "item %zu differs:\n%s\n", k, source.c_str());
+        Promise(equal);
+    }
+}
+
+}  // namespace
+
+// An effect leaves the same items behind whether they come as a batch or one by one.
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    static const Names names;
+    static const TBuildInput input;
+    static const std::vector<TSpecimen> specimens(1);
+    static const TGeometryChoice geometry({}, specimens);
+
+    std::string source(reinterpret_cast<const char*>(data), size);
+    if (IsEffectDefinition(source)) {
+        auto definition = ReadEffectDefinition(source, nullptr);
+        source = definition ? definition->expression : "";
+    }
+    tavuvm_expr::compilation c = names.names.compile(source);
+    if (!c.code) return 0;
+    TEffectPrograms programs;
+    programs.programs.emplace_back(c.code, names.names.initial_values(), names.itemSlot);
+    ItemsRun batched(input, specimens[0]), plain(input, specimens[0]);
+    batched.Run(programs, geometry);
+    programs.plainOnly = true;
+    plain.Run(programs, geometry);
+    ExpectEqual(batched, plain, source);
+    return 0;
+}
