@@ -4,7 +4,6 @@
 #include <string_view>
 
 #include "Dravin/effects/item_attributes.h"
-#include "Dravin/effects/tavuvm_expr/algebra.h"
 
 using namespace tavuvm_expr;
 
@@ -56,12 +55,6 @@ TVMAttrList AttributesOf(const compiled_program& p, size_t itemSlot) {
         if (use.stored[slot] && ItemAttributes()[i].write) list.written.push_back(i);
     }
     return list;
-}
-
-// A value that a program stored, of the attribute's own kind: an index beyond a variable may have
-// brought another one here.
-void Write(const TItemAttribute& attribute, const TAttributeTarget& target, const value& v) {
-    attribute.write(target, algebra::converted(v, value_kind(int(attribute.type) - 1)));
 }
 
 bool DrawsRandoms(const compiled_program& p) {
@@ -153,8 +146,8 @@ void TDistributeEffectVM::RunPlain(TEffectItem& one, const TBuildInput& input,
     if (!m_machine.run(one.random, &host)) return;
     for (size_t i : m_program.attributes.written)
         if (m_machine.is_modified(m_program.itemSlot + i))
-            Write(attributes[i], {*one.item, one.outcome, *one.specimen, one.size, input},
-                  m_machine.slot(m_program.itemSlot + i));
+            attributes[i].write({*one.item, one.outcome, *one.specimen, one.size, input},
+                                Taken(attributes[i], m_machine.slot(m_program.itemSlot + i)));
     AddResult(m_machine.result(), *one.item);
 }
 
@@ -212,8 +205,8 @@ void TDistributeEffectVM::TakeLanes(TEffectItem& one, size_t k, const TBuildInpu
         // Parameters and read-only attributes change for the program only.
         size_t i = b.slot - m_program.itemSlot;
         if (b.slot < m_program.itemSlot || i >= attributes.size() || !attributes[i].write) continue;
-        Write(attributes[i], {*one.item, one.outcome, *one.specimen, one.size, input},
-              m_batch->get(b.value, k));
+        attributes[i].write({*one.item, one.outcome, *one.specimen, one.size, input},
+                            Taken(attributes[i], m_batch->get(b.value, k)));
     }
     if (m_program.lanes->returns) AddResult(m_batch->get(m_program.lanes->result, k), *one.item);
 }

@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "Dravin/effects/tavuvm_expr/algebra.h"
+
 namespace {
 
 using tavuvm_expr::type_code;
@@ -177,6 +179,11 @@ const TItemAttribute kAttributes[] = {
 }  // namespace
 
 std::span<const TItemAttribute> ItemAttributes() { return kAttributes; }
+
+value Taken(const TItemAttribute& attribute, const value& stored) {
+    return tavuvm_expr::algebra::converted(stored,
+                                           tavuvm_expr::value_kind(int(attribute.type) - 1));
+}
 
 std::vector<tavuvm_expr::attribute> ItemStructure() {
     std::vector<tavuvm_expr::attribute> structure;

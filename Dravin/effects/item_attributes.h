@@ -40,5 +40,9 @@ struct TItemAttribute {
 // In the order of the attributes' slots.
 std::span<const TItemAttribute> ItemAttributes();
 
-// The same for the language.
+// A value that a program stored, as the attribute takes it: an index beyond a variable may have
+// brought one of another kind.
+tavuvm_expr::value Taken(const TItemAttribute& attribute, const tavuvm_expr::value& stored);
+
+// The table for the language.
 std::vector<tavuvm_expr::attribute> ItemStructure();

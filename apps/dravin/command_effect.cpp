@@ -185,8 +185,9 @@ ExitCode RunEffect(const EffectOptions& options) {
         return kExitFailed;
     }
     for (size_t i = 0; i < attributes.size(); ++i)
-        if (machine.is_modified(effect.itemSlot + i))
-            PrintResult(fmt::format("dpItem.{} = {}", attributes[i].name,
-                                    machine.slot(effect.itemSlot + i).text()));
+        if (attributes[i].write && machine.is_modified(effect.itemSlot + i))
+            PrintResult(
+                fmt::format("dpItem.{} = {}", attributes[i].name,
+                            Taken(attributes[i], machine.slot(effect.itemSlot + i)).text()));
     return kExitDone;
 }
