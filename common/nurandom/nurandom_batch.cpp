@@ -113,7 +113,7 @@ void SeedAndSkipLanes(std::span<const uint32_t> seeds, size_t numSteps, std::spa
                       std::span<uint8_t> rejected) {
     const hn::ScalableTag<uint64_t> d64;
     const hn::Rebind<uint32_t, decltype(d64)> half;
-    using Generator = LaneGenerator<hn::ScalableTag<uint64_t>>;
+    using Generator = LaneGenerator<hn::ScalableTag<uint64_t> >;
     const size_t lanes = hn::Lanes(d64);
     // Outputs at both ends of the range are rejected; moved by the lower end they are the largest.
     const uint64_t lowest = kSmallestRejected;
