@@ -127,21 +127,17 @@ bool TEffectCommands::MoveDown() {
 
 bool TEffectCommands::Toggle(int& index, int other, const char* otherOpen,
                              const std::function<bool()>& canClose) {
-    if (index >= 0) {
-        if (canClose && !canClose()) return false;
-        index = -1;
-        return true;
-    }
     std::optional<int> row = SelectedEffect();
     if (!row) {
         Warn(kNothingSelected);
         return false;
     }
-    if (other >= 0) {
+    if (index < 0 && other >= 0) {
         Warn(otherOpen);
         return false;
     }
-    index = *row;
+    if (index >= 0 && canClose && !canClose()) return false;
+    index = index < 0 ? *row : -1;
     return true;
 }
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <vector>
 
 #include "common/nurandom/nurandom_batch.h"
 
@@ -262,17 +261,22 @@ void TurnItem(TDravinItem& item) {
 
 void GeneratorsBehindDraws(const TTransformSettings& s, const TTransformRanges& ranges,
                            std::span<const uint32_t> itemSeeds, std::span<TNuRandom> out) {
-    std::vector<uint32_t> seeds(itemSeeds.begin(), itemSeeds.end());
-    for (uint32_t& seed : seeds) seed += s.seed;
-    std::vector<uint8_t> rejected(seeds.size());
-    SeedAndSkip(seeds, kStepsPerItem, out, rejected);
     // Empty curves draw less, and a rejected number is drawn again.
     bool fewer = (s.scaCurve && s.scaCurve->IsEmpty()) || (s.rotCurve && s.rotCurve->IsEmpty());
-    TDravinItem scratch;
-    for (size_t i = 0; i < seeds.size(); ++i) {
-        if (!fewer && !rejected[i]) continue;
-        scratch.seed = itemSeeds[i];
-        RedrawItemRandoms(s, ranges, out[i], scratch);
+    constexpr size_t kBlock = 256;
+    uint32_t seeds[kBlock];
+    uint8_t rejected[kBlock];
+    for (size_t first = 0; first < itemSeeds.size(); first += kBlock) {
+        size_t count = std::min(kBlock, itemSeeds.size() - first);
+        for (size_t i = 0; i < count; ++i) seeds[i] = s.seed + itemSeeds[first + i];
+        SeedAndSkip({seeds, count}, kStepsPerItem, out.subspan(first, count), {rejected, count});
+        for (size_t i = 0; i < count; ++i) {
+            if (!fewer && !rejected[i]) continue;
+            PlainSource source{out[first + i]};
+            ItemRandoms drawn;
+            source.generator.Seed(seeds[i]);
+            FillRandoms(source, s, ranges, drawn);
+        }
     }
 }
 

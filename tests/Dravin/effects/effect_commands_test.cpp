@@ -243,6 +243,17 @@ TEST_F(EffectCommands, AWindowNeedsAnEffect) {
     EXPECT_EQ(commands.BrowserIndex(), -1);
 }
 
+TEST_F(EffectCommands, ClosingAWindowNeedsASelectionToo) {
+    Add(1);
+    commands.ToggleEditor();
+    commands.Rows().Select({});
+    EXPECT_FALSE(commands.ToggleEditor());
+    EXPECT_EQ(commands.EditorIndex(), 0);
+    commands.Rows().Select({0});
+    EXPECT_TRUE(commands.ToggleEditor());
+    EXPECT_EQ(commands.EditorIndex(), -1);
+}
+
 TEST_F(EffectCommands, AWindowThatDoesNotAgreeStaysOpen) {
     Add(1);
     commands.ToggleEditor();

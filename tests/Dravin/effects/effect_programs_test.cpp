@@ -252,6 +252,18 @@ TEST_F(EffectProgramsTest, AStoredValueOfAnotherKindIsConverted) {
     }
 }
 
+// A probability curve without shape draws nothing, so the item's own draws are fewer.
+TEST_F(EffectProgramsTest, DrawsFollowTheItemsOwnWhereACurveIsEmpty) {
+    TCurveSampler empty;
+    input.transforms.applyRotation = true;
+    input.transforms.rotCurve = &empty;
+    Add("dpItem.tintMult = randomReal(0, 1);");
+    TDravinItem item = Run().items[11];
+    TNuRandom generator;
+    RedrawItemRandoms(input.transforms, TransformRanges(input.transforms), generator, item);
+    EXPECT_EQ(item.tintBlend, generator.Random());
+}
+
 // --- host functions
 
 TEST_F(EffectProgramsTest, SurfacesAreHitFromProgramsToo) {

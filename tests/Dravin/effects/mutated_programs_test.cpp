@@ -76,9 +76,10 @@ TEST(MutatedPrograms, EveryByteIsLeftOutAndEveryEndCutOff) {
 TEST(MutatedPrograms, EveryByteOfTheShippedEffects) {
     const std::filesystem::path folder =
         std::filesystem::path(DRAVIN_SOURCE_DIR) / "data" / "effects";
-    if (!std::filesystem::is_directory(folder)) GTEST_SKIP() << folder << " is not there";
+    size_t numFiles = 0;
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {
         if (entry.path().extension() != ".xml") continue;
+        ++numFiles;
         const std::string file = Contents(entry.path());
         for (size_t i = 0; i < file.size(); ++i) {
             std::string changed = file, error;
@@ -89,4 +90,5 @@ TEST(MutatedPrograms, EveryByteOfTheShippedEffects) {
             ASSERT_NO_FATAL_FAILURE(CheckCompilation(definition->expression));
         }
     }
+    EXPECT_GE(numFiles, 20u);
 }
