@@ -29,6 +29,8 @@ struct RenderOptions {
 ExitCode RunRender(const RenderOptions& options);
 
 ExitCode RunInfo(const std::string& scene);
+// The import report of a model file, as text or as JSON.
+ExitCode RunInspect(const std::string& file, bool json);
 // filter: a block's or parameter's name, or empty.
 ExitCode RunSchema(const std::string& filter, bool json);
 

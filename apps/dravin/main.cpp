@@ -88,6 +88,9 @@ int Run(int argc, char** argv) {
     std::string infoScene;
     CLI::App* info = app.add_subcommand("info", "list the scatter objects of a scene");
     info->add_option("scene", infoScene, "scene description")->required();
+    std::string model;
+    CLI::App* inspect = app.add_subcommand("inspect", "tell what an import of a model gives");
+    inspect->add_option("model", model, "glTF, OBJ, PLY, STL, FBX, ...")->required();
     std::string filter;
     CLI::App* schema = app.add_subcommand("schema", "list the parameters of the scatter object");
     schema->add_option("name", filter, "a block or a parameter");
@@ -117,6 +120,7 @@ int Run(int argc, char** argv) {
     if (app.got_subcommand(info)) return RunInfo(infoScene);
     if (CLI::App* c = app.get_subcommand("effect"); c->parsed())
         return c->got_subcommand("list") ? RunEffectList(listedEffect) : RunEffect(effect);
+    if (app.got_subcommand(inspect)) return RunInspect(model, console.json);
     if (app.got_subcommand(schema)) return RunSchema(filter, console.json);
     return RunDemo(demo);
 }

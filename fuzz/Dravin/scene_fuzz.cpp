@@ -9,8 +9,10 @@ class TriangleLoaders : public ISceneLoaders {
 public:
     using MeshPtr = std::shared_ptr<const Mesh>;
 
-    MeshPtr LoadMesh(const std::string&, const std::string&, std::string*) override {
-        return m_triangle;
+    LoadedModel LoadMesh(const FileOrigin&, double, const std::string&) override {
+        LoadedModel model;
+        model.mesh = m_triangle;
+        return model;
     }
     MeshPtr LoadHeightfield(const std::string&, const HeightfieldOrigin&, std::string*) override {
         return m_triangle;

@@ -37,8 +37,8 @@ void TurnFaces(Mesh& mesh);
 void TransformMesh(Mesh& mesh, const Matrix3& m);
 // A copy moved by m.
 Mesh TransformedMesh(const Mesh& mesh, const Matrix3& m);
-// Adds a copy of `source`. A channel that one of the two lacks is filled with zero coordinates
-// there; normals survive only when both have them or the target is empty.
+// Adds a copy of `source`. A channel that one of the two lacks is filled there with zero
+// coordinates, vertex colours (channel 0) with white; normals survive only when both have them or the target is empty.
 void AppendMesh(Mesh& target, const Mesh& source);
 
 // Terrain over [-sizeX / 2, sizeX / 2] x [-sizeY / 2, sizeY / 2]: nx x ny vertices with z = value *

@@ -8,7 +8,8 @@
 
 namespace {
 
-constexpr size_t kMaxPlainElements = 1 << 26;  // of an accessor without a buffer
+// Of an accessor without a buffer, whose elements are zeros but for sparse ones: of morph targets.
+constexpr size_t kMaxPlainElements = 1 << 20;
 
 class Reader {
 public:
@@ -121,7 +122,10 @@ private:
                 return Fail(index, fmt::format("{} elements do not fit its buffer", a.count),
                             error);
         } else if (a.count > kMaxPlainElements) {
-            return Fail(index, fmt::format("{} elements without a buffer", a.count), error);
+            return Fail(index,
+                        fmt::format("{} elements without a buffer, at most {} are read", a.count,
+                                    kMaxPlainElements),
+                        error);
         }
         auto load = [&](const unsigned char* element, size_t i) {
             for (int k = 0; k < components; ++k)

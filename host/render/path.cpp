@@ -91,10 +91,12 @@ PathTracer::Surface PathTracer::Shade(const TraceRay& ray, const TraceHit& hit) 
         float width = (ray.width + ray.spread * hit.distance) * hit.MeshScale();
         s.albedo = material.diffuseMap->LookUp(hit.mesh->Uv(hit.face, hit.u, hit.v),
                                                width * hit.mesh->UvDensity(hit.face),
-                                               hit.mesh->Position(hit.face, hit.u, hit.v));
+                                               hit.mesh->Position(hit.face, hit.u, hit.v)) *
+                   material.mapFactor;
     } else {
         s.albedo = DisplayToLinear(material.diffuse);
     }
+    if (material.vertexColors) s.albedo = s.albedo * hit.mesh->VertexColor(hit.face, hit.u, hit.v);
     if (hit.instance && hit.instance->tint[3]) {
         const uint8_t* t = hit.instance->tint;
         Color tint = DisplayToLinear({float(t[0]) / 255, float(t[1]) / 255, float(t[2]) / 255});

@@ -19,7 +19,7 @@ inline ImportedModel ImportText(const TempFolder& folder, const std::string& nam
 }
 
 // The error of importing `bytes`, without the folder's path.
-inline std::string ImportError(const std::string& name, const std::string& bytes) {
+inline std::string ErrorOfImport(const std::string& name, const std::string& bytes) {
     TempFolder folder;
     ImportedModel model;
     std::string error;

@@ -112,19 +112,21 @@ TEST(ObjReader, SeparateCopiesOfAPositionStaySeparate) {
 
 TEST(ObjReader, ErrorsNameTheLine) {
     std::string points = "v 0 0 0\nv 1 0 0\nv 0 1 0\n";
-    EXPECT_EQ(ImportError("a.obj", points + "f 1 2 9\n"), "a.obj:4: vertex index 9 of 3");
-    EXPECT_EQ(ImportError("a.obj", points + "f 1 2 -4\n"), "a.obj:4: vertex index -4 of 3");
-    EXPECT_EQ(ImportError("a.obj", points + "f 0 1 2\n"), "a.obj:4: vertex index 0 of 3");
-    EXPECT_EQ(ImportError("a.obj", points + "f 1/1 2/1 3/1\n"),
+    EXPECT_EQ(ErrorOfImport("a.obj", points + "f 1 2 9\n"), "a.obj:4: vertex index 9 of 3");
+    EXPECT_EQ(ErrorOfImport("a.obj", points + "f 1 2 -4\n"), "a.obj:4: vertex index -4 of 3");
+    EXPECT_EQ(ErrorOfImport("a.obj", points + "f 0 1 2\n"), "a.obj:4: vertex index 0 of 3");
+    EXPECT_EQ(ErrorOfImport("a.obj", points + "f 1/1 2/1 3/1\n"),
               "a.obj:4: texture coordinate index 1 of 0");
-    EXPECT_EQ(ImportError("a.obj", points + "f 1 2\n"),
+    EXPECT_EQ(ErrorOfImport("a.obj", points + "f 1 2\n"),
               "a.obj:4: a face of 2 corners, expected 3 or more");
-    EXPECT_EQ(ImportError("a.obj", points + "f 1 2 3x\n"),
+    EXPECT_EQ(ErrorOfImport("a.obj", points + "f 1 2 3x\n"),
               "a.obj:4: a face corner is malformed, expected v, v/t, v//n or v/t/n");
-    EXPECT_EQ(ImportError("a.obj", "v 0 nan 0\n"), "a.obj:1: a coordinate is not a finite number");
-    EXPECT_EQ(ImportError("a.obj", "v 1e99 0 0\n"), "a.obj:1: a coordinate is not a finite number");
-    EXPECT_EQ(ImportError("a.obj", "v 0,5 0 0\n"), "a.obj:1: 1 numbers, expected 3");
-    EXPECT_EQ(ImportError("a.obj", points + "f 99999999999999999999 1 2\n"),
+    EXPECT_EQ(ErrorOfImport("a.obj", "v 0 nan 0\n"),
+              "a.obj:1: a coordinate is not a finite number");
+    EXPECT_EQ(ErrorOfImport("a.obj", "v 1e99 0 0\n"),
+              "a.obj:1: a coordinate is not a finite number");
+    EXPECT_EQ(ErrorOfImport("a.obj", "v 0,5 0 0\n"), "a.obj:1: 1 numbers, expected 3");
+    EXPECT_EQ(ErrorOfImport("a.obj", points + "f 99999999999999999999 1 2\n"),
               "a.obj:4: expected a vertex index");
 }
 
@@ -135,7 +137,7 @@ TEST(ObjReader, TinyNumbersAreZero) {
 }
 
 TEST(ObjReader, OtherFilesFailFast) {
-    EXPECT_EQ(ImportError("a.obj", ""), "a.obj:0: no OBJ statement found");
+    EXPECT_EQ(ErrorOfImport("a.obj", ""), "a.obj:0: no OBJ statement found");
     // A sparse file of 2 GiB: reading it all would take seconds and exhaust the machine's memory.
     TempFolder folder;
     std::string path = folder.Write("big.obj", std::string(1000, '\n')), error;
@@ -143,7 +145,7 @@ TEST(ObjReader, OtherFilesFailFast) {
     ImportedModel model;
     EXPECT_FALSE(ImportModel(path, &model, &error));
     EXPECT_NE(error.find("not an OBJ file"), error.npos) << error;
-    EXPECT_EQ(ImportError("b.obj", std::string(70000, '\n') + "rubbish\n"),
+    EXPECT_EQ(ErrorOfImport("b.obj", std::string(70000, '\n') + "rubbish\n"),
               "b.obj:70001: no OBJ statement found");
 }
 

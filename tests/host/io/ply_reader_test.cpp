@@ -89,12 +89,12 @@ TEST(PlyReader, HugeClaimsAreRefusedBeforeAllocation) {
     std::string header =
         "ply\nformat binary_little_endian 1.0\nelement vertex 4000000000000\n"
         "property float x\nproperty float y\nproperty float z\nend_header\n";
-    EXPECT_EQ(ImportError("a.ply", header + "123456789012"),
+    EXPECT_EQ(ErrorOfImport("a.ply", header + "123456789012"),
               "a.ply: element \"vertex\": 4000000000000 rows claimed, the file holds 1 at most");
     std::string list =
         "ply\nformat binary_little_endian 1.0\nelement face 1\n"
         "property list uint int vertex_indices\nend_header\n\xFF\xFF\xFF\x7F";
-    EXPECT_EQ(ImportError("a.ply", list),
+    EXPECT_EQ(ErrorOfImport("a.ply", list),
               "a.ply: element \"face\", row 0: the file ends or holds no number");
 }
 
@@ -103,20 +103,20 @@ TEST(PlyReader, ErrorsNameTheirPlace) {
         std::string text = kAscii;
         return text.replace(text.find(from), from.size(), to);
     };
-    EXPECT_EQ(ImportError("a.ply", replaced("4 0 1 2 3", "4 0 1 2 7")),
+    EXPECT_EQ(ErrorOfImport("a.ply", replaced("4 0 1 2 3", "4 0 1 2 7")),
               "a.ply: element \"face\", row 0: vertex index 7 of 4");
-    EXPECT_EQ(ImportError("a.ply", replaced("4 0 1 2 3", "4 0 1 2 1e99")),
+    EXPECT_EQ(ErrorOfImport("a.ply", replaced("4 0 1 2 3", "4 0 1 2 1e99")),
               "a.ply: element \"face\", row 0: vertex index 1e+99 of 4");
-    EXPECT_EQ(ImportError("a.ply", replaced("1 1 0", "1 nan 0")),
+    EXPECT_EQ(ErrorOfImport("a.ply", replaced("1 1 0", "1 nan 0")),
               "a.ply: vertex 2: a coordinate is not a finite number");
-    EXPECT_EQ(ImportError("a.ply", replaced("property float x", "property float q")),
+    EXPECT_EQ(ErrorOfImport("a.ply", replaced("property float x", "property float q")),
               "a.ply: element \"vertex\" lacks x, y or z");
-    EXPECT_EQ(ImportError("a.ply", replaced("float y", "quad y")),
+    EXPECT_EQ(ErrorOfImport("a.ply", replaced("float y", "quad y")),
               "a.ply: header line 6: bad property");
-    EXPECT_EQ(ImportError("a.ply", replaced("ascii", "runes")),
+    EXPECT_EQ(ErrorOfImport("a.ply", replaced("ascii", "runes")),
               "a.ply: header line 2: unknown format");
-    EXPECT_EQ(ImportError("a.ply", "solid"), "a.ply: not a PLY file");
-    EXPECT_EQ(ImportError("a.ply", "ply\nformat ascii 1.0\n"), "a.ply: the header does not end");
+    EXPECT_EQ(ErrorOfImport("a.ply", "solid"), "a.ply: not a PLY file");
+    EXPECT_EQ(ErrorOfImport("a.ply", "ply\nformat ascii 1.0\n"), "a.ply: the header does not end");
 }
 
 TEST(PlyReader, DamagedFilesNeverCrash) {
