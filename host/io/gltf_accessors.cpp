@@ -8,9 +8,6 @@
 
 namespace {
 
-// Of an accessor without a buffer, whose elements are zeros but for sparse ones: of morph targets.
-constexpr size_t kMaxPlainElements = 1 << 20;
-
 class Reader {
 public:
     explicit Reader(const tinygltf::Model& model) : m_model(model) {}
@@ -121,10 +118,10 @@ private:
             if (!data)
                 return Fail(index, fmt::format("{} elements do not fit its buffer", a.count),
                             error);
-        } else if (a.count > kMaxPlainElements) {
+        } else if (a.count > kMaxPlainGltfElements) {
             return Fail(index,
                         fmt::format("{} elements without a buffer, at most {} are read", a.count,
-                                    kMaxPlainElements),
+                                    kMaxPlainGltfElements),
                         error);
         }
         auto load = [&](const unsigned char* element, size_t i) {

@@ -49,9 +49,18 @@ bool GltfMeshReader::Weigh(ImportError* error) const {
     m_error = error;
     uint64_t bytes = 0, claimed = 0;
     for (const tinygltf::Buffer& buffer : m_model.buffers) bytes += buffer.data.size();
+    for (size_t a = 0; a < m_model.accessors.size(); ++a)
+        if (const tinygltf::Accessor& accessor = m_model.accessors[a];
+            accessor.bufferView < 0 && accessor.count > kMaxPlainGltfElements)
+            return Fail(fmt::format("accessor {}: {} elements without a buffer, at most {} are "
+                                    "read",
+                                    a, accessor.count, kMaxPlainGltfElements),
+                        ImportFailure::kLimit);
+    // What does not fit its buffer is told when it is read.
     auto count = [&](int accessor) {
         return accessor >= 0 && size_t(accessor) < m_model.accessors.size()
-                   ? uint64_t(m_model.accessors[size_t(accessor)].count)
+                   ? std::min<uint64_t>(m_model.accessors[size_t(accessor)].count,
+                                        kMaxPlainGltfElements + bytes)
                    : 0;
     };
     for (const tinygltf::Mesh& mesh : m_model.meshes)

@@ -86,7 +86,8 @@ bool Check(const std::string& path, const ImportedModel& model, ImportError* err
     return true;
 }
 
-Point3 TurnUp(const Point3& p) { return {p.x, -p.z, p.y}; }
+// 0 - z: a zero keeps its sign.
+Point3 TurnUp(const Point3& p) { return {p.x, 0 - p.z, p.y}; }
 
 // A matrix for points of the file (rows are images of the axes) as one for turned points.
 Matrix3 TurnUp(const Matrix3& m) {

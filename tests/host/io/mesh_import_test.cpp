@@ -134,7 +134,7 @@ TEST(ImportHelper, CrashTimeoutAndNonsenseAreErrors) {
     limits = {};
     limits.answerBytes = 1000;
     EXPECT_EQ(HelperError("exec head -c 100000 /dev/zero", limits),
-              "x.fbx: cannot read the model: it is too large");
+              "x.fbx: cannot read the model: its answer has more than 1000 bytes");
 }
 
 TEST(ImportHelper, MissingProgramIsAnError) {
