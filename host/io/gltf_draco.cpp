@@ -9,6 +9,7 @@
 #include <tiny_gltf.h>
 
 #include "host/io/gltf_file.h"
+#include "host/io/gltf_value.h"
 
 namespace {
 
@@ -86,17 +87,15 @@ public:
         : m_files(files), m_model(model), m_error(error) {}
 
     bool Unpack(tinygltf::Primitive& primitive, const tinygltf::Value& extension) {
-        const tinygltf::Value& view = extension.Get("bufferView");
         const tinygltf::Value& attributes = extension.Get("attributes");
-        if (!view.IsNumber() || !attributes.IsObject()) return Fail("a packed mesh names no data");
-        m_view = view.GetNumberAsInt();
+        if (!attributes.IsObject()) return Fail("a packed mesh names no data");
+        m_view = GltfInt(extension.Get("bufferView"));
         const draco::Mesh* mesh = Mesh();
         if (!mesh) return false;
         for (const std::string& name : attributes.Keys()) {
-            const tinygltf::Value& id = attributes.Get(name);
-            if (!id.IsNumber() || id.GetNumberAsInt() < 0) continue;
-            const draco::PointAttribute* values =
-                mesh->GetAttributeByUniqueId(uint32_t(id.GetNumberAsInt()));
+            int id = GltfInt(attributes.Get(name));
+            if (id < 0) continue;
+            const draco::PointAttribute* values = mesh->GetAttributeByUniqueId(uint32_t(id));
             if (!values) return Fail(fmt::format("packed mesh {}: no attribute {}", m_view, name));
             int accessor = primitive.attributes.count(name) ? primitive.attributes[name] : -1;
             bool isNormalised = IsNormalised(accessor);

@@ -13,6 +13,7 @@
 namespace {
 
 constexpr uint64_t kMaxBufferBytes = uint64_t{4} << 30;
+constexpr const char* kDraco = "KHR_draco_mesh_compression";
 constexpr size_t kHeaderBytes = 12, kChunkHeaderBytes = 8;
 
 // Extensions that are read.
@@ -76,12 +77,9 @@ std::string Word(uint64_t value) {
 }
 
 // A buffer that only stands for what is compressed elsewhere has no bytes; the library wants some.
-// Gives the JSON with one byte for each, or nothing when there are none.
-std::string WithoutFallbacks(std::string_view json) {
-    if (json.find("\"fallback\"") == json.npos) return {};
-    nlohmann::json root = nlohmann::json::parse(json, nullptr, false);
-    if (!root.is_object() || !root.contains("buffers") || !root["buffers"].is_array()) return {};
+bool FillFallbacks(nlohmann::json& root) {
     bool isChanged = false;
+    if (!root.contains("buffers") || !root["buffers"].is_array()) return false;
     for (nlohmann::json& buffer : root["buffers"]) {
         if (!buffer.is_object() || buffer.contains("uri") || !buffer.contains("extensions") ||
             !buffer["extensions"].is_object())
@@ -96,6 +94,33 @@ std::string WithoutFallbacks(std::string_view json) {
             break;
         }
     }
+    return isChanged;
+}
+
+// Indices of packed primitives have no buffer either; they come with what is unpacked.
+bool DropPackedIndices(nlohmann::json& root) {
+    bool isChanged = false;
+    if (!root.contains("meshes") || !root["meshes"].is_array()) return false;
+    for (nlohmann::json& mesh : root["meshes"]) {
+        if (!mesh.is_object() || !mesh.contains("primitives") || !mesh["primitives"].is_array())
+            continue;
+        for (nlohmann::json& primitive : mesh["primitives"])
+            if (primitive.is_object() && primitive.contains("extensions") &&
+                primitive["extensions"].is_object() && primitive["extensions"].contains(kDraco))
+                isChanged |= primitive.erase("indices") > 0;
+    }
+    return isChanged;
+}
+
+// The JSON without what the library refuses in compressed files; empty when nothing is to change.
+std::string WithoutGaps(std::string_view json) {
+    bool mayHaveFallbacks = json.find("\"fallback\"") != json.npos;
+    bool isPacked = json.find(kDraco) != json.npos;
+    if (!mayHaveFallbacks && !isPacked) return {};
+    nlohmann::json root = nlohmann::json::parse(json, nullptr, false);
+    if (!root.is_object()) return {};
+    bool isChanged = mayHaveFallbacks && FillFallbacks(root);
+    if (isPacked) isChanged |= DropPackedIndices(root);
     return isChanged ? root.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) : "";
 }
 
@@ -131,7 +156,7 @@ public:
         if (size_t depth = JsonDepth(json); depth > kMaxJsonDepth)
             return Fail(
                 fmt::format("{} levels of nesting, at most {} are read", depth, kMaxJsonDepth));
-        std::string changed = WithoutFallbacks(json);
+        std::string changed = WithoutGaps(json);
         if (!changed.empty() && isBinary) changed = WithJson(bytes, json.size(), changed);
         return Load(changed.empty() ? bytes : std::string_view(changed), isBinary);
     }

@@ -1,5 +1,6 @@
 #include "host/io/gltf_material_reader.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 
@@ -7,6 +8,7 @@
 #include <tiny_gltf.h>
 
 #include "host/io/bitmap.h"
+#include "host/io/gltf_value.h"
 #include "host/io/image_kind.h"
 #include "host/math/display_color.h"
 
@@ -117,9 +119,8 @@ GltfMaterialReader::BaseColor GltfMaterialReader::FindBaseColor(
     if (!older) base.texture = source.pbrMetallicRoughness.baseColorTexture;
     if (!older || !older->Get("diffuseTexture").IsObject()) return base;
     const tinygltf::Value& texture = older->Get("diffuseTexture");
-    if (texture.Get("index").IsNumber()) base.texture.index = texture.Get("index").GetNumberAsInt();
-    if (texture.Get("texCoord").IsNumber())
-        base.texture.texCoord = texture.Get("texCoord").GetNumberAsInt();
+    base.texture.index = GltfInt(texture.Get("index"));
+    base.texture.texCoord = GltfInt(texture.Get("texCoord"), 0);
     const tinygltf::Value& extensions = texture.Get("extensions");
     if (extensions.IsObject())
         for (const std::string& name : extensions.Keys())
@@ -148,13 +149,13 @@ std::shared_ptr<BitmapTex> GltfMaterialReader::Texture(const tinygltf::TextureIn
     }
     std::shared_ptr<BitmapTex> map = Image(size_t(index), report);
     if (!map) return nullptr;
-    map->channel = info.texCoord + 1;
+    int set = info.texCoord;
     Wrap(texture, map.get());
     if (const tinygltf::Value* transform = Find(info.extensions, "KHR_texture_transform")) {
         Transform(*transform, map.get());
-        if (transform->Get("texCoord").IsNumber())
-            map->channel = transform->Get("texCoord").GetNumberAsInt() + 1;
+        set = GltfInt(transform->Get("texCoord"), set);
     }
+    map->channel = std::clamp(set, 0, 7) + 1;
     return map;
 }
 
@@ -163,7 +164,7 @@ int GltfMaterialReader::ImageOf(const tinygltf::Texture& texture) const {
     if (texture.source >= 0) return texture.source;
     for (const auto& [name, extension] : texture.extensions)
         if (extension.IsObject() && extension.Get("source").IsNumber())
-            return extension.Get("source").GetNumberAsInt();
+            return GltfInt(extension.Get("source"));
     return -1;
 }
 

@@ -7,6 +7,7 @@
 #include <tiny_gltf.h>
 
 #include "host/io/gltf_accessors.h"
+#include "host/io/gltf_value.h"
 
 namespace {
 
@@ -84,11 +85,9 @@ public:
         : m_model(model), m_attributes(attributes) {}
 
     bool Read(const char* name, int components, std::vector<float>* values, std::string* error) {
-        const tinygltf::Value& accessor = m_attributes.Get(name);
-        if (!accessor.IsNumber()) return true;
-        if (!GltfAccessors(m_model).ReadFloats(accessor.GetNumberAsInt(), components, *values,
-                                               error))
-            return false;
+        if (!m_attributes.Has(name)) return true;
+        int accessor = GltfInt(m_attributes.Get(name));
+        if (!GltfAccessors(m_model).ReadFloats(accessor, components, *values, error)) return false;
         size_t count = values->size() / size_t(components);
         if (m_hasAny && count != m_count)
             return *error = fmt::format("instances: {} values of {}, {} of others", count, name,
