@@ -9,6 +9,7 @@
 
 #include "host/base/atomic_file.h"
 #include "host/base/file_input.h"
+#include "host/base/memory_file.h"
 #include "host/io/image_kind.h"
 
 namespace {
@@ -207,17 +208,18 @@ bool WriteBitmap(const std::string& file, const Bitmap& image, std::string* erro
         return false;
     }
     AtomicFile target;
+    MemoryFile memory;
     if (!target.Open(file, error)) return false;
     OIIO::TypeDesc type = TypeInMemory(image);
     bool ok =
-        output->open(target.TemporaryPath(), WriteSpec(*output, image, fullFloat)) &&
+        output->open(memory.Path(), WriteSpec(*output, image, fullFloat)) &&
         std::visit([&](auto& v) { return output->write_image(type, v.data()); }, image.Values());
     ok = output->close() && ok;
     if (!ok) {
         *error = fmt::format("{}: cannot write the image: {}", file, Reason(output->geterror()));
         return false;
     }
-    return target.Commit(error);
+    return memory.CopyTo(target, error) && target.Commit(error);
 }
 
 std::shared_ptr<BitmapTex> MakeBitmapTex(const std::string& file) {
