@@ -11,16 +11,8 @@ install(DIRECTORY data/distmaps data/effects data/geometry data/models data/scen
 install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
-# The program knows its options best; it writes its manual page and the shells' completions itself.
+# Written by the program itself (apps/dravin).
 set(shell ${PROJECT_BINARY_DIR}/shell)
-file(MAKE_DIRECTORY ${shell})
-function(add_shell_file file)
-    add_custom_command(TARGET dravin POST_BUILD COMMAND dravin ${ARGN} > ${shell}/${file} VERBATIM)
-endfunction()
-add_shell_file(dravin.1 help --manual)
-add_shell_file(dravin.bash help --completion bash)
-add_shell_file(_dravin help --completion zsh)
-add_shell_file(dravin.fish help --completion fish)
 install(FILES ${shell}/dravin.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES ${shell}/dravin.bash RENAME dravin
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)

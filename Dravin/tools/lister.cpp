@@ -43,7 +43,7 @@ std::string AreasCell(const TDravin& object) {
     int rows = areas.Count(areaParams::kArnamelist), n = rows;
     for (int i = 0; i < rows; ++i) {
         bool surface = areas.GetInt(areaParams::kArtypelist, 0, i) == kAreaSurface;
-        if (surface && !areas.GetInt(areaParams::kAractivelist, 0, i)) --n;
+        if (surface && !areas.GetInt(areaParams::kPfAractivelist, 0, i)) --n;
     }
     if (n < 1) return {};
     return n < 2 ? "1 area" : fmt::format("{} areas", n);

@@ -49,12 +49,7 @@ std::string Remedy(const TDravinBuild& build) {
 }  // namespace
 
 bool TellOfEffects(const SceneDravin& dravin, bool keepGoing) {
-    for (const TEffectError& error : dravin.object->Build().EffectErrors()) {
-        std::string text = fmt::format("{}: effect \"{}\": {}", dravin.node->GetName(), error.name,
-                                       error.text);
-        keepGoing ? PrintWarning(text) : PrintError(text);
-    }
-    return !dravin.object->Build().EffectErrors().empty();
+    return dravin.object->Build().Statistics().effectsCompileError;
 }
 
 ExitCode ReportBuild(const SceneDravin& dravin, bool keepGoing) {

@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include "Dravin/config/version.h"
+#include "apps/dravin/build_outputs.h"
 #include "apps/dravin/shell_texts.h"
 #include "host/base/text.h"
 
@@ -123,7 +124,7 @@ void CommandLine::AddBuild() {
     AddTime(c, o.time);
     auto* viewport = c->add_flag("--viewport", o.viewport,
                                  "what a viewport shows: thinned, collisions only if previewed");
-    c->add_flag("--render", "what will be rendered (the default)")->excludes(viewport);
+    c->add_flag("--render", m_rendered, "what will be rendered (the default)")->excludes(viewport);
     AddThreads(c, o.threads);
     c->add_flag("--no-limit", o.noLimit, "all items, whatever the display limits say");
     AddList(c, "--fields", o.fields, "item fields, or all");
@@ -254,7 +255,9 @@ ExitCode CommandLine::Help() {
         }
         command = m_app.get_subcommand(m_helpFor);
     }
-    PrintResult(command->help("", CLI::AppFormatMode::All));
+    // Not App::help, which would give the help of this very command.
+    PrintResult(m_app.get_formatter()->make_help(
+        command, command == &m_app ? "dravin" : "dravin " + m_helpFor, CLI::AppFormatMode::Normal));
     return kExitDone;
 }
 

@@ -47,5 +47,5 @@ private:
     std::string m_listedEffect;
     DemoCommandOptions m_demo;
     std::string m_helpFor, m_completionFor;
-    bool m_manual = false;
+    bool m_manual = false, m_rendered = false;
 };

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <map>
+#include <vector>
 
 #include <fcntl.h>
 #include <fmt/format.h>

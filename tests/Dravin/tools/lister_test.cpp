@@ -24,9 +24,9 @@ protected:
         areas.Append(areaParams::kArnamelist, std::string("area"));
         int row = areas.Count(areaParams::kArnamelist) - 1;
         areas.SetCount(areaParams::kArtypelist, row + 1);
-        areas.SetCount(areaParams::kAractivelist, row + 1);
+        areas.SetCount(areaParams::kPfAractivelist, row + 1);
         Set(kAreaParams, areaParams::kArtypelist, type, row);
-        Set(kAreaParams, areaParams::kAractivelist, int(active), row);
+        Set(kAreaParams, areaParams::kPfAractivelist, int(active), row);
     }
     void AddSurface() {
         auto ground = INode::Create("ground", std::make_shared<TriObject>());
