@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <unordered_set>
 
 #include <fmt/format.h>
 
@@ -127,17 +128,34 @@ void SetCamera(Session& session, const std::string& name, TimeValue t, RenderSet
     }
 }
 
-// Maps of materials load their images before threads read them.
-void UpdateMaps(const Mtl* mtl, TimeValue t) {
-    if (!mtl) return;
-    for (int i = 0; i < mtl->NumSubMtls(); ++i) UpdateMaps(mtl->GetSubMtl(i), t);
-    auto* standard = dynamic_cast<const StandardMtl*>(mtl);
-    if (!standard) return;
-    for (Texmap* map : {standard->diffuseMap.Get(), standard->opacityMap.Get()}) {
-        std::string error;
-        if (map && !map->Update(t, &error)) PrintWarning(error);
+// Maps of materials load their images before threads read them; each material is looked at once.
+class MapUpdate {
+public:
+    explicit MapUpdate(TimeValue t) : m_time(t) {}
+
+    void Add(const Mtl* root) {
+        std::vector<const Mtl*> open{root};
+        while (!open.empty()) {
+            const Mtl* mtl = open.back();
+            open.pop_back();
+            if (!mtl || !m_seen.insert(mtl).second) continue;
+            for (int i = 0; i < mtl->NumSubMtls(); ++i) open.push_back(mtl->GetSubMtl(i));
+            UpdateMaps(dynamic_cast<const StandardMtl*>(mtl));
+        }
     }
-}
+
+private:
+    void UpdateMaps(const StandardMtl* standard) const {
+        if (!standard) return;
+        for (Texmap* map : {standard->diffuseMap.Get(), standard->opacityMap.Get()}) {
+            std::string error;
+            if (map && !map->Update(m_time, &error)) PrintWarning(error);
+        }
+    }
+
+    TimeValue m_time;
+    std::unordered_set<const Mtl*> m_seen;
+};
 
 }  // namespace
 
@@ -164,10 +182,10 @@ std::optional<RenderSetup> SetUpRender(Session& session, const RenderOptions& op
     setup.settings.threads = options.threads > 0 ? options.threads : NumProcessors();
     if (!AddItems(session, time, options.threads, setup)) return std::nullopt;
     AddMeshes(session.GetScene(), time, setup);
-    for (const RenderNode& node : setup.scene.nodes) UpdateMaps(node.mtl, time);
+    MapUpdate maps(time);
+    for (const RenderNode& node : setup.scene.nodes) maps.Add(node.mtl);
     for (const IInstanceSource* source : setup.scene.sources)
-        for (size_t p = 0; p < source->NumPrototypes(); ++p)
-            UpdateMaps(source->PrototypeMtl(p), time);
+        for (size_t p = 0; p < source->NumPrototypes(); ++p) maps.Add(source->PrototypeMtl(p));
     SetLight(session.GetScene(), time, setup.scene);
     SetCamera(session, options.camera, time, setup);
     return setup;
