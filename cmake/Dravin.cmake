@@ -33,6 +33,14 @@ if(DRAVIN_FUZZ)
         -fno-sanitize-recover=all)
 endif()
 
+# Programs that read files from anywhere: released ones are hardened (tests/apps/check_hardening.py looks).
+if(NOT DRAVIN_SANITIZE)
+    target_compile_options(dravin_flags INTERFACE
+        $<$<CONFIG:Release>:-fstack-protector-strong -D_FORTIFY_SOURCE=2>)
+    target_link_options(dravin_flags INTERFACE
+        $<$<CONFIG:Release>:-pie -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack>)
+endif()
+
 # dravin_library(name SOURCES a.cpp … PUBLIC lib … PRIVATE lib …): one folder's static library.
 function(dravin_library name)
     cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
