@@ -23,12 +23,14 @@ private:
     std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
 };
 
-// A scene that is there may hold somebody's work: it is made only where there is none, or on demand.
+// A scene that is there may hold somebody's work: it is made only where there is none, or on
+// demand.
 ExitCode MakeScene(const DemoCommandOptions& options, const std::string& scene) {
     std::error_code ignored;
     if (!options.fresh && std::filesystem::exists(scene, ignored)) {
-        PrintNote(fmt::format("{} is there already and is built as it stands; --fresh makes it anew{}",
-                              scene, options.items ? ", with --items" : ""));
+        PrintNote(
+            fmt::format("{} is there already and is built as it stands; --fresh makes it anew{}",
+                        scene, options.items ? ", with --items" : ""));
         return kExitDone;
     }
     std::string error;

@@ -1,8 +1,8 @@
 // The command line as one description: commands, options with their meanings, examples, and what
 // runs.
 //
-// Help, the manual page and the shells' completions (shell_texts.h) are made from it; no second list
-// of options exists.
+// Help, the manual page and the shells' completions (shell_texts.h) are made from it; no second
+// list of options exists.
 #pragma once
 
 #include <functional>

@@ -12,7 +12,7 @@ struct BuildOptions {
     std::string object;       // empty: all
     std::optional<int> time;  // ticks; none: the scene's
     bool viewport = false;    // what a viewport shows, instead of what will be rendered
-    int threads = 0;  // 0: as the parameters say
+    int threads = 0;          // 0: as the parameters say
     bool noLimit = false;
     std::vector<std::string> fields;   // empty: the default ones; "all" for all
     std::vector<std::string> outputs;  // by ending; none: the statistics panel
@@ -41,7 +41,7 @@ ExitCode RunSchema(const std::string& filter, bool json);
 struct DemoCommandOptions {
     std::string folder = "demo";
     std::optional<double> items;  // none: as many as the demo has by itself
-    bool fresh = false;  // make the scene anew, whatever the folder holds
+    bool fresh = false;           // make the scene anew, whatever the folder holds
     int threads = 0;
 };
 ExitCode RunDemo(const DemoCommandOptions& options);

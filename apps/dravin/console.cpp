@@ -30,8 +30,8 @@ constexpr std::pair<int, const char*> kExitCodeTexts[] = {
 };
 
 ConsoleOptions g_options;
-int g_resultsError = 0;       // errno of the first result that did not arrive
-FILE* g_messages = nullptr;   // standard error as the program found it; null: stderr itself
+int g_resultsError = 0;      // errno of the first result that did not arrive
+FILE* g_messages = nullptr;  // standard error as the program found it; null: stderr itself
 
 FILE* Messages() { return g_messages ? g_messages : stderr; }
 

@@ -32,8 +32,8 @@ bool HoldPipe(const std::string& path) {
     if (!fs::is_fifo(path, error)) return true;
     int fd = open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0)
-        PrintError(fmt::format("-o {}: cannot write: nobody reads this pipe; start its reader first",
-                               path));
+        PrintError(fmt::format(
+            "-o {}: cannot write: nobody reads this pipe; start its reader first", path));
     return fd >= 0;
 }
 

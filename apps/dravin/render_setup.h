@@ -22,10 +22,10 @@ struct RenderSetup {
 // printed.
 bool CheckCamera(const Scene& scene, const std::string& name);
 
-// Builds all visible scatter objects with render settings and collects the rest. The options' camera:
-// a camera node's name, which must have passed CheckCamera, or empty for the scene's own, else its
-// first camera, else the active view, else one that sees everything. None, with the error printed,
-// when a build failed.
+// Builds all visible scatter objects with render settings and collects the rest. The options'
+// camera: a camera node's name, which must have passed CheckCamera, or empty for the scene's own,
+// else its first camera, else the active view, else one that sees everything. None, with the error
+// printed, when a build failed.
 std::optional<RenderSetup> SetUpRender(Session& session, const RenderOptions& options);
 
 // Renders with a progress bar on a terminal, and writes the image by its ending.

@@ -72,8 +72,8 @@ std::string ManualCommand(const CLI::App& command, const std::string& prefix) {
     for (const CLI::Option* place : Positionals(command)) text += " " + Place(*place);
     text += fmt::format("\"\n{}\n", Troff(command.get_description()));
     for (const CLI::Option* place : Positionals(command))
-        text += fmt::format(".TP\n.I {}\n{}\n", Troff(Place(*place)),
-                            Troff(place->get_description()));
+        text +=
+            fmt::format(".TP\n.I {}\n{}\n", Troff(Place(*place)), Troff(place->get_description()));
     text += ManualOptions(command);
     if (!command.get_footer().empty())
         text += fmt::format(".PP\n.nf\n{}\n.fi\n", Troff(command.get_footer()));
@@ -131,7 +131,8 @@ complete -o default -F _dravin dravin)",
                        all, Joined(first), cases);
 }
 
-// A text between single quotes of a shell, without what would end it or mean something to _arguments.
+// A text between single quotes of a shell, without what would end it or mean something to
+// _arguments.
 std::string Quoted(std::string text) {
     std::string out;
     for (char c : text) {
@@ -150,9 +151,9 @@ std::string ZshOption(const CLI::Option& option) {
     for (const std::string& name : option.get_snames()) names.push_back("-" + name);
     for (const std::string& name : option.get_lnames()) names.push_back("--" + name);
     for (const std::string& name : names)
-        text += fmt::format(" \\\n            '*{}[{}]{}'", name, Quoted(option.get_description()),
-                            TakesValue(option) ? ":" + Quoted(option.get_type_name()) + ":_files"
-                                               : "");
+        text +=
+            fmt::format(" \\\n            '*{}[{}]{}'", name, Quoted(option.get_description()),
+                        TakesValue(option) ? ":" + Quoted(option.get_type_name()) + ":_files" : "");
     return text;
 }
 
@@ -170,8 +171,9 @@ std::string ZshCompletion(const CLI::App& app) {
         std::vector<std::string> subs = CommandNames(*c);
         std::string words =
             subs.empty() ? "" : fmt::format(" \\\n            '1:command:({})'", Joined(subs));
-        cases += fmt::format("        {})\n            _arguments{}{} \\\n            '*:file:_files' ;;\n",
-                             c->get_name(), ZshArguments(*c), words);
+        cases += fmt::format(
+            "        {})\n            _arguments{}{} \\\n            '*:file:_files' ;;\n",
+            c->get_name(), ZshArguments(*c), words);
     }
     for (const CLI::Option* option : Options(app)) general += ZshOption(*option);
     return fmt::format(R"(#compdef dravin

@@ -202,8 +202,8 @@ bool AtomicFile::CreateTemporary(const std::string& path) {
     m_fd = open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     int number = errno;
     if (m_fd >= 0) {
-        // Before the lock stood, somebody may have taken the file for an abandoned one. Where a file
-        // system has no locks, the file is good without.
+        // Before the lock stood, somebody may have taken the file for an abandoned one. Where a
+        // file system has no locks, the file is good without.
         struct stat info {};
         flock(m_fd, LOCK_EX | LOCK_NB);
         if (fstat(m_fd, &info) == 0 && info.st_nlink > 0) return true;

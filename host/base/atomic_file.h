@@ -70,7 +70,7 @@ private:
     uint64_t m_size = 0;
     int m_fd = -1;
     int m_errno = 0;
-    int m_slot = -1;     // place in the list for signal handlers; -1 when written directly
+    int m_slot = -1;  // place in the list for signal handlers; -1 when written directly
     // While files are put in their places: the old file under another name, or that there was none.
     std::string m_kept;
     bool m_wasAbsent = false;

@@ -1,7 +1,7 @@
 // Which files were read, so that no output takes the place of one.
 //
-// While a record lives, every file that is opened through file_input.h, by any thread, stands in it.
-// Files are told apart by device and number, whatever link or path leads to them.
+// While a record lives, every file that is opened through file_input.h, by any thread, stands in
+// it. Files are told apart by device and number, whatever link or path leads to them.
 #pragma once
 
 #include <mutex>

@@ -111,9 +111,10 @@ private:
         const std::vector<std::string> known{"raytrace", "scanline"};
         std::string name = value->AsText();
         if (!name.empty() && std::find(known.begin(), known.end(), name) == known.end())
-            value->Fail(fmt::format("no renderer is named \"{}\"{}; expected \"raytrace\" or "
-                                    "\"scanline\"",
-                                    name, DidYouMean(name, known)));
+            value->Fail(
+                fmt::format("no renderer is named \"{}\"{}; expected \"raytrace\" or "
+                            "\"scanline\"",
+                            name, DidYouMean(name, known)));
         m_scene.render.renderer = name;
     }
 

@@ -77,8 +77,8 @@ public:
 
     const Matrix3& GetLocalTM() const { return m_local; }
     void SetLocalTM(const Matrix3& local);
-    // Node space -> world space. A target that turns with this node, through whatever other targets,
-    // does not turn it again.
+    // Node space -> world space. A target that turns with this node, through whatever other
+    // targets, does not turn it again.
     Matrix3 GetNodeTM(TimeValue t) const;
     void SetNodeTM(TimeValue t, const Matrix3& world);
     // Object space -> world space.

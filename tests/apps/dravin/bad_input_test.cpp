@@ -330,9 +330,8 @@ TEST_F(BadInput, TerminationLeavesNoOutput) {
         {"name": "ground", "type": "plane", "width": 1e5, "length": 1e5}, )" +
                                  std::string(kTree) + "," +
                                  Forest(R"(, "units_x": 0.4, "maxdensity": 0)") + "]}");
-    ProgramRun run =
-        Dravin({"build", "s.json", "--viewport", "-o", "a.json"},
-               {.memoryBytes = kTwoGiB, .killAfterMs = 2500});
+    ProgramRun run = Dravin({"build", "s.json", "--viewport", "-o", "a.json"},
+                            {.memoryBytes = kTwoGiB, .killAfterMs = 2500});
     EXPECT_EQ(run.code, 143) << run.err;
     EXPECT_EQ(m_folder.NumFiles(), 1u);
 }

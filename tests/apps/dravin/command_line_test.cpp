@@ -91,7 +91,8 @@ TEST_F(CommandLine, FilesThatTheSceneLoadsAreNoOutputs) {
     std::string scene = m_folder.Read("s.json");
     m_folder.Write("s.json", scene.replace(scene.find("map.pgm"), 7, "map.png"));
     std::string before = m_folder.Read("map.png");
-    ProgramRun run = Dravin({"render", "s.json", "--size", "8x8", "--samples", "1", "-o", "map.png"});
+    ProgramRun run =
+        Dravin({"render", "s.json", "--size", "8x8", "--samples", "1", "-o", "map.png"});
     EXPECT_EQ(run.code, 2) << run.err;
     EXPECT_THAT(run.err, HasSubstr("-o map.png: is an input"));
     EXPECT_EQ(m_folder.Read("map.png"), before);
@@ -247,7 +248,8 @@ TEST_F(CommandLine, CodecsDoNotChatter) {
 TEST_F(CommandLine, TheManualNamesEveryCommandAndOption) {
     std::string manual = Dravin({"help", "--manual"}).out;
     EXPECT_THAT(manual, StartsWith(".TH DRAVIN 1"));
-    for (const char* word : {"dravin build", "dravin effect run", "\\-\\-no\\-limit", "DRAVIN_HOME"})
+    for (const char* word :
+         {"dravin build", "dravin effect run", "\\-\\-no\\-limit", "DRAVIN_HOME"})
         EXPECT_THAT(manual, HasSubstr(word));
 }
 

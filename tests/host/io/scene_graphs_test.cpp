@@ -12,7 +12,8 @@ namespace {
 
 SceneReadResult Read(const std::string& text) { return ParseScene(text); }
 
-// Multi-materials m0, m1, ... in a chain, each naming the next one `times` times; the last is plain.
+// Multi-materials m0, m1, ... in a chain, each naming the next one `times` times; the last is
+// plain.
 std::string MaterialChain(int length, int times) {
     std::string text = R"({"dravin_scene": 1, "materials": {)";
     for (int i = 0; i < length; ++i) {
@@ -43,8 +44,7 @@ TEST(SceneGraphs, LongChainsOfMaterialsAreALimit) {
 
 TEST(SceneGraphs, AsManyMaterialsAsMayStandInsideEachOther) {
     EXPECT_TRUE(Read(MaterialChain(kMaxMtlNesting, 1)));
-    EXPECT_EQ(Read(MaterialChain(kMaxMtlNesting + 1, 1)).errorClass,
-              DescriptionErrorClass::kLimit);
+    EXPECT_EQ(Read(MaterialChain(kMaxMtlNesting + 1, 1)).errorClass, DescriptionErrorClass::kLimit);
 }
 
 // 2^60 ways lead to the last material.
@@ -62,7 +62,9 @@ TEST(SceneGraphs, RingsOfMaterialsAreErrors) {
     EXPECT_EQ(result.errorClass, DescriptionErrorClass::kMalformed);
     EXPECT_THAT(result.error, HasSubstr("the material \"a\" holds itself"));
     EXPECT_THAT(Read(R"({"dravin_scene": 1, "materials": {
-        "a": {"type": "multi", "sub": ["a"]}}})").error, HasSubstr("holds itself"));
+        "a": {"type": "multi", "sub": ["a"]}}})")
+                    .error,
+                HasSubstr("holds itself"));
 }
 
 // An error elsewhere, when a chain already stands, must not end in the chain's destructors.
