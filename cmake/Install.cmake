@@ -2,6 +2,7 @@
 # from where it stands itself, so the tree may be moved as a whole.
 
 include(GNUInstallDirs)
+set(CMAKE_INSTALL_DOCDIR ${CMAKE_INSTALL_DATADIR}/doc/dravin)
 
 install(TARGETS dravin RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(TARGETS dravin_import RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/dravin)
