@@ -13,6 +13,17 @@
 
 namespace {
 
+// What the system tells a user goes the way of all messages.
+class ProgramUserInterface : public ConsoleUserInterface {
+public:
+    void MessageBox(const std::string& text, const std::string& caption,
+                    MessageKind kind) override {
+        std::string line = caption + ": " + text;
+        kind == MessageKind::kError ? PrintError(line) : PrintWarning(line);
+    }
+    void ListenerPrint(const std::string& text) override { PrintNote(text); }
+};
+
 std::vector<SceneDravin> AllObjects(const Scene& scene) {
     std::vector<SceneDravin> objects;
     for (INode* node : scene.Nodes())
@@ -33,7 +44,10 @@ std::string Listed(const std::vector<std::string>& names) {
 
 }  // namespace
 
-Session::Session() : m_formats(MakeSceneLoaders()) { RegisterDravinNodes(m_formats); }
+Session::Session() : m_formats(MakeSceneLoaders()) {
+    m_host.SetUserInterface(std::make_unique<ProgramUserInterface>());
+    RegisterDravinNodes(m_formats);
+}
 
 ExitCode Session::Open(const std::string& path) {
     if (!HasMainFolder()) PrintWarning(NoMainFolder());
@@ -66,7 +80,13 @@ void Session::LoadTemplates() {
         std::vector<std::string> names = templates.Names();
         for (int i = 0; i < rows.Count(); ++i) {
             TSpecEntry entry = rows.ReadRow(i, 0, SharedGenerator());
-            if (entry.kind != kGeomTemplate || names.empty()) continue;
+            if (entry.kind != kGeomTemplate) continue;
+            if (names.empty()) {
+                PrintWarning(fmt::format("{}: the row \"{}\" shows nothing: {} lists no templates",
+                                         dravin.node->GetName(), entry.name,
+                                         templates.Folder() + "/index.dat"));
+                continue;
+            }
             bool named = !entry.templateName.empty();
             int id = named ? FindTemplateByName(names, entry.templateName)
                            : std::clamp(entry.templateId, 0, int(names.size()) - 1);

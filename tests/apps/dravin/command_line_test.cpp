@@ -1,6 +1,8 @@
 // How the program talks and what it refuses to do: messages, exit codes, outputs.
 #include <gmock/gmock.h>
 
+#include <filesystem>
+
 #include <pty.h>
 #include <sys/stat.h>
 
@@ -76,7 +78,7 @@ std::string OnTerminal(const std::vector<std::string>& arguments, const std::str
 TEST_F(CommandLine, TheSceneIsNoOutput) {
     WriteScene();
     std::string before = m_folder.Read("s.json");
-    symlink("s.json", m_folder.File("link.json").c_str());
+    std::filesystem::create_symlink("s.json", m_folder.File("link.json"));
     for (const char* name : {"s.json", "./s.json", "link.json"}) {
         ProgramRun run = Dravin({"build", "s.json", "-o", name});
         EXPECT_EQ(run.code, 2) << run.err;
@@ -303,4 +305,44 @@ TEST_F(CommandLine, AMissingDataFolderIsToldWithItsRemedy) {
     run = Shell("DRAVIN_HOME=/nowhere dravin demo");
     EXPECT_EQ(run.code, 3);
     EXPECT_THAT(run.err, HasSubstr("set the environment variable DRAVIN_HOME"));
+}
+
+TEST_F(CommandLine, DamagedAndEmptyListsOfTemplatesAreTold) {
+    std::filesystem::create_directory(m_folder.File("data"));
+    std::filesystem::copy(DRAVIN_SOURCE_DIR "/data/geometry", m_folder.File("data/geometry"),
+                          std::filesystem::copy_options::recursive);
+    std::filesystem::copy(DRAVIN_SOURCE_DIR "/data/distmaps", m_folder.File("data/distmaps"),
+                          std::filesystem::copy_options::recursive);
+    m_folder.Write("s.json", R"({"dravin_scene": 1, "nodes": [
+        {"name": "ground", "type": "plane"}, {"name": "w", "type": "dravin",
+         "params": {"surflist": ["ground"], "mapname": "clumps.bmp"},
+         "geometry": [{"name": "oak", "kind": "template", "template": "One Plane"}]}]})");
+    m_folder.Write("data/geometry/index.dat", "templates\nOne Plane;oak;One Plane;oak_1.jpg\nTwo Pl");
+    std::string build = "DRAVIN_HOME=$PWD/data dravin build s.json";
+    EXPECT_THAT(Shell(build).err, HasSubstr("Error reading geometry\\index.dat (line 2)"));
+    m_folder.Write("data/geometry/index.dat", "");
+    EXPECT_THAT(Shell(build).err, HasSubstr("the row \"oak\" shows nothing"));
+}
+
+// Effect files.
+
+TEST_F(CommandLine, EffectFilesThatAreNone) {
+    std::string noise;
+    uint32_t state = 1;
+    for (int i = 0; i < 3000; ++i) noise += char((state = state * 1664525 + 1013904223) >> 24);
+    m_folder.Write("noise", noise);
+    ProgramRun run = Dravin({"effect", "check", "noise"});
+    EXPECT_EQ(run.code, 4);
+    EXPECT_EQ(run.err, "error: noise: is no text\n");
+    EXPECT_EQ(run.out, "");
+
+    m_folder.Write("empty", " \n");
+    run = Dravin({"effect", "check", "empty"});
+    EXPECT_EQ(run.code, 0);
+    EXPECT_THAT(run.err, HasSubstr("empty: is empty and does nothing"));
+
+    m_folder.Write("long", std::string((16 << 20) + 1, ' '));
+    run = Dravin({"effect", "check", "long"});
+    EXPECT_EQ(run.code, 5);
+    EXPECT_THAT(run.err, HasSubstr("split it"));
 }
