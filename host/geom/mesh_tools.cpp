@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <bit>
-#include <cassert>
 #include <cmath>
+#include <span>
 
 #include <fmt/format.h>
 
@@ -85,20 +85,6 @@ struct CornersOfVertex {
     }
 };
 
-Point3 UnitOrUp(const Point3& n) {
-    Point3 unit = Normalize(n);
-    return unit == Point3{} || !IsFinite(unit) ? Point3{0, 0, 1} : unit;
-}
-
-// Unit normal of the corner's face times the face's angle at the corner.
-Point3 WeightedNormal(const Mesh& mesh, const std::vector<Point3>& faceNormals, uint32_t corner) {
-    const Triple& v = mesh.faces[corner / 3].v;
-    const Point3& p = mesh.verts[v[corner % 3]];
-    Point3 a = mesh.verts[v[(corner % 3 + 1) % 3]] - p;
-    Point3 b = mesh.verts[v[(corner % 3 + 2) % 3]] - p;
-    return faceNormals[corner / 3] * std::atan2(Length(CrossProd(a, b)), DotProd(a, b));
-}
-
 struct GroupSum {
     uint32_t smGroup;
     Point3 sum;
@@ -113,7 +99,10 @@ void SumByGroup(const Mesh& mesh, const std::vector<Point3>& faceNormals,
         auto sum = std::find_if(sums.begin(), sums.end(),
                                 [&](const GroupSum& s) { return s.smGroup == group; });
         if (sum == sums.end()) sum = sums.insert(sum, {group, {}});
-        sum->sum += WeightedNormal(mesh, faceNormals, c);
+        const Triple& v = mesh.faces[c / 3].v;
+        sum->sum +=
+            WeightedCornerNormal(faceNormals[c / 3], mesh.verts[v[c % 3]],
+                                 mesh.verts[v[(c % 3 + 1) % 3]], mesh.verts[v[(c % 3 + 2) % 3]]);
     }
 }
 
@@ -185,6 +174,17 @@ size_t DropNonFiniteVertices(Mesh& mesh) {
     for (Face& face : mesh.faces)
         for (uint32_t& v : face.v) v = newIndex[v];
     return dropped;
+}
+
+Point3 WeightedCornerNormal(const Point3& faceNormal, const Point3& p, const Point3& a,
+                            const Point3& b) {
+    Point3 toA = a - p, toB = b - p;
+    return faceNormal * std::atan2(Length(CrossProd(toA, toB)), DotProd(toA, toB));
+}
+
+Point3 UnitOrUp(const Point3& n) {
+    Point3 unit = Normalize(n);
+    return unit == Point3{} || !IsFinite(unit) ? Point3{0, 0, 1} : unit;
 }
 
 std::vector<Point3> VertexNormals(const Mesh& mesh) {
@@ -276,31 +276,4 @@ void AppendMesh(Mesh& target, const Mesh& source) {
         for (uint32_t& v : face.v) v += first;
         target.faces.push_back(face);
     }
-}
-
-Mesh MakeHeightFieldMesh(std::span<const float> values, size_t nx, size_t ny, float sizeX,
-                         float sizeY, float height) {
-    assert(nx >= 2 && ny >= 2 && values.size() == nx * ny);
-    Mesh mesh;
-    MapChannel& map = mesh.MakeMap(1);
-    mesh.verts.reserve(nx * ny);
-    map.verts.reserve(nx * ny);
-    for (size_t j = 0; j < ny; ++j)
-        for (size_t i = 0; i < nx; ++i) {
-            float u = float(i) / float(nx - 1), v = float(j) / float(ny - 1);
-            mesh.verts.push_back(
-                {sizeX * (u - 0.5f), sizeY * (v - 0.5f), values[j * nx + i] * height});
-            map.verts.push_back({u, v, 0});
-        }
-    mesh.faces.reserve(2 * (nx - 1) * (ny - 1));
-    constexpr uint8_t kNoDiagonal = Face::kEdge0 | Face::kEdge1;
-    for (size_t j = 0; j + 1 < ny; ++j)
-        for (size_t i = 0; i + 1 < nx; ++i) {
-            auto a = uint32_t(j * nx + i), row = uint32_t(nx);
-            mesh.faces.push_back({{a, a + 1, a + 1 + row}, 1, 0, kNoDiagonal});
-            mesh.faces.push_back({{a + 1 + row, a + row, a}, 1, 0, kNoDiagonal});
-        }
-    map.faces.reserve(mesh.faces.size());
-    for (const Face& face : mesh.faces) map.faces.push_back(face.v);
-    return mesh;
 }

@@ -5,7 +5,6 @@
 #pragma once
 
 #include <optional>
-#include <span>
 #include <string>
 
 #include "host/geom/mesh.h"
@@ -24,6 +23,12 @@ size_t DropNonFiniteVertices(Mesh& mesh);
 // their angle there (Thuermer and Wuethrich 1998), so that it does not depend on the triangulation.
 // A corner without a direction (faces without area) gets +z.
 std::vector<Point3> VertexNormals(const Mesh& mesh);
+// What one face gives to the mean at its corner p, from which its sides lead to a and b: its unit
+// normal times its angle there.
+Point3 WeightedCornerNormal(const Point3& faceNormal, const Point3& p, const Point3& a,
+                            const Point3& b);
+// Such a mean brought to unit length, +z where it has no direction.
+Point3 UnitOrUp(const Point3& n);
 
 // Merges vertices whose coordinates have the same bits; the first of each place stays, in order.
 // Channels keep their own vertices. Returns how many vertices went.
@@ -40,9 +45,3 @@ Mesh TransformedMesh(const Mesh& mesh, const Matrix3& m);
 // Adds a copy of `source`. A channel that one of the two lacks is filled with zero coordinates
 // there; normals survive only when both have them or the target is empty.
 void AppendMesh(Mesh& target, const Mesh& source);
-
-// Terrain over [-sizeX / 2, sizeX / 2] x [-sizeY / 2, sizeY / 2]: nx x ny vertices with z = value *
-// height, mapping channel 1 over [0, 1] x [0, 1]. values: nx * ny numbers, row by row from the
-// lowest y; nx and ny at least 2.
-Mesh MakeHeightFieldMesh(std::span<const float> values, size_t nx, size_t ny, float sizeX,
-                         float sizeY, float height);

@@ -16,4 +16,5 @@ float ReadFieldOfView(const DescriptionValue& value);
 void RegisterHostMaterials(SceneFormats& formats);
 void RegisterHostTexmaps(SceneFormats& formats);
 void RegisterMeshTypes(SceneFormats& formats);
+void RegisterHeightfieldType(SceneFormats& formats);
 void RegisterOtherTypes(SceneFormats& formats);
