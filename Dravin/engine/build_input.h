@@ -31,12 +31,22 @@ struct TSurfaceInput {
     std::shared_ptr<const TSurfXYArray> array;
     Matrix3 toObject;  // from the surface's space
     Matrix3 fromObject;
+    Matrix3 normalToObject;                  // what carries normals
     std::shared_ptr<const TSurfUVArray> uv;  // in UV mode; null without that mapping
-    bool isMoved = false;                    // the two differ from the identity
+    bool isMoved = false;                    // the matrices differ from the identity
     bool skip = false;
 
     TSurfaceInput(std::shared_ptr<const TSurfXYArray> a, const Matrix3& m)
-        : array(std::move(a)), toObject(m), fromObject(Inverse(m)), isMoved(m != Matrix3{}) {}
+        : array(std::move(a)),
+          toObject(m),
+          fromObject(Inverse(m)),
+          normalToObject(NormalTransform(m)),
+          isMoved(m != Matrix3{}) {}
+
+    // Unit normal in object space of a unit normal of the surface's own space.
+    Point3 NormalInObject(const Point3& normal) const {
+        return isMoved ? Normalize(normalToObject.VectorTransform(normal)) : normal;
+    }
 };
 
 // A rule over a measure (altitude or slope): hard limits, or falloff curves over the range.

@@ -41,7 +41,7 @@ void AddOpenGround(const TBuildInput& input, const TGeometryChoice& geometry,
     Point3 width = bounds.Width();
     ground.measure = double(width.x) * double(width.y);
     ground.groups.push_back(
-        {bounds, TAreaTest(ground.areas, nullptr, ground.open), geometry.Unrestricted(), 0});
+        {bounds, {}, TAreaTest(ground.areas, nullptr, ground.open), geometry.Unrestricted(), 0});
 }
 
 // The areas in the frame of include group i.
@@ -68,7 +68,7 @@ std::unique_ptr<Ground> CollectGround(const TBuildInput& input, const TGeometryC
         if (group.settings.geometry) rows = geometry.Restrict(*group.settings.geometry);
         if (!rows) continue;
         ground->groups.push_back(
-            {group.bounds, TAreaTest(areas, &group, ground->open), std::move(*rows), int(i)});
+            {group.bounds, {}, TAreaTest(areas, &group, ground->open), std::move(*rows), int(i)});
     }
     return ground;
 }
@@ -80,6 +80,7 @@ void ClipToView(const TBuildInput& input, Ground& ground) {
         Matrix3 frame = DistributionFrame(GroupGrid(input, group.areas.Settings()));
         Box3 view = Inverse(frame).BoxTransform(input.camera.view.Bounds());
         Box3& b = group.bounds;
+        group.uncut = b;
         b.min = {std::max(b.min.x, view.min.x), std::max(b.min.y, view.min.y), b.min.z};
         b.max = {std::min(b.max.x, view.max.x), std::min(b.max.y, view.max.y), b.max.z};
     }
@@ -209,6 +210,7 @@ TBuildResult BuildItemArray(const TBuildInput& input, TDravinItemList& items,
                             TBuildStatistics& statistics) {
     statistics.cellsInArea = statistics.itemCount = statistics.discardedItems = 0;
     statistics.decimation = 1;
+    statistics.rejected = {};
     items.Prepare(input.ItemGroupsNeeded(), RandomsOf(input));
     TGeometryChoice geometry(input.geometry, input.specimens);
 
@@ -216,11 +218,13 @@ TBuildResult BuildItemArray(const TBuildInput& input, TDravinItemList& items,
     TBuildResult result = Distribute(input, geometry, items, statistics, &bounds);
     if (result != TBuildResult::kOk) {
         items.Clear();
+        statistics.rejected = {};  // of tasks that stopped somewhere
         return result;
     }
     statistics.createdCount = ItemCount(items);
     if (input.collisions && !input.customEdit && items.Count() > 1)
-        statistics.discardedCount = ComputeCollisions(input, bounds, items);
+        statistics.rejected.collision = statistics.discardedCount =
+            ComputeCollisions(input, bounds, items);
     statistics.itemCount = ItemCount(items);
     return TBuildResult::kOk;
 }

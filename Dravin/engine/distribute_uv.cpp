@@ -36,7 +36,7 @@ public:
         m_factors.hasSurfaces = true;
     }
 
-    const std::vector<int32_t>& ClusterCounts() { return m_pipeline.ClusterCounts(); }
+    const TTaskCounts& Counts() { return m_pipeline.Counts(); }
 
     TBuildResult Run() {
         const TGrid& g = m_uv.grid;
@@ -55,12 +55,17 @@ public:
     }
 
 private:
+    TRejections& Rejected() { return m_pipeline.Rejected(); }
+
     void ProcessCell(int64_t column, int64_t row) {
         const TGrid& g = m_uv.grid;
         TTileIndex c = TileOf(column, g.px), r = TileOf(row, g.py);
         const TDensityMap::Pixel* pixel =
             m_input.distMap ? nullptr : &m_input.density.At(c.pixel, r.pixel);
-        if (pixel && !(pixel->pass > 0.5f)) return;
+        if (pixel && !(pixel->pass > 0.5f)) {
+            ++Rejected().map;
+            return;
+        }
 
         TDravinItem& item = m_pipeline.WorkingItem();
         item.hash[0] = uint32_t(c.pixel), item.hash[1] = uint32_t(c.tile);
@@ -113,7 +118,7 @@ private:
         if (m_input.geometry.mode == kByColorMap && m_input.diversityMap)
             color = m_input.diversityMap->SampleOne({cell, cell}).Rgb();
         item.specimenIndex = m_geometry.Assign(m_geometry.Unrestricted(), item.randomB, color, cell,
-                                               m_pipeline.ClusterCounts());
+                                               m_pipeline.Counts().clusters);
     }
 
     // Moves a candidate in texture space, asks the texture there, and makes an item at every hit.
@@ -131,15 +136,21 @@ private:
         }
         if (m_input.distMap) {
             item.mapColor = m_input.distMap->SampleOne({uv, uv * 200});
-            if (!(Luminance(item.mapColor.Rgb()) > m_uv.grid.areaThreshold * 0.01f)) return;
+            if (!(Luminance(item.mapColor.Rgb()) > m_uv.grid.areaThreshold * 0.01f)) {
+                ++Rejected().map;
+                return;
+            }
         }
         item.mapCoordinates = uv;
+        bool any = false;
         m_uv.surface.uv->ForEachHit(uv.x, uv.y, [&](const TUvHit& hit) {
+            any = true;
             if (m_effects.WantsGeometry() || Finish(hit, specimen, source)) return;
             if (!m_effects.AsksForPlacement()) return;
             Draw();
             Finish(hit, specimen, source);
         });
+        Rejected().surface += !any;
     }
 
     bool Finish(const TUvHit& hit, const TSpecimen& specimen, const TSpecimenElement& source) {
@@ -149,13 +160,15 @@ private:
         item.partial = 0;
         Align(hit);
 
-        if (CameraThinsOut(m_input.camera, item.position, item.randomA.y)) return false;
+        if (CameraThinsOut(m_input.camera, item.position, item.randomA.y))
+            return ++Rejected().falloff, false;
         TSpecimenSize size = ApplySpecimenAndTranslation(m_input.transforms, item, source, {},
                                                          m_effects.Overrides());
         if (item.discarded) return false;
         if (!ObeysRules()) return false;
 
-        if (!ObeysCameraView(m_input.camera, item, &m_factors.cameraScale)) return false;
+        if (!ObeysCameraView(m_input.camera, item, &m_factors.cameraScale, Rejected()))
+            return false;
         FinishItem(m_input.transforms, m_pipeline.Ranges(), item, specimen, size, {}, m_factors,
                    m_effects.Overrides());
         return !item.discarded && m_effects.Take(item, specimen, size, {});
@@ -168,7 +181,7 @@ private:
         m_pipeline.ClearHit();
         item.surfaceFace = hit.face;
         item.barycentric = hit.barycentric;
-        item.surfaceNormal = Normalize(m.VectorTransform(hit.normal));
+        item.surfaceNormal = m_uv.surface.NormalInObject(hit.normal);
         item.normal = m_pipeline.NormalOver(item.surfaceNormal);
         for (int map = 0; map < kNumItemMaps; ++map)
             if (int channel = m_input.channels.channel[map]; channel >= 0)
@@ -195,7 +208,7 @@ private:
         TDravinItem& item = m_pipeline.WorkingItem();
         item.surfaceSlope = SlopeOf(item.surfaceNormal);
         return ObeysSurfaceRules(m_input, item.position.z, item.surfaceSlope, item.randomA.y,
-                                 &m_factors.falloffScale);
+                                 &m_factors.falloffScale, Rejected());
     }
 
     const TBuildInput& m_input;
@@ -228,13 +241,13 @@ TBuildResult DistributeSurface(const TBuildInput& input, const TGeometryChoice& 
     for (size_t i = 0; i < slices.size(); ++i) parts.emplace_back(items.Groups());
     items.ShareSpare(parts);
     std::vector<TBuildResult> results(slices.size(), TBuildResult::kOk);
-    std::vector<std::vector<int32_t>> counts(slices.size());
+    std::vector<TTaskCounts> counts(slices.size());
     ParallelFor(slices.size(), input.threads, [&](size_t i) {
         UvTask task(input, geometry, uv, statistics.decimation, slices[i], parts[i]);
         results[i] = task.Run();
-        counts[i] = task.ClusterCounts();
+        counts[i] = task.Counts();
     });
-    for (const std::vector<int32_t>& c : counts) statistics.AddClusterCounts(c);
+    for (const TTaskCounts& c : counts) statistics.Add(c);
     for (size_t i = 0; i < slices.size(); ++i) {
         if (results[i] != TBuildResult::kOk) return results[i];
         items.Splice(std::move(parts[i]));

@@ -65,6 +65,11 @@ int32_t CountDecimation(int64_t estimate, int64_t limit) {
     return int32_t(std::clamp(n, 1.0, double(std::numeric_limits<int32_t>::max())));
 }
 
+int64_t NumUsed(int64_t first, int64_t count, int32_t decimation) {
+    auto multiplesBelow = [&](int64_t end) { return TileOf(end - 1, decimation).tile + 1; };
+    return count > 0 ? multiplesBelow(first + count) - multiplesBelow(first) : 0;
+}
+
 int32_t GridDecimation(const TGridSettings& s, double measure, float coverage, bool halved,
                        int64_t limit) {
     if (s.unitsX < kSmallestCell || (s.lockRatio && s.unitsY < kSmallestCell)) return 1;

@@ -217,6 +217,31 @@ TEST(Build, SlopeRulesDropAndScale) {
     EXPECT_NEAR(built.items[0].width, 0.5f, 1e-4);
 }
 
+TEST(Build, SlopesAreThoseOfTheGroundUnderAnyScale) {
+    // A ground that rises by 45 degrees, stretched to twice its height: 63.4 degrees, and mirrored.
+    auto ground = std::make_shared<Mesh>(*SquareMesh(-10, -10, 10, 10));
+    for (Point3& p : ground->verts) p.z = p.x;
+    for (float x : {1.0f, -1.0f}) {
+        TBuildInput input = GroundInput();
+        input.surfaces.clear();
+        input.surfaceBounds = {};
+        AddSurface(input, ground, Matrix3::Scaling({x, 1, 2}));
+        input.slope.limited = true;
+        input.slope.min = 0, input.slope.max = 0.5f;  // 29 degrees
+        EXPECT_TRUE(Build(input).items.empty());
+        input.slope.max = 1.2f;
+        input.directionPercent = 0;
+        BuiltItems built = Build(input);
+        ASSERT_FALSE(built.items.empty());
+        Point3 normal = Normalize(Point3{-2 * x, 0, 1});
+        for (const TDravinItem& item : built.items) {
+            ASSERT_NEAR(item.surfaceSlope, std::atan(2.0f), 1e-5);
+            ASSERT_NEAR(Length(item.normal - normal), 0, 1e-5);
+            ASSERT_NEAR(Length(item.surfaceNormal - normal), 0, 1e-5);
+        }
+    }
+}
+
 TEST(Build, ADensityCurveThinsByTheItemsOwnDraw) {
     TBuildInput input = GroundInput();
     FalloffCurve half = FalloffCurve::Line(50, 50);

@@ -100,6 +100,23 @@ TEST(Uv, ItemsFollowTheMappingWhereAskedFor) {
     EXPECT_EQ(Build(input).items[0].sourceTransform, Matrix3{});
 }
 
+TEST(Uv, NormalsAreThoseOfTheSurfaceUnderAnyScale) {
+    auto ground = std::make_shared<Mesh>(*SquareMesh(-10, -10, 10, 10));
+    for (Point3& p : ground->verts) p.z = p.x;  // 45 degrees
+    TBuildInput input = UvInput();
+    AddMapped(input, ground, Matrix3::Scaling({1, 1, 2}));
+    input.slope.limited = true;
+    input.slope.min = 0, input.slope.max = 0.5f;
+    EXPECT_TRUE(Build(input).items.empty());
+    input.slope.max = 1.2f;
+    BuiltItems built = Build(input);
+    ASSERT_FALSE(built.items.empty());
+    for (const TDravinItem& item : built.items) {
+        ASSERT_NEAR(item.surfaceSlope, std::atan(2.0f), 1e-5);
+        ASSERT_NEAR(Length(item.surfaceNormal - Normalize(Point3{-2, 0, 1})), 0, 1e-5);
+    }
+}
+
 TEST(Uv, TranslationIsAPercentageOfTheCell) {
     TBuildInput input = UvInput();
     AddMapped(input, Wall());
