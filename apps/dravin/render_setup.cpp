@@ -38,8 +38,7 @@ RenderCamera CameraAround(const Box3& box) {
 
 Box3 SceneBounds(const RenderScene& scene) {
     Box3 box;
-    for (const RenderNode& node : scene.nodes)
-        box += node.transform.BoxTransform(node.mesh->BoundingBox());
+    for (const RenderNode& node : scene.nodes) box += node.Bounds();
     for (const IInstanceSource* source : scene.sources) {
         std::vector<InstanceRecord> block(1024);
         for (size_t first = 0; first < source->NumInstances(); first += block.size()) {
@@ -75,10 +74,17 @@ void AddMeshes(Scene& scene, TimeValue t, RenderSetup& setup) {
         Object* object = node->GetObjectRef();
         if (!object || !IsShown(*node) || IsTemplateNode(*node)) continue;
         if (!object->IsGeomObject() || dynamic_cast<TDravin*>(object)) continue;
-        std::shared_ptr<const Mesh> mesh = object->GetRenderMesh(t);
-        if (!mesh || mesh->faces.empty()) continue;
-        setup.scene.nodes.push_back({mesh.get(), node->GetShownMtl(), node->GetObjectTM(t)});
-        setup.meshes.push_back(std::move(mesh));
+        RenderNode shown{nullptr, node->GetShownMtl(), node->GetObjectTM(t), nullptr};
+        if (auto heights = object->GetHeightField(t)) {
+            shown.heights = heights.get();
+            setup.heights.push_back(std::move(heights));
+        } else if (auto mesh = object->GetRenderMesh(t); mesh && !mesh->faces.empty()) {
+            shown.mesh = mesh.get();
+            setup.meshes.push_back(std::move(mesh));
+        } else {
+            continue;
+        }
+        setup.scene.nodes.push_back(shown);
     }
 }
 

@@ -70,7 +70,8 @@ public:
 
 private:
     bool Fail(const std::string& what) {
-        if (m_error.empty()) m_error = fmt::format("{}:{}: {}", m_file, m_scanner.Line(), what);
+        if (m_error.empty())
+            m_error = fmt::format("{}:{}: {}", m_file, std::max(1u, m_scanner.Line()), what);
         return false;
     }
 
@@ -100,7 +101,7 @@ private:
         std::optional<double>& value = m_header[size_t(known - kKeys.begin())];
         if (value) return Fail(fmt::format("\"{}\" stands twice", key));
         std::string_view text = m_scanner.Word();
-        value = ParseNumber(text);
+        value = ParseNumber(text.starts_with('+') ? text.substr(1) : text);
         bool mayBeNaN = key == "nodata_value" && Lower(text) == "nan";
         if (mayBeNaN) value = NAN;
         if (!value || (!mayBeNaN && !std::isfinite(*value)))
@@ -150,9 +151,10 @@ private:
         while (m_scanner.AtLineEnd())
             if (!m_scanner.NextLine())
                 return Fail(fmt::format("the file ends before {} x {} values", m_columns, m_rows));
+        std::string_view rest = m_scanner.Rest();
         if (!m_scanner.Number(value) || !m_scanner.AtBlank())
             return Fail(fmt::format("expected a number with a decimal point, found \"{}\"",
-                                    CutText(Trim(m_scanner.Rest()).substr(0, 40), 20)));
+                                    CutText(rest.substr(0, rest.find_first_of(" \t\r\n")), 20)));
         if (*value == m_noData || !std::isfinite(*value)) *value = NAN;
         return true;
     }

@@ -44,21 +44,24 @@ public:
                   std::string* error) override {
         m_values = values;
         return CatchImageExceptions(m_file, error, [&] {
-            switch (m_image.input->spec().format.basetype) {
+            OIIO::TypeDesc type = m_image.input->spec().format;
+            auto read = [&]<class T>(T) { return Read<T>(type, first, last, visit, error); };
+            switch (type.basetype) {
                 case OIIO::TypeDesc::UINT8:
-                    return Read<uint8_t>(first, last, visit, error);
+                    return read(uint8_t{});
                 case OIIO::TypeDesc::INT8:
-                    return Read<int8_t>(first, last, visit, error);
+                    return read(int8_t{});
                 case OIIO::TypeDesc::UINT16:
-                    return Read<uint16_t>(first, last, visit, error);
+                    return read(uint16_t{});
                 case OIIO::TypeDesc::INT16:
-                    return Read<int16_t>(first, last, visit, error);
+                    return read(int16_t{});
                 case OIIO::TypeDesc::UINT32:
-                    return Read<uint32_t>(first, last, visit, error);
+                    return read(uint32_t{});
                 case OIIO::TypeDesc::INT32:
-                    return Read<int32_t>(first, last, visit, error);
+                    return read(int32_t{});
                 default:
-                    return Read<float>(first, last, visit, error);
+                    type = OIIO::TypeDesc::FLOAT;
+                    return read(float{});
             }
         });
     }
@@ -82,14 +85,14 @@ private:
     }
 
     template <class T>
-    bool Read(int first, int last, const RowVisitor& visit, std::string* error) {
+    bool Read(OIIO::TypeDesc type, int first, int last, const RowVisitor& visit,
+              std::string* error) {
         const OIIO::ImageSpec& spec = m_image.input->spec();
         bool isTiled = spec.tile_width > 0;
         int strip = isTiled ? std::max(1, spec.tile_height) : kStripRows;
         size_t rowValues = size_t(m_columns) * size_t(m_channels);
         std::vector<T> values(rowValues * size_t(strip));
         std::vector<float> row(static_cast<size_t>(m_columns));
-        OIIO::TypeDesc type(OIIO::BaseTypeFromC<T>::value);
         for (int j = first / strip * strip; j < last; j += strip) {
             int end = std::min(j + strip, m_rows);
             int y = spec.y + j, x = spec.x;
