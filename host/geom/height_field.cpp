@@ -7,7 +7,6 @@
 #include <cstring>
 
 #include "host/base/thread_pool.h"
-#include "host/geom/mesh_tools.h"
 
 namespace {
 
@@ -232,23 +231,6 @@ HeightTriangle HeightField::TriangleOf(size_t face) const {
         if (left < lower + upper) return {uint32_t(word * 64 + i), uint32_t(row), left >= lower};
         left -= lower + upper;
     }
-}
-
-Point3 HeightField::VertexNormal(size_t column, size_t row) const {
-    Point3 sum;
-    auto add = [&](size_t i, size_t j, bool upper, size_t corner) {
-        HeightTriangle t{uint32_t(i), uint32_t(j), upper};
-        if (!Exists(t)) return;
-        std::array<Point3, 3> p = Corners(t);
-        Point3 normal = Normalize(CrossProd(p[1] - p[0], p[2] - p[0]));
-        sum += WeightedCornerNormal(normal, p[corner], p[(corner + 1) % 3], p[(corner + 2) % 3]);
-    };
-    bool left = column > 0, right = column + 1 < m_columns;
-    if (row > 0 && left) add(column - 1, row - 1, false, 2), add(column - 1, row - 1, true, 0);
-    if (row > 0 && right) add(column, row - 1, true, 1);
-    if (row + 1 < m_rows && left) add(column - 1, row, false, 1);
-    if (row + 1 < m_rows && right) add(column, row, false, 0), add(column, row, true, 2);
-    return UnitOrUp(sum);
 }
 
 uint64_t HeightField::BytesOfMesh() const {

@@ -87,9 +87,9 @@ public:
     const Box2& MappingBounds() const { return m_mappingBounds; }
     // Box of all corners moved by m.
     Box3 BoundsMoved(const Matrix3& m) const;
-    // Unit normal at a sample, as VertexNormals (mesh_tools.h) gives it to the mesh, whose faces
-    // share one smoothing group. +z where no face is.
-    Point3 VertexNormal(size_t column, size_t row) const;
+    // Unit normals at the corners of an existing triangle: means over the faces there, weighted by
+    // their angles, as VertexNormals (mesh_tools.h) makes them; good to 1e-4.
+    std::array<Point3, 3> CornerNormals(const HeightTriangle& t) const;
     // The borders of the surface, as BorderOutline (mesh_adjacency.h) gives them.
     PolyShape Outline() const;
 

@@ -1,8 +1,8 @@
 // Rays through a height field.
 //
-// The ray's way over the plane is halved again and again, front to back, down to single cells;
-// where its heights there lie wholly above or below those of a block, the block is passed over at
-// once. In a cell the ray's height over the plane of each triangle is a linear function, whose sign
+// The ray's way over the plane is halved again and again, front to back, down to the blocks of the
+// pyramid; where its heights there lie wholly above or below those of a block, the block is passed
+// over at once. In the smallest blocks it goes from cell to cell. There its height over the plane of each triangle is a linear function, whose sign
 // is known at both ends of the piece. A hit is a change of sign, also between two pieces: so a ray
 // cannot slip through between neighbours, whatever rounding does. Arithmetic is in double
 // precision. (The pyramid is that of maximum mipmaps, Tevs, Ihrke and Seidel 2008; the rest is our
@@ -46,10 +46,10 @@ public:
         m_stack[m_count++] = root;
         while (m_count > 0) {
             Piece piece = m_stack[--m_count];
-            if (piece.bits >= HeightField::kBlockBits && PassesOver(piece)) continue;
-            if (piece.bits > 0)
+            if (PassesOver(piece)) continue;
+            if (piece.bits > HeightField::kBlockBits)
                 Split(piece);
-            else if (TraceCell(piece))
+            else if (TraceBlock(piece))
                 return true;
         }
         return false;
@@ -93,10 +93,11 @@ private:
             m_side = kUnknown;
             return true;
         }
-        double a = m_ray.At(2, piece.near), b = m_ray.At(2, piece.far);
-        Side side = std::min(a, b) > range.high  ? kAbove
-                    : std::max(a, b) < range.low ? kBelow
-                                                 : kUnknown;
+        return StaysBeside(piece.near, piece.far, range.low, range.high);
+    }
+    bool StaysBeside(double near, double far, double low, double high) {
+        double a = m_ray.At(2, near), b = m_ray.At(2, far);
+        Side side = std::min(a, b) > high ? kAbove : std::max(a, b) < low ? kBelow : kUnknown;
         if (side == kUnknown || (m_side != kUnknown && m_side != side)) return false;
         m_side = side;
         return true;
@@ -138,22 +139,77 @@ private:
         while (count > 0) m_stack[m_count++] = parts[--count];
     }
 
-    bool TraceCell(const Piece& piece) {
-        size_t i = piece.column, j = piece.row;
-        double x0 = m_field.X(i), y0 = m_field.Y(j);
-        double width = m_field.X(i + 1) - x0, height = m_field.Y(j + 1) - y0;
-        // Above 0 on the lower triangle's side of the diagonal.
-        double side0 = (m_ray.origin[0] - x0) * height - (m_ray.origin[1] - y0) * width;
-        double slope = m_ray.direction[0] * height - m_ray.direction[1] * width;
-        double crossing = -side0 / slope;
-        if (slope != 0 && crossing > piece.near && crossing < piece.far) {
-            bool upperFirst = slope > 0;
-            return TraceTriangle({piece.column, piece.row, upperFirst}, piece.near, crossing) ||
-                   TraceTriangle({piece.column, piece.row, !upperFirst}, crossing, piece.far);
+    // The ray's place along one axis of a block: its cell, and where it leaves that cell.
+    struct Step {
+        uint32_t cell;
+        double crossing;  // infinite where the cell is the last of the block on the ray's way
+    };
+    double CrossingOf(size_t axis, uint32_t line) const {
+        double at = axis == 0 ? m_field.X(line) : m_field.Y(line);
+        return (at - m_ray.origin[axis]) * m_inverse[axis];
+    }
+    // The cell in [first, last) at a distance: crossings decide, so that neighbours agree.
+    Step StepAt(size_t axis, double distance, uint32_t first, uint32_t last) const {
+        double low = axis == 0 ? m_field.X(first) : m_field.Y(first);
+        double high = axis == 0 ? m_field.X(last) : m_field.Y(last);
+        double part = (m_ray.At(int(axis), distance) - low) / (high - low);
+        uint32_t cell = first + uint32_t(std::clamp(part, 0.0, 0.999) * (last - first));
+        double d = m_ray.direction[axis];
+        auto isPast = [&](uint32_t line) {  // on the far side of a sample line
+            if (d == 0) return m_ray.origin[axis] >= (axis == 0 ? m_field.X(line) : m_field.Y(line));
+            return d > 0 ? CrossingOf(axis, line) <= distance : CrossingOf(axis, line) > distance;
+        };
+        while (cell > first && !isPast(cell)) --cell;
+        while (cell + 1 < last && isPast(cell + 1)) ++cell;
+        return Leave(axis, cell, first, last);
+    }
+    Step Leave(size_t axis, uint32_t cell, uint32_t first, uint32_t last) const {
+        double d = m_ray.direction[axis];
+        uint32_t line = d > 0 ? cell + 1 : cell;
+        bool leavesBlock = d == 0 || line == (d > 0 ? last : first);
+        return {cell, leavesBlock ? std::numeric_limits<double>::infinity()
+                                  : CrossingOf(axis, line)};
+    }
+
+    bool TraceBlock(const Piece& piece) {
+        uint32_t size = uint32_t{1} << piece.bits;
+        auto right = std::min(piece.column + size, uint32_t(m_field.NumColumns() - 1));
+        auto top = std::min(piece.row + size, uint32_t(m_field.NumRows() - 1));
+        Step x = StepAt(0, piece.near, piece.column, right);
+        Step y = StepAt(1, piece.near, piece.row, top);
+        for (double near = piece.near;;) {
+            double far = std::min({x.crossing, y.crossing, piece.far});
+            if (TraceCell(x.cell, y.cell, near, far)) return true;
+            if (far >= piece.far) return false;
+            bool crossesX = x.crossing == far, crossesY = y.crossing == far;
+            if (crossesX) x = Leave(0, Next(0, x.cell), piece.column, right);
+            if (crossesY) y = Leave(1, Next(1, y.cell), piece.row, top);
+            near = far;
         }
-        double far = std::isfinite(piece.far) ? piece.far : piece.near;
-        bool upper = side0 + slope * (piece.near + (far - piece.near) / 2) < 0;
-        return TraceTriangle({piece.column, piece.row, upper}, piece.near, piece.far);
+    }
+    uint32_t Next(size_t axis, uint32_t cell) const {
+        return m_ray.direction[axis] > 0 ? cell + 1 : cell - 1;
+    }
+
+    bool TraceCell(uint32_t i, uint32_t j, double near, double far) {
+        double a = m_field.Height(i, j), b = m_field.Height(i + 1, j);
+        double c = m_field.Height(i + 1, j + 1), d = m_field.Height(i, j + 1);
+        bool isWhole = !std::isnan(a + b + c + d);
+        if (isWhole && StaysBeside(near, far, std::min({a, b, c, d}), std::max({a, b, c, d})))
+            return false;
+        double x0 = m_field.X(i), y0 = m_field.Y(j);
+        double width = m_field.X(i + 1) - x0, depth = m_field.Y(j + 1) - y0;
+        // Above 0 on the lower triangle's side of the diagonal.
+        double side0 = (m_ray.origin[0] - x0) * depth - (m_ray.origin[1] - y0) * width;
+        double slope = m_ray.direction[0] * depth - m_ray.direction[1] * width;
+        double crossing = -side0 / slope;
+        if (slope != 0 && crossing > near && crossing < far) {
+            bool upperFirst = slope > 0;
+            return TraceTriangle({i, j, upperFirst}, near, crossing) ||
+                   TraceTriangle({i, j, !upperFirst}, crossing, far);
+        }
+        bool upper = side0 + slope * (near + (far - near) / 2) < 0;
+        return TraceTriangle({i, j, upper}, near, far);
     }
 
     bool TraceTriangle(const HeightTriangle& t, double near, double far) {
@@ -190,8 +246,8 @@ private:
         return m_accept(HeightRayHit{distance, t, std::max(0.0, across - along), along});
     }
 
-    // A square leaves at most two parts behind for each of its at most 31 halvings.
-    static constexpr size_t kStack = 64;
+    // A square leaves at most two parts behind for each of its at most 16 halvings.
+    static constexpr size_t kStack = 40;
 
     const HeightField& m_field;
     const HeightRay& m_ray;

@@ -85,6 +85,20 @@ struct CornersOfVertex {
     }
 };
 
+Point3 UnitOrUp(const Point3& n) {
+    Point3 unit = Normalize(n);
+    return unit == Point3{} || !IsFinite(unit) ? Point3{0, 0, 1} : unit;
+}
+
+// Unit normal of the corner's face times the face's angle at the corner.
+Point3 WeightedNormal(const Mesh& mesh, const std::vector<Point3>& faceNormals, uint32_t corner) {
+    const Triple& v = mesh.faces[corner / 3].v;
+    const Point3& p = mesh.verts[v[corner % 3]];
+    Point3 a = mesh.verts[v[(corner % 3 + 1) % 3]] - p;
+    Point3 b = mesh.verts[v[(corner % 3 + 2) % 3]] - p;
+    return faceNormals[corner / 3] * std::atan2(Length(CrossProd(a, b)), DotProd(a, b));
+}
+
 struct GroupSum {
     uint32_t smGroup;
     Point3 sum;
@@ -99,10 +113,7 @@ void SumByGroup(const Mesh& mesh, const std::vector<Point3>& faceNormals,
         auto sum = std::find_if(sums.begin(), sums.end(),
                                 [&](const GroupSum& s) { return s.smGroup == group; });
         if (sum == sums.end()) sum = sums.insert(sum, {group, {}});
-        const Triple& v = mesh.faces[c / 3].v;
-        sum->sum +=
-            WeightedCornerNormal(faceNormals[c / 3], mesh.verts[v[c % 3]],
-                                 mesh.verts[v[(c % 3 + 1) % 3]], mesh.verts[v[(c % 3 + 2) % 3]]);
+        sum->sum += WeightedNormal(mesh, faceNormals, c);
     }
 }
 
@@ -174,17 +185,6 @@ size_t DropNonFiniteVertices(Mesh& mesh) {
     for (Face& face : mesh.faces)
         for (uint32_t& v : face.v) v = newIndex[v];
     return dropped;
-}
-
-Point3 WeightedCornerNormal(const Point3& faceNormal, const Point3& p, const Point3& a,
-                            const Point3& b) {
-    Point3 toA = a - p, toB = b - p;
-    return faceNormal * std::atan2(Length(CrossProd(toA, toB)), DotProd(toA, toB));
-}
-
-Point3 UnitOrUp(const Point3& n) {
-    Point3 unit = Normalize(n);
-    return unit == Point3{} || !IsFinite(unit) ? Point3{0, 0, 1} : unit;
 }
 
 std::vector<Point3> VertexNormals(const Mesh& mesh) {

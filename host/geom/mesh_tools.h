@@ -23,12 +23,6 @@ size_t DropNonFiniteVertices(Mesh& mesh);
 // their angle there (Thuermer and Wuethrich 1998), so that it does not depend on the triangulation.
 // A corner without a direction (faces without area) gets +z.
 std::vector<Point3> VertexNormals(const Mesh& mesh);
-// What one face gives to the mean at its corner p, from which its sides lead to a and b: its unit
-// normal times its angle there.
-Point3 WeightedCornerNormal(const Point3& faceNormal, const Point3& p, const Point3& a,
-                            const Point3& b);
-// Such a mean brought to unit length, +z where it has no direction.
-Point3 UnitOrUp(const Point3& n);
 
 // Merges vertices whose coordinates have the same bits; the first of each place stays, in order.
 // Channels keep their own vertices. Returns how many vertices went.

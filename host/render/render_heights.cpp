@@ -54,10 +54,7 @@ Point3 RenderHeights::FaceNormal(const HeightTriangle& t) const {
 }
 
 Point3 RenderHeights::Normal(const HeightTriangle& t, float u, float v) const {
-    size_t i = t.column, j = t.row;
-    Point3 a = m_field.VertexNormal(i, j), c = m_field.VertexNormal(i + 1, j + 1);
-    Point3 middle = t.upper ? m_field.VertexNormal(i, j + 1) : m_field.VertexNormal(i + 1, j);
-    std::array<Point3, 3> corners = {t.upper ? c : a, middle, t.upper ? a : c};
+    std::array<Point3, 3> corners = m_field.CornerNormals(t);
     for (Point3& n : corners) n = NormalToWorld(n);
     return Normalize(Mean(corners, u, v));
 }

@@ -61,7 +61,6 @@ TEST(HeightField, AllHolesIsEmpty) {
     EXPECT_TRUE(field.Bounds().IsEmpty());
     EXPECT_TRUE(field.MakeMesh().verts.empty());
     EXPECT_TRUE(field.Outline().lines.empty());
-    EXPECT_EQ(field.VertexNormal(1, 1), (Point3{0, 0, 1}));
 }
 
 TEST(HeightField, FacesAreThoseOfTheMesh) {
@@ -95,14 +94,17 @@ TEST(HeightField, BoundsAreThoseOfTheMesh) {
     }
 }
 
+// The angles of the mean are good to 1e-5, and so is the rounding of steep sides. Mesh vertices of 1000 units are 6e-5 apart, which
+// turns a face 0.3 units long by 2e-4.
 TEST(HeightField, NormalsAreThoseOfTheMesh) {
     for (const HeightField& field : Fields()) {
         Mesh mesh = field.MakeMesh();
         std::vector<Point3> normals = VertexNormals(mesh);
+        float tolerance = field.Size().x > 100 || field.Size().y > 100 ? 5e-4f : 1e-4f;
         for (size_t f = 0; f < mesh.NumFaces(); ++f) {
-            HeightTriangle t = field.TriangleOf(f);
-            size_t first = 3 * f + (t.upper ? 2 : 0);  // the corner a
-            ASSERT_EQ(field.VertexNormal(t.column, t.row), normals[first]);
+            std::array<Point3, 3> corners = field.CornerNormals(field.TriangleOf(f));
+            for (size_t k = 0; k < 3; ++k)
+                ASSERT_NEAR(Length(corners[k] - normals[3 * f + k]), 0, tolerance);
         }
     }
 }
