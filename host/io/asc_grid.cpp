@@ -1,7 +1,7 @@
 // ESRI ASCII grids: a header of names and numbers, then the values, top row first.
 //
 // Names may have any case and stand in any order; `cellsize`, or `dx` and `dy`; the lower left
-// corner by its cell's corner or its middle. A file beside it that ends in .prj tells whether cells
+// corner by its cell's corner or its middle; -9999 stands for no data where nothing is named. A file beside it that ends in .prj tells whether cells
 // are degrees and what unit lengths have.
 #include <algorithm>
 #include <cctype>
@@ -143,7 +143,7 @@ private:
         if (values > m_map.Bytes().size() / 2 + 1)
             return Fail(fmt::format("the header claims {} x {} values, the file has {} bytes only",
                                     m_columns, m_rows, m_map.Bytes().size()));
-        m_noData = float(Header("nodata_value").value_or(NAN));
+        m_noData = float(Header("nodata_value").value_or(kUsualNoData));
         return true;
     }
 
@@ -172,16 +172,18 @@ private:
         }
         std::string lower = Lower(text);
         double x = Corner("xllcorner", "xllcenter"), y = Corner("yllcorner", "yllcenter");
-        bool isGeographic =
-            lower.starts_with("geog") ||
-            (lower.starts_with("projection") && lower.find("geographic") != std::string::npos);
+        bool onGlobe = text.empty() && LiesOnGlobe(x, y);
+        bool isGeographic = lower.starts_with("geog") ||
+                            (lower.starts_with("projection") &&
+                             lower.find("geographic") != std::string::npos) ||
+                            (onGlobe && m_scale.cellX < kLargestDegrees);
         if (isGeographic) {
             double middle = y + m_rows * m_scale.cellY / 2;
             ScaleDegrees(m_scale.cellX, m_scale.cellY, middle, &m_scale);
         } else if (lower.starts_with("proj")) {
             double unit = LinearUnit(lower);
             m_scale.cellX *= unit, m_scale.cellY *= unit;
-        } else if (text.empty() && LooksLikeDegrees(x, y)) {
+        } else if (onGlobe && m_scale.cellX < 1) {
             m_scale.warnings.push_back(fmt::format(
                 "the cell size of {:g} may be in degrees, it is taken as metres; give \"size\", or "
                 "put the grid's .prj file beside it",
@@ -192,10 +194,11 @@ private:
     double Corner(const char* corner, const char* center) const {
         return Header(corner).value_or(Header(center).value_or(0));
     }
-    bool LooksLikeDegrees(double x, double y) const {
-        bool onGlobe = std::abs(x) <= 180 && x + m_columns * m_scale.cellX <= 360.5 &&
-                       std::abs(y) <= 90 && y + m_rows * m_scale.cellY <= 90.5;
-        return onGlobe && (x != 0 || y != 0) && m_scale.cellX < 1;
+    // Whether the corner and the extent would do as degrees.
+    bool LiesOnGlobe(double x, double y) const {
+        bool fits = std::abs(x) <= 180 && x + m_columns * m_scale.cellX <= 360.5 &&
+                    std::abs(y) <= 90 && y + m_rows * m_scale.cellY <= 90.5;
+        return fits && (x != 0 || y != 0);
     }
     // The last unit of a projected system is that of its lengths; 1 without one.
     static double LinearUnit(const std::string& projection) {
@@ -207,6 +210,10 @@ private:
     }
 
     static constexpr int kMaxSide = 65536;
+    static constexpr double kUsualNoData = -9999;
+    // A grid on the globe with smaller cells and no word of its unit has degrees: nobody surveys
+    // land in centimetres, and all common elevation models in degrees have smaller cells.
+    static constexpr double kLargestDegrees = 0.01;
 
     std::string m_file, m_error;
     MappedFile m_map;

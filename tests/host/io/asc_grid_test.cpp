@@ -1,10 +1,13 @@
 #include <cmath>
 
-#include <gtest/gtest.h>
+#include <fmt/format.h>
+#include <gmock/gmock.h>
 
 #include "host/io/height_source.h"
 #include "tests/comma_locale.h"
 #include "tests/temp_folder.h"
+
+using testing::HasSubstr;
 
 namespace {
 
@@ -70,6 +73,10 @@ TEST_F(AscGrid, MissingDataBecomesNaN) {
     ASSERT_EQ(values.size(), 6u);
     for (size_t i : {1, 3, 4, 5}) EXPECT_TRUE(std::isnan(values[i])) << i;
     EXPECT_EQ(values[2], 3);
+    // -9999 is missing too where the header names no value.
+    values = Read("ncols 3\nnrows 2\ncellsize 1\n1 2 -9999 4 5 6");
+    ASSERT_EQ(values.size(), 6u);
+    EXPECT_TRUE(std::isnan(values[2]));
 }
 
 TEST_F(AscGrid, DecimalPointsWhateverTheLocale) {
@@ -114,8 +121,15 @@ TEST_F(AscGrid, ProjectionFilesTellTheUnit) {
     Read(grid);
     EXPECT_DOUBLE_EQ(m_scale.cellX, 0.3048);
     std::filesystem::remove(m_folder.File("a.prj"));
-    Read("ncols 3\nnrows 2\nxllcorner 8\nyllcorner 44\ncellsize 0.001\n1 2 3 4 5.5 -6\n");
-    EXPECT_EQ(m_scale.cellX, 0.001);
-    ASSERT_EQ(m_scale.warnings.size(), 1u);
-    EXPECT_NE(m_scale.warnings[0].find("may be in degrees"), std::string::npos);
+    auto readCells = [&](double cell) {
+        Read(fmt::format("ncols 3\nnrows 2\nxllcorner 8\nyllcorner 45\ncellsize {}\n"
+                         "1 2 3 4 5.5 -6\n",
+                         cell));
+        return m_scale.warnings.size() == 1 ? m_scale.warnings[0] : "no warning";
+    };
+    // Three seconds of arc can be nothing else, half a unit can.
+    EXPECT_THAT(readCells(0.0008333), HasSubstr("0.0008333 x 0.0008333 degrees, taken as 65.7"));
+    EXPECT_NEAR(m_scale.cellX, 0.0008333 * 78847, 0.01);
+    EXPECT_THAT(readCells(0.5), HasSubstr("may be in degrees"));
+    EXPECT_EQ(m_scale.cellX, 0.5);
 }
