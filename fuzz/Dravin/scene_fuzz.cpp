@@ -31,8 +31,8 @@ private:
     std::shared_ptr<ISceneLoaders> m_real = MakeSceneLoaders();
     MeshPtr m_triangle =
         std::make_shared<Mesh>(Mesh{{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {{{0, 1, 2}}}});
-    std::shared_ptr<const HeightField> m_heights = std::make_shared<const HeightField>(
-        2, 2, Point2{1, 1}, std::vector<float>{0, 0, 0, 1});
+    std::shared_ptr<const HeightField> m_heights =
+        std::make_shared<const HeightField>(2, 2, Point2{1, 1}, std::vector<float>{0, 0, 0, 1});
 };
 
 const SceneFormats& Formats() {

@@ -122,9 +122,10 @@ TEST_F(AscGrid, ProjectionFilesTellTheUnit) {
     EXPECT_DOUBLE_EQ(m_scale.cellX, 0.3048);
     std::filesystem::remove(m_folder.File("a.prj"));
     auto readCells = [&](double cell) {
-        Read(fmt::format("ncols 3\nnrows 2\nxllcorner 8\nyllcorner 45\ncellsize {}\n"
-                         "1 2 3 4 5.5 -6\n",
-                         cell));
+        Read(
+            fmt::format("ncols 3\nnrows 2\nxllcorner 8\nyllcorner 45\ncellsize {}\n"
+                        "1 2 3 4 5.5 -6\n",
+                        cell));
         return m_scale.warnings.size() == 1 ? m_scale.warnings[0] : "no warning";
     };
     // Three seconds of arc can be nothing else, half a unit can.
