@@ -79,6 +79,11 @@ TPreparedCamera PrepareCamera(const TParameters& p, const TCameraScene& scene, I
 
     // Another object than a camera lends its place only; it has no view to clip to.
     auto* camera = dynamic_cast<CameraObject*>(p.camera->GetObjectRef());
+    if (!camera)
+        LogWarning(
+            fmt::format("\"{}\" in \"camera\" is no camera: it lends its place, but no view "
+                        "to clip to",
+                        p.camera->GetName()));
     if (camera) *valid &= camera->ObjectValidity(scene.time);
     float fov = camera ? UsableFov(*p.camera, camera->fovDegrees) : 0;
     SetView(p, scene, p.camera->GetNodeTM(scene.time), fov, state);

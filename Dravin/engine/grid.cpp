@@ -43,7 +43,7 @@ TGridResult MakeGrid(const TGridSettings& s, const TGridArea& area, const Box3& 
     double nx = std::round(std::ceil(x1 - x0) / g.dx), ny = std::round(std::ceil(y1 - y0) / g.dy);
     double limit = s.maxCells >= 1 ? double(s.maxCells) : std::numeric_limits<double>::infinity();
     if (nx > limit || ny > limit || nx * ny > limit) return TGridResult::kTooDense;
-    if (!(nx * ny < kMostCells)) return TGridResult::kEmpty;
+    if (!(nx * ny < kMostCells)) return TGridResult::kTooDense;
     g.cells = int64_t(nx) * int64_t(ny);
 
     // Cells so far from the map's origin that their numbers are no longer exact make no grid.

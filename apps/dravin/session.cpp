@@ -21,11 +21,22 @@ std::vector<SceneDravin> AllObjects(const Scene& scene) {
     return objects;
 }
 
+// `"a", "b" and 3 more`, or "none".
+std::string Listed(const std::vector<std::string>& names) {
+    constexpr size_t kMost = 10;
+    if (names.empty()) return "none";
+    std::string text;
+    for (size_t i = 0; i < std::min(names.size(), kMost); ++i)
+        text += fmt::format("{}\"{}\"", i ? ", " : "", names[i]);
+    return names.size() > kMost ? fmt::format("{} and {} more", text, names.size() - kMost) : text;
+}
+
 }  // namespace
 
 Session::Session() : m_formats(MakeSceneLoaders()) { RegisterDravinNodes(m_formats); }
 
 ExitCode Session::Open(const std::string& path) {
+    if (!HasMainFolder()) PrintWarning(NoMainFolder());
     m_host.notifications.Broadcast(HostNotify::kFilePreOpen);
     SceneReadResult result = ReadSceneDescription(path, m_formats);
     for (const std::string& warning : result.warnings) PrintWarning(warning);
@@ -79,7 +90,11 @@ std::optional<std::vector<SceneDravin>> Session::FindObjects(const std::string& 
         names.push_back(dravin.node->GetName());
         if (names.back() == name) return std::vector<SceneDravin>{dravin};
     }
-    PrintError(fmt::format("--object: the scene has no scatter object \"{}\"{}", name,
-                           DidYouMean(name, names)));
+    PrintError(fmt::format("--object: the scene has no scatter object \"{}\"{}; it has {}", name,
+                           DidYouMean(name, names), Listed(names)));
     return std::nullopt;
+}
+
+void BuildWithProgress(const SceneDravin& dravin, TimeValue time, const TBuildFlags& flags) {
+    dravin.object->Build().BuildMesh(time, flags);
 }

@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 
 #include "host/base/atomic_file.h"
+#include "host/base/memory_file.h"
 #include "host/io/image_input.h"
 
 namespace {
@@ -134,10 +135,11 @@ bool WriteBitmap(const std::string& file, const Bitmap& image, std::string* erro
         return false;
     }
     AtomicFile target;
+    MemoryFile memory;
     if (!target.Open(file, error)) return false;
     OIIO::TypeDesc type = TypeInMemory(image);
     bool ok =
-        output->open(target.TemporaryPath(), WriteSpec(*output, image, fullFloat)) &&
+        output->open(memory.Path(), WriteSpec(*output, image, fullFloat)) &&
         std::visit([&](auto& v) { return output->write_image(type, v.data()); }, image.Values());
     ok = output->close() && ok;
     if (!ok) {
@@ -145,7 +147,7 @@ bool WriteBitmap(const std::string& file, const Bitmap& image, std::string* erro
             fmt::format("{}: cannot write the image: {}", file, ImageReason(output->geterror()));
         return false;
     }
-    return target.Commit(error);
+    return memory.CopyTo(target, error) && target.Commit(error);
 }
 
 std::shared_ptr<BitmapTex> MakeBitmapTex(const std::string& file) {

@@ -1,3 +1,5 @@
+#include <cmath>
+
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -42,7 +44,7 @@ MapChannel ReadChannel(const DescriptionValue& value) {
 
 // One number a face, where the key is there at all.
 template <class Set>
-void ReadFaceNumbers(DescriptionObject& keys, const char* key, Mesh& mesh, int max,
+void ReadFaceNumbers(DescriptionObject& keys, const char* key, Mesh& mesh, uint32_t max,
                      const Set& set) {
     auto value = keys.Find(key);
     if (!value) return;
@@ -51,10 +53,10 @@ void ReadFaceNumbers(DescriptionObject& keys, const char* key, Mesh& mesh, int m
         value->Fail(fmt::format("expected one number a face ({}), found {}", mesh.faces.size(),
                                 numbers.size()));
     for (size_t i = 0; i < numbers.size() && !value->Document().Failed(); ++i) {
-        int number = numbers[i].AsInt();
-        if (number < 0 || number > max)
-            numbers[i].Fail(fmt::format("expected a whole number in 0..{}", max));
-        set(mesh.faces[i], number);
+        double number = numbers[i].AsDouble();
+        bool fits = number >= 0 && number <= double(max) && number == std::floor(number);
+        if (!fits) numbers[i].Fail(fmt::format("expected a whole number in 0..{}", max));
+        if (fits) set(mesh.faces[i], uint32_t(number));
     }
 }
 
@@ -77,11 +79,11 @@ std::shared_ptr<Mesh> ReadInlineMesh(DescriptionObject& keys) {
     for (const DescriptionValue& value : keys.Array("faces"))
         mesh->faces.emplace_back().v = ReadTriple(value);
     ReadFaceNumbers(keys, "material_ids", *mesh, 65535,
-                    [](Face& face, int id) { face.matID = uint16_t(id); });
-    ReadFaceNumbers(keys, "smoothing", *mesh, 2147483647,
-                    [](Face& face, int bits) { face.smGroup = uint32_t(bits); });
+                    [](Face& face, uint32_t id) { face.matID = uint16_t(id); });
+    ReadFaceNumbers(keys, "smoothing", *mesh, ~uint32_t{0},
+                    [](Face& face, uint32_t bits) { face.smGroup = bits; });
     ReadFaceNumbers(keys, "edge_flags", *mesh, 15,
-                    [](Face& face, int flags) { face.flags = uint8_t(flags); });
+                    [](Face& face, uint32_t flags) { face.flags = uint8_t(flags); });
     ReadChannels(keys, *mesh);
     if (auto normals = keys.Find("normals")) mesh->normals = ReadChannel(*normals);
     if (keys.Value().Document().Failed()) return nullptr;

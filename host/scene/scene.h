@@ -49,6 +49,11 @@ public:
     int ticksPerFrame = 160;
     SceneRenderSettings render;
     Reference<INode> renderCamera{this};
+    // The undo records of a scene go with it.
+    std::shared_ptr<void> KeepForUndo() override {
+        m_recorded = true;
+        return {std::shared_ptr<void>(), this};
+    }
     std::optional<ViewState> view;
     std::string path;  // file that the scene came from, empty for none
 

@@ -456,3 +456,66 @@ TEST(DistMapFile, IsLookedForBesideTheSceneAndInTheLibrary) {
 }
 
 }  // namespace
+
+TEST_F(ScatterFixture, UndoAcrossTheSweepOfARepeatedSurface) {
+    auto second = AddMesh("second", MakePlane(4, 4, 1));
+    IParamBlock2& surfaces = object->Block(kSurfaceParams);
+    surfaces.Append(surfaceParams::kSurflist, Target(second));
+    surfaces.Append(surfaceParams::kSurflist, Target(box));
+    host.hold.Begin();
+    surfaces.SetValue(surfaceParams::kSurflist, 0, Target(plane), 2);  // there already: swept
+    host.hold.Accept("Pick");
+    EXPECT_EQ(surfaces.Count(surfaceParams::kSurflist), 2);
+    ASSERT_TRUE(host.hold.Undo());
+    ASSERT_EQ(surfaces.Count(surfaceParams::kSurflist), 3);
+    EXPECT_EQ(surfaces.GetNode(surfaceParams::kSurflist, 0, 2), box.get());
+    ASSERT_TRUE(host.hold.Redo());
+    EXPECT_EQ(surfaces.Count(surfaceParams::kSurflist), 2);
+    ASSERT_TRUE(host.hold.Undo());
+    EXPECT_EQ(surfaces.GetNode(surfaceParams::kSurflist, 0, 2), box.get());
+}
+
+TEST_F(ScatterFixture, UndoingASwitchOfTheModeBringsHandEditedItemsBack) {
+    Set(kEditionParams, editionParams::kMode, 1);
+    object->storedItems.resize(3);
+    object->storedItems[1].userId = 42;
+    host.hold.Begin();
+    Set(kEditionParams, editionParams::kMode, 0);
+    host.hold.Accept("Generate");
+    EXPECT_TRUE(object->storedItems.empty());
+    ASSERT_TRUE(host.hold.Undo());
+    ASSERT_EQ(object->storedItems.size(), 3u);
+    EXPECT_EQ(object->storedItems[1].userId, 42);
+    EXPECT_EQ(object->Block(kEditionParams).GetInt(editionParams::kMode), 1);
+    ASSERT_TRUE(host.hold.Redo());
+    EXPECT_TRUE(object->storedItems.empty());
+}
+
+TEST_F(ScatterFixture, ACameraThatIsNoneIsReported) {
+    Set(kCamParams, camParams::kCamera, Target(box));
+    object->Build().BuildMesh(0, {});
+    EXPECT_NE(std::find_if(log.begin(), log.end(),
+                           [](const std::string& line) {
+                               return line.find("\"box\" in \"camera\" is no camera") != line.npos;
+                           }),
+              log.end());
+}
+
+TEST_F(ScatterFixture, ResetGivesLostCurvesBackAndDropsTheLegacySurface) {
+    Set(kSurfaceParams, surfaceParams::kReserved2, Target(plane));
+    object->SetReference(kSlotAreaDensityCurve, nullptr);
+    object->CurveSet(kSlotCamScaleCurve)->SetPoints(0, {{0, 1}, {1, 2}});
+    TDravin fresh;
+    host.hold.Begin();
+    for (int id = 0; id < kNumDravinBlocks; ++id) object->Block(DravinBlockId(id)).ResetAll();
+    host.hold.Accept("Reset");
+    EXPECT_EQ(object->Block(kSurfaceParams).GetNode(surfaceParams::kReserved2), nullptr);
+    for (DravinSlot slot : {kSlotAreaDensityCurve, kSlotCamScaleCurve}) {
+        ASSERT_NE(object->CurveSet(slot), nullptr);
+        EXPECT_EQ(object->CurveSet(slot)->Points(0), fresh.CurveSet(slot)->Points(0));
+    }
+    host.hold.Undo();
+    EXPECT_EQ(object->Block(kSurfaceParams).GetNode(surfaceParams::kReserved2), plane.get());
+    EXPECT_EQ(object->CurveSet(kSlotAreaDensityCurve), nullptr);
+    EXPECT_EQ(object->CurveSet(kSlotCamScaleCurve)->Points(0)[1].py, 2);
+}

@@ -387,3 +387,15 @@ TEST(DravinDescription, AreasThatDoNothingGetAWarning) {
                             HasSubstr("/nodes/3/areas/1: an area of type \"spline\" does nothing"),
                             HasSubstr("/nodes/3/areas/4: \"polygons\" count in areas of type")));
 }
+
+TEST(DravinDescription, ACurveThatParamsTookAwayIsMadeAnew) {
+    SceneReadResult result = ParseDravin(R"("params": {"spdenscurve": null},
+        "curves": {"spdenscurve": [20, 80]})");
+    ASSERT_TRUE(result) << result.error;
+    ASSERT_NE(ObjectOf(result).CurveSet(kSlotAreaDensityCurve), nullptr);
+    EXPECT_EQ(ObjectOf(result).CurveSet(kSlotAreaDensityCurve)->Points(0)[1].py, 80);
+    result = ParseDravin(R"("params": {"spdenscurve": null})");
+    ASSERT_TRUE(result) << result.error;
+    EXPECT_EQ(ObjectOf(result).CurveSet(kSlotAreaDensityCurve), nullptr);
+    RoundTrip(result);
+}
