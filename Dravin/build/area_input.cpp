@@ -89,7 +89,7 @@ TAreaSettings ReadSettings(const ListRow& row, const TAreaScene& scene) {
 
 // A surface's outline; a closed one has none and gives the rectangle of its bounds.
 PolyShape SurfaceOutline(const TSurfaceInput& surface) {
-    PolyShape shape = BorderOutline(surface.array->GetMesh());
+    PolyShape shape = surface.array->Outline();
     if (shape.lines.empty()) {
         Box2 b = surface.array->GridBounds();
         if (b.IsEmpty()) return {};
@@ -139,15 +139,19 @@ private:
         if (!object) return {};
         *m_valid &= object->ObjectValidity(m_scene.time);
         auto* spline = dynamic_cast<ShapeObject*>(object);
-        std::shared_ptr<const Mesh> mesh = spline ? nullptr : object->GetRenderMesh(m_scene.time);
+        auto heights = object->GetHeightField(m_scene.time);
+        std::shared_ptr<const Mesh> mesh;
+        if (!spline && !heights) mesh = object->GetRenderMesh(m_scene.time);
         TAreaSource source;
         source.place = node.GetObjectTM(m_scene.time) * m_scene.worldToObject;
         if (spline) source.curves = spline->shape;
         if (mesh) source.placed = {{mesh, {}}};
+        if (heights) source.placed = {{heights, {}}};
         auto make = [&] {
             TAreaOutline outline;
             if (spline) outline.shape = spline->GetPolyShape(m_scene.time);
             if (mesh) outline.shape = BorderOutline(*mesh);
+            if (heights) outline.shape = heights->Outline();
             outline.shape.Transform(source.place);
             return outline;
         };

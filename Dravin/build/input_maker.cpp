@@ -38,10 +38,7 @@ Box3 BoundsInObject(const TSurfXYArray& array, const Matrix3& m) {
     bool turned = m.row[0].y != 0 || m.row[0].z != 0 || m.row[1].x != 0 || m.row[1].z != 0 ||
                   m.row[2].x != 0 || m.row[2].y != 0;
     if (!turned) return m.BoxTransform(array.Bounds());
-    Box3 box;
-    for (const Point3& p : array.GetMesh().verts)
-        if (IsFinite(p)) box += p * m;
-    return box;
+    return array.BoundsMoved(m);
 }
 
 }  // namespace

@@ -189,10 +189,11 @@ TBuildResult DistributeReferences(const TBuildInput& input, const TGeometryChoic
 }
 
 // Frame of a face: its normal, and the direction to the corner farthest from its centre.
-Matrix3 FaceFrame(const Point3 corners[3], const Point3& center, const Matrix3& toObject) {
-    int farthest = 0;
+Matrix3 FaceFrame(const std::array<Point3, 3>& corners, const Point3& center,
+                  const Matrix3& toObject) {
+    size_t farthest = 0;
     float best = LengthSquared(corners[0] - center);
-    for (int i = 1; i < 3; ++i)
+    for (size_t i = 1; i < 3; ++i)
         if (float d = LengthSquared(corners[i] - center); d > best) best = d, farthest = i;
     Point3 normal = Normalize(CrossProd(corners[1] - corners[0], corners[2] - corners[0]));
     return MakeFrame(toObject.VectorTransform(Normalize(corners[farthest] - center)),
@@ -205,28 +206,25 @@ TBuildResult DistributeFaces(const TBuildInput& input, const TGeometryChoice& ge
     if (reference.meshes.empty())
         return reference.hasNodes ? TBuildResult::kOk : TBuildResult::kTooManyItems;
     size_t total = 0;
-    for (const TReferenceMesh& m : reference.meshes) total += m.mesh->NumFaces();
+    for (const TReferenceMesh& m : reference.meshes) total += m.NumFaces();
     statistics.decimation = PointDecimation(input, total);
     size_t offset = 0;
     for (const TReferenceMesh& m : reference.meshes) {
-        DistributeList(input, geometry, m.mesh->NumFaces(), items, statistics,
+        DistributeList(input, geometry, m.NumFaces(), items, statistics,
                        [&](PointTask& task, size_t i) {
-                           Point3 corners[3];
-                           for (int k = 0; k < 3; ++k) {
-                               uint32_t vertex = m.mesh->faces[i].v[size_t(k)];
-                               if (vertex >= m.mesh->verts.size()) return;
-                               corners[k] = m.mesh->verts[vertex];
-                           }
-                           Point3 center = (corners[0] + corners[1] + corners[2]) / 3;
+                           auto corners = m.Corners(i);
+                           if (!corners) return;
+                           const auto& [a, b, c] = *corners;
+                           Point3 center = (a + b + c) / 3;
                            Point p;
                            p.point = center * m.toObject;
                            if (reference.getRotation)
-                               p.sourceTransform = FaceFrame(corners, center, m.toObject);
+                               p.sourceTransform = FaceFrame(*corners, center, m.toObject);
                            p.ordinal = uint32_t(i + offset);
                            p.sourceIndex = int32_t(i);
                            task.Process(p);
                        });
-        offset += m.mesh->NumFaces();
+        offset += m.NumFaces();
     }
     return TBuildResult::kOk;
 }
@@ -358,6 +356,17 @@ TBuildResult DistributeParticles(const TBuildInput& input, const TGeometryChoice
 }
 
 }  // namespace
+
+std::optional<std::array<Point3, 3>> TReferenceMesh::Corners(size_t face) const {
+    if (heights) return heights->Corners(heights->TriangleOf(face));
+    std::array<Point3, 3> corners;
+    for (size_t k = 0; k < 3; ++k) {
+        uint32_t vertex = mesh->faces[face].v[k];
+        if (vertex >= mesh->verts.size()) return std::nullopt;
+        corners[k] = mesh->verts[vertex];
+    }
+    return corners;
+}
 
 int32_t EventNumber(const std::string& nodeName) {
     size_t arrow = nodeName.find("->");

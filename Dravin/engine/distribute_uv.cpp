@@ -185,7 +185,7 @@ private:
         item.normal = m_pipeline.NormalOver(item.surfaceNormal);
         for (int map = 0; map < kNumItemMaps; ++map)
             if (int channel = m_input.channels.channel[map]; channel >= 0)
-                item.mapUvws[map] = Coordinates(channel, hit);
+                item.mapUvws[map] = m_uv.surface.uv->Uvw(channel, hit);
         Point3 du = m.VectorTransform(hit.dPdu), dv = m.VectorTransform(hit.dPdv);
         const TUvSettings& settings = m_input.uv;
         item.sourceTransform = settings.align ? MakeFrame(du, item.normal) : Matrix3{};
@@ -194,14 +194,6 @@ private:
             item.externalScale.x = Length(du) / m_uv.perUnit * settings.multiplierU;
         if (settings.scaleV)
             item.externalScale.y = Length(dv) / m_uv.perUnit * settings.multiplierV;
-    }
-
-    Point3 Coordinates(int channel, const TUvHit& hit) const {
-        const MapChannel* map = m_uv.surface.uv->GetMesh().Map(channel);
-        if (!map) return {};
-        const Triple& t = map->faces[size_t(hit.face)];
-        const Point3& b = hit.barycentric;
-        return map->verts[t[0]] * b.x + map->verts[t[1]] * b.y + map->verts[t[2]] * b.z;
     }
 
     bool ObeysRules() {

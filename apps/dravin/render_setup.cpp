@@ -48,8 +48,7 @@ RenderCamera CameraAround(const Box3& box, double aspect) {
 
 Box3 SceneBounds(const RenderScene& scene) {
     Box3 box;
-    for (const RenderNode& node : scene.nodes)
-        box += node.transform.BoxTransform(node.mesh->BoundingBox());
+    for (const RenderNode& node : scene.nodes) box += node.Bounds();
     for (const IInstanceSource* source : scene.sources) {
         std::vector<Box3> boxes;
         for (size_t p = 0; p < source->NumPrototypes(); ++p)
@@ -90,10 +89,17 @@ void AddMeshes(Scene& scene, TimeValue t, RenderSetup& setup) {
         Object* object = node->GetObjectRef();
         if (!object || !IsShown(*node) || IsTemplateNode(*node)) continue;
         if (!object->IsGeomObject() || dynamic_cast<TDravin*>(object)) continue;
-        std::shared_ptr<const Mesh> mesh = object->GetRenderMesh(t);
-        if (!mesh || mesh->faces.empty()) continue;
-        setup.scene.nodes.push_back({mesh.get(), node->GetShownMtl(), node->GetObjectTM(t)});
-        setup.meshes.push_back(std::move(mesh));
+        RenderNode shown{nullptr, node->GetShownMtl(), node->GetObjectTM(t), nullptr};
+        if (auto heights = object->GetHeightField(t)) {
+            shown.heights = heights.get();
+            setup.heights.push_back(std::move(heights));
+        } else if (auto mesh = object->GetRenderMesh(t); mesh && !mesh->faces.empty()) {
+            shown.mesh = mesh.get();
+            setup.meshes.push_back(std::move(mesh));
+        } else {
+            continue;
+        }
+        setup.scene.nodes.push_back(shown);
     }
 }
 

@@ -15,6 +15,7 @@ struct RenderSetup {
     RenderSettings settings;
     // What the scene borrows.
     std::vector<std::shared_ptr<const Mesh>> meshes;
+    std::vector<std::shared_ptr<const HeightField>> heights;
     std::vector<std::unique_ptr<IInstanceSource>> sources;
 };
 

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <bit>
-#include <cassert>
 #include <cmath>
+#include <span>
 
 #include <fmt/format.h>
 
@@ -276,31 +276,4 @@ void AppendMesh(Mesh& target, const Mesh& source) {
         for (uint32_t& v : face.v) v += first;
         target.faces.push_back(face);
     }
-}
-
-Mesh MakeHeightFieldMesh(std::span<const float> values, size_t nx, size_t ny, float sizeX,
-                         float sizeY, float height) {
-    assert(nx >= 2 && ny >= 2 && values.size() == nx * ny);
-    Mesh mesh;
-    MapChannel& map = mesh.MakeMap(1);
-    mesh.verts.reserve(nx * ny);
-    map.verts.reserve(nx * ny);
-    for (size_t j = 0; j < ny; ++j)
-        for (size_t i = 0; i < nx; ++i) {
-            float u = float(i) / float(nx - 1), v = float(j) / float(ny - 1);
-            mesh.verts.push_back(
-                {sizeX * (u - 0.5f), sizeY * (v - 0.5f), values[j * nx + i] * height});
-            map.verts.push_back({u, v, 0});
-        }
-    mesh.faces.reserve(2 * (nx - 1) * (ny - 1));
-    constexpr uint8_t kNoDiagonal = Face::kEdge0 | Face::kEdge1;
-    for (size_t j = 0; j + 1 < ny; ++j)
-        for (size_t i = 0; i + 1 < nx; ++i) {
-            auto a = uint32_t(j * nx + i), row = uint32_t(nx);
-            mesh.faces.push_back({{a, a + 1, a + 1 + row}, 1, 0, kNoDiagonal});
-            mesh.faces.push_back({{a + 1 + row, a + row, a}, 1, 0, kNoDiagonal});
-        }
-    map.faces.reserve(mesh.faces.size());
-    for (const Face& face : mesh.faces) map.faces.push_back(face.v);
-    return mesh;
 }

@@ -5,7 +5,6 @@
 #pragma once
 
 #include <optional>
-#include <span>
 #include <string>
 
 #include "host/geom/mesh.h"
@@ -40,9 +39,3 @@ Mesh TransformedMesh(const Mesh& mesh, const Matrix3& m);
 // Adds a copy of `source`. A channel that one of the two lacks is filled with zero coordinates
 // there; normals survive only when both have them or the target is empty.
 void AppendMesh(Mesh& target, const Mesh& source);
-
-// Terrain over [-sizeX / 2, sizeX / 2] x [-sizeY / 2, sizeY / 2]: nx x ny vertices with z = value *
-// height, mapping channel 1 over [0, 1] x [0, 1]. values: nx * ny numbers, row by row from the
-// lowest y; nx and ny at least 2.
-Mesh MakeHeightFieldMesh(std::span<const float> values, size_t nx, size_t ny, float sizeX,
-                         float sizeY, float height);

@@ -214,60 +214,10 @@ private:
     Has m_has;
 };
 
-class HeightfieldDescription : public INodeDescription {
-public:
-    std::shared_ptr<Object> Read(DescriptionObject& keys,
-                                 DescriptionContext& context) const override {
-        HeightfieldOrigin origin;
-        DescriptionValue file = keys.Require("file");
-        if (auto size = keys.Find("size")) {
-            Point2 xy = size->AsPoint2();
-            origin.sizeX = xy.x, origin.sizeY = xy.y;
-        }
-        origin.height = keys.Float("height", origin.height);
-        if (auto samples = keys.Find("samples")) ReadSamples(*samples, origin);
-        if (keys.Value().Document().Failed()) return nullptr;
-        origin.file = context.FileOf(file);
-        if (origin.file.empty()) return nullptr;
-        std::string error;
-        auto mesh = context.formats.Loaders().LoadHeightfield(origin.file, origin, &error);
-        return MeshObject(keys, mesh, origin, error);
-    }
-
-    bool Write(const Object& object, Json& keys, const DescriptionWriter& writer) const override {
-        auto* tri = dynamic_cast<const TriObject*>(&object);
-        auto* origin = tri ? std::get_if<HeightfieldOrigin>(&tri->origin) : nullptr;
-        if (!origin) return false;
-        keys["file"] = writer.FileName(origin->file);
-        keys["size"] = {DescriptionWriter::Number(origin->sizeX),
-                        DescriptionWriter::Number(origin->sizeY)};
-        keys["height"] = DescriptionWriter::Number(origin->height);
-        if (origin->samplesX > 0) keys["samples"] = {origin->samplesX, origin->samplesY};
-        return true;
-    }
-
-private:
-    static constexpr int kMaxSamples = 16384;
-
-    static void ReadSamples(const DescriptionValue& value, HeightfieldOrigin& origin) {
-        std::vector<DescriptionValue> counts = value.AsArray(2);
-        if (counts.size() != 2) return;
-        origin.samplesX = counts[0].AsInt(), origin.samplesY = counts[1].AsInt();
-        for (const DescriptionValue& count : counts) {
-            if (count.AsInt() < 2) count.Fail("expected a whole number, 2 or above");
-            if (count.AsInt() > kMaxSamples)
-                count.Fail(fmt::format("{} samples are more than the limit of {}", count.AsInt(),
-                                       kMaxSamples),
-                           DescriptionErrorClass::kLimit);
-        }
-    }
-};
-
 }  // namespace
 
 void RegisterMeshTypes(SceneFormats& formats) {
     formats.RegisterNode("mesh", std::make_unique<MeshDescription>());
-    formats.RegisterNode("heightfield", std::make_unique<HeightfieldDescription>());
     const std::pair<const char*, PrimitiveDescription::Has> kinds[] = {
         {"plane", {true, true, false, false}},
         {"box", {true, true, true, false}},

@@ -18,4 +18,5 @@ float ReadFieldOfView(const DescriptionValue& value);
 void RegisterHostMaterials(SceneFormats& formats);
 void RegisterHostTexmaps(SceneFormats& formats);
 void RegisterMeshTypes(SceneFormats& formats);
+void RegisterHeightfieldType(SceneFormats& formats);
 void RegisterOtherTypes(SceneFormats& formats);

@@ -149,15 +149,3 @@ TEST(Validate, NamesTheFaceAndTheIndex) {
     mesh.MakeMap(1).faces.pop_back();
     EXPECT_EQ(Validate(mesh), "channel 1: 1 faces, the mesh has 2");
 }
-
-TEST(HeightField, LowestRowIsFirst) {
-    std::vector<float> values{0, 0.5f, 1, 0.25f, 0, 1};
-    Mesh mesh = MakeHeightFieldMesh(values, 3, 2, 10, 4, 8);
-    EXPECT_EQ(Validate(mesh), "");
-    EXPECT_EQ(mesh.verts[0], (Point3{-5, -2, 0}));
-    EXPECT_EQ(mesh.verts[2], (Point3{5, -2, 8}));
-    EXPECT_EQ(mesh.verts[3], (Point3{-5, 2, 2}));
-    EXPECT_EQ(mesh.NumFaces(), 4u);
-    EXPECT_EQ(mesh.Map(1)->verts[5], (Point3{1, 1, 0}));
-    EXPECT_GT(mesh.FaceNormalUnscaled(0).z, 0);
-}
