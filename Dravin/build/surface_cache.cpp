@@ -59,7 +59,8 @@ std::shared_ptr<const TSurfUVArray> TSurfaceCache::GetUv(INode* node, int kind, 
                                                          int threads) {
     Entry* entry = Find(node, kind);
     if (!entry) return nullptr;
-    auto [it, isNew] = entry->uv.try_emplace(channel);
-    if (isNew) it->second = TSurfUVArray::Make(entry->mesh, channel, threads);
-    return it->second;
+    auto known = entry->uv.find(channel);
+    if (known == entry->uv.end())
+        known = entry->uv.emplace(channel, TSurfUVArray::Make(entry->mesh, channel, threads)).first;
+    return known->second;
 }

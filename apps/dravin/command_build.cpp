@@ -76,7 +76,7 @@ ExitCode RunBuild(const BuildOptions& options) {
             continue;
         }
         PrintError(StatusText(dravin));
-        code = kExitFailed;
+        code = dravin.object->Build().RanOutOfMemory() ? kExitLimit : kExitFailed;
     }
 
     for (const std::string& path : options.outputs)
