@@ -63,9 +63,12 @@ std::shared_ptr<const TSurfUVArray> TSurfaceCache::GetUv(INode* node, int kind, 
                                                          int threads) {
     Entry* entry = Find(node, kind);
     if (!entry) return nullptr;
-    auto [it, isNew] = entry->uv.try_emplace(channel);
-    if (isNew)
-        it->second = entry->heights ? TSurfUVArray::Make(entry->heights, channel)
-                                    : TSurfUVArray::Make(entry->mesh, channel, threads);
-    return it->second;
+    auto known = entry->uv.find(channel);
+    if (known == entry->uv.end())
+        known = entry->uv
+                    .emplace(channel, entry->heights
+                                          ? TSurfUVArray::Make(entry->heights, channel)
+                                          : TSurfUVArray::Make(entry->mesh, channel, threads))
+                    .first;
+    return known->second;
 }

@@ -265,7 +265,10 @@ private:
                 candidate.hit =
                     SurfaceHit(m_input, m_grid.rotated ? b.point[i] * m_grid.frame : b.point[i],
                                m_group.areas.Settings().surfaces);
-            if (candidate.hit) m_pipeline.TakeHit(*candidate.hit);
+            if (candidate.hit)
+                m_pipeline.TakeHit(*candidate.hit);
+            else
+                m_pipeline.ClearHit();
         }
         m_pipeline.ProcessCandidate(candidate);
     }

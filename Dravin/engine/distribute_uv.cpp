@@ -17,7 +17,7 @@ struct UvSurface {
     const TSurfaceInput& surface;
     TGrid grid;
     float perUnit = 1;  // object units in a texture unit
-    int index = 0;      // in the surface list
+    int index = 0;      // in the input's surfaces
 };
 
 // Rows of one surface's grid.
@@ -32,7 +32,7 @@ public:
           m_slice(slice),
           m_pipeline(input, geometry, items),
           m_effects(m_pipeline.Effects()),
-          m_ordinal(input.randomizeStacked ? uint32_t(uv.index) : 0) {
+          m_ordinal(input.randomizeStacked ? uint32_t(uv.surface.listIndex) : 0) {
         m_factors.hasSurfaces = true;
     }
 
@@ -99,11 +99,31 @@ private:
         }
     }
 
+    // Where the cell itself lies on the surface: on the first of its faces there.
+    std::optional<TUvHit> HitOfCell(const Point3& cell) const {
+        std::optional<TUvHit> first;
+        m_uv.surface.uv->ForEachHit(cell.x, cell.y, [&](const TUvHit& hit) {
+            if (!first) first = hit;
+        });
+        return first;
+    }
+
+    // Where a diversity map is asked; a cell beside the surface, from which items may still move
+    // onto it, has only its own coordinates.
+    MapPoint DiversityPoint(const Point3& cell) const {
+        if (!m_input.channels.isRead[kDivMap]) return {cell, cell};
+        std::optional<TUvHit> hit = HitOfCell(cell);
+        if (!hit) return {cell, cell};
+        return {m_uv.surface.uv->Uvw(m_input.channels.channel[kDivMap], *hit),
+                hit->point * m_uv.surface.toObject};
+    }
+
     // Levels of detail are chosen where the cell itself lies on the surface.
     TElementRange Elements(const TSpecimen& specimen, const Point3& cell) {
         Point3 place = cell;
-        m_uv.surface.uv->ForEachHit(
-            cell.x, cell.y, [&](const TUvHit& hit) { place = hit.point * m_uv.surface.toObject; });
+        if (specimen.lod)
+            if (std::optional<TUvHit> hit = HitOfCell(cell))
+                place = hit->point * m_uv.surface.toObject;
         return ElementsOf(m_input, specimen, place, m_pipeline.WorkingItem().random4);
     }
 
@@ -114,9 +134,7 @@ private:
 
     void ChooseGeometry(const Point3& cell) {
         TDravinItem& item = m_pipeline.WorkingItem();
-        Color color = item.mapColor.Rgb();
-        if (m_input.geometry.mode == kByColorMap && m_input.diversityMap)
-            color = m_input.diversityMap->SampleOne({cell, cell}).Rgb();
+        Color color = m_pipeline.DiversityColor(DiversityPoint(cell));
         item.specimenIndex = m_geometry.Assign(m_geometry.Unrestricted(), item.randomB, color, cell,
                                                m_pipeline.Counts().clusters);
     }
@@ -181,11 +199,12 @@ private:
         m_pipeline.ClearHit();
         item.surfaceFace = hit.face;
         item.barycentric = hit.barycentric;
+        item.surfaceIndex = m_uv.index;
         item.surfaceNormal = m_uv.surface.NormalInObject(hit.normal);
         item.normal = m_pipeline.NormalOver(item.surfaceNormal);
         for (int map = 0; map < kNumItemMaps; ++map)
-            if (int channel = m_input.channels.channel[map]; channel >= 0)
-                item.mapUvws[map] = m_uv.surface.uv->Uvw(channel, hit);
+            if (m_input.channels.isRead[map])
+                item.mapUvws[map] = m_uv.surface.uv->Uvw(m_input.channels.channel[map], hit);
         Point3 du = m.VectorTransform(hit.dPdu), dv = m.VectorTransform(hit.dPdv);
         const TUvSettings& settings = m_input.uv;
         item.sourceTransform = settings.align ? MakeFrame(du, item.normal) : Matrix3{};
@@ -257,7 +276,7 @@ TBuildResult DistributeImageUV(const TBuildInput& input, const TGeometryChoice& 
             fmt::format("BuildItemArray->DistributeImageUV ({} areas)", input.surfaces.size()));
     for (size_t s = 0; s < input.surfaces.size(); ++s) {
         const TSurfaceInput& surface = input.surfaces[s];
-        if (!surface.uv || surface.skip) continue;
+        if (!surface.uv) continue;
         double perUnit = surface.uv->UnitsPerTextureUnit(surface.toObject);
         const Box2& b = surface.uv->TextureBounds();
         if (!(perUnit > 0) || b.IsEmpty()) continue;

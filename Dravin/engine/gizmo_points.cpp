@@ -33,7 +33,9 @@ std::vector<Point3> GizmoPoints(const TBuildInput& input, const TGridGroup& grou
             Point3 cell{float(grid.X(column)), float(grid.Y(row)), grid.z};
             if (!group.areas.Passes({cell.x, cell.y})) continue;
             Point3 point = grid.rotated ? cell * grid.frame : cell;
-            if (DropOnGround(input, group, point)) points.push_back(point);
+            if (!DropOnGround(input, group, point)) continue;
+            if (input.camera.limitActive && !input.camera.view.Contains(point)) continue;
+            points.push_back(point);
         }
     return points;
 }

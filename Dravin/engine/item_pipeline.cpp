@@ -7,6 +7,7 @@ namespace {
 
 constexpr float kSmallestRange = 0.0001f;
 constexpr float kLowest = -2147483648.0f;
+const TSurfaceFilter kAnySurface;
 
 bool HasRange(const TRangeRule& rule) { return rule.max - rule.min >= kSmallestRange; }
 
@@ -18,15 +19,16 @@ float RulePercent(const FalloffCurve& curve, const TRangeRule& rule, float measu
 }  // namespace
 
 std::optional<TItemHit> SurfaceHit(const TBuildInput& input, const Point3& point,
-                                   std::span<const uint8_t> only) {
+                                   const TSurfaceFilter& filter) {
     std::optional<TItemHit> best;
     float bestZ = kLowest;
     for (size_t s = 0; s < input.surfaces.size(); ++s) {
         const TSurfaceInput& surface = input.surfaces[s];
-        if (surface.skip || (!only.empty() && !only[s])) continue;
+        if (!filter.HasSurface(s)) continue;
         Point3 local = surface.isMoved ? point * surface.fromObject : point;
         TSurfHit hit;
         if (!surface.array->CellHit(local.x, local.y, &hit)) continue;
+        if (!filter.HasMaterial(surface.array->MaterialId(hit.face))) continue;
         Point3 world = surface.isMoved ? hit.point * surface.toObject : hit.point;
         if (!(world.z > bestZ)) continue;
         bestZ = world.z;
@@ -109,22 +111,29 @@ TItemPipeline::TItemPipeline(const TBuildInput& input, const TGeometryChoice& ge
       m_counts{std::vector<int32_t>(geometry.Clusters().size()), {}},
       m_effects(input, geometry, items, m_counts.rejected) {
     m_factors.hasSurfaces = !input.surfaces.empty();
+    m_item.marked = 1;  // whatever reaches the list is kept
 }
 
 void TItemPipeline::TakeHit(const TItemHit& hit) {
     m_item.surfaceFace = hit.local.face;
     m_item.barycentric = hit.local.Barycentric();
     m_item.surfaceNormal = hit.faceNormal;
-    if (!m_input.channels.Any()) return;
+    m_item.surfaceIndex = int32_t(hit.surface);
+    if (!m_input.channels.AnyRead()) return;
     const TSurfXYArray& array = *m_input.surfaces[hit.surface].array;
     for (int map = 0; map < kNumItemMaps; ++map)
-        if (int channel = m_input.channels.channel[map]; channel >= 0)
-            m_item.mapUvws[map] = array.Uvw(channel, hit.local);
+        if (m_input.channels.isRead[map])
+            m_item.mapUvws[map] = array.Uvw(m_input.channels.channel[map], hit.local);
 }
 
 void TItemPipeline::ClearHit() {
     static_cast<ItemSurface&>(m_item) = {};
-    if (m_input.channels.Any()) static_cast<ItemUvws&>(m_item) = {};
+    if (m_input.channels.AnyRead()) static_cast<ItemUvws&>(m_item) = {};
+}
+
+Color TItemPipeline::DiversityColor(const MapPoint& at) const {
+    bool mapped = m_input.geometry.mode == kByColorMap && m_input.diversityMap;
+    return mapped ? m_input.diversityMap->SampleOne(at).Rgb() : m_item.mapColor.Rgb();
 }
 
 void TItemPipeline::ProcessCandidate(const TCandidate& candidate) {
@@ -160,10 +169,8 @@ void TItemPipeline::ProcessElements(const TCandidate& candidate, bool drawAgain)
 }
 
 void TItemPipeline::ChooseGeometry(const TCandidate& candidate) {
-    Color color = m_item.mapColor.Rgb();
-    if (m_input.geometry.mode == kByColorMap && m_input.diversityMap)
-        color = m_input.diversityMap->SampleOne({m_item.mapUvws[kDivMap], candidate.point}).Rgb();
     Point3 position = ToObject(candidate, candidate.point);
+    Color color = DiversityColor({m_item.mapUvws[kDivMap], position});
     m_item.specimenIndex =
         m_geometry.Assign(*candidate.rows, m_item.randomB, color, position, m_counts.clusters);
 }
@@ -234,9 +241,9 @@ bool TItemPipeline::ProcessElement(const TCandidate& candidate, const TSpecimen&
 // stands: the item is still where its candidate was.
 bool TItemPipeline::ProjectOnSurfaces(const TCandidate& candidate, bool stands) {
     std::optional<TItemHit> hit = stands ? candidate.hit : std::nullopt;
-    std::span<const uint8_t> only;
-    if (candidate.areas) only = candidate.areas->Settings().surfaces;
-    if (!hit) hit = SurfaceHit(m_input, m_item.position, only);
+    const TSurfaceFilter& filter =
+        candidate.areas ? candidate.areas->Settings().surfaces : kAnySurface;
+    if (!hit) hit = SurfaceHit(m_input, m_item.position, filter);
     if (!hit) return ++Rejected().surface, false;
     TakeHit(*hit);
     m_item.position = hit->point;

@@ -20,10 +20,9 @@ struct TItemHit {
     Point3 faceNormal;
 };
 
-// Topmost hit over all surfaces that are not skipped; when `only` is not empty, over those whose
-// flag is set in it. None where the point misses them all.
+// Topmost hit over the surfaces that the filter lets through. None where the point misses them all.
 std::optional<TItemHit> SurfaceHit(const TBuildInput& input, const Point3& point,
-                                   std::span<const uint8_t> only = {});
+                                   const TSurfaceFilter& filter = {});
 
 // Working normal between the face normal (0 %) and straight up (100 %) or down (-100 %).
 Point3 WorkingNormal(const Point3& faceNormal, float directionPercent);
@@ -104,6 +103,9 @@ public:
     // Puts a hit's face, weights, normal and map coordinates into the working item.
     void TakeHit(const TItemHit& hit);
     void ClearHit();
+    // The colour by which a map chooses the geometry; `at`: where the working item will stand
+    // before it is moved, with the surface's coordinates.
+    Color DiversityColor(const MapPoint& at) const;
 
 private:
     void ChooseGeometry(const TCandidate& candidate);

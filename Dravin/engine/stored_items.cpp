@@ -25,6 +25,7 @@ public:
 
     void Process(size_t index) {
         TDravinItem& item = m_pipeline.WorkingItem();
+        if (m_input.unselected && !m_input.storedItems[index].selected) return Keep(index);
         Restore(m_input.storedItems[index], int32_t(index));
         if (int64_t(index) % m_decimation == 0 && IsFinite(item.position))
             PlaceWithEffects(m_input.storedItems[index], int32_t(index));
@@ -32,6 +33,7 @@ public:
             item.discarded = 1;
         item.keptRotation = item.rotation;
         item.keptRandomScale = item.randomScale;
+        item.marked = !item.discarded;
         m_numDiscarded += item.discarded != 0;
         m_items.Append(item, m_appender);
     }
@@ -40,6 +42,13 @@ public:
     const TTaskCounts& Counts() { return m_pipeline.Counts(); }
 
 private:
+    void Keep(size_t index) {
+        TDravinItem kept;
+        m_input.unselected->ReadStored(index, &kept);
+        m_numDiscarded += kept.discarded != 0;
+        m_items.Append(kept, m_appender);
+    }
+
     void Restore(const TStoredItem& stored, int32_t index) {
         TDravinItem& item = m_pipeline.WorkingItem();
         item.Reset();

@@ -57,6 +57,10 @@ ExitCode ReportBuild(const SceneDravin& dravin, bool keepGoing) {
     TBuildStatus status = dravin.object->Build().Status();
     if (status == TBuildStatus::kDisabled) PrintNote(StatusText(dravin));
     if (IsGood(status)) return broken ? kExitFailed : kExitDone;
+    if (!dravin.object->Build().Failure().empty()) {  // it broke off
+        PrintError(fmt::format("{}: {}", dravin.node->GetName(), dravin.object->Build().Failure()));
+        return dravin.object->Build().RanOutOfMemory() ? kExitLimit : kExitFailed;
+    }
     PrintError(StatusText(dravin));
     if (std::string remedy = Remedy(dravin.object->Build()); !remedy.empty()) PrintNote(remedy);
     return kExitFailed;

@@ -126,8 +126,8 @@ void SetCamera(Session& session, const std::string& name, TimeValue t, RenderSet
     if (node) {
         auto* camera = static_cast<CameraObject*>(node->GetObjectRef());
         setup.scene.camera = {node->GetNodeTM(t), camera->fovDegrees};
-    } else if (scene.view) {
-        setup.scene.camera = {scene.view->transform, scene.view->fovDegrees};
+    } else if (std::optional<ViewState> view = scene.ActiveView(t)) {
+        setup.scene.camera = {view->transform, view->fovDegrees};
     } else {
         double aspect = double(setup.settings.width) / double(setup.settings.height);
         setup.scene.camera = CameraAround(SceneBounds(setup.scene), aspect);

@@ -36,6 +36,9 @@ void TurnFaces(Mesh& mesh);
 void TransformMesh(Mesh& mesh, const Matrix3& m);
 // A copy moved by m.
 Mesh TransformedMesh(const Mesh& mesh, const Matrix3& m);
+// A copy with the faces whose flag is set, one flag a face, and the vertices that they use, in the
+// mesh and in its channels, all in their order.
+Mesh MeshOfFaces(const Mesh& mesh, std::span<const uint8_t> keep);
 // Adds a copy of `source`. A channel that one of the two lacks is filled with zero coordinates
 // there; normals survive only when both have them or the target is empty.
 void AppendMesh(Mesh& target, const Mesh& source);

@@ -118,16 +118,20 @@ private:
         m_scene.render.renderer = name;
     }
 
+    std::shared_ptr<INode> ReadCamera(const DescriptionValue& value) {
+        auto node = m_context.NodeOf(value);
+        if (node && !(node->GetObjectRef() && node->GetObjectRef()->IsCamera()))
+            value.Fail(fmt::format("the node \"{}\" is no camera", node->GetName()));
+        return node;
+    }
+
     void ReadRender(const DescriptionValue& value) {
         DescriptionObject keys(value);
         m_scene.render.width = ReadSize(keys, "width", m_scene.render.width);
         m_scene.render.height = ReadSize(keys, "height", m_scene.render.height);
         ReadRenderer(keys);
         if (auto camera = keys.Find("camera")) {
-            auto node = m_context.NodeOf(*camera);
-            if (node && !(node->GetObjectRef() && node->GetObjectRef()->IsCamera()))
-                camera->Fail(fmt::format("the node \"{}\" is no camera", node->GetName()));
-            m_scene.renderCamera = node;
+            m_scene.renderCamera = ReadCamera(*camera);
         }
         SceneRenderSettings& r = m_scene.render;
         r.samples = ReadSize(keys, "samples", r.samples);
@@ -154,6 +158,7 @@ private:
         ViewState view;
         if (auto transform = keys.Find("transform")) view.transform = transform->AsMatrix();
         if (auto fov = keys.Find("fov")) view.fovDegrees = ReadFieldOfView(*fov);
+        if (auto camera = keys.Find("camera")) m_scene.viewCamera = ReadCamera(*camera);
         keys.Finish();
         m_scene.view = view;
     }

@@ -322,6 +322,47 @@ TEST_F(DravinBuild, AnInactiveAreaChangesNothing) {
         EXPECT_EQ(object->Build().Items().Place(i).position, before[i]);
 }
 
+TEST_F(DravinBuild, ASurfaceRowThatIsOffLeavesNoIncludeArea) {
+    AddArea(*object, 3, nullptr, false);
+    object->Block(kAreaParams).SetValue(areaParams::kPfAractivelist, 0, false, 0);
+    EXPECT_EQ(Run().Status(), TBuildStatus::kNoIncludeAreas);
+}
+
+TEST_F(DravinBuild, ItemsHaveCoordinatesForTheDistributionAndTheTintMap) {
+    TDravinItem item = Run().Items().Item(0);
+    // The first cell stands in the corner of the ground, whose mapping runs from 0 to 1.
+    EXPECT_EQ(item.position, (Point3{-10, -10, 0}));
+    EXPECT_EQ(item.mapUvws[kDistMap], (Point3{0, 0, 0}));
+    TDravinItem last = object->Build().Items().Item(399);
+    EXPECT_EQ(last.position, (Point3{9, 9, 0}));
+    EXPECT_NEAR(last.mapUvws[kDistMap].x, 0.95f, 1e-5);
+    EXPECT_EQ(last.mapUvws[kTintMap], last.mapUvws[kDistMap]);
+}
+
+TEST_F(DravinBuild, ATintMapIsReadOnTheSurface) {
+    Set(kMatParams, matParams::kTintmode, 1);
+    Set(kMatParams, matParams::kTintmapmode, 1);
+    Set(kMatParams, matParams::kTintmap, Target(std::make_shared<UvwTex>()));
+    const TDravinBuild& build = Run();
+    for (size_t i : {size_t(0), size_t(399)}) {
+        TDravinItem item = build.Items().Item(i);
+        EXPECT_NEAR(item.tintColor.r, (item.position.x + 10) / 20, 1e-5);
+        EXPECT_NEAR(item.tintColor.g, (item.position.y + 10) / 20, 1e-5);
+    }
+}
+
+TEST_F(DravinBuild, UvSeedsCountSurfacesThatShowNothing) {
+    Set(kSurfaceParams, surfaceParams::kSurfmode, 1);
+    Set(kSurfaceParams, surfaceParams::kRandstacked, true);
+    uint32_t seed = Run().Items().Place(0).seed;
+    auto nothing = INode::Create("nothing", std::make_shared<DummyObject>());
+    scene.AddNode(nothing);
+    object->Block(kSurfaceParams).SetElements(surfaceParams::kSurflist, {});
+    object->Block(kSurfaceParams).Append(surfaceParams::kSurflist, Target(nothing));
+    object->Block(kSurfaceParams).Append(surfaceParams::kSurflist, Target(plane));
+    EXPECT_EQ(Run().Items().Place(0).seed, seed + 1);
+}
+
 TEST_F(DravinBuild, ASurfaceRowIncludesEvenWhenItExcludes) {
     AddArea(*object, 3, nullptr, true);
     EXPECT_EQ(Run().Statistics().itemCount, 400);

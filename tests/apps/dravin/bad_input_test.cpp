@@ -206,6 +206,19 @@ TEST_F(BadInput, MoreItemsThanTheRenderLimit) {
     EXPECT_THAT(run.err, HasSubstr("status 7: Maximum number of items exceeded"));
 }
 
+TEST_F(BadInput, MoreItemsThanMemory) {
+    if (kTwoGiB == 0) return;  // sanitizers know no limit on addresses
+    m_folder.Write("s.json", R"({"dravin_scene": 1, "nodes": [
+        {"name": "ground", "type": "plane", "width": 10000, "length": 10000}, )" +
+                                 std::string(kTree) + "," +
+                                 Forest(R"(, "units_x": 100, "maxdensity": 0)") + "]}");
+    constexpr size_t kOneGiB = kTwoGiB / 2;  // a part of what 10^8 items need
+    ProgramRun run = Dravin({"build", "s.json", "--render", "--no-limit", "--threads", "2"},
+                            {.memoryBytes = kOneGiB});
+    EXPECT_EQ(run.code, 5) << run.err;
+    EXPECT_THAT(run.err, HasSubstr("forest: the build broke off: out of memory"));
+}
+
 TEST_F(BadInput, MoreSegmentsThanTheLimit) {
     Expect(BuildOn(R"({"name": "ground", "type": "plane", "segments": 2000000000})"), 5,
            "2000000000 segments are more than the limit of 4096");

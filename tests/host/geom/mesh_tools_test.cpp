@@ -131,6 +131,23 @@ TEST(AppendMesh, ToAnEmptyMeshIsACopy) {
     EXPECT_EQ(mesh, box);
 }
 
+TEST(MeshOfFaces, KeepsTheirVerticesAndChannelsOnly) {
+    Mesh plane = MakePlane(2, 2, 2);  // 2 x 2 quads
+    std::vector<uint8_t> keep(plane.NumFaces(), 0);
+    keep[0] = keep[1] = 1;  // the first quad
+    Mesh part = MeshOfFaces(plane, keep);
+    EXPECT_EQ(Validate(part), "");
+    EXPECT_EQ(part.NumFaces(), 2u);
+    EXPECT_EQ(part.verts.size(), 4u);
+    EXPECT_EQ(part.maps[1].verts.size(), 4u);
+    EXPECT_EQ(part.BoundingBox().Width(), (Point3{1, 1, 0}));
+    for (size_t f : {0u, 1u})
+        for (size_t k = 0; k < 3; ++k)
+            EXPECT_EQ(part.verts[part.faces[f].v[k]], plane.verts[plane.faces[f].v[k]]);
+    keep.assign(plane.NumFaces(), 0);
+    EXPECT_TRUE(MeshOfFaces(plane, keep).verts.empty());
+}
+
 TEST(DropNonFinite, RemovesVerticesWithTheirFaces) {
     Mesh plane = MakePlane(2, 2, 2, 2);
     EXPECT_FALSE(FirstNonFiniteVertex(plane));

@@ -314,7 +314,6 @@ TEST(SceneDescription, DecimalCommasOfTheLocaleDoNotMatter) {
     std::string text = WriteSceneDescription(*result.scene, ".", HostFormats());
     EXPECT_THAT(text, HasSubstr("\"width\": 12345.625"));
     EXPECT_THAT(text, HasSubstr("\"id\": 1234567"));
-    if (!comma.IsActive()) GTEST_SKIP() << "the sources of the de_DE locale are not installed";
 }
 
 TEST(SceneDescription, ReadingIsNoUndoStep) {
