@@ -2,37 +2,54 @@
 # `make test` does the same set-up and then everything else.
 #
 #   SANITIZE=address,undefined   or thread: build and test under the sanitizers
+#   STRICT=1                     a compiler warning is an error
 #   FUZZ_SECONDS=N               how long `make fuzz` runs each target (default: 60)
 #   JOBS=N                       parallel build jobs (default: all processors)
+#   PREFIX=DIR, DESTDIR=DIR      where `make install` puts things (default: /usr/local, and the root)
 
 SANITIZE ?=
+STRICT   ?=
 PRESET   := $(if $(SANITIZE),$(SANITIZE),release)
 BUILD    := build/$(PRESET)
 JOBS     ?= $(shell nproc)
 FUZZ_SECONDS ?= 60
+PREFIX   ?= /usr/local
 DRAVIN   := $(BUILD)/apps/dravin/dravin
+CONFIGURE = cmake -Wno-dev --log-level=WARNING -DDRAVIN_STRICT=$(if $(STRICT),ON,OFF)
 
-.PHONY: build demo test bench fuzz format tidy clean packages
+.PHONY: build dravin demo test debug bench bench-peers fuzz format check-format tidy clean packages \
+        install package
 
 packages:
 	@scripts/install-packages
 
 build: packages
-	@cmake --preset $(PRESET) -Wno-dev --log-level=WARNING
+	@$(CONFIGURE) --preset $(PRESET)
 	@cmake --build $(BUILD) -j $(JOBS)
 
-demo: packages
-	@cmake --preset $(PRESET) -Wno-dev --log-level=WARNING
+# The program alone.
+dravin: packages
+	@$(CONFIGURE) --preset $(PRESET)
 	@cmake --build $(BUILD) -j $(JOBS) --target dravin
+
+demo: dravin
 	$(DRAVIN) demo --out demo
 
 test: build
-	@ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
+	@ctest --test-dir $(BUILD) --output-on-failure --no-tests=error -j $(JOBS)
+
+debug: packages
+	@$(CONFIGURE) --preset debug
+	@cmake --build build/debug -j $(JOBS)
 
 bench: packages
 	@cmake --preset release -Wno-dev --log-level=WARNING -DDRAVIN_BENCH=ON
 	@cmake --build build/release -j $(JOBS)
 	@for b in build/release/bench/*_bench; do $$b || exit 1; done
+
+# Public programs that do the same jobs, beside ours.
+bench-peers: dravin
+	@bench/peers/run
 
 # New inputs stay in build/fuzz/corpus; what fails is kept in build/fuzz/findings.
 fuzz:
@@ -42,12 +59,25 @@ fuzz:
 	@fuzz/run build/fuzz $(FUZZ_SECONDS)
 
 format:
-	@scripts/install-packages tools
+	@scripts/install-packages format
 	@git ls-files '*.h' '*.cpp' | xargs clang-format -i
+
+check-format:
+	@scripts/install-packages format
+	@git ls-files '*.h' '*.cpp' | xargs clang-format --dry-run -Werror
 
 tidy: build
 	@scripts/install-packages tools
 	@git ls-files '*.cpp' | grep -E '^(host|common|Dravin|apps)/' | xargs -P $(JOBS) -n 4 clang-tidy --quiet -p $(BUILD)
+
+# The program, its import helper, data, documentation, manual page and completions; see docs/install.md.
+install: dravin
+	@DESTDIR="$(DESTDIR)" cmake --install $(BUILD) --prefix "$(PREFIX)"
+
+# A Debian package in build/release.
+package: dravin
+	@scripts/install-packages package
+	@cd $(BUILD) && cpack -G DEB
 
 clean:
 	rm -rf build demo

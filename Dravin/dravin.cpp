@@ -34,6 +34,37 @@ int BlockOfSlot(int slot) {
 
 }  // namespace
 
+// Undo and redo exchange the items that the object holds with those that it held.
+class StoredItemsRestore : public RestoreObj {
+public:
+    StoredItemsRestore(TDravin& object, std::vector<TStoredItem> before)
+        : m_object(std::static_pointer_cast<TDravin>(object.shared_from_this())),
+          m_other(std::move(before)) {}
+
+    void Restore(bool) override { Exchange(); }
+    void Redo() override { Exchange(); }
+    size_t Size() const override { return sizeof *this + m_other.size() * sizeof(TStoredItem); }
+
+private:
+    void Exchange() {
+        std::swap(m_object->storedItems, m_other);
+        m_object->m_build->SetValidity(Interval::Never());
+        m_object->NotifyDependents();
+    }
+
+    std::shared_ptr<TDravin> m_object;
+    std::vector<TStoredItem> m_other;
+};
+
+void TDravin::SetStoredItems(std::vector<TStoredItem> items) {
+    std::swap(storedItems, items);
+    Hold* hold = CurrentHold();
+    if (hold && hold->Holding() && weak_from_this().lock())
+        hold->Put(std::make_unique<StoredItemsRestore>(*this, std::move(items)));
+    m_build->SetValidity(Interval::Never());
+    NotifyDependents();
+}
+
 std::span<const DravinCurveName> DravinCurveNames() { return kCurveNames; }
 
 std::shared_ptr<TDravin> TDravin::Create() { return std::make_shared<TDravin>(); }
@@ -97,7 +128,7 @@ void TDravin::UpdatePanel(PanelUpdate what) {
 bool TDravin::SwitchMode(int newMode, TimeValue t) {
     if (onSwitchMode) return onSwitchMode(newMode, t);
     if (newMode == 0)
-        storedItems.clear();
+        SetStoredItems({});
     else
         ConvertToCustomEdit(*this, t);
     return true;
@@ -129,4 +160,10 @@ void TDravin::SetReference(int slot, std::shared_ptr<ReferenceTarget> target) {
     }
     auto block = std::dynamic_pointer_cast<IParamBlock2>(target);
     if (block && &block->GetDesc() == &DravinBlocks()[size_t(id)]) m_blocks[size_t(id)] = block;
+}
+
+void TDravin::ResetReference(int slot) {
+    if (BlockOfSlot(slot) >= 0) return;
+    SetReference(slot, nullptr);
+    CreateCurveSets();
 }

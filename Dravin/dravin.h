@@ -59,6 +59,8 @@ public:
 
     // Hand-edited items; they count only while `mode` is 1.
     std::vector<TStoredItem> storedItems;
+    // Replaces them, and can be undone.
+    void SetStoredItems(std::vector<TStoredItem> items);
     // The next build that lays a grid over the ground chooses the size of the distribution map,
     // once: `units_x` and `units_y` then fit what the object stands on. For objects that somebody
     // creates by hand; those from descriptions, presets and libraries keep the size that they come
@@ -94,6 +96,8 @@ public:
     std::shared_ptr<ReferenceTarget> GetReference(int slot) const override;
     // Slots that hold blocks take blocks of the same description only; others are ignored.
     void SetReference(int slot, std::shared_ptr<ReferenceTarget> target) override;
+    // Curve slots get a set of default curves, others nothing; blocks stay.
+    void ResetReference(int slot) override;
 
     // Object
     bool IsGeomObject() const override { return true; }
@@ -101,6 +105,7 @@ public:
 
 private:
     void CreateCurveSets();
+    friend class StoredItemsRestore;
 
     // By block id, and by slot for everything that is no block.
     std::deque<Reference<IParamBlock2>> m_blocks;

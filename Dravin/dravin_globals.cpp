@@ -37,6 +37,8 @@ TDravinGlobals& DravinGlobals() { return HostContext::Current()->State<Globals>(
 
 void SweepSurfaceCache(const Scene& scene) {
     std::vector<TSurfaceCache::Use> uses;
+    Hold* hold = CurrentHold();
+    bool edits = !hold || !hold->IsRestoring();  // lists that undo brings back stay as they were
     for (INode* node : scene.Nodes()) {
         auto* object = dynamic_cast<TDravin*>(node->GetObjectRef());
         if (!object) continue;
@@ -45,7 +47,7 @@ void SweepSurfaceCache(const Scene& scene) {
         std::set<const INode*> seen;
         for (int i = 0; i < block.Count(surfaceParams::kSurflist);) {
             const INode* surface = block.GetNode(surfaceParams::kSurflist, 0, i);
-            if (surface && !seen.insert(surface).second) {
+            if (surface && !seen.insert(surface).second && edits) {
                 NotifySuspender quiet(block);
                 AccessorSuspender silent(block);
                 block.Delete(surfaceParams::kSurflist, i);

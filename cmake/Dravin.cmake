@@ -19,6 +19,9 @@ target_compile_options(dravin_flags INTERFACE
     -fno-trapping-math)
 target_include_directories(dravin_flags INTERFACE ${PROJECT_SOURCE_DIR})
 target_link_libraries(dravin_flags INTERFACE Threads::Threads)
+if(DRAVIN_STRICT)
+    target_compile_options(dravin_flags INTERFACE -Werror)
+endif()
 if(DRAVIN_SANITIZE)
     target_compile_options(dravin_flags INTERFACE -fsanitize=${DRAVIN_SANITIZE}
         -fno-omit-frame-pointer -fno-sanitize-recover=all)
@@ -30,6 +33,14 @@ if(DRAVIN_FUZZ)
         -fno-sanitize-recover=all)
 endif()
 
+# Programs that read files from anywhere: released ones are hardened (tests/apps/check_hardening.py looks).
+if(NOT DRAVIN_SANITIZE)
+    target_compile_options(dravin_flags INTERFACE
+        $<$<CONFIG:Release>:-fstack-protector-strong -D_FORTIFY_SOURCE=2>)
+    target_link_options(dravin_flags INTERFACE
+        $<$<CONFIG:Release>:-pie -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack>)
+endif()
+
 # dravin_library(name SOURCES a.cpp … PUBLIC lib … PRIVATE lib …): one folder's static library.
 function(dravin_library name)
     cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
@@ -37,7 +48,8 @@ function(dravin_library name)
     target_link_libraries(${name} PUBLIC dravin_flags ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE})
 endfunction()
 
-# dravin_test(name SOURCES a_test.cpp … LIBS lib …): one GoogleTest program, one CTest entry.
+# dravin_test(name SOURCES a_test.cpp … LIBS lib …): one GoogleTest program, one CTest entry. A test that
+# is skipped fails it: what a test needs is installed with the rest, so nothing may stand aside.
 function(dravin_test name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
@@ -45,6 +57,6 @@ function(dravin_test name)
     target_compile_definitions(${name} PRIVATE DRAVIN_SOURCE_DIR="${PROJECT_SOURCE_DIR}"
         DRAVIN_BINARY_DIR="${PROJECT_BINARY_DIR}")
     add_test(NAME ${name} COMMAND ${name})
-    set_tests_properties(${name} PROPERTIES TIMEOUT 600
+    set_tests_properties(${name} PROPERTIES TIMEOUT 600 FAIL_REGULAR_EXPRESSION "\\[  SKIPPED \\]"
         ENVIRONMENT "DRAVIN_HOME=${PROJECT_SOURCE_DIR}/data")
 endfunction()

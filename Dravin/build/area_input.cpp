@@ -16,6 +16,8 @@ using namespace areaParams;
 
 namespace {
 
+constexpr int kMostMaterialIds = 65536;  // of a face
+
 // One row of the parallel lists; an element that is not there has the list's default.
 class ListRow {
 public:
@@ -57,18 +59,24 @@ private:
     Interval* m_valid;
 };
 
-std::vector<uint8_t> SurfaceFlags(const ListRow& row, const TAreaScene& scene) {
-    std::vector<std::string> names = ParseSurfaceNames(row.Text(kArsurfidlist));
-    std::vector<uint8_t> flags;
-    if (names.empty()) return flags;
+TSurfaceFilter SurfaceFilter(const ListRow& row, const TAreaScene& scene) {
+    TSurfaceFilter filter;
+    TAreaSurfaces wanted = ParseAreaSurfaces(row.Text(kArsurfidlist));
+    for (int id : wanted.materialIds) {
+        if (id < 1 || id > kMostMaterialIds) continue;
+        if (filter.materials.size() < size_t(id)) filter.materials.resize(size_t(id));
+        filter.materials[size_t(id) - 1] = 1;
+    }
+    if (wanted.names.empty()) return filter;
     for (INode* node : scene.surfaceNodes)
-        flags.push_back(std::find(names.begin(), names.end(), node->GetName()) != names.end());
-    if (std::find(flags.begin(), flags.end(), 1) == flags.end())
+        filter.surfaces.push_back(std::find(wanted.names.begin(), wanted.names.end(),
+                                            node->GetName()) != wanted.names.end());
+    if (std::find(filter.surfaces.begin(), filter.surfaces.end(), 1) == filter.surfaces.end())
         LogWarning(
             fmt::format("area \"{}\" places no items: none of the surfaces it names is one "
                         "of the object's",
                         row.Text(kArnamelist)));
-    return flags;
+    return filter;
 }
 
 TAreaSettings ReadSettings(const ListRow& row, const TAreaScene& scene) {
@@ -83,13 +91,13 @@ TAreaSettings ReadSettings(const ListRow& row, const TAreaScene& scene) {
     s.invertFalloff = row.Bool(kArflinvlist);
     if (row.Bool(kArselspeclist)) s.geometry = row.Text(kArspeclist);
     s.item = {row.Float(kArzoffset), row.Int(kArboundchecklist)};
-    if (!scene.surfaces.empty()) s.surfaces = SurfaceFlags(row, scene);
+    if (!scene.surfaces.empty()) s.surfaces = SurfaceFilter(row, scene);
     return s;
 }
 
 // A surface's outline; a closed one has none and gives the rectangle of its bounds.
 PolyShape SurfaceOutline(const TSurfaceInput& surface) {
-    PolyShape shape = BorderOutline(surface.array->GetMesh());
+    PolyShape shape = surface.array->Outline();
     if (shape.lines.empty()) {
         Box2 b = surface.array->GridBounds();
         if (b.IsEmpty()) return {};
@@ -139,15 +147,19 @@ private:
         if (!object) return {};
         *m_valid &= object->ObjectValidity(m_scene.time);
         auto* spline = dynamic_cast<ShapeObject*>(object);
-        std::shared_ptr<const Mesh> mesh = spline ? nullptr : object->GetRenderMesh(m_scene.time);
+        auto heights = object->GetHeightField(m_scene.time);
+        std::shared_ptr<const Mesh> mesh;
+        if (!spline && !heights) mesh = object->GetRenderMesh(m_scene.time);
         TAreaSource source;
         source.place = node.GetObjectTM(m_scene.time) * m_scene.worldToObject;
         if (spline) source.curves = spline->shape;
         if (mesh) source.placed = {{mesh, {}}};
+        if (heights) source.placed = {{heights, {}}};
         auto make = [&] {
             TAreaOutline outline;
             if (spline) outline.shape = spline->GetPolyShape(m_scene.time);
             if (mesh) outline.shape = BorderOutline(*mesh);
+            if (heights) outline.shape = heights->Outline();
             outline.shape.Transform(source.place);
             return outline;
         };
@@ -166,14 +178,14 @@ private:
     void AddSurfaces(const ListRow& row) {
         TAreaSettings settings = ReadSettings(row, m_scene);
         settings.exclude = false;
-        std::vector<uint8_t> named = std::move(settings.surfaces);
+        std::vector<uint8_t> named = std::move(settings.surfaces.surfaces);
         for (size_t s = 0; s < m_scene.surfaces.size(); ++s) {
             if (!named.empty() && !named[s]) continue;
             const TSurfaceInput& surface = m_scene.surfaces[s];
             TAreaRow& area = m_rows.emplace_back();
             area.settings = settings;
-            area.settings.surfaces.assign(m_scene.surfaces.size(), 0);
-            area.settings.surfaces[s] = 1;
+            area.settings.surfaces.surfaces.assign(m_scene.surfaces.size(), 0);
+            area.settings.surfaces.surfaces[s] = 1;
             TAreaSource source;
             source.placed = {{surface.array, surface.toObject}};
             auto make = [&] { return TAreaOutline{SurfaceOutline(surface), {}}; };

@@ -48,11 +48,11 @@ bool UsesCamera(const IParamBlock2& cam) {
            cam.GetBool(kCamscaact);
 }
 
-void Assign(IParamBlock2& cam, ParamID id, const char* what, INode* node) {
+void Assign(IParamBlock2& cam, ParamID id, const char* what, INode* node, const char* source) {
     if (cam.GetNode(id) == node) return;
     cam.SetValue(id, 0, node->shared_from_this());
     Log(LogKind::kDebug,
-        fmt::format("CheckAutoCamera. Assigned {} from rendcam: '{}'", what, node->GetName()));
+        fmt::format("CheckAutoCamera. Assigned {} from {}: '{}'", what, source, node->GetName()));
 }
 
 }  // namespace
@@ -79,6 +79,11 @@ TPreparedCamera PrepareCamera(const TParameters& p, const TCameraScene& scene, I
 
     // Another object than a camera lends its place only; it has no view to clip to.
     auto* camera = dynamic_cast<CameraObject*>(p.camera->GetObjectRef());
+    if (!camera)
+        LogWarning(
+            fmt::format("\"{}\" in \"camera\" is no camera: it lends its place, but no view "
+                        "to clip to",
+                        p.camera->GetName()));
     if (camera) *valid &= camera->ObjectValidity(scene.time);
     float fov = camera ? UsableFov(*p.camera, camera->fovDegrees) : 0;
     SetView(p, scene, p.camera->GetNodeTM(scene.time), fov, state);
@@ -92,10 +97,11 @@ TPreparedCamera PrepareCamera(const TParameters& p, const TCameraScene& scene, I
 void CheckAutoCamera(TDravin& object, const Scene& scene) {
     IParamBlock2& cam = object.Block(kCamParams);
     INode* camera = scene.renderCamera.Get();
+    const char* source = camera ? "rendcam" : "view";
+    if (!camera) camera = scene.viewCamera.Get();
     if (!camera || !cam.GetBool(kCamauto) || !UsesCamera(cam)) return;
     HoldSuspender noUndo(CurrentHold());
-    cam.SuspendNotify();
-    Assign(cam, kCamera, "camera", camera);
-    if (cam.GetBool(kCamlookat)) Assign(cam, kLookat, "lookat", camera);
-    cam.ResumeNotify();
+    NotifySuspender quiet(cam);
+    Assign(cam, kCamera, "camera", camera, source);
+    if (cam.GetBool(kCamlookat)) Assign(cam, kLookat, "lookat", camera, source);
 }

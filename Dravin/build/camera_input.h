@@ -28,7 +28,8 @@ struct TPreparedCamera {
 TPreparedCamera PrepareCamera(const TParameters& parameters, const TCameraScene& scene,
                               Interval* valid);
 
-// Sets the object's camera, and where asked its look-at node, to the scene's render camera. Does
-// nothing unless the object follows the render camera and uses it for something. Called when
-// rendering begins; leaves no undo step.
+// Sets the object's camera, and where asked its look-at node, to the scene's render camera, else to
+// the camera that the active viewport looks through. Does nothing without either, or unless the
+// object follows the render camera and uses it for something. Called when rendering begins; leaves
+// no undo step.
 void CheckAutoCamera(TDravin& object, const Scene& scene);

@@ -23,17 +23,18 @@ TStoredItem Freeze(const TDravinItem& item) {
 }  // namespace
 
 void ConvertToCustomEdit(TDravin& object, TimeValue t, FrozenItems which) {
-    object.storedItems.clear();
-    if (!HostContext::Current() || !GetWorldNode(object)) return;
+    std::vector<TStoredItem> items;
+    if (!HostContext::Current() || !GetWorldNode(object)) return object.SetStoredItems({});
     TBuildFlags flags;
     flags.noMesh = flags.noLimit = flags.collisions = true;
     flags.noCameraLimit = which == FrozenItems::kAll;
     TDravinBuild& build = object.Build();
     build.BuildMesh(t, flags);
     TDravinItem item;
-    object.storedItems.reserve(build.Items().Count());
+    items.reserve(build.Items().Count());
     for (size_t i = 0; i < build.Items().Count(); ++i) {
         build.Items().ReadStored(i, &item);
-        object.storedItems.push_back(Freeze(item));
+        items.push_back(Freeze(item));
     }
+    object.SetStoredItems(std::move(items));
 }

@@ -28,45 +28,102 @@ int32_t MillisecondsSince(Clock::time_point start) {
 
 constexpr int kProxyMesh = 1;  // of vmesh and rmesh
 
+// The right to build an object. Whoever finds it taken has none; it is given back on every way out.
+class BuildTurn {
+public:
+    explicit BuildTurn(std::atomic<bool>& taken)
+        : m_taken(taken.exchange(true) ? nullptr : &taken) {}
+    ~BuildTurn() {
+        if (m_taken) *m_taken = false;
+    }
+    BuildTurn(const BuildTurn&) = delete;
+    BuildTurn& operator=(const BuildTurn&) = delete;
+
+    explicit operator bool() const { return m_taken; }
+
+private:
+    std::atomic<bool>* m_taken;
+};
+
 }  // namespace
 
 TDravinBuild::TDravinBuild(TDravin& object) : m_object(object) {}
 TDravinBuild::~TDravinBuild() = default;
 
 void TDravinBuild::BuildMesh(TimeValue time, const TBuildFlags& flags) {
-    if (m_running || m_deleting) return;
-    std::lock_guard lock(m_lock);
-    m_running = true;
-    if (HostContext::Current()) m_buildNumber = ++DravinGlobals().numBuilds;
-    if (!flags.render) ++m_buildCounter;
-    Clock::time_point start = Clock::now();
-
+    if (m_deleting) return;
+    BuildTurn turn(m_running);
+    if (!turn) return;
     m_time = time;
     m_flags = flags;
+    try {
+        BuildAtOnce();
+    } catch (const std::bad_alloc&) {
+        BreakOff(TBuildStatus::kTooManyItems,
+                 "out of memory; fewer items (a larger size of the map, lower limits under "
+                 "'Display') or simpler sources need less");
+        m_outOfMemory = true;
+    } catch (const std::exception& error) {
+        BreakOff(TBuildStatus::kNoItems, error.what());
+    } catch (...) {
+        BreakOff(TBuildStatus::kNoItems, "unknown error");
+    }
+}
+
+void TDravinBuild::BuildAtOnce() {
+    if (HostContext::Current()) m_buildNumber = ++DravinGlobals().numBuilds;
+    if (!m_flags.render) ++m_buildCounter;
+    Clock::time_point start = Clock::now();
+
+    m_failure.clear();
+    m_outOfMemory = false;
     m_validity = Interval::Forever();
     m_panel.status = TBuildStatus::kSuccess;
     TBuildStatistics fresh;
     fresh.facesInLastRender = m_statistics.facesInLastRender;
     m_statistics = std::move(fresh);
+    if (m_flags.selectedOnly) std::swap(m_items, m_lastItems);
     m_items.Clear();
-    Log(LogKind::kNormal, fmt::format("Starting BuildMesh({})", time));
+    Log(LogKind::kNormal, fmt::format("Starting BuildMesh({})", m_time));
 
-    if (flags.render) RememberView();
-    TParameters parameters = ReadParameters(m_object, time, &m_validity);
+    if (m_flags.render) RememberView();
+    TParameters parameters = ReadParameters(m_object, m_time, &m_validity);
     m_panel.distributing = parameters.mode == 0;
     m_panel.collisions = parameters.collision;
     Run(parameters);
 
+    m_lastItems.Release();
     FinishStatus();
     m_statistics.buildMs = MillisecondsSince(start);
     m_statistics.itemsPerSecond =
         int32_t(std::min<int64_t>(int64_t{m_statistics.itemCount} * 1000 / m_statistics.buildMs,
                                   std::numeric_limits<int32_t>::max()));
-    if (m_panel.status != TBuildStatus::kSuccess) m_validity = Interval::Instant(time);
-    if (!m_validity.Contains(time)) m_validity = Interval::Instant(time);
-    m_running = false;
+    if (m_panel.status != TBuildStatus::kSuccess) m_validity = Interval::Instant(m_time);
+    if (!m_validity.Contains(m_time)) m_validity = Interval::Instant(m_time);
     Log(LogKind::kNormal, fmt::format("Exiting BuildMesh ({} items, code {})",
                                       m_statistics.itemCount, int(m_panel.status)));
+}
+
+// Gives everything back that the build held, which needs no memory; the text may need some.
+void TDravinBuild::BreakOff(TBuildStatus status, const char* why) {
+    m_items = TDravinItemList(0u);
+    m_lastItems = TDravinItemList(0u);
+    m_input.reset();
+    m_maker.reset();
+    m_specimens = {};
+    m_statistics = {};
+    m_areas.Clear();
+    m_validity = Interval::Instant(m_time);
+    m_panel.status = status;
+    if (m_flags.render) m_panel.lastRenderStatus = status;
+    try {
+        m_failure = why;
+        INode* node = GetWorldNode(m_object);
+        LogError(fmt::format("{}: the build broke off: {}", node ? node->GetName() : "", why));
+        Log(LogKind::kNormal, fmt::format("Exiting BuildMesh (0 items, code {})", int(status)));
+    } catch (...) {
+        // The status says what matters where there is no memory for words.
+    }
 }
 
 // A render takes the view of the scene, and objects that follow the render camera take that.
@@ -75,7 +132,7 @@ void TDravinBuild::RememberView() {
     Scene* scene = node ? node->GetScene() : nullptr;
     if (!scene) return;
     CheckAutoCamera(m_object, *scene);
-    m_view = scene->view;
+    m_view = scene->ActiveView(m_time);
 }
 
 // From parameters to items; leaves its outcome in the status.
@@ -114,12 +171,19 @@ void TDravinBuild::Run(const TParameters& parameters) {
                           SharedGenerator(), request, &m_object.specIdCounter, &m_validity);
     if (m_panel.status != TBuildStatus::kSuccess) return;
 
-    m_input = m_maker->Make(m_specimens.EngineSpecimens(), std::move(density), m_rereadSurfaces,
-                            &m_validity);
+    m_input = m_maker->Make(m_specimens, std::move(density), m_rereadSurfaces, &m_validity);
     m_rereadSurfaces = false;
     m_statistics.effectsCompileError = m_maker->EffectsFailed();
+    KeepForSelection();
     Log(LogKind::kDebug, "BuildItemArray");
     m_panel.status = StatusOfResult(BuildItemArray(*m_input, m_items, m_statistics));
+}
+
+// The last list stands in for items that are not selected where it has them all.
+void TDravinBuild::KeepForSelection() {
+    bool same = m_lastItems.Count() == m_input->storedItems.size() &&
+                m_lastItems.Groups() == m_input->ItemGroupsNeeded();
+    if (m_flags.selectedOnly && m_input->customEdit && same) m_input->unselected = &m_lastItems;
 }
 
 // A build that leaves nothing to see says so, and renders remember how they ended.

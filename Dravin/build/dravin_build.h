@@ -1,12 +1,15 @@
 // The build of a scatter object: from its parameters and the scene to items, status and statistics.
 //
 // BuildMesh is the one way in, for viewports, renders, exports and scripts; they differ in its
-// flags only. A build never throws and never runs twice at once for one object: nested calls return
-// without work. Results stay until the next build.
+// flags only. A build never runs twice at once for one object: nested calls, and those of other
+// threads meanwhile, return without work. Results stay until the next build.
+//
+// A build never throws. What its parts throw (memory that is not there, a map that fails) ends it
+// with an empty result, a status and a text: kTooManyItems where memory ran out, else kNoItems.
 #pragma once
 
+#include <atomic>
 #include <memory>
-#include <mutex>
 #include <string>
 
 #include "Dravin/build/area_cache.h"
@@ -30,7 +33,10 @@ struct TBuildFlags {
     bool noLimit = false;        // all items, whatever the display limits say
     bool noCameraLimit = false;  // items outside the camera's view, too
     bool collisions = false;     // as a render, whatever the preview setting
-    int forceThreads = 0;        // 0: as the parameters say
+    // Hand-edited items that are not selected stay as the last build left them. Works only right
+    // after a build of the same items under the same settings; otherwise all are made anew.
+    bool selectedOnly = false;
+    int forceThreads = 0;  // 0: as the parameters say
 };
 
 class TDravinBuild {
@@ -42,6 +48,9 @@ public:
 
     TBuildStatus Status() const { return m_panel.status; }
     TPanelMessage Message() const { return PanelMessage(m_panel, m_statistics); }
+    // Why the last build broke off; empty when it ended by itself.
+    const std::string& Failure() const { return m_failure; }
+    bool RanOutOfMemory() const { return m_outOfMemory; }
     // What the panel shows in place of the message: the same, but numbers of the caches when the
     // object's seed is 9999.
     TPanelMessage PanelLines() const;
@@ -74,13 +83,15 @@ public:
     void SetValidity(const Interval& validity) { m_validity = validity; }
 
 private:
+    void BuildAtOnce();
+    void KeepForSelection();
     void Run(const TParameters& parameters);
+    void BreakOff(TBuildStatus status, const char* why);
     void FinishStatus();
     void RememberView();
 
     TDravin& m_object;
-    std::mutex m_lock;
-    bool m_running = false;
+    std::atomic<bool> m_running{false};
     bool m_deleting = false;
     bool m_rereadSurfaces = false;
     int m_buildCounter = 0;
@@ -92,8 +103,11 @@ private:
     Interval m_validity;
     TPanelState m_panel;
     TBuildStatistics m_statistics;
+    std::string m_failure;
+    bool m_outOfMemory = false;
     std::unique_ptr<TBuildInput> m_input;
     std::unique_ptr<class TInputMaker> m_maker;
     TSpecBuildList m_specimens;
     TDravinItemList m_items{0u};
+    TDravinItemList m_lastItems{0u};  // of the build before, while only selected items are made
 };

@@ -1,5 +1,7 @@
 #include "Dravin/build/dravin_instances.h"
 
+#include <algorithm>
+
 #include <fmt/format.h>
 
 #include "Dravin/dravin.h"
@@ -25,12 +27,17 @@ TDravinInstances::TDravinInstances(const TDravin& object, const TDravinBuild& bu
     m_scaleOnSlope = build.Input()->transforms.scaleOnSlope;
     for (size_t row = 0; row < build.Specimens().NumRows(); ++row)
         AddRow(row, build.Specimens().Row(row));
-    TDravinItem item;
+    CutPrototypes cuts;
     for (size_t i = 0; i < build.Items().Count(); ++i) {
         const ItemPlace& place = build.Items().Place(i);
         if (place.discarded) continue;
-        static_cast<ItemPlace&>(item) = place;
-        if (PrototypeOf(item) != kNone) m_items.push_back(uint32_t(i));
+        uint32_t prototype = WholePrototypeOf(place);
+        if (prototype != kNone && place.partial) {
+            uint32_t cut = CutPrototypeOf(i, prototype, cuts);
+            if (cut != prototype && cut != kNone) m_cutItems.emplace(uint32_t(i), cut);
+            prototype = cut;
+        }
+        if (prototype != kNone) m_items.push_back(uint32_t(i));
     }
 }
 
@@ -47,15 +54,40 @@ void TDravinInstances::AddRow(size_t row, const TSpecBuild& specimen) {
         elements.push_back(uint32_t(m_prototypes.size()));
         const Point3& size = node.sample->Size().size;
         m_prototypes.push_back({std::move(name), AtRealSize(*node.sample), node.Material(),
-                                Matrix3::Scaling({1 / size.x, 1 / size.y, 1 / size.z})});
+                                Matrix3::Scaling({1 / size.x, 1 / size.y, 1 / size.z}),
+                                node.sample.get()});
     }
 }
 
-uint32_t TDravinInstances::PrototypeOf(const TDravinItem& item) const {
+uint32_t TDravinInstances::WholePrototypeOf(const ItemPlace& place) const {
     if (m_prototypeOfElement.empty()) return kNone;
     const auto& elements =
-        m_prototypeOfElement[SpecimenRow(item.specimenIndex, m_prototypeOfElement.size())];
-    return elements[uint16_t(item.elementIndex) % elements.size()];
+        m_prototypeOfElement[SpecimenRow(place.specimenIndex, m_prototypeOfElement.size())];
+    return elements[uint16_t(place.elementIndex) % elements.size()];
+}
+
+uint32_t TDravinInstances::CutPrototypeOf(size_t i, uint32_t whole, CutPrototypes& known) {
+    TDravinItem item;
+    m_build.Items().ReadStored(i, &item);
+    HiddenElements hidden(size_t(item.elementMask.NumBits()));
+    for (size_t e = 0; e < hidden.size(); ++e) hidden[e] = item.elementMask.Test(int32_t(e));
+    auto count = std::count(hidden.begin(), hidden.end(), true);
+    if (count == 0) return whole;
+    if (size_t(count) == hidden.size()) return kNone;
+    auto [found, isNew] = known.try_emplace({whole, hidden}, 0);
+    if (isNew) found->second = AddCut(whole, hidden, known.size());
+    return found->second;
+}
+
+uint32_t TDravinInstances::AddCut(uint32_t whole, const HiddenElements& hidden, size_t number) {
+    Prototype cut = m_prototypes[whole];
+    cut.name += fmt::format(" cut {}", number);
+    const std::vector<uint32_t>& elementOfFace = cut.sample->Elements().elementOfFace;
+    std::vector<uint8_t> keep(elementOfFace.size());
+    for (size_t f = 0; f < keep.size(); ++f) keep[f] = !hidden[elementOfFace[f]];
+    cut.mesh = std::make_shared<Mesh>(MeshOfFaces(*cut.mesh, keep));
+    m_prototypes.push_back(std::move(cut));
+    return uint32_t(m_prototypes.size() - 1);
 }
 
 void TDravinInstances::GetInstances(size_t first, std::span<InstanceRecord> out) const {
@@ -64,7 +96,8 @@ void TDravinInstances::GetInstances(size_t first, std::span<InstanceRecord> out)
         uint32_t index = m_items[first + k];
         m_build.Items().ReadStored(index, &item);
         InstanceRecord& record = out[k];
-        record.prototype = PrototypeOf(item);
+        auto cut = item.partial ? m_cutItems.find(index) : m_cutItems.end();
+        record.prototype = cut != m_cutItems.end() ? cut->second : WholePrototypeOf(item);
         record.transform = m_prototypes[record.prototype].toUnit *
                            ItemTransform(item, m_scaleOnSlope) * m_objectTM;
         record.id = int32_t(index);

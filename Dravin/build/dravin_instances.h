@@ -1,10 +1,13 @@
 // The items of a finished build as render instances: one prototype a source of the geometry list.
 //
 // A prototype shows its source at real size (object offset applied); an instance scales it to the
-// item. Discarded items and those whose row shows nothing are left out.
+// item. Discarded items and those whose row shows nothing are left out. Items that stand across a
+// border without some of their mesh's elements have prototypes of their own, one for each different
+// set of hidden elements, behind the whole ones.
 #pragma once
 
 #include <map>
+#include <unordered_map>
 #include <vector>
 
 #include "Dravin/build/dravin_build.h"
@@ -32,11 +35,18 @@ private:
         std::shared_ptr<const Mesh> mesh;
         const Mtl* mtl = nullptr;
         Matrix3 toUnit;  // real size -> unit size
+        const TDravinMeshSample* sample = nullptr;
     };
     static constexpr uint32_t kNone = 0xFFFFFFFFu;
+    using HiddenElements = std::vector<bool>;
+    using CutPrototypes = std::map<std::pair<uint32_t, HiddenElements>, uint32_t>;
 
     void AddRow(size_t row, const TSpecBuild& specimen);
-    uint32_t PrototypeOf(const TDravinItem& item) const;
+    // Of the whole source that an item shows.
+    uint32_t WholePrototypeOf(const ItemPlace& place) const;
+    // Of item i without its hidden elements; kNone when all are hidden.
+    uint32_t CutPrototypeOf(size_t i, uint32_t whole, CutPrototypes& known);
+    uint32_t AddCut(uint32_t whole, const HiddenElements& hidden, size_t number);
 
     const TDravinBuild& m_build;
     std::string m_name;
@@ -45,4 +55,5 @@ private:
     std::vector<Prototype> m_prototypes;
     std::vector<std::vector<uint32_t>> m_prototypeOfElement;  // by row and element
     std::vector<uint32_t> m_items;                            // list index of each instance
+    std::unordered_map<uint32_t, uint32_t> m_cutItems;        // list index -> prototype
 };

@@ -38,10 +38,14 @@ Box3 BoundsInObject(const TSurfXYArray& array, const Matrix3& m) {
     bool turned = m.row[0].y != 0 || m.row[0].z != 0 || m.row[1].x != 0 || m.row[1].z != 0 ||
                   m.row[2].x != 0 || m.row[2].y != 0;
     if (!turned) return m.BoxTransform(array.Bounds());
-    Box3 box;
-    for (const Point3& p : array.GetMesh().verts)
-        if (IsFinite(p)) box += p * m;
-    return box;
+    return array.BoundsMoved(m);
+}
+
+// Whether an area keeps items that cross its border, without what stands outside.
+bool HidesParts(std::span<const TAreaRow> areas) {
+    return std::any_of(areas.begin(), areas.end(), [](const TAreaRow& row) {
+        return row.settings.item.boundaryCheck == kBorderHidesParts;
+    });
 }
 
 }  // namespace
@@ -168,7 +172,6 @@ void TInputMaker::SetTransforms(TBuildInput& input) {
 // Maps that drive items, and the mapping channels that those in use read from surfaces.
 void TInputMaker::SetMaps(TBuildInput& input) {
     TTransformSettings& t = input.transforms;
-    int* channel = input.channels.channel;
     t.transMap = Drive(Sampler(m_p.transmap, "transmap"), m_p.transmapx, m_p.transmapy,
                        m_p.transmapz, m_p.transcolormap, m_p.transprobmap);
     t.rotMap = Drive(Sampler(m_p.rotmap, "rotmap"), m_p.rotmapx, m_p.rotmapy, m_p.rotmapz,
@@ -180,15 +183,22 @@ void TInputMaker::SetMaps(TBuildInput& input) {
     input.distMap = m_distMap;
     input.diversityMap = Sampler(m_p.divtmap, "divtmap");
 
-    if (m_distMap) channel[kDistMap] = m_p.distmapchan;
-    if (t.tintMap && t.tintFromMap) channel[kTintMap] = m_p.tintmapchan;
-    if (t.transMap.IsOn()) channel[kTransMap] = m_p.transmapchan;
-    if (t.rotMap.IsOn()) channel[kRotMap] = m_p.rotmapchan;
-    if (t.scaMap.IsOn()) channel[kScaMap] = m_p.scamapchan;
+    // Items have coordinates for the distribution map and the tint map whatever is in use.
+    TMapChannels& channels = input.channels;
+    channels.channel[kDistMap] = m_p.distmapchan;
+    if (m_p.surfmode == kSurfaceUV) channels.channel[kDistMap] = UvChannel();
+    channels.channel[kTintMap] = m_p.tintmapchan;
+    channels.isRead[kTintMap] = t.tintMap && m_p.tintmode != 0 && m_p.tintmapmode != 0;
+    if (t.transMap.IsOn()) channels.Read(kTransMap, m_p.transmapchan);
+    if (t.rotMap.IsOn()) channels.Read(kRotMap, m_p.rotmapchan);
+    if (t.scaMap.IsOn()) channels.Read(kScaMap, m_p.scamapchan);
     bool animated = m_p.animation == kAnimRandomMap || m_p.animation == kAnimFrameMap;
-    if (animated && t.aniMap) channel[kAniMap] = m_p.animapchan;
-    if (m_p.divers == kByColorMap && input.diversityMap) channel[kDivMap] = m_p.divmapchan;
+    if (animated && t.aniMap) channels.Read(kAniMap, m_p.animapchan);
+    if (m_p.divers == kByColorMap && input.diversityMap) channels.Read(kDivMap, m_p.divmapchan);
 }
+
+// The mapping that a grid in texture space lies on.
+int TInputMaker::UvChannel() const { return m_p.distmapchan != 0 ? m_p.distmapchan : 1; }
 
 void TInputMaker::SetGeometry(TBuildInput& input) const {
     TGeometrySettings& g = input.geometry;
@@ -203,7 +213,8 @@ void TInputMaker::SetGeometry(TBuildInput& input) const {
 void TInputMaker::SetSurfaces(TBuildInput& input, bool reread, Interval* valid) {
     TSurfaceCache& cache = DravinGlobals().surfaces;
     bool evaluate = m_p.surfanim || m_flags.render || reread;
-    for (INode* node : m_p.surflist) {
+    for (size_t i = 0; i < m_p.surflist.size(); ++i) {
+        INode* node = m_p.surflist[i];
         if (!node) continue;
         int kind = m_p.surfmode != kSurfaceXY;
         auto array = evaluate ? cache.GetAt(node, kind, m_time, reread, Threads())
@@ -217,13 +228,14 @@ void TInputMaker::SetSurfaces(TBuildInput& input, bool reread, Interval* valid) 
         Matrix3 toObject = node->GetObjectTM(m_time) * m_objectInverse;
         input.surfaceBounds += BoundsInObject(*array, toObject);
         input.surfaces.emplace_back(std::move(array), toObject);
+        input.surfaces.back().listIndex = int(i);
         if (kind) SetUvSurface(node, input.surfaces.back());
         m_surfaceNodes.push_back(node);
     }
 }
 
 void TInputMaker::SetUvSurface(INode* node, TSurfaceInput& surface) const {
-    int channel = m_p.distmapchan != 0 ? m_p.distmapchan : 1;
+    int channel = UvChannel();
     surface.uv = DravinGlobals().surfaces.GetUv(node, 1, channel, Threads());
     if (!surface.uv)
         LogWarning(fmt::format("surface \"{}\" is left out: it has no mapping channel {}",
@@ -291,9 +303,9 @@ void TInputMaker::SetLodView(TBuildInput& input) const {
     if (auto* camera = node ? dynamic_cast<CameraObject*>(node->GetObjectRef()) : nullptr) {
         viewToWorld = node->GetNodeTM(m_time);
         fovDegrees = camera->fovDegrees;
-    } else if (!m_flags.render && m_scene->view) {
-        viewToWorld = m_scene->view->transform;
-        fovDegrees = m_scene->view->fovDegrees;
+    } else if (auto view = m_flags.render ? std::nullopt : m_scene->ActiveView(m_time)) {
+        viewToWorld = view->transform;
+        fovDegrees = view->fovDegrees;
     } else {
         return;
     }
@@ -346,9 +358,8 @@ void TInputMaker::SetEffects(TBuildInput& input, Interval* valid) {
     input.areaFalloffs.effectsActive = true;
 }
 
-std::unique_ptr<TBuildInput> TInputMaker::Make(std::vector<TSpecimen> specimens,
-                                               TDensityMap density, bool rereadSurfaces,
-                                               Interval* valid) {
+std::unique_ptr<TBuildInput> TInputMaker::Make(const TSpecBuildList& specimens, TDensityMap density,
+                                               bool rereadSurfaces, Interval* valid) {
     auto input = std::make_unique<TBuildInput>();
     input->time = m_time;
     input->render = m_flags.render;
@@ -369,11 +380,11 @@ std::unique_ptr<TBuildInput> TInputMaker::Make(std::vector<TSpecimen> specimens,
     input->collisions = m_p.mode == 0 && m_p.collision && preview;
     input->drawGizmo = m_p.sdgizmo;
     input->randomizeStacked = m_p.randstacked;
-    input->specimens = std::move(specimens);
     SetSurfaces(*input, rereadSurfaces, valid);
     SetMaps(*input);
     bool onGround = m_p.mode == 0 && m_p.distmode == kDistImage && m_p.surfmode == kSurfaceXY;
     if (onGround) SetAreas(*input, valid);
+    input->specimens = specimens.EngineSpecimens(HidesParts(input->areas));
     SetGrid(*input);
     if (onGround && m_object.chooseMapSize) ChooseMapSize(*input);
     SetTransforms(*input);

@@ -22,7 +22,7 @@ public:
 
     // The input; `valid` is narrowed by everything that is read. rereadSurfaces: arrays of an
     // earlier time or state are made again.
-    std::unique_ptr<TBuildInput> Make(std::vector<TSpecimen> specimens, TDensityMap density,
+    std::unique_ptr<TBuildInput> Make(const TSpecBuildList& specimens, TDensityMap density,
                                       bool rereadSurfaces, Interval* valid);
 
     // The distribution texture, ready for evaluation; null when there is none.
@@ -40,6 +40,7 @@ private:
     void SetMaps(TBuildInput& input);
     void SetGeometry(TBuildInput& input) const;
     void SetSurfaces(TBuildInput& input, bool reread, Interval* valid);
+    int UvChannel() const;
     void SetUvSurface(INode* node, TSurfaceInput& surface) const;
     void SetSurfaceRules(TBuildInput& input);
     void SetAreas(TBuildInput& input, Interval* valid);

@@ -99,8 +99,9 @@ private:
         Object* object = node.GetObjectRef();
         if (!object) return std::nullopt;
         if (auto* shape = dynamic_cast<ShapeObject*>(object)) return shape->GetPolyShape(m_time);
-        std::shared_ptr<const Mesh> mesh =
-            object->IsGeomObject() ? object->GetRenderMesh(m_time) : nullptr;
+        if (!object->IsGeomObject()) return std::nullopt;
+        if (auto heights = object->GetHeightField(m_time)) return heights->Outline();
+        std::shared_ptr<const Mesh> mesh = object->GetRenderMesh(m_time);
         if (!mesh) return std::nullopt;
         return BorderOutline(*mesh);
     }
@@ -118,8 +119,12 @@ private:
 
     void AddMesh(INode& node, TReferenceSettings& r) const {
         Object* object = node.GetObjectRef();
-        std::shared_ptr<const Mesh> mesh = object ? object->GetRenderMesh(m_time) : nullptr;
-        if (mesh) r.meshes.push_back({std::move(mesh), node.GetObjectTM(m_time) * m_inverse});
+        if (!object) return;
+        Matrix3 toObject = node.GetObjectTM(m_time) * m_inverse;
+        if (auto heights = object->GetHeightField(m_time))
+            r.meshes.push_back({nullptr, toObject, std::move(heights)});
+        else if (auto mesh = object->GetRenderMesh(m_time))
+            r.meshes.push_back({std::move(mesh), toObject, nullptr});
     }
 
     static TParticle ParticleOf(const Particle& particle, const ParticleObject& system,

@@ -20,12 +20,16 @@ TSurfaceCache::Entry* TSurfaceCache::Find(INode* node, int kind) {
 
 TSurfaceCache::Entry* TSurfaceCache::Build(INode* node, int kind, TimeValue t, int threads) {
     Object* object = node ? node->GetObjectRef() : nullptr;
-    std::shared_ptr<const Mesh> mesh = object ? object->GetRenderMesh(t) : nullptr;
-    if (!mesh) return nullptr;
     auto entry = std::make_unique<Entry>();
+    if (object) entry->heights = object->GetHeightField(t);
+    if (object && !entry->heights) entry->mesh = object->GetRenderMesh(t);
+    if (entry->heights)
+        entry->array = std::make_shared<TSurfXYArray>(entry->heights);
+    else if (entry->mesh)
+        entry->array = std::make_shared<TSurfXYArray>(entry->mesh, threads);
+    else
+        return nullptr;
     entry->node = std::static_pointer_cast<INode>(node->shared_from_this());
-    entry->mesh = mesh;
-    entry->array = std::make_shared<TSurfXYArray>(std::move(mesh), threads);
     entry->time = t;
     ++m_built;
     return (m_entries[{node, kind}] = std::move(entry)).get();
@@ -59,7 +63,12 @@ std::shared_ptr<const TSurfUVArray> TSurfaceCache::GetUv(INode* node, int kind, 
                                                          int threads) {
     Entry* entry = Find(node, kind);
     if (!entry) return nullptr;
-    auto [it, isNew] = entry->uv.try_emplace(channel);
-    if (isNew) it->second = TSurfUVArray::Make(entry->mesh, channel, threads);
-    return it->second;
+    auto known = entry->uv.find(channel);
+    if (known == entry->uv.end())
+        known = entry->uv
+                    .emplace(channel, entry->heights
+                                          ? TSurfUVArray::Make(entry->heights, channel)
+                                          : TSurfUVArray::Make(entry->mesh, channel, threads))
+                    .first;
+    return known->second;
 }

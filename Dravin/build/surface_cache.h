@@ -44,6 +44,7 @@ public:
 private:
     struct Entry : ReferenceMaker {
         Reference<INode> node{this};
+        std::shared_ptr<const HeightField> heights;  // or
         std::shared_ptr<const Mesh> mesh;
         std::shared_ptr<const TSurfXYArray> array;
         std::map<int, std::shared_ptr<const TSurfUVArray>> uv;  // by mapping channel

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <vector>
 
 namespace fs = std::filesystem;
 
@@ -14,19 +15,40 @@ bool IsMainFolder(const fs::path& folder) {
     return fs::exists(folder / "distmaps" / "index.dat", error);
 }
 
-}  // namespace
-
-std::string MainFolder() {
-    if (const char* home = std::getenv("DRAVIN_HOME"); home && *home) return home;
+// Where the main folder may be, likeliest first: of an installation beside the program's folder, of
+// a build folder above it.
+std::vector<fs::path> Candidates() {
     std::error_code error;
     fs::path program = fs::read_symlink("/proc/self/exe", error);
     if (error) return {};
     fs::path folder = program.parent_path();
-    if (fs::path shared = folder.parent_path() / "share" / "dravin"; IsMainFolder(shared))
-        return shared.string();
+    std::vector<fs::path> candidates{folder.parent_path() / "share" / "dravin"};
     for (; folder.has_relative_path(); folder = folder.parent_path())
-        if (IsMainFolder(folder / "data")) return (folder / "data").string();
+        candidates.push_back(folder / "data");
+    return candidates;
+}
+
+}  // namespace
+
+std::string MainFolder() {
+    if (const char* home = std::getenv("DRAVIN_HOME"); home && *home) return home;
+    for (const fs::path& folder : Candidates())
+        if (IsMainFolder(folder)) return folder.string();
     return {};
+}
+
+bool HasMainFolder() { return IsMainFolder(MainFolder()); }
+
+std::string NoMainFolder() {
+    std::string places;
+    if (const char* home = std::getenv("DRAVIN_HOME"); home && *home)
+        places = std::string(home) + " (which DRAVIN_HOME names)";
+    else
+        for (const fs::path& folder : Candidates())
+            places += (places.empty() ? "" : ", ") + folder.string();
+    return "the maps, templates and models that come with the program were not found in " + places +
+           "; set the environment variable DRAVIN_HOME to their folder, which holds "
+           "distmaps/index.dat";
 }
 
 std::string DistMapFolder() { return (fs::path(MainFolder()) / "distmaps").string(); }

@@ -27,6 +27,19 @@
 // Widths and ranges at or below it are off.
 inline constexpr float kSmallestFalloff = 0.0001f;
 
+// What items of an area may land on.
+struct TSurfaceFilter {
+    std::vector<uint8_t> surfaces;  // one flag a surface of the input; empty: the topmost of all
+    // By material id of faces; ids behind the last have none. Empty: any. A surface whose topmost
+    // face has another id is passed over as a whole.
+    std::vector<uint8_t> materials;
+
+    bool HasSurface(size_t s) const { return surfaces.empty() || surfaces[s]; }
+    bool HasMaterial(int id) const {
+        return materials.empty() || (size_t(id) < materials.size() && materials[size_t(id)]);
+    }
+};
+
 // Settings of one row of the area list, shared by everything that is made of it.
 struct TAreaSettings {
     int order = 0;  // position in the list; -1 for ground that no row stands for
@@ -39,8 +52,7 @@ struct TAreaSettings {
     bool invertFalloff = false;
     std::optional<std::string> geometry;  // ids of the rows that may be used; none: all
     TItemArea item;
-    // One flag a surface of the input: those that items may land on. Empty: the topmost of all.
-    std::vector<uint8_t> surfaces;
+    TSurfaceFilter surfaces;  // that items may land on
 
     bool alwaysFades = false;  // footprints fade whatever the width
 

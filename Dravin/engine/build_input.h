@@ -16,6 +16,7 @@
 #include "Dravin/engine/falloff_curve.h"
 #include "Dravin/engine/geometry_choice.h"
 #include "Dravin/engine/grid.h"
+#include "Dravin/engine/item_list.h"
 #include "Dravin/engine/point_input.h"
 #include "Dravin/engine/stored_items.h"
 #include "Dravin/engine/surface_array.h"
@@ -31,12 +32,22 @@ struct TSurfaceInput {
     std::shared_ptr<const TSurfXYArray> array;
     Matrix3 toObject;  // from the surface's space
     Matrix3 fromObject;
+    Matrix3 normalToObject;                  // what carries normals
     std::shared_ptr<const TSurfUVArray> uv;  // in UV mode; null without that mapping
-    bool isMoved = false;                    // the two differ from the identity
-    bool skip = false;
+    bool isMoved = false;                    // the matrices differ from the identity
+    int listIndex = 0;                       // in the object's list, where others may show nothing
 
     TSurfaceInput(std::shared_ptr<const TSurfXYArray> a, const Matrix3& m)
-        : array(std::move(a)), toObject(m), fromObject(Inverse(m)), isMoved(m != Matrix3{}) {}
+        : array(std::move(a)),
+          toObject(m),
+          fromObject(Inverse(m)),
+          normalToObject(NormalTransform(m)),
+          isMoved(m != Matrix3{}) {}
+
+    // Unit normal in object space of a unit normal of the surface's own space.
+    Point3 NormalInObject(const Point3& normal) const {
+        return isMoved ? Normalize(normalToObject.VectorTransform(normal)) : normal;
+    }
 };
 
 // A rule over a measure (altitude or slope): hard limits, or falloff curves over the range.
@@ -47,12 +58,17 @@ struct TRangeRule {
     const FalloffCurve* scaleCurve = nullptr;    // null: off
 };
 
-// Which mapping channel each map reads from the surface under an item; -1: the map is not in use.
+// Which mapping channel each map takes from the surface under an item; -1: it takes none.
 struct TMapChannels {
     int channel[kNumItemMaps];
+    // Maps that the build itself reads there; the coordinates of the others are worked out when
+    // somebody asks for them.
+    bool isRead[kNumItemMaps]{};
+
     TMapChannels() { std::fill(std::begin(channel), std::end(channel), -1); }
-    bool Any() const {
-        return std::any_of(std::begin(channel), std::end(channel), [](int c) { return c >= 0; });
+    void Read(ItemMap map, int c) { channel[map] = c, isRead[map] = true; }
+    bool AnyRead() const {
+        return std::any_of(std::begin(isRead), std::end(isRead), [](bool read) { return read; });
     }
 };
 
@@ -71,6 +87,9 @@ struct TBuildInput {
     bool customEdit = false;    // the stored items are the result; nothing is distributed
     bool editingItems = false;  // by hand, one by one, at this moment
     std::span<const TStoredItem> storedItems;
+    // What an earlier build made of the same stored items. Those that are not selected are taken
+    // from there as they are; null: all are made anew.
+    const TDravinItemList* unselected = nullptr;
     int threads = 1;                // at least 1
     int64_t displayLimit = 50000;   // items to keep a display below
     int64_t renderLimit = 1000000;  // items at which a render build gives up

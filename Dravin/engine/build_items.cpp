@@ -41,7 +41,7 @@ void AddOpenGround(const TBuildInput& input, const TGeometryChoice& geometry,
     Point3 width = bounds.Width();
     ground.measure = double(width.x) * double(width.y);
     ground.groups.push_back(
-        {bounds, TAreaTest(ground.areas, nullptr, ground.open), geometry.Unrestricted(), 0});
+        {bounds, {}, TAreaTest(ground.areas, nullptr, ground.open), geometry.Unrestricted(), 0});
 }
 
 // The areas in the frame of include group i.
@@ -68,7 +68,7 @@ std::unique_ptr<Ground> CollectGround(const TBuildInput& input, const TGeometryC
         if (group.settings.geometry) rows = geometry.Restrict(*group.settings.geometry);
         if (!rows) continue;
         ground->groups.push_back(
-            {group.bounds, TAreaTest(areas, &group, ground->open), std::move(*rows), int(i)});
+            {group.bounds, {}, TAreaTest(areas, &group, ground->open), std::move(*rows), int(i)});
     }
     return ground;
 }
@@ -80,6 +80,7 @@ void ClipToView(const TBuildInput& input, Ground& ground) {
         Matrix3 frame = DistributionFrame(GroupGrid(input, group.areas.Settings()));
         Box3 view = Inverse(frame).BoxTransform(input.camera.view.Bounds());
         Box3& b = group.bounds;
+        group.uncut = b;
         b.min = {std::max(b.min.x, view.min.x), std::max(b.min.y, view.min.y), b.min.z};
         b.max = {std::min(b.max.x, view.max.x), std::min(b.max.y, view.max.y), b.max.z};
     }
@@ -98,8 +99,9 @@ TBuildResult DistributeImageXY(const TBuildInput& input, const TGeometryChoice& 
     for (const TGridGroup& group : ground->groups) *bounds += group.bounds;
     ClipToView(input, *ground);
     const std::vector<TGridGroup>& groups = ground->groups;
-    bool nothing = ground->areas.include.empty() && input.surfaceBounds.IsEmpty();
-    if (nothing) return TBuildResult::kNoAreas;
+    // A row for the surfaces that is off keeps them from being the ground.
+    bool noGround = input.surfaceBounds.IsEmpty() || input.areaRowForSurfaces;
+    if (ground->areas.include.empty() && noGround) return TBuildResult::kNoAreas;
     statistics.includeGroups = int32_t(std::max(groups.size(), ground->areas.include.size()));
     statistics.excludeAreas = int32_t(ground->areas.numExcludeAreas);
     statistics.decimation = Decimation(input, ground->measure);
@@ -138,21 +140,35 @@ int32_t ComputeCollisions(const TBuildInput& input, Box3 bounds, TDravinItemList
     return RemoveCollisions(items, bounds, input.camera);
 }
 
-// Draws an item's random values again from the settings of its build.
-ItemCompleter RandomsOf(const TBuildInput& input) {
-    return [settings = &input.transforms, specimens = &input.specimens,
-            effects = input.effects != nullptr,
-            ranges = TransformRanges(input.transforms)](TDravinItem& item) {
+// Coordinates of the maps where an item lies on a surface.
+void CompleteUvws(const TBuildInput& input, TDravinItem& item) {
+    static_cast<ItemUvws&>(item) = {};
+    if (item.surfaceFace < 0 || size_t(item.surfaceIndex) >= input.surfaces.size()) return;
+    TSurfHit hit;
+    hit.face = item.surfaceFace;
+    hit.bary1 = item.barycentric.y;
+    hit.bary2 = item.barycentric.z;
+    const TSurfXYArray& array = *input.surfaces[size_t(item.surfaceIndex)].array;
+    for (int map = 0; map < kNumItemMaps; ++map)
+        if (int channel = input.channels.channel[map]; channel >= 0)
+            item.mapUvws[map] = array.Uvw(channel, hit);
+}
+
+// Works out what the list does not store from the settings of its build: random values, the final
+// placement, coordinates of maps.
+ItemCompleter CompleterOf(const TBuildInput& input) {
+    return [&input, ranges = TransformRanges(input.transforms)](TDravinItem& item) {
         TNuRandom generator;
-        RedrawItemRandoms(*settings, ranges, generator, item);
-        if (effects) {
+        RedrawItemRandoms(input.transforms, ranges, generator, item);
+        if (input.effects) {
             item.rotation = item.keptRotation;
             item.randomScale = item.keptRandomScale;
         }
-        if (specimens->empty()) return;
+        CompleteUvws(input, item);
+        if (input.specimens.empty()) return;
         const TSpecimen& specimen =
-            (*specimens)[SpecimenRow(item.specimenIndex, specimens->size())];
-        CompletePlacement(*settings, specimen.Element(item.elementIndex), item);
+            input.specimens[SpecimenRow(item.specimenIndex, input.specimens.size())];
+        CompletePlacement(input.transforms, specimen.Element(item.elementIndex), item);
     };
 }
 
@@ -167,7 +183,6 @@ uint32_t TBuildInput::ItemGroupsNeeded() const {
     bool mapped = surfaceMode == kSurfaceUV;
     if (!grid || mapped) groups |= kGroupSource;
     if (!surfaces.empty()) groups |= kGroupSurface;
-    if (channels.Any()) groups |= kGroupUvws;
     if (grid && NeedsAreaDistances()) groups |= kGroupBorders;
     bool scaled = transforms.globalSize || altitude.scaleCurve || slope.scaleCurve ||
                   areaFalloffs.scaleCurve || !grid || mapped;
@@ -181,8 +196,9 @@ uint32_t TBuildInput::ItemGroupsNeeded() const {
 bool TBuildInput::NeedsAreaDistances() const {
     if (areas.empty()) return false;
     if (areaFalloffs.Any() || areaFalloffs.effectsActive) return true;
-    return std::any_of(areas.begin(), areas.end(),
-                       [](const TAreaRow& row) { return row.settings.item.boundaryCheck != 0; });
+    return std::any_of(areas.begin(), areas.end(), [](const TAreaRow& row) {
+        return row.settings.item.boundaryCheck != kBorderIgnored;
+    });
 }
 
 std::vector<TRowSlice> SplitRows(int64_t rows, int threads) {
@@ -209,18 +225,21 @@ TBuildResult BuildItemArray(const TBuildInput& input, TDravinItemList& items,
                             TBuildStatistics& statistics) {
     statistics.cellsInArea = statistics.itemCount = statistics.discardedItems = 0;
     statistics.decimation = 1;
-    items.Prepare(input.ItemGroupsNeeded(), RandomsOf(input));
+    statistics.rejected = {};
+    items.Prepare(input.ItemGroupsNeeded(), CompleterOf(input));
     TGeometryChoice geometry(input.geometry, input.specimens);
 
     Box3 bounds;
     TBuildResult result = Distribute(input, geometry, items, statistics, &bounds);
     if (result != TBuildResult::kOk) {
         items.Clear();
+        statistics.rejected = {};  // of tasks that stopped somewhere
         return result;
     }
     statistics.createdCount = ItemCount(items);
     if (input.collisions && !input.customEdit && items.Count() > 1)
-        statistics.discardedCount = ComputeCollisions(input, bounds, items);
+        statistics.rejected.collision = statistics.discardedCount =
+            ComputeCollisions(input, bounds, items);
     statistics.itemCount = ItemCount(items);
     return TBuildResult::kOk;
 }

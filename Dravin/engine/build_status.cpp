@@ -10,6 +10,18 @@ namespace {
 
 constexpr int kManyDiscardedPercent = 49;
 
+constexpr TRejectionRule kRejectionRules[] = {
+    {"map", "by the distribution map", &TRejections::map},
+    {"area", "by the areas", &TRejections::area},
+    {"surface", "for want of a surface at their place", &TRejections::surface},
+    {"altitude", "by the altitude limits", &TRejections::altitude},
+    {"slope", "by the slope limits", &TRejections::slope},
+    {"camera", "by the camera's view", &TRejections::camera},
+    {"falloff", "by the density falloffs", &TRejections::falloff},
+    {"effect", "by the effects", &TRejections::effect},
+    {"collision", "by collisions", &TRejections::collision},
+};
+
 bool HasCounts(const TPanelState& state) {
     switch (state.status) {
         case TBuildStatus::kNoIncludeAreas:
@@ -39,9 +51,37 @@ bool ShowsLastRender(const TPanelState& state) {
 
 }  // namespace
 
-void TBuildStatistics::AddClusterCounts(std::span<const int32_t> counts) {
-    clusterCounts.resize(std::max(clusterCounts.size(), counts.size()));
-    for (size_t i = 0; i < counts.size(); ++i) clusterCounts[i] += counts[i];
+int64_t TRejections::Total() const {
+    int64_t total = 0;
+    for (const TRejectionRule& rule : kRejectionRules) total += this->*rule.count;
+    return total;
+}
+
+TRejections& TRejections::operator+=(const TRejections& other) {
+    for (const TRejectionRule& rule : kRejectionRules) this->*rule.count += other.*rule.count;
+    return *this;
+}
+
+std::span<const TRejectionRule> RejectionRules() { return kRejectionRules; }
+
+void TBuildStatistics::Add(const TTaskCounts& counts) {
+    clusterCounts.resize(std::max(clusterCounts.size(), counts.clusters.size()));
+    for (size_t i = 0; i < counts.clusters.size(); ++i) clusterCounts[i] += counts.clusters[i];
+    rejected += counts.rejected;
+}
+
+std::string MostRejectedText(const TBuildStatistics& s) {
+    const TRejectionRule* most = nullptr;
+    for (const TRejectionRule& rule : kRejectionRules)
+        if (s.rejected.*rule.count > (most ? s.rejected.*most->count : 0)) most = &rule;
+    if (!most) return "";
+    int64_t kept = std::max(0, s.itemCount - s.discardedItems);
+    int64_t dropped = s.rejected.*most->count, candidates = s.rejected.Total() + kept;
+    const char* quantity = dropped == candidates      ? "all"
+                           : dropped * 2 > candidates ? "most"
+                                                      : "many";
+    return fmt::format("{} candidates were dropped {} ({} of {})", quantity, most->words, dropped,
+                       candidates);
 }
 
 TBuildStatus StatusOfResult(TBuildResult result) {

@@ -22,6 +22,39 @@ enum class [[nodiscard]] TBuildResult : int32_t{
 };
 TBuildStatus StatusOfResult(TBuildResult result);
 
+// Candidates of a distribution that each rule dropped. A candidate is a cell of the map or a source
+// point, and one for each further member that its group has; the first rule that drops it counts.
+// Cells that a display leaves out to stay below its limit are no candidates.
+struct TRejections {
+    int64_t map = 0;      // the distribution map, or its texture, is too dark there
+    int64_t area = 0;     // outside the include areas, inside an exclude area, or across a border
+    int64_t surface = 0;  // no surface is there
+    int64_t altitude = 0, slope = 0;  // beyond the limits
+    int64_t camera = 0;               // outside the view
+    int64_t falloff = 0;              // a density falloff of areas, altitude, slope or camera
+    int64_t effect = 0;
+    int64_t collision = 0;
+
+    int64_t Total() const;
+    TRejections& operator+=(const TRejections& other);
+    friend bool operator==(const TRejections&, const TRejections&) = default;
+};
+
+// A rule's name, and what it says behind "dropped".
+struct TRejectionRule {
+    const char* name;
+    const char* words;
+    int64_t TRejections::*count;
+};
+// All rules in the order in which they act.
+std::span<const TRejectionRule> RejectionRules();
+
+// What one task of a distribution counts.
+struct TTaskCounts {
+    std::vector<int32_t> clusters;  // as in the statistics
+    TRejections rejected;
+};
+
 // Numbers of the last build.
 struct TBuildStatistics {
     int32_t cellsInArea = 0;
@@ -39,9 +72,15 @@ struct TBuildStatistics {
     std::vector<Point3> gizmoPoints;  // corners of the map's tiles, which viewports draw
     // Candidates that chose each cluster of the geometry list, largest cluster first.
     std::vector<int32_t> clusterCounts;
+    TRejections rejected;  // all zero when the distribution failed
 
-    void AddClusterCounts(std::span<const int32_t> counts);
+    void Add(const TTaskCounts& counts);
 };
+
+// The rule that dropped most: "most candidates were dropped by the altitude limits (1234 of 1300)";
+// "all" where no other rule dropped one and no item is left, "many" up to a half. Empty when no
+// candidate was dropped.
+std::string MostRejectedText(const TBuildStatistics& statistics);
 
 // What the panel looks at besides the numbers.
 struct TPanelState {

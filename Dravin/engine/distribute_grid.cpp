@@ -54,6 +54,7 @@ public:
           m_grid(grid),
           m_decimation(decimation),
           m_slice(slice),
+          m_cellsInRow(NumUsed(grid.firstColumn, grid.columns, decimation)),
           m_pipeline(input, geometry, items),
           m_row(group.areas),
           m_rowTest(!group.areas.IsOpen() && !HasOffsets(input)),
@@ -65,24 +66,27 @@ public:
           m_outputs(kStepsPerItem * kBatch),
           m_batch(std::make_unique<CellBatch>()) {}
 
-    const std::vector<int32_t>& ClusterCounts() { return m_pipeline.ClusterCounts(); }
+    const TTaskCounts& Counts() { return m_pipeline.Counts(); }
 
     TBuildResult Run() {
         int64_t lastRow = m_grid.firstRow + m_slice.first + m_slice.count;
         for (int64_t row = m_grid.firstRow + m_slice.first; row < lastRow; ++row) {
             if (row % m_decimation != 0) continue;
             if (m_rowTest) m_row.Start(float(m_grid.Y(row)));
-            int64_t endColumn = m_grid.firstColumn + m_grid.columns;
+            int64_t endColumn = m_grid.firstColumn + m_grid.columns, inside = 0;
             for (int64_t column = m_grid.firstColumn; column < endColumn; ++column) {
                 if (column % m_decimation != 0) continue;
                 if (m_rowTest && !m_row.Passes(float(m_grid.X(column)))) {
                     column = std::max(column, LastColumnBefore(m_row.NextInside()));
                     continue;
                 }
+                ++inside;
                 AddCell(column, row);
                 if (m_batch->count < kBatch) continue;
                 if (TBuildResult result = Flush(); result != TBuildResult::kOk) return result;
             }
+            // Cells that the row's test passed over at once were never looked at.
+            if (m_rowTest) m_pipeline.Rejected().area += m_cellsInRow - inside;
         }
         TBuildResult result = Flush();
         m_pipeline.Effects().Flush();
@@ -114,7 +118,10 @@ private:
                 m_input.density.At(TileOf(column, m_grid.px).pixel, TileOf(row, m_grid.py).pixel);
             bool passes = m_ownThreshold ? Luminance(pixel.color) > m_grid.areaThreshold * 0.01f
                                          : pixel.pass > 0.5f;
-            if (!passes) return;
+            if (!passes) {
+                ++m_pipeline.Rejected().map;
+                return;
+            }
             b.color[i] = {pixel.color.r, pixel.color.g, pixel.color.b, 1};
         }
         double x = m_grid.X(column), y = m_grid.Y(row);
@@ -142,20 +149,24 @@ private:
             }
         }
         std::array<AColor, kBatch> colors;
+        size_t asked = b.count;
         m_map->Sample({points.data(), b.count}, {colors.data(), b.count});
         Keep([&](size_t i) {
             b.color[i] = colors[i];
             return Luminance(colors[i].Rgb()) > m_grid.areaThreshold * 0.01f;
         });
+        m_pipeline.Rejected().map += int64_t(asked - b.count);
     }
 
     void KeepCellsOnSurfaces() {
         CellBatch& b = *m_batch;
+        size_t asked = b.count;
         Keep([&](size_t i) {
             Point3 point = m_grid.rotated ? b.point[i] * m_grid.frame : b.point[i];
             b.hit[i] = SurfaceHit(m_input, point, m_group.areas.Settings().surfaces);
             return b.hit[i].has_value();
         });
+        m_pipeline.Rejected().surface += int64_t(asked - b.count);
     }
 
     // Compacts the batch to the cells for which test(i) holds; it may change cell i only.
@@ -254,7 +265,10 @@ private:
                 candidate.hit =
                     SurfaceHit(m_input, m_grid.rotated ? b.point[i] * m_grid.frame : b.point[i],
                                m_group.areas.Settings().surfaces);
-            if (candidate.hit) m_pipeline.TakeHit(*candidate.hit);
+            if (candidate.hit)
+                m_pipeline.TakeHit(*candidate.hit);
+            else
+                m_pipeline.ClearHit();
         }
         m_pipeline.ProcessCandidate(candidate);
     }
@@ -264,6 +278,7 @@ private:
     const TGrid& m_grid;
     int32_t m_decimation;
     TRowSlice m_slice;
+    int64_t m_cellsInRow;  // that are used
     TItemPipeline m_pipeline;
     TAreaTest::Row m_row;
     bool m_rowTest;  // areas are asked a row at a time, before anything else
@@ -276,6 +291,19 @@ private:
     std::vector<uint32_t> m_outputs;  // kStepsPerItem rows of kBatch lanes
     std::unique_ptr<CellBatch> m_batch;
 };
+
+// Cells that a camera's view cut off before anything looked at them. grid: what the view left; it
+// has no cells where nothing is left.
+int64_t CellsOutsideView(const TGridSettings& settings, const TGridGroup& group, const TGrid& grid,
+                         int32_t decimation) {
+    if (group.uncut.IsEmpty()) return 0;
+    TGridSettings unlimited = settings;
+    unlimited.maxCells = 0;
+    TGrid whole;
+    TGridResult laid = MakeGrid(unlimited, group.areas.Settings().grid, group.uncut, &whole);
+    if (laid != TGridResult::kOk) return 0;
+    return UsedCells(whole, decimation) - UsedCells(grid, decimation);
+}
 
 }  // namespace
 
@@ -291,9 +319,10 @@ TBuildResult DistributeGroup(const TBuildInput& input, const TGeometryChoice& ge
                              const TGridGroup& group, TDravinItemList& items,
                              TBuildStatistics& statistics) {
     TGrid grid;
-    TGridResult laid = MakeGrid(GroupGrid(input, group.areas.Settings()),
-                                group.areas.Settings().grid, group.bounds, &grid);
+    TGridSettings settings = GroupGrid(input, group.areas.Settings());
+    TGridResult laid = MakeGrid(settings, group.areas.Settings().grid, group.bounds, &grid);
     if (laid == TGridResult::kTooDense) return TBuildResult::kDensityTooHigh;
+    statistics.rejected.camera += CellsOutsideView(settings, group, grid, statistics.decimation);
     if (laid == TGridResult::kEmpty) return TBuildResult::kOk;
     statistics.cellsInArea =
         int32_t(std::min<int64_t>(grid.cells, std::numeric_limits<int32_t>::max()));
@@ -310,13 +339,13 @@ TBuildResult DistributeGroup(const TBuildInput& input, const TGeometryChoice& ge
     for (size_t i = 0; i < slices.size(); ++i) parts.emplace_back(items.Groups());
     items.ShareSpare(parts);
     std::vector<TBuildResult> results(slices.size(), TBuildResult::kOk);
-    std::vector<std::vector<int32_t>> counts(slices.size());
+    std::vector<TTaskCounts> counts(slices.size());
     ParallelFor(slices.size(), input.threads, [&](size_t i) {
         GridTask task(input, geometry, group, grid, statistics.decimation, slices[i], parts[i]);
         results[i] = task.Run();
-        counts[i] = task.ClusterCounts();
+        counts[i] = task.Counts();
     });
-    for (const std::vector<int32_t>& c : counts) statistics.AddClusterCounts(c);
+    for (const TTaskCounts& c : counts) statistics.Add(c);
 
     for (size_t i = 0; i < slices.size(); ++i) {
         if (results[i] != TBuildResult::kOk) {

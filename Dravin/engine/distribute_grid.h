@@ -8,6 +8,7 @@
 // One include group, as the grid sees it.
 struct TGridGroup {
     Box3 bounds;      // distribution frame
+    Box3 uncut;       // the same before a camera's view cut them; empty when none did
     TAreaTest areas;  // with the group's settings
     TAreaGeometry rows;
     int index = 0;

@@ -62,8 +62,11 @@ public:
         m_effects.FinishCell();
     }
 
-    // To be called behind the last point.
-    void Finish() { m_effects.Flush(); }
+    // To be called behind the last point; what the task counted.
+    const TTaskCounts& Finish() {
+        m_effects.Flush();
+        return m_pipeline.Counts();
+    }
 
 private:
     // drawAgain: the random values in the item are not those of its first element.
@@ -95,7 +98,8 @@ private:
         item.position = item.storedPosition = p.point + source.offset;
         item.normal = p.sourceTransform.row[2];
 
-        if (CameraThinsOut(m_input.camera, item.position, item.randomA.y)) return false;
+        if (CameraThinsOut(m_input.camera, item.position, item.randomA.y))
+            return ++m_pipeline.Rejected().falloff, false;
         TSpecimenSize size = ApplySpecimenAndTranslation(m_input.transforms, item, source, {},
                                                          m_effects.Overrides());
         if (item.discarded) return false;
@@ -104,7 +108,8 @@ private:
         m_factors.falloffScale = {1, 1, 1};
         if (m_factors.hasSurfaces && !StandOnSurfaces(p)) return false;
 
-        if (!ObeysCameraView(m_input.camera, item, &m_factors.cameraScale)) return false;
+        if (!ObeysCameraView(m_input.camera, item, &m_factors.cameraScale, m_pipeline.Rejected()))
+            return false;
         FinishItem(m_input.transforms, m_pipeline.Ranges(), item, specimen, size, {}, m_factors,
                    m_effects.Overrides());
         return !item.discarded && m_effects.Take(item, specimen, size, {});
@@ -121,12 +126,12 @@ private:
             item.surfaceNormal = p.sourceTransform.row[2];
             return true;
         }
-        if (!hit) return false;
+        if (!hit) return ++m_pipeline.Rejected().surface, false;
         item.position = hit->point;
         item.normal = m_pipeline.NormalOver(hit->faceNormal);
         item.surfaceSlope = SlopeOf(hit->faceNormal);
         return ObeysSurfaceRules(m_input, hit->point.z, item.surfaceSlope, item.randomA.y,
-                                 &m_factors.falloffScale);
+                                 &m_factors.falloffScale, m_pipeline.Rejected());
     }
 
     const TBuildInput& m_input;
@@ -143,22 +148,25 @@ int32_t PointDecimation(const TBuildInput& input, size_t count) {
 }
 
 // Runs make(task, i) for every used point of [0, count) on the threads that such lists have, and
-// joins the items in the order of the points.
+// joins the items in the order of the points. Statistics: the decimation is read, counts are added.
 template <class Make>
 void DistributeList(const TBuildInput& input, const TGeometryChoice& geometry, size_t count,
-                    int32_t decimation, TDravinItemList& items, const Make& make) {
+                    TDravinItemList& items, TBuildStatistics& statistics, const Make& make) {
+    auto decimation = size_t(statistics.decimation);
     int threads = count <= kPointsOfOneThread ? 1 : std::max(1, input.points.reference.threads);
     DebugLog(input, fmt::format("BuildItemArray->DistributeRef->Starting {} threads", threads));
     std::vector<TDravinItemList> parts;
     for (int t = 0; t < threads; ++t) parts.emplace_back(items.Groups());
     items.ShareSpare(parts);
+    std::vector<TTaskCounts> counts(parts.size());
     ParallelFor(parts.size(), threads, [&](size_t t) {
         PointTask task(input, geometry, parts[t]);
         size_t first = count * t / parts.size(), last = count * (t + 1) / parts.size();
         for (size_t i = first; i < last; ++i)
-            if (i % size_t(decimation) == 0) make(task, i);
-        task.Finish();
+            if (i % decimation == 0) make(task, i);
+        counts[t] = task.Finish();
     });
+    for (const TTaskCounts& c : counts) statistics.Add(c);
     for (TDravinItemList& part : parts) items.Splice(std::move(part));
 }
 
@@ -172,24 +180,24 @@ TBuildResult DistributeReferences(const TBuildInput& input, const TGeometryChoic
     if (reference.objects.empty()) return TBuildResult::kTooManyItems;
     size_t count = reference.objects.size();
     statistics.decimation = PointDecimation(input, count);
-    DistributeList(input, geometry, count, statistics.decimation, items,
-                   [&](PointTask& task, size_t i) {
-                       const TReferenceObject& r = reference.objects[i];
-                       task.Process({-1, r.point, r.sourceTransform, r.externalScale, uint32_t(i),
-                                     int32_t(i), r.userId});
-                   });
+    DistributeList(input, geometry, count, items, statistics, [&](PointTask& task, size_t i) {
+        const TReferenceObject& r = reference.objects[i];
+        task.Process(
+            {-1, r.point, r.sourceTransform, r.externalScale, uint32_t(i), int32_t(i), r.userId});
+    });
     return TBuildResult::kOk;
 }
 
 // Frame of a face: its normal, and the direction to the corner farthest from its centre.
-Matrix3 FaceFrame(const Point3 corners[3], const Point3& center, const Matrix3& toObject) {
-    int farthest = 0;
+Matrix3 FaceFrame(const std::array<Point3, 3>& corners, const Point3& center,
+                  const Matrix3& toObject) {
+    size_t farthest = 0;
     float best = LengthSquared(corners[0] - center);
-    for (int i = 1; i < 3; ++i)
+    for (size_t i = 1; i < 3; ++i)
         if (float d = LengthSquared(corners[i] - center); d > best) best = d, farthest = i;
     Point3 normal = Normalize(CrossProd(corners[1] - corners[0], corners[2] - corners[0]));
     return MakeFrame(toObject.VectorTransform(Normalize(corners[farthest] - center)),
-                     toObject.VectorTransform(normal));
+                     Normalize(NormalTransform(toObject).VectorTransform(normal)));
 }
 
 TBuildResult DistributeFaces(const TBuildInput& input, const TGeometryChoice& geometry,
@@ -198,28 +206,25 @@ TBuildResult DistributeFaces(const TBuildInput& input, const TGeometryChoice& ge
     if (reference.meshes.empty())
         return reference.hasNodes ? TBuildResult::kOk : TBuildResult::kTooManyItems;
     size_t total = 0;
-    for (const TReferenceMesh& m : reference.meshes) total += m.mesh->NumFaces();
+    for (const TReferenceMesh& m : reference.meshes) total += m.NumFaces();
     statistics.decimation = PointDecimation(input, total);
     size_t offset = 0;
     for (const TReferenceMesh& m : reference.meshes) {
-        DistributeList(input, geometry, m.mesh->NumFaces(), statistics.decimation, items,
+        DistributeList(input, geometry, m.NumFaces(), items, statistics,
                        [&](PointTask& task, size_t i) {
-                           Point3 corners[3];
-                           for (int k = 0; k < 3; ++k) {
-                               uint32_t vertex = m.mesh->faces[i].v[size_t(k)];
-                               if (vertex >= m.mesh->verts.size()) return;
-                               corners[k] = m.mesh->verts[vertex];
-                           }
-                           Point3 center = (corners[0] + corners[1] + corners[2]) / 3;
+                           auto corners = m.Corners(i);
+                           if (!corners) return;
+                           const auto& [a, b, c] = *corners;
+                           Point3 center = (a + b + c) / 3;
                            Point p;
                            p.point = center * m.toObject;
                            if (reference.getRotation)
-                               p.sourceTransform = FaceFrame(corners, center, m.toObject);
+                               p.sourceTransform = FaceFrame(*corners, center, m.toObject);
                            p.ordinal = uint32_t(i + offset);
                            p.sourceIndex = int32_t(i);
                            task.Process(p);
                        });
-        offset += m.mesh->NumFaces();
+        offset += m.NumFaces();
     }
     return TBuildResult::kOk;
 }
@@ -229,8 +234,10 @@ TBuildResult DistributeFaces(const TBuildInput& input, const TGeometryChoice& ge
 
 class PathWalker {
 public:
-    PathWalker(const TBuildInput& input, const TGeometryChoice& geometry, TDravinItemList& items)
+    PathWalker(const TBuildInput& input, const TGeometryChoice& geometry, TDravinItemList& items,
+               TBuildStatistics& statistics)
         : m_input(input),
+          m_statistics(statistics),
           m_path(input.points.path),
           m_task(input, geometry, items),
           m_limit(input.displayLimit) {}
@@ -241,7 +248,7 @@ public:
                 bool full = m_path.onVertices ? WalkVertices(node, line) : WalkSpacing(node, line);
                 if (full && m_input.render) return TBuildResult::kTooManyItems;
             }
-        m_task.Finish();
+        m_statistics.Add(m_task.Finish());
         return TBuildResult::kOk;
     }
 
@@ -295,6 +302,7 @@ private:
     }
 
     const TBuildInput& m_input;
+    TBuildStatistics& m_statistics;
     const TPathSettings& m_path;
     PointTask m_task;
     int64_t m_limit;
@@ -343,11 +351,22 @@ TBuildResult DistributeParticles(const TBuildInput& input, const TGeometryChoice
             task.Process(p);
         }
     }
-    task.Finish();
+    statistics.Add(task.Finish());
     return TBuildResult::kOk;
 }
 
 }  // namespace
+
+std::optional<std::array<Point3, 3>> TReferenceMesh::Corners(size_t face) const {
+    if (heights) return heights->Corners(heights->TriangleOf(face));
+    std::array<Point3, 3> corners;
+    for (size_t k = 0; k < 3; ++k) {
+        uint32_t vertex = mesh->faces[face].v[k];
+        if (vertex >= mesh->verts.size()) return std::nullopt;
+        corners[k] = mesh->verts[vertex];
+    }
+    return corners;
+}
 
 int32_t EventNumber(const std::string& nodeName) {
     size_t arrow = nodeName.find("->");
@@ -369,7 +388,7 @@ TBuildResult DistributePoints(const TBuildInput& input, const TGeometryChoice& g
     TBuildResult result = TBuildResult::kOk;
     switch (input.distributionMode) {
         case kDistPath:
-            result = PathWalker(input, geometry, items).Walk();
+            result = PathWalker(input, geometry, items, statistics).Walk();
             break;
         case kDistReference:
             result = input.points.reference.onFaces

@@ -17,7 +17,7 @@ struct UvSurface {
     const TSurfaceInput& surface;
     TGrid grid;
     float perUnit = 1;  // object units in a texture unit
-    int index = 0;      // in the surface list
+    int index = 0;      // in the input's surfaces
 };
 
 // Rows of one surface's grid.
@@ -32,11 +32,11 @@ public:
           m_slice(slice),
           m_pipeline(input, geometry, items),
           m_effects(m_pipeline.Effects()),
-          m_ordinal(input.randomizeStacked ? uint32_t(uv.index) : 0) {
+          m_ordinal(input.randomizeStacked ? uint32_t(uv.surface.listIndex) : 0) {
         m_factors.hasSurfaces = true;
     }
 
-    const std::vector<int32_t>& ClusterCounts() { return m_pipeline.ClusterCounts(); }
+    const TTaskCounts& Counts() { return m_pipeline.Counts(); }
 
     TBuildResult Run() {
         const TGrid& g = m_uv.grid;
@@ -55,12 +55,17 @@ public:
     }
 
 private:
+    TRejections& Rejected() { return m_pipeline.Rejected(); }
+
     void ProcessCell(int64_t column, int64_t row) {
         const TGrid& g = m_uv.grid;
         TTileIndex c = TileOf(column, g.px), r = TileOf(row, g.py);
         const TDensityMap::Pixel* pixel =
             m_input.distMap ? nullptr : &m_input.density.At(c.pixel, r.pixel);
-        if (pixel && !(pixel->pass > 0.5f)) return;
+        if (pixel && !(pixel->pass > 0.5f)) {
+            ++Rejected().map;
+            return;
+        }
 
         TDravinItem& item = m_pipeline.WorkingItem();
         item.hash[0] = uint32_t(c.pixel), item.hash[1] = uint32_t(c.tile);
@@ -94,11 +99,31 @@ private:
         }
     }
 
+    // Where the cell itself lies on the surface: on the first of its faces there.
+    std::optional<TUvHit> HitOfCell(const Point3& cell) const {
+        std::optional<TUvHit> first;
+        m_uv.surface.uv->ForEachHit(cell.x, cell.y, [&](const TUvHit& hit) {
+            if (!first) first = hit;
+        });
+        return first;
+    }
+
+    // Where a diversity map is asked; a cell beside the surface, from which items may still move
+    // onto it, has only its own coordinates.
+    MapPoint DiversityPoint(const Point3& cell) const {
+        if (!m_input.channels.isRead[kDivMap]) return {cell, cell};
+        std::optional<TUvHit> hit = HitOfCell(cell);
+        if (!hit) return {cell, cell};
+        return {m_uv.surface.uv->Uvw(m_input.channels.channel[kDivMap], *hit),
+                hit->point * m_uv.surface.toObject};
+    }
+
     // Levels of detail are chosen where the cell itself lies on the surface.
     TElementRange Elements(const TSpecimen& specimen, const Point3& cell) {
         Point3 place = cell;
-        m_uv.surface.uv->ForEachHit(
-            cell.x, cell.y, [&](const TUvHit& hit) { place = hit.point * m_uv.surface.toObject; });
+        if (specimen.lod)
+            if (std::optional<TUvHit> hit = HitOfCell(cell))
+                place = hit->point * m_uv.surface.toObject;
         return ElementsOf(m_input, specimen, place, m_pipeline.WorkingItem().random4);
     }
 
@@ -109,11 +134,9 @@ private:
 
     void ChooseGeometry(const Point3& cell) {
         TDravinItem& item = m_pipeline.WorkingItem();
-        Color color = item.mapColor.Rgb();
-        if (m_input.geometry.mode == kByColorMap && m_input.diversityMap)
-            color = m_input.diversityMap->SampleOne({cell, cell}).Rgb();
+        Color color = m_pipeline.DiversityColor(DiversityPoint(cell));
         item.specimenIndex = m_geometry.Assign(m_geometry.Unrestricted(), item.randomB, color, cell,
-                                               m_pipeline.ClusterCounts());
+                                               m_pipeline.Counts().clusters);
     }
 
     // Moves a candidate in texture space, asks the texture there, and makes an item at every hit.
@@ -131,15 +154,21 @@ private:
         }
         if (m_input.distMap) {
             item.mapColor = m_input.distMap->SampleOne({uv, uv * 200});
-            if (!(Luminance(item.mapColor.Rgb()) > m_uv.grid.areaThreshold * 0.01f)) return;
+            if (!(Luminance(item.mapColor.Rgb()) > m_uv.grid.areaThreshold * 0.01f)) {
+                ++Rejected().map;
+                return;
+            }
         }
         item.mapCoordinates = uv;
+        bool any = false;
         m_uv.surface.uv->ForEachHit(uv.x, uv.y, [&](const TUvHit& hit) {
+            any = true;
             if (m_effects.WantsGeometry() || Finish(hit, specimen, source)) return;
             if (!m_effects.AsksForPlacement()) return;
             Draw();
             Finish(hit, specimen, source);
         });
+        Rejected().surface += !any;
     }
 
     bool Finish(const TUvHit& hit, const TSpecimen& specimen, const TSpecimenElement& source) {
@@ -149,13 +178,15 @@ private:
         item.partial = 0;
         Align(hit);
 
-        if (CameraThinsOut(m_input.camera, item.position, item.randomA.y)) return false;
+        if (CameraThinsOut(m_input.camera, item.position, item.randomA.y))
+            return ++Rejected().falloff, false;
         TSpecimenSize size = ApplySpecimenAndTranslation(m_input.transforms, item, source, {},
                                                          m_effects.Overrides());
         if (item.discarded) return false;
         if (!ObeysRules()) return false;
 
-        if (!ObeysCameraView(m_input.camera, item, &m_factors.cameraScale)) return false;
+        if (!ObeysCameraView(m_input.camera, item, &m_factors.cameraScale, Rejected()))
+            return false;
         FinishItem(m_input.transforms, m_pipeline.Ranges(), item, specimen, size, {}, m_factors,
                    m_effects.Overrides());
         return !item.discarded && m_effects.Take(item, specimen, size, {});
@@ -168,11 +199,12 @@ private:
         m_pipeline.ClearHit();
         item.surfaceFace = hit.face;
         item.barycentric = hit.barycentric;
-        item.surfaceNormal = Normalize(m.VectorTransform(hit.normal));
+        item.surfaceIndex = m_uv.index;
+        item.surfaceNormal = m_uv.surface.NormalInObject(hit.normal);
         item.normal = m_pipeline.NormalOver(item.surfaceNormal);
         for (int map = 0; map < kNumItemMaps; ++map)
-            if (int channel = m_input.channels.channel[map]; channel >= 0)
-                item.mapUvws[map] = Coordinates(channel, hit);
+            if (m_input.channels.isRead[map])
+                item.mapUvws[map] = m_uv.surface.uv->Uvw(m_input.channels.channel[map], hit);
         Point3 du = m.VectorTransform(hit.dPdu), dv = m.VectorTransform(hit.dPdv);
         const TUvSettings& settings = m_input.uv;
         item.sourceTransform = settings.align ? MakeFrame(du, item.normal) : Matrix3{};
@@ -183,19 +215,11 @@ private:
             item.externalScale.y = Length(dv) / m_uv.perUnit * settings.multiplierV;
     }
 
-    Point3 Coordinates(int channel, const TUvHit& hit) const {
-        const MapChannel* map = m_uv.surface.uv->GetMesh().Map(channel);
-        if (!map) return {};
-        const Triple& t = map->faces[size_t(hit.face)];
-        const Point3& b = hit.barycentric;
-        return map->verts[t[0]] * b.x + map->verts[t[1]] * b.y + map->verts[t[2]] * b.z;
-    }
-
     bool ObeysRules() {
         TDravinItem& item = m_pipeline.WorkingItem();
         item.surfaceSlope = SlopeOf(item.surfaceNormal);
         return ObeysSurfaceRules(m_input, item.position.z, item.surfaceSlope, item.randomA.y,
-                                 &m_factors.falloffScale);
+                                 &m_factors.falloffScale, Rejected());
     }
 
     const TBuildInput& m_input;
@@ -228,13 +252,13 @@ TBuildResult DistributeSurface(const TBuildInput& input, const TGeometryChoice& 
     for (size_t i = 0; i < slices.size(); ++i) parts.emplace_back(items.Groups());
     items.ShareSpare(parts);
     std::vector<TBuildResult> results(slices.size(), TBuildResult::kOk);
-    std::vector<std::vector<int32_t>> counts(slices.size());
+    std::vector<TTaskCounts> counts(slices.size());
     ParallelFor(slices.size(), input.threads, [&](size_t i) {
         UvTask task(input, geometry, uv, statistics.decimation, slices[i], parts[i]);
         results[i] = task.Run();
-        counts[i] = task.ClusterCounts();
+        counts[i] = task.Counts();
     });
-    for (const std::vector<int32_t>& c : counts) statistics.AddClusterCounts(c);
+    for (const TTaskCounts& c : counts) statistics.Add(c);
     for (size_t i = 0; i < slices.size(); ++i) {
         if (results[i] != TBuildResult::kOk) return results[i];
         items.Splice(std::move(parts[i]));
@@ -252,7 +276,7 @@ TBuildResult DistributeImageUV(const TBuildInput& input, const TGeometryChoice& 
             fmt::format("BuildItemArray->DistributeImageUV ({} areas)", input.surfaces.size()));
     for (size_t s = 0; s < input.surfaces.size(); ++s) {
         const TSurfaceInput& surface = input.surfaces[s];
-        if (!surface.uv || surface.skip) continue;
+        if (!surface.uv) continue;
         double perUnit = surface.uv->UnitsPerTextureUnit(surface.toObject);
         const Box2& b = surface.uv->TextureBounds();
         if (!(perUnit > 0) || b.IsEmpty()) continue;

@@ -3,8 +3,11 @@
 #include "Dravin/engine/item_pipeline.h"
 
 TEffectStage::TEffectStage(const TBuildInput& input, const TGeometryChoice& geometry,
-                           TDravinItemList& items)
-    : m_input(input), m_ranges(TransformRanges(input.transforms)), m_items(items) {
+                           TDravinItemList& items, TRejections& rejected)
+    : m_input(input),
+      m_ranges(TransformRanges(input.transforms)),
+      m_items(items),
+      m_rejected(rejected) {
     if (!input.effects) return;
     m_runner = input.effects->MakeRunner(input, geometry);
     m_isBatched = !input.effects->MayReplace();
@@ -19,6 +22,7 @@ void TEffectStage::StartCell() {
     m_cell.clear();
     m_wasAgain = m_again = m_hasOverrides = false;
     m_geometryAsked.reset();
+    if (m_runner && !m_isBatched) m_rejectedBefore = m_rejected;
 }
 
 bool TEffectStage::Take(const TDravinItem& item, const TSpecimen& specimen,
@@ -29,14 +33,14 @@ bool TEffectStage::Take(const TDravinItem& item, const TSpecimen& specimen,
     }
     if (m_isBatched) {
         m_waiting.push_back({item, border});
-        m_batch.push_back({nullptr, &specimen, size});
+        m_batch.push_back({nullptr, &specimen, size, nullptr, {}});
         if (m_waiting.size() == kBatch) Flush();
         return true;
     }
     Waiting finished{item, border};
     TEffectOutcome outcome;
     RunOne(finished.item, specimen, size, &outcome);
-    if (finished.item.discarded) return false;
+    if (finished.item.discarded) return ++m_rejected.effect, false;
     Judge(outcome, item.specimenIndex);
     if (m_again || m_geometryAsked) return false;
     m_cell.push_back(std::move(finished));
@@ -58,7 +62,9 @@ void TEffectStage::Judge(const TEffectOutcome& outcome, int32_t currentRow) {
     m_hasOverrides = true;
     m_overrides = outcome.overrides;
     m_overriddenRanges = TransformRanges(m_input.transforms, &m_overrides);
-    if (geometry) m_cell.clear();
+    if (!geometry) return;
+    m_cell.clear();
+    m_rejected = m_rejectedBefore;
 }
 
 void TEffectStage::FinishCell() {
@@ -88,7 +94,7 @@ void TEffectStage::Append(TDravinItem& item, const Border& border) {
 
 void TEffectStage::RunOne(TDravinItem& item, const TSpecimen& specimen, const TSpecimenSize& size,
                           TEffectOutcome* outcome) {
-    TEffectItem one{&item, &specimen, size};
+    TEffectItem one{&item, &specimen, size, nullptr, {}};
     if (m_usesRandom) {
         one.random = m_generators.data();
         GeneratorsBehindDraws(m_input.transforms, Ranges(), {&item.seed, 1}, {one.random, 1});
@@ -102,7 +108,7 @@ bool TEffectStage::RunNow(TDravinItem& item, const TSpecimen& specimen, const TS
     int32_t row = item.specimenIndex;
     TEffectOutcome outcome;
     RunOne(item, specimen, size, &outcome);
-    if (item.discarded) return false;
+    if (item.discarded) return ++m_rejected.effect, false;
     Judge(outcome, row);
     return true;
 }
@@ -123,8 +129,12 @@ void TEffectStage::RunBatch() {
 
 void TEffectStage::Flush() {
     if (!m_batch.empty()) RunBatch();
-    for (Waiting& w : m_waiting)
-        if (!w.item.discarded) Append(w.item, w.border);
+    for (Waiting& w : m_waiting) {
+        if (w.item.discarded)
+            ++m_rejected.effect;
+        else
+            Append(w.item, w.border);
+    }
     m_waiting.clear();
     m_batch.clear();
 }

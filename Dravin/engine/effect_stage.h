@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "Dravin/engine/build_status.h"
 #include "Dravin/engine/effect_runner.h"
 #include "Dravin/engine/item_list.h"
 
@@ -18,7 +19,9 @@ struct TGrid;
 
 class TEffectStage {
 public:
-    TEffectStage(const TBuildInput& input, const TGeometryChoice& geometry, TDravinItemList& items);
+    // rejected: of the task; items that programs drop are counted there.
+    TEffectStage(const TBuildInput& input, const TGeometryChoice& geometry, TDravinItemList& items,
+                 TRejections& rejected);
 
     // What hides the parts of an item that stands across a border: asked once the item is final.
     struct Border {
@@ -74,6 +77,8 @@ private:
     TDravinItemList& m_items;
     TDravinItemList::Appender m_appender = nullptr;
     size_t m_produced = 0;
+    TRejections& m_rejected;
+    TRejections m_rejectedBefore;  // the cell in progress, which counts for its last try only
     std::unique_ptr<IEffectRunner> m_runner;  // null: no programs
     bool m_isBatched = false, m_usesRandom = false;
 

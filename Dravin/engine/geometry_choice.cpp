@@ -99,9 +99,8 @@ void TGeometryChoice::MakeClusters() {
     size_t n = m_probabilities.size();
     for (size_t i = 0; i < n; ++i) {
         float weight = m_probabilities[i] * 0.01f;
-        auto same = std::find_if(m_clusters.begin(), m_clusters.end(), [&](const Cluster& c) {
-            return !m_settings.legacyGroups && c.group == m_groupOfRow[i];
-        });
+        auto same = std::find_if(m_clusters.begin(), m_clusters.end(),
+                                 [&](const Cluster& c) { return c.group == m_groupOfRow[i]; });
         if (same == m_clusters.end())
             same = m_clusters.insert(m_clusters.end(), {int32_t(i), 0, 0, m_groupOfRow[i]});
         same->row = int32_t(i);
@@ -150,7 +149,7 @@ int32_t TGeometryChoice::NearestRow(const TAreaGeometry& area, const Color& colo
 
 int32_t TGeometryChoice::DrawInGroup(const TAreaGeometry& area, int32_t row, float g1) const {
     int32_t group = m_groupOfRow[size_t(row)];
-    if (m_settings.legacyGroups || group < 0 || area.table) return row;
+    if (group < 0 || area.table) return row;
     return int32_t(m_groupTables[size_t(group)].Sample(g1));
 }
 

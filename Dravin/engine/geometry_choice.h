@@ -25,8 +25,6 @@ struct TGeometrySettings {
     float clusterOctaves = 1;  // 1 to 5
     float clusterEdge = 0;     // 0 sharp to 1 blurry
     uint32_t seed = 123456;
-    // Objects saved before version 450: one cluster a row, and no draw inside a colour group.
-    bool legacyGroups = false;
 };
 
 // Rows that an area allows, and the table over them.

@@ -12,11 +12,7 @@ int64_t FirstTileStart(int64_t first, int pixels) {
     return pixel == 0 ? first : first + pixels - pixel;
 }
 
-// The hard limits of a rule; falloffs thin items, not corners.
-bool IsBeyond(const TRangeRule& rule, float measure) {
-    return rule.limited && !(measure >= rule.min && measure <= rule.max);
-}
-
+// Only the hard limits of the rules count: falloffs thin items, not corners.
 bool DropOnGround(const TBuildInput& input, const TGridGroup& group, Point3& point) {
     if (input.surfaces.empty()) return true;
     std::optional<TItemHit> hit = SurfaceHit(input, point, group.areas.Settings().surfaces);
@@ -37,7 +33,9 @@ std::vector<Point3> GizmoPoints(const TBuildInput& input, const TGridGroup& grou
             Point3 cell{float(grid.X(column)), float(grid.Y(row)), grid.z};
             if (!group.areas.Passes({cell.x, cell.y})) continue;
             Point3 point = grid.rotated ? cell * grid.frame : cell;
-            if (DropOnGround(input, group, point)) points.push_back(point);
+            if (!DropOnGround(input, group, point)) continue;
+            if (input.camera.limitActive && !input.camera.view.Contains(point)) continue;
+            points.push_back(point);
         }
     return points;
 }

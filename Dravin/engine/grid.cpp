@@ -43,7 +43,7 @@ TGridResult MakeGrid(const TGridSettings& s, const TGridArea& area, const Box3& 
     double nx = std::round(std::ceil(x1 - x0) / g.dx), ny = std::round(std::ceil(y1 - y0) / g.dy);
     double limit = s.maxCells >= 1 ? double(s.maxCells) : std::numeric_limits<double>::infinity();
     if (nx > limit || ny > limit || nx * ny > limit) return TGridResult::kTooDense;
-    if (!(nx * ny < kMostCells)) return TGridResult::kEmpty;
+    if (!(nx * ny < kMostCells)) return TGridResult::kTooDense;
     g.cells = int64_t(nx) * int64_t(ny);
 
     // Cells so far from the map's origin that their numbers are no longer exact make no grid.
@@ -63,6 +63,11 @@ int32_t CountDecimation(int64_t estimate, int64_t limit) {
     if (estimate <= limit) return 1;
     double n = std::round(std::ceil(std::sqrt(double(estimate) / double(limit))));
     return int32_t(std::clamp(n, 1.0, double(std::numeric_limits<int32_t>::max())));
+}
+
+int64_t NumUsed(int64_t first, int64_t count, int32_t decimation) {
+    auto multiplesBelow = [&](int64_t end) { return TileOf(end - 1, decimation).tile + 1; };
+    return count > 0 ? multiplesBelow(first + count) - multiplesBelow(first) : 0;
 }
 
 int32_t GridDecimation(const TGridSettings& s, double measure, float coverage, bool halved,

@@ -65,6 +65,14 @@ int32_t GridDecimation(const TGridSettings& settings, double measure, float cove
 // The same for a known number of candidates.
 int32_t CountDecimation(int64_t estimate, int64_t limit);
 
+// How many of `count` indices from `first` on are multiples of the decimation (at least 1).
+int64_t NumUsed(int64_t first, int64_t count, int32_t decimation);
+// Cells of the grid that a distribution with this decimation looks at.
+inline int64_t UsedCells(const TGrid& grid, int32_t decimation) {
+    return NumUsed(grid.firstColumn, grid.columns, decimation) *
+           NumUsed(grid.firstRow, grid.rows, decimation);
+}
+
 // Quotient rounded down and the remainder in [0, divisor).
 struct TTileIndex {
     int64_t tile;

@@ -189,6 +189,7 @@ struct ItemSurface {
     Point3 barycentric;
     int32_t surfaceFace = -1;
     float surfaceSlope = 0;
+    int32_t surfaceIndex = -1;  // of the surface in the build's input
 };
 
 // Draws that an effect program changed or whose ranges it replaced: not what the seed says.
@@ -197,7 +198,8 @@ struct ItemKept {
     Point3 keptRandomScale{1, 1, 1};
 };
 
-// Texture coordinates for the maps, in this order.
+// Texture coordinates for the maps, in this order. Never stored: they follow from the place on the
+// surface.
 enum ItemMap { kDistMap, kTintMap, kTransMap, kRotMap, kScaMap, kAniMap, kDivMap, kNumItemMaps };
 struct ItemUvws {
     Point3 mapUvws[kNumItemMaps];

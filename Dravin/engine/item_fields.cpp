@@ -104,7 +104,7 @@ const ItemField kFields[] = {
     Floats<&I::falloffScale>("falloff_scale"),
     Ints<&I::surfaceFace>("surface_face"),
     Floats<&I::barycentric>("barycentric"),
-    {"map_uvws", kFloat, kNumItemMaps, 3, true,
+    {"map_uvws", kFloat, kNumItemMaps, 3, false,
      [](const I& item, float* out) {
          for (const Point3& uvw : item.mapUvws) Put(out, uvw);
      }},

@@ -21,7 +21,6 @@ void ForEachGroup(Visit visit) {
     visit(0u, static_cast<ItemColors*>(nullptr));
     visit(uint32_t{kGroupCell}, static_cast<ItemCell*>(nullptr));
     visit(uint32_t{kGroupSurface}, static_cast<ItemSurface*>(nullptr));
-    visit(uint32_t{kGroupUvws}, static_cast<ItemUvws*>(nullptr));
     visit(uint32_t{kGroupFactors}, static_cast<ItemFactors*>(nullptr));
     visit(uint32_t{kGroupBorders}, static_cast<ItemBorders*>(nullptr));
     visit(uint32_t{kGroupLooks}, static_cast<ItemLooks*>(nullptr));
@@ -32,9 +31,9 @@ void ForEachGroup(Visit visit) {
 // Groups are copied as bytes out of and into the record; padding at the end of one would let it
 // overlap its neighbour.
 static_assert(sizeof(ItemPlace) == 140 && sizeof(ItemExtents) == 16 && sizeof(ItemColors) == 32 &&
-              sizeof(ItemCell) == 28 && sizeof(ItemSurface) == 32 && sizeof(ItemUvws) == 84 &&
-              sizeof(ItemFactors) == 36 && sizeof(ItemBorders) == 32 && sizeof(ItemLooks) == 20 &&
-              sizeof(ItemSource) == 128 && sizeof(ItemKept) == 24);
+              sizeof(ItemCell) == 28 && sizeof(ItemSurface) == 36 && sizeof(ItemFactors) == 36 &&
+              sizeof(ItemBorders) == 32 && sizeof(ItemLooks) == 20 && sizeof(ItemSource) == 128 &&
+              sizeof(ItemKept) == 24);
 
 bool IsStored(uint32_t bit, uint32_t groups) { return bit == 0 || (groups & bit); }
 

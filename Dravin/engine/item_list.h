@@ -26,16 +26,16 @@
 enum ItemGroups : uint32_t {
     kGroupCell = 1,
     kGroupSurface = 2,
-    kGroupUvws = 4,
-    kGroupFactors = 8,
-    kGroupBorders = 16,
-    kGroupLooks = 32,
-    kGroupSource = 64,
-    kGroupKept = 128,
-    kAllGroups = 255,
+    kGroupFactors = 4,
+    kGroupBorders = 8,
+    kGroupLooks = 16,
+    kGroupSource = 32,
+    kGroupKept = 64,
+    kAllGroups = 127,
 };
 
-// Fills the fields of an item that the list does not store (its random values).
+// Fills the fields of an item that the list does not store (random values, what follows from its
+// place).
 using ItemCompleter = std::function<void(TDravinItem&)>;
 
 // Random access over a list by its interface for displays.

@@ -7,6 +7,7 @@ namespace {
 
 constexpr float kSmallestRange = 0.0001f;
 constexpr float kLowest = -2147483648.0f;
+const TSurfaceFilter kAnySurface;
 
 bool HasRange(const TRangeRule& rule) { return rule.max - rule.min >= kSmallestRange; }
 
@@ -18,21 +19,20 @@ float RulePercent(const FalloffCurve& curve, const TRangeRule& rule, float measu
 }  // namespace
 
 std::optional<TItemHit> SurfaceHit(const TBuildInput& input, const Point3& point,
-                                   std::span<const uint8_t> only) {
+                                   const TSurfaceFilter& filter) {
     std::optional<TItemHit> best;
     float bestZ = kLowest;
     for (size_t s = 0; s < input.surfaces.size(); ++s) {
         const TSurfaceInput& surface = input.surfaces[s];
-        if (surface.skip || (!only.empty() && !only[s])) continue;
+        if (!filter.HasSurface(s)) continue;
         Point3 local = surface.isMoved ? point * surface.fromObject : point;
         TSurfHit hit;
         if (!surface.array->CellHit(local.x, local.y, &hit)) continue;
+        if (!filter.HasMaterial(surface.array->MaterialId(hit.face))) continue;
         Point3 world = surface.isMoved ? hit.point * surface.toObject : hit.point;
         if (!(world.z > bestZ)) continue;
         bestZ = world.z;
-        Point3 normal = hit.normal;
-        if (surface.isMoved) normal = Normalize(surface.toObject.VectorTransform(normal));
-        best = TItemHit{hit, s, world, normal};
+        best = TItemHit{hit, s, world, surface.NormalInObject(hit.normal)};
     }
     return best;
 }
@@ -43,8 +43,11 @@ Point3 WorkingNormal(const Point3& faceNormal, float directionPercent) {
     return Normalize(faceNormal * keep + Point3{0, 0, f});
 }
 
-bool RuleRejects(const TRangeRule& rule, float measure, float r) {
-    if (rule.limited && !(measure >= rule.min && measure <= rule.max)) return true;
+bool IsBeyond(const TRangeRule& rule, float measure) {
+    return rule.limited && !(measure >= rule.min && measure <= rule.max);
+}
+
+bool FadesOut(const TRangeRule& rule, float measure, float r) {
     if (!rule.densityCurve || !HasRange(rule)) return false;
     return RulePercent(*rule.densityCurve, rule, measure) * 0.01f <= r;
 }
@@ -55,16 +58,23 @@ float RuleScale(const TRangeRule& rule, float measure) {
 }
 
 bool ObeysSurfaceRules(const TBuildInput& input, float altitude, float slope, float r,
-                       Point3* scale) {
-    if (RuleRejects(input.altitude, altitude, r) || RuleRejects(input.slope, slope, r))
-        return false;
+                       Point3* scale, TRejections& rejected) {
+    int64_t* dropped = nullptr;
+    if (IsBeyond(input.altitude, altitude))
+        dropped = &rejected.altitude;
+    else if (IsBeyond(input.slope, slope))
+        dropped = &rejected.slope;
+    else if (FadesOut(input.altitude, altitude, r) || FadesOut(input.slope, slope, r))
+        dropped = &rejected.falloff;
+    if (dropped) return ++*dropped, false;
     float f = RuleScale(input.altitude, altitude) * RuleScale(input.slope, slope);
     *scale = {f, f, f};
     return true;
 }
 
-bool ObeysCameraView(const TCameraState& camera, const TDravinItem& item, float* scale) {
-    if (camera.limitActive && !camera.view.Contains(item.position)) return false;
+bool ObeysCameraView(const TCameraState& camera, const TDravinItem& item, float* scale,
+                     TRejections& rejected) {
+    if (camera.limitActive && !camera.view.Contains(item.position)) return ++rejected.camera, false;
     if (camera.scaleCurve)
         *scale = CameraScaleFactor(camera, item.position + item.zOffset * item.normal);
     return true;
@@ -98,25 +108,32 @@ TItemPipeline::TItemPipeline(const TBuildInput& input, const TGeometryChoice& ge
     : m_input(input),
       m_geometry(geometry),
       m_needsDistances(input.NeedsAreaDistances()),
-      m_effects(input, geometry, items),
-      m_clusterCounts(geometry.Clusters().size()) {
+      m_counts{std::vector<int32_t>(geometry.Clusters().size()), {}},
+      m_effects(input, geometry, items, m_counts.rejected) {
     m_factors.hasSurfaces = !input.surfaces.empty();
+    m_item.marked = 1;  // whatever reaches the list is kept
 }
 
 void TItemPipeline::TakeHit(const TItemHit& hit) {
     m_item.surfaceFace = hit.local.face;
     m_item.barycentric = hit.local.Barycentric();
     m_item.surfaceNormal = hit.faceNormal;
-    if (!m_input.channels.Any()) return;
+    m_item.surfaceIndex = int32_t(hit.surface);
+    if (!m_input.channels.AnyRead()) return;
     const TSurfXYArray& array = *m_input.surfaces[hit.surface].array;
     for (int map = 0; map < kNumItemMaps; ++map)
-        if (int channel = m_input.channels.channel[map]; channel >= 0)
-            m_item.mapUvws[map] = array.Uvw(channel, hit.local);
+        if (m_input.channels.isRead[map])
+            m_item.mapUvws[map] = array.Uvw(m_input.channels.channel[map], hit.local);
 }
 
 void TItemPipeline::ClearHit() {
     static_cast<ItemSurface&>(m_item) = {};
-    if (m_input.channels.Any()) static_cast<ItemUvws&>(m_item) = {};
+    if (m_input.channels.AnyRead()) static_cast<ItemUvws&>(m_item) = {};
+}
+
+Color TItemPipeline::DiversityColor(const MapPoint& at) const {
+    bool mapped = m_input.geometry.mode == kByColorMap && m_input.diversityMap;
+    return mapped ? m_input.diversityMap->SampleOne(at).Rgb() : m_item.mapColor.Rgb();
 }
 
 void TItemPipeline::ProcessCandidate(const TCandidate& candidate) {
@@ -152,12 +169,10 @@ void TItemPipeline::ProcessElements(const TCandidate& candidate, bool drawAgain)
 }
 
 void TItemPipeline::ChooseGeometry(const TCandidate& candidate) {
-    Color color = m_item.mapColor.Rgb();
-    if (m_input.geometry.mode == kByColorMap && m_input.diversityMap)
-        color = m_input.diversityMap->SampleOne({m_item.mapUvws[kDivMap], candidate.point}).Rgb();
     Point3 position = ToObject(candidate, candidate.point);
+    Color color = DiversityColor({m_item.mapUvws[kDivMap], position});
     m_item.specimenIndex =
-        m_geometry.Assign(*candidate.rows, m_item.randomB, color, position, m_clusterCounts);
+        m_geometry.Assign(*candidate.rows, m_item.randomB, color, position, m_counts.clusters);
 }
 
 Point3 TItemPipeline::ToObject(const TCandidate& candidate, const Point3& point) const {
@@ -169,7 +184,7 @@ Point3 TItemPipeline::ToObject(const TCandidate& candidate, const Point3& point)
 bool TItemPipeline::PassesAreas(const TCandidate& candidate, bool known) {
     if (!candidate.areas) return true;
     Point3 point = m_item.position;
-    if (!known && !candidate.areas->Passes({point.x, point.y})) return false;
+    if (!known && !candidate.areas->Passes({point.x, point.y})) return ++Rejected().area, false;
     if (!m_needsDistances) return true;
 
     m_distances = candidate.areas->Distances({point.x, point.y}, m_cursors);
@@ -177,7 +192,8 @@ bool TItemPipeline::PassesAreas(const TCandidate& candidate, bool known) {
     static_cast<ItemBorders&>(m_item) = {m_distances.include, m_distances.exclude,
                                          place(m_distances.includeNearest),
                                          place(m_distances.excludeNearest)};
-    return !ExcludeFalloffRejects(m_input.areaFalloffs, m_distances, m_item.randomA.y);
+    if (!ExcludeFalloffRejects(m_input.areaFalloffs, m_distances, m_item.randomA.y)) return true;
+    return ++Rejected().falloff, false;
 }
 
 // One element of a candidate, from its place to its final transform. False: it is dropped.
@@ -189,7 +205,7 @@ bool TItemPipeline::ProcessElement(const TCandidate& candidate, const TSpecimen&
     m_item.position = candidate.point + source.offset;
 
     if (CameraThinsOut(m_input.camera, ToObject(candidate, m_item.position), m_item.randomA.y))
-        return false;
+        return ++Rejected().falloff, false;
     bool atCell = source.offset == Point3{};
     if (!PassesAreas(candidate, candidate.insideAreas && atCell)) return false;
     m_item.position = ToObject(candidate, m_item.position);
@@ -205,7 +221,7 @@ bool TItemPipeline::ProcessElement(const TCandidate& candidate, const TSpecimen&
     bool fades = candidate.areas && m_needsDistances;
     if (fades && IncludeFalloffRejects(m_input.areaFalloffs, candidate.areas->Settings(),
                                        m_distances, m_item.randomA.y))
-        return false;
+        return ++Rejected().falloff, false;
 
     ClearHit();
     m_factors.falloffScale = {1, 1, 1};
@@ -215,27 +231,27 @@ bool TItemPipeline::ProcessElement(const TCandidate& candidate, const TSpecimen&
     }
     if (candidate.areas && m_input.areaFalloffs.scaleCurve) ApplyAreaScale(candidate);
 
-    if (!ObeysCameraView(m_input.camera, m_item, &m_factors.cameraScale)) return false;
+    if (!ObeysCameraView(m_input.camera, m_item, &m_factors.cameraScale, Rejected())) return false;
     FinishItem(m_input.transforms, Ranges(), m_item, specimen, size, candidate.area, m_factors,
                overrides);
-    if (m_item.discarded) return false;
+    if (m_item.discarded) return ++Rejected().area, false;  // it stands across a border
     return m_effects.Take(m_item, specimen, size, {candidate.areas, candidate.grid, &source});
 }
 
 // stands: the item is still where its candidate was.
 bool TItemPipeline::ProjectOnSurfaces(const TCandidate& candidate, bool stands) {
     std::optional<TItemHit> hit = stands ? candidate.hit : std::nullopt;
-    std::span<const uint8_t> only;
-    if (candidate.areas) only = candidate.areas->Settings().surfaces;
-    if (!hit) hit = SurfaceHit(m_input, m_item.position, only);
-    if (!hit) return false;
+    const TSurfaceFilter& filter =
+        candidate.areas ? candidate.areas->Settings().surfaces : kAnySurface;
+    if (!hit) hit = SurfaceHit(m_input, m_item.position, filter);
+    if (!hit) return ++Rejected().surface, false;
     TakeHit(*hit);
     m_item.position = hit->point;
     m_item.normal = NormalOver(hit->faceNormal);
     m_item.surfaceSlope = SlopeOf(hit->faceNormal);
     // The rules measure the hit itself, before the item is lifted along its normal.
     return ObeysSurfaceRules(m_input, hit->point.z, m_item.surfaceSlope, m_item.randomA.y,
-                             &m_factors.falloffScale);
+                             &m_factors.falloffScale, Rejected());
 }
 
 void TItemPipeline::ApplyAreaScale(const TCandidate& candidate) {

@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "Dravin/engine/build_input.h"
+#include "Dravin/engine/build_status.h"
 #include "Dravin/engine/effect_stage.h"
 #include "Dravin/engine/item_list.h"
 
@@ -19,27 +20,29 @@ struct TItemHit {
     Point3 faceNormal;
 };
 
-// Topmost hit over all surfaces that are not skipped; when `only` is not empty, over those whose
-// flag is set in it. None where the point misses them all.
+// Topmost hit over the surfaces that the filter lets through. None where the point misses them all.
 std::optional<TItemHit> SurfaceHit(const TBuildInput& input, const Point3& point,
-                                   std::span<const uint8_t> only = {});
+                                   const TSurfaceFilter& filter = {});
 
 // Working normal between the face normal (0 %) and straight up (100 %) or down (-100 %).
 Point3 WorkingNormal(const Point3& faceNormal, float directionPercent);
 
-// Whether the rule drops a measure; r is the item's draw against density falloffs.
-bool RuleRejects(const TRangeRule& rule, float measure, float r);
+// Whether a measure is beyond the rule's limits.
+bool IsBeyond(const TRangeRule& rule, float measure);
+// Whether the rule's density falloff drops a measure; r is the item's draw.
+bool FadesOut(const TRangeRule& rule, float measure, float r);
 // Factor that the rule's scale curve puts on an item.
 float RuleScale(const TRangeRule& rule, float measure);
 
-// Both rules of the surfaces at a hit. False: the item is dropped; else `scale` gets the factor
-// that they put on it.
+// Both rules of the surfaces at a hit. False: the item is dropped, which is counted; else `scale`
+// gets the factor that they put on it.
 bool ObeysSurfaceRules(const TBuildInput& input, float altitude, float slope, float r,
-                       Point3* scale);
+                       Point3* scale, TRejections& rejected);
 // What the camera says of an item that is sized and placed but not lifted along its normal yet.
-// False: it stands outside a view that limits; else `scale` gets the factor of the scale falloff
-// where it will stand.
-bool ObeysCameraView(const TCameraState& camera, const TDravinItem& item, float* scale);
+// False: it stands outside a view that limits, which is counted; else `scale` gets the factor of
+// the scale falloff where it will stand.
+bool ObeysCameraView(const TCameraState& camera, const TDravinItem& item, float* scale,
+                     TRejections& rejected);
 // Angle between a normal and the vertical, radians.
 float SlopeOf(const Point3& normal);
 
@@ -74,6 +77,10 @@ public:
         std::optional<TItemHit> hit;
     };
 
+    // Neither copied nor moved: the stage of effects holds on to the counts.
+    TItemPipeline(const TItemPipeline&) = delete;
+    TItemPipeline& operator=(const TItemPipeline&) = delete;
+
     // Chooses the geometry of the working item and makes one item for each element it has.
     void ProcessCandidate(const TCandidate& candidate);
 
@@ -89,12 +96,16 @@ public:
         return WorkingNormal(faceNormal,
                              o && o->hasDirection ? o->direction : m_input.directionPercent);
     }
-    // How many times each cluster of the geometry was chosen.
-    std::vector<int32_t>& ClusterCounts() { return m_clusterCounts; }
+    // What the task counts on its way.
+    TTaskCounts& Counts() { return m_counts; }
+    TRejections& Rejected() { return m_counts.rejected; }
 
     // Puts a hit's face, weights, normal and map coordinates into the working item.
     void TakeHit(const TItemHit& hit);
     void ClearHit();
+    // The colour by which a map chooses the geometry; `at`: where the working item will stand
+    // before it is moved, with the surface's coordinates.
+    Color DiversityColor(const MapPoint& at) const;
 
 private:
     void ChooseGeometry(const TCandidate& candidate);
@@ -113,6 +124,6 @@ private:
     bool m_needsDistances;
     TAreaDistances m_distances;  // of the working item
     std::vector<TSegmentCursor> m_cursors;
-    TEffectStage m_effects;
-    std::vector<int32_t> m_clusterCounts;
+    TTaskCounts m_counts;
+    TEffectStage m_effects;  // counts into m_counts
 };

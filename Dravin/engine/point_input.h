@@ -3,10 +3,13 @@
 // Places and frames are in the space of the scatter object unless said otherwise.
 #pragma once
 
+#include <array>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "Dravin/engine/poly_line_plus.h"
+#include "host/geom/height_field.h"
 #include "host/geom/mesh.h"
 #include "host/math/interval.h"
 
@@ -34,6 +37,11 @@ struct TReferenceObject {
 struct TReferenceMesh {
     std::shared_ptr<const Mesh> mesh;
     Matrix3 toObject;
+    std::shared_ptr<const HeightField> heights = nullptr;  // in place of a mesh
+
+    size_t NumFaces() const { return heights ? heights->NumFaces() : mesh->NumFaces(); }
+    // Corners of a face; none where it names no vertex.
+    std::optional<std::array<Point3, 3>> Corners(size_t face) const;
 };
 
 struct TReferenceSettings {

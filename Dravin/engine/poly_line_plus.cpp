@@ -170,15 +170,32 @@ Point3 PolyLinePlus::TangentAt(float u, SegmentLimits limits) const {
     return Tangent(s, 0.5f, limits);
 }
 
+// In the plane from the first point through all segments before the place to the place itself.
+float PolyLinePlus::PlanarTo(const Place& place) const {
+    int n = NumPoints();
+    float sum = 0;
+    for (int s = 0; s < place.segment; ++s) sum += PlanarDistance(PointAt(s), PointAt((s + 1) % n));
+    return sum + PlanarDistance(PointAt(place.segment), place.position);
+}
+
 float PolyLinePlus::PlanarLength(float u1, float u2) const {
     float low = std::min(u1, u2), high = std::max(u1, u2);
+    int last = NumSegments() - 1;
+    if (Wraps() && last >= 0) {
+        // Whole turns count, too: a line's end is its start, but not at no distance from it.
+        float turn = PlanarTo({PointAt((last + 1) % NumPoints()), last, 1});
+        auto at = [&](float u) {
+            float turns = std::floor(u);
+            return turns * turn + PlanarTo(PositionAt(u - turns));
+        };
+        return at(high) - at(low);
+    }
     Place from = PositionAt(low), to = PositionAt(high);
     if (from.segment == to.segment) return PlanarDistance(from.position, to.position);
-    int n = NumPoints();
     Point3 at = from.position;
     float sum = 0;
-    for (int s = from.segment; s != to.segment; s = (s + 1) % std::max(1, NumSegments())) {
-        const Point3& next = PointAt((s + 1) % n);
+    for (int s = from.segment; s < to.segment; ++s) {
+        const Point3& next = PointAt(s + 1);
         sum += PlanarDistance(at, next);
         at = next;
     }

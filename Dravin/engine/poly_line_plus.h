@@ -73,6 +73,8 @@ public:
     Place PositionAt(float u, SegmentLimits limits = {}) const;
     Point3 TangentAt(float u, SegmentLimits limits = {}) const;
 
+    // In the xy plane from one fraction through the points in between to the other; on lines that
+    // wrap around with every whole turn.
     float PlanarLength(float u1, float u2) const;
     float StraightDistance(float u1, float u2, SegmentLimits limits = {}) const;
     float Distance(float u1, float u2, PathMetric metric, SegmentLimits limits = {}) const;
@@ -95,6 +97,7 @@ public:
 private:
     void Cache() const;
     float FractionBefore(int point) const { return point < 1 ? 0 : m_fractions[size_t(point - 1)]; }
+    float PlanarTo(const Place& place) const;
     float AdvancePlanar(float u, float d) const;
     float AdvanceStraight(float u, float d, SegmentLimits limits) const;
     bool Wraps() const { return IsClosed() || RepeatsFirst(); }

@@ -28,9 +28,10 @@ struct TSpecimenElement {
     float zOffset = 0;
     int32_t centerPercent = 50;
     int32_t radiusPercent = 100;
-    Point3 offset;                      // of a group member from the group's pivot
-    Box3 unitBounds;                    // of the normalised source
-    std::vector<Point3> partCentroids;  // of the source's connected parts, unit space
+    Point3 offset;    // of a group member from the group's pivot
+    Box3 unitBounds;  // of the normalised source
+    // Of the connected parts of the source, unit space; empty where no border hides parts.
+    std::vector<Point3> partCentroids;
 
     bool UsesMeshSize() const { return isMesh && useMeshDimensions; }
 };

@@ -25,6 +25,7 @@ public:
 
     void Process(size_t index) {
         TDravinItem& item = m_pipeline.WorkingItem();
+        if (m_input.unselected && !m_input.storedItems[index].selected) return Keep(index);
         Restore(m_input.storedItems[index], int32_t(index));
         if (int64_t(index) % m_decimation == 0 && IsFinite(item.position))
             PlaceWithEffects(m_input.storedItems[index], int32_t(index));
@@ -32,13 +33,22 @@ public:
             item.discarded = 1;
         item.keptRotation = item.rotation;
         item.keptRandomScale = item.randomScale;
+        item.marked = !item.discarded;
         m_numDiscarded += item.discarded != 0;
         m_items.Append(item, m_appender);
     }
 
     int32_t NumDiscarded() const { return m_numDiscarded; }
+    const TTaskCounts& Counts() { return m_pipeline.Counts(); }
 
 private:
+    void Keep(size_t index) {
+        TDravinItem kept;
+        m_input.unselected->ReadStored(index, &kept);
+        m_numDiscarded += kept.discarded != 0;
+        m_items.Append(kept, m_appender);
+    }
+
     void Restore(const TStoredItem& stored, int32_t index) {
         TDravinItem& item = m_pipeline.WorkingItem();
         item.Reset();
@@ -86,7 +96,7 @@ private:
             ApplySpecimenAndTranslation(m_input.transforms, item, element, {}, effects.Overrides());
         if (m_factors.hasSurfaces && m_input.surfaceMode == kSurfaceXY) StandOnSurfaces();
 
-        if (!ObeysCameraView(m_input.camera, item, &m_factors.cameraScale)) {
+        if (!ObeysCameraView(m_input.camera, item, &m_factors.cameraScale, m_pipeline.Rejected())) {
             item.discarded = 1;
             return;
         }
@@ -152,14 +162,17 @@ void ProcessStoredItems(const TBuildInput& input, const TGeometryChoice& geometr
     for (size_t p = 0; p < slices.size(); ++p) parts.emplace_back(items.Groups());
     items.ShareSpare(parts);
     std::vector<int32_t> discarded(slices.size(), 0);
+    std::vector<TTaskCounts> counts(slices.size());
     ParallelFor(slices.size(), input.threads, [&](size_t p) {
         StoredItemTask task(input, geometry, statistics.decimation, parts[p]);
         int64_t end = slices[p].first + slices[p].count;
         for (int64_t i = slices[p].first; i < end; ++i) task.Process(size_t(i));
         discarded[p] = task.NumDiscarded();
+        counts[p] = task.Counts();
     });
     for (size_t p = 0; p < slices.size(); ++p) {
         items.Splice(std::move(parts[p]));
         statistics.discardedItems += discarded[p];
+        statistics.Add(counts[p]);
     }
 }

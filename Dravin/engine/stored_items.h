@@ -29,7 +29,8 @@ struct TStoredItem {
     friend bool operator==(const TStoredItem&, const TStoredItem&) = default;
 };
 
-// Appends the input's stored items to the prepared list in their order. The input has specimens.
+// Appends the input's stored items to the prepared list in their order. The input has specimens;
+// the list of an earlier build that it may name stores the same groups and has an item for each.
 // Statistics: the decimation of the display and the number of discarded items are set. The items
 // are the same for any number of threads.
 void ProcessStoredItems(const TBuildInput& input, const TGeometryChoice& geometry,

@@ -1,131 +1,60 @@
-// A surface as the engine sees it: its triangles under a cell grid, for fast vertical hits.
+// A surface as the engine sees it: vertical hits on a mesh or on a height field.
 //
-// Coordinates are those of the surface node's own space; hits drop along its z axis. The array
-// keeps the mesh it was made from alive and is immutable after construction: all objects and
-// threads share it. Faces with indices out of range, vertices that are not finite or no extent in
-// the xy plane are left out.
-//
-// Cells: a uniform grid with about two faces a cell (one cell per two faces), each cell listing the
-// faces whose xy box overlaps it.
+// Coordinates are those of the surface node's own space; hits drop along its z axis. The two kinds
+// answer alike, to the bit: a height field is the mesh that it stands for. Immutable after
+// construction; all objects and threads share it.
 #pragma once
 
-#include <algorithm>
-#include <cstdint>
 #include <memory>
-#include <span>
-#include <vector>
+#include <optional>
 
-#include "host/base/huge_buffer.h"
-#include "host/geom/mesh.h"
-
-struct TSurfHit {
-    Point3 point;
-    Point3 normal;  // of the face, unit length
-    int32_t face = -1;
-    float bary1 = 0, bary2 = 0;  // weights of the second and third corner
-
-    Point3 Barycentric() const { return {1 - bary1 - bary2, bary1, bary2}; }
-};
+#include "Dravin/engine/height_surface.h"
+#include "Dravin/engine/triangle_surface.h"
+#include "host/geom/poly_line.h"
 
 class TSurfXYArray {
 public:
     // threads: used for the construction only; the array does not depend on it.
-    explicit TSurfXYArray(std::shared_ptr<const Mesh> mesh, int threads = 1);
+    explicit TSurfXYArray(std::shared_ptr<const Mesh> mesh, int threads = 1)
+        : m_triangles(std::make_unique<TTriangleSurface>(std::move(mesh), threads)) {}
+    explicit TSurfXYArray(std::shared_ptr<const HeightField> field) : m_heights(std::move(field)) {}
 
     // Topmost face over or under (x, y). False when none is there.
-    bool CellHit(float x, float y, TSurfHit* hit) const;
-
+    bool CellHit(float x, float y, TSurfHit* hit) const {
+        return m_heights ? m_heights->CellHit(x, y, hit) : m_triangles->CellHit(x, y, hit);
+    }
     // Calls visit(hit) for every face over or under (x, y), in face order.
     template <class Visit>
     void ForEachHit(float x, float y, const Visit& visit) const {
-        ForEachFaceAt(x, y, [&](uint32_t face, float z) { visit(MakeHit(x, y, face, z)); });
+        if (!m_heights) return m_triangles->ForEachHit(x, y, visit);
+        if (TSurfHit hit; m_heights->CellHit(x, y, &hit)) visit(hit);
     }
 
-    const Mesh& GetMesh() const { return *m_mesh; }
     // Whether the face's normal points downward.
-    bool IsReversed(int32_t face) const { return m_mesh->FaceNormalUnscaled(size_t(face)).z < 0; }
-    int MaterialId(int32_t face) const { return m_mesh->faces[size_t(face)].matID; }
-    // Coordinates of mapping channel `channel` at a hit; zero when the mesh has none there.
-    Point3 Uvw(int channel, const TSurfHit& hit) const;
+    bool IsReversed(int32_t face) const { return m_triangles && m_triangles->IsReversed(face); }
+    int MaterialId(int32_t face) const { return m_triangles ? m_triangles->MaterialId(face) : 0; }
+    // Coordinates of mapping channel `channel` at a hit; zero when the surface has none there.
+    Point3 Uvw(int channel, const TSurfHit& hit) const {
+        return m_heights ? m_heights->Uvw(channel, hit.face, hit.Barycentric())
+                         : m_triangles->Uvw(channel, hit);
+    }
 
-    // Bounds of the cell grid (the faces' xy box); empty when no face can be hit.
-    const Box2& GridBounds() const { return m_bounds; }
-    // Box of all usable vertices.
-    const Box3& Bounds() const { return m_box; }
-    size_t NumCellsX() const { return m_nx; }
-    size_t NumCellsY() const { return m_ny; }
-    size_t BytesHeld() const;
+    // The part of the plane in which faces are; empty when none can be hit.
+    const Box2& GridBounds() const {
+        return m_heights ? m_heights->GridBounds() : m_triangles->GridBounds();
+    }
+    // Box of all usable vertices, and of all vertices moved by m.
+    const Box3& Bounds() const {
+        return m_heights ? m_heights->Field().Bounds() : m_triangles->Bounds();
+    }
+    Box3 BoundsMoved(const Matrix3& m) const;
+    // The borders of the surface (BorderOutline in mesh_adjacency.h); none on a closed one.
+    PolyShape Outline() const;
+    // What is held beside the mesh or the field.
+    size_t BytesHeld() const { return m_heights ? 0 : m_triangles->BytesHeld(); }
 
 private:
-    // A face for hit tests: its corners in the plane, and its height over the first corner as
-    // z = az + slopeX * (x - ax) + slopeY * (y - ay), which keeps its digits far from the origin.
-    struct Record {
-        float ax, ay, bx, by, cx, cy;
-        float az, slopeX, slopeY;
-    };
-
-    // Calls visit(face, z) for the faces of the point's cell that hold it.
-    template <class Visit>
-    void ForEachFaceAt(float x, float y, const Visit& visit) const;
-    TSurfHit MakeHit(float x, float y, uint32_t face, float z) const;
-    bool MakeRecord(size_t face, Record* record) const;
-    void MakeRecords(int threads);
-    void MakeGrid(int threads);
-    size_t Column(float x) const;
-    size_t Row(float y) const;
-    template <class Visit>
-    void ForEachCell(const Record& record, Visit visit) const;
-
-    std::shared_ptr<const Mesh> m_mesh;
-    HugeBuffer m_recordMemory;
-    std::span<Record> m_records;  // one a face; unusable ones have no extent and stand in no cell
-    std::vector<uint8_t> m_usable;
-    HugeBuffer m_startMemory, m_faceMemory;
-    std::span<uint32_t> m_cellStart;  // nx * ny + 1
-    std::span<uint32_t> m_cellFaces;
-    Box2 m_bounds;
-    Box3 m_box;
-    size_t m_nx = 0, m_ny = 0;
-    float m_cellsPerX = 0, m_cellsPerY = 0;
+    // One of the two.
+    std::optional<THeightSurface> m_heights;
+    std::unique_ptr<const TTriangleSurface> m_triangles;
 };
-
-// Does the horizontal ray from (x, y) towards +x cross the edge? Half-open in y, so that a row
-// through a vertex counts once. The lower end comes first whatever the face's winding: both faces
-// of a shared edge then compute the same value, and no point falls between them.
-inline bool CrossesRay(float x, float y, float ax, float ay, float bx, float by) {
-    bool up = ay < by;
-    float lowX = up ? ax : bx, lowY = up ? ay : by;
-    float highX = up ? bx : ax, highY = up ? by : ay;
-    bool spans = (lowY <= y) & (y < highY);
-    bool right = (highX - lowX) * (y - lowY) > (x - lowX) * (highY - lowY);
-    return spans & right;
-}
-
-inline size_t TSurfXYArray::Column(float x) const {
-    float column = (x - m_bounds.min.x) * m_cellsPerX;
-    return std::min(m_nx - 1, size_t(std::max(column, 0.0f)));
-}
-
-inline size_t TSurfXYArray::Row(float y) const {
-    float row = (y - m_bounds.min.y) * m_cellsPerY;
-    return std::min(m_ny - 1, size_t(std::max(row, 0.0f)));
-}
-
-template <class Visit>
-void TSurfXYArray::ForEachFaceAt(float x, float y, const Visit& visit) const {
-    bool inBounds =
-        x >= m_bounds.min.x && x <= m_bounds.max.x && y >= m_bounds.min.y && y <= m_bounds.max.y;
-    if (!inBounds) return;
-    size_t cell = Row(y) * m_nx + Column(x);
-    for (uint32_t i = m_cellStart[cell]; i < m_cellStart[cell + 1]; ++i) {
-        const Record& r = m_records[m_cellFaces[i]];
-        // Most faces of a cell are ruled out by their box, which costs less than their edges.
-        bool near = (x >= std::min({r.ax, r.bx, r.cx})) & (x <= std::max({r.ax, r.bx, r.cx})) &
-                    (y >= std::min({r.ay, r.by, r.cy})) & (y <= std::max({r.ay, r.by, r.cy}));
-        if (!near) continue;
-        bool inside = CrossesRay(x, y, r.ax, r.ay, r.bx, r.by) ^
-                      CrossesRay(x, y, r.cx, r.cy, r.ax, r.ay) ^
-                      CrossesRay(x, y, r.bx, r.by, r.cx, r.cy);
-        if (inside) visit(m_cellFaces[i], r.az + r.slopeX * (x - r.ax) + r.slopeY * (y - r.ay));
-    }
-}

@@ -98,13 +98,12 @@ void SetExtents(const TTransformSettings& s, TDravinItem& item, const TSpecimenE
     item.collisionHeight = float(s.collisionHeightPercent) * 0.01f * item.height;
 }
 
-void CheckBoundary(TDravinItem& item, const TItemArea& area, bool supportsElementMasks) {
+void CheckBoundary(TDravinItem& item, const TItemArea& area) {
     auto crosses = [&](float radius) {
         return radius > item.includeDistance || radius > item.excludeDistance;
     };
-    if (area.boundaryCheck == 1 && crosses(item.boundaryRadius)) item.discarded = 1;
-    if (area.boundaryCheck == 2 && supportsElementMasks && crosses(item.outerRadius))
-        item.partial = 1;
+    if (area.boundaryCheck == kBorderDiscards && crosses(item.boundaryRadius)) item.discarded = 1;
+    if (area.boundaryCheck == kBorderHidesParts && crosses(item.outerRadius)) item.partial = 1;
 }
 
 Color TintColor(const TTransformSettings& s, const TDravinItem& item, bool hasSurfaces) {
@@ -294,7 +293,7 @@ void FinishItem(const TTransformSettings& s, const TTransformRanges& ranges, TDr
         item.sizeFactor = item.sizeFactor * (item.externalScale * item.falloffScale);
     }
     ResizeItem(s, element, size, item);
-    CheckBoundary(item, area, factors.supportsElementMasks);
+    CheckBoundary(item, area);
 
     // Looks.
     item.mirrored = s.mirror ? item.randomInteger & 1 : 0;

@@ -133,10 +133,14 @@ void GeneratorsBehindDraws(const TTransformSettings& settings, const TTransformR
 // --- placing and finishing
 // ------------------------------------------------------------------------
 
+// What happens to items that cross a border of their area: nothing, they are discarded, or the
+// parts that stand outside are not drawn.
+enum BoundaryCheck { kBorderIgnored = 0, kBorderDiscards = 1, kBorderHidesParts = 2 };
+
 // The area an item belongs to, as far as these steps need it.
 struct TItemArea {
     float zOffset = 0;
-    int boundaryCheck = 0;  // 0 none, 1 discard at the border, 2 mark as partial
+    int boundaryCheck = kBorderIgnored;
 };
 
 // Sizes of the specimen for this item, kept from ApplySpecimenAndTranslation to FinishItem.
@@ -155,7 +159,6 @@ struct TFinishFactors {
     float cameraScale = 1;
     Point3 falloffScale{1, 1, 1};
     bool hasSurfaces = false;  // items lie on surfaces
-    bool supportsElementMasks = true;
 };
 
 // Position, scale, sizes, extents, mirror, tint, orientation, shadows, animation sample.

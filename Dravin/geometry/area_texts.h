@@ -17,13 +17,25 @@ enum AreaType : int {
     kAreaDravin = 4,
 };
 
-// The ids of a geometry subset as text, " 3 7", and back: pieces below 1 are dropped.
+// What a row is called whose user gave it no name: like its node, else by its kind. nodeName: empty
+// without a node.
+std::string DefaultAreaName(int type, const std::string& nodeName);
+
+// The ids of a geometry subset as text, " 3 7", and back: pieces below 1 name no row and count for
+// nothing, but stay in the text.
 std::string FormatSpecIds(std::span<const int> ids);
 std::vector<int> ParseSpecIds(const std::string& text);
+std::vector<int> ParseAllSpecIds(const std::string& text);
 
-// Names of the surfaces that an area is bound to, one a line, and back.
-std::string FormatSurfaceNames(std::span<const std::string> names);
-std::vector<std::string> ParseSurfaceNames(const std::string& text);
+// What of the surfaces an area is bound to: the surfaces with these names, and of any surface the
+// faces with these material ids, counted from 1. Nothing said means all.
+struct TAreaSurfaces {
+    std::vector<std::string> names;
+    std::vector<int> materialIds;
+};
+// As text, one name a line, and in a line of their own the ids, each behind a "#": "hill\n#1 #3".
+std::string FormatAreaSurfaces(const TAreaSurfaces& surfaces);
+TAreaSurfaces ParseAreaSurfaces(const std::string& text);
 
 // The outline of a paint area: closed polygons in the object's space.
 class TPaintShape : public ReferenceTarget {

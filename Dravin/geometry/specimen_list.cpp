@@ -1,6 +1,7 @@
 #include "Dravin/geometry/specimen_list.h"
 
 #include <algorithm>
+#include <limits>
 #include <map>
 
 #include <fmt/format.h>
@@ -18,6 +19,16 @@ void CollectGeometry(INode& node, std::vector<INode*>& members) {
         Object* object = n->GetObjectRef();
         if (n != &node && object && object->IsGeomObject()) members.push_back(n);
     });
+}
+
+// Forever stays forever at both ends.
+Interval Shifted(const Interval& interval, int64_t by) {
+    Interval forever = Interval::Forever();
+    auto shift = [&](TimeValue t) {
+        if (t == forever.start || t == forever.end) return t;
+        return TimeValue(std::clamp<int64_t>(t + by, forever.start, forever.end));
+    };
+    return {shift(interval.start), shift(interval.end)};
 }
 
 std::shared_ptr<INode> Share(INode* node) {
@@ -43,7 +54,7 @@ public:
             AddSource(node, {});
         else
             AddEmpty();
-        if (node) NarrowValidity();
+        NarrowValidity();
     }
 
     // True when the row has at least one source.
@@ -63,16 +74,17 @@ public:
             AddGroup(*node);
         } else {
             AddSource(node, {});
-            if (m_request.animation.mode != 0) NarrowValidity();
         }
+        NarrowValidity();
         return !m_specimen.nodes.empty();
     }
 
     void AddEmpty() { m_specimen.nodes.push_back({m_entry, nullptr, Sample(nullptr), {}}); }
 
 private:
+    // Sources are sampled at the first frame; later frames are asked for when they are shown.
     std::shared_ptr<const TDravinMeshSample> Sample(INode* node) {
-        return m_meshes.Get(node, m_request.time, m_request.time);
+        return m_meshes.Get(node, m_specimen.FrameFirst(0), m_request.time);
     }
 
     void AddGroup(INode& head) {
@@ -147,16 +159,24 @@ private:
     }
 
     void AddSource(INode* node, const Point3& offset) {
-        // Sources are sampled at the first frame; later frames are asked for when they are shown.
-        TimeValue t = m_request.animation.mode == 0 ? m_request.time : m_specimen.FrameFirst(0);
-        m_specimen.nodes.push_back(
-            {m_entry, Share(node), m_meshes.Get(node, t, m_request.time), offset});
+        m_specimen.nodes.push_back({m_entry, Share(node), Sample(node), offset});
         m_specimen.proxyShape |= m_request.proxyMode;
     }
 
+    // A frame is shown at its offset from the build time, so its source's validity counts shifted
+    // by that. Without animation, and where a map picks them, frames stand at fixed times.
     void NarrowValidity() {
-        if (m_specimen.proxyShape) return;
-        for (const TSpecBuildNode& n : m_specimen.nodes) *m_valid &= n.sample->Validity();
+        int mode = m_request.animation.mode;
+        if (m_specimen.proxyShape || mode == kAnimOff || mode == kAnimFrameMap) return;
+        for (const TSpecBuildNode& n : m_specimen.nodes) {
+            Object* object = n.source ? n.source->GetObjectRef() : nullptr;
+            if (!object) continue;
+            for (auto [time, offset] : m_specimen.frames) {
+                Interval validity = object->ObjectValidity(time);
+                if (!validity.Contains(time)) validity = Interval::Instant(time);
+                *m_valid &= Shifted(validity, -int64_t{offset});
+            }
+        }
     }
 
     const TSpecEntry& m_entry;
@@ -166,6 +186,15 @@ private:
     Interval* m_valid;
 };
 
+// The id behind the largest; at the end of all numbers the smallest that no row has.
+int NextSpecId(const std::vector<TSpecEntry>& entries, int* counter) {
+    if (*counter < std::numeric_limits<int32_t>::max()) return ++*counter;
+    int id = 1;
+    auto taken = [&](const TSpecEntry& entry) { return entry.specId == id; };
+    while (std::any_of(entries.begin(), entries.end(), taken)) ++id;
+    return id;
+}
+
 // Rows without an id get consecutive new ones.
 void AssignSpecIds(TTreeSpecList& rows, TNuRandom& generator, TimeValue t, int* counter) {
     std::vector<TSpecEntry> entries;
@@ -174,12 +203,12 @@ void AssignSpecIds(TTreeSpecList& rows, TNuRandom& generator, TimeValue t, int* 
     for (const TSpecEntry& entry : entries) *counter = std::max(*counter, entry.specId);
     for (int i = 0; i < int(entries.size()); ++i) {
         if (entries[size_t(i)].specId >= 0) continue;
-        entries[size_t(i)].specId = ++*counter;
-        rows.Set(TTreeSpecList::kSpecId, i, t, ParamValue(int32_t(*counter)));
+        entries[size_t(i)].specId = NextSpecId(entries, counter);
+        rows.Set(TTreeSpecList::kSpecId, i, t, ParamValue(int32_t(entries[size_t(i)].specId)));
     }
 }
 
-TSpecimenElement EngineElement(const TSpecBuildNode& node) {
+TSpecimenElement EngineElement(const TSpecBuildNode& node, bool withParts) {
     const TSpecEntry& entry = node.entry;
     TSpecimenElement e;
     e.kind = SpecimenKind(std::clamp(entry.kind, 0, 2));
@@ -196,6 +225,9 @@ TSpecimenElement EngineElement(const TSpecBuildNode& node) {
     e.radiusPercent = entry.radius;
     e.offset = node.offset;
     e.unitBounds = node.sample->Size().bounds;
+    if (withParts)
+        for (const TDravinMeshElement& part : node.sample->Elements().elements)
+            e.partCentroids.push_back(part.centroid);
     return e;
 }
 
@@ -270,12 +302,13 @@ const TSpecBuildNode* TSpecBuildList::NodeOf(const TDravinItem& item) const {
     return m_specimens[size_t(row)].Node(uint16_t(item.elementIndex));
 }
 
-std::vector<TSpecimen> TSpecBuildList::EngineSpecimens() const {
+std::vector<TSpecimen> TSpecBuildList::EngineSpecimens(bool withParts) const {
     std::vector<TSpecimen> specimens;
     for (size_t i = 0; i < NumRows(); ++i) {
         const TSpecBuild& row = m_specimens[i];
         TSpecimen s;
-        for (const TSpecBuildNode& node : row.nodes) s.elements.push_back(EngineElement(node));
+        for (const TSpecBuildNode& node : row.nodes)
+            s.elements.push_back(EngineElement(node, withParts));
         s.frames = row.frames;
         s.lod = row.lod;
         const TSpecEntry& entry = row.nodes.front().entry;

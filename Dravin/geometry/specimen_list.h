@@ -89,8 +89,9 @@ public:
     const TSpecBuildNode* NodeOf(const TDravinItem& item) const;
     bool HasCustomObjects() const { return m_hasCustomObjects; }
 
-    // The part that the engine sees, one entry a row.
-    std::vector<TSpecimen> EngineSpecimens() const;
+    // The part that the engine sees, one entry a row. withParts: with the places of the parts of
+    // meshes, which cost an analysis of each mesh at its first use.
+    std::vector<TSpecimen> EngineSpecimens(bool withParts = false) const;
 
 private:
     std::vector<TSpecBuild> m_specimens;

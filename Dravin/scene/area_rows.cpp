@@ -52,19 +52,20 @@ const std::vector<Column>& PlainColumns() {
 bool ExcludesAtFirst(int type) { return type == kAreaObject || type == kAreaDravin; }
 int FirstResolution(int type) { return type == kAreaDravin ? 1024 : 512; }
 
-std::string ReadSurfaceNames(DescriptionObject& keys, const DescriptionContext& context) {
-    std::vector<std::string> names;
+std::string ReadSurfaces(DescriptionObject& keys, const DescriptionContext& context) {
+    TAreaSurfaces surfaces;
     for (const DescriptionValue& name : keys.Array("surfaces"))
-        if (auto node = context.NodeOf(name)) names.push_back(node->GetName());
-    return FormatSurfaceNames(names);
+        if (auto node = context.NodeOf(name)) surfaces.names.push_back(node->GetName());
+    for (const DescriptionValue& id : keys.Array("surface_materials")) {
+        surfaces.materialIds.push_back(id.AsInt());
+        if (surfaces.materialIds.back() < 1) id.Fail("expected a material id, 1 or above");
+    }
+    return FormatAreaSurfaces(surfaces);
 }
 
 std::string ReadSpecIds(DescriptionObject& keys) {
     std::vector<int> ids;
-    for (const DescriptionValue& id : keys.Array("geometry")) {
-        ids.push_back(id.AsInt());
-        if (ids.back() < 1) id.Fail("expected the id of a geometry row, 1 or above");
-    }
+    for (const DescriptionValue& id : keys.Array("geometry")) ids.push_back(id.AsInt());
     return FormatSpecIds(ids);
 }
 
@@ -98,7 +99,8 @@ Json WritePolygons(const TPaintShape& paint) {
 void WarnOfIdleRow(const DescriptionValue& value, int type, bool hasNode, bool hasPolygons) {
     if (type == kAreaPaint && !hasPolygons)
         value.Warn("a painted area does nothing without \"polygons\"");
-    if (type != kAreaPaint && hasPolygons)
+    bool known = type >= 0 && size_t(type) < kTypes.size();
+    if (type != kAreaPaint && hasPolygons && known)
         value.Warn(
             fmt::format("\"polygons\" count in areas of type \"paint\" only, this one is \"{}\"",
                         kTypes[size_t(type)]));
@@ -110,19 +112,24 @@ void WarnOfIdleRow(const DescriptionValue& value, int type, bool hasNode, bool h
 
 void ReadRow(const DescriptionValue& value, RowReader& reader, const DescriptionContext& context) {
     DescriptionObject keys(value);
-    int type = keys.Choice("type", kTypes, kAreaSpline);
+    int type = ReadKind(keys, "type", kTypes, kAreaSpline);
     reader.Put(kArtypelist, int32_t(type));
-    for (const Column& column : PlainColumns())
-        reader.Column(keys, column.key, column.id, column.missing);
+    auto node = keys.Find("node");
+    std::string nodeText = node && node->IsText() ? node->AsText() : "";
+    for (const Column& column : PlainColumns()) {
+        bool isName = column.id == kArnamelist;
+        reader.Column(keys, column.key, column.id,
+                      isName ? ParamValue(DefaultAreaName(type, nodeText)) : column.missing);
+    }
     reader.Column(keys, "resolution", kArresollist, int32_t(FirstResolution(type)));
     bool include = keys.Bool("include", !ExcludesAtFirst(type));
     reader.Put(kArincexclist, int32_t(!include));
-    reader.Put(kArsurfidlist, ReadSurfaceNames(keys, context));
+    reader.Put(kArsurfidlist, ReadSurfaces(keys, context));
     reader.Put(kArspeclist, ReadSpecIds(keys));
     TargetPtr polygons = ReadPolygons(keys);
     reader.Put(kArpaintlist, polygons);
     std::string nodeName = keys.Text("node_name");
-    if (auto node = keys.Find("node"); node && node->IsText()) nodeName = node->AsText();
+    if (!nodeText.empty()) nodeName = nodeText;
     reader.Put(kArnodenamelist, nodeName);
     // The noted name of a node that is gone is no mistake of whoever wrote the row.
     WarnOfIdleRow(value, type, !nodeName.empty(), polygons != nullptr);
@@ -132,18 +139,18 @@ void ReadRow(const DescriptionValue& value, RowReader& reader, const Description
 Json WriteRow(const IParamBlock2& block, const RowWriter& columns, int i) {
     Json row;
     int type = block.GetInt(kArtypelist, 0, i);
-    if (type < 0 || size_t(type) >= kTypes.size()) type = kAreaSpline;
     columns.Column(row, "name", kArnamelist, i);
-    row["type"] = kTypes[size_t(type)];
+    row["type"] = KindAsJson(kTypes, type);
     row["include"] = block.GetInt(kArincexclist, 0, i) == 0;
     for (const Column& column : PlainColumns())
         if (column.id != kArnamelist) columns.Column(row, column.key, column.id, i, column.missing);
     columns.Column(row, "resolution", kArresollist, i, int32_t(FirstResolution(type)));
     if (!block.GetNode(kArnodelist, 0, i))
         columns.Column(row, "node_name", kArnodenamelist, i, std::string());
-    if (auto names = ParseSurfaceNames(block.GetString(kArsurfidlist, 0, i)); !names.empty())
-        row["surfaces"] = names;
-    if (auto ids = ParseSpecIds(block.GetString(kArspeclist, 0, i)); !ids.empty())
+    TAreaSurfaces surfaces = ParseAreaSurfaces(block.GetString(kArsurfidlist, 0, i));
+    if (!surfaces.names.empty()) row["surfaces"] = surfaces.names;
+    if (!surfaces.materialIds.empty()) row["surface_materials"] = surfaces.materialIds;
+    if (auto ids = ParseAllSpecIds(block.GetString(kArspeclist, 0, i)); !ids.empty())
         row["geometry"] = ids;
     auto* paint = dynamic_cast<TPaintShape*>(block.GetReference(kArpaintlist, 0, i));
     if (paint) row["polygons"] = WritePolygons(*paint);

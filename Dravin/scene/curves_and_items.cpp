@@ -84,8 +84,11 @@ Json WriteCurvePoints(const std::vector<CurvePoint>& points) {
 void ReadCurves(TDravin& object, const DescriptionValue& curves) {
     DescriptionObject keys(curves);
     for (const DravinCurveName& curve : DravinCurveNames())
-        if (auto value = keys.Find(curve.name))
+        if (auto value = keys.Find(curve.name)) {
+            // "params" may have taken the set away.
+            if (!object.CurveSet(curve.slot)) object.ResetReference(curve.slot);
             object.CurveSet(curve.slot)->SetPoints(curve.index, ReadCurvePoints(*value));
+        }
     keys.Finish();
 }
 

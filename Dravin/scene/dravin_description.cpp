@@ -115,14 +115,16 @@ private:
                         const DescriptionWriter& writer) {
         return RowWriter(object.Block(block), writer).SameLength(ids);
     }
-    // Effects and their parameters are two tables, and every parameter must belong to an effect.
+    // Effects and their parameters are two tables, every parameter must belong to an effect and be
+    // of a kind that has a name.
     static bool HasEffectRows(const TDravin& object, const DescriptionWriter& writer) {
         using namespace effectParams;
         const IParamBlock2& block = object.Block(kEffectParams);
         RowWriter columns(block, writer);
         constexpr size_t kNumEffectLists = 4;
         if (!columns.SameLength(EffectRowIds().first(kNumEffectLists)) ||
-            !columns.SameLength(EffectRowIds().subspan(kNumEffectLists)))
+            !columns.SameLength(EffectRowIds().subspan(kNumEffectLists)) ||
+            !HasKnownParameterKinds(object))
             return false;
         std::vector<std::string> ids;
         for (int i = 0; i < block.Count(kEfidlist); ++i)

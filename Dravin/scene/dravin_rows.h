@@ -17,6 +17,8 @@ void ReadAreaRows(TDravin& object, const DescriptionValue& rows, const Descripti
 nlohmann::ordered_json WriteAreaRows(const TDravin& object, const DescriptionWriter& writer);
 
 std::span<const ParamID> EffectRowIds();
+// Whether rows have a name for what each effect parameter is.
+bool HasKnownParameterKinds(const TDravin& object);
 void ReadEffectRows(TDravin& object, const DescriptionValue& rows,
                     const DescriptionContext& context);
 nlohmann::ordered_json WriteEffectRows(const TDravin& object, const DescriptionWriter& writer);

@@ -260,11 +260,12 @@ void ReadParameters(DescriptionObject& keys, const std::string& xml, const std::
     }
 }
 
+// -1: none of the kinds that rows have names for.
 int KindOf(const IParamBlock2& block, int i) {
     int type = block.GetInt(kEfpatype, 0, i), numType = block.GetInt(kEfpanumtype, 0, i);
     for (int k = 0; k < int(std::size(kKinds)); ++k)
         if (kKinds[k].type == type && (type != 0 || kKinds[k].numType == numType)) return k;
-    return 1;
+    return -1;
 }
 
 Json WriteController(const IParamBlock2& block, int i, const DescriptionWriter& writer) {
@@ -314,6 +315,13 @@ std::span<const ParamID> EffectRowIds() {
         return ids;
     }();
     return all;
+}
+
+bool HasKnownParameterKinds(const TDravin& object) {
+    const IParamBlock2& block = object.Block(kEffectParams);
+    for (int i = 0; i < std::min(block.Count(kEfpatype), block.Count(kEfpaid)); ++i)
+        if (KindOf(block, i) < 0) return false;
+    return true;
 }
 
 void ReadEffectRows(TDravin& object, const DescriptionValue& rows,

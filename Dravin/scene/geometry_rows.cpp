@@ -66,8 +66,8 @@ void ReadGeometryRows(TDravin& object, const DescriptionValue& rows,
         DescriptionObject keys(value);
         auto custom = keys.Find("object");
         bool hasObject = custom && !custom->IsNull();
-        reader.Put(kGeomlist,
-                   int32_t(keys.Choice("kind", kKinds, hasObject ? kGeomCustom : kGeomTemplate)));
+        reader.Put(kGeomlist, int32_t(ReadKind(keys, "kind", kKinds,
+                                               hasObject ? kGeomCustom : kGeomTemplate)));
         for (const Column& column : PlainColumns())
             reader.Column(keys, column.key, column.id, column.missing);
         // The noted name of the object, which outlives the object itself.
@@ -88,8 +88,7 @@ Json WriteGeometryRows(const TDravin& object, const DescriptionWriter& writer) {
     for (int i = 0; i < block.Count(kNamelist); ++i) {
         Json row;
         columns.Column(row, "name", kNamelist, i);
-        int kind = block.GetInt(kGeomlist, 0, i);
-        row["kind"] = kKinds[size_t(kind >= 0 && kind <= kGeomCustom ? kind : kGeomDisabled)];
+        row["kind"] = KindAsJson(kKinds, block.GetInt(kGeomlist, 0, i));
         for (const Column& column : PlainColumns())
             if (column.id != kNamelist)
                 columns.Column(row, column.key, column.id, i, column.missing);

@@ -34,7 +34,7 @@ void ReadLevel(const DescriptionValue& value, RowReader& reader, const IParamBlo
     DescriptionObject keys(value);
     auto object = keys.Find("object"), templateName = keys.Find("template");
     bool isTemplate = templateName && !(object && !object->IsNull());
-    reader.Put(kGeomlist, int32_t(keys.Choice("kind", kKinds, isTemplate ? 1 : 2)));
+    reader.Put(kGeomlist, int32_t(ReadKind(keys, "kind", kKinds, isTemplate ? 1 : 2)));
     for (const auto& [key, id] : kColumns)
         reader.Column(keys, key, id, block.GetDesc().Find(id)->defaultValue);
     for (const char* key : kForeignKeys)
@@ -137,8 +137,7 @@ private:
     static Json WriteLevel(const TDLod& lod, const RowWriter& columns, int i) {
         Json row;
         columns.Column(row, "name", kNamelist, i);
-        int kind = lod.Block().GetInt(kGeomlist, 0, i);
-        row["kind"] = kKinds[size_t(kind >= 0 && kind <= kGeomCustom ? kind : kGeomDisabled)];
+        row["kind"] = KindAsJson(kKinds, lod.Block().GetInt(kGeomlist, 0, i));
         for (const auto& [key, id] : kColumns)
             if (id != kNamelist) columns.Column(row, key, id, i, LodBlock().Find(id)->defaultValue);
         return row;

@@ -1,5 +1,23 @@
 #include "Dravin/scene/row_form.h"
 
+#include <fmt/format.h>
+
+int ReadKind(DescriptionObject& keys, const char* key, const std::vector<std::string>& names,
+             int missing) {
+    auto value = keys.Find(key);
+    if (!value || !value->Json().is_number()) return keys.Choice(key, names, missing);
+    int kind = value->AsInt();
+    if (kind < 0 || size_t(kind) >= names.size())
+        value->Warn(
+            fmt::format("the {} {} is not known; the row is kept and does nothing", key, kind));
+    return kind;
+}
+
+nlohmann::ordered_json KindAsJson(const std::vector<std::string>& names, int kind) {
+    if (kind < 0 || size_t(kind) >= names.size()) return kind;
+    return names[size_t(kind)];
+}
+
 void RowReader::Column(DescriptionObject& keys, const char* key, ParamID id, ParamValue missing) {
     auto value = keys.Find(key);
     if (!value) return Put(id, std::move(missing));

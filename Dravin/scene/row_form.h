@@ -11,6 +11,13 @@
 
 #include "host/io/scene_description.h"
 
+// The number of a row's kind by one of these names. A number that has no name may stand for itself:
+// it is kept, with a warning.
+int ReadKind(DescriptionObject& keys, const char* key, const std::vector<std::string>& names,
+             int missing);
+// The name of a kind, or its number where it has none.
+nlohmann::ordered_json KindAsJson(const std::vector<std::string>& names, int kind);
+
 class RowReader {
 public:
     RowReader(IParamBlock2& block, const DescriptionContext& context)

@@ -28,6 +28,13 @@ int NumThreads(const BuildOptions& options) {
     return options.threads > 0 ? options.threads : NumProcessors();
 }
 
+// Candidates that each rule dropped, by the rule's name.
+Json RejectedJson(const TRejections& rejected) {
+    Json counts = Json::object();
+    for (const TRejectionRule& rule : RejectionRules()) counts[rule.name] = rejected.*rule.count;
+    return counts;
+}
+
 // The keys before the items, without the closing brace.
 std::string ResultHead(const SceneDravin& dravin) {
     const TDravinBuild& build = dravin.object->Build();
@@ -46,7 +53,8 @@ std::string ResultHead(const SceneDravin& dravin) {
                 {"discarded_items", s.discardedItems},
                 {"decimation", s.decimation},
                 {"build_ms", s.buildMs},
-                {"items_per_second", s.itemsPerSecond}}}};
+                {"items_per_second", s.itemsPerSecond},
+                {"rejected", RejectedJson(s.rejected)}}}};
     std::string text = head.dump();
     return text.substr(1, text.size() - 2);
 }
@@ -121,6 +129,17 @@ bool WriteGltf(const std::string& path, std::span<const SceneDravin> objects, co
     return ExportGltf(path, borrowed, meshes, gltf, error);
 }
 
+void TellOfOutput(const std::string& path, std::span<const SceneDravin> objects) {
+    int64_t items = 0;
+    for (const SceneDravin& dravin : objects)
+        items += dravin.object->Build().Statistics().itemCount;
+    std::error_code error;
+    uintmax_t bytes = std::filesystem::file_size(path, error);
+    if (error) return;  // a device
+    PrintNote(fmt::format("{}: {} items, {} bytes", path, FormatGrouped(items),
+                          FormatGrouped(int64_t(bytes))));
+}
+
 }  // namespace
 
 bool IsBuildOutput(const std::string& path) {
@@ -129,6 +148,8 @@ bool IsBuildOutput(const std::string& path) {
         if (ending == known) return true;
     return false;
 }
+
+bool HoldsStatus(const std::string& path) { return EndingOf(path) == ".json"; }
 
 std::vector<std::string> ResolveFields(const std::vector<std::string>& fields) {
     if (fields.empty()) return DefaultItemFields();
@@ -154,13 +175,6 @@ bool WriteBuildOutput(const std::string& path, std::span<const SceneDravin> obje
                        ? WriteTables(path, ending, objects, fields, options, &error)
                        : WriteGltf(path, objects, scene, options, &error);
     if (!written) PrintError(error);
+    if (written && path != "-") TellOfOutput(path, objects);
     return written;
-}
-
-void PrintPanel(const SceneDravin& dravin) {
-    PrintResult(Bold(dravin.node->GetName()));
-    for (const TPanelLine& line : dravin.object->Build().Panel())
-        if (!line.value.empty()) PrintResult(fmt::format("  {:<12} {}", line.label, line.value));
-    for (const std::string& message : dravin.object->Build().PanelLines())
-        if (!message.empty()) PrintResult(fmt::format("  {:<12} {}", "", message));
 }

@@ -16,9 +16,9 @@ inline constexpr const char* kBuildOutputs = ".json, .csv, .npz, .gltf, .glb or 
 // an unknown name.
 std::vector<std::string> ResolveFields(const std::vector<std::string>& fields);
 
-// Writes one output; errors are printed.
+// Whether this kind of output tells the status of the build.
+bool HoldsStatus(const std::string& path);
+
+// Writes one output and tells what was written; errors are printed.
 bool WriteBuildOutput(const std::string& path, std::span<const SceneDravin> objects, Scene& scene,
                       const std::vector<std::string>& fields, const BuildOptions& options);
-
-// The object's statistics panel, on standard output.
-void PrintPanel(const SceneDravin& dravin);

@@ -1,56 +1,69 @@
 #include <fmt/format.h>
 
 #include "apps/dravin/build_outputs.h"
+#include "apps/dravin/build_report.h"
 #include "apps/dravin/commands.h"
+#include "apps/dravin/outputs.h"
 #include "apps/dravin/session.h"
-#include "host/base/atomic_file.h"
 
 namespace {
-
-// Statuses that count as a correct build.
-bool IsGood(TBuildStatus status) {
-    return status == TBuildStatus::kSuccess || status == TBuildStatus::kDisabled;
-}
-
-std::string StatusText(const SceneDravin& dravin) {
-    TPanelMessage message = dravin.object->Build().Message();
-    std::string text = message[0];
-    if (!message[1].empty()) text += " " + message[1];
-    return fmt::format("{}: status {}: {}", dravin.node->GetName(),
-                       int(dravin.object->Build().Status()), text);
-}
 
 // A viewport's build shows a part of the items; whoever reads numbers must know.
 void TellOfThinning(const SceneDravin& dravin) {
     int step = dravin.object->Build().Statistics().decimation;
     if (step > 1)
-        PrintNote(
-            fmt::format("{}: thinned in steps of {} to stay near \"vmaxitems\", as in a "
-                        "viewport; --render or --no-limit builds all items",
-                        dravin.node->GetName(), step));
+        PrintNote(fmt::format(
+            "{}: thinned in steps of {} to stay near \"{}\"; --no-limit builds all items",
+            dravin.node->GetName(), step,
+            dravin.object->Build().IsRender() ? "rmaxitems" : "vmaxitems"));
 }
 
-// Before the work, so that nobody waits for a build that leads nowhere.
-ExitCode CheckOutputs(const BuildOptions& options) {
+ExitCode CheckEndings(const BuildOptions& options) {
     for (const std::string& path : options.outputs)
         if (!IsBuildOutput(path)) {
             PrintError(fmt::format("-o {}: unknown kind of output, expected an ending of {}", path,
                                    kBuildOutputs));
             return kExitUsage;
         }
-    std::string error;
-    for (const std::string& path : options.outputs)
-        if (!AtomicFile::CanWrite(path, &error)) {
-            PrintError(error);
-            return kExitNoOutput;
+    return CheckOutputs(options.outputs);
+}
+
+// Builds the objects one after the other; the worst of their exit codes.
+ExitCode BuildAll(std::span<const SceneDravin> objects, TimeValue time,
+                  const BuildOptions& options) {
+    TBuildFlags flags;
+    flags.noMesh = true;
+    flags.render = !options.viewport;
+    flags.noLimit = options.noLimit;
+    flags.forceThreads = options.threads;
+    ExitCode code = kExitDone;
+    for (const SceneDravin& dravin : objects) {
+        BuildWithProgress(dravin, time, flags);
+        TellOfThinning(dravin);
+        if (ExitCode outcome = ReportBuild(dravin, options.keepGoing); outcome != kExitDone)
+            code = outcome;
+    }
+    return code;
+}
+
+// A failed build is told in results, which hold its status; other files stay as they were.
+ExitCode WriteOutputs(std::span<const SceneDravin> objects, Scene& scene,
+                      const std::vector<std::string>& fields, const BuildOptions& options,
+                      bool failed) {
+    for (const std::string& path : options.outputs) {
+        if (failed && !HoldsStatus(path)) {
+            PrintNote(fmt::format("{}: not written, as the build failed", path));
+            continue;
         }
+        if (!WriteBuildOutput(path, objects, scene, fields, options)) return kExitNoOutput;
+    }
     return kExitDone;
 }
 
 }  // namespace
 
 ExitCode RunBuild(const BuildOptions& options) {
-    if (ExitCode code = CheckOutputs(options); code != kExitDone) return code;
+    if (ExitCode code = CheckEndings(options); code != kExitDone) return code;
     std::vector<std::string> fields = ResolveFields(options.fields);
     if (fields.empty()) return kExitUsage;
 
@@ -58,31 +71,19 @@ ExitCode RunBuild(const BuildOptions& options) {
     if (ExitCode code = session.Open(options.scene); code != kExitDone) return code;
     auto objects = session.FindObjects(options.object);
     if (!objects) return options.object.empty() ? kExitMalformed : kExitUsage;
+    if (ExitCode code = CheckNotInputs(options.outputs, session.Inputs()); code != kExitDone)
+        return code;
 
-    TBuildFlags flags;
-    flags.noMesh = true;
-    flags.render = options.render;
-    flags.noLimit = options.noLimit;
-    flags.forceThreads = options.threads;
     TimeValue time = options.time.value_or(session.GetScene().GetTime());
-    ExitCode code = kExitDone;
-    for (const SceneDravin& dravin : *objects) {
-        dravin.object->Build().BuildMesh(time, flags);
-        TBuildStatus status = dravin.object->Build().Status();
-        TellOfThinning(dravin);
-        if (status == TBuildStatus::kSuccess) continue;
-        if (IsGood(status)) {
-            PrintNote(StatusText(dravin));
-            continue;
-        }
-        PrintError(StatusText(dravin));
-        code = kExitFailed;
-    }
-
-    for (const std::string& path : options.outputs)
-        if (!WriteBuildOutput(path, *objects, session.GetScene(), fields, options))
-            return kExitNoOutput;
-    if (options.outputs.empty())
+    ExitCode code = BuildAll(*objects, time, options);
+    // Builds read files too: maps of the library.
+    if (ExitCode input = CheckNotInputs(options.outputs, session.Inputs()); input != kExitDone)
+        return input;
+    if (options.explain)
+        for (const SceneDravin& dravin : *objects) PrintRejections(dravin);
+    if (options.outputs.empty() && !options.explain)
         for (const SceneDravin& dravin : *objects) PrintPanel(dravin);
-    return code;
+    ExitCode written =
+        WriteOutputs(*objects, session.GetScene(), fields, options, code != kExitDone);
+    return written != kExitDone ? written : code;
 }

@@ -1,11 +1,14 @@
 #include <chrono>
+#include <filesystem>
 
 #include <fmt/format.h>
 
 #include "Dravin/config/main_folder.h"
 #include "apps/dravin/build_outputs.h"
+#include "apps/dravin/build_report.h"
 #include "apps/dravin/commands.h"
 #include "apps/dravin/demo_scene.h"
+#include "apps/dravin/outputs.h"
 #include "apps/dravin/render_setup.h"
 
 namespace {
@@ -20,21 +23,42 @@ private:
     std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
 };
 
+// A scene that is there may hold somebody's work: it is made only where there is none, or on
+// demand.
+ExitCode MakeScene(const DemoCommandOptions& options, const std::string& scene) {
+    std::error_code ignored;
+    if (!options.fresh && std::filesystem::exists(scene, ignored)) {
+        PrintNote(
+            fmt::format("{} is there already and is built as it stands; --fresh makes it anew{}",
+                        scene, options.items ? ", with --items" : ""));
+        return kExitDone;
+    }
+    std::string error;
+    if (!HasMainFolder()) {
+        PrintError(NoMainFolder());
+        return kExitMissingInput;
+    }
+    PrintNote(fmt::format("writing the scene to {}", scene));
+    if (WriteDemoScene(options.folder, {MainFolder(), options.items.value_or(kDemoItems)}, &error))
+        return kExitDone;
+    PrintError(error);
+    return kExitNoOutput;
+}
+
 }  // namespace
 
 ExitCode RunDemo(const DemoCommandOptions& options) {
     Stopwatch watch;
-    std::string folder = options.folder, scene = folder + "/forest.json", error;
-    PrintNote(fmt::format("writing the scene to {}", scene));
-    if (!WriteDemoScene(folder, {MainFolder(), options.items}, &error)) {
-        PrintError(error);
-        return kExitNoOutput;
-    }
+    std::string folder = options.folder, scene = folder + "/forest.json";
+    if (ExitCode code = MakeScene(options, scene); code != kExitDone) return code;
 
     PrintNote("reading it and building its items");
     Session session;
     if (ExitCode code = session.Open(scene); code != kExitDone) return code;
-    auto setup = SetUpRender(session, "", 0, options.threads);
+    RenderOptions render;
+    render.time = 0;
+    render.threads = options.threads;
+    auto setup = SetUpRender(session, render);
     if (!setup) return kExitFailed;
     auto objects = session.FindObjects("");
     for (const SceneDravin& dravin : *objects) PrintPanel(dravin);
@@ -43,6 +67,7 @@ ExitCode RunDemo(const DemoCommandOptions& options) {
     outputs.surfaces = true;
     std::string instances = folder + "/forest.glb", picture = folder + "/forest.png";
     PrintNote(fmt::format("writing {}", instances));
+    if (CheckNotInputs({{instances, picture}}, session.Inputs()) != kExitDone) return kExitUsage;
     if (!WriteBuildOutput(instances, *objects, session.GetScene(), {}, outputs))
         return kExitNoOutput;
     PrintNote(fmt::format("rendering {}", picture));

@@ -1,6 +1,7 @@
 // Checking and running one effect outside any scene.
 #include <algorithm>
 #include <charconv>
+#include <cstring>
 #include <set>
 
 #include <fmt/format.h>
@@ -21,16 +22,35 @@ using namespace tavuvm_expr;
 
 constexpr uint64_t kMaxProgramSize = 16 << 20;
 
+// Whether a person could have written it: hardly any control characters, no NUL bytes in a row.
+bool IsText(std::string_view bytes) {
+    auto isControl = [](unsigned char c) { return c < 0x20 && !std::strchr("\t\n\v\f\r", c); };
+    auto controls = size_t(std::count_if(bytes.begin(), bytes.end(), isControl));
+    constexpr size_t kSomeOnPurpose = 8;
+    return controls <= kSomeOnPurpose || controls * 50 < bytes.size();
+}
+
 // A file, or a shipped effect by its name.
 ExitCode ReadProgram(std::string file, TEffectDefinition* definition) {
     std::string error, noName;
-    std::optional<std::string> text = ReadWholeFile(file, kMaxProgramSize, &error);
-    if (!text && FindShippedEffect(file, &file, &noName))
-        text = ReadWholeFile(file, kMaxProgramSize, &error);
+    std::optional<uint64_t> size = RegularFileSize(file, &error);
+    if (!size && FindShippedEffect(file, &file, &noName)) size = RegularFileSize(file, &error);
+    if (size && *size > kMaxProgramSize) {
+        PrintError(fmt::format("{}: {} bytes, an effect has {} at most; split it into several", file,
+                               FormatGrouped(int64_t(*size)), FormatGrouped(kMaxProgramSize)));
+        return kExitLimit;
+    }
+    std::optional<std::string> text;
+    if (size) text = ReadWholeFile(file, kMaxProgramSize, &error);
     if (!text) {
         PrintError(error);
         return kExitMissingInput;
     }
+    if (!IsText(*text)) {
+        PrintError(fmt::format("{}: is no text", file));
+        return kExitMalformed;
+    }
+    if (Trim(*text).empty()) PrintWarning(fmt::format("{}: is empty and does nothing", file));
     if (!IsEffectDefinition(*text)) {
         definition->expression = std::move(*text);
         return kExitDone;

@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include "Dravin/tools/lister.h"
+#include "apps/dravin/build_report.h"
 #include "apps/dravin/commands.h"
 #include "apps/dravin/session.h"
 #include "host/base/text.h"
@@ -10,42 +12,71 @@ namespace {
 
 const char* const kModes[] = {"Image", "Path", "Reference", "Particle Flow"};
 
-std::vector<std::string> InfoRow(const SceneDravin& dravin) {
-    const TDravin& object = *dravin.object;
-    auto integer = [&](DravinBlockId block, ParamID id) { return object.Block(block).GetInt(id); };
-    const IParamBlock2 &geometry = object.Block(kGeomParams), &areas = object.Block(kAreaParams);
-    int mode = std::clamp(integer(kDistParams, distParams::kDistmode), 0, 3);
-    return {dravin.node->GetName(),
-            integer(kDispParams, dispParams::kDisabled) ? "off" : "on",
-            integer(kEditionParams, editionParams::kMode) ? "Custom Edit" : kModes[mode],
-            fmt::format("{}", geometry.Count(geomParams::kNamelist)),
-            fmt::format("{}", areas.Count(areaParams::kArnamelist)),
-            fmt::format("{}", object.Block(kSurfaceParams).Count(surfaceParams::kSurflist)),
-            fmt::format("{}", integer(kGenParams, genParams::kSeed)),
-            FormatGrouped(integer(kDispParams, dispParams::kVmaxitems)),
-            FormatGrouped(integer(kDispParams, dispParams::kRmaxitems))};
-}
+using Row = std::vector<std::string>;
 
-}  // namespace
-
-ExitCode RunInfo(const std::string& scene) {
-    Session session;
-    if (ExitCode code = session.Open(scene); code != kExitDone) return code;
-    auto objects = session.FindObjects("");
-    if (!objects) return kExitMalformed;
-
-    std::vector<std::vector<std::string>> rows{{"Object", "State", "Mode", "Geometry", "Areas",
-                                                "Surfaces", "Seed", "Max viewport", "Max render"}};
-    for (const SceneDravin& dravin : *objects) rows.push_back(InfoRow(dravin));
+// Columns as wide as their widest cell; the first row is the header.
+void PrintTable(const std::vector<Row>& rows) {
     std::vector<size_t> widths(rows[0].size(), 0);
-    for (const auto& row : rows)
+    for (const Row& row : rows)
         for (size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], row[i].size());
     for (size_t r = 0; r < rows.size(); ++r) {
         std::string line;
         for (size_t i = 0; i < widths.size(); ++i)
-            line += i < 3 ? fmt::format("{:<{}}  ", rows[r][i], widths[i])
-                          : fmt::format("{:>{}}  ", rows[r][i], widths[i]);
-        PrintResult(r == 0 ? Bold(std::string(TrimRight(line))) : std::string(TrimRight(line)));
+            line += fmt::format("{:<{}}  ", rows[r][i], widths[i]);
+        line = std::string(TrimRight(line));
+        PrintResult(r == 0 ? Bold(line) : line);
     }
-    return kExitDone;
+}
+
+Row ListerCells(const SceneDravin& dravin) {
+    TListerRow cells = ListerRow(*dravin.object);
+    Row row{dravin.node->GetName()};
+    row.insert(row.end(), cells.begin(), cells.end());
+    return row;
+}
+
+// What the lister leaves out.
+Row OtherFacts(const SceneDravin& dravin) {
+    const TDravin& object = *dravin.object;
+    auto integer = [&](DravinBlockId block, ParamID id) { return object.Block(block).GetInt(id); };
+    int mode = std::clamp(integer(kDistParams, distParams::kDistmode), 0, 3);
+    return {dravin.node->GetName(),
+            integer(kDispParams, dispParams::kDisabled) ? "off" : "on",
+            kModes[mode],
+            fmt::format("{}", integer(kGenParams, genParams::kSeed)),
+            FormatGrouped(integer(kDispParams, dispParams::kVmaxitems)),
+            FormatGrouped(integer(kDispParams, dispParams::kRmaxitems)),
+            fmt::format("{}", int(object.Build().Status())),
+            fmt::format("{} ms", object.Build().Statistics().buildMs)};
+}
+
+}  // namespace
+
+ExitCode RunInfo(const InfoOptions& options) {
+    Session session;
+    if (ExitCode code = session.Open(options.scene); code != kExitDone) return code;
+    auto objects = session.FindObjects("");
+    if (!objects) return kExitMalformed;
+
+    // As a viewport shows them, which is where the lister's numbers come from.
+    TBuildFlags viewport;
+    viewport.noMesh = true;
+    Row header{"Object"};
+    header.insert(header.end(), ListerHeaders().begin(), ListerHeaders().end());
+    std::vector<Row> rows{header};
+    std::vector<Row> facts{{"Object", "State", "Mode", "Seed", "Max viewport", "Max render",
+                            "Status", "Viewport build"}};
+    bool broken = false;
+    for (const SceneDravin& dravin : *objects) {
+        BuildWithProgress(dravin, session.GetScene().GetTime(), viewport);
+        rows.push_back(ListerCells(dravin));
+        facts.push_back(OtherFacts(dravin));
+        broken = TellOfEffects(dravin, false) || broken;
+    }
+    PrintTable(rows);
+    if (options.verbose) {
+        PrintResult("");
+        PrintTable(facts);
+    }
+    return broken ? kExitFailed : kExitDone;
 }

@@ -11,13 +11,15 @@ struct BuildOptions {
     std::string scene;
     std::string object;       // empty: all
     std::optional<int> time;  // ticks; none: the scene's
-    bool render = false;
-    int threads = 0;  // 0: as the parameters say
+    bool viewport = false;    // what a viewport shows, instead of what will be rendered
+    int threads = 0;          // 0: as the parameters say
     bool noLimit = false;
     std::vector<std::string> fields;   // empty: the default ones; "all" for all
     std::vector<std::string> outputs;  // by ending; none: the statistics panel
     bool flat = false;                 // glTF: plain nodes instead of instancing
     bool surfaces = false;             // glTF: the surfaces too
+    bool explain = false;              // print what each rule dropped
+    bool keepGoing = false;            // whatever effects do not compile
 };
 ExitCode RunBuild(const BuildOptions& options);
 
@@ -28,7 +30,11 @@ struct RenderOptions {
 };
 ExitCode RunRender(const RenderOptions& options);
 
-ExitCode RunInfo(const std::string& scene);
+struct InfoOptions {
+    std::string scene;
+    bool verbose = false;
+};
+ExitCode RunInfo(const InfoOptions& options);
 // The import report of a model file, as text or as JSON.
 ExitCode RunInspect(const std::string& file, bool json);
 // filter: a block's or parameter's name, or empty.
@@ -36,7 +42,8 @@ ExitCode RunSchema(const std::string& filter, bool json);
 
 struct DemoCommandOptions {
     std::string folder = "demo";
-    double items = 1.2e6;
+    std::optional<double> items;  // none: as many as the demo has by itself
+    bool fresh = false;           // make the scene anew, whatever the folder holds
     int threads = 0;
 };
 ExitCode RunDemo(const DemoCommandOptions& options);

@@ -1,8 +1,10 @@
 #include "apps/dravin/console.h"
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <iostream>
 
 #include <fcntl.h>
@@ -15,11 +17,29 @@
 
 namespace {
 
+constexpr std::pair<int, const char*> kExitCodeTexts[] = {
+    {kExitDone, "done"},
+    {kExitFailed, "the work failed: a build without items, an effect that does not compile"},
+    {kExitUsage, "wrong usage"},
+    {kExitMissingInput, "an input is missing or unreadable"},
+    {kExitMalformed, "an input is malformed"},
+    {kExitLimit, "a limit refused it; the message names the option that raises it"},
+    {kExitNoOutput, "an output cannot be written"},
+    {128 + SIGINT, "interrupted"},
+    {128 + SIGTERM, "ended by a signal"},
+};
+
 ConsoleOptions g_options;
-bool g_resultsFailed = false;
+int g_resultsError = 0;      // errno of the first result that did not arrive
+FILE* g_messages = nullptr;  // standard error as the program found it; null: stderr itself
+
+FILE* Messages() { return g_messages ? g_messages : stderr; }
 
 // Standard error may be closed; there is nobody to tell then.
-void Complain(const std::string& line) { std::fputs(line.c_str(), stderr); }
+void Complain(const std::string& line) {
+    std::fputs(line.c_str(), Messages());
+    std::fflush(Messages());
+}
 
 using Handler = nlohmann::json::error_handler_t;
 
@@ -58,6 +78,8 @@ void ReserveStandardStreams() {
 
 }  // namespace
 
+std::span<const std::pair<int, const char*>> ExitCodeTexts() { return kExitCodeTexts; }
+
 void SetUpConsole(const ConsoleOptions& options) {
     ReserveStandardStreams();
     g_options = options;
@@ -73,7 +95,21 @@ void SetUpConsole(const ConsoleOptions& options) {
     std::signal(SIGINT, OnSignal);
     std::signal(SIGTERM, OnSignal);
     std::signal(SIGHUP, OnSignal);
+    std::signal(SIGXFSZ, SIG_IGN);  // a file that grows too large is a write error
     std::signal(SIGPIPE, SIG_IGN);  // a closed pipe is a write error, not an end without a word
+}
+
+void SilenceLibraries() {
+    bool keeps = g_messages || g_options.logLevel >= int(LogKind::kDebug);
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    keeps = true;  // their findings are told there
+#endif
+    if (keeps) return;
+    int own = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    int nothing = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    if (own >= 0) g_messages = fdopen(own, "w");
+    if (g_messages && nothing >= 0) dup2(nothing, STDERR_FILENO);
+    if (nothing >= 0) close(nothing);
 }
 
 void PrintError(const std::string& text) { Print("error", text); }
@@ -87,20 +123,25 @@ void PrintNote(const std::string& text) {
 }
 
 void PrintResult(const std::string& text) {
+    errno = 0;
     bool isWritten = std::fputs(text.c_str(), stdout) >= 0 && std::fputc('\n', stdout) != EOF;
-    g_resultsFailed = g_resultsFailed || !isWritten;
+    if (!isWritten && g_resultsError == 0) g_resultsError = errno ? errno : EIO;
 }
 
 bool FinishResults() {
+    errno = 0;
     std::cout.flush();
-    if (std::fflush(stdout) != 0 || !std::cout) g_resultsFailed = true;
-    if (g_resultsFailed) PrintError("standard output: cannot write the results");
-    return !g_resultsFailed;
+    if ((std::fflush(stdout) != 0 || !std::cout) && g_resultsError == 0)
+        g_resultsError = errno ? errno : EIO;
+    if (g_resultsError == 0 || g_resultsError == EPIPE) return true;
+    PrintError(fmt::format("standard output: cannot write the results: {}",
+                           std::strerror(g_resultsError)));
+    return false;
 }
 
 ProgressBar::ProgressBar(std::string title)
     : m_title(std::move(title)),
-      m_shown(isatty(STDERR_FILENO) && !g_options.quiet && !g_options.json) {}
+      m_shown(isatty(fileno(Messages())) && !g_options.quiet && !g_options.json) {}
 
 ProgressBar::~ProgressBar() {
     if (m_shown && m_lastPercent >= 0) Complain("\r\033[K");
@@ -114,10 +155,10 @@ void ProgressBar::Update(float fraction) {
     int filled = percent * kWidth / 100;
     Complain(fmt::format("\r{} [{}{}] {:3d}%", m_title, std::string(size_t(filled), '='),
                          std::string(size_t(kWidth - filled), ' '), percent));
-    std::fflush(stderr);
 }
 
 std::string Bold(const std::string& text) {
-    bool plain = !isatty(STDOUT_FILENO) || std::getenv("NO_COLOR");
+    const char* noColor = std::getenv("NO_COLOR");
+    bool plain = !isatty(STDOUT_FILENO) || (noColor && *noColor);
     return plain ? text : "\033[1m" + text + "\033[0m";
 }

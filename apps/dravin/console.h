@@ -1,7 +1,9 @@
 // How the command line talks: results on standard output, everything else on standard error.
 #pragma once
 
+#include <span>
 #include <string>
+#include <utility>
 
 // Exit codes that scripts rely on.
 enum ExitCode : int {
@@ -14,6 +16,9 @@ enum ExitCode : int {
     kExitNoOutput = 6,      // an output cannot be written
 };
 
+// Every exit code with its meaning, those of signals included.
+std::span<const std::pair<int, const char*>> ExitCodeTexts();
+
 struct ConsoleOptions {
     bool quiet = false;  // errors only
     bool json = false;   // messages as JSON, one object a line
@@ -21,8 +26,12 @@ struct ConsoleOptions {
 };
 
 // Installs the options: log sink and level. Signals remove half-written files and end the program
-// with 128 + their number.
+// with 128 + their number. May be called again with other options.
 void SetUpConsole(const ConsoleOptions& options);
+
+// From now on, what libraries write to standard error by themselves is dropped; messages still
+// arrive. Not at log level "debug".
+void SilenceLibraries();
 
 void PrintError(const std::string& text);
 void PrintWarning(const std::string& text);
@@ -30,7 +39,8 @@ void PrintNote(const std::string& text);  // left out with --quiet
 // A result, on standard output.
 void PrintResult(const std::string& text);
 
-// Whether all results have arrived; an error is printed when not. To be asked once, at the end.
+// Whether all results have arrived; an error is printed when not. A reader that has seen enough and
+// closed the pipe is no error. To be asked once, at the end.
 bool FinishResults();
 
 // A bar on a terminal, nothing elsewhere. One at a time.

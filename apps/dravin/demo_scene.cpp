@@ -5,12 +5,13 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 
 #include "apps/dravin/demo_description.h"
 #include "apps/dravin/demo_farm.h"
 #include "apps/dravin/demo_terrain.h"
+#include "host/base/atomic_file.h"
+#include "host/base/file_input.h"
 #include "host/base/thread_pool.h"
 #include "host/io/bitmap.h"
 
@@ -154,33 +155,21 @@ std::vector<std::string> ModelFiles() {
     return files;
 }
 
-template <class Files>
-bool CopyFiles(const fs::path& from, const fs::path& to, const Files& files, std::string* error) {
-    for (const auto& file : files) {
-        std::error_code failure;
-        fs::copy_file(from / file, to / file, fs::copy_options::overwrite_existing, failure);
-        if (!failure) continue;
-        *error = fmt::format("{}: cannot copy it to {}: {}", (from / file).string(), to.string(),
-                             failure.message());
-        return false;
-    }
-    return true;
+bool WriteText(const fs::path& path, const std::string& text, std::string* error) {
+    AtomicFile file;
+    if (!file.Open(path.string(), error)) return false;
+    file.Write(text);
+    return file.Commit(error);
 }
 
-bool WriteText(const fs::path& path, const std::string& text, std::string* error) {
-    fs::path temporary = path;
-    temporary += ".writing";
-    {
-        std::ofstream file(temporary, std::ios::binary);
-        file << text;
-        file.close();
-        std::error_code failure;
-        if (file) fs::rename(temporary, path, failure);
-        if (file && !failure) return true;
-        fs::remove(temporary, failure);
+template <class Files>
+bool CopyFiles(const fs::path& from, const fs::path& to, const Files& files, std::string* error) {
+    constexpr uint64_t kMaxBytes = uint64_t{1} << 30;
+    for (const auto& file : files) {
+        auto bytes = ReadWholeFile((from / file).string(), kMaxBytes, error);
+        if (!bytes || !WriteText(to / file, *bytes, error)) return false;
     }
-    *error = fmt::format("{}: cannot write the scene", path.string());
-    return false;
+    return true;
 }
 
 }  // namespace

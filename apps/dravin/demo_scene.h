@@ -7,9 +7,11 @@
 
 #include <string>
 
+inline constexpr double kDemoItems = 1.2e6;
+
 struct DemoOptions {
-    std::string dataFolder;  // the product's data: models/ and scenes/ are copied from it
-    double items = 1.2e6;    // how many items to aim at, 1000 .. 1e8; the grids follow
+    std::string dataFolder;     // the product's data: models/ and scenes/ are copied from it
+    double items = kDemoItems;  // how many items to aim at, 1000 .. 1e8; the grids follow
 };
 
 // Creates `folder` and writes into it forest.json, wall.json, autumn.json and boulders.json, the

@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <unordered_set>
 
 #include <fmt/format.h>
 
 #include "Dravin/geometry/template_list.h"
+#include "apps/dravin/build_report.h"
 #include "host/base/text.h"
 #include "host/base/thread_pool.h"
 #include "host/render/ray_tracer.h"
@@ -24,28 +26,40 @@ INode* FindCamera(Scene& scene, const std::string& name) {
 
 bool IsShown(const INode& node) { return !node.IsHidden() && node.IsRenderable(); }
 
-// A view from the south-west, down at 30 degrees, that holds the whole box.
-RenderCamera CameraAround(const Box3& box) {
+// A view from the south-west, down at 30 degrees, from where every corner of the box is in the
+// picture, whatever its shape.
+RenderCamera CameraAround(const Box3& box, double aspect) {
     RenderCamera camera;
     Point3 backward = Normalize(Point3{-0.5f, -0.8f, 0.55f});
-    Point3 right = Normalize(CrossProd({0, 0, 1}, backward));
-    float radius = std::max(Length(box.Width()) / 2, 1e-3f);
-    float distance = radius / std::sin(camera.fovDegrees * kDegreesToRadians / 2);
-    camera.transform = {
-        {right, CrossProd(backward, right), backward, box.Center() + backward * distance}};
+    Point3 right = Normalize(CrossProd({0, 0, 1}, backward)), up = CrossProd(backward, right);
+    constexpr float kMargin = 1.05f;
+    float tanX = std::tan(camera.fovDegrees * kDegreesToRadians / 2), tanY = tanX / float(aspect);
+    float distance = 1e-3f;
+    for (int corner = 0; corner < 8; ++corner) {
+        Point3 p{corner & 1 ? box.max.x : box.min.x, corner & 2 ? box.max.y : box.min.y,
+                 corner & 4 ? box.max.z : box.min.z};
+        p -= box.Center();
+        float aside = std::max(std::abs(DotProd(p, right)) / tanX, std::abs(DotProd(p, up)) / tanY);
+        distance = std::max(distance, DotProd(p, backward) + aside * kMargin);
+    }
+    camera.transform = {{right, up, backward, box.Center() + backward * distance}};
     return camera;
 }
 
 Box3 SceneBounds(const RenderScene& scene) {
     Box3 box;
-    for (const RenderNode& node : scene.nodes)
-        box += node.transform.BoxTransform(node.mesh->BoundingBox());
+    for (const RenderNode& node : scene.nodes) box += node.Bounds();
     for (const IInstanceSource* source : scene.sources) {
+        std::vector<Box3> boxes;
+        for (size_t p = 0; p < source->NumPrototypes(); ++p)
+            boxes.push_back(source->PrototypeMesh(p)->BoundingBox());
         std::vector<InstanceRecord> block(1024);
         for (size_t first = 0; first < source->NumInstances(); first += block.size()) {
             block.resize(std::min(block.size(), source->NumInstances() - first));
             source->GetInstances(first, block);
-            for (const InstanceRecord& record : block) box += record.transform.GetTrans();
+            for (const InstanceRecord& record : block)
+                if (const Box3& own = boxes[record.prototype]; !own.IsEmpty())
+                    box += record.transform.BoxTransform(own);
         }
     }
     if (box.IsEmpty()) box = {{-1, -1, -1}, {1, 1, 1}};
@@ -75,10 +89,17 @@ void AddMeshes(Scene& scene, TimeValue t, RenderSetup& setup) {
         Object* object = node->GetObjectRef();
         if (!object || !IsShown(*node) || IsTemplateNode(*node)) continue;
         if (!object->IsGeomObject() || dynamic_cast<TDravin*>(object)) continue;
-        std::shared_ptr<const Mesh> mesh = object->GetRenderMesh(t);
-        if (!mesh || mesh->faces.empty()) continue;
-        setup.scene.nodes.push_back({mesh.get(), node->GetShownMtl(), node->GetObjectTM(t)});
-        setup.meshes.push_back(std::move(mesh));
+        RenderNode shown{nullptr, node->GetShownMtl(), node->GetObjectTM(t), nullptr};
+        if (auto heights = object->GetHeightField(t)) {
+            shown.heights = heights.get();
+            setup.heights.push_back(std::move(heights));
+        } else if (auto mesh = object->GetRenderMesh(t); mesh && !mesh->faces.empty()) {
+            shown.mesh = mesh.get();
+            setup.meshes.push_back(std::move(mesh));
+        } else {
+            continue;
+        }
+        setup.scene.nodes.push_back(shown);
     }
 }
 
@@ -90,46 +111,57 @@ bool AddItems(Session& session, TimeValue t, int threads, RenderSetup& setup) {
     for (INode* node : session.GetScene().Nodes()) {
         auto* object = dynamic_cast<TDravin*>(node->GetObjectRef());
         if (!object || !IsShown(*node)) continue;
-        TDravinBuild& build = object->Build();
-        build.BuildMesh(t, flags);
-        TBuildStatus status = build.Status();
-        bool good = status == TBuildStatus::kSuccess || status == TBuildStatus::kDisabled;
-        if (!good) {
-            TPanelMessage message = build.Message();
-            PrintError(fmt::format("{}: status {}: {} {}", node->GetName(), int(status), message[0],
-                                   message[1]));
-            return false;
-        }
-        setup.sources.push_back(build.MakeInstanceSource());
+        BuildWithProgress({node, object}, t, flags);
+        if (ReportBuild({node, object}, false) != kExitDone) return false;
+        setup.sources.push_back(object->Build().MakeInstanceSource());
         setup.scene.sources.push_back(setup.sources.back().get());
     }
     return true;
 }
 
+// Needs the size of the picture.
 void SetCamera(Session& session, const std::string& name, TimeValue t, RenderSetup& setup) {
     Scene& scene = session.GetScene();
     INode* node = FindCamera(scene, name);
     if (node) {
         auto* camera = static_cast<CameraObject*>(node->GetObjectRef());
         setup.scene.camera = {node->GetNodeTM(t), camera->fovDegrees};
-    } else if (scene.view) {
-        setup.scene.camera = {scene.view->transform, scene.view->fovDegrees};
+    } else if (std::optional<ViewState> view = scene.ActiveView(t)) {
+        setup.scene.camera = {view->transform, view->fovDegrees};
     } else {
-        setup.scene.camera = CameraAround(SceneBounds(setup.scene));
+        double aspect = double(setup.settings.width) / double(setup.settings.height);
+        setup.scene.camera = CameraAround(SceneBounds(setup.scene), aspect);
     }
 }
 
-// Maps of materials load their images before threads read them.
-void UpdateMaps(const Mtl* mtl, TimeValue t) {
-    if (!mtl) return;
-    for (int i = 0; i < mtl->NumSubMtls(); ++i) UpdateMaps(mtl->GetSubMtl(i), t);
-    auto* standard = dynamic_cast<const StandardMtl*>(mtl);
-    if (!standard) return;
-    for (Texmap* map : {standard->diffuseMap.Get(), standard->opacityMap.Get()}) {
-        std::string error;
-        if (map && !map->Update(t, &error)) PrintWarning(error);
+// Maps of materials load their images before threads read them; each material is looked at once.
+class MapUpdate {
+public:
+    explicit MapUpdate(TimeValue t) : m_time(t) {}
+
+    void Add(const Mtl* root) {
+        std::vector<const Mtl*> open{root};
+        while (!open.empty()) {
+            const Mtl* mtl = open.back();
+            open.pop_back();
+            if (!mtl || !m_seen.insert(mtl).second) continue;
+            for (int i = 0; i < mtl->NumSubMtls(); ++i) open.push_back(mtl->GetSubMtl(i));
+            UpdateMaps(dynamic_cast<const StandardMtl*>(mtl));
+        }
     }
-}
+
+private:
+    void UpdateMaps(const StandardMtl* standard) const {
+        if (!standard) return;
+        for (Texmap* map : {standard->diffuseMap.Get(), standard->opacityMap.Get()}) {
+            std::string error;
+            if (map && !map->Update(m_time, &error)) PrintWarning(error);
+        }
+    }
+
+    TimeValue m_time;
+    std::unordered_set<const Mtl*> m_seen;
+};
 
 }  // namespace
 
@@ -145,23 +177,23 @@ bool CheckCamera(const Scene& scene, const std::string& name) {
     return false;
 }
 
-std::optional<RenderSetup> SetUpRender(Session& session, const std::string& camera, TimeValue time,
-                                       int threads) {
+std::optional<RenderSetup> SetUpRender(Session& session, const RenderOptions& options) {
     RenderSetup setup;
-    if (!AddItems(session, time, threads, setup)) return std::nullopt;
-    AddMeshes(session.GetScene(), time, setup);
-    for (const RenderNode& node : setup.scene.nodes) UpdateMaps(node.mtl, time);
-    for (const IInstanceSource* source : setup.scene.sources)
-        for (size_t p = 0; p < source->NumPrototypes(); ++p)
-            UpdateMaps(source->PrototypeMtl(p), time);
-    SetLight(session.GetScene(), time, setup.scene);
-    SetCamera(session, camera, time, setup);
+    TimeValue time = options.time.value_or(session.GetScene().GetTime());
     const SceneRenderSettings& r = session.GetScene().render;
-    setup.settings.width = r.width;
-    setup.settings.height = r.height;
-    setup.settings.samples = r.samples;
+    setup.settings.width = options.width.value_or(r.width);
+    setup.settings.height = options.height.value_or(r.height);
+    setup.settings.samples = options.samples.value_or(r.samples);
     setup.settings.exposure = r.exposure;
-    setup.settings.threads = threads > 0 ? threads : NumProcessors();
+    setup.settings.threads = options.threads > 0 ? options.threads : NumProcessors();
+    if (!AddItems(session, time, options.threads, setup)) return std::nullopt;
+    AddMeshes(session.GetScene(), time, setup);
+    MapUpdate maps(time);
+    for (const RenderNode& node : setup.scene.nodes) maps.Add(node.mtl);
+    for (const IInstanceSource* source : setup.scene.sources)
+        for (size_t p = 0; p < source->NumPrototypes(); ++p) maps.Add(source->PrototypeMtl(p));
+    SetLight(session.GetScene(), time, setup.scene);
+    SetCamera(session, options.camera, time, setup);
     return setup;
 }
 

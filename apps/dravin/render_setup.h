@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "apps/dravin/commands.h"
 #include "apps/dravin/session.h"
 #include "host/render/render_scene.h"
 
@@ -14,6 +15,7 @@ struct RenderSetup {
     RenderSettings settings;
     // What the scene borrows.
     std::vector<std::shared_ptr<const Mesh>> meshes;
+    std::vector<std::shared_ptr<const HeightField>> heights;
     std::vector<std::unique_ptr<IInstanceSource>> sources;
 };
 
@@ -21,12 +23,11 @@ struct RenderSetup {
 // printed.
 bool CheckCamera(const Scene& scene, const std::string& name);
 
-// Builds all visible scatter objects with render settings and collects the rest. camera: a camera
-// node's name, or empty for the scene's own, else its first camera, else the active view, else one
-// that sees everything. The name must have passed CheckCamera. None, with the error printed, when a
-// build failed.
-std::optional<RenderSetup> SetUpRender(Session& session, const std::string& camera, TimeValue time,
-                                       int threads);
+// Builds all visible scatter objects with render settings and collects the rest. The options'
+// camera: a camera node's name, which must have passed CheckCamera, or empty for the scene's own,
+// else its first camera, else the active view, else one that sees everything. None, with the error
+// printed, when a build failed.
+std::optional<RenderSetup> SetUpRender(Session& session, const RenderOptions& options);
 
 // Renders with a progress bar on a terminal, and writes the image by its ending.
 ExitCode RenderToFile(const RenderSetup& setup, const std::string& output);

@@ -13,6 +13,17 @@
 
 namespace {
 
+// What the system tells a user goes the way of all messages.
+class ProgramUserInterface : public ConsoleUserInterface {
+public:
+    void MessageBox(const std::string& text, const std::string& caption,
+                    MessageKind kind) override {
+        std::string line = caption + ": " + text;
+        kind == MessageKind::kError ? PrintError(line) : PrintWarning(line);
+    }
+    void ListenerPrint(const std::string& text) override { PrintNote(text); }
+};
+
 std::vector<SceneDravin> AllObjects(const Scene& scene) {
     std::vector<SceneDravin> objects;
     for (INode* node : scene.Nodes())
@@ -21,11 +32,25 @@ std::vector<SceneDravin> AllObjects(const Scene& scene) {
     return objects;
 }
 
+// `"a", "b" and 3 more`, or "none".
+std::string Listed(const std::vector<std::string>& names) {
+    constexpr size_t kMost = 10;
+    if (names.empty()) return "none";
+    std::string text;
+    for (size_t i = 0; i < std::min(names.size(), kMost); ++i)
+        text += fmt::format("{}\"{}\"", i ? ", " : "", names[i]);
+    return names.size() > kMost ? fmt::format("{} and {} more", text, names.size() - kMost) : text;
+}
+
 }  // namespace
 
-Session::Session() : m_formats(MakeSceneLoaders()) { RegisterDravinNodes(m_formats); }
+Session::Session() : m_formats(MakeSceneLoaders()) {
+    m_host.SetUserInterface(std::make_unique<ProgramUserInterface>());
+    RegisterDravinNodes(m_formats);
+}
 
 ExitCode Session::Open(const std::string& path) {
+    if (!HasMainFolder()) PrintWarning(NoMainFolder());
     m_host.notifications.Broadcast(HostNotify::kFilePreOpen);
     SceneReadResult result = ReadSceneDescription(path, m_formats);
     for (const std::string& warning : result.warnings) PrintWarning(warning);
@@ -55,7 +80,13 @@ void Session::LoadTemplates() {
         std::vector<std::string> names = templates.Names();
         for (int i = 0; i < rows.Count(); ++i) {
             TSpecEntry entry = rows.ReadRow(i, 0, SharedGenerator());
-            if (entry.kind != kGeomTemplate || names.empty()) continue;
+            if (entry.kind != kGeomTemplate) continue;
+            if (names.empty()) {
+                PrintWarning(fmt::format("{}: the row \"{}\" shows nothing: {} lists no templates",
+                                         dravin.node->GetName(), entry.name,
+                                         templates.Folder() + "/index.dat"));
+                continue;
+            }
             bool named = !entry.templateName.empty();
             int id = named ? FindTemplateByName(names, entry.templateName)
                            : std::clamp(entry.templateId, 0, int(names.size()) - 1);
@@ -79,7 +110,11 @@ std::optional<std::vector<SceneDravin>> Session::FindObjects(const std::string& 
         names.push_back(dravin.node->GetName());
         if (names.back() == name) return std::vector<SceneDravin>{dravin};
     }
-    PrintError(fmt::format("--object: the scene has no scatter object \"{}\"{}", name,
-                           DidYouMean(name, names)));
+    PrintError(fmt::format("--object: the scene has no scatter object \"{}\"{}; it has {}", name,
+                           DidYouMean(name, names), Listed(names)));
     return std::nullopt;
+}
+
+void BuildWithProgress(const SceneDravin& dravin, TimeValue time, const TBuildFlags& flags) {
+    dravin.object->Build().BuildMesh(time, flags);
 }

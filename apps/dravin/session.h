@@ -9,6 +9,7 @@
 #include "Dravin/build/dravin_build.h"
 #include "Dravin/dravin.h"
 #include "apps/dravin/console.h"
+#include "host/base/input_record.h"
 #include "host/io/scene_description.h"
 #include "host/scene/host_context.h"
 
@@ -25,14 +26,20 @@ public:
     ExitCode Open(const std::string& path);
 
     Scene& GetScene() { return *m_scene; }
+    // What has been read so far.
+    const InputRecord& Inputs() const { return m_inputs; }
     // All scatter objects in node order, or the one of that name. None, with the error printed,
-    // when there is no such object.
+    // when there is no such object; the message lists those that there are.
     std::optional<std::vector<SceneDravin>> FindObjects(const std::string& name);
 
 private:
     void LoadTemplates();
 
+    InputRecord m_inputs;
     HostContext m_host;
     SceneFormats m_formats;
     std::unique_ptr<Scene> m_scene;
 };
+
+// Builds one object, with a progress bar on a terminal when it takes a while.
+void BuildWithProgress(const SceneDravin& dravin, TimeValue time, const TBuildFlags& flags);

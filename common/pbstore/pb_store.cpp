@@ -187,7 +187,16 @@ std::optional<ParamValue> PBStore::GetSelected(int column, TimeValue t) {
 
 void PBStore::SetSelected(int column, TimeValue t, const ParamValue& value) {
     std::vector<int> rows = GetSelection();
+    // A key may be wanted where the value stays; otherwise rows that hold it already stay alone.
+    HostContext* context = HostContext::Current();
+    if (!context || !context->animating)
+        std::erase_if(rows, [&](int row) { return Holds(column, row, t, value); });
     if (rows.empty()) return;
     Step step(*this, "Change");
     for (int row : rows) Set(column, row, t, value);
+}
+
+bool PBStore::Holds(int column, int row, TimeValue t, const ParamValue& value) const {
+    ParamID id = ColumnId(column);
+    return row < m_block->Count(id) && m_block->GetValue(id, t, row) == value;
 }

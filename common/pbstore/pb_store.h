@@ -70,7 +70,7 @@ public:
     // What a control over this column shows: the first selected row's value; none without
     // selection.
     std::optional<ParamValue> GetSelected(int column, TimeValue t);
-    // Writes all selected rows, in one undo step.
+    // Writes all selected rows, in one undo step; none when they all hold the value already.
     void SetSelected(int column, TimeValue t, const ParamValue& value);
 
 private:
@@ -81,6 +81,7 @@ private:
     };
     class Step;
     bool IsCell(int column, int row) const;
+    bool Holds(int column, int row, TimeValue t, const ParamValue& value) const;
     bool MoveSelected(int by);
     // Rewrites every column by a function of its elements.
     void RewriteColumns(const std::function<void(int column, std::vector<ParamElement>&)>& rewrite);

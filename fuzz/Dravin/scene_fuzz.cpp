@@ -1,6 +1,7 @@
 #include "Dravin/scene/dravin_description.h"
 #include "fuzz/fuzz_file.h"
 #include "host/io/scene_loaders.h"
+#include "host/scene/height_field_object.h"
 
 namespace {
 
@@ -14,8 +15,8 @@ public:
         model.mesh = m_triangle;
         return model;
     }
-    MeshPtr LoadHeightfield(const std::string&, const HeightfieldOrigin&, std::string*) override {
-        return m_triangle;
+    HeightfieldLoad LoadHeightfield(const HeightfieldOrigin&, double) override {
+        return {m_heights, {}, {}, {}, {}};
     }
     MeshPtr MakePrimitive(const PrimitiveOrigin&) override { return m_triangle; }
     std::shared_ptr<Texmap> MakeTexmap(const TexmapDescription& description,
@@ -32,6 +33,8 @@ private:
     std::shared_ptr<ISceneLoaders> m_real = MakeSceneLoaders();
     MeshPtr m_triangle =
         std::make_shared<Mesh>(Mesh{{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {{{0, 1, 2}}}});
+    std::shared_ptr<const HeightField> m_heights =
+        std::make_shared<const HeightField>(2, 2, Point2{1, 1}, std::vector<float>{0, 0, 0, 1});
 };
 
 const SceneFormats& Formats() {

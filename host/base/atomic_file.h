@@ -1,14 +1,17 @@
 // Output files that appear whole or not at all.
 //
-// Bytes go to a temporary file beside the target, which Commit renames over it; a destructor
-// without Commit, a failed write or RemoveTemporaryFiles (from a signal handler) leaves the target
-// as it was.
+// Bytes go to a temporary file beside the target, which Commit brings to the disk and renames over
+// it; a destructor without Commit, a failed write or RemoveTemporaryFiles (from a signal handler)
+// leaves the target as it was. A temporary file is locked while its writer lives, so that the next
+// output of the same name recognises and removes what a killed run left.
 // "-" is standard output; devices and pipes are written directly, as nothing can be renamed over
-// them. A link's target is replaced, not the link, and an existing file's permissions are kept.
-// One thread at a time may use an AtomicFile.
+// them. A pipe that nobody reads is refused instead of waited for; a reader of standard output that
+// goes early is no failure. A link's target is replaced, not the link, and an existing file's
+// permissions are kept. One thread at a time may use an AtomicFile.
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -34,11 +37,11 @@ public:
     // Writes `bytes` over those at `offset`, which must lie before Size(). Regular targets only.
     void Overwrite(uint64_t offset, std::string_view bytes);
 
-    // File that a library may write by name instead of calling Write.
-    const std::string& TemporaryPath() const { return m_writtenPath; }
-
     // Puts the file in its place. False with a reason in `error`, the target unchanged.
     bool Commit(std::string* error);
+    // Puts several files in their places that belong together: when one of them cannot be, all
+    // targets are as they were. Signals that end the program wait until the last one is there.
+    static bool CommitTogether(std::span<AtomicFile* const> files, std::string* error);
     void Discard();
 
     // Whether Open would succeed on a regular target, tried without a trace: for long work that
@@ -51,14 +54,24 @@ public:
 private:
     void Flush();
     void WriteAll(std::string_view bytes);
+    bool OpenSpecial(std::string* error);
     bool OpenTemporary(std::string* error);
+    bool CreateTemporary(const std::string& path);
+    bool IsRenamed() const { return m_slot >= 0; }
+    bool Finish(std::string* error);
+    bool PutInPlace(bool keep, std::string* error);
+    void TakeBack();
+    void Forget();
 
     std::string m_path;         // as the caller named it
     std::string m_target;       // links resolved
-    std::string m_writtenPath;  // the temporary file, or the target when it is written directly
+    std::string m_writtenPath;  // the temporary file; empty when the target is written directly
     std::string m_buffer;
     uint64_t m_size = 0;
     int m_fd = -1;
     int m_errno = 0;
     int m_slot = -1;  // place in the list for signal handlers; -1 when written directly
+    // While files are put in their places: the old file under another name, or that there was none.
+    std::string m_kept;
+    bool m_wasAbsent = false;
 };

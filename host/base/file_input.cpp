@@ -11,6 +11,8 @@
 
 #include <fmt/format.h>
 
+#include "host/base/input_record.h"
+
 namespace {
 
 const char* KindName(mode_t mode) {
@@ -40,6 +42,7 @@ int OpenRegular(const std::string& path, uint64_t* size, std::string* error) {
         return -1;
     }
     *size = uint64_t(info.st_size);
+    InputRecord::Add(fd);
     return fd;
 }
 

@@ -6,6 +6,8 @@
 #include <exception>
 #include <memory>
 #include <mutex>
+#include <new>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -67,13 +69,26 @@ public:
         std::lock_guard lock(m_mutex);
         for (size_t i = 0; i < helpers; ++i) m_invitations.push_back(job);
         size_t wanted = std::min(m_invitations.size(), kMaxWorkers);
-        while (m_workers.size() < wanted)
-            m_workers.emplace_back([this](std::stop_token stop) { Loop(stop); });
+        while (m_workers.size() < wanted && StartWorker()) {
+        }
         m_wake.notify_all();
     }
 
 private:
     static constexpr size_t kMaxWorkers = 256;
+
+    // False where the system gives no further thread: those that there are do the work, the caller
+    // at the least.
+    bool StartWorker() {
+        try {
+            m_workers.emplace_back([this](std::stop_token stop) { Loop(stop); });
+            return true;
+        } catch (const std::system_error&) {
+            return false;
+        } catch (const std::bad_alloc&) {
+            return false;
+        }
+    }
 
     void Loop(std::stop_token stop) {
         while (true) {

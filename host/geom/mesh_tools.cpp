@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <bit>
-#include <cassert>
 #include <cmath>
+#include <span>
 
 #include <fmt/format.h>
 
@@ -21,12 +21,12 @@ std::string CheckChannel(const MapChannel& channel, size_t numFaces, const char*
     return {};
 }
 
-// Keeps the faces that `keep` accepts, in the mesh and in all its channels.
+// Keeps the faces whose index `keep` accepts, in the mesh and in all its channels.
 template <class Predicate>
 void FilterFaces(Mesh& mesh, Predicate keep) {
     size_t kept = 0;
     for (size_t f = 0; f < mesh.faces.size(); ++f) {
-        if (!keep(mesh.faces[f])) continue;
+        if (!keep(f)) continue;
         mesh.faces[kept] = mesh.faces[f];
         for (MapChannel& map : mesh.maps)
             if (!map.IsEmpty()) map.faces[kept] = map.faces[f];
@@ -37,6 +37,26 @@ void FilterFaces(Mesh& mesh, Predicate keep) {
     for (MapChannel& map : mesh.maps)
         if (!map.IsEmpty()) map.faces.resize(kept);
     if (!mesh.normals.IsEmpty()) mesh.normals.faces.resize(kept);
+}
+
+Triple& CornersOf(Face& face) { return face.v; }
+Triple& CornersOf(Triple& corners) { return corners; }
+
+// Drops vertices that no face uses.
+template <class AnyFace>
+void DropUnusedVertices(std::vector<Point3>& verts, std::vector<AnyFace>& faces) {
+    std::vector<uint32_t> newIndex(verts.size(), 0);
+    for (AnyFace& face : faces)
+        for (uint32_t v : CornersOf(face)) newIndex[v] = 1;
+    uint32_t kept = 0;
+    for (size_t v = 0; v < verts.size(); ++v) {
+        if (!newIndex[v]) continue;
+        newIndex[v] = kept;
+        verts[kept++] = verts[v];
+    }
+    verts.resize(kept);
+    for (AnyFace& face : faces)
+        for (uint32_t& v : CornersOf(face)) v = newIndex[v];
 }
 
 // Open-addressing table of vertex indices, keyed by the bits of their coordinates.
@@ -178,8 +198,9 @@ size_t DropNonFiniteVertices(Mesh& mesh) {
     size_t dropped = mesh.verts.size() - kept;
     if (dropped == 0) return 0;
     mesh.verts.resize(kept);
-    FilterFaces(mesh, [&](const Face& face) {
-        return std::none_of(face.v.begin(), face.v.end(),
+    FilterFaces(mesh, [&](size_t f) {
+        const Triple& corners = mesh.faces[f].v;
+        return std::none_of(corners.begin(), corners.end(),
                             [&](uint32_t v) { return newIndex[v] == kDropped; });
     });
     for (Face& face : mesh.faces)
@@ -242,13 +263,8 @@ void TurnFaces(Mesh& mesh) {
 
 void TransformMesh(Mesh& mesh, const Matrix3& m) {
     for (Point3& p : mesh.verts) p = p * m;
-    if (!mesh.normals.verts.empty()) {
-        // The rows of the inverse transpose, up to a common factor of the determinant's sign.
-        float sign = m.Determinant() < 0 ? -1.0f : 1.0f;
-        Point3 x = CrossProd(m.row[1], m.row[2]) * sign, y = CrossProd(m.row[2], m.row[0]) * sign,
-               z = CrossProd(m.row[0], m.row[1]) * sign;
-        for (Point3& n : mesh.normals.verts) n = Normalize(x * n.x + y * n.y + z * n.z);
-    }
+    Matrix3 forNormals = NormalTransform(m);
+    for (Point3& n : mesh.normals.verts) n = Normalize(forNormals.VectorTransform(n));
     if (m.Determinant() < 0) TurnFaces(mesh);
 }
 
@@ -256,6 +272,15 @@ Mesh TransformedMesh(const Mesh& mesh, const Matrix3& m) {
     Mesh copy = mesh;
     TransformMesh(copy, m);
     return copy;
+}
+
+Mesh MeshOfFaces(const Mesh& mesh, std::span<const uint8_t> keep) {
+    Mesh part = mesh;
+    FilterFaces(part, [&](size_t f) { return keep[f] != 0; });
+    DropUnusedVertices(part.verts, part.faces);
+    for (MapChannel& map : part.maps) DropUnusedVertices(map.verts, map.faces);
+    DropUnusedVertices(part.normals.verts, part.normals.faces);
+    return part;
 }
 
 void AppendMesh(Mesh& target, const Mesh& source) {
@@ -283,31 +308,4 @@ void FillMissingColors(Mesh& a, Mesh& b) {
     Mesh& plain = a.Map(0) ? b : a;
     if (plain.faces.empty()) return;
     plain.MakeMap(0) = {{{1, 1, 1}}, std::vector<Triple>(plain.NumFaces(), {0, 0, 0})};
-}
-
-Mesh MakeHeightFieldMesh(std::span<const float> values, size_t nx, size_t ny, float sizeX,
-                         float sizeY, float height) {
-    assert(nx >= 2 && ny >= 2 && values.size() == nx * ny);
-    Mesh mesh;
-    MapChannel& map = mesh.MakeMap(1);
-    mesh.verts.reserve(nx * ny);
-    map.verts.reserve(nx * ny);
-    for (size_t j = 0; j < ny; ++j)
-        for (size_t i = 0; i < nx; ++i) {
-            float u = float(i) / float(nx - 1), v = float(j) / float(ny - 1);
-            mesh.verts.push_back(
-                {sizeX * (u - 0.5f), sizeY * (v - 0.5f), values[j * nx + i] * height});
-            map.verts.push_back({u, v, 0});
-        }
-    mesh.faces.reserve(2 * (nx - 1) * (ny - 1));
-    constexpr uint8_t kNoDiagonal = Face::kEdge0 | Face::kEdge1;
-    for (size_t j = 0; j + 1 < ny; ++j)
-        for (size_t i = 0; i + 1 < nx; ++i) {
-            auto a = uint32_t(j * nx + i), row = uint32_t(nx);
-            mesh.faces.push_back({{a, a + 1, a + 1 + row}, 1, 0, kNoDiagonal});
-            mesh.faces.push_back({{a + 1 + row, a + row, a}, 1, 0, kNoDiagonal});
-        }
-    map.faces.reserve(mesh.faces.size());
-    for (const Face& face : mesh.faces) map.faces.push_back(face.v);
-    return mesh;
 }

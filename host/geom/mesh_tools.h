@@ -37,15 +37,12 @@ void TurnFaces(Mesh& mesh);
 void TransformMesh(Mesh& mesh, const Matrix3& m);
 // A copy moved by m.
 Mesh TransformedMesh(const Mesh& mesh, const Matrix3& m);
+// A copy with the faces whose flag is set, one flag a face, and the vertices that they use, in the
+// mesh and in its channels, all in their order.
+Mesh MeshOfFaces(const Mesh& mesh, std::span<const uint8_t> keep);
 // Adds a copy of `source`. A channel that one of the two lacks is filled with zero coordinates
 // there; normals survive only when both have them or the target is empty.
 void AppendMesh(Mesh& target, const Mesh& source);
 // Where one of two meshes has vertex colours (channel 0), the other gets white ones: to be called
 // before AppendMesh where colours multiply what is shown.
 void FillMissingColors(Mesh& a, Mesh& b);
-
-// Terrain over [-sizeX / 2, sizeX / 2] x [-sizeY / 2, sizeY / 2]: nx x ny vertices with z = value *
-// height, mapping channel 1 over [0, 1] x [0, 1]. values: nx * ny numbers, row by row from the
-// lowest y; nx and ny at least 2.
-Mesh MakeHeightFieldMesh(std::span<const float> values, size_t nx, size_t ny, float sizeX,
-                         float sizeY, float height);

@@ -1,56 +1,23 @@
 #include "host/io/bitmap.h"
 
 #include <array>
-#include <mutex>
 
 #include <OpenImageIO/filesystem.h>
 #include <OpenImageIO/imageio.h>
 #include <fmt/format.h>
 
 #include "host/base/atomic_file.h"
-#include "host/base/file_input.h"
-#include "host/io/image_kind.h"
+#include "host/base/memory_file.h"
+#include "host/io/image_input.h"
 
 namespace {
-
-// The best compression that formats reach on plain images; deflate ends at 1032.
-constexpr uint64_t kBestCompression = 4096;
-// Images of this size are allocated whatever the file's length.
-constexpr uint64_t kHarmlessBytes = 16 << 20;
-constexpr uint64_t kMaxImageBytes = uint64_t{8} << 30;
 
 // Only files of these kinds are written.
 constexpr std::array kWrittenFormats{"png", "tiff", "openexr", "jpeg", "bmp", "targa", "hdr"};
 
-void PrepareLibrary() {
-    static std::once_flag once;
-    // One reader thread an image: the caller decides what runs in parallel.
-    std::call_once(once, [] { OIIO::attribute("threads", 1); });
-}
-
-std::string Reason(const std::string& text) {
-    std::string trimmed = text.substr(0, text.find('\n'));
-    return trimmed.empty() ? "the file is damaged or of an unknown kind" : trimmed;
-}
-
 bool IsWrittenFormat(const std::string& format) {
     return std::find(kWrittenFormats.begin(), kWrittenFormats.end(), format) !=
            kWrittenFormats.end();
-}
-
-// Empty when the header is believable for a file of `fileBytes`.
-std::string CheckHeader(const OIIO::ImageSpec& spec, uint64_t fileBytes) {
-    if (spec.width < 1 || spec.height < 1 || spec.depth > 1 || spec.nchannels < 1)
-        return fmt::format("{} x {} x {} pixels of {} channels, expected a plain image", spec.width,
-                           spec.height, spec.depth, spec.nchannels);
-    if (spec.width > kMaxImageSide || spec.height > kMaxImageSide)
-        return fmt::format("{} x {} pixels, at most {} a side are read", spec.width, spec.height,
-                           kMaxImageSide);
-    uint64_t bytes = uint64_t(spec.width) * uint64_t(spec.height) * spec.pixel_bytes();
-    if (bytes > kMaxImageBytes || (bytes > kHarmlessBytes && bytes / kBestCompression > fileBytes))
-        return fmt::format("claims {} x {} pixels of {} channels, the file has {} bytes only",
-                           spec.width, spec.height, spec.nchannels, fileBytes);
-    return {};
 }
 
 template <class T>
@@ -69,12 +36,8 @@ int ChannelsKept(const OIIO::ImageSpec& spec) {
 }
 
 std::shared_ptr<const Bitmap> ReadOpened(OIIO::ImageInput* input, const std::string& name,
-                                         uint64_t fileBytes, std::string* error) {
+                                         std::string* error) {
     const OIIO::ImageSpec& spec = input->spec();
-    if (std::string problem = CheckHeader(spec, fileBytes); !problem.empty()) {
-        *error = fmt::format("{}: cannot read the image: {}", name, problem);
-        return nullptr;
-    }
     int channels = ChannelsKept(spec);
     Bitmap::Data data;
     bool ok = false;
@@ -90,43 +53,10 @@ std::shared_ptr<const Bitmap> ReadOpened(OIIO::ImageInput* input, const std::str
             break;
     }
     if (!ok) {
-        *error = fmt::format("{}: cannot read the image: {}", name, Reason(input->geterror()));
+        *error = fmt::format("{}: cannot read the image: {}", name, ImageReason(input->geterror()));
         return nullptr;
     }
     return std::make_shared<Bitmap>(spec.width, spec.height, channels, std::move(data));
-}
-
-// Some of the library's readers throw on damaged files.
-template <class Read>
-std::shared_ptr<const Bitmap> CatchExceptions(const std::string& name, std::string* error,
-                                              const Read& read) {
-    try {
-        return read();
-    } catch (const std::bad_alloc&) {
-        *error = fmt::format("{}: cannot read the image: out of memory", name);
-    } catch (const std::exception& e) {
-        *error = fmt::format("{}: cannot read the image: the file is damaged ({})", name, e.what());
-    }
-    return nullptr;
-}
-
-OIIO::ImageSpec ReadConfig() {
-    OIIO::ImageSpec config;
-    config.attribute("oiio:UnassociatedAlpha", 1);
-    return config;
-}
-
-// The library's reader for bytes that begin with `head`; null with a reason in `error`.
-std::unique_ptr<OIIO::ImageInput> ReaderFor(std::string_view head, const std::string& name,
-                                            std::string* error) {
-    std::string kind = ImageKind(head, name);
-    std::unique_ptr<OIIO::ImageInput> input;
-    if (!kind.empty()) input = OIIO::ImageInput::create(kind);
-    OIIO::geterror();  // the library keeps the message until it is asked for
-    if (!input)
-        *error = fmt::format("{}: cannot read the image: not a file of a known kind, expected {}",
-                             name, kImageKinds);
-    return input;
 }
 
 // The type in which a format stores the image.
@@ -159,40 +89,38 @@ OIIO::ImageSpec WriteSpec(const OIIO::ImageOutput& output, const Bitmap& image, 
 }  // namespace
 
 std::shared_ptr<const Bitmap> ReadBitmap(const std::string& file, std::string* error) {
-    PrepareLibrary();
-    uint64_t size = 0;
-    std::optional<std::string> head = ReadFileHead(file, kImageKindBytes, &size, error);
-    if (!head) return nullptr;
-    std::unique_ptr<OIIO::ImageInput> input = ReaderFor(*head, file, error);
-    if (!input) return nullptr;
-    return CatchExceptions(file, error, [&]() -> std::shared_ptr<const Bitmap> {
-        OIIO::ImageSpec spec;
-        if (input->open(file, spec, ReadConfig()))
-            return ReadOpened(input.get(), file, size, error);
-        *error = fmt::format("{}: cannot read the image: {}", file, Reason(input->geterror()));
+    return CatchImageExceptions(file, error, [&]() -> std::shared_ptr<const Bitmap> {
+        OpenedImage image = OpenImage(file);
+        if (image.input) return ReadOpened(image.input.get(), file, error);
+        *error = image.error;
         return nullptr;
     });
 }
 
 std::shared_ptr<const Bitmap> ReadBitmapFromMemory(std::string_view bytes, const std::string& name,
                                                    std::string* error) {
-    PrepareLibrary();
-    std::unique_ptr<OIIO::ImageInput> input = ReaderFor(bytes, name, error);
+    PrepareImageLibrary();
+    std::unique_ptr<OIIO::ImageInput> input = ImageReaderFor(bytes, name, error);
     if (!input) return nullptr;
     OIIO::Filesystem::IOMemReader reader(const_cast<char*>(bytes.data()), bytes.size());
     OIIO::Filesystem::IOProxy* proxy = &reader;
-    OIIO::ImageSpec config = ReadConfig(), spec;
+    OIIO::ImageSpec config = ImageReadConfig(), spec;
     config.attribute("oiio:ioproxy", OIIO::TypeDesc::PTR, &proxy);
-    return CatchExceptions(name, error, [&]() -> std::shared_ptr<const Bitmap> {
-        if (input->supports("ioproxy") && input->open("memory", spec, config))
-            return ReadOpened(input.get(), name, bytes.size(), error);
-        *error = fmt::format("{}: cannot read the image: {}", name, Reason(input->geterror()));
+    return CatchImageExceptions(name, error, [&]() -> std::shared_ptr<const Bitmap> {
+        std::string problem;
+        bool isLimit = false;
+        if (!input->supports("ioproxy") || !input->open("memory", spec, config))
+            problem = ImageReason(input->geterror());
+        else
+            problem = CheckImageHeader(input->spec(), bytes.size(), &isLimit);
+        if (problem.empty()) return ReadOpened(input.get(), name, error);
+        *error = fmt::format("{}: cannot read the image: {}", name, problem);
         return nullptr;
     });
 }
 
 bool WriteBitmap(const std::string& file, const Bitmap& image, std::string* error, bool fullFloat) {
-    PrepareLibrary();
+    PrepareImageLibrary();
     std::unique_ptr<OIIO::ImageOutput> output = OIIO::ImageOutput::create(file);
     if (!output || !IsWrittenFormat(output->format_name())) {
         OIIO::geterror();  // the library keeps the message until it is asked for
@@ -207,17 +135,19 @@ bool WriteBitmap(const std::string& file, const Bitmap& image, std::string* erro
         return false;
     }
     AtomicFile target;
+    MemoryFile memory;
     if (!target.Open(file, error)) return false;
     OIIO::TypeDesc type = TypeInMemory(image);
     bool ok =
-        output->open(target.TemporaryPath(), WriteSpec(*output, image, fullFloat)) &&
+        output->open(memory.Path(), WriteSpec(*output, image, fullFloat)) &&
         std::visit([&](auto& v) { return output->write_image(type, v.data()); }, image.Values());
     ok = output->close() && ok;
     if (!ok) {
-        *error = fmt::format("{}: cannot write the image: {}", file, Reason(output->geterror()));
+        *error =
+            fmt::format("{}: cannot write the image: {}", file, ImageReason(output->geterror()));
         return false;
     }
-    return target.Commit(error);
+    return memory.CopyTo(target, error) && target.Commit(error);
 }
 
 std::shared_ptr<BitmapTex> MakeBitmapTex(const std::string& file) {

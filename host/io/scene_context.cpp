@@ -85,6 +85,7 @@ SceneFormats::SceneFormats(std::shared_ptr<ISceneLoaders> loaders) : m_loaders(s
     RegisterHostTexmaps(*this);
     RegisterHostMaterials(*this);
     RegisterMeshTypes(*this);
+    RegisterHeightfieldType(*this);
     RegisterOtherTypes(*this);
 }
 

@@ -16,6 +16,7 @@
 #include "host/scene/scene.h"
 
 class DescriptionContext;
+struct HeightfieldOrigin;
 
 // What the host's own texture maps have in common, in the words of the description.
 struct TexmapDescription {
@@ -39,6 +40,15 @@ struct LoadedModel {
     std::string error;
 };
 
+// A terrain, or why there is none.
+struct HeightfieldLoad {
+    std::shared_ptr<const HeightField> field;  // null with a reason in `error`
+    std::string error;
+    std::string key = "file";  // of the node, which the error is about
+    DescriptionErrorClass errorClass = DescriptionErrorClass::kMalformed;
+    std::vector<std::string> warnings;
+};
+
 // Makes what a description only names. Files are resolved paths of regular files that exist.
 class ISceneLoaders {
 public:
@@ -47,10 +57,9 @@ public:
     // from. Warnings come with the first of several requests for one file.
     virtual LoadedModel LoadMesh(const FileOrigin& origin, double unitScale,
                                  const std::string& folder) = 0;
-    // Null with a reason in `error`, as of the others.
-    virtual std::shared_ptr<const Mesh> LoadHeightfield(const std::string& file,
-                                                        const HeightfieldOrigin& origin,
-                                                        std::string* error) = 0;
+    // From the file that `origin` names, which is a resolved path here.
+    virtual HeightfieldLoad LoadHeightfield(const HeightfieldOrigin& origin,
+                                            double metresPerUnit) = 0;
     virtual std::shared_ptr<const Mesh> MakePrimitive(const PrimitiveOrigin& origin) = 0;
     virtual std::shared_ptr<Texmap> MakeTexmap(const TexmapDescription& description,
                                                std::string* error) = 0;

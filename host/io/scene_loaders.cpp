@@ -55,11 +55,21 @@ public:
         return loaded;
     }
 
-    MeshPtr LoadHeightfield(const std::string& file, const HeightfieldOrigin& origin,
-                            std::string* error) override {
-        return ReadHeightField(
-            file, {origin.sizeX, origin.sizeY, origin.height, origin.samplesX, origin.samplesY},
-            error);
+    HeightfieldLoad LoadHeightfield(const HeightfieldOrigin& origin,
+                                    double metresPerUnit) override {
+        for (const KnownHeights& known : m_heights)
+            if (known.origin == origin && known.metresPerUnit == metresPerUnit)
+                if (auto field = known.field.lock()) return {field, {}, {}, {}, known.warnings};
+        HeightFieldResult result = ReadHeightField(origin.file, origin, metresPerUnit);
+        if (result.field)
+            m_heights.push_back({origin, metresPerUnit, result.field, result.warnings});
+        HeightfieldLoad load;
+        load.field = std::move(result.field);
+        load.error = std::move(result.error);
+        if (!result.key.empty()) load.key = result.key;
+        if (result.isLimit) load.errorClass = DescriptionErrorClass::kLimit;
+        load.warnings = std::move(result.warnings);
+        return load;
     }
 
     MeshPtr MakePrimitive(const PrimitiveOrigin& origin) override {
@@ -119,6 +129,15 @@ public:
 private:
     using ModelKey = std::tuple<std::string, std::string, std::optional<UpAxis>, bool, double>;
     std::map<ModelKey, LoadedModel> m_models;
+
+    // Nodes that ask for the same terrain share one as long as any of them lives.
+    struct KnownHeights {
+        HeightfieldOrigin origin;
+        double metresPerUnit;
+        std::weak_ptr<const HeightField> field;
+        std::vector<std::string> warnings;
+    };
+    std::vector<KnownHeights> m_heights;
 
     std::shared_ptr<Texmap> MakeImageMap(const TexmapDescription& d, std::string* error) {
         auto map = MakeBitmapTex(d.file);

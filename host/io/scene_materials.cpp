@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <unordered_map>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -158,16 +159,60 @@ const Format* FormatOf(DescriptionObject& keys,
     return format;
 }
 
-// Depth first; a material that is met again while it is open lies on a ring.
-bool IsOnRing(const Mtl* mtl, std::vector<const Mtl*>& open, std::vector<const Mtl*>& done) {
-    if (!mtl || std::find(done.begin(), done.end(), mtl) != done.end()) return false;
-    if (std::find(open.begin(), open.end(), mtl) != open.end()) return true;
-    open.push_back(mtl);
-    for (int i = 0; i < mtl->NumSubMtls(); ++i)
-        if (IsOnRing(mtl->GetSubMtl(i), open, done)) return true;
-    open.pop_back();
-    done.push_back(mtl);
-    return false;
+// How many multi-materials stand inside each other, material by material: each is looked at once,
+// and a chain of any length takes no stack.
+class MtlNesting {
+public:
+    static constexpr int kRing = -1;
+
+    // 0 for a plain material; kRing when it holds itself, through others or not.
+    int Of(const Mtl* root) {
+        std::vector<Open> path;
+        if (root && !m_nesting.contains(root)) Enter(root, path);
+        while (!path.empty()) {
+            Open& top = path.back();
+            if (top.next == top.mtl->NumSubMtls()) {
+                m_nesting[top.mtl] = Finished(*top.mtl);
+                path.pop_back();
+                continue;
+            }
+            const Mtl* sub = top.mtl->GetSubMtl(top.next++);
+            if (!sub) continue;
+            auto known = m_nesting.find(sub);
+            if (known == m_nesting.end())
+                Enter(sub, path);
+            else if (known->second == kIsOpen)
+                return kRing;
+        }
+        return root ? m_nesting[root] : 0;
+    }
+
+private:
+    static constexpr int kIsOpen = -2;
+    struct Open {
+        const Mtl* mtl;
+        int next;
+    };
+
+    void Enter(const Mtl* mtl, std::vector<Open>& path) {
+        m_nesting[mtl] = kIsOpen;
+        path.push_back({mtl, 0});
+    }
+    int Finished(const Mtl& mtl) const {
+        int nesting = 0;
+        for (int i = 0; i < mtl.NumSubMtls(); ++i)
+            if (const Mtl* sub = mtl.GetSubMtl(i)) nesting = std::max(nesting, m_nesting.at(sub));
+        return mtl.NumSubMtls() > 0 ? nesting + 1 : 0;
+    }
+
+    std::unordered_map<const Mtl*, int> m_nesting;
+};
+
+// Lets all go one by one: rings would stay for ever, and the end of a long chain would take its
+// length in stack.
+void TakeApart(const Scene& scene) {
+    for (const auto& [name, mtl] : scene.materials)
+        if (auto* multi = dynamic_cast<MultiMtl*>(mtl.get())) multi->subs.clear();
 }
 
 }  // namespace
@@ -209,18 +254,20 @@ void ReadMaterials(const DescriptionValue& value, DescriptionContext& context) {
     }
 }
 
-void RefuseMaterialRings(const DescriptionValue& value, const DescriptionContext& context) {
-    if (value.Document().Failed()) return;
-    std::vector<const Mtl*> done;
+void CheckMaterialNesting(const DescriptionValue& value, const DescriptionContext& context) {
+    if (value.Document().Failed()) return TakeApart(context.scene);
+    MtlNesting nesting;
     for (const auto& [name, member] : DescriptionObject(value).Members()) {
-        std::vector<const Mtl*> open;
-        if (IsOnRing(context.scene.materials.at(name).get(), open, done)) {
-            for (const auto& mtl : open)  // let the ring go
-                if (auto* multi = const_cast<MultiMtl*>(dynamic_cast<const MultiMtl*>(mtl)))
-                    multi->subs.clear();
+        auto found = context.scene.materials.find(name);
+        if (found == context.scene.materials.end()) continue;  // not read, after an error
+        int levels = nesting.Of(found->second.get());
+        if (levels == MtlNesting::kRing)
             member.Fail(fmt::format("the material \"{}\" holds itself", name));
-            return;
-        }
+        else if (levels > kMaxMtlNesting)
+            member.Fail(fmt::format("{} multi-materials stand inside each other, at most {} may",
+                                    levels, kMaxMtlNesting),
+                        DescriptionErrorClass::kLimit);
+        if (value.Document().Failed()) return TakeApart(context.scene);
     }
 }
 

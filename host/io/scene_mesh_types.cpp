@@ -1,3 +1,5 @@
+#include <cmath>
+
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -44,7 +46,7 @@ MapChannel ReadChannel(const DescriptionValue& value) {
 
 // One number a face, where the key is there at all.
 template <class Set>
-void ReadFaceNumbers(DescriptionObject& keys, const char* key, Mesh& mesh, int max,
+void ReadFaceNumbers(DescriptionObject& keys, const char* key, Mesh& mesh, uint32_t max,
                      const Set& set) {
     auto value = keys.Find(key);
     if (!value) return;
@@ -53,10 +55,10 @@ void ReadFaceNumbers(DescriptionObject& keys, const char* key, Mesh& mesh, int m
         value->Fail(fmt::format("expected one number a face ({}), found {}", mesh.faces.size(),
                                 numbers.size()));
     for (size_t i = 0; i < numbers.size() && !value->Document().Failed(); ++i) {
-        int number = numbers[i].AsInt();
-        if (number < 0 || number > max)
-            numbers[i].Fail(fmt::format("expected a whole number in 0..{}", max));
-        set(mesh.faces[i], number);
+        double number = numbers[i].AsDouble();
+        bool fits = number >= 0 && number <= double(max) && number == std::floor(number);
+        if (!fits) numbers[i].Fail(fmt::format("expected a whole number in 0..{}", max));
+        if (fits) set(mesh.faces[i], uint32_t(number));
     }
 }
 
@@ -79,11 +81,11 @@ std::shared_ptr<Mesh> ReadInlineMesh(DescriptionObject& keys) {
     for (const DescriptionValue& value : keys.Array("faces"))
         mesh->faces.emplace_back().v = ReadTriple(value);
     ReadFaceNumbers(keys, "material_ids", *mesh, 65535,
-                    [](Face& face, int id) { face.matID = uint16_t(id); });
-    ReadFaceNumbers(keys, "smoothing", *mesh, 2147483647,
-                    [](Face& face, int bits) { face.smGroup = uint32_t(bits); });
+                    [](Face& face, uint32_t id) { face.matID = uint16_t(id); });
+    ReadFaceNumbers(keys, "smoothing", *mesh, ~uint32_t{0},
+                    [](Face& face, uint32_t bits) { face.smGroup = bits; });
     ReadFaceNumbers(keys, "edge_flags", *mesh, 15,
-                    [](Face& face, int flags) { face.flags = uint8_t(flags); });
+                    [](Face& face, uint32_t flags) { face.flags = uint8_t(flags); });
     ReadChannels(keys, *mesh);
     if (auto normals = keys.Find("normals")) mesh->normals = ReadChannel(*normals);
     if (keys.Value().Document().Failed()) return nullptr;
@@ -219,60 +221,10 @@ private:
     Has m_has;
 };
 
-class HeightfieldDescription : public INodeDescription {
-public:
-    std::shared_ptr<Object> Read(DescriptionObject& keys,
-                                 DescriptionContext& context) const override {
-        HeightfieldOrigin origin;
-        DescriptionValue file = keys.Require("file");
-        if (auto size = keys.Find("size")) {
-            Point2 xy = size->AsPoint2();
-            origin.sizeX = xy.x, origin.sizeY = xy.y;
-        }
-        origin.height = keys.Float("height", origin.height);
-        if (auto samples = keys.Find("samples")) ReadSamples(*samples, origin);
-        if (keys.Value().Document().Failed()) return nullptr;
-        origin.file = context.FileOf(file);
-        if (origin.file.empty()) return nullptr;
-        std::string error;
-        auto mesh = context.formats.Loaders().LoadHeightfield(origin.file, origin, &error);
-        return MeshObject(keys, mesh, origin, error);
-    }
-
-    bool Write(const Object& object, Json& keys, const DescriptionWriter& writer) const override {
-        auto* tri = dynamic_cast<const TriObject*>(&object);
-        auto* origin = tri ? std::get_if<HeightfieldOrigin>(&tri->origin) : nullptr;
-        if (!origin) return false;
-        keys["file"] = writer.FileName(origin->file);
-        keys["size"] = {DescriptionWriter::Number(origin->sizeX),
-                        DescriptionWriter::Number(origin->sizeY)};
-        keys["height"] = DescriptionWriter::Number(origin->height);
-        if (origin->samplesX > 0) keys["samples"] = {origin->samplesX, origin->samplesY};
-        return true;
-    }
-
-private:
-    static constexpr int kMaxSamples = 16384;
-
-    static void ReadSamples(const DescriptionValue& value, HeightfieldOrigin& origin) {
-        std::vector<DescriptionValue> counts = value.AsArray(2);
-        if (counts.size() != 2) return;
-        origin.samplesX = counts[0].AsInt(), origin.samplesY = counts[1].AsInt();
-        for (const DescriptionValue& count : counts) {
-            if (count.AsInt() < 2) count.Fail("expected a whole number, 2 or above");
-            if (count.AsInt() > kMaxSamples)
-                count.Fail(fmt::format("{} samples are more than the limit of {}", count.AsInt(),
-                                       kMaxSamples),
-                           DescriptionErrorClass::kLimit);
-        }
-    }
-};
-
 }  // namespace
 
 void RegisterMeshTypes(SceneFormats& formats) {
     formats.RegisterNode("mesh", std::make_unique<MeshDescription>());
-    formats.RegisterNode("heightfield", std::make_unique<HeightfieldDescription>());
     const std::pair<const char*, PrimitiveDescription::Has> kinds[] = {
         {"plane", {true, true, false, false}},
         {"box", {true, true, true, false}},

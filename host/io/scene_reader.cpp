@@ -63,7 +63,7 @@ public:
         if (render) ReadRender(*render);
         if (view) ReadView(*view);
         m_context.RunLater();
-        if (materials) RefuseMaterialRings(*materials, m_context);
+        if (materials) CheckMaterialNesting(*materials, m_context);
     }
 
 private:
@@ -105,16 +105,33 @@ private:
         return size;
     }
 
+    void ReadRenderer(DescriptionObject& keys) {
+        auto value = keys.Find("renderer");
+        if (!value) return;
+        const std::vector<std::string> known{"raytrace", "scanline"};
+        std::string name = value->AsText();
+        if (!name.empty() && std::find(known.begin(), known.end(), name) == known.end())
+            value->Fail(
+                fmt::format("no renderer is named \"{}\"{}; expected \"raytrace\" or "
+                            "\"scanline\"",
+                            name, DidYouMean(name, known)));
+        m_scene.render.renderer = name;
+    }
+
+    std::shared_ptr<INode> ReadCamera(const DescriptionValue& value) {
+        auto node = m_context.NodeOf(value);
+        if (node && !(node->GetObjectRef() && node->GetObjectRef()->IsCamera()))
+            value.Fail(fmt::format("the node \"{}\" is no camera", node->GetName()));
+        return node;
+    }
+
     void ReadRender(const DescriptionValue& value) {
         DescriptionObject keys(value);
         m_scene.render.width = ReadSize(keys, "width", m_scene.render.width);
         m_scene.render.height = ReadSize(keys, "height", m_scene.render.height);
-        m_scene.render.renderer = keys.Text("renderer");
+        ReadRenderer(keys);
         if (auto camera = keys.Find("camera")) {
-            auto node = m_context.NodeOf(*camera);
-            if (node && !(node->GetObjectRef() && node->GetObjectRef()->IsCamera()))
-                camera->Fail(fmt::format("the node \"{}\" is no camera", node->GetName()));
-            m_scene.renderCamera = node;
+            m_scene.renderCamera = ReadCamera(*camera);
         }
         SceneRenderSettings& r = m_scene.render;
         r.samples = ReadSize(keys, "samples", r.samples);
@@ -141,6 +158,7 @@ private:
         ViewState view;
         if (auto transform = keys.Find("transform")) view.transform = transform->AsMatrix();
         if (auto fov = keys.Find("fov")) view.fovDegrees = ReadFieldOfView(*fov);
+        if (auto camera = keys.Find("camera")) m_scene.viewCamera = ReadCamera(*camera);
         keys.Finish();
         m_scene.view = view;
     }
@@ -170,6 +188,9 @@ private:
         if (!value || value->IsNull()) return nullptr;
         std::string parent = value->AsText();
         INode* node = m_scene.FindNode(parent);
+        if (node && node->Depth() + 1 >= kMaxNodeDepth)
+            value->Fail(fmt::format("more than {} nodes stand above each other", kMaxNodeDepth),
+                        DescriptionErrorClass::kLimit);
         if (node || m_document.Failed()) return node;
         if (parent == name)
             value->Fail("a node cannot be its own parent");

@@ -117,6 +117,7 @@ Json WriteSettings(const Writer& writer) {
     if (scene.view)
         keys["view"] = {{"transform", Writer::Matrix(scene.view->transform)},
                         {"fov", Writer::Number(scene.view->fovDegrees)}};
+    if (scene.viewCamera) keys["view"]["camera"] = writer.NodeName(scene.viewCamera.Get());
     return keys;
 }
 

@@ -91,6 +91,16 @@ Matrix3 Inverse(const Matrix3& m) {
     return result;
 }
 
+// The rows of the inverse transpose are the cross products of the other two rows over the
+// determinant, of which only the sign counts.
+Matrix3 NormalTransform(const Matrix3& m) {
+    float sign = m.Determinant() < 0 ? -1.0f : 1.0f;
+    return {{CrossProd(m.row[1], m.row[2]) * sign,
+             CrossProd(m.row[2], m.row[0]) * sign,
+             CrossProd(m.row[0], m.row[1]) * sign,
+             {}}};
+}
+
 // Shepperd's method (1978): start from the largest component, so that nothing cancels.
 Quat Quat::FromMatrix(const Matrix3& m) {
     const Point3 &x = m.row[0], &y = m.row[1], &z = m.row[2];

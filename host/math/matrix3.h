@@ -61,6 +61,12 @@ inline Matrix3 operator*(const Matrix3& a, const Matrix3& b) {
 // Inverse, computed in double precision; the identity when the matrix is singular.
 Matrix3 Inverse(const Matrix3& m);
 
+// Carries normals of surfaces through `m`, by its VectorTransform: the inverse transpose up to a
+// positive factor, so that a normal stays perpendicular to its surface under any scale, and a
+// mirrored surface keeps its outer side outside. Without translation; results are not unit length.
+// Where `m` flattens space the plane that is left has its normal all the same.
+Matrix3 NormalTransform(const Matrix3& m);
+
 // Rotation by a unit quaternion, counter-clockwise about (x, y, z) by 2 acos(w), for row vectors.
 struct Quat {
     float x = 0, y = 0, z = 0, w = 1;

@@ -78,7 +78,7 @@ PathTracer::PathTracer(const TraceScene& geometry, const SkyModel& sky, const Re
 }
 
 PathTracer::Surface PathTracer::Shade(const TraceRay& ray, const TraceHit& hit) const {
-    const RenderMaterial& material = hit.mesh->Material(hit.face);
+    const RenderMaterial& material = hit.Material();
     Surface s;
     s.position = ray.origin + ray.direction * hit.distance;
     float size = std::fabs(s.position.x) + std::fabs(s.position.y) + std::fabs(s.position.z);
@@ -89,14 +89,13 @@ PathTracer::Surface PathTracer::Shade(const TraceRay& ray, const TraceHit& hit) 
     if (DotProd(s.normal, s.faceNormal) < 0) s.normal = -s.normal;
     if (material.diffuseMap) {
         float width = (ray.width + ray.spread * hit.distance) * hit.MeshScale();
-        s.albedo = material.diffuseMap->LookUp(hit.mesh->Uv(hit.face, hit.u, hit.v),
-                                               width * hit.mesh->UvDensity(hit.face),
-                                               hit.mesh->Position(hit.face, hit.u, hit.v)) *
+        s.albedo = material.diffuseMap->LookUp(hit.Uv(), width * hit.UvDensity(), hit.Position()) *
                    material.mapFactor;
     } else {
         s.albedo = DisplayToLinear(material.diffuse);
     }
-    if (material.vertexColors) s.albedo = s.albedo * hit.mesh->VertexColor(hit.face, hit.u, hit.v);
+    if (material.vertexColors && hit.mesh)
+        s.albedo = s.albedo * hit.mesh->VertexColor(hit.face, hit.u, hit.v);
     if (hit.instance && hit.instance->tint[3]) {
         const uint8_t* t = hit.instance->tint;
         Color tint = DisplayToLinear({float(t[0]) / 255, float(t[1]) / 255, float(t[2]) / 255});

@@ -8,6 +8,7 @@
 #include <filesystem>
 
 #include "host/base/atomic_file.h"
+#include "host/base/memory_file.h"
 #include "host/render/render_texture.h"
 #include "host/render/sampler.h"
 
@@ -89,7 +90,9 @@ std::string WritePicture(const std::string& path, const Picture& picture) {
     }
     AtomicFile target;
     if (!target.Open(path, &error)) return error;
-    if (!WriteTo(*out, target.TemporaryPath(), picture, IsLinearFormat(ending)))
+    MemoryFile memory;
+    if (!WriteTo(*out, memory.Path(), picture, IsLinearFormat(ending)))
         return fmt::format("{}: cannot write the picture: {}", path, out->geterror());
-    return target.Commit(&error) ? std::string() : error;
+    bool isWritten = memory.CopyTo(target, &error) && target.Commit(&error);
+    return isWritten ? std::string() : error;
 }

@@ -10,6 +10,7 @@
 #include <span>
 #include <vector>
 
+#include "host/geom/height_field.h"
 #include "host/geom/mesh.h"
 #include "host/scene/instance_source.h"
 #include "host/scene/material.h"
@@ -47,11 +48,16 @@ struct Haze {
     float baseHeight = 0;   // world z at which `visibility` holds
 };
 
-// A mesh at one place.
+// A mesh at one place, or a terrain in place of a mesh.
 struct RenderNode {
     const Mesh* mesh = nullptr;
     const Mtl* mtl = nullptr;  // null: the host's default grey
     Matrix3 transform;
+    const HeightField* heights = nullptr;
+
+    Box3 Bounds() const {
+        return transform.BoxTransform(heights ? heights->Bounds() : mesh->BoundingBox());
+    }
 };
 
 struct RenderScene {

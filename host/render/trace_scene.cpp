@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "host/base/log.h"
 #include "host/render/sampler.h"
@@ -162,6 +163,12 @@ void OccludeInstance(const RTCOccludedFunctionNArguments* args) {
     if (inner.tfar < 0) outer.tfar = inner.tfar;
 }
 
+// Whether a ray stops at a face of some opacity.
+bool IsOpaqueThere(float opacity, size_t face, const TraceContext& context) {
+    uint32_t place = HashMix(uint32_t(face) * 0x9e3779b9u ^ context.instance);
+    return UnitFloat(HashMix(context.seed ^ place)) < opacity;
+}
+
 // Lets a ray through where the mask says so.
 void MaskFilter(const RTCFilterFunctionNArguments* args) {
     if (args->valid[0] != -1) return;
@@ -173,8 +180,54 @@ void MaskFilter(const RTCFilterFunctionNArguments* args) {
     float width = context.width + context.spread * ray.tfar;
     if (context.current) width *= InverseScale(*context.current);
     float opacity = mesh.Opacity(face, hit.u, hit.v, width);
-    uint32_t place = HashMix(uint32_t(face) * 0x9e3779b9u ^ context.instance);
-    if (UnitFloat(HashMix(context.seed ^ place)) >= opacity) args->valid[0] = 0;
+    if (!IsOpaqueThere(opacity, face, context)) args->valid[0] = 0;
+}
+
+void HeightBounds(const RTCBoundsFunctionArguments* args) {
+    Box3 box = static_cast<const RenderHeights*>(args->geometryUserPtr)->Bounds();
+    // Rays are moved into the field's space with rounding: a hair wider is always safe.
+    Point3 width = box.Width();
+    float slack = 1e-5f * (width.x + width.y + width.z) + 1e-6f * Length(box.Center());
+    RTCBounds& out = *args->bounds_o;
+    out.lower_x = box.min.x - slack, out.upper_x = box.max.x + slack;
+    out.lower_y = box.min.y - slack, out.upper_y = box.max.y + slack;
+    out.lower_z = box.min.z - slack, out.upper_z = box.max.z + slack;
+}
+
+// Whether a ray stops at a hit on a field, by its mask.
+bool StopsAt(const RenderHeights& heights, const TraceContext& context, const HeightRayHit& hit) {
+    if (!heights.Material().CanCut()) return true;
+    float width = context.width + context.spread * float(hit.distance);
+    float opacity = heights.Opacity(hit.triangle, float(hit.weight1), float(hit.weight2), width);
+    return IsOpaqueThere(opacity, heights.Pack(hit.triangle), context);
+}
+
+void IntersectHeights(const RTCIntersectFunctionNArguments* args) {
+    if (!args->valid[0]) return;
+    const auto& heights = *static_cast<const RenderHeights*>(args->geometryUserPtr);
+    const auto& context = *static_cast<const TraceContext*>(args->context);
+    auto& [ray, out] = *reinterpret_cast<RTCRayHit*>(args->rayhit);
+    heights.Trace({ray.org_x, ray.org_y, ray.org_z}, {ray.dir_x, ray.dir_y, ray.dir_z}, ray.tnear,
+                  ray.tfar, [&](const HeightRayHit& hit) {
+                      if (!StopsAt(heights, context, hit)) return false;
+                      ray.tfar = float(hit.distance);
+                      out.u = float(hit.weight1), out.v = float(hit.weight2);
+                      out.primID = heights.Pack(hit.triangle);
+                      out.geomID = args->geomID;
+                      out.instID[0] = RTC_INVALID_GEOMETRY_ID;
+                      return true;
+                  });
+}
+
+void OccludeHeights(const RTCOccludedFunctionNArguments* args) {
+    if (!args->valid[0]) return;
+    const auto& heights = *static_cast<const RenderHeights*>(args->geometryUserPtr);
+    const auto& context = *static_cast<const TraceContext*>(args->context);
+    auto& ray = *reinterpret_cast<RTCRay*>(args->ray);
+    bool isHit = heights.Trace(
+        {ray.org_x, ray.org_y, ray.org_z}, {ray.dir_x, ray.dir_y, ray.dir_z}, ray.tnear, ray.tfar,
+        [&](const HeightRayHit& hit) { return StopsAt(heights, context, hit); });
+    if (isHit) ray.tfar = -std::numeric_limits<float>::infinity();
 }
 
 // Adds faces [first, first + count) of a mesh to a scene under the given number.
@@ -209,7 +262,10 @@ struct TraceScene::Impl {
     RTCDevice device = nullptr;
     RTCScene top = nullptr;
     RenderMaterials materials;
-    std::vector<std::unique_ptr<RenderMesh>> nodes;  // node i: geometries 2i and 2i + 1
+    // Numbers of geometries: mesh i of the nodes has 2i and 2i + 1, then come the height fields,
+    // then the sources.
+    std::vector<std::unique_ptr<RenderMesh>> nodes;
+    std::vector<std::unique_ptr<RenderHeights>> heights;
     std::vector<std::unique_ptr<SourceGeometry>> sources;
     TraceStatistics statistics;
 
@@ -220,10 +276,31 @@ struct TraceScene::Impl {
                 if (prototype.scene) rtcReleaseScene(prototype.scene);
         if (device) rtcReleaseDevice(device);
     }
-    uint32_t FirstSourceId() const { return uint32_t(nodes.size() * 2); }
+    uint32_t FirstHeightsId() const { return uint32_t(nodes.size() * 2); }
+    uint32_t FirstSourceId() const { return FirstHeightsId() + uint32_t(heights.size()); }
 
-    void AddNode(const RenderNode& node) {
-        if (!node.mesh) return;
+    void AddHeights(const RenderNode& node) {
+        if (!node.heights || node.heights->NumFaces() == 0) return;
+        if (!RenderHeights::CanBeShown(node.transform)) {
+            LogWarning("a terrain is left out of the picture: its transform flattens it");
+            return;
+        }
+        heights.push_back(
+            std::make_unique<RenderHeights>(*node.heights, node.mtl, node.transform, materials));
+        RTCGeometry user = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_USER);
+        rtcSetGeometryUserPrimitiveCount(user, 1);
+        rtcSetGeometryUserData(user, heights.back().get());
+        rtcSetGeometryBoundsFunction(user, HeightBounds, nullptr);
+        rtcSetGeometryIntersectFunction(user, IntersectHeights);
+        rtcSetGeometryOccludedFunction(user, OccludeHeights);
+        rtcCommitGeometry(user);
+        rtcAttachGeometryByID(top, user, FirstHeightsId() + uint32_t(heights.size() - 1));
+        rtcReleaseGeometry(user);
+        statistics.numNodeFaces += heights.back()->NumFaces();
+    }
+
+    void AddMesh(const RenderNode& node) {
+        if (!node.mesh || node.heights) return;
         nodes.push_back(
             std::make_unique<RenderMesh>(*node.mesh, node.mtl, node.transform, materials));
         const RenderMesh& mesh = *nodes.back();
@@ -302,7 +379,24 @@ struct TraceScene::Impl {
     }
 };
 
+const RenderMaterial& TraceHit::Material() const {
+    return heights ? heights->Material() : mesh->Material(face);
+}
+
+Point2 TraceHit::Uv() const {
+    return heights ? heights->Uv(heights->Unpack(face), u, v) : mesh->Uv(face, u, v);
+}
+
+float TraceHit::UvDensity() const {
+    return heights ? heights->UvDensity(heights->Unpack(face)) : mesh->UvDensity(face);
+}
+
+Point3 TraceHit::Position() const {
+    return heights ? heights->Position(heights->Unpack(face), u, v) : mesh->Position(face, u, v);
+}
+
 Point3 TraceHit::Normal() const {
+    if (heights) return heights->Normal(heights->Unpack(face), u, v);
     Point3 n = mesh->Normal(face, u, v);
     if (!instance) return n;
     const float* m = instance->toPrototype;
@@ -320,7 +414,8 @@ TraceScene::TraceScene(const RenderScene& scene) : m_impl(std::make_unique<Impl>
         [](void*, RTCError, const char* text) { LogError(std::string("ray tracer: ") + text); },
         nullptr);
     impl.top = rtcNewScene(impl.device);
-    for (const RenderNode& node : scene.nodes) impl.AddNode(node);
+    for (const RenderNode& node : scene.nodes) impl.AddMesh(node);
+    for (const RenderNode& node : scene.nodes) impl.AddHeights(node);
     for (const IInstanceSource* source : scene.sources)
         if (source) impl.AddSource(*source);
     rtcCommitScene(impl.top);
@@ -363,11 +458,18 @@ bool TraceScene::Intersect(const TraceRay& ray, TraceHit* hit) const {
     hit->distance = query.ray.tfar;
     hit->u = query.hit.u, hit->v = query.hit.v;
     hit->face = query.hit.primID;
+    hit->instance = nullptr;
+    hit->mesh = nullptr, hit->heights = nullptr;
     Point3 n{query.hit.Ng_x, query.hit.Ng_y, query.hit.Ng_z};
-    uint32_t id = query.hit.geomID, firstSource = m_impl->FirstSourceId();
-    if (id < firstSource) {
+    uint32_t id = query.hit.geomID, firstHeights = m_impl->FirstHeightsId();
+    uint32_t firstSource = m_impl->FirstSourceId();
+    if (id >= firstHeights && id < firstSource) {
+        hit->heights = m_impl->heights[id - firstHeights].get();
+        hit->faceNormal = hit->heights->FaceNormal(hit->heights->Unpack(hit->face));
+        return true;
+    }
+    if (id < firstHeights) {
         hit->mesh = m_impl->nodes[id / 2].get();
-        hit->instance = nullptr;
         if (id & 1) hit->face += uint32_t(hit->mesh->NumOpaque());
     } else {
         const SourceGeometry& source = *m_impl->sources[id - firstSource];

@@ -4,7 +4,7 @@
 // together are one user geometry of the top scene, whose callbacks move the ray into the
 // prototype's space. Embree 3 has no arrays of instances, and a geometry for every item costs five
 // times the memory. An instance takes 64 bytes here plus its share of the hierarchy. Meshes of
-// nodes stand in the top scene as plain triangles.
+// nodes stand in the top scene as plain triangles; a height field is a user geometry of one piece.
 //
 // Masks are tested inside the traversal: a hit on a face of opacity a counts with probability a,
 // decided by a hash of the ray's seed and the face, so that averages over samples are exact at any
@@ -16,6 +16,7 @@
 #include <memory>
 #include <vector>
 
+#include "host/render/render_heights.h"
 #include "host/render/render_mesh.h"
 #include "host/render/render_scene.h"
 
@@ -36,15 +37,22 @@ struct alignas(64) PackedInstance {
 
 struct TraceHit {
     float distance = 0;
-    const RenderMesh* mesh = nullptr;
-    uint32_t face = 0;
+    const RenderMesh* mesh = nullptr;        // null on a height field
+    const RenderHeights* heights = nullptr;  // null on a mesh
+    uint32_t face = 0;                       // of a height field: a packed triangle
     float u = 0, v = 0;
     const PackedInstance* instance = nullptr;  // null on a node's mesh
 
     // In world space, unit length: of the plane of the face, and interpolated.
     Point3 faceNormal;
     Point3 Normal() const;
-    // Factor from world lengths to lengths in the mesh's own space.
+    const RenderMaterial& Material() const;
+    Point2 Uv() const;
+    // Of a node's mesh and a height field in the world, of an instance's in the prototype's space.
+    Point3 Position() const;
+    // Lengths of mapping space per length of that space.
+    float UvDensity() const;
+    // Factor from world lengths to lengths in that space.
     float MeshScale() const;
 };
 

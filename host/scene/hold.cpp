@@ -43,10 +43,12 @@ void Hold::Close(const std::string& name) {
 
 void Hold::Rewind(size_t mark) {
     Suspend();
+    m_restoring = true;
     while (m_current.records.size() > mark) {
         m_current.records.back()->Restore(false);
         m_current.records.pop_back();
     }
+    m_restoring = false;
     Resume();
 }
 
@@ -55,7 +57,9 @@ bool Hold::Undo() {
     Step step = std::move(m_undo.back());
     m_undo.pop_back();
     Suspend();
+    m_restoring = true;
     for (size_t i = step.records.size(); i-- > 0;) step.records[i]->Restore(true);
+    m_restoring = false;
     Resume();
     m_redo.push_back(std::move(step));
     return true;
@@ -66,7 +70,9 @@ bool Hold::Redo() {
     Step step = std::move(m_redo.back());
     m_redo.pop_back();
     Suspend();
+    m_restoring = true;
     for (auto& record : step.records) record->Redo();
+    m_restoring = false;
     Resume();
     m_undo.push_back(std::move(step));
     return true;

@@ -35,6 +35,9 @@ public:
     // A record put now would be kept.
     bool Holding() const { return m_open > 0 && m_suspended == 0; }
     void Put(std::unique_ptr<RestoreObj> record);
+    // An earlier or later state is being brought back: whoever hears of the changes must not tidy
+    // up after them, as the state that comes back is whole.
+    bool IsRestoring() const { return m_restoring; }
 
     void Suspend() { ++m_suspended; }
     void Resume() { --m_suspended; }
@@ -62,6 +65,7 @@ private:
     std::vector<size_t> m_marks;  // number of records when each open level began
     int m_open = 0;
     int m_suspended = 0;
+    bool m_restoring = false;
     std::vector<Step> m_undo, m_redo;
 };
 

@@ -54,6 +54,9 @@ public:
     std::string ClassName() const override { return "Multi"; }
 };
 
+// The most multi-materials that may stand inside each other.
+inline constexpr int kMaxMtlNesting = 64;
+
 // The plain material that a face with id `matID` shows under `mtl`, through nested multi-materials;
 // null for the default grey.
 const StandardMtl* MtlOfFace(const Mtl* mtl, int matID);

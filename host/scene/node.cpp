@@ -40,9 +40,17 @@ bool INode::IsBelow(const INode* node) const {
     return false;
 }
 
+int INode::Depth() const {
+    int depth = 0;
+    for (const INode* n = m_parent; n && n->m_parent; n = n->m_parent) ++depth;
+    return depth;
+}
+
 bool INode::AttachChild(std::shared_ptr<INode> child, bool keepWorld) {
-    if (IsBelow(child.get())) return false;
-    Matrix3 world = child->GetNodeTM(0);
+    // Nothing stands below a node without children, however deep it goes.
+    bool isCycle = child.get() == this || (!child->m_children.empty() && IsBelow(child.get()));
+    if (isCycle) return false;
+    Matrix3 world = keepWorld ? child->GetNodeTM(0) : Matrix3{};
     if (child->m_parent) std::erase(child->m_parent->m_children, child);
     child->m_parent = this;
     m_children.push_back(child);
@@ -71,14 +79,29 @@ void INode::SetLocalTM(const Matrix3& local) {
     NotifyTransform();
 }
 
-Matrix3 INode::GetNodeTM(TimeValue t) const {
-    Matrix3 world = m_parent ? m_local * m_parent->GetNodeTM(t) : m_local;
+// The nodes whose turn towards their target is being found out, innermost first.
+struct INode::Turning {
+    const INode* node;
+    const Turning* outer;
+
+    bool Holds(const INode* sought) const {
+        for (const Turning* t = this; t; t = t->outer)
+            if (t->node == sought) return true;
+        return false;
+    }
+};
+
+Matrix3 INode::GetNodeTM(TimeValue t) const { return WorldTM(t, nullptr); }
+
+Matrix3 INode::WorldTM(TimeValue t, const Turning* turning) const {
+    Matrix3 world = m_parent ? m_local * m_parent->WorldTM(t, turning) : m_local;
     INode* target = m_object ? m_object->GetTargetNode() : nullptr;
-    if (!target || target->IsBelow(this)) return world;
+    if (!target || target->IsBelow(this) || (turning && turning->Holds(this))) return world;
     // Only the place of the target counts here, so that two cameras may look at each other.
+    Turning inner{this, turning};
     const INode* above = target->m_parent;
     Point3 to = target->m_local.GetTrans();
-    if (above) to = to * above->GetNodeTM(t);
+    if (above) to = to * above->WorldTM(t, &inner);
     Matrix3 turned = LookAtRotation(world.GetTrans(), to);
     turned.SetTrans(world.GetTrans());
     return turned;

@@ -16,6 +16,9 @@
 
 class Scene;
 
+// The most nodes that may stand above each other.
+inline constexpr int kMaxNodeDepth = 1024;
+
 struct ObjectOffset {
     Point3 position;
     Point3 rotationDegrees;  // about X, then Y, then Z
@@ -61,6 +64,8 @@ public:
     bool AttachChild(std::shared_ptr<INode> child, bool keepWorld = true);
     // This node or one of its ancestors is `node`.
     bool IsBelow(const INode* node) const;
+    // How many nodes stand above this one, the scene's root not counted.
+    int Depth() const;
 
     // A group's head is a node that shows a GroupObject; members are all nodes below one.
     bool IsGroupHead() const;
@@ -72,7 +77,8 @@ public:
 
     const Matrix3& GetLocalTM() const { return m_local; }
     void SetLocalTM(const Matrix3& local);
-    // Node space -> world space.
+    // Node space -> world space. A target that turns with this node, through whatever other
+    // targets, does not turn it again.
     Matrix3 GetNodeTM(TimeValue t) const;
     void SetNodeTM(TimeValue t, const Matrix3& world);
     // Object space -> world space.
@@ -104,6 +110,8 @@ public:
 private:
     friend class NodeRestore;
     friend class Scene;
+    struct Turning;
+    Matrix3 WorldTM(TimeValue t, const Turning* turning) const;
     // Sends the transform message for this node and everything below it.
     void NotifyTransform();
 

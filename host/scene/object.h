@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "host/geom/bezier_shape.h"
+#include "host/geom/height_field.h"
 #include "host/geom/mesh.h"
 #include "host/math/color.h"
 #include "host/math/interval.h"
@@ -26,6 +27,11 @@ public:
     virtual Interval ObjectValidity(TimeValue t) const { return Interval::Forever(); }
     // The mesh at time t, object space; null when this is no geometry object.
     virtual std::shared_ptr<const Mesh> GetRenderMesh(TimeValue t) { return nullptr; }
+    // The terrain that this object keeps as an image, object space; null for all others. Whoever
+    // can do with it asks here first: the same surface takes twenty times the memory as a mesh.
+    virtual std::shared_ptr<const HeightField> GetHeightField(TimeValue t) { return nullptr; }
+    // Why a geometry object gives no mesh, with the remedy; empty where it does.
+    virtual std::string MeshRefusal() const { return {}; }
 
     virtual bool IsGeomObject() const { return false; }
     virtual bool IsShape() const { return false; }
@@ -58,13 +64,7 @@ struct PrimitiveOrigin {
     float width = 10, length = 10, height = 10, radius = 5;
     int segments = 0;  // 0: the kind's default
 };
-struct HeightfieldOrigin {
-    std::string file;
-    std::string base;
-    float sizeX = 100, sizeY = 100, height = 10;
-    int samplesX = 0, samplesY = 0;  // 0: the image's
-};
-using MeshOrigin = std::variant<std::monostate, FileOrigin, PrimitiveOrigin, HeightfieldOrigin>;
+using MeshOrigin = std::variant<std::monostate, FileOrigin, PrimitiveOrigin>;
 
 class TriObject : public Object {
 public:

@@ -124,16 +124,19 @@ public:
 private:
     std::vector<ParamElement> Current() {
         if (m_index < 0) return m_block->GetElements(m_id);
+        if (!IsThere()) return m_before;
         return {m_block->ReadElement(*m_block->Get(m_id), size_t(m_index))};
     }
     void Put(const std::vector<ParamElement>& contents) {
         IParamBlock2::Param& param = *m_block->Get(m_id);
         if (m_index < 0)
             m_block->ReplaceAll(param, contents);
-        else
+        else if (IsThere())
             m_block->WriteElement(param, size_t(m_index), contents[0]);
         m_block->Changed(m_id, m_index);
     }
+    // An edit that no step recorded may have made the list shorter.
+    bool IsThere() const { return m_block->Find(m_id, m_index) != nullptr; }
 
     std::shared_ptr<IParamBlock2> m_block;
     ParamID m_id;
@@ -443,8 +446,12 @@ bool IParamBlock2::SetKeys(ParamID id, std::vector<ParamKey> keys, int index) {
 void IParamBlock2::ResetAll() {
     for (Param& param : m_params) {
         const ParamDef& def = *param.def;
-        if (def.keepOnReset || def.ownerSlot >= 0) continue;
-        if (!def.list) {
+        if (def.keepOnReset) continue;
+        if (def.ownerSlot >= 0) {
+            Record(param, 0, {ReadElement(param, 0)});
+            if (m_owner) m_owner->ResetReference(def.ownerSlot);
+            Changed(def.id, 0);
+        } else if (!def.list) {
             StoreElement(param, 0, {def.defaultValue, {}});
         } else if (!param.elements.empty()) {
             Record(param, -1, GetElements(def.id));
@@ -488,24 +495,29 @@ RefResult IParamBlock2::NotifyRefChanged(const RefChange& change, ReferenceTarge
         return RefResult::kStop;
     }
     if (m_notifySuspended > 0) return RefResult::kStop;
-    // The first element that heeds the target tells which parameter it was.
+    // The slot tells which parameter it was, where several hold one target.
     for (const Param& param : m_params)
         for (size_t i = 0; i < param.elements.size(); ++i) {
             const Element& element = param.elements[i];
-            if (!element.slot || element.slot->Get() != from || param.def->noReference) continue;
-            NotifyDependents({change.message, change.interval, param.def->id, int(i)});
+            if (!element.slot || element.slot.get() != change.slot) continue;
+            if (param.def->noReference) return RefResult::kStop;
+            RefChange sent = change;
+            sent.paramId = param.def->id;
+            sent.tabIndex = int(i);
+            NotifyDependents(sent);
             return RefResult::kStop;
         }
     return RefResult::kStop;
 }
 
-void IParamBlock2::SlotLosesTarget(const ReferenceBase& slot) {
+bool IParamBlock2::SlotLosesTarget(const ReferenceBase& slot) {
     for (Param& param : m_params)
         for (size_t i = 0; i < param.elements.size(); ++i)
             if (param.elements[i].slot.get() == &slot) {
                 m_lostId = param.def->id;
                 m_lostIndex = int(i);
                 Record(param, int(i), {ReadElement(param, i)});
-                return;
+                return true;
             }
+    return false;
 }

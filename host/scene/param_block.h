@@ -142,7 +142,7 @@ public:
     bool SetKeys(ParamID id, std::vector<ParamKey> keys, int index = 0);
 
     // Back to the defaults: single values take theirs, lists become empty, keys go. Parameters
-    // marked to keep their value do, and references held by the owner stay its own affair.
+    // marked to keep their value do; references held by the owner become what a new owner holds.
     void ResetAll();
 
     // Whether the class test of the parameter accepts this node (null is accepted).
@@ -157,7 +157,7 @@ public:
     void ResumeAccessors() { --m_accessorsSuspended; }
 
     RefResult NotifyRefChanged(const RefChange& change, ReferenceTarget* from) override;
-    void SlotLosesTarget(const ReferenceBase& slot) override;
+    bool SlotLosesTarget(const ReferenceBase& slot) override;
     std::string ClassName() const override { return "ParamBlock2"; }
 
 private:

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "host/base/log.h"
+#include "host/scene/host_context.h"
+
 // A slot knows its place in the target's list, so that letting go costs the same however many
 // dependents there are.
 void ReferenceBase::Assign(std::shared_ptr<ReferenceTarget> target) {
@@ -35,16 +38,75 @@ void ReferenceTarget::ForEachSlot(const Handle& handle) {
     }
 }
 
-void ReferenceTarget::NotifyDependents(const RefChange& change) {
-    if (m_sending) return;
-    m_sending = true;
+// The targets that a message came through, the last one first.
+struct ReferencePath {
+    const ReferenceTarget* target;
+    const ReferencePath* before;
+
+    static bool Holds(const ReferencePath* path, const ReferenceTarget* target) {
+        for (; path; path = path->before)
+            if (path->target == target) return true;
+        return false;
+    }
+};
+
+void ReferenceTarget::Send(const RefChange& change) {
+    ReferencePath path{this, change.path};
     ForEachSlot([&](ReferenceBase* slot) {
+        RefChange heard = change;
+        heard.slot = slot;
+        heard.path = &path;
         ReferenceMaker* maker = slot->m_maker;
-        if (maker->NotifyRefChanged(change, this) == RefResult::kStop) return;
-        if (auto* target = dynamic_cast<ReferenceTarget*>(maker)) target->NotifyDependents(change);
+        if (maker->NotifyRefChanged(heard, this) == RefResult::kStop) return;
+        if (auto* target = dynamic_cast<ReferenceTarget*>(maker)) target->NotifyDependents(heard);
     });
+}
+
+void ReferenceTarget::NotifyDependents(const RefChange& change) {
+    if (ReferencePath::Holds(change.path, this)) return;
+    if (m_sending) {
+        m_waiting.push_back(change);
+        m_waiting.back().path = nullptr;  // it does not live as long
+        return;
+    }
+    // Handlers that answer every change with another one would go on for ever.
+    constexpr int kMaxRounds = 100;
+    auto keepAlive = weak_from_this().lock();
+    m_sending = true;
+    Send(change);
+    for (int round = 0; !m_waiting.empty(); ++round) {
+        std::vector<RefChange> waiting = std::exchange(m_waiting, {});
+        if (round == kMaxRounds) {
+            LogWarning(ClassName() + ": its changes cause each other without end; told no further");
+            break;
+        }
+        for (const RefChange& next : waiting) Send(next);
+    }
     m_sending = false;
 }
+
+// Gives a slot its target back that left the scene.
+class SlotRestore : public RestoreObj {
+public:
+    SlotRestore(ReferenceBase& slot, std::shared_ptr<void> keep)
+        : m_slot(slot), m_keep(std::move(keep)), m_target(slot.m_target) {}
+
+    void Restore(bool) override { Put(m_target); }
+    void Redo() override { Put(nullptr); }
+
+private:
+    void Put(std::shared_ptr<ReferenceTarget> target) {
+        m_slot.Assign(std::move(target));
+        RefChange change;
+        change.slot = &m_slot;
+        m_slot.m_maker->NotifyRefChanged(change, m_target.get());
+        if (auto* maker = dynamic_cast<ReferenceTarget*>(m_slot.m_maker)) maker->NotifyDependents();
+    }
+
+    ReferenceBase& m_slot;
+    std::shared_ptr<void> m_keep;  // the slot's maker
+    std::shared_ptr<ReferenceTarget> m_target;
+};
 
 void ReferenceTarget::NotifyDeleted() {
     auto keepAlive = weak_from_this().lock();
@@ -52,9 +114,14 @@ void ReferenceTarget::NotifyDeleted() {
     for (size_t n = m_dependents.size(); n > 0 && !m_dependents.empty(); --n) {
         ReferenceBase* slot = m_dependents.back();
         ReferenceMaker* maker = slot->m_maker;
-        maker->SlotLosesTarget(*slot);
+        if (!maker->SlotLosesTarget(*slot))
+            if (Hold* hold = CurrentHold(); hold && hold->Holding())
+                if (std::shared_ptr<void> keep = maker->KeepForUndo())
+                    hold->Put(std::make_unique<SlotRestore>(*slot, std::move(keep)));
         slot->Assign(nullptr);
-        maker->NotifyRefChanged({RefMessage::kTargetDeleted}, this);
+        RefChange change{RefMessage::kTargetDeleted};
+        change.slot = slot;
+        maker->NotifyRefChanged(change, this);
     }
 }
 

@@ -15,6 +15,7 @@
 
 class ReferenceBase;
 class ReferenceTarget;
+struct ReferencePath;
 
 enum class RefMessage : int {
     kTargetDeleted = 0x20,
@@ -32,6 +33,10 @@ struct RefChange {
     Interval interval = Interval::Forever();
     int paramId = -1;   // of a parameter block: the changed parameter, -1 when not known
     int tabIndex = -1;  // element of a list parameter, -1 when not known
+    // The slot of the maker that hears it; set for each of them.
+    const ReferenceBase* slot = nullptr;
+    // The targets that it came through. For makers that pass it on: leave it as it is.
+    const ReferencePath* path = nullptr;
 };
 
 class ReferenceMaker {
@@ -46,19 +51,26 @@ public:
         return RefResult::kSucceed;
     }
     // `slot` is about to lose its target, which leaves the scene; kTargetDeleted follows when it
-    // has.
-    virtual void SlotLosesTarget(const ReferenceBase& slot) {}
+    // has. True when the maker has put an undo record of its own.
+    virtual bool SlotLosesTarget(const ReferenceBase& slot) { return false; }
+    // What keeps this maker and its slots alive for undo records, which then give lost targets
+    // back. Null: it is of no lasting kind, and its slots stay empty.
+    virtual std::shared_ptr<void> KeepForUndo() { return nullptr; }
 
     // Numbered reference slots, for makers that let others fill or clone them. Null outside.
     virtual int NumRefs() const { return 0; }
     virtual std::shared_ptr<ReferenceTarget> GetReference(int slot) const { return nullptr; }
     virtual void SetReference(int slot, std::shared_ptr<ReferenceTarget> target) {}
+    // What a new maker of this kind holds there.
+    virtual void ResetReference(int slot) { SetReference(slot, nullptr); }
 };
 
 class ReferenceTarget : public ReferenceMaker,
                         public std::enable_shared_from_this<ReferenceTarget> {
 public:
-    // Sends `change` to all dependents, and through those that are targets further up.
+    // Sends `change` to all dependents, and through those that are targets further up. A change
+    // that a handler makes meanwhile is heard after this one; a message that comes round to a
+    // target it came through goes no further.
     void NotifyDependents(const RefChange& change = {});
     // Tells all dependents that this target leaves the scene; their slots become empty.
     void NotifyDeleted();
@@ -68,16 +80,20 @@ public:
     // The makers that hold this target, one entry a slot.
     std::vector<ReferenceMaker*> Dependents() const;
 
+    std::shared_ptr<void> KeepForUndo() override { return weak_from_this().lock(); }
     virtual std::string ClassName() const { return "ReferenceTarget"; }
 
 private:
+    void Send(const RefChange& change);
+
     friend class ReferenceBase;
     template <class Handle>
     void ForEachSlot(const Handle& handle);
 
     std::vector<ReferenceBase*> m_dependents;  // in no particular order
     size_t m_numChanges = 0;                   // of the list above
-    bool m_sending = false;  // a cycle of references must not send a message round for ever
+    bool m_sending = false;
+    std::vector<RefChange> m_waiting;  // made by handlers while a message is being sent
 };
 
 // One slot of a maker. Not copied; the maker outlives it (declare slots as members of the maker).
@@ -92,6 +108,7 @@ protected:
     void Assign(std::shared_ptr<ReferenceTarget> target);
 
     friend class ReferenceTarget;
+    friend class SlotRestore;
     ReferenceMaker* m_maker;
     std::shared_ptr<ReferenceTarget> m_target;
     size_t m_place = 0;  // in the target's list of dependents

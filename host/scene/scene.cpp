@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include "host/scene/host_context.h"
+#include "host/scene/object.h"
 
 namespace {
 
@@ -75,6 +76,13 @@ Scene::~Scene() {
         node->m_scene = nullptr;
     }
     for (INode* node : m_nodes) node->m_parent = nullptr;
+}
+
+std::optional<ViewState> Scene::ActiveView(TimeValue t) const {
+    INode* node = viewCamera.Get();
+    auto* camera = node ? dynamic_cast<CameraObject*>(node->GetObjectRef()) : nullptr;
+    if (!camera) return view;
+    return ViewState{node->GetNodeTM(t), camera->fovDegrees};
 }
 
 void Scene::SetTime(TimeValue t) {

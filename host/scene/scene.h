@@ -49,8 +49,18 @@ public:
     int ticksPerFrame = 160;
     SceneRenderSettings render;
     Reference<INode> renderCamera{this};
+    // The undo records of a scene go with it.
+    std::shared_ptr<void> KeepForUndo() override {
+        m_recorded = true;
+        return {std::shared_ptr<void>(), this};
+    }
     std::optional<ViewState> view;
+    // The camera that the active viewport looks through; without one `view` stands for itself.
+    Reference<INode> viewCamera{this};
     std::string path;  // file that the scene came from, empty for none
+
+    // What the active viewport shows at a time: through its camera, else `view`.
+    std::optional<ViewState> ActiveView(TimeValue t) const;
 
     TimeValue GetTime() const { return m_time; }
     void SetTime(TimeValue t);

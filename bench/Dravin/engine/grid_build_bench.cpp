@@ -1,5 +1,5 @@
 // Whole builds of a grid of items on a terrain, and the two parts that dominate them: the index of
-// the surface, and the vertical rays through it.
+// the surface, and the vertical rays through it, on triangles and on a height field.
 //
 //   build/release/bench/dravin_engine_bench
 //
@@ -110,19 +110,37 @@ void SurfaceIndex(benchmark::State& state) {
     state.counters["B/triangle"] = double(bytes) / double(terrain->faces.size());
 }
 
-// Rays half a metre apart, row after row as a build sends them; one thread.
-void SurfaceRays(benchmark::State& state) {
-    TSurfXYArray array(Terrain(size_t(state.range(0))));
+// Rays half a metre apart over a centred terrain, row after row as a build sends them; one thread.
+void SendRays(benchmark::State& state, const TSurfXYArray& array) {
     int64_t rays = 0, hits = 0;
+    float endX = float(kTerrainX) / 2, endY = float(kTerrainY) / 2;
     for (auto _ : state)
-        for (float y = 0.25f; y < float(kTerrainY); y += 0.5f)
-            for (float x = 0.25f; x < float(kTerrainX); x += 0.5f) {
+        for (float y = 0.25f - endY; y < endY; y += 0.5f)
+            for (float x = 0.25f - endX; x < endX; x += 0.5f) {
                 TSurfHit hit;
                 hits += array.CellHit(x, y, &hit);
                 ++rays;
             }
     if (hits != rays) state.SkipWithError("a ray missed the terrain");
     state.SetItemsProcessed(rays);
+}
+
+// The triangles of a height field, and the field itself: the same surface twice.
+void SurfaceRays(benchmark::State& state) {
+    auto mesh =
+        std::make_shared<Mesh>(MakeTerrainHeights(size_t(state.range(0)))->MakeMesh());
+    TSurfXYArray array(mesh);
+    SendRays(state, array);
+    state.counters["B/triangle"] =
+        double(array.BytesHeld() + mesh->verts.size() * sizeof(Point3) * 2 +
+               mesh->faces.size() * (sizeof(Face) + sizeof(Triple))) /
+        double(mesh->faces.size());
+}
+
+void HeightFieldRays(benchmark::State& state) {
+    std::shared_ptr<const HeightField> field = MakeTerrainHeights(size_t(state.range(0)));
+    SendRays(state, TSurfXYArray(field));
+    state.counters["B/triangle"] = double(field->BytesHeld()) / double(field->NumFaces());
 }
 
 void ItemsAndThreads(benchmark::internal::Benchmark* b) {
@@ -138,6 +156,7 @@ BENCHMARK(SurfaceIndex)
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime();
 BENCHMARK(SurfaceRays)->Arg(kMillion)->Unit(benchmark::kMillisecond);
+BENCHMARK(HeightFieldRays)->Arg(kMillion)->Arg(64 * kMillion)->Unit(benchmark::kMillisecond);
 BENCHMARK(GridOnTriangles)
     ->RangeMultiplier(10)
     ->Range(1000, 10000000)

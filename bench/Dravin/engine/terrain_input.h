@@ -36,6 +36,19 @@ inline std::shared_ptr<const Mesh> MakeTerrain(size_t numTriangles) {
     return mesh;
 }
 
+// The same land as a height field of as many triangles, centred on the origin.
+inline std::shared_ptr<const HeightField> MakeTerrainHeights(size_t numTriangles) {
+    size_t ny = size_t(std::lround(std::sqrt(double(numTriangles) / 4))), nx = 2 * ny;
+    std::vector<float> heights;
+    heights.reserve((nx + 1) * (ny + 1));
+    for (size_t j = 0; j <= ny; ++j)
+        for (size_t i = 0; i <= nx; ++i)
+            heights.push_back(TerrainHeight(kTerrainX * double(i) / double(nx),
+                                            kTerrainY * double(j) / double(ny)));
+    return std::make_shared<HeightField>(
+        nx + 1, ny + 1, Point2{float(kTerrainX), float(kTerrainY)}, heights);
+}
+
 // About numItems items, all on the terrain: an image of 100 x 100 white pixels tiles it, every item
 // is projected, aligned halfway to the normal, moved, turned, scaled, mirrored and tinted.
 inline TBuildInput TerrainInput(std::shared_ptr<const Mesh> terrain, double numItems, int threads) {

@@ -124,8 +124,8 @@ TEST_F(AreaInput, ASurfaceRowGivesEachSurfaceItsOutline) {
     AddRow(kAreaSurface);
     std::vector<TAreaRow> rows = Make();
     ASSERT_EQ(rows.size(), 2u);
-    EXPECT_EQ(rows[0].settings.surfaces, (std::vector<uint8_t>{1, 0}));
-    EXPECT_EQ(rows[1].settings.surfaces, (std::vector<uint8_t>{0, 1}));
+    EXPECT_EQ(rows[0].settings.surfaces.surfaces, (std::vector<uint8_t>{1, 0}));
+    EXPECT_EQ(rows[1].settings.surfaces.surfaces, (std::vector<uint8_t>{0, 1}));
     EXPECT_TRUE(rows[1].oneGroup);
     // A ball has no border: the rectangle of its bounds, at its top.
     EXPECT_EQ(rows[1].shape.lines[0].points.size(), 4u);
@@ -137,13 +137,27 @@ TEST_F(AreaInput, SurfacesAreNamedOneALine) {
     AddSurface(AddMesh("plate", MakePlane(4, 2, 1)));
     AddSurface(AddMesh("roof", MakePlane(4, 2, 1)));
     AddRow(kAreaSpline, Add("line", Line(true)));
-    EXPECT_TRUE(Make()[0].settings.surfaces.empty());
+    EXPECT_TRUE(Make()[0].settings.surfaces.surfaces.empty());
     Rows().SetValue(kArsurfidlist, 0, "roof\nelsewhere", 0);
-    EXPECT_EQ(Make()[0].settings.surfaces, (std::vector<uint8_t>{0, 1}));
+    EXPECT_EQ(Make()[0].settings.surfaces.surfaces, (std::vector<uint8_t>{0, 1}));
     EXPECT_TRUE(log.empty());
     Rows().SetValue(kArsurfidlist, 0, "elsewhere", 0);
-    EXPECT_EQ(Make()[0].settings.surfaces, (std::vector<uint8_t>{0, 0}));
+    EXPECT_EQ(Make()[0].settings.surfaces.surfaces, (std::vector<uint8_t>{0, 0}));
     EXPECT_EQ(log.size(), 1u);
+}
+
+TEST_F(AreaInput, MaterialIdsOfSurfacesStandInALineOfTheirOwn) {
+    AddSurface(AddMesh("#plate", MakePlane(4, 2, 1)));
+    AddRow(kAreaSpline, Add("line", Line(true)));
+    Rows().SetValue(kArsurfidlist, 0, "#plate\n#1 #3", 0);
+    TSurfaceFilter filter = Make()[0].settings.surfaces;
+    EXPECT_EQ(filter.surfaces, (std::vector<uint8_t>{1}));
+    EXPECT_EQ(filter.materials, (std::vector<uint8_t>{1, 0, 1}));
+    EXPECT_TRUE(filter.HasMaterial(2));
+    EXPECT_FALSE(filter.HasMaterial(1) || filter.HasMaterial(3));
+    TAreaSurfaces both{{"a", "b c"}, {7, 2}};
+    EXPECT_EQ(FormatAreaSurfaces(both), "a\nb c\n#7 #2");
+    EXPECT_EQ(ParseAreaSurfaces(FormatAreaSurfaces(both)).materialIds, both.materialIds);
 }
 
 TEST_F(AreaInput, ARowWithoutItsNodeIsLeftOut) {

@@ -147,6 +147,27 @@ TEST_F(CameraInput, AutomaticCamerasFollowTheRenderCamera) {
     EXPECT_EQ(log.size(), 2u);
 }
 
+TEST_F(CameraInput, WithoutARenderCameraThatOfTheViewIsTaken) {
+    scene.viewCamera = cameraNode;
+    Set(kCamauto, true);
+    CheckAutoCamera(*object, scene);
+    EXPECT_EQ(object->Block(kCamParams).GetNode(kCamera), cameraNode.get());
+    ASSERT_EQ(log.size(), 1u);
+    EXPECT_EQ(log[0], "CheckAutoCamera. Assigned camera from view: 'cam'");
+    auto other = Add("other", std::make_shared<CameraObject>(), {});
+    scene.renderCamera = other;
+    CheckAutoCamera(*object, scene);
+    EXPECT_EQ(object->Block(kCamParams).GetNode(kCamera), other.get());
+}
+
+TEST_F(CameraInput, AViewThroughACameraShowsWhatItSees) {
+    scene.view = ViewState{Matrix3::Translation({9, 9, 9}), 10};
+    EXPECT_EQ(scene.ActiveView(0)->fovDegrees, 10);
+    scene.viewCamera = cameraNode;
+    EXPECT_EQ(scene.ActiveView(0)->fovDegrees, 90);
+    EXPECT_EQ(scene.ActiveView(0)->transform.GetTrans(), (Point3{0, 0, 10}));
+}
+
 TEST_F(CameraInput, WithoutAFeatureTheCameraStaysAsItIs) {
     scene.renderCamera = cameraNode;
     Set(kCamauto, true);

@@ -68,6 +68,25 @@ TEST_F(CustomEdit, ACameraLimitsOnlyWhenAskedTo) {
     EXPECT_EQ(object->storedItems.size(), 400u);
 }
 
+TEST_F(CustomEdit, ABuildOfTheSelectionLeavesTheOtherItemsAsTheyWere) {
+    SetMode(1);
+    Run();
+    for (TStoredItem& item : object->storedItems) item.storedPosition.x += 0.25f;
+    object->storedItems[3].selected = true;
+    std::vector<TDravinItem> before = Items();
+    TBuildFlags flags;
+    flags.selectedOnly = true;
+    Run(flags);
+    std::vector<TDravinItem> after = Items();
+    ASSERT_EQ(after.size(), before.size());
+    EXPECT_EQ(after[3].position.x, before[3].position.x + 0.25f);
+    EXPECT_EQ(after[4].position, before[4].position);
+    // Another number of items cannot be matched: all are made anew.
+    object->storedItems.pop_back();
+    Run(flags);
+    EXPECT_EQ(Items()[4].position.x, before[4].position.x + 0.25f);
+}
+
 TEST_F(CustomEdit, ItemsOutsideTheViewStayInTheListMarked) {
     LimitToCamera();
     SetMode(1);

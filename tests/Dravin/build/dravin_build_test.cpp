@@ -322,6 +322,47 @@ TEST_F(DravinBuild, AnInactiveAreaChangesNothing) {
         EXPECT_EQ(object->Build().Items().Place(i).position, before[i]);
 }
 
+TEST_F(DravinBuild, ASurfaceRowThatIsOffLeavesNoIncludeArea) {
+    AddArea(*object, 3, nullptr, false);
+    object->Block(kAreaParams).SetValue(areaParams::kPfAractivelist, 0, false, 0);
+    EXPECT_EQ(Run().Status(), TBuildStatus::kNoIncludeAreas);
+}
+
+TEST_F(DravinBuild, ItemsHaveCoordinatesForTheDistributionAndTheTintMap) {
+    TDravinItem item = Run().Items().Item(0);
+    // The first cell stands in the corner of the ground, whose mapping runs from 0 to 1.
+    EXPECT_EQ(item.position, (Point3{-10, -10, 0}));
+    EXPECT_EQ(item.mapUvws[kDistMap], (Point3{0, 0, 0}));
+    TDravinItem last = object->Build().Items().Item(399);
+    EXPECT_EQ(last.position, (Point3{9, 9, 0}));
+    EXPECT_NEAR(last.mapUvws[kDistMap].x, 0.95f, 1e-5);
+    EXPECT_EQ(last.mapUvws[kTintMap], last.mapUvws[kDistMap]);
+}
+
+TEST_F(DravinBuild, ATintMapIsReadOnTheSurface) {
+    Set(kMatParams, matParams::kTintmode, 1);
+    Set(kMatParams, matParams::kTintmapmode, 1);
+    Set(kMatParams, matParams::kTintmap, Target(std::make_shared<UvwTex>()));
+    const TDravinBuild& build = Run();
+    for (size_t i : {size_t(0), size_t(399)}) {
+        TDravinItem item = build.Items().Item(i);
+        EXPECT_NEAR(item.tintColor.r, (item.position.x + 10) / 20, 1e-5);
+        EXPECT_NEAR(item.tintColor.g, (item.position.y + 10) / 20, 1e-5);
+    }
+}
+
+TEST_F(DravinBuild, UvSeedsCountSurfacesThatShowNothing) {
+    Set(kSurfaceParams, surfaceParams::kSurfmode, 1);
+    Set(kSurfaceParams, surfaceParams::kRandstacked, true);
+    uint32_t seed = Run().Items().Place(0).seed;
+    auto nothing = INode::Create("nothing", std::make_shared<DummyObject>());
+    scene.AddNode(nothing);
+    object->Block(kSurfaceParams).SetElements(surfaceParams::kSurflist, {});
+    object->Block(kSurfaceParams).Append(surfaceParams::kSurflist, Target(nothing));
+    object->Block(kSurfaceParams).Append(surfaceParams::kSurflist, Target(plane));
+    EXPECT_EQ(Run().Items().Place(0).seed, seed + 1);
+}
+
 TEST_F(DravinBuild, ASurfaceRowIncludesEvenWhenItExcludes) {
     AddArea(*object, 3, nullptr, true);
     EXPECT_EQ(Run().Statistics().itemCount, 400);
@@ -456,3 +497,66 @@ TEST(DistMapFile, IsLookedForBesideTheSceneAndInTheLibrary) {
 }
 
 }  // namespace
+
+TEST_F(ScatterFixture, UndoAcrossTheSweepOfARepeatedSurface) {
+    auto second = AddMesh("second", MakePlane(4, 4, 1));
+    IParamBlock2& surfaces = object->Block(kSurfaceParams);
+    surfaces.Append(surfaceParams::kSurflist, Target(second));
+    surfaces.Append(surfaceParams::kSurflist, Target(box));
+    host.hold.Begin();
+    surfaces.SetValue(surfaceParams::kSurflist, 0, Target(plane), 2);  // there already: swept
+    host.hold.Accept("Pick");
+    EXPECT_EQ(surfaces.Count(surfaceParams::kSurflist), 2);
+    ASSERT_TRUE(host.hold.Undo());
+    ASSERT_EQ(surfaces.Count(surfaceParams::kSurflist), 3);
+    EXPECT_EQ(surfaces.GetNode(surfaceParams::kSurflist, 0, 2), box.get());
+    ASSERT_TRUE(host.hold.Redo());
+    EXPECT_EQ(surfaces.Count(surfaceParams::kSurflist), 2);
+    ASSERT_TRUE(host.hold.Undo());
+    EXPECT_EQ(surfaces.GetNode(surfaceParams::kSurflist, 0, 2), box.get());
+}
+
+TEST_F(ScatterFixture, UndoingASwitchOfTheModeBringsHandEditedItemsBack) {
+    Set(kEditionParams, editionParams::kMode, 1);
+    object->storedItems.resize(3);
+    object->storedItems[1].userId = 42;
+    host.hold.Begin();
+    Set(kEditionParams, editionParams::kMode, 0);
+    host.hold.Accept("Generate");
+    EXPECT_TRUE(object->storedItems.empty());
+    ASSERT_TRUE(host.hold.Undo());
+    ASSERT_EQ(object->storedItems.size(), 3u);
+    EXPECT_EQ(object->storedItems[1].userId, 42);
+    EXPECT_EQ(object->Block(kEditionParams).GetInt(editionParams::kMode), 1);
+    ASSERT_TRUE(host.hold.Redo());
+    EXPECT_TRUE(object->storedItems.empty());
+}
+
+TEST_F(ScatterFixture, ACameraThatIsNoneIsReported) {
+    Set(kCamParams, camParams::kCamera, Target(box));
+    object->Build().BuildMesh(0, {});
+    EXPECT_NE(std::find_if(log.begin(), log.end(),
+                           [](const std::string& line) {
+                               return line.find("\"box\" in \"camera\" is no camera") != line.npos;
+                           }),
+              log.end());
+}
+
+TEST_F(ScatterFixture, ResetGivesLostCurvesBackAndDropsTheLegacySurface) {
+    Set(kSurfaceParams, surfaceParams::kReserved2, Target(plane));
+    object->SetReference(kSlotAreaDensityCurve, nullptr);
+    object->CurveSet(kSlotCamScaleCurve)->SetPoints(0, {{0, 1}, {1, 2}});
+    TDravin fresh;
+    host.hold.Begin();
+    for (int id = 0; id < kNumDravinBlocks; ++id) object->Block(DravinBlockId(id)).ResetAll();
+    host.hold.Accept("Reset");
+    EXPECT_EQ(object->Block(kSurfaceParams).GetNode(surfaceParams::kReserved2), nullptr);
+    for (DravinSlot slot : {kSlotAreaDensityCurve, kSlotCamScaleCurve}) {
+        ASSERT_NE(object->CurveSet(slot), nullptr);
+        EXPECT_EQ(object->CurveSet(slot)->Points(0), fresh.CurveSet(slot)->Points(0));
+    }
+    host.hold.Undo();
+    EXPECT_EQ(object->Block(kSurfaceParams).GetNode(surfaceParams::kReserved2), plane.get());
+    EXPECT_EQ(object->CurveSet(kSlotAreaDensityCurve), nullptr);
+    EXPECT_EQ(object->CurveSet(kSlotCamScaleCurve)->Points(0)[1].py, 2);
+}

@@ -104,7 +104,6 @@ TEST(CurveSet, DecimalCommasOfTheLocaleDoNotMatter) {
     EXPECT_THAT(text, HasSubstr("px=\"0.5\" py=\"12.25\""));
     EXPECT_TRUE(CurveSetFromXml(b, text));
     EXPECT_EQ(b.Points(0), a.Points(0));
-    if (!comma.IsActive()) GTEST_SKIP() << "the sources of the de_DE locale are not installed";
 }
 
 TEST(CurveSet, ObjectStartsWithTheDefaultCurves) {

@@ -165,9 +165,7 @@ TEST(Areas, ExcludesCutSurfacesThatAreTheGroundByThemselves) {
     input.areas = {Row({Square(4.5f)}, 0, true)};
     EXPECT_EQ(Build(input).items.size(), 400u - 81);
     input.areaRowForSurfaces = true;  // switched off
-    BuiltItems none = Build(input);
-    EXPECT_EQ(none.result, TBuildResult::kOk);
-    EXPECT_TRUE(none.items.empty());
+    EXPECT_EQ(Build(input).result, TBuildResult::kNoAreas);
 }
 
 TEST(Areas, ItemsLandOnTheSurfacesThatTheirAreaNames) {
@@ -175,9 +173,28 @@ TEST(Areas, ItemsLandOnTheSurfacesThatTheirAreaNames) {
     AddSurface(input, SquareMesh(-10, -10, 10, 10, 5));
     input.areas = {Row({Square(4.5f)})};
     EXPECT_EQ(Build(input).items[0].position.z, 5);
-    input.areas[0].settings.surfaces = {1, 0};
+    input.areas[0].settings.surfaces.surfaces = {1, 0};
     EXPECT_EQ(Build(input).items[0].position.z, 0);
-    input.areas[0].settings.surfaces = {0, 0};
+    input.areas[0].settings.surfaces.surfaces = {0, 0};
+    EXPECT_TRUE(Build(input).items.empty());
+}
+
+TEST(Areas, ItemsLandOnFacesOfTheirAreasMaterialsOnly) {
+    TBuildInput input = GroundInput();
+    auto upper = std::make_shared<Mesh>(*SquareMesh(-10, -10, 10, 10, 5));
+    upper->faces[0].matID = 2;  // the half below the diagonal
+    AddSurface(input, upper);
+    input.areas = {Row({Square(4.5f)})};
+    input.areas[0].settings.surfaces.materials = {1, 0, 0};  // the first id
+    for (const TDravinItem& item : Build(input).items) {
+        // Under a face of another id lies the ground, which has the first one.
+        if (item.position.x != item.position.y) {
+            ASSERT_EQ(item.position.z, item.position.x > item.position.y ? 0 : 5);
+        }
+    }
+    input.areas[0].settings.surfaces.materials = {0, 0, 1};
+    for (const TDravinItem& item : Build(input).items) ASSERT_EQ(item.position.z, 5);
+    input.areas[0].settings.surfaces.materials = {0, 1};
     EXPECT_TRUE(Build(input).items.empty());
 }
 

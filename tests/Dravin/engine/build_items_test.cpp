@@ -44,7 +44,7 @@ TBuildInput RichInput() {
     t.applyTranslation = t.applyRotation = t.applyScale = t.mirror = true;
     t.rotMinDegrees = {-10, -20, 0}, t.rotMaxDegrees = {10, 20, 359};
     t.scaMap = {&coordinates, {true, false, true}, true, true};
-    input.channels.channel[kScaMap] = 1;
+    input.channels.Read(kScaMap, 1);
     t.tintMax = 50;
     t.tintColor2 = {1, 1, 0};
     return input;
@@ -217,6 +217,31 @@ TEST(Build, SlopeRulesDropAndScale) {
     EXPECT_NEAR(built.items[0].width, 0.5f, 1e-4);
 }
 
+TEST(Build, SlopesAreThoseOfTheGroundUnderAnyScale) {
+    // A ground that rises by 45 degrees, stretched to twice its height: 63.4 degrees, and mirrored.
+    auto ground = std::make_shared<Mesh>(*SquareMesh(-10, -10, 10, 10));
+    for (Point3& p : ground->verts) p.z = p.x;
+    for (float x : {1.0f, -1.0f}) {
+        TBuildInput input = GroundInput();
+        input.surfaces.clear();
+        input.surfaceBounds = {};
+        AddSurface(input, ground, Matrix3::Scaling({x, 1, 2}));
+        input.slope.limited = true;
+        input.slope.min = 0, input.slope.max = 0.5f;  // 29 degrees
+        EXPECT_TRUE(Build(input).items.empty());
+        input.slope.max = 1.2f;
+        input.directionPercent = 0;
+        BuiltItems built = Build(input);
+        ASSERT_FALSE(built.items.empty());
+        Point3 normal = Normalize(Point3{-2 * x, 0, 1});
+        for (const TDravinItem& item : built.items) {
+            ASSERT_NEAR(item.surfaceSlope, std::atan(2.0f), 1e-5);
+            ASSERT_NEAR(Length(item.normal - normal), 0, 1e-5);
+            ASSERT_NEAR(Length(item.surfaceNormal - normal), 0, 1e-5);
+        }
+    }
+}
+
 TEST(Build, ADensityCurveThinsByTheItemsOwnDraw) {
     TBuildInput input = GroundInput();
     FalloffCurve half = FalloffCurve::Line(50, 50);
@@ -263,7 +288,7 @@ TEST(Build, ADiversityMapIsReadOnTheSurfaceBeforeTheItemMoves) {
     TBuildInput input = GroundInput();
     input.geometry.mode = kByColorMap;
     input.diversityMap = &coordinates;
-    input.channels.channel[kDivMap] = 1;
+    input.channels.Read(kDivMap, 1);
     input.specimens = {CubeSpecimen(), CubeSpecimen()};
     input.specimens[0].colorId = {0, 0, 0};
     input.specimens[1].colorId = {1, 0, 0};
@@ -272,6 +297,112 @@ TEST(Build, ADiversityMapIsReadOnTheSurfaceBeforeTheItemMoves) {
             EXPECT_EQ(item.specimenIndex, item.position.x > 0 ? 1 : 0);
         }
     }
+}
+
+// Left and right of the middle of object space, whatever the coordinates.
+struct SideMap : IMapSampler {
+    void Sample(std::span<const MapPoint> points, std::span<AColor> out) const override {
+        for (size_t i = 0; i < points.size(); ++i)
+            out[i] = {points[i].position.x > 0 ? 1.0f : 0.0f, 0, 0, 1};
+    }
+};
+
+TEST(Build, ADiversityMapIsAskedInObjectSpace) {
+    static const SideMap sides;
+    TBuildInput input = GroundInput();
+    input.grid.rotationRadians = 1.5707964f;  // the grid's own x axis runs along y
+    input.geometry.mode = kByColorMap;
+    input.diversityMap = &sides;
+    input.specimens = {CubeSpecimen(), CubeSpecimen()};
+    input.specimens[1].colorId = {1, 0, 0};
+    for (const TDravinItem& item : Build(input).items) {
+        if (std::abs(item.position.x) < 0.5f) continue;
+        ASSERT_EQ(item.specimenIndex, item.position.x > 0 ? 1 : 0) << item.position.x;
+    }
+}
+
+TEST(Build, ACellBesideTheSurfaceTakesNothingOverFromTheOneBefore) {
+    // Items move by up to three widths, so that cells beside the ground put some onto it; their
+    // geometry is chosen without the surface, at no coordinates at all.
+    static const CoordinateMap coordinates;
+    TBuildInput input = GroundInput();
+    input.areas.emplace_back().shape.lines = {
+        {{{-20, -20, 0}, {20, -20, 0}, {20, 20, 0}, {-20, 20, 0}}, true}};
+    input.transforms.applyTranslation = true;
+    for (int axis : {0, 1})
+        input.transforms.transMin[axis] = -300, input.transforms.transMax[axis] = 300;
+    input.geometry.mode = kByColorMap;
+    input.diversityMap = &coordinates;
+    input.channels.Read(kDivMap, 1);
+    input.specimens = {CubeSpecimen(), CubeSpecimen()};
+    input.specimens[1].colorId = {1, 1, 0};
+    int fromOutside = 0;
+    for (const TDravinItem& item : Build(input).items) {
+        bool outside =
+            std::max(std::abs(item.storedPosition.x), std::abs(item.storedPosition.y)) > 10;
+        if (!outside) continue;
+        EXPECT_EQ(item.specimenIndex, 0);
+        ++fromOutside;
+    }
+    EXPECT_GT(fromOutside, 20);
+}
+
+TEST(Build, EveryItemIsMarkedForOutput) {
+    TBuildInput input = GroundInput();
+    for (const TDravinItem& item : Build(input).items) ASSERT_EQ(item.marked, 1);
+    input.specimens[0].elements[0].scalePercent = 300;
+    input.collisions = true;
+    for (const TDravinItem& item : Build(input).items) ASSERT_EQ(item.marked, 1);
+    input.distributionMode = kDistReference;
+    input.points.reference.objects.emplace_back();
+    ASSERT_EQ(Build(input).items.size(), 1u);
+    EXPECT_EQ(Build(input).items[0].marked, 1);
+}
+
+TEST(Build, CoordinatesOfMapsFollowFromThePlaceOnTheSurface) {
+    TBuildInput input = GroundInput();
+    // The upper square has coordinates of its own, so that the surface counts as well as the face.
+    AddSurface(input, SquareMesh(-2.5f, -2.5f, 2.5f, 2.5f, 3));
+    input.channels.channel[kDistMap] = input.channels.channel[kTintMap] = 1;
+    BuiltItems built = Build(input);
+    ASSERT_EQ(built.items.size(), 400u);
+    for (const TDravinItem& item : built.items) {
+        bool upper = item.position.z == 3;
+        float half = upper ? 2.5f : 10.0f;
+        Point3 expected{(item.position.x + half) / (2 * half),
+                        (item.position.y + half) / (2 * half), 0};
+        ASSERT_NEAR(Length(item.mapUvws[kDistMap] - expected), 0, 1e-5);
+        ASSERT_EQ(item.mapUvws[kTintMap], item.mapUvws[kDistMap]);
+        ASSERT_EQ(item.mapUvws[kRotMap], Point3{});
+    }
+}
+
+TEST(Build, ATintMapOnTheSurfaceColoursItems) {
+    static const CoordinateMap coordinates;
+    TBuildInput input = GroundInput();
+    TTransformSettings& t = input.transforms;
+    t.tintFromMap = t.tintMapAsTexture = t.tintOnSurface = true;
+    t.tintMap = &coordinates;
+    input.channels.Read(kTintMap, 1);
+    for (const TDravinItem& item : Build(input).items)
+        ASSERT_NEAR(item.tintColor.r, (item.position.x + 10) / 20, 1e-5);
+}
+
+TEST(Build, GizmoPointsOutsideALimitingViewAreLeftOut) {
+    TBuildInput input = GroundInput();
+    input.drawGizmo = true;
+    TViewVolume::Shape shape;
+    shape.fovRadians = 1.5707964f;
+    shape.aspect = 1;
+    // Looks straight down from height 8 over (-4, -4): the ground between -12 and 4.
+    input.camera.view = TViewVolume(shape, Matrix3::Translation({-4, -4, 8}));
+    EXPECT_EQ(Build(input).statistics.gizmoPoints.size(), 4u);
+    input.camera.limitActive = true;
+    input.camera.view =
+        TViewVolume(shape, Matrix3::RotationY(0.5f) * Matrix3::Translation({-4, 0, 4}));
+    for (const Point3& p : Build(input).statistics.gizmoPoints)
+        EXPECT_TRUE(input.camera.view.Contains(p));
+    EXPECT_LT(Build(input).statistics.gizmoPoints.size(), 4u);
 }
 
 TEST(Build, AClusterMakesOneItemAnElementWithSeedsOfTheirOwn) {
@@ -318,7 +449,7 @@ TEST(Build, RandomizeStackedUsesTheGroupsNumber) {
 TEST(Build, ListsStoreOnlyWhatTheSettingsCanFill) {
     TBuildInput plain = GroundInput(), rich = RichInput();
     EXPECT_EQ(plain.ItemGroupsNeeded(), kGroupCell | kGroupSurface);
-    EXPECT_EQ(rich.ItemGroupsNeeded(), kGroupCell | kGroupSurface | kGroupUvws | kGroupFactors);
+    EXPECT_EQ(rich.ItemGroupsNeeded(), kGroupCell | kGroupSurface | kGroupFactors);
 }
 
 TEST(AutomaticMapSize, IsAHundredMetresOrTwentyFiveOnSmallGround) {

@@ -185,6 +185,20 @@ TEST(References, FacesStandOnTheirCentresAndPointToTheFarthestCorner) {
     EXPECT_NEAR(built.items[0].sourceTransform.row[0].y, d.y, 1e-5);
 }
 
+TEST(References, FacesOfScaledMeshesGiveUnitNormalsOfTheirTruePlane) {
+    auto mesh = std::make_shared<Mesh>();
+    mesh->verts = {{0, 0, 0}, {9, 0, 9}, {0, 3, 0}};  // rises by 45 degrees along x
+    mesh->faces.push_back({{0, 1, 2}});
+    TBuildInput input = PointInput(kDistReference);
+    input.points.reference.onFaces = true;
+    input.points.reference.meshes = {{mesh, Matrix3::Scaling({1, 1, 2})},
+                                     {mesh, Matrix3::Scaling({3, 3, -3})}};
+    BuiltItems built = Build(input);
+    ASSERT_EQ(built.items.size(), 2u);
+    EXPECT_NEAR(Length(built.items[0].normal - Normalize(Point3{-2, 0, 1})), 0, 1e-5);
+    EXPECT_NEAR(Length(built.items[1].normal - Normalize(Point3{-1, 0, -1})), 0, 1e-5);
+}
+
 TEST(References, DecimationUsesEveryNthPoint) {
     TBuildInput input = PointInput(kDistReference);
     for (int i = 0; i < 100; ++i) input.points.reference.objects.push_back(At(float(i)));

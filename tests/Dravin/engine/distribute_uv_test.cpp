@@ -100,6 +100,23 @@ TEST(Uv, ItemsFollowTheMappingWhereAskedFor) {
     EXPECT_EQ(Build(input).items[0].sourceTransform, Matrix3{});
 }
 
+TEST(Uv, NormalsAreThoseOfTheSurfaceUnderAnyScale) {
+    auto ground = std::make_shared<Mesh>(*SquareMesh(-10, -10, 10, 10));
+    for (Point3& p : ground->verts) p.z = p.x;  // 45 degrees
+    TBuildInput input = UvInput();
+    AddMapped(input, ground, Matrix3::Scaling({1, 1, 2}));
+    input.slope.limited = true;
+    input.slope.min = 0, input.slope.max = 0.5f;
+    EXPECT_TRUE(Build(input).items.empty());
+    input.slope.max = 1.2f;
+    BuiltItems built = Build(input);
+    ASSERT_FALSE(built.items.empty());
+    for (const TDravinItem& item : built.items) {
+        ASSERT_NEAR(item.surfaceSlope, std::atan(2.0f), 1e-5);
+        ASSERT_NEAR(Length(item.surfaceNormal - Normalize(Point3{-2, 0, 1})), 0, 1e-5);
+    }
+}
+
 TEST(Uv, TranslationIsAPercentageOfTheCell) {
     TBuildInput input = UvInput();
     AddMapped(input, Wall());
@@ -123,6 +140,51 @@ TEST(Uv, RandomizeStackedTellsSurfacesApart) {
     BuiltItems apart = Build(input);
     EXPECT_EQ(apart.items[half].seed, apart.items[0].seed + 1);
     EXPECT_NE(apart.items[0].random1, apart.items[half].random1);
+}
+
+TEST(Uv, TheStackedOrdinalIsThePlaceInTheListOfSurfaces) {
+    TBuildInput input = UvInput();
+    input.randomizeStacked = true;
+    AddMapped(input, Wall());
+    BuiltItems first = Build(input);
+    input.surfaces[0].listIndex = 3;  // three entries before it show no mesh
+    BuiltItems fourth = Build(input);
+    ASSERT_EQ(first.items.size(), fourth.items.size());
+    for (size_t i = 0; i < first.items.size(); ++i)
+        ASSERT_EQ(fourth.items[i].seed, first.items[i].seed + 3);
+}
+
+TEST(Uv, ADiversityMapIsAskedAtTheCellsHit) {
+    static const CoordinateMap coordinates;
+    TBuildInput input = UvInput();
+    auto mesh = std::make_shared<Mesh>(*Wall());
+    MapChannel& other = mesh->MakeMap(2);  // runs the other way
+    other = *mesh->Map(1);
+    for (Point3& uv : other.verts) uv.x = 1 - uv.x;
+    AddMapped(input, mesh);
+    input.geometry.mode = kByColorMap;
+    input.diversityMap = &coordinates;
+    input.channels.Read(kDivMap, 2);
+    input.specimens = {CubeSpecimen(), CubeSpecimen()};
+    input.specimens[1].colorId = {1, 0, 0};
+    for (const TDravinItem& item : Build(input).items) {
+        float u = 1 - item.position.x / 20;  // of channel 2
+        // Nearer to (1, 0) than to (0, 0) where u is above one half.
+        if (std::abs(u - 0.5f) < 0.01f) continue;
+        ASSERT_EQ(item.specimenIndex, u > 0.5f ? 1 : 0) << u;
+    }
+}
+
+TEST(Uv, CoordinatesOfMapsFollowFromThePlaceOnTheSurface) {
+    TBuildInput input = UvInput();
+    AddMapped(input, Wall());
+    input.channels.channel[kDistMap] = input.channels.channel[kTintMap] = 1;
+    BuiltItems built = Build(input);
+    ASSERT_FALSE(built.items.empty());
+    for (const TDravinItem& item : built.items) {
+        ASSERT_NEAR(item.mapUvws[kDistMap].x, item.position.x / 20, 1e-5);
+        ASSERT_NEAR(item.mapUvws[kTintMap].y, item.position.z / 10, 1e-5);
+    }
 }
 
 TEST(Uv, ThreadsDoNotChangeTheItems) {

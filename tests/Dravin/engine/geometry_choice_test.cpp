@@ -54,10 +54,6 @@ TEST(GeometryChoice, RowsOfOneColorSplitByProbabilityInMapMode) {
     // Running sums 0.3, 1, 1: from u = 1/6 on the guide enters at outcome 1 and never goes back.
     EXPECT_NEAR(shares[0], 1.0 / 6, 1e-3);
     EXPECT_NEAR(shares[1], 5.0 / 6, 1e-3);
-
-    settings.legacyGroups = true;  // ties keep the lower row, and no draw follows
-    TGeometryChoice legacy(settings, rows);
-    EXPECT_NEAR(Shares(legacy, legacy.Unrestricted(), {0.9f, 0, 0})[0], 1, 1e-9);
 }
 
 TEST(GeometryChoice, FullMapNoiseTakesTheProbabilityChoice) {

@@ -93,6 +93,23 @@ TEST(PolyLinePlus, DistancesByThreeMetrics) {
     EXPECT_NEAR(line.Distance(1, 0, PathMetric::kStraight), std::sqrt(50.0f), 1e-5);
 }
 
+TEST(PolyLinePlus, ThePlanarLengthOfAClosedLineIsItsWholeRound) {
+    // A rectangle of 4 x 3, one corner lifted: 14 units around in the plane.
+    PolyLinePlus round(PolyLine{{{0, 0, 0}, {4, 0, 0}, {4, 3, 5}, {0, 3, 0}}, true});
+    EXPECT_NEAR(round.PlanarLength(0, 1), 14, 1e-4);
+    EXPECT_NEAR(round.PlanarLength(1, 0), 14, 1e-4);
+    EXPECT_NEAR(round.PlanarLength(0, 2), 28, 1e-4);
+    float corner = round.FractionAtEnd(0);  // (4, 0)
+    EXPECT_NEAR(round.PlanarLength(0, corner), 4, 1e-4);
+    EXPECT_NEAR(round.PlanarLength(corner, 1), 10, 1e-4);
+    EXPECT_NEAR(round.PlanarLength(corner, 1 + corner), 14, 1e-4);
+    // The same with the first point stored again at the end.
+    PolyLinePlus repeated(PolyLine{{{0, 0, 0}, {4, 0, 0}, {4, 3, 5}, {0, 3, 0}, {0, 0, 0}}, false});
+    repeated.SetFlags(PolyLinePlus::kRepeatsFirst);
+    EXPECT_NEAR(repeated.PlanarLength(0, 1), 14, 1e-4);
+    EXPECT_NEAR(repeated.PlanarLength(0.5f, 1.5f), 14, 1e-3);
+}
+
 TEST(PolyLinePlus, AdvancesEndAtTheDistanceAskedFor) {
     PolyLinePlus line = Line({{0, 0, 0}, {3, 0, 4}, {3, 5, 4}, {9, 5, 4}});
     for (PathMetric metric : {PathMetric::kLength, PathMetric::kPlanar, PathMetric::kStraight})

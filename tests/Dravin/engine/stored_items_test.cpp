@@ -187,6 +187,24 @@ TEST_F(StoredItems, NeitherDensityNorCollisionsNorAreasTouchThem) {
     EXPECT_EQ(Run().statistics.discardedItems, 0);
 }
 
+TEST_F(StoredItems, AreMarkedUnlessDiscarded) {
+    input.displayLimit = 2;  // every second one shows
+    for (const TDravinItem& item : Run().items) EXPECT_EQ(item.marked, !item.discarded);
+}
+
+TEST_F(StoredItems, UnselectedOnesMayStayAsTheyWere) {
+    BuiltItems before = Run();
+    for (TStoredItem& item : stored) item.storedPosition.x += 2;
+    stored[1].selected = true;
+    input.unselected = &before.list;
+    BuiltItems after = Run();
+    ASSERT_EQ(after.items.size(), 4u);
+    for (size_t i = 0; i < 4; ++i) {
+        float moved = i == 1 ? 2.0f : 0.0f;
+        EXPECT_EQ(after.items[i].position.x, before.items[i].position.x + moved);
+    }
+}
+
 TEST_F(StoredItems, AreTheSameForAnyNumberOfThreads) {
     stored.resize(10000);
     for (size_t i = 0; i < stored.size(); ++i)

@@ -137,8 +137,6 @@ TEST(SurfaceHit, ItemsLandOnTheUpperOfTwoSurfaces) {
     EXPECT_EQ(SurfaceHit(input, {1, 1, 0})->point.z, 3);
     EXPECT_EQ(SurfaceHit(input, {3, 1, 0})->point.z, 1);
     EXPECT_FALSE(SurfaceHit(input, {5, 1, 0}));
-    input.surfaces[1].skip = true;
-    EXPECT_EQ(SurfaceHit(input, {1, 1, 0})->point.z, 1);
 }
 
 TEST(SurfaceHit, TheDropRunsAlongTheSurfacesOwnZAxis) {

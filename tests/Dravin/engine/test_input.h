@@ -29,6 +29,7 @@ inline void AddSurface(TBuildInput& input, std::shared_ptr<const Mesh> mesh,
                        const Matrix3& toObject = {}) {
     for (const Point3& p : mesh->verts) input.surfaceBounds += p * toObject;
     input.surfaces.push_back(SurfaceOf(std::move(mesh), toObject));
+    input.surfaces.back().listIndex = int(input.surfaces.size()) - 1;
 }
 
 inline TDensityMap WhiteMap(int width, int height, int thresholdPercent = 50) {

@@ -174,6 +174,89 @@ TEST_F(Specimens, BlackColorIdsAreReplacedByDrawnOnes) {
     EXPECT_EQ(list.EngineSpecimens()[0].colorId, before);
 }
 
+// A box whose object is good for some time only.
+struct BriefObject : TriObject {
+    Interval span;
+    BriefObject(std::shared_ptr<const Mesh> mesh, Interval s)
+        : TriObject(std::move(mesh)), span(s) {}
+    Interval ObjectValidity(TimeValue) const override { return span; }
+};
+
+TEST_F(Specimens, SourcesOfGroupsAndLevelsNarrowTheValidityToo) {
+    auto brief = [&](const char* name, Interval span) {
+        auto node = INode::Create(
+            name, std::make_shared<BriefObject>(std::make_shared<Mesh>(MakeBox(1, 1, 1)), span));
+        scene.AddNode(node);
+        return node;
+    };
+    auto head = INode::Create("head", std::make_shared<GroupObject>());
+    scene.AddNode(head);
+    head->AttachChild(brief("member", {-50, 500}), true);
+    auto lod = TDLod::Create();
+    auto lodNode = INode::Create("lod", lod);
+    scene.AddNode(lodNode);
+    lod->NewLevel();
+    lod->Block().SetValue(lodParams::kCobjlist, 0, brief("level", {-500, 60}), 0);
+    AddRow(head);
+    AddRow(lodNode);
+    request.animation.mode = kAnimFollow;
+    ASSERT_EQ(Build(), TBuildStatus::kSuccess);
+    EXPECT_EQ(valid, (Interval{-50, 60}));
+    // Without animation the sources are those of time 0 for good.
+    valid = Interval::Forever();
+    request.animation.mode = kAnimOff;
+    ASSERT_EQ(Build(), TBuildStatus::kSuccess);
+    EXPECT_EQ(valid, Interval::Forever());
+}
+
+TEST_F(Specimens, LaterFramesNarrowTheValidityByTheirOwnTime) {
+    auto node = INode::Create(
+        "brief",
+        std::make_shared<BriefObject>(std::make_shared<Mesh>(MakeBox(1, 1, 1)), Interval{0, 300}));
+    scene.AddNode(node);
+    AddRow(node);
+    request.time = 20;
+    request.animation.mode = kAnimRandom;
+    request.animation.samples = 2;
+    request.animation.offset = 100;
+    ASSERT_EQ(Build(), TBuildStatus::kSuccess);
+    // The second frame shows what stands 100 later: it is good from -100 to 200.
+    EXPECT_EQ(valid, (Interval{0, 200}));
+}
+
+// Grows with time: 1 unit at time 0, 2 at time 100.
+struct GrowingObject : TriObject {
+    std::shared_ptr<const Mesh> GetRenderMesh(TimeValue t) override {
+        float size = 1 + float(t) / 100;
+        return std::make_shared<Mesh>(MakeBox(size, size, size));
+    }
+    Interval ObjectValidity(TimeValue t) const override { return Interval::Instant(t); }
+};
+
+TEST_F(Specimens, WithoutAnimationSourcesAreThoseOfTimeZero) {
+    auto node = INode::Create("growing", std::make_shared<GrowingObject>());
+    scene.AddNode(node);
+    AddRow(node);
+    request.time = 100;
+    ASSERT_EQ(Build(), TBuildStatus::kSuccess);
+    EXPECT_EQ(list.Row(0).nodes[0].sample->Size().size, (Point3{1, 1, 1}));
+    request.animation.mode = kAnimFollow;
+    ASSERT_EQ(Build(), TBuildStatus::kSuccess);
+    EXPECT_EQ(list.Row(0).nodes[0].sample->Size().size, (Point3{2, 2, 2}));
+}
+
+TEST_F(Specimens, BehindTheLargestIdTheSmallestFreeOnesFollow) {
+    for (int id : {-1, 1, 2147483647, -1}) {
+        AddRow(nullptr, kGeomDisabled);
+        rows.Set(TTreeSpecList::kSpecId, rows.Count() - 1, 0, ParamValue(int32_t(id)));
+    }
+    ASSERT_EQ(Build(), TBuildStatus::kSuccess);
+    EXPECT_EQ(list.Row(0).nodes[0].entry.specId, 2);
+    EXPECT_EQ(list.Row(2).nodes[0].entry.specId, 2147483647);
+    EXPECT_EQ(list.Row(3).nodes[0].entry.specId, 3);
+    EXPECT_EQ(counter, 2147483647);
+}
+
 TEST_F(Specimens, LodLevelsStandInTheOrderOfTheirThresholds) {
     auto lod = TDLod::Create();
     auto node = INode::Create("lod", lod);

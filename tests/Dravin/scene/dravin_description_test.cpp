@@ -145,12 +145,68 @@ TEST(DravinDescription, AreaRowsDependOnTheirKind) {
         EXPECT_EQ(block.GetFloat(kArslicetoplist, 0, i), 0.0f);
     }
     EXPECT_EQ(block.GetString(kArspeclist, 0, 2), " 3 7");
-    EXPECT_THAT(ParseSurfaceNames(block.GetString(kArsurfidlist, 0, 1)), ElementsAre("ground"));
+    EXPECT_THAT(ParseAreaSurfaces(block.GetString(kArsurfidlist, 0, 1)).names,
+                ElementsAre("ground"));
     auto* paint = dynamic_cast<TPaintShape*>(block.GetReference(kArpaintlist, 0, 3));
     ASSERT_NE(paint, nullptr);
     EXPECT_EQ(paint->shape.lines[0].points[2], (Point3{4, 3, 0}));
     EXPECT_FALSE(block.GetBool(kPfAractivelist, 0, 4));
     RoundTrip(result);
+}
+
+TEST(DravinDescription, AreaRowsWithoutANameAreCalledLikeTheirNodeOrKind) {
+    SceneReadResult result = ParseDravin(R"("areas": [{"type": "spline", "node": "path"},
+        {"type": "spline", "node_name": "gone"}, {"type": "object"}, {"type": "paint"},
+        {"type": "surface"}, {"type": "dravin"}, {"name": "", "type": "paint"}])");
+    ASSERT_TRUE(result) << result.error;
+    const IParamBlock2& block = ObjectOf(result).Block(kAreaParams);
+    const char* names[] = {
+        "path", "New spline", "New object", "New paint", "Surface Area", "New dravin", ""};
+    for (int i = 0; i < 7; ++i) EXPECT_EQ(block.GetString(areaParams::kArnamelist, 0, i), names[i]);
+}
+
+TEST(DravinDescription, IdsBelowOneInAnAreasGeometryAreKept) {
+    SceneReadResult result =
+        ParseDravin(R"("areas": [{"select_geometry": true, "geometry": [0, -2, 3]}])");
+    ASSERT_TRUE(result) << result.error;
+    SceneReadResult again = RoundTrip(result);
+    std::string text = ObjectOf(again).Block(kAreaParams).GetString(areaParams::kArspeclist, 0, 0);
+    EXPECT_EQ(text, " 0 -2 3");
+    EXPECT_THAT(ParseSpecIds(text), ElementsAre(3));
+}
+
+TEST(DravinDescription, MaterialIdsOfAnAreasSurfacesRoundTrip) {
+    SceneReadResult result = ParseDravin(
+        R"("areas": [{"node": "path", "surfaces": ["ground"], "surface_materials": [1, 3]}])");
+    ASSERT_TRUE(result) << result.error;
+    SceneReadResult again = RoundTrip(result);
+    EXPECT_EQ(ObjectOf(again).Block(kAreaParams).GetString(areaParams::kArsurfidlist, 0, 0),
+              "ground\n#1 #3");
+}
+
+TEST(DravinDescription, NumbersOfUnknownKindsStay) {
+    SceneReadResult result = ParseDravin(R"("geometry": [{"name": "a", "kind": 9}],
+        "areas": [{"name": "b", "type": 7}])");
+    ASSERT_TRUE(result) << result.error;
+    EXPECT_THAT(result.warnings,
+                ElementsAre(HasSubstr("/nodes/3/geometry/0/kind: the kind 9 is not known"),
+                            HasSubstr("/nodes/3/areas/0/type: the type 7 is not known")));
+    SceneReadResult again = RoundTrip(result);
+    EXPECT_EQ(ObjectOf(again).Block(kGeomParams).GetInt(geomParams::kGeomlist, 0, 0), 9);
+    EXPECT_EQ(ObjectOf(again).Block(kAreaParams).GetInt(areaParams::kArtypelist, 0, 0), 7);
+    // Numbers that have a name are no news.
+    EXPECT_TRUE(
+        ParseDravin(R"("areas": [{"name": "b", "type": 4, "node": "path"}])").warnings.empty());
+}
+
+TEST(DravinDescription, EffectParametersOfUnknownTypesStay) {
+    SceneReadResult result = ParseDravin(R"("params": {"efidlist": ["e"], "efnamelist": ["E"],
+        "efxmllist": [""], "efenablelist": [true], "efpaid": ["p"], "efpaeffid": ["e"],
+        "efpatype": [8], "efpanumtype": [2], "efpaname": ["x"]})");
+    ASSERT_TRUE(result) << result.error;
+    SceneReadResult again = RoundTrip(result);
+    EXPECT_EQ(ObjectOf(again).Block(kEffectParams).GetInt(effectParams::kEfpatype, 0, 0), 8);
+    EXPECT_EQ(ObjectOf(again).Block(kEffectParams).GetInt(effectParams::kEfpanumtype, 0, 0), 2);
 }
 
 TEST(DravinDescription, EffectRows) {
@@ -320,7 +376,8 @@ TEST(DravinDescription, BadInputNamesItsPlace) {
         {R"("geometry": [{}], "params": {"namelist": ["a"]})", "stands in \"params\" already"},
         {R"("areas": [{"type": "spline", "node": "x"}])", "/nodes/3/areas/0/node: "},
         {R"("areas": [{"surfaces": ["x"]}])", "/nodes/3/areas/0/surfaces/0: "},
-        {R"("areas": [{"geometry": [0]}])", "/nodes/3/areas/0/geometry/0: expected the id"},
+        {R"("areas": [{"surface_materials": [0]}])",
+         "/nodes/3/areas/0/surface_materials/0: expected a material id, 1 or above"},
         {R"("areas": [{"polygons": [[[0, 0, 0]]]}])", "expected two numbers"},
         {R"("effects": [{"program": "a", "file": "b"}])", "exclude each other"},
         {R"("effects": [{"parameters": [{"kind": "real"}]}])", "the key \"name\" is missing"},
@@ -386,4 +443,16 @@ TEST(DravinDescription, AreasThatDoNothingGetAWarning) {
                 ElementsAre(HasSubstr("/nodes/3/areas/0: a painted area does nothing"),
                             HasSubstr("/nodes/3/areas/1: an area of type \"spline\" does nothing"),
                             HasSubstr("/nodes/3/areas/4: \"polygons\" count in areas of type")));
+}
+
+TEST(DravinDescription, ACurveThatParamsTookAwayIsMadeAnew) {
+    SceneReadResult result = ParseDravin(R"("params": {"spdenscurve": null},
+        "curves": {"spdenscurve": [20, 80]})");
+    ASSERT_TRUE(result) << result.error;
+    ASSERT_NE(ObjectOf(result).CurveSet(kSlotAreaDensityCurve), nullptr);
+    EXPECT_EQ(ObjectOf(result).CurveSet(kSlotAreaDensityCurve)->Points(0)[1].py, 80);
+    result = ParseDravin(R"("params": {"spdenscurve": null})");
+    ASSERT_TRUE(result) << result.error;
+    EXPECT_EQ(ObjectOf(result).CurveSet(kSlotAreaDensityCurve), nullptr);
+    RoundTrip(result);
 }

@@ -46,4 +46,27 @@ TEST_F(BuildScene, HandEditedItemsAreTheResult) {
     EXPECT_EQ(built["items"][1]["height"], 4);
 }
 
+TEST_F(BuildScene, PartsBeyondTheBorderOfAnAreaAreMasked) {
+    // A source of two unit triangles, 4 units from end to end, at the border of a 20 x 20 area.
+    Json built = Build(R"({"name": "pair", "type": "mesh",
+            "vertices": [[-2, 0, 0], [-1, 0, 0], [-2, 1, 1], [1, 0, 0], [2, 0, 0], [1, 1, 1]],
+            "faces": [[0, 1, 2], [3, 4, 5]]},
+        {"name": "trees", "type": "dravin",
+         "params": {"surflist": ["ground"], "units_x": 10, "units_y": 10},
+         "geometry": [{"name": "p", "kind": "custom", "object": "pair"}],
+         "areas": [{"type": "surface", "boundary_check": 2}]})");
+    bool left = false, right = false;
+    for (const Json& item : built["items"]) {
+        float x = item["position"][0], y = item["position"][1];
+        if (std::abs(y) > 5) continue;
+        EXPECT_EQ(item["marked"], 1);
+        EXPECT_EQ(item["partial"] == 1, std::abs(x) > 8) << x;
+        if (item["partial"] == 0) continue;
+        left |= x<0, right |= x> 0;
+        // Centroids lie 4/3 beside the item: both of them are inside up to 8.67.
+        EXPECT_EQ(item["element_mask"], x < -8.667f ? "10" : x > 8.667f ? "01" : "00") << x;
+    }
+    EXPECT_TRUE(left && right);
+}
+
 }  // namespace

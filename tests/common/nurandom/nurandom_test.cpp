@@ -6,34 +6,38 @@
 
 namespace {
 
-// The recurrence written out once more, word by word, as the judge of the class.
-struct PlainGenerator {
-    uint64_t x[4], carry;
-    explicit PlainGenerator(uint32_t seed) {
-        uint64_t s = seed;
-        uint64_t words[5];
-        for (uint64_t& w : words) w = s = (s * 29943829u - 1) % (uint64_t{1} << 32);
-        for (int i = 0; i < 4; ++i) x[i] = words[i];
-        carry = words[4];
-        for (int i = 0; i < 19; ++i) Step();
-    }
-    uint32_t Step() {
-        // At most 2111119494 * (2^32 - 1) + 2^32, which fits into 64 bits.
-        uint64_t sum = x[3] * 2111111111 + x[2] * 1492 + x[1] * 1776 + x[0] * 5115 + carry;
-        x[3] = x[2], x[2] = x[1], x[1] = x[0];
-        x[0] = sum % (uint64_t{1} << 32);
-        carry = sum >> 32;
-        return uint32_t(x[0]);
-    }
+// First outputs, and the thousandth, of a few seeds. They were worked out elsewhere with whole
+// numbers of any length, where nothing can overflow unnoticed (Python):
+//
+//   def stream(seed, n):
+//       w, s = [], seed
+//       for _ in range(5):
+//           s = (s * 29943829 - 1) % 2**32
+//           w.append(s)
+//       x, carry, out = w[:4], w[4], []
+//       for i in range(19 + n):
+//           total = 2111111111 * x[3] + 1492 * x[2] + 1776 * x[1] + 5115 * x[0] + carry
+//           x, carry = [total % 2**32] + x[:3], total // 2**32
+//           if i >= 19: out.append(x[0])
+//       return out
+struct Stream {
+    uint32_t seed, first[6], thousandth;
+};
+constexpr Stream kStreams[] = {
+    {123456, {1027091763, 2882968808, 4042864717, 2893607915, 1925155204, 1559197057}, 550437979},
+    {0, {1445749771, 2509506533, 1448685498, 3417165405, 488436217, 903297720}, 234698135},
+    {1, {3672204162, 2131177473, 2518281962, 733136712, 3115709642, 516846697}, 1695762290},
+    {4294967295,
+     {2980139045, 2504015225, 2945574169, 2753518838, 3415682686, 71107606},
+     1987500604},
 };
 
-TEST(NuRandom, StreamFollowsTheRecurrence) {
-    TNuRandom generator(123456), twin(123456);
-    PlainGenerator plain(123456);
-    for (int i = 0; i < 1000; ++i) {
-        uint32_t x = generator.Step();
-        EXPECT_EQ(x, plain.Step());
-        EXPECT_EQ(x, twin.Step());
+TEST(NuRandom, StreamsAreTheOnesWorkedOutElsewhere) {
+    for (const Stream& stream : kStreams) {
+        TNuRandom generator(stream.seed);
+        for (uint32_t expected : stream.first) EXPECT_EQ(generator.Step(), expected);
+        for (int i = 6; i < 999; ++i) generator.Step();
+        EXPECT_EQ(generator.Step(), stream.thousandth);
     }
 }
 

@@ -163,3 +163,21 @@ TEST_F(PBStoreTest, ControlsShowTheFirstRowAndWriteAll) {
     context.hold.Undo();
     EXPECT_EQ(block->GetFloat(kSize, 0, 2), 2.0f);
 }
+
+TEST_F(PBStoreTest, WritingWhatIsThereLeavesNoStep) {
+    Fill({"a", "b", "c"});
+    store.SetSelected(0, 0, std::string("x"));  // nothing is selected
+    store.Select({0, 1});
+    store.SetSelected(1, 0, 4.0f);
+    size_t steps = context.hold.NumUndoSteps();
+    store.SetSelected(1, 0, 4.0f);
+    store.Select({0, 1});
+    EXPECT_EQ(context.hold.NumUndoSteps(), steps);
+    store.Select({0, 1, 2});
+    store.SetSelected(1, 0, 4.0f);
+    EXPECT_EQ(context.hold.NumUndoSteps(), steps + 1);
+    EXPECT_EQ(block->GetFloat(kSize, 0, 2), 4.0f);
+    context.hold.Undo();
+    EXPECT_EQ(block->GetFloat(kSize, 0, 2), 2.0f);
+    EXPECT_EQ(block->GetFloat(kSize, 0, 1), 4.0f);
+}

@@ -1,8 +1,17 @@
 #include "host/base/atomic_file.h"
 
 #include <gtest/gtest.h>
+#include <csignal>
+#include <filesystem>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
+
+#include "host/base/memory_file.h"
 
 #include "tests/temp_folder.h"
 
@@ -139,4 +148,117 @@ TEST(AtomicFile, CanWriteLeavesNoTrace) {
     EXPECT_FALSE(AtomicFile::CanWrite(folder.File("none/new"), &error));
     EXPECT_EQ(folder.Read("kept"), "old");
     EXPECT_EQ(folder.NumFiles(), 2u);
+}
+
+TEST(AtomicFile, TheNextWriterRemovesWhatAKilledOneLeft) {
+    TempFolder folder;
+    folder.Write("a.txt.4242-7.tmp", "half");
+    folder.Write("a.txt.notes.tmp", "somebody's");  // not the name of a temporary file
+    folder.Write("b.txt.4242-7.tmp", "of another target");
+    AtomicFile file;
+    std::string error;
+    ASSERT_TRUE(file.Open(folder.File("a.txt"), &error)) << error;
+    EXPECT_FALSE(std::filesystem::exists(folder.File("a.txt.4242-7.tmp")));
+    EXPECT_EQ(folder.Read("a.txt.notes.tmp"), "somebody's");
+    EXPECT_EQ(folder.Read("b.txt.4242-7.tmp"), "of another target");
+}
+
+TEST(AtomicFile, TemporaryFilesOfLivingWritersStay) {
+    TempFolder folder;
+    AtomicFile first, second;
+    std::string error;
+    ASSERT_TRUE(first.Open(folder.File("a.txt"), &error));
+    ASSERT_TRUE(second.Open(folder.File("a.txt"), &error));
+    EXPECT_EQ(folder.NumFiles(), 2u);
+    first.Write("first");
+    ASSERT_TRUE(first.Commit(&error)) << error;
+    EXPECT_EQ(folder.Read("a.txt"), "first");
+}
+
+TEST(AtomicFile, FilesThatBelongTogetherAppearTogether) {
+    TempFolder folder;
+    folder.Write("a", "old a");
+    folder.Write("b", "old b");
+    AtomicFile a, b;
+    std::string error;
+    ASSERT_TRUE(a.Open(folder.File("a"), &error));
+    ASSERT_TRUE(b.Open(folder.File("b"), &error));
+    a.Write("new a");
+    b.Write("new b");
+    AtomicFile* both[] = {&a, &b};
+    ASSERT_TRUE(AtomicFile::CommitTogether(both, &error)) << error;
+    EXPECT_EQ(folder.Read("a") + folder.Read("b"), "new anew b");
+    EXPECT_EQ(folder.NumFiles(), 2u);
+}
+
+// The second target becomes a folder that cannot be replaced: the first one is as it was.
+TEST(AtomicFile, FilesThatBelongTogetherStayTogether) {
+    TempFolder folder;
+    folder.Write("a", "old a");
+    AtomicFile a, b, c;
+    std::string error;
+    for (auto [file, name] : {std::pair{&a, "a"}, {&c, "c"}, {&b, "b"}})
+        ASSERT_TRUE(file->Open(folder.File(name), &error));
+    a.Write("new a");
+    b.Write("new b");
+    c.Write("new c");
+    std::filesystem::create_directory(folder.File("b"));
+    AtomicFile* all[] = {&a, &c, &b};
+    EXPECT_FALSE(AtomicFile::CommitTogether(all, &error));
+    EXPECT_EQ(folder.Read("a"), "old a");
+    EXPECT_FALSE(std::filesystem::exists(folder.File("c")));
+    EXPECT_EQ(folder.NumFiles(), 2u);  // a, and the folder b
+}
+
+// A limit of the size of files, as a full disk: the old file stays. In a child, whose limit it is.
+TEST(AtomicFile, AFileThatGrowsTooLargeIsAnError) {
+    TempFolder folder;
+    folder.Write("a.txt", "old");
+    pid_t pid = fork();
+    if (pid == 0) {
+        std::signal(SIGXFSZ, SIG_IGN);
+        rlimit limit{1 << 16, 1 << 16};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        AtomicFile file;
+        std::string error;
+        bool opened = file.Open(folder.File("a.txt"), &error);
+        file.Write(std::string(1 << 20, 'x'));
+        _exit(opened && !file.Commit(&error) && error.find("File too large") != error.npos ? 0 : 1);
+    }
+    int status = 0;
+    waitpid(pid, &status, 0);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(folder.Read("a.txt"), "old");
+    EXPECT_EQ(folder.NumFiles(), 1u);
+}
+
+TEST(AtomicFile, APipeThatNobodyReadsIsRefused) {
+    TempFolder folder;
+    ASSERT_EQ(mkfifo(folder.File("pipe").c_str(), 0600), 0);
+    AtomicFile file;
+    std::string error;
+    EXPECT_FALSE(file.Open(folder.File("pipe"), &error));
+    EXPECT_NE(error.find("nobody reads this pipe"), error.npos) << error;
+    int reader = open(folder.File("pipe").c_str(), O_RDONLY | O_NONBLOCK);
+    ASSERT_TRUE(file.Open(folder.File("pipe"), &error)) << error;
+    file.Write("hello");
+    ASSERT_TRUE(file.Commit(&error)) << error;
+    char text[8] = {};
+    EXPECT_EQ(read(reader, text, sizeof text), 5);
+    close(reader);
+}
+
+TEST(MemoryFile, HandsOnWhatWasWrittenByName) {
+    TempFolder folder;
+    MemoryFile memory;
+    FILE* stream = std::fopen(memory.Path().c_str(), "wb");
+    ASSERT_NE(stream, nullptr);
+    std::fputs("picture", stream);
+    std::fclose(stream);
+    AtomicFile file;
+    std::string error;
+    ASSERT_TRUE(file.Open(folder.File("a.png"), &error));
+    ASSERT_TRUE(memory.CopyTo(file, &error)) << error;
+    ASSERT_TRUE(file.Commit(&error)) << error;
+    EXPECT_EQ(folder.Read("a.png"), "picture");
 }

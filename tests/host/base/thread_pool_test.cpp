@@ -6,6 +6,8 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 namespace {
 
@@ -52,6 +54,24 @@ TEST(ParallelRanges, CoverTheIndicesInPiecesOfTheGrain) {
         for (size_t i = first; i < last; ++i) ++seen[i];
     });
     for (const auto& count : seen) EXPECT_EQ(count, 1);
+}
+
+// A limit on addresses leaves room for few stacks. In a process of its own, whose limit it is.
+TEST(ParallelForDeathTest, WorksWithTheThreadsThatCanBeStarted) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    constexpr rlim_t kAddresses = RLIM_INFINITY;  // the sanitizers reserve terabytes
+#else
+    constexpr rlim_t kAddresses = rlim_t{64} << 20;
+#endif
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    auto work = [] {
+        rlimit limit{kAddresses, kAddresses};
+        setrlimit(RLIMIT_AS, &limit);
+        std::atomic<int> count = 0;
+        ParallelFor(1000, 200, [&](size_t) { ++count; });
+        _exit(count == 1000 ? 0 : 1);
+    };
+    EXPECT_EXIT(work(), testing::ExitedWithCode(0), "");
 }
 
 }  // namespace

@@ -142,6 +142,23 @@ TEST(AppendMesh, ToAnEmptyMeshIsACopy) {
     EXPECT_EQ(mesh, box);
 }
 
+TEST(MeshOfFaces, KeepsTheirVerticesAndChannelsOnly) {
+    Mesh plane = MakePlane(2, 2, 2);  // 2 x 2 quads
+    std::vector<uint8_t> keep(plane.NumFaces(), 0);
+    keep[0] = keep[1] = 1;  // the first quad
+    Mesh part = MeshOfFaces(plane, keep);
+    EXPECT_EQ(Validate(part), "");
+    EXPECT_EQ(part.NumFaces(), 2u);
+    EXPECT_EQ(part.verts.size(), 4u);
+    EXPECT_EQ(part.maps[1].verts.size(), 4u);
+    EXPECT_EQ(part.BoundingBox().Width(), (Point3{1, 1, 0}));
+    for (size_t f : {0u, 1u})
+        for (size_t k = 0; k < 3; ++k)
+            EXPECT_EQ(part.verts[part.faces[f].v[k]], plane.verts[plane.faces[f].v[k]]);
+    keep.assign(plane.NumFaces(), 0);
+    EXPECT_TRUE(MeshOfFaces(plane, keep).verts.empty());
+}
+
 TEST(DropNonFinite, RemovesVerticesWithTheirFaces) {
     Mesh plane = MakePlane(2, 2, 2, 2);
     EXPECT_FALSE(FirstNonFiniteVertex(plane));
@@ -159,16 +176,4 @@ TEST(Validate, NamesTheFaceAndTheIndex) {
     mesh = MakePlane(1, 1);
     mesh.MakeMap(1).faces.pop_back();
     EXPECT_EQ(Validate(mesh), "channel 1: 1 faces, the mesh has 2");
-}
-
-TEST(HeightField, LowestRowIsFirst) {
-    std::vector<float> values{0, 0.5f, 1, 0.25f, 0, 1};
-    Mesh mesh = MakeHeightFieldMesh(values, 3, 2, 10, 4, 8);
-    EXPECT_EQ(Validate(mesh), "");
-    EXPECT_EQ(mesh.verts[0], (Point3{-5, -2, 0}));
-    EXPECT_EQ(mesh.verts[2], (Point3{5, -2, 8}));
-    EXPECT_EQ(mesh.verts[3], (Point3{-5, 2, 2}));
-    EXPECT_EQ(mesh.NumFaces(), 4u);
-    EXPECT_EQ(mesh.Map(1)->verts[5], (Point3{1, 1, 0}));
-    EXPECT_GT(mesh.FaceNormalUnscaled(0).z, 0);
 }

@@ -56,6 +56,28 @@ TEST(Matrix3, DecomposeFindsScaleRotationAndTranslation) {
     EXPECT_LT(mirrored.scale.x * mirrored.scale.y * mirrored.scale.z, 0);
 }
 
+TEST(Matrix3, NormalsStayPerpendicularToTheirPlanes) {
+    // A 45 degree slope stretched to twice its height rises by atan(2) = 63.4 degrees.
+    Point3 n = NormalTransform(Matrix3::Scaling({1, 1, 2})).VectorTransform({-1, 0, 1});
+    ExpectNear(Normalize(n), Normalize(Point3{-2, 0, 1}));
+    Matrix3 m = Matrix3::Scaling({2, 0.5f, -3}) * EulerDegreesToMatrix({20, 50, -70}) *
+                Matrix3::Translation({5, 6, 7});
+    m.row[0] += Point3{0.3f, 0, 0.1f};  // sheared, too
+    Point3 a{1, 2, 3}, b{-2, 1, 0.5f};
+    Point3 moved = NormalTransform(m).VectorTransform(CrossProd(a, b));
+    EXPECT_NEAR(DotProd(moved, m.VectorTransform(a)), 0, 1e-4);
+    EXPECT_NEAR(DotProd(moved, m.VectorTransform(b)), 0, 1e-4);
+}
+
+TEST(Matrix3, MirroredNormalsKeepTheirSide) {
+    Matrix3 mirror = NormalTransform(Matrix3::Scaling({-1, 1, 1}));
+    ExpectNear(mirror.VectorTransform({0, 0, 1}), {0, 0, 1});
+    ExpectNear(mirror.VectorTransform({1, 0, 0}), {-1, 0, 0});
+    // What is flattened to a plane has that plane's normal.
+    Point3 flat = NormalTransform(Matrix3::Scaling({1, 1, 0})).VectorTransform({0.6f, 0, 0.8f});
+    ExpectNear(Normalize(flat), {0, 0, 1});
+}
+
 TEST(Matrix3, BoxesStayBoxesAndEmptyOnesEmpty) {
     Box3 box = Matrix3::RotationZ(kRight).BoxTransform({{0, 0, 0}, {2, 1, 3}});
     ExpectNear(box.min, {-1, 0, 0});

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "host/scene/host_context.h"
 #include "host/scene/scene.h"
 #include "tests/host/scene/test_block.h"
@@ -214,4 +216,86 @@ TEST(ParamBlock, AccessorsReplaceValuesUnlessSuspended) {
     AccessorSuspender quiet(*block);
     block->SetValue(0, 0, 7);
     EXPECT_EQ(block->GetInt(0), 7);
+}
+
+TEST(ParamBlock, EveryRowOfOneNodeTellsItsOwnIndex) {
+    HostContext context;
+    Scene scene;
+    auto shape = std::make_shared<ShapeObject>();
+    INode* node = scene.AddNode("path", shape);
+    auto block = IParamBlock2::Create(TestDesc());
+    ParamValue target = std::static_pointer_cast<ReferenceTarget>(node->shared_from_this());
+    block->Append(kNodes, target);
+    block->Append(kNodes, target);
+    Listener listener(block);
+    shape->NotifyDependents();
+    std::vector<int> indices;
+    for (const RefChange& change : listener.changes)
+        if (change.paramId == kNodes) indices.push_back(change.tabIndex);
+    std::sort(indices.begin(), indices.end());
+    EXPECT_EQ(indices, (std::vector<int>{0, 1}));
+}
+
+namespace {
+
+// Answers a change of one parameter by setting another of the same block.
+struct Answering : ReferenceMaker {
+    Reference<IParamBlock2> block{this};
+    int answers = 0;
+
+    explicit Answering(std::shared_ptr<IParamBlock2> target) { block = std::move(target); }
+    RefResult NotifyRefChanged(const RefChange& change, ReferenceTarget*) override {
+        if (change.paramId == kCount) ++answers, block->SetValue(kSize, 0, 33.0f);
+        return RefResult::kSucceed;
+    }
+};
+
+// Changes what it hears of, for ever.
+struct Restless : ReferenceMaker {
+    Reference<IParamBlock2> block{this};
+    int heard = 0;
+
+    explicit Restless(std::shared_ptr<IParamBlock2> target) { block = std::move(target); }
+    RefResult NotifyRefChanged(const RefChange& change, ReferenceTarget*) override {
+        block->SetValue(kCount, 0, 1 + ++heard % 2);
+        return RefResult::kSucceed;
+    }
+};
+
+}  // namespace
+
+TEST(ParamBlock, AChangeMadeInAHandlerIsHeardAfterwards) {
+    auto block = IParamBlock2::Create(TestDesc());
+    Answering answering(block);
+    Listener listener(block);
+    block->SetValue(kCount, 0, 7);
+    EXPECT_EQ(answering.answers, 1);
+    ASSERT_EQ(listener.changes.size(), 2u);
+    EXPECT_EQ(listener.changes[0].paramId, kCount);
+    EXPECT_EQ(listener.changes[1].paramId, kSize);
+}
+
+TEST(ParamBlock, ChangesThatCauseEachOtherEnd) {
+    auto block = IParamBlock2::Create(TestDesc());
+    Restless restless(block);
+    block->SetValue(kCount, 0, 7);
+    EXPECT_GE(restless.heard, 100);
+    int before = restless.heard;
+    block->SetValue(kSize, 0, 3.0f);  // still heard
+    EXPECT_GT(restless.heard, before);
+}
+
+// An edit that no step knows of has made the list shorter.
+TEST(ParamBlock, UndoOfARowThatIsGoneDoesNothing) {
+    HostContext context;
+    auto block = IParamBlock2::Create(TestDesc());
+    block->SetCount(kWeights, 3);
+    context.hold.Begin();
+    block->SetValue(kWeights, 0, 5.0f, 2);
+    context.hold.Accept("Set");
+    block->SetCount(kWeights, 1);
+    EXPECT_TRUE(context.hold.Undo());
+    EXPECT_EQ(block->Count(kWeights), 1);
+    EXPECT_TRUE(context.hold.Redo());
+    EXPECT_EQ(block->GetFloat(kWeights), 100.0f);
 }

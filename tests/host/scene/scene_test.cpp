@@ -144,3 +144,75 @@ TEST(Scene, RingsOfReferencesAreLetGo) {
     EXPECT_TRUE(a.expired());
     EXPECT_TRUE(b.expired());
 }
+
+namespace {
+
+// A node with an object of its own that looks at `target`.
+template <class T>
+std::shared_ptr<T> AddLooking(Scene& scene, const std::string& name, INode* target) {
+    auto object = std::make_shared<T>();
+    object->target = std::static_pointer_cast<INode>(target->shared_from_this());
+    scene.AddNode(name, object);
+    return object;
+}
+
+void DeleteInAStep(HostContext& context, Scene& scene, INode* node) {
+    context.hold.Begin();
+    scene.DeleteNode(*node);
+    context.hold.Accept("Delete");
+}
+
+}  // namespace
+
+TEST(Scene, UndoingADeletionBringsReferencesOfEveryKindBack) {
+    HostContext context;
+    Scene scene;
+    auto owner = std::make_shared<CameraObject>();
+    INode* node = scene.AddNode("seen", owner);
+    auto camera = AddLooking<CameraObject>(scene, "camera", node);
+    auto light = AddLooking<LightObject>(scene, "light", node);
+    auto particles = std::make_shared<ParticleObject>();
+    scene.AddNode("particles", particles);
+    particles->AddEvent(std::static_pointer_cast<INode>(node->shared_from_this()));
+    scene.renderCamera = std::static_pointer_cast<INode>(node->shared_from_this());
+
+    DeleteInAStep(context, scene, node);
+    EXPECT_EQ(camera->GetTargetNode(), nullptr);
+    EXPECT_EQ(scene.renderCamera.Get(), nullptr);
+    context.hold.Undo();
+    EXPECT_EQ(scene.FindNode("seen"), node);
+    EXPECT_EQ(camera->GetTargetNode(), node);
+    EXPECT_EQ(light->GetTargetNode(), node);
+    EXPECT_EQ(particles->GetEvent(0), node);
+    EXPECT_EQ(scene.renderCamera.Get(), node);
+    context.hold.Redo();
+    EXPECT_EQ(light->GetTargetNode(), nullptr);
+    EXPECT_EQ(scene.renderCamera.Get(), nullptr);
+}
+
+TEST(Scene, UndoingTheEndOfAMaterialBringsItBack) {
+    HostContext context;
+    Scene scene;
+    INode* node = scene.AddNode("wall", nullptr);
+    auto mtl = std::make_shared<StandardMtl>();
+    node->SetMtl(mtl);
+    context.hold.Begin();
+    mtl->NotifyDeleted();
+    context.hold.Accept("Delete material");
+    EXPECT_EQ(node->GetMtl(), nullptr);
+    context.hold.Undo();
+    EXPECT_EQ(node->GetMtl(), mtl.get());
+}
+
+// A maker that may be gone when its record is undone leaves none.
+TEST(Scene, PassingListenersAreNotBroughtBack) {
+    HostContext context;
+    Scene scene;
+    auto mtl = std::make_shared<StandardMtl>();
+    auto listener = std::make_unique<Listener>(mtl);
+    context.hold.Begin();
+    mtl->NotifyDeleted();
+    context.hold.Accept("Delete material");
+    listener.reset();
+    EXPECT_EQ(context.hold.NumUndoSteps(), 0u);
+}

@@ -1,0 +1,3 @@
+#include "Dravin/config/version.h"
+
+std::string ProductVersion() { return DRAVIN_VERSION; }

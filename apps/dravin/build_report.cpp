@@ -1,0 +1,82 @@
+#include "apps/dravin/build_report.h"
+
+#include <fmt/format.h>
+
+#include "host/base/text.h"
+
+namespace {
+
+// Statuses that count as a correct build.
+bool IsGood(TBuildStatus status) {
+    return status == TBuildStatus::kSuccess || status == TBuildStatus::kDisabled;
+}
+
+std::string StatusText(const SceneDravin& dravin) {
+    TPanelMessage message = dravin.object->Build().Message();
+    std::string text = message[0];
+    if (!message[1].empty()) text += " " + message[1];
+    return fmt::format("{}: status {}: {}", dravin.node->GetName(),
+                       int(dravin.object->Build().Status()), text);
+}
+
+// What to change, in the words of a scene description; empty where the status says it all.
+std::string Remedy(const TDravinBuild& build) {
+    const char* limit = build.IsRender() ? "rmaxitems" : "vmaxitems";
+    switch (build.Status()) {
+        case TBuildStatus::kNoIncludeAreas:
+            return "name the ground in \"surflist\", or give \"areas\" a row that includes";
+        case TBuildStatus::kNoDistributionMap:
+            return "name an image in \"mapname\" or a texture map in \"distmap\"";
+        case TBuildStatus::kDensityTooHigh:
+            return "enlarge \"units_x\" and \"units_y\", or raise \"maxdensity\" (millions of "
+                   "cells; 0 is no limit)";
+        case TBuildStatus::kTooManyItems:
+            return fmt::format("raise \"{}\", or build with --no-limit", limit);
+        case TBuildStatus::kTooManyFaces:
+            return "raise \"maxfaces\" (millions), or build with --no-limit";
+        case TBuildStatus::kEmptyGeometryList:
+            return "give \"geometry\" a row with an object or a template";
+        case TBuildStatus::kNoReferenceObject:
+            return "name the objects to scatter at in \"reflist\"";
+        case TBuildStatus::kNoItems:
+        case TBuildStatus::kNoVisibleItems:
+            return MostRejectedText(build.Statistics());
+        default:
+            return {};
+    }
+}
+
+}  // namespace
+
+bool TellOfEffects(const SceneDravin& dravin, bool keepGoing) {
+    return dravin.object->Build().Statistics().effectsCompileError;
+}
+
+ExitCode ReportBuild(const SceneDravin& dravin, bool keepGoing) {
+    bool broken = TellOfEffects(dravin, keepGoing) && !keepGoing;
+    TBuildStatus status = dravin.object->Build().Status();
+    if (status == TBuildStatus::kDisabled) PrintNote(StatusText(dravin));
+    if (IsGood(status)) return broken ? kExitFailed : kExitDone;
+    if (!dravin.object->Build().Failure().empty()) {  // it broke off
+        PrintError(fmt::format("{}: {}", dravin.node->GetName(), dravin.object->Build().Failure()));
+        return dravin.object->Build().RanOutOfMemory() ? kExitLimit : kExitFailed;
+    }
+    PrintError(StatusText(dravin));
+    if (std::string remedy = Remedy(dravin.object->Build()); !remedy.empty()) PrintNote(remedy);
+    return kExitFailed;
+}
+
+void PrintPanel(const SceneDravin& dravin) {
+    PrintResult(Bold(dravin.node->GetName()));
+    for (const TPanelLine& line : dravin.object->Build().Panel())
+        if (!line.value.empty()) PrintResult(fmt::format("  {:<12} {}", line.label, line.value));
+    for (const std::string& message : dravin.object->Build().PanelLines())
+        if (!message.empty()) PrintResult(fmt::format("  {:<12} {}", "", message));
+}
+
+void PrintRejections(const SceneDravin& dravin) {
+    const TRejections& rejected = dravin.object->Build().Statistics().rejected;
+    PrintResult(fmt::format("{}: candidates dropped by", dravin.node->GetName()));
+    for (const TRejectionRule& rule : RejectionRules())
+        PrintResult(fmt::format("  {:<12} {}", rule.name, FormatGrouped(rejected.*rule.count)));
+}

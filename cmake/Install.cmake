@@ -1,0 +1,33 @@
+# `make install` and `make package`: where everything goes. The program finds its data and its helper
+# from where it stands itself, so the tree may be moved as a whole.
+
+include(GNUInstallDirs)
+set(CMAKE_INSTALL_DOCDIR ${CMAKE_INSTALL_DATADIR}/doc/dravin)
+
+install(TARGETS dravin RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(TARGETS dravin_import RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/dravin)
+
+install(DIRECTORY data/distmaps data/effects data/geometry data/models data/scenes
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/dravin)
+install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+
+# Written by the program itself (apps/dravin).
+set(shell ${PROJECT_BINARY_DIR}/shell)
+install(FILES ${shell}/dravin.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES ${shell}/dravin.bash RENAME dravin
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+install(FILES ${shell}/_dravin DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
+install(FILES ${shell}/dravin.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME dravin-pack)
+set(CPACK_PACKAGE_VENDOR "Dravin Pack")
+set(CPACK_PACKAGE_CONTACT "The Dravin Pack team <team@dravin.invalid>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Scatters millions of instances over 3D scenes")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+include(CPack)

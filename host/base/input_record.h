@@ -1,0 +1,32 @@
+// Which files were read, so that no output takes the place of one.
+//
+// While a record lives, every file that is opened through file_input.h, by any thread, stands in
+// it. Files are told apart by device and number, whatever link or path leads to them.
+#pragma once
+
+#include <mutex>
+#include <set>
+#include <string>
+#include <utility>
+
+#include <sys/types.h>
+
+class InputRecord {
+public:
+    // One at a time in a process; a second one takes over until it goes.
+    InputRecord();
+    ~InputRecord();
+    InputRecord(const InputRecord&) = delete;
+    InputRecord& operator=(const InputRecord&) = delete;
+
+    // Whether the path leads to a file that was read. False where there is no file.
+    bool Holds(const std::string& path) const;
+
+    // An open regular file was opened for reading; without a living record nothing happens.
+    static void Add(int fd);
+
+private:
+    mutable std::mutex m_mutex;
+    std::set<std::pair<dev_t, ino_t>> m_files;
+    InputRecord* m_previous;
+};

@@ -1,0 +1,26 @@
+#include "host/scene/height_field_object.h"
+
+#include <fmt/format.h>
+
+#include "host/base/log.h"
+#include "host/base/text.h"
+
+std::string HeightFieldObject::MeshRefusal() const {
+    if (m_field->NumFaces() <= kMaxMeshedFaces) return {};
+    return fmt::format(
+        "{}: the {} triangles of {} x {} samples would take {:.1f} GB, at most {} are made: give "
+        "the height field a \"crop\" or fewer \"samples\"",
+        origin.file, FormatGrouped(int64_t(m_field->NumFaces())), m_field->NumColumns(),
+        m_field->NumRows(), double(m_field->BytesOfMesh()) / 1e9,
+        FormatGrouped(int64_t(kMaxMeshedFaces)));
+}
+
+std::shared_ptr<const Mesh> HeightFieldObject::GetRenderMesh(TimeValue) {
+    if (std::string refusal = MeshRefusal(); !refusal.empty()) {
+        LogWarning(refusal);
+        return nullptr;
+    }
+    std::shared_ptr<const Mesh> mesh = m_mesh.lock();
+    if (!mesh) m_mesh = mesh = std::make_shared<const Mesh>(m_field->MakeMesh());
+    return mesh;
+}
