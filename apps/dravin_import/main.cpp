@@ -38,11 +38,13 @@ std::string ReadModel(const std::string& path, const std::vector<std::string>& r
     const aiScene* scene = importer.ReadFile(path, 0);
     unsigned numAnimations = scene ? scene->mNumAnimations : 0;
     // Animations are not shown, so that what is wrong with them is no reason to refuse a model.
-    if (scene) const_cast<aiScene*>(scene)->mNumAnimations = 0;
-    if (scene)
+    if (scene) {
+        const_cast<aiScene*>(scene)->mNumAnimations = 0;
+        const_cast<aiScene*>(scene)->mAnimations = nullptr;
         scene =
             importer.ApplyPostProcessing(aiProcess_Triangulate | aiProcess_JoinIdenticalVertices |
                                          aiProcess_ValidateDataStructure);
+    }
     std::string ending = path.substr(std::min(path.find_last_of('.'), path.size()));
     if (!scene && !importer.IsExtensionSupported(ending))
         return WriteFailureStream("no reader knows files ending in \"" + ending + "\"");

@@ -75,3 +75,12 @@ private:
     std::string m_bytes, m_views, m_accessors;
     int m_numViews = 0, m_numAccessors = 0;
 };
+
+// A triangle over (0,0,0) (1,0,0) (0,1,0) of the file: (0,0,0) (1,0,0) (0,0,1) here.
+inline const std::vector<float> kTriangle = {0, 0, 0, 1, 0, 0, 0, 1, 0};
+
+// Members of a file with one node that shows one primitive.
+inline std::string OneMesh(const std::string& primitive, const std::string& more = "") {
+    return R"("nodes":[{"name":"n","mesh":0}],"scenes":[{"nodes":[0]}],"meshes":[{"primitives":[{)" +
+           primitive + "}]}]" + more;
+}

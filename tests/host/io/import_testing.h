@@ -47,3 +47,11 @@ inline void ExpectRobust(const std::string& name, const std::string& bytes, size
             import(damaged);
         }
 }
+
+// The vertices of an object in the world.
+inline std::vector<Point3> Vertices(const ImportedModel& model, size_t object = 0) {
+    std::vector<Point3> points;
+    for (const Point3& p : model.objects.at(object).mesh->verts)
+        points.push_back(p * model.objects[object].transform);
+    return points;
+}
