@@ -1,3 +1,5 @@
+#include <fmt/format.h>
+
 #include "Dravin/geometry/tree_spec_list.h"
 #include "Dravin/scene/dravin_rows.h"
 
@@ -41,6 +43,18 @@ const std::vector<Column>& PlainColumns() {
     return columns;
 }
 
+// A node that only serves as a source may be turned in vain.
+void WarnOfLostTransform(const DescriptionValue& name, const DescriptionContext& context) {
+    std::shared_ptr<INode> node = context.NodeOf(name);
+    if (!node || !node->IsHidden()) return;
+    Matrix3 m = node->GetNodeTM(context.scene.GetTime());
+    m.NoTrans();
+    if (m.Equals({}, 1e-5f)) return;
+    name.Warn(fmt::format("the rotation and scale of \"{}\" do not count where it is only a "
+                          "source; its \"object_offset\" turns and scales what is scattered",
+                          node->GetName()));
+}
+
 }  // namespace
 
 std::span<const ParamID> GeometryRowIds() { return kIds; }
@@ -59,6 +73,7 @@ void ReadGeometryRows(TDravin& object, const DescriptionValue& rows,
         // The noted name of the object, which outlives the object itself.
         std::string objectName = keys.Text("object_name");
         if (hasObject && custom->IsText()) objectName = custom->AsText();
+        if (hasObject && custom->IsText()) WarnOfLostTransform(*custom, context);
         reader.Put(kConamelist, objectName);
         keys.Finish();
         if (value.Document().Failed()) return;

@@ -97,6 +97,7 @@ CommandLine::CommandLine()
     AddBuild();
     AddRender();
     AddInfo();
+    AddInspect();
     AddSchema();
     AddEffect();
     AddDemo();
@@ -174,6 +175,15 @@ void CommandLine::AddInfo() {
                       [&o] { return RunInfo(o); });
     AddScene(c, o.scene);
     c->add_flag("--verbose", o.verbose, "limits, seed, areas and surfaces of each object too");
+}
+
+void CommandLine::AddInspect() {
+    CLI::App* c = Add("inspect", "tell what an import of a model gives, and what it leaves out",
+                      "  dravin inspect tree.glb\n  dravin --json inspect tree.fbx",
+                      [this] { return RunInspect(m_model, m_console.json); });
+    c->add_option("model", m_model, "glTF, OBJ, PLY, STL, FBX, ...")
+        ->required()
+        ->type_name("FILE");
 }
 
 void CommandLine::AddSchema() {

@@ -29,6 +29,7 @@ private:
     void AddBuild();
     void AddRender();
     void AddInfo();
+    void AddInspect();
     void AddSchema();
     void AddEffect();
     void AddDemo();
@@ -42,6 +43,7 @@ private:
     BuildOptions m_build;
     RenderOptions m_render;
     InfoOptions m_info;
+    std::string m_model;
     std::string m_schemaFilter;
     EffectOptions m_effect;
     std::string m_listedEffect;

@@ -35,6 +35,8 @@ struct InfoOptions {
     bool verbose = false;
 };
 ExitCode RunInfo(const InfoOptions& options);
+// The import report of a model file, as text or as JSON.
+ExitCode RunInspect(const std::string& file, bool json);
 // filter: a block's or parameter's name, or empty.
 ExitCode RunSchema(const std::string& filter, bool json);
 

@@ -10,8 +10,10 @@ class TriangleLoaders : public ISceneLoaders {
 public:
     using MeshPtr = std::shared_ptr<const Mesh>;
 
-    MeshPtr LoadMesh(const std::string&, const std::string&, std::string*) override {
-        return m_triangle;
+    LoadedModel LoadMesh(const FileOrigin&, double, const std::string&) override {
+        LoadedModel model;
+        model.mesh = m_triangle;
+        return model;
     }
     HeightfieldLoad LoadHeightfield(const HeightfieldOrigin&, double) override {
         return {m_heights, {}, {}, {}, {}};

@@ -46,7 +46,7 @@ int OpenRegular(const std::string& path, uint64_t* size, std::string* error) {
     return fd;
 }
 
-// The next `count` bytes, fewer when the file became shorter meanwhile.
+// The next `count` bytes.
 std::optional<std::string> ReadAndClose(int fd, size_t count, const std::string& path,
                                         std::string* error) {
     std::string bytes(count, '\0');
@@ -63,7 +63,10 @@ std::optional<std::string> ReadAndClose(int fd, size_t count, const std::string&
         done += size_t(n);
     }
     close(fd);
-    bytes.resize(done);
+    if (done < count) {
+        *error = fmt::format("{}: the file became shorter while it was read", path);
+        return std::nullopt;
+    }
     return bytes;
 }
 
@@ -98,6 +101,8 @@ std::optional<std::string> ReadFileHead(const std::string& path, size_t count, u
 }
 
 MappedFile::~MappedFile() {
+    m_guard.Release();
+    if (m_file >= 0) close(m_file);
     if (m_data) munmap(const_cast<char*>(m_data), m_size);
 }
 
@@ -114,7 +119,19 @@ bool MappedFile::Open(const std::string& path, std::string* error) {
         }
         m_data = static_cast<const char*>(data);
         m_size = size;
+        if (!m_guard.Watch(data, size)) {
+            *error = fmt::format("{}: too many files are open at once", path);
+            close(fd);
+            return false;
+        }
     }
-    close(fd);
+    m_file = fd;
     return true;
+}
+
+// The end of the last page that is left reads as zeros without a fault, so the length counts too.
+bool MappedFile::WasCut() const {
+    struct stat info {};
+    return m_guard.WasCut() ||
+           (m_file >= 0 && fstat(m_file, &info) == 0 && uint64_t(info.st_size) < m_size);
 }

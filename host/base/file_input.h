@@ -10,6 +10,8 @@
 #include <string>
 #include <string_view>
 
+#include "host/base/fault_guard.h"
+
 // Size in bytes of the regular file at `path`; none, with a reason in `error`, when there is none
 // or it cannot be read.
 std::optional<uint64_t> RegularFileSize(const std::string& path, std::string* error);
@@ -22,9 +24,9 @@ std::optional<std::string> ReadWholeFile(const std::string& path, uint64_t limit
 std::optional<std::string> ReadFileHead(const std::string& path, size_t count, uint64_t* size,
                                         std::string* error);
 
-// A file's bytes in the address space, read from disk only as far as they are looked at. The file
-// must not be shortened by others while it is mapped. Movable by pointer only; safe to read from
-// threads.
+// A file's bytes in the address space, read from disk only as far as they are looked at. When
+// others shorten the file meanwhile, zeros stand for what is gone, and WasCut tells: ask it when
+// done, and before what was read is believed. Movable by pointer only; safe to read from threads.
 class MappedFile {
 public:
     MappedFile() = default;
@@ -36,8 +38,12 @@ public:
     // bytes.
     bool Open(const std::string& path, std::string* error);
     std::string_view Bytes() const { return {m_data, m_size}; }
+    // Whether the file has become shorter than it was when it was opened.
+    bool WasCut() const;
 
 private:
     const char* m_data = nullptr;
     size_t m_size = 0;
+    int m_file = -1;
+    FaultGuard m_guard;
 };

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <optional>
+#include <span>
 #include <string>
 
 #include "host/geom/mesh.h"
@@ -39,6 +40,7 @@ Mesh TransformedMesh(const Mesh& mesh, const Matrix3& m);
 // A copy with the faces whose flag is set, one flag a face, and the vertices that they use, in the
 // mesh and in its channels, all in their order.
 Mesh MeshOfFaces(const Mesh& mesh, std::span<const uint8_t> keep);
-// Adds a copy of `source`. A channel that one of the two lacks is filled with zero coordinates
-// there; normals survive only when both have them or the target is empty.
+// Adds a copy of `source`. A channel that one of the two lacks is filled there with zero
+// coordinates, vertex colours (channel 0) with white; normals survive only when both have them or
+// the target is empty.
 void AppendMesh(Mesh& target, const Mesh& source);

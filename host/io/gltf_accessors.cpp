@@ -8,8 +8,6 @@
 
 namespace {
 
-constexpr size_t kMaxPlainElements = 1 << 26;  // of an accessor without a buffer
-
 class Reader {
 public:
     explicit Reader(const tinygltf::Model& model) : m_model(model) {}
@@ -120,8 +118,11 @@ private:
             if (!data)
                 return Fail(index, fmt::format("{} elements do not fit its buffer", a.count),
                             error);
-        } else if (a.count > kMaxPlainElements) {
-            return Fail(index, fmt::format("{} elements without a buffer", a.count), error);
+        } else if (a.count > kMaxPlainGltfElements) {
+            return Fail(index,
+                        fmt::format("{} elements without a buffer, at most {} are read", a.count,
+                                    kMaxPlainGltfElements),
+                        error);
         }
         auto load = [&](const unsigned char* element, size_t i) {
             for (int k = 0; k < components; ++k)

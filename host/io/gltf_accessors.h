@@ -9,6 +9,9 @@ namespace tinygltf {
 class Model;
 }
 
+// Elements of an accessor without a buffer, which are zeros but for sparse ones (morph targets).
+inline constexpr size_t kMaxPlainGltfElements = 1 << 20;
+
 class GltfAccessors {
 public:
     explicit GltfAccessors(const tinygltf::Model& model) : m_model(model) {}

@@ -25,13 +25,34 @@ constexpr uint64_t kMaxChunkBytes = 0xFFFFFFFF;
 
 enum ComponentType { kUInt32 = 5125, kFloat = 5126 };
 
-// One instanced node in the making: the instances of one prototype of one source.
+// Readers draw nothing sensible under a negative scale, so mirrored things show a mirrored mesh.
+const Matrix3 kMirror = Matrix3::Scaling({-1, 1, 1});
+
+// One instanced node in the making: the instances of one prototype of one source that are mirrored,
+// or those that are not.
 struct Group {
     size_t mesh = 0;
     uint64_t count = 0;
-    uint64_t cursor = 0;  // instances written so far
-    size_t views[5] = {};
+    uint64_t cursor = 0;    // instances written so far
+    bool isTinted = false;  // one of them at least
+    size_t views[6] = {};
 };
+
+bool IsMirrored(const InstanceRecord& record) { return record.transform.Determinant() < 0; }
+// Groups stand in pairs.
+size_t GroupOf(const InstanceRecord& record) {
+    return 2 * size_t{record.prototype} + (IsMirrored(record) ? 1 : 0);
+}
+
+GltfPlacement Place(const InstanceRecord& record) {
+    return PlaceForGltf(IsMirrored(record) ? kMirror * record.transform : record.transform);
+}
+
+// White mixed with the tint by its blend.
+Color Multiplier(const InstanceRecord& r) {
+    Color white{1, 1, 1};
+    return white + (r.tint - white) * r.tintBlend;
+}
 
 class Exporter {
 public:
@@ -117,9 +138,12 @@ private:
             Matrix3 transform = source.transform;
             const Mesh* shown = source.mesh;
             if (HasShear(transform)) {
-                m_sheared.push_back(std::make_unique<Mesh>(TransformedMesh(*shown, transform)));
-                shown = m_sheared.back().get();
+                m_made.push_back(std::make_unique<Mesh>(TransformedMesh(*shown, transform)));
+                shown = m_made.back().get();
                 transform = {};
+            } else if (transform.Determinant() < 0) {
+                shown = Mirrored(shown);
+                transform = kMirror * transform;
             }
             if (!AddMesh(*shown, source.material, source.name, &mesh)) return false;
             if (mesh == kNoMesh) continue;
@@ -131,26 +155,45 @@ private:
     }
     bool CollectSources(std::span<const IInstanceSource* const> sources) {
         for (const IInstanceSource* source : sources) {
-            std::vector<Group>& groups = m_groups.emplace_back(source->NumPrototypes());
+            std::vector<Group>& groups = m_groups.emplace_back(2 * source->NumPrototypes());
             ForEachBlock(*source, [&](std::span<const InstanceRecord> records) {
-                for (const InstanceRecord& r : records)
-                    if (IsShown(r, groups.size())) ++groups[r.prototype].count;
+                for (const InstanceRecord& r : records) {
+                    if (!IsShown(r, groups.size())) continue;
+                    Group& group = groups[GroupOf(r)];
+                    ++group.count;
+                    group.isTinted |= r.tintBlend > 0;
+                }
             });
-            for (size_t p = 0; p < groups.size(); ++p) {
-                if (groups[p].count == 0) continue;
-                if (!AddMesh(*source->PrototypeMesh(p), source->PrototypeMtl(p),
-                             source->PrototypeName(p), &groups[p].mesh))
-                    return false;
-                if (groups[p].mesh == kNoMesh) groups[p].count = 0;
-                if (groups[p].count == 0) continue;
-                m_numInstances += groups[p].count;
-                if (!m_options.flat) AddInstancedNode(*source, p, groups[p]);
-            }
+            for (size_t g = 0; g < groups.size(); ++g)
+                if (groups[g].count > 0 && !AddGroup(*source, g, groups[g])) return false;
         }
         return true;
     }
-    static bool IsShown(const InstanceRecord& record, size_t numPrototypes) {
-        if (record.prototype >= numPrototypes) return false;
+    bool AddGroup(const IInstanceSource& source, size_t number, Group& group) {
+        size_t p = number / 2;
+        bool isMirrored = number % 2 == 1;
+        const Mesh* mesh = source.PrototypeMesh(p);
+        std::string name = source.PrototypeName(p) + (isMirrored ? " mirrored" : "");
+        if (!AddMesh(isMirrored ? *Mirrored(mesh) : *mesh, source.PrototypeMtl(p), name,
+                     &group.mesh))
+            return false;
+        if (group.mesh == kNoMesh) group.count = 0;
+        m_numInstances += group.count;
+        if (!m_options.flat && group.count > 0)
+            AddInstancedNode(fmt::format("{}/{}", source.SourceName(), name), group);
+        return true;
+    }
+    // The mesh seen in a mirror, made once; its faces look outwards as before.
+    const Mesh* Mirrored(const Mesh* mesh) {
+        const Mesh*& mirrored = m_mirrored[mesh];
+        if (!mirrored) {
+            m_made.push_back(std::make_unique<Mesh>(TransformedMesh(*mesh, kMirror)));
+            mirrored = m_made.back().get();
+        }
+        return mirrored;
+    }
+    static bool IsShown(const InstanceRecord& record, size_t numGroups) {
+        if (record.prototype >= numGroups / 2) return false;
         for (const Point3& row : record.transform.row)
             if (!IsFinite(row)) return false;
         return true;
@@ -171,22 +214,24 @@ private:
         ComponentType type;
         size_t bytes;
     };
-    static constexpr Attribute kAttributes[5] = {{"TRANSLATION", "VEC3", kFloat, 12},
-                                                 {"ROTATION", "VEC4", kFloat, 16},
-                                                 {"SCALE", "VEC3", kFloat, 12},
-                                                 {"_ID", "SCALAR", kUInt32, 4},
-                                                 {"_COLOR_0", "VEC4", kFloat, 16}};
+    static constexpr Attribute kAttributes[6] = {
+        {"TRANSLATION", "VEC3", kFloat, 12}, {"ROTATION", "VEC4", kFloat, 16},
+        {"SCALE", "VEC3", kFloat, 12},       {"_ID", "SCALAR", kUInt32, 4},
+        {"_COLOR_0", "VEC3", kFloat, 12},    {"_TINT", "VEC4", kFloat, 16}};
+    static constexpr size_t kUntinted = 4;  // how many of them every group has
+    static size_t NumAttributes(const Group& group) {
+        return group.isTinted ? std::size(kAttributes) : kUntinted;
+    }
 
-    void AddInstancedNode(const IInstanceSource& source, size_t p, Group& group) {
+    void AddInstancedNode(const std::string& name, Group& group) {
         std::string attributes;
-        for (size_t a = 0; a < 5; ++a) {
+        for (size_t a = 0; a < NumAttributes(group); ++a) {
             const Attribute& attribute = kAttributes[a];
             group.views[a] = m_layout.AddRange(group.count * attribute.bytes, GltfTarget::kNone);
             size_t accessor =
                 AddAccessor(group.views[a], attribute.type, group.count, attribute.kind);
             attributes += fmt::format("{}\"{}\":{}", a ? "," : "", attribute.name, accessor);
         }
-        std::string name = fmt::format("{}/{}", source.SourceName(), source.PrototypeName(p));
         m_fixedNodes.push_back(
             fmt::format("{{\"name\":{},\"mesh\":{},\"extensions\":{{\"EXT_mesh_gpu_instancing\":"
                         "{{\"attributes\":{{{}}}}}}}}}",
@@ -269,21 +314,22 @@ private:
     }
     void WriteFlatNode(const IInstanceSource& source, const std::vector<Group>& groups,
                        const InstanceRecord& record) {
-        if (!IsShown(record, groups.size()) || groups[record.prototype].count == 0) return;
+        if (!IsShown(record, groups.size()) || groups[GroupOf(record)].count == 0) return;
         std::string name = fmt::format("{}_{}", source.PrototypeName(record.prototype), record.id);
         std::string color;
-        if (record.tintBlend > 0)
-            color = ",\"color\":" +
-                    JsonArray({record.tint.r, record.tint.g, record.tint.b, record.tintBlend});
+        if (record.tintBlend > 0) {
+            Color c = Multiplier(record), t = record.tint;
+            color = fmt::format(",\"color\":{},\"tint\":{}", JsonArray({c.r, c.g, c.b}),
+                                JsonArray({t.r, t.g, t.b, record.tintBlend}));
+        }
         m_file.Write(fmt::format(",\n{{\"name\":{},\"mesh\":{},{},\"extras\":{{\"id\":{}{}}}}}",
-                                 JsonQuoted(name), groups[record.prototype].mesh,
-                                 PlacementMembers(PlaceForGltf(record.transform)), record.id,
-                                 color));
+                                 JsonQuoted(name), groups[GroupOf(record)].mesh,
+                                 PlacementMembers(Place(record)), record.id, color));
     }
 
-    // The arrays of one prototype's instances within a block.
+    // The arrays of one group's instances within a block.
     struct Columns {
-        std::vector<float> translation, rotation, scale, color;
+        std::vector<float> translation, rotation, scale, color, tint;
         std::vector<uint32_t> id;
     };
     void WriteInstances(const IInstanceSource& source, size_t s, uint64_t start, AtomicFile& out) {
@@ -291,27 +337,29 @@ private:
         std::vector<Columns> columns(groups.size());
         ForEachBlock(source, [&](std::span<const InstanceRecord> records) {
             for (const InstanceRecord& r : records)
-                if (IsShown(r, groups.size()) && groups[r.prototype].count > 0)
-                    Append(r, columns[r.prototype]);
-            for (size_t p = 0; p < groups.size(); ++p)
-                if (!columns[p].id.empty()) Flush(groups[p], columns[p], start, out);
+                if (IsShown(r, groups.size()) && groups[GroupOf(r)].count > 0)
+                    Append(r, columns[GroupOf(r)]);
+            for (size_t g = 0; g < groups.size(); ++g)
+                if (!columns[g].id.empty()) Flush(groups[g], columns[g], start, out);
         });
     }
     static void Append(const InstanceRecord& record, Columns& c) {
-        GltfPlacement p = PlaceForGltf(record.transform);
+        GltfPlacement p = Place(record);
         const Point3 &t = p.translation, &s = p.scale;
         const Quat& q = p.rotation;
+        Color color = Multiplier(record);
         c.translation.insert(c.translation.end(), {t.x, t.y, t.z});
         c.rotation.insert(c.rotation.end(), {q.x, q.y, q.z, q.w});
         c.scale.insert(c.scale.end(), {s.x, s.y, s.z});
-        c.color.insert(c.color.end(),
-                       {record.tint.r, record.tint.g, record.tint.b, record.tintBlend});
+        c.color.insert(c.color.end(), {color.r, color.g, color.b});
+        c.tint.insert(c.tint.end(),
+                      {record.tint.r, record.tint.g, record.tint.b, record.tintBlend});
         c.id.push_back(uint32_t(record.id));
     }
     void Flush(Group& group, Columns& c, uint64_t start, AtomicFile& out) {
-        std::string_view bytes[5] = {BytesOf(c.translation), BytesOf(c.rotation), BytesOf(c.scale),
-                                     BytesOf(c.id), BytesOf(c.color)};
-        for (size_t a = 0; a < 5; ++a)
+        std::string_view bytes[6] = {BytesOf(c.translation), BytesOf(c.rotation), BytesOf(c.scale),
+                                     BytesOf(c.id),          BytesOf(c.color),    BytesOf(c.tint)};
+        for (size_t a = 0; a < NumAttributes(group); ++a)
             out.Overwrite(
                 start + m_layout.Offset(group.views[a]) + group.cursor * kAttributes[a].bytes,
                 bytes[a]);
@@ -345,7 +393,8 @@ private:
     GltfMaterials m_materials;
     JsonList m_meshes, m_accessors;
     std::map<std::pair<const Mesh*, const Mtl*>, size_t> m_meshNumbers;
-    std::vector<std::unique_ptr<Mesh>> m_sheared;
+    std::vector<std::unique_ptr<Mesh>> m_made;  // sheared and mirrored ones
+    std::unordered_map<const Mesh*, const Mesh*> m_mirrored;
     std::vector<std::string> m_fixedNodes;  // children of the root but for flat instances
     std::vector<std::vector<Group>> m_groups;
     uint64_t m_numInstances = 0;

@@ -2,17 +2,19 @@
 // `.glb`.
 //
 // Each prototype becomes one mesh and one node with EXT_mesh_gpu_instancing (used, not required):
-// float attributes TRANSLATION, ROTATION and SCALE, `_ID` (unsigned integer) and `_COLOR_0` (red,
-// green, blue of the tint, and its blend). With `flat` every instance is a plain node instead, with
-// the id and a tint in its extras. A mirroring instance has a negative x scale; shear is left out,
-// as the format has none. The root node turns y up and scales to metres; everything below is in the
+// float attributes TRANSLATION, ROTATION and SCALE, and `_ID` (unsigned integer); where an instance
+// of the node is tinted also `_COLOR_0` (the colour that multiplies: white mixed with the tint by
+// its blend) and `_TINT` (red, green, blue of the tint, and its blend). With `flat` every instance
+// is a plain node instead, with id, color and tint in its extras. Mirroring instances stand in a
+// node of their own, whose mesh is mirrored, so that no scale is negative; shear is left out, as
+// the format has none. The root node turns y up and scales to metres; everything below is in the
 // host's axes and units.
 //
 // Materials become metallic-roughness ones without metal: the diffuse map is the base colour
 // texture, an opacity map an alpha mask, opacity below 1 blending. PNG and JPEG images are kept
-// byte for byte, others are written as PNG; maps that are no image are baked over [0, 1] x [0, 1]
-// (noise becomes its middle colour). Multi-materials become primitives. Texture coordinates count v
-// from the top.
+// byte for byte, others are written as PNG; factors and vertex colours become linear light; maps
+// that are no image are baked over [0, 1] x [0, 1] (noise becomes its middle colour).
+// Multi-materials become primitives. Texture coordinates count v from the top.
 //
 // Instances are streamed twice in blocks, never held at once; meshes are. The files appear whole or
 // not at all, the `.gltf` last.

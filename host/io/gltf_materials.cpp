@@ -1,15 +1,17 @@
 #include "host/io/gltf_materials.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include <fmt/format.h>
 
 #include "host/io/gltf_image.h"
+#include "host/math/display_color.h"
 #include "host/scene/texmaps.h"
 
 namespace {
 
-constexpr float kDefaultGrey = 0.8f;
+constexpr float kDefaultGrey = 0.5f;  // as the renderer shows it
 
 float ToUnit(float f) { return f > 0 ? std::min(f, 1.0f) : 0.0f; }
 
@@ -18,12 +20,31 @@ const Texmap* Imaged(const Reference<Texmap>& map) {
     return map && !IsSolid(*map.Get()) ? map.Get() : nullptr;
 }
 
+// A display colour as the linear light that the format wants; white stays exactly white.
+Color ToFactor(const Color& c) {
+    auto linear = [](float f) { return f >= 1 ? 1 : DisplayToLinear(ToUnit(f)); };
+    return {linear(c.r), linear(c.g), linear(c.b)};
+}
+
 // The factor that multiplies the texture. A map that no image can stand for is noise: the middle of
 // its colours.
 Color BaseColor(const StandardMtl& material) {
-    if (Imaged(material.diffuseMap)) return {1, 1, 1};
+    if (Imaged(material.diffuseMap)) return ToFactor(material.mapFactor);
     auto* noise = dynamic_cast<const NoiseTex*>(material.diffuseMap.Get());
-    return noise ? (noise->color1 + noise->color2) * 0.5f : material.diffuse;
+    return noise ? ToFactor((noise->color1 + noise->color2) * 0.5f) * ToFactor(material.mapFactor)
+                 : ToFactor(material.diffuse);
+}
+
+std::string AlphaMembers(const StandardMtl& material) {
+    constexpr float kUsualCutoff = 0.5f;
+    float cutoff = material.opacityCutoff;
+    bool isCut = Imaged(material.opacityMap) || material.opacity < 1;
+    if (cutoff > 0 && isCut)
+        return cutoff == kUsualCutoff
+                   ? ",\"alphaMode\":\"MASK\""
+                   : fmt::format(",\"alphaMode\":\"MASK\",\"alphaCutoff\":{}", cutoff);
+    if (material.opacity < 1) return ",\"alphaMode\":\"BLEND\"";
+    return isCut ? ",\"alphaMode\":\"MASK\"" : "";
 }
 
 std::string MaterialText(const std::string& name, const AColor& c, const std::string& texture,
@@ -42,19 +63,16 @@ bool GltfMaterials::Add(const StandardMtl* material, size_t* number, std::string
     *number = entry->second;
     if (!isNew) return true;
     if (!material) {
-        m_materials.Add(MaterialText("", {kDefaultGrey, kDefaultGrey, kDefaultGrey, 1}, "", ""));
+        Color grey = ToFactor({kDefaultGrey, kDefaultGrey, kDefaultGrey});
+        m_materials.Add(MaterialText("", {grey.r, grey.g, grey.b, 1}, "", ""));
         return true;
     }
-    std::string texture, more;
+    std::string texture, more = AlphaMembers(*material);
     if (std::string key = GltfImageKey(*material); !key.empty()) {
         auto [image, isNewImage] = m_imageByKey.try_emplace(key, m_images.Count());
         if (isNewImage && !AddImage(*material, error)) return false;
         texture = TextureMember(*material, image->second);
     }
-    if (material->opacity < 1)
-        more += ",\"alphaMode\":\"BLEND\"";
-    else if (Imaged(material->opacityMap))
-        more += ",\"alphaMode\":\"MASK\"";
     if (material->twoSided) more += ",\"doubleSided\":true";
     Color color = BaseColor(*material);
     m_materials.Add(MaterialText(material->name, {color.r, color.g, color.b, material->opacity},
@@ -73,15 +91,20 @@ std::string GltfMaterials::TextureMember(const StandardMtl& material, size_t ima
                        std::clamp(map->channel, 1, 8) - 1, bitmap ? TransformMember(*bitmap) : "");
 }
 
-// Here v counts from the bottom: v * t + o there is v * t + (1 - t - o) in the file. The transform
-// of a baked map is in its image.
+// Here v counts from the bottom: v * t + o there is v * t + (1 - t - o) in the file, and with a
+// rotation the corner moves as its sine and cosine say. The transform of a baked map is in its
+// image.
 std::string GltfMaterials::TransformMember(const BitmapTex& map) {
-    if (map.tiling == Point2{1, 1} && map.offset == Point2{}) return {};
+    float degrees = map.RotationDegrees();
+    if (map.tiling == Point2{1, 1} && map.offset == Point2{} && degrees == 0) return {};
     m_usesTransform = true;
+    float angle = degrees * 0.017453293f, s = degrees == 0 ? 0 : std::sin(angle),
+          c = degrees == 0 ? 1 : std::cos(angle);
+    std::string rotation = degrees == 0 ? "" : fmt::format(",\"rotation\":{}", angle);
     return fmt::format(
-        ",\"extensions\":{{\"KHR_texture_transform\":{{\"offset\":{},\"scale\":{}}}}}",
-        JsonArray({map.offset.x, 1 - map.tiling.y - map.offset.y}),
-        JsonArray({map.tiling.x, map.tiling.y}));
+        ",\"extensions\":{{\"KHR_texture_transform\":{{\"offset\":{},\"scale\":{}{}}}}}",
+        JsonArray({map.offset.x - s * map.tiling.y, 1 - c * map.tiling.y - map.offset.y}),
+        JsonArray({map.tiling.x, map.tiling.y}), rotation);
 }
 
 size_t GltfMaterials::Sampler(const BitmapTex* map) {

@@ -5,6 +5,7 @@
 #include <unordered_map>
 
 #include "host/geom/mesh_tools.h"
+#include "host/math/display_color.h"
 
 namespace {
 
@@ -51,6 +52,7 @@ public:
                      const StandardMtl* material)
         : m_mesh(mesh), m_normals(normals) {
         m_primitive.material = material;
+        if (material && material->vertexColors) m_colors = mesh.Map(0);
         m_primitive.uvs.resize(size_t(std::max(NumSets(mesh), SetsAskedFor(material))));
     }
     void AddFace(size_t f) {
@@ -63,7 +65,7 @@ private:
         Corner corner;
         corner.position = m_mesh.faces[f].v[k];
         corner.normal = m_normals[3 * f + k];
-        if (const MapChannel* colors = m_mesh.Map(0)) corner.color = colors->faces[f][k];
+        if (m_colors) corner.color = m_colors->faces[f][k];
         for (size_t set = 0; set < m_primitive.uvs.size(); ++set)
             if (const MapChannel* map = m_mesh.Map(int(set) + 1)) corner.uv[set] = map->faces[f][k];
         auto [entry, isNew] =
@@ -74,10 +76,10 @@ private:
     void Append(const Corner& corner) {
         m_primitive.positions.push_back(m_mesh.verts[corner.position]);
         m_primitive.normals.push_back(corner.normal);
-        if (const MapChannel* colors = m_mesh.Map(0)) {
-            Point3 c = colors->verts[corner.color];
+        if (m_colors) {
+            Point3 c = m_colors->verts[corner.color];
             for (int k = 0; k < 3; ++k)
-                c[k] = std::isfinite(c[k]) ? std::clamp(c[k], 0.0f, 1.0f) : 0;
+                c[k] = std::isfinite(c[k]) ? DisplayToLinear(std::clamp(c[k], 0.0f, 1.0f)) : 0;
             m_primitive.colors.push_back(c);
         }
         for (size_t set = 0; set < m_primitive.uvs.size(); ++set) {
@@ -90,6 +92,7 @@ private:
 
     const Mesh& m_mesh;
     const std::vector<Point3>& m_normals;
+    const MapChannel* m_colors = nullptr;  // where the material shows them
     GltfPrimitive m_primitive;
     std::unordered_map<Corner, uint32_t, CornerHash> m_vertices;
 };

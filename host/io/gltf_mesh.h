@@ -11,7 +11,7 @@ struct GltfPrimitive {
     const StandardMtl* material = nullptr;  // null: the default grey
     std::vector<Point3> positions, normals;
     std::vector<std::vector<Point2>> uvs;  // by texture coordinate set; v from the top
-    std::vector<Point3> colors;            // empty when the mesh has none
+    std::vector<Point3> colors;            // linear; empty when the material shows none
     std::vector<uint32_t> indices;
 };
 

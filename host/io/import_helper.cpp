@@ -1,5 +1,6 @@
 #include "host/io/import_helper.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -16,6 +17,7 @@
 
 #include <fmt/format.h>
 
+#include "host/base/file_input.h"
 #include "host/io/bitmap.h"
 #include "host/io/model_readers.h"
 #include "host/io/model_stream.h"
@@ -24,12 +26,13 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// The helper as a running process whose answer arrives through a pipe.
+// The helper as a running process, leader of a process group of its own, whose answer arrives
+// through a pipe. Whatever way it ends, its group ends with it.
 class Process {
 public:
     ~Process() {
         if (m_answer >= 0) close(m_answer);
-        if (m_pid > 0) Wait();
+        if (m_pid > 0) kill(-m_pid, SIGKILL), Wait();
     }
 
     bool Start(const std::string& program, const std::vector<std::string>& arguments,
@@ -37,38 +40,45 @@ public:
         int ends[2];
         if (pipe2(ends, O_CLOEXEC) != 0) return *error = std::strerror(errno), false;
         m_answer = ends[0];
+        fcntl(m_answer, F_SETFL, O_NONBLOCK);
         posix_spawn_file_actions_t actions;
         posix_spawn_file_actions_init(&actions);
         posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
         posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
         posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+        posix_spawnattr_t attributes;
+        posix_spawnattr_init(&attributes);
+        posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
+        posix_spawnattr_setpgroup(&attributes, 0);
         std::vector<char*> argv{const_cast<char*>(program.c_str())};
         for (const std::string& a : arguments) argv.push_back(const_cast<char*>(a.c_str()));
         argv.push_back(nullptr);
-        int status = posix_spawn(&m_pid, program.c_str(), &actions, nullptr, argv.data(), environ);
+        int status =
+            posix_spawn(&m_pid, program.c_str(), &actions, &attributes, argv.data(), environ);
         posix_spawn_file_actions_destroy(&actions);
+        posix_spawnattr_destroy(&attributes);
         close(ends[1]);
         if (status != 0) m_pid = -1;
         if (status != 0) *error = std::strerror(status);
         return status == 0;
     }
 
-    // Collects the answer until the helper closes it. False at the deadline or beyond the limit.
+    // Collects the answer until the helper ends or closes it. False at the deadline or beyond the
+    // limit. Another process may hold the pipe open for ever: when the helper itself has ended, all
+    // that it wrote is there.
     bool Collect(Clock::time_point deadline, uint64_t limit, std::string* answer,
                  std::string* error) {
-        std::vector<char> buffer(1 << 20);
+        constexpr int kLookMs = 50;  // how often it is asked whether the helper lives
         while (true) {
-            auto left =
-                std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
+            bool hasEnded = HasEnded();
+            if (hasEnded) kill(-m_pid, SIGKILL);
+            bool isClosed = false;
+            if (!Drain(limit, answer, &isClosed))
+                return *error = fmt::format("its answer has more than {} bytes", limit), false;
+            if (isClosed || hasEnded) return true;
+            if (Clock::now() >= deadline) return *error = "it took too long", false;
             pollfd wait{m_answer, POLLIN, 0};
-            int ready = left.count() > 0 ? poll(&wait, 1, int(left.count())) : 0;
-            if (ready < 0 && errno == EINTR) continue;
-            if (ready <= 0) return Kill("it took too long", error);
-            ssize_t n = read(m_answer, buffer.data(), buffer.size());
-            if (n < 0 && errno == EINTR) continue;
-            if (n <= 0) return true;
-            if (answer->size() + size_t(n) > limit) return Kill("it is too large", error);
-            answer->append(buffer.data(), size_t(n));
+            poll(&wait, 1, kLookMs);
         }
     }
 
@@ -79,16 +89,35 @@ public:
         m_pid = -1;
         return status;
     }
+    // The status of a helper that has closed its answer; it is given until the deadline to end.
+    int WaitUntil(Clock::time_point deadline) {
+        while (!HasEnded() && Clock::now() < deadline) usleep(1000);
+        kill(-m_pid, SIGKILL);
+        return Wait();
+    }
 
 private:
-    bool Kill(const char* reason, std::string* error) {
-        kill(m_pid, SIGKILL);
-        *error = reason;
-        return false;
+    bool HasEnded() const {
+        siginfo_t info{};
+        return waitid(P_PID, id_t(m_pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+               info.si_pid == m_pid;
+    }
+    // Takes what stands in the pipe. False when the answer goes beyond the limit.
+    bool Drain(uint64_t limit, std::string* answer, bool* isClosed) {
+        std::vector<char>& buffer = m_buffer;
+        buffer.resize(1 << 20);
+        while (true) {
+            ssize_t n = read(m_answer, buffer.data(), buffer.size());
+            if (n < 0 && errno == EINTR) continue;
+            if (n <= 0) return *isClosed = n == 0, true;
+            if (answer->size() + size_t(n) > limit) return false;
+            answer->append(buffer.data(), size_t(n));
+        }
     }
 
     pid_t m_pid = -1;
     int m_answer = -1;
+    std::vector<char> m_buffer;
 };
 
 std::string DescribeEnd(int status) {
@@ -98,18 +127,18 @@ std::string DescribeEnd(int status) {
     return fmt::format("the reader failed with status {}", WEXITSTATUS(status));
 }
 
-std::shared_ptr<BitmapTex> ToTexture(const std::string& path,
-                                     const std::vector<StreamTexture>& textures,
-                                     std::vector<std::string>* warnings) {
+std::shared_ptr<BitmapTex> ToTexture(ModelFiles& files, const std::vector<StreamTexture>& textures,
+                                     const char* slot, ImportedMaterial* report) {
     if (textures.empty()) return nullptr;
     const StreamTexture& source = textures[0];
     std::shared_ptr<BitmapTex> map;
     if (source.bytes.empty()) {
-        map = std::static_pointer_cast<BitmapTex>(TextureBeside(path, source.file, warnings));
+        map = files.Texture(source.file, slot, report);
     } else {
         std::string reason;
-        auto image = ReadBitmapFromMemory(source.bytes, path + ": packed image", &reason);
-        if (!image) return warnings->push_back(reason), nullptr;
+        report->textures.push_back({slot, "embedded", true});
+        auto image = ReadBitmapFromMemory(source.bytes, "packed image", &reason);
+        if (!image) return files.Warn("texture left out: " + reason), nullptr;
         map = std::make_shared<BitmapTex>(ReadBitmap);
         map->SetImage(image);
     }
@@ -121,26 +150,52 @@ std::shared_ptr<BitmapTex> ToTexture(const std::string& path,
     return map;
 }
 
-void ToImported(const std::string& path, StreamModel&& stream, ImportedModel* model) {
-    std::vector<std::shared_ptr<Mtl>> materials;
-    for (const StreamMaterial& source : stream.materials) {
-        auto material = std::make_shared<StandardMtl>();
-        material->name = source.name;
-        material->diffuse = source.diffuse;
-        material->opacity = source.opacity;
-        material->twoSided = source.twoSided != 0;
-        material->diffuseMap = ToTexture(path, source.diffuseMap, &model->warnings);
-        material->opacityMap = ToTexture(path, source.opacityMap, &model->warnings);
-        materials.push_back(material);
+std::shared_ptr<StandardMtl> ToMaterial(const StreamMaterial& source, ModelFiles& files) {
+    auto material = std::make_shared<StandardMtl>();
+    ImportedMaterial report;
+    material->name = report.name = source.name;
+    material->diffuse = source.diffuse;
+    material->opacity = source.opacity;
+    material->twoSided = source.twoSided != 0;
+    material->vertexColors = true;
+    material->diffuseMap = ToTexture(files, source.diffuseMap, "diffuse", &report);
+    material->opacityMap = ToTexture(files, source.opacityMap, "opacity", &report);
+    // Writers disagree about which end of the scale is opaque.
+    if (source.opacity == 0 && !material->opacityMap) {
+        files.Warn(
+            fmt::format("material \"{}\" has no opacity at all; it is shown opaque", source.name));
+        material->opacity = 1;
     }
+    bool isOpaque = material->opacity == 1 && !material->opacityMap;
+    report.alpha = isOpaque ? ImportedAlpha::kOpaque : ImportedAlpha::kBlend;
+    files.Model().materials.push_back(std::move(report));
+    return material;
+}
+
+void ToImported(StreamModel&& stream, ModelFiles& files) {
+    ImportedModel& model = files.Model();
+    model.up = UpAxis(stream.up);
+    model.metresPerUnit = stream.metresPerUnit;
+    for (const std::string& kind : stream.leftOut) files.LeaveOut(kind);
+    std::vector<std::shared_ptr<Mtl>> materials;
+    for (const StreamMaterial& source : stream.materials)
+        materials.push_back(ToMaterial(source, files));
     std::vector<std::shared_ptr<Mesh>> meshes;
     for (Mesh& mesh : stream.meshes) meshes.push_back(std::make_shared<Mesh>(std::move(mesh)));
     for (const StreamObject& object : stream.objects) {
         std::vector<std::shared_ptr<Mtl>> own;
         for (uint32_t m : object.materials) own.push_back(materials[m]);
-        model->objects.push_back(
-            {object.name, meshes[object.mesh], CombineMaterials(own), object.transform});
+        model.objects.push_back(
+            {object.name, meshes[object.mesh], CombineMaterials(own), object.transform, {1, 1, 1}});
     }
+}
+
+// What a model of so many bytes can sensibly unfold to.
+uint64_t AnswerLimit(const HelperLimits& limits, const std::string& path) {
+    constexpr uint64_t kLeastBytes = 256 << 20, kBytesForByte = 64;
+    std::string ignored;
+    uint64_t fileBytes = RegularFileSize(path, &ignored).value_or(0);
+    return std::min(limits.answerBytes, kLeastBytes + kBytesForByte * fileBytes);
 }
 
 bool IsProgram(const std::filesystem::path& path) { return access(path.c_str(), X_OK) == 0; }
@@ -159,27 +214,30 @@ std::string FindImportHelper() {
     return IsProgram(DRAVIN_IMPORT_HELPER_BUILT) ? DRAVIN_IMPORT_HELPER_BUILT : "";
 }
 
-bool ReadByHelper(const std::string& path, const HelperLimits& limits, ImportedModel* model,
-                  std::string* error) {
+bool ReadByHelper(const HelperLimits& limits, ModelFiles& files, ImportError* error) {
     std::string program = limits.program.empty() ? FindImportHelper() : limits.program;
     std::string reason, answer;
-    auto fail = [&] {
-        return *error = fmt::format("{}: cannot read the model: {}", path, reason), false;
+    auto fail = [&](ImportFailure kind) {
+        return FailImport(error, fmt::format("{}: cannot read the model: {}", files.Path(), reason),
+                          kind);
     };
-    if (program.empty()) return reason = "the program dravin_import is not installed", fail();
-
+    if (program.empty()) {
+        reason = "the program dravin_import is not installed";
+        return fail(ImportFailure::kMissingInput);
+    }
     Process process;
     auto deadline = Clock::now() + std::chrono::seconds(limits.seconds);
-    if (!process.Start(
-            program,
-            {path, fmt::format("{}", limits.seconds), fmt::format("{}", limits.memoryBytes)},
-            &reason))
-        return fail();
-    if (!process.Collect(deadline, limits.answerBytes, &answer, &reason)) return fail();
-    if (int status = process.Wait(); status != 0) return reason = DescribeEnd(status), fail();
+    std::vector<std::string> arguments{files.Path(), fmt::format("{}", limits.seconds),
+                                       fmt::format("{}", limits.memoryBytes)};
+    for (const std::filesystem::path& root : files.Roots()) arguments.push_back(root.string());
+    if (!process.Start(program, arguments, &reason)) return fail(ImportFailure::kMissingInput);
+    if (!process.Collect(deadline, AnswerLimit(limits, files.Path()), &answer, &reason))
+        return fail(ImportFailure::kLimit);
+    if (int status = process.WaitUntil(deadline); status != 0)
+        return reason = DescribeEnd(status), fail(ImportFailure::kMalformed);
 
     std::optional<StreamModel> stream = ReadModelStream(answer, &reason);
-    if (!stream) return fail();
-    ToImported(path, std::move(*stream), model);
+    if (!stream) return fail(ImportFailure::kMalformed);
+    ToImported(std::move(*stream), files);
     return true;
 }

@@ -1,34 +1,35 @@
-// The readers behind ImportModel, one a format. Each takes the path and the file's bytes, fills a
-// model (names, meshes, materials; transforms stay the identity but for glTF) or gives a reason in
-// `error`. Results are not yet checked against broken indices or numbers beyond what each reader
-// needs.
+// The readers behind ImportModel, one a format. Each takes the file's bytes and the files beside
+// it, fills files.Model() (objects in the file's own axes and units, and what the report tells) or
+// gives a reason in `error`. Results are not yet checked against broken indices or numbers beyond
+// what each reader needs.
 #pragma once
 
 #include <string_view>
 
-#include "host/io/mesh_import.h"
+#include "host/io/model_files.h"
 
-bool ReadObj(const std::string& path, std::string_view bytes, ImportedModel* model,
-             std::string* error);
-bool ReadPly(const std::string& path, std::string_view bytes, ImportedModel* model,
-             std::string* error);
-bool ReadStl(const std::string& path, std::string_view bytes, ImportedModel* model,
-             std::string* error);
-bool ReadGltf(const std::string& path, std::string_view bytes, ImportedModel* model,
-              std::string* error);
+// Sets the error; false, for `return FailImport(...)`.
+inline bool FailImport(ImportError* error, std::string text,
+                       ImportFailure kind = ImportFailure::kMalformed) {
+    *error = {kind, std::move(text)};
+    return false;
+}
 
-// Materials of an OBJ file's library, by name in file order. A missing library is a warning.
+bool ReadObj(std::string_view bytes, ModelFiles& files, ImportError* error);
+bool ReadPly(std::string_view bytes, ModelFiles& files, ImportError* error);
+bool ReadStl(std::string_view bytes, ModelFiles& files, ImportError* error);
+bool ReadGltf(std::string_view bytes, ModelFiles& files, ImportError* error);
+
+// Materials of an OBJ file's library that the model names, by name in file order. A missing library
+// is a warning.
 struct NamedMtl {
     std::string name;
-    std::shared_ptr<Mtl> material;
+    std::shared_ptr<StandardMtl> material;
 };
-void ReadMtl(const std::string& path, std::vector<NamedMtl>* materials,
-             std::vector<std::string>* warnings);
-
-// The texture map of an image named by a model file at `modelPath`: `image` is relative to that
-// file and may use either slash. Null, with a warning, when there is no such file.
-std::shared_ptr<Texmap> TextureBeside(const std::string& modelPath, const std::string& image,
-                                      std::vector<std::string>* warnings);
+void ReadMtl(const std::string& library, ModelFiles& files, std::vector<NamedMtl>* materials);
 
 // The material of a mesh whose face ids index `used`: none, one, or a multi-material.
 std::shared_ptr<Mtl> CombineMaterials(const std::vector<std::shared_ptr<Mtl>>& used);
+
+// White under the mesh's vertex colours: for formats that have colours and no materials.
+std::shared_ptr<StandardMtl> VertexColorMtl();

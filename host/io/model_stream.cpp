@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr std::string_view kModelMark = "dravin-model-1\n", kFailureMark = "dravin-failed\n";
+constexpr std::string_view kModelMark = "dravin-model-2\n", kFailureMark = "dravin-failed\n";
 
 // One description of every structure's fields serves writing and reading: an archive is called with
 // each field in turn.
@@ -31,7 +31,7 @@ void Fields(A& a, Mesh& m) {
 }
 template <class A>
 void Fields(A& a, StreamModel& m) {
-    a(m.materials, m.meshes, m.objects);
+    a(m.leftOut, m.up, m.metresPerUnit, m.materials, m.meshes, m.objects);
 }
 
 template <class T>
@@ -123,6 +123,7 @@ private:
 };
 
 bool AreReferencesInRange(const StreamModel& model) {
+    if (model.up > uint32_t(UpAxis::kZ) || !(model.metresPerUnit >= 0)) return false;
     for (const StreamObject& object : model.objects) {
         if (object.mesh >= model.meshes.size()) return false;
         for (uint32_t m : object.materials)

@@ -33,8 +33,11 @@ struct StreamObject {
 };
 
 struct StreamModel {
+    std::vector<std::string> leftOut;  // a kind each, as often as it was met
+    uint32_t up = uint32_t(UpAxis::kZ);
+    double metresPerUnit = 0;  // 0: the format states none
     std::vector<StreamMaterial> materials;
-    std::vector<Mesh> meshes;
+    std::vector<Mesh> meshes;  // in the file's own axes
     std::vector<StreamObject> objects;
 };
 

@@ -1,12 +1,11 @@
 // Material libraries of OBJ files, and what the readers share about materials.
 
 #include <algorithm>
-#include <filesystem>
+#include <optional>
 
 #include <fmt/format.h>
 
 #include "host/base/file_input.h"
-#include "host/io/bitmap.h"
 #include "host/io/model_readers.h"
 #include "host/io/text_scanner.h"
 
@@ -55,22 +54,27 @@ MapStatement ReadMap(TextScanner& text) {
 
 class MtlReader {
 public:
-    MtlReader(const std::string& path, std::vector<NamedMtl>* materials,
-              std::vector<std::string>* warnings)
-        : m_path(path), m_materials(materials), m_warnings(warnings) {}
+    MtlReader(ModelFiles& files, std::vector<NamedMtl>* materials)
+        : m_files(files), m_materials(materials) {}
 
     void Read(std::string_view bytes) {
         TextScanner text(bytes);
         while (text.NextLine()) {
             std::string_view keyword = text.Word();
             if (keyword == "newmtl") {
+                Close();
                 m_current = std::make_shared<StandardMtl>();
                 m_current->name = Trimmed(text.Rest());
+                m_report.name = m_current->name;
                 m_materials->push_back({m_current->name, m_current});
+            } else if (keyword.substr(0, 1) == "#") {
+                m_isMeshLab |= text.Rest().find("Meshlab") != std::string_view::npos ||
+                               text.Rest().find("MeshLab") != std::string_view::npos;
             } else if (m_current) {
                 Statement(keyword, text);
             }
         }
+        Close();
     }
 
 private:
@@ -83,62 +87,71 @@ private:
                 if (text.Number(&c.g)) text.Number(&c.b);
                 m_current->diffuse = c;
             }
-        } else if (keyword == "d" && text.Number(&value)) {
-            m_current->opacity = std::clamp(value, 0.0f, 1.0f);
-        } else if (keyword == "Tr" && text.Number(&value)) {
-            m_current->opacity = std::clamp(1 - value, 0.0f, 1.0f);
+        } else if (keyword == "d") {
+            if (text.Number(&value)) m_dissolve = value;
+        } else if (keyword == "Tr") {
+            if (text.Number(&value)) m_transparency = value;
         } else if (keyword == "map_Kd") {
-            m_current->diffuseMap = Map(text);
+            m_current->diffuseMap = Map(text, "diffuse");
         } else if (keyword == "map_d") {
-            m_current->opacityMap = Map(text);
+            m_current->opacityMap = Map(text, "opacity");
+        } else if (keyword == "map_Bump" || keyword == "map_bump" || keyword == "bump" ||
+                   keyword == "norm") {
+            m_files.LeaveOut("bump map");
+        } else if (keyword.substr(0, 4) == "map_" || keyword == "disp" || keyword == "refl") {
+            m_files.LeaveOut("map of other properties");
         }
     }
-    std::shared_ptr<Texmap> Map(TextScanner& text) {
+    // `Tr` is 1 - `d`, except in MeshLab, where it is another word for it; `d` wins over both. A
+    // file in which things vanish without a `d` had the other meaning in mind.
+    void Close() {
+        if (!m_current) return;
+        float opacity = 1;
+        if (m_dissolve)
+            opacity = *m_dissolve;
+        else if (m_transparency)
+            opacity = m_isMeshLab || *m_transparency == 1 ? *m_transparency : 1 - *m_transparency;
+        m_current->opacity = opacity >= 0 ? std::min(opacity, 1.0f) : 0;
+        bool isOpaque = m_current->opacity == 1 && !m_current->opacityMap;
+        m_report.alpha = isOpaque ? ImportedAlpha::kOpaque : ImportedAlpha::kBlend;
+        m_files.Model().materials.push_back(std::move(m_report));
+        m_report = {};
+        m_current = nullptr;
+        m_dissolve = m_transparency = std::nullopt;
+    }
+    std::shared_ptr<Texmap> Map(TextScanner& text, const char* slot) {
         MapStatement statement = ReadMap(text);
-        std::shared_ptr<Texmap> map = TextureBeside(m_path, statement.file, m_warnings);
+        std::shared_ptr<BitmapTex> map = m_files.Texture(statement.file, slot, &m_report);
         if (!map) return nullptr;
         map->tiling = statement.tiling, map->offset = statement.offset;
-        if (statement.clamp) static_cast<BitmapTex*>(map.get())->wrap = BitmapTex::Wrap::kClamp;
+        if (statement.clamp) map->wrap = BitmapTex::Wrap::kClamp;
         return map;
     }
 
-    const std::string& m_path;
+    ModelFiles& m_files;
     std::vector<NamedMtl>* m_materials;
-    std::vector<std::string>* m_warnings;
     std::shared_ptr<StandardMtl> m_current;
+    ImportedMaterial m_report;
+    std::optional<float> m_dissolve, m_transparency;
+    bool m_isMeshLab = false;
 };
 
 }  // namespace
 
-void ReadMtl(const std::string& path, std::vector<NamedMtl>* materials,
-             std::vector<std::string>* warnings) {
+void ReadMtl(const std::string& library, ModelFiles& files, std::vector<NamedMtl>* materials) {
     std::string error;
-    std::optional<std::string> bytes = ReadWholeFile(path, kMaxLibraryBytes, &error);
-    if (!bytes) return warnings->push_back(error);
-    MtlReader(path, materials, warnings).Read(*bytes);
+    std::optional<std::string> path = files.Resolve(library, &error), bytes;
+    if (path) bytes = ReadWholeFile(*path, kMaxLibraryBytes, &error);
+    if (!bytes) return files.Warn("material library left out: " + error);
+    MtlReader(files, materials).Read(*bytes);
 }
 
-std::shared_ptr<Texmap> TextureBeside(const std::string& modelPath, const std::string& image,
-                                      std::vector<std::string>* warnings) {
-    std::string relative = image;
-    std::replace(relative.begin(), relative.end(), '\\', '/');
-    std::filesystem::path folder = std::filesystem::path(modelPath).parent_path();
-    std::filesystem::path named = folder / relative, beside = folder / named.filename();
-    std::string error, ignored;
-    if (image.empty()) {
-        warnings->push_back(fmt::format("{}: a map names no file", modelPath));
-        return nullptr;
-    }
-    // Paths of the author's own machine are common; the image itself often lies beside the model.
-    std::filesystem::path path = named;
-    if (!RegularFileSize(named.string(), &error)) path = beside;
-    if (path == beside && !RegularFileSize(beside.string(), &ignored)) {
-        warnings->push_back(fmt::format("{}: texture left out: {}", modelPath, error));
-        return nullptr;
-    }
-    std::shared_ptr<BitmapTex> map = MakeBitmapTex(path.string());
-    map->name = path.filename().string();
-    return map;
+std::shared_ptr<StandardMtl> VertexColorMtl() {
+    auto material = std::make_shared<StandardMtl>();
+    material->name = "vertex colours";
+    material->diffuse = {1, 1, 1};
+    material->vertexColors = true;
+    return material;
 }
 
 std::shared_ptr<Mtl> CombineMaterials(const std::vector<std::shared_ptr<Mtl>>& used) {

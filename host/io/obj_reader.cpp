@@ -42,17 +42,18 @@ std::string_view TrimmedRest(TextScanner& text) {
 
 class ObjReader {
 public:
-    ObjReader(const std::string& path, std::string_view bytes) : m_path(path), m_text(bytes) {}
+    ObjReader(ModelFiles& files, std::string_view bytes)
+        : m_files(files), m_path(files.Path()), m_text(bytes) {}
 
-    bool Read(ImportedModel* model, std::string* error) {
+    bool Read(ImportError* error) {
         while (m_error.empty() && m_text.NextLine()) {
             std::string_view keyword = m_text.Word();
             if (!keyword.empty() && keyword[0] != '#') Statement(keyword);
         }
         if (m_error.empty() && !m_known) Fail("no OBJ statement found");
         if (m_error.empty()) CheckIndices();
-        if (!m_error.empty()) return *error = m_error, false;
-        Finish(model);
+        if (!m_error.empty()) return FailImport(error, m_error, m_failure);
+        Finish(m_files.Model());
         return true;
     }
 
@@ -80,6 +81,10 @@ private:
             m_material = m_materials.Number(TrimmedRest(m_text));
         else if (keyword == "mtllib")
             m_libraries.Number(TrimmedRest(m_text));
+        else if (keyword == "l" || keyword == "p")
+            m_files.LeaveOut(keyword == "l" ? "line" : "point");
+        else if (keyword == "curv" || keyword == "curv2" || keyword == "surf")
+            m_files.LeaveOut("curved surface or curve");
         else if (!m_known && m_text.Line() > kSniffedLines)
             return Fail("no OBJ statement found");
         else
@@ -161,7 +166,10 @@ private:
                                                                   : Point3{});
             TriangulatePolygon(m_polygon, m_triangles);
         }
-        if (m_soup.faces.size() + n > kMaxImportedFaces) return Fail("too many faces");
+        if (m_soup.faces.size() + n > kMaxImportedFaces) {
+            m_failure = ImportFailure::kLimit;
+            return Fail(fmt::format("more than {} faces", kMaxImportedFaces));
+        }
         for (const Triple& t : m_triangles) AddFace(t, n);
     }
     void AddFace(const Triple& t, size_t n) {
@@ -211,41 +219,46 @@ private:
                                   uint64_t{index} + 1, count);
     }
 
-    void Finish(ImportedModel* model) {
-        if (!m_soup.colors.empty()) m_soup.colors.resize(m_soup.positions.size(), {1, 1, 1});
-        std::vector<std::shared_ptr<Mtl>> materials = LoadMaterials(&model->warnings);
+    void Finish(ImportedModel& model) {
+        bool hasColors = !m_soup.colors.empty();
+        if (hasColors) m_soup.colors.resize(m_soup.positions.size(), {1, 1, 1});
+        std::vector<std::shared_ptr<StandardMtl>> materials = LoadMaterials();
+        std::shared_ptr<StandardMtl> none;  // what faces without a material show
+        if (hasColors) none = VertexColorMtl();
+        for (std::shared_ptr<StandardMtl>& m : materials) {
+            if (!m) m = none;
+            if (m) m->vertexColors = hasColors;
+        }
         std::vector<std::vector<uint32_t>> used;
         size_t numObjects = m_objects.Names().size();
         std::vector<Mesh> meshes = m_soup.Split(numObjects, &used);
         for (size_t o = 0; o < numObjects; ++o) {
             if (meshes[o].faces.empty()) continue;  // a group statement without faces
             std::vector<std::shared_ptr<Mtl>> own;
-            for (uint32_t m : used[o]) own.push_back(m == kNoIndex ? nullptr : materials[m]);
-            model->objects.push_back({m_objects.Names()[o],
-                                      std::make_shared<Mesh>(std::move(meshes[o])),
-                                      CombineMaterials(own),
-                                      {}});
+            for (uint32_t m : used[o]) own.push_back(m == kNoIndex ? none : materials[m]);
+            model.objects.push_back({m_objects.Names()[o],
+                                     std::make_shared<Mesh>(std::move(meshes[o])),
+                                     CombineMaterials(own),
+                                     {},
+                                     {1, 1, 1}});
         }
     }
     // One entry a name that faces use; a name that no library defines stays grey, with a warning.
-    std::vector<std::shared_ptr<Mtl>> LoadMaterials(std::vector<std::string>* warnings) {
+    std::vector<std::shared_ptr<StandardMtl>> LoadMaterials() {
         std::vector<NamedMtl> library;
-        std::string folder = m_path.substr(0, m_path.find_last_of('/') + 1);
-        for (const std::string& file : m_libraries.Names())
-            ReadMtl(folder + file, &library, warnings);
-        std::unordered_map<std::string, std::shared_ptr<Mtl>> byName;
+        for (const std::string& file : m_libraries.Names()) ReadMtl(file, m_files, &library);
+        std::unordered_map<std::string, std::shared_ptr<StandardMtl>> byName;
         for (const NamedMtl& entry : library) byName.try_emplace(entry.name, entry.material);
-        std::vector<std::shared_ptr<Mtl>> result;
+        std::vector<std::shared_ptr<StandardMtl>> result;
         for (const std::string& name : m_materials.Names()) {
             auto found = byName.find(name);
             result.push_back(found == byName.end() ? nullptr : found->second);
-            if (!result.back())
-                warnings->push_back(
-                    fmt::format("{}: material \"{}\" is not defined", m_path, name));
+            if (!result.back()) m_files.Warn(fmt::format("material \"{}\" is not defined", name));
         }
         return result;
     }
 
+    ModelFiles& m_files;
     const std::string& m_path;
     TextScanner m_text;
     MeshSoup m_soup;
@@ -256,13 +269,14 @@ private:
     std::vector<Point3> m_polygon;
     std::vector<Triple> m_triangles;
     std::string m_error;
+    ImportFailure m_failure = ImportFailure::kMalformed;
 };
 
 }  // namespace
 
-bool ReadObj(const std::string& path, std::string_view bytes, ImportedModel* model,
-             std::string* error) {
+bool ReadObj(std::string_view bytes, ModelFiles& files, ImportError* error) {
     if (bytes.substr(0, kSniffedBytes).find('\0') != bytes.npos)
-        return *error = fmt::format("{}: not an OBJ file, which is plain text", path), false;
-    return ObjReader(path, bytes).Read(model, error);
+        return FailImport(error,
+                          fmt::format("{}: not an OBJ file, which is plain text", files.Path()));
+    return ObjReader(files, bytes).Read(error);
 }

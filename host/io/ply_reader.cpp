@@ -5,10 +5,6 @@
 // element's count is weighed against the bytes that are left before anything is reserved.
 
 #include <algorithm>
-#include <bit>
-#include <charconv>
-#include <cstring>
-#include <optional>
 
 #include <fmt/format.h>
 
@@ -17,124 +13,12 @@
 #include "host/geom/polygon.h"
 #include "host/io/mesh_soup.h"
 #include "host/io/model_readers.h"
+#include "host/io/ply_format.h"
 #include "host/io/text_scanner.h"
 
 namespace {
 
-enum class Format { kAscii, kLittle, kBig };
-enum class Type { kInt8, kUInt8, kInt16, kUInt16, kInt32, kUInt32, kFloat, kDouble };
-
-constexpr size_t kTypeBytes[] = {1, 1, 2, 2, 4, 4, 4, 8};
-constexpr int64_t kMaxListLength = 1 << 24;
-
-std::optional<Type> TypeOfName(std::string_view name) {
-    constexpr std::pair<std::string_view, Type> kNames[] = {
-        {"char", Type::kInt8},     {"int8", Type::kInt8},     {"uchar", Type::kUInt8},
-        {"uint8", Type::kUInt8},   {"short", Type::kInt16},   {"int16", Type::kInt16},
-        {"ushort", Type::kUInt16}, {"uint16", Type::kUInt16}, {"int", Type::kInt32},
-        {"int32", Type::kInt32},   {"uint", Type::kUInt32},   {"uint32", Type::kUInt32},
-        {"float", Type::kFloat},   {"float32", Type::kFloat}, {"double", Type::kDouble},
-        {"float64", Type::kDouble}};
-    for (auto& [text, type] : kNames)
-        if (text == name) return type;
-    return std::nullopt;
-}
-
-struct Property {
-    std::string name;
-    Type type = Type::kFloat;
-    std::optional<Type> countType;  // of a list
-};
-
-struct Element {
-    std::string name;
-    uint64_t count = 0;
-    std::vector<Property> properties;
-
-    // Index of the first of these properties, -1 when there is none.
-    int Find(std::initializer_list<std::string_view> names) const {
-        for (std::string_view wanted : names)
-            for (size_t i = 0; i < properties.size(); ++i)
-                if (properties[i].name == wanted) return int(i);
-        return -1;
-    }
-    // Fewest bytes that a row can take; text needs a digit and a blank for each number.
-    uint64_t LeastBytes(Format format) const {
-        uint64_t bytes = 0;
-        for (const Property& p : properties)
-            bytes += format == Format::kAscii ? 2 : kTypeBytes[int(p.countType.value_or(p.type))];
-        return bytes;
-    }
-};
-
-// Takes numbers one after the other from the body, in whichever form it has.
-class Body {
-public:
-    Body(Format format, std::string_view bytes) : m_format(format), m_rest(bytes) {}
-
-    size_t BytesLeft() const { return m_rest.size(); }
-
-    bool Read(Type type, double* value) {
-        return m_format == Format::kAscii ? ReadText(value) : ReadBinary(type, value);
-    }
-
-private:
-    bool ReadText(double* value) {
-        size_t first = m_rest.find_first_not_of(" \t\r\n");
-        if (first == m_rest.npos) return false;
-        const char* start = m_rest.data() + first;
-        const char* stop = m_rest.data() + m_rest.size();
-        if (*start == '+') ++start;
-        auto [end, status] = std::from_chars(start, stop, *value);
-        if (status == std::errc::result_out_of_range)
-            *value = 0;
-        else if (status != std::errc{})
-            return false;
-        m_rest.remove_prefix(size_t(end - m_rest.data()));
-        return true;
-    }
-    template <class T>
-    double Load() const {
-        unsigned char bytes[sizeof(T)];
-        std::memcpy(bytes, m_rest.data(), sizeof(T));
-        bool isForeign = (m_format == Format::kBig) != (std::endian::native == std::endian::big);
-        if (isForeign) std::reverse(bytes, bytes + sizeof(T));
-        T value;
-        std::memcpy(&value, bytes, sizeof(T));
-        return double(value);
-    }
-    double Load(Type type) const {
-        switch (type) {
-            case Type::kInt8:
-                return Load<int8_t>();
-            case Type::kUInt8:
-                return Load<uint8_t>();
-            case Type::kInt16:
-                return Load<int16_t>();
-            case Type::kUInt16:
-                return Load<uint16_t>();
-            case Type::kInt32:
-                return Load<int32_t>();
-            case Type::kUInt32:
-                return Load<uint32_t>();
-            case Type::kFloat:
-                return double(Load<float>());
-            case Type::kDouble:
-                break;
-        }
-        return Load<double>();
-    }
-    bool ReadBinary(Type type, double* value) {
-        size_t bytes = kTypeBytes[int(type)];
-        if (m_rest.size() < bytes) return false;
-        *value = Load(type);
-        m_rest.remove_prefix(bytes);
-        return true;
-    }
-
-    Format m_format;
-    std::string_view m_rest;
-};
+using namespace ply;
 
 // One row of an element: scalars by property, lists end to end.
 struct Row {
@@ -142,14 +26,22 @@ struct Row {
     std::vector<std::vector<double>> lists;
 };
 
+std::string TrimLine(TextScanner& text) {
+    text.AtLineEnd();
+    std::string_view rest = text.Rest();
+    size_t last = rest.find_last_not_of(" \t\r");
+    return std::string(last == rest.npos ? "" : rest.substr(0, last + 1));
+}
+
 class PlyReader {
 public:
-    PlyReader(const std::string& path, std::string_view bytes) : m_path(path), m_bytes(bytes) {}
+    PlyReader(ModelFiles& files, std::string_view bytes)
+        : m_files(files), m_path(files.Path()), m_bytes(bytes) {}
 
-    bool Read(ImportedModel* model, std::string* error) {
-        if (ReadHeader() && ReadBody()) Finish(model);
-        if (!m_error.empty()) *error = m_error;
-        return m_error.empty();
+    bool Read(ImportError* error) {
+        if (!ReadHeader() || !ReadBody()) return FailImport(error, m_error, m_failure);
+        Finish(m_files.Model());
+        return true;
     }
 
 private:
@@ -171,6 +63,8 @@ private:
                 m_bytes.remove_prefix(offset);
                 return hasFormat || Fail("the header has no format line");
             }
+            if (keyword == "comment" && text.Word() == "TextureFile")
+                m_textures.emplace_back(TrimLine(text));
             if (keyword == "format") hasFormat = ReadFormat(text.Word());
             bool ok = keyword == "format"     ? hasFormat || Fail(place + "unknown format")
                       : keyword == "element"  ? ReadElement(text) || Fail(place + "bad element")
@@ -229,11 +123,33 @@ private:
                     fmt::format("element \"{}\": {} rows claimed, the file holds {} at most",
                                 element.name, element.count, most));
             bool isFaces = element.name == "face" || element.name == "tristrips";
+            if (!isFaces && element.name != "vertex" && element.count > 0)
+                m_files.LeaveOut(fmt::format("row of element \"{}\"", element.name), element.count);
             bool ok = element.name == "vertex" ? ReadVertices(element, body)
                       : isFaces                ? ReadFaces(element, body)
                                                : SkipRows(element, body);
             if (!ok) return false;
+            if (m_hasLongRows)
+                m_files.Warn(
+                    fmt::format("element \"{}\": rows hold more numbers than the header "
+                                "says; these are left out",
+                                element.name));
+            m_hasLongRows = false;
         }
+        return CheckEnd(body);
+    }
+    // Bytes behind the last row of a binary file come from rows that are longer than the header
+    // says, so that all numbers after the first row are wrong; a few of them are padding.
+    bool CheckEnd(const Body& body) {
+        if (m_format == Format::kAscii || body.BytesLeft() == 0) return true;
+        uint64_t rows = 0;
+        for (const Element& element : m_elements) rows += element.count;
+        if (rows > 1 && body.BytesLeft() + 1 >= rows)
+            return Fail(
+                fmt::format("{} bytes follow the last row: the rows are longer than the "
+                            "header says",
+                            body.BytesLeft()));
+        m_files.Warn(fmt::format("{} bytes behind the last row are left out", body.BytesLeft()));
         return true;
     }
     bool ReadRow(const Element& element, Body& body, Row& row, uint64_t index) {
@@ -249,6 +165,7 @@ private:
                 return Fail(fmt::format("element \"{}\", row {}: the file ends or holds no number",
                                         element.name, index));
         }
+        m_hasLongRows |= body.EndRow();
         return true;
     }
     bool ReadList(const Property& p, double length, Body& body, std::vector<double>& list) {
@@ -272,6 +189,7 @@ private:
         int color[3] = {element.Find({"red", "r", "diffuse_red"}),
                         element.Find({"green", "g", "diffuse_green"}),
                         element.Find({"blue", "b", "diffuse_blue"})};
+        int alpha = element.Find({"alpha", "a"});
         if (position[0] < 0 || position[1] < 0 || position[2] < 0)
             return Fail("element \"vertex\" lacks x, y or z");
         auto point = [](const Row& row, const int* columns, int n) {
@@ -291,6 +209,9 @@ private:
             if (color[0] >= 0 && color[1] >= 0 && color[2] >= 0)
                 m_soup.colors.push_back(point(row, color, 3) *
                                         ColorScale(element.properties[size_t(color[0])].type));
+            if (alpha >= 0 &&
+                row.scalars[size_t(alpha)] * ColorScale(element.properties[size_t(alpha)].type) < 1)
+                m_hasAlpha = true;
         }
         return true;
     }
@@ -305,6 +226,8 @@ private:
         int texcoords = element.Find({"texcoord"});
         // Coordinates of corners are finer than those of vertices and replace them.
         m_cornersHaveUv |= texcoords >= 0;
+        if (element.Find({"red", "diffuse_red"}) >= 0 && m_soup.colors.empty())
+            m_files.Warn("colours of faces are left out; those of vertices are read");
         auto isList = [&](int i) { return i >= 0 && element.properties[size_t(i)].countType; };
         if (!isList(indices)) return SkipRows(element, body);
         Row row;
@@ -316,7 +239,10 @@ private:
                 AddStrips(corners);
             else
                 AddPolygon(corners, isList(texcoords) ? row.lists[size_t(texcoords)] : m_none);
-            if (m_soup.faces.size() > kMaxImportedFaces) return Fail("too many faces");
+            if (m_soup.faces.size() > kMaxImportedFaces) {
+                m_failure = ImportFailure::kLimit;
+                return Fail(fmt::format("more than {} faces", kMaxImportedFaces));
+            }
         }
         return true;
     }
@@ -369,34 +295,55 @@ private:
         face.flags = flags;
     }
 
-    void Finish(ImportedModel* model) {
+    void Finish(ImportedModel& model) {
         bool isSplit = !m_soup.uvws.empty() || !m_soup.normals.empty();
         if (m_cornersHaveUv) m_soup.uvws = std::move(m_faceUvs);
+        if (m_hasAlpha) m_files.Warn("the alpha of the vertices is left out");
+        std::shared_ptr<Mtl> material = Material(model);
         std::vector<std::vector<uint32_t>> materials;
         Mesh mesh = std::move(m_soup.Split(1, &materials)[0]);
         if (isSplit) WeldVertices(mesh);
         if (mesh.faces.empty()) return;
-        model->objects.push_back({"", std::make_shared<Mesh>(std::move(mesh)), nullptr, {}});
+        model.objects.push_back(
+            {"", std::make_shared<Mesh>(std::move(mesh)), material, {}, {1, 1, 1}});
+    }
+    // Of the image that the header names, and of vertex colours; none without both.
+    std::shared_ptr<Mtl> Material(ImportedModel& model) {
+        if (m_textures.empty() && m_soup.colors.empty()) return nullptr;
+        std::shared_ptr<StandardMtl> material = VertexColorMtl();
+        material->vertexColors = !m_soup.colors.empty();
+        ImportedMaterial report;
+        if (!m_textures.empty()) {
+            material->name = report.name = m_textures[0];
+            material->diffuseMap = m_files.Texture(m_textures[0], "diffuse", &report);
+            m_files.LeaveOut("texture of further faces", m_textures.size() - 1);
+        } else {
+            report.name = material->name;
+        }
+        model.materials.push_back(std::move(report));
+        return material;
     }
 
     static constexpr uint32_t kMaxHeaderLines = 10000;
 
+    ModelFiles& m_files;
     const std::string& m_path;
     std::string_view m_bytes;
     Format m_format = Format::kAscii;
     std::vector<Element> m_elements;
     MeshSoup m_soup;
     std::vector<Point3> m_faceUvs;
-    bool m_cornersHaveUv = false;
+    bool m_cornersHaveUv = false, m_hasAlpha = false, m_hasLongRows = false;
+    std::vector<std::string> m_textures;  // that the header's comments name
     std::vector<Point3> m_polygon;
     std::vector<Triple> m_triangles;
     std::vector<double> m_none;
     std::string m_error;
+    ImportFailure m_failure = ImportFailure::kMalformed;
 };
 
 }  // namespace
 
-bool ReadPly(const std::string& path, std::string_view bytes, ImportedModel* model,
-             std::string* error) {
-    return PlyReader(path, bytes).Read(model, error);
+bool ReadPly(std::string_view bytes, ModelFiles& files, ImportError* error) {
+    return PlyReader(files, bytes).Read(error);
 }

@@ -37,6 +37,15 @@ bool Leaves(const fs::path& relative) {
     return relative.is_absolute() || (!relative.empty() && *relative.begin() == "..");
 }
 
+// Whether links lead from a path within the folder to one outside it.
+bool LeadsOut(const fs::path& folder, const fs::path& path) {
+    std::error_code failed;
+    fs::path inner = fs::canonical(path, failed);
+    if (failed) return false;
+    fs::path outer = fs::canonical(folder.empty() ? "." : folder, failed);
+    return !failed && Leaves(inner.lexically_relative(outer));
+}
+
 std::string NoSuch(const char* what, const std::string& name,
                    const std::vector<std::string>& names) {
     return fmt::format("no {} is named \"{}\"{}", what, CutText(name, 60), DidYouMean(name, names));
@@ -140,7 +149,10 @@ std::string DescriptionContext::FileOf(const DescriptionValue& name) const {
     } else if (!RegularFileSize(path, &error)) {
         name.Fail(error, DescriptionErrorClass::kMissingInput);
     } else {
-        if (Leaves(given)) name.Warn(fmt::format("{} lies outside the scene's folder", path));
+        if (Leaves(given))
+            name.Warn(fmt::format("{} lies outside the scene's folder", path));
+        else if (LeadsOut(folder, path))
+            name.Warn(fmt::format("{} is a link that leads outside the scene's folder", path));
         return path;
     }
     return {};

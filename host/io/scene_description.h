@@ -40,17 +40,23 @@ struct HeightfieldLoad {
     std::vector<std::string> warnings;
 };
 
+// What a model file gave.
+struct LoadedModel {
+    std::shared_ptr<const Mesh> mesh;  // null: nothing, for the reason in `error`
+    std::shared_ptr<Mtl> material;     // that the file itself gives to the mesh; null for none
+    std::vector<std::string> warnings;
+    DescriptionErrorClass errorClass = DescriptionErrorClass::kMalformed;
+    std::string error;
+};
+
 // Makes what a description only names. Files are resolved paths of regular files that exist.
 class ISceneLoaders {
 public:
     virtual ~ISceneLoaders() = default;
-    // Null with a reason in `error`.
-    virtual std::shared_ptr<const Mesh> LoadMesh(const std::string& file, const std::string& object,
-                                                 std::string* error) = 0;
-    // The material that the file itself gives to that mesh; null for none.
-    virtual std::shared_ptr<Mtl> LoadMaterial(const std::string& file, const std::string& object) {
-        return nullptr;
-    }
+    // unitScale: metres in a scene unit. folder: of the description, which the model may draw files
+    // from. Warnings come with the first of several requests for one file.
+    virtual LoadedModel LoadMesh(const FileOrigin& origin, double unitScale,
+                                 const std::string& folder) = 0;
     // From the file that `origin` names, which is a resolved path here.
     virtual HeightfieldLoad LoadHeightfield(const HeightfieldOrigin& origin,
                                             double metresPerUnit) = 0;

@@ -7,6 +7,7 @@
 #include "host/scene/texmaps.h"
 
 #include <map>
+#include <tuple>
 
 namespace {
 
@@ -30,19 +31,28 @@ Mesh MakeShape(const PrimitiveOrigin& o) {
 
 class SceneLoaders : public ISceneLoaders {
 public:
-    MeshPtr LoadMesh(const std::string& file, const std::string& object,
-                     std::string* error) override {
-        const JoinedModel* model = Load(file, object, error);
-        if (!model) return nullptr;
-        if (!model->mesh->faces.empty()) return model->mesh;
-        *error = "the mesh has no faces";
-        return nullptr;
-    }
-
-    std::shared_ptr<Mtl> LoadMaterial(const std::string& file, const std::string& object) override {
-        std::string error;
-        const JoinedModel* model = Load(file, object, &error);
-        return model ? model->material : nullptr;
+    // One object of a file, or all joined. Nodes that name the same share one mesh.
+    LoadedModel LoadMesh(const FileOrigin& origin, double unitScale,
+                         const std::string& folder) override {
+        ModelKey key{origin.file, origin.object, origin.up, origin.keepNumbers, unitScale};
+        if (auto known = m_models.find(key); known != m_models.end()) return known->second;
+        LoadedModel loaded;
+        ImportError error;
+        ImportOptions options{origin.up, origin.keepNumbers, unitScale, {folder}};
+        JoinedModel model = ImportJoined(origin.file, origin.object, options, &error);
+        loaded.warnings = std::move(model.warnings);
+        if (!model.mesh) {
+            loaded.errorClass = DescriptionErrorClass(int(error.kind));
+            loaded.error = error.text;
+        } else if (model.mesh->faces.empty()) {
+            loaded.error = "the mesh has no faces";
+        } else {
+            loaded.mesh = model.mesh;
+            loaded.material = model.material;
+            LoadedModel& kept = m_models[key] = loaded;
+            kept.warnings.clear();
+        }
+        return loaded;
     }
 
     HeightfieldLoad LoadHeightfield(const HeightfieldOrigin& origin,
@@ -117,16 +127,8 @@ public:
     }
 
 private:
-    // One object of a file, or all joined. Nodes that name the same share one mesh.
-    const JoinedModel* Load(const std::string& file, const std::string& object,
-                            std::string* error) {
-        auto key = std::pair{file, object};
-        if (auto known = m_models.find(key); known != m_models.end()) return &known->second;
-        JoinedModel model = ImportJoined(file, object, error);
-        return model.mesh ? &(m_models[key] = std::move(model)) : nullptr;
-    }
-
-    std::map<std::pair<std::string, std::string>, JoinedModel> m_models;
+    using ModelKey = std::tuple<std::string, std::string, std::optional<UpAxis>, bool, double>;
+    std::map<ModelKey, LoadedModel> m_models;
 
     // Nodes that ask for the same terrain share one as long as any of them lives.
     struct KnownHeights {

@@ -91,6 +91,9 @@ std::shared_ptr<Mtl> ReadStandard(DescriptionObject& keys, DescriptionContext& c
     auto mtl = std::make_shared<StandardMtl>();
     mtl->diffuse = keys.ColorOf("diffuse", mtl->diffuse);
     mtl->opacity = keys.Float("opacity", mtl->opacity);
+    mtl->opacityCutoff = keys.Float("opacity_cutoff", mtl->opacityCutoff);
+    mtl->mapFactor = keys.ColorOf("map_factor", mtl->mapFactor);
+    mtl->vertexColors = keys.Bool("vertex_colors", mtl->vertexColors);
     mtl->twoSided = keys.Bool("two_sided", mtl->twoSided);
     mtl->translucency = keys.Float("translucency", mtl->translucency);
     mtl->reflectivity = keys.Float("reflectivity", mtl->reflectivity);
@@ -109,10 +112,14 @@ bool WriteStandard(const Mtl& mtl, Json& keys, const DescriptionWriter& writer) 
     if (standard->opacity != plain.opacity)
         keys["opacity"] = DescriptionWriter::Number(standard->opacity);
     if (standard->opacityMap) keys["opacity_map"] = writer.TexmapName(standard->opacityMap.Get());
+    if (standard->mapFactor != plain.mapFactor)
+        keys["map_factor"] = DescriptionWriter::Triple(standard->mapFactor);
+    if (standard->vertexColors) keys["vertex_colors"] = true;
     if (standard->twoSided) keys["two_sided"] = true;
     auto extra = [&](const char* key, float value) {
         if (value != 0) keys[key] = DescriptionWriter::Number(value);
     };
+    extra("opacity_cutoff", standard->opacityCutoff);
     extra("translucency", standard->translucency);
     extra("reflectivity", standard->reflectivity);
     extra("ripple", standard->ripple);
@@ -219,6 +226,7 @@ void ReadTexmaps(const DescriptionValue& value, DescriptionContext& context) {
         if (!format) return;
         int channel = keys.Int("channel", 1);
         auto tiling = keys.Find("tiling"), offset = keys.Find("offset");
+        float rotation = keys.Float("rotation", 0);
         std::shared_ptr<Texmap> texmap = format->read(keys, context);
         keys.Finish();
         if (!texmap || value.Document().Failed()) return;
@@ -226,6 +234,7 @@ void ReadTexmaps(const DescriptionValue& value, DescriptionContext& context) {
         texmap->channel = channel;
         if (tiling) texmap->tiling = tiling->AsPoint2();
         if (offset) texmap->offset = offset->AsPoint2();
+        texmap->SetRotation(rotation);
         context.scene.texmaps[name] = texmap;
     }
 }

@@ -13,6 +13,8 @@ using Json = nlohmann::ordered_json;
 namespace {
 
 constexpr int kMaxChannel = 99;
+const std::vector<std::string> kUpAxes = {"y", "z"};
+const std::vector<std::string> kUnits = {"file", "scene"};
 
 uint32_t ReadIndex(const DescriptionValue& value) {
     int index = value.AsInt();
@@ -144,12 +146,15 @@ public:
         FileOrigin origin;
         origin.file = context.FileOf(*file);
         origin.object = keys.Text("object");
+        if (int up = keys.Choice("up", kUpAxes, -1); up >= 0) origin.up = UpAxis(up);
+        origin.keepNumbers = keys.Choice("units", kUnits, 0) == 1;
         if (keys.Value().Document().Failed()) return nullptr;
-        std::string error;
-        auto mesh = context.formats.Loaders().LoadMesh(origin.file, origin.object, &error);
-        auto object = MeshObject(keys, mesh, origin, error);
-        if (auto* tri = dynamic_cast<TriObject*>(object.get()))
-            tri->fileMaterial = context.formats.Loaders().LoadMaterial(origin.file, origin.object);
+        LoadedModel model = context.formats.Loaders().LoadMesh(origin, context.scene.unitScale,
+                                                               context.folder);
+        for (const std::string& warning : model.warnings) file->Warn(warning);
+        if (!model.mesh) return keys.Value().Fail(model.error, model.errorClass), nullptr;
+        auto object = std::make_shared<TriObject>(model.mesh, origin);
+        object->fileMaterial = model.material;
         return object;
     }
 
@@ -159,6 +164,8 @@ public:
         if (auto* origin = std::get_if<FileOrigin>(&tri->origin)) {
             keys["file"] = writer.FileName(origin->file);
             if (!origin->object.empty()) keys["object"] = origin->object;
+            if (origin->up) keys["up"] = kUpAxes[size_t(*origin->up)];
+            if (origin->keepNumbers) keys["units"] = kUnits[1];
             return true;
         }
         if (!std::holds_alternative<std::monostate>(tri->origin)) return false;

@@ -278,6 +278,11 @@ SceneReadResult ReadSceneDescription(const std::string& path, const SceneFormats
     }
     std::string folder = std::filesystem::path(path).parent_path().string();
     result = ParseSceneDescription(file.Bytes(), path, folder, formats);
+    if (file.WasCut()) {
+        result = {};
+        result.errorClass = DescriptionErrorClass::kMissingInput;
+        result.error = fmt::format("{}: the file became shorter while it was read", path);
+    }
     if (result.scene) result.scene->path = path;
     return result;
 }

@@ -65,6 +65,8 @@ Json WriteTexmaps(const Writer& writer) {
         auto pair = [](Point2 p) -> Json { return {Writer::Number(p.x), Writer::Number(p.y)}; };
         if (texmap->tiling != one) keys["tiling"] = pair(texmap->tiling);
         if (texmap->offset != zero) keys["offset"] = pair(texmap->offset);
+        if (texmap->RotationDegrees() != 0)
+            keys["rotation"] = Writer::Number(texmap->RotationDegrees());
         all[name] = keys;
     }
     return all;

@@ -3,6 +3,7 @@
 // The length tells the two apart: a binary file of n triangles has exactly 84 + 50 n bytes (files
 // with a longer tail count as binary when they do not begin like text). Corners are welded.
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -34,10 +35,11 @@ bool IsBinary(std::string_view bytes) {
     return bytes.size() == expected || (bytes.size() > expected && !IsText(bytes));
 }
 
-void AppendObject(ImportedModel* model, const std::string& name, Mesh&& mesh) {
+void AppendObject(ImportedModel& model, const std::string& name, Mesh&& mesh) {
     if (mesh.faces.empty()) return;
     WeldVertices(mesh);
-    model->objects.push_back({name, std::make_shared<Mesh>(std::move(mesh)), nullptr, {}});
+    model.objects.push_back(
+        {name, std::make_shared<Mesh>(std::move(mesh)), nullptr, {}, {1, 1, 1}});
 }
 
 // A face over the last three vertices.
@@ -46,13 +48,15 @@ void AppendFace(Mesh& mesh) {
     mesh.faces.push_back({{n - 3, n - 2, n - 1}});
 }
 
-bool ReadBinary(const std::string& path, std::string_view bytes, ImportedModel* model,
-                std::string* error) {
-    size_t count = LoadWord(bytes.data() + 80);
+bool ReadBinary(std::string_view bytes, ModelFiles& files, ImportError* error) {
+    // The length counts, not the header, which may have changed since it was looked at.
+    size_t count =
+        std::min<size_t>(LoadWord(bytes.data() + 80), (bytes.size() - kHeaderBytes) / kRecordBytes);
     if (count > kMaxImportedFaces)
-        return *error = fmt::format("{}: {} triangles, at most {} are read", path, count,
-                                    kMaxImportedFaces),
-               false;
+        return FailImport(error,
+                          fmt::format("{}: {} triangles, at most {} are read", files.Path(), count,
+                                      kMaxImportedFaces),
+                          ImportFailure::kLimit);
     Mesh mesh;
     mesh.verts.reserve(3 * count);
     mesh.faces.reserve(count);
@@ -63,25 +67,24 @@ bool ReadBinary(const std::string& path, std::string_view bytes, ImportedModel* 
             for (size_t k = 0; k < 3; ++k)
                 p[int(k)] = std::bit_cast<float>(LoadWord(record + 12 + 12 * corner + 4 * k));
             if (!IsFinite(p))
-                return *error = fmt::format("{}: triangle {}: a coordinate is not a finite number",
-                                            path, f),
-                       false;
+                return FailImport(
+                    error, fmt::format("{}: triangle {}: a coordinate is not a finite number",
+                                       files.Path(), f));
             mesh.verts.push_back(p);
         }
         AppendFace(mesh);
     }
-    AppendObject(model, "", std::move(mesh));
+    AppendObject(files.Model(), "", std::move(mesh));
     return true;
 }
 
-bool ReadText(const std::string& path, std::string_view bytes, ImportedModel* model,
-              std::string* error) {
+bool ReadText(std::string_view bytes, ModelFiles& files, ImportError* error) {
     TextScanner text(bytes);
     Mesh mesh;
     std::string name;
     size_t numCorners = 0;  // of the facet in hand
-    auto fail = [&](const char* what) {
-        return *error = fmt::format("{}:{}: {}", path, text.Line(), what), false;
+    auto fail = [&](const char* what, ImportFailure kind = ImportFailure::kMalformed) {
+        return FailImport(error, fmt::format("{}:{}: {}", files.Path(), text.Line(), what), kind);
     };
     while (text.NextLine()) {
         std::string_view keyword = text.Word();
@@ -90,7 +93,7 @@ bool ReadText(const std::string& path, std::string_view bytes, ImportedModel* mo
             return fail("a facet of fewer than three vertices");
         if (keyword == "solid") {
             numCorners = 0;
-            AppendObject(model, name, std::move(mesh));
+            AppendObject(files.Model(), name, std::move(mesh));
             mesh = {};
             name = text.Word();
         } else if (keyword == "facet") {
@@ -103,23 +106,23 @@ bool ReadText(const std::string& path, std::string_view bytes, ImportedModel* mo
             mesh.verts.push_back(p);
             if (++numCorners > 3) return fail("a facet of more than three vertices");
             if (numCorners == 3) AppendFace(mesh);
-            if (mesh.faces.size() > kMaxImportedFaces) return fail("too many triangles");
+            if (mesh.faces.size() > kMaxImportedFaces)
+                return fail("too many triangles", ImportFailure::kLimit);
         } else if (keyword == "endfacet" && numCorners != 3) {
             return fail("a facet of fewer than three vertices");
         }
     }
     if (mesh.verts.size() != 3 * mesh.faces.size()) return fail("the file ends within a facet");
-    AppendObject(model, name, std::move(mesh));
+    AppendObject(files.Model(), name, std::move(mesh));
     return true;
 }
 
 }  // namespace
 
-bool ReadStl(const std::string& path, std::string_view bytes, ImportedModel* model,
-             std::string* error) {
-    if (IsBinary(bytes)) return ReadBinary(path, bytes, model, error);
-    if (IsText(bytes)) return ReadText(path, bytes, model, error);
-    *error = fmt::format("{}: not an STL file: {} bytes are no whole number of triangles", path,
-                         bytes.size());
-    return false;
+bool ReadStl(std::string_view bytes, ModelFiles& files, ImportError* error) {
+    if (IsBinary(bytes)) return ReadBinary(bytes, files, error);
+    if (IsText(bytes)) return ReadText(bytes, files, error);
+    return FailImport(error,
+                      fmt::format("{}: not an STL file: {} bytes are no whole number of triangles",
+                                  files.Path(), bytes.size()));
 }

@@ -89,10 +89,12 @@ PathTracer::Surface PathTracer::Shade(const TraceRay& ray, const TraceHit& hit) 
     if (DotProd(s.normal, s.faceNormal) < 0) s.normal = -s.normal;
     if (material.diffuseMap) {
         float width = (ray.width + ray.spread * hit.distance) * hit.MeshScale();
-        s.albedo = material.diffuseMap->LookUp(hit.Uv(), width * hit.UvDensity(), hit.Position());
+        s.albedo = material.diffuseMap->LookUp(hit.Uv(), width * hit.UvDensity(), hit.Position()) *
+                   material.mapFactor;
     } else {
         s.albedo = DisplayToLinear(material.diffuse);
     }
+    if (material.vertexColors) s.albedo = s.albedo * hit.mesh->VertexColor(hit.face, hit.u, hit.v);
     if (hit.instance && hit.instance->tint[3]) {
         const uint8_t* t = hit.instance->tint;
         Color tint = DisplayToLinear({float(t[0]) / 255, float(t[1]) / 255, float(t[2]) / 255});

@@ -48,6 +48,17 @@ void Reorder(std::vector<T>& values, const std::vector<uint32_t>& order) {
     values = std::move(sorted);
 }
 
+std::vector<Color> LinearColors(const MapChannel& channel) {
+    std::vector<Color> colors;
+    colors.reserve(channel.verts.size());
+    for (const Point3& p : channel.verts) {
+        auto unit = [](float f) { return std::clamp(f, 0.f, 1.f); };
+        Color c{unit(p.x), unit(p.y), unit(p.z)};
+        colors.push_back(IsFinite(p) ? DisplayToLinear(c) : Color{});
+    }
+    return colors;
+}
+
 bool IsUsable(const Mesh& mesh, const Face& face) {
     return std::all_of(face.v.begin(), face.v.end(), [&](uint32_t v) {
         return v < mesh.verts.size() && IsFinite(mesh.verts[v]);
@@ -58,11 +69,24 @@ bool IsUsable(const Mesh& mesh, const Face& face) {
 
 RenderMaterials::RenderMaterials() { m_materials.push_back(std::make_unique<RenderMaterial>()); }
 
-const RenderTexture* RenderMaterials::AddTexture(const Texmap* map, RenderTexture::Use use) {
+const RenderTexture* RenderMaterials::AddTexture(const Texmap* map, RenderTexture::Use use,
+                                                 float cutoff) {
     if (!map) return nullptr;
-    auto& texture = m_textures[{map, use}];
-    if (!texture) texture = std::make_unique<RenderTexture>(*map, use);
+    auto& texture = m_textures[{map, use, cutoff}];
+    if (!texture) texture = std::make_unique<RenderTexture>(*map, use, cutoff);
     return texture.get();
+}
+
+// With a cutoff, opacity x map >= cutoff is decided by the map alone.
+void RenderMaterials::SetOpacity(const StandardMtl& source, RenderMaterial& material) {
+    material.opacity = std::clamp(source.opacity, 0.f, 1.f);
+    float cutoff = source.opacityCutoff;
+    if (cutoff > 0) {
+        cutoff = material.opacity > 0 ? cutoff / material.opacity : 2;
+        material.opacity = source.opacityMap || cutoff <= 1 ? 1 : 0;
+    }
+    material.opacityMap =
+        AddTexture(source.opacityMap.Get(), RenderTexture::Use::kMask, std::max(0.f, cutoff));
 }
 
 uint32_t RenderMaterials::Add(const Mtl* mtl, int matID) {
@@ -72,12 +96,13 @@ uint32_t RenderMaterials::Add(const Mtl* mtl, int matID) {
     if (isNew) {
         auto material = std::make_unique<RenderMaterial>();
         material->diffuse = standard->diffuse;
-        material->opacity = std::clamp(standard->opacity, 0.f, 1.f);
+        material->mapFactor = DisplayToLinear(standard->mapFactor);
+        material->vertexColors = standard->vertexColors;
         material->translucency = std::clamp(standard->translucency, 0.f, 1.f);
         material->reflectivity = std::clamp(standard->reflectivity, 0.f, 1.f);
         material->ripple = std::max(0.f, standard->ripple);
         material->diffuseMap = AddTexture(standard->diffuseMap.Get(), RenderTexture::Use::kColor);
-        material->opacityMap = AddTexture(standard->opacityMap.Get(), RenderTexture::Use::kMask);
+        SetOpacity(*standard, *material);
         m_materials.push_back(std::move(material));
     }
     return place->second;
@@ -95,6 +120,8 @@ RenderMesh::RenderMesh(const Mesh& mesh, const Mtl* mtl, const Matrix3& transfor
     std::vector<Point3> smooth = VertexNormals(mesh);
     bool hasUvs = false;
     for (const MapChannel& channel : mesh.maps) hasUvs |= !channel.IsEmpty();
+    const MapChannel* colorChannel = mesh.Map(0);
+    std::vector<Color> colors;  // of the vertices, from the first face on that shows them
     std::map<uint16_t, uint32_t> indexOfId;
     for (size_t f = 0; f < mesh.faces.size(); ++f) {
         const Face& face = mesh.faces[f];
@@ -107,6 +134,14 @@ RenderMesh::RenderMesh(const Mesh& mesh, const Mtl* mtl, const Matrix3& transfor
         for (size_t c = 0; c < 3; ++c) {
             normals[c] = PackNormal(TransformNormal(smooth[3 * f + c], inverse));
             m_bounds += m_positions[face.v[c]];
+        }
+        bool showsColors = colorChannel && materials[id->second].vertexColors;
+        if (showsColors && colors.empty()) colors = LinearColors(*colorChannel);
+        if (!colors.empty()) {
+            constexpr Color kWhite{1, 1, 1};
+            m_colors.resize(m_faces.size(), {kWhite, kWhite, kWhite});
+            for (size_t c = 0; showsColors && c < 3; ++c)
+                m_colors.back()[c] = colors[colorChannel->faces[f][c]];
         }
         if (!hasUvs) continue;
         auto& uvs = m_uvs.emplace_back();
@@ -172,6 +207,7 @@ void RenderMesh::SortByOpacity() {
     Reorder(m_normals, order);
     Reorder(m_uvs, order);
     Reorder(m_uvDensity, order);
+    Reorder(m_colors, order);
     Reorder(m_material, order);
 }
 
@@ -190,7 +226,8 @@ bool RenderMesh::IsOpaque(size_t face) const {
 size_t RenderMesh::Bytes() const {
     return m_positions.size() * sizeof(Point3) +
            m_faces.size() * (sizeof(Triple) + sizeof(m_normals[0]) + sizeof(uint32_t)) +
-           m_uvs.size() * (sizeof(m_uvs[0]) + sizeof(float));
+           m_uvs.size() * (sizeof(m_uvs[0]) + sizeof(float)) +
+           m_colors.size() * sizeof(m_colors[0]);
 }
 
 Point3 RenderMesh::Normal(size_t face, float u, float v) const {
@@ -208,6 +245,12 @@ Point2 RenderMesh::Uv(size_t face, float u, float v) const {
     if (m_uvs.empty()) return {};
     const auto& t = m_uvs[face];
     return t[0] * (1 - u - v) + t[1] * u + t[2] * v;
+}
+
+Color RenderMesh::VertexColor(size_t face, float u, float v) const {
+    if (m_colors.empty()) return {1, 1, 1};
+    const auto& c = m_colors[face];
+    return c[0] * (1 - u - v) + c[1] * u + c[2] * v;
 }
 
 float RenderMesh::Opacity(size_t face, float u, float v, float width) const {

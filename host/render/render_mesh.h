@@ -7,6 +7,7 @@
 
 #include <map>
 #include <memory>
+#include <tuple>
 #include <vector>
 
 #include "host/geom/mesh.h"
@@ -15,7 +16,9 @@
 
 struct RenderMaterial {
     Color diffuse{0.5f, 0.5f, 0.5f};  // display colour; a map replaces it
-    float opacity = 1;
+    Color mapFactor{1, 1, 1};         // linear; multiplies the map
+    float opacity = 1;                // what is left of it beside a map with a cutoff
+    bool vertexColors = false;
     float translucency = 0, reflectivity = 0, ripple = 0;
     const RenderTexture* diffuseMap = nullptr;
     const RenderTexture* opacityMap = nullptr;
@@ -35,12 +38,13 @@ public:
     const RenderMaterial& operator[](size_t i) const { return *m_materials[i]; }
 
 private:
-    const RenderTexture* AddTexture(const Texmap* map, RenderTexture::Use use);
+    const RenderTexture* AddTexture(const Texmap* map, RenderTexture::Use use, float cutoff = 0);
+    void SetOpacity(const StandardMtl& source, RenderMaterial& material);
 
     std::vector<std::unique_ptr<RenderMaterial>> m_materials;
     std::map<const StandardMtl*, uint32_t> m_indices;
-    std::map<std::pair<const Texmap*, RenderTexture::Use>, std::unique_ptr<RenderTexture>>
-        m_textures;
+    using TextureKey = std::tuple<const Texmap*, RenderTexture::Use, float>;  // with the cutoff
+    std::map<TextureKey, std::unique_ptr<RenderTexture>> m_textures;
 };
 
 class RenderMesh {
@@ -69,6 +73,8 @@ public:
     const RenderMaterial& Material(size_t face) const { return (*m_materials)[m_material[face]]; }
     // Opacity there for a ray `width` wide in object space.
     float Opacity(size_t face, float u, float v, float width) const;
+    // What the vertices' colours multiply the diffuse by: linear light, white without any.
+    Color VertexColor(size_t face, float u, float v) const;
 
 private:
     // A slice of the mesh between two heights, and the largest distance from the z axis in it.
@@ -86,6 +92,7 @@ private:
     std::vector<std::array<uint32_t, 3>> m_normals;  // packed, by corner
     std::vector<std::array<Point2, 3>> m_uvs;        // by corner; empty without mapping
     std::vector<float> m_uvDensity;
+    std::vector<std::array<Color, 3>> m_colors;  // linear, by corner; empty when none is shown
     std::vector<uint32_t> m_material;
     size_t m_numOpaque = 0;
     Box3 m_bounds;

@@ -36,20 +36,8 @@ float WrapCoordinate(float x, BitmapTex::Wrap wrap) {
 
 }  // namespace
 
-float DisplayToLinear(float value) {
-    return value <= 0.04045f ? value / 12.92f : std::pow((value + 0.055f) / 1.055f, 2.4f);
-}
-
-float LinearToDisplay(float value) {
-    return value <= 0.0031308f ? value * 12.92f : 1.055f * std::pow(value, 1 / 2.4f) - 0.055f;
-}
-
-Color DisplayToLinear(Color c) {
-    return {DisplayToLinear(c.r), DisplayToLinear(c.g), DisplayToLinear(c.b)};
-}
-
-RenderTexture::RenderTexture(const Texmap& map, Use use)
-    : m_map(&map), m_use(use), m_channels(use == Use::kColor ? 3 : 1) {
+RenderTexture::RenderTexture(const Texmap& map, Use use, float cutoff)
+    : m_map(&map), m_use(use), m_cutoff(cutoff), m_channels(use == Use::kColor ? 3 : 1) {
     auto* bitmap = dynamic_cast<const BitmapTex*>(&map);
     if (!bitmap || !bitmap->Image() || bitmap->Image()->IsEmpty()) return;
     m_wrap = bitmap->wrap;
@@ -73,10 +61,16 @@ void RenderTexture::Bake(const Bitmap& image) {
         }
 }
 
+float RenderTexture::Value(uint8_t texel, bool isFinest) const {
+    if (m_use == Use::kColor) return LinearTable()[texel];
+    float value = float(texel) / 255;
+    return isFinest && m_cutoff > 0 ? float(value >= m_cutoff) : value;
+}
+
 void RenderTexture::AddCoarserLevels() {
-    const auto& linear = LinearTable();
     while (m_levels.back().width > 1 || m_levels.back().height > 1) {
         const Level& fine = m_levels.back();
+        bool isFinest = m_levels.size() == 1;
         Level coarse{std::max(1, fine.width / 2), std::max(1, fine.height / 2), {}};
         coarse.texels.reserve(size_t(coarse.width) * size_t(coarse.height) * size_t(m_channels));
         for (int y = 0; y < coarse.height; ++y)
@@ -89,8 +83,7 @@ void RenderTexture::AddCoarserLevels() {
                         size_t i =
                             (size_t(fy) * size_t(fine.width) + size_t(fx)) * size_t(m_channels) +
                             size_t(c);
-                        sum += m_use == Use::kColor ? linear[fine.texels[i]]
-                                                    : float(fine.texels[i]) / 255;
+                        sum += Value(fine.texels[i], isFinest);
                     }
                     float mean = sum / 4;
                     coarse.texels.push_back(
@@ -101,8 +94,8 @@ void RenderTexture::AddCoarserLevels() {
 }
 
 RenderTexture::Footprint RenderTexture::Locate(Point2 uv, float width) const {
-    float u = WrapCoordinate(uv.x * m_map->tiling.x + m_map->offset.x, m_wrap);
-    float v = WrapCoordinate(uv.y * m_map->tiling.y + m_map->offset.y, m_wrap);
+    Point3 placed = m_map->Place({uv.x, uv.y, 0});
+    float u = WrapCoordinate(placed.x, m_wrap), v = WrapCoordinate(placed.y, m_wrap);
     float scale = std::max(std::fabs(m_map->tiling.x), std::fabs(m_map->tiling.y));
     float texels = width * scale * float(std::max(m_levels[0].width, m_levels[0].height));
     int level = texels > 1 ? std::ilogb(texels * 1.41421356f) : 0;
@@ -136,13 +129,16 @@ Color RenderTexture::LookUp(Point2 uv, float width, const Point3& position) cons
 float RenderTexture::LookUpMask(Point2 uv, float width, const Point3& position) const {
     if (m_levels.empty()) {
         AColor c = m_map->EvalColor({{uv.x, uv.y, 0}, position});
-        return std::clamp(Luminance(c.Rgb()) * c.a, 0.f, 1.f);
+        float value = std::clamp(Luminance(c.Rgb()) * c.a, 0.f, 1.f);
+        return m_cutoff > 0 ? float(value >= m_cutoff) : value;
     }
     Footprint f = Locate(uv, width);
     auto texel = [&](int x, int y) {
         return float(f.level->texels[size_t(y) * size_t(f.level->width) + size_t(x)]);
     };
-    return ((texel(f.x0, f.y0) * (1 - f.u) + texel(f.x1, f.y0) * f.u) * (1 - f.v) +
-            (texel(f.x0, f.y1) * (1 - f.u) + texel(f.x1, f.y1) * f.u) * f.v) /
-           255;
+    float value = ((texel(f.x0, f.y0) * (1 - f.u) + texel(f.x1, f.y0) * f.u) * (1 - f.v) +
+                   (texel(f.x0, f.y1) * (1 - f.u) + texel(f.x1, f.y1) * f.u) * f.v) /
+                  255;
+    // Near by the edge is sharp; coarser levels hold what was cut already.
+    return m_cutoff > 0 && f.level == &m_levels[0] ? float(value >= m_cutoff) : value;
 }

@@ -8,21 +8,17 @@
 #include <cstdint>
 #include <vector>
 
-#include "host/math/color.h"
+#include "host/math/display_color.h"
 #include "host/scene/texmaps.h"
-
-// sRGB transfer functions (IEC 61966-2-1), 0..1 on both sides.
-float DisplayToLinear(float value);
-float LinearToDisplay(float value);
-Color DisplayToLinear(Color color);
 
 class RenderTexture {
 public:
     enum class Use { kColor, kMask };
 
     // map: prepared by Update, and alive as long as this. kColor gives linear light, kMask the
-    // luminance times alpha.
-    RenderTexture(const Texmap& map, Use use);
+    // luminance times alpha. A mask with a cutoff above 0 is 1 where it reaches the cutoff and 0
+    // elsewhere; from afar it gives the share of what is kept.
+    RenderTexture(const Texmap& map, Use use, float cutoff = 0);
 
     int Channel() const { return m_map->channel; }
     // Colour at mapping coordinates uv of the map's channel; `width` is the ray's width there, in
@@ -42,6 +38,8 @@ private:
         float u, v;
     };
     void Bake(const Bitmap& image);
+    // What a value of the finest level counts as in a coarser one, 0..1.
+    float Value(uint8_t texel, bool isFinest) const;
     void AddCoarserLevels();
     Footprint Locate(Point2 uv, float width) const;
 
@@ -49,6 +47,7 @@ private:
     BitmapTex::Wrap m_wrap = BitmapTex::Wrap::kTile;
     bool m_isNearest = false;  // of the finest level
     Use m_use;
+    float m_cutoff;
     int m_channels;
     std::vector<Level> m_levels;  // finest first; empty for maps without an image
 };

@@ -18,12 +18,17 @@ public:
     std::string ClassName() const override { return "Mtl"; }
 };
 
-// Diffuse colour and opacity, each with an optional map. The map replaces the colour; the opacity
-// map's luminance (times its alpha) multiplies the opacity.
+// Diffuse colour and opacity, each with an optional map. The map, multiplied by `mapFactor`,
+// replaces the colour; the opacity map's luminance (times its alpha) multiplies the opacity. With a
+// cutoff the material is opaque where its opacity reaches the cutoff, and shows nothing elsewhere.
+// Colours are display colours; what multiplies does so in linear light.
 class StandardMtl : public Mtl {
 public:
     Color diffuse{0.8f, 0.8f, 0.8f};
     float opacity = 1;
+    float opacityCutoff = 0;    // 0: none
+    Color mapFactor{1, 1, 1};   // multiplies the diffuse map
+    bool vertexColors = false;  // the mesh's channel 0, where it has one, multiplies the diffuse
     bool twoSided = false;
     float translucency = 0;  // 0..1: share of the diffuse light that passes to the other side
     float reflectivity = 0;  // 0..1: strength of a water-like mirror (more of it at flat angles)

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -47,11 +48,16 @@ public:
     std::string ClassName() const override { return "Object"; }
 };
 
+// The axis that points up in a model file.
+enum class UpAxis { kY, kZ };
+
 // Where a mesh came from, kept so that a scene can be written as it was read.
 struct FileOrigin {
-    std::string file;    // as the scene names it
-    std::string object;  // object inside the file, empty for all
-    std::string base;    // folder that a relative file starts from
+    std::string file;          // as the scene names it
+    std::string object;        // object inside the file, empty for all
+    std::string base;          // folder that a relative file starts from
+    std::optional<UpAxis> up;  // instead of what the format says
+    bool keepNumbers = false;  // lengths are scene units, whatever unit the file states
 };
 struct PrimitiveOrigin {
     std::string kind;  // "plane", "box", "sphere", "cone", "cylinder"

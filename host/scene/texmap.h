@@ -12,7 +12,7 @@
 #include "host/scene/reference.h"
 
 // Where a map is asked. The caller picks the mapping coordinates (of the map's channel, or a grid's
-// own), before tiling and offset; the map applies these itself.
+// own), before tiling, rotation and offset; the map applies these itself.
 struct TexPoint {
     Point3 uvw;
     Point3 position;  // of the shaded point, object space; what three-dimensional maps read
@@ -22,8 +22,23 @@ class Texmap : public ReferenceTarget {
 public:
     std::string name;
     int channel = 1;      // mapping channel that the map asks for when a renderer shades
-    Point2 tiling{1, 1};  // texture coordinate u becomes u * tiling + offset
+    Point2 tiling{1, 1};  // texture coordinates are multiplied by it, then turned, then shifted
     Point2 offset{0, 0};
+
+    // Turns tiled coordinates about their origin, counter-clockwise.
+    void SetRotation(float degrees);
+    float RotationDegrees() const { return m_rotationDegrees; }
+
+    // The coordinates after tiling, rotation and offset.
+    Point3 Place(const Point3& uvw) const {
+        float u = uvw.x * tiling.x, v = uvw.y * tiling.y;
+        if (m_rotationDegrees != 0) {
+            float turned = u * m_cos - v * m_sin;
+            v = u * m_sin + v * m_cos;
+            u = turned;
+        }
+        return {u + offset.x, v + offset.y, uvw.z};
+    }
 
     // Prepares the map for time t (loads images). False with a reason in `error` when it cannot.
     virtual bool Update(TimeValue t, std::string* error) { return true; }
@@ -39,8 +54,6 @@ public:
 
     std::string ClassName() const override { return "Texmap"; }
 
-protected:
-    Point3 Place(const Point3& uvw) const {
-        return {uvw.x * tiling.x + offset.x, uvw.y * tiling.y + offset.y, uvw.z};
-    }
+private:
+    float m_rotationDegrees = 0, m_sin = 0, m_cos = 1;
 };

@@ -52,6 +52,13 @@ Point3 Finite(const Point3& p) { return {FiniteOrZero(p.x), FiniteOrZero(p.y), F
 
 }  // namespace
 
+void Texmap::SetRotation(float degrees) {
+    double radians = double(degrees) * 3.14159265358979323846 / 180;
+    m_rotationDegrees = degrees;
+    m_sin = float(std::sin(radians));
+    m_cos = float(std::cos(radians));
+}
+
 AColor ColorTex::EvalColor(const TexPoint&) const { return Opaque(color); }
 
 void ColorTex::EvalColors(std::span<const TexPoint>, std::span<AColor> out) const {

@@ -1,6 +1,6 @@
 // The host's texture maps.
 //
-// All of them place the coordinates first (u * tiling + offset); coordinates that are not finite
+// All of them place the coordinates first (Texmap::Place); coordinates that are not finite
 // count as 0. Colours are as given, never clamped or gamma corrected. EvalColors gives the same
 // bits as EvalColor, one virtual call for a whole batch.
 #pragma once

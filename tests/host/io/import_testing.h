@@ -11,15 +11,15 @@
 
 // Writes `bytes` to a file and imports it; the failed test tells the reason.
 inline ImportedModel ImportText(const TempFolder& folder, const std::string& name,
-                                const std::string& bytes) {
+                                const std::string& bytes, const ImportOptions& options = {}) {
     ImportedModel model;
-    std::string error;
-    EXPECT_TRUE(ImportModel(folder.Write(name, bytes), &model, &error)) << error;
+    ImportError error;
+    EXPECT_TRUE(ImportModel(folder.Write(name, bytes), options, &model, &error)) << error.text;
     return model;
 }
 
 // The error of importing `bytes`, without the folder's path.
-inline std::string ImportError(const std::string& name, const std::string& bytes) {
+inline std::string ErrorOfImport(const std::string& name, const std::string& bytes) {
     TempFolder folder;
     ImportedModel model;
     std::string error;

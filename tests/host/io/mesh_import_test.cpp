@@ -22,9 +22,10 @@ std::string HelperError(const std::string& script, HelperLimits limits = {}) {
     TempFolder folder;
     limits.program = Script(folder, script);
     ImportedModel model;
-    std::string error;
-    EXPECT_FALSE(ReadByHelper("x.fbx", limits, &model, &error));
-    return error;
+    ModelFiles files("x.fbx", {}, &model);
+    ImportError error;
+    EXPECT_FALSE(ReadByHelper(limits, files, &error));
+    return error.text;
 }
 
 }  // namespace
@@ -70,8 +71,10 @@ TEST(JoinObjects, MaterialsAreNumberedAnew) {
     triangle.faces = {{{0, 1, 2}, 0, 0}, {{2, 1, 0}, 0, 3}};
     auto mesh = std::make_shared<Mesh>(triangle);
     ImportedModel model;
-    model.objects = {{"a", mesh, red, Matrix3::Translation({5, 0, 0})}, {"b", mesh, multi, {}}};
-    JoinedModel joined = JoinObjects(model);
+    model.objects = {{"a", mesh, red, Matrix3::Translation({5, 0, 0}), {1, 1, 1}},
+                     {"b", mesh, multi, {}, {1, 1, 1}}};
+    ImportError error;
+    JoinedModel joined = JoinObjects(model, &error);
     EXPECT_EQ(joined.mesh->verts[0], (Point3{5, 0, 0}));
     ASSERT_EQ(joined.material->NumSubMtls(), 2);
     // Face 2 has id 0, blue; face 3 has id 3, which is entry 3 mod 2: red.
@@ -112,7 +115,7 @@ TEST(ImportHelper, TurnsFormatsWithYUp) {
 }
 
 TEST(ImportHelper, GarbageIsAnError) {
-    std::string error = ImportError("a.fbx", std::string(5000, '\x7F'));
+    std::string error = ErrorOfImport("a.fbx", std::string(5000, '\x7F'));
     EXPECT_EQ(error.rfind("a.fbx: cannot read the model: ", 0), 0u) << error;
     ExpectRobust("a.off", kOff, 16);
 }
@@ -131,14 +134,15 @@ TEST(ImportHelper, CrashTimeoutAndNonsenseAreErrors) {
     limits = {};
     limits.answerBytes = 1000;
     EXPECT_EQ(HelperError("exec head -c 100000 /dev/zero", limits),
-              "x.fbx: cannot read the model: it is too large");
+              "x.fbx: cannot read the model: its answer has more than 1000 bytes");
 }
 
 TEST(ImportHelper, MissingProgramIsAnError) {
     HelperLimits limits;
     limits.program = "/nonexistent/helper";
     ImportedModel model;
-    std::string error;
-    EXPECT_FALSE(ReadByHelper("x.fbx", limits, &model, &error));
-    EXPECT_EQ(error, "x.fbx: cannot read the model: No such file or directory");
+    ModelFiles files("x.fbx", {}, &model);
+    ImportError error;
+    EXPECT_FALSE(ReadByHelper(limits, files, &error));
+    EXPECT_EQ(error.text, "x.fbx: cannot read the model: No such file or directory");
 }

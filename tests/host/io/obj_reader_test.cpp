@@ -11,11 +11,25 @@ const std::string kQuads =
     "o left\nusemtl red\ns 1\nf 1/1/1 2/2/1 3/3/1 4/4/1\n"
     "o right\ns off\nusemtl blue\nf 2//1 5//1 6//1\nusemtl red\nf -5/2 -1/1 -4/4\n";
 
+// With the numbers as they stand in the file.
+ImportedModel ImportObj(const TempFolder& folder, const std::string& text) {
+    ImportOptions options;
+    options.up = UpAxis::kZ;
+    return ImportText(folder, "a.obj", text, options);
+}
+
 }  // namespace
+
+TEST(ObjReader, TheFilesYAxisIsUp) {
+    TempFolder folder;
+    std::string text = "v 1 2 3\nv 1 0 0\nv 0 1 0\nf 1 2 3\n";
+    EXPECT_EQ(ImportText(folder, "a.obj", text).objects[0].mesh->verts[0], (Point3{1, -3, 2}));
+    EXPECT_EQ(ImportObj(folder, text).objects[0].mesh->verts[0], (Point3{1, 2, 3}));
+}
 
 TEST(ObjReader, ObjectsWithTheirOwnVertices) {
     TempFolder folder;
-    ImportedModel model = ImportText(folder, "a.obj", kQuads);
+    ImportedModel model = ImportObj(folder, kQuads);
     ASSERT_EQ(model.objects.size(), 2u);
     const Mesh& left = *model.objects[0].mesh;
     EXPECT_EQ(model.objects[0].name, "left");
@@ -29,7 +43,7 @@ TEST(ObjReader, ObjectsWithTheirOwnVertices) {
 
 TEST(ObjReader, MissingCoordinatesAndNormalsAreFilled) {
     TempFolder folder;
-    ImportedModel model = ImportText(folder, "a.obj", kQuads);
+    ImportedModel model = ImportObj(folder, kQuads);
     const Mesh& right = *model.objects[1].mesh;
     ASSERT_EQ(Validate(right), "");
     ASSERT_NE(right.Map(1), nullptr);
@@ -42,7 +56,7 @@ TEST(ObjReader, MissingCoordinatesAndNormalsAreFilled) {
 
 TEST(ObjReader, NegativeIndicesCountFromTheEnd) {
     TempFolder folder;
-    ImportedModel model = ImportText(folder, "a.obj", kQuads);
+    ImportedModel model = ImportObj(folder, kQuads);
     const Mesh& right = *model.objects[1].mesh;
     EXPECT_EQ(right.verts[right.faces[1].v[0]], (Point3{1, 0, 0}));  // -5 of six is the second
     EXPECT_EQ(right.verts[right.faces[1].v[1]], (Point3{2, 1, 0}));
@@ -58,7 +72,7 @@ TEST(ObjReader, MaterialsBecomeFaceIds) {
                  "newmtl red\nKd 1 0 0\nd 0.25\n"
                  "map_Kd -s 2 3 -o 0.5 0 0 -clamp on C:\\art\\my leaf.png \n"
                  "newmtl blue\nKd 0 0 1\nTr 0.25\nmap_d none.png\n");
-    ImportedModel model = ImportText(folder, "a.obj", kQuads);
+    ImportedModel model = ImportObj(folder, kQuads);
     auto* red = dynamic_cast<StandardMtl*>(model.objects[0].material.get());
     ASSERT_NE(red, nullptr);
     EXPECT_EQ(red->diffuse, (Color{1, 0, 0}));
@@ -70,13 +84,46 @@ TEST(ObjReader, MaterialsBecomeFaceIds) {
     ASSERT_EQ(model.objects[1].material->NumSubMtls(), 2);
     EXPECT_EQ(MtlOfFace(model.objects[1].material.get(), 0)->opacity, 0.75f);
     EXPECT_EQ(MtlOfFace(model.objects[1].material.get(), 1), red);
+    ASSERT_EQ(model.warnings.size(), 2u);
+    EXPECT_NE(model.warnings[0].find("C:\\art\\my leaf.png is taken from"), std::string::npos);
+    EXPECT_NE(model.warnings[1].find("none.png"), std::string::npos);
+    ASSERT_EQ(model.materials.size(), 2u);
+    EXPECT_TRUE(model.materials[0].textures.at(0).found);
+    EXPECT_FALSE(model.materials[1].textures.at(0).found);
+    EXPECT_EQ(model.materials[1].alpha, ImportedAlpha::kBlend);
+}
+
+TEST(ObjReader, TransparencyHasTwoMeanings) {
+    auto opacity = [](const std::string& library) {
+        TempFolder folder;
+        folder.Write("a.mtl", library);
+        ImportedModel model =
+            ImportObj(folder, "mtllib a.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\nusemtl red\nf 1 2 3\n");
+        return dynamic_cast<StandardMtl&>(*model.objects.at(0).material).opacity;
+    };
+    EXPECT_EQ(opacity("newmtl red\nTr 0.25\n"), 0.75f);
+    EXPECT_EQ(opacity("# Converted by Meshlab Group\nnewmtl red\nTr 0.25\n"), 0.25f);
+    EXPECT_EQ(opacity("newmtl red\nTr 1\n"), 1);  // nobody writes what nobody sees
+    EXPECT_EQ(opacity("newmtl red\nd 0.5\nTr 1\n"), 0.5f);
+    EXPECT_EQ(opacity("newmtl red\nTr 0.5\nd 0\n"), 0);
+}
+
+TEST(ObjReader, WhatIsLeftOutWarns) {
+    TempFolder folder;
+    folder.Write("a.mtl", "newmtl red\nmap_Bump b.png\nmap_Ks s.png\n");
+    ImportedModel model = ImportObj(folder,
+                                    "mtllib a.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\nusemtl red\n"
+                                    "f 1 2 3\nl 1 2\nl 2 3\np 1\n");
     ASSERT_EQ(model.warnings.size(), 1u);
-    EXPECT_NE(model.warnings[0].find("none.png"), std::string::npos);
+    EXPECT_NE(model.warnings[0].find("left out: 1 bump map, 2 lines, 1 map of other properties, "
+                                     "1 point"),
+              std::string::npos)
+        << model.warnings[0];
 }
 
 TEST(ObjReader, MissingLibraryIsAWarning) {
     TempFolder folder;
-    ImportedModel model = ImportText(folder, "a.obj", kQuads);
+    ImportedModel model = ImportObj(folder, kQuads);
     EXPECT_EQ(model.objects[0].material, nullptr);
     EXPECT_EQ(model.warnings.size(), 3u);  // the library and its two materials
 }
@@ -85,7 +132,7 @@ TEST(ObjReader, GroupsDivideFilesWithoutObjects) {
     TempFolder folder;
     std::string points = "v 0 0 0\nv 1 0 0\nv 0 1 0\n";
     ImportedModel model =
-        ImportText(folder, "a.obj", points + "g a\nf 1 2 3\ng b\nf 3 2 1\ng a\nf 2 3 1\ng empty\n");
+        ImportObj(folder, points + "g a\nf 1 2 3\ng b\nf 3 2 1\ng a\nf 2 3 1\ng empty\n");
     ASSERT_EQ(model.objects.size(), 2u);
     EXPECT_EQ(model.objects[0].mesh->NumFaces(), 2u);
     EXPECT_EQ(model.objects[1].name, "b");
@@ -93,49 +140,54 @@ TEST(ObjReader, GroupsDivideFilesWithoutObjects) {
 
 TEST(ObjReader, VertexColoursAndContinuedLines) {
     TempFolder folder;
-    ImportedModel model = ImportText(
-        folder, "a.obj", "v 0 0 0 1 0 0\nv 1 0 0 0 1 0\nv 0 1 \\\r\n 0 0 0 1\nf 1 \\\n 2 3\n");
+    ImportedModel model =
+        ImportObj(folder, "v 0 0 0 1 0 0\nv 1 0 0 0 1 0\nv 0 1 \\\r\n 0 0 0 1\nf 1 \\\n 2 3\n");
     const Mesh& mesh = *model.objects[0].mesh;
     ASSERT_NE(mesh.Map(0), nullptr);
     EXPECT_EQ(mesh.Map(0)->verts[mesh.Map(0)->faces[0][2]], (Point3{0, 0, 1}));
     EXPECT_EQ(mesh.verts[mesh.faces[0].v[2]], (Point3{0, 1, 0}));
+    auto* material = dynamic_cast<StandardMtl*>(model.objects[0].material.get());
+    ASSERT_NE(material, nullptr);
+    EXPECT_TRUE(material->vertexColors);
+    EXPECT_EQ(material->diffuse, (Color{1, 1, 1}));
 }
 
 TEST(ObjReader, SeparateCopiesOfAPositionStaySeparate) {
     // The format shares vertices by index, so two of one place are the author's wish.
     TempFolder folder;
-    ImportedModel model =
-        ImportText(folder, "a.obj",
-                   "v 0 0 0\nv 1 0 0\nv 0 1 0\nv 0 0 0\nv 1 0 0\nv 0 -1 0\nf 1 2 3\nf 4 6 5\n");
+    ImportedModel model = ImportObj(
+        folder, "v 0 0 0\nv 1 0 0\nv 0 1 0\nv 0 0 0\nv 1 0 0\nv 0 -1 0\nf 1 2 3\nf 4 6 5\n");
     EXPECT_EQ(model.objects[0].mesh->verts.size(), 6u);
 }
 
 TEST(ObjReader, ErrorsNameTheLine) {
     std::string points = "v 0 0 0\nv 1 0 0\nv 0 1 0\n";
-    EXPECT_EQ(ImportError("a.obj", points + "f 1 2 9\n"), "a.obj:4: vertex index 9 of 3");
-    EXPECT_EQ(ImportError("a.obj", points + "f 1 2 -4\n"), "a.obj:4: vertex index -4 of 3");
-    EXPECT_EQ(ImportError("a.obj", points + "f 0 1 2\n"), "a.obj:4: vertex index 0 of 3");
-    EXPECT_EQ(ImportError("a.obj", points + "f 1/1 2/1 3/1\n"),
+    EXPECT_EQ(ErrorOfImport("a.obj", points + "f 1 2 9\n"), "a.obj:4: vertex index 9 of 3");
+    EXPECT_EQ(ErrorOfImport("a.obj", points + "f 1 2 -4\n"), "a.obj:4: vertex index -4 of 3");
+    EXPECT_EQ(ErrorOfImport("a.obj", points + "f 0 1 2\n"), "a.obj:4: vertex index 0 of 3");
+    EXPECT_EQ(ErrorOfImport("a.obj", points + "f 1/1 2/1 3/1\n"),
               "a.obj:4: texture coordinate index 1 of 0");
-    EXPECT_EQ(ImportError("a.obj", points + "f 1 2\n"),
+    EXPECT_EQ(ErrorOfImport("a.obj", points + "f 1 2\n"),
               "a.obj:4: a face of 2 corners, expected 3 or more");
-    EXPECT_EQ(ImportError("a.obj", points + "f 1 2 3x\n"),
+    EXPECT_EQ(ErrorOfImport("a.obj", points + "f 1 2 3x\n"),
               "a.obj:4: a face corner is malformed, expected v, v/t, v//n or v/t/n");
-    EXPECT_EQ(ImportError("a.obj", "v 0 nan 0\n"), "a.obj:1: a coordinate is not a finite number");
-    EXPECT_EQ(ImportError("a.obj", "v 1e99 0 0\n"), "a.obj:1: a coordinate is not a finite number");
-    EXPECT_EQ(ImportError("a.obj", "v 0,5 0 0\n"), "a.obj:1: 1 numbers, expected 3");
-    EXPECT_EQ(ImportError("a.obj", points + "f 99999999999999999999 1 2\n"),
+    EXPECT_EQ(ErrorOfImport("a.obj", "v 0 nan 0\n"),
+              "a.obj:1: a coordinate is not a finite number");
+    EXPECT_EQ(ErrorOfImport("a.obj", "v 1e99 0 0\n"),
+              "a.obj:1: a coordinate is not a finite number");
+    EXPECT_EQ(ErrorOfImport("a.obj", "v 0,5 0 0\n"), "a.obj:1: 1 numbers, expected 3");
+    EXPECT_EQ(ErrorOfImport("a.obj", points + "f 99999999999999999999 1 2\n"),
               "a.obj:4: expected a vertex index");
 }
 
 TEST(ObjReader, TinyNumbersAreZero) {
     TempFolder folder;
-    auto model = ImportText(folder, "a.obj", "v 1e-99 -1e-400 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
+    auto model = ImportObj(folder, "v 1e-99 -1e-400 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
     EXPECT_EQ(model.objects[0].mesh->verts[0], (Point3{}));
 }
 
 TEST(ObjReader, OtherFilesFailFast) {
-    EXPECT_EQ(ImportError("a.obj", ""), "a.obj:0: no OBJ statement found");
+    EXPECT_EQ(ErrorOfImport("a.obj", ""), "a.obj:0: no OBJ statement found");
     // A sparse file of 2 GiB: reading it all would take seconds and exhaust the machine's memory.
     TempFolder folder;
     std::string path = folder.Write("big.obj", std::string(1000, '\n')), error;
@@ -143,7 +195,7 @@ TEST(ObjReader, OtherFilesFailFast) {
     ImportedModel model;
     EXPECT_FALSE(ImportModel(path, &model, &error));
     EXPECT_NE(error.find("not an OBJ file"), error.npos) << error;
-    EXPECT_EQ(ImportError("b.obj", std::string(70000, '\n') + "rubbish\n"),
+    EXPECT_EQ(ErrorOfImport("b.obj", std::string(70000, '\n') + "rubbish\n"),
               "b.obj:70001: no OBJ statement found");
 }
 

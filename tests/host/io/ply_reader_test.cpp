@@ -1,6 +1,7 @@
 #include <bit>
 #include <cstring>
 
+#include "host/io/bitmap.h"
 #include "tests/host/io/import_testing.h"
 
 namespace {
@@ -89,12 +90,12 @@ TEST(PlyReader, HugeClaimsAreRefusedBeforeAllocation) {
     std::string header =
         "ply\nformat binary_little_endian 1.0\nelement vertex 4000000000000\n"
         "property float x\nproperty float y\nproperty float z\nend_header\n";
-    EXPECT_EQ(ImportError("a.ply", header + "123456789012"),
+    EXPECT_EQ(ErrorOfImport("a.ply", header + "123456789012"),
               "a.ply: element \"vertex\": 4000000000000 rows claimed, the file holds 1 at most");
     std::string list =
         "ply\nformat binary_little_endian 1.0\nelement face 1\n"
         "property list uint int vertex_indices\nend_header\n\xFF\xFF\xFF\x7F";
-    EXPECT_EQ(ImportError("a.ply", list),
+    EXPECT_EQ(ErrorOfImport("a.ply", list),
               "a.ply: element \"face\", row 0: the file ends or holds no number");
 }
 
@@ -103,20 +104,61 @@ TEST(PlyReader, ErrorsNameTheirPlace) {
         std::string text = kAscii;
         return text.replace(text.find(from), from.size(), to);
     };
-    EXPECT_EQ(ImportError("a.ply", replaced("4 0 1 2 3", "4 0 1 2 7")),
+    EXPECT_EQ(ErrorOfImport("a.ply", replaced("4 0 1 2 3", "4 0 1 2 7")),
               "a.ply: element \"face\", row 0: vertex index 7 of 4");
-    EXPECT_EQ(ImportError("a.ply", replaced("4 0 1 2 3", "4 0 1 2 1e99")),
+    EXPECT_EQ(ErrorOfImport("a.ply", replaced("4 0 1 2 3", "4 0 1 2 1e99")),
               "a.ply: element \"face\", row 0: vertex index 1e+99 of 4");
-    EXPECT_EQ(ImportError("a.ply", replaced("1 1 0", "1 nan 0")),
+    EXPECT_EQ(ErrorOfImport("a.ply", replaced("1 1 0", "1 nan 0")),
               "a.ply: vertex 2: a coordinate is not a finite number");
-    EXPECT_EQ(ImportError("a.ply", replaced("property float x", "property float q")),
+    EXPECT_EQ(ErrorOfImport("a.ply", replaced("property float x", "property float q")),
               "a.ply: element \"vertex\" lacks x, y or z");
-    EXPECT_EQ(ImportError("a.ply", replaced("float y", "quad y")),
+    EXPECT_EQ(ErrorOfImport("a.ply", replaced("float y", "quad y")),
               "a.ply: header line 6: bad property");
-    EXPECT_EQ(ImportError("a.ply", replaced("ascii", "runes")),
+    EXPECT_EQ(ErrorOfImport("a.ply", replaced("ascii", "runes")),
               "a.ply: header line 2: unknown format");
-    EXPECT_EQ(ImportError("a.ply", "solid"), "a.ply: not a PLY file");
-    EXPECT_EQ(ImportError("a.ply", "ply\nformat ascii 1.0\n"), "a.ply: the header does not end");
+    EXPECT_EQ(ErrorOfImport("a.ply", "solid"), "a.ply: not a PLY file");
+    EXPECT_EQ(ErrorOfImport("a.ply", "ply\nformat ascii 1.0\n"), "a.ply: the header does not end");
+}
+
+TEST(PlyReader, RowsMayBeLongerThanTheHeaderSays) {
+    TempFolder folder;
+    std::string rows =
+        "ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\nproperty float y\n"
+        "property float z\nelement face 1\nproperty list uchar int vertex_indices\nend_header\n"
+        "0 0 0 255 0 0\n1 0 0 255 0 0\n0 1 0 255 0 0\n3 0 1 2 7\n";
+    ImportedModel model = ImportText(folder, "a.ply", rows);
+    EXPECT_EQ(model.objects.at(0).mesh->verts,
+              (std::vector<Point3>{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}));
+    ASSERT_EQ(model.warnings.size(), 2u);
+    EXPECT_NE(model.warnings[0].find("element \"vertex\": rows hold more numbers"),
+              std::string::npos);
+    // In a binary file nothing tells the rows apart.
+    std::string longer = Binary(false) + std::string(100, '\1');
+    EXPECT_NE(ErrorOfImport("b.ply", longer).find("the rows are longer than the header says"),
+              std::string::npos);
+}
+
+TEST(PlyReader, ColoursAndTheTextureOfTheHeaderAreShown) {
+    TempFolder folder;
+    std::string error;
+    ASSERT_TRUE(
+        WriteBitmap(folder.File("skin.png"), Bitmap(1, 1, 1, std::vector<uint8_t>{7}), &error));
+    std::string text =
+        "ply\nformat ascii 1.0\ncomment TextureFile skin.png\nelement vertex 3\n"
+        "property float x\nproperty float y\nproperty float z\nproperty uchar red\n"
+        "property uchar green\nproperty uchar blue\nproperty uchar alpha\n"
+        "element face 1\nproperty list uchar int vertex_indices\nend_header\n"
+        "0 0 0 255 0 0 255\n1 0 0 0 51 0 255\n0 1 0 0 0 255 9\n3 0 1 2\n";
+    ImportedModel model = ImportText(folder, "a.ply", text);
+    auto* material = dynamic_cast<StandardMtl*>(model.objects.at(0).material.get());
+    ASSERT_NE(material, nullptr);
+    EXPECT_TRUE(material->vertexColors);
+    EXPECT_TRUE(material->diffuseMap);
+    const MapChannel* colors = model.objects[0].mesh->Map(0);
+    ASSERT_NE(colors, nullptr);
+    EXPECT_NEAR(colors->verts[colors->faces[0][1]].y, 0.2f, 1e-6f);
+    ASSERT_EQ(model.warnings.size(), 1u);
+    EXPECT_NE(model.warnings[0].find("alpha"), std::string::npos);
 }
 
 TEST(PlyReader, DamagedFilesNeverCrash) {

@@ -43,20 +43,20 @@ TEST(StlReader, TextAndBinaryAgreeAndAreWelded) {
 TEST(StlReader, ErrorsNameTheirPlace) {
     std::string bad = kText;
     bad.replace(bad.find("vertex 1 1 0"), 12, "vertex 1 inf");
-    EXPECT_EQ(ImportError("a.stl", bad), "a.stl:12: expected three numbers");
-    EXPECT_EQ(ImportError("a.stl", "solid\nfacet\nvertex 0 0 0\nendfacet\n"),
+    EXPECT_EQ(ErrorOfImport("a.stl", bad), "a.stl:12: expected three numbers");
+    EXPECT_EQ(ErrorOfImport("a.stl", "solid\nfacet\nvertex 0 0 0\nendfacet\n"),
               "a.stl:4: a facet of fewer than three vertices");
-    EXPECT_EQ(ImportError("a.stl", "solid\nfacet\nvertex 0 0 0\n"),
+    EXPECT_EQ(ErrorOfImport("a.stl", "solid\nfacet\nvertex 0 0 0\n"),
               "a.stl:3: the file ends within a facet");
-    EXPECT_EQ(ImportError("a.stl", Binary({{0, 0, 0, 1, 0, 0, 0, NAN, 0}})),
+    EXPECT_EQ(ErrorOfImport("a.stl", Binary({{0, 0, 0, 1, 0, 0, 0, NAN, 0}})),
               "a.stl: triangle 0: a coordinate is not a finite number");
 }
 
 TEST(StlReader, FacetsCannotReachAcrossOthers) {
     std::string corner = "vertex 0 0 0\n";
-    EXPECT_EQ(ImportError("a.stl", "solid a\n" + corner + "solid b\n" + corner + corner),
+    EXPECT_EQ(ErrorOfImport("a.stl", "solid a\n" + corner + "solid b\n" + corner + corner),
               "a.stl:3: a facet of fewer than three vertices");
-    EXPECT_EQ(ImportError("a.stl", "solid a\nfacet\n" + corner + "facet\n" + corner + corner),
+    EXPECT_EQ(ErrorOfImport("a.stl", "solid a\nfacet\n" + corner + "facet\n" + corner + corner),
               "a.stl:4: a facet of fewer than three vertices");
 }
 
@@ -64,7 +64,7 @@ TEST(StlReader, ClaimedCountMustFitTheFile) {
     std::string bytes = kBinary;
     bytes[80] = '\xFF', bytes[81] = '\xFF', bytes[82] = '\xFF', bytes[83] = '\xFF';
     bytes[0] = 'x';
-    EXPECT_EQ(ImportError("a.stl", bytes),
+    EXPECT_EQ(ErrorOfImport("a.stl", bytes),
               "a.stl: not an STL file: 184 bytes are no whole number of triangles");
 }
 

@@ -35,14 +35,28 @@ function compose(t, [x, y, z, w], s) {
         ...t];
 }
 
-function compare(file, expected, id, t, q, s, color) {
+// `mirrored` things show a mirrored mesh: the x axis of their matrix is turned.
+function compare(file, expected, id, t, q, s, mirrored) {
     check(Math.abs(Math.hypot(...q) - 1) < 1e-6, `${file}: ${id}: rotation ${q}`);
+    check(s.every((f) => f >= 0), `${file}: ${id}: scale ${s}`);
     const matrix = compose(t, q, s);
+    if (mirrored) for (let k = 0; k < 3; k++) matrix[k] = -matrix[k];
     for (let k = 0; k < 12; k++)
         check(Math.abs(matrix[k] - Math.fround(expected.matrix[k])) <= (k < 9 ? 4e-6 : 0),
               `${file}: ${id}: matrix[${k}] ${matrix[k]}, expected ${expected.matrix[k]}`);
-    if (color) color.forEach((c, k) => check(c === Math.fround(expected.color[k]),
-                                             `${file}: ${id}: color ${color}`));
+}
+
+// The tint is kept as it is; the colour that multiplies is white mixed with it.
+function compareTint(file, expected, id, color, tint) {
+    const blend = expected.color[3];
+    tint.forEach((c, k) => check(c === Math.fround(expected.color[k]), `${file}: ${id}: ${tint}`));
+    check(color.length === 3, `${file}: ${id}: color ${color}`);
+    color.forEach((c, k) => check(Math.abs(c - (1 - blend + blend * expected.color[k])) < 1e-6,
+                                  `${file}: ${id}: color ${color}`));
+}
+
+function isMirrored([a, b, c, d, e, f, g, h, i]) {
+    return a * (e * i - f * h) - b * (d * i - f * g) + c * (d * h - e * g) < 0;
 }
 
 function row(attribute, i, n) {
@@ -62,20 +76,34 @@ async function checkInstances(file, expectedFile, scale) {
         const extras = node.getExtras();
         if (instances) {
             const get = (name) => instances.getAttribute(name);
+            const mirrored = node.getName().endsWith(' mirrored');
+            const name = node.getName().replace(' mirrored', '');
+            const ids = Array.from(get('_ID').getArray());
+            const isTinted = ids.some((id) => expected.get(id)?.color[3] > 0);
+            check((get('_COLOR_0') !== null) === isTinted, `${file}: ${name}: colours`);
+            check((get('_TINT') !== null) === isTinted, `${file}: ${name}: tints`);
             for (let i = 0; i < get('_ID').getCount(); i++, seen++) {
                 const id = get('_ID').getArray()[i], e = expected.get(id);
                 if (!e) { check(false, `${file}: unexpected id ${id}`); continue; }
-                check(node.getName().endsWith('/plant' + e.prototype), `${file}: ${node.getName()}`);
+                check(name.endsWith('/plant' + e.prototype), `${file}: ${node.getName()}`);
+                check(mirrored === isMirrored(e.matrix), `${file}: ${id}: mirrored`);
                 compare(file, e, id, row(get('TRANSLATION'), i, 3), row(get('ROTATION'), i, 4),
-                        row(get('SCALE'), i, 3), row(get('_COLOR_0'), i, 4));
+                        row(get('SCALE'), i, 3), mirrored);
+                if (isTinted)
+                    compareTint(file, e, id, row(get('_COLOR_0'), i, 3), row(get('_TINT'), i, 4));
             }
         } else if ('id' in extras) {
             const e = expected.get(extras.id);
             check(node.getName() === `plant${e.prototype}_${extras.id}`, `${file}: ${node.getName()}`);
             compare(file, e, extras.id, node.getTranslation().map(Math.fround),
                     node.getRotation().map(Math.fround), node.getScale().map(Math.fround),
-                    extras.color?.map(Math.fround));
-            check((extras.color !== undefined) === (e.color[3] > 0), `${file}: ${extras.id}: colour`);
+                    isMirrored(e.matrix));
+            const isTinted = e.color[3] > 0;
+            check((extras.color !== undefined) === isTinted, `${file}: ${extras.id}: colour`);
+            check(node.getMesh().getName().endsWith(' mirrored') === isMirrored(e.matrix),
+                  `${file}: ${extras.id}: mesh ${node.getMesh().getName()}`);
+            if (isTinted)
+                compareTint(file, e, extras.id, extras.color, extras.tint.map(Math.fround));
             seen++;
         }
     }

@@ -1,0 +1,11 @@
+// The import library's scenes as model streams.
+#pragma once
+
+#include <string>
+
+#include "host/io/model_stream.h"
+
+struct aiScene;
+
+// path: of the file, whose ending tells the format where the scene does not.
+StreamModel ConvertScene(const std::string& path, const aiScene& scene);

@@ -1,0 +1,57 @@
+// The files that a model file draws in: material libraries, buffers, images.
+//
+// A model comes from somewhere else and may name anything, so every name in it is resolved here,
+// and nothing is opened that does not lie, links followed, below one of the roots: the model's own
+// folder, and the folders that the caller adds (the scene's). What is refused or missing warns, and
+// what was found or not is kept for the import report. One thread.
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/io/mesh_import.h"
+#include "host/scene/texmaps.h"
+
+class ModelFiles {
+public:
+    // What is left out goes to the warnings of `model`, which must outlive this.
+    ModelFiles(const std::string& modelPath, const std::vector<std::string>& roots,
+               ImportedModel* model);
+
+    const std::string& Path() const { return m_path; }
+    ImportedModel& Model() const { return *m_model; }
+    const std::vector<std::filesystem::path>& Roots() const { return m_roots; }
+    // Adds a warning, the model's path in front; the same one only once.
+    void Warn(const std::string& what);
+
+    // Counts things of a kind ("normal map") that are not shown; Finish tells them in one warning.
+    void LeaveOut(const std::string& kind, size_t count = 1) { m_leftOut[kind] += count; }
+    void Finish();
+
+    // Path of a file that the model names, relative to its folder, with either slash. None, with a
+    // reason in `error`, when it leaves the roots or is no regular file.
+    std::optional<std::string> Resolve(const std::string& name, std::string* error) const;
+
+    // The texture map of an image that the model names. Paths of the author's own machine are
+    // common, and so are names in other cases: the image is also looked for beside the model and in
+    // a folder "textures". Null, with a warning, when there is none. The image is noted for the
+    // report as `slot` of `material`, when that is not null.
+    std::shared_ptr<BitmapTex> Texture(const std::string& image, const std::string& slot,
+                                       ImportedMaterial* material);
+
+private:
+    bool IsInside(const std::filesystem::path& path) const;
+    std::optional<std::string> FindImage(const std::string& image, std::string* error);
+
+    std::string m_path;
+    std::filesystem::path m_folder;
+    std::vector<std::filesystem::path> m_roots;  // canonical
+    ImportedModel* m_model;
+    std::map<std::string, size_t> m_leftOut;
+};
+
+// Why an image with these first bytes cannot be read, in one line.
+std::string DescribeUnreadImage(std::string_view head, const std::string& name);
