@@ -87,7 +87,9 @@ void PrintNote(const std::string& text) {
 }
 
 void PrintResult(const std::string& text) {
-    bool isWritten = std::fputs(text.c_str(), stdout) >= 0 && std::fputc('\n', stdout) != EOF;
+    // A NUL ends nothing: programs may hold one, and messages quote them.
+    bool isWritten = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() &&
+                     std::fputc('\n', stdout) != EOF;
     g_resultsFailed = g_resultsFailed || !isWritten;
 }
 
