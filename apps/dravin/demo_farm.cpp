@@ -101,14 +101,14 @@ float RoadNoise(float x, float y, float size, int levels, uint32_t seed) {
 }  // namespace
 
 std::string RoadMesh(const Valley& valley) {
-    std::string text = "# The track: a strip on the land.\n", faces;
+    std::string text = "# The track: a strip on the land, y up.\n", faces;
     int rows = 0;
     for (float y = kRoadStart; y <= kRoadEnd; y += kRoadStep, ++rows)
         for (int c = 0; c < kRoadColumns; ++c) {
             float across = float(c) / float(kRoadColumns - 1);
             Point2 p = BesideRoad(y, (across * 2 - 1) * kRoadHalfWidth);
-            text += fmt::format("v {:.3f} {:.3f} {:.3f}\nvt {:.4f} {:.4f}\n", p.x, p.y,
-                                valley.Height(p.x, p.y) + kAboveLand, across,
+            text += fmt::format("v {:.3f} {:.3f} {:.3f}\nvt {:.4f} {:.4f}\n", p.x,
+                                valley.Height(p.x, p.y) + kAboveLand, -p.y, across,
                                 (y - kRoadStart) / kRoadTile);
         }
     for (int r = 0; r + 1 < rows; ++r)

@@ -206,6 +206,7 @@ private:
             bool isBent = Bend(source, part);
             for (Face& face : part.faces) face.matID = uint16_t(object.materials.size());
             object.materials.push_back(source.mMaterialIndex);
+            FillMissingColors(joined[isBent], part);
             AppendMesh(joined[isBent], part);
         }
         for (auto& [isBent, mesh] : joined) {

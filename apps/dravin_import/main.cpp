@@ -2,6 +2,7 @@
 // processor time and address space, and writes it to standard output as a model stream. Files that
 // the model names are opened only below the roots. Started by the host only.
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <new>
@@ -9,6 +10,7 @@
 
 #include <assimp/postprocess.h>
 #include <assimp/scene.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <assimp/Importer.hpp>
 
@@ -47,6 +49,7 @@ std::string ReadModel(const std::string& path, const std::vector<std::string>& r
 
 int main(int argc, char** argv) {
     if (argc < 4) return 2;
+    prctl(PR_SET_PDEATHSIG, SIGKILL);  // an interrupted host leaves no reader behind
     LimitResources(rlim_t(ParseInteger(argv[2]).value_or(60)),
                    rlim_t(ParseInteger(argv[3]).value_or(1ll << 32)));
     std::string answer;

@@ -144,14 +144,13 @@ std::vector<Point3> ExplicitNormals(const Mesh& mesh) {
     return normals;
 }
 
-// Adds `source` to `target`, which belong to meshes of sourceFaces and targetFaces faces. Faces that
-// had no such channel get `missing`.
+// Adds `source` to `target`, which belong to meshes of sourceFaces and targetFaces faces.
 void AppendChannel(MapChannel& target, size_t targetFaces, const MapChannel* source,
-                   size_t sourceFaces, const Point3& missing = {}) {
+                   size_t sourceFaces) {
     bool hasSource = source && !source->IsEmpty();
     if (target.IsEmpty() && !hasSource) return;
     if (target.IsEmpty() && targetFaces > 0) {
-        target.verts.assign(1, missing);
+        target.verts.assign(1, {});
         target.faces.assign(targetFaces, {0, 0, 0});
     }
     auto first = uint32_t(target.verts.size());
@@ -160,7 +159,7 @@ void AppendChannel(MapChannel& target, size_t targetFaces, const MapChannel* sou
         for (const Triple& t : source->faces)
             target.faces.push_back({t[0] + first, t[1] + first, t[2] + first});
     } else {
-        target.verts.push_back(missing);
+        target.verts.push_back({});
         target.faces.insert(target.faces.end(), sourceFaces, {first, first, first});
     }
 }
@@ -289,8 +288,7 @@ void AppendMesh(Mesh& target, const Mesh& source) {
     auto first = uint32_t(target.verts.size());
     target.maps.resize(std::max(target.maps.size(), source.maps.size()));
     for (size_t c = 0; c < target.maps.size(); ++c)
-        AppendChannel(target.maps[c], targetFaces, source.Map(int(c)), sourceFaces,
-                      c == 0 ? Point3{1, 1, 1} : Point3{});
+        AppendChannel(target.maps[c], targetFaces, source.Map(int(c)), sourceFaces);
     bool keepsNormals = (targetFaces == 0 || !target.normals.IsEmpty()) &&
                         (sourceFaces == 0 || !source.normals.IsEmpty());
     if (keepsNormals)
@@ -303,4 +301,11 @@ void AppendMesh(Mesh& target, const Mesh& source) {
         for (uint32_t& v : face.v) v += first;
         target.faces.push_back(face);
     }
+}
+
+void FillMissingColors(Mesh& a, Mesh& b) {
+    if (!a.Map(0) == !b.Map(0)) return;
+    Mesh& plain = a.Map(0) ? b : a;
+    if (plain.faces.empty()) return;
+    plain.MakeMap(0) = {{{1, 1, 1}}, std::vector<Triple>(plain.NumFaces(), {0, 0, 0})};
 }

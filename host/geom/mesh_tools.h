@@ -40,7 +40,9 @@ Mesh TransformedMesh(const Mesh& mesh, const Matrix3& m);
 // A copy with the faces whose flag is set, one flag a face, and the vertices that they use, in the
 // mesh and in its channels, all in their order.
 Mesh MeshOfFaces(const Mesh& mesh, std::span<const uint8_t> keep);
-// Adds a copy of `source`. A channel that one of the two lacks is filled there with zero
-// coordinates, vertex colours (channel 0) with white; normals survive only when both have them or
-// the target is empty.
+// Adds a copy of `source`. A channel that one of the two lacks is filled with zero coordinates
+// there; normals survive only when both have them or the target is empty.
 void AppendMesh(Mesh& target, const Mesh& source);
+// Where one of two meshes has vertex colours (channel 0), the other gets white ones: to be called
+// before AppendMesh where colours multiply what is shown.
+void FillMissingColors(Mesh& a, Mesh& b);

@@ -92,6 +92,7 @@ bool GltfMeshReader::Read(const tinygltf::Mesh& source, const std::vector<double
         if (mesh->faces.size() + part.faces.size() > kMaxImportedFaces)
             return Fail(fmt::format("more than {} faces", kMaxImportedFaces),
                         ImportFailure::kLimit);
+        FillMissingColors(*mesh, part);
         AppendMesh(*mesh, part);
     }
     WeldVertices(*mesh);

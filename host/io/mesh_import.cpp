@@ -191,6 +191,7 @@ JoinedModel JoinObjects(const ImportedModel& model, ImportError* error) {
         Mesh mesh = TransformedMesh(*object.mesh, object.transform);
         if (hasMaterials) Renumber(object, materials, mesh);
         Colour(mesh, object.color);
+        FillMissingColors(*joined.mesh, mesh);
         AppendMesh(*joined.mesh, mesh);
     }
     if (hasMaterials) joined.material = materials.Combined();

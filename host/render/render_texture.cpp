@@ -42,11 +42,11 @@ RenderTexture::RenderTexture(const Texmap& map, Use use, float cutoff)
     if (!bitmap || !bitmap->Image() || bitmap->Image()->IsEmpty()) return;
     m_wrap = bitmap->wrap;
     m_isNearest = bitmap->filter == BitmapTex::Filter::kNearest;
-    Bake(*bitmap->Image());
+    Bake(*bitmap->Image(), bitmap->alphaOnly);
     AddCoarserLevels();
 }
 
-void RenderTexture::Bake(const Bitmap& image) {
+void RenderTexture::Bake(const Bitmap& image, bool alphaOnly) {
     Level& level = m_levels.emplace_back();
     level.width = image.Width();
     level.height = image.Height();
@@ -55,7 +55,7 @@ void RenderTexture::Bake(const Bitmap& image) {
         for (int x = 0; x < level.width; ++x) {
             AColor c = image.Pixel(x, y);
             if (m_use == Use::kMask)
-                level.texels.push_back(ToByte(Luminance(c.Rgb()) * c.a));
+                level.texels.push_back(ToByte(alphaOnly ? c.a : Luminance(c.Rgb()) * c.a));
             else
                 for (float value : {c.r, c.g, c.b}) level.texels.push_back(ToByte(value));
         }

@@ -37,7 +37,7 @@ private:
         int x0, x1, y0, y1;
         float u, v;
     };
-    void Bake(const Bitmap& image);
+    void Bake(const Bitmap& image, bool alphaOnly);
     // What a value of the finest level counts as in a coarser one, 0..1.
     float Value(uint8_t texel, bool isFinest) const;
     void AddCoarserLevels();

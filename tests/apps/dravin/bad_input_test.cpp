@@ -8,6 +8,7 @@
 #include "tests/run_program.h"
 
 using testing::HasSubstr;
+using testing::Not;
 
 namespace {
 
@@ -377,4 +378,36 @@ TEST_F(BadInput, VersionAndHelp) {
     ProgramRun help = Dravin({"build", "--help"});
     EXPECT_EQ(help.code, 0);
     EXPECT_THAT(help.out, HasSubstr("--no-limit"));
+}
+
+// Models that claim more than they hold, shrink, or come from elsewhere.
+
+TEST_F(BadInput, GltfClaimsAreWeighedBeforeMemory) {
+    std::string claim = R"({"asset":{"version":"2.0"},"nodes":[{"mesh":0}],"meshes":[{"primitives":[
+        {"attributes":{"POSITION":0}}]}],"accessors":[{"componentType":5126,"count":67108864,
+        "type":"VEC3"}]})";
+    m_folder.Write("a.gltf", claim);
+    ProgramRun run = Dravin({"inspect", "a.gltf"}, {.memoryBytes = size_t{512} << 20});
+    Expect(run, 5, "accessor 0: 67108864 elements without a buffer, at most 1048576 are read");
+    Expect(BuildOnFile("a.gltf", claim), 5, "67108864 elements");
+}
+
+TEST_F(BadInput, InspectTellsWhatIsWrong) {
+    Expect(Dravin({"inspect", "no.obj"}), 3, "no.obj: cannot open the file");
+    m_folder.Write("a.ply", "solid");
+    Expect(Dravin({"inspect", "a.ply"}), 4, "a.ply: not a PLY file");
+    m_folder.Write("a.wrl2", "rubbish");
+    Expect(Dravin({"inspect", "a.wrl2"}), 4, "no reader knows files ending in \".wrl2\"");
+}
+
+TEST_F(BadInput, SourcesThatAreTurnedInVain) {
+    std::string turned =
+        R"({"name": "tree", "type": "box", "rotation": [0, 90, 0], "hidden": true})";
+    ProgramRun run = Build(std::string(kGround) + "," + turned + "," + Forest());
+    Expect(run, 0, "/nodes/2/geometry/0/object: the rotation and scale of \"tree\" do not count");
+    EXPECT_THAT(run.err, HasSubstr("\"object_offset\" turns and scales"));
+    std::string shown = R"({"name": "tree", "type": "box", "rotation": [0, 90, 0]})";
+    run = Build(std::string(kGround) + "," + shown + "," + Forest());
+    EXPECT_EQ(run.code, 0);
+    EXPECT_THAT(run.err, Not(HasSubstr("object_offset")));
 }

@@ -125,6 +125,17 @@ TEST(AppendMesh, FillsMissingChannels) {
     EXPECT_EQ(mesh.Map(0)->verts[mesh.Map(0)->faces[2][0]], (Point3{1, 0, 0}));
 }
 
+TEST(FillMissingColors, WhiteStandsWhereThereAreNone) {
+    Mesh plain = MakePlane(1, 1), red = MakePlane(1, 1), empty;
+    red.MakeMap(0) = {{{1, 0, 0}}, {{0, 0, 0}, {0, 0, 0}}};
+    FillMissingColors(plain, red);
+    EXPECT_EQ(Validate(plain), "");
+    EXPECT_EQ(plain.Map(0)->verts[plain.Map(0)->faces[1][2]], (Point3{1, 1, 1}));
+    EXPECT_EQ(red.Map(0)->verts, (std::vector<Point3>{{1, 0, 0}}));
+    FillMissingColors(empty, red);
+    EXPECT_EQ(empty, Mesh());
+}
+
 TEST(AppendMesh, ToAnEmptyMeshIsACopy) {
     Mesh mesh, box = MakeBox(1, 2, 3);
     AppendMesh(mesh, box);

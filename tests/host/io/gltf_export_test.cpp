@@ -1,7 +1,9 @@
 #include "host/io/gltf_export.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
+#include <set>
 
 #include <gtest/gtest.h>
 
@@ -104,6 +106,78 @@ TEST(GltfExport, FlatFormImportsAsItWas) {
     }
 }
 
+// Instanced items come back as objects that share a mesh, mirrored ones as a mirrored mesh.
+TEST(GltfExport, InstancedFormImportsAsItWas) {
+    TempFolder folder;
+    SampleSource source(folder.File(""), 40);
+    const IInstanceSource* sources[] = {&source};
+    std::string error;
+    ASSERT_TRUE(ExportGltf(folder.File("a.glb"), sources, {}, {}, &error)) << error;
+    ImportedModel model;
+    ASSERT_TRUE(ImportModel(folder.File("a.glb"), &model, &error)) << error;
+    ASSERT_EQ(model.objects.size(), 30u);
+    size_t found = 0;
+    std::set<const Mesh*> meshes;
+    for (size_t i = 0; i < 40; ++i) {
+        InstanceRecord r = source.Instance(i);
+        if (r.prototype == 2) continue;
+        // Item i stands by its place, which no other item has.
+        auto object = std::find_if(model.objects.begin(), model.objects.end(), [&](auto& o) {
+            return Length(o.transform.GetTrans() - r.transform.GetTrans()) < 1e-5f;
+        });
+        ASSERT_NE(object, model.objects.end()) << i;
+        ExpectSamePlace(*object, *source.PrototypeMesh(r.prototype), r.transform);
+        EXPECT_GE(object->transform.Determinant(), 0);
+        bool isMirrored = r.transform.Determinant() < 0;
+        EXPECT_EQ(object->name.ends_with(" mirrored"), isMirrored);
+        EXPECT_NEAR(object->color.r, 1 + (r.tint.r - 1) * r.tintBlend, 1e-6f);
+        meshes.insert(object->mesh.get());
+        ++found;
+    }
+    EXPECT_EQ(found, 30u);
+    EXPECT_EQ(meshes.size(), 6u);  // three with faces, each as it is and mirrored
+}
+
+TEST(GltfExport, MirroredFacesLookOutwards) {
+    TempFolder folder;
+    Mesh box = MakeBox(1, 2, 3);
+    Matrix3 mirror = Matrix3::Scaling({1, 1, -1});
+    mirror.SetTrans({5, 0, 0});
+    GltfStaticMesh meshes[] = {{"box", &box, nullptr, mirror}};
+    std::string error;
+    ASSERT_TRUE(ExportGltf(folder.File("a.glb"), {}, meshes, {}, &error)) << error;
+    ImportedModel model;
+    ASSERT_TRUE(ImportModel(folder.File("a.glb"), &model, &error)) << error;
+    ExpectSamePlace(model.objects.at(0), box, mirror);
+    Mesh placed = TransformedMesh(*model.objects[0].mesh, model.objects[0].transform);
+    Point3 middle = placed.BoundingBox().Center();
+    std::vector<Point3> normals = VertexNormals(placed);
+    for (size_t f = 0; f < placed.NumFaces(); ++f) {
+        Point3 outwards = placed.verts[placed.faces[f].v[0]] - middle;
+        EXPECT_GT(DotProd(placed.FaceNormalUnscaled(f), outwards), 0);
+        EXPECT_GT(DotProd(normals[3 * f], placed.FaceNormalUnscaled(f)), 0);
+    }
+}
+
+TEST(GltfExport, ColorsStandOnlyWhereSomethingIsTinted) {
+    struct Plain : SampleSource {
+        using SampleSource::SampleSource;
+        void GetInstances(size_t first, std::span<InstanceRecord> out) const override {
+            SampleSource::GetInstances(first, out);
+            for (InstanceRecord& r : out) r.tintBlend = 0;
+        }
+    };
+    TempFolder folder;
+    Plain source(folder.File(""), 40);
+    const IInstanceSource* sources[] = {&source};
+    std::string error;
+    ASSERT_TRUE(ExportGltf(folder.File("a.gltf"), sources, {}, {}, &error)) << error;
+    std::string text = folder.Read("a.gltf");
+    EXPECT_EQ(text.find("_COLOR_0"), text.npos);
+    EXPECT_EQ(text.find("_TINT"), text.npos);
+    EXPECT_NE(text.find("_ID"), text.npos);
+}
+
 TEST(GltfExport, MaterialsComeBack) {
     TempFolder folder;
     SampleSource source(folder.File(""), 1);
@@ -121,7 +195,11 @@ TEST(GltfExport, MaterialsComeBack) {
     EXPECT_EQ(leaf->opacityMap->EvalColor(right).a, 0);
     auto* bark = static_cast<StandardMtl*>(multi->GetSubMtl(1));
     EXPECT_EQ(bark->diffuseMap->tiling, (Point2{2, 3}));
-    EXPECT_EQ(bark->diffuseMap->offset, (Point2{0.25f, 0.5f}));
+    EXPECT_NEAR(bark->diffuseMap->offset.x, 0.25f, 1e-6f);
+    EXPECT_NEAR(bark->diffuseMap->offset.y, 0.5f, 1e-6f);
+    EXPECT_NEAR(bark->diffuseMap->RotationDegrees(), 30, 1e-4f);
+    EXPECT_NEAR(bark->mapFactor.g, 0.5f, 1e-6f);
+    EXPECT_EQ(leaf->opacityCutoff, 0.25f);
     auto* checker = static_cast<StandardMtl*>(multi->GetSubMtl(4));
     EXPECT_EQ(checker->diffuseMap->EvalColor(left).r, 0);
     EXPECT_EQ(checker->diffuseMap->EvalColor(right).r, 1);

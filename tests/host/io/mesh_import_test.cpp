@@ -1,6 +1,11 @@
 #include "host/io/mesh_import.h"
 
+#include <fstream>
+#include <thread>
+
+#include <fmt/format.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "host/io/import_helper.h"
 #include "tests/host/io/import_testing.h"
@@ -135,6 +140,68 @@ TEST(ImportHelper, CrashTimeoutAndNonsenseAreErrors) {
     limits.answerBytes = 1000;
     EXPECT_EQ(HelperError("exec head -c 100000 /dev/zero", limits),
               "x.fbx: cannot read the model: its answer has more than 1000 bytes");
+}
+
+TEST(ImportHelper, ItsWholeGroupEndsWithIt) {
+    // A child holds the pipe for ever; the answer counts all the same, and the child is ended.
+    TempFolder folder;
+    std::string script =
+        fmt::format("sleep 600 & echo $! > {}; echo hello; exit 0", folder.File("child"));
+    EXPECT_EQ(HelperError(script),
+              "x.fbx: cannot read the model: the import helper's answer is damaged");
+    pid_t child = pid_t(std::stoi(folder.Read("child")));
+    ASSERT_GT(child, 1);
+    // A killed process that init has not yet collected may be seen for a moment.
+    auto isRunning = [&] {
+        std::ifstream status(fmt::format("/proc/{}/stat", child));
+        std::string text((std::istreambuf_iterator<char>(status)), {});
+        size_t state = text.rfind(')');
+        return state != text.npos && text.size() > state + 2 && text[state + 2] != 'Z';
+    };
+    for (int i = 0; i < 5000 && isRunning(); ++i) usleep(1000);
+    EXPECT_FALSE(isRunning());
+}
+
+TEST(ImportHelper, EndlessAnswersAreCut) {
+    EXPECT_EQ(HelperError("exec cat /dev/zero"),
+              "x.fbx: cannot read the model: its answer has more than 268435456 bytes");
+}
+
+TEST(ImportHelper, OpensNothingOutsideTheRoots) {
+    TempFolder folder;
+    std::filesystem::create_directories(folder.File("models"));
+    // The format names a second file that holds the animation.
+    folder.Write("secret.off", kOff);
+    std::filesystem::create_symlink(folder.File("secret.off"), folder.File("models/link.off"));
+    ImportedModel model;
+    ImportError error;
+    // The model itself may be a link: the user named it.
+    EXPECT_TRUE(ImportModel(folder.File("models/link.off"), {}, &model, &error)) << error.text;
+    EXPECT_EQ(model.format, "OFF");
+}
+
+TEST(ImportModel, AFileThatShrinksIsAnErrorOfItsOwn) {
+    // A helper shortens the file while the reader looks at it; whichever comes first, nothing
+    // crashes, and an import that saw the shorter file says so.
+    TempFolder folder;
+    std::string text;
+    for (int i = 0; i < 300000; ++i) text += fmt::format("v {} 0 0\n", i);
+    text += "f 1 2 3\n";
+    for (int delayMs : {0, 1, 2, 4, 8, 16}) {
+        std::string path = folder.Write("a.obj", text);
+        std::thread cutter([&] {
+            usleep(useconds_t(delayMs) * 1000);
+            std::filesystem::resize_file(path, 5000);
+        });
+        ImportedModel model;
+        ImportError error;
+        bool ok = ImportModel(path, {}, &model, &error);
+        cutter.join();
+        if (ok) continue;
+        bool isCut = error.text == path + ": the file became shorter while it was read";
+        EXPECT_EQ(error.kind, isCut ? ImportFailure::kMissingInput : ImportFailure::kNone)
+            << error.text;
+    }
 }
 
 TEST(ImportHelper, MissingProgramIsAnError) {

@@ -287,6 +287,81 @@ TEST(SceneDescription, FilesOutsideTheFolderAreWarnedAbout) {
     EXPECT_THAT(result.warnings[0], HasSubstr("outside the scene's folder"));
 }
 
+TEST(SceneDescription, LinksOutOfTheFolderAreWarnedAbout) {
+    TemporaryFolder folder;
+    std::filesystem::create_directory(folder / "inner");
+    folder.Write("tri.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
+    std::filesystem::create_symlink(folder / "tri.obj", folder / "inner/link.obj");
+    SceneReadResult result = ParseScene(
+        R"({"dravin_scene": 1, "nodes": [{"name": "t", "type": "mesh", "file": "link.obj"}]})",
+        HostFormats(), folder / "inner");
+    ASSERT_TRUE(result) << result.error;
+    ASSERT_EQ(result.warnings.size(), 1u);
+    EXPECT_THAT(result.warnings[0], HasSubstr("is a link that leads outside the scene's folder"));
+}
+
+TEST(SceneDescription, MeshFilesHaveAnUpAxisAndAUnit) {
+    TemporaryFolder folder;
+    folder.Write("tri.obj", "v 0 0 0\nv 2 0 0\nv 0 3 0\nf 1 2 3\n");
+    // A glTF of the same triangle, in metres: 2, 0, 0 and 0, 3, 0 as floats.
+    folder.Write("tri.gltf",
+                 R"({"asset":{"version":"2.0"},"nodes":[{"mesh":0}],"meshes":[{"primitives":[
+        {"attributes":{"POSITION":0}}]}],"accessors":[{"bufferView":0,"componentType":5126,
+        "count":3,"type":"VEC3"}],"bufferViews":[{"buffer":0,"byteLength":36}],"buffers":[
+        {"byteLength":36,"uri":"data:application/octet-stream;base64,)"
+                 R"(AAAAAAAAAAAAAAAAAAAAQAAAAAAAAAAAAAAAAAAAQEAAAAAA"}]})");
+    auto size = [&](const std::string& keys) {
+        SceneReadResult result =
+            ParseScene(R"({"dravin_scene": 1, "unit_scale": 0.01, "nodes": [{"name": "t",
+                       "type": "mesh", )" +
+                           keys + "}]}",
+                       HostFormats(), folder.Path());
+        EXPECT_TRUE(result) << result.error;
+        if (!result) return Point3{};
+        // What is read can be written, with the keys.
+        std::string text = WriteSceneDescription(*result.scene, folder.Path(), HostFormats());
+        SceneReadResult again = ParseScene(text, HostFormats(), folder.Path());
+        auto width = [](const SceneReadResult& r) {
+            return r.scene->FindNode("t")->GetObjectRef()->GetRenderMesh(0)->BoundingBox().Width();
+        };
+        EXPECT_EQ(width(again), width(result));
+        return width(result);
+    };
+    EXPECT_EQ(size(R"("file": "tri.obj")"), (Point3{2, 0, 3}));
+    EXPECT_EQ(size(R"("file": "tri.obj", "up": "z")"), (Point3{2, 3, 0}));
+    EXPECT_EQ(size(R"("file": "tri.gltf")"), (Point3{200, 0, 300}));
+    EXPECT_EQ(size(R"("file": "tri.gltf", "up": "z")"), (Point3{200, 300, 0}));
+    EXPECT_EQ(size(R"("file": "tri.gltf", "units": "scene")"), (Point3{2, 0, 3}));
+}
+
+TEST(SceneDescription, WhatAModelLeavesOutIsWarnedAboutOnce) {
+    TemporaryFolder folder;
+    folder.Write("tri.obj", "v 0 0 0\nv 2 0 0\nv 0 3 0\nf 1 2 3\nl 1 2\n");
+    SceneReadResult result = ParseScene(
+        R"({"dravin_scene": 1, "nodes": [{"name": "a", "type": "mesh", "file": "tri.obj"},
+            {"name": "b", "type": "mesh", "file": "tri.obj"}]})",
+        SceneFormats(MakeSceneLoaders()), folder.Path());
+    ASSERT_TRUE(result) << result.error;
+    ASSERT_EQ(result.warnings.size(), 1u);
+    EXPECT_THAT(result.warnings[0], HasSubstr("/nodes/0/file: "));
+    EXPECT_THAT(result.warnings[0], HasSubstr("tri.obj: left out: 1 line"));
+}
+
+TEST(SceneDescription, MaterialsKeepCutoffFactorAndVertexColours) {
+    SceneReadResult result = ParseScene(
+        R"({"dravin_scene": 1, "texmaps": {"t": {"type": "uvw", "rotation": 30}},
+            "materials": {"m": {"type": "standard", "opacity_cutoff": 0.25,
+            "map_factor": [1, 0.5, 0], "vertex_colors": true}}})");
+    ASSERT_TRUE(result) << result.error;
+    SceneReadResult again = ParseScene(WriteSceneDescription(*result.scene, ".", HostFormats()));
+    ASSERT_TRUE(again) << again.error;
+    auto& m = dynamic_cast<StandardMtl&>(*again.scene->materials.at("m"));
+    EXPECT_EQ(m.opacityCutoff, 0.25f);
+    EXPECT_EQ(m.mapFactor, (Color{1, 0.5f, 0}));
+    EXPECT_TRUE(m.vertexColors);
+    EXPECT_EQ(again.scene->texmaps.at("t")->RotationDegrees(), 30);
+}
+
 TEST(SceneDescription, SavingToAPlaceThatCannotBeWrittenFails) {
     SceneReadResult result = ParseScene("{\"dravin_scene\": 1}");
     std::string error;

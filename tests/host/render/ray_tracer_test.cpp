@@ -284,3 +284,65 @@ TEST(RayTracer, ProgressRisesAndCancels) {
     EXPECT_EQ(outcome.status, RenderStatus::kCancelled);
     EXPECT_TRUE(outcome.picture.pixels.empty());
 }
+
+namespace {
+
+// Mean colour of a plane over the whole picture, straight under the sun.
+Color ShowPlane(const Mesh& plane, const StandardMtl& material) {
+    RenderScene scene = NoonScene();
+    scene.nodes = {{&plane, &material, {}}};
+    return Mean(Draw(scene, 4, 4));
+}
+
+std::shared_ptr<BitmapTex> OnePixel(std::vector<uint8_t> values) {
+    auto map = std::make_shared<BitmapTex>(BitmapLoader{});
+    int channels = int(values.size());
+    map->SetImage(std::make_shared<Bitmap>(1, 1, channels, std::move(values)));
+    return map;
+}
+
+}  // namespace
+
+TEST(RayTracer, FactorMultipliesTheMapInLinearLight) {
+    auto material = MakeMtl({1, 1, 1});
+    material->diffuseMap = OnePixel({255, 255, 255});
+    material->mapFactor = {0.5f, 1, 0};
+    Color c = ShowPlane(MakePlane(100, 100), *material);
+    EXPECT_NEAR(c.r, 0.21404f, 1e-3f);  // ((0.5 + 0.055) / 1.055) ^ 2.4
+    EXPECT_NEAR(c.g, 1, 1e-3f);
+    EXPECT_NEAR(c.b, 0, 1e-3f);
+}
+
+TEST(RayTracer, VertexColoursMultiplyWhereTheMaterialShowsThem) {
+    Mesh plane = MakePlane(100, 100);
+    plane.MakeMap(0).verts = {{1, 0.5f, 0}};
+    plane.maps[0].faces.assign(plane.NumFaces(), {0, 0, 0});
+    auto material = MakeMtl({0.5f, 0.5f, 0.5f});
+    EXPECT_NEAR(ShowPlane(plane, *material).b, 0.21404f, 1e-3f);
+    material->vertexColors = true;
+    Color c = ShowPlane(plane, *material);
+    EXPECT_NEAR(c.r, 0.21404f, 1e-3f);
+    EXPECT_NEAR(c.g, 0.21404f * 0.21404f, 1e-3f);
+    EXPECT_NEAR(c.b, 0, 1e-3f);
+}
+
+TEST(RayTracer, CutoffDecidesWhatIsShown) {
+    // Light of the sky alone: what is cut away shows the sky below, which is 1.
+    auto shown = [](float opacity, float cutoff, int alpha) {
+        RenderScene scene = NoonScene();
+        scene.sun.irradiance = Color{0, 0, 0};
+        scene.sky.constant = Color{1, 1, 1};
+        Mesh plane = MakePlane(100, 100);
+        auto black = MakeMtl({0, 0, 0});
+        black->opacity = opacity;
+        black->opacityCutoff = cutoff;
+        if (alpha >= 0) black->opacityMap = OnePixel({uint8_t(alpha)});
+        scene.nodes = {{&plane, black.get(), {}}};
+        return 1 - Mean(Draw(scene, 4, 16)).g;
+    };
+    EXPECT_NEAR(shown(1, 0.5f, 153), 1, 1e-3f);     // 0.6 is above the cutoff
+    EXPECT_NEAR(shown(1, 0.5f, 102), 0, 1e-3f);     // 0.4 is below
+    EXPECT_NEAR(shown(0.5f, 0.5f, 153), 0, 1e-3f);  // 0.5 x 0.6 is below
+    EXPECT_NEAR(shown(0.4f, 0.5f, -1), 0, 1e-3f);
+    EXPECT_NEAR(shown(0.6f, 0.5f, -1), 1, 1e-3f);
+}

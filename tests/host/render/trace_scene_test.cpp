@@ -157,3 +157,26 @@ TEST(RenderMesh, MovedBoundsHoldTheMovedVertices) {
         EXPECT_LE(bounds.Width().x, m.BoxTransform(cone.BoundingBox()).Width().x + 1e-4f);
     }
 }
+
+TEST(RenderTexture, CutMasksAreSharpNearByAndAverageFarAway) {
+    auto map = std::make_shared<BitmapTex>(BitmapLoader{});
+    // Three of four columns reach the cutoff; their plain mean would be (0.6 * 3 + 0.2) / 4.
+    map->SetImage(std::make_shared<Bitmap>(4, 1, 1, std::vector<uint8_t>{153, 153, 153, 51}));
+    RenderTexture mask(*map, RenderTexture::Use::kMask, 0.5f);
+    EXPECT_EQ(mask.LookUpMask({0.125f, 0.5f}, 0, {}), 1);
+    EXPECT_EQ(mask.LookUpMask({0.875f, 0.5f}, 0, {}), 0);
+    EXPECT_EQ(mask.LookUpMask({0.675f, 0.5f}, 0, {}), 1);  // 0.52 between the columns
+    EXPECT_NEAR(mask.LookUpMask({0.5f, 0.5f}, 10, {}), 0.75f, 0.01f);
+}
+
+TEST(RenderTexture, AlphaAloneIsTheMaskOfAColourImage) {
+    auto map = std::make_shared<BitmapTex>(BitmapLoader{});
+    // Dark green: opaque, then with an alpha of 0.2.
+    map->SetImage(
+        std::make_shared<Bitmap>(2, 1, 4, std::vector<uint8_t>{0, 51, 0, 255, 0, 51, 0, 51}));
+    map->filter = BitmapTex::Filter::kNearest;
+    map->alphaOnly = true;
+    RenderTexture mask(*map, RenderTexture::Use::kMask);
+    EXPECT_EQ(mask.LookUpMask({0.25f, 0.5f}, 0, {}), 1);
+    EXPECT_NEAR(mask.LookUpMask({0.75f, 0.5f}, 0, {}), 0.2f, 1e-6f);
+}

@@ -153,3 +153,13 @@ TEST(Bitmap, SixteenBitValues) {
     Bitmap odd(1, 1, 3, std::vector<float>{kNaN, -1.0f, 1e30f});
     EXPECT_EQ(odd.Pixel16(0, 0), (std::array<uint16_t, 4>{0, 0, 65535, 65535}));
 }
+
+TEST(Texmaps, CoordinatesAreTiledThenTurnedThenShifted) {
+    UvwTex map;
+    map.tiling = {2, 4}, map.offset = {0.25f, 0.5f};
+    map.SetRotation(90);  // (u, v) becomes (-v, u)
+    Point3 placed = map.Place({0.5f, 0.125f, 7});
+    EXPECT_NEAR(placed.x, -0.5f + 0.25f, 1e-6f);
+    EXPECT_NEAR(placed.y, 1 + 0.5f, 1e-6f);
+    EXPECT_EQ(placed.z, 7);
+}

@@ -50,12 +50,17 @@ SampleSource::SampleSource(const std::string& folder, size_t numInstances)
     auto leaf = MakeImage(folder + "/leaf a.png", 4), cut = MakeBitmapTex(leaf->File());
     cut->alphaOnly = true;
     auto bark = MakeImage(folder + "/bark.jpg", 3), stone = MakeImage(folder + "/stone.tif", 3);
+    bark->SetRotation(30);
     bark->tiling = {2, 3}, bark->offset = {0.25f, 0.5f}, bark->wrap = BitmapTex::Wrap::kMirror;
     auto mask = MakeImage(folder + "/mask.png", 1);
 
     auto multi = std::make_shared<MultiMtl>();
-    multi->Append(MakeMtl("leaf", leaf, cut));
-    multi->Append(MakeMtl("bark", bark, nullptr));
+    auto leafMtl = MakeMtl("leaf", leaf, cut);
+    leafMtl->opacityCutoff = 0.25f;
+    multi->Append(leafMtl);
+    auto barkMtl = MakeMtl("bark", bark, nullptr);
+    barkMtl->mapFactor = {1, 0.5f, 0.25f}, barkMtl->vertexColors = true;
+    multi->Append(barkMtl);
     multi->Append(nullptr);
     multi->Append(MakeMtl("stone \xC3\xA4", stone, mask));
     multi->Append(MakeMtl("checker", std::make_shared<CheckerTex>(), nullptr));

@@ -1,0 +1,68 @@
+// The import report as the program gives it.
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+#include "tests/run_program.h"
+
+using testing::HasSubstr;
+
+namespace {
+
+class Inspect : public testing::Test {
+protected:
+    Inspect() {
+        m_folder.Write("tree.mtl", "newmtl bark\nmap_Kd bark.png\nmap_Bump rough.png\n");
+        m_folder.Write("tree.obj",
+                       "mtllib tree.mtl\nv 0 0 0\nv 1 0 0\nv 0 2 0\nvt 0 0\nvt 1 0\nvt 0 1\n"
+                       "o tree\nusemtl bark\nf 1/1 2/2 3/3\n");
+    }
+    ProgramRun Dravin(std::vector<std::string> arguments) const {
+        arguments.insert(arguments.begin(), DRAVIN_BINARY_DIR "/apps/dravin/dravin");
+        return RunProgram(arguments, m_folder.File("."));
+    }
+
+    TempFolder m_folder;
+};
+
+}  // namespace
+
+TEST_F(Inspect, JsonIsTheResult) {
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"inspect", "tree.obj", "--json"},
+          std::vector<std::string>{"--json", "inspect", "tree.obj"}}) {
+        ProgramRun run = Dravin(arguments);
+        ASSERT_EQ(run.code, 0) << run.err;
+        auto json = nlohmann::json::parse(run.out);
+        EXPECT_EQ(json["dravin_model"], 1);
+        EXPECT_EQ(json["format"], "OBJ");
+        EXPECT_EQ(json["up"], "y");
+        EXPECT_TRUE(json["metres_per_unit"].is_null());
+        ASSERT_EQ(json["objects"].size(), 1u);
+        EXPECT_EQ(json["objects"][0]["name"], "tree");
+        // y of the file is up.
+        EXPECT_EQ(json["objects"][0]["bounds"], nlohmann::json::parse("[[0,0,0],[1,0,2]]"));
+        EXPECT_EQ(json["objects"][0]["channels"], nlohmann::json::parse("[1]"));
+        EXPECT_EQ(json["materials"][0]["textures"][0]["found"], false);
+        EXPECT_EQ(json["warnings"].size(), 2u);
+    }
+}
+
+TEST_F(Inspect, TextNamesWhatIsMissing) {
+    ProgramRun run = Dravin({"inspect", "tree.obj"});
+    EXPECT_EQ(run.code, 0);
+    EXPECT_THAT(run.out, HasSubstr("1 object, 3 vertices, 1 face, size 1 x 0 x 2, y up"));
+    EXPECT_THAT(run.out, HasSubstr("diffuse: bark.png (missing)"));
+    EXPECT_THAT(run.err, HasSubstr("warning: tree.obj: texture left out: "));
+    EXPECT_THAT(run.err, HasSubstr("warning: tree.obj: left out: 1 bump map"));
+}
+
+TEST_F(Inspect, TheReportOfEveryImportIsInTheLog) {
+    m_folder.Write("s.json", R"({"dravin_scene": 1, "nodes": [
+        {"name": "t", "type": "mesh", "file": "tree.obj"},
+        {"name": "f", "type": "dravin"}]})");
+    ProgramRun quiet = Dravin({"info", "s.json"}),
+               normal = Dravin({"info", "s.json", "--log-level", "normal"});
+    EXPECT_THAT(normal.err, HasSubstr("tree.obj: OBJ, 1 object, 3 vertices, 1 face"));
+    EXPECT_THAT(quiet.err, testing::Not(HasSubstr("OBJ, 1 object")));
+    EXPECT_THAT(quiet.err, HasSubstr("left out: 1 bump map"));
+}
