@@ -126,8 +126,7 @@ void PrintResult(const std::string& text) {
     // A NUL ends nothing: programs may hold one, and messages quote them.
     errno = 0;
     bool isWritten = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() &&
-                     std::fputc('
-', stdout) != EOF;
+                     std::fputc('\n', stdout) != EOF;
     if (!isWritten && g_resultsError == 0) g_resultsError = errno ? errno : EIO;
 }
 
