@@ -179,6 +179,7 @@ void TDravinBuild::Run(const TParameters& parameters) {
     KeepForSelection();
     Log(LogKind::kDebug, "BuildItemArray");
     m_panel.status = StatusOfResult(BuildItemArray(*m_input, m_items, m_statistics));
+    m_input->unselected = nullptr;  // that list is given back
 }
 
 // The last list stands in for items that are not selected where it has them all.
