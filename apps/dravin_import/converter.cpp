@@ -103,13 +103,16 @@ StreamMaterial ToMaterial(const aiScene& scene, const aiMaterial& source,
     return material;
 }
 
-// Some formats count colours to 255.
+// Some formats count colours to 255, which the library gives as they are, or as bytes with a sign.
 void FitColors(std::vector<Point3>& colors) {
-    constexpr float kBeyondUnit = 1.5f;
-    bool isByte = std::any_of(colors.begin(), colors.end(), [](const Point3& c) {
-        return c.x > kBeyondUnit || c.y > kBeyondUnit || c.z > kBeyondUnit;
+    constexpr float kBeyondUnit = 1.5f, kBelowUnit = -0.5f;
+    auto isBeyond = [](float f) { return f > kBeyondUnit || f < kBelowUnit; };
+    bool isByte = std::any_of(colors.begin(), colors.end(), [&](const Point3& c) {
+        return isBeyond(c.x) || isBeyond(c.y) || isBeyond(c.z);
     });
-    for (Point3& c : colors) c = isByte ? c / 255 : c;
+    if (!isByte) return;
+    auto fit = [](float f) { return (f < 0 ? f + 256 : f) / 255; };
+    for (Point3& c : colors) c = {fit(c.x), fit(c.y), fit(c.z)};
 }
 
 // One face list of the library becomes one mesh; points and lines are left out.
@@ -152,11 +155,11 @@ public:
         m_model.metresPerUnit = convention.metresPerUnit;
     }
 
-    StreamModel Convert() {
+    StreamModel Convert(size_t numAnimations) {
         for (unsigned m = 0; m < m_scene.mNumMaterials; ++m)
             m_model.materials.push_back(
                 ToMaterial(m_scene, *m_scene.mMaterials[m], &m_model.leftOut));
-        CountLeftOut();
+        CountLeftOut(numAnimations);
         if (m_scene.mRootNode) FindWorlds();
         for (const aiNode* node : m_nodes)
             if (node->mNumMeshes > 0) AddObject(*node);
@@ -164,11 +167,11 @@ public:
     }
 
 private:
-    void CountLeftOut() {
+    void CountLeftOut(size_t numAnimations) {
         auto leaveOut = [&](const char* kind, size_t count) {
             m_model.leftOut.insert(m_model.leftOut.end(), std::min<size_t>(count, 10000), kind);
         };
-        leaveOut("animation", m_scene.mNumAnimations);
+        leaveOut("animation", numAnimations);
         leaveOut("camera", m_scene.mNumCameras);
         leaveOut("light", m_scene.mNumLights);
         for (unsigned m = 0; m < m_scene.mNumMeshes; ++m) {
@@ -256,6 +259,6 @@ private:
 
 }  // namespace
 
-StreamModel ConvertScene(const std::string& path, const aiScene& scene) {
-    return Converter(path, scene).Convert();
+StreamModel ConvertScene(const std::string& path, const aiScene& scene, size_t numAnimations) {
+    return Converter(path, scene).Convert(numAnimations);
 }

@@ -35,14 +35,19 @@ void LimitResources(rlim_t seconds, rlim_t bytes) {
 std::string ReadModel(const std::string& path, const std::vector<std::string>& roots) {
     Assimp::Importer importer;
     importer.SetIOHandler(new GuardedFiles(roots));  // the importer owns it
-    const aiScene* scene =
-        importer.ReadFile(path, aiProcess_Triangulate | aiProcess_JoinIdenticalVertices |
-                                    aiProcess_ValidateDataStructure);
+    const aiScene* scene = importer.ReadFile(path, 0);
+    unsigned numAnimations = scene ? scene->mNumAnimations : 0;
+    // Animations are not shown, so that what is wrong with them is no reason to refuse a model.
+    if (scene) const_cast<aiScene*>(scene)->mNumAnimations = 0;
+    if (scene)
+        scene =
+            importer.ApplyPostProcessing(aiProcess_Triangulate | aiProcess_JoinIdenticalVertices |
+                                         aiProcess_ValidateDataStructure);
     std::string ending = path.substr(std::min(path.find_last_of('.'), path.size()));
     if (!scene && !importer.IsExtensionSupported(ending))
         return WriteFailureStream("no reader knows files ending in \"" + ending + "\"");
     if (!scene) return WriteFailureStream(importer.GetErrorString());
-    return WriteModelStream(ConvertScene(path, *scene));
+    return WriteModelStream(ConvertScene(path, *scene, numAnimations));
 }
 
 }  // namespace

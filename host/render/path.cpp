@@ -94,7 +94,8 @@ PathTracer::Surface PathTracer::Shade(const TraceRay& ray, const TraceHit& hit) 
     } else {
         s.albedo = DisplayToLinear(material.diffuse);
     }
-    if (material.vertexColors) s.albedo = s.albedo * hit.mesh->VertexColor(hit.face, hit.u, hit.v);
+    if (material.vertexColors && hit.mesh)
+        s.albedo = s.albedo * hit.mesh->VertexColor(hit.face, hit.u, hit.v);
     if (hit.instance && hit.instance->tint[3]) {
         const uint8_t* t = hit.instance->tint;
         Color tint = DisplayToLinear({float(t[0]) / 255, float(t[1]) / 255, float(t[2]) / 255});

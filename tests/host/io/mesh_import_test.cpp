@@ -119,6 +119,37 @@ TEST(ImportHelper, TurnsFormatsWithYUp) {
     EXPECT_EQ(box.max, (Point3{1, -7, 2}));
 }
 
+namespace {
+
+template <class... T>
+std::string Packed(T... values) {
+    std::string bytes;
+    (bytes.append(reinterpret_cast<const char*>(&values), sizeof values), ...);
+    return bytes;
+}
+std::string Chunk(const std::string& name, const std::string& content) {
+    return name + Packed(int32_t(content.size())) + content;
+}
+
+}  // namespace
+
+TEST(ImportHelper, FaultsOfAnimationsAreNoFaultsOfTheModel) {
+    // A triangle in the B3D format whose animation ends before its last key.
+    std::string vertices = Packed(0, 0, 0) + Packed(0.f, 0.f, 0.f, 1.f, 0.f, 0.f, 0.f, 2.f, 0.f);
+    std::string mesh = Packed(-1) + Chunk("VRTS", vertices) + Chunk("TRIS", Packed(-1, 0, 1, 2));
+    std::string node = std::string("n", 2) +
+                       Packed(0.f, 0.f, 0.f, 1.f, 1.f, 1.f, 1.f, 0.f, 0.f, 0.f) +
+                       Chunk("MESH", mesh) + Chunk("ANIM", Packed(0, 3, 25.f)) +
+                       Chunk("KEYS", Packed(1, 9, 0.f, 0.f, 0.f));
+    TempFolder folder;
+    ImportedModel model =
+        ImportText(folder, "a.b3d", Chunk("BB3D", Packed(1) + Chunk("NODE", node)));
+    ASSERT_EQ(model.objects.size(), 1u);
+    EXPECT_EQ(model.objects[0].mesh->NumFaces(), 1u);
+    ASSERT_EQ(model.warnings.size(), 1u);
+    EXPECT_NE(model.warnings[0].find("left out: 1 animation"), std::string::npos);
+}
+
 TEST(ImportHelper, GarbageIsAnError) {
     std::string error = ErrorOfImport("a.fbx", std::string(5000, '\x7F'));
     EXPECT_EQ(error.rfind("a.fbx: cannot read the model: ", 0), 0u) << error;
