@@ -62,6 +62,7 @@ private:
 TSurfaceFilter SurfaceFilter(const ListRow& row, const TAreaScene& scene) {
     TSurfaceFilter filter;
     TAreaSurfaces wanted = ParseAreaSurfaces(row.Text(kArsurfidlist));
+    if (!wanted.materialIds.empty()) filter.materials.resize(1);  // ids that no face has allow none
     for (int id : wanted.materialIds) {
         if (id < 1 || id > kMostMaterialIds) continue;
         if (filter.materials.size() < size_t(id)) filter.materials.resize(size_t(id));

@@ -76,6 +76,7 @@ void TDravinBuild::BuildAtOnce() {
     Clock::time_point start = Clock::now();
 
     m_failure.clear();
+    m_effectErrors.clear();
     m_outOfMemory = false;
     m_validity = Interval::Forever();
     m_panel.status = TBuildStatus::kSuccess;
@@ -174,9 +175,11 @@ void TDravinBuild::Run(const TParameters& parameters) {
     m_input = m_maker->Make(m_specimens, std::move(density), m_rereadSurfaces, &m_validity);
     m_rereadSurfaces = false;
     m_statistics.effectsCompileError = m_maker->EffectsFailed();
+    m_effectErrors = m_maker->TakeEffectErrors();
     KeepForSelection();
     Log(LogKind::kDebug, "BuildItemArray");
     m_panel.status = StatusOfResult(BuildItemArray(*m_input, m_items, m_statistics));
+    m_input->unselected = nullptr;  // that list is given back
 }
 
 // The last list stands in for items that are not selected where it has them all.

@@ -13,6 +13,7 @@
 #include <string>
 
 #include "Dravin/build/area_cache.h"
+#include "Dravin/effects/effect_list.h"
 #include "Dravin/engine/build_status.h"
 #include "Dravin/engine/item_list.h"
 #include "Dravin/geometry/specimen_list.h"
@@ -70,6 +71,10 @@ public:
     // The input of the last build; null before the first.
     const TBuildInput* Input() const { return m_input.get(); }
 
+    // Effects that did not compile in the last build; where effects are off or left to renders,
+    // none is compiled (FindEffectErrors asks for them without a build).
+    std::span<const TEffectError> EffectErrors() const { return m_effectErrors; }
+
     // The items as render instances in world space; reads this build while it stands.
     std::unique_ptr<IInstanceSource> MakeInstanceSource() const;
 
@@ -103,6 +108,7 @@ private:
     Interval m_validity;
     TPanelState m_panel;
     TBuildStatistics m_statistics;
+    std::vector<TEffectError> m_effectErrors;
     std::string m_failure;
     bool m_outOfMemory = false;
     std::unique_ptr<TBuildInput> m_input;

@@ -349,10 +349,11 @@ void TInputMaker::SetEffects(TBuildInput& input, Interval* valid) {
     };
     context.warn = [](const std::string& text) { LogWarning(text); };
     TEffectList effects(block, m_object.CurveSet(kSlotEffectCurves), context);
-    m_effectsFailed = effects.Compile(context, &m_effects) == TEffectResult::kError;
-    for (const TEffect& effect : effects.Effects())
-        if (!effect.error.empty())
-            LogWarning(fmt::format("effect \"{}\": {}", effect.name, effect.error));
+    TEffectResult compiled = effects.Compile(context, &m_effects);
+    m_effectsFailed = compiled == TEffectResult::kError;
+    m_effectErrors = effects.Errors();
+    for (const TEffectError& error : m_effectErrors)
+        LogWarning(fmt::format("effect \"{}\": {}", error.effectName, error.text));
     if (m_effects.programs.empty()) return;
     input.effects = &m_effects;
     input.areaFalloffs.effectsActive = true;

@@ -7,6 +7,7 @@
 #include "Dravin/build/dravin_build.h"
 #include "Dravin/build/parameters.h"
 #include "Dravin/build/texmap_sampler.h"
+#include "Dravin/effects/effect_list.h"
 #include "Dravin/effects/effect_programs.h"
 #include "Dravin/engine/build_input.h"
 
@@ -29,6 +30,7 @@ public:
     const IMapSampler* DistMap() const { return m_distMap; }
     // Whether an effect does not compile; the others run all the same.
     bool EffectsFailed() const { return m_effectsFailed; }
+    std::vector<TEffectError> TakeEffectErrors() { return std::move(m_effectErrors); }
     // Whether the object distributes by a texture or an image at all.
     int Threads() const;
 
@@ -65,4 +67,5 @@ private:
     const IMapSampler* m_distMap = nullptr;
     TEffectPrograms m_effects;
     bool m_effectsFailed = false;
+    std::vector<TEffectError> m_effectErrors;
 };

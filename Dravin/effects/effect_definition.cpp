@@ -9,6 +9,14 @@
 
 namespace {
 
+// A document cannot hold a NUL; the replacement character in its place is a fault of the program
+// just as well, where cutting the text there would hide it.
+std::string WithoutNul(std::string text) {
+    for (size_t at = 0; (at = text.find('\0', at)) != std::string::npos;)
+        text.replace(at, 1, "\xEF\xBF\xBD");
+    return text;
+}
+
 constexpr int kMaxDepth = 256;
 
 struct DepthLimit : pugi::xml_tree_walker {
@@ -125,7 +133,7 @@ std::string WriteEffectDefinition(const TEffectDefinition& definition) {
     pugi::xml_document document;
     pugi::xml_node effect = document.append_child("effects").append_child("effect");
     effect.append_attribute("version") = definition.version;
-    effect.append_child("expression").text() = definition.expression.c_str();
+    effect.append_child("expression").text() = WithoutNul(definition.expression).c_str();
     effect.append_child("title").text() = definition.title.c_str();
     if (!definition.description.empty())
         effect.append_child("description").text() = definition.description.c_str();

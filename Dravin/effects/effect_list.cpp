@@ -64,6 +64,13 @@ value ControllerValue(const IParamBlock2& block, int row, const std::string& nam
     return vector ? FromPoint(*point) : value(*real);
 }
 
+// As the language says it: names are taken by another variable or by something else.
+std::string TakenMessage(const std::string& name, const std::vector<std::string>& variables) {
+    bool twice =
+        std::find(variables.begin(), variables.end(), tavuvm_expr::folded(name)) != variables.end();
+    return fmt::format("Duplicated {} \"{}\"", twice ? "variable" : "identifier", name);
+}
+
 }  // namespace
 
 TEffectList::TEffectList(const IParamBlock2& block, const TCurveSet* curves,
@@ -75,11 +82,13 @@ TEffectList::TEffectList(const IParamBlock2& block, const TCurveSet* curves,
         TEffect effect;
         effect.id = block.GetString(kEfidlist, context.time, i);
         effect.name = block.GetString(kEfnamelist, context.time, i);
+        effect.error.effectId = effect.id;
+        effect.error.effectName = effect.name;
         effect.enabled = block.GetInt(kEfenablelist, context.time, i) != 0;
         std::string xml = block.GetString(kEfxmllist, context.time, i);
         effect.title = effect.name;
         if (!xml.empty()) {
-            auto definition = ReadEffectDefinition(xml, &effect.error);
+            auto definition = ReadEffectDefinition(xml, &effect.error.text);
             if (definition && !definition->title.empty()) effect.title = definition->title;
             if (definition) effect.expression = definition->expression;
         }
@@ -122,14 +131,20 @@ TValue TEffectList::ReadParameter(const IParamBlock2& block, int row,
     return v;
 }
 
-void TEffectList::Declare(const TEffect& effect, TEffectNames& names, std::string* error) const {
+// Parameters become variables, in the order of their rows; those without a name cannot be spoken of
+// and are passed over.
+void TEffectList::Declare(TEffect& effect, TEffectNames& names) const {
+    std::vector<std::string> declared;
     for (const TValue& v : effect.parameters) {
-        if (v.kind == kEffCurve && !m_curves[size_t(v.row)]) continue;
+        bool missing = v.kind == kEffCurve && !m_curves[size_t(v.row)];
+        if (missing || v.name.empty()) continue;
         if (names.names.is_taken(v.name)) {
-            *error = fmt::format(
-                "Compile error. Duplicated identifier \"{}\" among the parameters\n", v.name);
+            effect.error.message = TakenMessage(v.name, declared);
+            effect.error.text = fmt::format("Compile error. {} at parameter {}:\n{}\n^\n",
+                                            effect.error.message, declared.size() + 1, v.name);
             return;
         }
+        declared.push_back(tavuvm_expr::folded(v.name));
         if (v.kind == kEffNode) {
             size_t slot =
                 names.names.declare_structure(v.name, {{"position", type_code::vector, false}});
@@ -143,22 +158,29 @@ void TEffectList::Declare(const TEffect& effect, TEffectNames& names, std::strin
     }
 }
 
+void TEffectList::CompileOne(TEffect& effect, const TEffectContext& context,
+                             TEffectPrograms* programs) const {
+    TEffectNames names;
+    if (effect.error.text.empty()) Declare(effect, names);
+    if (!effect.error.text.empty()) return;
+    names.names.set_initial(names.timeSlot, int32_t(context.time));
+    tavuvm_expr::compilation compiled = names.names.compile(effect.expression);
+    effect.error.text = compiled.error;
+    effect.error.message = compiled.message;
+    effect.error.line = compiled.line;
+    effect.error.column = compiled.column;
+    if (compiled.code)
+        programs->programs.emplace_back(compiled.code, names.names.initial_values(),
+                                        names.itemSlot);
+}
+
 TEffectResult TEffectList::Compile(const TEffectContext& context, TEffectPrograms* programs) {
     bool failed = false;
     for (TEffect& effect : m_effects) {
         if (!effect.enabled) continue;
-        if (effect.error.empty() && effect.expression.empty()) continue;
-        TEffectNames names;
-        if (effect.error.empty()) Declare(effect, names, &effect.error);
-        if (effect.error.empty()) {
-            names.names.set_initial(names.timeSlot, int32_t(context.time));
-            tavuvm_expr::compilation compiled = names.names.compile(effect.expression);
-            effect.error = compiled.error;
-            if (compiled.code)
-                programs->programs.emplace_back(compiled.code, names.names.initial_values(),
-                                                names.itemSlot);
-        }
-        failed |= !effect.error.empty();
+        if (effect.error.text.empty() && effect.expression.empty()) continue;
+        CompileOne(effect, context, programs);
+        failed |= !effect.error.text.empty();
     }
     programs->textures.resize(m_textures.size());
     if (!programs->programs.empty())
@@ -170,6 +192,23 @@ TEffectResult TEffectList::Compile(const TEffectContext& context, TEffectProgram
     programs->curves = std::move(m_curves);
     if (failed) return TEffectResult::kError;
     return programs->programs.empty() ? TEffectResult::kNone : TEffectResult::kActive;
+}
+
+std::vector<TEffectError> TEffectList::Errors() const {
+    std::vector<TEffectError> errors;
+    for (const TEffect& effect : m_effects)
+        if (effect.enabled && !effect.error.text.empty()) errors.push_back(effect.error);
+    return errors;
+}
+
+std::vector<TEffectError> FindEffectErrors(const IParamBlock2& block, const TCurveSet* curves,
+                                           TimeValue time) {
+    TEffectContext context;
+    context.time = time;
+    TEffectPrograms programs;
+    TEffectList effects(block, curves, context);
+    if (effects.Compile(context, &programs) != TEffectResult::kError) return {};
+    return effects.Errors();
 }
 
 std::span<const ParamID> EffectColumns() {

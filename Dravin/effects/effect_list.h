@@ -37,12 +37,21 @@ struct TValue {
     tavuvm_expr::value number;  // its value at the build's time; of a node its position
 };
 
+// Why an effect does not compile, and where.
+struct TEffectError {
+    std::string effectId, effectName;
+    std::string text;     // as shown to users: mostly the message, the source line and a caret
+    std::string message;  // that alone
+    // In the program, from 1, the column in bytes; 0: the fault is not in the program's text.
+    int line = 0, column = 0;
+};
+
 struct TEffect {
     std::string id, name;
     bool enabled = true;
     std::string title, expression;
     std::vector<TValue> parameters;
-    std::string error;  // why it does not compile; empty when it does
+    TEffectError error;  // without a text when it compiles
 };
 
 // What the values of parameters follow from.
@@ -68,15 +77,23 @@ public:
     TEffectResult Compile(const TEffectContext& context, TEffectPrograms* programs);
 
     std::span<const TEffect> Effects() const { return m_effects; }
+    // Of the effects that did not compile, in their order.
+    std::vector<TEffectError> Errors() const;
 
 private:
     TValue ReadParameter(const IParamBlock2& block, int row, const TEffectContext& context);
-    void Declare(const TEffect& effect, TEffectNames& names, std::string* error) const;
+    void Declare(TEffect& effect, TEffectNames& names) const;
+    void CompileOne(TEffect& effect, const TEffectContext& context,
+                    TEffectPrograms* programs) const;
 
     std::vector<TEffect> m_effects;
     std::vector<Texmap*> m_textures;  // by row
     std::vector<std::unique_ptr<BezierCurve>> m_curves;
 };
+
+// The errors of all enabled effects, found by compiling them without a build. curves may be null.
+std::vector<TEffectError> FindEffectErrors(const IParamBlock2& block, const TCurveSet* curves,
+                                           TimeValue time);
 
 // The parallel lists of effects and of their parameters; of the latter, id, owner, kind, name,
 // limit, description and kind of number come first.

@@ -128,7 +128,7 @@ void TDistributeEffectVM::Run(std::span<TEffectItem> items, const TBuildInput& i
 
 // The result of a program is a vector or nothing; the vectors of all programs add up.
 static void AddResult(const value& result, TDravinItem& item) {
-    if (!result.is_vector() || item.discarded) return;
+    if (!result.is_vector()) return;
     vector3 v = result.vector();
     item.effectVector += Point3{v.x, v.y, v.z};
 }
@@ -140,8 +140,9 @@ void TDistributeEffectVM::RunPlain(TEffectItem& one, const TBuildInput& input,
     for (size_t slot : m_program.attributes.restored)
         m_machine.set_slot(slot, m_program.slots[slot]);
     for (size_t i : m_program.attributes.read)
-        m_machine.set_slot(m_program.itemSlot + i,
-                           attributes[i].read({*one.item, *one.specimen, one.size, input}));
+        m_machine.set_slot(
+            m_program.itemSlot + i,
+            attributes[i].read({*one.item, one.outcome, *one.specimen, one.size, input}));
     // An item whose run fails stays as it was.
     if (!m_machine.run(one.random, &host)) return;
     for (size_t i : m_program.attributes.written)
@@ -158,7 +159,7 @@ void TDistributeEffectVM::FillLanes(std::span<const TEffectItem> items, const TB
         const lane_register* part = b.value.part;
         for (size_t k = 0; k < items.size(); ++k) {
             const TEffectItem& one = items[k];
-            value v = attribute.read({*one.item, *one.specimen, one.size, input});
+            value v = attribute.read({*one.item, one.outcome, *one.specimen, one.size, input});
             if (b.value.kind == lane_value::shape::integer) {
                 m_batch->integer_lane(part[0])[k] = v.integer();
             } else if (b.value.kind == lane_value::shape::real) {
@@ -227,4 +228,7 @@ TDistributeEffectVMList::TDistributeEffectVMList(const TEffectPrograms& programs
 void TDistributeEffectVMList::Run(std::span<TEffectItem> items) {
     for (TEffectItem& one : items) one.item->effectVector = {};
     for (TDistributeEffectVM& machine : m_machines) machine.Run(items, m_input, m_host);
+    // An item that a program hides keeps no vector, not even of the programs before.
+    for (TEffectItem& one : items)
+        if (one.item->discarded) one.item->effectVector = {};
 }

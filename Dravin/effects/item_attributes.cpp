@@ -34,6 +34,39 @@ Point3 ScaleLimit(const int32_t percent[3]) {
     return {float(percent[0]), float(percent[1]), float(percent[2])};
 }
 
+// What an earlier program of the item wrote, else the object's own.
+struct TRange {
+    Point3 min, max;
+};
+TRange TranslationRange(Source s) {
+    const TItemOverrides& o = s.outcome.overrides;
+    const TTransformSettings& t = s.input.transforms;
+    if (o.hasTranslation) return {o.translationMin, o.translationMax};
+    return {TranslationLimit(t.transMin, s.size), TranslationLimit(t.transMax, s.size)};
+}
+TRange RotationRange(Source s) {
+    const TItemOverrides& o = s.outcome.overrides;
+    if (o.hasRotation) return {o.rotationMin, o.rotationMax};
+    return {s.input.transforms.rotMinDegrees, s.input.transforms.rotMaxDegrees};
+}
+TRange ScaleRange(Source s) {
+    const TItemOverrides& o = s.outcome.overrides;
+    if (o.hasScale) return {o.scaleMin, o.scaleMax};
+    return {ScaleLimit(s.input.transforms.scaleMin), ScaleLimit(s.input.transforms.scaleMax)};
+}
+float Direction(Source s) {
+    const TItemOverrides& o = s.outcome.overrides;
+    return o.hasDirection ? o.direction : s.input.directionPercent;
+}
+int32_t GeometryIndex(Source s) {
+    return s.outcome.geometryWritten ? s.outcome.specimen : s.item.specimenIndex;
+}
+// The row that the item shows, or will show.
+const TSpecimen& Geometry(Source s) {
+    if (!s.outcome.geometryWritten || s.input.specimens.empty()) return s.specimen;
+    return s.input.specimens[SpecimenRow(s.outcome.specimen, s.input.specimens.size())];
+}
+
 // A program that writes one end of a range keeps the other.
 TItemOverrides& Translation(Target t) {
     TItemOverrides& o = t.outcome.overrides;
@@ -108,13 +141,13 @@ const TItemAttribute kAttributes[] = {
     {"visible", kInt, [](Source s) { return value(int32_t(s.item.discarded == 0)); },
      [](Target t, Value v) { t.item.discarded = v.integer() == 0; }},
     {"userID", kInt, [](Source s) { return value(s.item.userId); }, nullptr},
-    {"geomID", kInt, [](Source s) { return value(s.item.specimenIndex); },
+    {"geomID", kInt, [](Source s) { return value(GeometryIndex(s)); },
      [](Target t, Value v) {
          t.outcome.geometryWritten = true;
          t.outcome.specimen = v.integer();
      }},
-    {"geomColor", kVec, [](Source s) { return FromColor(s.specimen.colorId); }, nullptr},
-    {"geomProbability", kReal, [](Source s) { return value(s.specimen.probability); }, nullptr},
+    {"geomColor", kVec, [](Source s) { return FromColor(Geometry(s).colorId); }, nullptr},
+    {"geomProbability", kReal, [](Source s) { return value(Geometry(s).probability); }, nullptr},
     {"distXPixel", kInt, [](Source s) { return value(int32_t(s.item.hash[0])); }, nullptr},
     {"distYPixel", kInt, [](Source s) { return value(int32_t(s.item.hash[2])); }, nullptr},
     {"distXTile", kInt, [](Source s) { return value(int32_t(s.item.hash[1])); }, nullptr},
@@ -126,12 +159,12 @@ const TItemAttribute kAttributes[] = {
     {"collisionHeight", kReal, [](Source s) { return value(s.item.collisionHeight); }, nullptr},
     {"tintColor", kVec, [](Source s) { return FromColor(s.item.tintColor); },
      [](Target t, Value v) {
-         t.item.tintColor = ToColor(v);
+         t.item.tintColor = t.outcome.overrides.tintColor = ToColor(v);
          t.outcome.overrides.hasTintColor = true;
      }},
     {"tintMult", kReal, [](Source s) { return value(s.item.tintBlend); },
      [](Target t, Value v) {
-         t.item.tintBlend = v.real();
+         t.item.tintBlend = t.outcome.overrides.tintBlend = v.real();
          t.outcome.overrides.hasTintBlend = true;
      }},
     {"animSample", kInt, [](Source s) { return value(s.item.animationOffset); }, SetSample},
@@ -140,7 +173,7 @@ const TItemAttribute kAttributes[] = {
     {"animOffset", kInt, [](Source s) { return value(SampleOffset(s)); }, nullptr},
     {"surfNormal", kVec, [](Source s) { return FromPoint(s.item.surfaceNormal); }, nullptr},
     {"surfDirection", kInt,
-     [](Source s) { return value(tavuvm_expr::truncated(std::round(s.input.directionPercent))); },
+     [](Source s) { return value(tavuvm_expr::truncated(std::round(Direction(s)))); },
      [](Target t, Value v) {
          t.outcome.placementWritten = true;
          t.outcome.overrides.hasDirection = true;
@@ -152,21 +185,17 @@ const TItemAttribute kAttributes[] = {
     {"areaExcDistance", kReal, [](Source s) { return value(s.item.excludeDistance); }, nullptr},
     {"areaExcNearest", kVec, [](Source s) { return FromPoint(s.item.excludeNearest); }, nullptr},
     {"areaFalloffScale", kVec, [](Source s) { return FromPoint(s.item.falloffScale); }, nullptr},
-    {"randTransMin", kVec,
-     [](Source s) { return FromPoint(TranslationLimit(s.input.transforms.transMin, s.size)); },
+    {"randTransMin", kVec, [](Source s) { return FromPoint(TranslationRange(s).min); },
      [](Target t, Value v) { Translation(t).translationMin = ToPoint(v); }},
-    {"randTransMax", kVec,
-     [](Source s) { return FromPoint(TranslationLimit(s.input.transforms.transMax, s.size)); },
+    {"randTransMax", kVec, [](Source s) { return FromPoint(TranslationRange(s).max); },
      [](Target t, Value v) { Translation(t).translationMax = ToPoint(v); }},
-    {"randRotMin", kVec, [](Source s) { return FromPoint(s.input.transforms.rotMinDegrees); },
+    {"randRotMin", kVec, [](Source s) { return FromPoint(RotationRange(s).min); },
      [](Target t, Value v) { Rotation(t).rotationMin = ToPoint(v); }},
-    {"randRotMax", kVec, [](Source s) { return FromPoint(s.input.transforms.rotMaxDegrees); },
+    {"randRotMax", kVec, [](Source s) { return FromPoint(RotationRange(s).max); },
      [](Target t, Value v) { Rotation(t).rotationMax = ToPoint(v); }},
-    {"randScaleMin", kVec,
-     [](Source s) { return FromPoint(ScaleLimit(s.input.transforms.scaleMin)); },
+    {"randScaleMin", kVec, [](Source s) { return FromPoint(ScaleRange(s).min); },
      [](Target t, Value v) { Scale(t).scaleMin = ToPoint(v); }},
-    {"randScaleMax", kVec,
-     [](Source s) { return FromPoint(ScaleLimit(s.input.transforms.scaleMax)); },
+    {"randScaleMax", kVec, [](Source s) { return FromPoint(ScaleRange(s).max); },
      [](Target t, Value v) { Scale(t).scaleMax = ToPoint(v); }},
     {"particleAge", kInt, [](Source s) { return value(s.item.particleAge); }, nullptr},
     {"particleSpeed", kVec, [](Source s) { return FromPoint(s.item.particleSpeed); }, nullptr},

@@ -12,9 +12,11 @@
 #include "Dravin/engine/build_input.h"
 #include "Dravin/engine/effect_runner.h"
 
-// What attributes are read from: an item, and the settings around it.
+// What attributes are read from: an item, what earlier programs want of it, and the settings around
+// it.
 struct TAttributeSource {
     const TDravinItem& item;
+    const TEffectOutcome& outcome;
     const TSpecimen& specimen;
     const TSpecimenSize& size;
     const TBuildInput& input;

@@ -297,10 +297,11 @@ void FinishItem(const TTransformSettings& s, const TTransformRanges& ranges, TDr
 
     // Looks.
     item.mirrored = s.mirror ? item.randomInteger & 1 : 0;
-    if (!overrides || !overrides->hasTintBlend)
-        item.tintBlend = (s.tintMin + (s.tintMax - s.tintMin) * item.random1) * 0.01f;
-    if (!overrides || !overrides->hasTintColor)
-        item.tintColor = TintColor(s, item, factors.hasSurfaces);
+    item.tintBlend = overrides && overrides->hasTintBlend
+                         ? overrides->tintBlend
+                         : (s.tintMin + (s.tintMax - s.tintMin) * item.random1) * 0.01f;
+    item.tintColor = overrides && overrides->hasTintColor ? overrides->tintColor
+                                                          : TintColor(s, item, factors.hasSurfaces);
 
     Orient(s, ranges, item, element.kind);
     SetShadows(s, item, element.kind);

@@ -87,6 +87,8 @@ struct TItemOverrides {
     Point3 rotationMin, rotationMax;        // degrees
     Point3 scaleMin, scaleMax;              // percent
     float direction = 0;                    // percent
+    float tintBlend = 0;                    // 0 to 1
+    Color tintColor;
 };
 
 // Sorted ranges for the draws.

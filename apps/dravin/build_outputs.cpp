@@ -91,28 +91,45 @@ bool WriteTables(const std::string& path, const std::string& ending,
                             : WriteTableNpz(path, named, error);
 }
 
-// Surfaces of the objects, each node once.
-std::vector<GltfStaticMesh> SurfaceMeshes(std::span<const SceneDravin> objects, TimeValue t,
-                                          std::vector<std::shared_ptr<const Mesh>>& keep) {
-    std::vector<GltfStaticMesh> meshes;
+// Nodes of the objects' surfaces, each once.
+std::vector<INode*> SurfaceNodes(std::span<const SceneDravin> objects, TimeValue t) {
+    std::vector<INode*> nodes;
     std::set<const INode*> seen;
     for (const SceneDravin& dravin : objects) {
         const IParamBlock2& block = dravin.object->Block(kSurfaceParams);
         for (int i = 0; i < block.Count(surfaceParams::kSurflist); ++i) {
             INode* node = block.GetNode(surfaceParams::kSurflist, t, i);
-            if (!node || !node->GetObjectRef() || !seen.insert(node).second) continue;
-            std::shared_ptr<const Mesh> mesh = node->GetObjectRef()->GetRenderMesh(t);
-            if (!mesh) continue;
-            keep.push_back(mesh);
-            meshes.push_back(
-                {node->GetName(), mesh.get(), node->GetShownMtl(), node->GetObjectTM(t)});
+            if (node && node->GetObjectRef() && seen.insert(node).second) nodes.push_back(node);
         }
+    }
+    return nodes;
+}
+
+std::vector<GltfStaticMesh> SurfaceMeshes(std::span<INode* const> nodes, TimeValue t,
+                                          std::vector<std::shared_ptr<const Mesh>>& keep) {
+    std::vector<GltfStaticMesh> meshes;
+    for (INode* node : nodes) {
+        std::shared_ptr<const Mesh> mesh = node->GetObjectRef()->GetRenderMesh(t);
+        if (!mesh) continue;
+        keep.push_back(mesh);
+        meshes.push_back({node->GetName(), mesh.get(), node->GetShownMtl(), node->GetObjectTM(t)});
     }
     return meshes;
 }
 
+// Whether all surfaces that an output shows can be triangles; the error is printed.
+bool CheckSurfaces(std::span<INode* const> nodes) {
+    for (const INode* node : nodes) {
+        std::string refusal = node->GetObjectRef()->MeshRefusal();
+        if (refusal.empty()) continue;
+        PrintError(fmt::format("--surfaces: surface \"{}\": {}", node->GetName(), refusal));
+        return false;
+    }
+    return true;
+}
+
 bool WriteGltf(const std::string& path, std::span<const SceneDravin> objects, const Scene& scene,
-               const BuildOptions& options, std::string* error) {
+               std::span<INode* const> surfaces, const BuildOptions& options, std::string* error) {
     std::vector<std::unique_ptr<IInstanceSource>> sources;
     std::vector<const IInstanceSource*> borrowed;
     for (const SceneDravin& dravin : objects) {
@@ -120,9 +137,8 @@ bool WriteGltf(const std::string& path, std::span<const SceneDravin> objects, co
         borrowed.push_back(sources.back().get());
     }
     std::vector<std::shared_ptr<const Mesh>> keep;
-    std::vector<GltfStaticMesh> meshes;
-    if (options.surfaces)
-        meshes = SurfaceMeshes(objects, options.time.value_or(scene.GetTime()), keep);
+    std::vector<GltfStaticMesh> meshes =
+        SurfaceMeshes(surfaces, options.time.value_or(scene.GetTime()), keep);
     GltfOptions gltf;
     gltf.flat = options.flat;
     gltf.unitScale = scene.unitScale;
@@ -167,14 +183,23 @@ std::vector<std::string> ResolveFields(const std::vector<std::string>& fields) {
     return chosen;
 }
 
-bool WriteBuildOutput(const std::string& path, std::span<const SceneDravin> objects, Scene& scene,
-                      const std::vector<std::string>& fields, const BuildOptions& options) {
+ExitCode WriteBuildOutput(const std::string& path, std::span<const SceneDravin> objects,
+                          Scene& scene, const std::vector<std::string>& fields,
+                          const BuildOptions& options) {
     std::string ending = EndingOf(path), error;
-    bool written = ending == ".json" ? WriteJson(path, objects, fields, options, &error)
-                   : ending == ".csv" || ending == ".npz"
-                       ? WriteTables(path, ending, objects, fields, options, &error)
-                       : WriteGltf(path, objects, scene, options, &error);
+    bool isTable = ending == ".csv" || ending == ".npz", written = false;
+    if (ending == ".json") {
+        written = WriteJson(path, objects, fields, options, &error);
+    } else if (isTable) {
+        written = WriteTables(path, ending, objects, fields, options, &error);
+    } else {
+        std::vector<INode*> surfaces;
+        if (options.surfaces)
+            surfaces = SurfaceNodes(objects, options.time.value_or(scene.GetTime()));
+        if (!CheckSurfaces(surfaces)) return kExitLimit;
+        written = WriteGltf(path, objects, scene, surfaces, options, &error);
+    }
     if (!written) PrintError(error);
     if (written && path != "-") TellOfOutput(path, objects);
-    return written;
+    return written ? kExitDone : kExitNoOutput;
 }

@@ -20,5 +20,6 @@ std::vector<std::string> ResolveFields(const std::vector<std::string>& fields);
 bool HoldsStatus(const std::string& path);
 
 // Writes one output and tells what was written; errors are printed.
-bool WriteBuildOutput(const std::string& path, std::span<const SceneDravin> objects, Scene& scene,
-                      const std::vector<std::string>& fields, const BuildOptions& options);
+ExitCode WriteBuildOutput(const std::string& path, std::span<const SceneDravin> objects,
+                          Scene& scene, const std::vector<std::string>& fields,
+                          const BuildOptions& options);

@@ -48,12 +48,22 @@ std::string Remedy(const TDravinBuild& build) {
 
 }  // namespace
 
-bool TellOfEffects(const SceneDravin& dravin, bool keepGoing) {
-    return dravin.object->Build().Statistics().effectsCompileError;
+std::string EffectErrorText(const SceneDravin& dravin, const TEffectError& error) {
+    std::string place =
+        error.line > 0 ? fmt::format(" at line {}, column {}", error.line, error.column) : "";
+    return fmt::format("{}: effect \"{}\"{}: {}", dravin.node->GetName(), error.effectName, place,
+                       error.message);
+}
+
+static bool TellOfEffects(const SceneDravin& dravin) {
+    auto errors = dravin.object->Build().EffectErrors();
+    for (const TEffectError& error : errors) PrintError(EffectErrorText(dravin, error));
+    return !errors.empty();
 }
 
 ExitCode ReportBuild(const SceneDravin& dravin, bool keepGoing) {
-    bool broken = TellOfEffects(dravin, keepGoing) && !keepGoing;
+    // The build itself has warned, with the line at fault and a caret.
+    bool broken = !keepGoing && TellOfEffects(dravin);
     TBuildStatus status = dravin.object->Build().Status();
     if (status == TBuildStatus::kDisabled) PrintNote(StatusText(dravin));
     if (IsGood(status)) return broken ? kExitFailed : kExitDone;

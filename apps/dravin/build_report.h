@@ -12,9 +12,8 @@
 // The exit code for it.
 ExitCode ReportBuild(const SceneDravin& dravin, bool keepGoing);
 
-// Prints the effects that do not compile, each with its error and place: as errors, with keepGoing
-// as warnings. Whether there are any.
-bool TellOfEffects(const SceneDravin& dravin, bool keepGoing);
+// `Wood: effect "sway" at line 3, column 5: ` and what is wrong.
+std::string EffectErrorText(const SceneDravin& dravin, const TEffectError& error);
 
 // The object's statistics panel, on standard output.
 void PrintPanel(const SceneDravin& dravin);

@@ -55,7 +55,8 @@ ExitCode WriteOutputs(std::span<const SceneDravin> objects, Scene& scene,
             PrintNote(fmt::format("{}: not written, as the build failed", path));
             continue;
         }
-        if (!WriteBuildOutput(path, objects, scene, fields, options)) return kExitNoOutput;
+        ExitCode code = WriteBuildOutput(path, objects, scene, fields, options);
+        if (code != kExitDone) return code;
     }
     return kExitDone;
 }

@@ -68,8 +68,9 @@ ExitCode RunDemo(const DemoCommandOptions& options) {
     std::string instances = folder + "/forest.glb", picture = folder + "/forest.png";
     PrintNote(fmt::format("writing {}", instances));
     if (CheckNotInputs({{instances, picture}}, session.Inputs()) != kExitDone) return kExitUsage;
-    if (!WriteBuildOutput(instances, *objects, session.GetScene(), {}, outputs))
-        return kExitNoOutput;
+    if (ExitCode code = WriteBuildOutput(instances, *objects, session.GetScene(), {}, outputs);
+        code != kExitDone)
+        return code;
     PrintNote(fmt::format("rendering {}", picture));
     if (ExitCode code = RenderToFile(*setup, picture); code != kExitDone) return code;
     PrintResult(

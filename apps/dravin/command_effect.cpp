@@ -189,9 +189,11 @@ ExitCode RunEffect(const EffectOptions& options) {
     TSpecimen specimen;
     vmachine machine(compiled.code);
     TSpecimenSize size;
+    TEffectOutcome outcome;
     auto attributes = ItemAttributes();
     for (size_t i = 0; i < attributes.size(); ++i)
-        machine.set_slot(effect.itemSlot + i, attributes[i].read({item, specimen, size, input}));
+        machine.set_slot(effect.itemSlot + i,
+                         attributes[i].read({item, outcome, specimen, size, input}));
     std::string output;
     machine.set_output(&output);
     TNuRandom random(options.seed);

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "Dravin/tools/lister.h"
+#include "Dravin/effects/effect_list.h"
 #include "apps/dravin/build_report.h"
 #include "apps/dravin/commands.h"
 #include "apps/dravin/session.h"
@@ -66,17 +67,22 @@ ExitCode RunInfo(const InfoOptions& options) {
     std::vector<Row> rows{header};
     std::vector<Row> facts{{"Object", "State", "Mode", "Seed", "Max viewport", "Max render",
                             "Status", "Viewport build"}};
-    bool broken = false;
+    std::vector<std::string> errors;
     for (const SceneDravin& dravin : *objects) {
         BuildWithProgress(dravin, session.GetScene().GetTime(), viewport);
         rows.push_back(ListerCells(dravin));
         facts.push_back(OtherFacts(dravin));
-        broken = TellOfEffects(dravin, false) || broken;
+        const TDravin& object = *dravin.object;
+        for (const TEffectError& error :
+             FindEffectErrors(object.Block(kEffectParams), object.CurveSet(kSlotEffectCurves),
+                              session.GetScene().GetTime()))
+            errors.push_back(EffectErrorText(dravin, error));
     }
     PrintTable(rows);
     if (options.verbose) {
         PrintResult("");
         PrintTable(facts);
     }
-    return broken ? kExitFailed : kExitDone;
+    for (const std::string& error : errors) PrintResult(error);
+    return kExitDone;
 }

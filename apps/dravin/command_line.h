@@ -43,7 +43,8 @@ private:
     BuildOptions m_build;
     RenderOptions m_render;
     InfoOptions m_info;
-    std::string m_model, m_schemaFilter;
+    std::string m_model;
+    std::string m_schemaFilter;
     EffectOptions m_effect;
     std::string m_listedEffect;
     DemoCommandOptions m_demo;

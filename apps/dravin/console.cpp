@@ -123,8 +123,10 @@ void PrintNote(const std::string& text) {
 }
 
 void PrintResult(const std::string& text) {
+    // A NUL ends nothing: programs may hold one, and messages quote them.
     errno = 0;
-    bool isWritten = std::fputs(text.c_str(), stdout) >= 0 && std::fputc('\n', stdout) != EOF;
+    bool isWritten = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() &&
+                     std::fputc('\n', stdout) != EOF;
     if (!isWritten && g_resultsError == 0) g_resultsError = errno ? errno : EIO;
 }
 

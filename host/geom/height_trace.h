@@ -2,11 +2,11 @@
 //
 // The ray's way over the plane is halved again and again, front to back, down to the blocks of the
 // pyramid; where its heights there lie wholly above or below those of a block, the block is passed
-// over at once. In the smallest blocks it goes from cell to cell. There its height over the plane of each triangle is a linear function, whose sign
-// is known at both ends of the piece. A hit is a change of sign, also between two pieces: so a ray
-// cannot slip through between neighbours, whatever rounding does. Arithmetic is in double
-// precision. (The pyramid is that of maximum mipmaps, Tevs, Ihrke and Seidel 2008; the rest is our
-// own.)
+// over at once. In the smallest blocks it goes from cell to cell. There its height over the plane
+// of each triangle is a linear function, whose sign is known at both ends of the piece. A hit is a
+// change of sign, also between two pieces: so a ray cannot slip through between neighbours,
+// whatever rounding does. Arithmetic is in double precision. (The pyramid is that of maximum
+// mipmaps, Tevs, Ihrke and Seidel 2008; the rest is our own.)
 #pragma once
 
 #include <algorithm>
@@ -77,6 +77,7 @@ private:
     }
     bool Clip(size_t axis, double low, double high, Piece* piece) const {
         double o = m_ray.origin[axis], d = m_ray.direction[axis];
+        if (!std::isfinite(o + d)) return false;
         if (d == 0) return o >= low && o < high && piece->near <= piece->far;
         double a = (low - o) / d, b = (high - o) / d;
         piece->near = std::max(piece->near, std::min(a, b));
@@ -156,7 +157,8 @@ private:
         uint32_t cell = first + uint32_t(std::clamp(part, 0.0, 0.999) * (last - first));
         double d = m_ray.direction[axis];
         auto isPast = [&](uint32_t line) {  // on the far side of a sample line
-            if (d == 0) return m_ray.origin[axis] >= (axis == 0 ? m_field.X(line) : m_field.Y(line));
+            if (d == 0)
+                return m_ray.origin[axis] >= (axis == 0 ? m_field.X(line) : m_field.Y(line));
             return d > 0 ? CrossingOf(axis, line) <= distance : CrossingOf(axis, line) > distance;
         };
         while (cell > first && !isPast(cell)) --cell;
@@ -167,8 +169,8 @@ private:
         double d = m_ray.direction[axis];
         uint32_t line = d > 0 ? cell + 1 : cell;
         bool leavesBlock = d == 0 || line == (d > 0 ? last : first);
-        return {cell, leavesBlock ? std::numeric_limits<double>::infinity()
-                                  : CrossingOf(axis, line)};
+        return {cell,
+                leavesBlock ? std::numeric_limits<double>::infinity() : CrossingOf(axis, line)};
     }
 
     bool TraceBlock(const Piece& piece) {

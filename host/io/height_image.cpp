@@ -126,7 +126,8 @@ private:
         double own = double(value);
         if (m_narrow != 1) own = std::round(own * m_narrow);
         // The tag states a decimal number; a float sample holds the nearest float.
-        bool isMissing = own == m_noData || float(own) == float(m_noData);
+        bool isMissing = own == m_noData;
+        if constexpr (std::is_floating_point_v<T>) isMissing = value == T(m_noData);
         if (isMissing || !std::isfinite(own)) return std::numeric_limits<float>::quiet_NaN();
         return m_values == Values::kUnit ? ToUnit(value) : float(own);
     }

@@ -31,15 +31,6 @@ struct TexmapDescription {
     int seed = 0;
 };
 
-// What a model file gave.
-struct LoadedModel {
-    std::shared_ptr<const Mesh> mesh;  // null: nothing, for the reason in `error`
-    std::shared_ptr<Mtl> material;     // that the file itself gives to the mesh; null for none
-    std::vector<std::string> warnings;
-    DescriptionErrorClass errorClass = DescriptionErrorClass::kMalformed;
-    std::string error;
-};
-
 // A terrain, or why there is none.
 struct HeightfieldLoad {
     std::shared_ptr<const HeightField> field;  // null with a reason in `error`
@@ -47,6 +38,15 @@ struct HeightfieldLoad {
     std::string key = "file";  // of the node, which the error is about
     DescriptionErrorClass errorClass = DescriptionErrorClass::kMalformed;
     std::vector<std::string> warnings;
+};
+
+// What a model file gave.
+struct LoadedModel {
+    std::shared_ptr<const Mesh> mesh;  // null: nothing, for the reason in `error`
+    std::shared_ptr<Mtl> material;     // that the file itself gives to the mesh; null for none
+    std::vector<std::string> warnings;
+    DescriptionErrorClass errorClass = DescriptionErrorClass::kMalformed;
+    std::string error;
 };
 
 // Makes what a description only names. Files are resolved paths of regular files that exist.

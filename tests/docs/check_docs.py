@@ -1,21 +1,29 @@
-"""Runs what the documentation shows: every scene in a ```json block that opens a scene builds, every
-`dravin` line of a ```sh block ends with exit code 0, and every program of an ```effect block says what
-the page says it does.
+"""Runs what the documentation shows, and compares what it prints.
 
-A program's output stands in an ```output block behind it, or beside each of its `print` lines as a
-comment. Code in running text and tables that ends with a semicolon is a program too: it compiles.
+    check_docs.py PROGRAM PAGE…
 
-    check_docs.py PROGRAM PAGE
+The blocks of a page run in order in one new folder, which holds a link to the project's `data`, as the
+examples run from the project's own folder. What a block is says its language; every block has one:
 
-The blocks of a page run in order in one new folder. A scene is saved there under the name that
-stands before its block as "Save this as `NAME`"; the folder holds a link to the project's `data`, as
-the examples run from the project's own folder. Lines that start with `make` are left out.
+    json     a scene: it builds, and is saved under the name that stands before its block as "Save this
+             as `NAME`". Without "dravin_scene" it is a row of a geometry list or of an effect list: a
+             scene around it builds
+    sh       commands: each ends with exit code 0. Lines that start with `make` are left out
+    effect   a program: what it prints stands beside each of its `print` lines as a comment, or in an
+             output block
+    output   what the block before it prints on standard output (of a scene: its statistics); `…` stands
+             for any text of a line, on a line of its own for any lines
+    text     not to be run: the form of a command, a picture, commands that change the machine
+
+Code in running text and tables that ends with a semicolon is a program too: it compiles. A comment
+`<!-- run first: COMMAND -->` makes what the page takes for granted. Pictures whose size a page does not
+state are drawn small.
 """
 
+import json
 import os
 import pathlib
 import re
-import shlex
 import subprocess
 import sys
 import tempfile
@@ -24,91 +32,150 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 BLOCK = re.compile(r'^```(\w*)\n(.*?)^```$', re.S | re.M)
 SNIPPET = re.compile(r'`([^`\n]+;)`')
 PRINTED = re.compile(r'^print .*;\s*# (.*)$', re.M)
+RUN_FIRST = re.compile(r'<!-- run first: (.*?) -->')
+SAVED_AS = re.compile(r'Save\s+this\s+as\s+`([^`]+)`')
+LANGUAGES = {'json', 'sh', 'effect', 'output', 'text'}
 # Parameters that snippets use without saying so.
 SNIPPET_PARAMETERS = '''<effects><effect version="1"><expression><![CDATA[%s]]></expression>
 <parameter name="map" kind="texmap"/><parameter name="curve" kind="curve"/></effect></effects>'''
-SAVED_AS = re.compile(r'Save\s+this\s+as\s+`([^`]+)`')
+# A picture of a page's own size takes long and shows no more mistakes than a small one.
+SHELL_PROGRAM = '''#!/bin/sh
+if [ "$1" = render ]; then
+    case " $* " in *" --size "*) ;; *) set -- "$@" --size 64x36 --samples 1 ;; esac
+fi
+exec '%s' "$@"
+'''
 
 
-def run(program, arguments, folder):
-    environment = dict(os.environ, DRAVIN_HOME=str(ROOT / 'data'))
-    done = subprocess.run([program] + arguments, cwd=folder, env=environment, text=True,
-                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
-    if done.returncode == 0:
-        return True
-    print('exit code %d of: dravin %s\n%s' % (done.returncode, shlex.join(arguments), done.stdout))
-    return False
+class Page:
+    def __init__(self, program, path, folder):
+        self.program, self.path, self.folder = program, path, folder
+        self.text = path.read_text(encoding='utf-8')
+        self.count, self.good = 0, True
+        (folder / 'data').symlink_to(ROOT / 'data')
+        (folder / 'bin').mkdir()
+        shell_program = folder / 'bin' / 'dravin'
+        shell_program.write_text(SHELL_PROGRAM % program, encoding='utf-8')
+        shell_program.chmod(0o755)
+
+    def fail(self, place, what):
+        line = self.text.count('\n', 0, place) + 1
+        print('%s:%d: %s' % (self.path.name, line, what))
+        self.good = False
+
+    def environment(self):
+        path = '%s:%s' % (self.folder / 'bin', os.environ['PATH'])
+        return dict(os.environ, DRAVIN_HOME=str(ROOT / 'data'), PATH=path)
+
+    def shell(self, place, script, expected):
+        lines = [line for line in script.splitlines() if not line.startswith('make')]
+        if not any(line.split('#')[0].strip() for line in lines):
+            return
+        done = subprocess.run(['bash', '-euo', 'pipefail', '-c', '\n'.join(lines)], cwd=self.folder,
+                              env=self.environment(), text=True, stdout=subprocess.PIPE,
+                              stderr=subprocess.PIPE)
+        self.count += 1
+        if done.returncode:
+            self.fail(place, 'exit code %d of\n%s\n%s' % (done.returncode, script, done.stderr))
+        elif expected is not None and not matches(expected, done.stdout):
+            self.fail(place, 'prints\n%s\ninstead of\n%s' % (done.stdout, expected))
+
+    def scene(self, place, content, name, expected):
+        if '"dravin_scene"' not in content:
+            content = scene_around(json.loads(content))
+        (self.folder / name).write_text(content, encoding='utf-8')
+        self.shell(place, "dravin build '%s'" % name, expected)
+
+    def effect(self, verb, text):
+        (self.folder / 'program.txt').write_text(text, encoding='utf-8')
+        return subprocess.run([self.program, 'effect', verb, 'program.txt'], cwd=self.folder, text=True,
+                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT).stdout
+
+    def effect_program(self, place, text, name, expected):
+        """The program prints what is expected, and no error besides."""
+        if name:
+            (self.folder / name).write_text(text, encoding='utf-8')
+        if expected is None:
+            expected = ''.join(line.strip() + '\n' for line in PRINTED.findall(text))
+        found = self.effect('run', text)
+        self.count += 1
+        if expected == '' or found != expected:
+            self.fail(place, 'the program prints\n%s\ninstead of\n%s' % (found, expected))
+
+    def snippets_compile(self):
+        for snippet in SNIPPET.finditer(BLOCK.sub(lambda block: '\n' * block[0].count('\n'), self.text)):
+            error = self.effect('check', SNIPPET_PARAMETERS % snippet.group(1))
+            self.count += 1
+            if error:
+                self.fail(0, '%s does not compile: %s' % (snippet.group(1), error))
+
+    def check(self):
+        for first in RUN_FIRST.finditer(self.text):
+            self.shell(first.start(), first.group(1), None)
+        end, blocks = 0, list(BLOCK.finditer(self.text))
+        for block, following in zip(blocks, blocks[1:] + [None]):
+            language, content = block.groups()
+            names = SAVED_AS.findall(self.text[end:block.start()])
+            shown = following.group(2) if following and following.group(1) == 'output' else None
+            end = block.end()
+            if language not in LANGUAGES:
+                self.fail(block.start(), 'a block of the language "%s"' % language)
+            elif language == 'json':
+                name = names[-1] if names else 'scene%d.json' % self.count
+                self.scene(block.start(), content, name, shown)
+            elif language == 'sh':
+                self.shell(block.start(), content, shown)
+            elif language == 'effect':
+                self.effect_program(block.start(), content, names[-1] if names else None, shown)
+        if '```effect' in self.text:
+            self.snippets_compile()
+        print('%s: %d scenes, commands and programs' % (self.path.name, self.count))
+        return self.good
 
 
-def effect(program, verb, text, folder):
-    (folder / 'program.txt').write_text(text, encoding='utf-8')
-    return subprocess.run([program, 'effect', verb, 'program.txt'], cwd=folder, text=True,
-                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT).stdout
+def matches(expected, found):
+    """Whether the text is the expected one, where `…` stands for anything."""
+    def line_pattern(line):
+        if line == '…\n':
+            return '(?:.*\n)*?'
+        return '.*?'.join(re.escape(part) for part in line.split('…'))
+
+    pattern = ''.join(line_pattern(line) for line in expected.splitlines(keepends=True))
+    return re.fullmatch(pattern, found) is not None
 
 
-def says(program, text, expected, folder):
-    """Whether an effect's program prints what is expected, and no error besides."""
-    found = effect(program, 'run', text, folder)
-    if found == expected:
-        return True
-    print('the program\n%s\nprints\n%s\ninstead of\n%s' % (text, found, expected))
-    return False
+def values(node):
+    """All texts in a JSON value."""
+    if isinstance(node, str):
+        yield node
+    for child in node.values() if isinstance(node, dict) else node if isinstance(node, list) else []:
+        yield from values(child)
 
 
-def snippets_compile(program, text, folder):
-    good, count = True, 0
-    for snippet in SNIPPET.findall(BLOCK.sub('', text)):
-        error = effect(program, 'check', SNIPPET_PARAMETERS % snippet, folder)
-        if error:
-            print(error)
-        good &= not error
-        count += 1
-    return good, count
+def scene_around(row):
+    """A scene in which the row can work: whatever it names as a value stands for a node and a map."""
+    nodes = [{'name': 'ground', 'type': 'plane'},
+             {'name': 'cube', 'type': 'box', 'width': 1, 'length': 1, 'height': 1, 'hidden': True}]
+    scatter = {'name': 'Scatter', 'type': 'dravin',
+               'params': {'surflist': ['ground'], 'mapname': 'dense.bmp', 'units_x': 9, 'units_y': 9}}
+    scene = {'dravin_scene': 1, 'time': 48000, 'texmaps': {}, 'nodes': nodes}
+    if 'library' in row:
+        for name in values([p['value'] for p in row.get('parameters', [])]):
+            nodes.append({'name': name, 'type': 'dummy'})
+            scene['texmaps'][name] = {'type': 'noise'}
+        scatter.update(geometry=[{'name': 'cube', 'object': 'cube'}], effects=[row])
+    else:
+        scatter.update(geometry=[row])
+    nodes.append(scatter)
+    return json.dumps(scene)
 
 
-def commands(text):
-    for line in text.replace('\\\n', ' ').splitlines():
-        words = shlex.split(line, comments=True)
-        if words and words[0] == 'dravin':
-            # A redirection is the shell's; what the program writes is thrown away either way.
-            yield words[1:words.index('>')] if '>' in words else words[1:]
-
-
-def check_page(program, page, folder):
-    (folder / 'data').symlink_to(ROOT / 'data')
-    text = page.read_text(encoding='utf-8')
-    good, count, end = True, 0, 0
-    blocks = list(BLOCK.finditer(text))
-    for block, following in zip(blocks, blocks[1:] + [None]):
-        language, content = block.groups()
-        if language == 'json' and '"dravin_scene"' in content:
-            names = SAVED_AS.findall(text[end:block.start()])
-            scene = names[-1] if names else 'scene%d.json' % count
-            (folder / scene).write_text(content, encoding='utf-8')
-            good &= run(program, ['build', scene], folder)
-            count += 1
-        elif language == 'sh':
-            for arguments in commands(content):
-                good &= run(program, arguments, folder)
-                count += 1
-        elif language == 'effect':
-            names = SAVED_AS.findall(text[end:block.start()])
-            if names:
-                (folder / names[-1]).write_text(content, encoding='utf-8')
-            printed = ''.join(line.strip() + '\n' for line in PRINTED.findall(content))
-            shown = following.group(2) if following and following.group(1) == 'output' else printed
-            good &= shown != '' and says(program, content, shown, folder)
-            count += 1
-        end = block.end()
-    if '```effect' in text:
-        compiled, snippets = snippets_compile(program, text, folder)
-        good, count = good and compiled, count + snippets
-    print('%s: %d scenes, commands and programs' % (page.name, count))
-    return good and count > 0
+def check_page(program, path):
+    with tempfile.TemporaryDirectory() as folder:
+        return Page(program, path, pathlib.Path(folder)).check()
 
 
 if __name__ == '__main__':
-    with tempfile.TemporaryDirectory() as temporary:
-        succeeded = check_page(os.path.abspath(sys.argv[1]), pathlib.Path(sys.argv[2]),
-                               pathlib.Path(temporary))
-    sys.exit(0 if succeeded else 1)
+    program = os.path.abspath(sys.argv[1])
+    results = [check_page(program, pathlib.Path(page)) for page in sys.argv[2:]]
+    sys.exit(0 if all(results) else 1)

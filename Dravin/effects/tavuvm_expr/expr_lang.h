@@ -19,6 +19,8 @@ struct compilation {
     std::shared_ptr<const compiled_program> code;  // null: failed
     // The first error: message with its line, the source line, a caret.
     std::string error;
+    std::string message;       // that alone
+    int line = 0, column = 0;  // of the caret, from 1; the column counts bytes
 };
 
 class expr_lang : public language {

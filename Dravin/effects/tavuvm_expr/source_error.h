@@ -29,8 +29,15 @@ public:
     // Three lines: prefix, message and line number; the source line; a caret under the fault.
     // Every carriage return and every line feed counts as a line.
     std::string format(std::string_view source) const;
+    // Where the caret stands, both from 1; the column counts bytes.
+    struct place {
+        int line = 0, column = 0;
+    };
+    place place_in(std::string_view source) const;
 
 private:
+    size_t position_in(std::string_view source) const;
+
     stage m_stage;
     size_t m_position;
     bool m_belongs_before = false;

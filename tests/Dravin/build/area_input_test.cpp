@@ -155,6 +155,8 @@ TEST_F(AreaInput, MaterialIdsOfSurfacesStandInALineOfTheirOwn) {
     EXPECT_EQ(filter.materials, (std::vector<uint8_t>{1, 0, 1}));
     EXPECT_TRUE(filter.HasMaterial(2));
     EXPECT_FALSE(filter.HasMaterial(1) || filter.HasMaterial(3));
+    Rows().SetValue(kArsurfidlist, 0, "#70000", 0);
+    EXPECT_FALSE(Make()[0].settings.surfaces.HasMaterial(0));
     TAreaSurfaces both{{"a", "b c"}, {7, 2}};
     EXPECT_EQ(FormatAreaSurfaces(both), "a\nb c\n#7 #2");
     EXPECT_EQ(ParseAreaSurfaces(FormatAreaSurfaces(both)).materialIds, both.materialIds);

@@ -79,6 +79,48 @@ TEST_F(EffectsBuild, ACompileErrorShowsInThePanelAndTheOthersRun) {
                "x = 1;\n^\n"));
 }
 
+TEST_F(EffectsBuild, ErrorsAreKeptForEachEffectWithTheirPlace) {
+    AddEffect("dpItem.tintMult = 0.5;");
+    AddEffect("int y;\n  y = x + 1;\n");
+    AddEffect("nonsense", false);
+    std::span<const TEffectError> errors = Run().EffectErrors();
+    ASSERT_EQ(errors.size(), 1u);
+    EXPECT_EQ(errors[0].effectId, "e1");
+    EXPECT_EQ(errors[0].effectName, "Effect");
+    EXPECT_EQ(errors[0].message, "Undeclared variable \"x\"");
+    EXPECT_EQ(errors[0].line, 2);
+    EXPECT_EQ(errors[0].column, 7);
+    EXPECT_EQ(errors[0].text,
+              "Compile error. Undeclared variable \"x\" at line 2:\n  y = x + 1;\n      ^\n");
+    // The same without a build, and nothing when all is well again.
+    auto found = FindEffectErrors(Block(), object->CurveSet(kSlotEffectCurves), 0);
+    ASSERT_EQ(found.size(), 1u);
+    EXPECT_EQ(found[0].line, 2);
+    Block().SetValue(kEfenablelist, 0, 0, 1);
+    EXPECT_TRUE(Run().EffectErrors().empty());
+    EXPECT_TRUE(FindEffectErrors(Block(), nullptr, 0).empty());
+}
+
+TEST_F(EffectsBuild, ParametersOfOneNameAreToldByTheirOwnNameAndPlace) {
+    AddEffect("dpItem.tintMult = q;");
+    AddParameter("other", kEffNumber);
+    AddParameter("q", kEffNumber);
+    AddParameter("Q", kEffNumber);
+    std::span<const TEffectError> errors = Run().EffectErrors();
+    ASSERT_EQ(errors.size(), 1u);
+    EXPECT_EQ(errors[0].message, "Duplicated variable \"Q\"");
+    EXPECT_EQ(errors[0].text, "Compile error. Duplicated variable \"Q\" at parameter 3:\nQ\n^\n");
+    EXPECT_EQ(errors[0].line, 0);
+}
+
+TEST_F(EffectsBuild, ParametersWithoutANameArePassedOver) {
+    AddEffect("dpItem.tintMult = a;");
+    for (const char* name : {"", "a", ""}) AddParameter(name, kEffNumber);
+    Block().SetValue(kEfpafloatval, 0, 0.5f, 1);
+    EXPECT_EQ(FirstTint(), 0.5f);
+    EXPECT_TRUE(object->Build().EffectErrors().empty());
+}
+
 TEST_F(EffectsBuild, EffectsMayBeLeftToRenders) {
     AddEffect("dpItem.tintMult = 0.5;");
     Set(kEffectParams, kPfEfonlyrender, true);

@@ -88,6 +88,14 @@ TEST(EffectDefinition, ReadsParameters) {
     EXPECT_FALSE(d.parameters[1].limit);
 }
 
+TEST(EffectDefinition, ANulDoesNotCutTheProgram) {
+    TEffectDefinition definition;
+    definition.expression = std::string("int x;\0 x = 1;", 14);
+    auto again = ReadEffectDefinition(WriteEffectDefinition(definition), nullptr);
+    ASSERT_TRUE(again);
+    EXPECT_EQ(again->expression, "int x;\xEF\xBF\xBD x = 1;");
+}
+
 TEST(EffectDefinition, ADecimalCommaLocaleChangesNothing) {
     CommaLocale comma;
     TEffectDefinition d = Read(Effect("<parameter name=\"a\" value=\"1.5\"/>"));

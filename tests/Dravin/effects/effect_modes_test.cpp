@@ -107,6 +107,27 @@ TEST_P(EffectModes, ARangeThatAProgramWritesTurnsTheItem) {
     for (const TDravinItem& item : built.items) EXPECT_NEAR(item.rotation.z, 1.5707963f, 1e-5);
 }
 
+TEST_P(EffectModes, ATintSurvivesTheSecondTryThatAProgramAsksFor) {
+    // The tint follows the first try only, where the item still shows the first row.
+    BuiltItems built = RunProgram(GetParam()(),
+                                  "dpItem.tintMult = if(dpItem.geomID == 0, 0.4, dpItem.tintMult);"
+                                  "dpItem.tintColor = [0.1, 0.2, 0.3]; dpItem.geomID = 1;");
+    ASSERT_GT(built.items.size(), 3u);
+    for (const TDravinItem& item : built.items) {
+        EXPECT_EQ(item.tintBlend, 0.4f);
+        EXPECT_EQ(item.tintColor, (Color{0.1f, 0.2f, 0.3f}));
+    }
+}
+
+TEST_P(EffectModes, ATintThatIsReadAndWrittenBackStays) {
+    TBuildInput input = GetParam()();
+    input.transforms.tintMin = input.transforms.tintMax = 40;
+    BuiltItems built =
+        RunProgram(input, "dpItem.tintMult = dpItem.tintMult; dpItem.randRotMax = [0, 0, 90];");
+    ASSERT_GT(built.items.size(), 3u);
+    for (const TDravinItem& item : built.items) EXPECT_FLOAT_EQ(item.tintBlend, 0.4f);
+}
+
 INSTANTIATE_TEST_SUITE_P(All, EffectModes,
                          testing::Values(PathInput, ReferenceInput, ParticleInput, UvInput,
                                          StoredInput));
@@ -128,6 +149,20 @@ TEST(EffectGeometry, OfAStoredItemCountsForTheBuildOnly) {
     ASSERT_EQ(built.items.size(), 5u);
     EXPECT_EQ(built.items[0].height, 5);
     EXPECT_EQ(built.items[0].specimenIndex, 0);
+}
+
+TEST(EffectVisibility, AnItemThatIsHiddenKeepsNoVectorOfEarlierEffects) {
+    TEffectNames names;
+    TEffectPrograms programs;
+    for (const char* source : {"return [1, 2, 3];", "dpItem.visible = dpItem.userID % 2;"}) {
+        auto compiled = names.names.compile(source);
+        ASSERT_TRUE(compiled.code) << compiled.error;
+        programs.programs.emplace_back(compiled.code, names.names.initial_values(), names.itemSlot);
+    }
+    TBuildInput input = StoredInput();
+    input.effects = &programs;
+    for (const TDravinItem& item : Build(input).items)
+        EXPECT_EQ(item.effectVector, item.discarded ? Point3{} : (Point3{1, 2, 3}));
 }
 
 TEST(EffectVisibility, HiddenItemsLeaveTheListUnlessTheyAreStored) {

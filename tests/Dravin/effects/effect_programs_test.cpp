@@ -97,6 +97,24 @@ TEST_F(EffectProgramsTest, ALaterEffectSeesWhatAnEarlierOneWrote) {
     EXPECT_EQ(Run().items[0].tintBlend, 0.5f);
 }
 
+TEST_F(EffectProgramsTest, ALaterEffectReadsRangesDirectionAndGeometryOfAnEarlierOne) {
+    input.specimens = {CubeSpecimen(100), CubeSpecimen(7)};
+    input.specimens[1].colorId = {0.25f, 0.5f, 1};
+    Add("dpItem.randTransMin = [1, 2, 3]; dpItem.randRotMax = [4, 5, 6];"
+        "dpItem.randScaleMin = [7, 8, 9]; dpItem.surfDirection = 37; dpItem.geomID = 1;");
+    Add("dpItem.tintColor = dpItem.randTransMin + dpItem.randRotMax * 10 +"
+        "                   dpItem.randScaleMin * 100;"
+        "dpItem.tintMult = dpItem.surfDirection + dpItem.geomID * 1000;"
+        "return dpItem.geomColor + [dpItem.geomProbability, 0, 0];");
+    BuiltItems built = Run();
+    ASSERT_EQ(built.items.size(), 400u);
+    for (const TDravinItem& item : built.items) {
+        ASSERT_EQ(item.tintColor, (Color{741, 852, 963}));
+        ASSERT_EQ(item.tintBlend, 1037);
+        ASSERT_EQ(item.effectVector, (Point3{7.25f, 0.5f, 1}));
+    }
+}
+
 TEST_F(EffectProgramsTest, AHiddenItemSeesNoLaterEffect) {
     Add("dpItem.visible = 0;");
     Add("dpItem.visible = 1;");
@@ -318,7 +336,7 @@ TEST(ItemAttributes, AFreshItem) {
     TBuildInput input;
     TSpecimen specimen;
     TSpecimenSize size;
-    TAttributeSource source{item, specimen, size, input};
+    TAttributeSource source{item, TEffectOutcome(), specimen, size, input};
     const std::map<std::string, std::string> expected = {{"visible", "1"},
                                                          {"scale", "[1,1,1]"},
                                                          {"areaIncDistance", "2.14748365e+09"},

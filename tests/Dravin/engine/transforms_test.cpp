@@ -352,7 +352,7 @@ TEST(Transforms, BoundaryChecksDiscardOrMark) {
     EXPECT_EQ(stage.Run().partial, 0);
 }
 
-TEST(Transforms, OverridesReplaceTheRangesAndSuppressTheTint) {
+TEST(Transforms, OverridesReplaceTheRangesAndTheTint) {
     TItemOverrides o;
     o.hasTranslation = o.hasScale = o.hasTintBlend = o.hasTintColor = true;
     o.translationMin = o.translationMax = {5, 6, 0};
@@ -360,8 +360,8 @@ TEST(Transforms, OverridesReplaceTheRangesAndSuppressTheTint) {
     Stage stage;
     stage.overrides = &o;
     stage.s.applyTranslation = stage.s.applyScale = true;
-    stage.item.tintBlend = 0.33f;
-    stage.item.tintColor = {0.1f, 0.2f, 0.3f};
+    o.tintBlend = 0.33f;
+    o.tintColor = {0.1f, 0.2f, 0.3f};
     TDravinItem item = stage.Run();
     EXPECT_EQ(item.position.x, 5);
     EXPECT_FLOAT_EQ(item.scale.x, 2);

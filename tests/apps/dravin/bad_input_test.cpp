@@ -279,6 +279,39 @@ TEST_F(BadInput, UnreadableImages) {
            4, "text.png: cannot read the image");
 }
 
+// Terrains.
+
+TEST_F(BadInput, TerrainsThatDoNotFit) {
+    m_folder.Write("a.asc", "ncols 2\nnrows 2\ncellsize 5\n1 2 3 4\n");
+    auto terrain = [](const char* keys) {
+        return fmt::format(R"({{"name": "ground", "type": "heightfield", "file": "a.asc", {}}})",
+                           keys);
+    };
+    Expect(BuildOn(terrain(R"("samples": [65536, 65536])")), 5,
+           "/nodes/0/samples: 65536 x 65536 samples take about 18.73 GB of memory");
+    Expect(BuildOn(terrain(R"("samples": [40000, 40000])")), 5, "fewer \"samples\"");
+    Expect(BuildOn(terrain(R"("crop": [0, 0, 2, 1])")), 4, "/nodes/0/crop: expected");
+    // What does fit as an image may be too much as triangles.
+    m_folder.Write("s.json", "{\"dravin_scene\": 1, \"nodes\": [" +
+                                 terrain(R"("samples": [6000, 6000])") + "," + kTree + "," +
+                                 Forest() + "]}");
+    Expect(Dravin({"build", "s.json", "--surfaces", "-o", "a.glb"}), 5,
+           "--surfaces: surface \"ground\": ");
+    EXPECT_FALSE(std::filesystem::exists(m_folder.File("a.glb")));
+}
+
+TEST_F(BadInput, GridsThatAreNoGrids) {
+    auto build = [&](const char* text) {
+        m_folder.Write("a.asc", text);
+        return BuildOn(R"({"name": "ground", "type": "heightfield", "file": "a.asc"})");
+    };
+    Expect(build("ncols 2\nnrows 2\ncellsize 5\n1 2 3 four\n"), 4,
+           "a.asc:4: expected a number with a decimal point, found \"four\"");
+    Expect(build("ncols 20000\nnrows 20000\ncellsize 5\n1 2 3 4\n"), 4,
+           "a.asc:4: the header claims 20000 x 20000 values");
+    Expect(build("ncols 100000\nnrows 2\ncellsize 5\n1 2 3 4\n"), 5, "at most 65536");
+}
+
 // Two gigabytes of anything fail at once, not after they were read.
 
 TEST_F(BadInput, HugeScenes) {

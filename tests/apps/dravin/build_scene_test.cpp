@@ -63,8 +63,8 @@ TEST_F(BuildScene, PartsBeyondTheBorderOfAnAreaAreMasked) {
         EXPECT_EQ(item["partial"] == 1, std::abs(x) > 8) << x;
         if (item["partial"] == 0) continue;
         left |= x<0, right |= x> 0;
-        // Centroids lie 4/3 beside the item: both of them are inside up to 8.67.
-        EXPECT_EQ(item["element_mask"], x < -8.667f ? "10" : x > 8.667f ? "01" : "00") << x;
+        // Centroids lie 5/3 to the left and 4/3 to the right of the item.
+        EXPECT_EQ(item["element_mask"], x < -8.333f ? "10" : x > 8.667f ? "01" : "00") << x;
     }
     EXPECT_TRUE(left && right);
 }

@@ -292,7 +292,7 @@ TEST_F(CommandLine, EffectsThatDoNotCompileFailTheBuild) {
     EXPECT_THAT(run.err, HasSubstr("error: wood: effect \"bad\" at line 1"));
     run = Dravin({"build", "s.json", "--keep-going", "-o", "a.csv"});
     EXPECT_EQ(run.code, 0);
-    EXPECT_THAT(run.err, HasSubstr("warning: wood: effect \"bad\" at line 1"));
+    EXPECT_THAT(run.err, HasSubstr("warning: effect \"bad\": Compile error. "));
 }
 
 // Where the data is.

@@ -42,6 +42,13 @@ TEST_F(EffectCommand, CheckShowsTheThreeLinesOfAnError) {
               "Compile error. Undeclared variable \"y\" at line 2:\n  x = y + 1;\n      ^\n");
 }
 
+TEST_F(EffectCommand, ANulEndsNeitherTheProgramNorItsErrorText) {
+    ProgramRun run = Check(std::string("int x = \0 1;\n", 13));
+    EXPECT_EQ(run.code, 1);
+    EXPECT_THAT(run.out, HasSubstr(std::string("int x = \0 1;\n", 13)));
+    EXPECT_THAT(run.out, testing::EndsWith("^\n"));
+}
+
 TEST_F(EffectCommand, RunPrintsLinesThenAssignedAttributesInTheirOrder) {
     ProgramRun run = RunText("print 7 / 2; dpItem.tintMult = 2; dpItem.position = [1, 2.5, 3];");
     EXPECT_EQ(run.code, 0);

@@ -154,6 +154,17 @@ TEST(HeightTrace, RefusedHitsGoOn) {
     EXPECT_EQ(distances.size(), triangles);
 }
 
+TEST(HeightTrace, RaysThatAreNoNumbersHitNothing) {
+    HeightField field = RandomHeights(20, 20, {10, 10}, 0, 1);
+    for (size_t axis = 0; axis < 3; ++axis)
+        for (double bad : {std::nan(""), HUGE_VAL}) {
+            HeightRay place{{0, 0, 50}, {0.1, 0.1, -1}}, way = place;
+            place.origin[axis] = bad, way.direction[axis] = bad;
+            EXPECT_FALSE(First(field, place));
+            EXPECT_FALSE(First(field, way));
+        }
+}
+
 TEST(HeightTrace, PlainsAreHit) {
     HeightField field(17, 9, {100, 100}, std::vector<float>(17 * 9, 5));
     auto hit = First(field, {{3, 4, 6}, {1, 1, -1}});

@@ -143,7 +143,7 @@ TEST(AppendMesh, ToAnEmptyMeshIsACopy) {
 }
 
 TEST(MeshOfFaces, KeepsTheirVerticesAndChannelsOnly) {
-    Mesh plane = MakePlane(2, 2, 2);  // 2 x 2 quads
+    Mesh plane = MakePlane(2, 2, 2, 2);
     std::vector<uint8_t> keep(plane.NumFaces(), 0);
     keep[0] = keep[1] = 1;  // the first quad
     Mesh part = MeshOfFaces(plane, keep);
