@@ -38,7 +38,9 @@ Convention ConventionOf(const std::string& path) {
         {"md3", {UpAxis::kY, 0}},    {"md5mesh", {UpAxis::kY, 0}}, {"mdl", {UpAxis::kY, 0}},
         {"irr", {UpAxis::kY, 0}},    {"irrmesh", {UpAxis::kY, 0}}, {"mesh", {UpAxis::kY, 0}},
         {"xml", {UpAxis::kY, 0}},    {"pmx", {UpAxis::kY, 0}},     {"assbin", {UpAxis::kY, 0}},
-        {"q3o", {UpAxis::kY, 0}},    {"q3s", {UpAxis::kY, 0}}};
+        {"q3o", {UpAxis::kY, 0}},    {"q3s", {UpAxis::kY, 0}},     {"ase", {UpAxis::kY, 0}},
+        {"ask", {UpAxis::kY, 0}},    {"ac", {UpAxis::kY, 0}},      {"ac3d", {UpAxis::kY, 0}},
+        {"acc", {UpAxis::kY, 0}},    {"dxf", {UpAxis::kY, 0}}};
     std::string ending = path.substr(path.find_last_of('.') + 1);
     for (char& c : ending) c = char(std::tolower(static_cast<unsigned char>(c)));
     auto found = kKnown.find(ending);

@@ -119,6 +119,29 @@ TEST(ImportHelper, TurnsFormatsWithYUp) {
     EXPECT_EQ(box.max, (Point3{1, -7, 2}));
 }
 
+// One triangle a format, one wide and two high; the library turns some formats, and not all
+// upright.
+TEST(ImportHelper, FormatsStandUpright) {
+    const std::pair<const char*, const char*> kFiles[] = {
+        {"a.ac",
+         "AC3Db\nMATERIAL \"m\" rgb 1 1 1  amb 1 1 1  emis 0 0 0  spec 0 0 0  shi 0  trans 0\n"
+         "OBJECT world\nkids 1\nOBJECT poly\nnumvert 3\n0 0 0\n1 0 0\n0 2 0\nnumsurf 1\n"
+         "SURF 0x00\nmat 0\nrefs 3\n0 0 0\n1 0 0\n2 1 0\nkids 0\n"},
+        {"a.dxf",
+         "0\nSECTION\n2\nENTITIES\n0\n3DFACE\n8\n0\n10\n0\n20\n0\n30\n0\n11\n1\n21\n0\n31\n0\n"
+         "12\n0\n22\n0\n32\n2\n13\n0\n23\n0\n33\n2\n0\nENDSEC\n0\nEOF\n"},
+        {"a.off", kOff.c_str()}};
+    TempFolder folder;
+    for (const auto& [name, text] : kFiles) {
+        std::string error;
+        auto mesh = ImportMesh(folder.Write(name, text), "", &error);
+        ASSERT_NE(mesh, nullptr) << error;
+        Box3 box = mesh->BoundingBox();
+        EXPECT_LE(Length(box.min), 1e-6f) << name;
+        EXPECT_LE(Length(box.max - Point3{1, 0, 2}), 1e-6f) << name;
+    }
+}
+
 namespace {
 
 template <class... T>
