@@ -1,7 +1,7 @@
 // The triangles of a mesh under a cell grid, for fast vertical hits.
 //
-// Keeps the mesh it was made from alive and is immutable after construction. Faces with indices out of range, vertices that are not finite or no extent in
-// the xy plane are left out.
+// Keeps the mesh it was made from alive and is immutable after construction. Faces with indices out
+// of range, vertices that are not finite or no extent in the xy plane are left out.
 //
 // Cells: a uniform grid with about two faces a cell (one cell per two faces), each cell listing the
 // faces whose xy box overlaps it.
@@ -63,7 +63,8 @@ private:
 
     std::shared_ptr<const Mesh> m_mesh;
     HugeBuffer m_recordMemory;
-    std::span<TFaceRecord> m_records;  // one a face; unusable ones have no extent and stand in no cell
+    std::span<TFaceRecord>
+        m_records;  // one a face; unusable ones have no extent and stand in no cell
     std::vector<uint8_t> m_usable;
     HugeBuffer m_startMemory, m_faceMemory;
     std::span<uint32_t> m_cellStart;  // nx * ny + 1

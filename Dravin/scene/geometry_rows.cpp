@@ -50,9 +50,10 @@ void WarnOfLostTransform(const DescriptionValue& name, const DescriptionContext&
     Matrix3 m = node->GetNodeTM(context.scene.GetTime());
     m.NoTrans();
     if (m.Equals({}, 1e-5f)) return;
-    name.Warn(fmt::format("the rotation and scale of \"{}\" do not count where it is only a "
-                          "source; its \"object_offset\" turns and scales what is scattered",
-                          node->GetName()));
+    name.Warn(
+        fmt::format("the rotation and scale of \"{}\" do not count where it is only a "
+                    "source; its \"object_offset\" turns and scales what is scattered",
+                    node->GetName()));
 }
 
 }  // namespace

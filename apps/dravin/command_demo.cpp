@@ -58,6 +58,7 @@ ExitCode RunDemo(const DemoCommandOptions& options) {
     RenderOptions render;
     render.time = 0;
     render.threads = options.threads;
+    render.allowEmpty = true;  // few items leave some of the demo's objects without any
     auto setup = SetUpRender(session, render);
     if (!setup) return kExitFailed;
     auto objects = session.FindObjects("");

@@ -36,8 +36,9 @@ ExitCode ReadProgram(std::string file, TEffectDefinition* definition) {
     std::optional<uint64_t> size = RegularFileSize(file, &error);
     if (!size && FindShippedEffect(file, &file, &noName)) size = RegularFileSize(file, &error);
     if (size && *size > kMaxProgramSize) {
-        PrintError(fmt::format("{}: {} bytes, an effect has {} at most; split it into several", file,
-                               FormatGrouped(int64_t(*size)), FormatGrouped(kMaxProgramSize)));
+        PrintError(fmt::format("{}: {} bytes, an effect has {} at most; split it into several",
+                               file, FormatGrouped(int64_t(*size)),
+                               FormatGrouped(kMaxProgramSize)));
         return kExitLimit;
     }
     std::optional<std::string> text;

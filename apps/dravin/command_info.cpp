@@ -2,8 +2,8 @@
 
 #include <fmt/format.h>
 
-#include "Dravin/tools/lister.h"
 #include "Dravin/effects/effect_list.h"
+#include "Dravin/tools/lister.h"
 #include "apps/dravin/build_report.h"
 #include "apps/dravin/commands.h"
 #include "apps/dravin/session.h"

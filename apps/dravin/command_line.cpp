@@ -181,9 +181,7 @@ void CommandLine::AddInspect() {
     CLI::App* c = Add("inspect", "tell what an import of a model gives, and what it leaves out",
                       "  dravin inspect tree.glb\n  dravin --json inspect tree.fbx",
                       [this] { return RunInspect(m_model, m_console.json); });
-    c->add_option("model", m_model, "glTF, OBJ, PLY, STL, FBX, ...")
-        ->required()
-        ->type_name("FILE");
+    c->add_option("model", m_model, "glTF, OBJ, PLY, STL, FBX, ...")->required()->type_name("FILE");
 }
 
 void CommandLine::AddSchema() {

@@ -26,6 +26,7 @@ ExitCode RunBuild(const BuildOptions& options);
 struct RenderOptions {
     std::string scene, output, camera;
     std::optional<int> width, height, samples, time;
+    bool allowEmpty = false;  // an object that ends up without items is left out, not a failure
     int threads = 0;
 };
 ExitCode RunRender(const RenderOptions& options);

@@ -103,16 +103,21 @@ void AddMeshes(Scene& scene, TimeValue t, RenderSetup& setup) {
     }
 }
 
-bool AddItems(Session& session, TimeValue t, int threads, RenderSetup& setup) {
+bool AddItems(Session& session, TimeValue t, const RenderOptions& options, RenderSetup& setup) {
     TBuildFlags flags;
     flags.render = true;
     flags.noMesh = true;
-    flags.forceThreads = threads;
+    flags.forceThreads = options.threads;
     for (INode* node : session.GetScene().Nodes()) {
         auto* object = dynamic_cast<TDravin*>(node->GetObjectRef());
         if (!object || !IsShown(*node)) continue;
         BuildWithProgress({node, object}, t, flags);
-        if (ReportBuild({node, object}, false) != kExitDone) return false;
+        TBuildStatus status = object->Build().Status();
+        bool isEmpty = status == TBuildStatus::kNoItems || status == TBuildStatus::kNoVisibleItems;
+        if (isEmpty && options.allowEmpty)
+            PrintNote(fmt::format("{}: no items", node->GetName()));
+        else if (ReportBuild({node, object}, false) != kExitDone)
+            return false;
         setup.sources.push_back(object->Build().MakeInstanceSource());
         setup.scene.sources.push_back(setup.sources.back().get());
     }
@@ -186,7 +191,7 @@ std::optional<RenderSetup> SetUpRender(Session& session, const RenderOptions& op
     setup.settings.samples = options.samples.value_or(r.samples);
     setup.settings.exposure = r.exposure;
     setup.settings.threads = options.threads > 0 ? options.threads : NumProcessors();
-    if (!AddItems(session, time, options.threads, setup)) return std::nullopt;
+    if (!AddItems(session, time, options, setup)) return std::nullopt;
     AddMeshes(session.GetScene(), time, setup);
     MapUpdate maps(time);
     for (const RenderNode& node : setup.scene.nodes) maps.Add(node.mtl);

@@ -7,6 +7,6 @@
 
 struct aiScene;
 
-// path: of the file, whose ending tells the format where the scene does not. numAnimations: that the
-// file held.
+// path: of the file, whose ending tells the format where the scene does not. numAnimations: that
+// the file held.
 StreamModel ConvertScene(const std::string& path, const aiScene& scene, size_t numAnimations);

@@ -55,9 +55,9 @@ struct Shares {
             float away = std::fabs(dot[i]);
             float high = away > length ? away : length, low = away > length ? length : away;
             float t = low / high, s = t * t;
-            float angle = t * (0.9998660f +
-                               s * (-0.3302995f +
-                                    s * (0.1801410f + s * (-0.0851330f + s * 0.0208351f))));
+            float angle =
+                t * (0.9998660f +
+                     s * (-0.3302995f + s * (0.1801410f + s * (-0.0851330f + s * 0.0208351f))));
             angle = away < length ? 1.57079633f - angle : angle;
             angle = dot[i] < 0 ? 3.14159265f - angle : angle;
             weight[i] = angle / length;

@@ -1,8 +1,8 @@
 // ESRI ASCII grids: a header of names and numbers, then the values, top row first.
 //
 // Names may have any case and stand in any order; `cellsize`, or `dx` and `dy`; the lower left
-// corner by its cell's corner or its middle; -9999 stands for no data where nothing is named. A file beside it that ends in .prj tells whether cells
-// are degrees and what unit lengths have.
+// corner by its cell's corner or its middle; -9999 stands for no data where nothing is named. A
+// file beside it that ends in .prj tells whether cells are degrees and what unit lengths have.
 #include <algorithm>
 #include <cctype>
 #include <cmath>
@@ -173,10 +173,10 @@ private:
         std::string lower = Lower(text);
         double x = Corner("xllcorner", "xllcenter"), y = Corner("yllcorner", "yllcenter");
         bool onGlobe = text.empty() && LiesOnGlobe(x, y);
-        bool isGeographic = lower.starts_with("geog") ||
-                            (lower.starts_with("projection") &&
-                             lower.find("geographic") != std::string::npos) ||
-                            (onGlobe && m_scale.cellX < kLargestDegrees);
+        bool isGeographic =
+            lower.starts_with("geog") ||
+            (lower.starts_with("projection") && lower.find("geographic") != std::string::npos) ||
+            (onGlobe && m_scale.cellX < kLargestDegrees);
         if (isGeographic) {
             double middle = y + m_rows * m_scale.cellY / 2;
             ScaleDegrees(m_scale.cellX, m_scale.cellY, middle, &m_scale);

@@ -149,8 +149,8 @@ public:
         if (int up = keys.Choice("up", kUpAxes, -1); up >= 0) origin.up = UpAxis(up);
         origin.keepNumbers = keys.Choice("units", kUnits, 0) == 1;
         if (keys.Value().Document().Failed()) return nullptr;
-        LoadedModel model = context.formats.Loaders().LoadMesh(origin, context.scene.unitScale,
-                                                               context.folder);
+        LoadedModel model =
+            context.formats.Loaders().LoadMesh(origin, context.scene.unitScale, context.folder);
         for (const std::string& warning : model.warnings) file->Warn(warning);
         if (!model.mesh) return keys.Value().Fail(model.error, model.errorClass), nullptr;
         auto object = std::make_shared<TriObject>(model.mesh, origin);

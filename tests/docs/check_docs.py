@@ -15,7 +15,8 @@ examples run from the project's own folder. What a block is says its language; e
              for any text of a line, on a line of its own for any lines
     text     not to be run: the form of a command, a picture, commands that change the machine
 
-Code in running text and tables that ends with a semicolon is a program too: it compiles. A comment
+Links lead to something, and files of the repository that the text names are there. Code in running text
+and tables that ends with a semicolon is a program too: it compiles. A comment
 `<!-- run first: COMMAND -->` makes what the page takes for granted. Pictures whose size a page does not
 state are drawn small.
 """
@@ -32,6 +33,9 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 BLOCK = re.compile(r'^```(\w*)\n(.*?)^```$', re.S | re.M)
 SNIPPET = re.compile(r'`([^`\n]+;)`')
 PRINTED = re.compile(r'^print .*;\s*# (.*)$', re.M)
+LINK = re.compile(r'\]\(([^)#\s]+)')
+# A file or folder of the repository as running text names it.
+NAMED = re.compile(r'`((?:host|common|Dravin|apps|bench|cmake|data|docs|fuzz|scripts|tests)/[\w./-]+)`')
 RUN_FIRST = re.compile(r'<!-- run first: (.*?) -->')
 SAVED_AS = re.compile(r'Save\s+this\s+as\s+`([^`]+)`')
 LANGUAGES = {'json', 'sh', 'effect', 'output', 'text'}
@@ -102,12 +106,21 @@ class Page:
         if expected == '' or found != expected:
             self.fail(place, 'the program prints\n%s\ninstead of\n%s' % (found, expected))
 
-    def snippets_compile(self):
-        for snippet in SNIPPET.finditer(BLOCK.sub(lambda block: '\n' * block[0].count('\n'), self.text)):
+    def files_are_there(self, text):
+        for link in LINK.finditer(text):
+            target = link.group(1)
+            if '://' not in target and not (self.path.parent / target).exists():
+                self.fail(link.start(), 'the link to %s leads nowhere' % target)
+        for name in NAMED.finditer(text):
+            if not (ROOT / name.group(1)).exists():
+                self.fail(name.start(), 'there is no %s' % name.group(1))
+
+    def snippets_compile(self, text):
+        for snippet in SNIPPET.finditer(text):
             error = self.effect('check', SNIPPET_PARAMETERS % snippet.group(1))
             self.count += 1
             if error:
-                self.fail(0, '%s does not compile: %s' % (snippet.group(1), error))
+                self.fail(snippet.start(), '%s does not compile: %s' % (snippet.group(1), error))
 
     def check(self):
         for first in RUN_FIRST.finditer(self.text):
@@ -127,8 +140,11 @@ class Page:
                 self.shell(block.start(), content, shown)
             elif language == 'effect':
                 self.effect_program(block.start(), content, names[-1] if names else None, shown)
+        # The text around the blocks, at the same lines.
+        text = BLOCK.sub(lambda block: re.sub(r'.', ' ', block[0]), self.text)
+        self.files_are_there(text)
         if '```effect' in self.text:
-            self.snippets_compile()
+            self.snippets_compile(text)
         print('%s: %d scenes, commands and programs' % (self.path.name, self.count))
         return self.good
 

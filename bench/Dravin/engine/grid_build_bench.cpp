@@ -127,8 +127,7 @@ void SendRays(benchmark::State& state, const TSurfXYArray& array) {
 
 // The triangles of a height field, and the field itself: the same surface twice.
 void SurfaceRays(benchmark::State& state) {
-    auto mesh =
-        std::make_shared<Mesh>(MakeTerrainHeights(size_t(state.range(0)))->MakeMesh());
+    auto mesh = std::make_shared<Mesh>(MakeTerrainHeights(size_t(state.range(0)))->MakeMesh());
     TSurfXYArray array(mesh);
     SendRays(state, array);
     state.counters["B/triangle"] =

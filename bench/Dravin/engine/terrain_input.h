@@ -45,8 +45,8 @@ inline std::shared_ptr<const HeightField> MakeTerrainHeights(size_t numTriangles
         for (size_t i = 0; i <= nx; ++i)
             heights.push_back(TerrainHeight(kTerrainX * double(i) / double(nx),
                                             kTerrainY * double(j) / double(ny)));
-    return std::make_shared<HeightField>(
-        nx + 1, ny + 1, Point2{float(kTerrainX), float(kTerrainY)}, heights);
+    return std::make_shared<HeightField>(nx + 1, ny + 1, Point2{float(kTerrainX), float(kTerrainY)},
+                                         heights);
 }
 
 // About numItems items, all on the terrain: an image of 100 x 100 white pixels tiles it, every item

@@ -1,6 +1,6 @@
 // A terrain in the ray tracer as a height field and as the triangles that it stands for: rays a
-// second of one thread, and memory. View rays look over the land, shadow rays leave it towards a low
-// sun, normals are those of a hit.
+// second of one thread, and memory. View rays look over the land, shadow rays leave it towards a
+// low sun, normals are those of a hit.
 //
 //   build/release/bench/host_render_bench --benchmark_filter=Terrain
 #include <benchmark/benchmark.h>

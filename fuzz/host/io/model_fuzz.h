@@ -6,8 +6,8 @@
 #include "host/io/import_report.h"
 #include "host/io/model_readers.h"
 
-// Reads the bytes, reports and joins what they hold, as a scene does. A failure comes with a reason,
-// and sound meshes stay sound when they are joined.
+// Reads the bytes, reports and joins what they hold, as a scene does. A failure comes with a
+// reason, and sound meshes stay sound when they are joined.
 template <class Reader>
 void FuzzModel(const Reader& read, const uint8_t* data, size_t size, const char* name) {
     ImportedModel model;

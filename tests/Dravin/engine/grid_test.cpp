@@ -66,7 +66,7 @@ TEST(Grid, ATrillionCellsAreRefusedBeforeAnyMemoryIsTaken) {
     TGrid grid;
     EXPECT_EQ(MakeGrid(s, {}, Bounds(0, 0, 100, 100), &grid), TGridResult::kTooDense);
     s.maxCells = 0;
-    EXPECT_EQ(MakeGrid(s, {}, Bounds(0, 0, 1e30f, 1e30f), &grid), TGridResult::kEmpty);
+    EXPECT_EQ(MakeGrid(s, {}, Bounds(0, 0, 1e30f, 1e30f), &grid), TGridResult::kTooDense);
 }
 
 TEST(Grid, CellsBelowATenThousandthMakeNothing) {

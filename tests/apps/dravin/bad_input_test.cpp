@@ -155,11 +155,11 @@ TEST_F(BadInput, PointsFromNothing) {
 
 TEST_F(BadInput, ThinnedBuildsSaySo) {
     std::string fine = R"(, "units_x": 0.5, "units_y": 0.5, "vmaxitems": 1000)";
-    Expect(BuildOn(kGround, fine), 0, "forest: thinned in steps of ");
     m_folder.Write("s.json", "{\"dravin_scene\": 1, \"nodes\": [" + std::string(kGround) + "," +
                                  kTree + "," + Forest(fine) + "]}");
-    EXPECT_EQ(Dravin({"build", "s.json", "--render"}).err, "");
-    EXPECT_EQ(Dravin({"build", "s.json", "--no-limit"}).err, "");
+    Expect(Dravin({"build", "s.json", "--viewport"}), 0, "forest: thinned in steps of ");
+    EXPECT_EQ(Dravin({"build", "s.json"}).err, "");
+    EXPECT_EQ(Dravin({"build", "s.json", "--viewport", "--no-limit"}).err, "");
 }
 
 TEST_F(BadInput, SceneWithoutScatterObject) {

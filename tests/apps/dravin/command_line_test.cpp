@@ -317,7 +317,8 @@ TEST_F(CommandLine, DamagedAndEmptyListsOfTemplatesAreTold) {
         {"name": "ground", "type": "plane"}, {"name": "w", "type": "dravin",
          "params": {"surflist": ["ground"], "mapname": "clumps.bmp"},
          "geometry": [{"name": "oak", "kind": "template", "template": "One Plane"}]}]})");
-    m_folder.Write("data/geometry/index.dat", "templates\nOne Plane;oak;One Plane;oak_1.jpg\nTwo Pl");
+    m_folder.Write("data/geometry/index.dat",
+                   "templates\nOne Plane;oak;One Plane;oak_1.jpg\nTwo Pl");
     std::string build = "DRAVIN_HOME=$PWD/data dravin build s.json";
     EXPECT_THAT(Shell(build).err, HasSubstr("Error reading geometry\\index.dat (line 2)"));
     m_folder.Write("data/geometry/index.dat", "");

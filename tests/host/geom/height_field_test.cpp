@@ -94,8 +94,8 @@ TEST(HeightField, BoundsAreThoseOfTheMesh) {
     }
 }
 
-// The angles of the mean are good to 1e-5, and so is the rounding of steep sides. Mesh vertices of 1000 units are 6e-5 apart, which
-// turns a face 0.3 units long by 2e-4.
+// The angles of the mean are good to 1e-5, and so is the rounding of steep sides. Mesh vertices of
+// 1000 units are 6e-5 apart, which turns a face 0.3 units long by 2e-4.
 TEST(HeightField, NormalsAreThoseOfTheMesh) {
     for (const HeightField& field : Fields()) {
         Mesh mesh = field.MakeMesh();
