@@ -91,7 +91,8 @@ bool WriteTables(const std::string& path, const std::string& ending,
                             : WriteTableNpz(path, named, error);
 }
 
-// Nodes of the objects' surfaces, each once.
+// Nodes of the objects' surfaces that a picture shows, each once. Hidden ones often lie in the same
+// place as others, where a viewer would show both.
 std::vector<INode*> SurfaceNodes(std::span<const SceneDravin> objects, TimeValue t) {
     std::vector<INode*> nodes;
     std::set<const INode*> seen;
@@ -99,7 +100,12 @@ std::vector<INode*> SurfaceNodes(std::span<const SceneDravin> objects, TimeValue
         const IParamBlock2& block = dravin.object->Block(kSurfaceParams);
         for (int i = 0; i < block.Count(surfaceParams::kSurflist); ++i) {
             INode* node = block.GetNode(surfaceParams::kSurflist, t, i);
-            if (node && node->GetObjectRef() && seen.insert(node).second) nodes.push_back(node);
+            if (!node || !node->GetObjectRef() || !seen.insert(node).second) continue;
+            if (node->IsHidden() || !node->IsRenderable())
+                PrintNote(
+                    fmt::format("--surfaces: \"{}\" is hidden and left out", node->GetName()));
+            else
+                nodes.push_back(node);
         }
     }
     return nodes;

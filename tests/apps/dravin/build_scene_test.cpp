@@ -70,3 +70,21 @@ TEST_F(BuildScene, PartsBeyondTheBorderOfAnAreaAreMasked) {
 }
 
 }  // namespace
+
+TEST_F(BuildScene, HiddenSurfacesAreNotExported) {
+    Build(R"({"name": "helper", "type": "plane", "width": 20, "length": 20, "hidden": true},
+        {"name": "hand", "type": "dravin",
+        "params": {"mode": 1, "surflist": ["ground", "helper"]},
+        "geometry": [{"name": "b", "kind": "custom", "object": "box"}],
+        "items": [{"stored_position": [1, 2, 3], "seed": 7}]})");
+    ProgramRun run = RunProgram(
+        {DRAVIN_BINARY_DIR "/apps/dravin/dravin", "build", "s.json", "--surfaces", "-o", "a.gltf"},
+        m_folder.File("."));
+    EXPECT_EQ(run.code, 0) << run.err;
+    EXPECT_NE(run.err.find("--surfaces: \"helper\" is hidden and left out"), std::string::npos)
+        << run.err;
+    std::string names;
+    Json exported = Json::parse(m_folder.Read("a.gltf"));
+    for (const Json& node : exported["nodes"]) names += std::string(node["name"]) + " ";
+    EXPECT_EQ(names, "root ground hand/b ");
+}
