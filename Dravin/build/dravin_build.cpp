@@ -75,6 +75,7 @@ void TDravinBuild::BuildAtOnce() {
     if (!m_flags.render) ++m_buildCounter;
     Clock::time_point start = Clock::now();
 
+    m_progress.Start(0);
     m_failure.clear();
     m_effectErrors.clear();
     m_outOfMemory = false;
@@ -174,6 +175,7 @@ void TDravinBuild::Run(const TParameters& parameters) {
 
     m_input = m_maker->Make(m_specimens, std::move(density), m_rereadSurfaces, &m_validity);
     m_rereadSurfaces = false;
+    m_input->progress = &m_progress;
     m_statistics.effectsCompileError = m_maker->EffectsFailed();
     m_effectErrors = m_maker->TakeEffectErrors();
     KeepForSelection();

@@ -14,6 +14,7 @@
 
 #include "Dravin/build/area_cache.h"
 #include "Dravin/effects/effect_list.h"
+#include "Dravin/engine/build_progress.h"
 #include "Dravin/engine/build_status.h"
 #include "Dravin/engine/item_list.h"
 #include "Dravin/geometry/specimen_list.h"
@@ -64,6 +65,8 @@ public:
     // Number of the last build, renders and failures included, among those of all objects.
     uint64_t BuildNumber() const { return m_buildNumber; }
     bool IsRunning() const { return m_running; }
+    // Of the running build; any thread may ask.
+    const TBuildProgress& Progress() const { return m_progress; }
 
     const TDravinItemList& Items() const { return m_items; }
     TDravinItemList& Items() { return m_items; }
@@ -97,6 +100,7 @@ private:
 
     TDravin& m_object;
     std::atomic<bool> m_running{false};
+    TBuildProgress m_progress;
     bool m_deleting = false;
     bool m_rereadSurfaces = false;
     int m_buildCounter = 0;

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Dravin/engine/areas.h"
+#include "Dravin/engine/build_progress.h"
 #include "Dravin/engine/camera.h"
 #include "Dravin/engine/density_map.h"
 #include "Dravin/engine/falloff_curve.h"
@@ -131,8 +132,19 @@ struct TBuildInput {
     TCameraState camera;
     bool collisions = false;  // no two items may overlap
 
+    TBuildProgress* progress = nullptr;  // null: nobody waits
+
     // Log lines of level 2.
     std::function<void(const std::string&)> debugLog;
+
+    // The parts of the build, for its progress; overlaps are removed in one more.
+    void StartProgress(size_t stages) const {
+        if (progress) progress->Start(int64_t(stages) + RemovesOverlaps());
+    }
+    void NextStage(int64_t units) const {
+        if (progress) progress->NextStage(units);
+    }
+    bool RemovesOverlaps() const { return collisions && !customEdit; }
 
     // Groups of the item record that this build fills.
     uint32_t ItemGroupsNeeded() const;

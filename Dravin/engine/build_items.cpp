@@ -105,6 +105,7 @@ TBuildResult DistributeImageXY(const TBuildInput& input, const TGeometryChoice& 
     statistics.includeGroups = int32_t(std::max(groups.size(), ground->areas.include.size()));
     statistics.excludeAreas = int32_t(ground->areas.numExcludeAreas);
     statistics.decimation = Decimation(input, ground->measure);
+    input.StartProgress(groups.size());
     DebugLog(input, fmt::format("BuildItemArray->DistributeImageXY ({} areas)", groups.size()));
     for (const TGridGroup& group : groups) {
         TBuildResult result = DistributeGroup(input, geometry, group, items, statistics);
@@ -135,6 +136,7 @@ int32_t ItemCount(const TDravinItemList& items) {
 int32_t ComputeCollisions(const TBuildInput& input, Box3 bounds, TDravinItemList& items) {
     DebugLog(input, fmt::format("BuildItemArray->ComputeCollisions {} ({} items)",
                                 input.surfaceMode == kSurfaceXY ? "XY" : "UV", items.Count()));
+    input.NextStage(1);
     if (bounds.IsEmpty())
         for (size_t i = 0; i < items.Count(); ++i) bounds += items.Place(i).position;
     return RemoveCollisions(items, bounds, input.camera);
@@ -237,7 +239,7 @@ TBuildResult BuildItemArray(const TBuildInput& input, TDravinItemList& items,
         return result;
     }
     statistics.createdCount = ItemCount(items);
-    if (input.collisions && !input.customEdit && items.Count() > 1)
+    if (input.RemovesOverlaps() && items.Count() > 1)
         statistics.rejected.collision = statistics.discardedCount =
             ComputeCollisions(input, bounds, items);
     statistics.itemCount = ItemCount(items);

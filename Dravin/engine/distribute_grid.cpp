@@ -71,6 +71,7 @@ public:
     TBuildResult Run() {
         int64_t lastRow = m_grid.firstRow + m_slice.first + m_slice.count;
         for (int64_t row = m_grid.firstRow + m_slice.first; row < lastRow; ++row) {
+            if (m_input.progress) m_input.progress->Add(1);
             if (row % m_decimation != 0) continue;
             if (m_rowTest) m_row.Start(float(m_grid.Y(row)));
             int64_t endColumn = m_grid.firstColumn + m_grid.columns, inside = 0;
@@ -331,6 +332,7 @@ TBuildResult DistributeGroup(const TBuildInput& input, const TGeometryChoice& ge
         statistics.gizmoPoints.insert(statistics.gizmoPoints.end(), corners.begin(), corners.end());
     }
 
+    input.NextStage(grid.rows);
     std::vector<TRowSlice> slices = SplitRows(grid.rows, input.threads);
     if (input.debugLog)
         input.debugLog(fmt::format("BuildItemArray->DistributeArea({})->Starting {} threads",

@@ -43,6 +43,7 @@ public:
 
     // A point that is no place makes nothing.
     void Process(const Point& p) {
+        m_meter.Count();
         if (!IsFinite(p.point)) return;
         TDravinItem& item = Item();
         item.elementIndex = 0;
@@ -139,7 +140,14 @@ private:
     TItemPipeline m_pipeline;
     TFinishFactors m_factors;
     TEffectStage& m_effects;
+    TProgressMeter m_meter{m_input.progress};
 };
+
+// Points that a progress counts: one stage for all of them, thinned as the build is.
+void StartProgress(const TBuildInput& input, double points, int32_t decimation) {
+    input.StartProgress(1);
+    input.NextStage(int64_t(std::min(points / decimation, 1e15)));
+}
 
 int32_t PointDecimation(const TBuildInput& input, size_t count) {
     if (input.render) return int32_t{1} << std::clamp(input.renderSkip, 0, 30);
@@ -180,6 +188,7 @@ TBuildResult DistributeReferences(const TBuildInput& input, const TGeometryChoic
     if (reference.objects.empty()) return TBuildResult::kTooManyItems;
     size_t count = reference.objects.size();
     statistics.decimation = PointDecimation(input, count);
+    StartProgress(input, double(count), statistics.decimation);
     DistributeList(input, geometry, count, items, statistics, [&](PointTask& task, size_t i) {
         const TReferenceObject& r = reference.objects[i];
         task.Process(
@@ -208,6 +217,7 @@ TBuildResult DistributeFaces(const TBuildInput& input, const TGeometryChoice& ge
     size_t total = 0;
     for (const TReferenceMesh& m : reference.meshes) total += m.NumFaces();
     statistics.decimation = PointDecimation(input, total);
+    StartProgress(input, double(total), statistics.decimation);
     size_t offset = 0;
     for (const TReferenceMesh& m : reference.meshes) {
         DistributeList(input, geometry, m.NumFaces(), items, statistics,
@@ -243,6 +253,7 @@ public:
           m_limit(input.displayLimit) {}
 
     TBuildResult Walk() {
+        StartProgress(m_input, ExpectedPoints(), 1);
         for (const TPathNode& node : m_path.nodes)
             for (const PolyLinePlus& line : node.lines) {
                 bool full = m_path.onVertices ? WalkVertices(node, line) : WalkSpacing(node, line);
@@ -253,6 +264,17 @@ public:
     }
 
 private:
+    // About how many items the lines give.
+    double ExpectedPoints() const {
+        double points = 0;
+        for (const TPathNode& node : m_path.nodes)
+            for (const PolyLinePlus& line : node.lines)
+                points += m_path.onVertices    ? line.NumPoints()
+                          : m_path.spacing > 0 ? std::ceil(double(line.Length()) / m_path.spacing)
+                                               : 1;
+        return std::min(points, double(m_limit));
+    }
+
     bool Follows() const { return m_path.followX || m_path.followZ; }
 
     // True when the limit stops the line: every line still gives its first item before that.
@@ -328,6 +350,7 @@ TBuildResult DistributeParticles(const TBuildInput& input, const TGeometryChoice
     for (const auto& system : settings.systems) total += system.size();
     if (input.render && int64_t(total) > input.renderLimit) return TBuildResult::kTooManyItems;
     statistics.decimation = PointDecimation(input, total);
+    StartProgress(input, double(total), statistics.decimation);
     PointTask task(input, geometry, items);
     for (size_t s = 0; s < settings.systems.size(); ++s) {
         DebugLog(input, "BuildItemArray->DistributePFlow->Starting");

@@ -42,6 +42,7 @@ public:
         const TGrid& g = m_uv.grid;
         int64_t firstRow = g.firstRow + m_slice.first;
         for (int64_t row = firstRow; row < firstRow + m_slice.count; ++row) {
+            if (m_input.progress) m_input.progress->Add(1);
             if (row % m_decimation != 0) continue;
             for (int64_t column = g.firstColumn; column < g.firstColumn + g.columns; ++column) {
                 if (column % m_decimation != 0) continue;
@@ -243,6 +244,7 @@ int32_t UvDecimation(const TBuildInput& input, const TGrid& grid) {
 TBuildResult DistributeSurface(const TBuildInput& input, const TGeometryChoice& geometry,
                                const UvSurface& uv, TDravinItemList& items,
                                TBuildStatistics& statistics) {
+    if (input.progress) input.progress->SetUnits(uv.grid.rows);
     statistics.decimation = UvDecimation(input, uv.grid);
     std::vector<TRowSlice> slices = SplitRows(uv.grid.rows, input.threads);
     if (input.debugLog)
@@ -274,8 +276,10 @@ TBuildResult DistributeImageUV(const TBuildInput& input, const TGeometryChoice& 
     if (input.debugLog)
         input.debugLog(
             fmt::format("BuildItemArray->DistributeImageUV ({} areas)", input.surfaces.size()));
+    input.StartProgress(input.surfaces.size());
     for (size_t s = 0; s < input.surfaces.size(); ++s) {
         const TSurfaceInput& surface = input.surfaces[s];
+        input.NextStage(0);
         if (!surface.uv) continue;
         double perUnit = surface.uv->UnitsPerTextureUnit(surface.toObject);
         const Box2& b = surface.uv->TextureBounds();

@@ -24,6 +24,7 @@ public:
     }
 
     void Process(size_t index) {
+        m_meter.Count();
         TDravinItem& item = m_pipeline.WorkingItem();
         if (m_input.unselected && !m_input.storedItems[index].selected) return Keep(index);
         Restore(m_input.storedItems[index], int32_t(index));
@@ -139,6 +140,7 @@ private:
     int64_t m_decimation;
     TItemPipeline m_pipeline;
     TFinishFactors m_factors;
+    TProgressMeter m_meter{m_input.progress};
     TDravinItemList& m_items;
     TDravinItemList::Appender m_appender = nullptr;
     int32_t m_numDiscarded = 0;
@@ -156,6 +158,8 @@ int32_t StoredDecimation(const TBuildInput& input) {
 
 void ProcessStoredItems(const TBuildInput& input, const TGeometryChoice& geometry,
                         TDravinItemList& items, TBuildStatistics& statistics) {
+    input.StartProgress(1);
+    input.NextStage(int64_t(input.storedItems.size()));
     statistics.decimation = StoredDecimation(input);
     std::vector<TRowSlice> slices = SplitRows(int64_t(input.storedItems.size()), input.threads);
     std::vector<TDravinItemList> parts;

@@ -1,5 +1,6 @@
 #include "apps/dravin/console.h"
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -30,6 +31,9 @@ constexpr std::pair<int, const char*> kExitCodeTexts[] = {
 };
 
 ConsoleOptions g_options;
+// What the bar on the terminal shows, in percent; kNoBar where there is none.
+constexpr int kNoBar = -1;
+std::atomic<int> g_barPercent{kNoBar};
 int g_resultsError = 0;      // errno of the first result that did not arrive
 FILE* g_messages = nullptr;  // standard error as the program found it; null: stderr itself
 
@@ -52,7 +56,12 @@ std::string Printable(const std::string& text) {
     return clean;
 }
 
+void ClearBar() {
+    if (g_barPercent.exchange(kNoBar) != kNoBar) Complain("\r\033[K");
+}
+
 void Print(const char* level, const std::string& text) {
+    ClearBar();
     if (g_options.json) {
         nlohmann::ordered_json line{{"level", level}, {"text", text}};
         return Complain(line.dump(-1, ' ', false, Handler::replace) + "\n");
@@ -145,14 +154,11 @@ ProgressBar::ProgressBar(std::string title)
     : m_title(std::move(title)),
       m_shown(isatty(fileno(Messages())) && !g_options.quiet && !g_options.json) {}
 
-ProgressBar::~ProgressBar() {
-    if (m_shown && m_lastPercent >= 0) Complain("\r\033[K");
-}
+ProgressBar::~ProgressBar() { ClearBar(); }
 
 void ProgressBar::Update(float fraction) {
     int percent = int(fraction * 100);
-    if (!m_shown || percent == m_lastPercent) return;
-    m_lastPercent = percent;
+    if (!m_shown || g_barPercent.exchange(percent) == percent) return;
     constexpr int kWidth = 40;
     int filled = percent * kWidth / 100;
     Complain(fmt::format("\r{} [{}{}] {:3d}%", m_title, std::string(size_t(filled), '='),

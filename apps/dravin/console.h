@@ -43,19 +43,21 @@ void PrintResult(const std::string& text);
 // closed the pipe is no error. To be asked once, at the end.
 bool FinishResults();
 
-// A bar on a terminal, nothing elsewhere. One at a time.
+// A bar on a terminal, nothing elsewhere. One at a time; messages that come meanwhile take its line,
+// and the next update draws it again.
 class ProgressBar {
 public:
     explicit ProgressBar(std::string title);
     ~ProgressBar();
     ProgressBar(const ProgressBar&) = delete;
     ProgressBar& operator=(const ProgressBar&) = delete;
+    // Whether there is somebody to see it.
+    bool IsShown() const { return m_shown; }
     void Update(float fraction);
 
 private:
     std::string m_title;
     bool m_shown;
-    int m_lastPercent = -1;
 };
 
 // Text in bold where standard output is a terminal that wants colours.

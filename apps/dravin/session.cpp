@@ -1,6 +1,12 @@
 #include "apps/dravin/session.h"
 
 #include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <system_error>
+#include <thread>
 
 #include <fmt/format.h>
 
@@ -31,6 +37,36 @@ std::vector<SceneDravin> AllObjects(const Scene& scene) {
             objects.push_back({node, object});
     return objects;
 }
+
+// Shows how far some work is, from a thread of its own; not before it has taken a while. Ends with
+// the object.
+class PatientWatch {
+public:
+    PatientWatch(ProgressBar& bar, std::function<float()> fraction) {
+        if (!bar.IsShown()) return;
+        try {
+            m_thread = std::jthread([this, &bar, fraction = std::move(fraction)](
+                                        std::stop_token stop) { Watch(stop, bar, fraction); });
+        } catch (const std::system_error&) {
+            // Where no thread can start, work goes on without a bar.
+        }
+    }
+
+private:
+    void Watch(std::stop_token stop, ProgressBar& bar, const std::function<float()>& fraction) {
+        std::unique_lock lock(m_mutex);
+        auto pause = std::chrono::milliseconds(500);
+        while (!stop.stop_requested()) {
+            m_wake.wait_for(lock, stop, pause, [] { return false; });
+            if (!stop.stop_requested()) bar.Update(fraction());
+            pause = std::chrono::milliseconds(50);
+        }
+    }
+
+    std::mutex m_mutex;
+    std::condition_variable_any m_wake;
+    std::jthread m_thread;
+};
 
 // `"a", "b" and 3 more`, or "none".
 std::string Listed(const std::vector<std::string>& names) {
@@ -116,5 +152,8 @@ std::optional<std::vector<SceneDravin>> Session::FindObjects(const std::string& 
 }
 
 void BuildWithProgress(const SceneDravin& dravin, TimeValue time, const TBuildFlags& flags) {
-    dravin.object->Build().BuildMesh(time, flags);
+    TDravinBuild& build = dravin.object->Build();
+    ProgressBar bar(fmt::format("building {}", dravin.node->GetName()));
+    PatientWatch watch(bar, [&build] { return build.Progress().Fraction(); });
+    build.BuildMesh(time, flags);
 }

@@ -206,6 +206,19 @@ TEST_F(CommandLine, QuietKeepsErrors) {
     EXPECT_THAT(Dravin({"--quiet", "build", "nope.json"}).err, StartsWith("error: "));
 }
 
+// Twelve million cells on one thread: long enough for any machine to have to wait. None of them is
+// within the limits, so that nothing is held.
+TEST_F(CommandLine, LongBuildsShowHowFarTheyAre) {
+    WriteScene("", R"(, "units_x": 0.058, "units_y": 0.058, "maxdensity": 0, "altlimited": true,
+                "altmin": 1, "altmax": 2)");
+    std::vector<std::string> build{kProgram, "build", "s.json", "--threads", "1"};
+    EXPECT_THAT(OnTerminal(build, m_folder.File("."), false), HasSubstr("building wood ["));
+    build.push_back("--quiet");
+    EXPECT_THAT(OnTerminal(build, m_folder.File("."), false), Not(HasSubstr("building")));
+    ProgramRun elsewhere = Dravin({"build", "s.json", "--threads", "1"});
+    EXPECT_THAT(elsewhere.out + elsewhere.err, Not(HasSubstr("building")));
+}
+
 TEST_F(CommandLine, ColoursOnlyOnATerminalThatWantsThem) {
     WriteScene();
     std::vector<std::string> build{kProgram, "build", "s.json"};
