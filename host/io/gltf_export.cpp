@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <deque>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -367,18 +368,19 @@ private:
         c = {};
     }
 
-    // Images and data first: a reader that finds the new .gltf finds all it names.
+    // All files or none: data or images beside the old .gltf would be another scene. Images and
+    // data come first, so that a reader that finds the new .gltf finds all it names.
     bool Commit() {
-        std::vector<std::unique_ptr<AtomicFile>> images;
+        std::deque<AtomicFile> images;
+        std::vector<AtomicFile*> all;
         for (const auto& [file, bytes] : m_materials.ImageFiles()) {
-            images.push_back(std::make_unique<AtomicFile>());
-            if (!images.back()->Open(Beside(file), m_error)) return false;
-            images.back()->Write(bytes);
+            all.push_back(&images.emplace_back());
+            if (!images.back().Open(Beside(file), m_error)) return false;
+            images.back().Write(bytes);
         }
-        for (const std::unique_ptr<AtomicFile>& image : images)
-            if (!image->Commit(m_error)) return false;
-        if (!m_isBinary && m_layout.Size() > 0 && !m_binFile.Commit(m_error)) return false;
-        return m_file.Commit(m_error);
+        if (!m_isBinary && m_layout.Size() > 0) all.push_back(&m_binFile);
+        all.push_back(&m_file);
+        return AtomicFile::CommitTogether(all, m_error);
     }
 
     static constexpr size_t kNoMesh = ~size_t{0};

@@ -218,3 +218,36 @@ TEST(GltfExport, FailuresLeaveNothingBehind) {
     EXPECT_NE(error.find("bark.jpg: cannot open the file"), error.npos) << error;
     EXPECT_EQ(folder.NumFiles(), 0u);
 }
+
+namespace {
+
+// When its instances are read to be written (they were counted before), a folder takes the place of
+// the file.
+struct SabotagingSource : SampleSource {
+    std::string target;
+    mutable int numReads = 0;
+
+    SabotagingSource(const std::string& folder, std::string file)
+        : SampleSource(folder, 5), target(std::move(file)) {}
+    void GetInstances(size_t first, std::span<InstanceRecord> out) const override {
+        if (++numReads == 2) {
+            std::filesystem::remove(target);
+            std::filesystem::create_directory(target);
+        }
+        SampleSource::GetInstances(first, out);
+    }
+};
+
+}  // namespace
+
+TEST(GltfExport, DataAndImagesNeverStandBesideAnotherScene) {
+    TempFolder folder, textures;
+    folder.Write("a.gltf", "old scene");
+    folder.Write("a.bin", "old data");
+    SabotagingSource source(textures.File(""), folder.File("a.gltf"));
+    const IInstanceSource* sources[] = {&source};
+    std::string error;
+    EXPECT_FALSE(ExportGltf(folder.File("a.gltf"), sources, {}, {}, &error));
+    EXPECT_EQ(folder.Read("a.bin"), "old data");
+    EXPECT_EQ(folder.NumFiles(), 2u);  // no image, no temporary
+}
