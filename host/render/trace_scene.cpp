@@ -206,7 +206,9 @@ void IntersectHeights(const RTCIntersectFunctionNArguments* args) {
     if (!args->valid[0]) return;
     const auto& heights = *static_cast<const RenderHeights*>(args->geometryUserPtr);
     const auto& context = *static_cast<const TraceContext*>(args->context);
-    auto& [ray, out] = *reinterpret_cast<RTCRayHit*>(args->rayhit);
+    auto* rayHit = reinterpret_cast<RTCRayHit*>(args->rayhit);
+    RTCRay& ray = rayHit->ray;
+    RTCHit& out = rayHit->hit;
     heights.Trace({ray.org_x, ray.org_y, ray.org_z}, {ray.dir_x, ray.dir_y, ray.dir_z}, ray.tnear,
                   ray.tfar, [&](const HeightRayHit& hit) {
                       if (!StopsAt(heights, context, hit)) return false;
