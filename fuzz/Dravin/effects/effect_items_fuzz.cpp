@@ -23,6 +23,7 @@ struct Names : TEffectNames {
 struct ItemsRun {
     std::vector<TDravinItem> items{kNumItems};
     std::vector<TNuRandom> randoms;
+    std::vector<TEffectItem> batch = std::vector<TEffectItem>(kNumItems);
     const TBuildInput& input;
     const TSpecimen& specimen;
 
@@ -37,7 +38,6 @@ struct ItemsRun {
     }
 
     void Run(const TEffectPrograms& programs, const TGeometryChoice& geometry) {
-        std::vector<TEffectItem> batch(kNumItems);
         for (size_t k = 0; k < kNumItems; ++k) {
             batch[k].item = &items[k];
             batch[k].specimen = &specimen;
@@ -47,7 +47,7 @@ struct ItemsRun {
     }
 
     value Read(size_t k, const TItemAttribute& attribute) const {
-        return attribute.read({items[k], specimen, {}, input});
+        return attribute.read({items[k], batch[k].outcome, specimen, batch[k].size, input});
     }
 };
 
