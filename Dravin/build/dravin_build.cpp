@@ -76,6 +76,7 @@ void TDravinBuild::BuildAtOnce() {
     Clock::time_point start = Clock::now();
 
     m_failure.clear();
+    m_refusal.clear();
     m_effectErrors.clear();
     m_outOfMemory = false;
     m_validity = Interval::Forever();
@@ -142,11 +143,7 @@ void TDravinBuild::Run(const TParameters& parameters) {
     m_maker = std::make_unique<TInputMaker>(m_object, parameters, m_time, m_flags, m_view);
     m_panel.threads = m_maker->Threads();
 
-    std::string sceneFile = m_maker->GetScene() ? m_maker->GetScene()->path : "", error;
-    TDensityMap density;
-    if (!m_maker->DistMap() && parameters.mode == 0)
-        density = LoadDensityMap(parameters.mapname, sceneFile, parameters.threshold, &error);
-    if (!error.empty()) LogWarning(error);
+    TDensityMap density = LoadMap(parameters);
 
     bool noMap = parameters.mode == 0 && !m_maker->DistMap() && density.IsEmpty();
     if (noMap)
@@ -180,6 +177,19 @@ void TDravinBuild::Run(const TParameters& parameters) {
     Log(LogKind::kDebug, "BuildItemArray");
     m_panel.status = StatusOfResult(BuildItemArray(*m_input, m_items, m_statistics));
     m_input->unselected = nullptr;  // that list is given back
+}
+
+// The image that says where items are; empty where there is none, or none that can be read.
+TDensityMap TDravinBuild::LoadMap(const TParameters& parameters) {
+    if (m_maker->DistMap() || parameters.mode != 0) return {};
+    std::string sceneFile = m_maker->GetScene() ? m_maker->GetScene()->path : "";
+    TDensityLoad load = LoadDensityMap(parameters.mapname, sceneFile, parameters.threshold);
+    if (!load.warning.empty()) LogWarning(load.warning);
+    if (load.isLimit)
+        m_refusal = load.error;
+    else if (!load.error.empty())
+        LogWarning(load.error);
+    return std::move(load.map);
 }
 
 // The last list stands in for items that are not selected where it has them all.

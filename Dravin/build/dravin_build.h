@@ -21,6 +21,7 @@
 #include "host/scene/scene.h"
 
 class IInstanceSource;
+class TDensityMap;
 class TDravin;
 struct TBuildInput;
 struct TParameters;
@@ -52,6 +53,8 @@ public:
     // Why the last build broke off; empty when it ended by itself.
     const std::string& Failure() const { return m_failure; }
     bool RanOutOfMemory() const { return m_outOfMemory; }
+    // Which limit refused an input of the last build and what raises it; empty when none did.
+    const std::string& Refusal() const { return m_refusal; }
     // What the panel shows in place of the message: the same, but numbers of the caches when the
     // object's seed is 9999.
     TPanelMessage PanelLines() const;
@@ -91,6 +94,7 @@ private:
     void BuildAtOnce();
     void KeepForSelection();
     void Run(const TParameters& parameters);
+    TDensityMap LoadMap(const TParameters& parameters);
     void BreakOff(TBuildStatus status, const char* why);
     void FinishStatus();
     void RememberView();
@@ -109,7 +113,7 @@ private:
     TPanelState m_panel;
     TBuildStatistics m_statistics;
     std::vector<TEffectError> m_effectErrors;
-    std::string m_failure;
+    std::string m_failure, m_refusal;
     bool m_outOfMemory = false;
     std::unique_ptr<TBuildInput> m_input;
     std::unique_ptr<class TInputMaker> m_maker;

@@ -71,6 +71,10 @@ ExitCode ReportBuild(const SceneDravin& dravin, bool keepGoing) {
         PrintError(fmt::format("{}: {}", dravin.node->GetName(), dravin.object->Build().Failure()));
         return dravin.object->Build().RanOutOfMemory() ? kExitLimit : kExitFailed;
     }
+    if (!dravin.object->Build().Refusal().empty()) {
+        PrintError(fmt::format("{}: {}", dravin.node->GetName(), dravin.object->Build().Refusal()));
+        return kExitLimit;
+    }
     PrintError(StatusText(dravin));
     if (std::string remedy = Remedy(dravin.object->Build()); !remedy.empty()) PrintNote(remedy);
     return kExitFailed;

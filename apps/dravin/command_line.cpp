@@ -8,6 +8,7 @@
 #include "Dravin/config/version.h"
 #include "apps/dravin/build_outputs.h"
 #include "apps/dravin/shell_texts.h"
+#include "host/base/input_limit.h"
 #include "host/base/text.h"
 
 namespace {
@@ -58,7 +59,7 @@ std::string ParseSize(const std::string& text, RenderOptions& o) {
 std::string FirstWord(int argc, const char* const* argv) {
     for (int i = 1; i < argc; ++i) {
         std::string word = argv[i];
-        if (word == "--log-level")
+        if (word == "--log-level" || word == "--input-limit")
             ++i;
         else if (!word.starts_with("-"))
             return word;
@@ -92,6 +93,7 @@ CommandLine::CommandLine()
                     "none, normal or debug: what the engine tells of its work")
         ->transform(CLI::CheckedTransformer(kLogLevels).description(""))
         ->type_name("LEVEL");
+    AddLimits();
     m_app.footer(
         "Try `dravin demo`, or `dravin help COMMAND` for options and examples of a command.");
     AddBuild();
@@ -102,6 +104,27 @@ CommandLine::CommandLine()
     AddEffect();
     AddDemo();
     AddHelp();
+}
+
+void CommandLine::AddLimits() {
+    m_app
+        .add_option("--input-limit", m_inputMebibytes,
+                    fmt::format("mebibytes that one input file may take in memory (default: {})",
+                                kDefaultInputLimit >> 20))
+        ->check(CLI::Range(uint64_t{1}, kNoInputLimit >> 20))
+        ->type_name("MIB");
+    AddNoLimit(&m_app);
+}
+
+void CommandLine::AddNoLimit(CLI::App* app) {
+    app->add_flag("--no-limit", m_noLimit,
+                  "lift whatever only protects: limits of items, cells, inputs, pictures, memory");
+}
+
+void CommandLine::SetLimits() {
+    m_build.noLimit = m_render.noLimit = m_noLimit;
+    if (m_inputMebibytes > 0) SetInputLimit(m_inputMebibytes << 20);
+    if (m_noLimit) SetInputLimit(kNoInputLimit);
 }
 
 CLI::App* CommandLine::Add(const std::string& name, const std::string& what,
@@ -127,7 +150,7 @@ void CommandLine::AddBuild() {
                                  "what a viewport shows: thinned, collisions only if previewed");
     c->add_flag("--render", m_rendered, "what will be rendered (the default)")->excludes(viewport);
     AddThreads(c, o.threads);
-    c->add_flag("--no-limit", o.noLimit, "all items, whatever the display limits say");
+    AddNoLimit(c);
     AddList(c, "--fields", o.fields, "item fields, or all");
     c->add_option("-o,--output", o.outputs,
                   fmt::format("output by ending: {}, which is JSON on standard output; several may "
@@ -166,6 +189,7 @@ void CommandLine::AddRender() {
     c->add_option("--camera", o.camera, "name of a camera node")->type_name("NAME");
     AddTime(c, o.time);
     AddThreads(c, o.threads);
+    AddNoLimit(c);
 }
 
 void CommandLine::AddInfo() {
@@ -307,6 +331,7 @@ ExitCode CommandLine::Run(int argc, const char* const* argv) {
         return kExitUsage;
     }
     SetUpConsole(m_console);
+    SetLimits();
     SilenceLibraries();
     return m_run();
 }

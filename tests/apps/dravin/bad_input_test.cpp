@@ -279,6 +279,35 @@ TEST_F(BadInput, UnreadableImages) {
            4, "text.png: cannot read the image");
 }
 
+TEST_F(BadInput, ImagesBeyondTheInputLimit) {
+    m_folder.Write("a.pgm", "P5\n2048 2048\n255\n" + std::string(1 << 22, '\xFF'));
+    auto build = [&](const std::string& node, const std::string& params, const std::string& more) {
+        m_folder.Write("s.json", "{\"dravin_scene\": 1, \"nodes\": [" + node + "," + kTree + "," +
+                                     Forest(params) + "]" + more + "}");
+        return [this](std::vector<std::string> options) {
+            options.insert(options.begin(), {"build", "s.json"});
+            return Dravin(options);
+        };
+    };
+    auto texture = build(kGround, R"(, "distmap": "m")",
+                         R"(, "texmaps": {"m": {"type": "bitmap", "file": "a.pgm"}})");
+    Expect(texture({"--input-limit", "3"}), 5,
+           "/texmaps/m: a.pgm: cannot read the image: 2048 x 2048 pixels of 1 channels: it would "
+           "take 4 MiB of memory, one input may take 3; --input-limit 4 allows it");
+    EXPECT_EQ(texture({"--input-limit", "4"}).code, 0);
+    EXPECT_EQ(texture({"--input-limit", "3", "--no-limit"}).code, 0);
+    // A pixel of a distribution map takes 6 bytes as colours and 16 in the map beside its own.
+    auto map = build(kGround, R"(, "mapname": "a.pgm", "units_x": 2048)", "");
+    Expect(map({"--input-limit", "91"}), 5, "forest: ");
+    Expect(map({"--input-limit", "91"}), 5, "--input-limit 92 allows it");
+    EXPECT_EQ(map({"--input-limit", "92"}).code, 0);
+    // A sample of a terrain is a float.
+    auto terrain = build(R"({"name": "ground", "type": "heightfield", "file": "a.pgm"})", "", "");
+    Expect(terrain({"--input-limit", "15"}), 5,
+           "/nodes/0/file: 2048 x 2048 samples: it would take 16");
+    EXPECT_EQ(terrain({"--input-limit", "16"}).code, 0);
+}
+
 // Terrains.
 
 TEST_F(BadInput, TerrainsThatDoNotFit) {
@@ -309,7 +338,8 @@ TEST_F(BadInput, GridsThatAreNoGrids) {
            "a.asc:4: expected a number with a decimal point, found \"four\"");
     Expect(build("ncols 20000\nnrows 20000\ncellsize 5\n1 2 3 4\n"), 4,
            "a.asc:4: the header claims 20000 x 20000 values");
-    Expect(build("ncols 100000\nnrows 2\ncellsize 5\n1 2 3 4\n"), 5, "at most 65536");
+    Expect(build("ncols 100000\nnrows 2\ncellsize 5\n1 2 3 4\n"), 5,
+           "at most 65536 are read; cut the grid, no option raises this");
 }
 
 // Two gigabytes of anything fail at once, not after they were read.
