@@ -107,6 +107,7 @@ bool AddItems(Session& session, TimeValue t, const RenderOptions& options, Rende
     TBuildFlags flags;
     flags.render = true;
     flags.noMesh = true;
+    flags.noLimit = flags.unprotected = options.noLimit;
     flags.forceThreads = options.threads;
     for (INode* node : session.GetScene().Nodes()) {
         auto* object = dynamic_cast<TDravin*>(node->GetObjectRef());
