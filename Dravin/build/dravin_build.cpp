@@ -14,6 +14,7 @@
 #include "Dravin/dravin_globals.h"
 #include "Dravin/engine/build_items.h"
 #include "host/base/log.h"
+#include "host/base/memory_size.h"
 #include "host/base/thread_pool.h"
 #include "host/scene/host_context.h"
 
@@ -228,5 +229,6 @@ TPanelMessage TDravinBuild::PanelLines() const {
 
 std::unique_ptr<IInstanceSource> TDravinBuild::MakeInstanceSource() const {
     return std::make_unique<TDravinInstances>(m_object, *this,
-                                              m_maker ? m_maker->ObjectTM() : Matrix3{});
+                                              m_maker ? m_maker->ObjectTM() : Matrix3{},
+                                              m_flags.unprotected ? UINT64_MAX : FreeMemory());
 }

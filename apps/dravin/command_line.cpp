@@ -10,11 +10,11 @@
 #include "apps/dravin/shell_texts.h"
 #include "host/base/input_limit.h"
 #include "host/base/text.h"
+#include "host/render/render_scene.h"
 
 namespace {
 
 const std::map<std::string, int> kLogLevels{{"none", 0}, {"normal", 1}, {"debug", 2}};
-constexpr int kMaxSide = 65536;  // of a picture, pixels
 constexpr int kMaxThreads = 1024;
 
 // A list separated by commas.
@@ -44,15 +44,13 @@ std::string ParseSize(const std::string& text, RenderOptions& o) {
         int value = 0;
         auto [end, error] = std::from_chars(first, last, value);
         out = value;
-        return error == std::errc() && end == last && value >= 1 && value <= kMaxSide;
+        return error == std::errc() && end == last && value >= 1;
     };
     size_t x = text.find('x');
     const char* start = text.data();
     bool good = x != text.npos && side(start, start + x, o.width) &&
                 side(start + x + 1, start + text.size(), o.height);
-    return good ? ""
-                : fmt::format("expected WIDTHxHEIGHT, each from 1 to {}, for instance 1280x720",
-                              kMaxSide);
+    return good ? "" : "expected WIDTHxHEIGHT in pixels, for instance 1280x720";
 }
 
 // The first argument that is no option: the command, if it is one.
@@ -181,10 +179,10 @@ void CommandLine::AddRender() {
              if (std::string wrong = ParseSize(text, o); !wrong.empty())
                  throw CLI::ValidationError("--size", wrong);
          },
-         "size in pixels (default: the scene's)")
+         fmt::format("size in pixels, up to {} a side (default: the scene's)", kMaxPictureSide))
         ->type_name("WIDTHxHEIGHT");
-    c->add_option("--samples", o.samples, "rays a pixel, 1 to 65536")
-        ->check(CLI::Range(1, 65536))
+    c->add_option("--samples", o.samples, fmt::format("rays a pixel, 1 to {}", kMaxSamples))
+        ->check(CLI::PositiveNumber.description(""))
         ->type_name("N");
     c->add_option("--camera", o.camera, "name of a camera node")->type_name("NAME");
     AddTime(c, o.time);

@@ -263,7 +263,8 @@ void CheckMaterialNesting(const DescriptionValue& value, const DescriptionContex
         if (levels == MtlNesting::kRing)
             member.Fail(fmt::format("the material \"{}\" holds itself", name));
         else if (levels > kMaxMtlNesting)
-            member.Fail(fmt::format("{} multi-materials stand inside each other, at most {} may",
+            member.Fail(fmt::format("{} multi-materials stand inside each other, at most {} may; "
+                                    "no option raises this",
                                     levels, kMaxMtlNesting),
                         DescriptionErrorClass::kLimit);
         if (value.Document().Failed()) return TakeApart(context.scene);

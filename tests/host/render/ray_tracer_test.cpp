@@ -263,7 +263,8 @@ TEST(RayTracer, InstancesThatCannotBeShownAreLeftOut) {
 }
 
 TEST(RayTracer, BadSettingsAreNamed) {
-    EXPECT_EQ(RenderPicture({}, {0, 8, 1, 2, 1, 0}).error, "the width is 0, expected 1 to 16384");
+    EXPECT_EQ(RenderPicture({}, {0, 8, 1, 2, 1, 0}).error,
+              "the width is 0, expected a number above 0");
     EXPECT_EQ(RenderPicture({}, {8, 8, 0, 2, 1, 0}).error,
               "the number of samples is 0, expected 1 to 65536");
     RenderScene scene;
