@@ -18,7 +18,7 @@ class TDravinInstances : public IInstanceSource {
 public:
     // cutMemory: bytes that meshes without hidden elements may take together.
     TDravinInstances(const TDravin& object, const TDravinBuild& build, const Matrix3& objectTM,
-                     uint64_t cutMemory);
+                     uint64_t cutMemory = UINT64_MAX);
 
     std::string Refusal() const override;
     std::string SourceName() const override { return m_name; }

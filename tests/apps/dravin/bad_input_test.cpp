@@ -220,9 +220,57 @@ TEST_F(BadInput, MoreItemsThanMemory) {
     EXPECT_THAT(run.err, HasSubstr("forest: the build broke off: out of memory"));
 }
 
+TEST_F(BadInput, NoLimitMeansIt) {
+    // 2000 x 2000 cells, where at most a million are allowed.
+    std::string fine = R"(, "distmap": "m", "pixels_x": 200, "units_x": 1, "maxdensity": 1)";
+    std::string map = R"(, "texmaps": {"m": {"type": "color", "color": [0, 0, 0]}})";
+    m_folder.Write("s.json", "{\"dravin_scene\": 1, \"nodes\": [" + std::string(kGround) + "," +
+                                 kTree + "," + Forest(fine) + "]" + map + "}");
+    Expect(Dravin({"build", "s.json"}), 1,
+           "raise \"maxdensity\" (millions of cells; 0 is no limit)");
+    // All of them are looked at; none is white.
+    Expect(Dravin({"build", "s.json", "--no-limit"}), 1, "status 10: No items");
+    // Nobody can count these.
+    std::string huge = R"({"name": "ground", "type": "plane", "width": 3e38, "length": 3e38})";
+    m_folder.Write("s.json", "{\"dravin_scene\": 1, \"nodes\": [" + huge + "," + kTree + "," +
+                                 Forest(R"(, "units_x": 1)") + "]}");
+    Expect(Dravin({"build", "s.json", "--no-limit"}), 1,
+           "as so many cells cannot be counted; no option raises this");
+}
+
+TEST_F(BadInput, PicturesBeyondTheLimit) {
+    WriteGoodScene();
+    auto render = [&](std::vector<std::string> options) {
+        options.insert(options.begin(), {"render", "good.json", "-o", "a.png"});
+        return Dravin(options, {.memoryBytes = kTwoGiB});
+    };
+    Expect(render({"--size", "20000x2"}), 5, "give a smaller --size, or --no-limit");
+    Expect(render({"--size", "1000000x1000000"}), 5, "at most 16384 a side are rendered");
+    Expect(render({"--size", "1000000x1000000", "--no-limit"}), 5, "no option raises this");
+    Expect(render({"--size", "2x2", "--samples", "65537"}), 5, "at most 65536 are taken");
+    EXPECT_EQ(render({"--size", "20000x1", "--samples", "1", "--no-limit"}).code, 0);
+    m_folder.Write("good.json",
+                   m_folder.Read("good.json").insert(1, R"("render": {"width": 20000},)"));
+    Expect(render({}), 5, "a picture of 20000 x 720 pixels");
+}
+
+TEST_F(BadInput, CellsTooSmallForItems) {
+    Expect(BuildOn(kGround, R"(, "units_x": 0.001, "units_y": 0.001)"), 1,
+           "the map's cells are smaller than 0.0001 and make no items: enlarge \"units_x\"");
+}
+
+TEST_F(BadInput, EffectsBeyondTheLimit) {
+    m_folder.Write("a.txt", "");
+    std::filesystem::resize_file(m_folder.File("a.txt"), (16 << 20) + 1);
+    std::string forest = Forest();
+    forest.insert(forest.size() - 1, R"(, "effects": [{"name": "e", "file": "a.txt"}])");
+    Expect(Build(std::string(kGround) + "," + kTree + "," + forest), 5,
+           "a.txt: 16,777,217 bytes, an effect has 16,777,216 at most; split it into several");
+}
+
 TEST_F(BadInput, MoreSegmentsThanTheLimit) {
     Expect(BuildOn(R"({"name": "ground", "type": "plane", "segments": 2000000000})"), 5,
-           "2000000000 segments are more than the limit of 4096");
+           "2000000000 segments are more than the limit of 4096; no option raises this");
 }
 
 // Meshes.
