@@ -101,9 +101,8 @@ uint32_t TDravinInstances::AddCut(uint32_t whole, const HiddenElements& hidden, 
 std::string TDravinInstances::Refusal() const {
     if (m_cutBytes <= m_cutMemory) return {};
     return fmt::format(
-        "{}: the cut meshes of items across borders would take more than {:.2f} GB, which are "
-        "free; "
-        "give areas another \"boundary_check\", or --no-limit",
+        "{}: the cut meshes of items across borders would take more than the {:.2f} GB that are "
+        "free; give areas another \"boundary_check\", or --no-limit",
         m_name, double(m_cutMemory) / 1e9);
 }
 

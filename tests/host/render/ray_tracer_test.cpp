@@ -289,7 +289,7 @@ TEST(RayTracer, BadSettingsAreNamed) {
     EXPECT_EQ(RenderPicture({}, {0, 8, 1, 2, 1, 0}).error,
               "the width is 0, expected a number above 0");
     EXPECT_EQ(RenderPicture({}, {8, 8, 0, 2, 1, 0}).error,
-              "the number of samples is 0, expected 1 to 65536");
+              "the number of samples is 0, expected a number above 0");
     RenderScene scene;
     scene.camera.fovDegrees = 180;
     EXPECT_EQ(RenderPicture(scene, {8, 8, 1, 2, 1, 0}).status, RenderStatus::kFailed);
