@@ -23,25 +23,30 @@ std::vector<uint16_t> Rgb16(const Bitmap& image) {
 
 }  // namespace
 
-std::string FindDistMapFile(const std::string& mapName, const std::string& sceneFile) {
-    if (mapName.empty()) return {};
-    fs::path name = NativePath(mapName);
-    std::error_code error;
-    if (name.is_absolute()) return fs::is_regular_file(name, error) ? name.string() : "";
-    for (fs::path folder : {fs::path(sceneFile).parent_path(), fs::path(DistMapFolder())})
-        if (fs::is_regular_file(folder / name, error)) return (folder / name).string();
-    return {};
+SceneFile FindDistMapFile(const std::string& mapName, const std::string& sceneFile) {
+    SceneFile file = FindSceneFile(fs::path(sceneFile).parent_path().string(), mapName);
+    if (!file.path.empty() || mapName.empty()) return file;
+    SceneFile shipped = FindSceneFile(DistMapFolder(), mapName);
+    return shipped.path.empty() ? file : shipped;
 }
 
-TDensityMap LoadDensityMap(const std::string& mapName, const std::string& sceneFile,
-                           int thresholdPercent, std::string* error) {
-    std::string file = FindDistMapFile(mapName, sceneFile);
-    if (file.empty()) {
-        *error = "distribution map \"" + mapName +
-                 "\" is neither beside the scene nor in the library (see \"mapname\")";
-        return {};
+TDensityLoad LoadDensityMap(const std::string& mapName, const std::string& sceneFile,
+                            int thresholdPercent) {
+    TDensityLoad load;
+    SceneFile file = FindDistMapFile(mapName, sceneFile);
+    load.warning = file.warning;
+    if (file.path.empty()) {
+        load.error = "distribution map \"" + mapName +
+                     "\" is neither beside the scene nor in the library (see \"mapname\")";
+        return load;
     }
-    std::shared_ptr<const Bitmap> image = ReadBitmap(file, error);
-    if (!image) return {};
-    return {image->Width(), image->Height(), Rgb16(*image), thresholdPercent};
+    constexpr size_t kRgbBytes = 3 * sizeof(uint16_t);
+    ImageError error;
+    std::shared_ptr<const Bitmap> image =
+        ReadImage(file.path, kRgbBytes + sizeof(TDensityMap::Pixel), &error);
+    if (image)
+        load.map = {image->Width(), image->Height(), Rgb16(*image), thresholdPercent};
+    else
+        load.error = error.text, load.isLimit = error.isLimit;
+    return load;
 }

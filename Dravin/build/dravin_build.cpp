@@ -14,6 +14,7 @@
 #include "Dravin/dravin_globals.h"
 #include "Dravin/engine/build_items.h"
 #include "host/base/log.h"
+#include "host/base/memory_size.h"
 #include "host/base/thread_pool.h"
 #include "host/scene/host_context.h"
 
@@ -77,6 +78,7 @@ void TDravinBuild::BuildAtOnce() {
 
     m_progress.Start(0);
     m_failure.clear();
+    m_refusal.clear();
     m_effectErrors.clear();
     m_outOfMemory = false;
     m_validity = Interval::Forever();
@@ -143,11 +145,7 @@ void TDravinBuild::Run(const TParameters& parameters) {
     m_maker = std::make_unique<TInputMaker>(m_object, parameters, m_time, m_flags, m_view);
     m_panel.threads = m_maker->Threads();
 
-    std::string sceneFile = m_maker->GetScene() ? m_maker->GetScene()->path : "", error;
-    TDensityMap density;
-    if (!m_maker->DistMap() && parameters.mode == 0)
-        density = LoadDensityMap(parameters.mapname, sceneFile, parameters.threshold, &error);
-    if (!error.empty()) LogWarning(error);
+    TDensityMap density = LoadMap(parameters);
 
     bool noMap = parameters.mode == 0 && !m_maker->DistMap() && density.IsEmpty();
     if (noMap)
@@ -180,8 +178,27 @@ void TDravinBuild::Run(const TParameters& parameters) {
     m_effectErrors = m_maker->TakeEffectErrors();
     KeepForSelection();
     Log(LogKind::kDebug, "BuildItemArray");
-    m_panel.status = StatusOfResult(BuildItemArray(*m_input, m_items, m_statistics));
+    TBuildResult result = BuildItemArray(*m_input, m_items, m_statistics);
+    if (result == TBuildResult::kOutOfMemory)
+        m_refusal = fmt::format(
+            "the items would take more memory than the {:.2f} GB that are free; fewer items (a "
+            "larger size of the map) need less, --no-limit tries all the same",
+            double(m_input->memoryLimit) / 1e9);
+    m_panel.status = StatusOfResult(result);
     m_input->unselected = nullptr;  // that list is given back
+}
+
+// The image that says where items are; empty where there is none, or none that can be read.
+TDensityMap TDravinBuild::LoadMap(const TParameters& parameters) {
+    if (m_maker->DistMap() || parameters.mode != 0) return {};
+    std::string sceneFile = m_maker->GetScene() ? m_maker->GetScene()->path : "";
+    TDensityLoad load = LoadDensityMap(parameters.mapname, sceneFile, parameters.threshold);
+    if (!load.warning.empty()) LogWarning(load.warning);
+    if (load.isLimit)
+        m_refusal = load.error;
+    else if (!load.error.empty())
+        LogWarning(load.error);
+    return std::move(load.map);
 }
 
 // The last list stands in for items that are not selected where it has them all.
@@ -214,5 +231,6 @@ TPanelMessage TDravinBuild::PanelLines() const {
 
 std::unique_ptr<IInstanceSource> TDravinBuild::MakeInstanceSource() const {
     return std::make_unique<TDravinInstances>(m_object, *this,
-                                              m_maker ? m_maker->ObjectTM() : Matrix3{});
+                                              m_maker ? m_maker->ObjectTM() : Matrix3{},
+                                              m_flags.unprotected ? UINT64_MAX : FreeMemory());
 }

@@ -22,6 +22,7 @@
 #include "host/scene/scene.h"
 
 class IInstanceSource;
+class TDensityMap;
 class TDravin;
 struct TBuildInput;
 struct TParameters;
@@ -33,6 +34,7 @@ struct TBuildFlags {
     bool viewportOnly = false;
     bool effectsOff = false;
     bool noLimit = false;        // all items, whatever the display limits say
+    bool unprotected = false;    // whatever 'Max. Density' and the free memory say, too
     bool noCameraLimit = false;  // items outside the camera's view, too
     bool collisions = false;     // as a render, whatever the preview setting
     // Hand-edited items that are not selected stay as the last build left them. Works only right
@@ -48,11 +50,15 @@ public:
 
     void BuildMesh(TimeValue time, const TBuildFlags& flags);
 
+    const TDravin& GetObject() const { return m_object; }
     TBuildStatus Status() const { return m_panel.status; }
     TPanelMessage Message() const { return PanelMessage(m_panel, m_statistics); }
     // Why the last build broke off; empty when it ended by itself.
     const std::string& Failure() const { return m_failure; }
     bool RanOutOfMemory() const { return m_outOfMemory; }
+    // Which limit refused an input of the last build, or its items for want of memory, and what
+    // raises it; empty when none did.
+    const std::string& Refusal() const { return m_refusal; }
     // What the panel shows in place of the message: the same, but numbers of the caches when the
     // object's seed is 9999.
     TPanelMessage PanelLines() const;
@@ -61,6 +67,8 @@ public:
     const Interval& Validity() const { return m_validity; }
     TimeValue Time() const { return m_time; }
     bool IsRender() const { return m_flags.render; }
+    // How the last build was asked for.
+    const TBuildFlags& Flags() const { return m_flags; }
     int BuildCounter() const { return m_buildCounter; }
     // Number of the last build, renders and failures included, among those of all objects.
     uint64_t BuildNumber() const { return m_buildNumber; }
@@ -94,6 +102,7 @@ private:
     void BuildAtOnce();
     void KeepForSelection();
     void Run(const TParameters& parameters);
+    TDensityMap LoadMap(const TParameters& parameters);
     void BreakOff(TBuildStatus status, const char* why);
     void FinishStatus();
     void RememberView();
@@ -113,7 +122,7 @@ private:
     TPanelState m_panel;
     TBuildStatistics m_statistics;
     std::vector<TEffectError> m_effectErrors;
-    std::string m_failure;
+    std::string m_failure, m_refusal;
     bool m_outOfMemory = false;
     std::unique_ptr<TBuildInput> m_input;
     std::unique_ptr<class TInputMaker> m_maker;

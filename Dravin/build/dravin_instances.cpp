@@ -17,11 +17,17 @@ std::shared_ptr<const Mesh> AtRealSize(const TDravinMeshSample& sample) {
     return std::make_shared<Mesh>(TransformedMesh(*sample.Source(), toReal));
 }
 
+// What a face takes, with its share of vertices, normals and maps at the most.
+uint64_t BytesOfFace(const Mesh& mesh) {
+    uint64_t channels = mesh.maps.size() + !mesh.normals.faces.empty();
+    return sizeof(Face) + 3 * sizeof(Point3) + channels * (sizeof(Triple) + 3 * sizeof(Point3));
+}
+
 }  // namespace
 
 TDravinInstances::TDravinInstances(const TDravin& object, const TDravinBuild& build,
-                                   const Matrix3& objectTM)
-    : m_build(build), m_objectTM(objectTM) {
+                                   const Matrix3& objectTM, uint64_t cutMemory)
+    : m_build(build), m_cutMemory(cutMemory), m_objectTM(objectTM) {
     if (INode* node = GetWorldNode(object)) m_name = node->GetName();
     if (!build.Input()) return;
     m_scaleOnSlope = build.Input()->transforms.scaleOnSlope;
@@ -85,9 +91,19 @@ uint32_t TDravinInstances::AddCut(uint32_t whole, const HiddenElements& hidden, 
     const std::vector<uint32_t>& elementOfFace = cut.sample->Elements().elementOfFace;
     std::vector<uint8_t> keep(elementOfFace.size());
     for (size_t f = 0; f < keep.size(); ++f) keep[f] = !hidden[elementOfFace[f]];
+    m_cutBytes += uint64_t(std::count(keep.begin(), keep.end(), 1)) * BytesOfFace(*cut.mesh);
+    if (m_cutBytes > m_cutMemory) return kNone;
     cut.mesh = std::make_shared<Mesh>(MeshOfFaces(*cut.mesh, keep));
     m_prototypes.push_back(std::move(cut));
     return uint32_t(m_prototypes.size() - 1);
+}
+
+std::string TDravinInstances::Refusal() const {
+    if (m_cutBytes <= m_cutMemory) return {};
+    return fmt::format(
+        "{}: the cut meshes of items across borders would take more than the {:.2f} GB that are "
+        "free; give areas another \"boundary_check\", or --no-limit",
+        m_name, double(m_cutMemory) / 1e9);
 }
 
 void TDravinInstances::GetInstances(size_t first, std::span<InstanceRecord> out) const {

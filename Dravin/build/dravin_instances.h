@@ -3,7 +3,8 @@
 // A prototype shows its source at real size (object offset applied); an instance scales it to the
 // item. Discarded items and those whose row shows nothing are left out. Items that stand across a
 // border without some of their mesh's elements have prototypes of their own, one for each different
-// set of hidden elements, behind the whole ones.
+// set of hidden elements, behind the whole ones. Those meshes are weighed as they are made: beyond
+// the memory that they may take, none are made any more and Refusal tells.
 #pragma once
 
 #include <map>
@@ -15,8 +16,11 @@
 
 class TDravinInstances : public IInstanceSource {
 public:
-    TDravinInstances(const TDravin& object, const TDravinBuild& build, const Matrix3& objectTM);
+    // cutMemory: bytes that meshes without hidden elements may take together.
+    TDravinInstances(const TDravin& object, const TDravinBuild& build, const Matrix3& objectTM,
+                     uint64_t cutMemory = UINT64_MAX);
 
+    std::string Refusal() const override;
     std::string SourceName() const override { return m_name; }
     size_t NumPrototypes() const override { return m_prototypes.size(); }
     std::string PrototypeName(size_t prototype) const override {
@@ -49,6 +53,7 @@ private:
     uint32_t AddCut(uint32_t whole, const HiddenElements& hidden, size_t number);
 
     const TDravinBuild& m_build;
+    uint64_t m_cutMemory, m_cutBytes = 0;
     std::string m_name;
     Matrix3 m_objectTM;
     bool m_scaleOnSlope = false;

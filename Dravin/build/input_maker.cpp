@@ -13,6 +13,7 @@
 #include "Dravin/effects/effect_list.h"
 #include "Dravin/engine/build_items.h"
 #include "host/base/log.h"
+#include "host/base/memory_size.h"
 #include "host/base/thread_pool.h"
 #include "host/scene/hold.h"
 #include "host/scene/host_context.h"
@@ -106,7 +107,7 @@ void TInputMaker::SetGrid(TBuildInput& input) const {
     g.offsetY = m_p.offset_y;
     g.rotationRadians = m_p.drotation * kDegreesToRadians;
     g.thresholdPercent = float(m_p.threshold);
-    g.maxCells = int64_t{m_p.maxdensity} * 1000000;
+    g.maxCells = m_flags.unprotected ? 0 : int64_t{m_p.maxdensity} * 1000000;
 }
 
 // Once for a new object: the map's size, so that a large scene does not start with millions of
@@ -372,6 +373,7 @@ std::unique_ptr<TBuildInput> TInputMaker::Make(const TSpecBuildList& specimens, 
                           : m_flags.render ? m_p.rmaxitems
                                            : m_p.vmaxitems;
     input->renderLimit = m_flags.noLimit ? kNoLimit : m_p.rmaxitems;
+    if (!m_flags.unprotected) input->memoryLimit = FreeMemory();
     input->renderSkip = m_p.rskip;
     input->distributionMode = m_p.distmode;
     input->surfaceMode = m_p.surfmode;

@@ -1,6 +1,5 @@
 #include "Dravin/config/main_folder.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <vector>
@@ -54,8 +53,3 @@ std::string NoMainFolder() {
 std::string DistMapFolder() { return (fs::path(MainFolder()) / "distmaps").string(); }
 std::string EffectFolder() { return (fs::path(MainFolder()) / "effects").string(); }
 std::string GeometryFolder() { return (fs::path(MainFolder()) / "geometry").string(); }
-
-std::string NativePath(std::string path) {
-    std::replace(path.begin(), path.end(), '\\', '/');
-    return path;
-}

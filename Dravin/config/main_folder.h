@@ -14,6 +14,3 @@ std::string NoMainFolder();
 std::string DistMapFolder();   // distribution maps and their index.dat
 std::string GeometryFolder();  // geometry templates and their index.dat
 std::string EffectFolder();    // effects that ship with the product
-
-// A stored path with either kind of slash as this system's path.
-std::string NativePath(std::string path);

@@ -6,6 +6,7 @@
 #include <pugixml.hpp>
 
 #include "Dravin/effects/tavuvm_expr/language.h"
+#include "host/base/text.h"
 
 namespace {
 
@@ -95,6 +96,12 @@ bool LoadDocument(std::string_view xml, pugi::xml_document& document, std::strin
 }
 
 }  // namespace
+
+std::string TooLargeEffect(const std::string& file, uint64_t bytes) {
+    return fmt::format(
+        "{}: {} bytes, an effect has {} at most; split it into several, no option raises this",
+        file, FormatGrouped(int64_t(bytes)), FormatGrouped(int64_t(kMaxEffectBytes)));
+}
 
 std::optional<TEffectDefinition> ReadEffectDefinition(std::string_view xml, std::string* error) {
     pugi::xml_document document;

@@ -14,10 +14,16 @@
 // White space within descriptions counts as one blank.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+// Of a program or definition on disk.
+inline constexpr uint64_t kMaxEffectBytes = 16 << 20;
+// What to tell of a larger one.
+std::string TooLargeEffect(const std::string& file, uint64_t bytes);
 
 struct TEffectParameterDefinition {
     std::string name, description;

@@ -91,10 +91,11 @@ struct TBuildInput {
     // What an earlier build made of the same stored items. Those that are not selected are taken
     // from there as they are; null: all are made anew.
     const TDravinItemList* unselected = nullptr;
-    int threads = 1;                // at least 1
-    int64_t displayLimit = 50000;   // items to keep a display below
-    int64_t renderLimit = 1000000;  // items at which a render build gives up
-    int renderSkip = 0;             // a render uses every 2^n-th cell
+    int threads = 1;                    // at least 1
+    int64_t displayLimit = 50000;       // items to keep a display below
+    int64_t renderLimit = 1000000;      // items at which a render build gives up
+    uint64_t memoryLimit = UINT64_MAX;  // bytes that the items may take
+    int renderSkip = 0;                 // a render uses every 2^n-th cell
 
     int distributionMode = kDistImage;
     int surfaceMode = kSurfaceXY;

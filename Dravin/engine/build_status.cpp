@@ -84,6 +84,16 @@ std::string MostRejectedText(const TBuildStatistics& s) {
                        candidates);
 }
 
+std::string NoCellsText(const TBuildStatistics& s) {
+    if (s.cellsTooSmall)
+        return "the map's cells are smaller than 0.0001 and make no items: enlarge \"units_x\" and "
+               "\"units_y\", or lower \"pixels_x\" and \"pixels_y\"";
+    if (s.cellsTooFar)
+        return "the ground lies so far out that the map's cells there cannot be numbered: enlarge "
+               "\"units_x\" and \"units_y\"";
+    return "";
+}
+
 TBuildStatus StatusOfResult(TBuildResult result) {
     switch (result) {
         case TBuildResult::kOk:
@@ -91,6 +101,7 @@ TBuildStatus StatusOfResult(TBuildResult result) {
         case TBuildResult::kDensityTooHigh:
             return TBuildStatus::kDensityTooHigh;
         case TBuildResult::kTooManyItems:
+        case TBuildResult::kOutOfMemory:
             return TBuildStatus::kTooManyItems;
         case TBuildResult::kNoAreas:
             return TBuildStatus::kNoIncludeAreas;

@@ -18,7 +18,8 @@ enum class [[nodiscard]] TBuildStatus : int32_t{
 
 // What a distribution answers to its driver.
 enum class [[nodiscard]] TBuildResult : int32_t{
-    kOk = 0, kDensityTooHigh = 1, kTooManyItems = 2, kNoAreas = 3, kNoReference = 4,
+    kOk = 0,          kDensityTooHigh = 1, kTooManyItems = 2, kNoAreas = 3, kNoReference = 4,
+    kOutOfMemory = 5,  // the items would take more than the build may
 };
 TBuildStatus StatusOfResult(TBuildResult result);
 
@@ -69,6 +70,7 @@ struct TBuildStatistics {
     int32_t includeGroups = 0, excludeAreas = 0;
     float memoryMb = 0, meshMs = 0;
     bool effectsCompileError = false;
+    bool cellsTooSmall = false, cellsTooFar = false;  // of a ground that got no cells for it
     std::vector<Point3> gizmoPoints;  // corners of the map's tiles, which viewports draw
     // Candidates that chose each cluster of the geometry list, largest cluster first.
     std::vector<int32_t> clusterCounts;
@@ -81,6 +83,9 @@ struct TBuildStatistics {
 // "all" where no other rule dropped one and no item is left, "many" up to a half. Empty when no
 // candidate was dropped.
 std::string MostRejectedText(const TBuildStatistics& statistics);
+
+// Why the map has no cells on some ground; empty where it has.
+std::string NoCellsText(const TBuildStatistics& statistics);
 
 // What the panel looks at besides the numbers.
 struct TPanelState {

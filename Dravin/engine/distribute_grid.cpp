@@ -8,6 +8,7 @@
 
 #include "Dravin/engine/build_items.h"
 #include "Dravin/engine/gizmo_points.h"
+#include "Dravin/engine/item_budget.h"
 #include "Dravin/engine/item_pipeline.h"
 #include "common/nurandom/nurandom_batch.h"
 #include "host/base/thread_pool.h"
@@ -48,7 +49,8 @@ struct CellBatch {
 class GridTask {
 public:
     GridTask(const TBuildInput& input, const TGeometryChoice& geometry, const TGridGroup& group,
-             const TGrid& grid, int32_t decimation, TRowSlice slice, TDravinItemList& items)
+             const TGrid& grid, int32_t decimation, TRowSlice slice, TDravinItemList& items,
+             TItemBudget& budget)
         : m_input(input),
           m_group(group),
           m_grid(grid),
@@ -56,6 +58,7 @@ public:
           m_slice(slice),
           m_cellsInRow(NumUsed(grid.firstColumn, grid.columns, decimation)),
           m_pipeline(input, geometry, items),
+          m_share(budget),
           m_row(group.areas),
           m_rowTest(!group.areas.IsOpen() && !HasOffsets(input)),
           m_inside((group.areas.IsOpen() || m_rowTest) && !group.areas.HasFootprints()),
@@ -68,11 +71,14 @@ public:
 
     const TTaskCounts& Counts() { return m_pipeline.Counts(); }
 
-    TBuildResult Run() {
+    // Ends early where the budget is spent.
+    void Run() {
         int64_t lastRow = m_grid.firstRow + m_slice.first + m_slice.count;
         for (int64_t row = m_grid.firstRow + m_slice.first; row < lastRow; ++row) {
             if (m_input.progress) m_input.progress->Add(1);
             if (row % m_decimation != 0) continue;
+            // Other tasks may have made too many while this one makes none.
+            if (!MayGoOn()) return;
             if (m_rowTest) m_row.Start(float(m_grid.Y(row)));
             int64_t endColumn = m_grid.firstColumn + m_grid.columns, inside = 0;
             for (int64_t column = m_grid.firstColumn; column < endColumn; ++column) {
@@ -84,14 +90,14 @@ public:
                 ++inside;
                 AddCell(column, row);
                 if (m_batch->count < kBatch) continue;
-                if (TBuildResult result = Flush(); result != TBuildResult::kOk) return result;
+                if (!Flush()) return;
             }
             // Cells that the row's test passed over at once were never looked at.
             if (m_rowTest) m_pipeline.Rejected().area += m_cellsInRow - inside;
         }
-        TBuildResult result = Flush();
+        if (!Flush()) return;
         m_pipeline.Effects().Flush();
-        return result;
+        MayGoOn();
     }
 
 private:
@@ -199,18 +205,16 @@ private:
         return diversity || m_input.transforms.transMap.map;
     }
 
-    TBuildResult Flush() {
+    bool MayGoOn() { return m_share.Tell(m_pipeline.NumProduced()); }
+
+    bool Flush() {
         CellBatch& b = *m_batch;
         if (m_map) TestTexture();
-        if (b.count == 0) return TBuildResult::kOk;
+        if (b.count == 0) return MayGoOn();
         DrawBatch();
-        for (size_t i = 0; i < b.count; ++i) {
-            bool full = m_input.render && int64_t(m_pipeline.NumProduced()) > m_input.renderLimit;
-            if (full) return TBuildResult::kTooManyItems;
-            ProcessCell(i);
-        }
+        for (size_t i = 0; i < b.count; ++i) ProcessCell(i);
         b.count = 0;
-        return TBuildResult::kOk;
+        return MayGoOn();
     }
 
     void HashCell(size_t i, uint32_t hash[4]) const {
@@ -281,6 +285,7 @@ private:
     TRowSlice m_slice;
     int64_t m_cellsInRow;  // that are used
     TItemPipeline m_pipeline;
+    TItemShare m_share;
     TAreaTest::Row m_row;
     bool m_rowTest;  // areas are asked a row at a time, before anything else
     bool m_inside;   // a cell that comes as far as an item is known to pass them all
@@ -316,6 +321,11 @@ TGridSettings GroupGrid(const TBuildInput& input, const TAreaSettings& area) {
     return settings;
 }
 
+void NoteEmptyGrid(TGridResult laid, TBuildStatistics& statistics) {
+    statistics.cellsTooSmall |= laid == TGridResult::kCellsTooSmall;
+    statistics.cellsTooFar |= laid == TGridResult::kCellsTooFar;
+}
+
 TBuildResult DistributeGroup(const TBuildInput& input, const TGeometryChoice& geometry,
                              const TGridGroup& group, TDravinItemList& items,
                              TBuildStatistics& statistics) {
@@ -324,7 +334,8 @@ TBuildResult DistributeGroup(const TBuildInput& input, const TGeometryChoice& ge
     TGridResult laid = MakeGrid(settings, group.areas.Settings().grid, group.bounds, &grid);
     if (laid == TGridResult::kTooDense) return TBuildResult::kDensityTooHigh;
     statistics.rejected.camera += CellsOutsideView(settings, group, grid, statistics.decimation);
-    if (laid == TGridResult::kEmpty) return TBuildResult::kOk;
+    NoteEmptyGrid(laid, statistics);
+    if (laid != TGridResult::kOk) return TBuildResult::kOk;
     statistics.cellsInArea =
         int32_t(std::min<int64_t>(grid.cells, std::numeric_limits<int32_t>::max()));
     if (input.drawGizmo && !input.render) {
@@ -340,25 +351,20 @@ TBuildResult DistributeGroup(const TBuildInput& input, const TGeometryChoice& ge
     std::vector<TDravinItemList> parts;
     for (size_t i = 0; i < slices.size(); ++i) parts.emplace_back(items.Groups());
     items.ShareSpare(parts);
-    std::vector<TBuildResult> results(slices.size(), TBuildResult::kOk);
     std::vector<TTaskCounts> counts(slices.size());
+    TItemBudget budget(input, items);
     ParallelFor(slices.size(), input.threads, [&](size_t i) {
-        GridTask task(input, geometry, group, grid, statistics.decimation, slices[i], parts[i]);
-        results[i] = task.Run();
+        GridTask task(input, geometry, group, grid, statistics.decimation, slices[i], parts[i],
+                      budget);
+        task.Run();
         counts[i] = task.Counts();
     });
     for (const TTaskCounts& c : counts) statistics.Add(c);
 
-    for (size_t i = 0; i < slices.size(); ++i) {
-        if (results[i] != TBuildResult::kOk) {
-            items.Clear();
-            return results[i];
-        }
-        items.Splice(std::move(parts[i]));
-    }
-    if (input.render && int64_t(items.Count()) > input.renderLimit) {
+    if (budget.Result() != TBuildResult::kOk) {
         items.Clear();
-        return TBuildResult::kTooManyItems;
+        return budget.Result();
     }
+    for (TDravinItemList& part : parts) items.Splice(std::move(part));
     return TBuildResult::kOk;
 }

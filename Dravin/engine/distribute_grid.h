@@ -17,6 +17,9 @@ struct TGridGroup {
 // The object's settings, with the group's own texture in place of the map.
 TGridSettings GroupGrid(const TBuildInput& input, const TAreaSettings& area);
 
+// Remembers why a ground got no cells.
+void NoteEmptyGrid(TGridResult laid, TBuildStatistics& statistics);
+
 // Lays the group's grid and distributes it over the build's threads; appends the items in the order
 // of the cells, row by row from the bottom. Statistics: the decimation is read, the cell count set,
 // and the gizmo points added where they are wanted.

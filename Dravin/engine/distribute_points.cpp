@@ -5,12 +5,14 @@
 
 #include <fmt/format.h>
 
+#include "Dravin/engine/item_budget.h"
 #include "Dravin/engine/item_pipeline.h"
 #include "host/base/thread_pool.h"
 
 namespace {
 
 constexpr size_t kPointsOfOneThread = 1000;
+constexpr size_t kPointsOfPiece = 256;  // after which a task tells what it has made
 constexpr float kSmallestStep = 1e-6f;
 
 void DebugLog(const TBuildInput& input, const std::string& text) {
@@ -39,6 +41,7 @@ public:
         m_factors.hasSurfaces = !input.surfaces.empty();
     }
 
+    size_t NumProduced() const { return m_pipeline.NumProduced(); }
     TDravinItem& Item() { return m_pipeline.WorkingItem(); }
 
     // A point that is no place makes nothing.
@@ -158,8 +161,9 @@ int32_t PointDecimation(const TBuildInput& input, size_t count) {
 // Runs make(task, i) for every used point of [0, count) on the threads that such lists have, and
 // joins the items in the order of the points. Statistics: the decimation is read, counts are added.
 template <class Make>
-void DistributeList(const TBuildInput& input, const TGeometryChoice& geometry, size_t count,
-                    TDravinItemList& items, TBuildStatistics& statistics, const Make& make) {
+TBuildResult DistributeList(const TBuildInput& input, const TGeometryChoice& geometry, size_t count,
+                            TDravinItemList& items, TBuildStatistics& statistics,
+                            const Make& make) {
     auto decimation = size_t(statistics.decimation);
     int threads = count <= kPointsOfOneThread ? 1 : std::max(1, input.points.reference.threads);
     DebugLog(input, fmt::format("BuildItemArray->DistributeRef->Starting {} threads", threads));
@@ -167,15 +171,21 @@ void DistributeList(const TBuildInput& input, const TGeometryChoice& geometry, s
     for (int t = 0; t < threads; ++t) parts.emplace_back(items.Groups());
     items.ShareSpare(parts);
     std::vector<TTaskCounts> counts(parts.size());
+    TItemBudget budget(input, items);
     ParallelFor(parts.size(), threads, [&](size_t t) {
         PointTask task(input, geometry, parts[t]);
+        TItemShare share(budget);
         size_t first = count * t / parts.size(), last = count * (t + 1) / parts.size();
-        for (size_t i = first; i < last; ++i)
+        for (size_t i = first; i < last; ++i) {
             if (i % decimation == 0) make(task, i);
+            if (i % kPointsOfPiece == 0 && !share.Tell(task.NumProduced())) break;
+        }
         counts[t] = task.Finish();
+        share.Tell(task.NumProduced());
     });
     for (const TTaskCounts& c : counts) statistics.Add(c);
     for (TDravinItemList& part : parts) items.Splice(std::move(part));
+    return budget.Result();
 }
 
 // --- reference objects and faces
@@ -189,12 +199,12 @@ TBuildResult DistributeReferences(const TBuildInput& input, const TGeometryChoic
     size_t count = reference.objects.size();
     statistics.decimation = PointDecimation(input, count);
     StartProgress(input, double(count), statistics.decimation);
-    DistributeList(input, geometry, count, items, statistics, [&](PointTask& task, size_t i) {
-        const TReferenceObject& r = reference.objects[i];
-        task.Process(
-            {-1, r.point, r.sourceTransform, r.externalScale, uint32_t(i), int32_t(i), r.userId});
-    });
-    return TBuildResult::kOk;
+    return DistributeList(input, geometry, count, items, statistics,
+                          [&](PointTask& task, size_t i) {
+                              const TReferenceObject& r = reference.objects[i];
+                              task.Process({-1, r.point, r.sourceTransform, r.externalScale,
+                                            uint32_t(i), int32_t(i), r.userId});
+                          });
 }
 
 // Frame of a face: its normal, and the direction to the corner farthest from its centre.
@@ -220,20 +230,21 @@ TBuildResult DistributeFaces(const TBuildInput& input, const TGeometryChoice& ge
     StartProgress(input, double(total), statistics.decimation);
     size_t offset = 0;
     for (const TReferenceMesh& m : reference.meshes) {
-        DistributeList(input, geometry, m.NumFaces(), items, statistics,
-                       [&](PointTask& task, size_t i) {
-                           auto corners = m.Corners(i);
-                           if (!corners) return;
-                           const auto& [a, b, c] = *corners;
-                           Point3 center = (a + b + c) / 3;
-                           Point p;
-                           p.point = center * m.toObject;
-                           if (reference.getRotation)
-                               p.sourceTransform = FaceFrame(*corners, center, m.toObject);
-                           p.ordinal = uint32_t(i + offset);
-                           p.sourceIndex = int32_t(i);
-                           task.Process(p);
-                       });
+        TBuildResult result = DistributeList(
+            input, geometry, m.NumFaces(), items, statistics, [&](PointTask& task, size_t i) {
+                auto corners = m.Corners(i);
+                if (!corners) return;
+                const auto& [a, b, c] = *corners;
+                Point3 center = (a + b + c) / 3;
+                Point p;
+                p.point = center * m.toObject;
+                if (reference.getRotation)
+                    p.sourceTransform = FaceFrame(*corners, center, m.toObject);
+                p.ordinal = uint32_t(i + offset);
+                p.sourceIndex = int32_t(i);
+                task.Process(p);
+            });
+        if (result != TBuildResult::kOk) return result;
         offset += m.NumFaces();
     }
     return TBuildResult::kOk;

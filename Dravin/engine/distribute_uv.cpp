@@ -7,10 +7,15 @@
 #include <fmt/format.h>
 
 #include "Dravin/engine/build_items.h"
+#include "Dravin/engine/distribute_grid.h"
+#include "Dravin/engine/item_budget.h"
 #include "Dravin/engine/item_pipeline.h"
 #include "host/base/thread_pool.h"
 
 namespace {
+
+// Cells of a row after which a task tells how many items it has made.
+constexpr int64_t kCellsOfPiece = 256;
 
 // One surface of the distribution.
 struct UvSurface {
@@ -24,7 +29,7 @@ struct UvSurface {
 class UvTask {
 public:
     UvTask(const TBuildInput& input, const TGeometryChoice& geometry, const UvSurface& uv,
-           int32_t decimation, TRowSlice slice, TDravinItemList& items)
+           int32_t decimation, TRowSlice slice, TDravinItemList& items, TItemBudget& budget)
         : m_input(input),
           m_geometry(geometry),
           m_uv(uv),
@@ -32,30 +37,33 @@ public:
           m_slice(slice),
           m_pipeline(input, geometry, items),
           m_effects(m_pipeline.Effects()),
+          m_share(budget),
           m_ordinal(input.randomizeStacked ? uint32_t(uv.surface.listIndex) : 0) {
         m_factors.hasSurfaces = true;
     }
 
     const TTaskCounts& Counts() { return m_pipeline.Counts(); }
 
-    TBuildResult Run() {
+    // Ends early where the budget is spent.
+    void Run() {
         const TGrid& g = m_uv.grid;
         int64_t firstRow = g.firstRow + m_slice.first;
         for (int64_t row = firstRow; row < firstRow + m_slice.count; ++row) {
             if (m_input.progress) m_input.progress->Add(1);
             if (row % m_decimation != 0) continue;
+            if (!MayGoOn()) return;
             for (int64_t column = g.firstColumn; column < g.firstColumn + g.columns; ++column) {
                 if (column % m_decimation != 0) continue;
-                if (m_input.render && int64_t(m_effects.NumProduced()) > m_input.renderLimit)
-                    return TBuildResult::kTooManyItems;
+                if (column % kCellsOfPiece == 0 && !MayGoOn()) return;
                 ProcessCell(column, row);
             }
         }
         m_effects.Flush();
-        return TBuildResult::kOk;
+        MayGoOn();
     }
 
 private:
+    bool MayGoOn() { return m_share.Tell(m_effects.NumProduced()); }
     TRejections& Rejected() { return m_pipeline.Rejected(); }
 
     void ProcessCell(int64_t column, int64_t row) {
@@ -231,6 +239,7 @@ private:
     TItemPipeline m_pipeline;
     TFinishFactors m_factors;
     TEffectStage& m_effects;
+    TItemShare m_share;
     uint32_t m_ordinal;
 };
 
@@ -253,20 +262,17 @@ TBuildResult DistributeSurface(const TBuildInput& input, const TGeometryChoice& 
     std::vector<TDravinItemList> parts;
     for (size_t i = 0; i < slices.size(); ++i) parts.emplace_back(items.Groups());
     items.ShareSpare(parts);
-    std::vector<TBuildResult> results(slices.size(), TBuildResult::kOk);
     std::vector<TTaskCounts> counts(slices.size());
+    TItemBudget budget(input, items);
     ParallelFor(slices.size(), input.threads, [&](size_t i) {
-        UvTask task(input, geometry, uv, statistics.decimation, slices[i], parts[i]);
-        results[i] = task.Run();
+        UvTask task(input, geometry, uv, statistics.decimation, slices[i], parts[i], budget);
+        task.Run();
         counts[i] = task.Counts();
     });
     for (const TTaskCounts& c : counts) statistics.Add(c);
-    for (size_t i = 0; i < slices.size(); ++i) {
-        if (results[i] != TBuildResult::kOk) return results[i];
-        items.Splice(std::move(parts[i]));
-    }
-    bool full = input.render && int64_t(items.Count()) > input.renderLimit;
-    return full ? TBuildResult::kTooManyItems : TBuildResult::kOk;
+    if (budget.Result() != TBuildResult::kOk) return budget.Result();
+    for (TDravinItemList& part : parts) items.Splice(std::move(part));
+    return TBuildResult::kOk;
 }
 
 }  // namespace
@@ -291,7 +297,8 @@ TBuildResult DistributeImageUV(const TBuildInput& input, const TGeometryChoice& 
         TGridResult laid = MakeGrid(settings, {}, {{b.min.x, b.min.y, 0}, {b.max.x, b.max.y, 0}},
                                     &uv.grid, perUnit);
         if (laid == TGridResult::kTooDense) return TBuildResult::kDensityTooHigh;
-        if (laid == TGridResult::kEmpty) continue;
+        NoteEmptyGrid(laid, statistics);
+        if (laid != TGridResult::kOk) continue;
         statistics.cellsInArea =
             int32_t(std::min<int64_t>(uv.grid.cells, std::numeric_limits<int32_t>::max()));
         TBuildResult result = DistributeSurface(input, geometry, uv, items, statistics);

@@ -29,7 +29,7 @@ TGridResult MakeGrid(const TGridSettings& s, const TGridArea& area, const Box3& 
     g.dy = s.lockRatio ? double(float(g.dx) * float(g.py) / float(g.px))
                        : double(s.unitsY) * scale / g.py / perUnit;
     bool largeEnough = g.dx * perUnit >= kSmallestCell && g.dy * perUnit >= kSmallestCell;
-    if (!largeEnough) return TGridResult::kEmpty;
+    if (!largeEnough) return TGridResult::kCellsTooSmall;
     g.offsetX = s.textureOnSurface ? 0 : s.offsetX / perUnit;
     g.offsetY = s.textureOnSurface ? 0 : s.offsetY / perUnit;
     g.areaThreshold = s.thresholdPercent * area.thresholdPercent * 0.01f;
@@ -46,11 +46,10 @@ TGridResult MakeGrid(const TGridSettings& s, const TGridArea& area, const Box3& 
     if (!(nx * ny < kMostCells)) return TGridResult::kTooDense;
     g.cells = int64_t(nx) * int64_t(ny);
 
-    // Cells so far from the map's origin that their numbers are no longer exact make no grid.
     bool exact =
         std::max(std::abs(x0), std::abs(x1)) + std::abs(g.offsetX) < kLargestIndex * g.dx &&
         std::max(std::abs(y0), std::abs(y1)) + std::abs(g.offsetY) < kLargestIndex * g.dy;
-    if (!exact) return TGridResult::kEmpty;
+    if (!exact) return TGridResult::kCellsTooFar;
     g.firstColumn = std::llround((x0 - g.offsetX) / g.dx);
     g.firstRow = std::llround((y0 - g.offsetY) / g.dy);
     g.columns = std::max<int64_t>(0, std::llround((x1 - g.X(g.firstColumn)) / g.dx) + 1);

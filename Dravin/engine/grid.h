@@ -45,15 +45,16 @@ struct TGrid {
     double Y(int64_t row) const { return double(row) * dy + offsetY; }
 };
 
-enum class TGridResult { kOk, kEmpty, kTooDense };
+// All but kOk make no cells; only kTooDense is an error.
+enum class TGridResult { kOk, kEmpty, kTooDense, kCellsTooSmall, kCellsTooFar };
 
 // Distribution frame of the settings: rotated when the angle is at least 0.01 rad.
 Matrix3 DistributionFrame(const TGridSettings& settings);
 
-// Lays the grid over `bounds` (distribution frame). kEmpty: cells too small or too many to count;
-// kTooDense: above the limit. Nothing is allocated.
-// perUnit: object units in one unit of the bounds' space, which divide sizes and offsets (a grid in
-// texture space).
+// Lays the grid over `bounds` (distribution frame). kTooDense: above the limit, or more cells than
+// can be counted; kCellsTooFar: so far from the map's origin that their numbers are no longer
+// exact. Nothing is allocated. perUnit: object units in one unit of the bounds' space, which divide
+// sizes and offsets (a grid in texture space).
 TGridResult MakeGrid(const TGridSettings& settings, const TGridArea& area, const Box3& bounds,
                      TGrid* grid, double perUnit = 1);
 

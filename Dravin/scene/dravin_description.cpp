@@ -6,6 +6,7 @@
 
 #include "Dravin/effects/effect_list.h"
 #include "Dravin/scene/dravin_rows.h"
+#include "host/base/log.h"
 #include "host/base/text.h"
 
 void RegisterLodNode(SceneFormats& formats);
@@ -93,7 +94,11 @@ public:
                     (desc.id == kGeomParams && geometryRows && IsAmong(GeometryRowIds(), def.id)) ||
                     (desc.id == kAreaParams && areaRows && IsAmong(AreaRowIds(), def.id)) ||
                     (desc.id == kEffectParams && effectRows && IsAmong(EffectRowIds(), def.id));
-                if (inRows || def.transient || def.type == ParamType::kReference) continue;
+                if (inRows || def.transient) continue;
+                if (def.type == ParamType::kReference) {
+                    WarnOfDropped(*dravin, block, def);
+                    continue;
+                }
                 if (IsChanged(block, def)) params[def.name] = WriteParam(block, def, writer);
             }
         }
@@ -109,6 +114,19 @@ public:
 private:
     static void Add(Json& keys, const char* key, const Json& value) {
         if (!value.is_null()) keys[key] = value;
+    }
+    // Controllers and painted polygons have no form outside rows.
+    static void WarnOfDropped(const TDravin& object, const IParamBlock2& block,
+                              const ParamDef& def) {
+        int dropped = 0;
+        for (int i = 0; def.list && i < block.Count(def.id); ++i)
+            dropped += block.GetReference(def.id, 0, i) != nullptr;
+        if (dropped == 0) return;
+        INode* node = GetWorldNode(object);
+        LogWarning(fmt::format(
+            "{}: {} entries of \"{}\" are left out of the description, as its rows have kinds or "
+            "lengths that no row can state",
+            node ? node->GetName() : "", dropped, def.name));
     }
     // Lists of unequal length have no row form and are written as they are.
     static bool HasRows(const TDravin& object, DravinBlockId block, std::span<const ParamID> ids,

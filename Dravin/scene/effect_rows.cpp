@@ -17,8 +17,6 @@ using namespace effectParams;
 
 namespace {
 
-constexpr uint64_t kMaxProgramSize = 16 << 20;
-
 // Kinds of parameters: the word, the kind's number, the kind of number, and, for numbers, the lists
 // of value, minimum, maximum and default.
 struct Kind {
@@ -71,7 +69,12 @@ std::string ReadProgramFile(DescriptionObject& keys, const DescriptionValue& val
     if (!shipped) path = context.FileOf(value);
     if (shipped && !FindShippedEffect(value.AsText(), &path, &error)) value.Fail(error);
     if (path.empty()) return {};
-    auto bytes = ReadWholeFile(path, kMaxProgramSize, &error);
+    std::optional<uint64_t> size = RegularFileSize(path, &error);
+    if (size && *size > kMaxEffectBytes) {
+        value.Fail(TooLargeEffect(path, *size), DescriptionErrorClass::kLimit);
+        return {};
+    }
+    auto bytes = ReadWholeFile(path, kMaxEffectBytes, &error);
     if (!bytes) value.Fail(error, DescriptionErrorClass::kMissingInput);
     return bytes.value_or("");
 }
@@ -238,6 +241,13 @@ void WarnWhereEmpty(const TEffectParameterDefinition& p, const DescriptionValue&
         row.Warn(fmt::format("no node for \"{}\": the object's own origin serves", p.name));
 }
 
+void WarnWhereNothingRuns(const std::string& xml, const std::string& name,
+                          const DescriptionValue& row) {
+    auto definition = ReadEffectDefinition(xml, nullptr);
+    if (definition && Trim(definition->expression).empty())
+        row.Warn(fmt::format("the effect \"{}\" is empty and does nothing", name));
+}
+
 // The parameters of one effect: those that the row states, then the others of the definition.
 void ReadParameters(DescriptionObject& keys, const std::string& xml, const std::string& effectId,
                     RowReader& reader, const IParamBlock2& block, std::set<std::string>& taken,
@@ -336,6 +346,7 @@ void ReadEffectRows(TDravin& object, const DescriptionValue& rows,
         reader.Put(kEfnamelist, name);
         std::string xml = ReadProgram(keys, name, context);
         reader.Put(kEfxmllist, xml);
+        WarnWhereNothingRuns(xml, name, value);
         reader.Column(keys, "enabled", kEfenablelist, int32_t{1});
         ReadParameters(keys, xml, id, reader, block, parameterIds, context);
         keys.Finish();

@@ -134,21 +134,37 @@ bool CheckSurfaces(std::span<INode* const> nodes) {
     return true;
 }
 
-bool WriteGltf(const std::string& path, std::span<const SceneDravin> objects, const Scene& scene,
-               std::span<INode* const> surfaces, const BuildOptions& options, std::string* error) {
-    std::vector<std::unique_ptr<IInstanceSource>> sources;
-    std::vector<const IInstanceSource*> borrowed;
+// Instances of all objects; a source that cannot have them all refuses, and the error is printed.
+bool MakeSources(std::span<const SceneDravin> objects,
+                 std::vector<std::unique_ptr<IInstanceSource>>* sources) {
     for (const SceneDravin& dravin : objects) {
-        sources.push_back(dravin.object->Build().MakeInstanceSource());
-        borrowed.push_back(sources.back().get());
+        sources->push_back(dravin.object->Build().MakeInstanceSource());
+        std::string refusal = sources->back()->Refusal();
+        if (refusal.empty()) continue;
+        PrintError(refusal);
+        return false;
     }
+    return true;
+}
+
+ExitCode WriteGltf(const std::string& path, std::span<const SceneDravin> objects, Scene& scene,
+                   const BuildOptions& options) {
+    TimeValue time = options.time.value_or(scene.GetTime());
+    std::vector<INode*> surfaces;
+    if (options.surfaces) surfaces = SurfaceNodes(objects, time);
+    std::vector<std::unique_ptr<IInstanceSource>> sources;
+    if (!CheckSurfaces(surfaces) || !MakeSources(objects, &sources)) return kExitLimit;
+    std::vector<const IInstanceSource*> borrowed;
+    for (const auto& source : sources) borrowed.push_back(source.get());
     std::vector<std::shared_ptr<const Mesh>> keep;
-    std::vector<GltfStaticMesh> meshes =
-        SurfaceMeshes(surfaces, options.time.value_or(scene.GetTime()), keep);
+    std::vector<GltfStaticMesh> meshes = SurfaceMeshes(surfaces, time, keep);
     GltfOptions gltf;
     gltf.flat = options.flat;
     gltf.unitScale = scene.unitScale;
-    return ExportGltf(path, borrowed, meshes, gltf, error);
+    std::string error;
+    if (ExportGltf(path, borrowed, meshes, gltf, &error)) return kExitDone;
+    PrintError(error);
+    return kExitNoOutput;
 }
 
 void TellOfOutput(const std::string& path, std::span<const SceneDravin> objects) {
@@ -193,17 +209,15 @@ ExitCode WriteBuildOutput(const std::string& path, std::span<const SceneDravin> 
                           Scene& scene, const std::vector<std::string>& fields,
                           const BuildOptions& options) {
     std::string ending = EndingOf(path), error;
-    bool isTable = ending == ".csv" || ending == ".npz", written = false;
+    bool written = false;
     if (ending == ".json") {
         written = WriteJson(path, objects, fields, options, &error);
-    } else if (isTable) {
+    } else if (ending == ".csv" || ending == ".npz") {
         written = WriteTables(path, ending, objects, fields, options, &error);
+    } else if (ExitCode code = WriteGltf(path, objects, scene, options); code == kExitDone) {
+        written = true;
     } else {
-        std::vector<INode*> surfaces;
-        if (options.surfaces)
-            surfaces = SurfaceNodes(objects, options.time.value_or(scene.GetTime()));
-        if (!CheckSurfaces(surfaces)) return kExitLimit;
-        written = WriteGltf(path, objects, scene, surfaces, options, &error);
+        return code;
     }
     if (!written) PrintError(error);
     if (written && path != "-") TellOfOutput(path, objects);

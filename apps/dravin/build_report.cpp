@@ -1,5 +1,7 @@
 #include "apps/dravin/build_report.h"
 
+#include <limits>
+
 #include <fmt/format.h>
 
 #include "host/base/text.h"
@@ -19,28 +21,51 @@ std::string StatusText(const SceneDravin& dravin) {
                        int(dravin.object->Build().Status()), text);
 }
 
+// Of a limit that a build without limits has met: what numbers can hold.
+constexpr const char* kNoOption = "no option raises this";
+
+std::string DensityRemedy(const TDravinBuild& build) {
+    const IParamBlock2& block = build.GetObject().Block(kDistParams);
+    bool isLimited =
+        !build.Flags().unprotected && block.GetInt(distParams::kMaxdensity, build.Time()) > 0;
+    const char* more =
+        "raise \"maxdensity\" (millions of cells; 0 is no limit), or give --no-limit";
+    return fmt::format("enlarge \"units_x\" and \"units_y\", {}",
+                       isLimited
+                           ? std::string("or ") + more
+                           : fmt::format("as so many cells cannot be counted; {}", kNoOption));
+}
+
+std::string ItemsRemedy(const TDravinBuild& build) {
+    if (build.Flags().noLimit)
+        return fmt::format("more than {} items cannot be numbered; {}",
+                           FormatGrouped(std::numeric_limits<int32_t>::max()), kNoOption);
+    return fmt::format("raise \"{}\", or give --no-limit",
+                       build.IsRender() ? "rmaxitems" : "vmaxitems");
+}
+
 // What to change, in the words of a scene description; empty where the status says it all.
 std::string Remedy(const TDravinBuild& build) {
-    const char* limit = build.IsRender() ? "rmaxitems" : "vmaxitems";
     switch (build.Status()) {
         case TBuildStatus::kNoIncludeAreas:
             return "name the ground in \"surflist\", or give \"areas\" a row that includes";
         case TBuildStatus::kNoDistributionMap:
             return "name an image in \"mapname\" or a texture map in \"distmap\"";
         case TBuildStatus::kDensityTooHigh:
-            return "enlarge \"units_x\" and \"units_y\", or raise \"maxdensity\" (millions of "
-                   "cells; 0 is no limit)";
+            return DensityRemedy(build);
         case TBuildStatus::kTooManyItems:
-            return fmt::format("raise \"{}\", or build with --no-limit", limit);
+            return ItemsRemedy(build);
         case TBuildStatus::kTooManyFaces:
-            return "raise \"maxfaces\" (millions), or build with --no-limit";
+            return "raise \"maxfaces\" (millions), or give --no-limit";
         case TBuildStatus::kEmptyGeometryList:
             return "give \"geometry\" a row with an object or a template";
         case TBuildStatus::kNoReferenceObject:
             return "name the objects to scatter at in \"reflist\"";
         case TBuildStatus::kNoItems:
-        case TBuildStatus::kNoVisibleItems:
-            return MostRejectedText(build.Statistics());
+        case TBuildStatus::kNoVisibleItems: {
+            std::string noCells = NoCellsText(build.Statistics());
+            return noCells.empty() ? MostRejectedText(build.Statistics()) : noCells;
+        }
         default:
             return {};
     }
@@ -70,6 +95,10 @@ ExitCode ReportBuild(const SceneDravin& dravin, bool keepGoing) {
     if (!dravin.object->Build().Failure().empty()) {  // it broke off
         PrintError(fmt::format("{}: {}", dravin.node->GetName(), dravin.object->Build().Failure()));
         return dravin.object->Build().RanOutOfMemory() ? kExitLimit : kExitFailed;
+    }
+    if (!dravin.object->Build().Refusal().empty()) {
+        PrintError(fmt::format("{}: {}", dravin.node->GetName(), dravin.object->Build().Refusal()));
+        return kExitLimit;
     }
     PrintError(StatusText(dravin));
     if (std::string remedy = Remedy(dravin.object->Build()); !remedy.empty()) PrintNote(remedy);

@@ -34,7 +34,7 @@ ExitCode BuildAll(std::span<const SceneDravin> objects, TimeValue time,
     TBuildFlags flags;
     flags.noMesh = true;
     flags.render = !options.viewport;
-    flags.noLimit = options.noLimit;
+    flags.noLimit = flags.unprotected = options.noLimit;
     flags.forceThreads = options.threads;
     ExitCode code = kExitDone;
     for (const SceneDravin& dravin : objects) {

@@ -59,8 +59,8 @@ ExitCode RunDemo(const DemoCommandOptions& options) {
     render.time = 0;
     render.threads = options.threads;
     render.allowEmpty = true;  // few items leave some of the demo's objects without any
-    auto setup = SetUpRender(session, render);
-    if (!setup) return kExitFailed;
+    RenderSetup setup;
+    if (ExitCode code = SetUpRender(session, render, &setup); code != kExitDone) return code;
     auto objects = session.FindObjects("");
     for (const SceneDravin& dravin : *objects) PrintPanel(dravin);
 
@@ -73,7 +73,7 @@ ExitCode RunDemo(const DemoCommandOptions& options) {
         code != kExitDone)
         return code;
     PrintNote(fmt::format("rendering {}", picture));
-    if (ExitCode code = RenderToFile(*setup, picture); code != kExitDone) return code;
+    if (ExitCode code = RenderToFile(setup, picture); code != kExitDone) return code;
     PrintResult(
         fmt::format("\nThe demo took {:.0f} s. Look at {}, read {}, and try\n"
                     "  dravin build {} -o items.csv\n"

@@ -20,8 +20,6 @@ namespace {
 
 using namespace tavuvm_expr;
 
-constexpr uint64_t kMaxProgramSize = 16 << 20;
-
 // Whether a person could have written it: hardly any control characters, no NUL bytes in a row.
 bool IsText(std::string_view bytes) {
     auto isControl = [](unsigned char c) { return c < 0x20 && !std::strchr("\t\n\v\f\r", c); };
@@ -35,14 +33,12 @@ ExitCode ReadProgram(std::string file, TEffectDefinition* definition) {
     std::string error, noName;
     std::optional<uint64_t> size = RegularFileSize(file, &error);
     if (!size && FindShippedEffect(file, &file, &noName)) size = RegularFileSize(file, &error);
-    if (size && *size > kMaxProgramSize) {
-        PrintError(fmt::format("{}: {} bytes, an effect has {} at most; split it into several",
-                               file, FormatGrouped(int64_t(*size)),
-                               FormatGrouped(kMaxProgramSize)));
+    if (size && *size > kMaxEffectBytes) {
+        PrintError(TooLargeEffect(file, *size));
         return kExitLimit;
     }
     std::optional<std::string> text;
-    if (size) text = ReadWholeFile(file, kMaxProgramSize, &error);
+    if (size) text = ReadWholeFile(file, kMaxEffectBytes, &error);
     if (!text) {
         PrintError(error);
         return kExitMissingInput;

@@ -10,12 +10,10 @@
 
 namespace {
 
-constexpr uint64_t kMaxDefinitionSize = 1 << 20;
-
 std::optional<TEffectDefinition> ReadShipped(const std::string& name, std::string* error) {
     std::string path;
     if (!FindShippedEffect(name, &path, error)) return std::nullopt;
-    auto text = ReadWholeFile(path, kMaxDefinitionSize, error);
+    auto text = ReadWholeFile(path, kMaxEffectBytes, error);
     if (!text) return std::nullopt;
     return ReadEffectDefinition(*text, error);
 }

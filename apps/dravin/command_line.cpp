@@ -8,12 +8,13 @@
 #include "Dravin/config/version.h"
 #include "apps/dravin/build_outputs.h"
 #include "apps/dravin/shell_texts.h"
+#include "host/base/input_limit.h"
 #include "host/base/text.h"
+#include "host/render/render_scene.h"
 
 namespace {
 
 const std::map<std::string, int> kLogLevels{{"none", 0}, {"normal", 1}, {"debug", 2}};
-constexpr int kMaxSide = 65536;  // of a picture, pixels
 constexpr int kMaxThreads = 1024;
 
 // A list separated by commas.
@@ -43,22 +44,20 @@ std::string ParseSize(const std::string& text, RenderOptions& o) {
         int value = 0;
         auto [end, error] = std::from_chars(first, last, value);
         out = value;
-        return error == std::errc() && end == last && value >= 1 && value <= kMaxSide;
+        return error == std::errc() && end == last && value >= 1;
     };
     size_t x = text.find('x');
     const char* start = text.data();
     bool good = x != text.npos && side(start, start + x, o.width) &&
                 side(start + x + 1, start + text.size(), o.height);
-    return good ? ""
-                : fmt::format("expected WIDTHxHEIGHT, each from 1 to {}, for instance 1280x720",
-                              kMaxSide);
+    return good ? "" : "expected WIDTHxHEIGHT in pixels, for instance 1280x720";
 }
 
 // The first argument that is no option: the command, if it is one.
 std::string FirstWord(int argc, const char* const* argv) {
     for (int i = 1; i < argc; ++i) {
         std::string word = argv[i];
-        if (word == "--log-level")
+        if (word == "--log-level" || word == "--input-limit")
             ++i;
         else if (!word.starts_with("-"))
             return word;
@@ -92,6 +91,7 @@ CommandLine::CommandLine()
                     "none, normal or debug: what the engine tells of its work")
         ->transform(CLI::CheckedTransformer(kLogLevels).description(""))
         ->type_name("LEVEL");
+    AddLimits();
     m_app.footer(
         "Try `dravin demo`, or `dravin help COMMAND` for options and examples of a command.");
     AddBuild();
@@ -102,6 +102,27 @@ CommandLine::CommandLine()
     AddEffect();
     AddDemo();
     AddHelp();
+}
+
+void CommandLine::AddLimits() {
+    m_app
+        .add_option("--input-limit", m_inputMebibytes,
+                    fmt::format("mebibytes that one input file may take in memory (default: {})",
+                                kDefaultInputLimit >> 20))
+        ->check(CLI::Range(uint64_t{1}, kNoInputLimit >> 20))
+        ->type_name("MIB");
+    AddNoLimit(&m_app);
+}
+
+void CommandLine::AddNoLimit(CLI::App* app) {
+    app->add_flag("--no-limit", m_noLimit,
+                  "lift whatever only protects: limits of items, cells, inputs, pictures, memory");
+}
+
+void CommandLine::SetLimits() {
+    m_build.noLimit = m_render.noLimit = m_noLimit;
+    if (m_inputMebibytes > 0) SetInputLimit(m_inputMebibytes << 20);
+    if (m_noLimit) SetInputLimit(kNoInputLimit);
 }
 
 CLI::App* CommandLine::Add(const std::string& name, const std::string& what,
@@ -127,7 +148,7 @@ void CommandLine::AddBuild() {
                                  "what a viewport shows: thinned, collisions only if previewed");
     c->add_flag("--render", m_rendered, "what will be rendered (the default)")->excludes(viewport);
     AddThreads(c, o.threads);
-    c->add_flag("--no-limit", o.noLimit, "all items, whatever the display limits say");
+    AddNoLimit(c);
     AddList(c, "--fields", o.fields, "item fields, or all");
     c->add_option("-o,--output", o.outputs,
                   fmt::format("output by ending: {}, which is JSON on standard output; several may "
@@ -158,14 +179,15 @@ void CommandLine::AddRender() {
              if (std::string wrong = ParseSize(text, o); !wrong.empty())
                  throw CLI::ValidationError("--size", wrong);
          },
-         "size in pixels (default: the scene's)")
+         fmt::format("size in pixels, up to {} a side (default: the scene's)", kMaxPictureSide))
         ->type_name("WIDTHxHEIGHT");
-    c->add_option("--samples", o.samples, "rays a pixel, 1 to 65536")
-        ->check(CLI::Range(1, 65536))
+    c->add_option("--samples", o.samples, fmt::format("rays a pixel, 1 to {}", kMaxSamples))
+        ->check(CLI::PositiveNumber.description(""))
         ->type_name("N");
     c->add_option("--camera", o.camera, "name of a camera node")->type_name("NAME");
     AddTime(c, o.time);
     AddThreads(c, o.threads);
+    AddNoLimit(c);
 }
 
 void CommandLine::AddInfo() {
@@ -307,6 +329,7 @@ ExitCode CommandLine::Run(int argc, const char* const* argv) {
         return kExitUsage;
     }
     SetUpConsole(m_console);
+    SetLimits();
     SilenceLibraries();
     return m_run();
 }

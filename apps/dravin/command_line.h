@@ -34,6 +34,9 @@ private:
     void AddEffect();
     void AddDemo();
     void AddHelp();
+    void AddLimits();
+    void AddNoLimit(CLI::App* app);
+    void SetLimits();
     ExitCode Help();
     std::string WrongUsage(const CLI::ParseError& error, const CLI::App& command) const;
 
@@ -49,5 +52,6 @@ private:
     std::string m_listedEffect;
     DemoCommandOptions m_demo;
     std::string m_helpFor, m_completionFor;
-    bool m_manual = false, m_rendered = false;
+    bool m_manual = false, m_rendered = false, m_noLimit = false;
+    uint64_t m_inputMebibytes = 0;  // 0: as usual
 };

@@ -25,9 +25,9 @@ ExitCode RunRender(const RenderOptions& options) {
     if (ExitCode code = CheckNotInputs({{options.output}}, session.Inputs()); code != kExitDone)
         return code;
     if (!CheckCamera(session.GetScene(), options.camera)) return kExitUsage;
-    auto setup = SetUpRender(session, options);
-    if (!setup) return kExitFailed;
+    RenderSetup setup;
+    if (ExitCode code = SetUpRender(session, options, &setup); code != kExitDone) return code;
     if (ExitCode code = CheckNotInputs({{options.output}}, session.Inputs()); code != kExitDone)
         return code;
-    return RenderToFile(*setup, options.output);
+    return RenderToFile(setup, options.output);
 }

@@ -9,11 +9,11 @@
 
 struct BuildOptions {
     std::string scene;
-    std::string object;       // empty: all
-    std::optional<int> time;  // ticks; none: the scene's
-    bool viewport = false;    // what a viewport shows, instead of what will be rendered
-    int threads = 0;          // 0: as the parameters say
-    bool noLimit = false;
+    std::string object;                // empty: all
+    std::optional<int> time;           // ticks; none: the scene's
+    bool viewport = false;             // what a viewport shows, instead of what will be rendered
+    int threads = 0;                   // 0: as the parameters say
+    bool noLimit = false;              // as --no-limit
     std::vector<std::string> fields;   // empty: the default ones; "all" for all
     std::vector<std::string> outputs;  // by ending; none: the statistics panel
     bool flat = false;                 // glTF: plain nodes instead of instancing
@@ -26,6 +26,7 @@ ExitCode RunBuild(const BuildOptions& options);
 struct RenderOptions {
     std::string scene, output, camera;
     std::optional<int> width, height, samples, time;
+    bool noLimit = false;     // as --no-limit
     bool allowEmpty = false;  // an object that ends up without items is left out, not a failure
     int threads = 0;
 };

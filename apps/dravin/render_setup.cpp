@@ -103,10 +103,11 @@ void AddMeshes(Scene& scene, TimeValue t, RenderSetup& setup) {
     }
 }
 
-bool AddItems(Session& session, TimeValue t, const RenderOptions& options, RenderSetup& setup) {
+ExitCode AddItems(Session& session, TimeValue t, const RenderOptions& options, RenderSetup& setup) {
     TBuildFlags flags;
     flags.render = true;
     flags.noMesh = true;
+    flags.noLimit = flags.unprotected = options.noLimit;
     flags.forceThreads = options.threads;
     for (INode* node : session.GetScene().Nodes()) {
         auto* object = dynamic_cast<TDravin*>(node->GetObjectRef());
@@ -116,12 +117,16 @@ bool AddItems(Session& session, TimeValue t, const RenderOptions& options, Rende
         bool isEmpty = status == TBuildStatus::kNoItems || status == TBuildStatus::kNoVisibleItems;
         if (isEmpty && options.allowEmpty)
             PrintNote(fmt::format("{}: no items", node->GetName()));
-        else if (ReportBuild({node, object}, false) != kExitDone)
-            return false;
+        else if (ExitCode code = ReportBuild({node, object}, false); code != kExitDone)
+            return code;
         setup.sources.push_back(object->Build().MakeInstanceSource());
+        if (std::string refusal = setup.sources.back()->Refusal(); !refusal.empty()) {
+            PrintError(refusal);
+            return kExitLimit;
+        }
         setup.scene.sources.push_back(setup.sources.back().get());
     }
-    return true;
+    return kExitDone;
 }
 
 // Needs the size of the picture.
@@ -182,8 +187,8 @@ bool CheckCamera(const Scene& scene, const std::string& name) {
     return false;
 }
 
-std::optional<RenderSetup> SetUpRender(Session& session, const RenderOptions& options) {
-    RenderSetup setup;
+ExitCode SetUpRender(Session& session, const RenderOptions& options, RenderSetup* out) {
+    RenderSetup& setup = *out;
     TimeValue time = options.time.value_or(session.GetScene().GetTime());
     const SceneRenderSettings& r = session.GetScene().render;
     setup.settings.width = options.width.value_or(r.width);
@@ -191,7 +196,12 @@ std::optional<RenderSetup> SetUpRender(Session& session, const RenderOptions& op
     setup.settings.samples = options.samples.value_or(r.samples);
     setup.settings.exposure = r.exposure;
     setup.settings.threads = options.threads > 0 ? options.threads : NumProcessors();
-    if (!AddItems(session, time, options, setup)) return std::nullopt;
+    setup.settings.noLimit = options.noLimit;
+    if (std::string refusal = PictureRefusal(setup.settings); !refusal.empty()) {
+        PrintError(refusal);
+        return kExitLimit;
+    }
+    if (ExitCode code = AddItems(session, time, options, setup); code != kExitDone) return code;
     AddMeshes(session.GetScene(), time, setup);
     MapUpdate maps(time);
     for (const RenderNode& node : setup.scene.nodes) maps.Add(node.mtl);
@@ -199,7 +209,7 @@ std::optional<RenderSetup> SetUpRender(Session& session, const RenderOptions& op
         for (size_t p = 0; p < source->NumPrototypes(); ++p) maps.Add(source->PrototypeMtl(p));
     SetLight(session.GetScene(), time, setup.scene);
     SetCamera(session, options.camera, time, setup);
-    return setup;
+    return kExitDone;
 }
 
 ExitCode RenderToFile(const RenderSetup& setup, const std::string& output) {
@@ -213,7 +223,7 @@ ExitCode RenderToFile(const RenderSetup& setup, const std::string& output) {
     }
     if (outcome.status != RenderStatus::kDone) {
         PrintError(outcome.error);
-        return kExitFailed;
+        return outcome.status == RenderStatus::kRefused ? kExitLimit : kExitFailed;
     }
     if (std::string error = WritePicture(output, outcome.picture); !error.empty()) {
         PrintError(error);

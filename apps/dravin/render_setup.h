@@ -2,7 +2,6 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -25,9 +24,9 @@ bool CheckCamera(const Scene& scene, const std::string& name);
 
 // Builds all visible scatter objects with render settings and collects the rest. The options'
 // camera: a camera node's name, which must have passed CheckCamera, or empty for the scene's own,
-// else its first camera, else the active view, else one that sees everything. None, with the error
-// printed, when a build failed.
-std::optional<RenderSetup> SetUpRender(Session& session, const RenderOptions& options);
+// else its first camera, else the active view, else one that sees everything. Not done, with the
+// error printed, when a limit refuses the picture or a build failed.
+ExitCode SetUpRender(Session& session, const RenderOptions& options, RenderSetup* setup);
 
 // Renders with a progress bar on a terminal, and writes the image by its ending.
 ExitCode RenderToFile(const RenderSetup& setup, const std::string& output);

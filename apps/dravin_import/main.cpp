@@ -17,6 +17,7 @@
 #include "apps/dravin_import/converter.h"
 #include "apps/dravin_import/guarded_files.h"
 #include "host/base/text.h"
+#include "host/io/import_helper.h"
 
 namespace {
 
@@ -63,7 +64,7 @@ int main(int argc, char** argv) {
     try {
         answer = ReadModel(argv[1], {argv + 4, argv + argc});
     } catch (const std::bad_alloc&) {
-        answer = WriteFailureStream("it needs more memory than the limit allows");
+        return kHelperOutOfMemory;
     } catch (const std::exception& failure) {
         answer = WriteFailureStream(failure.what());
     }

@@ -19,11 +19,10 @@ public:
         return {m_heights, {}, {}, {}, {}};
     }
     MeshPtr MakePrimitive(const PrimitiveOrigin&) override { return m_triangle; }
-    std::shared_ptr<Texmap> MakeTexmap(const TexmapDescription& description,
-                                       std::string* error) override {
+    TexmapLoad MakeTexmap(const TexmapDescription& description) override {
         TexmapDescription harmless = description;
         if (harmless.type == "bitmap") harmless.type = "uvw";
-        return m_real->MakeTexmap(harmless, error);
+        return m_real->MakeTexmap(harmless);
     }
     bool DescribeTexmap(const Texmap& texmap, TexmapDescription* description) override {
         return m_real->DescribeTexmap(texmap, description);

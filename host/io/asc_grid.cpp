@@ -124,7 +124,9 @@ private:
                 fmt::format("\"{}\" is {:g}, expected a whole number above 0", key, *value));
         if (*value > kMaxSide) {
             *isLimit = true;
-            return Fail(fmt::format("\"{}\" is {:g}, at most {} are read", key, *value, kMaxSide));
+            return Fail(fmt::format(
+                "\"{}\" is {:g}, at most {} are read; cut the grid, no option raises this", key,
+                *value, kMaxSide));
         }
         *count = int(*value);
         return true;

@@ -88,17 +88,25 @@ OIIO::ImageSpec WriteSpec(const OIIO::ImageOutput& output, const Bitmap& image, 
 
 }  // namespace
 
-std::shared_ptr<const Bitmap> ReadBitmap(const std::string& file, std::string* error) {
-    return CatchImageExceptions(file, error, [&]() -> std::shared_ptr<const Bitmap> {
-        OpenedImage image = OpenImage(file);
-        if (image.input) return ReadOpened(image.input.get(), file, error);
-        *error = image.error;
+std::shared_ptr<const Bitmap> ReadImage(const std::string& file, size_t moreBytesPerPixel,
+                                        ImageError* error) {
+    return CatchImageExceptions(file, &error->text, [&]() -> std::shared_ptr<const Bitmap> {
+        OpenedImage image = OpenImage(file, {moreBytesPerPixel, 0});
+        if (image.input) return ReadOpened(image.input.get(), file, &error->text);
+        *error = {image.error, image.isLimit};
         return nullptr;
     });
 }
 
+std::shared_ptr<const Bitmap> ReadBitmap(const std::string& file, std::string* error) {
+    ImageError failure;
+    std::shared_ptr<const Bitmap> image = ReadImage(file, 0, &failure);
+    if (!image) *error = failure.text;
+    return image;
+}
+
 std::shared_ptr<const Bitmap> ReadBitmapFromMemory(std::string_view bytes, const std::string& name,
-                                                   std::string* error) {
+                                                   std::string* error, uint64_t bytesBefore) {
     PrepareImageLibrary();
     std::unique_ptr<OIIO::ImageInput> input = ImageReaderFor(bytes, name, error);
     if (!input) return nullptr;
@@ -112,7 +120,7 @@ std::shared_ptr<const Bitmap> ReadBitmapFromMemory(std::string_view bytes, const
         if (!input->supports("ioproxy") || !input->open("memory", spec, config))
             problem = ImageReason(input->geterror());
         else
-            problem = CheckImageHeader(input->spec(), bytes.size(), &isLimit);
+            problem = CheckImageHeader(input->spec(), bytes.size(), {0, bytesBefore}, &isLimit);
         if (problem.empty()) return ReadOpened(input.get(), name, error);
         *error = fmt::format("{}: cannot read the image: {}", name, problem);
         return nullptr;

@@ -6,6 +6,9 @@
 #include <fmt/format.h>
 #include <tiny_gltf.h>
 
+#include "host/base/input_limit.h"
+#include "host/math/point.h"
+
 namespace {
 
 class Reader {
@@ -118,11 +121,8 @@ private:
             if (!data)
                 return Fail(index, fmt::format("{} elements do not fit its buffer", a.count),
                             error);
-        } else if (a.count > kMaxPlainGltfElements) {
-            return Fail(index,
-                        fmt::format("{} elements without a buffer, at most {} are read", a.count,
-                                    kMaxPlainGltfElements),
-                        error);
+        } else if (a.count > MaxPlainGltfElements()) {
+            return Fail(index, TooManyPlainGltfElements(a.count), error);
         }
         auto load = [&](const unsigned char* element, size_t i) {
             for (int k = 0; k < components; ++k)
@@ -165,7 +165,22 @@ private:
     const tinygltf::Model& m_model;
 };
 
+// What an element takes as the numbers of a mesh, at the least.
+constexpr uint64_t kElementBytes = sizeof(Point3);
+
 }  // namespace
+
+uint64_t MaxPlainGltfElements() {
+    constexpr uint64_t kUsual = 1 << 20;
+    return std::max(kUsual, RaisedByInputLimit(0) / kElementBytes);
+}
+
+std::string TooManyPlainGltfElements(uint64_t count) {
+    uint64_t bytes = std::min(count, kNoInputLimit / kElementBytes) * kElementBytes;
+    return fmt::format("{} elements without a buffer, at most {} are read; {}", count,
+                       MaxPlainGltfElements(),
+                       RaiseInputLimitTo(std::max(bytes, kDefaultInputLimit + 1)));
+}
 
 bool GltfAccessors::ReadFloats(int accessor, int components, std::vector<float>& out,
                                std::string* error) const {

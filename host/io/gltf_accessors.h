@@ -9,8 +9,11 @@ namespace tinygltf {
 class Model;
 }
 
-// Elements of an accessor without a buffer, which are zeros but for sparse ones (morph targets).
-inline constexpr size_t kMaxPlainGltfElements = 1 << 20;
+// Elements that an accessor may have without a buffer, which are zeros but for sparse ones (morph
+// targets); the input limit (host/base/input_limit.h) raises it.
+uint64_t MaxPlainGltfElements();
+// "67108864 elements without a buffer, at most 1048576 are read; ..."
+std::string TooManyPlainGltfElements(uint64_t count);
 
 class GltfAccessors {
 public:

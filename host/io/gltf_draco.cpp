@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 #include <tiny_gltf.h>
 
+#include "host/base/input_limit.h"
 #include "host/io/gltf_file.h"
 #include "host/io/gltf_value.h"
 
@@ -20,6 +21,9 @@ constexpr uint64_t kMostFacesOfOneByte = 256, kSlackFaces = 1 << 16;
 // description of version 2.2 and before lays them out.
 struct Claims {
     uint64_t faces = 0, points = 0;
+
+    // Corner numbers, and a place, a normal and a texture coordinate of each point.
+    uint64_t Bytes() const { return faces * sizeof(Triple) + points * 3 * sizeof(Point3); }
 };
 
 class HeadReader {
@@ -112,8 +116,8 @@ public:
     }
 
 private:
-    bool Fail(const std::string& what) {
-        return FailImport(m_error, fmt::format("{}: {}", m_files.Path(), what));
+    bool Fail(const std::string& what, ImportFailure kind = ImportFailure::kMalformed) {
+        return FailImport(m_error, fmt::format("{}: {}", m_files.Path(), what), kind);
     }
     bool IsNormalised(int accessor) const {
         return accessor >= 0 && size_t(accessor) < m_model->accessors.size() &&
@@ -124,11 +128,12 @@ private:
     const draco::Mesh* Mesh() {
         auto [entry, isNew] = m_meshes.try_emplace(m_view);
         if (!isNew) return entry->second.get();
-        std::string problem = Decode(&entry->second);
-        if (!problem.empty()) Fail(fmt::format("packed mesh {}: {}", m_view, problem));
+        ImportFailure kind = ImportFailure::kMalformed;
+        std::string problem = Decode(&entry->second, &kind);
+        if (!problem.empty()) Fail(fmt::format("packed mesh {}: {}", m_view, problem), kind);
         return entry->second.get();
     }
-    std::string Decode(std::unique_ptr<draco::Mesh>* mesh) {
+    std::string Decode(std::unique_ptr<draco::Mesh>* mesh, ImportFailure* kind) {
         if (m_view < 0 || size_t(m_view) >= m_model->bufferViews.size()) return "no such view";
         const tinygltf::BufferView& view = m_model->bufferViews[size_t(m_view)];
         if (view.buffer < 0 || size_t(view.buffer) >= m_model->buffers.size()) return "no buffer";
@@ -144,6 +149,11 @@ private:
         if (claims.faces > most || claims.points > 3 * most)
             return fmt::format("{} faces and {} points claimed, {} bytes cannot hold them",
                                claims.faces, claims.points, view.byteLength);
+        m_claimed += claims.Bytes();
+        if (std::string heavy = OverInputLimit(m_claimed); !heavy.empty()) {
+            *kind = ImportFailure::kLimit;
+            return "with those before it, it " + heavy;
+        }
         draco::DecoderBuffer buffer;
         buffer.Init(reinterpret_cast<const char*>(bytes), view.byteLength);
         draco::Decoder decoder;
@@ -201,7 +211,8 @@ private:
     ModelFiles& m_files;
     tinygltf::Model* m_model;
     ImportError* m_error;
-    int m_view = -1;  // in hand
+    int m_view = -1;         // in hand
+    uint64_t m_claimed = 0;  // bytes that all packed meshes so far take
     static constexpr int64_t kIndices = -1;
     std::map<std::tuple<int, int64_t, bool>, int> m_accessors;  // by view, attribute, normalised
     std::map<int, std::unique_ptr<draco::Mesh>> m_meshes;

@@ -147,7 +147,9 @@ public:
 
     bool Parse(std::string_view bytes) {
         bool isBinary = bytes.substr(0, 4) == "glTF";
-        if (bytes.size() >= kMaxBufferBytes) return Fail("more than 4 GiB", ImportFailure::kLimit);
+        if (bytes.size() >= kMaxBufferBytes)
+            return Fail("more than 4 GiB, which a glTF file cannot have; no option raises this",
+                        ImportFailure::kLimit);
         std::string_view json = bytes;
         if (isBinary && !FindJson(bytes, &json)) return false;
         constexpr const char* kBlanks = " \t\r\n\xEF\xBB\xBF";

@@ -186,7 +186,7 @@ std::shared_ptr<BitmapTex> GltfMaterialReader::PackedImage(size_t index, Importe
         if (ImageKind(bytes.substr(0, kImageKindBytes), "").empty())
             reason = DescribeUnreadImage(bytes, name);
         else
-            entry->second = ReadBitmapFromMemory(bytes, name, &reason);
+            entry->second = m_files.PackedImage(bytes, name, &reason);
         if (!entry->second) m_files.Warn("texture left out: " + reason);
     }
     if (report) report->textures.push_back({"diffuse", "embedded", !bytes.empty()});

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 #include <tiny_gltf.h>
 
+#include "host/base/input_limit.h"
 #include "host/geom/mesh_tools.h"
 #include "host/io/gltf_accessors.h"
 #include "host/io/mesh_soup.h"
@@ -16,7 +17,7 @@ constexpr int kMaxSets = 8;  // of texture coordinates, and of joints
 
 // Vertices and corners that all primitives may have together: primitives share accessors, but not
 // without measure.
-constexpr uint64_t kLeastAllowance = 1 << 24, kAllowanceForByte = 16;
+constexpr uint64_t kLeastAllowance = 1 << 24, kAllowanceForByte = 16, kBytesOfCorner = 64;
 
 // Keeps the vertices that triangles use, in their order, in all channels of a mesh whose channels
 // have one value for each vertex.
@@ -51,16 +52,14 @@ bool GltfMeshReader::Weigh(ImportError* error) const {
     for (const tinygltf::Buffer& buffer : m_model.buffers) bytes += buffer.data.size();
     for (size_t a = 0; a < m_model.accessors.size(); ++a)
         if (const tinygltf::Accessor& accessor = m_model.accessors[a];
-            accessor.bufferView < 0 && accessor.count > kMaxPlainGltfElements)
-            return Fail(fmt::format("accessor {}: {} elements without a buffer, at most {} are "
-                                    "read",
-                                    a, accessor.count, kMaxPlainGltfElements),
+            accessor.bufferView < 0 && accessor.count > MaxPlainGltfElements())
+            return Fail(fmt::format("accessor {}: {}", a, TooManyPlainGltfElements(accessor.count)),
                         ImportFailure::kLimit);
     // What does not fit its buffer is told when it is read.
     auto count = [&](int accessor) {
         return accessor >= 0 && size_t(accessor) < m_model.accessors.size()
                    ? std::min<uint64_t>(m_model.accessors[size_t(accessor)].count,
-                                        kMaxPlainGltfElements + bytes)
+                                        MaxPlainGltfElements() + bytes)
                    : 0;
     };
     for (const tinygltf::Mesh& mesh : m_model.meshes)
@@ -69,11 +68,12 @@ bool GltfMeshReader::Weigh(ImportError* error) const {
             if (position != primitive.attributes.end()) claimed += count(position->second);
             claimed += count(primitive.indices);
         }
-    uint64_t most = std::max(kLeastAllowance, kAllowanceForByte * bytes);
+    uint64_t most = std::max(
+        {kLeastAllowance, kAllowanceForByte * bytes, RaisedByInputLimit(0) / kBytesOfCorner});
     return claimed <= most ||
            Fail(fmt::format("the primitives have {} vertices and corners, at most {} are read for "
-                            "{} bytes of data",
-                            claimed, most, bytes),
+                            "{} bytes of data; {}",
+                            claimed, most, bytes, RaiseInputLimitTo(claimed * kBytesOfCorner)),
                 ImportFailure::kLimit);
 }
 
@@ -90,8 +90,7 @@ bool GltfMeshReader::Read(const tinygltf::Mesh& source, const std::vector<double
         if (id == materials->size()) materials->push_back(primitive.material);
         for (Face& face : part.faces) face.matID = uint16_t(id);
         if (mesh->faces.size() + part.faces.size() > kMaxImportedFaces)
-            return Fail(fmt::format("more than {} faces", kMaxImportedFaces),
-                        ImportFailure::kLimit);
+            return Fail(TooManyImportedFaces(), ImportFailure::kLimit);
         FillMissingColors(*mesh, part);
         AppendMesh(*mesh, part);
     }

@@ -4,13 +4,13 @@
 #include <meshoptimizer.h>
 #include <tiny_gltf.h>
 
+#include "host/base/input_limit.h"
 #include "host/io/gltf_file.h"
 
 namespace {
 
 // What the codec can make of one byte at most: two bits stand for 16 equal ones.
 constexpr uint64_t kMostBytesOfOne = 64, kSlackBytes = 1 << 16;
-constexpr uint64_t kMaxUnpackedBytes = uint64_t{4} << 30;
 
 struct PackedView {
     uint64_t buffer = 0, offset = 0, length = 0, stride = 0, count = 0;
@@ -90,10 +90,8 @@ bool UnpackMeshoptViews(ModelFiles& files, tinygltf::Model* model, ImportError* 
         };
         if (!problem.empty()) return fail(problem);
         total += packed.UnpackedBytes();
-        if (total > kMaxUnpackedBytes)
-            return fail(
-                fmt::format("{} bytes unpacked, at most {} are read", total, kMaxUnpackedBytes),
-                ImportFailure::kLimit);
+        if (std::string heavy = OverInputLimit(total); !heavy.empty())
+            return fail("with those before it, it " + heavy, ImportFailure::kLimit);
         tinygltf::Buffer plain;
         const unsigned char* bytes = model->buffers[packed.buffer].data.data() + packed.offset;
         if (!Unpack(packed, bytes, plain.data)) return fail("it is damaged");

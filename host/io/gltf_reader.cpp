@@ -70,7 +70,7 @@ private:
     bool AddObject(const ImportedObject& object) {
         std::vector<ImportedObject>& objects = m_files.Model().objects;
         if (objects.size() >= kMaxGltfObjects)
-            return Fail(fmt::format("more than {} objects", kMaxGltfObjects),
+            return Fail(fmt::format("more than {} objects; no option raises this", kMaxGltfObjects),
                         ImportFailure::kLimit);
         objects.push_back(object);
         return true;

@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include "host/base/input_limit.h"
 #include "host/base/memory_size.h"
 #include "host/base/thread_pool.h"
 #include "host/io/height_source.h"
@@ -149,22 +150,28 @@ private:
         m_rows = given ? m_request.samplesY : m_window.Rows();
         const char* key = given ? "samples" : "file";
         constexpr const char* kRemedy = "give a smaller \"crop\" or fewer \"samples\"";
+        constexpr const char* kNoOption = "no option raises this";
         if (std::min(m_columns, m_rows) < 2)
             return Fail(key, "expected two whole numbers, 2 or above");
         if (std::max(m_columns, m_rows) > kMaxHeightFieldSide)
-            return FailLimit(key, fmt::format("{} x {} samples, at most {} are read each way: {}",
-                                              m_columns, m_rows, kMaxHeightFieldSide, kRemedy));
+            return FailLimit(
+                key, fmt::format("{} x {} samples, at most {} are read each way: {}; {}", m_columns,
+                                 m_rows, kMaxHeightFieldSide, kRemedy, kNoOption));
         uint64_t bytes = HeightField::BytesFor(uint64_t(m_columns), uint64_t(m_rows));
         uint64_t faces = 2 * uint64_t(m_columns - 1) * uint64_t(m_rows - 1);
         std::string what = fmt::format("{} x {} samples take about {:.2f} GB of memory", m_columns,
                                        m_rows, double(bytes) / 1e9);
         if (faces > HeightField::kMaxFaces)
             return FailLimit(
-                key, fmt::format("{} and make {} triangles, at most {} are numbered: {}", what,
-                                 faces, HeightField::kMaxFaces, kRemedy));
-        if (bytes > m_memory)
-            return FailLimit(key, fmt::format("{}, {:.2f} GB are free: {}", what,
-                                              double(m_memory) / 1e9, kRemedy));
+                key, fmt::format("{} and make {} triangles, at most {} are numbered: {}; {}", what,
+                                 faces, HeightField::kMaxFaces, kRemedy, kNoOption));
+        uint64_t sampleBytes = uint64_t(m_columns) * uint64_t(m_rows) * sizeof(float);
+        if (std::string heavy = OverInputLimit(sampleBytes); !heavy.empty())
+            return FailLimit(key, fmt::format("{} x {} samples: it {}, or {}", m_columns, m_rows,
+                                              heavy, kRemedy));
+        if (bytes > m_memory && InputLimit() != kNoInputLimit)
+            return FailLimit(key, fmt::format("{}, {:.2f} GB are free: {}, or try with --no-limit",
+                                              what, double(m_memory) / 1e9, kRemedy));
         return true;
     }
 

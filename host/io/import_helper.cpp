@@ -18,6 +18,7 @@
 #include <fmt/format.h>
 
 #include "host/base/file_input.h"
+#include "host/base/input_limit.h"
 #include "host/io/bitmap.h"
 #include "host/io/model_readers.h"
 #include "host/io/model_stream.h"
@@ -74,7 +75,10 @@ public:
             if (hasEnded) kill(-m_pid, SIGKILL);
             bool isClosed = false;
             if (!Drain(limit, answer, &isClosed))
-                return *error = fmt::format("its answer has more than {} bytes", limit), false;
+                return *error = fmt::format(
+                           "its answer has more than {} bytes; a larger --input-limit helps",
+                           limit),
+                       false;
             if (isClosed || hasEnded) return true;
             if (Clock::now() >= deadline) return *error = "it took too long", false;
             pollfd wait{m_answer, POLLIN, 0};
@@ -137,7 +141,7 @@ std::shared_ptr<BitmapTex> ToTexture(ModelFiles& files, const std::vector<Stream
     } else {
         std::string reason;
         report->textures.push_back({slot, "embedded", true});
-        auto image = ReadBitmapFromMemory(source.bytes, "packed image", &reason);
+        auto image = files.PackedImage(source.bytes, "packed image", &reason);
         if (!image) return files.Warn("texture left out: " + reason), nullptr;
         map = std::make_shared<BitmapTex>(ReadBitmap);
         map->SetImage(image);
@@ -195,7 +199,8 @@ uint64_t AnswerLimit(const HelperLimits& limits, const std::string& path) {
     constexpr uint64_t kLeastBytes = 256 << 20, kBytesForByte = 64;
     std::string ignored;
     uint64_t fileBytes = RegularFileSize(path, &ignored).value_or(0);
-    return std::min(limits.answerBytes, kLeastBytes + kBytesForByte * fileBytes);
+    return RaisedByInputLimit(
+        std::min(limits.answerBytes, kLeastBytes + kBytesForByte * fileBytes));
 }
 
 bool IsProgram(const std::filesystem::path& path) { return access(path.c_str(), X_OK) == 0; }
@@ -226,15 +231,21 @@ bool ReadByHelper(const HelperLimits& limits, ModelFiles& files, ImportError* er
         return fail(ImportFailure::kMissingInput);
     }
     Process process;
+    uint64_t memoryBytes = std::min<uint64_t>(RaisedByInputLimit(limits.memoryBytes), INT64_MAX);
     auto deadline = Clock::now() + std::chrono::seconds(limits.seconds);
     std::vector<std::string> arguments{files.Path(), fmt::format("{}", limits.seconds),
-                                       fmt::format("{}", limits.memoryBytes)};
+                                       fmt::format("{}", memoryBytes)};
     for (const std::filesystem::path& root : files.Roots()) arguments.push_back(root.string());
     if (!process.Start(program, arguments, &reason)) return fail(ImportFailure::kMissingInput);
     if (!process.Collect(deadline, AnswerLimit(limits, files.Path()), &answer, &reason))
         return fail(ImportFailure::kLimit);
-    if (int status = process.WaitUntil(deadline); status != 0)
-        return reason = DescribeEnd(status), fail(ImportFailure::kMalformed);
+    int status = process.WaitUntil(deadline);
+    if (WIFEXITED(status) && WEXITSTATUS(status) == kHelperOutOfMemory) {
+        reason = fmt::format("it needs more than {} bytes of memory; a larger --input-limit helps",
+                             memoryBytes);
+        return fail(ImportFailure::kLimit);
+    }
+    if (status != 0) return reason = DescribeEnd(status), fail(ImportFailure::kMalformed);
 
     std::optional<StreamModel> stream = ReadModelStream(answer, &reason);
     if (!stream) return fail(ImportFailure::kMalformed);

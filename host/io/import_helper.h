@@ -11,11 +11,15 @@
 #include "host/io/model_readers.h"
 
 struct HelperLimits {
-    int seconds = 120;                         // of processor and of wall-clock time
+    int seconds = 120;  // of processor and of wall-clock time
+    // The input limit (host/base/input_limit.h) raises these two.
     uint64_t memoryBytes = uint64_t{4} << 30;  // address space of the helper
     uint64_t answerBytes = uint64_t{4} << 30;  // length of the answer; for small files less
     std::string program;                       // empty: the one that FindImportHelper finds
 };
+
+// The helper's exit status when its memory does not suffice.
+inline constexpr int kHelperOutOfMemory = 5;
 
 // The helper program: named by the environment variable DRAVIN_IMPORT_HELPER, else beside the
 // program or module that holds this code, else where the build put it. Empty when there is none.

@@ -4,6 +4,8 @@
 #include <span>
 #include <unordered_map>
 
+#include <fmt/format.h>
+
 namespace {
 
 // Copies the used ones of a pool of points, numbering them anew for each object. Which object a
@@ -116,6 +118,11 @@ private:
 };
 
 }  // namespace
+
+std::string TooManyImportedFaces() {
+    return fmt::format("more than {} faces, which no option raises; split the model",
+                       kMaxImportedFaces);
+}
 
 std::vector<Mesh> MeshSoup::Split(size_t numObjects,
                                   std::vector<std::vector<uint32_t>>* materials) const {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "host/geom/mesh.h"
@@ -9,6 +10,8 @@
 inline constexpr uint32_t kNoIndex = ~uint32_t{0};
 // More faces would not fit the 32-bit corner numbers of the mesh tools.
 inline constexpr size_t kMaxImportedFaces = 400'000'000;
+// What to tell of a model with more.
+std::string TooManyImportedFaces();
 
 struct SoupFace {
     Triple v{kNoIndex, kNoIndex, kNoIndex};  // all present

@@ -149,3 +149,11 @@ std::shared_ptr<BitmapTex> ModelFiles::Texture(const std::string& image, const s
     map->name = fs::path(*path).filename().string();
     return map;
 }
+
+std::shared_ptr<const Bitmap> ModelFiles::PackedImage(std::string_view bytes,
+                                                      const std::string& name, std::string* error) {
+    std::shared_ptr<const Bitmap> image =
+        ReadBitmapFromMemory(bytes, name, error, m_packedImageBytes);
+    if (image) m_packedImageBytes += image->BytesHeld();
+    return image;
+}

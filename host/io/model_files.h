@@ -41,6 +41,10 @@ public:
     // report as `slot` of `material`, when that is not null.
     std::shared_ptr<BitmapTex> Texture(const std::string& image, const std::string& slot,
                                        ImportedMaterial* material);
+    // An image that the model packs; all of them together stay within the input limit. Null with a
+    // reason in `error`.
+    std::shared_ptr<const Bitmap> PackedImage(std::string_view bytes, const std::string& name,
+                                              std::string* error);
 
 private:
     bool IsInside(const std::filesystem::path& path) const;
@@ -51,6 +55,7 @@ private:
     std::vector<std::filesystem::path> m_roots;  // canonical
     ImportedModel* m_model;
     std::map<std::string, size_t> m_leftOut;
+    uint64_t m_packedImageBytes = 0;
 };
 
 // Why an image with these first bytes cannot be read, in one line.

@@ -168,7 +168,7 @@ private:
         }
         if (m_soup.faces.size() + n > kMaxImportedFaces) {
             m_failure = ImportFailure::kLimit;
-            return Fail(fmt::format("more than {} faces", kMaxImportedFaces));
+            return Fail(TooManyImportedFaces());
         }
         for (const Triple& t : m_triangles) AddFace(t, n);
     }

@@ -241,7 +241,7 @@ private:
                 AddPolygon(corners, isList(texcoords) ? row.lists[size_t(texcoords)] : m_none);
             if (m_soup.faces.size() > kMaxImportedFaces) {
                 m_failure = ImportFailure::kLimit;
-                return Fail(fmt::format("more than {} faces", kMaxImportedFaces));
+                return Fail(TooManyImportedFaces());
             }
         }
         return true;

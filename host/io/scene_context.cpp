@@ -4,9 +4,9 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
-#include "host/base/file_input.h"
 #include "host/base/text.h"
 #include "host/io/scene_description.h"
+#include "host/io/scene_file.h"
 #include "host/io/scene_parts.h"
 
 namespace fs = std::filesystem;
@@ -26,24 +26,8 @@ auto FindPointer(const Map& map, const std::string& key) {
     return it == map.end() ? nullptr : &it->second;
 }
 
-// Both separators, as stored paths have them.
-fs::path NativePath(std::string text) {
-    for (char& c : text)
-        if (c == '\\') c = '/';
-    return fs::path(text);
-}
-
 bool Leaves(const fs::path& relative) {
     return relative.is_absolute() || (!relative.empty() && *relative.begin() == "..");
-}
-
-// Whether links lead from a path within the folder to one outside it.
-bool LeadsOut(const fs::path& folder, const fs::path& path) {
-    std::error_code failed;
-    fs::path inner = fs::canonical(path, failed);
-    if (failed) return false;
-    fs::path outer = fs::canonical(folder.empty() ? "." : folder, failed);
-    return !failed && Leaves(inner.lexically_relative(outer));
 }
 
 std::string NoSuch(const char* what, const std::string& name,
@@ -142,20 +126,12 @@ NameResolver DescriptionContext::Resolver() const {
 std::string DescriptionContext::FileOf(const DescriptionValue& name) const {
     std::string text = name.AsText();
     if (name.Document().Failed()) return {};
-    fs::path given = NativePath(text).lexically_normal();
-    std::string path = (fs::path(folder) / given).lexically_normal().string(), error;
-    if (text.empty() || text.find('\0') != std::string::npos) {
-        name.Fail("expected a file name");
-    } else if (!RegularFileSize(path, &error)) {
-        name.Fail(error, DescriptionErrorClass::kMissingInput);
-    } else {
-        if (Leaves(given))
-            name.Warn(fmt::format("{} lies outside the scene's folder", path));
-        else if (LeadsOut(folder, path))
-            name.Warn(fmt::format("{} is a link that leads outside the scene's folder", path));
-        return path;
-    }
-    return {};
+    SceneFile file = FindSceneFile(folder, text);
+    if (!file.error.empty())
+        name.Fail(file.error, file.isName ? DescriptionErrorClass::kMissingInput
+                                          : DescriptionErrorClass::kMalformed);
+    if (!file.warning.empty()) name.Warn(file.warning);
+    return file.path;
 }
 
 nlohmann::ordered_json DescriptionWriter::NodeName(const INode* node) const {

@@ -40,6 +40,13 @@ struct HeightfieldLoad {
     std::vector<std::string> warnings;
 };
 
+// A texture map with its image, or why there is none.
+struct TexmapLoad {
+    std::shared_ptr<Texmap> texmap;  // null with a reason in `error`
+    std::string error;
+    DescriptionErrorClass errorClass = DescriptionErrorClass::kMalformed;
+};
+
 // What a model file gave.
 struct LoadedModel {
     std::shared_ptr<const Mesh> mesh;  // null: nothing, for the reason in `error`
@@ -61,8 +68,7 @@ public:
     virtual HeightfieldLoad LoadHeightfield(const HeightfieldOrigin& origin,
                                             double metresPerUnit) = 0;
     virtual std::shared_ptr<const Mesh> MakePrimitive(const PrimitiveOrigin& origin) = 0;
-    virtual std::shared_ptr<Texmap> MakeTexmap(const TexmapDescription& description,
-                                               std::string* error) = 0;
+    virtual TexmapLoad MakeTexmap(const TexmapDescription& description) = 0;
     // The inverse of MakeTexmap; false for a map of another kind.
     virtual bool DescribeTexmap(const Texmap& texmap, TexmapDescription* description) = 0;
 };

@@ -76,31 +76,10 @@ public:
         return std::make_shared<Mesh>(MakeShape(origin));
     }
 
-    std::shared_ptr<Texmap> MakeTexmap(const TexmapDescription& d, std::string* error) override {
-        if (d.type == "color") {
-            auto map = std::make_shared<ColorTex>();
-            map->color = d.color;
-            return map;
-        }
-        if (d.type == "gradient") {
-            auto map = std::make_shared<GradientTex>();
-            map->color1 = d.color1, map->color2 = d.color2;
-            map->axis = d.axisV ? GradientTex::kV : GradientTex::kU;
-            return map;
-        }
-        if (d.type == "checker") {
-            auto map = std::make_shared<CheckerTex>();
-            map->color1 = d.color1, map->color2 = d.color2;
-            return map;
-        }
-        if (d.type == "noise") {
-            auto map = std::make_shared<NoiseTex>();
-            map->color1 = d.color1, map->color2 = d.color2;
-            map->size = d.size, map->levels = d.levels, map->seed = d.seed;
-            return map;
-        }
-        if (d.type == "bitmap") return MakeImageMap(d, error);
-        return std::make_shared<UvwTex>();
+    TexmapLoad MakeTexmap(const TexmapDescription& d) override {
+        TexmapLoad load;
+        load.texmap = d.type == "bitmap" ? MakeImageMap(d, &load) : MakePlainMap(d);
+        return load;
     }
 
     bool DescribeTexmap(const Texmap& texmap, TexmapDescription* d) override {
@@ -139,14 +118,49 @@ private:
     };
     std::vector<KnownHeights> m_heights;
 
-    std::shared_ptr<Texmap> MakeImageMap(const TexmapDescription& d, std::string* error) {
+    static std::shared_ptr<Texmap> MakePlainMap(const TexmapDescription& d) {
+        if (d.type == "color") {
+            auto map = std::make_shared<ColorTex>();
+            map->color = d.color;
+            return map;
+        }
+        if (d.type == "gradient") {
+            auto map = std::make_shared<GradientTex>();
+            map->color1 = d.color1, map->color2 = d.color2;
+            map->axis = d.axisV ? GradientTex::kV : GradientTex::kU;
+            return map;
+        }
+        if (d.type == "checker") {
+            auto map = std::make_shared<CheckerTex>();
+            map->color1 = d.color1, map->color2 = d.color2;
+            return map;
+        }
+        if (d.type == "noise") {
+            auto map = std::make_shared<NoiseTex>();
+            map->color1 = d.color1, map->color2 = d.color2;
+            map->size = d.size, map->levels = d.levels, map->seed = d.seed;
+            return map;
+        }
+        return std::make_shared<UvwTex>();
+    }
+
+    // Null with a reason in `load`.
+    static std::shared_ptr<Texmap> MakeImageMap(const TexmapDescription& d, TexmapLoad* load) {
+        ImageError error;
+        std::shared_ptr<const Bitmap> image = ReadImage(d.file, 0, &error);
+        if (!image) {
+            load->error = error.text;
+            if (error.isLimit) load->errorClass = DescriptionErrorClass::kLimit;
+            return nullptr;
+        }
         auto map = MakeBitmapTex(d.file);
         map->filter =
             d.filter == "nearest" ? BitmapTex::Filter::kNearest : BitmapTex::Filter::kBilinear;
         map->wrap = d.wrap == "clamp"    ? BitmapTex::Wrap::kClamp
                     : d.wrap == "mirror" ? BitmapTex::Wrap::kMirror
                                          : BitmapTex::Wrap::kTile;
-        return map->Update(0, error) ? map : nullptr;
+        map->SetImage(std::move(image));
+        return map;
     }
 };
 

@@ -55,10 +55,9 @@ std::shared_ptr<Texmap> ReadHostTexmap(const std::string& type, DescriptionObjec
         d.seed = keys.Int("seed", d.seed);
     }
     if (keys.Value().Document().Failed()) return nullptr;
-    std::string error;
-    auto texmap = context.formats.Loaders().MakeTexmap(d, &error);
-    if (!texmap) keys.Value().Fail(error);
-    return texmap;
+    TexmapLoad load = context.formats.Loaders().MakeTexmap(d);
+    if (!load.texmap) keys.Value().Fail(load.error, load.errorClass);
+    return load.texmap;
 }
 
 bool WriteHostTexmap(const std::string& type, const Texmap& texmap, Json& keys,
@@ -264,7 +263,8 @@ void CheckMaterialNesting(const DescriptionValue& value, const DescriptionContex
         if (levels == MtlNesting::kRing)
             member.Fail(fmt::format("the material \"{}\" holds itself", name));
         else if (levels > kMaxMtlNesting)
-            member.Fail(fmt::format("{} multi-materials stand inside each other, at most {} may",
+            member.Fail(fmt::format("{} multi-materials stand inside each other, at most {} may; "
+                                    "no option raises this",
                                     levels, kMaxMtlNesting),
                         DescriptionErrorClass::kLimit);
         if (value.Document().Failed()) return TakeApart(context.scene);

@@ -212,9 +212,11 @@ private:
         origin.segments = value.AsInt();
         if (origin.segments < 1) value.Fail("expected a whole number above 0");
         if (origin.segments > kMaxSegments)
-            value.Fail(fmt::format("{} segments are more than the limit of {}", origin.segments,
-                                   kMaxSegments),
-                       DescriptionErrorClass::kLimit);
+            value.Fail(
+                fmt::format("{} segments are more than the limit of {}; no option raises this, a "
+                            "terrain or a mesh file may be finer",
+                            origin.segments, kMaxSegments),
+                DescriptionErrorClass::kLimit);
     }
 
     std::string m_kind;

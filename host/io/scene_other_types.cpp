@@ -21,7 +21,8 @@ public:
             object->shape.steps = steps->AsInt();
             if (object->shape.steps < 0) steps->Fail("expected a whole number, 0 or above");
             if (object->shape.steps > kMaxSteps)
-                steps->Fail(fmt::format("{} steps are more than the limit of {}",
+                steps->Fail(fmt::format("{} steps are more than the limit of {}; no option raises "
+                                        "this, more knots make a line finer",
                                         object->shape.steps, kMaxSteps),
                             DescriptionErrorClass::kLimit);
         }

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/base/file_input.h"
+#include "host/base/input_limit.h"
 #include "host/base/text.h"
 #include "host/io/scene_description.h"
 #include "host/io/scene_parts.h"
@@ -189,7 +190,9 @@ private:
         std::string parent = value->AsText();
         INode* node = m_scene.FindNode(parent);
         if (node && node->Depth() + 1 >= kMaxNodeDepth)
-            value->Fail(fmt::format("more than {} nodes stand above each other", kMaxNodeDepth),
+            value->Fail(fmt::format("more than {} nodes stand above each other; no option raises "
+                                    "this",
+                                    kMaxNodeDepth),
                         DescriptionErrorClass::kLimit);
         if (node || m_document.Failed()) return node;
         if (parent == name)
@@ -270,10 +273,12 @@ SceneReadResult ReadSceneDescription(const std::string& path, const SceneFormats
         result.errorClass = DescriptionErrorClass::kMissingInput;
         return result;
     }
-    if (file.Bytes().size() > kMaxFileSize) {
+    uint64_t most = RaisedByInputLimit(kMaxFileSize);
+    if (file.Bytes().size() > most) {
         result.errorClass = DescriptionErrorClass::kLimit;
-        result.error = fmt::format("{}: {} bytes, at most {} are read", path, file.Bytes().size(),
-                                   kMaxFileSize);
+        result.error =
+            fmt::format("{}: {} bytes, at most {} are read; {}", path, file.Bytes().size(), most,
+                        RaiseInputLimitTo(file.Bytes().size()));
         return result;
     }
     std::string folder = std::filesystem::path(path).parent_path().string();

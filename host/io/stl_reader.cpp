@@ -53,9 +53,7 @@ bool ReadBinary(std::string_view bytes, ModelFiles& files, ImportError* error) {
     size_t count =
         std::min<size_t>(LoadWord(bytes.data() + 80), (bytes.size() - kHeaderBytes) / kRecordBytes);
     if (count > kMaxImportedFaces)
-        return FailImport(error,
-                          fmt::format("{}: {} triangles, at most {} are read", files.Path(), count,
-                                      kMaxImportedFaces),
+        return FailImport(error, fmt::format("{}: {}", files.Path(), TooManyImportedFaces()),
                           ImportFailure::kLimit);
     Mesh mesh;
     mesh.verts.reserve(3 * count);
@@ -83,7 +81,7 @@ bool ReadText(std::string_view bytes, ModelFiles& files, ImportError* error) {
     Mesh mesh;
     std::string name;
     size_t numCorners = 0;  // of the facet in hand
-    auto fail = [&](const char* what, ImportFailure kind = ImportFailure::kMalformed) {
+    auto fail = [&](const std::string& what, ImportFailure kind = ImportFailure::kMalformed) {
         return FailImport(error, fmt::format("{}:{}: {}", files.Path(), text.Line(), what), kind);
     };
     while (text.NextLine()) {
@@ -107,7 +105,7 @@ bool ReadText(std::string_view bytes, ModelFiles& files, ImportError* error) {
             if (++numCorners > 3) return fail("a facet of more than three vertices");
             if (numCorners == 3) AppendFace(mesh);
             if (mesh.faces.size() > kMaxImportedFaces)
-                return fail("too many triangles", ImportFailure::kLimit);
+                return fail(TooManyImportedFaces(), ImportFailure::kLimit);
         } else if (keyword == "endfacet" && numCorners != 3) {
             return fail("a facet of fewer than three vertices");
         }

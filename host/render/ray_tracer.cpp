@@ -7,6 +7,7 @@
 #include <cmath>
 #include <numbers>
 
+#include "host/base/memory_size.h"
 #include "host/base/thread_pool.h"
 #include "host/render/path.h"
 #include "host/render/sampler.h"
@@ -23,10 +24,14 @@ std::string CheckRange(const char* what, int value, int min, int max) {
     return fmt::format("{} is {}, expected {} to {}", what, value, min, max);
 }
 
+std::string CheckAboveZero(const char* what, int value) {
+    return value > 0 ? "" : fmt::format("{} is {}, expected a number above 0", what, value);
+}
+
 std::string CheckSettings(const RenderScene& scene, const RenderSettings& s) {
     for (const std::string& error :
-         {CheckRange("the width", s.width, 1, 16384), CheckRange("the height", s.height, 1, 16384),
-          CheckRange("the number of samples", s.samples, 1, 65536),
+         {CheckAboveZero("the width", s.width), CheckAboveZero("the height", s.height),
+          CheckAboveZero("the number of samples", s.samples),
           CheckRange("the number of bounces", s.maxBounces, 0, 16)})
         if (!error.empty()) return error;
     if (!(scene.camera.fovDegrees > 0 && scene.camera.fovDegrees < 180))
@@ -78,7 +83,8 @@ public:
         int across = (m_settings.width + kTile - 1) / kTile;
         int down = (m_settings.height + kTile - 1) / kTile;
         ParallelFor(size_t(across) * size_t(down), m_settings.threads, [&](size_t tile) {
-            int x0 = int(tile) % across * kTile, y0 = int(tile) / across * kTile;
+            int x0 = int(tile % size_t(across)) * kTile;
+            int y0 = int(tile / size_t(across)) * kTile;
             for (int y = y0; y < std::min(y0 + kTile, m_settings.height); ++y)
                 for (int x = x0; x < std::min(x0 + kTile, m_settings.width); ++x)
                     AddPixel(tracer, lens, x, y, first, last);
@@ -103,11 +109,37 @@ private:
     std::vector<Color> m_sum;
 };
 
+// The sums, the picture made of them, and its colours on the way into a file.
+constexpr double kBytesOfPixel = 3 * sizeof(Color);
+
 double SecondsSince(std::chrono::steady_clock::time_point start) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
 }  // namespace
+
+std::string PictureRefusal(const RenderSettings& s) {
+    if (s.samples > kMaxSamples)
+        return fmt::format("{} samples a pixel, at most {} are taken; no option raises this",
+                           s.samples, kMaxSamples);
+    if (std::max(s.width, s.height) > kMaxPictureSide && !s.noLimit)
+        return fmt::format(
+            "a picture of {} x {} pixels, at most {} a side are rendered; give a smaller --size, "
+            "or "
+            "--no-limit",
+            s.width, s.height, kMaxPictureSide);
+    double bytes = double(s.width) * double(s.height) * kBytesOfPixel;
+    std::string what = fmt::format("a picture of {} x {} pixels takes {:.2f} GB of memory", s.width,
+                                   s.height, bytes / 1e9);
+    if (uint64_t total = TotalMemory(); bytes > double(total))
+        return fmt::format(
+            "{}, the machine has {:.2f}; give a smaller --size, no option raises this", what,
+            double(total) / 1e9);
+    if (uint64_t free = FreeMemory(); bytes > double(free) && !s.noLimit)
+        return fmt::format("{}, {:.2f} GB are free; give a smaller --size, or --no-limit", what,
+                           double(free) / 1e9);
+    return {};
+}
 
 RenderOutcome RenderPicture(const RenderScene& scene, const RenderSettings& settings,
                             const RenderProgress& progress) {
@@ -115,6 +147,11 @@ RenderOutcome RenderPicture(const RenderScene& scene, const RenderSettings& sett
     outcome.error = CheckSettings(scene, settings);
     if (!outcome.error.empty()) {
         outcome.status = RenderStatus::kFailed;
+        return outcome;
+    }
+    outcome.error = PictureRefusal(settings);
+    if (!outcome.error.empty()) {
+        outcome.status = RenderStatus::kRefused;
         return outcome;
     }
     auto start = std::chrono::steady_clock::now();

@@ -13,7 +13,7 @@
 #include "host/render/picture.h"
 #include "host/render/render_scene.h"
 
-enum class RenderStatus { kDone, kCancelled, kFailed };
+enum class RenderStatus { kDone, kCancelled, kFailed, kRefused };
 
 struct RenderStatistics {
     size_t numInstances = 0;
@@ -24,10 +24,14 @@ struct RenderStatistics {
 
 struct RenderOutcome {
     RenderStatus status = RenderStatus::kDone;
-    std::string error;  // of kFailed: "the width is 0, expected 1 to 16384"
+    std::string error;  // of kFailed ("the number of bounces is 20, expected 0 to 16"), kRefused
     Picture picture;    // of kDone
     RenderStatistics statistics;
 };
+
+// Why a picture of this size or with so many samples is not rendered, with what helps; empty where
+// it may be. RenderPicture asks itself; callers may, before they make a scene for it.
+std::string PictureRefusal(const RenderSettings& settings);
 
 RenderOutcome RenderPicture(const RenderScene& scene, const RenderSettings& settings,
                             const RenderProgress& progress = {});

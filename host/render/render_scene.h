@@ -69,12 +69,15 @@ struct RenderScene {
     std::vector<const IInstanceSource*> sources;
 };
 
+inline constexpr int kMaxPictureSide = 16384, kMaxSamples = 65536;
+
 struct RenderSettings {
-    int width = 1280, height = 720;  // 1 .. 16384 each
-    int samples = 32;                // rays a pixel, 1 .. 65536
+    int width = 1280, height = 720;  // 1 .. kMaxPictureSide each, with noLimit more
+    int samples = 32;                // rays a pixel, 1 .. kMaxSamples
     int maxBounces = 2;              // of diffuse light after the first hit, 0 .. 16
     int threads = 1;
-    float exposure = 0;  // stops, on top of the exposure measured from sun and sky
+    float exposure = 0;    // stops, on top of the exposure measured from sun and sky
+    bool noLimit = false;  // pictures of any size that the machine can hold at all
 };
 
 // Hears the finished share in 0..1 between passes, on the calling thread; false cancels.

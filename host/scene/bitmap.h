@@ -33,6 +33,9 @@ public:
     bool IsEmpty() const { return m_width == 0 || m_height == 0; }
     bool HasAlpha() const { return m_channels == 2 || m_channels == 4; }
     const Data& Values() const { return m_data; }
+    size_t BytesHeld() const {
+        return std::visit([](auto& v) { return v.size() * sizeof(v[0]); }, m_data);
+    }
 
     // Pixel at column x and row y from the bottom; grey is spread to all three colours, missing
     // alpha is 1.

@@ -29,6 +29,10 @@ public:
 
     virtual std::string SourceName() const = 0;
 
+    // Why not all instances could be made, with what helps; empty where they were. Whoever shows or
+    // writes the source must ask.
+    virtual std::string Refusal() const { return {}; }
+
     virtual size_t NumPrototypes() const = 0;
     virtual std::string PrototypeName(size_t prototype) const = 0;
     // Never null while the source lives; may be empty (then its instances show nothing).

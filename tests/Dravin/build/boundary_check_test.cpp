@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "Dravin/build/dravin_build.h"
+#include "Dravin/build/dravin_instances.h"
 #include "Dravin/engine/build_input.h"
 #include "host/geom/mesh_tools.h"
 #include "host/scene/instance_source.h"
@@ -45,6 +46,20 @@ TEST_F(BoundaryCheckBuild, MasksNameThePartsBeyondTheBorder) {
     TDravinItem inside = object->Build().Items().Item(ItemAt(8, 0));
     EXPECT_EQ(inside.partial, 0);
     EXPECT_TRUE(inside.elementMask.IsEmpty());
+}
+
+TEST_F(BoundaryCheckBuild, CutMeshesAreWeighed) {
+    // Two sets of hidden parts: each leaves a box of 12 faces.
+    const TDravinBuild& build = Run();
+    EXPECT_EQ(build.MakeInstanceSource()->Refusal(), "");
+    TDravinInstances none(*object, build, {}, 0);
+    EXPECT_NE(none.Refusal().find("scatter: the cut meshes of items across borders"),
+              std::string::npos);
+    EXPECT_EQ(none.NumPrototypes(), 1u);
+    // The least that 12 faces can be is their corners' numbers and places.
+    TDravinInstances one(*object, build, {}, 2 * 12 * (sizeof(Face) + 3 * sizeof(Point3)) - 1);
+    EXPECT_LT(one.NumPrototypes(), 3u);
+    EXPECT_NE(one.Refusal().find("--no-limit"), std::string::npos);
 }
 
 TEST_F(BoundaryCheckBuild, InstancesLackTheHiddenParts) {

@@ -1,5 +1,7 @@
 #include "Dravin/build/dravin_build.h"
 
+#include <filesystem>
+
 #include <gtest/gtest.h>
 
 #include "Dravin/build/density_loader.h"
@@ -8,6 +10,7 @@
 #include "Dravin/dravin_globals.h"
 #include "Dravin/engine/build_input.h"
 #include "tests/Dravin/build/scatter_fixture.h"
+#include "tests/temp_folder.h"
 
 namespace {
 
@@ -490,10 +493,27 @@ TEST_F(DravinBuild, AParticleListWithHolesMakesTheOthers) {
     EXPECT_EQ(Run().Status(), TBuildStatus::kNoVisibleItems);
 }
 
+TEST(DistMapFile, GoesThroughTheResolverOfAllFiles) {
+    TempFolder folder;
+    std::filesystem::create_directory(folder.File("inner"));
+    folder.Write("map.pgm", "P5\n1 1\n255\nx");
+    std::filesystem::create_symlink(folder.File("map.pgm"), folder.File("inner/link.pgm"));
+    std::string scene = folder.File("inner/s.json");
+    EXPECT_NE(FindDistMapFile("link.pgm", scene).warning.find("is a link that leads outside"),
+              std::string::npos);
+    EXPECT_NE(FindDistMapFile("..\\map.pgm", scene).warning.find("lies outside"),
+              std::string::npos);
+    EXPECT_EQ(FindDistMapFile("dense.bmp", scene).warning, "");
+    TDensityLoad load = LoadDensityMap("link.pgm", scene, 50);
+    EXPECT_FALSE(load.map.IsEmpty());
+    EXPECT_NE(load.warning, "");
+}
+
 TEST(DistMapFile, IsLookedForBesideTheSceneAndInTheLibrary) {
-    EXPECT_NE(FindDistMapFile("dense.bmp", "/nowhere/scene.json"), "");
-    EXPECT_EQ(FindDistMapFile("nonsense.bmp", "/nowhere/scene.json"), "");
-    EXPECT_EQ(FindDistMapFile("", ""), "");
+    EXPECT_NE(FindDistMapFile("dense.bmp", "/nowhere/scene.json").path, "");
+    EXPECT_EQ(FindDistMapFile("nonsense.bmp", "/nowhere/scene.json").path, "");
+    EXPECT_EQ(FindDistMapFile("", "").path, "");
+    EXPECT_EQ(FindDistMapFile(std::string("dense.bmp\0x", 11), "").path, "");
 }
 
 }  // namespace

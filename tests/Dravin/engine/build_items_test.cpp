@@ -1,5 +1,7 @@
 #include "Dravin/engine/build_items.h"
 
+#include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <set>
 
@@ -141,6 +143,64 @@ TEST(Build, ARenderAboveItsLimitEndsEmpty) {
     EXPECT_TRUE(built.list.IsEmpty());
     input.renderLimit = 400;
     EXPECT_EQ(Build(input).items.size(), 400u);
+}
+
+// White, and counts the points that it was asked for.
+struct CountingMap : IMapSampler {
+    mutable std::atomic<size_t> asked{0};
+    void Sample(std::span<const MapPoint> points, std::span<AColor> out) const override {
+        asked += points.size();
+        std::fill(out.begin(), out.end(), AColor{1, 1, 1, 1});
+    }
+};
+
+TEST(Build, TasksShareTheLimitOfARender) {
+    CountingMap map;
+    TBuildInput input = GroundInput();
+    input.distMap = &map;
+    input.grid.hasTexture = true;
+    input.distMapChannel = 0;
+    input.grid.unitsX = input.grid.unitsY = 0.5f;  // 100 pixels: 16 million cells
+    input.render = true;
+    input.threads = 8;
+    input.renderLimit = 10000;
+    EXPECT_EQ(Build(input).result, TBuildResult::kTooManyItems);
+    // Each task may ask for two batches of 256 cells beyond the limit; one that had counted for
+    // itself would have asked for all 10,000.
+    EXPECT_LE(map.asked, 10000u + 8 * 2 * 256);
+}
+
+TEST(Build, ARenderAtItsLimitIsCompleteOnAnyNumberOfThreads) {
+    for (int threads : {1, 3, 16}) {
+        TBuildInput input = GroundInput();
+        input.render = true;
+        input.threads = threads;
+        input.renderLimit = 400;
+        EXPECT_EQ(Build(input).items.size(), 400u);
+        input.renderLimit = 399;
+        EXPECT_EQ(Build(input).result, TBuildResult::kTooManyItems);
+    }
+}
+
+TEST(Build, ItemsBeyondTheMemoryAreRefused) {
+    TBuildInput input = GroundInput();
+    TDravinItemList list(input.ItemGroupsNeeded());
+    input.memoryLimit = 400 * list.BytesPerItem();
+    EXPECT_EQ(Build(input).items.size(), 400u);
+    input.memoryLimit -= 1;
+    EXPECT_EQ(Build(input).result, TBuildResult::kOutOfMemory);
+    EXPECT_EQ(StatusOfResult(TBuildResult::kOutOfMemory), TBuildStatus::kTooManyItems);
+}
+
+TEST(Build, CellsThatAreTooSmallSaySo) {
+    TBuildInput input = GroundInput();
+    input.grid.unitsX = input.grid.unitsY = 0.0009f;  // ten pixels
+    BuiltItems built = Build(input);
+    EXPECT_TRUE(built.items.empty());
+    EXPECT_TRUE(built.statistics.cellsTooSmall);
+    EXPECT_NE(NoCellsText(built.statistics).find("smaller than 0.0001"), std::string::npos);
+    input.grid.unitsX = input.grid.unitsY = 10;
+    EXPECT_EQ(NoCellsText(Build(input).statistics), "");
 }
 
 TEST(Build, ADisplayAboveItsLimitKeepsEveryNthCell) {

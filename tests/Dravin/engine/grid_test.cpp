@@ -71,9 +71,11 @@ TEST(Grid, ATrillionCellsAreRefusedBeforeAnyMemoryIsTaken) {
 
 TEST(Grid, CellsBelowATenThousandthMakeNothing) {
     TGrid grid;
-    EXPECT_EQ(MakeGrid(Texture(10, 0), {}, Bounds(0, 0, 1, 1), &grid), TGridResult::kEmpty);
-    EXPECT_EQ(MakeGrid(Texture(10, 0.0009f), {}, Bounds(0, 0, 1, 1), &grid), TGridResult::kEmpty);
-    EXPECT_EQ(MakeGrid(Texture(10, NAN), {}, Bounds(0, 0, 1, 1), &grid), TGridResult::kEmpty);
+    EXPECT_EQ(MakeGrid(Texture(10, 0), {}, Bounds(0, 0, 1, 1), &grid), TGridResult::kCellsTooSmall);
+    EXPECT_EQ(MakeGrid(Texture(10, 0.0009f), {}, Bounds(0, 0, 1, 1), &grid),
+              TGridResult::kCellsTooSmall);
+    EXPECT_EQ(MakeGrid(Texture(10, NAN), {}, Bounds(0, 0, 1, 1), &grid),
+              TGridResult::kCellsTooSmall);
 }
 
 TEST(Grid, IsAnchoredAtTheOffsetAndCountsRowsAndColumns) {
@@ -113,7 +115,7 @@ TEST(Grid, OffsetsThatAreNoPlaceMakeNothing) {
         TGridSettings settings = Texture(10, 10);
         settings.offsetY = offset;
         TGrid grid;
-        EXPECT_EQ(MakeGrid(settings, {}, Bounds(0, 0, 5, 5), &grid), TGridResult::kEmpty);
+        EXPECT_EQ(MakeGrid(settings, {}, Bounds(0, 0, 5, 5), &grid), TGridResult::kCellsTooFar);
     }
 }
 

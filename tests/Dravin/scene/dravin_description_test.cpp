@@ -1,16 +1,20 @@
 #include "Dravin/scene/dravin_description.h"
 
 #include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
 
 #include "Dravin/dravin.h"
 #include "Dravin/geometry/area_texts.h"
 #include "Dravin/geometry/lod_object.h"
 #include "Dravin/geometry/tree_spec_list.h"
+#include "host/base/log.h"
 #include "host/scene/controller.h"
 #include "tests/host/io/scene_testing.h"
 
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
 
 namespace {
 
@@ -207,6 +211,37 @@ TEST(DravinDescription, EffectParametersOfUnknownTypesStay) {
     SceneReadResult again = RoundTrip(result);
     EXPECT_EQ(ObjectOf(again).Block(kEffectParams).GetInt(effectParams::kEfpatype, 0, 0), 8);
     EXPECT_EQ(ObjectOf(again).Block(kEffectParams).GetInt(effectParams::kEfpanumtype, 0, 0), 2);
+}
+
+TEST(DravinDescription, ControllersAndPolygonsThatCannotBeSavedWarn) {
+    SceneReadResult result = ParseDravin(R"("areas": [{"name": "b", "type": "paint",
+        "polygons": [[[0, 0], [4, 0], [4, 3]]]}], "effects": [{"name": "e",
+        "program": "{ print(k); }", "parameters": [
+          {"name": "k", "kind": "controller", "value": 1}]}])");
+    ASSERT_TRUE(result) << result.error;
+    std::vector<std::string> log;
+    LogSink old = SetLogSink([&](LogKind, const std::string& text) { log.push_back(text); });
+    WriteSceneDescription(*result.scene, ".", Formats());
+    EXPECT_THAT(log, IsEmpty());
+    ObjectOf(result).Block(kEffectParams).SetValue(effectParams::kEfpatype, 0, 8, 0);
+    ObjectOf(result).Block(kAreaParams).Append(areaParams::kArnamelist);  // of another length
+    WriteSceneDescription(*result.scene, ".", Formats());
+    SetLogSink(old);
+    EXPECT_THAT(log, UnorderedElementsAre(HasSubstr("1 entries of \"efpacontref\" are left out"),
+                                          HasSubstr("1 entries of \"arpaintlist\" are left out")));
+}
+
+TEST(DravinDescription, EmptyEffectsWarn) {
+    for (const char* program : {"", " \n ", "<effects/>"}) {
+        std::string text = nlohmann::json(program).dump();
+        SceneReadResult result =
+            ParseDravin(R"("effects": [{"name": "e", "program": )" + text + "}]");
+        ASSERT_TRUE(result) << result.error;
+        EXPECT_THAT(
+            result.warnings,
+            ElementsAre(HasSubstr("/effects/0: the effect \"e\" is empty and does nothing")));
+    }
+    EXPECT_THAT(ParseDravin(R"("effects": [{"name": "e", "program": "{ }"}])").warnings, IsEmpty());
 }
 
 TEST(DravinDescription, EffectRows) {

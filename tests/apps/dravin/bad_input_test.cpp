@@ -220,9 +220,57 @@ TEST_F(BadInput, MoreItemsThanMemory) {
     EXPECT_THAT(run.err, HasSubstr("forest: the build broke off: out of memory"));
 }
 
+TEST_F(BadInput, NoLimitMeansIt) {
+    // 2000 x 2000 cells, where at most a million are allowed.
+    std::string fine = R"(, "distmap": "m", "pixels_x": 200, "units_x": 1, "maxdensity": 1)";
+    std::string map = R"(, "texmaps": {"m": {"type": "color", "color": [0, 0, 0]}})";
+    m_folder.Write("s.json", "{\"dravin_scene\": 1, \"nodes\": [" + std::string(kGround) + "," +
+                                 kTree + "," + Forest(fine) + "]" + map + "}");
+    Expect(Dravin({"build", "s.json"}), 1,
+           "raise \"maxdensity\" (millions of cells; 0 is no limit)");
+    // All of them are looked at; none is white.
+    Expect(Dravin({"build", "s.json", "--no-limit"}), 1, "status 10: No items");
+    // Nobody can count these.
+    std::string huge = R"({"name": "ground", "type": "plane", "width": 3e38, "length": 3e38})";
+    m_folder.Write("s.json", "{\"dravin_scene\": 1, \"nodes\": [" + huge + "," + kTree + "," +
+                                 Forest(R"(, "units_x": 1)") + "]}");
+    Expect(Dravin({"build", "s.json", "--no-limit"}), 1,
+           "as so many cells cannot be counted; no option raises this");
+}
+
+TEST_F(BadInput, PicturesBeyondTheLimit) {
+    WriteGoodScene();
+    auto render = [&](std::vector<std::string> options) {
+        options.insert(options.begin(), {"render", "good.json", "-o", "a.png"});
+        return Dravin(options, {.memoryBytes = kTwoGiB});
+    };
+    Expect(render({"--size", "20000x2"}), 5, "give a smaller --size, or --no-limit");
+    Expect(render({"--size", "1000000x1000000"}), 5, "at most 16384 a side are rendered");
+    Expect(render({"--size", "1000000x1000000", "--no-limit"}), 5, "no option raises this");
+    Expect(render({"--size", "2x2", "--samples", "65537"}), 5, "at most 65536 are taken");
+    EXPECT_EQ(render({"--size", "20000x1", "--samples", "1", "--no-limit"}).code, 0);
+    m_folder.Write("good.json",
+                   m_folder.Read("good.json").insert(1, R"("render": {"width": 20000},)"));
+    Expect(render({}), 5, "a picture of 20000 x 720 pixels");
+}
+
+TEST_F(BadInput, CellsTooSmallForItems) {
+    Expect(BuildOn(kGround, R"(, "units_x": 0.001, "units_y": 0.001)"), 1,
+           "the map's cells are smaller than 0.0001 and make no items: enlarge \"units_x\"");
+}
+
+TEST_F(BadInput, EffectsBeyondTheLimit) {
+    m_folder.Write("a.txt", "");
+    std::filesystem::resize_file(m_folder.File("a.txt"), (16 << 20) + 1);
+    std::string forest = Forest();
+    forest.insert(forest.size() - 1, R"(, "effects": [{"name": "e", "file": "a.txt"}])");
+    Expect(Build(std::string(kGround) + "," + kTree + "," + forest), 5,
+           "a.txt: 16,777,217 bytes, an effect has 16,777,216 at most; split it into several");
+}
+
 TEST_F(BadInput, MoreSegmentsThanTheLimit) {
     Expect(BuildOn(R"({"name": "ground", "type": "plane", "segments": 2000000000})"), 5,
-           "2000000000 segments are more than the limit of 4096");
+           "2000000000 segments are more than the limit of 4096; no option raises this");
 }
 
 // Meshes.
@@ -279,6 +327,35 @@ TEST_F(BadInput, UnreadableImages) {
            4, "text.png: cannot read the image");
 }
 
+TEST_F(BadInput, ImagesBeyondTheInputLimit) {
+    m_folder.Write("a.pgm", "P5\n2048 2048\n255\n" + std::string(1 << 22, '\xFF'));
+    auto build = [&](const std::string& node, const std::string& params, const std::string& more) {
+        m_folder.Write("s.json", "{\"dravin_scene\": 1, \"nodes\": [" + node + "," + kTree + "," +
+                                     Forest(params) + "]" + more + "}");
+        return [this](std::vector<std::string> options) {
+            options.insert(options.begin(), {"build", "s.json"});
+            return Dravin(options);
+        };
+    };
+    auto texture = build(kGround, R"(, "distmap": "m")",
+                         R"(, "texmaps": {"m": {"type": "bitmap", "file": "a.pgm"}})");
+    Expect(texture({"--input-limit", "3"}), 5,
+           "/texmaps/m: a.pgm: cannot read the image: 2048 x 2048 pixels of 1 channels: it would "
+           "take 4 MiB of memory, one input may take 3; --input-limit 4 allows it");
+    EXPECT_EQ(texture({"--input-limit", "4"}).code, 0);
+    EXPECT_EQ(texture({"--input-limit", "3", "--no-limit"}).code, 0);
+    // A pixel of a distribution map takes 6 bytes as colours and 16 in the map beside its own.
+    auto map = build(kGround, R"(, "mapname": "a.pgm", "units_x": 2048)", "");
+    Expect(map({"--input-limit", "91"}), 5, "forest: ");
+    Expect(map({"--input-limit", "91"}), 5, "--input-limit 92 allows it");
+    EXPECT_EQ(map({"--input-limit", "92"}).code, 0);
+    // A sample of a terrain is a float.
+    auto terrain = build(R"({"name": "ground", "type": "heightfield", "file": "a.pgm"})", "", "");
+    Expect(terrain({"--input-limit", "15"}), 5,
+           "/nodes/0/file: 2048 x 2048 samples: it would take 16");
+    EXPECT_EQ(terrain({"--input-limit", "16"}).code, 0);
+}
+
 // Terrains.
 
 TEST_F(BadInput, TerrainsThatDoNotFit) {
@@ -309,7 +386,8 @@ TEST_F(BadInput, GridsThatAreNoGrids) {
            "a.asc:4: expected a number with a decimal point, found \"four\"");
     Expect(build("ncols 20000\nnrows 20000\ncellsize 5\n1 2 3 4\n"), 4,
            "a.asc:4: the header claims 20000 x 20000 values");
-    Expect(build("ncols 100000\nnrows 2\ncellsize 5\n1 2 3 4\n"), 5, "at most 65536");
+    Expect(build("ncols 100000\nnrows 2\ncellsize 5\n1 2 3 4\n"), 5,
+           "at most 65536 are read; cut the grid, no option raises this");
 }
 
 // Two gigabytes of anything fail at once, not after they were read.

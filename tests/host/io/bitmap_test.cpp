@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "host/base/input_limit.h"
 #include "host/io/image_kind.h"
 #include "tests/temp_folder.h"
 
@@ -125,6 +126,43 @@ TEST(BitmapFile, ImplausibleSizesAreRefusedBeforeAllocation) {
         << error;
     EXPECT_EQ(ReadBitmap(folder.Write("b.ppm", "P6\n70000 1\n255\nxx"), &error), nullptr);
     EXPECT_NE(error.find("at most 65536 a side"), error.npos) << error;
+}
+
+// The limit that a test sets goes with it.
+struct LimitedInput {
+    explicit LimitedInput(uint64_t bytes) { SetInputLimit(bytes); }
+    ~LimitedInput() { SetInputLimit(kDefaultInputLimit); }
+};
+
+TEST(BitmapFile, WhatItTakesDecodedIsWeighed) {
+    TempFolder folder;
+    std::string error;
+    // 1024 x 1024 pixels of 3 bytes: 3 MiB exactly, and one row more.
+    Bitmap image(1024, 1024, 3, std::vector<uint8_t>(3 << 20)),
+        larger(1024, 1025, 3, std::vector<uint8_t>((3 << 20) + 3072));
+    ASSERT_TRUE(WriteBitmap(folder.File("a.png"), image, &error)) << error;
+    ASSERT_TRUE(WriteBitmap(folder.File("b.png"), larger, &error)) << error;
+    LimitedInput limit(3 << 20);
+    EXPECT_NE(ReadBitmap(folder.File("a.png"), &error), nullptr) << error;
+    EXPECT_EQ(ReadBitmap(folder.File("b.png"), &error), nullptr);
+    EXPECT_NE(error.find("b.png: cannot read the image: 1024 x 1025 pixels of 3 channels: it would "
+                         "take 4 MiB of memory, one input may take 3; --input-limit 4"),
+              error.npos)
+        << error;
+    EXPECT_EQ(ReadBitmapFromMemory(folder.Read("b.png"), "packed", &error), nullptr);
+    EXPECT_EQ(ReadBitmapFromMemory(folder.Read("a.png"), "packed", &error, 1), nullptr);
+    ImageError weighed;
+    EXPECT_EQ(ReadImage(folder.File("a.png"), 1, &weighed), nullptr);
+    EXPECT_TRUE(weighed.isLimit);
+}
+
+TEST(BitmapFile, WithoutALimitSidesMayBeLonger) {
+    TempFolder folder;
+    std::string error, row = "P5\n70000 1\n255\n" + std::string(70000, 'x');
+    EXPECT_EQ(ReadBitmap(folder.Write("a.pgm", row), &error), nullptr);
+    EXPECT_NE(error.find("or give --no-limit"), error.npos) << error;
+    LimitedInput limit(kNoInputLimit);
+    ASSERT_NE(ReadBitmap(folder.File("a.pgm"), &error), nullptr) << error;
 }
 
 TEST(BitmapFile, EveryPrefixFailsOrReads) {

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <meshoptimizer.h>
 
+#include "host/base/input_limit.h"
 #include "tests/host/io/gltf_builder.h"
 #include "tests/host/io/import_testing.h"
 
@@ -191,3 +192,77 @@ TEST(GltfLimits, ElementsWithoutABufferAreWeighed) {
     EXPECT_THAT(error.text, HasSubstr("accessor 0: 67108864 elements without a buffer, at most "
                                       "1048576 are read"));
 }
+
+namespace {
+
+class GltfInputLimit : public testing::Test {
+protected:
+    void TearDown() override { SetInputLimit(kDefaultInputLimit); }
+
+    ImportError Import(const std::string& text) {
+        ImportError error;
+        ImportModel(m_folder.Write("a.gltf", text), {}, &m_model, &error);
+        return error;
+    }
+
+    TempFolder m_folder;
+    ImportedModel m_model;
+};
+
+TEST_F(GltfInputLimit, RaisesTheElementsWithoutABuffer) {
+    GltfBuilder file;
+    int positions = file.Accessor(-1, 5126, (1 << 20) + 1, "VEC3");
+    file.Floats(kTriangle, "VEC3");
+    std::string text =
+        file.File(OneMesh(fmt::format(R"("attributes":{{"POSITION":{}}})", positions)));
+    EXPECT_THAT(Import(text).text, HasSubstr("; --input-limit 1025 allows it"));
+    SetInputLimit(uint64_t{1025} << 20);
+    EXPECT_EQ(Import(text).kind, ImportFailure::kNone);
+}
+
+TEST_F(GltfInputLimit, WeighsWhatIsUnpacked) {
+    SetInputLimit(167);  // two faces of 12 bytes and four points of 36 take 168
+    ImportError error = Import(DracoFile(DracoSquare()));
+    EXPECT_EQ(error.kind, ImportFailure::kLimit);
+    EXPECT_THAT(error.text, HasSubstr("packed mesh 0: with those before it, it would take 1 MiB"));
+    SetInputLimit(168);
+    EXPECT_EQ(Import(DracoFile(DracoSquare())).kind, ImportFailure::kNone);
+
+    GltfBuilder file;
+    int view = file.Bytes("abcdefgh", R"(,"extensions":{"EXT_meshopt_compression":{"buffer":0,
+        "byteLength":8,"byteStride":12,"count":15,"mode":"ATTRIBUTES"}})");
+    int positions = file.Accessor(view, 5126, 15, "VEC3");
+    error = Import(file.File(OneMesh(fmt::format(R"("attributes":{{"POSITION":{}}})", positions))));
+    EXPECT_EQ(error.kind, ImportFailure::kLimit);
+    EXPECT_THAT(error.text, HasSubstr("--input-limit 1 allows it"));
+}
+
+TEST_F(GltfInputLimit, PackedImagesAreWeighedTogether) {
+    // Two images of 64 bytes that share their bytes in the file.
+    GltfBuilder file;
+    int positions = file.Floats(kTriangle, "VEC3");
+    int view = file.Bytes("P5\n8 8\n255\n" + std::string(64, 'x'));
+    std::string primitives,
+        image = fmt::format(R"({{"bufferView":{},"mimeType":"image/png"}})", view);
+    for (int m = 0; m < 2; ++m)
+        primitives += fmt::format(R"({}{{"attributes":{{"POSITION":{}}},"material":{}}})",
+                                  m ? "," : "", positions, m);
+    auto material = [](int m) {
+        return fmt::format(R"({{"pbrMetallicRoughness":{{"baseColorTexture":{{"index":{}}}}}}})",
+                           m);
+    };
+    std::string text = file.File(fmt::format(
+        R"("nodes":[{{"mesh":0}}],"meshes":[{{"primitives":[{}]}}],"materials":[{},{}],
+        "textures":[{{"source":0}},{{"source":1}}],"images":[{},{}])",
+        primitives, material(0), material(1), image, image));
+    SetInputLimit(128);
+    EXPECT_EQ(Import(text).kind, ImportFailure::kNone);
+    EXPECT_EQ(m_model.warnings.size(), 0u);
+    SetInputLimit(127);
+    EXPECT_EQ(Import(text).kind, ImportFailure::kNone);
+    ASSERT_EQ(m_model.warnings.size(), 1u);
+    EXPECT_THAT(m_model.warnings[0], HasSubstr("texture left out: image 1: cannot read the image"));
+    EXPECT_THAT(m_model.warnings[0], HasSubstr("--input-limit 1 allows it"));
+}
+
+}  // namespace

@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "host/base/input_limit.h"
 #include "host/io/import_helper.h"
 #include "tests/host/io/import_testing.h"
 
@@ -23,13 +24,15 @@ std::string Script(const TempFolder& folder, const std::string& body) {
     return path;
 }
 
-std::string HelperError(const std::string& script, HelperLimits limits = {}) {
+std::string HelperError(const std::string& script, HelperLimits limits = {},
+                        ImportFailure* kind = nullptr) {
     TempFolder folder;
     limits.program = Script(folder, script);
     ImportedModel model;
     ModelFiles files("x.fbx", {}, &model);
     ImportError error;
     EXPECT_FALSE(ReadByHelper(limits, files, &error));
+    if (kind) *kind = error.kind;
     return error.text;
 }
 
@@ -193,7 +196,23 @@ TEST(ImportHelper, CrashTimeoutAndNonsenseAreErrors) {
     limits = {};
     limits.answerBytes = 1000;
     EXPECT_EQ(HelperError("exec head -c 100000 /dev/zero", limits),
-              "x.fbx: cannot read the model: its answer has more than 1000 bytes");
+              "x.fbx: cannot read the model: its answer has more than 1000 bytes; a larger "
+              "--input-limit helps");
+}
+
+TEST(ImportHelper, TooLittleMemoryIsALimitThatCanBeRaised) {
+    HelperLimits limits;
+    limits.memoryBytes = 12345;
+    ImportFailure kind = ImportFailure::kNone;
+    EXPECT_EQ(HelperError("exit 5", limits, &kind),
+              "x.fbx: cannot read the model: it needs more than 12345 bytes of memory; a larger "
+              "--input-limit helps");
+    EXPECT_EQ(kind, ImportFailure::kLimit);
+    // The helper hears the limit that is in force.
+    SetInputLimit(uint64_t{8} << 30);
+    EXPECT_NE(HelperError("test $3 = 8589934592 && exit 5", limits).find("8589934592"),
+              std::string::npos);
+    SetInputLimit(kDefaultInputLimit);
 }
 
 TEST(ImportHelper, ItsWholeGroupEndsWithIt) {
@@ -218,7 +237,8 @@ TEST(ImportHelper, ItsWholeGroupEndsWithIt) {
 
 TEST(ImportHelper, EndlessAnswersAreCut) {
     EXPECT_EQ(HelperError("exec cat /dev/zero"),
-              "x.fbx: cannot read the model: its answer has more than 268435456 bytes");
+              "x.fbx: cannot read the model: its answer has more than 268435456 bytes; a larger "
+              "--input-limit helps");
 }
 
 TEST(ImportHelper, OpensNothingOutsideTheRoots) {

@@ -1,0 +1,58 @@
+// How many items a distribution may still make, shared by its tasks.
+//
+// Tasks tell what they have made a piece at a time, so that all of them stop soon after the sum
+// has passed a limit, whoever made the items. Whether it passes does not depend on the number of
+// tasks: a distribution is complete or refused. Thread safe.
+#pragma once
+
+#include <algorithm>
+#include <atomic>
+#include <cstdint>
+
+#include "Dravin/engine/build_input.h"
+#include "Dravin/engine/build_status.h"
+#include "Dravin/engine/item_list.h"
+
+class TItemBudget {
+public:
+    // items: what was made before counts too.
+    TItemBudget(const TBuildInput& input, const TDravinItemList& items)
+        : m_mostItems(input.render ? input.renderLimit : INT64_MAX),
+          m_mostOfMemory(MostItemsOf(input.memoryLimit, items)),
+          m_made(int64_t(items.Count())) {}
+
+    void Add(int64_t count) { m_made.fetch_add(count, std::memory_order_relaxed); }
+
+    TBuildResult Result() const {
+        int64_t made = m_made.load(std::memory_order_relaxed);
+        if (made <= std::min(m_mostItems, m_mostOfMemory)) return TBuildResult::kOk;
+        // The lower limit is told, however far beyond it the tasks came.
+        return m_mostItems <= m_mostOfMemory ? TBuildResult::kTooManyItems
+                                             : TBuildResult::kOutOfMemory;
+    }
+
+private:
+    static int64_t MostItemsOf(uint64_t bytes, const TDravinItemList& items) {
+        return int64_t(std::min<uint64_t>(bytes / items.BytesPerItem(), INT64_MAX));
+    }
+
+    const int64_t m_mostItems, m_mostOfMemory;
+    std::atomic<int64_t> m_made;
+};
+
+// One task's way to the budget.
+class TItemShare {
+public:
+    explicit TItemShare(TItemBudget& budget) : m_budget(budget) {}
+
+    // produced: by this task, since it began. Whether it may go on.
+    bool Tell(size_t produced) {
+        if (produced != m_told) m_budget.Add(int64_t(produced - m_told));
+        m_told = produced;
+        return m_budget.Result() == TBuildResult::kOk;
+    }
+
+private:
+    TItemBudget& m_budget;
+    size_t m_told = 0;
+};
