@@ -133,6 +133,12 @@ std::string WithJson(std::string_view bytes, size_t length, std::string json) {
     return result.append(rest);
 }
 
+// glTF 1 names the things that glTF 2 numbers.
+bool IsVersion1(std::string_view json) {
+    nlohmann::json root = nlohmann::json::parse(json, nullptr, false);
+    return root.is_object() && root.contains("meshes") && root["meshes"].is_object();
+}
+
 // The first line of what the library says, never empty.
 std::string FirstLine(const std::string& text) {
     size_t start = text.find_first_not_of("\n ");
@@ -187,6 +193,7 @@ private:
                                  unsigned(bytes.size()), "")
                            : parser.LoadASCIIFromString(m_model, &reason, &warning, bytes.data(),
                                                         unsigned(bytes.size()), "");
+        if (!ok && !isBinary && IsVersion1(bytes)) return Fail("glTF 1, only version 2 is read");
         if (!ok) return Fail(FirstLine(reason));
         const std::string& version = m_model->asset.version;
         if (!version.empty() && version[0] != '2')

@@ -137,7 +137,8 @@ std::shared_ptr<BitmapTex> ToTexture(ModelFiles& files, const std::vector<Stream
     } else {
         std::string reason;
         report->textures.push_back({slot, "embedded", true});
-        auto image = ReadBitmapFromMemory(source.bytes, "packed image", &reason);
+        std::string name = source.file.empty() ? "packed image" : source.file;
+        auto image = ReadBitmapFromMemory(source.bytes, name, &reason);
         if (!image) return files.Warn("texture left out: " + reason), nullptr;
         map = std::make_shared<BitmapTex>(ReadBitmap);
         map->SetImage(image);
@@ -160,12 +161,7 @@ std::shared_ptr<StandardMtl> ToMaterial(const StreamMaterial& source, ModelFiles
     material->vertexColors = true;
     material->diffuseMap = ToTexture(files, source.diffuseMap, "diffuse", &report);
     material->opacityMap = ToTexture(files, source.opacityMap, "opacity", &report);
-    // Writers disagree about which end of the scale is opaque.
-    if (source.opacity == 0 && !material->opacityMap) {
-        files.Warn(
-            fmt::format("material \"{}\" has no opacity at all; it is shown opaque", source.name));
-        material->opacity = 1;
-    }
+    MendMaterial(*material, files);
     bool isOpaque = material->opacity == 1 && !material->opacityMap;
     report.alpha = isOpaque ? ImportedAlpha::kOpaque : ImportedAlpha::kBlend;
     files.Model().materials.push_back(std::move(report));

@@ -13,6 +13,12 @@ using Json = nlohmann::ordered_json;
 
 namespace {
 
+// Formats without a unit state no up axis either, or not in a way that writers keep to.
+constexpr const char* kNothingStated =
+    "the file states no unit, and its up axis is the custom of the format: where the model lies on "
+    "its side or has a wrong size, \"up\" of the mesh node turns it and the scale in "
+    "\"object_offset\" fits it\n";
+
 // Objects of one name and mesh that stand next to each other.
 struct Row {
     const ImportedObject* object;
@@ -109,6 +115,7 @@ std::string ImportSummary(const std::string& path, const ImportedModel& model) {
 std::string ImportReportText(const std::string& path, const ImportedModel& model) {
     constexpr size_t kMaxRows = 100;
     std::string text = ImportSummary(path, model) + "\n";
+    if (model.metresPerUnit == 0) text += kNothingStated;
     std::vector<Row> rows = Rows(model);
     for (size_t i = 0; i < std::min(rows.size(), kMaxRows); ++i) {
         const ImportedObject& o = *rows[i].object;

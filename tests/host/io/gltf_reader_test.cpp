@@ -182,6 +182,13 @@ TEST(GltfReader, DeepNestingAndUnknownExtensionsAreRefused) {
     EXPECT_EQ(ErrorOfImport("a.gltf", "solid"), "a.gltf: not a glTF file");
 }
 
+TEST(GltfReader, TheFirstVersionIsRefusedByName) {
+    EXPECT_EQ(ErrorOfImport("a.gltf", R"({"asset":{"version":1},"meshes":{"mesh_1":{}}})"),
+              "a.gltf: glTF 1, only version 2 is read");
+    EXPECT_EQ(ErrorOfImport("a.gltf", R"({"asset":{"version":"1.0"},"meshes":{"m":{}}})"),
+              "a.gltf: glTF 1.0, only version 2 is read");
+}
+
 TEST(GltfReader, DamagedFilesNeverCrash) {
     ExpectRobust("a.gltf", Gltf(), 5);
     ExpectRobust("a.glb", Glb(), 5);

@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "host/io/bitmap.h"
 #include "host/io/import_helper.h"
 #include "tests/host/io/import_testing.h"
 
@@ -155,6 +156,60 @@ std::string Chunk(const std::string& name, const std::string& content) {
 }
 
 }  // namespace
+
+TEST(ImportHelper, QuickModelsHaveZUp) {
+    // A triangle one wide and two high: name of the format, version, counts of meshes, materials
+    // and textures, then the mesh: vertices, faces and their materials, normals, coordinates, box.
+    std::string triangle = Packed(1) + Packed(uint16_t(3)) + Packed(0, 1, 2) + Packed(0);
+    std::string mesh = Packed(3) + Packed(0.f, 0.f, 0.f, 1.f, 0.f, 0.f, 0.f, 0.f, 2.f) + triangle +
+                       Packed(1) + Packed(0.f, -1.f, 0.f) + Packed(0) + std::string(36, '\0');
+    TempFolder folder;
+    std::string file = "quick3Do" + Packed(int16_t(0)) + Packed(1, 0, 0) + "m" + mesh;
+    ImportedModel model = ImportText(folder, "a.q3o", file);
+    ASSERT_EQ(model.objects.size(), 1u);
+    EXPECT_EQ(model.objects[0].mesh->BoundingBox().max, (Point3{1, 0, 2}));
+}
+
+TEST(ImportHelper, TexelsInTheModelAreATexture) {
+    // A triangle in the first game's format of that ending: header, one skin of 2 x 2 texels that
+    // count the game's palette, coordinates, the triangle, and one frame.
+    std::string header = "IDPO" + Packed(6, 1.f, 1.f, 1.f, 0.f, 0.f, 0.f, 2.f, 0.f, 0.f, 0.f) +
+                         Packed(1, 2, 2, 3, 1, 1, 0, 0, 1.f);
+    std::string skin = Packed(0) + std::string("\x0F\xFB\x0F\xFB", 4);
+    std::string coordinates = Packed(0, 0, 0, 0, 1, 0, 0, 0, 1);
+    std::string frame = Packed(0) + std::string(8, '\0') + std::string("triangle", 16) +
+                        std::string("\0\0\0\0\1\0\0\0\0\0\2\0", 12);
+    TempFolder folder;
+    ImportedModel model =
+        ImportText(folder, "a.mdl", header + skin + coordinates + Packed(1, 0, 1, 2) + frame);
+    ASSERT_EQ(model.materials.size(), 1u);
+    ASSERT_EQ(model.materials[0].textures.size(), 1u) << model.warnings.size();
+    EXPECT_EQ(model.materials[0].textures[0].file, "embedded");
+    auto* map = dynamic_cast<BitmapTex*>(
+        dynamic_cast<StandardMtl&>(*model.objects.at(0).material).diffuseMap.Get());
+    ASSERT_NE(map, nullptr);
+    EXPECT_TRUE(model.warnings.empty()) << model.warnings[0];
+}
+
+TEST(ImportHelper, NamesOfImagesAreThoseOfTheFormat) {
+    TempFolder folder;
+    std::string error;
+    ASSERT_TRUE(
+        WriteBitmap(folder.File("leaf.png"), Bitmap(1, 1, 1, std::vector<uint8_t>{7}), &error));
+    std::string x3d =
+        R"(<?xml version="1.0" encoding="UTF-8"?><X3D profile="Interchange" version="3.0"><Scene>
+        <Shape><Appearance><Material diffuseColor="0 0 0"/>
+        <ImageTexture url='"leaf.png" "https://example.org/leaf.png"'/></Appearance>
+        <IndexedFaceSet coordIndex="0 1 2 -1"><Coordinate point="0 0 0 1 0 0 0 2 0"/>
+        <TextureCoordinate point="0 0 1 0 0 1"/></IndexedFaceSet></Shape></Scene></X3D>)";
+    ImportedModel model = ImportText(folder, "a.x3d", x3d);
+    ASSERT_EQ(model.materials.size(), 1u);
+    ASSERT_EQ(model.materials[0].textures.size(), 1u);
+    EXPECT_TRUE(model.materials[0].textures[0].found);
+    EXPECT_EQ(model.materials[0].textures[0].file, "leaf.png");
+    ASSERT_EQ(model.warnings.size(), 1u);
+    EXPECT_NE(model.warnings[0].find("under the colour black"), std::string::npos);
+}
 
 TEST(ImportHelper, FaultsOfAnimationsAreNoFaultsOfTheModel) {
     // A triangle in the B3D format whose animation ends before its last key.
