@@ -54,6 +54,9 @@ std::string ReadModel(const std::string& path, const std::vector<std::string>& r
     std::string ending = path.substr(std::min(path.find_last_of('.'), path.size()));
     if (!scene && !importer.IsExtensionSupported(ending))
         return WriteFailureStream("no reader knows files ending in \"" + ending + "\"");
+    // The library catches what its readers throw, and keeps the text.
+    if (!scene && std::string(importer.GetErrorString()) == std::bad_alloc().what())
+        return WriteFailureStream(kMemoryFailure);
     if (!scene) return WriteFailureStream(importer.GetErrorString() + Remedy(ending));
     return WriteModelStream(ConvertScene(path, *scene, numAnimations));
 }
@@ -69,7 +72,7 @@ int main(int argc, char** argv) {
     try {
         answer = ReadModel(argv[1], {argv + 4, argv + argc});
     } catch (const std::bad_alloc&) {
-        answer = WriteFailureStream("it needs more memory than the limit allows");
+        answer = WriteFailureStream(kMemoryFailure);
     } catch (const std::exception& failure) {
         answer = WriteFailureStream(failure.what());
     }

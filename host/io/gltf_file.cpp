@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/base/file_input.h"
+#include "host/base/text.h"
 #include "host/io/json_depth.h"
 
 namespace {
@@ -139,11 +140,9 @@ bool IsVersion1(std::string_view json) {
     return root.is_object() && root.contains("meshes") && root["meshes"].is_object();
 }
 
-// The first line of what the library says, never empty.
-std::string FirstLine(const std::string& text) {
-    size_t start = text.find_first_not_of("\n ");
-    if (start == text.npos) return "the library cannot read it";
-    return text.substr(start, text.find('\n', start) - start);
+std::string Reason(const std::string& text) {
+    std::string line = FirstLine(text);
+    return line.empty() ? "the library cannot read it" : line;
 }
 
 class Parser {
@@ -194,7 +193,7 @@ private:
                            : parser.LoadASCIIFromString(m_model, &reason, &warning, bytes.data(),
                                                         unsigned(bytes.size()), "");
         if (!ok && !isBinary && IsVersion1(bytes)) return Fail("glTF 1, only version 2 is read");
-        if (!ok) return Fail(FirstLine(reason));
+        if (!ok) return Fail(Reason(reason));
         const std::string& version = m_model->asset.version;
         if (!version.empty() && version[0] != '2')
             return Fail(fmt::format("glTF {}, only version 2 is read", version));

@@ -18,6 +18,7 @@
 #include <fmt/format.h>
 
 #include "host/base/file_input.h"
+#include "host/base/text.h"
 #include "host/io/bitmap.h"
 #include "host/io/model_readers.h"
 #include "host/io/model_stream.h"
@@ -186,12 +187,15 @@ void ToImported(StreamModel&& stream, ModelFiles& files) {
     }
 }
 
-// What a model of so many bytes can sensibly unfold to.
-uint64_t AnswerLimit(const HelperLimits& limits, const std::string& path) {
-    constexpr uint64_t kLeastBytes = 256 << 20, kBytesForByte = 64;
+// What a model of so many bytes can sensibly take to read, and unfold to.
+HelperLimits LimitsFor(HelperLimits limits, const std::string& path) {
+    constexpr uint64_t kLeastMemory = 1 << 30, kMemoryForByte = 256;
+    constexpr uint64_t kLeastAnswer = 256 << 20, kAnswerForByte = 64;
     std::string ignored;
     uint64_t fileBytes = RegularFileSize(path, &ignored).value_or(0);
-    return std::min(limits.answerBytes, kLeastBytes + kBytesForByte * fileBytes);
+    limits.memoryBytes = std::min(limits.memoryBytes, kLeastMemory + kMemoryForByte * fileBytes);
+    limits.answerBytes = std::min(limits.answerBytes, kLeastAnswer + kAnswerForByte * fileBytes);
+    return limits;
 }
 
 bool IsProgram(const std::filesystem::path& path) { return access(path.c_str(), X_OK) == 0; }
@@ -210,7 +214,8 @@ std::string FindImportHelper() {
     return IsProgram(DRAVIN_IMPORT_HELPER_BUILT) ? DRAVIN_IMPORT_HELPER_BUILT : "";
 }
 
-bool ReadByHelper(const HelperLimits& limits, ModelFiles& files, ImportError* error) {
+bool ReadByHelper(const HelperLimits& most, ModelFiles& files, ImportError* error) {
+    HelperLimits limits = LimitsFor(most, files.Path());
     std::string program = limits.program.empty() ? FindImportHelper() : limits.program;
     std::string reason, answer;
     auto fail = [&](ImportFailure kind) {
@@ -227,13 +232,14 @@ bool ReadByHelper(const HelperLimits& limits, ModelFiles& files, ImportError* er
                                        fmt::format("{}", limits.memoryBytes)};
     for (const std::filesystem::path& root : files.Roots()) arguments.push_back(root.string());
     if (!process.Start(program, arguments, &reason)) return fail(ImportFailure::kMissingInput);
-    if (!process.Collect(deadline, AnswerLimit(limits, files.Path()), &answer, &reason))
+    if (!process.Collect(deadline, limits.answerBytes, &answer, &reason))
         return fail(ImportFailure::kLimit);
     if (int status = process.WaitUntil(deadline); status != 0)
         return reason = DescribeEnd(status), fail(ImportFailure::kMalformed);
 
     std::optional<StreamModel> stream = ReadModelStream(answer, &reason);
-    if (!stream) return fail(ImportFailure::kMalformed);
+    if (!stream && reason == kMemoryFailure) return fail(ImportFailure::kLimit);
+    if (!stream) return reason = FirstLine(reason), fail(ImportFailure::kMalformed);
     ToImported(std::move(*stream), files);
     return true;
 }

@@ -42,8 +42,9 @@ struct StreamModel {
 };
 
 std::string WriteModelStream(const StreamModel& model);
-// The message of a reader that failed.
-std::string WriteFailureStream(const std::string& reason);
+// The message of a reader that failed; one that the memory limit stopped says kMemoryFailure.
+inline constexpr std::string_view kMemoryFailure = "it needs more memory than the limit allows";
+std::string WriteFailureStream(std::string_view reason);
 
 // None with a reason in `error` for a failure's message or bytes that are no model.
 std::optional<StreamModel> ReadModelStream(std::string_view bytes, std::string* error);

@@ -9,6 +9,7 @@
 
 #include "host/io/bitmap.h"
 #include "host/io/import_helper.h"
+#include "host/io/model_stream.h"
 #include "tests/host/io/import_testing.h"
 
 namespace {
@@ -250,6 +251,45 @@ TEST(ImportHelper, CrashTimeoutAndNonsenseAreErrors) {
     EXPECT_EQ(HelperError("exec head -c 100000 /dev/zero", limits),
               "x.fbx: cannot read the model: its answer has more than 1000 bytes");
 }
+
+TEST(ImportHelper, MemoryIsMeasuredByTheFile) {
+    // The helper is told how much: here a gigabyte and 256 bytes for each of the file's 40.
+    TempFolder folder;
+    std::string error;
+    auto fail = [&](const HelperLimits& limits) {
+        ImportedModel model;
+        ModelFiles files(folder.Write("x.fbx", std::string(40, 'x')), {}, &model);
+        ImportError failure;
+        EXPECT_FALSE(ReadByHelper(limits, files, &failure));
+        error = failure.text;
+        return failure.kind;
+    };
+    HelperLimits limits;
+    limits.program = Script(folder, "echo dravin-failed; printf '%s' \"$3\"");
+    EXPECT_EQ(fail(limits), ImportFailure::kMalformed);
+    EXPECT_EQ(error, folder.File("x.fbx") + ": cannot read the model: 1073752064");
+    limits.memoryBytes = 1000;
+    EXPECT_EQ(fail(limits), ImportFailure::kMalformed);
+    EXPECT_EQ(error, folder.File("x.fbx") + ": cannot read the model: 1000");
+    limits.program = Script(folder, fmt::format("echo dravin-failed; printf '{}'", kMemoryFailure));
+    EXPECT_EQ(fail(limits), ImportFailure::kLimit);
+}
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+// The sanitizers' helper has no limit of its address space.
+TEST(ImportHelper, AReaderOutOfMemorySaysSo) {
+    // Thirty million vertices are claimed, 360 MB.
+    TempFolder folder;
+    ImportedModel model;
+    ModelFiles files(folder.Write("a.off", "OFF\n30000000 1 0\n0 0 0\n3 0 1 2\n"), {}, &model);
+    ImportError error;
+    HelperLimits limits;
+    limits.memoryBytes = 200 << 20;
+    EXPECT_FALSE(ReadByHelper(limits, files, &error));
+    EXPECT_EQ(error.kind, ImportFailure::kLimit) << error.text;
+    EXPECT_NE(error.text.find("more memory than the limit allows"), std::string::npos);
+}
+#endif
 
 TEST(ImportHelper, ItsWholeGroupEndsWithIt) {
     // A child holds the pipe for ever; the answer counts all the same, and the child is ended.
