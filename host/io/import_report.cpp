@@ -15,9 +15,8 @@ namespace {
 
 // Formats without a unit state no up axis either, or not in a way that writers keep to.
 constexpr const char* kNothingStated =
-    "the file states no unit, and its up axis is the custom of the format: where the model lies on "
-    "its side or has a wrong size, \"up\" of the mesh node turns it and the scale in "
-    "\"object_offset\" fits it\n";
+    "neither unit nor up axis is stated: \"up\" of the mesh node turns the model, the scale of its "
+    "\"object_offset\" fits the size\n";
 
 // Objects of one name and mesh that stand next to each other.
 struct Row {

@@ -69,10 +69,10 @@ TEST(ImportReport, SummaryIsOneLine) {
 
 TEST(ImportReport, AFileThatStatesNoUnitIsToldHowToFitIt) {
     ImportedModel model = SampleModel();
-    EXPECT_THAT(ImportReportText("m.glb", model), testing::Not(HasSubstr("states no unit")));
+    EXPECT_THAT(ImportReportText("m.glb", model), testing::Not(HasSubstr("neither unit nor up")));
     model.metresPerUnit = 0;
     EXPECT_THAT(ImportReportText("m.obj", model),
-                testing::AllOf(HasSubstr("\nthe file states no unit"), HasSubstr("\"up\""),
+                testing::AllOf(HasSubstr("\nneither unit nor up"), HasSubstr("\"up\""),
                                HasSubstr("\"object_offset\"")));
 }
 
