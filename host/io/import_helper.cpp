@@ -189,10 +189,13 @@ void ToImported(StreamModel&& stream, ModelFiles& files) {
 
 // What a model of so many bytes can sensibly take to read, and unfold to.
 HelperLimits LimitsFor(HelperLimits limits, const std::string& path) {
+    constexpr uint64_t kLeastSeconds = 10, kBytesForSecond = 1 << 16;
     constexpr uint64_t kLeastMemory = 1 << 30, kMemoryForByte = 256;
     constexpr uint64_t kLeastAnswer = 256 << 20, kAnswerForByte = 64;
     std::string ignored;
     uint64_t fileBytes = RegularFileSize(path, &ignored).value_or(0);
+    uint64_t seconds = kLeastSeconds + fileBytes / kBytesForSecond;
+    limits.seconds = int(std::min<uint64_t>(uint64_t(limits.seconds), seconds));
     limits.memoryBytes = std::min(limits.memoryBytes, kLeastMemory + kMemoryForByte * fileBytes);
     limits.answerBytes = std::min(limits.answerBytes, kLeastAnswer + kAnswerForByte * fileBytes);
     return limits;

@@ -11,7 +11,7 @@
 #include "host/io/model_readers.h"
 
 struct HelperLimits {
-    int seconds = 120;                         // of processor and of wall-clock time
+    int seconds = 120;  // of processor and of wall-clock time; for small files less
     uint64_t memoryBytes = uint64_t{4} << 30;  // address space of the helper; for small files less
     uint64_t answerBytes = uint64_t{4} << 30;  // length of the answer; for small files less
     std::string program;                       // empty: the one that FindImportHelper finds

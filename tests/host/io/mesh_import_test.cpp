@@ -252,25 +252,26 @@ TEST(ImportHelper, CrashTimeoutAndNonsenseAreErrors) {
               "x.fbx: cannot read the model: its answer has more than 1000 bytes");
 }
 
-TEST(ImportHelper, MemoryIsMeasuredByTheFile) {
-    // The helper is told how much: here a gigabyte and 256 bytes for each of the file's 40.
+TEST(ImportHelper, TimeAndMemoryAreMeasuredByTheFile) {
+    // The helper is told how much: here 10 seconds and two for 128 KiB, a gigabyte and 256 bytes
+    // for each of them.
     TempFolder folder;
     std::string error;
     auto fail = [&](const HelperLimits& limits) {
         ImportedModel model;
-        ModelFiles files(folder.Write("x.fbx", std::string(40, 'x')), {}, &model);
+        ModelFiles files(folder.Write("x.fbx", std::string(128 << 10, 'x')), {}, &model);
         ImportError failure;
         EXPECT_FALSE(ReadByHelper(limits, files, &failure));
         error = failure.text;
         return failure.kind;
     };
     HelperLimits limits;
-    limits.program = Script(folder, "echo dravin-failed; printf '%s' \"$3\"");
+    limits.program = Script(folder, "echo dravin-failed; printf '%s %s' \"$2\" \"$3\"");
     EXPECT_EQ(fail(limits), ImportFailure::kMalformed);
-    EXPECT_EQ(error, folder.File("x.fbx") + ": cannot read the model: 1073752064");
-    limits.memoryBytes = 1000;
+    EXPECT_EQ(error, folder.File("x.fbx") + ": cannot read the model: 12 1107296256");
+    limits.seconds = 3, limits.memoryBytes = 1000;
     EXPECT_EQ(fail(limits), ImportFailure::kMalformed);
-    EXPECT_EQ(error, folder.File("x.fbx") + ": cannot read the model: 1000");
+    EXPECT_EQ(error, folder.File("x.fbx") + ": cannot read the model: 3 1000");
     limits.program = Script(folder, fmt::format("echo dravin-failed; printf '{}'", kMemoryFailure));
     EXPECT_EQ(fail(limits), ImportFailure::kLimit);
 }
