@@ -1,6 +1,7 @@
 #include "apps/dravin_import/converter.h"
 
 #include <algorithm>
+#include <cstring>
 #include <map>
 #include <unordered_map>
 
@@ -77,33 +78,21 @@ std::string FileName(std::string name) {
 void Unpack(const aiTexture& packed, StreamTexture* texture) {
     const char* data = reinterpret_cast<const char*>(packed.pcData);
     if (packed.mHeight == 0) {
+        std::string ending(packed.achFormatHint, strnlen(packed.achFormatHint, HINTMAXTEXTURELEN));
+        if (!ending.empty()) texture->file = "packed image." + ending;
         texture->bytes.assign(data, packed.mWidth);
         return;
     }
     constexpr unsigned kMaxSide = 65535;
     if (packed.mWidth == 0 || packed.mWidth > kMaxSide || packed.mHeight > kMaxSide) return;
     constexpr char kTrueColour = 2, kBits = 32, kFromTopWithAlpha = 0x28;
-    auto low = [](unsigned n) { return char(n & 255); };
-    auto high = [](unsigned n) { return char(n >> 8); };
     texture->file = "packed image.tga";
-    texture->bytes = {0,
-                      0,
-                      kTrueColour,
-                      0,
-                      0,
-                      0,
-                      0,
-                      0,
-                      0,
-                      0,
-                      0,
-                      0,
-                      low(packed.mWidth),
-                      high(packed.mWidth),
-                      low(packed.mHeight),
-                      high(packed.mHeight),
-                      kBits,
-                      kFromTopWithAlpha};
+    std::string header(18, '\0');
+    header[2] = kTrueColour;
+    header[12] = char(packed.mWidth & 255), header[13] = char(packed.mWidth >> 8);
+    header[14] = char(packed.mHeight & 255), header[15] = char(packed.mHeight >> 8);
+    header[16] = kBits, header[17] = kFromTopWithAlpha;
+    texture->bytes = header;
     texture->bytes.append(data, size_t(packed.mWidth) * packed.mHeight * sizeof(aiTexel));
 }
 
