@@ -1,6 +1,7 @@
 #include "apps/dravin_import/converter.h"
 
 #include <algorithm>
+#include <cstring>
 #include <map>
 #include <unordered_map>
 
@@ -38,9 +39,8 @@ Convention ConventionOf(const std::string& path) {
         {"md3", {UpAxis::kY, 0}},    {"md5mesh", {UpAxis::kY, 0}}, {"mdl", {UpAxis::kY, 0}},
         {"irr", {UpAxis::kY, 0}},    {"irrmesh", {UpAxis::kY, 0}}, {"mesh", {UpAxis::kY, 0}},
         {"xml", {UpAxis::kY, 0}},    {"pmx", {UpAxis::kY, 0}},     {"assbin", {UpAxis::kY, 0}},
-        {"q3o", {UpAxis::kY, 0}},    {"q3s", {UpAxis::kY, 0}},     {"ase", {UpAxis::kY, 0}},
-        {"ask", {UpAxis::kY, 0}},    {"ac", {UpAxis::kY, 0}},      {"ac3d", {UpAxis::kY, 0}},
-        {"acc", {UpAxis::kY, 0}},    {"dxf", {UpAxis::kY, 0}}};
+        {"ase", {UpAxis::kY, 0}},    {"ask", {UpAxis::kY, 0}},     {"ac", {UpAxis::kY, 0}},
+        {"ac3d", {UpAxis::kY, 0}},   {"acc", {UpAxis::kY, 0}},     {"dxf", {UpAxis::kY, 0}}};
     std::string ending = path.substr(path.find_last_of('.') + 1);
     for (char& c : ending) c = char(std::tolower(static_cast<unsigned char>(c)));
     auto found = kKnown.find(ending);
@@ -62,14 +62,46 @@ Convention ConventionOf(const std::string& path, const aiScene& scene) {
     return convention;
 }
 
+// The library hands names on as they stand in the file: Blender marks those that are relative to
+// the file with two slashes, X3D has a list in quotation marks, of which the first counts, and for
+// the models of some games, whose skins are chosen elsewhere, the library makes up a name.
+std::string FileName(std::string name) {
+    if (name.rfind("$texture_dummy", 0) == 0) return {};
+    if (name.rfind("//", 0) == 0) name.erase(0, 2);
+    name.erase(0, std::min(name.find_first_not_of('"'), name.size()));
+    return name.substr(0, name.find('"'));
+}
+
+// An image in the model: a file's bytes with no height, or texels, which become an uncompressed
+// Targa file (18 bytes of header, then blue, green, red, alpha from the top) and so one of a kind
+// that is read by its name.
+void Unpack(const aiTexture& packed, StreamTexture* texture) {
+    const char* data = reinterpret_cast<const char*>(packed.pcData);
+    if (packed.mHeight == 0) {
+        std::string ending(packed.achFormatHint, strnlen(packed.achFormatHint, HINTMAXTEXTURELEN));
+        if (!ending.empty()) texture->file = "packed image." + ending;
+        texture->bytes.assign(data, packed.mWidth);
+        return;
+    }
+    constexpr unsigned kMaxSide = 65535;
+    if (packed.mWidth == 0 || packed.mWidth > kMaxSide || packed.mHeight > kMaxSide) return;
+    constexpr char kTrueColour = 2, kBits = 32, kFromTopWithAlpha = 0x28;
+    texture->file = "packed image.tga";
+    std::string header(18, '\0');
+    header[2] = kTrueColour;
+    header[12] = char(packed.mWidth & 255), header[13] = char(packed.mWidth >> 8);
+    header[14] = char(packed.mHeight & 255), header[15] = char(packed.mHeight >> 8);
+    header[16] = kBits, header[17] = kFromTopWithAlpha;
+    texture->bytes = header;
+    texture->bytes.append(data, size_t(packed.mWidth) * packed.mHeight * sizeof(aiTexel));
+}
+
 StreamTexture ToTexture(const aiScene& scene, const aiMaterial& material, aiTextureType type) {
     aiString file;
     material.GetTexture(type, 0, &file);
     StreamTexture texture;
-    texture.file = Text(file);
-    const aiTexture* packed = scene.GetEmbeddedTexture(file.C_Str());
-    if (packed && packed->mHeight == 0)
-        texture.bytes.assign(reinterpret_cast<const char*>(packed->pcData), packed->mWidth);
+    texture.file = FileName(Text(file));
+    if (const aiTexture* packed = scene.GetEmbeddedTexture(file.C_Str())) Unpack(*packed, &texture);
     int mode = 0;
     if (material.Get(AI_MATKEY_MAPPINGMODE_U(type, 0), mode) == AI_SUCCESS)
         texture.wrap = mode == aiTextureMapMode_Clamp ? 1 : mode == aiTextureMapMode_Mirror ? 2 : 0;
@@ -179,7 +211,7 @@ private:
         for (unsigned m = 0; m < m_scene.mNumMeshes; ++m) {
             const aiMesh& mesh = *m_scene.mMeshes[m];
             if (mesh.mPrimitiveTypes & (aiPrimitiveType_POINT | aiPrimitiveType_LINE))
-                leaveOut("mesh of points or lines", 1);
+                leaveOut("set of points or lines", 1);
             leaveOut("morph target", mesh.mNumAnimMeshes);
         }
     }

@@ -33,6 +33,12 @@ void LimitResources(rlim_t seconds, rlim_t bytes) {
 #endif
 }
 
+// What helps with formats of which the library knows the older half only.
+std::string Remedy(const std::string& ending) {
+    if (ending == ".blend") return " (Blender's own files are read up to 2.7; glTF is read best)";
+    return ending == ".fbx" ? " (FBX is read from 7.1, of 2011, on)" : "";
+}
+
 std::string ReadModel(const std::string& path, const std::vector<std::string>& roots) {
     Assimp::Importer importer;
     importer.SetIOHandler(new GuardedFiles(roots));  // the importer owns it
@@ -49,7 +55,10 @@ std::string ReadModel(const std::string& path, const std::vector<std::string>& r
     std::string ending = path.substr(std::min(path.find_last_of('.'), path.size()));
     if (!scene && !importer.IsExtensionSupported(ending))
         return WriteFailureStream("no reader knows files ending in \"" + ending + "\"");
-    if (!scene) return WriteFailureStream(importer.GetErrorString());
+    // The library catches what its readers throw, and keeps the text.
+    if (!scene && std::string(importer.GetErrorString()) == std::bad_alloc().what())
+        throw std::bad_alloc();
+    if (!scene) return WriteFailureStream(importer.GetErrorString() + Remedy(ending));
     return WriteModelStream(ConvertScene(path, *scene, numAnimations));
 }
 

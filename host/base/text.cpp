@@ -149,3 +149,11 @@ std::string CutText(std::string_view text, size_t n) {
         if (isStart(text[end]) && count++ == n) break;
     return std::string(text.substr(0, end));
 }
+
+std::string FirstLine(std::string_view text) {
+    constexpr size_t kMaxCharacters = 300;
+    std::string_view line = Trim(text);
+    line = TrimRight(line.substr(0, line.find('\n')));
+    std::string cut = CutText(line, kMaxCharacters);
+    return cut.size() < line.size() ? cut + "..." : cut;
+}

@@ -44,3 +44,7 @@ std::string DidYouMean(std::string_view name, const std::vector<std::string>& ca
 
 // At most n characters (code points) of UTF-8 text; a cut never splits one.
 std::string CutText(std::string_view text, size_t n);
+
+// The first line that is not blank, for a message: at most 300 characters, then three dots. Empty
+// when there is none.
+std::string FirstLine(std::string_view text);

@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/base/file_input.h"
+#include "host/base/text.h"
 #include "host/io/json_depth.h"
 
 namespace {
@@ -133,11 +134,15 @@ std::string WithJson(std::string_view bytes, size_t length, std::string json) {
     return result.append(rest);
 }
 
-// The first line of what the library says, never empty.
-std::string FirstLine(const std::string& text) {
-    size_t start = text.find_first_not_of("\n ");
-    if (start == text.npos) return "the library cannot read it";
-    return text.substr(start, text.find('\n', start) - start);
+// glTF 1 names the things that glTF 2 numbers.
+bool IsVersion1(std::string_view json) {
+    nlohmann::json root = nlohmann::json::parse(json, nullptr, false);
+    return root.is_object() && root.contains("meshes") && root["meshes"].is_object();
+}
+
+std::string Reason(const std::string& text) {
+    std::string line = FirstLine(text);
+    return line.empty() ? "the library cannot read it" : line;
 }
 
 class Parser {
@@ -189,7 +194,8 @@ private:
                                  unsigned(bytes.size()), "")
                            : parser.LoadASCIIFromString(m_model, &reason, &warning, bytes.data(),
                                                         unsigned(bytes.size()), "");
-        if (!ok) return Fail(FirstLine(reason));
+        if (!ok && !isBinary && IsVersion1(bytes)) return Fail("glTF 1, only version 2 is read");
+        if (!ok) return Fail(Reason(reason));
         const std::string& version = m_model->asset.version;
         if (!version.empty() && version[0] != '2')
             return Fail(fmt::format("glTF {}, only version 2 is read", version));

@@ -19,6 +19,7 @@
 
 #include "host/base/file_input.h"
 #include "host/base/input_limit.h"
+#include "host/base/text.h"
 #include "host/io/bitmap.h"
 #include "host/io/model_readers.h"
 #include "host/io/model_stream.h"
@@ -141,7 +142,8 @@ std::shared_ptr<BitmapTex> ToTexture(ModelFiles& files, const std::vector<Stream
     } else {
         std::string reason;
         report->textures.push_back({slot, "embedded", true});
-        auto image = files.PackedImage(source.bytes, "packed image", &reason);
+        std::string name = source.file.empty() ? "packed image" : source.file;
+        auto image = files.PackedImage(source.bytes, name, &reason);
         if (!image) return files.Warn("texture left out: " + reason), nullptr;
         map = std::make_shared<BitmapTex>(ReadBitmap);
         map->SetImage(image);
@@ -164,12 +166,7 @@ std::shared_ptr<StandardMtl> ToMaterial(const StreamMaterial& source, ModelFiles
     material->vertexColors = true;
     material->diffuseMap = ToTexture(files, source.diffuseMap, "diffuse", &report);
     material->opacityMap = ToTexture(files, source.opacityMap, "opacity", &report);
-    // Writers disagree about which end of the scale is opaque.
-    if (source.opacity == 0 && !material->opacityMap) {
-        files.Warn(
-            fmt::format("material \"{}\" has no opacity at all; it is shown opaque", source.name));
-        material->opacity = 1;
-    }
+    MendMaterial(*material, files);
     bool isOpaque = material->opacity == 1 && !material->opacityMap;
     report.alpha = isOpaque ? ImportedAlpha::kOpaque : ImportedAlpha::kBlend;
     files.Model().materials.push_back(std::move(report));
@@ -194,13 +191,22 @@ void ToImported(StreamModel&& stream, ModelFiles& files) {
     }
 }
 
-// What a model of so many bytes can sensibly unfold to.
-uint64_t AnswerLimit(const HelperLimits& limits, const std::string& path) {
-    constexpr uint64_t kLeastBytes = 256 << 20, kBytesForByte = 64;
+// What a model of so many bytes can sensibly take to read, and unfold to.
+HelperLimits LimitsFor(HelperLimits limits, const std::string& path) {
+    constexpr uint64_t kLeastSeconds = 10, kBytesForSecond = 1 << 16;
+    constexpr uint64_t kLeastMemory = 1 << 30, kMemoryForByte = 256;
+    constexpr uint64_t kLeastAnswer = 256 << 20, kAnswerForByte = 64;
     std::string ignored;
     uint64_t fileBytes = RegularFileSize(path, &ignored).value_or(0);
-    return RaisedByInputLimit(
-        std::min(limits.answerBytes, kLeastBytes + kBytesForByte * fileBytes));
+    uint64_t seconds = kLeastSeconds + fileBytes / kBytesForSecond;
+    limits.seconds = int(std::min<uint64_t>(uint64_t(limits.seconds), seconds));
+    auto bytes = [&](uint64_t most, uint64_t least, uint64_t forByte) {
+        uint64_t sensible = RaisedByInputLimit(std::min(most, least + forByte * fileBytes));
+        return std::min<uint64_t>(sensible, INT64_MAX);
+    };
+    limits.memoryBytes = bytes(limits.memoryBytes, kLeastMemory, kMemoryForByte);
+    limits.answerBytes = bytes(limits.answerBytes, kLeastAnswer, kAnswerForByte);
+    return limits;
 }
 
 bool IsProgram(const std::filesystem::path& path) { return access(path.c_str(), X_OK) == 0; }
@@ -219,7 +225,8 @@ std::string FindImportHelper() {
     return IsProgram(DRAVIN_IMPORT_HELPER_BUILT) ? DRAVIN_IMPORT_HELPER_BUILT : "";
 }
 
-bool ReadByHelper(const HelperLimits& limits, ModelFiles& files, ImportError* error) {
+bool ReadByHelper(const HelperLimits& most, ModelFiles& files, ImportError* error) {
+    HelperLimits limits = LimitsFor(most, files.Path());
     std::string program = limits.program.empty() ? FindImportHelper() : limits.program;
     std::string reason, answer;
     auto fail = [&](ImportFailure kind) {
@@ -231,24 +238,23 @@ bool ReadByHelper(const HelperLimits& limits, ModelFiles& files, ImportError* er
         return fail(ImportFailure::kMissingInput);
     }
     Process process;
-    uint64_t memoryBytes = std::min<uint64_t>(RaisedByInputLimit(limits.memoryBytes), INT64_MAX);
     auto deadline = Clock::now() + std::chrono::seconds(limits.seconds);
     std::vector<std::string> arguments{files.Path(), fmt::format("{}", limits.seconds),
-                                       fmt::format("{}", memoryBytes)};
+                                       fmt::format("{}", limits.memoryBytes)};
     for (const std::filesystem::path& root : files.Roots()) arguments.push_back(root.string());
     if (!process.Start(program, arguments, &reason)) return fail(ImportFailure::kMissingInput);
-    if (!process.Collect(deadline, AnswerLimit(limits, files.Path()), &answer, &reason))
+    if (!process.Collect(deadline, limits.answerBytes, &answer, &reason))
         return fail(ImportFailure::kLimit);
     int status = process.WaitUntil(deadline);
     if (WIFEXITED(status) && WEXITSTATUS(status) == kHelperOutOfMemory) {
         reason = fmt::format("it needs more than {} bytes of memory; a larger --input-limit helps",
-                             memoryBytes);
+                             limits.memoryBytes);
         return fail(ImportFailure::kLimit);
     }
     if (status != 0) return reason = DescribeEnd(status), fail(ImportFailure::kMalformed);
 
     std::optional<StreamModel> stream = ReadModelStream(answer, &reason);
-    if (!stream) return fail(ImportFailure::kMalformed);
+    if (!stream) return reason = FirstLine(reason), fail(ImportFailure::kMalformed);
     ToImported(std::move(*stream), files);
     return true;
 }

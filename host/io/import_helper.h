@@ -11,8 +11,8 @@
 #include "host/io/model_readers.h"
 
 struct HelperLimits {
-    int seconds = 120;  // of processor and of wall-clock time
-    // The input limit (host/base/input_limit.h) raises these two.
+    int seconds = 120;  // of processor and of wall-clock time; for small files less
+    // Both are less for small files; the input limit (host/base/input_limit.h) raises them.
     uint64_t memoryBytes = uint64_t{4} << 30;  // address space of the helper
     uint64_t answerBytes = uint64_t{4} << 30;  // length of the answer; for small files less
     std::string program;                       // empty: the one that FindImportHelper finds

@@ -13,6 +13,11 @@ using Json = nlohmann::ordered_json;
 
 namespace {
 
+// Formats without a unit state no up axis either, or not in a way that writers keep to.
+constexpr const char* kNothingStated =
+    "neither unit nor up axis is stated: \"up\" of the mesh node turns the model, the scale of its "
+    "\"object_offset\" fits the size\n";
+
 // Objects of one name and mesh that stand next to each other.
 struct Row {
     const ImportedObject* object;
@@ -109,6 +114,7 @@ std::string ImportSummary(const std::string& path, const ImportedModel& model) {
 std::string ImportReportText(const std::string& path, const ImportedModel& model) {
     constexpr size_t kMaxRows = 100;
     std::string text = ImportSummary(path, model) + "\n";
+    if (model.metresPerUnit == 0) text += kNothingStated;
     std::vector<Row> rows = Rows(model);
     for (size_t i = 0; i < std::min(rows.size(), kMaxRows); ++i) {
         const ImportedObject& o = *rows[i].object;

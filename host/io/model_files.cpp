@@ -39,6 +39,13 @@ fs::path FindInFolder(const fs::path& folder, const fs::path& name) {
     return {};
 }
 
+// "3 maps of other properties", "2 lights".
+std::string Counted(size_t count, const std::string& kind) {
+    size_t noun = std::min(kind.find(" of "), kind.size());
+    return fmt::format("{} {}{}{}", count, kind.substr(0, noun), count == 1 ? "" : "s",
+                       kind.substr(noun));
+}
+
 bool IsReadableImage(const std::string& path, std::string* error) {
     uint64_t size = 0;
     auto head = ReadFileHead(path, kImageKindBytes, &size, error);
@@ -84,9 +91,7 @@ void ModelFiles::Warn(const std::string& what) {
 void ModelFiles::Finish() {
     std::string text;
     for (const auto& [kind, count] : m_leftOut)
-        if (count > 0)
-            text += fmt::format("{}{} {}{}", text.empty() ? "" : ", ", count, kind,
-                                count == 1 ? "" : "s");
+        if (count > 0) text += (text.empty() ? "" : ", ") + Counted(count, kind);
     if (!text.empty()) Warn("left out: " + text);
     m_leftOut.clear();
 }
@@ -108,7 +113,7 @@ std::optional<std::string> ModelFiles::Resolve(const std::string& name, std::str
     if (!IsInside(path)) {
         *error = fmt::format(
             "{} lies outside the folders of the scene and the model, and is not "
-            "opened",
+            "opened; a scene in a folder that holds both reads it",
             name);
         return std::nullopt;
     }
@@ -119,7 +124,9 @@ std::optional<std::string> ModelFiles::Resolve(const std::string& name, std::str
 std::optional<std::string> ModelFiles::FindImage(const std::string& image, std::string* error) {
     if (auto path = Resolve(image, error)) return path;
     fs::path named = NativePath(image), name = named.filename();
-    std::vector<fs::path> folders{m_folder, m_folder / "textures", m_folder / ".." / "textures"};
+    fs::path above = m_folder / "..";
+    std::vector<fs::path> folders{m_folder, m_folder / "textures", above / "textures",
+                                  above / "materials" / "textures"};
     if (!named.is_absolute()) folders.insert(folders.begin(), m_folder / named.parent_path());
     for (fs::path folder : folders) {
         if (folder.empty()) folder = ".";

@@ -36,9 +36,10 @@ public:
     std::optional<std::string> Resolve(const std::string& name, std::string* error) const;
 
     // The texture map of an image that the model names. Paths of the author's own machine are
-    // common, and so are names in other cases: the image is also looked for beside the model and in
-    // a folder "textures". Null, with a warning, when there is none. The image is noted for the
-    // report as `slot` of `material`, when that is not null.
+    // common, and so are names in other cases: the image is also looked for beside the model, in a
+    // folder "textures" there or one up, and in "../materials/textures". Null, with a warning, when
+    // there is none. The image is noted for the report as `slot` of `material`, when that is not
+    // null.
     std::shared_ptr<BitmapTex> Texture(const std::string& image, const std::string& slot,
                                        ImportedMaterial* material);
     // An image that the model packs; all of them together stay within the input limit. Null with a

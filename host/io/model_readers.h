@@ -28,6 +28,11 @@ struct NamedMtl {
 };
 void ReadMtl(const std::string& library, ModelFiles& files, std::vector<NamedMtl>* materials);
 
+// Mends what the letter of a file makes invisible, with a warning: a material that is fully
+// transparent without a map (writers disagree about which end of the scale is opaque) is opaque,
+// and a texture under the colour black, which would swallow it, is shown alone.
+void MendMaterial(StandardMtl& material, ModelFiles& files);
+
 // The material of a mesh whose face ids index `used`: none, one, or a multi-material.
 std::shared_ptr<Mtl> CombineMaterials(const std::vector<std::shared_ptr<Mtl>>& used);
 

@@ -141,8 +141,8 @@ std::string WriteModelStream(const StreamModel& model) {
     return std::move(writer.bytes);
 }
 
-std::string WriteFailureStream(const std::string& reason) {
-    return std::string(kFailureMark) + reason;
+std::string WriteFailureStream(std::string_view reason) {
+    return std::string(kFailureMark).append(reason);
 }
 
 std::optional<StreamModel> ReadModelStream(std::string_view bytes, std::string* error) {

@@ -43,7 +43,7 @@ struct StreamModel {
 
 std::string WriteModelStream(const StreamModel& model);
 // The message of a reader that failed.
-std::string WriteFailureStream(const std::string& reason);
+std::string WriteFailureStream(std::string_view reason);
 
 // None with a reason in `error` for a failure's message or bytes that are no model.
 std::optional<StreamModel> ReadModelStream(std::string_view bytes, std::string* error);

@@ -57,3 +57,10 @@ TEST(CutText, CountsCharactersAndNeverSplitsOne) {
 }
 
 }  // namespace
+
+TEST(FirstLine, IsShortAndWhole) {
+    EXPECT_EQ(FirstLine("\n  first line \r\nsecond"), "first line");
+    EXPECT_EQ(FirstLine(" \n"), "");
+    EXPECT_EQ(FirstLine(std::string(300, 'x')), std::string(300, 'x'));
+    EXPECT_EQ(FirstLine(std::string(5000, 'x')), std::string(300, 'x') + "...");
+}

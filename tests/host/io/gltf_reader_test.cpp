@@ -182,6 +182,21 @@ TEST(GltfReader, DeepNestingAndUnknownExtensionsAreRefused) {
     EXPECT_EQ(ErrorOfImport("a.gltf", "solid"), "a.gltf: not a glTF file");
 }
 
+TEST(GltfReader, MessagesStayShort) {
+    // The library's message holds the text before the fault.
+    std::string error = ErrorOfImport(
+        "a.gltf", R"({"asset":{"version":"2.0"},"uri":")" + std::string(100000, 'x') + "\n\"}");
+    EXPECT_LT(error.size(), 400u);
+    EXPECT_GT(error.size(), 20u);
+}
+
+TEST(GltfReader, TheFirstVersionIsRefusedByName) {
+    EXPECT_EQ(ErrorOfImport("a.gltf", R"({"asset":{"version":1},"meshes":{"mesh_1":{}}})"),
+              "a.gltf: glTF 1, only version 2 is read");
+    EXPECT_EQ(ErrorOfImport("a.gltf", R"({"asset":{"version":"1.0"},"meshes":{"m":{}}})"),
+              "a.gltf: glTF 1.0, only version 2 is read");
+}
+
 TEST(GltfReader, DamagedFilesNeverCrash) {
     ExpectRobust("a.gltf", Gltf(), 5);
     ExpectRobust("a.glb", Glb(), 5);

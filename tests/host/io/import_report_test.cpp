@@ -67,6 +67,15 @@ TEST(ImportReport, SummaryIsOneLine) {
               "1 material, 0 textures (1 missing), extensions KHR_a KHR_b (not read)");
 }
 
+TEST(ImportReport, AFileThatStatesNoUnitIsToldHowToFitIt) {
+    ImportedModel model = SampleModel();
+    EXPECT_THAT(ImportReportText("m.glb", model), testing::Not(HasSubstr("neither unit nor up")));
+    model.metresPerUnit = 0;
+    EXPECT_THAT(ImportReportText("m.obj", model),
+                testing::AllOf(HasSubstr("\nneither unit nor up"), HasSubstr("\"up\""),
+                               HasSubstr("\"object_offset\"")));
+}
+
 TEST(ImportReport, UnitsAndAxesFollowTheOptions) {
     TempFolder folder;
     std::string off = "OFF\n3 1 0\n0 0 0\n100 0 0\n0 0 250\n3 0 1 2\n";

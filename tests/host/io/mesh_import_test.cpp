@@ -8,7 +8,9 @@
 #include <unistd.h>
 
 #include "host/base/input_limit.h"
+#include "host/io/bitmap.h"
 #include "host/io/import_helper.h"
+#include "host/io/model_stream.h"
 #include "tests/host/io/import_testing.h"
 
 namespace {
@@ -159,6 +161,60 @@ std::string Chunk(const std::string& name, const std::string& content) {
 
 }  // namespace
 
+TEST(ImportHelper, QuickModelsHaveZUp) {
+    // A triangle one wide and two high: name of the format, version, counts of meshes, materials
+    // and textures, then the mesh: vertices, faces and their materials, normals, coordinates, box.
+    std::string triangle = Packed(1) + Packed(uint16_t(3)) + Packed(0, 1, 2) + Packed(0);
+    std::string mesh = Packed(3) + Packed(0.f, 0.f, 0.f, 1.f, 0.f, 0.f, 0.f, 0.f, 2.f) + triangle +
+                       Packed(1) + Packed(0.f, -1.f, 0.f) + Packed(0) + std::string(36, '\0');
+    TempFolder folder;
+    std::string file = "quick3Do" + Packed(int16_t(0)) + Packed(1, 0, 0) + "m" + mesh;
+    ImportedModel model = ImportText(folder, "a.q3o", file);
+    ASSERT_EQ(model.objects.size(), 1u);
+    EXPECT_EQ(model.objects[0].mesh->BoundingBox().max, (Point3{1, 0, 2}));
+}
+
+TEST(ImportHelper, TexelsInTheModelAreATexture) {
+    // A triangle in the first game's format of that ending: header, one skin of 2 x 2 texels that
+    // count the game's palette, coordinates, the triangle, and one frame.
+    std::string header = "IDPO" + Packed(6, 1.f, 1.f, 1.f, 0.f, 0.f, 0.f, 2.f, 0.f, 0.f, 0.f) +
+                         Packed(1, 2, 2, 3, 1, 1, 0, 0, 1.f);
+    std::string skin = Packed(0) + std::string("\x0F\xFB\x0F\xFB", 4);
+    std::string coordinates = Packed(0, 0, 0, 0, 1, 0, 0, 0, 1);
+    std::string frame = Packed(0) + std::string(8, '\0') + std::string("triangle", 16) +
+                        std::string("\0\0\0\0\1\0\0\0\0\0\2\0", 12);
+    TempFolder folder;
+    ImportedModel model =
+        ImportText(folder, "a.mdl", header + skin + coordinates + Packed(1, 0, 1, 2) + frame);
+    ASSERT_EQ(model.materials.size(), 1u);
+    ASSERT_EQ(model.materials[0].textures.size(), 1u) << model.warnings.size();
+    EXPECT_EQ(model.materials[0].textures[0].file, "embedded");
+    auto* map = dynamic_cast<BitmapTex*>(
+        dynamic_cast<StandardMtl&>(*model.objects.at(0).material).diffuseMap.Get());
+    ASSERT_NE(map, nullptr);
+    EXPECT_TRUE(model.warnings.empty()) << model.warnings[0];
+}
+
+TEST(ImportHelper, NamesOfImagesAreThoseOfTheFormat) {
+    TempFolder folder;
+    std::string error;
+    ASSERT_TRUE(
+        WriteBitmap(folder.File("leaf.png"), Bitmap(1, 1, 1, std::vector<uint8_t>{7}), &error));
+    std::string x3d =
+        R"(<?xml version="1.0" encoding="UTF-8"?><X3D profile="Interchange" version="3.0"><Scene>
+        <Shape><Appearance><Material diffuseColor="0 0 0"/>
+        <ImageTexture url='"leaf.png" "https://example.org/leaf.png"'/></Appearance>
+        <IndexedFaceSet coordIndex="0 1 2 -1"><Coordinate point="0 0 0 1 0 0 0 2 0"/>
+        <TextureCoordinate point="0 0 1 0 0 1"/></IndexedFaceSet></Shape></Scene></X3D>)";
+    ImportedModel model = ImportText(folder, "a.x3d", x3d);
+    ASSERT_EQ(model.materials.size(), 1u);
+    ASSERT_EQ(model.materials[0].textures.size(), 1u);
+    EXPECT_TRUE(model.materials[0].textures[0].found);
+    EXPECT_EQ(model.materials[0].textures[0].file, "leaf.png");
+    ASSERT_EQ(model.warnings.size(), 1u);
+    EXPECT_NE(model.warnings[0].find("under the colour black"), std::string::npos);
+}
+
 TEST(ImportHelper, FaultsOfAnimationsAreNoFaultsOfTheModel) {
     // A triangle in the B3D format whose animation ends before its last key.
     std::string vertices = Packed(0, 0, 0) + Packed(0.f, 0.f, 0.f, 1.f, 0.f, 0.f, 0.f, 2.f, 0.f);
@@ -214,6 +270,44 @@ TEST(ImportHelper, TooLittleMemoryIsALimitThatCanBeRaised) {
               std::string::npos);
     SetInputLimit(kDefaultInputLimit);
 }
+
+TEST(ImportHelper, TimeAndMemoryAreMeasuredByTheFile) {
+    // The helper is told how much: here 10 seconds and two for 128 KiB, a gigabyte and 256 bytes
+    // for each of them.
+    TempFolder folder;
+    std::string error;
+    auto fail = [&](const HelperLimits& limits) {
+        ImportedModel model;
+        ModelFiles files(folder.Write("x.fbx", std::string(128 << 10, 'x')), {}, &model);
+        ImportError failure;
+        EXPECT_FALSE(ReadByHelper(limits, files, &failure));
+        error = failure.text;
+        return failure.kind;
+    };
+    HelperLimits limits;
+    limits.program = Script(folder, "echo dravin-failed; printf '%s %s' \"$2\" \"$3\"");
+    EXPECT_EQ(fail(limits), ImportFailure::kMalformed);
+    EXPECT_EQ(error, folder.File("x.fbx") + ": cannot read the model: 12 1107296256");
+    limits.seconds = 3, limits.memoryBytes = 1000;
+    EXPECT_EQ(fail(limits), ImportFailure::kMalformed);
+    EXPECT_EQ(error, folder.File("x.fbx") + ": cannot read the model: 3 1000");
+}
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+// The sanitizers' helper has no limit of its address space.
+TEST(ImportHelper, AReaderOutOfMemorySaysSo) {
+    // Thirty million vertices are claimed, 360 MB.
+    TempFolder folder;
+    ImportedModel model;
+    ModelFiles files(folder.Write("a.off", "OFF\n30000000 1 0\n0 0 0\n3 0 1 2\n"), {}, &model);
+    ImportError error;
+    HelperLimits limits;
+    limits.memoryBytes = 200 << 20;
+    EXPECT_FALSE(ReadByHelper(limits, files, &error));
+    EXPECT_EQ(error.kind, ImportFailure::kLimit) << error.text;
+    EXPECT_NE(error.text.find("it needs more than 209715200 bytes of memory"), std::string::npos);
+}
+#endif
 
 TEST(ImportHelper, ItsWholeGroupEndsWithIt) {
     // A child holds the pipe for ever; the answer counts all the same, and the child is ended.

@@ -69,6 +69,17 @@ TEST(ModelFiles, ImagesOfTheSceneAreFound) {
     EXPECT_EQ(project.Texture("none.png"), nullptr);
 }
 
+TEST(ModelFiles, ImagesInTheMaterialsFolderBesideAreFound) {
+    Project project;
+    fs::create_directories(project.folder.File("scene/materials/textures"));
+    fs::rename(project.folder.File("scene/models/leaf.png"),
+               project.folder.File("scene/materials/textures/leaf.png"));
+    EXPECT_NE(project.Texture("leaf.png"), nullptr);
+    // Without a scene that holds both folders, the one beside the model's stays closed.
+    ImportedModel alone;
+    EXPECT_EQ(ModelFiles(project.model, {}, &alone).Texture("leaf.png", "", nullptr), nullptr);
+}
+
 TEST(ModelFiles, BuffersAndLibrariesStayInsideToo) {
     TempFolder folder;
     fs::create_directories(folder.File("models"));
@@ -93,7 +104,10 @@ TEST(ModelFiles, LeftOutThingsAreCounted) {
     files.LeaveOut("normal map");
     files.LeaveOut("animation", 2);
     files.LeaveOut("camera", 0);
+    files.LeaveOut("row of element \"edge\"", 3);
     files.Finish();
     files.Finish();
-    EXPECT_THAT(model.warnings, ElementsAre("m.glb: left out: 2 animations, 1 normal map"));
+    EXPECT_THAT(model.warnings,
+                ElementsAre("m.glb: left out: 2 animations, 1 normal map, 3 rows of "
+                            "element \"edge\""));
 }

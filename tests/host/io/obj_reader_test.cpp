@@ -105,7 +105,29 @@ TEST(ObjReader, TransparencyHasTwoMeanings) {
     EXPECT_EQ(opacity("# Converted by Meshlab Group\nnewmtl red\nTr 0.25\n"), 0.25f);
     EXPECT_EQ(opacity("newmtl red\nTr 1\n"), 1);  // nobody writes what nobody sees
     EXPECT_EQ(opacity("newmtl red\nd 0.5\nTr 1\n"), 0.5f);
-    EXPECT_EQ(opacity("newmtl red\nTr 0.5\nd 0\n"), 0);
+    EXPECT_EQ(opacity("newmtl red\nTr 0.5\nd 0\n"), 1);
+}
+
+TEST(ObjReader, WhatNobodyWouldSeeIsMendedWithAWarning) {
+    TempFolder folder;
+    std::string error;
+    ASSERT_TRUE(
+        WriteBitmap(folder.File("leaf.png"), Bitmap(1, 1, 1, std::vector<uint8_t>{7}), &error));
+    folder.Write("a.mtl",
+                 "newmtl red\nd 0\nnewmtl blue\nKd 0 0 0\nmap_Kd leaf.png\n"
+                 "newmtl black\nKd 0 0 0\n");
+    ImportedModel model = ImportObj(folder,
+                                    "mtllib a.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\nusemtl red\nf 1 2 3\n"
+                                    "usemtl blue\nf 1 2 3\nusemtl black\nf 1 2 3\n");
+    auto* materials = model.objects.at(0).material.get();
+    EXPECT_EQ(MtlOfFace(materials, 0)->opacity, 1);
+    EXPECT_EQ(MtlOfFace(materials, 1)->diffuse, (Color{1, 1, 1}));
+    EXPECT_EQ(MtlOfFace(materials, 2)->diffuse, (Color{0, 0, 0}));
+    ASSERT_EQ(model.warnings.size(), 2u);
+    EXPECT_NE(model.warnings[0].find("\"red\" has no opacity at all"), std::string::npos);
+    EXPECT_NE(model.warnings[1].find("\"blue\" has a texture under the colour black"),
+              std::string::npos);
+    EXPECT_EQ(model.materials.at(0).alpha, ImportedAlpha::kOpaque);
 }
 
 TEST(ObjReader, WhatIsLeftOutWarns) {
