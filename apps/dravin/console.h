@@ -43,8 +43,8 @@ void PrintResult(const std::string& text);
 // closed the pipe is no error. To be asked once, at the end.
 bool FinishResults();
 
-// A bar on a terminal, nothing elsewhere. One at a time; messages that come meanwhile take its line,
-// and the next update draws it again.
+// A bar on a terminal, nothing elsewhere. One at a time; messages that come meanwhile take its
+// line, and the next update draws it again.
 class ProgressBar {
 public:
     explicit ProgressBar(std::string title);
