@@ -1,5 +1,12 @@
 #include "fuzz/fuzz_file.h"
+#include "host/base/input_limit.h"
 #include "host/io/bitmap.h"
+
+// Memory for pixels that a few bytes claim would take most of the time.
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    SetInputLimit(1 << 20);
+    return 0;
+}
 
 // An image from a file and the same bytes as a model file packs them.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
