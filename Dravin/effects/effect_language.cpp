@@ -1,7 +1,7 @@
 #include "Dravin/effects/effect_language.h"
 
 #include "Dravin/effects/item_attributes.h"
-#include "Dravin/engine/item_pipeline.h"
+#include "Dravin/engine/surfaces.h"
 
 namespace {
 

@@ -114,102 +114,124 @@ TDistributeEffectVM::TDistributeEffectVM(const TEffectProgram& program, bool pla
     m_batch->bind(program.slots);
 }
 
-void TDistributeEffectVM::Run(std::span<TEffectItem> items, const TBuildInput& input,
+void TDistributeEffectVM::Run(const TEffectLanes& items, const TBuildInput& input,
                               TEffVMCallback& host) {
-    if (m_batch && items.size() >= kSmallestBatch) {
-        for (size_t first = 0; first < items.size(); first += batch_machine::width)
-            RunLanes(items.subspan(first, std::min(batch_machine::width, items.size() - first)),
-                     input, host);
+    m_alive.clear();
+    ForEachAlive(items.lanes, [&](size_t k) { m_alive.push_back(uint32_t(k)); });
+    if (!m_batch || m_alive.size() < kSmallestBatch) {
+        for (uint32_t k : m_alive) RunPlain(items, k, input, host);
         return;
     }
-    for (TEffectItem& one : items)
-        if (!one.item->discarded) RunPlain(one, input, host);
+    for (size_t first = 0; first < m_alive.size(); first += batch_machine::width) {
+        size_t count = std::min(batch_machine::width, m_alive.size() - first);
+        RunBatch(items, Batch(m_alive).subspan(first, count), input, host);
+    }
 }
 
 // The result of a program is a vector or nothing; the vectors of all programs add up.
-static void AddResult(const value& result, TDravinItem& item) {
+static void AddResult(const value& result, ItemSource& from) {
     if (!result.is_vector()) return;
     vector3 v = result.vector();
-    item.effectVector += Point3{v.x, v.y, v.z};
+    from.effectVector += Point3{v.x, v.y, v.z};
 }
 
-void TDistributeEffectVM::RunPlain(TEffectItem& one, const TBuildInput& input,
+void TDistributeEffectVM::RunPlain(const TEffectLanes& items, size_t k, const TBuildInput& input,
                                    TEffVMCallback& host) {
     auto attributes = ItemAttributes();
     m_machine.reset();
     for (size_t slot : m_program.attributes.restored)
         m_machine.set_slot(slot, m_program.slots[slot]);
+    TAttributeSource source{items.lanes, items.cells, k, items.outcomes[k], input};
     for (size_t i : m_program.attributes.read)
-        m_machine.set_slot(
-            m_program.itemSlot + i,
-            attributes[i].read({*one.item, one.outcome, *one.specimen, one.size, input}));
+        m_machine.set_slot(m_program.itemSlot + i, attributes[i].read(source));
     // An item whose run fails stays as it was.
-    if (!m_machine.run(one.random, &host)) return;
+    TNuRandom* random = items.randoms.empty() ? nullptr : &items.randoms[k];
+    if (!m_machine.run(random, &host)) return;
     for (size_t i : m_program.attributes.written)
         if (m_machine.is_modified(m_program.itemSlot + i))
-            attributes[i].write({*one.item, one.outcome, *one.specimen, one.size, input},
+            attributes[i].write({items.lanes, k, items.outcomes[k], input},
                                 Taken(attributes[i], m_machine.slot(m_program.itemSlot + i)));
-    AddResult(m_machine.result(), *one.item);
+    AddResult(m_machine.result(), items.lanes.from[k]);
 }
 
-void TDistributeEffectVM::FillLanes(std::span<const TEffectItem> items, const TBuildInput& input) {
+void TDistributeEffectVM::FillBatch(const TEffectLanes& items, Batch batch,
+                                    const TBuildInput& input) {
     auto attributes = ItemAttributes();
     for (const batch_program::binding& b : m_program.lanes->inputs) {
         const TItemAttribute& attribute = attributes[b.slot - m_program.itemSlot];
-        const lane_register* part = b.value.part;
-        for (size_t k = 0; k < items.size(); ++k) {
-            const TEffectItem& one = items[k];
-            value v = attribute.read({*one.item, one.outcome, *one.specimen, one.size, input});
-            if (b.value.kind == lane_value::shape::integer) {
-                m_batch->integer_lane(part[0])[k] = v.integer();
-            } else if (b.value.kind == lane_value::shape::real) {
-                m_batch->real_lane(part[0])[k] = v.real();
-            } else {
-                vector3 p = v.vector();
-                const float component[3] = {p.x, p.y, p.z};
-                for (int c = 0; c < 3; ++c)
-                    if (part[c] != no_register) m_batch->real_lane(part[c])[k] = component[c];
-            }
+        if (attribute.column) {
+            FillFromColumn(attribute.column(items.lanes), b.value, batch);
+            continue;
+        }
+        for (size_t place = 0; place < batch.size(); ++place) {
+            size_t k = batch[place];
+            FillOne(b.value, place,
+                    attribute.read({items.lanes, items.cells, k, items.outcomes[k], input}));
         }
     }
 }
 
-void TDistributeEffectVM::RunLanes(std::span<TEffectItem> items, const TBuildInput& input,
+void TDistributeEffectVM::FillFromColumn(const TAttributeColumn& column, const lane_value& to,
+                                         Batch batch) {
+    int numParts = to.kind == lane_value::shape::real ? 1 : 3;
+    for (int p = 0; p < numParts; ++p) {
+        if (to.part[p] == no_register) continue;
+        float* lane = m_batch->real_lane(to.part[p]);
+        for (size_t place = 0; place < batch.size(); ++place)
+            lane[place] = column.At(p, batch[place]);
+    }
+}
+
+void TDistributeEffectVM::FillOne(const lane_value& to, size_t place, const value& v) {
+    if (to.kind == lane_value::shape::integer) {
+        m_batch->integer_lane(to.part[0])[place] = v.integer();
+    } else if (to.kind == lane_value::shape::real) {
+        m_batch->real_lane(to.part[0])[place] = v.real();
+    } else {
+        vector3 p = v.vector();
+        const float component[3] = {p.x, p.y, p.z};
+        for (int c = 0; c < 3; ++c)
+            if (to.part[c] != no_register) m_batch->real_lane(to.part[c])[place] = component[c];
+    }
+}
+
+void TDistributeEffectVM::RunBatch(const TEffectLanes& items, Batch batch, const TBuildInput& input,
                                    TEffVMCallback& host) {
-    FillLanes(items, input);
+    FillBatch(items, batch, input);
     TNuRandom* randoms[batch_machine::width];
     std::vector<TNuRandom> before;  // only where a run may fail: such items run again
-    bool draws = m_program.usesRandom;
+    bool draws = m_program.usesRandom && !items.randoms.empty();
     bool keeps = draws && m_program.lanes->can_fail;
-    for (size_t k = 0; draws && k < items.size(); ++k) randoms[k] = items[k].random;
-    for (size_t k = 0; keeps && k < items.size(); ++k) before.push_back(*items[k].random);
-    std::span<TNuRandom* const> given(randoms, draws ? items.size() : 0);
-    m_batch->run(items.size(), given, &host);
+    for (size_t place = 0; draws && place < batch.size(); ++place)
+        randoms[place] = &items.randoms[batch[place]];
+    for (size_t place = 0; keeps && place < batch.size(); ++place)
+        before.push_back(*randoms[place]);
+    m_batch->run(batch.size(), std::span(randoms, draws ? batch.size() : 0), &host);
 
-    for (size_t k = 0; k < items.size(); ++k) {
-        TEffectItem& one = items[k];
-        if (one.item->discarded) continue;
-        if (!m_batch->any_failed() || !m_batch->failed(k)) {
-            TakeLanes(one, k, input);
+    for (size_t place = 0; place < batch.size(); ++place) {
+        if (!m_batch->any_failed() || !m_batch->failed(place)) {
+            TakeResults(items, batch[place], place, input);
             continue;
         }
         // The plain machine says what such an item is left with.
-        if (keeps) *one.random = before[k];
-        RunPlain(one, input, host);
+        if (keeps) *randoms[place] = before[place];
+        RunPlain(items, batch[place], input, host);
     }
 }
 
-// What the program left in the lanes of item k.
-void TDistributeEffectVM::TakeLanes(TEffectItem& one, size_t k, const TBuildInput& input) {
+// What the program left for the item of lane k.
+void TDistributeEffectVM::TakeResults(const TEffectLanes& items, size_t k, size_t place,
+                                      const TBuildInput& input) {
     auto attributes = ItemAttributes();
     for (const batch_program::binding& b : m_program.lanes->outputs) {
         // Parameters and read-only attributes change for the program only.
         size_t i = b.slot - m_program.itemSlot;
         if (b.slot < m_program.itemSlot || i >= attributes.size() || !attributes[i].write) continue;
-        attributes[i].write({*one.item, one.outcome, *one.specimen, one.size, input},
-                            Taken(attributes[i], m_batch->get(b.value, k)));
+        attributes[i].write({items.lanes, k, items.outcomes[k], input},
+                            Taken(attributes[i], m_batch->get(b.value, place)));
     }
-    if (m_program.lanes->returns) AddResult(m_batch->get(m_program.lanes->result, k), *one.item);
+    if (m_program.lanes->returns)
+        AddResult(m_batch->get(m_program.lanes->result, place), items.lanes.from[k]);
 }
 
 // --- all programs
@@ -225,10 +247,11 @@ TDistributeEffectVMList::TDistributeEffectVMList(const TEffectPrograms& programs
         m_machines.emplace_back(p, programs.plainOnly);
 }
 
-void TDistributeEffectVMList::Run(std::span<TEffectItem> items) {
-    for (TEffectItem& one : items) one.item->effectVector = {};
+void TDistributeEffectVMList::Run(const TEffectLanes& items) {
+    TItemLanes& lanes = items.lanes;
+    for (size_t k = 0; k < lanes.count; ++k) lanes.from[k].effectVector = {};
     for (TDistributeEffectVM& machine : m_machines) machine.Run(items, m_input, m_host);
     // An item that a program hides keeps no vector, not even of the programs before.
-    for (TEffectItem& one : items)
-        if (one.item->discarded) one.item->effectVector = {};
+    for (size_t k = 0; k < lanes.count; ++k)
+        if (!lanes.IsAlive(k)) lanes.from[k].effectVector = {};
 }

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Dravin/effects/effect_language.h"
+#include "Dravin/effects/item_attributes.h"
 #include "Dravin/effects/tavuvm_expr/batch_machine.h"
 #include "Dravin/effects/tavuvm_expr/vmachine.h"
 #include "Dravin/engine/effect_runner.h"
@@ -57,25 +58,34 @@ class TDistributeEffectVM {
 public:
     TDistributeEffectVM(const TEffectProgram& program, bool plainOnly);
 
-    // Runs the program on all items that are not discarded.
-    void Run(std::span<TEffectItem> items, const TBuildInput& input, TEffVMCallback& host);
+    // Runs the program on all items that are alive.
+    void Run(const TEffectLanes& items, const TBuildInput& input, TEffVMCallback& host);
 
 private:
-    void RunPlain(TEffectItem& one, const TBuildInput& input, TEffVMCallback& host);
-    void RunLanes(std::span<TEffectItem> items, const TBuildInput& input, TEffVMCallback& host);
-    void TakeLanes(TEffectItem& one, size_t k, const TBuildInput& input);
-    void FillLanes(std::span<const TEffectItem> items, const TBuildInput& input);
+    // Items of one batch, by their lanes.
+    using Batch = std::span<const uint32_t>;
+
+    void RunPlain(const TEffectLanes& items, size_t k, const TBuildInput& input,
+                  TEffVMCallback& host);
+    void RunBatch(const TEffectLanes& items, Batch batch, const TBuildInput& input,
+                  TEffVMCallback& host);
+    void TakeResults(const TEffectLanes& items, size_t k, size_t place, const TBuildInput& input);
+    void FillBatch(const TEffectLanes& items, Batch batch, const TBuildInput& input);
+    void FillFromColumn(const TAttributeColumn& column, const tavuvm_expr::lane_value& to,
+                        Batch batch);
+    void FillOne(const tavuvm_expr::lane_value& to, size_t place, const tavuvm_expr::value& v);
 
     const TEffectProgram& m_program;
     tavuvm_expr::vmachine m_machine;
     std::unique_ptr<tavuvm_expr::batch_machine> m_batch;  // null: plain machine only
+    std::vector<uint32_t> m_alive;
 };
 
 class TDistributeEffectVMList : public IEffectRunner {
 public:
     TDistributeEffectVMList(const TEffectPrograms& programs, const TBuildInput& input,
                             const TGeometryChoice& geometry);
-    void Run(std::span<TEffectItem> items) override;
+    void Run(const TEffectLanes& items) override;
 
 private:
     const TBuildInput& m_input;

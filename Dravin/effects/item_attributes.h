@@ -5,6 +5,7 @@
 // translation are lengths, those of the random scale percent.
 #pragma once
 
+#include <cstddef>
 #include <span>
 #include <vector>
 
@@ -12,23 +13,29 @@
 #include "Dravin/engine/build_input.h"
 #include "Dravin/engine/effect_runner.h"
 
-// What attributes are read from: an item, what earlier programs want of it, and the settings around
-// it.
+// What attributes are read from: an item among others, what earlier programs want of it, and the
+// settings around it.
 struct TAttributeSource {
-    const TDravinItem& item;
+    const TItemLanes& lanes;
+    const TCells& cells;
+    size_t k;  // the item's lane
     const TEffectOutcome& outcome;
-    const TSpecimen& specimen;
-    const TSpecimenSize& size;
     const TBuildInput& input;
 };
 
 // Where a value that a program wrote goes.
 struct TAttributeTarget {
-    TDravinItem& item;
+    TItemLanes& lanes;
+    size_t k;
     TEffectOutcome& outcome;
-    const TSpecimen& specimen;
-    const TSpecimenSize& size;
     const TBuildInput& input;
+};
+
+// Where the numbers of an attribute stand, a column for each part of a vector.
+struct TAttributeColumn {
+    const float* part[3];
+
+    float At(int p, size_t k) const { return part[p][k]; }
 };
 
 struct TItemAttribute {
@@ -37,6 +44,9 @@ struct TItemAttribute {
     tavuvm_expr::value (*read)(const TAttributeSource& source);
     // Null: read-only. The value is of the attribute's type.
     void (*write)(const TAttributeTarget& target, const tavuvm_expr::value& v);
+    // What `read` reads, of real attributes and vectors that stand in the lanes as they are; null
+    // for all others.
+    TAttributeColumn (*column)(const TItemLanes& lanes) = nullptr;
 };
 
 // In the order of the attributes' slots.

@@ -138,12 +138,16 @@ struct TBuildInput {
     // Log lines of level 2.
     std::function<void(const std::string&)> debugLog;
 
-    // The parts of the build, for its progress; overlaps are removed in one more.
-    void StartProgress(size_t stages) const {
-        if (progress) progress->Start(int64_t(stages) + RemovesOverlaps());
+    // The parts of the build, for its progress: items are made, then overlaps removed.
+    void StartProgress() const {
+        if (progress) progress->Start(1 + RemovesOverlaps());
     }
     void NextStage(int64_t units) const {
         if (progress) progress->NextStage(units);
+    }
+    // Items that only take the coordinates of a surface stand on no slope.
+    bool KnowsSlopes() const {
+        return customEdit || distributionMode == kDistImage || linkToSurface;
     }
     bool RemovesOverlaps() const { return collisions && !customEdit; }
 

@@ -9,6 +9,8 @@
 #include "Dravin/engine/distribute_grid.h"
 #include "Dravin/engine/distribute_points.h"
 #include "Dravin/engine/distribute_uv.h"
+#include "Dravin/engine/produce_items.h"
+#include "Dravin/engine/source_stored.h"
 
 namespace {
 
@@ -93,40 +95,59 @@ int32_t Decimation(const TBuildInput& input, double measure) {
                           input.displayLimit);
 }
 
-TBuildResult DistributeImageXY(const TBuildInput& input, const TGeometryChoice& geometry,
-                               TDravinItemList& items, TBuildStatistics& statistics, Box3* bounds) {
-    std::unique_ptr<Ground> ground = CollectGround(input, geometry);
-    for (const TGridGroup& group : ground->groups) *bounds += group.bounds;
-    ClipToView(input, *ground);
-    const std::vector<TGridGroup>& groups = ground->groups;
+// What a build makes its items from. Sources look at the ground, which stays where it is.
+struct Plan {
+    std::unique_ptr<Ground> ground;
+    Box3 bounds;  // of the ground, as far as the mode has one
+    TItemSources sources;
+};
+
+TBuildResult PlanImageXY(const TBuildInput& input, const TGeometryChoice& geometry,
+                         TBuildStatistics& statistics, Plan& plan) {
+    plan.ground = CollectGround(input, geometry);
+    Ground& ground = *plan.ground;
+    for (const TGridGroup& group : ground.groups) plan.bounds += group.bounds;
+    ClipToView(input, ground);
     // A row for the surfaces that is off keeps them from being the ground.
     bool noGround = input.surfaceBounds.IsEmpty() || input.areaRowForSurfaces;
-    if (ground->areas.include.empty() && noGround) return TBuildResult::kNoAreas;
-    statistics.includeGroups = int32_t(std::max(groups.size(), ground->areas.include.size()));
-    statistics.excludeAreas = int32_t(ground->areas.numExcludeAreas);
-    statistics.decimation = Decimation(input, ground->measure);
-    input.StartProgress(groups.size());
-    DebugLog(input, fmt::format("BuildItemArray->DistributeImageXY ({} areas)", groups.size()));
-    for (const TGridGroup& group : groups) {
-        TBuildResult result = DistributeGroup(input, geometry, group, items, statistics);
+    if (ground.areas.include.empty() && noGround) return TBuildResult::kNoAreas;
+    statistics.includeGroups = int32_t(std::max(ground.groups.size(), ground.areas.include.size()));
+    statistics.excludeAreas = int32_t(ground.areas.numExcludeAreas);
+    statistics.decimation = Decimation(input, ground.measure);
+    DebugLog(input,
+             fmt::format("BuildItemArray->DistributeImageXY ({} areas)", ground.groups.size()));
+    for (const TGridGroup& group : ground.groups) {
+        TBuildResult result = LayGroup(input, group, plan.sources, statistics);
         if (result != TBuildResult::kOk) return result;
     }
     return TBuildResult::kOk;
 }
 
-// bounds: of the ground, as far as the mode has one.
-TBuildResult Distribute(const TBuildInput& input, const TGeometryChoice& geometry,
-                        TDravinItemList& items, TBuildStatistics& statistics, Box3* bounds) {
+TBuildResult MakePlan(const TBuildInput& input, const TGeometryChoice& geometry,
+                      TBuildStatistics& statistics, Plan& plan) {
     if (input.specimens.empty()) return TBuildResult::kOk;
     if (input.customEdit) {
-        ProcessStoredItems(input, geometry, items, statistics);
+        statistics.decimation = StoredDecimation(input);
+        plan.sources.push_back(std::make_unique<TStoredSource>(input, statistics.decimation));
         return TBuildResult::kOk;
     }
-    if (input.distributionMode == kDistImage && input.surfaceMode == kSurfaceXY)
-        return DistributeImageXY(input, geometry, items, statistics, bounds);
-    if (input.distributionMode != kDistImage)
-        return DistributePoints(input, geometry, items, statistics);
-    return DistributeImageUV(input, geometry, items, statistics);
+    if (input.distributionMode != kDistImage) return LayPoints(input, plan.sources, statistics);
+    if (input.surfaceMode == kSurfaceUV)
+        return LaySurfaces(input, geometry, plan.sources, statistics);
+    return PlanImageXY(input, geometry, statistics, plan);
+}
+
+// Hand-edited items that are not selected are what an earlier build made of them.
+void KeepUnselected(const TBuildInput& input, TDravinItemList& items,
+                    TBuildStatistics& statistics) {
+    for (size_t i = 0; input.unselected && i < items.Count(); ++i) {
+        if (input.storedItems[i].selected) continue;
+        TDravinItem kept;
+        input.unselected->ReadStored(i, &kept);
+        items.Write(i, kept);
+    }
+    for (size_t i = 0; i < items.Count(); ++i)
+        statistics.discardedItems += items.Place(i).discarded != 0;
 }
 
 int32_t ItemCount(const TDravinItemList& items) {
@@ -167,6 +188,8 @@ ItemCompleter CompleterOf(const TBuildInput& input) {
             item.randomScale = item.keptRandomScale;
         }
         CompleteUvws(input, item);
+        bool lies = item.surfaceFace >= 0 && input.KnowsSlopes();
+        item.surfaceSlope = lies ? SlopeOf(item.surfaceNormal) : 0;
         if (input.specimens.empty()) return;
         const TSpecimen& specimen =
             input.specimens[SpecimenRow(item.specimenIndex, input.specimens.size())];
@@ -203,14 +226,6 @@ bool TBuildInput::NeedsAreaDistances() const {
     });
 }
 
-std::vector<TRowSlice> SplitRows(int64_t rows, int threads) {
-    std::vector<TRowSlice> slices;
-    int64_t perTask = threads < 2 ? rows : rows / threads + 1;
-    for (int64_t first = 0; first < rows; first += perTask)
-        slices.push_back({first, std::min(perTask, rows - first)});
-    return slices;
-}
-
 Box3 ScatterBounds(const TBuildInput& input) {
     TAreas areas = BuildAreas(input.areas, {});
     if (!areas.include.empty()) return areas.include.front().bounds;
@@ -231,17 +246,22 @@ TBuildResult BuildItemArray(const TBuildInput& input, TDravinItemList& items,
     items.Prepare(input.ItemGroupsNeeded(), CompleterOf(input));
     TGeometryChoice geometry(input.geometry, input.specimens);
 
-    Box3 bounds;
-    TBuildResult result = Distribute(input, geometry, items, statistics, &bounds);
+    Plan plan;
+    TBuildResult result = MakePlan(input, geometry, statistics, plan);
+    input.StartProgress();
+    if (result == TBuildResult::kOk)
+        result = ProduceItems(input, geometry, plan.sources, input.threads, items, statistics);
     if (result != TBuildResult::kOk) {
         items.Clear();
         statistics.rejected = {};  // of tasks that stopped somewhere
         return result;
     }
+    if (input.customEdit) KeepUnselected(input, items, statistics);
     statistics.createdCount = ItemCount(items);
     if (input.RemovesOverlaps() && items.Count() > 1)
         statistics.rejected.collision = statistics.discardedCount =
-            ComputeCollisions(input, bounds, items);
+            ComputeCollisions(input, plan.bounds, items);
     statistics.itemCount = ItemCount(items);
+    items.TrimSpare();
     return TBuildResult::kOk;
 }

@@ -19,10 +19,3 @@ Box3 ScatterBounds(const TBuildInput& input);
 // Size of the distribution map that suits ground of these bounds: 100 metres, or 25 where neither
 // side of the ground reaches 2 metres. In scene units, of which one is `unitScale` metres.
 float AutomaticMapSize(const Box3& bounds, double unitScale);
-
-// Rows of one task of a grid.
-struct TRowSlice {
-    int64_t first = 0, count = 0;
-};
-// Whole rows in one slice a thread: rows / threads + 1 each, the last one shorter.
-std::vector<TRowSlice> SplitRows(int64_t rows, int threads);

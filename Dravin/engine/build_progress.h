@@ -1,7 +1,7 @@
 // How far a running build is, for whoever waits for it.
 //
-// A build is a row of stages (an area, a surface, the overlaps at the end), each with units of work
-// of its own: rows of a grid, points. Its tasks count units as they finish them, any thread may ask
+// A build is a row of stages (items are made, overlaps removed), each with units of work of its
+// own: cells of a grid, points. Its tasks count units as they finish them, any thread may ask
 // meanwhile. Counting costs an atomic addition, so units are not single items.
 #pragma once
 
@@ -23,7 +23,6 @@ public:
         ++m_stage;
         m_units = units;
     }
-    void SetUnits(int64_t units) { m_units = units; }
     void Add(int64_t units) { m_done.fetch_add(units, std::memory_order_relaxed); }
 
     // 0..1, as near as can be told while it changes.
@@ -37,24 +36,4 @@ public:
 
 private:
     std::atomic<int64_t> m_stages{0}, m_stage{-1}, m_units{0}, m_done{0};
-};
-
-// Counts single items of one task and reports them by the thousand.
-class TProgressMeter {
-public:
-    explicit TProgressMeter(TBuildProgress* progress) : m_progress(progress) {}
-    void Count() {
-        if (++m_waiting == kReported) Report();
-    }
-
-private:
-    static constexpr int64_t kReported = 1024;
-
-    void Report() {
-        if (m_progress) m_progress->Add(m_waiting);
-        m_waiting = 0;
-    }
-
-    TBuildProgress* m_progress;
-    int64_t m_waiting = 0;
 };

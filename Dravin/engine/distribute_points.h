@@ -2,12 +2,11 @@
 // reference meshes, and at particles.
 #pragma once
 
-#include "Dravin/engine/build_input.h"
 #include "Dravin/engine/build_status.h"
-#include "Dravin/engine/item_list.h"
+#include "Dravin/engine/item_cells.h"
 
-// Runs the input's path, reference or particle distribution; appends in the order of the points.
-// kTooManyItems: above the limits, or no reference object at all; kNoReference: a particle source
-// that is no particle system.
-TBuildResult DistributePoints(const TBuildInput& input, const TGeometryChoice& geometry,
-                              TDravinItemList& items, TBuildStatistics& statistics);
+// Adds the sources of the input's path, reference or particle distribution; items come in the order
+// of the points. kTooManyItems: above the limits, or no reference object at all; kNoReference: a
+// particle source that is no particle system.
+TBuildResult LayPoints(const TBuildInput& input, TItemSources& sources,
+                       TBuildStatistics& statistics);

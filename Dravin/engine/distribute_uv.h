@@ -1,11 +1,10 @@
 // Image mode in texture space: the distribution map laid over each surface's mapping.
 #pragma once
 
-#include "Dravin/engine/build_input.h"
 #include "Dravin/engine/build_status.h"
-#include "Dravin/engine/item_list.h"
+#include "Dravin/engine/item_cells.h"
 
-// Distributes over all surfaces that have a mapping, one after the other; appends in the order of
-// surfaces and cells.
-TBuildResult DistributeImageUV(const TBuildInput& input, const TGeometryChoice& geometry,
-                               TDravinItemList& items, TBuildStatistics& statistics);
+// Adds a source for each surface that has a mapping. Items come in the order of surfaces and cells.
+// Statistics: the cell count and the decimation of the last one are set.
+TBuildResult LaySurfaces(const TBuildInput& input, const TGeometryChoice& geometry,
+                         TItemSources& sources, TBuildStatistics& statistics);

@@ -1,20 +1,15 @@
-// What the engine asks of effect programs: change one item, or a batch of them, while they are
-// born.
+// What the engine asks of effect programs: change a batch of items while they are born.
 //
 // The engine knows no language. A build input may point to IEffectPrograms; every task of the
-// distribution takes a runner of its own from it, so runners need no locks. An item comes to the
-// programs finished (placed, scaled, turned, tinted); what they write stands in the item and in
-// its TEffectOutcome when they are done.
+// distribution takes a runner of its own from it, so runners need no locks. Items come to the
+// programs finished (placed, scaled, turned, tinted), as lanes; what they write stands in the lanes
+// and in the outcomes when they are done.
 #pragma once
 
 #include <memory>
 #include <span>
 
-#include "Dravin/engine/item.h"
-#include "Dravin/engine/transforms.h"
-
-struct TBuildInput;
-class TGeometryChoice;
+#include "Dravin/engine/item_cells.h"
 
 // What the programs of an item changed beyond the fields that they wrote.
 struct TEffectOutcome {
@@ -22,25 +17,22 @@ struct TEffectOutcome {
     bool geometryWritten = false;   // `specimen` is the row that they want
     bool placementWritten = false;  // random ranges or the surface direction
     int32_t specimen = 0;
-    bool scaleWritten = false;     // sizes follow from the item's new scale
-    bool rotationWritten = false;  // the frame follows from the item's new angles
 };
 
-// One item on its way through the programs.
-struct TEffectItem {
-    TDravinItem* item = nullptr;
-    const TSpecimen* specimen = nullptr;
-    TSpecimenSize size;           // of the specimen, before the item's scale
-    TNuRandom* random = nullptr;  // behind the item's own draws; null: no program draws
-    TEffectOutcome outcome;
+// Lanes on their way through the programs; those that are not alive are left alone.
+struct TEffectLanes {
+    TItemLanes& lanes;
+    const TCells& cells;
+    std::span<TEffectOutcome> outcomes;  // one a lane
+    std::span<TNuRandom> randoms;  // one a lane, behind the item's own draws; empty: none draws
 };
 
 class IEffectRunner {
 public:
     virtual ~IEffectRunner() = default;
     // Runs all programs on every item, in the order of the effects list. Items that a program hides
-    // have their `discarded` set.
-    virtual void Run(std::span<TEffectItem> items) = 0;
+    // are dropped.
+    virtual void Run(const TEffectLanes& items) = 0;
 };
 
 // The compiled programs of a build; const and shared by its threads.
@@ -49,8 +41,7 @@ public:
     virtual ~IEffectPrograms() = default;
     virtual std::unique_ptr<IEffectRunner> MakeRunner(const TBuildInput& input,
                                                       const TGeometryChoice& geometry) const = 0;
-    // Whether a program may ask for another geometry or placement: such items are built again at
-    // once, so they come one by one.
+    // Whether a program may ask for another geometry or placement: such items are built again.
     virtual bool MayReplace() const = 0;
     // Whether a program draws random numbers of the item.
     virtual bool UsesRandom() const = 0;

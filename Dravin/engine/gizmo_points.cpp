@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "Dravin/engine/item_pipeline.h"
+#include "Dravin/engine/surfaces.h"
 
 namespace {
 

@@ -188,7 +188,6 @@ struct ItemSurface {
     Point3 surfaceNormal;
     Point3 barycentric;
     int32_t surfaceFace = -1;
-    float surfaceSlope = 0;
     int32_t surfaceIndex = -1;  // of the surface in the build's input
 };
 
@@ -256,6 +255,7 @@ class TDravinItem final : public IDravinItem,
                           public ItemKept {
 public:
     // Written when items are laid out for output; in item lists they follow from the rest.
+    float surfaceSlope = 0;
     Matrix3 fullTransform;
     Box3 bounds;
     TBitArray elementMask;

@@ -15,9 +15,9 @@
 
 class TItemBudget {
 public:
-    // items: what was made before counts too.
-    TItemBudget(const TBuildInput& input, const TDravinItemList& items)
-        : m_mostItems(input.render ? input.renderLimit : INT64_MAX),
+    // items: what was made before counts too. limited: by the number of items of a render.
+    TItemBudget(const TBuildInput& input, const TDravinItemList& items, bool limited)
+        : m_mostItems(limited && input.render ? input.renderLimit : INT64_MAX),
           m_mostOfMemory(MostItemsOf(input.memoryLimit, items)),
           m_made(int64_t(items.Count())) {}
 

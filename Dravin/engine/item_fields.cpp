@@ -1,5 +1,7 @@
 #include "Dravin/engine/item_fields.h"
 
+#include <type_traits>
+
 namespace {
 
 using I = TDravinItem;
@@ -28,27 +30,65 @@ constexpr Shape ShapeOf(const Matrix3*) { return {4, 3}; }
 constexpr Shape ShapeOf(const Box3*) { return {2, 3}; }
 
 template <class T>
-struct MemberType;
+struct Member;
 template <class T, class C>
-struct MemberType<T C::*> {
+struct Member<T C::*> {
     using Type = T;
+    using Group = C;  // of the record
 };
 
-// A field that is one member of the record.
+// Where consecutive items keep a group of their fields.
+const ItemPlace* RecordsOf(const TItemColumns& c, const ItemPlace*) { return c.place; }
+const ItemExtents* RecordsOf(const TItemColumns& c, const ItemExtents*) { return c.extents; }
+const ItemColors* RecordsOf(const TItemColumns& c, const ItemColors*) { return c.colors; }
+const ItemCell* RecordsOf(const TItemColumns& c, const ItemCell*) { return c.cell; }
+const ItemSurface* RecordsOf(const TItemColumns& c, const ItemSurface*) { return c.surface; }
+const ItemFactors* RecordsOf(const TItemColumns& c, const ItemFactors*) { return c.factors; }
+const ItemBorders* RecordsOf(const TItemColumns& c, const ItemBorders*) { return c.borders; }
+const ItemLooks* RecordsOf(const TItemColumns& c, const ItemLooks*) { return c.looks; }
+const ItemSource* RecordsOf(const TItemColumns& c, const ItemSource*) { return c.source; }
+
+// How lists that store the member's group are read.
 template <auto kMember>
-constexpr ItemField Floats(const char* name, bool stored = true) {
-    using T = typename MemberType<decltype(kMember)>::Type;
-    constexpr Shape shape = ShapeOf(static_cast<const T*>(nullptr));
-    return {name,       kFloat,
-            shape.rows, shape.components,
-            stored,     [](const I& item, float* out) { Put(out, item.*kMember); }};
+void SetRecord(ItemField& field) {
+    using Group = typename Member<decltype(kMember)>::Group;
+    static const Group unstored{};
+    field.record = [](const TItemColumns& items) -> const void* {
+        return RecordsOf(items, static_cast<const Group*>(nullptr));
+    };
+    field.stride = sizeof(Group);
+    field.unstored = &unstored;
+    if (field.kind == kFloat)
+        field.readFloats = [](const void* record, float* out) {
+            if constexpr (!std::is_integral_v<typename Member<decltype(kMember)>::Type>)
+                Put(out, static_cast<const Group*>(record)->*kMember);
+        };
+    else
+        field.readInts = [](const void* record, int32_t* out) {
+            if constexpr (std::is_integral_v<typename Member<decltype(kMember)>::Type>)
+                *out = int32_t(static_cast<const Group*>(record)->*kMember);
+        };
 }
 
-template <auto kMember>
-constexpr ItemField Ints(const char* name, bool stored = true, ItemFieldKind kind = kInt) {
-    return {name, kind, 1, 1, stored, nullptr, [](const I& item, int32_t* out) {
-                *out = int32_t(item.*kMember);
-            }};
+// A field that is one member of the record. stored: lists keep it; else it is completed.
+template <auto kMember, bool kStored = true>
+ItemField Floats(const char* name) {
+    constexpr Shape shape =
+        ShapeOf(static_cast<const typename Member<decltype(kMember)>::Type*>(nullptr));
+    ItemField field{name,       kFloat,
+                    shape.rows, shape.components,
+                    kStored,    [](const I& item, float* out) { Put(out, item.*kMember); }};
+    if constexpr (kStored) SetRecord<kMember>(field);
+    return field;
+}
+
+template <auto kMember, bool kStored = true>
+ItemField Ints(const char* name, ItemFieldKind kind = kInt) {
+    ItemField field{name, kind, 1, 1, kStored, nullptr, [](const I& item, int32_t* out) {
+                        *out = int32_t(item.*kMember);
+                    }};
+    if constexpr (kStored) SetRecord<kMember>(field);
+    return field;
 }
 
 std::string MaskText(const I& item) {
@@ -63,7 +103,7 @@ const ItemField kFields[] = {
     Ints<&I::specimenIndex>("specimen_index"),
     Floats<&I::storedPosition>("stored_position"),
     Floats<&I::position>("position"),
-    Ints<&I::seed>("seed", true, kUInt),
+    Ints<&I::seed>("seed", kUInt),
     Floats<&I::sizeFactor>("size_factor"),
     Floats<&I::width>("width"),
     Floats<&I::depth>("depth"),
@@ -83,11 +123,11 @@ const ItemField kFields[] = {
     Floats<&I::sourceTransform>("source_transform"),
     Ints<&I::elementIndex>("element_index"),
     Ints<&I::userId>("user_id"),
-    Floats<&I::random1>("random1", false),
-    Floats<&I::random2>("random2", false),
-    Floats<&I::random3>("random3", false),
-    Floats<&I::random4>("random4", false),
-    Floats<&I::random5>("random5", false),
+    Floats<&I::random1, false>("random1"),
+    Floats<&I::random2, false>("random2"),
+    Floats<&I::random3, false>("random3"),
+    Floats<&I::random4, false>("random4"),
+    Floats<&I::random5, false>("random5"),
     Ints<&I::marked>("marked"),
     Floats<&I::transform>("transform"),
     Floats<&I::surfaceNormal>("surface_normal"),
@@ -112,17 +152,17 @@ const ItemField kFields[] = {
      [](const I& item, int32_t* out) {
          for (int i = 0; i < 4; ++i) out[i] = int32_t(item.hash[i]);
      }},
-    Floats<&I::fullTransform>("full_transform", false),
-    Floats<&I::bounds>("bounds", false),
-    Floats<&I::randomA>("random_a", false),
-    Floats<&I::randomB>("random_b", false),
-    Ints<&I::randomInteger>("random_integer", false),
-    Ints<&I::randomSample>("random_sample", false),
-    Floats<&I::randomTranslation>("random_translation", false),
-    Floats<&I::randomScale>("random_scale", false),
-    Floats<&I::rotation>("rotation", false),
+    Floats<&I::fullTransform, false>("full_transform"),
+    Floats<&I::bounds, false>("bounds"),
+    Floats<&I::randomA, false>("random_a"),
+    Floats<&I::randomB, false>("random_b"),
+    Ints<&I::randomInteger, false>("random_integer"),
+    Ints<&I::randomSample, false>("random_sample"),
+    Floats<&I::randomTranslation, false>("random_translation"),
+    Floats<&I::randomScale, false>("random_scale"),
+    Floats<&I::rotation, false>("rotation"),
     Floats<&I::normal>("normal"),
-    Floats<&I::surfaceSlope>("surface_slope"),
+    Floats<&I::surfaceSlope, false>("surface_slope"),
     Floats<&I::externalScale>("external_scale"),
     Ints<&I::tintFlag>("tint_flag"),
     Ints<&I::stateFlags>("state_flags"),

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "Dravin/engine/item.h"
+#include "Dravin/engine/item_list.h"
 
 enum class ItemFieldKind { kInt, kUInt, kFloat, kText };
 
@@ -16,10 +16,20 @@ struct ItemField {
     int rows;        // 1, or the rows of a matrix or of a list of points
     int components;  // numbers a row; rows * components numbers in all (texts: one)
     bool stored;     // false: drawn or computed again when an item is completed
-    // Write the field's numbers; exactly one of the three is set.
+    // Write the field's numbers; one of the three is set.
     void (*getFloats)(const TDravinItem& item, float* out) = nullptr;
     void (*getInts)(const TDravinItem& item, int32_t* out) = nullptr;
     std::string (*getText)(const TDravinItem& item) = nullptr;
+
+    // Of a field that lists store: the record that holds it of the first of consecutive items (null
+    // where the list does not store its group), how far records are apart, and how one is read,
+    // by one of two. Null for all others.
+    const void* (*record)(const TItemColumns& items) = nullptr;
+    size_t stride = 0;
+    void (*readFloats)(const void* record, float* out) = nullptr;
+    void (*readInts)(const void* record, int32_t* out) = nullptr;
+    // What a record says that is not stored.
+    const void* unstored = nullptr;
 
     int NumValues() const { return rows * components; }
 };

@@ -10,7 +10,7 @@ namespace {
 constexpr size_t kFirstStep = 100;
 constexpr size_t kLargeStep = 1000;
 constexpr size_t kLargeList = 100000;
-constexpr size_t kLargestChunk = size_t{1} << 16;
+constexpr size_t kLargestChunk = size_t{1} << 14;
 constexpr size_t kAlignment = 64;
 
 // The groups in storage order: bit 0 for those that are always stored.
@@ -31,7 +31,7 @@ void ForEachGroup(Visit visit) {
 // Groups are copied as bytes out of and into the record; padding at the end of one would let it
 // overlap its neighbour.
 static_assert(sizeof(ItemPlace) == 140 && sizeof(ItemExtents) == 16 && sizeof(ItemColors) == 32 &&
-              sizeof(ItemCell) == 28 && sizeof(ItemSurface) == 36 && sizeof(ItemFactors) == 36 &&
+              sizeof(ItemCell) == 28 && sizeof(ItemSurface) == 32 && sizeof(ItemFactors) == 36 &&
               sizeof(ItemBorders) == 32 && sizeof(ItemLooks) == 20 && sizeof(ItemSource) == 128 &&
               sizeof(ItemKept) == 24);
 
@@ -41,12 +41,12 @@ size_t Align(size_t bytes) { return (bytes + kAlignment - 1) / kAlignment * kAli
 
 }  // namespace
 
-// One block of memory, an array a stored group. Element masks are rare and live beside it.
+// Consecutive items of a block, which holds an array a stored group. Element masks are rare and
+// live beside it.
 struct TDravinItemList::Chunk {
-    HugeBuffer memory;
-    size_t capacity;
+    std::shared_ptr<TItemBlock> block;
+    size_t first = 0;  // in the block
     size_t count = 0;
-    size_t grown;  // capacity that the appender's next chunk starts from
     std::map<size_t, TBitArray> masks;
     std::byte* place = nullptr;
     std::byte* extents = nullptr;
@@ -60,14 +60,20 @@ struct TDravinItemList::Chunk {
         return bytes;
     }
 
-    // Calls visit(group array as bytes, tag) for the stored groups.
+    // Whether n more items fit behind the last one.
+    bool HasRoom(size_t n) const {
+        return first + count == block->used && block->capacity - block->used >= n;
+    }
+    void Grow(size_t n) { count += n, block->used += n; }
+
+    // Calls visit(the chunk's array as bytes, tag) for the stored groups.
     template <class Visit>
     void Stored(uint32_t groups, Visit visit) const {
-        std::byte* at = memory.Data();
+        std::byte* at = block->memory.Data();
         ForEachGroup([&]<class G>(uint32_t bit, G* tag) {
             if (!IsStored(bit, groups)) return;
-            visit(at, tag);
-            at += Align(sizeof(G) * capacity);
+            visit(at + first * sizeof(G), tag);
+            at += Align(sizeof(G) * block->capacity);
         });
     }
 
@@ -89,13 +95,34 @@ struct TDravinItemList::Chunk {
         if (auto mask = masks.find(i); mask != masks.end()) item->elementMask = mask->second;
     }
 
+    TItemColumns ColumnsAt(size_t first, uint32_t groups) const {
+        TItemColumns columns;
+        auto at = [&]<class G>(std::byte* array, G*& column) {
+            column = std::launder(reinterpret_cast<G*>(array)) + first;
+        };
+        Stored(groups, [&]<class G>(std::byte* array, G*) {
+            if constexpr (std::is_same_v<G, ItemPlace>) at(array, columns.place);
+            if constexpr (std::is_same_v<G, ItemExtents>) at(array, columns.extents);
+            if constexpr (std::is_same_v<G, ItemColors>) at(array, columns.colors);
+            if constexpr (std::is_same_v<G, ItemCell>) at(array, columns.cell);
+            if constexpr (std::is_same_v<G, ItemSurface>) at(array, columns.surface);
+            if constexpr (std::is_same_v<G, ItemFactors>) at(array, columns.factors);
+            if constexpr (std::is_same_v<G, ItemBorders>) at(array, columns.borders);
+            if constexpr (std::is_same_v<G, ItemLooks>) at(array, columns.looks);
+            if constexpr (std::is_same_v<G, ItemSource>) at(array, columns.source);
+            if constexpr (std::is_same_v<G, ItemKept>) at(array, columns.kept);
+        });
+        return columns;
+    }
+
     template <class G>
     G& At(std::byte* array, size_t i) const {
         return *std::launder(reinterpret_cast<G*>(array + i * sizeof(G)));
     }
 };
 
-TDravinItemList::TDravinItemList(uint32_t groups) : m_groups(groups), m_growthStep(kFirstStep) {}
+TDravinItemList::TDravinItemList(uint32_t groups)
+    : m_groups(groups), m_memory(std::make_shared<TItemMemory>()), m_growthStep(kFirstStep) {}
 TDravinItemList::~TDravinItemList() = default;
 
 TDravinItemList::TDravinItemList(TDravinItemList&& other) noexcept : TDravinItemList(0u) {
@@ -106,7 +133,8 @@ TDravinItemList& TDravinItemList::operator=(TDravinItemList&& other) noexcept {
     std::swap(m_groups, other.m_groups);
     std::swap(m_complete, other.m_complete);
     std::swap(m_chunks, other.m_chunks);
-    std::swap(m_spare, other.m_spare);
+    std::swap(m_open, other.m_open);
+    std::swap(m_memory, other.m_memory);
     std::swap(m_growthStep, other.m_growthStep);
     std::swap(m_marker, other.m_marker);
     m_modified = true;
@@ -152,6 +180,12 @@ TDravinItem TDravinItemList::Item(size_t i) const {
     return item;
 }
 
+TItemColumns TDravinItemList::RecordsFrom(size_t i, size_t* count) const {
+    auto [chunk, at] = Find(i);
+    *count = chunk->count - at;
+    return chunk->ColumnsAt(at, m_groups);
+}
+
 void TDravinItemList::Write(size_t i, const TDravinItem& item) {
     auto [chunk, at] = Find(i);
     chunk->Write(at, item, m_groups);
@@ -176,23 +210,13 @@ const ItemColors& TDravinItemList::Colors(size_t i) const {
     return chunk->At<ItemColors>(chunk->colors, at);
 }
 
-TDravinItemList::Chunk* TDravinItemList::AddChunk(size_t capacity) {
-    size_t bytes = Chunk::Bytes(capacity, m_groups);
-    std::lock_guard lock(m_mutex);
+// A chunk at the front of the open block; a new block of that many items where n do not fit.
+TDravinItemList::Chunk* TDravinItemList::AddChunk(size_t n, size_t capacity) {
+    if (!m_open || m_open->capacity - m_open->used < n)
+        m_open = std::make_shared<TItemBlock>(m_memory, Chunk::Bytes(capacity, m_groups), capacity);
     auto chunk = std::make_unique<Chunk>();
-    if (!m_spare.empty() && m_spare.back().Bytes() >= bytes) {
-        chunk->memory = std::move(m_spare.back());
-        m_spare.pop_back();
-        // A spare block may hold more than asked for; use all of it, within the limit.
-        size_t fits = capacity;
-        while (fits < kLargestChunk && Chunk::Bytes(fits * 2, m_groups) <= chunk->memory.Bytes())
-            fits *= 2;
-        capacity = fits;
-    } else {
-        chunk->memory = HugeBuffer(bytes);
-    }
-    chunk->capacity = capacity;
-    chunk->grown = capacity;
+    chunk->block = m_open;
+    chunk->first = m_open->used;
     int known = 0;
     chunk->Stored(m_groups, [&]<class G>(std::byte* at, G*) {
         std::byte** always[] = {&chunk->place, &chunk->extents, &chunk->colors};
@@ -202,29 +226,49 @@ TDravinItemList::Chunk* TDravinItemList::AddChunk(size_t capacity) {
     return m_chunks.emplace_back(std::move(chunk)).get();
 }
 
+// Room for n items behind those of the appender.
+TDravinItemList::Chunk* TDravinItemList::Fitting(size_t n, Appender appender) {
+    if (appender && appender->HasRoom(n)) return appender;
+    size_t grown = m_open ? std::min(m_open->capacity * 4, kLargestChunk) : m_growthStep;
+    return AddChunk(n, std::max(n, grown));
+}
+
 void TDravinItemList::Append(const TDravinItem& item, Appender& appender) {
-    if (!appender || appender->count == appender->capacity) {
-        size_t capacity = appender ? std::min(appender->grown * 2, kLargestChunk) : m_growthStep;
-        appender = AddChunk(capacity);
-    }
-    appender->Write(appender->count++, item, m_groups);
-    // Tested before it is set: threads that append must not fight for its cache line.
+    appender = Fitting(1, appender);
+    appender->Grow(1);
+    appender->Write(appender->count - 1, item, m_groups);
+    SetModified();
+}
+
+TItemColumns TDravinItemList::Extend(size_t n, Appender& appender) {
+    appender = Fitting(n, appender);
+    size_t first = appender->count;
+    TItemColumns columns = appender->ColumnsAt(first, m_groups);
+    columns.masks = &appender->masks;
+    columns.first = first;
+    appender->Grow(n);
+    SetModified();
+    return columns;
+}
+
+// Tested before it is set: threads that append must not fight for its cache line.
+void TDravinItemList::SetModified() {
     if (!m_modified.load(std::memory_order_relaxed))
         m_modified.store(true, std::memory_order_relaxed);
 }
 
 void TDravinItemList::RemoveLast(Appender appender) {
     assert(appender && appender->count > 0);
+    assert(appender->first + appender->count == appender->block->used);
     appender->masks.erase(--appender->count);
+    --appender->block->used;
     m_modified = true;
 }
 
 void TDravinItemList::Splice(TDravinItemList&& other) {
     assert(other.m_groups == m_groups);
     for (auto& chunk : other.m_chunks) m_chunks.push_back(std::move(chunk));
-    for (HugeBuffer& buffer : other.m_spare) m_spare.push_back(std::move(buffer));
     other.m_chunks.clear();
-    other.m_spare.clear();
     m_modified = true;
     other.m_modified = true;
 }
@@ -242,15 +286,27 @@ void TDravinItemList::CopyFrom(const TDravinItemList& other) {
     }
 }
 
-void TDravinItemList::ShareSpare(std::span<TDravinItemList> lists) {
-    if (lists.empty()) return;
-    for (size_t i = 0; i < m_spare.size(); ++i)
-        lists[i % lists.size()].m_spare.push_back(std::move(m_spare[i]));
-    m_spare.clear();
+TDravinItemList TDravinItemList::MakePart() const {
+    TDravinItemList part(m_groups);
+    part.m_memory = m_memory;
+    part.m_growthStep = m_growthStep;
+    return part;
 }
 
+size_t TDravinItemList::BytesOfChunks() const {
+    std::vector<const TItemBlock*> blocks;
+    for (const auto& chunk : m_chunks) blocks.push_back(chunk->block.get());
+    std::sort(blocks.begin(), blocks.end());
+    blocks.erase(std::unique(blocks.begin(), blocks.end()), blocks.end());
+    size_t bytes = 0;
+    for (const TItemBlock* block : blocks) bytes += block->memory.Bytes();
+    return bytes;
+}
+
+void TDravinItemList::TrimSpare() { m_memory->Trim(BytesOfChunks()); }
+
 void TDravinItemList::Reorder(std::span<const uint32_t> order) {
-    TDravinItemList sorted(m_groups);
+    TDravinItemList sorted = MakePart();
     sorted.Reserve(order.size());
     Appender appender = sorted.m_chunks.empty() ? nullptr : sorted.m_chunks.front().get();
     TDravinItem item;
@@ -260,33 +316,27 @@ void TDravinItemList::Reorder(std::span<const uint32_t> order) {
         sorted.Append(item, appender);
     }
     std::swap(m_chunks, sorted.m_chunks);
+    m_open.reset();
     m_modified = true;
 }
 
 void TDravinItemList::Reserve(size_t n) {
-    if (n > 0 && m_chunks.empty()) AddChunk(n);
+    if (n > 0 && m_chunks.empty()) AddChunk(n, n);
 }
 
 void TDravinItemList::Clear() {
     if (Count() > kLargeList) m_growthStep = kLargeStep;
-    for (auto& chunk : m_chunks) m_spare.push_back(std::move(chunk->memory));
-    m_chunks.clear();
-    std::sort(m_spare.begin(), m_spare.end(),
-              [](const HugeBuffer& a, const HugeBuffer& b) { return a.Bytes() < b.Bytes(); });
+    m_chunks.clear();  // whose blocks give their memory back to the list's
+    m_open.reset();
     m_modified = true;
 }
 
 void TDravinItemList::Release() {
     Clear();
-    m_spare.clear();
+    m_memory->Trim(0);
 }
 
-size_t TDravinItemList::BytesHeld() const {
-    size_t bytes = 0;
-    for (const auto& chunk : m_chunks) bytes += chunk->memory.Bytes();
-    for (const HugeBuffer& buffer : m_spare) bytes += buffer.Bytes();
-    return bytes;
-}
+size_t TDravinItemList::BytesHeld() const { return BytesOfChunks() + m_memory->Bytes(); }
 
 size_t TDravinItemList::BytesPerItem() const {
     size_t bytes = 0;

@@ -6,8 +6,8 @@
 // and read as their defaults, and an item's random values are never stored but drawn again from
 // its seed. Chunks keep their memory from build to build.
 //
-// Threads: several may append at once, each through an appender of its own; only adding a chunk
-// takes the list's lock. Everything else happens when no one appends.
+// Threads: tasks append to parts (MakePart), which take their memory from the same place and are
+// spliced when all are done. One list serves one thread.
 #pragma once
 
 #include <atomic>
@@ -15,12 +15,11 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <span>
 #include <vector>
 
 #include "Dravin/engine/item.h"
-#include "host/base/huge_buffer.h"
+#include "Dravin/engine/item_memory.h"
 
 // Groups of the record that a list may store; ItemPlace, ItemExtents and ItemColors always are.
 enum ItemGroups : uint32_t {
@@ -47,6 +46,25 @@ public:
     virtual TDravinItem CloudItem(size_t i) const = 0;
 };
 
+// Records of consecutive items that wait to be filled, by group; null where the list does not store
+// it.
+struct TItemColumns {
+    ItemPlace* place = nullptr;
+    ItemExtents* extents = nullptr;
+    ItemColors* colors = nullptr;
+    ItemCell* cell = nullptr;
+    ItemSurface* surface = nullptr;
+    ItemFactors* factors = nullptr;
+    ItemBorders* borders = nullptr;
+    ItemLooks* looks = nullptr;
+    ItemSource* source = nullptr;
+    ItemKept* kept = nullptr;
+    std::map<size_t, TBitArray>* masks = nullptr;
+    size_t first = 0;  // in the chunk
+
+    void SetMask(size_t i, const TBitArray& mask) const { (*masks)[first + i] = mask; }
+};
+
 class TDravinItemList final : public TCloudItemList {
 public:
     struct Chunk;
@@ -69,6 +87,8 @@ public:
     TDravinItem CloudItem(size_t i) const override { return Item(i); }
     // The stored part only, cheaper where nobody reads the random values.
     void ReadStored(size_t i, TDravinItem* item) const;
+    // The records from item i on that stand together, which may be read; *count: how many items.
+    TItemColumns RecordsFrom(size_t i, size_t* count) const;
     // Replaces the stored part of item i.
     void Write(size_t i, const TDravinItem& item);
 
@@ -80,6 +100,8 @@ public:
 
     // Appends to the appender's chunk, or to a new one when there is none or it is full.
     void Append(const TDravinItem& item, Appender& appender);
+    // Adds n items at once, whose records the caller fills.
+    TItemColumns Extend(size_t n, Appender& appender);
     // Takes back the last item of the appender's own chunk, which must exist.
     void RemoveLast(Appender appender);
     // Moves the chunks of `other`, which stores the same groups, behind this list's own.
@@ -87,8 +109,14 @@ public:
 
     // Becomes a copy of `other`: its groups, its items in their order, its marker.
     void CopyFrom(const TDravinItemList& other);
-    // Deals this list's spare memory out to the lists of a build's tasks, before they append.
-    void ShareSpare(std::span<TDravinItemList> lists);
+    // An empty list of the same groups for one task of a build, which takes its memory from this
+    // one's and is spliced back. Thread safe.
+    TDravinItemList MakePart() const;
+    // The block that the next items go to, from task to task; null: none yet.
+    void Open(std::shared_ptr<TItemBlock> block) { m_open = std::move(block); }
+    std::shared_ptr<TItemBlock> Close() { return std::move(m_open); }
+    // Gives memory back of which no item has need, but for what the items fill once more.
+    void TrimSpare();
 
     // Places item order[k] at k. order: a permutation of all items, or a part of them (the others
     // are dropped).
@@ -101,7 +129,7 @@ public:
     // Empties the list and gives the memory back.
     void Release();
 
-    // Capacity of the first chunk of an appender; later ones double up to a limit.
+    // Items of the first block; later ones grow up to a limit.
     size_t GrowthStep() const { return m_growthStep; }
     bool IsModified() const { return m_modified; }
     int32_t Marker() const { return m_marker; }
@@ -112,15 +140,18 @@ public:
     size_t BytesPerItem() const;
 
 private:
-    Chunk* AddChunk(size_t capacity);
+    Chunk* AddChunk(size_t n, size_t capacity);
+    Chunk* Fitting(size_t n, Appender appender);
+    void SetModified();
+    size_t BytesOfChunks() const;
     void Index() const;
     std::pair<Chunk*, size_t> Find(size_t i) const;
 
     uint32_t m_groups;
     ItemCompleter m_complete;
     std::vector<std::unique_ptr<Chunk>> m_chunks;
-    std::vector<HugeBuffer> m_spare;  // memory of earlier builds, largest last
-    std::mutex m_mutex;               // guards m_chunks and m_spare while threads append
+    std::shared_ptr<TItemMemory> m_memory;  // of earlier builds; parts share it
+    std::shared_ptr<TItemBlock> m_open;     // where the next chunk goes, if it has room
     size_t m_growthStep = 100;
     int32_t m_marker = 0;
 

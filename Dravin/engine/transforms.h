@@ -1,10 +1,8 @@
-// Everything that an item gets after it has a place: seed and random values, size, translation,
-// scale, rotation, mirror flag, tint, animation sample, shadow switches and its matrix.
+// What decides how an item looks once it has a place (seed, random values, ranges and switches of
+// the settings), and the matrices that follow.
 //
-// Three calls an item, always in this order: DrawItemRandoms, ApplySpecimenAndTranslation,
-// FinishItem. All of it follows from the object's seed, the item's seed and the settings; the order
-// in which random numbers are drawn is part of every saved scene. Settings are read-only and shared
-// by all threads; a generator belongs to one.
+// The order in which random numbers are drawn is part of every saved scene. Settings are read-only
+// and shared by all threads; a generator belongs to one.
 #pragma once
 
 #include <span>
@@ -107,11 +105,6 @@ inline uint32_t CellSeed(const uint32_t hash[4]) {
     return ~((hash[3] * 804803u + hash[2]) * 311u) ^ ((hash[1] * 150001u + hash[0]) * 3413u);
 }
 
-// The item's seed before its draws: of its cell when `hashPosition`, else 0, plus element index and
-// ordinal unless its geometry came from a cluster. Custom edit mode keeps the stored seed.
-void SetItemSeed(const TTransformSettings& settings, TDravinItem& item, bool hashPosition,
-                 uint32_t ordinal);
-
 // The draws of one item in their fixed order. Source: Random() and IRandom(min, max).
 template <class Source>
 void FillRandoms(Source& source, const TTransformSettings& settings, const TTransformRanges& ranges,
@@ -119,10 +112,6 @@ void FillRandoms(Source& source, const TTransformSettings& settings, const TTran
 
 // Number of generator outputs that FillRandoms takes when none is rejected and no curve is empty.
 inline constexpr size_t kStepsPerItem = 22;
-
-// Sets the item's seed, seeds the generator with it and draws the item's random values.
-void DrawItemRandoms(const TTransformSettings& settings, const TTransformRanges& ranges,
-                     TNuRandom& generator, TDravinItem& item, bool hashPosition, uint32_t ordinal);
 
 // Draws the random values again from a seed that the item already has.
 void RedrawItemRandoms(const TTransformSettings& settings, const TTransformRanges& ranges,
@@ -132,7 +121,7 @@ void RedrawItemRandoms(const TTransformSettings& settings, const TTransformRange
 void GeneratorsBehindDraws(const TTransformSettings& settings, const TTransformRanges& ranges,
                            std::span<const uint32_t> itemSeeds, std::span<TNuRandom> out);
 
-// --- placing and finishing
+// --- areas and matrices
 // ------------------------------------------------------------------------
 
 // What happens to items that cross a border of their area: nothing, they are discarded, or the
@@ -145,41 +134,11 @@ struct TItemArea {
     int boundaryCheck = kBorderIgnored;
 };
 
-// Sizes of the specimen for this item, kept from ApplySpecimenAndTranslation to FinishItem.
-struct TSpecimenSize {
-    float x = 1, y = 1, z = 1;
-};
-
-// Discards items of disabled rows, sets centre, size factors and z offset, and moves the item by
-// its random or mapped translation.
-TSpecimenSize ApplySpecimenAndTranslation(const TTransformSettings& settings, TDravinItem& item,
-                                          const TSpecimenElement& specimen, const TItemArea& area,
-                                          const TItemOverrides* overrides = nullptr);
-
-// What FinishItem needs from other rules: factors that camera and areas put on the scale.
-struct TFinishFactors {
-    float cameraScale = 1;
-    Point3 falloffScale{1, 1, 1};
-    bool hasSurfaces = false;  // items lie on surfaces
-};
-
-// Position, scale, sizes, extents, mirror, tint, orientation, shadows, animation sample.
-void FinishItem(const TTransformSettings& settings, const TTransformRanges& ranges,
-                TDravinItem& item, const TSpecimen& specimen, const TSpecimenSize& size,
-                const TItemArea& area, const TFinishFactors& factors,
-                const TItemOverrides* overrides = nullptr);
-
-// Sizes and radii of a finished item that got another scale. size: of the specimen before scaling.
-void ResizeItem(const TTransformSettings& settings, const TSpecimenElement& specimen,
-                const TSpecimenSize& size, TDravinItem& item);
-// Frame of a finished item that got other rotation angles.
-void TurnItem(TDravinItem& item);
-
 // Frame with z axis `normal` and the x axis as near to `reference` as that allows; translation 0.
 Matrix3 MakeFrame(const Point3& reference, const Point3& normal);
 
 // Final transform of an item: its unit-sized specimen to object space. `factor` scales all sizes.
-Matrix3 ItemTransform(const TDravinItem& item, bool scaleOnSlope, float factor = 1);
+Matrix3 ItemTransform(const ItemPlace& item, bool scaleOnSlope, float factor = 1);
 
 // Sets full transform and bounds.
 void CompletePlacement(const TTransformSettings& settings, const TSpecimenElement& specimen,

@@ -181,16 +181,18 @@ ExitCode RunEffect(const EffectOptions& options) {
     if (options.checkOnly) return kExitDone;
 
     // One fresh item, before everything.
-    TDravinItem item;
-    TBuildInput input;
     TSpecimen specimen;
+    specimen.elements.resize(1);
+    TItemLanes lanes(1, kGroupSource, false);
+    lanes.Reset(0, specimen);
+    auto cells = std::make_unique<TCells>();
+    TBuildInput input;
     vmachine machine(compiled.code);
-    TSpecimenSize size;
     TEffectOutcome outcome;
     auto attributes = ItemAttributes();
     for (size_t i = 0; i < attributes.size(); ++i)
         machine.set_slot(effect.itemSlot + i,
-                         attributes[i].read({item, outcome, specimen, size, input}));
+                         attributes[i].read({lanes, *cells, 0, outcome, input}));
     std::string output;
     machine.set_output(&output);
     TNuRandom random(options.seed);

@@ -35,8 +35,32 @@ ItemTable::ItemTable(const TDravinItemList& items, const std::vector<std::string
     m_items.Count();  // builds the list's index before several threads read it
 }
 
+// Straight from the records that hold the field.
+void ItemTable::ReadRecords(const ItemField& field, size_t first, size_t count,
+                            TableCells& cells) const {
+    size_t n = size_t(field.NumValues());
+    bool isUnsigned = field.kind == ItemFieldKind::kUInt;
+    for (size_t done = 0; done < count;) {
+        size_t together = 0;
+        TItemColumns items = m_items.RecordsFrom(first + done, &together);
+        together = std::min(together, count - done);
+        auto* record = static_cast<const std::byte*>(field.record(items));
+        size_t stride = record ? field.stride : 0;
+        if (!record) record = static_cast<const std::byte*>(field.unstored);
+        for (size_t k = done; k < done + together; ++k, record += stride) {
+            if (field.readFloats)
+                field.readFloats(record, &cells.floats[k * n]);
+            else
+                field.readInts(record, isUnsigned ? reinterpret_cast<int32_t*>(&cells.uints[k * n])
+                                                  : &cells.ints[k * n]);
+        }
+        done += together;
+    }
+}
+
 void ItemTable::Read(size_t column, size_t first, size_t count, TableCells& cells) const {
     const ItemField& field = *m_fields[column];
+    if (field.record) return ReadRecords(field, first, count, cells);
     size_t n = size_t(field.NumValues());
     TDravinItem item;
     for (size_t k = 0; k < count; ++k) {

@@ -15,6 +15,8 @@ public:
     void Read(size_t column, size_t first, size_t count, TableCells& cells) const override;
 
 private:
+    void ReadRecords(const ItemField& field, size_t first, size_t count, TableCells& cells) const;
+
     const TDravinItemList& m_items;
     std::vector<const ItemField*> m_fields;
     std::vector<TableColumn> m_columns;

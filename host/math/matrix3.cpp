@@ -3,52 +3,49 @@
 #include <algorithm>
 #include <cmath>
 
+#include "host/math/sin_cos.h"
+
 namespace {
 
 constexpr double kDegreesToRadians = 0.017453292519943295;
 
-struct SinCos {
-    float s, c;
-    explicit SinCos(float radians) : s(std::sin(radians)), c(std::cos(radians)) {}
-};
-
 }  // namespace
 
 Matrix3 Matrix3::RotationX(float radians) {
-    SinCos a(radians);
-    return {{{1, 0, 0}, {0, a.c, a.s}, {0, -a.s, a.c}, {}}};
+    auto [s, c] = SinCosOf(radians);
+    return {{{1, 0, 0}, {0, c, s}, {0, -s, c}, {}}};
 }
 
 Matrix3 Matrix3::RotationY(float radians) {
-    SinCos a(radians);
-    return {{{a.c, 0, -a.s}, {0, 1, 0}, {a.s, 0, a.c}, {}}};
+    auto [s, c] = SinCosOf(radians);
+    return {{{c, 0, -s}, {0, 1, 0}, {s, 0, c}, {}}};
 }
 
 Matrix3 Matrix3::RotationZ(float radians) {
-    SinCos a(radians);
-    return {{{a.c, a.s, 0}, {-a.s, a.c, 0}, {0, 0, 1}, {}}};
+    auto [s, c] = SinCosOf(radians);
+    return {{{c, s, 0}, {-s, c, 0}, {0, 0, 1}, {}}};
 }
 
 // A rotation about one axis mixes the two other rows only.
 void Matrix3::PreRotateX(float radians) {
-    SinCos a(radians);
+    auto [s, c] = SinCosOf(radians);
     Point3 y = row[1], z = row[2];
-    row[1] = y * a.c + z * a.s;
-    row[2] = z * a.c - y * a.s;
+    row[1] = y * c + z * s;
+    row[2] = z * c - y * s;
 }
 
 void Matrix3::PreRotateY(float radians) {
-    SinCos a(radians);
+    auto [s, c] = SinCosOf(radians);
     Point3 x = row[0], z = row[2];
-    row[0] = x * a.c - z * a.s;
-    row[2] = x * a.s + z * a.c;
+    row[0] = x * c - z * s;
+    row[2] = x * s + z * c;
 }
 
 void Matrix3::PreRotateZ(float radians) {
-    SinCos a(radians);
+    auto [s, c] = SinCosOf(radians);
     Point3 x = row[0], y = row[1];
-    row[0] = x * a.c + y * a.s;
-    row[1] = y * a.c - x * a.s;
+    row[0] = x * c + y * s;
+    row[1] = y * c - x * s;
 }
 
 Box3 Matrix3::BoxTransform(const Box3& box) const {

@@ -7,6 +7,8 @@
 // item through the plain machine instead of batches (1).
 #include <benchmark/benchmark.h>
 
+#include <cmath>
+
 #include "Dravin/effects/effect_programs.h"
 #include "Dravin/effects/tavuvm_expr/expr_lang.h"
 #include "bench/Dravin/engine/terrain_input.h"
@@ -79,14 +81,18 @@ void Parameter(benchmark::State& state, const char* source) {
     TBuildInput input = GroundInput();
     TGeometryChoice geometry(input.geometry, input.specimens);
     auto runner = all.MakeRunner(input, geometry);
-    std::vector<TDravinItem> items(256);
-    std::vector<TEffectItem> batch;
-    for (size_t i = 0; i < items.size(); ++i) {
-        items[i].surfaceSlope = float(i) / 256;
-        batch.push_back({&items[i], &input.specimens[0], {}});
+    TItemLanes lanes(kCellsInBatch, kGroupSource, false);
+    auto cells = std::make_unique<TCells>();
+    lanes.count = kCellsInBatch;
+    for (size_t k = 0; k < lanes.count; ++k) {
+        lanes.Reset(k, input.specimens[0]);
+        float slope = float(k) / 256;
+        lanes.face[k] = 0;
+        lanes.faceNormal.Set(k, {std::sin(slope), 0, std::cos(slope)});
     }
-    for (auto _ : state) runner->Run(batch);
-    state.SetItemsProcessed(state.iterations() * int64_t(items.size()));
+    std::vector<TEffectOutcome> outcomes(lanes.count);
+    for (auto _ : state) runner->Run({lanes, *cells, outcomes, {}});
+    state.SetItemsProcessed(state.iterations() * int64_t(lanes.count));
 }
 BENCHMARK_CAPTURE(Parameter, Curve, "dpItem.tintMult = evaluateCurve(shape, dpItem.surfSlope);");
 BENCHMARK_CAPTURE(Parameter, Texture,

@@ -19,41 +19,46 @@ struct Names : TEffectNames {
     }
 };
 
+std::vector<TSpecimen> OneSpecimen() {
+    std::vector<TSpecimen> specimens(1);
+    specimens[0].elements.resize(1);
+    return specimens;
+}
+
 // Items that differ, after one way of running the programs on them.
 struct ItemsRun {
-    std::vector<TDravinItem> items{kNumItems};
+    TItemLanes lanes{kNumItems, kGroupSource, false};
+    std::unique_ptr<TCells> cells = std::make_unique<TCells>();
+    std::vector<TEffectOutcome> outcomes = std::vector<TEffectOutcome>(kNumItems);
     std::vector<TNuRandom> randoms;
-    std::vector<TEffectItem> batch = std::vector<TEffectItem>(kNumItems);
     const TBuildInput& input;
-    const TSpecimen& specimen;
 
-    ItemsRun(const TBuildInput& in, const TSpecimen& s) : input(in), specimen(s) {
+    ItemsRun(const TBuildInput& in, const TSpecimen& specimen) : input(in) {
+        lanes.count = kNumItems;
         for (size_t k = 0; k < kNumItems; ++k) {
+            lanes.Reset(k, specimen);
             float x = float(k) - 2;
-            items[k].position = {x, x * 0.5f, 1 - x};
-            items[k].surfaceSlope = x * 0.25f;
-            items[k].hash[0] = uint32_t(k);
+            lanes.position.Set(k, {x, x * 0.5f, 1 - x});
+            lanes.face[k] = int32_t(k);
+            lanes.faceNormal.Set(k, Normalize(Point3{x, 0, 1}));
+            lanes.cell[k] = uint32_t(k);
+            cells->hash[0][k] = uint32_t(k);
             randoms.emplace_back(uint32_t(k));
         }
     }
 
     void Run(const TEffectPrograms& programs, const TGeometryChoice& geometry) {
-        for (size_t k = 0; k < kNumItems; ++k) {
-            batch[k].item = &items[k];
-            batch[k].specimen = &specimen;
-            batch[k].random = &randoms[k];
-        }
-        programs.MakeRunner(input, geometry)->Run(batch);
+        programs.MakeRunner(input, geometry)->Run({lanes, *cells, outcomes, randoms});
     }
 
     value Read(size_t k, const TItemAttribute& attribute) const {
-        return attribute.read({items[k], batch[k].outcome, specimen, batch[k].size, input});
+        return attribute.read({lanes, *cells, k, outcomes[k], input});
     }
 };
 
 void ExpectEqual(ItemsRun& a, ItemsRun& b, const std::string& source) {
     for (size_t k = 0; k < kNumItems; ++k) {
-        const Point3 &va = a.items[k].effectVector, &vb = b.items[k].effectVector;
+        const Point3 &va = a.lanes.from[k].effectVector, &vb = b.lanes.from[k].effectVector;
         bool equal = value(tavuvm_expr::vector3{va.x, va.y, va.z})
                          .identical(tavuvm_expr::vector3{vb.x, vb.y, vb.z});
         for (const TItemAttribute& attribute : ItemAttributes())
@@ -70,7 +75,7 @@ void ExpectEqual(ItemsRun& a, ItemsRun& b, const std::string& source) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const Names names;
     static const TBuildInput input;
-    static const std::vector<TSpecimen> specimens(1);
+    static const std::vector<TSpecimen> specimens = OneSpecimen();
     static const TGeometryChoice geometry({}, specimens);
 
     std::string source(reinterpret_cast<const char*>(data), size);

@@ -125,16 +125,4 @@ TEST(Grid, AMeasureThatIsNoNumberIsNotThinnedOut) {
     EXPECT_EQ(GridDecimation(Texture(10, 10), -5, 1, false, 100), 1);
 }
 
-TEST(SplitRows, NineRowsOnFourThreadsAreThreeSlicesOfThree) {
-    std::vector<TRowSlice> slices = SplitRows(9, 4);
-    ASSERT_EQ(slices.size(), 3u);
-    for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(slices[size_t(i)].first, 3 * i);
-        EXPECT_EQ(slices[size_t(i)].count, 3);
-    }
-    EXPECT_EQ(SplitRows(9, 1).size(), 1u);
-    EXPECT_EQ(SplitRows(9, 0).size(), 1u);
-    EXPECT_TRUE(SplitRows(0, 4).empty());
-}
-
 }  // namespace

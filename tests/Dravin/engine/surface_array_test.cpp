@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "Dravin/engine/item_pipeline.h"
+#include "Dravin/engine/surfaces.h"
 #include "tests/Dravin/engine/test_input.h"
 
 namespace {

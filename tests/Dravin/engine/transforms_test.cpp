@@ -1,30 +1,73 @@
 #include "Dravin/engine/transforms.h"
 
+#include "Dravin/engine/item_steps.h"
+#include "Dravin/engine/item_writer.h"
+#include "Dravin/engine/lane_draws.h"
+
 #include <gtest/gtest.h>
 
 #include "tests/Dravin/engine/test_input.h"
 
 namespace {
 
+// One item through the steps that size, move and finish it.
 struct Stage {
     TTransformSettings s;
     TSpecimen specimen = CubeSpecimen();
     TItemArea area;
-    TFinishFactors factors;
+    bool hasSurfaces = false;
+    float cameraScale = 1;
+    Point3 falloffScale{1, 1, 1};
     TItemOverrides* overrides = nullptr;
-    TDravinItem item;
+    TDravinItem item;  // as it comes to them
 
     TDravinItem Run() {
-        TTransformRanges ranges = TransformRanges(s, overrides);
-        TNuRandom generator;
-        DrawItemRandoms(s, ranges, generator, item, true, 0);
-        TSpecimenSize size =
-            ApplySpecimenAndTranslation(s, item, specimen.elements[0], area, overrides);
-        FinishItem(s, ranges, item, specimen, size, area, factors, overrides);
-        CompletePlacement(s, specimen.elements[0], item);
-        return item;
+        TBuildInput input = hasSurfaces ? GroundInput() : TBuildInput();
+        input.transforms = s;
+        TItemLanes lanes(1, kAllGroups, true);
+        auto cells = std::make_unique<TCells>();
+        Load(lanes, *cells);
+        TLaneDraws draws(s, true);
+        draws.Draw({&lanes.seed[0], 1});
+        draws.Fill(lanes);
+        TCellRules rules;
+        rules.area = area;
+        SizeAndMove(input, area, lanes);
+        FinishItems(input, rules, lanes);
+        return Record(lanes, *cells);
     }
     TSpecimenElement& Element() { return specimen.elements[0]; }
+
+private:
+    void Load(TItemLanes& lanes, TCells& cells) const {
+        lanes.count = cells.count = 1;
+        lanes.Reset(0, specimen);
+        for (int i = 0; i < 4; ++i) cells.hash[i][0] = item.hash[i];
+        lanes.seed[0] = CellSeed(item.hash);
+        lanes.overrides[0] = overrides;
+        lanes.position.Set(0, item.position);
+        lanes.storedPosition.Set(0, item.position);
+        lanes.normal.Set(0, item.normal);
+        lanes.reference.Set(0, item.sourceTransform.row[0]);
+        lanes.sizeFactor.Set(0, item.sizeFactor);
+        lanes.externalScale.Set(0, item.externalScale);
+        lanes.falloffScale.Set(0, falloffScale);
+        lanes.cameraScale[0] = cameraScale;
+        lanes.borders[0] = item;
+        lanes.mapCoordinates[0] = item.mapCoordinates;
+        for (size_t map = 0; map < kNumItemMaps; ++map) lanes.uvws[map][0] = item.mapUvws[map];
+    }
+    TDravinItem Record(const TItemLanes& lanes, const TCells& cells) const {
+        TDravinItemList list;
+        TDravinItemList::Appender appender = nullptr;
+        const uint32_t kept[] = {0};
+        AppendLanes(lanes, cells, kept, list, appender);
+        TDravinItem result = list.Item(0);
+        TNuRandom generator;
+        RedrawItemRandoms(s, TransformRanges(s, overrides), generator, result);
+        CompletePlacement(s, specimen.elements[0], result);
+        return result;
+    }
 };
 
 TEST(ItemSeed, HashesTheFourCellCoordinates) {
@@ -33,21 +76,6 @@ TEST(ItemSeed, HashesTheFourCellCoordinates) {
     const uint32_t hash[4] = {3, 0xFFFFFFFFu, 4, 0xFFFFFFFFu};
     EXPECT_EQ(CellSeed(hash), 250292488u ^ uint32_t(-511943174));
     EXPECT_EQ(CellSeed(hash), 4019680498u);
-}
-
-TEST(ItemSeed, ElementAndOrdinalCountOnlyOutsideClusters) {
-    TTransformSettings s;
-    TDravinItem item;
-    item.elementIndex = 2;
-    SetItemSeed(s, item, false, 5);
-    EXPECT_EQ(item.seed, 7u);
-    item.stateFlags = 8;
-    SetItemSeed(s, item, false, 5);
-    EXPECT_EQ(item.seed, 0u);
-    s.customEdit = true;
-    item.seed = 99;
-    SetItemSeed(s, item, true, 5);
-    EXPECT_EQ(item.seed, 99u);
 }
 
 TEST(ItemRandoms, AreDrawnInTheirFixedOrder) {
@@ -302,7 +330,7 @@ TEST(Transforms, TintComesFromTheGradientOrTheMap) {
     stage.s.tintMapAsTexture = true;
     stage.item.mapCoordinates = {3, 4, 0};
     EXPECT_EQ(stage.Run().tintColor, (Color{3, 4, 0}));
-    stage.factors.hasSurfaces = stage.s.tintOnSurface = true;
+    stage.hasSurfaces = stage.s.tintOnSurface = true;
     stage.item.mapUvws[kTintMap] = {7, 8, 0};
     EXPECT_EQ(stage.Run().tintColor, (Color{7, 8, 0}));
 }

@@ -1,0 +1,146 @@
+#include <cmath>
+
+#include "Dravin/engine/item_looks.h"
+#include "Dravin/engine/item_steps.h"
+#include "Dravin/engine/item_writer.h"
+#include "Dravin/engine/step_tools.h"
+#include "host/math/sin_cos.h"
+
+namespace {
+
+void SetScales(const TTransformSettings& s, TItemLanes& lanes) {
+    if (!s.applyScale) {
+        for (size_t k = 0; k < lanes.count; ++k) lanes.scale.Set(k, {1, 1, 1});
+    } else {
+        std::optional<MapLanes> map;
+        if (s.scaMap.IsOn()) map.emplace(*s.scaMap.map, lanes, kScaMap);
+        TTransformRanges own = TransformRanges(s);
+        ForEachAlive(lanes, [&](size_t k) {
+            Point3 scale = lanes.randomScale[k];
+            if (map) {
+                TTransformRanges ranges = RangesOf(s, own, lanes.overrides[k]);
+                Point3 f = DriveOf(s.scaMap, (*map)[k]);
+                for (int i = 0; i < 3; ++i) {
+                    if (!s.scaMap.axis[i]) continue;
+                    float low = float(ranges.scaleMin[i]), high = float(ranges.scaleMax[i]);
+                    scale[i] = s.scaMap.scalesRandom ? scale[i] * f[i] + (1 - f[i])
+                                                     : (low + (high - low) * f[i]) * 0.01f;
+                }
+            }
+            if (s.scaleLock == kScaleXyz) scale.y = scale.z = scale.x;
+            if (s.scaleLock == kScaleXy) scale.y = scale.x;
+            lanes.scale.Set(k, scale);
+        });
+    }
+    ForEachAlive(lanes, [&](size_t k) {
+        lanes.scale.Set(k, lanes.scale[k] * lanes.cameraScale[k]);
+        if (s.customEdit) return;
+        Point3 growth = lanes.externalScale[k] * lanes.falloffScale[k];
+        lanes.sizeFactor.Set(k, lanes.sizeFactor[k] * growth);
+    });
+}
+
+void CheckBoundaries(const TItemArea& area, TItemLanes& lanes) {
+    ForEachAlive(lanes, [&](size_t k) {
+        lanes.partial[k] = 0;
+        if (area.boundaryCheck == kBorderIgnored) return;
+        auto crosses = [&](float radius) {
+            const ItemBorders& b = lanes.borders[k];
+            return radius > b.includeDistance || radius > b.excludeDistance;
+        };
+        if (area.boundaryCheck == kBorderDiscards && crosses(lanes.boundaryRadius[k]))
+            lanes.Drop(k, TLaneFate::kArea);
+        if (area.boundaryCheck == kBorderHidesParts && crosses(lanes.outerRadius[k]))
+            lanes.partial[k] = 1;
+    });
+}
+
+}  // namespace
+
+void FinishItems(const TBuildInput& input, const TCellRules& rules, TItemLanes& lanes) {
+    const TTransformSettings& s = input.transforms;
+    // Dropped items that stay in the list stay where they are.
+    if (rules.keepsDropped)
+        ForEachAlive(lanes, [&](size_t k) {
+            lanes.position.Set(k, lanes.position[k] + lanes.zOffset[k] * lanes.normal[k]);
+        });
+    else
+        lane_loops::AddScaled(lanes.count, Columns(lanes.position),
+                              Columns(std::as_const(lanes.normal)), lanes.zOffset.Data());
+    SetScales(s, lanes);
+    ForEachAlive(lanes, [&](size_t k) { ResizeItem(s, lanes, k); });
+    CheckBoundaries(rules.area, lanes);
+    SetLooks(input, lanes);
+}
+
+void HideParts(const TBuildInput& input, const TCellRules& rules, const TCells& cells,
+               TItemLanes& lanes) {
+    if (rules.area.boundaryCheck != kBorderHidesParts || !rules.areas) return;
+    ForEachAlive(lanes, [&](size_t k) {
+        const std::vector<Point3>& centroids = lanes.source[k]->partCentroids;
+        lanes.masks[k].Clear();
+        if (!lanes.partial[k] || centroids.empty()) return;
+        Matrix3 place = ItemTransform(PlaceOf(lanes, cells, k), input.transforms.scaleOnSlope);
+        BitArray hidden(centroids.size());
+        for (size_t i = 0; i < centroids.size(); ++i) {
+            Point3 p = centroids[i] * place;
+            if (rules.grid && rules.grid->rotated) p = p * rules.grid->frameInverse;
+            if (!rules.areas->Passes({p.x, p.y})) hidden.Set(i);
+        }
+        lanes.masks[k] = TBitArray(std::move(hidden));
+    });
+}
+
+void ClearFinished(TItemLanes& lanes, size_t k) {
+    lanes.axisX.Set(k, {1, 0, 0});
+    lanes.axisY.Set(k, {0, 1, 0});
+    lanes.axisZ.Set(k, {0, 0, 1});
+    lanes.scale.Set(k, {1, 1, 1});
+    lanes.width[k] = lanes.depth[k] = lanes.height[k] = lanes.zOffset[k] = 0;
+    lanes.collisionRadius[k] = lanes.outerRadius[k] = lanes.boundaryRadius[k] = 0;
+    lanes.collisionHeight[k] = lanes.tintBlend[k] = 0;
+    lanes.tint.Set(k, {});
+    lanes.mirrored[k] = lanes.partial[k] = 0;
+    lanes.horizontalShadow[k] = lanes.verticalShadow[k] = 0;
+    lanes.animation[k] = 0;
+    lanes.lookAt[k] = lanes.shadowDirection[k] = {};
+    lanes.rotation.Set(k, {});
+    lanes.randomScale.Set(k, {1, 1, 1});
+}
+
+void ResizeItem(const TTransformSettings& s, TItemLanes& lanes, size_t k) {
+    Point3 full = lanes.size[k];
+    if (!s.customEdit) {
+        Point3 growth = lanes.externalScale[k] * lanes.falloffScale[k];
+        full = {full.x * growth.x, full.y * growth.y, full.z * growth.z};
+    }
+    lanes.width[k] = lanes.scale.x[k] * full.x * s.globalScale;
+    lanes.height[k] = lanes.scale.z[k] * full.z * s.globalScale;
+    lanes.depth[k] = lanes.scale.y[k] * full.y * s.globalScale;
+
+    const TSpecimenElement& e = *lanes.source[k];
+    float center = float(e.centerPercent) * 0.01f;
+    if (center < 0.5f) center = 1 - center;
+    lanes.outerRadius[k] =
+        std::max(lanes.width[k], lanes.depth[k]) * std::max(e.meshAspect, 1.0f) * center;
+    lanes.boundaryRadius[k] = lanes.outerRadius[k] * float(e.radiusPercent) * 0.01f;
+    lanes.collisionRadius[k] = float(s.radiusPercent) * 0.01f * lanes.boundaryRadius[k];
+    lanes.collisionHeight[k] = float(s.collisionHeightPercent) * 0.01f * lanes.height[k];
+}
+
+void TurnItem(TItemLanes& lanes, size_t k) {
+    Matrix3 frame = MakeFrame(lanes.reference[k], lanes.normal[k]);
+    Point3 angle = lanes.rotation[k];
+    SinCos x = SinCosOf(angle.x), y = SinCosOf(angle.y), z = SinCosOf(angle.z);
+    auto turn = [](const SinCos& t, Point3& a, Point3& b) {
+        Point3 p = a, q = b;
+        a = p * t.cos + q * t.sin;
+        b = q * t.cos - p * t.sin;
+    };
+    turn(x, frame.row[1], frame.row[2]);
+    turn(y, frame.row[2], frame.row[0]);
+    turn(z, frame.row[0], frame.row[1]);
+    lanes.axisX.Set(k, frame.row[0]);
+    lanes.axisY.Set(k, frame.row[1]);
+    lanes.axisZ.Set(k, frame.row[2]);
+}
