@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "Dravin/engine/lane_loops.h"
+#include "Dravin/engine/step_tools.h"
 #include "common/nurandom/nurandom_batch.h"
 
 namespace {
@@ -18,11 +19,6 @@ struct PlainSource {
 
 // Axes in the order in which scales and angles are drawn.
 constexpr int kScaleOrder[] = {0, 2}, kAngleOrder[] = {2, 0, 1};
-
-TTransformRanges RangesOf(const TTransformSettings& settings, const TTransformRanges& own,
-                          const TItemOverrides* overrides) {
-    return overrides ? TransformRanges(settings, overrides) : own;
-}
 
 }  // namespace
 
