@@ -35,9 +35,9 @@ void SetView(const TParameters& p, const TCameraScene& scene, const Matrix3& cam
     TViewVolume::Shape shape;
     shape.fovRadians = fovDegrees * kDegreesToRadians;
     shape.aspect = scene.aspect;
-    shape.far = p.camfar;
-    shape.widenPercent = float(p.camwidth);
-    shape.apexBehind = p.cambho;
+    shape.far = p.Float(kCamfar);
+    shape.widenPercent = float(p.Int(kCamwidth));
+    shape.apexBehind = p.Float(kCambho);
     state.view = TViewVolume(shape, state.toObject);
 }
 
@@ -60,17 +60,17 @@ void Assign(IParamBlock2& cam, ParamID id, const char* what, INode* node, const 
 TPreparedCamera PrepareCamera(const TParameters& p, const TCameraScene& scene, Interval* valid) {
     TPreparedCamera prepared;
     TCameraState& state = prepared.state;
-    state.near = p.camdensear;
-    state.far = p.camdensfar;
-    state.lod = p.camlod;
-    state.lodFromLookAt = p.camlodlookat;
-    state.lodDistance = p.camloddist;
-    if (p.lookat) {
+    state.near = p.Float(kCamdensear);
+    state.far = p.Float(kCamdensfar);
+    state.lod = p.Bool(kCamlod);
+    state.lodFromLookAt = p.Bool(kCamlodlookat);
+    state.lodDistance = p.Float(kCamloddist);
+    if (p.Node(kLookat)) {
         state.hasLookAt = true;
-        state.lookAt = p.lookat->GetNodeTM(scene.time).GetTrans() * scene.worldToObject;
+        state.lookAt = p.Node(kLookat)->GetNodeTM(scene.time).GetTrans() * scene.worldToObject;
     }
-    if (!p.camera) {
-        if (p.camdensact || p.camscaact)
+    if (!p.Node(kCamera)) {
+        if (p.Bool(kCamdensact) || p.Bool(kCamscaact))
             LogWarning(
                 "the falloffs by camera distance do nothing: no camera is set (see \"camera\")");
         if (scene.view) SetView(p, scene, scene.view->transform, scene.view->fovDegrees, state);
@@ -78,19 +78,19 @@ TPreparedCamera PrepareCamera(const TParameters& p, const TCameraScene& scene, I
     }
 
     // Another object than a camera lends its place only; it has no view to clip to.
-    auto* camera = dynamic_cast<CameraObject*>(p.camera->GetObjectRef());
+    auto* camera = dynamic_cast<CameraObject*>(p.Node(kCamera)->GetObjectRef());
     if (!camera)
         LogWarning(
             fmt::format("\"{}\" in \"camera\" is no camera: it lends its place, but no view "
                         "to clip to",
-                        p.camera->GetName()));
+                        p.Node(kCamera)->GetName()));
     if (camera) *valid &= camera->ObjectValidity(scene.time);
-    float fov = camera ? UsableFov(*p.camera, camera->fovDegrees) : 0;
-    SetView(p, scene, p.camera->GetNodeTM(scene.time), fov, state);
+    float fov = camera ? UsableFov(*p.Node(kCamera), camera->fovDegrees) : 0;
+    SetView(p, scene, p.Node(kCamera)->GetNodeTM(scene.time), fov, state);
     prepared.falloffs = true;
-    state.limitActive = p.camlimit && camera && !scene.noLimit;
-    if (camera && p.camenvrange) state.near = camera->envNear, state.far = camera->envFar;
-    if (camera && p.camlodenvrange) state.lodDistance = camera->envFar;
+    state.limitActive = p.Bool(kCamlimit) && camera && !scene.noLimit;
+    if (camera && p.Bool(kCamenvrange)) state.near = camera->envNear, state.far = camera->envFar;
+    if (camera && p.Bool(kCamlodenvrange)) state.lodDistance = camera->envFar;
     return prepared;
 }
 

@@ -95,9 +95,9 @@ void TDravinBuild::BuildAtOnce() {
     Log(LogKind::kNormal, fmt::format("Starting BuildMesh({})", m_time));
 
     if (m_flags.render) RememberView();
-    TParameters parameters = ReadParameters(m_object, m_time, &m_validity);
-    m_panel.distributing = parameters.mode == 0;
-    m_panel.collisions = parameters.collision;
+    TParameters parameters(m_object, m_time, &m_validity);
+    m_panel.distributing = parameters.Int(editionParams::kMode) == 0;
+    m_panel.collisions = parameters.Bool(distParams::kCollision);
     Run(parameters);
 
     m_lastItems.Release();
@@ -117,7 +117,6 @@ void TDravinBuild::BreakOff(TBuildStatus status, const char* why) {
     m_items = TDravinItemList(0u);
     m_lastItems = TDravinItemList(0u);
     m_input.reset();
-    m_maker.reset();
     m_specimens = {};
     m_statistics = {};
     m_areas.Clear();
@@ -146,28 +145,32 @@ void TDravinBuild::RememberView() {
 // From parameters to items; leaves its outcome in the status.
 void TDravinBuild::Run(const TParameters& parameters) {
     m_input.reset();
-    m_maker = std::make_unique<TInputMaker>(m_object, parameters, m_time, m_flags, m_view);
-    m_panel.threads = m_maker->Threads();
+    TInputMaker maker(m_object, parameters, m_time, m_flags, m_view);
+    m_objectTM = maker.ObjectTM();
+    m_panel.threads = maker.Threads();
 
-    TDensityMap density = LoadMap(parameters);
+    TDensityMap density = LoadMap(parameters, maker);
 
-    bool noMap = parameters.mode == 0 && !m_maker->DistMap() && density.IsEmpty();
+    bool noMap = parameters.Int(editionParams::kMode) == 0 && !maker.DistMap() && density.IsEmpty();
     if (noMap)
         m_panel.status = TBuildStatus::kNoDistributionMap;
-    else if (parameters.mode != 0 && m_object.storedItems.empty())
+    else if (parameters.Int(editionParams::kMode) != 0 && m_object.storedItems.empty())
         m_panel.status = TBuildStatus::kNoItems;
-    else if (parameters.disabled)
+    else if (parameters.Bool(dispParams::kDisabled))
         m_panel.status = TBuildStatus::kDisabled;
     if (m_panel.status != TBuildStatus::kSuccess) return;
 
     TSpecListRequest request;
     request.time = m_time;
     request.self = &m_object;
-    request.proxyMode = (m_flags.render ? parameters.rmesh : parameters.vmesh) == kProxyMesh;
+    request.proxyMode = (m_flags.render ? parameters.Int(dispParams::kRmesh)
+                                        : parameters.Int(dispParams::kVmesh)) == kProxyMesh;
     request.animation = NormaliseAnimation(
-        {parameters.animation, parameters.animsamples, parameters.animsoffset, parameters.animstart,
-         parameters.animend, m_maker->GetScene() ? m_maker->GetScene()->ticksPerFrame : 160},
-        parameters.animonlyrend, m_flags.render);
+        {parameters.Int(animParams::kAnimation), parameters.Int(animParams::kAnimsamples),
+         parameters.Int(animParams::kAnimsoffset), parameters.Int(animParams::kAnimstart),
+         parameters.Int(animParams::kAnimend),
+         maker.GetScene() ? maker.GetScene()->ticksPerFrame : 160},
+        parameters.Bool(animParams::kAnimonlyrend), m_flags.render);
     TTreeSpecList rows(
         std::static_pointer_cast<IParamBlock2>(m_object.Block(kGeomParams).shared_from_this()));
     m_panel.status =
@@ -175,14 +178,14 @@ void TDravinBuild::Run(const TParameters& parameters) {
                           SharedGenerator(), request, &m_object.specIdCounter, &m_validity);
     if (m_panel.status != TBuildStatus::kSuccess) return;
 
-    m_input = m_maker->Make(m_specimens, std::move(density), m_rereadSurfaces, &m_validity);
+    m_input = maker.Make(m_specimens, std::move(density), m_rereadSurfaces, &m_validity);
     m_rereadSurfaces = false;
     m_input->progress = &m_progress;
     m_input->part = m_flags.part;
     m_input->consumer = m_consumer;
     m_streamed = m_input->Streams();
-    m_statistics.effectsCompileError = m_maker->EffectsFailed();
-    m_effectErrors = m_maker->TakeEffectErrors();
+    m_statistics.effectsCompileError = maker.EffectsFailed();
+    m_effectErrors = maker.TakeEffectErrors();
     KeepForSelection();
     Log(LogKind::kDebug, "BuildItemArray");
     TBuildResult result = BuildItemArray(*m_input, m_items, m_statistics);
@@ -196,10 +199,11 @@ void TDravinBuild::Run(const TParameters& parameters) {
 }
 
 // The image that says where items are; empty where there is none, or none that can be read.
-TDensityMap TDravinBuild::LoadMap(const TParameters& parameters) {
-    if (m_maker->DistMap() || parameters.mode != 0) return {};
-    std::string sceneFile = m_maker->GetScene() ? m_maker->GetScene()->path : "";
-    TDensityLoad load = LoadDensityMap(parameters.mapname, sceneFile, parameters.threshold);
+TDensityMap TDravinBuild::LoadMap(const TParameters& parameters, const TInputMaker& maker) {
+    if (maker.DistMap() || parameters.Int(editionParams::kMode) != 0) return {};
+    std::string sceneFile = maker.GetScene() ? maker.GetScene()->path : "";
+    TDensityLoad load = LoadDensityMap(parameters.String(distParams::kMapname), sceneFile,
+                                       parameters.Int(distParams::kThreshold));
     if (!load.warning.empty()) LogWarning(load.warning);
     if (load.isLimit)
         m_refusal = load.error;
@@ -242,7 +246,6 @@ TPanelMessage TDravinBuild::PanelLines() const {
 }
 
 std::unique_ptr<IInstanceSource> TDravinBuild::MakeInstanceSource() const {
-    return std::make_unique<TDravinInstances>(m_object, *this,
-                                              m_maker ? m_maker->ObjectTM() : Matrix3{},
+    return std::make_unique<TDravinInstances>(m_object, *this, m_objectTM,
                                               m_flags.unprotected ? UINT64_MAX : FreeMemory());
 }

@@ -25,7 +25,8 @@
 class IInstanceSource;
 class TDensityMap;
 class TDravin;
-struct TParameters;
+class TInputMaker;
+class TParameters;
 
 struct TBuildFlags {
     bool noMesh = false;  // distribution only
@@ -111,7 +112,7 @@ private:
     void BuildAtOnce();
     void KeepForSelection();
     void Run(const TParameters& parameters);
-    TDensityMap LoadMap(const TParameters& parameters);
+    TDensityMap LoadMap(const TParameters& parameters, const TInputMaker& maker);
     void BreakOff(TBuildStatus status, const char* why);
     void FinishStatus();
     void RememberView();
@@ -134,8 +135,8 @@ private:
     std::string m_failure, m_refusal;
     bool m_outOfMemory = false, m_streamed = false;
     const TItemConsumer* m_consumer = nullptr;  // while a build runs
+    Matrix3 m_objectTM;                         // in the last build
     std::unique_ptr<TBuildInput> m_input;
-    std::unique_ptr<class TInputMaker> m_maker;
     TSpecBuildList m_specimens;
     TDravinItemList m_items{0u};
     TDravinItemList m_lastItems{0u};  // of the build before, while only selected items are made

@@ -59,13 +59,14 @@ TInputMaker::TInputMaker(TDravin& object, const TParameters& parameters, TimeVal
         m_objectTM = node->GetObjectTM(time);
         m_objectInverse = Inverse(m_objectTM);
     }
-    m_distMap = Sampler(m_p.distmap, "distmap");
+    m_distMap = Sampler(m_p.Map(distParams::kDistmap), "distmap");
 }
 
 int TInputMaker::Threads() const {
     if (m_flags.render && DravinGlobals().disableMultithreadRender) return 1;
     if (m_flags.forceThreads > 0) return m_flags.forceThreads;
-    return std::max(1, m_p.autothreads ? NumProcessors() : m_p.threads);
+    return std::max(
+        1, m_p.Bool(genParams::kAutothreads) ? NumProcessors() : m_p.Int(genParams::kThreads));
 }
 
 const IMapSampler* TInputMaker::Sampler(Texmap* map, const char* parameter) {
@@ -75,7 +76,7 @@ const IMapSampler* TInputMaker::Sampler(Texmap* map, const char* parameter) {
         LogWarning(fmt::format("map \"{}\" of {} is left out: {}", map->name, parameter, error));
         return nullptr;
     }
-    return &m_samplers.emplace_back(*map);
+    return m_parts.maps.emplace_back(std::make_unique<TTexmapSampler>(*map)).get();
 }
 
 TCurveSampler TInputMaker::CurveSampler(DravinSlot slot) const {
@@ -89,25 +90,26 @@ TCurveSampler TInputMaker::CurveSampler(DravinSlot slot) const {
 
 const FalloffCurve* TInputMaker::Curve(DravinSlot slot, int index) {
     std::optional<FalloffCurve> curve = m_object.Curve(slot, index);
-    return curve ? &m_curves.emplace_back(*curve) : nullptr;
+    return curve ? &m_parts.curves.emplace_back(*curve) : nullptr;
 }
 
 void TInputMaker::SetGrid(TBuildInput& input) const {
     TGridSettings& g = input.grid;
     g.hasTexture = input.distMap != nullptr;
-    g.textureOnSurface = g.hasTexture && m_p.distmapchan != 0 && !input.surfaces.empty();
-    g.pixelsX = m_p.pixels_x;
-    g.pixelsY = m_p.pixels_y;
+    g.textureOnSurface =
+        g.hasTexture && m_p.Int(distParams::kDistmapchan) != 0 && !input.surfaces.empty();
+    g.pixelsX = m_p.Int(distParams::kPixelsX);
+    g.pixelsY = m_p.Int(distParams::kPixelsY);
     g.imageWidth = input.density.Width();
     g.imageHeight = input.density.Height();
-    g.unitsX = m_p.units_x;
-    g.unitsY = m_p.units_y;
-    g.lockRatio = m_p.lock_ratio;
-    g.offsetX = m_p.offset_x;
-    g.offsetY = m_p.offset_y;
-    g.rotationRadians = m_p.drotation * kDegreesToRadians;
-    g.thresholdPercent = float(m_p.threshold);
-    g.maxCells = m_flags.unprotected ? 0 : int64_t{m_p.maxdensity} * 1000000;
+    g.unitsX = m_p.Float(distParams::kUnitsX);
+    g.unitsY = m_p.Float(distParams::kUnitsY);
+    g.lockRatio = m_p.Bool(distParams::kLockRatio);
+    g.offsetX = m_p.Float(distParams::kOffsetX);
+    g.offsetY = m_p.Float(distParams::kOffsetY);
+    g.rotationRadians = m_p.Float(distParams::kDrotation) * kDegreesToRadians;
+    g.thresholdPercent = float(m_p.Int(distParams::kThreshold));
+    g.maxCells = m_flags.unprotected ? 0 : int64_t{m_p.Int(distParams::kMaxdensity)} * 1000000;
 }
 
 // Once for a new object: the map's size, so that a large scene does not start with millions of
@@ -128,96 +130,121 @@ void TInputMaker::ChooseMapSize(TBuildInput& input) const {
 
 void TInputMaker::SetTransforms(TBuildInput& input) {
     TTransformSettings& t = input.transforms;
-    t.seed = uint32_t(m_p.seed);
+    t.seed = uint32_t(m_p.Int(genParams::kSeed));
     t.customEdit = input.customEdit;
-    t.scatterUv = m_p.surfmode == kSurfaceUV;
-    t.globalScale = m_p.globscale * 0.01f;
-    t.globalSize = m_p.globsize;
-    t.globalWidth = m_p.width;
-    t.globalHeight = m_p.height;
-    t.applyTranslation = m_p.applytranslation;
-    t.applyRotation = m_p.applyrotation;
-    t.applyScale = m_p.applyscale;
-    const int transMin[] = {m_p.transxmin, m_p.transymin, m_p.transzmin};
-    const int transMax[] = {m_p.transxmax, m_p.transymax, m_p.transzmax};
-    const int scaleMin[] = {m_p.scalexmin, m_p.scaleymin, m_p.scalezmin};
-    const int scaleMax[] = {m_p.scalexmax, m_p.scaleymax, m_p.scalezmax};
+    t.scatterUv = m_p.Int(surfaceParams::kSurfmode) == kSurfaceUV;
+    t.globalScale = m_p.Float(geomParams::kGlobscale) * 0.01f;
+    t.globalSize = m_p.Bool(geomParams::kGlobsize);
+    t.globalWidth = m_p.Float(geomParams::kWidth);
+    t.globalHeight = m_p.Float(geomParams::kHeight);
+    t.applyTranslation = m_p.Bool(transformParams::kApplytranslation);
+    t.applyRotation = m_p.Bool(transformParams::kApplyrotation);
+    t.applyScale = m_p.Bool(transformParams::kApplyscale);
+    const int transMin[] = {m_p.Int(transformParams::kTransxmin),
+                            m_p.Int(transformParams::kTransymin),
+                            m_p.Int(transformParams::kTranszmin)};
+    const int transMax[] = {m_p.Int(transformParams::kTransxmax),
+                            m_p.Int(transformParams::kTransymax),
+                            m_p.Int(transformParams::kTranszmax)};
+    const int scaleMin[] = {m_p.Int(transformParams::kScalexmin),
+                            m_p.Int(transformParams::kScaleymin),
+                            m_p.Int(transformParams::kScalezmin)};
+    const int scaleMax[] = {m_p.Int(transformParams::kScalexmax),
+                            m_p.Int(transformParams::kScaleymax),
+                            m_p.Int(transformParams::kScalezmax)};
     for (int i = 0; i < 3; ++i) {
         t.transMin[i] = transMin[i], t.transMax[i] = transMax[i];
         t.scaleMin[i] = scaleMin[i], t.scaleMax[i] = scaleMax[i];
     }
-    t.rotMinDegrees = {float(m_p.xrotmin), float(m_p.yrotmin), float(m_p.zrotmin)};
-    t.rotMaxDegrees = {float(m_p.xrotmax), float(m_p.yrotmax), float(m_p.zrotmax)};
-    t.scaleLock = m_p.scalelock;
-    if (m_p.userotprobcurve) {
-        input.rotationCurve = CurveSampler(kSlotRotProbCurve);
-        t.rotCurve = &input.rotationCurve;
+    t.rotMinDegrees = {float(m_p.Int(transformParams::kXrotmin)),
+                       float(m_p.Int(transformParams::kYrotmin)),
+                       float(m_p.Int(transformParams::kZrotmin))};
+    t.rotMaxDegrees = {float(m_p.Int(transformParams::kXrotmax)),
+                       float(m_p.Int(transformParams::kYrotmax)),
+                       float(m_p.Int(transformParams::kZrotmax))};
+    t.scaleLock = m_p.Int(transformParams::kScalelock);
+    if (m_p.Bool(transformParams::kUserotprobcurve)) {
+        t.rotCurve = &m_parts.samplers.emplace_back(CurveSampler(kSlotRotProbCurve));
     }
-    if (m_p.usescaprobcurve) {
-        input.scaleCurve = CurveSampler(kSlotScaProbCurve);
-        t.scaCurve = &input.scaleCurve;
+    if (m_p.Bool(transformParams::kUsescaprobcurve)) {
+        t.scaCurve = &m_parts.samplers.emplace_back(CurveSampler(kSlotScaProbCurve));
     }
-    t.mirror = m_p.mirror;
-    t.scaleOnSlope = m_p.scalelope;
-    t.tintMin = float(std::min(m_p.tintmin, m_p.tintmax));
-    t.tintMax = float(std::max(m_p.tintmin, m_p.tintmax));
-    t.tintFromMap = m_p.tintmode != 0;
-    t.tintMapAsTexture = m_p.tintmapmode != 0;
-    t.tintOnSurface = m_p.tintmapchan != 0;
-    t.tintColor1 = m_p.tintcolor1;
-    t.tintColor2 = m_p.tintcolor2;
-    t.radiusPercent = m_p.radius;
-    t.collisionHeightPercent = m_p.collheight;
+    t.mirror = m_p.Bool(transformParams::kMirror);
+    t.scaleOnSlope = m_p.Bool(surfaceParams::kScalelope);
+    t.tintMin = float(std::min(m_p.Int(matParams::kTintmin), m_p.Int(matParams::kTintmax)));
+    t.tintMax = float(std::max(m_p.Int(matParams::kTintmin), m_p.Int(matParams::kTintmax)));
+    t.tintFromMap = m_p.Int(matParams::kTintmode) != 0;
+    t.tintMapAsTexture = m_p.Int(matParams::kTintmapmode) != 0;
+    t.tintOnSurface = m_p.Int(matParams::kTintmapchan) != 0;
+    t.tintColor1 = m_p.ColorOf(matParams::kTintcolor1);
+    t.tintColor2 = m_p.ColorOf(matParams::kTintcolor2);
+    t.radiusPercent = m_p.Int(distParams::kRadius);
+    t.collisionHeightPercent = m_p.Int(distParams::kCollheight);
 }
 
 // Maps that drive items, and the mapping channels that those in use read from surfaces.
 void TInputMaker::SetMaps(TBuildInput& input) {
     TTransformSettings& t = input.transforms;
-    t.transMap = Drive(Sampler(m_p.transmap, "transmap"), m_p.transmapx, m_p.transmapy,
-                       m_p.transmapz, m_p.transcolormap, m_p.transprobmap);
-    t.rotMap = Drive(Sampler(m_p.rotmap, "rotmap"), m_p.rotmapx, m_p.rotmapy, m_p.rotmapz,
-                     m_p.rotcolormap, m_p.rotprobmap);
-    t.scaMap = Drive(Sampler(m_p.scamap, "scamap"), m_p.scamapx, m_p.scamapy, m_p.scamapz,
-                     m_p.scacolormap, m_p.scaprobmap);
-    t.tintMap = Sampler(m_p.tintmap, "tintmap");
-    t.aniMap = Sampler(m_p.animap, "animap");
+    t.transMap =
+        Drive(Sampler(m_p.Map(transformParams::kTransmap), "transmap"),
+              m_p.Bool(transformParams::kTransmapx), m_p.Bool(transformParams::kTransmapy),
+              m_p.Bool(transformParams::kTransmapz), m_p.Bool(transformParams::kTranscolormap),
+              m_p.Bool(transformParams::kTransprobmap));
+    t.rotMap = Drive(Sampler(m_p.Map(transformParams::kRotmap), "rotmap"),
+                     m_p.Bool(transformParams::kRotmapx), m_p.Bool(transformParams::kRotmapy),
+                     m_p.Bool(transformParams::kRotmapz), m_p.Bool(transformParams::kRotcolormap),
+                     m_p.Bool(transformParams::kRotprobmap));
+    t.scaMap = Drive(Sampler(m_p.Map(transformParams::kScamap), "scamap"),
+                     m_p.Bool(transformParams::kScamapx), m_p.Bool(transformParams::kScamapy),
+                     m_p.Bool(transformParams::kScamapz), m_p.Bool(transformParams::kScacolormap),
+                     m_p.Bool(transformParams::kScaprobmap));
+    t.tintMap = Sampler(m_p.Map(matParams::kTintmap), "tintmap");
+    t.aniMap = Sampler(m_p.Map(animParams::kAnimap), "animap");
     input.distMap = m_distMap;
-    input.diversityMap = Sampler(m_p.divtmap, "divtmap");
+    input.diversityMap = Sampler(m_p.Map(distParams::kDivtmap), "divtmap");
 
     // Items have coordinates for the distribution map and the tint map whatever is in use.
     TMapChannels& channels = input.channels;
-    channels.channel[kDistMap] = m_p.distmapchan;
-    if (m_p.surfmode == kSurfaceUV) channels.channel[kDistMap] = UvChannel();
-    channels.channel[kTintMap] = m_p.tintmapchan;
-    channels.isRead[kTintMap] = t.tintMap && m_p.tintmode != 0 && m_p.tintmapmode != 0;
-    if (t.transMap.IsOn()) channels.Read(kTransMap, m_p.transmapchan);
-    if (t.rotMap.IsOn()) channels.Read(kRotMap, m_p.rotmapchan);
-    if (t.scaMap.IsOn()) channels.Read(kScaMap, m_p.scamapchan);
-    bool animated = m_p.animation == kAnimRandomMap || m_p.animation == kAnimFrameMap;
-    if (animated && t.aniMap) channels.Read(kAniMap, m_p.animapchan);
-    if (m_p.divers == kByColorMap && input.diversityMap) channels.Read(kDivMap, m_p.divmapchan);
+    channels.channel[kDistMap] = m_p.Int(distParams::kDistmapchan);
+    if (m_p.Int(surfaceParams::kSurfmode) == kSurfaceUV) channels.channel[kDistMap] = UvChannel();
+    channels.channel[kTintMap] = m_p.Int(matParams::kTintmapchan);
+    channels.isRead[kTintMap] =
+        t.tintMap && m_p.Int(matParams::kTintmode) != 0 && m_p.Int(matParams::kTintmapmode) != 0;
+    if (t.transMap.IsOn()) channels.Read(kTransMap, m_p.Int(transformParams::kTransmapchan));
+    if (t.rotMap.IsOn()) channels.Read(kRotMap, m_p.Int(transformParams::kRotmapchan));
+    if (t.scaMap.IsOn()) channels.Read(kScaMap, m_p.Int(transformParams::kScamapchan));
+    bool animated = m_p.Int(animParams::kAnimation) == kAnimRandomMap ||
+                    m_p.Int(animParams::kAnimation) == kAnimFrameMap;
+    if (animated && t.aniMap) channels.Read(kAniMap, m_p.Int(animParams::kAnimapchan));
+    if (m_p.Int(distParams::kDivers) == kByColorMap && input.diversityMap)
+        channels.Read(kDivMap, m_p.Int(distParams::kDivmapchan));
 }
 
 // The mapping that a grid in texture space lies on.
-int TInputMaker::UvChannel() const { return m_p.distmapchan != 0 ? m_p.distmapchan : 1; }
+int TInputMaker::UvChannel() const {
+    return m_p.Int(distParams::kDistmapchan) != 0 ? m_p.Int(distParams::kDistmapchan) : 1;
+}
 
 void TInputMaker::SetGeometry(TBuildInput& input) const {
     TGeometrySettings& g = input.geometry;
-    g.mode = m_p.divers;
-    g.noise = (m_p.divers == kByClusters ? m_p.clunoise : m_p.divmapnoise) * 0.01f;
-    g.clusterSize = m_p.clusize;
-    g.clusterOctaves = 1 + m_p.clurough * 4 * 0.01f;
-    g.clusterEdge = m_p.cluedge * 0.01f;
-    g.seed = uint32_t(m_p.seed);
+    g.mode = m_p.Int(distParams::kDivers);
+    g.noise = (m_p.Int(distParams::kDivers) == kByClusters ? m_p.Float(distParams::kClunoise)
+                                                           : m_p.Float(distParams::kDivmapnoise)) *
+              0.01f;
+    g.clusterSize = m_p.Float(distParams::kClusize);
+    g.clusterOctaves = 1 + m_p.Float(distParams::kClurough) * 4 * 0.01f;
+    g.clusterEdge = m_p.Float(distParams::kCluedge) * 0.01f;
+    g.seed = uint32_t(m_p.Int(genParams::kSeed));
 }
 
 void TInputMaker::SetSurfaces(TBuildInput& input, bool reread, Interval* valid) {
     TSurfaceCache& cache = DravinGlobals().surfaces;
-    bool evaluate = m_p.surfanim || m_flags.render || reread;
-    for (size_t i = 0; i < m_p.surflist.size(); ++i) {
-        INode* node = m_p.surflist[i];
+    bool evaluate = m_p.Bool(surfaceParams::kSurfanim) || m_flags.render || reread;
+    std::vector<INode*> nodes = m_p.Nodes(surfaceParams::kSurflist);
+    for (size_t i = 0; i < nodes.size(); ++i) {
+        INode* node = nodes[i];
         if (!node) continue;
-        int kind = m_p.surfmode != kSurfaceXY;
+        int kind = m_p.Int(surfaceParams::kSurfmode) != kSurfaceXY;
         auto array = evaluate ? cache.GetAt(node, kind, m_time, reread, Threads())
                               : cache.Get(node, kind, Threads());
         if (!array) {
@@ -244,17 +271,26 @@ void TInputMaker::SetUvSurface(INode* node, TSurfaceInput& surface) const {
 }
 
 void TInputMaker::SetSurfaceRules(TBuildInput& input) {
-    input.directionPercent = m_p.scalelope ? 0 : float(m_p.direction);
-    input.linkToSurface = m_p.linkeditsurf;
-    input.uv = {m_p.uvalign, m_p.uvscalex, m_p.uvscaley, m_p.uvmultscalex, m_p.uvmultscaley};
-    input.altitude.limited = m_p.altlimited;
-    SortedRange(m_p.altmin, m_p.altmax, input.altitude);
-    input.slope.limited = m_p.slopelimited;
-    SortedRange(m_p.slopemin * kDegreesToRadians, m_p.slopemax * kDegreesToRadians, input.slope);
-    if (m_p.surfaltdens) input.altitude.densityCurve = Curve(kSlotSurfaceCurves, 0);
-    if (m_p.surfaltscal) input.altitude.scaleCurve = Curve(kSlotSurfaceCurves, 1);
-    if (m_p.surfslodens) input.slope.densityCurve = Curve(kSlotSurfaceCurves, 2);
-    if (m_p.surfsloscal) input.slope.scaleCurve = Curve(kSlotSurfaceCurves, 3);
+    input.directionPercent =
+        m_p.Bool(surfaceParams::kScalelope) ? 0 : float(m_p.Int(surfaceParams::kDirection));
+    input.linkToSurface = m_p.Bool(surfaceParams::kLinkeditsurf);
+    input.uv = {m_p.Bool(surfaceParams::kUvalign), m_p.Bool(surfaceParams::kUvscalex),
+                m_p.Bool(surfaceParams::kUvscaley), m_p.Float(surfaceParams::kUvmultscalex),
+                m_p.Float(surfaceParams::kUvmultscaley)};
+    input.altitude.limited = m_p.Bool(surfaceParams::kAltlimited);
+    SortedRange(m_p.Float(surfaceParams::kAltmin), m_p.Float(surfaceParams::kAltmax),
+                input.altitude);
+    input.slope.limited = m_p.Bool(surfaceParams::kSlopelimited);
+    SortedRange(m_p.Float(surfaceParams::kSlopemin) * kDegreesToRadians,
+                m_p.Float(surfaceParams::kSlopemax) * kDegreesToRadians, input.slope);
+    if (m_p.Bool(surfaceParams::kSurfaltdens))
+        input.altitude.densityCurve = Curve(kSlotSurfaceCurves, 0);
+    if (m_p.Bool(surfaceParams::kSurfaltscal))
+        input.altitude.scaleCurve = Curve(kSlotSurfaceCurves, 1);
+    if (m_p.Bool(surfaceParams::kSurfslodens))
+        input.slope.densityCurve = Curve(kSlotSurfaceCurves, 2);
+    if (m_p.Bool(surfaceParams::kSurfsloscal))
+        input.slope.scaleCurve = Curve(kSlotSurfaceCurves, 3);
 }
 
 void TInputMaker::SetAreas(TBuildInput& input, Interval* valid) {
@@ -270,13 +306,13 @@ void TInputMaker::SetAreas(TBuildInput& input, Interval* valid) {
     input.areaRowForSurfaces = HasSurfaceRow(m_object);
 
     TAreaFalloffs& f = input.areaFalloffs;
-    if (m_p.spdensact) f.densityCurve = Curve(kSlotAreaDensityCurve);
-    if (m_p.spscalact) f.scaleCurve = Curve(kSlotAreaScaleCurve);
-    f.densityInclude = m_p.spdensinc;
-    f.densityExclude = m_p.spdensexc;
-    f.scaleInclude = m_p.spscalinc;
-    f.scaleExclude = m_p.spscalexc;
-    f.heightOnly = m_p.spscalz;
+    if (m_p.Bool(areaParams::kSpdensact)) f.densityCurve = Curve(kSlotAreaDensityCurve);
+    if (m_p.Bool(areaParams::kSpscalact)) f.scaleCurve = Curve(kSlotAreaScaleCurve);
+    f.densityInclude = m_p.Float(areaParams::kSpdensinc);
+    f.densityExclude = m_p.Float(areaParams::kSpdensexc);
+    f.scaleInclude = m_p.Float(areaParams::kSpscalinc);
+    f.scaleExclude = m_p.Float(areaParams::kSpscalexc);
+    f.heightOnly = m_p.Bool(areaParams::kSpscalz);
 }
 
 void TInputMaker::SetCamera(TBuildInput& input, Interval* valid) {
@@ -291,8 +327,8 @@ void TInputMaker::SetCamera(TBuildInput& input, Interval* valid) {
     input.camera = prepared.state;
     SetLodView(input);
     if (!prepared.falloffs) return;
-    if (m_p.camdensact) input.camera.densityCurve = Curve(kSlotCamDensityCurve);
-    if (m_p.camscaact) input.camera.scaleCurve = Curve(kSlotCamScaleCurve);
+    if (m_p.Bool(camParams::kCamdensact)) input.camera.densityCurve = Curve(kSlotCamDensityCurve);
+    if (m_p.Bool(camParams::kCamscaact)) input.camera.scaleCurve = Curve(kSlotCamScaleCurve);
 }
 
 // Sizes on screen are those of the render camera in renders, of the active view otherwise.
@@ -314,22 +350,25 @@ void TInputMaker::SetLodView(TBuildInput& input) const {
 }
 
 void TInputMaker::SetLookAt(TBuildInput& input) const {
-    INode* target = m_p.lookat ? m_p.lookat : m_p.camera;
+    INode* target =
+        m_p.Node(camParams::kLookat) ? m_p.Node(camParams::kLookat) : m_p.Node(camParams::kCamera);
     TTransformSettings& t = input.transforms;
-    t.useLookAt = m_p.uselookat && target;
-    t.lookAtHasTarget = m_p.lookat != nullptr;
+    t.useLookAt = m_p.Bool(camParams::kUselookat) && target;
+    t.lookAtHasTarget = m_p.Node(camParams::kLookat) != nullptr;
     if (target) t.lookAtPosition = target->GetNodeTM(m_time).GetTrans() * m_objectInverse;
 }
 
 // Items point their shadow planes at the horizontal direction to the light.
 void TInputMaker::SetShadows(TBuildInput& input) const {
     TTransformSettings& t = input.transforms;
-    t.customShadow = m_p.custshadow;
-    if (!m_p.usefakeshadows || !m_p.light || !(m_p.hshadow || m_p.vshadow)) return;
-    t.horizontalShadow = m_p.hshadow;
-    t.verticalShadow = m_p.vshadow;
-    Matrix3 light = m_p.light->GetNodeTM(m_time) * m_objectInverse;
-    auto* object = dynamic_cast<LightObject*>(m_p.light->GetObjectRef());
+    t.customShadow = m_p.Bool(shadowParams::kCustshadow);
+    if (!m_p.Bool(shadowParams::kUsefakeshadows) || !m_p.Node(shadowParams::kLight) ||
+        !(m_p.Bool(shadowParams::kHshadow) || m_p.Bool(shadowParams::kVshadow)))
+        return;
+    t.horizontalShadow = m_p.Bool(shadowParams::kHshadow);
+    t.verticalShadow = m_p.Bool(shadowParams::kVshadow);
+    Matrix3 light = m_p.Node(shadowParams::kLight)->GetNodeTM(m_time) * m_objectInverse;
+    auto* object = dynamic_cast<LightObject*>(m_p.Node(shadowParams::kLight)->GetObjectRef());
     t.pointLight = object && object->kind != LightKind::kDirectional;
     t.lightPosition = light.GetTrans();
     float x = light.row[2].x, y = light.row[2].y, length = std::sqrt(x * x + y * y);
@@ -350,13 +389,15 @@ void TInputMaker::SetEffects(TBuildInput& input, Interval* valid) {
     };
     context.warn = [](const std::string& text) { LogWarning(text); };
     TEffectList effects(block, m_object.CurveSet(kSlotEffectCurves), context);
-    TEffectResult compiled = effects.Compile(context, &m_effects);
+    auto programs = std::make_shared<TEffectPrograms>();
+    TEffectResult compiled = effects.Compile(context, programs.get());
     m_effectsFailed = compiled == TEffectResult::kError;
     m_effectErrors = effects.Errors();
     for (const TEffectError& error : m_effectErrors)
         LogWarning(fmt::format("effect \"{}\": {}", error.effectName, error.text));
-    if (m_effects.programs.empty()) return;
-    input.effects = &m_effects;
+    if (programs->programs.empty()) return;
+    input.effects = programs.get();
+    m_parts.programs = std::move(programs);
     input.areaFalloffs.effectsActive = true;
 }
 
@@ -365,27 +406,30 @@ std::unique_ptr<TBuildInput> TInputMaker::Make(const TSpecBuildList& specimens, 
     auto input = std::make_unique<TBuildInput>();
     input->time = m_time;
     input->render = m_flags.render;
-    input->customEdit = m_p.mode != 0;
+    input->customEdit = m_p.Int(editionParams::kMode) != 0;
     input->editingItems = m_object.editingItems;
     if (input->customEdit) input->storedItems = m_object.storedItems;
     input->threads = Threads();
     input->displayLimit = m_flags.noLimit  ? kNoLimit
-                          : m_flags.render ? m_p.rmaxitems
-                                           : m_p.vmaxitems;
-    input->renderLimit = m_flags.noLimit ? kNoLimit : m_p.rmaxitems;
+                          : m_flags.render ? m_p.Int(dispParams::kRmaxitems)
+                                           : m_p.Int(dispParams::kVmaxitems);
+    input->renderLimit = m_flags.noLimit ? kNoLimit : m_p.Int(dispParams::kRmaxitems);
     if (!m_flags.unprotected) input->memoryLimit = FreeMemory();
-    input->renderSkip = m_p.rskip;
-    input->distributionMode = m_p.distmode;
-    input->surfaceMode = m_p.surfmode;
+    input->renderSkip = m_p.Int(dispParams::kRskip);
+    input->distributionMode = m_p.Int(distParams::kDistmode);
+    input->surfaceMode = m_p.Int(surfaceParams::kSurfmode);
     input->density = std::move(density);
-    input->distMapChannel = m_p.distmapchan;
-    bool preview = m_p.collpreview || m_flags.render || m_flags.collisions;
-    input->collisions = m_p.mode == 0 && m_p.collision && preview;
-    input->drawGizmo = m_p.sdgizmo;
-    input->randomizeStacked = m_p.randstacked;
+    input->distMapChannel = m_p.Int(distParams::kDistmapchan);
+    bool preview = m_p.Bool(distParams::kCollpreview) || m_flags.render || m_flags.collisions;
+    input->collisions =
+        m_p.Int(editionParams::kMode) == 0 && m_p.Bool(distParams::kCollision) && preview;
+    input->drawGizmo = m_p.Bool(distParams::kSdgizmo);
+    input->randomizeStacked = m_p.Bool(surfaceParams::kRandstacked);
     SetSurfaces(*input, rereadSurfaces, valid);
     SetMaps(*input);
-    bool onGround = m_p.mode == 0 && m_p.distmode == kDistImage && m_p.surfmode == kSurfaceXY;
+    bool onGround = m_p.Int(editionParams::kMode) == 0 &&
+                    m_p.Int(distParams::kDistmode) == kDistImage &&
+                    m_p.Int(surfaceParams::kSurfmode) == kSurfaceXY;
     if (onGround) SetAreas(*input, valid);
     input->specimens = specimens.EngineSpecimens(HidesParts(input->areas));
     SetGrid(*input);
@@ -398,15 +442,17 @@ std::unique_ptr<TBuildInput> TInputMaker::Make(const TSpecBuildList& specimens, 
     SetLookAt(*input);
     SetShadows(*input);
     TAnimationSettings animation =
-        NormaliseAnimation({m_p.animation, m_p.animsamples, m_p.animsoffset, m_p.animstart,
-                            m_p.animend, m_scene ? m_scene->ticksPerFrame : 160},
-                           m_p.animonlyrend, m_flags.render);
+        NormaliseAnimation({m_p.Int(animParams::kAnimation), m_p.Int(animParams::kAnimsamples),
+                            m_p.Int(animParams::kAnimsoffset), m_p.Int(animParams::kAnimstart),
+                            m_p.Int(animParams::kAnimend), m_scene ? m_scene->ticksPerFrame : 160},
+                           m_p.Bool(animParams::kAnimonlyrend), m_flags.render);
     input->transforms.animation = animation.mode;
     input->transforms.animSamples = animation.NumSamples();
-    bool many = m_p.autothreads || m_flags.forceThreads > 0;
-    if (m_p.mode == 0)
+    bool many = m_p.Bool(genParams::kAutothreads) || m_flags.forceThreads > 0;
+    if (m_p.Int(editionParams::kMode) == 0)
         input->points =
             MakePointInput(m_object, m_time, m_objectInverse, many ? Threads() : 1, valid);
     input->debugLog = [](const std::string& text) { Log(LogKind::kDebug, text); };
+    input->parts = std::move(m_parts);
     return input;
 }

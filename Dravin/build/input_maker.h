@@ -11,7 +11,7 @@
 #include "Dravin/effects/effect_programs.h"
 #include "Dravin/engine/build_input.h"
 
-// Owns the samplers and curves that the input points to: it must outlive the input.
+// Makes one input.
 class TInputMaker {
 public:
     TInputMaker(TDravin& object, const TParameters& parameters, TimeValue time,
@@ -61,11 +61,9 @@ private:
     std::optional<ViewState> m_view;
     Scene* m_scene = nullptr;
     Matrix3 m_objectTM, m_objectInverse;
-    std::deque<TTexmapSampler> m_samplers;
-    std::deque<FalloffCurve> m_curves;
+    TInputParts m_parts;                 // go to the input
     std::vector<INode*> m_surfaceNodes;  // of the input's surfaces
     const IMapSampler* m_distMap = nullptr;
-    TEffectPrograms m_effects;
     bool m_effectsFailed = false;
     std::vector<TEffectError> m_effectErrors;
 };

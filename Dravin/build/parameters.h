@@ -1,4 +1,4 @@
-// All parameters that a build reads, at one time, as plain values under their internal names.
+// The parameters of a scatter object as a build reads them: by their ids, at one time.
 #pragma once
 
 #include <string>
@@ -6,92 +6,60 @@
 
 #include "Dravin/dravin.h"
 
-struct TParameters {
-    // general
-    int seed, threads;
-    bool autothreads;
-    // distribution
-    Texmap* distmap;
-    std::string mapname;
-    int distmapchan, pixels_x, pixels_y;
-    float units_x, units_y;
-    bool lock_ratio, collision;
-    int radius, collheight;
-    bool collpreview;
-    float offset_x, offset_y, drotation;
-    int threshold, maxdensity;
-    bool sdgizmo;
-    int divers;
-    Texmap* divtmap;
-    int divmapchan;
-    float divmapnoise, clusize, clurough, clunoise, cluedge;
-    int distmode;
-    // surfaces
-    std::vector<INode*> surflist;
-    bool altlimited;
-    float altmax, altmin;
-    bool surfaltdens, surfaltscal, slopelimited;
-    float slopemax, slopemin;
-    bool surfslodens, surfsloscal, surfanim, linkeditsurf;
-    int direction;
-    bool scalelope;
-    int surfmode;
-    bool uvalign, uvscalex, uvscaley;
-    float uvmultscalex, uvmultscaley;
-    bool randstacked;
-    // areas
-    bool spdensact, spscalact, spscalz;
-    float spdensinc, spdensexc, spscalinc, spscalexc;
-    // transform
-    bool applytranslation;
-    int transxmin, transymin, transzmin, transxmax, transymax, transzmax;
-    bool transmapx, transmapy, transmapz;
-    Texmap* transmap;
-    int transmapchan;
-    bool transcolormap, transprobmap;
-    bool applyrotation;
-    int xrotmin, xrotmax, yrotmin, yrotmax, zrotmin, zrotmax;
-    bool rotmapx, rotmapy, rotmapz, userotprobcurve;
-    Texmap* rotmap;
-    int rotmapchan;
-    bool rotcolormap, rotprobmap;
-    bool applyscale;
-    int scalexmax, scalexmin, scaleymax, scaleymin, scalezmax, scalezmin;
-    bool scamapx, scamapy, scamapz, usescaprobcurve;
-    Texmap* scamap;
-    int scamapchan;
-    bool scacolormap, scaprobmap;
-    int scalelock;
-    bool mirror;
-    // material
-    Color tintcolor1, tintcolor2;
-    int tintmin, tintmax, tintmode;
-    Texmap* tintmap;
-    int tintmapmode, tintmapchan;
-    // camera
-    INode *camera, *lookat;
-    bool uselookat, camlimit, camdensact, camscaact, camenvrange;
-    int camwidth;
-    float camfar, cambho, camdensear, camdensfar;
-    bool camlod, camlodenvrange, camlodlookat;
-    float camloddist;
-    // shadows
-    bool usefakeshadows;
-    INode* light;
-    bool hshadow, vshadow, custshadow;
-    // animation
-    int animation, animsoffset, animsamples;
-    bool animonlyrend;
-    Texmap* animap;
-    int animapchan, animstart, animend;
-    // display
-    int vmesh, vmaxitems, rmesh, rskip, rmaxitems;
-    bool disabled;
-    // geometry and editing
-    bool globsize;
-    float width, height, globscale;
-    int mode;
-};
+// Values come straight from the object's blocks, whose tables (dravin_params.h) are the only ones
+// that list parameters; a value that the build itself has just set is read as it is now. What is
+// read narrows the interval in which the build holds.
+class TParameters {
+public:
+    // The object and the interval outlive this.
+    TParameters(const TDravin& object, TimeValue t, Interval* valid)
+        : m_object(object), m_time(t), m_valid(valid) {}
 
-// Reads them at time t; `valid` is narrowed to how long they stay the same.
-TParameters ReadParameters(const TDravin& object, TimeValue t, Interval* valid);
+    // id: of an enumeration of one block, as transformParams::kMirror, which says the block.
+    template <class Id>
+    int Int(Id id) const {
+        return BlockOf(id).GetInt(id, m_time, 0, m_valid);
+    }
+    template <class Id>
+    bool Bool(Id id) const {
+        return BlockOf(id).GetInt(id, m_time, 0, m_valid) != 0;
+    }
+    template <class Id>
+    float Float(Id id) const {
+        return BlockOf(id).GetFloat(id, m_time, 0, m_valid);
+    }
+    template <class Id>
+    Color ColorOf(Id id) const {
+        return BlockOf(id).GetColor(id, m_time, 0, m_valid);
+    }
+    template <class Id>
+    std::string String(Id id) const {
+        return BlockOf(id).GetString(id, m_time);
+    }
+    // References may be null.
+    template <class Id>
+    Texmap* Map(Id id) const {
+        return BlockOf(id).GetTexmap(id, m_time);
+    }
+    template <class Id>
+    INode* Node(Id id) const {
+        return BlockOf(id).GetNode(id, m_time);
+    }
+    template <class Id>
+    std::vector<INode*> Nodes(Id id) const {
+        std::vector<INode*> nodes;
+        for (int i = 0; i < BlockOf(id).Count(id); ++i)
+            nodes.push_back(BlockOf(id).GetNode(id, m_time, i));
+        return nodes;
+    }
+
+private:
+    template <class Id>
+    const IParamBlock2& BlockOf(Id id) const {
+        return m_object.Block(DravinBlockOf(id));
+    }
+
+    const TDravin& m_object;
+    TimeValue m_time;
+    Interval* m_valid;
+};

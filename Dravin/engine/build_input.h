@@ -1,10 +1,12 @@
 // Everything a build reads, as plain numbers and arrays: no scene behind it.
 //
 // Made once on the building thread (parameters as numbers, surfaces as triangle arrays, maps behind
-// one sampler interface), then read by all workers as const. Whatever it points to outlives the
-// build. Lengths and places are in the space of the scatter object.
+// one sampler interface), then read by all workers as const. What it points to it owns, but for
+// hand-edited items and an earlier list, which outlive it. Lengths and places are in the space of
+// the scatter object.
 #pragma once
 
+#include <deque>
 #include <functional>
 #include <memory>
 #include <string>
@@ -90,7 +92,21 @@ struct TBuildPart {
 
 class IEffectPrograms;
 
+// What the pointers of an input lead to.
+struct TInputParts {
+    std::vector<std::unique_ptr<const IMapSampler>> maps;
+    std::deque<FalloffCurve> curves;
+    std::deque<TCurveSampler> samplers;
+    std::shared_ptr<const IEffectPrograms> programs;
+};
+
 struct TBuildInput {
+    TBuildInput() = default;
+    TBuildInput(TBuildInput&&) = default;
+    TBuildInput& operator=(TBuildInput&&) = default;
+
+    TInputParts parts;
+
     TimeValue time = 0;
     bool render = false;
     bool customEdit = false;    // the stored items are the result; nothing is distributed
@@ -117,8 +133,7 @@ struct TBuildInput {
     TTransformSettings transforms;
     TGeometrySettings geometry;
     const IMapSampler* diversityMap = nullptr;
-    std::vector<TSpecimen> specimens;         // the rows of the geometry list
-    TCurveSampler rotationCurve, scaleCurve;  // what `transforms` points to when they are in use
+    std::vector<TSpecimen> specimens;  // the rows of the geometry list
 
     std::vector<TSurfaceInput> surfaces;
     Box3 surfaceBounds;  // union of the surfaces' boxes

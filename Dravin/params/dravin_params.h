@@ -8,6 +8,7 @@
 #pragma once
 
 #include <span>
+#include <type_traits>
 
 #include "host/scene/param_desc.h"
 
@@ -110,6 +111,26 @@ enum : ParamID {
 };
 }  // namespace effectParams
 #undef PARAM
+
+// The block that a parameter is of, by the type of its id.
+template <class Id>
+constexpr DravinBlockId DravinBlockOf(Id) {
+    auto is = []<class Other>(Other) { return std::is_same_v<Id, Other>; };
+    if (is(genParams::kSeed)) return kGenParams;
+    if (is(distParams::kDistmap)) return kDistParams;
+    if (is(areaParams::kSpdensact)) return kAreaParams;
+    if (is(camParams::kCamera)) return kCamParams;
+    if (is(dispParams::kVmesh)) return kDispParams;
+    if (is(matParams::kTintmode)) return kMatParams;
+    if (is(surfaceParams::kSurfmode)) return kSurfaceParams;
+    if (is(transformParams::kMirror)) return kTransformParams;
+    if (is(shadowParams::kLight)) return kShadowParams;
+    if (is(editionParams::kMode)) return kEditionParams;
+    if (is(geomParams::kGlobsize)) return kGeomParams;
+    if (is(animParams::kAnimation)) return kAnimParams;
+    static_assert(std::is_enum_v<Id>);
+    return kEffectParams;
+}
 
 // The blocks' descriptions by block id. Thread safe.
 std::span<const ParamBlockDesc2> DravinBlocks();

@@ -106,14 +106,14 @@ TEST(CameraFalloff, WithNearAtFarOnlyTheDensityAsksItsCurve) {
 
 TEST(CameraBuild, ItemsOutsideTheViewAreLeftOut) {
     TBuildInput input = GroundInput();
-    TBuildInput free = input;
+    BuiltItems free = Build(input);
     // From above, looking down on a part of the ground: 8 x 4 around (3, 2).
     input.camera.view = TViewVolume(Shape(), Matrix3::Translation({3.25f, 2.25f, 4}));
     input.camera.limitActive = true;
     BuiltItems clipped = Build(input);
     EXPECT_EQ(clipped.items.size(), 8u * 4);
     size_t expected = 0;
-    for (const TDravinItem& item : Build(free).items)
+    for (const TDravinItem& item : free.items)
         expected += input.camera.view.Contains(item.position);
     EXPECT_EQ(clipped.items.size(), expected);
 }

@@ -184,12 +184,13 @@ TEST(HeightSurface, ItemsAreThoseOnTheMesh) {
 
 TEST(HeightSurface, ReferenceFacesAreThoseOfTheMesh) {
     const Pair& pair = Pairs()[4];
-    TBuildInput onField;
-    onField.specimens = {CubeSpecimen()};
-    onField.distributionMode = kDistReference;
-    onField.points.reference.onFaces = onField.points.reference.hasNodes = true;
-    onField.displayLimit = 300;  // every n-th face
-    TBuildInput onMesh = onField;
+    TBuildInput onField, onMesh;
+    for (TBuildInput* input : {&onField, &onMesh}) {
+        input->specimens = {CubeSpecimen()};
+        input->distributionMode = kDistReference;
+        input->points.reference.onFaces = input->points.reference.hasNodes = true;
+        input->displayLimit = 300;  // every n-th face
+    }
     onField.points.reference.meshes = {{nullptr, kPlacement, pair.heights}};
     onMesh.points.reference.meshes = {{pair.mesh, kPlacement, nullptr}};
     std::vector<float> numbers = Numbers(onField);

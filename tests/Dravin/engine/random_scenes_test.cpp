@@ -209,9 +209,10 @@ TEST_P(RandomScenes, WhatTheCameraDoesNotSeeIsMissingAndNothingElse) {
     // outside the view for a place inside; cells outside are never looked at.
     input.transforms.applyTranslation = false;
     input.surfaces.pop_back();
-    TBuildInput open = input;
-    open.camera.limitActive = false;
-    BuiltItems all = Build(open), seen = Build(input);
+    input.camera.limitActive = false;
+    BuiltItems all = Build(input);
+    input.camera.limitActive = true;
+    BuiltItems seen = Build(input);
     std::vector<uint32_t> expected, found;
     for (const TDravinItem& item : all.items)
         if (input.camera.view.Contains(item.position - item.zOffset * item.normal))
