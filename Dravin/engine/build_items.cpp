@@ -9,6 +9,7 @@
 #include "Dravin/engine/distribute_grid.h"
 #include "Dravin/engine/distribute_points.h"
 #include "Dravin/engine/distribute_uv.h"
+#include "Dravin/engine/effect_runner.h"
 #include "Dravin/engine/produce_items.h"
 #include "Dravin/engine/source_stored.h"
 
@@ -183,7 +184,7 @@ ItemCompleter CompleterOf(const TBuildInput& input) {
     return [&input, ranges = TransformRanges(input.transforms)](TDravinItem& item) {
         TNuRandom generator;
         RedrawItemRandoms(input.transforms, ranges, generator, item);
-        if (input.effects) {
+        if (input.ItemGroupsNeeded() & kGroupKept) {
             item.rotation = item.keptRotation;
             item.randomScale = item.keptRandomScale;
         }
@@ -202,8 +203,9 @@ ItemCompleter CompleterOf(const TBuildInput& input) {
 uint32_t TBuildInput::ItemGroupsNeeded() const {
     uint32_t groups = 0;
     bool grid = distributionMode == kDistImage && !customEdit;
-    // Effects leave vectors, animation samples, and angles and scales of their own.
-    if (effects) groups |= kGroupSource | kGroupLooks | kGroupKept;
+    // Effects leave vectors, animation samples, and angles and scales of their own. Hand-edited
+    // items that a rule drops have none: they cannot be drawn again.
+    if (effects) groups |= effects->GroupsWritten() | (customEdit ? uint32_t{kGroupKept} : 0u);
     if (grid) groups |= kGroupCell;
     bool mapped = surfaceMode == kSurfaceUV;
     if (!grid || mapped) groups |= kGroupSource;

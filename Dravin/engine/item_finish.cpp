@@ -4,7 +4,6 @@
 #include "Dravin/engine/item_steps.h"
 #include "Dravin/engine/item_writer.h"
 #include "Dravin/engine/step_tools.h"
-#include "host/math/sin_cos.h"
 
 namespace {
 
@@ -53,6 +52,71 @@ void CheckBoundaries(const TItemArea& area, TItemLanes& lanes) {
         if (area.boundaryCheck == kBorderHidesParts && crosses(lanes.outerRadius[k]))
             lanes.partial[k] = 1;
     });
+}
+
+void ResizeItem(const TTransformSettings& s, TItemLanes& lanes, size_t k) {
+    Point3 full = lanes.size[k];
+    if (!s.customEdit) {
+        Point3 growth = lanes.externalScale[k] * lanes.falloffScale[k];
+        full = {full.x * growth.x, full.y * growth.y, full.z * growth.z};
+    }
+    lanes.width[k] = lanes.scale.x[k] * full.x * s.globalScale;
+    lanes.height[k] = lanes.scale.z[k] * full.z * s.globalScale;
+    lanes.depth[k] = lanes.scale.y[k] * full.y * s.globalScale;
+
+    const TSpecimenElement& e = *lanes.source[k];
+    float center = float(e.centerPercent) * 0.01f;
+    if (center < 0.5f) center = 1 - center;
+    lanes.outerRadius[k] =
+        std::max(lanes.width[k], lanes.depth[k]) * std::max(e.meshAspect, 1.0f) * center;
+    lanes.boundaryRadius[k] = lanes.outerRadius[k] * float(e.radiusPercent) * 0.01f;
+    lanes.collisionRadius[k] = float(s.radiusPercent) * 0.01f * lanes.boundaryRadius[k];
+    lanes.collisionHeight[k] = float(s.collisionHeightPercent) * 0.01f * lanes.height[k];
+}
+
+// Lanes that stand side by side.
+void TurnRun(TItemLanes& lanes, size_t first, size_t count) {
+    auto from = [&](const TPointLane& p) {
+        return lane_loops::ConstPointColumns{p.x.Data() + first, p.y.Data() + first,
+                                             p.z.Data() + first};
+    };
+    auto to = [&](TPointLane& p) {
+        return lane_loops::PointColumns{p.x.Data() + first, p.y.Data() + first, p.z.Data() + first};
+    };
+    lane_loops::MakeFrames(count, from(lanes.reference), from(lanes.normal), to(lanes.axisX),
+                           to(lanes.axisY), to(lanes.axisZ));
+    lane_loops::TurnFrames(count, from(lanes.rotation), to(lanes.axisX), to(lanes.axisY),
+                           to(lanes.axisZ));
+}
+
+// Up to kCellsInBatch of them, anywhere.
+void TurnGathered(TItemLanes& lanes, std::span<const uint32_t> items) {
+    float numbers[6][3][kCellsInBatch];
+    auto columns = [&](int i) {
+        return lane_loops::PointColumns{numbers[i][0], numbers[i][1], numbers[i][2]};
+    };
+    auto read = [&](int i) {
+        return lane_loops::ConstPointColumns{numbers[i][0], numbers[i][1], numbers[i][2]};
+    };
+    auto gather = [&](const TPointLane& lane, int i) {
+        for (size_t j = 0; j < items.size(); ++j) {
+            numbers[i][0][j] = lane.x[items[j]];
+            numbers[i][1][j] = lane.y[items[j]];
+            numbers[i][2][j] = lane.z[items[j]];
+        }
+    };
+    auto scatter = [&](int i, TPointLane& lane) {
+        for (size_t j = 0; j < items.size(); ++j)
+            lane.Set(items[j], {numbers[i][0][j], numbers[i][1][j], numbers[i][2][j]});
+    };
+    gather(lanes.reference, 0);
+    gather(lanes.normal, 1);
+    gather(lanes.rotation, 2);
+    lane_loops::MakeFrames(items.size(), read(0), read(1), columns(3), columns(4), columns(5));
+    lane_loops::TurnFrames(items.size(), read(2), columns(3), columns(4), columns(5));
+    scatter(3, lanes.axisX);
+    scatter(4, lanes.axisY);
+    scatter(5, lanes.axisZ);
 }
 
 }  // namespace
@@ -108,39 +172,16 @@ void ClearFinished(TItemLanes& lanes, size_t k) {
     lanes.randomScale.Set(k, {1, 1, 1});
 }
 
-void ResizeItem(const TTransformSettings& s, TItemLanes& lanes, size_t k) {
-    Point3 full = lanes.size[k];
-    if (!s.customEdit) {
-        Point3 growth = lanes.externalScale[k] * lanes.falloffScale[k];
-        full = {full.x * growth.x, full.y * growth.y, full.z * growth.z};
-    }
-    lanes.width[k] = lanes.scale.x[k] * full.x * s.globalScale;
-    lanes.height[k] = lanes.scale.z[k] * full.z * s.globalScale;
-    lanes.depth[k] = lanes.scale.y[k] * full.y * s.globalScale;
-
-    const TSpecimenElement& e = *lanes.source[k];
-    float center = float(e.centerPercent) * 0.01f;
-    if (center < 0.5f) center = 1 - center;
-    lanes.outerRadius[k] =
-        std::max(lanes.width[k], lanes.depth[k]) * std::max(e.meshAspect, 1.0f) * center;
-    lanes.boundaryRadius[k] = lanes.outerRadius[k] * float(e.radiusPercent) * 0.01f;
-    lanes.collisionRadius[k] = float(s.radiusPercent) * 0.01f * lanes.boundaryRadius[k];
-    lanes.collisionHeight[k] = float(s.collisionHeightPercent) * 0.01f * lanes.height[k];
+void ResizeItems(const TTransformSettings& s, TItemLanes& lanes, std::span<const uint32_t> items) {
+    for (uint32_t k : items) ResizeItem(s, lanes, k);
 }
 
-void TurnItem(TItemLanes& lanes, size_t k) {
-    Matrix3 frame = MakeFrame(lanes.reference[k], lanes.normal[k]);
-    Point3 angle = lanes.rotation[k];
-    SinCos x = SinCosOf(angle.x), y = SinCosOf(angle.y), z = SinCosOf(angle.z);
-    auto turn = [](const SinCos& t, Point3& a, Point3& b) {
-        Point3 p = a, q = b;
-        a = p * t.cos + q * t.sin;
-        b = q * t.cos - p * t.sin;
-    };
-    turn(x, frame.row[1], frame.row[2]);
-    turn(y, frame.row[2], frame.row[0]);
-    turn(z, frame.row[0], frame.row[1]);
-    lanes.axisX.Set(k, frame.row[0]);
-    lanes.axisY.Set(k, frame.row[1]);
-    lanes.axisZ.Set(k, frame.row[2]);
+void TurnItems(TItemLanes& lanes, std::span<const uint32_t> items) {
+    for (size_t first = 0; first < items.size(); first += kCellsInBatch) {
+        auto block = items.subspan(first, std::min(kCellsInBatch, items.size() - first));
+        if (block.back() - block.front() + 1 == block.size())
+            TurnRun(lanes, block.front(), block.size());
+        else
+            TurnGathered(lanes, block);
+    }
 }

@@ -177,18 +177,17 @@ void TItemMaker::DrawLanes(std::span<const TLaneOrigin> origins, TItemLanes& lan
     bool same = origins.size() == m_cells.count;
     for (size_t k = 0; same && k < origins.size(); ++k)
         same = origins[k].isFirst && origins[k].cell == k;
-    if (same) return m_cellDraws.Fill(lanes);
-    m_laneDraws.Draw({lanes.seed.Data(), lanes.count});
-    m_laneDraws.Fill(lanes);
+    if (!same) m_laneDraws.Draw({lanes.seed.Data(), lanes.count});
+    m_drawn = same ? &m_cellDraws : &m_laneDraws;
+    m_drawn->Fill(lanes);
 }
 
 void TItemMaker::RunPrograms(TItemLanes& lanes) {
-    m_outcomes.assign(lanes.count, {});
-    m_randoms.resize(m_usesRandom ? lanes.count : 0);
-    if (m_usesRandom)
-        GeneratorsBehindDraws(m_input.transforms, TransformRanges(m_input.transforms),
-                              {lanes.seed.Data(), lanes.count}, m_randoms);
-    m_runner->Run({lanes, m_cells, m_outcomes, m_randoms});
+    m_outcomes.resize(lanes.count);
+    for (TEffectOutcome& outcome : m_outcomes) outcome.Clear();
+    if (m_usesRandom) m_drawn->TakeGenerators(m_randoms);
+    m_runner->Run(
+        {lanes, m_cells, m_outcomes, m_usesRandom ? m_randoms.Columns() : TNuRandomColumns()});
 }
 
 bool TItemMaker::CollectAgain() {

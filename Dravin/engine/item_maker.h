@@ -108,5 +108,6 @@ private:
     bool m_replaces, m_usesRandom;
     std::vector<TEffectOutcome> m_outcomes;
     std::vector<TItemOverrides> m_asked;
-    std::vector<TNuRandom> m_randoms;
+    const TLaneDraws* m_drawn = nullptr;  // where the lanes at work have their values from
+    TNuRandomLanes m_randoms;
 };

@@ -114,8 +114,9 @@ void FastForm(benchmark::State& state) {
     auto lanes = batch_program::make(*setup.compiled.code, varying);
     batch_machine machine(lanes, setup.functions);
     machine.bind(setup.names->initial_values());
-    std::vector<TNuRandom*> randoms;
-    for (TNuRandom& r : setup.randoms) randoms.push_back(&r);
+    TNuRandomLanes randoms;
+    randoms.Resize(batch_machine::width);
+    for (size_t k = 0; k < batch_machine::width; ++k) randoms.Columns().Set(k, setup.randoms[k]);
 
     for (auto _ : state) {
         for (size_t i = 0; i < setup.items.size(); i += batch_machine::width) {
@@ -131,7 +132,7 @@ void FastForm(benchmark::State& state) {
                     for (size_t k = 0; k < count; ++k) lane[k] = (items[k].*field).*parts[p];
                 }
             }
-            machine.run(count, randoms, nullptr);
+            machine.run(count, randoms.Columns(), nullptr);
             for (const batch_program::binding& b : lanes->outputs) {
                 auto field = setup.Field(b.slot);
                 lane_operand lanes[3];

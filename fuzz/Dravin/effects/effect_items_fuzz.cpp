@@ -30,11 +30,12 @@ struct ItemsRun {
     TItemLanes lanes{kNumItems, kGroupSource, false};
     std::unique_ptr<TCells> cells = std::make_unique<TCells>();
     std::vector<TEffectOutcome> outcomes = std::vector<TEffectOutcome>(kNumItems);
-    std::vector<TNuRandom> randoms;
+    TNuRandomLanes randoms;
     const TBuildInput& input;
 
     ItemsRun(const TBuildInput& in, const TSpecimen& specimen) : input(in) {
         lanes.count = kNumItems;
+        randoms.Resize(kNumItems);
         for (size_t k = 0; k < kNumItems; ++k) {
             lanes.Reset(k, specimen);
             float x = float(k) - 2;
@@ -43,13 +44,16 @@ struct ItemsRun {
             lanes.faceNormal.Set(k, Normalize(Point3{x, 0, 1}));
             lanes.cell[k] = uint32_t(k);
             cells->hash[0][k] = uint32_t(k);
-            randoms.emplace_back(uint32_t(k));
+            randoms.Columns().Set(k, TNuRandom(uint32_t(k)));
         }
     }
 
     void Run(const TEffectPrograms& programs, const TGeometryChoice& geometry) {
-        programs.MakeRunner(input, geometry)->Run({lanes, *cells, outcomes, randoms});
+        programs.MakeRunner(input, geometry)->Run({lanes, *cells, outcomes, randoms.Columns()});
     }
+
+    // What its generator gives next.
+    uint32_t Draw(size_t k) { return randoms.Columns().Get(k).Step(); }
 
     value Read(size_t k, const TItemAttribute& attribute) const {
         return attribute.read({lanes, *cells, k, outcomes[k], input});
@@ -63,7 +67,7 @@ void ExpectEqual(ItemsRun& a, ItemsRun& b, const std::string& source) {
                          .identical(tavuvm_expr::vector3{vb.x, vb.y, vb.z});
         for (const TItemAttribute& attribute : ItemAttributes())
             equal = equal && a.Read(k, attribute).identical(b.Read(k, attribute));
-        equal = equal && a.randoms[k].Step() == b.randoms[k].Step();
+        equal = equal && a.Draw(k) == b.Draw(k);
         if (!equal) fprintf(stderr, "item %zu differs:\n%s\n", k, source.c_str());
         Promise(equal);
     }

@@ -382,13 +382,13 @@ TEST(ItemAttributes, ColumnsHoldWhatIsRead) {
         TAttributeColumn column = a.column(l);
         tavuvm_expr::value read = a.read(fresh.Source());
         if (a.type == tavuvm_expr::type_code::real) {
-            EXPECT_EQ(column.At(0, 1), read.real()) << a.name;
+            EXPECT_EQ(column.part[0][1], read.real()) << a.name;
             continue;
         }
         tavuvm_expr::vector3 v = read.vector();
-        EXPECT_EQ(column.At(0, 1), v.x) << a.name;
-        EXPECT_EQ(column.At(1, 1), v.y) << a.name;
-        EXPECT_EQ(column.At(2, 1), v.z) << a.name;
+        EXPECT_EQ(column.part[0][1], v.x) << a.name;
+        EXPECT_EQ(column.part[1][1], v.y) << a.name;
+        EXPECT_EQ(column.part[2][1], v.z) << a.name;
     }
     EXPECT_EQ(numColumns, 12u);
 }

@@ -21,10 +21,9 @@ inline std::string CompareMachines(const TestHost& host,
 
     batch_machine batch(lanes, TestFunctions());
     batch.bind(host.names.initial_values());
-    std::vector<TNuRandom> randoms;
-    for (size_t k = 0; k < count; ++k) randoms.emplace_back(uint32_t(k * 7919));
-    std::vector<TNuRandom*> pointers;
-    for (TNuRandom& r : randoms) pointers.push_back(&r);
+    TNuRandomLanes randoms;
+    randoms.Resize(count);
+    for (size_t k = 0; k < count; ++k) randoms.Columns().Set(k, TNuRandom(uint32_t(k * 7919)));
     for (const batch_program::binding& b : lanes->inputs)
         for (size_t k = 0; k < count; ++k) {
             value v = host.attribute(b.slot - host.first, k);
@@ -36,7 +35,7 @@ inline std::string CompareMachines(const TestHost& host,
                 if (b.value.part[p] != no_register)
                     batch.real_lane(b.value.part[p])[k] = component[p];
         }
-    batch.run(count, pointers, nullptr);
+    batch.run(count, randoms.Columns(), nullptr);
 
     vmachine machine(code);
     for (size_t k = 0; k < count; ++k) {
@@ -64,7 +63,7 @@ inline std::string CompareMachines(const TestHost& host,
         if (!returned.identical(machine.result()))
             return fmt::format("item {}: {} in lanes, {} plain returned", k, returned.text(),
                                machine.result().text());
-        if (random.Step() != randoms[k].Step())
+        if (random.Step() != randoms.Columns().Get(k).Step())
             return fmt::format("item {}: not the same draws", k);
     }
     return {};

@@ -1,0 +1,236 @@
+#include "Dravin/effects/effect_machines.h"
+
+#include <algorithm>
+
+using namespace tavuvm_expr;
+
+namespace {
+
+// Fewer items than this are not worth a batch.
+constexpr size_t kSmallestBatch = 4;
+
+using shape = lane_value::shape;
+
+bool IsOfType(const lane_value& v, type_code type) {
+    switch (v.kind) {
+        case shape::integer:
+            return type == type_code::integer;
+        case shape::real:
+            return type == type_code::real;
+        case shape::vector:
+            return type == type_code::vector;
+        case shape::number:
+            return false;
+    }
+    return false;
+}
+
+int NumParts(const lane_value& v) { return v.kind == shape::vector ? 3 : 1; }
+
+// The result of a program is a vector or nothing; the vectors of all programs add up.
+void AddResult(const value& result, TItemLanes& lanes, size_t k) {
+    if (!result.is_vector() || lanes.from.Size() == 0) return;
+    vector3 v = result.vector();
+    lanes.from[k].effectVector += Point3{v.x, v.y, v.z};
+}
+
+}  // namespace
+
+TDistributeEffectVM::TDistributeEffectVM(const TEffectProgram& program, bool plainOnly)
+    : m_program(program), m_machine(program.code) {
+    for (size_t i = 0; i < program.slots.size(); ++i) m_machine.set_slot(i, program.slots[i]);
+    if (plainOnly || !program.lanes) return;
+    m_batch = std::make_unique<batch_machine>(program.lanes, *program.code->functions);
+    m_batch->bind(program.slots);
+    MarkPassed();
+}
+
+void TDistributeEffectVM::MarkPassed() {
+    m_isPassed.assign(m_program.lanes->num_registers, 0);
+    for (const batch_program::binding& b : m_program.lanes->outputs)
+        for (lane_register r : b.value.part)
+            if (r != no_register) m_isPassed[r] = 1;
+}
+
+void TDistributeEffectVM::Run(const TEffectLanes& items, const TBuildInput& input,
+                              TEffVMCallback& host) {
+    const TItemLanes& lanes = items.lanes;
+    for (size_t first = 0; first < lanes.count; first += batch_machine::width) {
+        size_t end = std::min(first + batch_machine::width, lanes.count);
+        m_items.clear();
+        for (size_t k = first; k < end; ++k)
+            if (lanes.IsAlive(k)) m_items.push_back(uint32_t(k));
+        if (m_batch && m_items.size() >= kSmallestBatch) {
+            RunBatch(items, input, host);
+            continue;
+        }
+        for (uint32_t k : m_items) RunPlain(items, k, input, host);
+    }
+}
+
+void TDistributeEffectVM::RunPlain(const TEffectLanes& items, size_t k, const TBuildInput& input,
+                                   TEffVMCallback& host) {
+    auto attributes = ItemAttributes();
+    m_machine.reset();
+    for (size_t slot : m_program.attributes.restored)
+        m_machine.set_slot(slot, m_program.slots[slot]);
+    TAttributeSource source{items.lanes, items.cells, k, items.outcomes[k], input};
+    for (size_t i : m_program.attributes.read)
+        m_machine.set_slot(m_program.itemSlot + i, attributes[i].read(source));
+    TNuRandom random;
+    bool draws = m_program.usesRandom && !items.randoms.IsEmpty();
+    if (draws) random = items.randoms.Get(k);
+    bool done = m_machine.run(draws ? &random : nullptr, &host);
+    if (draws) items.randoms.Set(k, random);
+    // An item whose run fails stays as it was.
+    if (!done) return;
+    for (size_t i : m_program.attributes.written)
+        if (m_machine.is_modified(m_program.itemSlot + i))
+            attributes[i].write({items.lanes, k, items.outcomes[k], input},
+                                Taken(attributes[i], m_machine.slot(m_program.itemSlot + i)));
+    AddResult(m_machine.result(), items.lanes, k);
+}
+
+// --- batches
+
+// Whether a run over all lanes from the first item to the last is worth what it spends on those
+// that are not alive. Functions of the host are not asked for them.
+bool TDistributeEffectVM::StandTogether() const {
+    size_t numLanes = m_items.back() - m_items.front() + 1;
+    if (numLanes == m_items.size()) return true;
+    return m_program.lanes->calls.empty() && m_items.size() * 2 >= numLanes;
+}
+
+void TDistributeEffectVM::RunBatch(const TEffectLanes& items, const TBuildInput& input,
+                                   TEffVMCallback& host) {
+    const bool inPlace = StandTogether();
+    const size_t first = m_items.front();
+    size_t count = inPlace ? m_items.back() - first + 1 : m_items.size();
+    m_places.resize(m_items.size());
+    for (size_t i = 0; i < m_items.size(); ++i)
+        m_places[i] = inPlace ? uint32_t(m_items[i] - first) : uint32_t(i);
+    TAttributeBatch batch{items.lanes, items.cells, items.outcomes, input, m_items, m_places};
+    Read(batch, inPlace);
+
+    TNuRandomColumns randoms;
+    bool draws = m_program.usesRandom && !items.randoms.IsEmpty();
+    if (draws && inPlace) randoms = items.randoms.From(first);
+    if (draws && !inPlace) {
+        m_gathered.Resize(count);
+        randoms = m_gathered.Columns();
+        for (size_t i = 0; i < count; ++i) randoms.Set(i, items.randoms.Get(m_items[i]));
+    }
+    m_before.clear();
+    for (size_t k = 0; draws && m_program.lanes->can_fail && k < count; ++k)
+        m_before.push_back(randoms.Get(k));
+    m_batch->run(count, randoms, &host);
+    if (draws && !inPlace)
+        for (size_t i = 0; i < count; ++i) items.randoms.Set(m_items[i], randoms.Get(i));
+
+    if (m_batch->any_failed()) {
+        RunFailed(items, input, host);
+        batch.items = m_items;
+        batch.places = m_places;
+    }
+    AddResults(batch);
+    Write(batch);
+}
+
+// The plain machine says what items are left with whose run fails; they leave the batch.
+void TDistributeEffectVM::RunFailed(const TEffectLanes& items, const TBuildInput& input,
+                                    TEffVMCallback& host) {
+    size_t left = 0;
+    for (size_t i = 0; i < m_items.size(); ++i) {
+        uint32_t k = m_items[i], place = m_places[i];
+        if (!m_batch->failed(place)) {
+            m_items[left] = k;
+            m_places[left++] = place;
+            continue;
+        }
+        if (!m_before.empty()) items.randoms.Set(k, m_before[place]);
+        RunPlain(items, k, input, host);
+    }
+    m_items.resize(left);
+    m_places.resize(left);
+}
+
+void TDistributeEffectVM::Read(const TAttributeBatch& batch, bool inPlace) {
+    for (const batch_program::binding& b : m_program.lanes->inputs) {
+        const TItemAttribute& attribute = ItemAttributes()[b.slot - m_program.itemSlot];
+        if (!attribute.column) {
+            TAttributeLanes to;
+            for (int p = 0; p < NumParts(b.value); ++p)
+                if (b.value.part[p] != no_register) to.part[p] = m_batch->own_lane(b.value.part[p]);
+            attribute.readAll(batch, to);
+            continue;
+        }
+        TAttributeColumn column = attribute.column(batch.lanes);
+        for (int p = 0; p < NumParts(b.value); ++p) {
+            lane_register r = b.value.part[p];
+            if (r == no_register) continue;
+            if (inPlace && !m_isPassed[r]) {
+                m_batch->bind_lane(r, column.part[p] + batch.items.front());
+                continue;
+            }
+            float* lane = m_batch->real_lane(r);
+            for (size_t i = 0; i < batch.items.size(); ++i)
+                lane[batch.places[i]] = column.part[p][batch.items[i]];
+        }
+    }
+}
+
+// What the program left, in the order of the attributes.
+void TDistributeEffectVM::Write(const TAttributeBatch& batch) {
+    auto attributes = ItemAttributes();
+    for (const batch_program::binding& b : m_program.lanes->outputs) {
+        // Parameters and read-only attributes change for the program only.
+        size_t i = b.slot - m_program.itemSlot;
+        if (b.slot < m_program.itemSlot || i >= attributes.size() || !attributes[i].write) continue;
+        if (!IsOfType(b.value, attributes[i].type)) {
+            WriteConverted(batch, b.value, attributes[i]);
+            continue;
+        }
+        TAttributeResults from;
+        for (int p = 0; p < NumParts(b.value); ++p) from.part[p] = m_batch->view(b.value.part[p]);
+        attributes[i].writeAll(batch, from);
+    }
+}
+
+void TDistributeEffectVM::WriteConverted(const TAttributeBatch& batch, const lane_value& from,
+                                         const TItemAttribute& attribute) {
+    for (size_t i = 0; i < batch.items.size(); ++i) {
+        size_t k = batch.items[i];
+        attribute.write({batch.lanes, k, batch.outcomes[k], batch.input},
+                        Taken(attribute, m_batch->get(from, batch.places[i])));
+    }
+}
+
+void TDistributeEffectVM::AddResults(const TAttributeBatch& batch) {
+    if (!m_program.lanes->returns) return;
+    for (size_t i = 0; i < batch.items.size(); ++i)
+        AddResult(m_batch->get(m_program.lanes->result, batch.places[i]), batch.lanes,
+                  batch.items[i]);
+}
+
+// --- all programs
+
+TDistributeEffectVMList::TDistributeEffectVMList(const TEffectPrograms& programs,
+                                                 const TBuildInput& input,
+                                                 const TGeometryChoice& geometry)
+    : m_input(input) {
+    for (const auto& curve : programs.curves) m_curves.push_back(curve.get());
+    m_host = {&input, &geometry, programs.textures, m_curves};
+    m_machines.reserve(programs.programs.size());
+    for (const TEffectProgram& p : programs.programs)
+        m_machines.emplace_back(p, programs.plainOnly);
+}
+
+void TDistributeEffectVMList::Run(const TEffectLanes& items) {
+    TItemLanes& lanes = items.lanes;
+    bool keepsVectors = lanes.from.Size() > 0;
+    for (size_t k = 0; keepsVectors && k < lanes.count; ++k) lanes.from[k].effectVector = {};
+    for (TDistributeEffectVM& machine : m_machines) machine.Run(items, m_input, m_host);
+    // An item that a program hides keeps no vector, not even of the programs before.
+    for (size_t k = 0; keepsVectors && k < lanes.count; ++k)
+        if (!lanes.IsAlive(k)) lanes.from[k].effectVector = {};
+}
