@@ -34,6 +34,16 @@ void AddResult(const value& result, TItemLanes& lanes, size_t k) {
     lanes.from[k].effectVector += Point3{v.x, v.y, v.z};
 }
 
+// Values of another kind than the attribute's: an index beyond a variable has brought them there.
+void WriteConverted(const lane_registers& registers, const lane_value& from,
+                    const TItemAttribute& attribute, const TAttributeBatch& batch) {
+    for (size_t i = 0; i < batch.items.size(); ++i) {
+        size_t k = batch.items[i];
+        attribute.write({batch.lanes, k, batch.outcomes[k], batch.input},
+                        Taken(attribute, registers.get(from, batch.places[i])));
+    }
+}
+
 }  // namespace
 
 TDistributeEffectVM::TDistributeEffectVM(const TEffectProgram& program, bool plainOnly)
@@ -41,7 +51,9 @@ TDistributeEffectVM::TDistributeEffectVM(const TEffectProgram& program, bool pla
     for (size_t i = 0; i < program.slots.size(); ++i) m_machine.set_slot(i, program.slots[i]);
     if (plainOnly || !program.lanes) return;
     m_batch = std::make_unique<batch_machine>(program.lanes, *program.code->functions);
+    m_single = std::make_unique<single_machine>(program.lanes, *program.code->functions);
     m_batch->bind(program.slots);
+    m_single->bind(program.slots);
     MarkPassed();
 }
 
@@ -64,7 +76,12 @@ void TDistributeEffectVM::Run(const TEffectLanes& items, const TBuildInput& inpu
             RunBatch(items, input, host);
             continue;
         }
-        for (uint32_t k : m_items) RunPlain(items, k, input, host);
+        for (uint32_t k : m_items) {
+            if (m_single)
+                RunSingle(items, k, input, host);
+            else
+                RunPlain(items, k, input, host);
+        }
     }
 }
 
@@ -91,6 +108,20 @@ void TDistributeEffectVM::RunPlain(const TEffectLanes& items, size_t k, const TB
     AddResult(m_machine.result(), items.lanes, k);
 }
 
+void TDistributeEffectVM::RunSingle(const TEffectLanes& items, size_t k, const TBuildInput& input,
+                                    TEffVMCallback& host) {
+    const auto item = uint32_t(k), place = uint32_t(0);
+    TAttributeBatch batch{items.lanes, items.cells, items.outcomes, input, {&item, 1}, {&place, 1}};
+    Read(*m_single, batch, false);
+    TNuRandom random;
+    bool draws = m_program.usesRandom && !items.randoms.IsEmpty();
+    if (draws) random = items.randoms.Get(k);
+    // The plain machine says what an item is left with whose run fails.
+    if (!m_single->run(draws ? &random : nullptr, &host)) return RunPlain(items, k, input, host);
+    if (draws) items.randoms.Set(k, random);
+    Write(*m_single, batch);
+}
+
 // --- batches
 
 // Whether a run over all lanes from the first item to the last is worth what it spends on those
@@ -110,7 +141,7 @@ void TDistributeEffectVM::RunBatch(const TEffectLanes& items, const TBuildInput&
     for (size_t i = 0; i < m_items.size(); ++i)
         m_places[i] = inPlace ? uint32_t(m_items[i] - first) : uint32_t(i);
     TAttributeBatch batch{items.lanes, items.cells, items.outcomes, input, m_items, m_places};
-    Read(batch, inPlace);
+    Read(*m_batch, batch, inPlace);
 
     TNuRandomColumns randoms;
     bool draws = m_program.usesRandom && !items.randoms.IsEmpty();
@@ -132,8 +163,7 @@ void TDistributeEffectVM::RunBatch(const TEffectLanes& items, const TBuildInput&
         batch.items = m_items;
         batch.places = m_places;
     }
-    AddResults(batch);
-    Write(batch);
+    Write(*m_batch, batch);
 }
 
 // The plain machine says what items are left with whose run fails; they leave the batch.
@@ -154,13 +184,14 @@ void TDistributeEffectVM::RunFailed(const TEffectLanes& items, const TBuildInput
     m_places.resize(left);
 }
 
-void TDistributeEffectVM::Read(const TAttributeBatch& batch, bool inPlace) {
+void TDistributeEffectVM::Read(Registers& registers, const TAttributeBatch& batch, bool inPlace) {
     for (const batch_program::binding& b : m_program.lanes->inputs) {
         const TItemAttribute& attribute = ItemAttributes()[b.slot - m_program.itemSlot];
         if (!attribute.column) {
             TAttributeLanes to;
             for (int p = 0; p < NumParts(b.value); ++p)
-                if (b.value.part[p] != no_register) to.part[p] = m_batch->own_lane(b.value.part[p]);
+                if (b.value.part[p] != no_register)
+                    to.part[p] = registers.own_lane(b.value.part[p]);
             attribute.readAll(batch, to);
             continue;
         }
@@ -169,10 +200,10 @@ void TDistributeEffectVM::Read(const TAttributeBatch& batch, bool inPlace) {
             lane_register r = b.value.part[p];
             if (r == no_register) continue;
             if (inPlace && !m_isPassed[r]) {
-                m_batch->bind_lane(r, column.part[p] + batch.items.front());
+                registers.bind_lane(r, column.part[p] + batch.items.front());
                 continue;
             }
-            float* lane = m_batch->real_lane(r);
+            float* lane = registers.real_lane(r);
             for (size_t i = 0; i < batch.items.size(); ++i)
                 lane[batch.places[i]] = column.part[p][batch.items[i]];
         }
@@ -180,36 +211,23 @@ void TDistributeEffectVM::Read(const TAttributeBatch& batch, bool inPlace) {
 }
 
 // What the program left, in the order of the attributes.
-void TDistributeEffectVM::Write(const TAttributeBatch& batch) {
+void TDistributeEffectVM::Write(const Registers& registers, const TAttributeBatch& batch) {
+    const batch_program& code = registers.code();
+    for (size_t i = 0; code.returns && i < batch.items.size(); ++i)
+        AddResult(registers.get(code.result, batch.places[i]), batch.lanes, batch.items[i]);
     auto attributes = ItemAttributes();
-    for (const batch_program::binding& b : m_program.lanes->outputs) {
+    for (const batch_program::binding& b : code.outputs) {
         // Parameters and read-only attributes change for the program only.
         size_t i = b.slot - m_program.itemSlot;
         if (b.slot < m_program.itemSlot || i >= attributes.size() || !attributes[i].write) continue;
         if (!IsOfType(b.value, attributes[i].type)) {
-            WriteConverted(batch, b.value, attributes[i]);
+            WriteConverted(registers, b.value, attributes[i], batch);
             continue;
         }
         TAttributeResults from;
-        for (int p = 0; p < NumParts(b.value); ++p) from.part[p] = m_batch->view(b.value.part[p]);
+        for (int p = 0; p < NumParts(b.value); ++p) from.part[p] = registers.view(b.value.part[p]);
         attributes[i].writeAll(batch, from);
     }
-}
-
-void TDistributeEffectVM::WriteConverted(const TAttributeBatch& batch, const lane_value& from,
-                                         const TItemAttribute& attribute) {
-    for (size_t i = 0; i < batch.items.size(); ++i) {
-        size_t k = batch.items[i];
-        attribute.write({batch.lanes, k, batch.outcomes[k], batch.input},
-                        Taken(attribute, m_batch->get(from, batch.places[i])));
-    }
-}
-
-void TDistributeEffectVM::AddResults(const TAttributeBatch& batch) {
-    if (!m_program.lanes->returns) return;
-    for (size_t i = 0; i < batch.items.size(); ++i)
-        AddResult(m_batch->get(m_program.lanes->result, batch.places[i]), batch.lanes,
-                  batch.items[i]);
 }
 
 // --- all programs

@@ -2,9 +2,9 @@
 //
 // Items come as lanes. A batch of them goes through the fast form of the language where a program
 // has one: attributes that stand in a column of the lanes are read where they stand, all others are
-// read into the program's registers, and what it leaves is written attribute by attribute. Single
-// items, programs without that form, and items whose run ends with an error go through the plain
-// machine. Both give the same bits.
+// read into the program's registers, and what it leaves is written attribute by attribute. Where
+// few items are left they take the same form one by one. Programs without that form, and items
+// whose run ends with an error, go through the plain machine. All give the same bits.
 #pragma once
 
 #include <memory>
@@ -14,6 +14,7 @@
 #include "Dravin/effects/effect_programs.h"
 #include "Dravin/effects/item_attributes.h"
 #include "Dravin/effects/tavuvm_expr/batch_machine.h"
+#include "Dravin/effects/tavuvm_expr/single_machine.h"
 #include "Dravin/effects/tavuvm_expr/vmachine.h"
 
 // One program's machines in one task.
@@ -27,19 +28,20 @@ public:
 private:
     void RunPlain(const TEffectLanes& items, size_t k, const TBuildInput& input,
                   TEffVMCallback& host);
+    void RunSingle(const TEffectLanes& items, size_t k, const TBuildInput& input,
+                   TEffVMCallback& host);
     void RunBatch(const TEffectLanes& items, const TBuildInput& input, TEffVMCallback& host);
     bool StandTogether() const;
     void MarkPassed();
-    void Read(const TAttributeBatch& batch, bool inPlace);
-    void Write(const TAttributeBatch& batch);
-    void WriteConverted(const TAttributeBatch& batch, const tavuvm_expr::lane_value& from,
-                        const TItemAttribute& attribute);
-    void AddResults(const TAttributeBatch& batch);
+    using Registers = tavuvm_expr::lane_registers;
+    void Read(Registers& registers, const TAttributeBatch& batch, bool inPlace);
+    void Write(const Registers& registers, const TAttributeBatch& batch);
     void RunFailed(const TEffectLanes& items, const TBuildInput& input, TEffVMCallback& host);
 
     const TEffectProgram& m_program;
     tavuvm_expr::vmachine m_machine;
-    std::unique_ptr<tavuvm_expr::batch_machine> m_batch;  // null: plain machine only
+    std::unique_ptr<tavuvm_expr::batch_machine> m_batch;    // null: plain machine only
+    std::unique_ptr<tavuvm_expr::single_machine> m_single;  // goes with it
     // By register: a number that goes from one attribute into another as it is. It is read before
     // anything is written.
     std::vector<uint8_t> m_isPassed;

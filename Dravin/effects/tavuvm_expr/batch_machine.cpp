@@ -21,20 +21,15 @@ void batch_machine::run(size_t count, const TNuRandomColumns& randoms, void* hos
 }
 
 // Item by item, each with its own generator where the function draws.
-void batch_machine::call_function(const lane_call& call, size_t count, const lane_state& state,
+void batch_machine::call_function(const lane_call& c, size_t count, const lane_state& state,
                                   void* host) {
-    const function& f = m_functions.at(call.function);
+    const function& f = m_functions.at(c.function);
     bool draws = !f.is_pure && !state.randoms.IsEmpty();
     TNuRandom generator;
-    value arguments[max_arguments], result;
     for (size_t k = 0; k < count; ++k) {
-        for (size_t i = 0; i < call.arguments.size(); ++i) arguments[i] = get(call.arguments[i], k);
         if (draws) generator = state.randoms.Get(k);
-        result = 0;
-        call_context context{draws ? &generator : nullptr, host, nullptr};
-        if (!f.body(context, {arguments, call.arguments.size()}, &result)) m_failed[k] = 1;
+        if (!call(f, c, k, draws ? &generator : nullptr, host)) m_failed[k] = 1;
         if (draws) state.randoms.Set(k, generator);
-        set_result(call.result, result, k);
     }
 }
 

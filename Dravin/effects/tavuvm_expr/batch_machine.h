@@ -29,7 +29,7 @@ public:
     bool any_failed() const { return m_any_failed; }
 
 private:
-    void call_function(const lane_call& call, size_t count, const lane_state& state, void* host);
+    void call_function(const lane_call& c, size_t count, const lane_state& state, void* host);
 
     const function_library& m_functions;
     uint8_t m_failed[width] = {};

@@ -232,7 +232,8 @@ std::shared_ptr<const batch_program> batch_program::make(const compiled_program&
                                                          const std::vector<uint8_t>& varying) {
     batch_decoder decoder(p, varying);
     if (!decoder.decode()) return nullptr;
-    return batch_layout(p, decoder).make();
+    auto made = batch_layout(p, decoder).make();
+    return made->num_registers <= max_registers ? made : nullptr;
 }
 
 }  // namespace tavuvm_expr

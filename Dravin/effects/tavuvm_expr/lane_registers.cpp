@@ -10,7 +10,7 @@ namespace tavuvm_expr {
 namespace {
 
 constexpr std::align_val_t alignment{64};
-constexpr size_t number_size = 4;
+constexpr size_t number_size = sizeof(float);
 
 }  // namespace
 
@@ -87,10 +87,20 @@ value lane_registers::get(const lane_value& v, size_t k) const {
     return real(v.part[0], k);
 }
 
+bool lane_registers::call(const function& f, const lane_call& c, size_t k, TNuRandom* random,
+                          void* host) {
+    value arguments[max_arguments], result = 0;
+    for (size_t i = 0; i < c.arguments.size(); ++i) arguments[i] = get(c.arguments[i], k);
+    call_context context{random, host, nullptr};
+    bool done = f.body(context, {arguments, c.arguments.size()}, &result);
+    set_result(c.result, result, k);
+    return done;
+}
+
 void lane_registers::set_result(const lane_value& to, const value& result, size_t k) {
-    auto real_at = [&](int i) -> float& { return reinterpret_cast<float*>(lane(to.part[i]))[k]; };
+    auto real_at = [&](int i) -> float& { return reinterpret_cast<float*>(m_lane[to.part[i]])[k]; };
     auto integer_at = [&](int i) -> int32_t& {
-        return reinterpret_cast<int32_t*>(lane(to.part[i]))[k];
+        return reinterpret_cast<int32_t*>(m_lane[to.part[i]])[k];
     };
     if (to.kind == lane_value::shape::vector) {
         vector3 v = result.to_vector();

@@ -45,9 +45,12 @@ public:
 
 protected:
     void execute(const lane_instruction& instruction, size_t count, const lane_state& state);
-    // Puts the result of a call for item k where it belongs.
-    void set_result(const lane_value& to, const value& result, size_t k);
-    std::byte* lane(lane_register r) { return m_lane[r]; }
+    // Calls a function for item k; false when it fails.
+    bool call(const function& f, const lane_call& c, size_t k, TNuRandom* random, void* host);
+
+    // Where a register's own lane begins, in numbers from the first of all.
+    size_t position(lane_register r) const { return m_offset[r] / sizeof(float); }
+    std::byte* memory() { return m_memory.get(); }
 
 private:
     template <class T>
@@ -56,6 +59,7 @@ private:
     }
     bool is_uniform(lane_register r) const { return m_program->is_uniform[r]; }
     void set_part(lane_register r, const value& number);
+    void set_result(const lane_value& to, const value& result, size_t k);
 
     struct free_memory {
         void operator()(std::byte* p) const;
