@@ -69,9 +69,13 @@ void TDistributeEffectVM::Run(const TEffectLanes& items, const TBuildInput& inpu
     const TItemLanes& lanes = items.lanes;
     for (size_t first = 0; first < lanes.count; first += batch_machine::width) {
         size_t end = std::min(first + batch_machine::width, lanes.count);
-        m_items.clear();
-        for (size_t k = first; k < end; ++k)
-            if (lanes.IsAlive(k)) m_items.push_back(uint32_t(k));
+        m_items.resize(end - first);
+        size_t numAlive = 0;
+        for (size_t k = first; k < end; ++k) {
+            m_items[numAlive] = uint32_t(k);
+            numAlive += lanes.IsAlive(k);
+        }
+        m_items.resize(numAlive);
         if (m_batch && m_items.size() >= kSmallestBatch) {
             RunBatch(items, input, host);
             continue;
