@@ -89,6 +89,13 @@ void TDistributeEffectVM::Run(const TEffectLanes& items, const TBuildInput& inpu
     }
 }
 
+// Of one item; none when the program draws nothing.
+std::optional<TNuRandom> TDistributeEffectVM::Generator(const TNuRandomColumns& all,
+                                                        size_t k) const {
+    if (!m_program.usesRandom || all.IsEmpty()) return std::nullopt;
+    return all.Get(k);
+}
+
 void TDistributeEffectVM::RunPlain(const TEffectLanes& items, size_t k, const TBuildInput& input,
                                    TEffVMCallback& host) {
     auto attributes = ItemAttributes();
@@ -98,11 +105,9 @@ void TDistributeEffectVM::RunPlain(const TEffectLanes& items, size_t k, const TB
     TAttributeSource source{items.lanes, items.cells, k, items.outcomes[k], input};
     for (size_t i : m_program.attributes.read)
         m_machine.set_slot(m_program.itemSlot + i, attributes[i].read(source));
-    TNuRandom random;
-    bool draws = m_program.usesRandom && !items.randoms.IsEmpty();
-    if (draws) random = items.randoms.Get(k);
-    bool done = m_machine.run(draws ? &random : nullptr, &host);
-    if (draws) items.randoms.Set(k, random);
+    std::optional<TNuRandom> random = Generator(items.randoms, k);
+    bool done = m_machine.run(random ? &*random : nullptr, &host);
+    if (random) items.randoms.Set(k, *random);
     // An item whose run fails stays as it was.
     if (!done) return;
     for (size_t i : m_program.attributes.written)
@@ -117,12 +122,10 @@ void TDistributeEffectVM::RunSingle(const TEffectLanes& items, size_t k, const T
     const auto item = uint32_t(k), place = uint32_t(0);
     TAttributeBatch batch{items.lanes, items.cells, items.outcomes, input, {&item, 1}, {&place, 1}};
     Read(*m_single, batch, false);
-    TNuRandom random;
-    bool draws = m_program.usesRandom && !items.randoms.IsEmpty();
-    if (draws) random = items.randoms.Get(k);
+    std::optional<TNuRandom> random = Generator(items.randoms, k);
     // The plain machine says what an item is left with whose run fails.
-    if (!m_single->run(draws ? &random : nullptr, &host)) return RunPlain(items, k, input, host);
-    if (draws) items.randoms.Set(k, random);
+    if (!m_single->run(random ? &*random : nullptr, &host)) return RunPlain(items, k, input, host);
+    if (random) items.randoms.Set(k, *random);
     Write(*m_single, batch);
 }
 
@@ -139,35 +142,40 @@ bool TDistributeEffectVM::StandTogether() const {
 void TDistributeEffectVM::RunBatch(const TEffectLanes& items, const TBuildInput& input,
                                    TEffVMCallback& host) {
     const bool inPlace = StandTogether();
-    const size_t first = m_items.front();
-    size_t count = inPlace ? m_items.back() - first + 1 : m_items.size();
     m_places.resize(m_items.size());
     for (size_t i = 0; i < m_items.size(); ++i)
-        m_places[i] = inPlace ? uint32_t(m_items[i] - first) : uint32_t(i);
+        m_places[i] = inPlace ? m_items[i] - m_items.front() : uint32_t(i);
+    const size_t count = m_places.back() + 1;
     TAttributeBatch batch{items.lanes, items.cells, items.outcomes, input, m_items, m_places};
+
     Read(*m_batch, batch, inPlace);
-
-    TNuRandomColumns randoms;
-    bool draws = m_program.usesRandom && !items.randoms.IsEmpty();
-    if (draws && inPlace) randoms = items.randoms.From(first);
-    if (draws && !inPlace) {
-        m_gathered.Resize(count);
-        randoms = m_gathered.Columns();
-        for (size_t i = 0; i < count; ++i) randoms.Set(i, items.randoms.Get(m_items[i]));
-    }
-    m_before.clear();
-    for (size_t k = 0; draws && m_program.lanes->can_fail && k < count; ++k)
-        m_before.push_back(randoms.Get(k));
+    TNuRandomColumns randoms = Generators(items.randoms, count, inPlace);
     m_batch->run(count, randoms, &host);
-    if (draws && !inPlace)
-        for (size_t i = 0; i < count; ++i) items.randoms.Set(m_items[i], randoms.Get(i));
-
+    for (size_t i = 0; !inPlace && !randoms.IsEmpty() && i < count; ++i)
+        items.randoms.Set(m_items[i], randoms.Get(i));
     if (m_batch->any_failed()) {
         RunFailed(items, input, host);
         batch.items = m_items;
         batch.places = m_places;
     }
     Write(*m_batch, batch);
+}
+
+// The generators of a run by place; empty when the program draws nothing. Where runs may fail, what
+// they were before is kept.
+TNuRandomColumns TDistributeEffectVM::Generators(const TNuRandomColumns& all, size_t count,
+                                                 bool inPlace) {
+    m_before.clear();
+    if (!m_program.usesRandom || all.IsEmpty()) return {};
+    TNuRandomColumns randoms = inPlace ? all.From(m_items.front()) : TNuRandomColumns();
+    if (!inPlace) {
+        m_gathered.Resize(count);
+        randoms = m_gathered.Columns();
+        for (size_t i = 0; i < count; ++i) randoms.Set(i, all.Get(m_items[i]));
+    }
+    if (m_program.lanes->can_fail)
+        for (size_t place = 0; place < count; ++place) m_before.push_back(randoms.Get(place));
+    return randoms;
 }
 
 // The plain machine says what items are left with whose run fails; they leave the batch.

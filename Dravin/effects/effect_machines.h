@@ -8,6 +8,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "Dravin/effects/effect_language.h"
@@ -32,6 +33,8 @@ private:
                    TEffVMCallback& host);
     void RunBatch(const TEffectLanes& items, const TBuildInput& input, TEffVMCallback& host);
     bool StandTogether() const;
+    std::optional<TNuRandom> Generator(const TNuRandomColumns& all, size_t k) const;
+    TNuRandomColumns Generators(const TNuRandomColumns& all, size_t count, bool inPlace);
     void MarkPassed();
     using Registers = tavuvm_expr::lane_registers;
     void Read(Registers& registers, const TAttributeBatch& batch, bool inPlace);

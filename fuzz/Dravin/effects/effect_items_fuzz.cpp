@@ -52,6 +52,24 @@ struct ItemsRun {
         programs.MakeRunner(input, geometry)->Run({lanes, *cells, outcomes, randoms.Columns()});
     }
 
+    // Items of which each is the only one left.
+    void RunAlone(const TEffectPrograms& programs, const TGeometryChoice& geometry) {
+        auto runner = programs.MakeRunner(input, geometry);
+        std::vector<TLaneFate> fates(kNumItems);
+        std::vector<Point3> vectors(kNumItems);
+        for (size_t k = 0; k < kNumItems; ++k) {
+            for (size_t i = 0; i < kNumItems; ++i) lanes.Drop(i, TLaneFate::kArea);
+            lanes.fate[k] = TLaneFate::kAlive;
+            runner->Run({lanes, *cells, outcomes, randoms.Columns()});
+            fates[k] = lanes.fate[k];
+            vectors[k] = lanes.from[k].effectVector;
+        }
+        for (size_t k = 0; k < kNumItems; ++k) {
+            lanes.fate[k] = fates[k];
+            lanes.from[k].effectVector = vectors[k];
+        }
+    }
+
     // What its generator gives next.
     uint32_t Draw(size_t k) { return randoms.Columns().Get(k).Step(); }
 
@@ -75,7 +93,8 @@ void ExpectEqual(ItemsRun& a, ItemsRun& b, const std::string& source) {
 
 }  // namespace
 
-// An effect leaves the same items behind whether they come as a batch or one by one.
+// An effect leaves the same items behind whether they come as a batch, one by one, or through the
+// plain machine.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const Names names;
     static const TBuildInput input;
@@ -91,10 +110,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (!c.code) return 0;
     TEffectPrograms programs;
     programs.programs.emplace_back(c.code, names.names.initial_values(), names.itemSlot);
-    ItemsRun batched(input, specimens[0]), plain(input, specimens[0]);
+    ItemsRun batched(input, specimens[0]), alone(input, specimens[0]), plain(input, specimens[0]);
     batched.Run(programs, geometry);
+    alone.RunAlone(programs, geometry);
     programs.plainOnly = true;
     plain.Run(programs, geometry);
     ExpectEqual(batched, plain, source);
+    ExpectEqual(alone, plain, source);
     return 0;
 }
