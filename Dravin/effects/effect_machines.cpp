@@ -199,27 +199,31 @@ void TDistributeEffectVM::RunFailed(const TEffectLanes& items, const TBuildInput
 void TDistributeEffectVM::Read(Registers& registers, const TAttributeBatch& batch, bool inPlace) {
     for (const batch_program::binding& b : m_program.lanes->inputs) {
         const TItemAttribute& attribute = ItemAttributes()[b.slot - m_program.itemSlot];
-        if (!attribute.column) {
-            TAttributeLanes to;
-            for (int p = 0; p < NumParts(b.value); ++p)
-                if (b.value.part[p] != no_register)
-                    to.part[p] = registers.own_lane(b.value.part[p]);
-            attribute.readAll(batch, to);
-            continue;
-        }
-        TAttributeColumn column = attribute.column(batch.lanes);
+        TAttributeColumn column{};
+        if (attribute.column) column = attribute.column(batch.lanes);
+        TAttributeLanes to;
         for (int p = 0; p < NumParts(b.value); ++p) {
             lane_register r = b.value.part[p];
             if (r == no_register) continue;
-            if (inPlace && !m_isPassed[r]) {
-                registers.bind_lane(r, column.part[p] + batch.items.front());
-                continue;
-            }
-            float* lane = registers.real_lane(r);
-            for (size_t i = 0; i < batch.items.size(); ++i)
-                lane[batch.places[i]] = column.part[p][batch.items[i]];
+            if (attribute.column)
+                ReadColumn(registers, r, column.part[p], batch, inPlace);
+            else
+                to.part[p] = registers.own_lane(r);
         }
+        if (!attribute.column) attribute.readAll(batch, to);
     }
+}
+
+void TDistributeEffectVM::ReadColumn(Registers& registers, lane_register r, const float* column,
+                                     const TAttributeBatch& batch, bool inPlace) {
+    const float* first = column + batch.items.front();
+    if (inPlace && !m_isPassed[r]) return registers.bind_lane(r, first);
+    float* lane = registers.real_lane(r);
+    if (inPlace) {
+        std::copy_n(first, batch.places.back() + 1, lane);
+        return;
+    }
+    for (size_t i = 0; i < batch.items.size(); ++i) lane[batch.places[i]] = column[batch.items[i]];
 }
 
 // What the program left, in the order of the attributes.

@@ -38,6 +38,8 @@ private:
     void MarkPassed();
     using Registers = tavuvm_expr::lane_registers;
     void Read(Registers& registers, const TAttributeBatch& batch, bool inPlace);
+    void ReadColumn(Registers& registers, tavuvm_expr::lane_register r, const float* column,
+                    const TAttributeBatch& batch, bool inPlace);
     void Write(const Registers& registers, const TAttributeBatch& batch);
     void RunFailed(const TEffectLanes& items, const TBuildInput& input, TEffVMCallback& host);
 

@@ -1,5 +1,6 @@
 #include "Dravin/effects/item_attributes.h"
 
+#include <algorithm>
 #include <cmath>
 #include <type_traits>
 #include <utility>
@@ -116,11 +117,11 @@ void SetSample(Target t, int32_t sample) {
 
 // --- visibility
 
+// One choice without branches: which items a program hides is hard to foresee.
 void SetVisible(Target t, int32_t visible) {
-    if (visible == 0)
-        t.lanes.Drop(t.k, TLaneFate::kEffect);
-    else if (t.lanes.fate[t.k] == TLaneFate::kEffect)
-        t.lanes.fate[t.k] = TLaneFate::kAlive;
+    TLaneFate fate = t.lanes.fate[t.k];
+    TLaneFate shown = fate == TLaneFate::kEffect ? TLaneFate::kAlive : fate;
+    t.lanes.fate[t.k] = visible == 0 ? TLaneFate::kEffect : shown;
 }
 
 // --- what stands in a lane as it is
@@ -258,10 +259,34 @@ constexpr TItemAttribute Writing(const char* name, Column column = nullptr) {
             column};
 }
 
+// Numbers of items that stand side by side, from where they stand in the registers.
+void CopyRun(const tavuvm_expr::lane_operand& from, Batch b, TLane<float>& to) {
+    const float* numbers = static_cast<const float*>(from.data);
+    float* out = to.Data() + b.items.front();
+    if (from.stride == 0)
+        std::fill_n(out, b.items.size(), *numbers);
+    else
+        std::copy_n(numbers + b.places.front(), b.items.size(), out);
+}
+
+template <TPointLane TItemLanes::*kLane, auto kSettle>
+void WritePoints(Batch b, const TAttributeResults& from) {
+    if (b.items.empty()) return;
+    if (b.items.back() - b.items.front() + 1 != b.items.size())
+        return WriteAll<PointIn<kLane>, SetPoint<kLane>, kSettle>(b, from);
+    TPointLane& lane = b.lanes.*kLane;
+    CopyRun(from.part[0], b, lane.x);
+    CopyRun(from.part[1], b, lane.y);
+    CopyRun(from.part[2], b, lane.z);
+    kSettle(b.input, b.lanes, b.items);
+}
+
 // Vectors and reals that stand in a lane.
 template <TPointLane TItemLanes::*kLane, auto kSettle = Nothing>
 constexpr TItemAttribute PointLane(const char* name) {
-    return Writing<PointIn<kLane>, SetPoint<kLane>, kSettle>(name, Points<kLane>);
+    TItemAttribute a = Writing<PointIn<kLane>, SetPoint<kLane>, kSettle>(name, Points<kLane>);
+    a.writeAll = WritePoints<kLane, kSettle>;
+    return a;
 }
 template <TPointLane TItemLanes::*kLane>
 constexpr TItemAttribute FixedPointLane(const char* name) {

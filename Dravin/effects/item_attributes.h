@@ -38,8 +38,9 @@ struct TAttributeBatch {
     const TCells& cells;
     std::span<TEffectOutcome> outcomes;
     const TBuildInput& input;
-    std::span<const uint32_t> items;   // their lanes
-    std::span<const uint32_t> places;  // where each stands in the program's registers
+    std::span<const uint32_t> items;  // their lanes, in order
+    // Where each stands in the program's registers: side by side where the lanes do.
+    std::span<const uint32_t> places;
 };
 
 // Where the numbers of an attribute stand, a column for each part of a vector.

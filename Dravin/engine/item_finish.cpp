@@ -74,6 +74,51 @@ void ResizeItem(const TTransformSettings& s, TItemLanes& lanes, size_t k) {
     lanes.collisionHeight[k] = float(s.collisionHeightPercent) * 0.01f * lanes.height[k];
 }
 
+// One axis of the sizes.
+void SizeAlong(size_t count, const float* __restrict scale, const float* __restrict size,
+               const float* __restrict external, const float* __restrict falloff, bool grows,
+               float globalScale, float* __restrict out) {
+    for (size_t k = 0; k < count; ++k) {
+        float full = grows ? size[k] * (external[k] * falloff[k]) : size[k];
+        out[k] = scale[k] * full * globalScale;
+    }
+}
+
+// ResizeItem for up to kCellsInBatch lanes that stand side by side.
+void ResizeRun(const TTransformSettings& s, TItemLanes& lanes, size_t first, size_t count) {
+    auto along = [&](TLane<float> TPointLane::*axis, TLane<float>& out) {
+        auto from = [&](TPointLane& p) { return (p.*axis).Data() + first; };
+        SizeAlong(count, from(lanes.scale), from(lanes.size), from(lanes.externalScale),
+                  from(lanes.falloffScale), !s.customEdit, s.globalScale, out.Data() + first);
+    };
+    along(&TPointLane::x, lanes.width);
+    along(&TPointLane::y, lanes.depth);
+    along(&TPointLane::z, lanes.height);
+
+    float aspect[kCellsInBatch], center[kCellsInBatch], percent[kCellsInBatch];
+    for (size_t k = 0; k < count; ++k) {
+        const TSpecimenElement& e = *lanes.source[first + k];
+        aspect[k] = std::max(e.meshAspect, 1.0f);
+        center[k] = float(e.centerPercent) * 0.01f;
+        percent[k] = float(e.radiusPercent);
+    }
+    const float radiusFactor = float(s.radiusPercent) * 0.01f;
+    const float heightFactor = float(s.collisionHeightPercent) * 0.01f;
+    const float *width = lanes.width.Data() + first, *depth = lanes.depth.Data() + first;
+    const float* height = lanes.height.Data() + first;
+    float* __restrict outer = lanes.outerRadius.Data() + first;
+    float* __restrict boundary = lanes.boundaryRadius.Data() + first;
+    float* __restrict radius = lanes.collisionRadius.Data() + first;
+    float* __restrict tall = lanes.collisionHeight.Data() + first;
+    for (size_t k = 0; k < count; ++k) {
+        float c = center[k] < 0.5f ? 1 - center[k] : center[k];
+        outer[k] = std::max(width[k], depth[k]) * aspect[k] * c;
+        boundary[k] = outer[k] * percent[k] * 0.01f;
+        radius[k] = radiusFactor * boundary[k];
+        tall[k] = heightFactor * height[k];
+    }
+}
+
 // Lanes that stand side by side.
 void TurnRun(TItemLanes& lanes, size_t first, size_t count) {
     auto from = [&](const TPointLane& p) {
@@ -117,6 +162,15 @@ void TurnGathered(TItemLanes& lanes, std::span<const uint32_t> items) {
     scatter(3, lanes.axisX);
     scatter(4, lanes.axisY);
     scatter(5, lanes.axisZ);
+}
+
+// Calls visit(items, whether they stand side by side) for up to kCellsInBatch of them at a time.
+template <class Visit>
+void ForEachBlock(std::span<const uint32_t> items, const Visit& visit) {
+    for (size_t first = 0; first < items.size(); first += kCellsInBatch) {
+        auto block = items.subspan(first, std::min(kCellsInBatch, items.size() - first));
+        visit(block, block.back() - block.front() + 1 == block.size());
+    }
 }
 
 }  // namespace
@@ -173,15 +227,17 @@ void ClearFinished(TItemLanes& lanes, size_t k) {
 }
 
 void ResizeItems(const TTransformSettings& s, TItemLanes& lanes, std::span<const uint32_t> items) {
-    for (uint32_t k : items) ResizeItem(s, lanes, k);
+    ForEachBlock(items, [&](std::span<const uint32_t> block, bool together) {
+        if (together) return ResizeRun(s, lanes, block.front(), block.size());
+        for (uint32_t k : block) ResizeItem(s, lanes, k);
+    });
 }
 
 void TurnItems(TItemLanes& lanes, std::span<const uint32_t> items) {
-    for (size_t first = 0; first < items.size(); first += kCellsInBatch) {
-        auto block = items.subspan(first, std::min(kCellsInBatch, items.size() - first));
-        if (block.back() - block.front() + 1 == block.size())
+    ForEachBlock(items, [&](std::span<const uint32_t> block, bool together) {
+        if (together)
             TurnRun(lanes, block.front(), block.size());
         else
             TurnGathered(lanes, block);
-    }
+    });
 }

@@ -81,12 +81,16 @@ void MakeFramesLoop(size_t count, const float* __restrict rx, const float* __res
     }
 }
 
-void SinCosLoop(const float* __restrict angle, size_t count, float* __restrict s,
+// Whether all angles are within what is reduced; others give no numbers.
+bool SinCosLoop(const float* __restrict angle, size_t count, float* __restrict s,
                 float* __restrict c) {
+    uint32_t within = ~0u;
     for (size_t k = 0; k < count; ++k) {
         SinCos a = ReducedSinCos(angle[k]);
         s[k] = a.sin, c[k] = a.cos;
+        within &= MaskOf(std::abs(angle[k]) <= kLargestReduced);
     }
+    return within != 0;
 }
 
 // a = a c + b s, b = b c - a s.
@@ -168,8 +172,8 @@ void TurnPlane(size_t count, const float* angles, PointColumns a, PointColumns b
     float s[kBlock], c[kBlock];
     for (size_t first = 0; first < count; first += kBlock) {
         size_t n = std::min(kBlock, count - first);
-        HWY_DYNAMIC_DISPATCH(SinCosLoop)(angles + first, n, s, c);
-        for (size_t k = 0; k < n; ++k) {
+        bool within = HWY_DYNAMIC_DISPATCH(SinCosLoop)(angles + first, n, s, c);
+        for (size_t k = 0; !within && k < n; ++k) {
             if (std::abs(angles[first + k]) <= kLargestReduced) continue;
             SinCos plain = SinCosOf(angles[first + k]);
             s[k] = plain.sin, c[k] = plain.cos;

@@ -122,9 +122,9 @@ TEST(ItemAttributes, BatchesReadWhatSingleItemsRead) {
 // Everything that can be read of an item, written in one way or the other, is the same.
 TEST(ItemAttributes, BatchesWriteWhatSingleItemsWrite) {
     using tavuvm_expr::type_code;
-    const uint32_t items[] = {0, 1}, places[] = {2, 0};
-    const float numbers[3][4] = {{0.5f, 9, 1.5f, 9}, {-2, 9, 0.25f, 9}, {7, 9, 4, 9}};
-    const int32_t integers[4] = {1, 9, 0, 9};
+    const uint32_t items[] = {0, 1}, places[] = {1, 2};
+    const float numbers[3][4] = {{9, 0.5f, 1.5f, 9}, {9, -2, 0.25f, 9}, {9, 7, 4, 9}};
+    const int32_t integers[4] = {9, 1, 0, 9};
     for (const TItemAttribute& written : ItemAttributes()) {
         if (!written.write) continue;
         VariedLanes together, alone;
