@@ -1,6 +1,6 @@
 #include "Dravin/effects/tavuvm_expr/single_machine.h"
 
-#include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "Dravin/effects/tavuvm_expr/lane_numbers.h"
@@ -45,9 +45,21 @@ template <int variant, class Step, class F, class R, class... A, size_t... k>
     as(values[s.result], R()) = as(last, R()) = made;
 }
 
-template <class F, class R, class... A>
-constexpr auto argument_indices(R (F::*)(A...) const) {
-    return std::index_sequence_for<A...>();
+template <int variant, class Step, class R, class F, class... A>
+[[gnu::always_inline]] inline void compute(R (F::*f)(A...) const, const Step& s, number* values,
+                                           latest& last) {
+    compute<variant>(f, s, values, last, std::index_sequence_for<A...>());
+}
+
+// The step that is due, and how many it stands for.
+template <auto f, int variant, class Step>
+[[gnu::always_inline]] inline size_t apply(const Step* due, number* values, latest& last) {
+    if constexpr (variant != three_in_a_row) {
+        compute<variant>(f, *due, values, last);
+        return 1;
+    }
+    for (int part = 0; part < 3; ++part) compute<from_memory>(f, due[part], values, last);
+    return 3;
 }
 
 }  // namespace
@@ -92,30 +104,20 @@ bool single_machine::run(TNuRandom* random, void* host) {
     auto* values = reinterpret_cast<number*>(memory());
     latest last;
     const step* const end = m_steps.data() + m_steps.size();
-    for (const step* at = m_steps.data(); at != end; ++at) {
-        const step& s = *at;
+    size_t done = 1;
+    for (const step* due = m_steps.data(); due != end; due += done) {
+        const step& s = *due;
         auto real = [&](int k) { return values[s.arguments[k]].r; };
         auto integer = [&](int k) { return values[s.arguments[k]].i; };
         auto put_real = [&](float r) { values[s.result].r = last.r = r; };
         auto put_integer = [&](int32_t i) { values[s.result].i = last.i = i; };
+        done = 1;
         switch (s.code) {
-#define V(name, variant)                                                       \
-    case code_of(lane_op::name, variant): {                                    \
-        constexpr auto f = &numbers::name::operator();                         \
-        compute<variant>(f, s, values, last, decltype(argument_indices(f))()); \
-        break;                                                                 \
-    }
-#define X(name, kind, kinds)                                                                  \
-    V(name, 0)                                                                                \
-    V(name, 1) V(name, 2) V(name, 3)                                                          \
-        V(name, from_memory) case code_of(lane_op::name, three_in_a_row)                      \
-        : {                                                                                   \
-        constexpr auto f = &numbers::name::operator();                                        \
-        for (int part = 0; part < 3; ++part)                                                  \
-            compute<from_memory>(f, at[part], values, last, decltype(argument_indices(f))()); \
-        at += 2;                                                                              \
-        break;                                                                                \
-    }
+#define V(name, variant)                                                      \
+    case code_of(lane_op::name, variant):                                     \
+        done = apply<&numbers::name::operator(), variant>(due, values, last); \
+        break;
+#define X(name, kind, kinds) V(name, 0) V(name, 1) V(name, 2) V(name, 3) V(name, 4) V(name, 5)
             TAVUVM_NUMBER_OPS(X)
 #undef X
 #undef V
