@@ -34,11 +34,12 @@ TDravinInstances::TDravinInstances(const TDravin& object, const TDravinBuild& bu
     for (size_t row = 0; row < build.Specimens().NumRows(); ++row)
         AddRow(row, build.Specimens().Row(row));
     CutPrototypes cuts;
+    TDravinItem item;
     for (size_t i = 0; i < build.Items().Count(); ++i) {
-        const ItemPlace& place = build.Items().Place(i);
-        if (place.discarded) continue;
-        uint32_t prototype = WholePrototypeOf(place);
-        if (prototype != kNone && place.partial) {
+        build.Items().ReadStored(i, &item, 0);
+        if (item.discarded) continue;
+        uint32_t prototype = WholePrototypeOf(item);
+        if (prototype != kNone && item.partial) {
             uint32_t cut = CutPrototypeOf(i, prototype, cuts);
             if (cut != prototype && cut != kNone) m_cutItems.emplace(uint32_t(i), cut);
             prototype = cut;
@@ -74,7 +75,7 @@ uint32_t TDravinInstances::WholePrototypeOf(const ItemPlace& place) const {
 
 uint32_t TDravinInstances::CutPrototypeOf(size_t i, uint32_t whole, CutPrototypes& known) {
     TDravinItem item;
-    m_build.Items().ReadStored(i, &item);
+    m_build.Items().ReadStored(i, &item, 0);
     HiddenElements hidden(size_t(item.elementMask.NumBits()));
     for (size_t e = 0; e < hidden.size(); ++e) hidden[e] = item.elementMask.Test(int32_t(e));
     auto count = std::count(hidden.begin(), hidden.end(), true);
@@ -110,7 +111,7 @@ void TDravinInstances::GetInstances(size_t first, std::span<InstanceRecord> out)
     TDravinItem item;
     for (size_t k = 0; k < out.size(); ++k) {
         uint32_t index = m_items[first + k];
-        m_build.Items().ReadStored(index, &item);
+        m_build.Items().ReadStored(index, &item, kGroupCenter);
         InstanceRecord& record = out[k];
         auto cut = item.partial ? m_cutItems.find(index) : m_cutItems.end();
         record.prototype = cut != m_cutItems.end() ? cut->second : WholePrototypeOf(item);

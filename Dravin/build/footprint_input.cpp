@@ -91,7 +91,7 @@ TFootprint ItemsFootprint(const TDravin& other, const Matrix3& place,
     TFootprint footprint;
     TDravinItem item;
     for (size_t i = 0; i < build.Items().Count(); ++i) {
-        build.Items().ReadStored(i, &item);
+        build.Items().ReadStored(i, &item, 0);
         if (item.discarded) continue;
         float outer = request.itemMeshes ? item.outerRadius : item.boundaryRadius;
         float r = request.scale * outer;

@@ -10,6 +10,7 @@
 #include "Dravin/engine/distribute_points.h"
 #include "Dravin/engine/distribute_uv.h"
 #include "Dravin/engine/effect_runner.h"
+#include "Dravin/engine/item_completer.h"
 #include "Dravin/engine/produce_items.h"
 #include "Dravin/engine/source_stored.h"
 
@@ -144,11 +145,11 @@ void KeepUnselected(const TBuildInput& input, TDravinItemList& items,
     for (size_t i = 0; input.unselected && i < items.Count(); ++i) {
         if (input.storedItems[i].selected) continue;
         TDravinItem kept;
-        input.unselected->ReadStored(i, &kept);
+        input.unselected->ReadStored(i, &kept, 0);
         items.Write(i, kept);
     }
     for (size_t i = 0; i < items.Count(); ++i)
-        statistics.discardedItems += items.Place(i).discarded != 0;
+        statistics.discardedItems += items.Marks(i).Is(ItemMarks::kDiscarded);
 }
 
 int32_t ComputeCollisions(const TBuildInput& input, const Box3& bounds, TDravinItemList& items) {
@@ -158,44 +159,10 @@ int32_t ComputeCollisions(const TBuildInput& input, const Box3& bounds, TDravinI
     return RemoveCollisions(items, bounds, input.camera);
 }
 
-// Coordinates of the maps where an item lies on a surface.
-void CompleteUvws(const TBuildInput& input, TDravinItem& item) {
-    static_cast<ItemUvws&>(item) = {};
-    if (item.surfaceFace < 0 || size_t(item.surfaceIndex) >= input.surfaces.size()) return;
-    TSurfHit hit;
-    hit.face = item.surfaceFace;
-    hit.bary1 = item.barycentric.y;
-    hit.bary2 = item.barycentric.z;
-    const TSurfXYArray& array = *input.surfaces[size_t(item.surfaceIndex)].array;
-    for (int map = 0; map < kNumItemMaps; ++map)
-        if (int channel = input.channels.channel[map]; channel >= 0)
-            item.mapUvws[map] = array.Uvw(channel, hit);
-}
-
-// Works out what the list does not store from the settings of its build: random values, the final
-// placement, coordinates of maps.
-ItemCompleter CompleterOf(const TBuildInput& input) {
-    return [&input, ranges = TransformRanges(input.transforms)](TDravinItem& item) {
-        TNuRandom generator;
-        RedrawItemRandoms(input.transforms, ranges, generator, item);
-        if (input.ItemGroupsNeeded() & kGroupKept) {
-            item.rotation = item.keptRotation;
-            item.randomScale = item.keptRandomScale;
-        }
-        CompleteUvws(input, item);
-        bool lies = item.surfaceFace >= 0 && input.KnowsSlopes();
-        item.surfaceSlope = lies ? SlopeOf(item.surfaceNormal) : 0;
-        if (input.specimens.empty()) return;
-        const TSpecimen& specimen =
-            input.specimens[SpecimenRow(item.specimenIndex, input.specimens.size())];
-        CompletePlacement(input.transforms, specimen.Element(item.elementIndex), item);
-    };
-}
-
 }  // namespace
 
 uint32_t TBuildInput::ItemGroupsNeeded() const {
-    uint32_t groups = 0;
+    uint32_t groups = kGroupBirth | kGroupNormal | kGroupMapColor | kGroupCenter;
     bool grid = distributionMode == kDistImage && !customEdit;
     // Effects leave vectors, animation samples, and angles and scales of their own. Hand-edited
     // items that a rule drops have none: they cannot be drawn again.
@@ -241,11 +208,11 @@ TBuildResult BuildItemArray(const TBuildInput& input, TDravinItemList& items,
     statistics.createdCount = 0;
     statistics.ground = {};
     statistics.rejected = {};
-    items.Prepare(input.ItemGroupsNeeded(), CompleterOf(input));
     TGeometryChoice geometry(input.geometry, input.specimens);
 
     Plan plan;
     TBuildResult result = MakePlan(input, geometry, statistics, plan);
+    items.Prepare(input.ItemGroupsNeeded(), CompleterOf(input, plan.sources));
     input.StartProgress();
     if (result == TBuildResult::kOk)
         result = ProduceItems(input, geometry, plan.sources, items, statistics);

@@ -254,14 +254,15 @@ std::vector<TCollisionItem> CollisionItems(const TDravinItemList& items,
                                            const TCameraState& camera) {
     std::vector<TCollisionItem> result(items.Count());
     for (size_t first = 0, together = 0; first < result.size(); first += together) {
-        TItemColumns records = items.RecordsFrom(first, &together);
+        TItemColumns columns = items.ColumnsAt(first, &together);
         for (size_t i = 0; i < together; ++i) {
-            const ItemPlace& place = records.place[i];
+            const Point3& position = columns.position[i];
+            const ItemExtents& extents = columns.extents[i];
             TCollisionItem& item = result[first + i];
-            item.sphere = {place.position, records.extents[i].collisionRadius, place.seed};
-            item.sphere.center.z += records.extents[i].collisionHeight;
-            item.isFirstRow = place.specimenIndex == 0;
-            item.isOutOfView = camera.limitActive && !camera.view.Contains(place.position);
+            item.sphere = {position, extents.collisionRadius, columns.seed[i]};
+            item.sphere.center.z += extents.collisionHeight;
+            item.isFirstRow = columns.specimenIndex[i] == 0;
+            item.isOutOfView = camera.limitActive && !camera.view.Contains(position);
         }
     }
     return result;

@@ -43,6 +43,17 @@ struct TGrid {
 
     double X(int64_t column) const { return double(column) * dx + offsetX; }
     double Y(int64_t row) const { return double(row) * dy + offsetY; }
+    // Where a cell is, in the distribution frame.
+    Point3 Place(int64_t column, int64_t row) const { return {float(X(column)), float(Y(row)), z}; }
+    // The same in tiles of the map.
+    Point3 MapCoordinates(int64_t column, int64_t row) const {
+        return {float((X(column) - offsetX) / dx / px), float((Y(row) - offsetY) / dy / py), 0};
+    }
+    Point3 ToObject(const Point3& p) const { return rotated ? p * frame : p; }
+    // Cells counted along the rows, from the first of all.
+    int64_t NumberOf(int64_t column, int64_t row) const {
+        return (row - firstRow) * columns + (column - firstColumn);
+    }
 };
 
 // All but kOk make no cells; only kTooDense is an error.

@@ -127,9 +127,7 @@ inline constexpr float kNoDistance = 2147483648.0f;  // 2^31: no border was near
 // Where the item stands, what it shows and how large it is. Always stored.
 struct ItemPlace {
     Point3 position;
-    Point3 storedPosition;   // as first placed, before translation
-    Point3 normal{0, 0, 1};  // working normal: alignment and z offset
-    Matrix3 transform;       // frame and rotations; translation zero
+    Matrix3 transform;  // frame and rotations; translation zero
     Point3 scale{1, 1, 1};
     float width = 0, depth = 0, height = 0;
     float zOffset = 0;
@@ -158,11 +156,25 @@ struct ItemExtents {
     float collisionHeight = 0;
 };
 
-// Colours. Always stored.
-struct ItemColors {
+// What the item's colours are mixed with. Always stored.
+struct ItemTint {
     Color tintColor;
     float tintBlend = 0;
-    AColor mapColor{0, 0, 0, 0};  // of the distribution map where the item was born
+};
+
+// Where the item was first placed, before translation.
+struct ItemBirth {
+    Point3 storedPosition;
+};
+
+// The working normal: alignment and z offset.
+struct ItemNormal {
+    Point3 normal{0, 0, 1};
+};
+
+// Of the distribution map where the item was born.
+struct ItemMapColor {
+    AColor mapColor{0, 0, 0, 0};
 };
 
 // The item's own draws. Never stored: they follow from the seed (transforms.h) and are drawn again
@@ -186,9 +198,15 @@ struct ItemCell {
 // Where the item lies on a surface.
 struct ItemSurface {
     Point3 surfaceNormal;
-    Point3 barycentric;
+    Point2 weights;  // of the face's second and third corner
     int32_t surfaceFace = -1;
     int32_t surfaceIndex = -1;  // of the surface in the build's input
+
+    // Weights of all three corners; zero on no face.
+    Point3 Barycentric() const {
+        return surfaceFace >= 0 ? Point3{1 - weights.x - weights.y, weights.x, weights.y}
+                                : Point3{};
+    }
 };
 
 // Draws that an effect program changed or whose ranges it replaced: not what the seed says.
@@ -243,7 +261,10 @@ class TDravinItem final : public IDravinItem,
                           public TCloudItem,
                           public ItemPlace,
                           public ItemExtents,
-                          public ItemColors,
+                          public ItemTint,
+                          public ItemBirth,
+                          public ItemNormal,
+                          public ItemMapColor,
                           public ItemRandoms,
                           public ItemCell,
                           public ItemSurface,

@@ -34,60 +34,112 @@ struct Member;
 template <class T, class C>
 struct Member<T C::*> {
     using Type = T;
-    using Group = C;  // of the record
 };
 
-// Where consecutive items keep a group of their fields.
-const ItemPlace* RecordsOf(const TItemColumns& c, const ItemPlace*) { return c.place; }
-const ItemExtents* RecordsOf(const TItemColumns& c, const ItemExtents*) { return c.extents; }
-const ItemColors* RecordsOf(const TItemColumns& c, const ItemColors*) { return c.colors; }
-const ItemCell* RecordsOf(const TItemColumns& c, const ItemCell*) { return c.cell; }
-const ItemSurface* RecordsOf(const TItemColumns& c, const ItemSurface*) { return c.surface; }
-const ItemFactors* RecordsOf(const TItemColumns& c, const ItemFactors*) { return c.factors; }
-const ItemBorders* RecordsOf(const TItemColumns& c, const ItemBorders*) { return c.borders; }
-const ItemLooks* RecordsOf(const TItemColumns& c, const ItemLooks*) { return c.looks; }
-const ItemSource* RecordsOf(const TItemColumns& c, const ItemSource*) { return c.source; }
+using C = TItemColumns;
 
-// How lists that store the member's group are read.
-template <auto kMember>
-void SetRecord(ItemField& field) {
-    using Group = typename Member<decltype(kMember)>::Group;
-    static const Group unstored{};
-    field.record = [](const TItemColumns& items) -> const void* {
-        return RecordsOf(items, static_cast<const Group*>(nullptr));
-    };
-    field.stride = sizeof(Group);
-    field.unstored = &unstored;
-    if (field.kind == kFloat)
-        field.readFloats = [](const void* record, float* out) {
-            if constexpr (!std::is_integral_v<typename Member<decltype(kMember)>::Type>)
-                Put(out, static_cast<const Group*>(record)->*kMember);
-        };
-    else
-        field.readInts = [](const void* record, int32_t* out) {
-            if constexpr (std::is_integral_v<typename Member<decltype(kMember)>::Type>)
-                *out = int32_t(static_cast<const Group*>(record)->*kMember);
-        };
+template <auto kColumn>
+using EntryOf = std::remove_pointer_t<typename Member<decltype(kColumn)>::Type>;
+
+template <auto kColumn>
+uint32_t GroupOf() {
+    uint32_t group = 0;
+    ForEachColumn([&](uint32_t of, auto column) {
+        if constexpr (std::is_same_v<decltype(column), std::remove_const_t<decltype(kColumn)>>)
+            if (column == kColumn) group = of;
+    });
+    return group;
 }
 
-// A field that is one member of the record. stored: lists keep it; else it is completed.
-template <auto kMember, bool kStored = true>
+// Where lists that store a field have it.
+template <auto kColumn>
+void SetColumn(ItemField& field) {
+    static const EntryOf<kColumn> unstored{};
+    field.record = [](const TItemColumns& items) -> const void* { return items.*kColumn; };
+    field.stride = sizeof unstored;
+    field.unstored = &unstored;
+    field.group = GroupOf<kColumn>();
+}
+
+// An entry is the field itself, or has it as a part.
+template <auto kColumn, auto kPart>
+auto ValueIn(const void* record) {
+    const auto& entry = *static_cast<const EntryOf<kColumn>*>(record);
+    if constexpr (std::is_class_v<EntryOf<kColumn>> &&
+                  !std::is_same_v<EntryOf<kColumn>, typename Member<decltype(kPart)>::Type>)
+        return entry.*kPart;
+    else
+        return entry;
+}
+
+// A field that is one member of the record. kColumn: where lists keep it, under that name; none:
+// it is completed.
+template <auto kMember, auto kColumn = nullptr, auto kPart = kMember>
 ItemField Floats(const char* name) {
     constexpr Shape shape =
         ShapeOf(static_cast<const typename Member<decltype(kMember)>::Type*>(nullptr));
     ItemField field{name,       kFloat,
                     shape.rows, shape.components,
-                    kStored,    [](const I& item, float* out) { Put(out, item.*kMember); }};
-    if constexpr (kStored) SetRecord<kMember>(field);
+                    false,      [](const I& item, float* out) { Put(out, item.*kMember); }};
+    if constexpr (!std::is_null_pointer_v<decltype(kColumn)>) {
+        SetColumn<kColumn>(field);
+        field.stored = true;
+        field.readFloats = [](const void* record, float* out) {
+            Put(out, ValueIn<kColumn, kPart>(record));
+        };
+    }
     return field;
 }
 
-template <auto kMember, bool kStored = true>
+template <auto kMember, auto kColumn = nullptr, auto kPart = kMember>
 ItemField Ints(const char* name, ItemFieldKind kind = kInt) {
-    ItemField field{name, kind, 1, 1, kStored, nullptr, [](const I& item, int32_t* out) {
+    ItemField field{name, kind, 1, 1, false, nullptr, [](const I& item, int32_t* out) {
                         *out = int32_t(item.*kMember);
                     }};
-    if constexpr (kStored) SetRecord<kMember>(field);
+    if constexpr (!std::is_null_pointer_v<decltype(kColumn)>) {
+        SetColumn<kColumn>(field);
+        field.stored = true;
+        field.readInts = [](const void* record, int32_t* out) {
+            *out = int32_t(ValueIn<kColumn, kPart>(record));
+        };
+    }
+    return field;
+}
+
+// A field that is 0 or 1.
+template <auto kMember, ItemMarks::Bit kBit>
+ItemField Mark(const char* name) {
+    ItemField field = Ints<kMember>(name);
+    SetColumn<&C::marks>(field);
+    field.stored = true;
+    field.readInts = [](const void* record, int32_t* out) {
+        *out = static_cast<const ItemMarks*>(record)->Is(kBit);
+    };
+    return field;
+}
+
+ItemField Transform() {
+    ItemField field = Floats<&I::transform>("transform");
+    SetColumn<&C::frame>(field);
+    field.stored = true;
+    field.readFloats = [](const void* record, float* out) {
+        const auto& frame = *static_cast<const ItemFrame*>(record);
+        for (const Point3& row : {frame.x, frame.y, frame.z, Point3{}}) Put(out, row);
+    };
+    return field;
+}
+
+ItemField Barycentric() {
+    ItemField field{"barycentric",
+                    kFloat,
+                    1,
+                    3,
+                    true,
+                    [](const I& item, float* out) { Put(out, item.Barycentric()); }};
+    SetColumn<&C::surface>(field);
+    field.readFloats = [](const void* record, float* out) {
+        Put(out, static_cast<const ItemSurface*>(record)->Barycentric());
+    };
     return field;
 }
 
@@ -98,86 +150,96 @@ std::string MaskText(const I& item) {
     return text;
 }
 
+ItemField Hash() {
+    static constexpr auto put = [](const ItemCell& cell, int32_t* out) {
+        for (int i = 0; i < 4; ++i) out[i] = int32_t(cell.hash[i]);
+    };
+    ItemField field{
+        "hash", kUInt, 1, 4, true, nullptr, [](const I& item, int32_t* out) { put(item, out); }};
+    SetColumn<&C::cell>(field);
+    field.readInts = [](const void* record, int32_t* out) {
+        put(*static_cast<const ItemCell*>(record), out);
+    };
+    return field;
+}
+
 const ItemField kFields[] = {
-    Ints<&I::discarded>("discarded"),
-    Ints<&I::specimenIndex>("specimen_index"),
-    Floats<&I::storedPosition>("stored_position"),
-    Floats<&I::position>("position"),
-    Ints<&I::seed>("seed", kUInt),
-    Floats<&I::sizeFactor>("size_factor"),
-    Floats<&I::width>("width"),
-    Floats<&I::depth>("depth"),
-    Floats<&I::height>("height"),
-    Floats<&I::scale>("scale"),
-    Floats<&I::tintColor>("tint_color"),
-    Floats<&I::tintBlend>("tint_blend"),
-    Ints<&I::mirrored>("mirrored"),
-    Floats<&I::lookAt>("lookat_vector"),
-    Floats<&I::shadowDirection>("shadow_direction"),
-    Ints<&I::horizontalShadow>("horizontal_shadow"),
-    Ints<&I::verticalShadow>("vertical_shadow"),
-    Ints<&I::selected>("selected"),
-    Floats<&I::zOffset>("z_offset"),
-    Ints<&I::centerPercent>("center"),
-    Ints<&I::animationOffset>("animation_offset"),
-    Floats<&I::sourceTransform>("source_transform"),
-    Ints<&I::elementIndex>("element_index"),
-    Ints<&I::userId>("user_id"),
-    Floats<&I::random1, false>("random1"),
-    Floats<&I::random2, false>("random2"),
-    Floats<&I::random3, false>("random3"),
-    Floats<&I::random4, false>("random4"),
-    Floats<&I::random5, false>("random5"),
-    Ints<&I::marked>("marked"),
-    Floats<&I::transform>("transform"),
-    Floats<&I::surfaceNormal>("surface_normal"),
-    Floats<&I::mapCoordinates>("map_coordinates"),
-    Floats<&I::collisionRadius>("collision_radius"),
-    Floats<&I::outerRadius>("outer_radius"),
-    Floats<&I::boundaryRadius>("boundary_radius"),
-    Floats<&I::collisionHeight>("collision_height"),
-    Floats<&I::includeDistance>("include_distance"),
-    Floats<&I::excludeDistance>("exclude_distance"),
-    Floats<&I::includeNearest>("include_nearest"),
-    Floats<&I::excludeNearest>("exclude_nearest"),
-    Floats<&I::mapColor>("map_color"),
-    Floats<&I::falloffScale>("falloff_scale"),
-    Ints<&I::surfaceFace>("surface_face"),
-    Floats<&I::barycentric>("barycentric"),
+    Mark<&I::discarded, ItemMarks::kDiscarded>("discarded"),
+    Ints<&I::specimenIndex, &C::specimenIndex>("specimen_index"),
+    Floats<&I::storedPosition, &C::birth>("stored_position"),
+    Floats<&I::position, &C::position>("position"),
+    Ints<&I::seed, &C::seed>("seed", kUInt),
+    Floats<&I::sizeFactor, &C::factors>("size_factor"),
+    Floats<&I::width, &C::width>("width"),
+    Floats<&I::depth, &C::depth>("depth"),
+    Floats<&I::height, &C::height>("height"),
+    Floats<&I::scale, &C::scale>("scale"),
+    Floats<&I::tintColor, &C::tint>("tint_color"),
+    Floats<&I::tintBlend, &C::tint>("tint_blend"),
+    Mark<&I::mirrored, ItemMarks::kMirrored>("mirrored"),
+    Floats<&I::lookAt, &C::looks>("lookat_vector"),
+    Floats<&I::shadowDirection, &C::looks>("shadow_direction"),
+    Mark<&I::horizontalShadow, ItemMarks::kHorizontalShadow>("horizontal_shadow"),
+    Mark<&I::verticalShadow, ItemMarks::kVerticalShadow>("vertical_shadow"),
+    Mark<&I::selected, ItemMarks::kSelected>("selected"),
+    Floats<&I::zOffset, &C::zOffset>("z_offset"),
+    Ints<&I::centerPercent, &C::centerPercent>("center"),
+    Ints<&I::animationOffset, &C::looks>("animation_offset"),
+    Floats<&I::sourceTransform, &C::source>("source_transform"),
+    Ints<&I::elementIndex, &C::marks, &ItemMarks::elementIndex>("element_index"),
+    Ints<&I::userId, &C::source>("user_id"),
+    Floats<&I::random1>("random1"),
+    Floats<&I::random2>("random2"),
+    Floats<&I::random3>("random3"),
+    Floats<&I::random4>("random4"),
+    Floats<&I::random5>("random5"),
+    Mark<&I::marked, ItemMarks::kMarked>("marked"),
+    Transform(),
+    Floats<&I::surfaceNormal, &C::surface>("surface_normal"),
+    Floats<&I::mapCoordinates, &C::cell>("map_coordinates"),
+    Floats<&I::collisionRadius, &C::extents>("collision_radius"),
+    Floats<&I::outerRadius, &C::extents>("outer_radius"),
+    Floats<&I::boundaryRadius, &C::extents>("boundary_radius"),
+    Floats<&I::collisionHeight, &C::extents>("collision_height"),
+    Floats<&I::includeDistance, &C::borders>("include_distance"),
+    Floats<&I::excludeDistance, &C::borders>("exclude_distance"),
+    Floats<&I::includeNearest, &C::borders>("include_nearest"),
+    Floats<&I::excludeNearest, &C::borders>("exclude_nearest"),
+    Floats<&I::mapColor, &C::mapColor>("map_color"),
+    Floats<&I::falloffScale, &C::factors>("falloff_scale"),
+    Ints<&I::surfaceFace, &C::surface>("surface_face"),
+    Barycentric(),
     {"map_uvws", kFloat, kNumItemMaps, 3, false,
      [](const I& item, float* out) {
          for (const Point3& uvw : item.mapUvws) Put(out, uvw);
      }},
-    {"hash", kUInt, 1, 4, true, nullptr,
-     [](const I& item, int32_t* out) {
-         for (int i = 0; i < 4; ++i) out[i] = int32_t(item.hash[i]);
-     }},
-    Floats<&I::fullTransform, false>("full_transform"),
-    Floats<&I::bounds, false>("bounds"),
-    Floats<&I::randomA, false>("random_a"),
-    Floats<&I::randomB, false>("random_b"),
-    Ints<&I::randomInteger, false>("random_integer"),
-    Ints<&I::randomSample, false>("random_sample"),
-    Floats<&I::randomTranslation, false>("random_translation"),
-    Floats<&I::randomScale, false>("random_scale"),
-    Floats<&I::rotation, false>("rotation"),
-    Floats<&I::normal>("normal"),
-    Floats<&I::surfaceSlope, false>("surface_slope"),
-    Floats<&I::externalScale>("external_scale"),
-    Ints<&I::tintFlag>("tint_flag"),
-    Ints<&I::stateFlags>("state_flags"),
-    Ints<&I::partial>("partial"),
+    Hash(),
+    Floats<&I::fullTransform>("full_transform"),
+    Floats<&I::bounds>("bounds"),
+    Floats<&I::randomA>("random_a"),
+    Floats<&I::randomB>("random_b"),
+    Ints<&I::randomInteger>("random_integer"),
+    Ints<&I::randomSample>("random_sample"),
+    Floats<&I::randomTranslation>("random_translation"),
+    Floats<&I::randomScale>("random_scale"),
+    Floats<&I::rotation>("rotation"),
+    Floats<&I::normal, &C::normal>("normal"),
+    Floats<&I::surfaceSlope>("surface_slope"),
+    Floats<&I::externalScale, &C::factors>("external_scale"),
+    Mark<&I::tintFlag, ItemMarks::kTinted>("tint_flag"),
+    Ints<&I::stateFlags, &C::marks, &ItemMarks::stateFlags>("state_flags"),
+    Mark<&I::partial, ItemMarks::kPartial>("partial"),
     {"element_mask", kText, 1, 1, true, nullptr, nullptr, MaskText},
-    Ints<&I::sourceIndex>("source_index"),
-    Ints<&I::particleAge>("particle_age"),
-    Floats<&I::particleRotation>("particle_rotation"),
-    Floats<&I::particleScale>("particle_scale"),
-    Floats<&I::particleSpeed>("particle_speed"),
-    Ints<&I::particleEventId>("particle_event_id"),
-    Ints<&I::geometryEntryId>("geometry_entry_id"),
-    Floats<&I::pathPosition>("path_position"),
-    Floats<&I::pathTangent>("path_tangent"),
-    Floats<&I::effectVector>("effect_vector"),
+    Ints<&I::sourceIndex, &C::sourceIndex>("source_index"),
+    Ints<&I::particleAge, &C::source>("particle_age"),
+    Floats<&I::particleRotation, &C::source>("particle_rotation"),
+    Floats<&I::particleScale, &C::source>("particle_scale"),
+    Floats<&I::particleSpeed, &C::source>("particle_speed"),
+    Ints<&I::particleEventId, &C::source>("particle_event_id"),
+    Ints<&I::geometryEntryId, &C::source>("geometry_entry_id"),
+    Floats<&I::pathPosition, &C::source>("path_position"),
+    Floats<&I::pathTangent, &C::source>("path_tangent"),
+    Floats<&I::effectVector, &C::source>("effect_vector"),
 };
 
 }  // namespace

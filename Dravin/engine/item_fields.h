@@ -21,15 +21,19 @@ struct ItemField {
     void (*getInts)(const TDravinItem& item, int32_t* out) = nullptr;
     std::string (*getText)(const TDravinItem& item) = nullptr;
 
-    // Of a field that lists store: the record that holds it of the first of consecutive items (null
-    // where the list does not store its group), how far records are apart, and how one is read,
-    // by one of two. Null for all others.
+    // Of a field that lists may store: the entry that holds it of the first of consecutive items
+    // (null where the list does not store its group), how far entries are apart, and how one is
+    // read, by one of two. Null for all others.
     const void* (*record)(const TItemColumns& items) = nullptr;
     size_t stride = 0;
     void (*readFloats)(const void* record, float* out) = nullptr;
     void (*readInts)(const void* record, int32_t* out) = nullptr;
-    // What a record says that is not stored.
+    // What an entry says where nothing stores or derives its group.
     const void* unstored = nullptr;
+    uint32_t group = 0;  // of ItemGroups; 0: always stored
+
+    // Whether that list has the field itself, without completing items.
+    bool IsIn(const TDravinItemList& items) const { return record && !items.Derives(group); }
 
     int NumValues() const { return rows * components; }
 };

@@ -2,7 +2,6 @@
 
 #include "Dravin/engine/item_looks.h"
 #include "Dravin/engine/item_steps.h"
-#include "Dravin/engine/item_writer.h"
 #include "Dravin/engine/step_tools.h"
 
 namespace {
@@ -52,6 +51,19 @@ void CheckBoundaries(const TItemArea& area, TItemLanes& lanes) {
         if (area.boundaryCheck == kBorderHidesParts && crosses(lanes.outerRadius[k]))
             lanes.partial[k] = 1;
     });
+}
+
+// A lane as far as its final transform asks.
+ItemPlace PlaceOf(const TItemLanes& lanes, size_t k) {
+    ItemPlace place;
+    place.position = lanes.position[k];
+    place.transform = {{lanes.axisX[k], lanes.axisY[k], lanes.axisZ[k], {}}};
+    place.width = lanes.width[k];
+    place.depth = lanes.depth[k];
+    place.height = lanes.height[k];
+    place.mirrored = lanes.mirrored[k];
+    place.centerPercent = lanes.source[k]->centerPercent;
+    return place;
 }
 
 void ResizeItem(const TTransformSettings& s, TItemLanes& lanes, size_t k) {
@@ -186,19 +198,19 @@ void FinishItems(const TBuildInput& input, const TCellRules& rules, TItemLanes& 
         lane_loops::AddScaled(lanes.count, Columns(lanes.position),
                               Columns(std::as_const(lanes.normal)), lanes.zOffset.Data());
     SetScales(s, lanes);
-    ForEachAlive(lanes, [&](size_t k) { ResizeItem(s, lanes, k); });
+    for (size_t first = 0; first < lanes.count; first += kCellsInBatch)
+        ResizeRun(s, lanes, first, std::min(kCellsInBatch, lanes.count - first));
     CheckBoundaries(rules.area, lanes);
     SetLooks(input, lanes);
 }
 
-void HideParts(const TBuildInput& input, const TCellRules& rules, const TCells& cells,
-               TItemLanes& lanes) {
+void HideParts(const TBuildInput& input, const TCellRules& rules, TItemLanes& lanes) {
     if (rules.area.boundaryCheck != kBorderHidesParts || !rules.areas) return;
     ForEachAlive(lanes, [&](size_t k) {
         const std::vector<Point3>& centroids = lanes.source[k]->partCentroids;
         lanes.masks[k].Clear();
         if (!lanes.partial[k] || centroids.empty()) return;
-        Matrix3 place = ItemTransform(PlaceOf(lanes, cells, k), input.transforms.scaleOnSlope);
+        Matrix3 place = ItemTransform(PlaceOf(lanes, k), input.transforms.scaleOnSlope);
         BitArray hidden(centroids.size());
         for (size_t i = 0; i < centroids.size(); ++i) {
             Point3 p = centroids[i] * place;

@@ -102,7 +102,6 @@ TItemLanes::TItemLanes(size_t n, uint32_t groups, bool readsMaps)
 }
 
 void TItemLanes::Reset(size_t k, const TSpecimen& ofSpecimen) {
-    const ItemPlace fresh;
     cell[k] = seed[k] = 0;
     row[k] = 0;
     element[k] = 0;
@@ -120,11 +119,11 @@ void TItemLanes::Reset(size_t k, const TSpecimen& ofSpecimen) {
     for (TPointLane* one :
          {&randomScale, &size, &scale, &sizeFactor, &externalScale, &falloffScale})
         one->Set(k, {1, 1, 1});
-    normal.Set(k, fresh.normal);
-    reference.Set(k, fresh.transform.row[0]);
-    axisX.Set(k, fresh.transform.row[0]);
-    axisY.Set(k, fresh.transform.row[1]);
-    axisZ.Set(k, fresh.transform.row[2]);
+    normal.Set(k, ItemNormal{}.normal);
+    reference.Set(k, {1, 0, 0});
+    axisX.Set(k, {1, 0, 0});
+    axisY.Set(k, {0, 1, 0});
+    axisZ.Set(k, {0, 0, 1});
     cameraScale[k] = 1;
     zOffset[k] = width[k] = depth[k] = height[k] = tintBlend[k] = 0;
     collisionRadius[k] = outerRadius[k] = boundaryRadius[k] = collisionHeight[k] = 0;

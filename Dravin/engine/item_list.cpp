@@ -10,116 +10,40 @@ namespace {
 constexpr size_t kFirstStep = 100;
 constexpr size_t kLargeStep = 1000;
 constexpr size_t kLargeList = 100000;
-constexpr size_t kLargestChunk = size_t{1} << 14;
-constexpr size_t kAlignment = 64;
+constexpr size_t kLargestBlock = size_t{4} << 20;  // bytes; a few huge pages
 
-// The groups in storage order: bit 0 for those that are always stored.
-template <class Visit>
-void ForEachGroup(Visit visit) {
-    visit(0u, static_cast<ItemPlace*>(nullptr));
-    visit(0u, static_cast<ItemExtents*>(nullptr));
-    visit(0u, static_cast<ItemColors*>(nullptr));
-    visit(uint32_t{kGroupCell}, static_cast<ItemCell*>(nullptr));
-    visit(uint32_t{kGroupSurface}, static_cast<ItemSurface*>(nullptr));
-    visit(uint32_t{kGroupFactors}, static_cast<ItemFactors*>(nullptr));
-    visit(uint32_t{kGroupBorders}, static_cast<ItemBorders*>(nullptr));
-    visit(uint32_t{kGroupLooks}, static_cast<ItemLooks*>(nullptr));
-    visit(uint32_t{kGroupSource}, static_cast<ItemSource*>(nullptr));
-    visit(uint32_t{kGroupKept}, static_cast<ItemKept*>(nullptr));
+// Items that fill such a block.
+size_t MostInBlock(uint32_t groups) {
+    size_t items = kLargestBlock / BytesOfItem(groups);
+    while (BytesOfColumns(groups, items) > kLargestBlock) --items;
+    return items;
 }
-
-// Groups are copied as bytes out of and into the record; padding at the end of one would let it
-// overlap its neighbour.
-static_assert(sizeof(ItemPlace) == 140 && sizeof(ItemExtents) == 16 && sizeof(ItemColors) == 32 &&
-              sizeof(ItemCell) == 28 && sizeof(ItemSurface) == 32 && sizeof(ItemFactors) == 36 &&
-              sizeof(ItemBorders) == 32 && sizeof(ItemLooks) == 20 && sizeof(ItemSource) == 128 &&
-              sizeof(ItemKept) == 24);
-
-bool IsStored(uint32_t bit, uint32_t groups) { return bit == 0 || (groups & bit); }
-
-size_t Align(size_t bytes) { return (bytes + kAlignment - 1) / kAlignment * kAlignment; }
 
 }  // namespace
 
-// Consecutive items of a block, which holds an array a stored group. Element masks are rare and
+// Consecutive items of a block, which holds an array a stored column. Element masks are rare and
 // live beside it.
 struct TDravinItemList::Chunk {
     std::shared_ptr<TItemBlock> block;
     size_t first = 0;  // in the block
     size_t count = 0;
     std::map<size_t, TBitArray> masks;
-    std::byte* place = nullptr;
-    std::byte* extents = nullptr;
-    std::byte* colors = nullptr;
-
-    static size_t Bytes(size_t capacity, uint32_t groups) {
-        size_t bytes = 0;
-        ForEachGroup([&]<class G>(uint32_t bit, G*) {
-            if (IsStored(bit, groups)) bytes += Align(sizeof(G) * capacity);
-        });
-        return bytes;
-    }
+    TItemColumns columns;
 
     // Whether n more items fit behind the last one.
     bool HasRoom(size_t n) const {
         return first + count == block->used && block->capacity - block->used >= n;
     }
     void Grow(size_t n) { count += n, block->used += n; }
-
-    // Calls visit(the chunk's array as bytes, tag) for the stored groups.
-    template <class Visit>
-    void Stored(uint32_t groups, Visit visit) const {
-        std::byte* at = block->memory.Data();
-        ForEachGroup([&]<class G>(uint32_t bit, G* tag) {
-            if (!IsStored(bit, groups)) return;
-            visit(at + first * sizeof(G), tag);
-            at += Align(sizeof(G) * block->capacity);
-        });
-    }
-
-    void Write(size_t i, const TDravinItem& item, uint32_t groups) {
-        Stored(groups, [&]<class G>(std::byte* at, G*) {
-            std::memcpy(at + i * sizeof(G), &static_cast<const G&>(item), sizeof(G));
-        });
-        if (!item.elementMask.IsEmpty())
-            masks[i] = item.elementMask;
-        else if (!masks.empty())
-            masks.erase(i);
-    }
-
-    void Read(size_t i, TDravinItem* item, uint32_t groups) const {
-        Stored(groups, [&]<class G>(std::byte* at, G*) {
-            std::memcpy(static_cast<void*>(&static_cast<G&>(*item)), at + i * sizeof(G), sizeof(G));
-        });
-        if (masks.empty()) return;
-        if (auto mask = masks.find(i); mask != masks.end()) item->elementMask = mask->second;
-    }
-
-    TItemColumns ColumnsAt(size_t first, uint32_t groups) const {
-        TItemColumns columns;
-        auto at = [&]<class G>(std::byte* array, G*& column) {
-            column = std::launder(reinterpret_cast<G*>(array)) + first;
-        };
-        Stored(groups, [&]<class G>(std::byte* array, G*) {
-            if constexpr (std::is_same_v<G, ItemPlace>) at(array, columns.place);
-            if constexpr (std::is_same_v<G, ItemExtents>) at(array, columns.extents);
-            if constexpr (std::is_same_v<G, ItemColors>) at(array, columns.colors);
-            if constexpr (std::is_same_v<G, ItemCell>) at(array, columns.cell);
-            if constexpr (std::is_same_v<G, ItemSurface>) at(array, columns.surface);
-            if constexpr (std::is_same_v<G, ItemFactors>) at(array, columns.factors);
-            if constexpr (std::is_same_v<G, ItemBorders>) at(array, columns.borders);
-            if constexpr (std::is_same_v<G, ItemLooks>) at(array, columns.looks);
-            if constexpr (std::is_same_v<G, ItemSource>) at(array, columns.source);
-            if constexpr (std::is_same_v<G, ItemKept>) at(array, columns.kept);
-        });
-        return columns;
-    }
-
-    template <class G>
-    G& At(std::byte* array, size_t i) const {
-        return *std::launder(reinterpret_cast<G*>(array + i * sizeof(G)));
-    }
 };
+
+void TDravinItemList::CopyEntries(const Chunk& from, size_t i, Chunk& to, size_t k) {
+    ForEachColumn([&](uint32_t, auto column) {
+        if (to.columns.*column) (to.columns.*column)[k] = (from.columns.*column)[i];
+    });
+    if (from.masks.empty()) return;
+    if (auto mask = from.masks.find(i); mask != from.masks.end()) to.masks[k] = mask->second;
+}
 
 TDravinItemList::TDravinItemList(uint32_t groups)
     : m_groups(groups), m_memory(std::make_shared<TItemMemory>()), m_growthStep(kFirstStep) {}
@@ -131,7 +55,7 @@ TDravinItemList::TDravinItemList(TDravinItemList&& other) noexcept : TDravinItem
 
 TDravinItemList& TDravinItemList::operator=(TDravinItemList&& other) noexcept {
     std::swap(m_groups, other.m_groups);
-    std::swap(m_complete, other.m_complete);
+    std::swap(m_completer, other.m_completer);
     std::swap(m_chunks, other.m_chunks);
     std::swap(m_open, other.m_open);
     std::swap(m_memory, other.m_memory);
@@ -142,10 +66,10 @@ TDravinItemList& TDravinItemList::operator=(TDravinItemList&& other) noexcept {
     return *this;
 }
 
-void TDravinItemList::Prepare(uint32_t groups, ItemCompleter complete) {
+void TDravinItemList::Prepare(uint32_t groups, ItemCompleter completer) {
     Clear();
-    m_groups = groups;
-    m_complete = std::move(complete);
+    m_groups = groups & ~completer.derived;
+    m_completer = std::move(completer);
 }
 
 void TDravinItemList::Index() const {
@@ -160,68 +84,64 @@ size_t TDravinItemList::Count() const {
     return m_firstIndex.back();
 }
 
+size_t TDravinItemList::ChunkOf(size_t i) const {
+    auto next = std::upper_bound(m_firstIndex.begin(), m_firstIndex.end(), i);
+    return size_t(next - m_firstIndex.begin()) - 1;
+}
+
 std::pair<TDravinItemList::Chunk*, size_t> TDravinItemList::Find(size_t i) const {
     Index();
     if (i >= m_firstIndex.back()) throw std::out_of_range("TVector out of bounds");
-    auto next = std::upper_bound(m_firstIndex.begin(), m_firstIndex.end(), i);
-    size_t c = size_t(next - m_firstIndex.begin()) - 1;
+    size_t c = ChunkOf(i);
     return {m_chunks[c].get(), i - m_firstIndex[c]};
 }
 
-void TDravinItemList::ReadStored(size_t i, TDravinItem* item) const {
+void TDravinItemList::ReadStored(size_t i, TDravinItem* item, uint32_t groups) const {
     auto [chunk, at] = Find(i);
-    chunk->Read(at, item, m_groups);
+    chunk->columns.Read(at, item);
+    if (uint32_t derived = m_completer.derived & groups) m_completer.derive(*item, derived);
 }
 
 TDravinItem TDravinItemList::Item(size_t i) const {
     TDravinItem item;
     ReadStored(i, &item);
-    if (m_complete) m_complete(item);
+    if (m_completer.complete) m_completer.complete(item);
     return item;
 }
 
-TItemColumns TDravinItemList::RecordsFrom(size_t i, size_t* count) const {
+TItemColumns TDravinItemList::ColumnsAt(size_t i, size_t* count) const {
     auto [chunk, at] = Find(i);
     *count = chunk->count - at;
-    return chunk->ColumnsAt(at, m_groups);
+    return ColumnsFrom(chunk->columns, at);
 }
 
 void TDravinItemList::Write(size_t i, const TDravinItem& item) {
     auto [chunk, at] = Find(i);
-    chunk->Write(at, item, m_groups);
+    chunk->columns.Write(at, item);
 }
 
-ItemPlace& TDravinItemList::Place(size_t i) {
+const Point3& TDravinItemList::Position(size_t i) const {
     auto [chunk, at] = Find(i);
-    return chunk->At<ItemPlace>(chunk->place, at);
+    return chunk->columns.position[at];
 }
 
-const ItemPlace& TDravinItemList::Place(size_t i) const {
-    return const_cast<TDravinItemList*>(this)->Place(i);
-}
-
-const ItemExtents& TDravinItemList::Extents(size_t i) const {
+const ItemMarks& TDravinItemList::Marks(size_t i) const {
     auto [chunk, at] = Find(i);
-    return chunk->At<ItemExtents>(chunk->extents, at);
-}
-
-const ItemColors& TDravinItemList::Colors(size_t i) const {
-    auto [chunk, at] = Find(i);
-    return chunk->At<ItemColors>(chunk->colors, at);
+    return chunk->columns.marks[at];
 }
 
 // A chunk at the front of the open block; a new block of that many items where n do not fit.
 TDravinItemList::Chunk* TDravinItemList::AddChunk(size_t n, size_t capacity) {
     if (!m_open || m_open->capacity - m_open->used < n)
-        m_open = std::make_shared<TItemBlock>(m_memory, Chunk::Bytes(capacity, m_groups), capacity);
+        m_open =
+            std::make_shared<TItemBlock>(m_memory, BytesOfColumns(m_groups, capacity), capacity);
     auto chunk = std::make_unique<Chunk>();
     chunk->block = m_open;
     chunk->first = m_open->used;
-    int known = 0;
-    chunk->Stored(m_groups, [&]<class G>(std::byte* at, G*) {
-        std::byte** always[] = {&chunk->place, &chunk->extents, &chunk->colors};
-        if (known < 3) *always[known++] = at;
-    });
+    chunk->columns =
+        ColumnsFrom(ColumnsIn(m_open->memory.Data(), m_groups, m_open->capacity), chunk->first);
+    chunk->columns.first = 0;
+    chunk->columns.masks = &chunk->masks;
     m_modified = true;
     return m_chunks.emplace_back(std::move(chunk)).get();
 }
@@ -229,23 +149,20 @@ TDravinItemList::Chunk* TDravinItemList::AddChunk(size_t n, size_t capacity) {
 // Room for n items behind those of the appender.
 TDravinItemList::Chunk* TDravinItemList::Fitting(size_t n, Appender appender) {
     if (appender && appender->HasRoom(n)) return appender;
-    size_t grown = m_open ? std::min(m_open->capacity * 4, kLargestChunk) : m_growthStep;
+    size_t grown = m_open ? std::min(m_open->capacity * 4, MostInBlock(m_groups)) : m_growthStep;
     return AddChunk(n, std::max(n, grown));
 }
 
 void TDravinItemList::Append(const TDravinItem& item, Appender& appender) {
     appender = Fitting(1, appender);
     appender->Grow(1);
-    appender->Write(appender->count - 1, item, m_groups);
+    appender->columns.Write(appender->count - 1, item);
     SetModified();
 }
 
 TItemColumns TDravinItemList::Extend(size_t n, Appender& appender) {
     appender = Fitting(n, appender);
-    size_t first = appender->count;
-    TItemColumns columns = appender->ColumnsAt(first, m_groups);
-    columns.masks = &appender->masks;
-    columns.first = first;
+    TItemColumns columns = ColumnsFrom(appender->columns, appender->count);
     appender->Grow(n);
     SetModified();
     return columns;
@@ -275,20 +192,33 @@ void TDravinItemList::Splice(TDravinItemList&& other) {
 
 void TDravinItemList::CopyFrom(const TDravinItemList& other) {
     if (&other == this) return;
-    Prepare(other.m_groups, other.m_complete);
+    Prepare(other.Groups(), other.m_completer);
     m_marker = other.m_marker;
-    Reserve(other.Count());
-    Appender appender = m_chunks.empty() ? nullptr : m_chunks.front().get();
-    for (size_t i = 0; i < other.Count(); ++i) {
-        TDravinItem item;
-        other.ReadStored(i, &item);
-        Append(item, appender);
+    AppendItems(
+        other, [](size_t i) { return i; }, other.Count());
+}
+
+// Copies items whichOf(0) … whichOf(count - 1) of a list with the same columns into one piece.
+template <class Which>
+void TDravinItemList::AppendItems(const TDravinItemList& from, const Which& whichOf, size_t count) {
+    Reserve(count);
+    if (count == 0) return;
+    Chunk& to = *m_chunks.front();
+    from.Index();
+    size_t c = 0;
+    for (size_t k = 0; k < count; ++k) {
+        size_t i = whichOf(k);
+        bool within = i >= from.m_firstIndex[c] && i < from.m_firstIndex[c + 1];
+        if (!within) c = from.ChunkOf(i);
+        CopyEntries(*from.m_chunks[c], i - from.m_firstIndex[c], to, k);
     }
+    to.Grow(count);
+    SetModified();
 }
 
 TDravinItemList TDravinItemList::MakePart() const {
     TDravinItemList part(m_groups);
-    part.m_complete = m_complete;
+    part.m_completer = m_completer;
     part.m_memory = m_memory;
     part.m_growthStep = m_growthStep;
     return part;
@@ -315,14 +245,8 @@ void TDravinItemList::TrimSpare() { m_memory->Trim(BytesOfChunks()); }
 
 void TDravinItemList::Reorder(std::span<const uint32_t> order) {
     TDravinItemList sorted = MakePart();
-    sorted.Reserve(order.size());
-    Appender appender = sorted.m_chunks.empty() ? nullptr : sorted.m_chunks.front().get();
-    TDravinItem item;
-    for (uint32_t i : order) {
-        item.elementMask.Clear();
-        ReadStored(i, &item);
-        sorted.Append(item, appender);
-    }
+    sorted.AppendItems(
+        *this, [&](size_t k) { return size_t{order[k]}; }, order.size());
     std::swap(m_chunks, sorted.m_chunks);
     m_open.reset();
     m_modified = true;
@@ -346,10 +270,4 @@ void TDravinItemList::Release() {
 
 size_t TDravinItemList::BytesHeld() const { return BytesOfChunks() + m_memory->Bytes(); }
 
-size_t TDravinItemList::BytesPerItem() const {
-    size_t bytes = 0;
-    ForEachGroup([&]<class G>(uint32_t bit, G*) {
-        if (IsStored(bit, m_groups)) bytes += sizeof(G);
-    });
-    return bytes;
-}
+size_t TDravinItemList::BytesPerItem() const { return BytesOfItem(m_groups); }

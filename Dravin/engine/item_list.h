@@ -1,10 +1,9 @@
-// The items of one object: a chunked store that owns them, in columns of field groups.
+// The items of one object: a chunked store that owns them, in columns (item_columns.h).
 //
-// A chunk holds up to its capacity of items; inside, every stored group of the record (item.h) is
-// an array of its own, so that a phase touches only what it reads. Which groups are stored is
-// fixed when the list is prepared for a build: groups that the settings cannot fill cost nothing
-// and read as their defaults, and an item's random values are never stored but drawn again from
-// its seed. Chunks keep their memory from build to build.
+// A chunk holds up to its capacity of items; inside, every stored column is an array of its own, so
+// that whoever reads items touches only what it reads. Chunks keep their memory from build to
+// build. What a list does not store, it asks the build for that filled it: fields that follow from
+// the stored ones, random values and coordinates of maps.
 //
 // Threads: tasks append to parts (MakePart), which take their memory from the same place and are
 // spliced when all are done. One list serves one thread.
@@ -18,24 +17,17 @@
 #include <span>
 #include <vector>
 
-#include "Dravin/engine/item.h"
+#include "Dravin/engine/item_columns.h"
 #include "Dravin/engine/item_memory.h"
 
-// Groups of the record that a list may store; ItemPlace, ItemExtents and ItemColors always are.
-enum ItemGroups : uint32_t {
-    kGroupCell = 1,
-    kGroupSurface = 2,
-    kGroupFactors = 4,
-    kGroupBorders = 8,
-    kGroupLooks = 16,
-    kGroupSource = 32,
-    kGroupKept = 64,
-    kAllGroups = 127,
+// How a list makes up for what it does not store.
+struct ItemCompleter {
+    uint32_t derived = 0;  // groups that `derive` fills
+    // Fills those of the given groups from what is stored. Null: nothing to fill.
+    std::function<void(TDravinItem&, uint32_t groups)> derive;
+    // Random values, and what follows from all the rest.
+    std::function<void(TDravinItem&)> complete;
 };
-
-// Fills the fields of an item that the list does not store (random values, what follows from its
-// place).
-using ItemCompleter = std::function<void(TDravinItem&)>;
 
 // Random access over a list by its interface for displays.
 class TCloudItemList {
@@ -44,25 +36,6 @@ public:
     virtual size_t Count() const = 0;
     // The item by value: records are packed inside the list.
     virtual TDravinItem CloudItem(size_t i) const = 0;
-};
-
-// Records of consecutive items that wait to be filled, by group; null where the list does not store
-// it.
-struct TItemColumns {
-    ItemPlace* place = nullptr;
-    ItemExtents* extents = nullptr;
-    ItemColors* colors = nullptr;
-    ItemCell* cell = nullptr;
-    ItemSurface* surface = nullptr;
-    ItemFactors* factors = nullptr;
-    ItemBorders* borders = nullptr;
-    ItemLooks* looks = nullptr;
-    ItemSource* source = nullptr;
-    ItemKept* kept = nullptr;
-    std::map<size_t, TBitArray>* masks = nullptr;
-    size_t first = 0;  // in the chunk
-
-    void SetMask(size_t i, const TBitArray& mask) const { (*masks)[first + i] = mask; }
 };
 
 class TDravinItemList final : public TCloudItemList {
@@ -76,31 +49,33 @@ public:
     TDravinItemList(TDravinItemList&&) noexcept;
     TDravinItemList& operator=(TDravinItemList&&) noexcept;
 
-    // Empties the list and sets the groups to store and the completer for the next build.
-    void Prepare(uint32_t groups, ItemCompleter complete);
-    uint32_t Groups() const { return m_groups; }
+    // Empties the list and sets the groups that the next build fills, of which those that the
+    // completer derives are not stored.
+    void Prepare(uint32_t groups, ItemCompleter completer);
+    // Groups that items have, stored or derived.
+    uint32_t Groups() const { return m_groups | m_completer.derived; }
+    // Whether a group is worked out of others when an item is read.
+    bool Derives(uint32_t group) const { return m_completer.derived & group; }
 
     size_t Count() const override;
     bool IsEmpty() const { return Count() == 0; }
     // Item i, with its random values drawn again. Throws std::out_of_range "TVector out of bounds".
     TDravinItem Item(size_t i) const;
     TDravinItem CloudItem(size_t i) const override { return Item(i); }
-    // The stored part only, cheaper where nobody reads the random values.
-    void ReadStored(size_t i, TDravinItem* item) const;
-    // The records from item i on that stand together, which may be read; *count: how many items.
-    TItemColumns RecordsFrom(size_t i, size_t* count) const;
+    // What is stored, and these groups where they are derived: cheaper where nobody reads random
+    // values and what follows from them.
+    void ReadStored(size_t i, TDravinItem* item, uint32_t groups = kAllGroups) const;
+    // The columns from item i on that stand together, which may be read; *count: how many items.
+    TItemColumns ColumnsAt(size_t i, size_t* count) const;
     // Replaces the stored part of item i.
     void Write(size_t i, const TDravinItem& item);
 
-    // Direct access to the groups that are always stored.
-    ItemPlace& Place(size_t i);
-    const ItemPlace& Place(size_t i) const;
-    const ItemExtents& Extents(size_t i) const;
-    const ItemColors& Colors(size_t i) const;
+    const Point3& Position(size_t i) const;
+    const ItemMarks& Marks(size_t i) const;
 
     // Appends to the appender's chunk, or to a new one when there is none or it is full.
     void Append(const TDravinItem& item, Appender& appender);
-    // Adds n items at once, whose records the caller fills.
+    // Adds n items at once, whose columns the caller fills.
     TItemColumns Extend(size_t n, Appender& appender);
     // Takes back the last item of the appender's own chunk, which must exist.
     void RemoveLast(Appender appender);
@@ -148,10 +123,14 @@ private:
     void SetModified();
     size_t BytesOfChunks() const;
     void Index() const;
+    size_t ChunkOf(size_t i) const;
+    static void CopyEntries(const Chunk& from, size_t i, Chunk& to, size_t k);
+    template <class Which>
+    void AppendItems(const TDravinItemList& from, const Which& whichOf, size_t count);
     std::pair<Chunk*, size_t> Find(size_t i) const;
 
     uint32_t m_groups;
-    ItemCompleter m_complete;
+    ItemCompleter m_completer;
     std::vector<std::unique_ptr<Chunk>> m_chunks;
     std::shared_ptr<TItemMemory> m_memory;  // of earlier builds; parts share it
     std::shared_ptr<TItemBlock> m_open;     // where the next chunk goes, if it has room

@@ -143,7 +143,7 @@ void TItemMaker::MakeItems(std::span<const TLaneOrigin> origins, TItemLanes& lan
     ObeyCameraView(m_input, lanes);
     FinishItems(m_input, m_rules, lanes);
     if (m_runner) RunPrograms(lanes);
-    HideParts(m_input, m_rules, m_cells, lanes);
+    HideParts(m_input, m_rules, lanes);
 }
 
 void TItemMaker::Load(std::span<const TLaneOrigin> origins, TItemLanes& lanes) {

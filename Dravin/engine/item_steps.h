@@ -35,8 +35,7 @@ void ObeyCameraView(const TBuildInput& input, TItemLanes& lanes);
 void FinishItems(const TBuildInput& input, const TCellRules& rules, TItemLanes& lanes);
 
 // The connected parts of partial items that stand outside their areas are not drawn.
-void HideParts(const TBuildInput& input, const TCellRules& rules, const TCells& cells,
-               TItemLanes& lanes);
+void HideParts(const TBuildInput& input, const TCellRules& rules, TItemLanes& lanes);
 
 // What the steps above set, back to what an item has before them; its place stays.
 void ClearFinished(TItemLanes& lanes, size_t k);

@@ -2,80 +2,114 @@
 
 namespace {
 
-// Calls write(record, lane) for each kept lane where the list stores the group.
-template <class Group, class Write>
-void Fill(Group* out, std::span<const uint32_t> kept, const Write& write) {
-    if (!out) return;
-    for (uint32_t k : kept) write(*out++, k);
+// Entry j of a column from lane kept[j]. Columns that the list does not store are null.
+class TColumnWriter {
+public:
+    TColumnWriter(const TItemLanes& lanes, std::span<const uint32_t> kept)
+        : m_kept(kept), m_all(kept.size() == lanes.count) {}
+
+    template <class T, class Entry>
+    void Fill(T* out, const Entry& entryOf) const {
+        if (!out) return;
+        if (m_all)
+            for (size_t k = 0; k < m_kept.size(); ++k) out[k] = entryOf(k);
+        else
+            for (size_t j = 0; j < m_kept.size(); ++j) out[j] = entryOf(m_kept[j]);
+    }
+    template <class T>
+    void Copy(T* out, const TLane<T>& lane) const {
+        Fill(out, [in = lane.Data()](size_t k) { return in[k]; });
+    }
+    void Copy(Point3* out, const TPointLane& lane) const {
+        Fill(out, [x = lane.x.Data(), y = lane.y.Data(), z = lane.z.Data()](size_t k) {
+            return Point3{x[k], y[k], z[k]};
+        });
+    }
+
+private:
+    std::span<const uint32_t> m_kept;
+    bool m_all;  // every lane is kept, so that they are their own numbers
+};
+
+ItemMarks MarksOf(const TItemLanes& lanes, size_t k) {
+    ItemMarks marks{lanes.element[k], lanes.stateFlags[k], 0};
+    bool alive = lanes.IsAlive(k);
+    auto bit = [](bool on, ItemMarks::Bit of) { return on ? int(of) : 0; };
+    marks.bits = uint8_t(bit(!alive, ItemMarks::kDiscarded) | bit(alive, ItemMarks::kMarked) |
+                         bit(lanes.mirrored[k], ItemMarks::kMirrored) |
+                         bit(lanes.selected[k], ItemMarks::kSelected) |
+                         bit(lanes.partial[k], ItemMarks::kPartial) |
+                         bit(lanes.horizontalShadow[k], ItemMarks::kHorizontalShadow) |
+                         bit(lanes.verticalShadow[k], ItemMarks::kVerticalShadow));
+    return marks;
+}
+
+// What every list stores.
+void WriteAlways(const TItemLanes& lanes, const TCells& cells, const TColumnWriter& writer,
+                 const TItemColumns& to) {
+    writer.Copy(to.position, lanes.position);
+    writer.Fill(to.frame, [&](size_t k) {
+        return ItemFrame{lanes.axisX[k], lanes.axisY[k], lanes.axisZ[k]};
+    });
+    writer.Copy(to.scale, lanes.scale);
+    writer.Copy(to.width, lanes.width);
+    writer.Copy(to.depth, lanes.depth);
+    writer.Copy(to.height, lanes.height);
+    writer.Copy(to.zOffset, lanes.zOffset);
+    writer.Copy(to.specimenIndex, lanes.row);
+    writer.Copy(to.seed, lanes.seed);
+    writer.Fill(to.sourceIndex, [&](size_t k) { return cells.sourceIndex[lanes.cell[k]]; });
+    writer.Fill(to.marks, [&](size_t k) { return MarksOf(lanes, k); });
+    writer.Fill(to.extents, [&](size_t k) {
+        return ItemExtents{lanes.collisionRadius[k], lanes.outerRadius[k], lanes.boundaryRadius[k],
+                           lanes.collisionHeight[k]};
+    });
+    writer.Fill(to.tint, [&](size_t k) {
+        return ItemTint{{lanes.tint.x[k], lanes.tint.y[k], lanes.tint.z[k]}, lanes.tintBlend[k]};
+    });
+}
+
+// What only some lists store.
+void WriteSome(const TItemLanes& lanes, const TCells& cells, const TColumnWriter& writer,
+               const TItemColumns& to) {
+    writer.Fill(to.birth, [&](size_t k) { return ItemBirth{lanes.storedPosition[k]}; });
+    writer.Fill(to.normal, [&](size_t k) { return ItemNormal{lanes.normal[k]}; });
+    writer.Fill(to.mapColor, [&](size_t k) { return ItemMapColor{lanes.mapColor[k]}; });
+    writer.Fill(to.centerPercent, [&](size_t k) { return lanes.source[k]->centerPercent; });
+    writer.Fill(to.cell, [&](size_t k) {
+        size_t cell = lanes.cell[k];
+        return ItemCell{
+            {cells.hash[0][cell], cells.hash[1][cell], cells.hash[2][cell], cells.hash[3][cell]},
+            lanes.mapCoordinates[k]};
+    });
+    writer.Fill(to.surface, [&](size_t k) {
+        bool hit = lanes.face[k] >= 0;
+        return ItemSurface{lanes.faceNormal[k],
+                           hit ? Point2{lanes.weight1[k], lanes.weight2[k]} : Point2{},
+                           lanes.face[k], lanes.surface[k]};
+    });
+    writer.Fill(to.factors, [&](size_t k) {
+        return ItemFactors{lanes.sizeFactor[k], lanes.externalScale[k], lanes.falloffScale[k]};
+    });
+    writer.Copy(to.borders, lanes.borders);
+    writer.Fill(to.looks, [&](size_t k) {
+        return ItemLooks{lanes.animation[k], lanes.lookAt[k], lanes.shadowDirection[k]};
+    });
+    writer.Copy(to.source, lanes.from);
+    writer.Fill(to.kept, [&](size_t k) {
+        return ItemKept{lanes.rotation[k], lanes.randomScale[k]};
+    });
 }
 
 }  // namespace
-
-ItemPlace PlaceOf(const TItemLanes& lanes, const TCells& cells, size_t k) {
-    ItemPlace place;
-    place.position = lanes.position[k];
-    place.storedPosition = lanes.storedPosition[k];
-    place.normal = lanes.normal[k];
-    place.transform = {{lanes.axisX[k], lanes.axisY[k], lanes.axisZ[k], {}}};
-    place.scale = lanes.scale[k];
-    place.width = lanes.width[k];
-    place.depth = lanes.depth[k];
-    place.height = lanes.height[k];
-    place.zOffset = lanes.zOffset[k];
-    place.specimenIndex = lanes.row[k];
-    place.seed = lanes.seed[k];
-    place.sourceIndex = cells.sourceIndex[lanes.cell[k]];
-    place.centerPercent = lanes.source[k]->centerPercent;
-    place.elementIndex = lanes.element[k];
-    place.stateFlags = lanes.stateFlags[k];
-    place.discarded = !lanes.IsAlive(k);
-    place.mirrored = lanes.mirrored[k];
-    place.selected = lanes.selected[k];
-    place.marked = lanes.IsAlive(k);
-    place.partial = lanes.partial[k];
-    place.horizontalShadow = lanes.horizontalShadow[k];
-    place.verticalShadow = lanes.verticalShadow[k];
-    return place;
-}
 
 void AppendLanes(const TItemLanes& lanes, const TCells& cells, std::span<const uint32_t> kept,
                  TDravinItemList& items, TDravinItemList::Appender& appender) {
     if (kept.empty()) return;
     TItemColumns to = items.Extend(kept.size(), appender);
-    Fill(to.place, kept, [&](ItemPlace& p, size_t k) { p = PlaceOf(lanes, cells, k); });
-    Fill(to.extents, kept, [&](ItemExtents& e, size_t k) {
-        e = {lanes.collisionRadius[k], lanes.outerRadius[k], lanes.boundaryRadius[k],
-             lanes.collisionHeight[k]};
-    });
-    Fill(to.colors, kept, [&](ItemColors& c, size_t k) {
-        c = {{lanes.tint.x[k], lanes.tint.y[k], lanes.tint.z[k]},
-             lanes.tintBlend[k],
-             lanes.mapColor[k]};
-    });
-    Fill(to.cell, kept, [&](ItemCell& c, size_t k) {
-        size_t cell = lanes.cell[k];
-        for (int i = 0; i < 4; ++i) c.hash[i] = cells.hash[i][cell];
-        c.mapCoordinates = lanes.mapCoordinates[k];
-    });
-    Fill(to.surface, kept, [&](ItemSurface& s, size_t k) {
-        float b1 = lanes.weight1[k], b2 = lanes.weight2[k];
-        bool hit = lanes.face[k] >= 0;
-        s.surfaceNormal = lanes.faceNormal[k];
-        s.barycentric = hit ? Point3{1 - b1 - b2, b1, b2} : Point3{};
-        s.surfaceFace = lanes.face[k];
-        s.surfaceIndex = lanes.surface[k];
-    });
-    Fill(to.factors, kept, [&](ItemFactors& f, size_t k) {
-        f = {lanes.sizeFactor[k], lanes.externalScale[k], lanes.falloffScale[k]};
-    });
-    Fill(to.borders, kept, [&](ItemBorders& b, size_t k) { b = lanes.borders[k]; });
-    Fill(to.looks, kept, [&](ItemLooks& l, size_t k) {
-        l = {lanes.animation[k], lanes.lookAt[k], lanes.shadowDirection[k]};
-    });
-    Fill(to.source, kept, [&](ItemSource& s, size_t k) { s = lanes.from[k]; });
-    Fill(to.kept, kept, [&](ItemKept& r, size_t k) {
-        r = {lanes.rotation[k], lanes.randomScale[k]};
-    });
+    TColumnWriter writer(lanes, kept);
+    WriteAlways(lanes, cells, writer, to);
+    WriteSome(lanes, cells, writer, to);
     for (size_t j = 0; j < kept.size(); ++j)
         if (lanes.partial[kept[j]] && !lanes.masks[kept[j]].IsEmpty())
             to.SetMask(j, lanes.masks[kept[j]]);

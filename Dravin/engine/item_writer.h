@@ -1,4 +1,4 @@
-// Lanes to records: what is kept of finished items.
+// From lanes to the item list.
 #pragma once
 
 #include <span>
@@ -6,9 +6,6 @@
 #include "Dravin/engine/item_cells.h"
 #include "Dravin/engine/item_list.h"
 
-// Where a finished lane stands and how large it is.
-ItemPlace PlaceOf(const TItemLanes& lanes, const TCells& cells, size_t k);
-
-// Appends lanes in the order given.
+// Lanes `kept`, in rising order, as items behind those of the appender.
 void AppendLanes(const TItemLanes& lanes, const TCells& cells, std::span<const uint32_t> kept,
                  TDravinItemList& items, TDravinItemList::Appender& appender);

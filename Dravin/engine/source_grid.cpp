@@ -102,7 +102,7 @@ private:
                                        [](const auto* e) { return e->offset != Point3{}; });
     }
 
-    Point3 ToObject(const Point3& p) const { return m_grid.rotated ? p * m_grid.frame : p; }
+    Point3 ToObject(const Point3& p) const { return m_grid.ToObject(p); }
 
     // --- cells
 
@@ -157,12 +157,10 @@ private:
             }
             cells.mapColor[i] = {pixel.color.r, pixel.color.g, pixel.color.b, 1};
         }
-        double x = m_grid.X(m_column), y = m_grid.Y(m_row);
         m_columns[i] = m_column;
         m_rows[i] = m_row;
-        cells.point[i] = {float(x), float(y), m_grid.z};
-        cells.mapCoordinates[i] = {float((x - m_grid.offsetX) / m_grid.dx / m_grid.px),
-                                   float((y - m_grid.offsetY) / m_grid.dy / m_grid.py), 0};
+        cells.point[i] = m_grid.Place(m_column, m_row);
+        cells.mapCoordinates[i] = m_grid.MapCoordinates(m_column, m_row);
         cells.hasHit[i] = 0;
         ++cells.count;
     }
@@ -237,8 +235,7 @@ private:
             cells.hash[1][i] = uint32_t(c.tile);
             cells.hash[2][i] = uint32_t(r.pixel);
             cells.hash[3][i] = uint32_t(r.tile);
-            cells.sourceIndex[i] = int32_t((m_rows[i] - m_grid.firstRow) * m_grid.columns +
-                                           (m_columns[i] - m_grid.firstColumn));
+            cells.sourceIndex[i] = int32_t(m_grid.NumberOf(m_columns[i], m_rows[i]));
             cells.ordinal[i] = m_ordinal;
             cells.row[i] = -1;
             cells.levelPlace[i] = ToObject(cells.point[i]);
@@ -353,3 +350,5 @@ TGridSource::TGridSource(const TBuildInput& input, const TGridGroup& group, cons
 std::unique_ptr<ICellReader> TGridSource::Read(size_t piece) const {
     return std::make_unique<TGridReader>(m_input, m_group, m_grid, m_decimation, m_pieces[piece]);
 }
+
+bool TGridSource::IsImage() const { return !m_input.distMap && !m_group.areas.Settings().map; }

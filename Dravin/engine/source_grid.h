@@ -45,6 +45,9 @@ public:
     size_t NumPieces() const override { return m_pieces.Count(); }
     std::unique_ptr<ICellReader> Read(size_t piece) const override;
     int64_t NumUnits() const override { return m_pieces.NumCells(); }
+    const TGrid& Grid() const { return m_grid; }
+    // Whether the cells are pixels of the input's image, not of a texture.
+    bool IsImage() const;
 
 private:
     const TBuildInput& m_input;

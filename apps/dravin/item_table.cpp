@@ -42,7 +42,7 @@ void ItemTable::ReadRecords(const ItemField& field, size_t first, size_t count,
     bool isUnsigned = field.kind == ItemFieldKind::kUInt;
     for (size_t done = 0; done < count;) {
         size_t together = 0;
-        TItemColumns items = m_items.RecordsFrom(first + done, &together);
+        TItemColumns items = m_items.ColumnsAt(first + done, &together);
         together = std::min(together, count - done);
         auto* record = static_cast<const std::byte*>(field.record(items));
         size_t stride = record ? field.stride : 0;
@@ -60,7 +60,7 @@ void ItemTable::ReadRecords(const ItemField& field, size_t first, size_t count,
 
 void ItemTable::Read(size_t column, size_t first, size_t count, TableCells& cells) const {
     const ItemField& field = *m_fields[column];
-    if (field.record) return ReadRecords(field, first, count, cells);
+    if (field.IsIn(m_items)) return ReadRecords(field, first, count, cells);
     size_t n = size_t(field.NumValues());
     TDravinItem item;
     for (size_t k = 0; k < count; ++k) {

@@ -25,7 +25,7 @@ protected:
     size_t ItemAt(float x, float y) const {
         const TDravinItemList& items = object->Build().Items();
         for (size_t i = 0; i < items.Count(); ++i)
-            if (items.Place(i).position == Point3{x, y, 0}) return i;
+            if (items.Position(i) == Point3{x, y, 0}) return i;
         ADD_FAILURE() << "no item at " << x << ", " << y;
         return 0;
     }

@@ -317,12 +317,12 @@ TEST_F(DravinBuild, AnInactiveAreaChangesNothing) {
     Run();
     std::vector<Point3> before;
     for (size_t i = 0; i < object->Build().Items().Count(); ++i)
-        before.push_back(object->Build().Items().Place(i).position);
+        before.push_back(object->Build().Items().Position(i));
     AddArea(*object, 1, AddMesh("wall", MakeBox(2, 20, 10, 1)), true);
     object->Block(kAreaParams).SetValue(areaParams::kPfAractivelist, 0, false, 1);
     ASSERT_EQ(size_t(Run().Statistics().itemCount), before.size());
     for (size_t i = 0; i < before.size(); ++i)
-        EXPECT_EQ(object->Build().Items().Place(i).position, before[i]);
+        EXPECT_EQ(object->Build().Items().Position(i), before[i]);
 }
 
 TEST_F(DravinBuild, ASurfaceRowThatIsOffLeavesNoIncludeArea) {
@@ -357,13 +357,13 @@ TEST_F(DravinBuild, ATintMapIsReadOnTheSurface) {
 TEST_F(DravinBuild, UvSeedsCountSurfacesThatShowNothing) {
     Set(kSurfaceParams, surfaceParams::kSurfmode, 1);
     Set(kSurfaceParams, surfaceParams::kRandstacked, true);
-    uint32_t seed = Run().Items().Place(0).seed;
+    uint32_t seed = Run().Items().Item(0).seed;
     auto nothing = INode::Create("nothing", std::make_shared<DummyObject>());
     scene.AddNode(nothing);
     object->Block(kSurfaceParams).SetElements(surfaceParams::kSurflist, {});
     object->Block(kSurfaceParams).Append(surfaceParams::kSurflist, Target(nothing));
     object->Block(kSurfaceParams).Append(surfaceParams::kSurflist, Target(plane));
-    EXPECT_EQ(Run().Items().Place(0).seed, seed + 1);
+    EXPECT_EQ(Run().Items().Item(0).seed, seed + 1);
 }
 
 TEST_F(DravinBuild, ASurfaceRowIncludesEvenWhenItExcludes) {

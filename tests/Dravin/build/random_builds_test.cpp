@@ -141,7 +141,7 @@ protected:
     std::vector<Point3> Positions() const {
         std::vector<Point3> positions;
         for (size_t i = 0; i < object->Build().Items().Count(); ++i)
-            positions.push_back(object->Build().Items().Place(i).position);
+            positions.push_back(object->Build().Items().Position(i));
         return positions;
     }
 };
@@ -180,7 +180,7 @@ TEST_P(RandomBuilds, FrozenItemsAreBuiltAgain) {
     if (build.Status() != TBuildStatus::kSuccess) return;
     EXPECT_EQ(build.Items().Count(), object->storedItems.size());
     for (size_t i = 0; i < build.Items().Count(); ++i)
-        EXPECT_EQ(build.Items().Place(i).seed, object->storedItems[i].seed);
+        EXPECT_EQ(build.Items().Item(i).seed, object->storedItems[i].seed);
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, RandomBuilds, testing::Range(1u, 201u));

@@ -392,8 +392,8 @@ void RandomScene::AddItemArea() {
     const TDravinItemList& items = other->Build().Items();
     float blur = 3 * 40.0f / kResolution;  // the items' sphere is no wider than that
     for (size_t i = 0; i < items.Count(); ++i) {
-        KnownRegion disc{KnownRegion::kDisc, {}, true, items.Extents(i).boundaryRadius, blur};
-        disc.points = {Flat(items.Place(i).position * place->GetObjectTM(0))};
+        KnownRegion disc{KnownRegion::kDisc, {}, true, items.Item(i).boundaryRadius, blur};
+        disc.points = {Flat(items.Position(i) * place->GetObjectTM(0))};
         groups.push_back({row, true, 0, false, 0, {disc}});
     }
 }

@@ -15,9 +15,11 @@ bool SameBits(const TDravinItem& a, const TDravinItem& b) {
     auto same = [&]<class G>(const G*) {
         return std::memcmp(&static_cast<const G&>(a), &static_cast<const G&>(b), sizeof(G)) == 0;
     };
-    return same((ItemPlace*)nullptr) && same((ItemExtents*)nullptr) && same((ItemColors*)nullptr) &&
-           same((ItemRandoms*)nullptr) && same((ItemCell*)nullptr) && same((ItemSurface*)nullptr) &&
-           same((ItemUvws*)nullptr) && same((ItemFactors*)nullptr) && same((ItemLooks*)nullptr) &&
+    return same((ItemPlace*)nullptr) && same((ItemExtents*)nullptr) && same((ItemTint*)nullptr) &&
+           same((ItemBirth*)nullptr) && same((ItemNormal*)nullptr) &&
+           same((ItemMapColor*)nullptr) && same((ItemRandoms*)nullptr) &&
+           same((ItemCell*)nullptr) && same((ItemSurface*)nullptr) && same((ItemUvws*)nullptr) &&
+           same((ItemFactors*)nullptr) && same((ItemLooks*)nullptr) &&
            a.fullTransform == b.fullTransform;
 }
 
@@ -184,8 +186,7 @@ TEST(Build, ARenderAtItsLimitIsCompleteOnAnyNumberOfThreads) {
 
 TEST(Build, ItemsBeyondTheMemoryAreRefused) {
     TBuildInput input = GroundInput();
-    TDravinItemList list(input.ItemGroupsNeeded());
-    input.memoryLimit = 400 * list.BytesPerItem();
+    input.memoryLimit = 400 * Build(input).list.BytesPerItem();
     EXPECT_EQ(Build(input).items.size(), 400u);
     input.memoryLimit -= 1;
     EXPECT_EQ(Build(input).result, TBuildResult::kOutOfMemory);
@@ -508,8 +509,29 @@ TEST(Build, RandomizeStackedUsesTheGroupsNumber) {
 
 TEST(Build, ListsStoreOnlyWhatTheSettingsCanFill) {
     TBuildInput plain = GroundInput(), rich = RichInput();
-    EXPECT_EQ(plain.ItemGroupsNeeded(), kGroupCell | kGroupSurface);
-    EXPECT_EQ(rich.ItemGroupsNeeded(), kGroupCell | kGroupSurface | kGroupFactors);
+    constexpr uint32_t kEvery = kGroupBirth | kGroupNormal | kGroupMapColor | kGroupCenter;
+    EXPECT_EQ(plain.ItemGroupsNeeded(), kEvery | kGroupCell | kGroupSurface);
+    EXPECT_EQ(rich.ItemGroupsNeeded(), kEvery | kGroupCell | kGroupSurface | kGroupFactors);
+}
+
+// What a list works out again is what it would have stored: here a second area, which shares the
+// grid, keeps cells from telling their place by their number.
+TEST(Build, WhatIsDerivedIsWhatWouldBeStored) {
+    TBuildInput input = RichInput();
+    input.areas.emplace_back().shape.lines = {
+        {{{-9, -9, 0}, {9, -9, 0}, {9, 9, 0}, {-9, 9, 0}}, true}};
+    BuiltItems derived = Build(input);
+    ASSERT_GT(derived.items.size(), 100u);
+    for (uint32_t group : {kGroupCell, kGroupBirth, kGroupNormal, kGroupMapColor, kGroupCenter})
+        EXPECT_TRUE(derived.list.Derives(group)) << group;
+    TAreaRow& far = input.areas.emplace_back();
+    far.settings.order = 1;
+    far.shape.lines = {{{{39, 39, 0}, {39.1f, 39, 0}, {39.1f, 39.1f, 0}}, true}};
+    BuiltItems stored = Build(input);
+    EXPECT_FALSE(stored.list.Derives(kGroupCell));
+    ASSERT_GE(stored.items.size(), derived.items.size());
+    for (size_t i = 0; i < derived.items.size(); ++i)
+        ASSERT_TRUE(SameBits(derived.items[i], stored.items[i])) << i;
 }
 
 TEST(AutomaticMapSize, IsAHundredMetresOrTwentyFiveOnSmallGround) {

@@ -169,7 +169,9 @@ TEST(Collisions, NumbersThatAreNotFiniteStayOutOfIt) {
 TEST(Collisions, TheFirstRowsItemsComeFirst) {
     Spheres s{{{-5, 0, 0}, 1, 1}, {{0, 0, 0}, 1, 2}, {{0, 0, 0}, 1, 3}, {{5, 0, 0}, 1, 4}};
     TDravinItemList list = ListOf(s);
-    list.Place(0).specimenIndex = 2;
+    TDravinItem other = list.Item(0);
+    other.specimenIndex = 2;
+    list.Write(0, other);
     EXPECT_EQ(RemoveCollisions(list, kBounds, {}), 1);
     ASSERT_EQ(list.Count(), 3u);
     EXPECT_EQ(list.Item(0).sourceIndex, 1);
