@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <string_view>
 
+#include "Dravin/effects/effect_machines.h"
 #include "Dravin/effects/item_attributes.h"
+#include "Dravin/engine/item_list.h"
 
 using namespace tavuvm_expr;
 
@@ -67,13 +69,28 @@ bool DrawsRandoms(const compiled_program& p) {
     return false;
 }
 
-bool ReplacesItems(size_t attribute) {
-    using namespace std::string_view_literals;
-    static constexpr std::string_view names[] = {
-        "geomID"sv,     "surfDirection"sv, "randTransMin"sv, "randTransMax"sv,
-        "randRotMin"sv, "randRotMax"sv,    "randScaleMin"sv, "randScaleMax"sv};
-    return std::find(std::begin(names), std::end(names),
-                     std::string_view(ItemAttributes()[attribute].name)) != std::end(names);
+// Whether an item that has this attribute written is built again.
+bool Replaces(std::string_view attribute) {
+    static constexpr std::string_view names[] = {"geomID",       "surfDirection", "randTransMin",
+                                                 "randTransMax", "randRotMin",    "randRotMax",
+                                                 "randScaleMin", "randScaleMax"};
+    return std::find(std::begin(names), std::end(names), attribute) != std::end(names);
+}
+
+// Where the list keeps what is written. Angles and scales that are not the drawn ones any more
+// cannot be drawn again.
+uint32_t GroupOf(std::string_view attribute) {
+    if (attribute == "rotation" || Replaces(attribute)) return kGroupKept;
+    return attribute == "animSample" ? uint32_t{kGroupLooks} : 0u;
+}
+
+bool Returns(const compiled_program& p) {
+    for (size_t cell = 0; cell < p.code.size();) {
+        auto op = opcode(p.code[cell].to_integer());
+        if (op == opcode::return_ || op == opcode::stop) return true;
+        cell += 1 + size_t(info_of(int32_t(op)).operands);
+    }
+    return false;
 }
 
 }  // namespace
@@ -86,7 +103,11 @@ TEffectProgram::TEffectProgram(std::shared_ptr<const compiled_program> compiled,
     lanes = batch_program::make(*code, varying);
     attributes = AttributesOf(*code, itemSlot);
     usesRandom = DrawsRandoms(*code);
-    mayReplace = std::any_of(attributes.written.begin(), attributes.written.end(), ReplacesItems);
+    for (size_t i : attributes.written) {
+        mayReplace = mayReplace || Replaces(ItemAttributes()[i].name);
+        groupsWritten |= GroupOf(ItemAttributes()[i].name);
+    }
+    if (Returns(*code)) groupsWritten |= kGroupSource;
 }
 
 std::unique_ptr<IEffectRunner> TEffectPrograms::MakeRunner(const TBuildInput& input,
@@ -104,154 +125,8 @@ bool TEffectPrograms::UsesRandom() const {
                        [](const TEffectProgram& p) { return p.usesRandom; });
 }
 
-// --- one program
-
-TDistributeEffectVM::TDistributeEffectVM(const TEffectProgram& program, bool plainOnly)
-    : m_program(program), m_machine(program.code) {
-    for (size_t i = 0; i < program.slots.size(); ++i) m_machine.set_slot(i, program.slots[i]);
-    if (plainOnly || !program.lanes) return;
-    m_batch = std::make_unique<batch_machine>(program.lanes, *program.code->functions);
-    m_batch->bind(program.slots);
-}
-
-void TDistributeEffectVM::Run(const TEffectLanes& items, const TBuildInput& input,
-                              TEffVMCallback& host) {
-    m_alive.clear();
-    ForEachAlive(items.lanes, [&](size_t k) { m_alive.push_back(uint32_t(k)); });
-    if (!m_batch || m_alive.size() < kSmallestBatch) {
-        for (uint32_t k : m_alive) RunPlain(items, k, input, host);
-        return;
-    }
-    for (size_t first = 0; first < m_alive.size(); first += batch_machine::width) {
-        size_t count = std::min(batch_machine::width, m_alive.size() - first);
-        RunBatch(items, Batch(m_alive).subspan(first, count), input, host);
-    }
-}
-
-// The result of a program is a vector or nothing; the vectors of all programs add up.
-static void AddResult(const value& result, ItemSource& from) {
-    if (!result.is_vector()) return;
-    vector3 v = result.vector();
-    from.effectVector += Point3{v.x, v.y, v.z};
-}
-
-void TDistributeEffectVM::RunPlain(const TEffectLanes& items, size_t k, const TBuildInput& input,
-                                   TEffVMCallback& host) {
-    auto attributes = ItemAttributes();
-    m_machine.reset();
-    for (size_t slot : m_program.attributes.restored)
-        m_machine.set_slot(slot, m_program.slots[slot]);
-    TAttributeSource source{items.lanes, items.cells, k, items.outcomes[k], input};
-    for (size_t i : m_program.attributes.read)
-        m_machine.set_slot(m_program.itemSlot + i, attributes[i].read(source));
-    // An item whose run fails stays as it was.
-    TNuRandom* random = items.randoms.empty() ? nullptr : &items.randoms[k];
-    if (!m_machine.run(random, &host)) return;
-    for (size_t i : m_program.attributes.written)
-        if (m_machine.is_modified(m_program.itemSlot + i))
-            attributes[i].write({items.lanes, k, items.outcomes[k], input},
-                                Taken(attributes[i], m_machine.slot(m_program.itemSlot + i)));
-    AddResult(m_machine.result(), items.lanes.from[k]);
-}
-
-void TDistributeEffectVM::FillBatch(const TEffectLanes& items, Batch batch,
-                                    const TBuildInput& input) {
-    auto attributes = ItemAttributes();
-    for (const batch_program::binding& b : m_program.lanes->inputs) {
-        const TItemAttribute& attribute = attributes[b.slot - m_program.itemSlot];
-        if (attribute.column) {
-            FillFromColumn(attribute.column(items.lanes), b.value, batch);
-            continue;
-        }
-        for (size_t place = 0; place < batch.size(); ++place) {
-            size_t k = batch[place];
-            FillOne(b.value, place,
-                    attribute.read({items.lanes, items.cells, k, items.outcomes[k], input}));
-        }
-    }
-}
-
-void TDistributeEffectVM::FillFromColumn(const TAttributeColumn& column, const lane_value& to,
-                                         Batch batch) {
-    int numParts = to.kind == lane_value::shape::real ? 1 : 3;
-    for (int p = 0; p < numParts; ++p) {
-        if (to.part[p] == no_register) continue;
-        float* lane = m_batch->real_lane(to.part[p]);
-        for (size_t place = 0; place < batch.size(); ++place)
-            lane[place] = column.At(p, batch[place]);
-    }
-}
-
-void TDistributeEffectVM::FillOne(const lane_value& to, size_t place, const value& v) {
-    if (to.kind == lane_value::shape::integer) {
-        m_batch->integer_lane(to.part[0])[place] = v.integer();
-    } else if (to.kind == lane_value::shape::real) {
-        m_batch->real_lane(to.part[0])[place] = v.real();
-    } else {
-        vector3 p = v.vector();
-        const float component[3] = {p.x, p.y, p.z};
-        for (int c = 0; c < 3; ++c)
-            if (to.part[c] != no_register) m_batch->real_lane(to.part[c])[place] = component[c];
-    }
-}
-
-void TDistributeEffectVM::RunBatch(const TEffectLanes& items, Batch batch, const TBuildInput& input,
-                                   TEffVMCallback& host) {
-    FillBatch(items, batch, input);
-    TNuRandom* randoms[batch_machine::width];
-    std::vector<TNuRandom> before;  // only where a run may fail: such items run again
-    bool draws = m_program.usesRandom && !items.randoms.empty();
-    bool keeps = draws && m_program.lanes->can_fail;
-    for (size_t place = 0; draws && place < batch.size(); ++place)
-        randoms[place] = &items.randoms[batch[place]];
-    for (size_t place = 0; keeps && place < batch.size(); ++place)
-        before.push_back(*randoms[place]);
-    m_batch->run(batch.size(), std::span(randoms, draws ? batch.size() : 0), &host);
-
-    for (size_t place = 0; place < batch.size(); ++place) {
-        if (!m_batch->any_failed() || !m_batch->failed(place)) {
-            TakeResults(items, batch[place], place, input);
-            continue;
-        }
-        // The plain machine says what such an item is left with.
-        if (keeps) *randoms[place] = before[place];
-        RunPlain(items, batch[place], input, host);
-    }
-}
-
-// What the program left for the item of lane k.
-void TDistributeEffectVM::TakeResults(const TEffectLanes& items, size_t k, size_t place,
-                                      const TBuildInput& input) {
-    auto attributes = ItemAttributes();
-    for (const batch_program::binding& b : m_program.lanes->outputs) {
-        // Parameters and read-only attributes change for the program only.
-        size_t i = b.slot - m_program.itemSlot;
-        if (b.slot < m_program.itemSlot || i >= attributes.size() || !attributes[i].write) continue;
-        attributes[i].write({items.lanes, k, items.outcomes[k], input},
-                            Taken(attributes[i], m_batch->get(b.value, place)));
-    }
-    if (m_program.lanes->returns)
-        AddResult(m_batch->get(m_program.lanes->result, place), items.lanes.from[k]);
-}
-
-// --- all programs
-
-TDistributeEffectVMList::TDistributeEffectVMList(const TEffectPrograms& programs,
-                                                 const TBuildInput& input,
-                                                 const TGeometryChoice& geometry)
-    : m_input(input) {
-    for (const auto& curve : programs.curves) m_curves.push_back(curve.get());
-    m_host = {&input, &geometry, programs.textures, m_curves};
-    m_machines.reserve(programs.programs.size());
-    for (const TEffectProgram& p : programs.programs)
-        m_machines.emplace_back(p, programs.plainOnly);
-}
-
-void TDistributeEffectVMList::Run(const TEffectLanes& items) {
-    TItemLanes& lanes = items.lanes;
-    for (size_t k = 0; k < lanes.count; ++k) lanes.from[k].effectVector = {};
-    for (TDistributeEffectVM& machine : m_machines) machine.Run(items, m_input, m_host);
-    // An item that a program hides keeps no vector, not even of the programs before.
-    for (size_t k = 0; k < lanes.count; ++k)
-        if (!lanes.IsAlive(k)) lanes.from[k].effectVector = {};
+uint32_t TEffectPrograms::GroupsWritten() const {
+    uint32_t groups = 0;
+    for (const TEffectProgram& p : programs) groups |= p.groupsWritten;
+    return groups;
 }

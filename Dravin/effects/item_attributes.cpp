@@ -2,28 +2,17 @@
 
 #include <cmath>
 
+#include "Dravin/effects/attribute_rows.h"
 #include "Dravin/effects/tavuvm_expr/algebra.h"
 #include "Dravin/engine/item_steps.h"
 
+using namespace attribute_rows;
+
 namespace {
 
-using tavuvm_expr::type_code;
 using tavuvm_expr::value;
-using tavuvm_expr::vector3;
-using Source = const TAttributeSource&;
-using Target = const TAttributeTarget&;
-using Value = const value&;
 
-value FromPoint(const Point3& p) { return vector3{p.x, p.y, p.z}; }
-value FromColor(const Color& c) { return vector3{c.r, c.g, c.b}; }
-Point3 ToPoint(Value v) {
-    vector3 a = v.vector();
-    return {a.x, a.y, a.z};
-}
-Color ToColor(Value v) {
-    vector3 a = v.vector();
-    return {a.x, a.y, a.z};
-}
+Point3 AsPoint(const Color& c) { return {c.r, c.g, c.b}; }
 
 // --- random ranges
 
@@ -115,139 +104,109 @@ int32_t SampleOffset(Source s) {
     size_t i = size_t(s.lanes.animation[s.k]);
     return i < NumFrames(s) ? int32_t(s.lanes.specimen[s.k]->frames[i].second) : 0;
 }
-void SetSample(Target t, Value v) {
-    int32_t sample = v.integer();
+void SetSample(Target t, int32_t sample) {
     bool exists = sample >= 0 && size_t(sample) < t.lanes.specimen[t.k]->frames.size();
     t.lanes.animation[t.k] = exists ? sample : 0;
 }
 
 // --- visibility
 
-void SetVisible(Target t, Value v) {
-    if (v.integer() == 0)
-        t.lanes.Drop(t.k, TLaneFate::kEffect);
-    else if (t.lanes.fate[t.k] == TLaneFate::kEffect)
-        t.lanes.fate[t.k] = TLaneFate::kAlive;
+// One choice without branches: which items a program hides is hard to foresee.
+void SetVisible(Target t, int32_t visible) {
+    TLaneFate fate = t.lanes.fate[t.k];
+    TLaneFate shown = fate == TLaneFate::kEffect ? TLaneFate::kAlive : fate;
+    t.lanes.fate[t.k] = visible == 0 ? TLaneFate::kEffect : shown;
 }
 
-// --- columns
+// --- what comes from around the item
 
-template <TPointLane TItemLanes::*kLane>
-TAttributeColumn Points(const TItemLanes& lanes) {
-    const TPointLane& p = lanes.*kLane;
-    return {{p.x.Data(), p.y.Data(), p.z.Data()}};
-}
-template <TLane<float> TItemLanes::*kLane>
-TAttributeColumn Floats(const TItemLanes& lanes) {
-    return {{(lanes.*kLane).Data(), nullptr, nullptr}};
+// What an item keeps of its source; lists that keep none hold what an item has before everything.
+const ItemSource& FromSource(Source s) {
+    static const ItemSource none;
+    return s.lanes.from.Size() > 0 ? s.lanes.from[s.k] : none;
 }
 
-constexpr type_code kInt = type_code::integer, kReal = type_code::real, kVec = type_code::vector;
+template <int kWord>
+int32_t HashWord(Source s) {
+    return int32_t(s.cells.hash[kWord][s.lanes.cell[s.k]]);
+}
+
+// --- what follows from a write
+
+void Turn(const TBuildInput&, TItemLanes& lanes, Items items) { TurnItems(lanes, items); }
+void Resize(const TBuildInput& input, TItemLanes& lanes, Items items) {
+    ResizeItems(input.transforms, lanes, items);
+}
 
 const TItemAttribute kAttributes[] = {
-    {"position", kVec, [](Source s) { return FromPoint(s.lanes.position[s.k]); },
-     [](Target t, Value v) { t.lanes.position.Set(t.k, ToPoint(v)); },
-     Points<&TItemLanes::position>},
-    {"rotation", kVec, [](Source s) { return FromPoint(s.lanes.rotation[s.k]); },
-     [](Target t, Value v) {
-         t.lanes.rotation.Set(t.k, ToPoint(v));
-         TurnItem(t.lanes, t.k);
-     },
-     Points<&TItemLanes::rotation>},
-    {"xrotaxis", kVec, [](Source s) { return FromPoint(s.lanes.axisX[s.k]); },
-     [](Target t, Value v) { t.lanes.axisX.Set(t.k, ToPoint(v)); }, Points<&TItemLanes::axisX>},
-    {"yrotaxis", kVec, [](Source s) { return FromPoint(s.lanes.axisY[s.k]); },
-     [](Target t, Value v) { t.lanes.axisY.Set(t.k, ToPoint(v)); }, Points<&TItemLanes::axisY>},
-    {"zrotaxis", kVec, [](Source s) { return FromPoint(s.lanes.axisZ[s.k]); },
-     [](Target t, Value v) { t.lanes.axisZ.Set(t.k, ToPoint(v)); }, Points<&TItemLanes::axisZ>},
-    {"scale", kVec, [](Source s) { return FromPoint(s.lanes.scale[s.k]); },
-     [](Target t, Value v) {
-         t.lanes.scale.Set(t.k, ToPoint(v));
-         ResizeItem(t.input.transforms, t.lanes, t.k);
-     },
-     Points<&TItemLanes::scale>},
-    {"visible", kInt, [](Source s) { return value(int32_t(s.lanes.IsAlive(s.k))); }, SetVisible},
-    {"userID", kInt, [](Source s) { return value(s.lanes.from[s.k].userId); }, nullptr},
-    {"geomID", kInt, [](Source s) { return value(GeometryIndex(s)); },
-     [](Target t, Value v) {
-         t.outcome.geometryWritten = true;
-         t.outcome.specimen = v.integer();
-     }},
-    {"geomColor", kVec, [](Source s) { return FromColor(Geometry(s).colorId); }, nullptr},
-    {"geomProbability", kReal, [](Source s) { return value(Geometry(s).probability); }, nullptr},
-    {"distXPixel", kInt,
-     [](Source s) { return value(int32_t(s.cells.hash[0][s.lanes.cell[s.k]])); }, nullptr},
-    {"distYPixel", kInt,
-     [](Source s) { return value(int32_t(s.cells.hash[2][s.lanes.cell[s.k]])); }, nullptr},
-    {"distXTile", kInt, [](Source s) { return value(int32_t(s.cells.hash[1][s.lanes.cell[s.k]])); },
-     nullptr},
-    {"distYTile", kInt, [](Source s) { return value(int32_t(s.cells.hash[3][s.lanes.cell[s.k]])); },
-     nullptr},
-    {"distUVW", kVec, [](Source s) { return FromPoint(s.lanes.mapCoordinates[s.k]); }, nullptr},
-    {"distPathPos", kReal, [](Source s) { return value(s.lanes.from[s.k].pathPosition); }, nullptr},
-    {"distPathTangent", kVec, [](Source s) { return FromPoint(s.lanes.from[s.k].pathTangent); },
-     nullptr},
-    {"collisionRadius", kReal, [](Source s) { return value(s.lanes.collisionRadius[s.k]); },
-     nullptr, Floats<&TItemLanes::collisionRadius>},
-    {"collisionHeight", kReal, [](Source s) { return value(s.lanes.collisionHeight[s.k]); },
-     nullptr, Floats<&TItemLanes::collisionHeight>},
-    {"tintColor", kVec, [](Source s) { return FromPoint(s.lanes.tint[s.k]); },
-     [](Target t, Value v) {
-         t.lanes.tint.Set(t.k, ToPoint(v));
-         t.outcome.overrides.tintColor = ToColor(v);
-         t.outcome.overrides.hasTintColor = true;
-     },
-     Points<&TItemLanes::tint>},
-    {"tintMult", kReal, [](Source s) { return value(s.lanes.tintBlend[s.k]); },
-     [](Target t, Value v) {
-         t.lanes.tintBlend[t.k] = t.outcome.overrides.tintBlend = v.real();
-         t.outcome.overrides.hasTintBlend = true;
-     },
-     Floats<&TItemLanes::tintBlend>},
-    {"animSample", kInt, [](Source s) { return value(s.lanes.animation[s.k]); }, SetSample},
-    {"animNumSamples", kInt, [](Source s) { return value(int32_t(NumFrames(s))); }, nullptr},
-    {"animOffset", kInt, [](Source s) { return value(SampleOffset(s)); }, nullptr},
-    {"surfNormal", kVec, [](Source s) { return FromPoint(s.lanes.faceNormal[s.k]); }, nullptr,
-     Points<&TItemLanes::faceNormal>},
-    {"surfDirection", kInt,
-     [](Source s) { return value(tavuvm_expr::truncated(std::round(Direction(s)))); },
-     [](Target t, Value v) {
-         t.outcome.placementWritten = true;
-         t.outcome.overrides.hasDirection = true;
-         t.outcome.overrides.direction = float(v.integer());
-     }},
-    {"surfSlope", kReal, [](Source s) { return value(SlopeIn(s)); }, nullptr},
-    {"areaIncDistance", kReal, [](Source s) { return value(s.lanes.borders[s.k].includeDistance); },
-     nullptr},
-    {"areaIncNearest", kVec,
-     [](Source s) { return FromPoint(s.lanes.borders[s.k].includeNearest); }, nullptr},
-    {"areaExcDistance", kReal, [](Source s) { return value(s.lanes.borders[s.k].excludeDistance); },
-     nullptr},
-    {"areaExcNearest", kVec,
-     [](Source s) { return FromPoint(s.lanes.borders[s.k].excludeNearest); }, nullptr},
-    {"areaFalloffScale", kVec, [](Source s) { return FromPoint(s.lanes.falloffScale[s.k]); },
-     nullptr, Points<&TItemLanes::falloffScale>},
-    {"randTransMin", kVec, [](Source s) { return FromPoint(TranslationRange(s).min); },
-     [](Target t, Value v) { Translation(t).translationMin = ToPoint(v); }},
-    {"randTransMax", kVec, [](Source s) { return FromPoint(TranslationRange(s).max); },
-     [](Target t, Value v) { Translation(t).translationMax = ToPoint(v); }},
-    {"randRotMin", kVec, [](Source s) { return FromPoint(RotationRange(s).min); },
-     [](Target t, Value v) { Rotation(t).rotationMin = ToPoint(v); }},
-    {"randRotMax", kVec, [](Source s) { return FromPoint(RotationRange(s).max); },
-     [](Target t, Value v) { Rotation(t).rotationMax = ToPoint(v); }},
-    {"randScaleMin", kVec, [](Source s) { return FromPoint(ScaleRange(s).min); },
-     [](Target t, Value v) { Scale(t).scaleMin = ToPoint(v); }},
-    {"randScaleMax", kVec, [](Source s) { return FromPoint(ScaleRange(s).max); },
-     [](Target t, Value v) { Scale(t).scaleMax = ToPoint(v); }},
-    {"particleAge", kInt, [](Source s) { return value(s.lanes.from[s.k].particleAge); }, nullptr},
-    {"particleSpeed", kVec, [](Source s) { return FromPoint(s.lanes.from[s.k].particleSpeed); },
-     nullptr},
-    {"particleEventID", kInt, [](Source s) { return value(s.lanes.from[s.k].particleEventId); },
-     nullptr},
-    {"particleRotation", kVec,
-     [](Source s) { return FromPoint(s.lanes.from[s.k].particleRotation); }, nullptr},
-    {"particleScale", kVec, [](Source s) { return FromPoint(s.lanes.from[s.k].particleScale); },
-     nullptr},
+    PointLane<&TItemLanes::position>("position"),
+    PointLane<&TItemLanes::rotation, Turn>("rotation"),
+    PointLane<&TItemLanes::axisX>("xrotaxis"),
+    PointLane<&TItemLanes::axisY>("yrotaxis"),
+    PointLane<&TItemLanes::axisZ>("zrotaxis"),
+    PointLane<&TItemLanes::scale, Resize>("scale"),
+    Writing<[](Source s) { return int32_t(s.lanes.IsAlive(s.k)); }, SetVisible>("visible"),
+    Reading<[](Source s) { return FromSource(s).userId; }>("userID"),
+    Writing<GeometryIndex,
+            [](Target t, int32_t row) {
+                t.outcome.geometryWritten = true;
+                t.outcome.specimen = row;
+            }>("geomID"),
+    Reading<[](Source s) { return AsPoint(Geometry(s).colorId); }>("geomColor"),
+    Reading<[](Source s) { return Geometry(s).probability; }>("geomProbability"),
+    Reading<HashWord<0>>("distXPixel"),
+    Reading<HashWord<2>>("distYPixel"),
+    Reading<HashWord<1>>("distXTile"),
+    Reading<HashWord<3>>("distYTile"),
+    Reading<[](Source s) { return s.lanes.mapCoordinates[s.k]; }>("distUVW"),
+    Reading<[](Source s) { return FromSource(s).pathPosition; }>("distPathPos"),
+    Reading<[](Source s) { return FromSource(s).pathTangent; }>("distPathTangent"),
+    FixedFloatLane<&TItemLanes::collisionRadius>("collisionRadius"),
+    FixedFloatLane<&TItemLanes::collisionHeight>("collisionHeight"),
+    Writing<PointIn<&TItemLanes::tint>,
+            [](Target t, const Point3& p) {
+                t.lanes.tint.Set(t.k, p);
+                t.outcome.overrides.tintColor = {p.x, p.y, p.z};
+                t.outcome.overrides.hasTintColor = true;
+            }>("tintColor", Points<&TItemLanes::tint>),
+    Writing<FloatIn<&TItemLanes::tintBlend>,
+            [](Target t, float blend) {
+                t.lanes.tintBlend[t.k] = t.outcome.overrides.tintBlend = blend;
+                t.outcome.overrides.hasTintBlend = true;
+            }>("tintMult", Floats<&TItemLanes::tintBlend>),
+    Writing<[](Source s) { return s.lanes.animation[s.k]; }, SetSample>("animSample"),
+    Reading<[](Source s) { return int32_t(NumFrames(s)); }>("animNumSamples"),
+    Reading<SampleOffset>("animOffset"),
+    FixedPointLane<&TItemLanes::faceNormal>("surfNormal"),
+    Writing<[](Source s) { return tavuvm_expr::truncated(std::round(Direction(s))); },
+            [](Target t, int32_t percent) {
+                t.outcome.placementWritten = true;
+                t.outcome.overrides.hasDirection = true;
+                t.outcome.overrides.direction = float(percent);
+            }>("surfDirection"),
+    Reading<SlopeIn>("surfSlope"),
+    Reading<[](Source s) { return s.lanes.borders[s.k].includeDistance; }>("areaIncDistance"),
+    Reading<[](Source s) { return s.lanes.borders[s.k].includeNearest; }>("areaIncNearest"),
+    Reading<[](Source s) { return s.lanes.borders[s.k].excludeDistance; }>("areaExcDistance"),
+    Reading<[](Source s) { return s.lanes.borders[s.k].excludeNearest; }>("areaExcNearest"),
+    FixedPointLane<&TItemLanes::falloffScale>("areaFalloffScale"),
+    Writing<[](Source s) { return TranslationRange(s).min; },
+            [](Target t, const Point3& p) { Translation(t).translationMin = p; }>("randTransMin"),
+    Writing<[](Source s) { return TranslationRange(s).max; },
+            [](Target t, const Point3& p) { Translation(t).translationMax = p; }>("randTransMax"),
+    Writing<[](Source s) { return RotationRange(s).min; },
+            [](Target t, const Point3& p) { Rotation(t).rotationMin = p; }>("randRotMin"),
+    Writing<[](Source s) { return RotationRange(s).max; },
+            [](Target t, const Point3& p) { Rotation(t).rotationMax = p; }>("randRotMax"),
+    Writing<[](Source s) { return ScaleRange(s).min; },
+            [](Target t, const Point3& p) { Scale(t).scaleMin = p; }>("randScaleMin"),
+    Writing<[](Source s) { return ScaleRange(s).max; },
+            [](Target t, const Point3& p) { Scale(t).scaleMax = p; }>("randScaleMax"),
+    Reading<[](Source s) { return FromSource(s).particleAge; }>("particleAge"),
+    Reading<[](Source s) { return FromSource(s).particleSpeed; }>("particleSpeed"),
+    Reading<[](Source s) { return FromSource(s).particleEventId; }>("particleEventID"),
+    Reading<[](Source s) { return FromSource(s).particleRotation; }>("particleRotation"),
+    Reading<[](Source s) { return FromSource(s).particleScale; }>("particleScale"),
 };
 
 }  // namespace

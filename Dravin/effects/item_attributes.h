@@ -9,6 +9,7 @@
 #include <span>
 #include <vector>
 
+#include "Dravin/effects/tavuvm_expr/lane_ops.h"
 #include "Dravin/effects/tavuvm_expr/language.h"
 #include "Dravin/engine/build_input.h"
 #include "Dravin/engine/effect_runner.h"
@@ -31,11 +32,31 @@ struct TAttributeTarget {
     const TBuildInput& input;
 };
 
+// The items of a batch.
+struct TAttributeBatch {
+    TItemLanes& lanes;
+    const TCells& cells;
+    std::span<TEffectOutcome> outcomes;
+    const TBuildInput& input;
+    std::span<const uint32_t> items;  // their lanes, in order
+    // Where each stands in the program's registers: side by side where the lanes do.
+    std::span<const uint32_t> places;
+};
+
 // Where the numbers of an attribute stand, a column for each part of a vector.
 struct TAttributeColumn {
     const float* part[3];
+};
 
-    float At(int p, size_t k) const { return part[p][k]; }
+// Registers that take an attribute's numbers: int32_t or float, a lane for each part of a vector;
+// null: nobody reads it.
+struct TAttributeLanes {
+    void* part[3] = {};
+};
+
+// Numbers that a program left, of the attribute's type.
+struct TAttributeResults {
+    tavuvm_expr::lane_operand part[3];
 };
 
 struct TItemAttribute {
@@ -44,9 +65,12 @@ struct TItemAttribute {
     tavuvm_expr::value (*read)(const TAttributeSource& source);
     // Null: read-only. The value is of the attribute's type.
     void (*write)(const TAttributeTarget& target, const tavuvm_expr::value& v);
+    // The same for all items of a batch.
+    void (*readAll)(const TAttributeBatch& batch, const TAttributeLanes& to);
+    void (*writeAll)(const TAttributeBatch& batch, const TAttributeResults& from);
     // What `read` reads, of real attributes and vectors that stand in the lanes as they are; null
     // for all others.
-    TAttributeColumn (*column)(const TItemLanes& lanes) = nullptr;
+    TAttributeColumn (*column)(const TItemLanes& lanes);
 };
 
 // In the order of the attributes' slots.

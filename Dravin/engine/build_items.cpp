@@ -9,6 +9,7 @@
 #include "Dravin/engine/distribute_grid.h"
 #include "Dravin/engine/distribute_points.h"
 #include "Dravin/engine/distribute_uv.h"
+#include "Dravin/engine/effect_runner.h"
 #include "Dravin/engine/item_completer.h"
 #include "Dravin/engine/produce_items.h"
 #include "Dravin/engine/source_stored.h"
@@ -163,8 +164,9 @@ int32_t ComputeCollisions(const TBuildInput& input, const Box3& bounds, TDravinI
 uint32_t TBuildInput::ItemGroupsNeeded() const {
     uint32_t groups = kGroupBirth | kGroupNormal | kGroupMapColor | kGroupCenter;
     bool grid = distributionMode == kDistImage && !customEdit;
-    // Effects leave vectors, animation samples, and angles and scales of their own.
-    if (effects) groups |= kGroupSource | kGroupLooks | kGroupKept;
+    // Effects leave vectors, animation samples, and angles and scales of their own. Hand-edited
+    // items that a rule drops have none: they cannot be drawn again.
+    if (effects) groups |= effects->GroupsWritten() | (customEdit ? uint32_t{kGroupKept} : 0u);
     if (grid) groups |= kGroupCell;
     bool mapped = surfaceMode == kSurfaceUV;
     if (!grid || mapped) groups |= kGroupSource;

@@ -17,6 +17,12 @@ struct TEffectOutcome {
     bool geometryWritten = false;   // `specimen` is the row that they want
     bool placementWritten = false;  // random ranges or the surface direction
     int32_t specimen = 0;
+
+    // Forgets all; values that nothing says are there stay behind.
+    void Clear() {
+        overrides.Clear();
+        geometryWritten = placementWritten = false;
+    }
 };
 
 // Lanes on their way through the programs; those that are not alive are left alone.
@@ -24,7 +30,7 @@ struct TEffectLanes {
     TItemLanes& lanes;
     const TCells& cells;
     std::span<TEffectOutcome> outcomes;  // one a lane
-    std::span<TNuRandom> randoms;  // one a lane, behind the item's own draws; empty: none draws
+    TNuRandomColumns randoms;  // one a lane, behind the item's own draws; empty: none draws
 };
 
 class IEffectRunner {
@@ -45,4 +51,6 @@ public:
     virtual bool MayReplace() const = 0;
     // Whether a program draws random numbers of the item.
     virtual bool UsesRandom() const = 0;
+    // Groups of the item list (ItemGroups) that programs write into, whatever the settings fill.
+    virtual uint32_t GroupsWritten() const = 0;
 };

@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "Dravin/engine/effect_runner.h"
 #include "Dravin/engine/source_grid.h"
 
 namespace {
@@ -54,10 +55,11 @@ void DeriveCell(const TBuildInput& input, const TKnownGrid& known, uint32_t grou
 
 constexpr uint32_t kCellGroups = kGroupCell | kGroupBirth | kGroupMapColor;
 
-// Programs may change what else would follow from the cell and the surface.
+// Programs that build items again may change what else would follow from the cell and the surface.
 uint32_t DerivedGroups(const TBuildInput& input, const std::optional<TKnownGrid>& grid) {
     uint32_t groups = input.specimens.empty() ? 0u : uint32_t{kGroupCenter};
-    if (input.effects || !grid) return groups;
+    bool replaces = input.effects && input.effects->MayReplace();
+    if (replaces || !grid) return groups;
     if (!input.surfaces.empty()) groups |= kGroupNormal;
     groups |= kGroupCell | kGroupBirth;
     if (grid->isImage) groups |= kGroupMapColor;
@@ -80,10 +82,12 @@ void CompleteUvws(const TBuildInput& input, TDravinItem& item) {
             item.mapUvws[map] = array.Uvw(channel, hit);
 }
 
-void Complete(const TBuildInput& input, const TTransformRanges& ranges, TDravinItem& item) {
+// keepsDraws: angles and scales are stored that need not be the drawn ones.
+void Complete(const TBuildInput& input, const TTransformRanges& ranges, bool keepsDraws,
+              TDravinItem& item) {
     TNuRandom generator;
     RedrawItemRandoms(input.transforms, ranges, generator, item);
-    if (input.effects) {
+    if (keepsDraws) {
         item.rotation = item.keptRotation;
         item.randomScale = item.keptRandomScale;
     }
@@ -105,8 +109,8 @@ ItemCompleter CompleterOf(const TBuildInput& input, const TItemSources& sources)
             item.normal = WorkingNormal(item.surfaceNormal, input.directionPercent);
         if (groups & kCellGroups) DeriveCell(input, *grid, groups, item);
     };
-    completer.complete = [&input, ranges = TransformRanges(input.transforms)](TDravinItem& item) {
-        Complete(input, ranges, item);
-    };
+    bool keepsDraws = input.ItemGroupsNeeded() & kGroupKept;
+    completer.complete = [&input, keepsDraws, ranges = TransformRanges(input.transforms)](
+                             TDravinItem& item) { Complete(input, ranges, keepsDraws, item); };
     return completer;
 }

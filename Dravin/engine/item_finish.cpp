@@ -3,7 +3,6 @@
 #include "Dravin/engine/item_looks.h"
 #include "Dravin/engine/item_steps.h"
 #include "Dravin/engine/step_tools.h"
-#include "host/math/sin_cos.h"
 
 namespace {
 
@@ -67,6 +66,125 @@ ItemPlace PlaceOf(const TItemLanes& lanes, size_t k) {
     return place;
 }
 
+void ResizeItem(const TTransformSettings& s, TItemLanes& lanes, size_t k) {
+    Point3 full = lanes.size[k];
+    if (!s.customEdit) {
+        Point3 growth = lanes.externalScale[k] * lanes.falloffScale[k];
+        full = {full.x * growth.x, full.y * growth.y, full.z * growth.z};
+    }
+    lanes.width[k] = lanes.scale.x[k] * full.x * s.globalScale;
+    lanes.height[k] = lanes.scale.z[k] * full.z * s.globalScale;
+    lanes.depth[k] = lanes.scale.y[k] * full.y * s.globalScale;
+
+    const TSpecimenElement& e = *lanes.source[k];
+    float center = float(e.centerPercent) * 0.01f;
+    if (center < 0.5f) center = 1 - center;
+    lanes.outerRadius[k] =
+        std::max(lanes.width[k], lanes.depth[k]) * std::max(e.meshAspect, 1.0f) * center;
+    lanes.boundaryRadius[k] = lanes.outerRadius[k] * float(e.radiusPercent) * 0.01f;
+    lanes.collisionRadius[k] = float(s.radiusPercent) * 0.01f * lanes.boundaryRadius[k];
+    lanes.collisionHeight[k] = float(s.collisionHeightPercent) * 0.01f * lanes.height[k];
+}
+
+// One axis of the sizes.
+void SizeAlong(size_t count, const float* __restrict scale, const float* __restrict size,
+               const float* __restrict external, const float* __restrict falloff, bool grows,
+               float globalScale, float* __restrict out) {
+    for (size_t k = 0; k < count; ++k) {
+        float full = grows ? size[k] * (external[k] * falloff[k]) : size[k];
+        out[k] = scale[k] * full * globalScale;
+    }
+}
+
+// ResizeItem for up to kCellsInBatch lanes that stand side by side.
+void ResizeRun(const TTransformSettings& s, TItemLanes& lanes, size_t first, size_t count) {
+    auto along = [&](TLane<float> TPointLane::*axis, TLane<float>& out) {
+        auto from = [&](TPointLane& p) { return (p.*axis).Data() + first; };
+        SizeAlong(count, from(lanes.scale), from(lanes.size), from(lanes.externalScale),
+                  from(lanes.falloffScale), !s.customEdit, s.globalScale, out.Data() + first);
+    };
+    along(&TPointLane::x, lanes.width);
+    along(&TPointLane::y, lanes.depth);
+    along(&TPointLane::z, lanes.height);
+
+    float aspect[kCellsInBatch], center[kCellsInBatch], percent[kCellsInBatch];
+    for (size_t k = 0; k < count; ++k) {
+        const TSpecimenElement& e = *lanes.source[first + k];
+        aspect[k] = std::max(e.meshAspect, 1.0f);
+        center[k] = float(e.centerPercent) * 0.01f;
+        percent[k] = float(e.radiusPercent);
+    }
+    const float radiusFactor = float(s.radiusPercent) * 0.01f;
+    const float heightFactor = float(s.collisionHeightPercent) * 0.01f;
+    const float *width = lanes.width.Data() + first, *depth = lanes.depth.Data() + first;
+    const float* height = lanes.height.Data() + first;
+    float* __restrict outer = lanes.outerRadius.Data() + first;
+    float* __restrict boundary = lanes.boundaryRadius.Data() + first;
+    float* __restrict radius = lanes.collisionRadius.Data() + first;
+    float* __restrict tall = lanes.collisionHeight.Data() + first;
+    for (size_t k = 0; k < count; ++k) {
+        float c = center[k] < 0.5f ? 1 - center[k] : center[k];
+        outer[k] = std::max(width[k], depth[k]) * aspect[k] * c;
+        boundary[k] = outer[k] * percent[k] * 0.01f;
+        radius[k] = radiusFactor * boundary[k];
+        tall[k] = heightFactor * height[k];
+    }
+}
+
+// Lanes that stand side by side.
+void TurnRun(TItemLanes& lanes, size_t first, size_t count) {
+    auto from = [&](const TPointLane& p) {
+        return lane_loops::ConstPointColumns{p.x.Data() + first, p.y.Data() + first,
+                                             p.z.Data() + first};
+    };
+    auto to = [&](TPointLane& p) {
+        return lane_loops::PointColumns{p.x.Data() + first, p.y.Data() + first, p.z.Data() + first};
+    };
+    lane_loops::MakeFrames(count, from(lanes.reference), from(lanes.normal), to(lanes.axisX),
+                           to(lanes.axisY), to(lanes.axisZ));
+    lane_loops::TurnFrames(count, from(lanes.rotation), to(lanes.axisX), to(lanes.axisY),
+                           to(lanes.axisZ));
+}
+
+// Up to kCellsInBatch of them, anywhere.
+void TurnGathered(TItemLanes& lanes, std::span<const uint32_t> items) {
+    float numbers[6][3][kCellsInBatch];
+    auto columns = [&](int i) {
+        return lane_loops::PointColumns{numbers[i][0], numbers[i][1], numbers[i][2]};
+    };
+    auto read = [&](int i) {
+        return lane_loops::ConstPointColumns{numbers[i][0], numbers[i][1], numbers[i][2]};
+    };
+    auto gather = [&](const TPointLane& lane, int i) {
+        for (size_t j = 0; j < items.size(); ++j) {
+            numbers[i][0][j] = lane.x[items[j]];
+            numbers[i][1][j] = lane.y[items[j]];
+            numbers[i][2][j] = lane.z[items[j]];
+        }
+    };
+    auto scatter = [&](int i, TPointLane& lane) {
+        for (size_t j = 0; j < items.size(); ++j)
+            lane.Set(items[j], {numbers[i][0][j], numbers[i][1][j], numbers[i][2][j]});
+    };
+    gather(lanes.reference, 0);
+    gather(lanes.normal, 1);
+    gather(lanes.rotation, 2);
+    lane_loops::MakeFrames(items.size(), read(0), read(1), columns(3), columns(4), columns(5));
+    lane_loops::TurnFrames(items.size(), read(2), columns(3), columns(4), columns(5));
+    scatter(3, lanes.axisX);
+    scatter(4, lanes.axisY);
+    scatter(5, lanes.axisZ);
+}
+
+// Calls visit(items, whether they stand side by side) for up to kCellsInBatch of them at a time.
+template <class Visit>
+void ForEachBlock(std::span<const uint32_t> items, const Visit& visit) {
+    for (size_t first = 0; first < items.size(); first += kCellsInBatch) {
+        auto block = items.subspan(first, std::min(kCellsInBatch, items.size() - first));
+        visit(block, block.back() - block.front() + 1 == block.size());
+    }
+}
+
 }  // namespace
 
 void FinishItems(const TBuildInput& input, const TCellRules& rules, TItemLanes& lanes) {
@@ -80,7 +198,8 @@ void FinishItems(const TBuildInput& input, const TCellRules& rules, TItemLanes& 
         lane_loops::AddScaled(lanes.count, Columns(lanes.position),
                               Columns(std::as_const(lanes.normal)), lanes.zOffset.Data());
     SetScales(s, lanes);
-    ForEachAlive(lanes, [&](size_t k) { ResizeItem(s, lanes, k); });
+    for (size_t first = 0; first < lanes.count; first += kCellsInBatch)
+        ResizeRun(s, lanes, first, std::min(kCellsInBatch, lanes.count - first));
     CheckBoundaries(rules.area, lanes);
     SetLooks(input, lanes);
 }
@@ -119,39 +238,18 @@ void ClearFinished(TItemLanes& lanes, size_t k) {
     lanes.randomScale.Set(k, {1, 1, 1});
 }
 
-void ResizeItem(const TTransformSettings& s, TItemLanes& lanes, size_t k) {
-    Point3 full = lanes.size[k];
-    if (!s.customEdit) {
-        Point3 growth = lanes.externalScale[k] * lanes.falloffScale[k];
-        full = {full.x * growth.x, full.y * growth.y, full.z * growth.z};
-    }
-    lanes.width[k] = lanes.scale.x[k] * full.x * s.globalScale;
-    lanes.height[k] = lanes.scale.z[k] * full.z * s.globalScale;
-    lanes.depth[k] = lanes.scale.y[k] * full.y * s.globalScale;
-
-    const TSpecimenElement& e = *lanes.source[k];
-    float center = float(e.centerPercent) * 0.01f;
-    if (center < 0.5f) center = 1 - center;
-    lanes.outerRadius[k] =
-        std::max(lanes.width[k], lanes.depth[k]) * std::max(e.meshAspect, 1.0f) * center;
-    lanes.boundaryRadius[k] = lanes.outerRadius[k] * float(e.radiusPercent) * 0.01f;
-    lanes.collisionRadius[k] = float(s.radiusPercent) * 0.01f * lanes.boundaryRadius[k];
-    lanes.collisionHeight[k] = float(s.collisionHeightPercent) * 0.01f * lanes.height[k];
+void ResizeItems(const TTransformSettings& s, TItemLanes& lanes, std::span<const uint32_t> items) {
+    ForEachBlock(items, [&](std::span<const uint32_t> block, bool together) {
+        if (together) return ResizeRun(s, lanes, block.front(), block.size());
+        for (uint32_t k : block) ResizeItem(s, lanes, k);
+    });
 }
 
-void TurnItem(TItemLanes& lanes, size_t k) {
-    Matrix3 frame = MakeFrame(lanes.reference[k], lanes.normal[k]);
-    Point3 angle = lanes.rotation[k];
-    SinCos x = SinCosOf(angle.x), y = SinCosOf(angle.y), z = SinCosOf(angle.z);
-    auto turn = [](const SinCos& t, Point3& a, Point3& b) {
-        Point3 p = a, q = b;
-        a = p * t.cos + q * t.sin;
-        b = q * t.cos - p * t.sin;
-    };
-    turn(x, frame.row[1], frame.row[2]);
-    turn(y, frame.row[2], frame.row[0]);
-    turn(z, frame.row[0], frame.row[1]);
-    lanes.axisX.Set(k, frame.row[0]);
-    lanes.axisY.Set(k, frame.row[1]);
-    lanes.axisZ.Set(k, frame.row[2]);
+void TurnItems(TItemLanes& lanes, std::span<const uint32_t> items) {
+    ForEachBlock(items, [&](std::span<const uint32_t> block, bool together) {
+        if (together)
+            TurnRun(lanes, block.front(), block.size());
+        else
+            TurnGathered(lanes, block);
+    });
 }

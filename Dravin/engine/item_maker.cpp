@@ -177,18 +177,17 @@ void TItemMaker::DrawLanes(std::span<const TLaneOrigin> origins, TItemLanes& lan
     bool same = origins.size() == m_cells.count;
     for (size_t k = 0; same && k < origins.size(); ++k)
         same = origins[k].isFirst && origins[k].cell == k;
-    if (same) return m_cellDraws.Fill(lanes);
-    m_laneDraws.Draw({lanes.seed.Data(), lanes.count});
-    m_laneDraws.Fill(lanes);
+    if (!same) m_laneDraws.Draw({lanes.seed.Data(), lanes.count});
+    m_drawn = same ? &m_cellDraws : &m_laneDraws;
+    m_drawn->Fill(lanes);
 }
 
 void TItemMaker::RunPrograms(TItemLanes& lanes) {
-    m_outcomes.assign(lanes.count, {});
-    m_randoms.resize(m_usesRandom ? lanes.count : 0);
-    if (m_usesRandom)
-        GeneratorsBehindDraws(m_input.transforms, TransformRanges(m_input.transforms),
-                              {lanes.seed.Data(), lanes.count}, m_randoms);
-    m_runner->Run({lanes, m_cells, m_outcomes, m_randoms});
+    m_outcomes.resize(lanes.count);
+    for (TEffectOutcome& outcome : m_outcomes) outcome.Clear();
+    if (m_usesRandom) m_drawn->TakeGenerators(m_randoms);
+    m_runner->Run(
+        {lanes, m_cells, m_outcomes, m_usesRandom ? m_randoms.Columns() : TNuRandomColumns()});
 }
 
 bool TItemMaker::CollectAgain() {
@@ -215,12 +214,13 @@ void TItemMaker::CollectCell(size_t first, size_t end) {
     size_t replaced = row ? first : asks;
     for (size_t k = replaced; k < end; ++k) m_lanes->Drop(k, TLaneFate::kReplaced);
     if (row) {
-        std::vector<TLaneOrigin> whole;
-        std::swap(whole, m_origins);
+        size_t before = m_origins.size();
         AddOrigins(m_lanes->cell[first], *row, true, &overrides);
-        SpreadOrigins(m_origins);
-        whole.insert(whole.end(), m_origins.begin(), m_origins.end());
-        m_origins = std::move(whole);
+        if (!m_rules.spreads) return;
+        std::vector<TLaneOrigin> cell(m_origins.begin() + long(before), m_origins.end());
+        SpreadOrigins(cell);
+        m_origins.resize(before);
+        m_origins.insert(m_origins.end(), cell.begin(), cell.end());
         return;
     }
     for (size_t k = replaced; k < end; ++k) {
@@ -261,30 +261,26 @@ void TItemMaker::TidyDropped() {
 
 void TItemMaker::AppendPortion() {
     size_t again = 0, numAgain = m_againOrigins.size();
-    m_kept.clear();
     for (size_t k = 0; k < m_lanes->count; ++k) {
-        if (again < numAgain && m_againLanes->cell[again] < m_lanes->cell[k]) {
-            AppendKept();
-            again = AppendAgain(again, m_lanes->cell[k]);
-        }
-        if (IsKept(*m_lanes, k)) m_kept.push_back(uint32_t(k));
+        for (; again < numAgain && m_againLanes->cell[again] < m_lanes->cell[k]; ++again)
+            Keep(*m_againLanes, again);
+        Keep(*m_lanes, k);
     }
+    for (; again < numAgain; ++again) Keep(*m_againLanes, again);
     AppendKept();
-    AppendAgain(again, UINT32_MAX);
+}
+
+// Lanes that follow each other in the list and are of one try go to it together.
+void TItemMaker::Keep(const TItemLanes& lanes, size_t k) {
+    if (!IsKept(lanes, k)) return;
+    if (m_keptFrom != &lanes) AppendKept();
+    m_keptFrom = &lanes;
+    m_kept.push_back(uint32_t(k));
 }
 
 void TItemMaker::AppendKept() {
-    AppendLanes(*m_lanes, m_cells, m_kept, m_items, m_appender);
+    if (m_kept.empty()) return;
+    AppendLanes(*m_keptFrom, m_cells, m_kept, m_items, m_appender);
     m_numMade += int64_t(m_kept.size());
     m_kept.clear();
-}
-
-size_t TItemMaker::AppendAgain(size_t k, uint32_t cell) {
-    m_kept.clear();
-    for (; k < m_againOrigins.size() && m_againLanes->cell[k] < cell; ++k)
-        if (IsKept(*m_againLanes, k)) m_kept.push_back(uint32_t(k));
-    if (!m_kept.empty()) AppendLanes(*m_againLanes, m_cells, m_kept, m_items, m_appender);
-    m_numMade += int64_t(m_kept.size());
-    m_kept.clear();
-    return k;
 }

@@ -84,9 +84,8 @@ private:
 
     // Lanes of the first try and of the second in the order of their cells.
     void AppendPortion();
+    void Keep(const TItemLanes& lanes, size_t k);
     void AppendKept();
-    // Those of cells before `cell`.
-    size_t AppendAgain(size_t k, uint32_t cell);
 
     const TBuildInput& m_input;
     const TGeometryChoice& m_geometry;
@@ -102,11 +101,14 @@ private:
     TLaneDraws m_cellDraws, m_laneDraws;
     std::vector<TLaneOrigin> m_origins, m_firstOrigins, m_againOrigins;
     std::unique_ptr<TItemLanes> m_lanes, m_againLanes;
+    // On their way to the list.
     std::vector<uint32_t> m_kept;
+    const TItemLanes* m_keptFrom = nullptr;
 
     std::unique_ptr<IEffectRunner> m_runner;  // null: no programs
     bool m_replaces, m_usesRandom;
     std::vector<TEffectOutcome> m_outcomes;
     std::vector<TItemOverrides> m_asked;
-    std::vector<TNuRandom> m_randoms;
+    const TLaneDraws* m_drawn = nullptr;  // where the lanes at work have their values from
+    TNuRandomLanes m_randoms;
 };

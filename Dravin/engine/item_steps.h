@@ -40,6 +40,9 @@ void HideParts(const TBuildInput& input, const TCellRules& rules, TItemLanes& la
 // What the steps above set, back to what an item has before them; its place stays.
 void ClearFinished(TItemLanes& lanes, size_t k);
 
-// --- for programs that change finished items
-void ResizeItem(const TTransformSettings& settings, TItemLanes& lanes, size_t k);
-void TurnItem(TItemLanes& lanes, size_t k);
+// --- for programs that change finished items; items: some of the lanes, in order
+// Sizes and radii of the scale that each has.
+void ResizeItems(const TTransformSettings& settings, TItemLanes& lanes,
+                 std::span<const uint32_t> items);
+// Frames of the rotation that each has.
+void TurnItems(TItemLanes& lanes, std::span<const uint32_t> items);

@@ -4,7 +4,6 @@
 
 #include "Dravin/engine/lane_loops.h"
 #include "Dravin/engine/step_tools.h"
-#include "common/nurandom/nurandom_batch.h"
 
 namespace {
 
@@ -52,7 +51,8 @@ void TLaneDraws::Draw(std::span<const uint32_t> itemSeeds) {
     m_seeds.assign(m_stride, 0);
     for (size_t i = 0; i < m_count; ++i) m_seeds[i] = m_settings.seed + itemSeeds[i];
     m_outputs.resize(m_steps.count * m_stride);
-    DrawSteps(m_seeds, m_steps.count, m_outputs);
+    m_carry.resize(m_stride);
+    DrawSteps(m_seeds, m_steps.count, m_outputs, m_carry);
     MarkRejected();
 }
 
@@ -93,6 +93,21 @@ float TLaneDraws::Random4(size_t i) const {
     for (size_t r = 0; r < m_rejected.size(); ++r)
         if (m_rejected[r] == i) return m_redrawn[r].random4;
     return Unit(m_steps.random4, i);
+}
+
+void TLaneDraws::TakeGenerators(TNuRandomLanes& out) const {
+    out.Resize(m_count);
+    TNuRandomColumns g = out.Columns();
+    size_t step = m_steps.count;
+    for (uint32_t* word : {g.x0, g.x1, g.x2, g.x3}) std::copy_n(Output(--step), m_count, word);
+    std::copy_n(m_carry.data(), m_count, g.carry);
+    for (uint32_t i : m_rejected) {
+        TNuRandom generator(m_seeds[i]);
+        PlainSource source{generator};
+        ItemRandoms drawn;
+        FillRandoms(source, m_settings, m_ranges, drawn);
+        g.Set(i, generator);
+    }
 }
 
 void TLaneDraws::Fill(TItemLanes& lanes) const {

@@ -10,6 +10,7 @@
 
 #include "Dravin/engine/item_lanes.h"
 #include "Dravin/engine/transforms.h"
+#include "common/nurandom/nurandom_batch.h"
 
 class TLaneDraws {
 public:
@@ -24,6 +25,9 @@ public:
     Point3 RandomB(size_t i) const;
     Point3 RandomTranslation(size_t i) const;
     float Random4(size_t i) const;
+
+    // Copies of the generators as they stand behind their draws.
+    void TakeGenerators(TNuRandomLanes& out) const;
 
     // Fills the lanes' columns; lane k is draw k. Ranges are the object's, or the lanes' own
     // overrides.
@@ -49,7 +53,7 @@ private:
     Steps m_steps;
     bool m_rotates;
     size_t m_count = 0, m_stride = 0;
-    std::vector<uint32_t> m_seeds, m_outputs;
+    std::vector<uint32_t> m_seeds, m_outputs, m_carry;
     std::vector<uint32_t> m_rejected;    // draws with an output that no number comes of
     std::vector<ItemRandoms> m_redrawn;  // their values, by the ranges of the object
 };

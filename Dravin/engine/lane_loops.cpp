@@ -1,5 +1,6 @@
 #include "Dravin/engine/lane_loops.h"
 
+#include <bit>
 #include <cmath>
 
 #include "common/nurandom/nurandom.h"
@@ -45,12 +46,20 @@ struct V {
 inline V Cross(const V& a, const V& b) {
     return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
 }
+// Choices are made of masks, all ones or none: compilers make branches of conditions, and loops
+// with branches stay scalar.
+inline uint32_t MaskOf(bool b) { return 0u - uint32_t(b); }
+inline float Choose(uint32_t mask, float a, float b) {
+    uint32_t bits = (std::bit_cast<uint32_t>(a) & mask) | (std::bit_cast<uint32_t>(b) & ~mask);
+    return std::bit_cast<float>(bits);
+}
 // As Normalize of points.
 inline V Unit(const V& a) {
     float length = std::sqrt(a.x * a.x + a.y * a.y + a.z * a.z);
-    bool is = length > 0;
-    float divisor = is ? length : 1.0f;
-    return {is ? a.x / divisor : 0.0f, is ? a.y / divisor : 0.0f, is ? a.z / divisor : 0.0f};
+    uint32_t is = MaskOf(length > 0);
+    float divisor = Choose(is, length, 1.0f);
+    return {Choose(is, a.x / divisor, 0.0f), Choose(is, a.y / divisor, 0.0f),
+            Choose(is, a.z / divisor, 0.0f)};
 }
 
 void MakeFramesLoop(size_t count, const float* __restrict rx, const float* __restrict ry,
@@ -63,8 +72,8 @@ void MakeFramesLoop(size_t count, const float* __restrict rx, const float* __res
         V normal{nx[k], ny[k], nz[k]}, reference{rx[k], ry[k], rz[k]};
         V y = Unit(Cross(normal, reference)), other = Unit(Cross(normal, {0, 1, 0}));
         // A normal along the reference leaves the turn open; the y axis serves then.
-        bool open = (y.x == 0) & (y.y == 0) & (y.z == 0);
-        y = {open ? other.x : y.x, open ? other.y : y.y, open ? other.z : y.z};
+        uint32_t open = MaskOf(y.x == 0) & MaskOf(y.y == 0) & MaskOf(y.z == 0);
+        y = {Choose(open, other.x, y.x), Choose(open, other.y, y.y), Choose(open, other.z, y.z)};
         V x = Unit(Cross(y, normal));
         xx[k] = x.x, xy[k] = x.y, xz[k] = x.z;
         yx[k] = y.x, yy[k] = y.y, yz[k] = y.z;
@@ -72,12 +81,16 @@ void MakeFramesLoop(size_t count, const float* __restrict rx, const float* __res
     }
 }
 
-void SinCosLoop(const float* __restrict angle, size_t count, float* __restrict s,
+// Whether all angles are within what is reduced; others give no numbers.
+bool SinCosLoop(const float* __restrict angle, size_t count, float* __restrict s,
                 float* __restrict c) {
+    uint32_t within = ~0u;
     for (size_t k = 0; k < count; ++k) {
         SinCos a = ReducedSinCos(angle[k]);
         s[k] = a.sin, c[k] = a.cos;
+        within &= MaskOf(std::abs(angle[k]) <= kLargestReduced);
     }
+    return within != 0;
 }
 
 // a = a c + b s, b = b c - a s.
@@ -159,8 +172,8 @@ void TurnPlane(size_t count, const float* angles, PointColumns a, PointColumns b
     float s[kBlock], c[kBlock];
     for (size_t first = 0; first < count; first += kBlock) {
         size_t n = std::min(kBlock, count - first);
-        HWY_DYNAMIC_DISPATCH(SinCosLoop)(angles + first, n, s, c);
-        for (size_t k = 0; k < n; ++k) {
+        bool within = HWY_DYNAMIC_DISPATCH(SinCosLoop)(angles + first, n, s, c);
+        for (size_t k = 0; !within && k < n; ++k) {
             if (std::abs(angles[first + k]) <= kLargestReduced) continue;
             SinCos plain = SinCosOf(angles[first + k]);
             s[k] = plain.sin, c[k] = plain.cos;

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "common/nurandom/nurandom_batch.h"
-
 namespace {
 
 constexpr float kDegreesToRadians = 0.017453292f;
@@ -45,27 +43,6 @@ void RedrawItemRandoms(const TTransformSettings& s, const TTransformRanges& rang
     generator.Seed(s.seed + item.seed);
     PlainSource source{generator};
     FillRandoms(source, s, ranges, item);
-}
-
-void GeneratorsBehindDraws(const TTransformSettings& s, const TTransformRanges& ranges,
-                           std::span<const uint32_t> itemSeeds, std::span<TNuRandom> out) {
-    // Empty curves draw less, and a rejected number is drawn again.
-    bool fewer = (s.scaCurve && s.scaCurve->IsEmpty()) || (s.rotCurve && s.rotCurve->IsEmpty());
-    constexpr size_t kBlock = 256;
-    uint32_t seeds[kBlock];
-    uint8_t rejected[kBlock];
-    for (size_t first = 0; first < itemSeeds.size(); first += kBlock) {
-        size_t count = std::min(kBlock, itemSeeds.size() - first);
-        for (size_t i = 0; i < count; ++i) seeds[i] = s.seed + itemSeeds[first + i];
-        SeedAndSkip({seeds, count}, kStepsPerItem, out.subspan(first, count), {rejected, count});
-        for (size_t i = 0; i < count; ++i) {
-            if (!fewer && !rejected[i]) continue;
-            PlainSource source{out[first + i]};
-            ItemRandoms drawn;
-            source.generator.Seed(seeds[i]);
-            FillRandoms(source, s, ranges, drawn);
-        }
-    }
 }
 
 Matrix3 MakeFrame(const Point3& reference, const Point3& normal) {

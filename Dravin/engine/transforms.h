@@ -87,6 +87,11 @@ struct TItemOverrides {
     float direction = 0;                    // percent
     float tintBlend = 0;                    // 0 to 1
     Color tintColor;
+
+    void Clear() {
+        hasTranslation = hasRotation = hasScale = hasTintBlend = hasTintColor = hasDirection =
+            false;
+    }
 };
 
 // Sorted ranges for the draws.
@@ -116,10 +121,6 @@ inline constexpr size_t kStepsPerItem = 22;
 // Draws the random values again from a seed that the item already has.
 void RedrawItemRandoms(const TTransformSettings& settings, const TTransformRanges& ranges,
                        TNuRandom& generator, TDravinItem& item);
-
-// Generators right behind the draws of items with these seeds; out.size() == itemSeeds.size().
-void GeneratorsBehindDraws(const TTransformSettings& settings, const TTransformRanges& ranges,
-                           std::span<const uint32_t> itemSeeds, std::span<TNuRandom> out);
 
 // --- areas and matrices
 // ------------------------------------------------------------------------

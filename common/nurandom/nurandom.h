@@ -69,6 +69,14 @@ public:
         generator.m_carry = carry;
         return generator;
     }
+    // The way back: the last four outputs, newest last; the carry.
+    uint32_t ToLanes(uint32_t outputs[4]) const {
+        outputs[0] = uint32_t(m_x3);
+        outputs[1] = uint32_t(m_x2);
+        outputs[2] = uint32_t(m_x1);
+        outputs[3] = uint32_t(m_x0);
+        return uint32_t(m_carry);
+    }
 
 private:
     struct Unseeded {};

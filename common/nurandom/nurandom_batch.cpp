@@ -4,19 +4,18 @@
 
 #include "common/nurandom/nurandom.h"
 
-#ifndef NURANDOM_SKIP_SCALAR
-#define NURANDOM_SKIP_SCALAR
+#ifndef NURANDOM_ONE_BY_ONE
+#define NURANDOM_ONE_BY_ONE
 
-// The least output that rounds to 1, and so cannot be a number below 1.
-static constexpr uint64_t kSmallestRejected = 0xFFFFFF80u;
-
-static void SkipScalar(std::span<const uint32_t> seeds, size_t numSteps, std::span<TNuRandom> out,
-                       std::span<uint8_t> rejected) {
-    for (size_t lane = 0; lane < seeds.size(); ++lane) {
-        out[lane].Seed(seeds[lane]);
-        rejected[lane] = 0;
+// Lanes from `first` on; carry may be null.
+static void DrawOneByOne(size_t first, std::span<const uint32_t> seeds, size_t numSteps,
+                         std::span<uint32_t> out, uint32_t* carry) {
+    for (size_t lane = first; lane < seeds.size(); ++lane) {
+        TNuRandom generator(seeds[lane]);
         for (size_t step = 0; step < numSteps; ++step)
-            rejected[lane] |= TNuRandom::IsRejected(out[lane].Step());
+            out[step * seeds.size() + lane] = generator.Step();
+        uint32_t outputs[4];
+        if (carry) carry[lane] = generator.ToLanes(outputs);
     }
 }
 
@@ -32,8 +31,9 @@ namespace HWY_NAMESPACE {
 #if HWY_TARGET == HWY_SCALAR
 
 // A processor without vectors.
-void DrawStepsLanes(std::span<const uint32_t> seeds, size_t numSteps, std::span<uint32_t> out) {
-    DrawStepsScalar(seeds, numSteps, out);
+void DrawStepsLanes(std::span<const uint32_t> seeds, size_t numSteps, std::span<uint32_t> out,
+                    uint32_t* carry) {
+    DrawOneByOne(0, seeds, numSteps, out, carry);
 }
 
 #else
@@ -75,7 +75,8 @@ struct LaneGenerator {
     }
 };
 
-void DrawStepsLanes(std::span<const uint32_t> seeds, size_t numSteps, std::span<uint32_t> out) {
+void DrawStepsLanes(std::span<const uint32_t> seeds, size_t numSteps, std::span<uint32_t> out,
+                    uint32_t* carry) {
     const hn::ScalableTag<uint64_t> d64;
     const hn::Rebind<uint32_t, decltype(d64)> half;
     using Generator = LaneGenerator<hn::ScalableTag<uint64_t> >;
@@ -91,59 +92,29 @@ void DrawStepsLanes(std::span<const uint32_t> seeds, size_t numSteps, std::span<
             hn::StoreU(hn::TruncateTo(half, a.Step()), half, row);
             hn::StoreU(hn::TruncateTo(half, b.Step()), half, row + lanes);
         }
+        if (!carry) continue;
+        hn::StoreU(hn::TruncateTo(half, a.carry), half, carry + first);
+        hn::StoreU(hn::TruncateTo(half, b.carry), half, carry + first + lanes);
     }
-    for (; first < count; ++first) {
-        TNuRandom generator(seeds[first]);
-        for (size_t step = 0; step < numSteps; ++step) out[step * count + first] = generator.Step();
-    }
+    DrawOneByOne(first, seeds, numSteps, out, carry);
 }
 
 #endif
 
-#if HWY_TARGET == HWY_SCALAR
-
-void SeedAndSkipLanes(std::span<const uint32_t> seeds, size_t numSteps, std::span<TNuRandom> out,
-                      std::span<uint8_t> rejected) {
-    SkipScalar(seeds, numSteps, out, rejected);
-}
-
-#else
-
-void SeedAndSkipLanes(std::span<const uint32_t> seeds, size_t numSteps, std::span<TNuRandom> out,
-                      std::span<uint8_t> rejected) {
-    const hn::ScalableTag<uint64_t> d64;
-    const hn::Rebind<uint32_t, decltype(d64)> half;
-    using Generator = LaneGenerator<hn::ScalableTag<uint64_t> >;
-    const size_t lanes = hn::Lanes(d64);
-    // Outputs at both ends of the range are rejected; moved by the lower end they are the largest.
-    const uint64_t lowest = kSmallestRejected;
-    constexpr size_t kMaxLanes = HWY_MAX_BYTES / sizeof(uint64_t);
-    HWY_ALIGN uint64_t word[5][kMaxLanes];
-    HWY_ALIGN uint64_t largest[kMaxLanes];
-
-    size_t first = 0;
-    for (; first + lanes <= seeds.size(); first += lanes) {
-        Generator g;
-        g.Seed(hn::PromoteTo(d64, hn::LoadU(half, seeds.data() + first)));
-        auto worst = hn::Zero(d64);
-        for (size_t step = 0; step < numSteps; ++step) {
-            auto x = hn::And(hn::Sub(g.Step(), hn::Set(d64, 1)), hn::Set(d64, 0xFFFFFFFFu));
-            worst = hn::Max(worst, x);
-        }
-        const decltype(g.x0) words[] = {g.x3, g.x2, g.x1, g.x0, g.carry};
-        for (int w = 0; w < 5; ++w) hn::Store(words[w], d64, word[w]);
-        hn::Store(worst, d64, largest);
-        for (size_t lane = 0; lane < lanes; ++lane) {
-            const uint32_t outputs[] = {uint32_t(word[0][lane]), uint32_t(word[1][lane]),
-                                        uint32_t(word[2][lane]), uint32_t(word[3][lane])};
-            out[first + lane] = TNuRandom::FromLanes(outputs, uint32_t(word[4][lane]));
-            rejected[first + lane] = largest[lane] >= lowest - 1;
-        }
+// Outputs and carry are 32-bit words; the compiler multiplies them as such.
+void StepLoop(uint32_t* __restrict x0, uint32_t* __restrict x1, uint32_t* __restrict x2,
+              uint32_t* __restrict x3, uint32_t* __restrict carry, size_t count,
+              uint32_t* __restrict out) {
+    for (size_t k = 0; k < count; ++k) {
+        uint64_t sum = uint64_t{2111111111u} * x3[k] + uint64_t{1492u} * x2[k] +
+                       uint64_t{1776u} * x1[k] + uint64_t{5115u} * x0[k] + carry[k];
+        x3[k] = x2[k];
+        x2[k] = x1[k];
+        x1[k] = x0[k];
+        out[k] = x0[k] = uint32_t(sum);
+        carry[k] = uint32_t(sum >> 32);
     }
-    SkipScalar(seeds.subspan(first), numSteps, out.subspan(first), rejected.subspan(first));
 }
-
-#endif
 
 }  // namespace HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
@@ -151,26 +122,23 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 
 HWY_EXPORT(DrawStepsLanes);
-HWY_EXPORT(SeedAndSkipLanes);
+HWY_EXPORT(StepLoop);
 
-void SeedAndSkip(std::span<const uint32_t> seeds, size_t numSteps, std::span<TNuRandom> out,
-                 std::span<uint8_t> rejected) {
-    assert(out.size() == seeds.size() && rejected.size() == seeds.size() && numSteps >= 4);
-    HWY_DYNAMIC_DISPATCH(SeedAndSkipLanes)(seeds, numSteps, out, rejected);
+void StepLanes(const TNuRandomColumns& g, std::span<uint32_t> out) {
+    HWY_DYNAMIC_DISPATCH(StepLoop)(g.x0, g.x1, g.x2, g.x3, g.carry, out.size(), out.data());
 }
 
-void DrawSteps(std::span<const uint32_t> seeds, size_t numSteps, std::span<uint32_t> out) {
+void DrawSteps(std::span<const uint32_t> seeds, size_t numSteps, std::span<uint32_t> out,
+               std::span<uint32_t> carry) {
     assert(out.size() == seeds.size() * numSteps);
-    HWY_DYNAMIC_DISPATCH(DrawStepsLanes)(seeds, numSteps, out);
+    assert(carry.empty() || carry.size() == seeds.size());
+    HWY_DYNAMIC_DISPATCH(DrawStepsLanes)
+    (seeds, numSteps, out, carry.empty() ? nullptr : carry.data());
 }
 
 void DrawStepsScalar(std::span<const uint32_t> seeds, size_t numSteps, std::span<uint32_t> out) {
     assert(out.size() == seeds.size() * numSteps);
-    for (size_t lane = 0; lane < seeds.size(); ++lane) {
-        TNuRandom generator(seeds[lane]);
-        for (size_t step = 0; step < numSteps; ++step)
-            out[step * seeds.size() + lane] = generator.Step();
-    }
+    DrawOneByOne(0, seeds, numSteps, out, nullptr);
 }
 
 #endif

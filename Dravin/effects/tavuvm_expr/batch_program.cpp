@@ -200,7 +200,7 @@ private:
         release(id);
         for (size_t i = 0; i < site.result.num_parts(); ++i)
             if (!m_used[site.result.part[i]]) give(site.result.part[i]);
-        m_out.can_fail |= f.can_fail;
+        m_out.can_fail = true;  // functions of the host may end a run as they like
         m_out.draws |= !f.is_pure;
         lane_instruction instruction;
         instruction.call = uint32_t(m_out.calls.size());
@@ -232,7 +232,8 @@ std::shared_ptr<const batch_program> batch_program::make(const compiled_program&
                                                          const std::vector<uint8_t>& varying) {
     batch_decoder decoder(p, varying);
     if (!decoder.decode()) return nullptr;
-    return batch_layout(p, decoder).make();
+    auto made = batch_layout(p, decoder).make();
+    return made->num_registers <= max_registers ? made : nullptr;
 }
 
 }  // namespace tavuvm_expr

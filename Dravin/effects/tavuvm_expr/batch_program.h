@@ -21,6 +21,8 @@ namespace tavuvm_expr {
 // Index of a register: one lane of numbers.
 using lane_register = uint32_t;
 inline constexpr lane_register no_register = ~0u;
+// Programs that need more stay on the plain machine; operations hold 16 bits of each.
+inline constexpr size_t max_registers = 65000;
 
 // Most arguments of an operation: calls of functions without lanes take every argument as up to
 // four numbers.

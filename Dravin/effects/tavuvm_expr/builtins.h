@@ -16,12 +16,19 @@ inline float deg_to_rad(float x) { return float(double(x) * std::numbers::pi * (
 // Whether `round` and `trunc` have a result: whole numbers of 32 bits.
 inline bool fits_integer(float whole) { return whole >= -2147483648.0f && whole < 2147483648.0f; }
 
+// Between a and b, in either order, at u in (0, 1).
+inline float random_between(float u, float a, float b) {
+    return a <= b ? a + u * (b - a) : b + u * (a - b);
+}
 inline float random_real(TNuRandom& random, float a, float b) {
-    float r = random.Random();
-    return a <= b ? a + r * (b - a) : b + r * (a - b);
+    return random_between(random.Random(), a, b);
+}
+// A whole number from a to b, in either order, for an output of a generator.
+inline int32_t whole_between(uint32_t output, int32_t a, int32_t b) {
+    return TNuRandom::ScaleToRange(output, a <= b ? a : b, a <= b ? b : a);
 }
 inline int32_t random_int(TNuRandom& random, int32_t a, int32_t b) {
-    return a <= b ? random.IRandom(a, b) : random.IRandom(b, a);
+    return whole_between(random.Step(), a, b);
 }
 
 // Place of x in [x0, x1]; infinite in an empty interval.

@@ -1,10 +1,7 @@
 #include "Dravin/effects/effect_programs.h"
 
-#include <map>
-
 #include <gtest/gtest.h>
 
-#include "Dravin/effects/item_attributes.h"
 #include "Dravin/effects/tavuvm_expr/expr_lang.h"
 #include "tests/Dravin/engine/test_input.h"
 
@@ -319,78 +316,6 @@ TEST_F(EffectProgramsTest, CurvesAndMapsAnswerByTheirParameter) {
     EXPECT_EQ(item.tintBlend, 4);
     EXPECT_EQ(item.tintColor, (Color{0.25f, 0.5f, 0.75f}));
     EXPECT_EQ(item.position, Point3());
-}
-
-TEST(ItemAttributes, TheTableOfTheStructure) {
-    auto table = ItemAttributes();
-    ASSERT_EQ(table.size(), 44u);
-    int writable = 0;
-    for (const TItemAttribute& a : table) writable += a.write != nullptr;
-    EXPECT_EQ(writable, 18);
-    EXPECT_STREQ(table[0].name, "position");
-    EXPECT_STREQ(table[43].name, "particleScale");
-}
-
-// A lane of an item before everything.
-struct FreshLane {
-    TSpecimen specimen = CubeSpecimen();
-    TItemLanes lanes{2, kGroupSource, false};
-    std::unique_ptr<TCells> cells = std::make_unique<TCells>();
-    TEffectOutcome outcome;
-    TBuildInput input;
-
-    FreshLane() {
-        lanes.count = 2;
-        for (size_t k = 0; k < 2; ++k) lanes.Reset(k, specimen);
-    }
-    TAttributeSource Source() const { return {lanes, *cells, 1, outcome, input}; }
-};
-
-TEST(ItemAttributes, AFreshItem) {
-    FreshLane fresh;
-    TAttributeSource source = fresh.Source();
-    const std::map<std::string, std::string> expected = {{"visible", "1"},
-                                                         {"scale", "[1,1,1]"},
-                                                         {"areaIncDistance", "2.14748365e+09"},
-                                                         {"zrotaxis", "[0,0,1]"},
-                                                         {"particleScale", "[1,1,1]"}};
-    size_t checked = 0;
-    for (const TItemAttribute& a : ItemAttributes())
-        if (auto it = expected.find(a.name); it != expected.end()) {
-            EXPECT_EQ(a.read(source).text(), it->second) << a.name;
-            ++checked;
-        }
-    EXPECT_EQ(checked, expected.size());
-}
-
-// Batches read columns where single items read values.
-TEST(ItemAttributes, ColumnsHoldWhatIsRead) {
-    FreshLane fresh;
-    TItemLanes& l = fresh.lanes;
-    float next = 1;
-    for (TPointLane* lane : {&l.position, &l.rotation, &l.axisX, &l.axisY, &l.axisZ, &l.scale,
-                             &l.tint, &l.faceNormal, &l.falloffScale}) {
-        lane->Set(1, {next, next + 1, next + 2});
-        next += 3;
-    }
-    for (TLane<float>* lane : {&l.collisionRadius, &l.collisionHeight, &l.tintBlend})
-        (*lane)[1] = next++;
-    size_t numColumns = 0;
-    for (const TItemAttribute& a : ItemAttributes()) {
-        if (!a.column) continue;
-        ++numColumns;
-        TAttributeColumn column = a.column(l);
-        tavuvm_expr::value read = a.read(fresh.Source());
-        if (a.type == tavuvm_expr::type_code::real) {
-            EXPECT_EQ(column.At(0, 1), read.real()) << a.name;
-            continue;
-        }
-        tavuvm_expr::vector3 v = read.vector();
-        EXPECT_EQ(column.At(0, 1), v.x) << a.name;
-        EXPECT_EQ(column.At(1, 1), v.y) << a.name;
-        EXPECT_EQ(column.At(2, 1), v.z) << a.name;
-    }
-    EXPECT_EQ(numColumns, 12u);
 }
 
 }  // namespace

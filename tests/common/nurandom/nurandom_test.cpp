@@ -127,39 +127,36 @@ TEST_P(BatchLanes, GiveTheBitsOfThePlainClass) {
     EXPECT_EQ(lanes, plain);
 }
 
-TEST_P(BatchLanes, SkippingLeavesTheGeneratorsBehindTheirSteps) {
-    std::vector<uint32_t> seeds;
-    for (size_t i = 0; i < GetParam(); ++i) seeds.push_back(uint32_t(i * 2654435761u));
-    std::vector<TNuRandom> lanes(seeds.size());
-    std::vector<uint8_t> rejected(seeds.size());
-    SeedAndSkip(seeds, 22, lanes, rejected);
-    for (size_t i = 0; i < seeds.size(); ++i) {
-        TNuRandom plain(seeds[i]);
-        bool any = false;
-        for (int step = 0; step < 22; ++step) any |= TNuRandom::IsRejected(plain.Step());
-        EXPECT_EQ(rejected[i] != 0, any);
-        for (int step = 0; step < 6; ++step) EXPECT_EQ(lanes[i].Step(), plain.Step());
+// The last four outputs and the carry are all there is of a generator.
+TEST_P(BatchLanes, TheCarryCompletesTheGeneratorsBehindTheirSteps) {
+    const size_t count = GetParam(), steps = 22;
+    std::vector<uint32_t> seeds, out(count * steps), carry(count);
+    for (size_t i = 0; i < count; ++i) seeds.push_back(uint32_t(i * 2654435761u));
+    DrawSteps(seeds, steps, out, carry);
+    for (size_t i = 0; i < count; ++i) {
+        auto output = [&](size_t step) { return out[step * count + i]; };
+        const uint32_t last[] = {output(18), output(19), output(20), output(21)};
+        TNuRandom lane = TNuRandom::FromLanes(last, carry[i]), plain(seeds[i]);
+        for (size_t step = 0; step < steps; ++step) plain.Step();
+        for (int step = 0; step < 6; ++step) EXPECT_EQ(lane.Step(), plain.Step());
     }
 }
 
-TEST(NuRandomSkip, TellsOfRejectedOutputs) {
-    // A 32-bit number is rejected with probability 129 / 2^32; 22 steps of two million seeds meet
-    // about 1.3 of them.
-    std::vector<uint32_t> seeds(2000000);
-    for (size_t i = 0; i < seeds.size(); ++i) seeds[i] = uint32_t(i);
-    std::vector<TNuRandom> lanes(seeds.size());
-    std::vector<uint8_t> rejected(seeds.size());
-    SeedAndSkip(seeds, 22, lanes, rejected);
-    std::vector<uint32_t> outputs(22 * 1000);
-    for (size_t first = 0; first < seeds.size(); first += 1000) {
-        DrawSteps({seeds.data() + first, 1000}, 22, outputs);
-        for (size_t lane = 0; lane < 1000; ++lane) {
-            bool any = false;
-            for (size_t step = 0; step < 22; ++step)
-                any |= TNuRandom::IsRejected(outputs[step * 1000 + lane]);
-            ASSERT_EQ(rejected[first + lane] != 0, any) << first + lane;
-        }
+TEST_P(BatchLanes, StepTogether) {
+    const size_t count = GetParam();
+    TNuRandomLanes lanes;
+    lanes.Resize(count);
+    std::vector<TNuRandom> plain;
+    for (size_t i = 0; i < count; ++i) {
+        plain.emplace_back(uint32_t(i * 2654435761u));
+        lanes.Columns().Set(i, plain[i]);
     }
+    std::vector<uint32_t> out(count);
+    for (int step = 0; step < 7; ++step) {
+        StepLanes(lanes.Columns(), out);
+        for (size_t i = 0; i < count; ++i) ASSERT_EQ(out[i], plain[i].Step());
+    }
+    for (size_t i = 0; i < count; ++i) EXPECT_EQ(lanes.Columns().Get(i).Step(), plain[i].Step());
 }
 
 INSTANTIATE_TEST_SUITE_P(Counts, BatchLanes,

@@ -77,6 +77,49 @@ TEST(BatchMachine, ComputesOnceWhatIsTheSameForAllItems) {
     EXPECT_EQ(lanes->uniform_code.size(), 3u);  // sine, number as a real, their sum
 }
 
+// Outputs at the ends of the range are no numbers between 0 and 1: such items draw again.
+TEST(BatchMachine, RejectedOutputsAreDrawnAgain) {
+    TestHost host;
+    compilation c = host.names.compile("it.weight = randomReal(0, 1);");
+    std::vector<uint8_t> varying(host.names.num_slots(), 1);
+    auto lanes = batch_program::make(*c.code, varying);
+    ASSERT_NE(lanes, nullptr);
+    batch_machine machine(lanes, TestFunctions());
+    machine.bind(host.names.initial_values());
+    // With no outputs before it, the next output of a generator is its carry.
+    const uint32_t carries[] = {5, 0xFFFFFF7F, 0xFFFFFF80, 0xFFFFFFFF, 77};
+    const uint32_t none[4] = {};
+    TNuRandomLanes randoms;
+    randoms.Resize(std::size(carries));
+    for (size_t k = 0; k < std::size(carries); ++k)
+        randoms.Columns().Set(k, TNuRandom::FromLanes(none, carries[k]));
+    machine.run(std::size(carries), randoms.Columns(), nullptr);
+    for (size_t k = 0; k < std::size(carries); ++k) {
+        TNuRandom plain = TNuRandom::FromLanes(none, carries[k]);
+        EXPECT_EQ(machine.get(lanes->outputs[0].value, k).real(), plain.Random()) << k;
+        EXPECT_EQ(randoms.Columns().Get(k).Step(), plain.Step()) << k;
+    }
+}
+
+// Columns of the caller's are read where they stand, and stay.
+TEST(BatchMachine, ReadsColumnsInPlace) {
+    TestHost host;
+    compilation c = host.names.compile("it.weight = it.weight * 2 + 1;");
+    std::vector<uint8_t> varying(host.names.num_slots(), 1);
+    auto lanes = batch_program::make(*c.code, varying);
+    ASSERT_NE(lanes, nullptr);
+    batch_machine machine(lanes, TestFunctions());
+    machine.bind(host.names.initial_values());
+    const float column[] = {1, 2, 3}, other[] = {10, 20, 30};
+    machine.bind_lane(lanes->inputs[0].value.part[0], column);
+    machine.run(3, {}, nullptr);
+    EXPECT_EQ(machine.get(lanes->outputs[0].value, 2).real(), 7);
+    machine.bind_lane(lanes->inputs[0].value.part[0], other);
+    machine.run(3, {}, nullptr);
+    EXPECT_EQ(machine.get(lanes->outputs[0].value, 2).real(), 61);
+    EXPECT_EQ(column[2], 3);
+}
+
 TEST(BatchMachine, FailingItemsAreTold) {
     // Item 4 of the test host has a count of -1: its quotient is infinite.
     EXPECT_EQ(CompareMachines("it.count = round(1.0 / (it.count + 1.0));", 22), "");
