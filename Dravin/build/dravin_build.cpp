@@ -51,12 +51,14 @@ private:
 TDravinBuild::TDravinBuild(TDravin& object) : m_object(object) {}
 TDravinBuild::~TDravinBuild() = default;
 
-void TDravinBuild::BuildMesh(TimeValue time, const TBuildFlags& flags) {
+void TDravinBuild::BuildMesh(TimeValue time, const TBuildFlags& flags,
+                             const TItemConsumer* consumer) {
     if (m_deleting) return;
     BuildTurn turn(m_running);
     if (!turn) return;
     m_time = time;
     m_flags = flags;
+    m_consumer = consumer;
     try {
         BuildAtOnce();
     } catch (const std::bad_alloc&) {
@@ -69,6 +71,8 @@ void TDravinBuild::BuildMesh(TimeValue time, const TBuildFlags& flags) {
     } catch (...) {
         BreakOff(TBuildStatus::kNoItems, "unknown error");
     }
+    m_consumer = nullptr;
+    if (m_input) m_input->consumer = nullptr;
 }
 
 void TDravinBuild::BuildAtOnce() {
@@ -80,7 +84,7 @@ void TDravinBuild::BuildAtOnce() {
     m_failure.clear();
     m_refusal.clear();
     m_effectErrors.clear();
-    m_outOfMemory = false;
+    m_outOfMemory = m_streamed = false;
     m_validity = Interval::Forever();
     m_panel.status = TBuildStatus::kSuccess;
     TBuildStatistics fresh;
@@ -174,6 +178,9 @@ void TDravinBuild::Run(const TParameters& parameters) {
     m_input = m_maker->Make(m_specimens, std::move(density), m_rereadSurfaces, &m_validity);
     m_rereadSurfaces = false;
     m_input->progress = &m_progress;
+    m_input->part = m_flags.part;
+    m_input->consumer = m_consumer;
+    m_streamed = m_input->Streams();
     m_statistics.effectsCompileError = m_maker->EffectsFailed();
     m_effectErrors = m_maker->TakeEffectErrors();
     KeepForSelection();
@@ -211,12 +218,17 @@ void TDravinBuild::KeepForSelection() {
 // A build that leaves nothing to see says so, and renders remember how they ended.
 void TDravinBuild::FinishStatus() {
     bool nothing = m_statistics.itemCount - m_statistics.discardedItems < 1;
-    if (m_panel.status == TBuildStatus::kSuccess && nothing) {
+    // Of a part it cannot be told: others may have something.
+    if (m_panel.status == TBuildStatus::kSuccess && nothing && m_flags.part.IsWhole()) {
         m_statistics.itemCount = 0;
         m_panel.status = TBuildStatus::kNoVisibleItems;
     }
     if (m_panel.status != TBuildStatus::kSuccess) m_items.Clear();
     if (m_flags.render) m_panel.lastRenderStatus = m_panel.status;
+}
+
+bool TDravinBuild::LeavesOverlaps() const {
+    return m_input && m_input->collisions && !m_input->RemovesOverlaps();
 }
 
 TPanelMessage TDravinBuild::PanelLines() const {

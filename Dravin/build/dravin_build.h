@@ -14,6 +14,7 @@
 
 #include "Dravin/build/area_cache.h"
 #include "Dravin/effects/effect_list.h"
+#include "Dravin/engine/build_input.h"
 #include "Dravin/engine/build_progress.h"
 #include "Dravin/engine/build_status.h"
 #include "Dravin/engine/item_list.h"
@@ -24,7 +25,6 @@
 class IInstanceSource;
 class TDensityMap;
 class TDravin;
-struct TBuildInput;
 struct TParameters;
 
 struct TBuildFlags {
@@ -41,6 +41,7 @@ struct TBuildFlags {
     // after a build of the same items under the same settings; otherwise all are made anew.
     bool selectedOnly = false;
     int forceThreads = 0;  // 0: as the parameters say
+    TBuildPart part;       // one of several, whose overlaps are left to who joins them
 };
 
 class TDravinBuild {
@@ -48,7 +49,10 @@ public:
     explicit TDravinBuild(TDravin& object);
     ~TDravinBuild();
 
-    void BuildMesh(TimeValue time, const TBuildFlags& flags);
+    // consumer: takes the items piece by piece where nothing looks at them all together
+    // afterwards; then the list stays empty, and HasStreamed.
+    void BuildMesh(TimeValue time, const TBuildFlags& flags,
+                   const TItemConsumer* consumer = nullptr);
 
     const TDravin& GetObject() const { return m_object; }
     TBuildStatus Status() const { return m_panel.status; }
@@ -76,6 +80,11 @@ public:
     // Of the running build; any thread may ask.
     const TBuildProgress& Progress() const { return m_progress; }
 
+    // Whether the last build's items went to its consumer. What they were is void when the build
+    // did not succeed.
+    bool HasStreamed() const { return m_streamed; }
+    // Whether items of the last build's part may overlap those of others, or their own.
+    bool LeavesOverlaps() const;
     const TDravinItemList& Items() const { return m_items; }
     TDravinItemList& Items() { return m_items; }
     const TSpecBuildList& Specimens() const { return m_specimens; }
@@ -123,7 +132,8 @@ private:
     TBuildStatistics m_statistics;
     std::vector<TEffectError> m_effectErrors;
     std::string m_failure, m_refusal;
-    bool m_outOfMemory = false;
+    bool m_outOfMemory = false, m_streamed = false;
+    const TItemConsumer* m_consumer = nullptr;  // while a build runs
     std::unique_ptr<TBuildInput> m_input;
     std::unique_ptr<class TInputMaker> m_maker;
     TSpecBuildList m_specimens;

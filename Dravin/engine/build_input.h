@@ -18,6 +18,7 @@
 #include "Dravin/engine/geometry_choice.h"
 #include "Dravin/engine/grid.h"
 #include "Dravin/engine/item_list.h"
+#include "Dravin/engine/item_stream.h"
 #include "Dravin/engine/point_input.h"
 #include "Dravin/engine/stored_items.h"
 #include "Dravin/engine/surface_array.h"
@@ -80,6 +81,13 @@ struct TUvSettings {
     float multiplierU = 1, multiplierV = 1;
 };
 
+// Which of several equal parts of its work a build does.
+struct TBuildPart {
+    int number = 1, of = 1;  // 1 ≤ number ≤ of
+
+    bool IsWhole() const { return of == 1; }
+};
+
 class IEffectPrograms;
 
 struct TBuildInput {
@@ -133,6 +141,10 @@ struct TBuildInput {
     TCameraState camera;
     bool collisions = false;  // no two items may overlap
 
+    // A part leaves overlaps to who joins the parts.
+    TBuildPart part;
+    // Takes the items as they are made, where Streams(); null: the list holds them all.
+    const TItemConsumer* consumer = nullptr;
     TBuildProgress* progress = nullptr;  // null: nobody waits
 
     // Log lines of level 2.
@@ -149,7 +161,9 @@ struct TBuildInput {
     bool KnowsSlopes() const {
         return customEdit || distributionMode == kDistImage || linkToSurface;
     }
-    bool RemovesOverlaps() const { return collisions && !customEdit; }
+    bool RemovesOverlaps() const { return collisions && !customEdit && part.IsWhole(); }
+    // Whether items leave as they are made: nothing looks at them all together afterwards.
+    bool Streams() const { return consumer && !customEdit && !(collisions && part.IsWhole()); }
 
     // Groups of the item record that this build fills.
     uint32_t ItemGroupsNeeded() const;

@@ -150,16 +150,10 @@ void KeepUnselected(const TBuildInput& input, TDravinItemList& items,
         statistics.discardedItems += items.Place(i).discarded != 0;
 }
 
-int32_t ItemCount(const TDravinItemList& items) {
-    return int32_t(std::min<size_t>(items.Count(), std::numeric_limits<int32_t>::max()));
-}
-
-int32_t ComputeCollisions(const TBuildInput& input, Box3 bounds, TDravinItemList& items) {
+int32_t ComputeCollisions(const TBuildInput& input, const Box3& bounds, TDravinItemList& items) {
     DebugLog(input, fmt::format("BuildItemArray->ComputeCollisions {} ({} items)",
                                 input.surfaceMode == kSurfaceXY ? "XY" : "UV", items.Count()));
     input.NextStage(1);
-    if (bounds.IsEmpty())
-        for (size_t i = 0; i < items.Count(); ++i) bounds += items.Place(i).position;
     return RemoveCollisions(items, bounds, input.camera);
 }
 
@@ -242,6 +236,8 @@ TBuildResult BuildItemArray(const TBuildInput& input, TDravinItemList& items,
                             TBuildStatistics& statistics) {
     statistics.cellsInArea = statistics.itemCount = statistics.discardedItems = 0;
     statistics.decimation = 1;
+    statistics.createdCount = 0;
+    statistics.ground = {};
     statistics.rejected = {};
     items.Prepare(input.ItemGroupsNeeded(), CompleterOf(input));
     TGeometryChoice geometry(input.geometry, input.specimens);
@@ -250,18 +246,19 @@ TBuildResult BuildItemArray(const TBuildInput& input, TDravinItemList& items,
     TBuildResult result = MakePlan(input, geometry, statistics, plan);
     input.StartProgress();
     if (result == TBuildResult::kOk)
-        result = ProduceItems(input, geometry, plan.sources, input.threads, items, statistics);
+        result = ProduceItems(input, geometry, plan.sources, items, statistics);
     if (result != TBuildResult::kOk) {
         items.Clear();
         statistics.rejected = {};  // of tasks that stopped somewhere
         return result;
     }
     if (input.customEdit) KeepUnselected(input, items, statistics);
-    statistics.createdCount = ItemCount(items);
+    statistics.ground = plan.bounds;
     if (input.RemovesOverlaps() && items.Count() > 1)
         statistics.rejected.collision = statistics.discardedCount =
             ComputeCollisions(input, plan.bounds, items);
-    statistics.itemCount = ItemCount(items);
+    statistics.itemCount =
+        input.Streams() ? statistics.createdCount : AsCount(int64_t(items.Count()));
     items.TrimSpare();
     return TBuildResult::kOk;
 }

@@ -1,13 +1,15 @@
 // How a build ended: status numbers, their panel texts, and the statistics panel.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
+#include <limits>
 #include <span>
 #include <string>
 #include <vector>
 
-#include "host/math/point.h"
+#include "host/math/box.h"
 
 // Fixed for good: scene files, scripts and pipelines hold these numbers.
 enum class [[nodiscard]] TBuildStatus : int32_t{
@@ -56,6 +58,11 @@ struct TTaskCounts {
     TRejections rejected;
 };
 
+// A number as statistics hold it: what is beyond their range is its end.
+inline int32_t AsCount(int64_t number) {
+    return int32_t(std::min<int64_t>(number, std::numeric_limits<int32_t>::max()));
+}
+
 // Numbers of the last build.
 struct TBuildStatistics {
     int32_t cellsInArea = 0;
@@ -75,6 +82,7 @@ struct TBuildStatistics {
     // Candidates that chose each cluster of the geometry list, largest cluster first.
     std::vector<int32_t> clusterCounts;
     TRejections rejected;  // all zero when the distribution failed
+    Box3 ground;           // where overlaps are looked for; empty: where the items are
 
     void Add(const TTaskCounts& counts);
 };

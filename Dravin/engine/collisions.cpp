@@ -250,35 +250,57 @@ std::vector<uint8_t> FindCollisions(std::span<const TCollisionSphere> spheres) {
     return discarded;
 }
 
-int32_t RemoveCollisions(TDravinItemList& items, const Box3& bounds, const TCameraState& camera) {
-    size_t count = items.Count();
-    std::vector<TCollisionSphere> spheres(count);
+std::vector<TCollisionItem> CollisionItems(const TDravinItemList& items,
+                                           const TCameraState& camera) {
+    std::vector<TCollisionItem> result(items.Count());
+    for (size_t first = 0, together = 0; first < result.size(); first += together) {
+        TItemColumns records = items.RecordsFrom(first, &together);
+        for (size_t i = 0; i < together; ++i) {
+            const ItemPlace& place = records.place[i];
+            TCollisionItem& item = result[first + i];
+            item.sphere = {place.position, records.extents[i].collisionRadius, place.seed};
+            item.sphere.center.z += records.extents[i].collisionHeight;
+            item.isFirstRow = place.specimenIndex == 0;
+            item.isOutOfView = camera.limitActive && !camera.view.Contains(place.position);
+        }
+    }
+    return result;
+}
+
+TCollisionOutcome ResolveCollisions(std::span<const TCollisionItem> items, Box3 bounds) {
+    TCollisionOutcome outcome;
+    std::vector<TCollisionSphere> spheres(items.size());
+    bool around = bounds.IsEmpty();
     float largest = 0;
-    for (size_t i = 0; i < count; ++i) {
-        const ItemPlace& place = items.Place(i);
-        const ItemExtents& extents = items.Extents(i);
-        Point3 center = place.position;
-        center.z += extents.collisionHeight;
-        spheres[i] = {center, extents.collisionRadius, place.seed};
-        largest = std::max(largest, extents.collisionRadius);
+    for (size_t i = 0; i < items.size(); ++i) {
+        spheres[i] = items[i].sphere;
+        largest = std::max(largest, spheres[i].radius);
+        if (around) bounds += spheres[i].center;
     }
     bool flat = bounds.min.x == bounds.max.x || bounds.min.y == bounds.max.y;
-    if (flat || !(largest > 0)) {
+    if (items.size() < 2 || flat || !(largest > 0)) {
         // The order in which items would have been tested is all that happens to them.
-        std::vector<uint32_t> order = LargestFirst(spheres);
-        if (order.size() == count) items.Reorder(order);
-        return 0;
+        if (items.size() > 1) outcome.order = LargestFirst(spheres);
+        if (outcome.order.size() == items.size()) return outcome;
+        outcome.order.resize(items.size());
+        std::iota(outcome.order.begin(), outcome.order.end(), 0u);
+        return outcome;
     }
 
     std::vector<uint8_t> discarded = FindCollisions(spheres);
-    auto removed = int32_t(std::count(discarded.begin(), discarded.end(), 1));
-    std::vector<uint32_t> firstRow, others;
-    for (size_t i = 0; i < count; ++i) {
-        const ItemPlace& place = items.Place(i);
-        if (discarded[i] || (camera.limitActive && !camera.view.Contains(place.position))) continue;
-        (place.specimenIndex == 0 ? firstRow : others).push_back(uint32_t(i));
-    }
-    firstRow.insert(firstRow.end(), others.begin(), others.end());
-    items.Reorder(firstRow);
-    return removed;
+    outcome.removed = int32_t(std::count(discarded.begin(), discarded.end(), 1));
+    std::vector<uint32_t> others;
+    for (size_t i = 0; i < items.size(); ++i)
+        if (!discarded[i] && !items[i].isOutOfView)
+            (items[i].isFirstRow ? outcome.order : others).push_back(uint32_t(i));
+    outcome.order.insert(outcome.order.end(), others.begin(), others.end());
+    return outcome;
+}
+
+int32_t RemoveCollisions(TDravinItemList& items, const Box3& bounds, const TCameraState& camera) {
+    TCollisionOutcome outcome = ResolveCollisions(CollisionItems(items, camera), bounds);
+    bool same = outcome.order.size() == items.Count() &&
+                std::is_sorted(outcome.order.begin(), outcome.order.end());
+    if (!same) items.Reorder(outcome.order);
+    return outcome.removed;
 }

@@ -35,9 +35,28 @@ struct TCollisionSphere {
 // One flag a sphere: 1 for those that have to go. A sphere with a number that is not finite stays.
 std::vector<uint8_t> FindCollisions(std::span<const TCollisionSphere> spheres);
 
-// Takes overlapping items out of the list, then those outside the view of a camera that limits.
-// Items of the geometry list's first row stand before all others afterwards, both in their old
-// order. Returns how many overlapped. When `bounds` of the distribution has no extent in x or y, or
-// all radii are 0, nothing is removed, 0 returned, and the items stand largest first, of equals the
-// smaller seed first.
+// What decides about an item where items may not overlap.
+struct TCollisionItem {
+    TCollisionSphere sphere;
+    bool isFirstRow = false;   // shows the geometry list's first row
+    bool isOutOfView = false;  // of a camera that limits
+};
+
+// Items that stay, in the order in which they stand afterwards.
+struct TCollisionOutcome {
+    std::vector<uint32_t> order;
+    int32_t removed = 0;  // because they overlapped
+};
+
+std::vector<TCollisionItem> CollisionItems(const TDravinItemList& items,
+                                           const TCameraState& camera);
+
+// Takes overlapping items out, then those out of view. Items of the first row stand before all
+// others afterwards, both in their old order. When `bounds` of the distribution, or where those
+// are empty the items', have no extent in x or y, or all radii are 0, nothing is removed, and the
+// items stand largest first, of equals the smaller seed first (as they are where a number is not
+// finite). Fewer than two items stay as they are.
+TCollisionOutcome ResolveCollisions(std::span<const TCollisionItem> items, Box3 bounds);
+
+// The same for the items of a list. Returns how many overlapped.
 int32_t RemoveCollisions(TDravinItemList& items, const Box3& bounds, const TCameraState& camera);

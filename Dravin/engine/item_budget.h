@@ -18,13 +18,14 @@ public:
     // items: what was made before counts too. limited: by the number of items of a render.
     TItemBudget(const TBuildInput& input, const TDravinItemList& items, bool limited)
         : m_mostItems(limited && input.render ? input.renderLimit : INT64_MAX),
-          m_mostOfMemory(MostItemsOf(input.memoryLimit, items)),
+          m_mostOfMemory(input.Streams() ? INT64_MAX : MostItemsOf(input.memoryLimit, items)),
           m_made(int64_t(items.Count())) {}
 
     void Add(int64_t count) { m_made.fetch_add(count, std::memory_order_relaxed); }
 
+    int64_t Made() const { return m_made.load(std::memory_order_relaxed); }
     TBuildResult Result() const {
-        int64_t made = m_made.load(std::memory_order_relaxed);
+        int64_t made = Made();
         if (made <= std::min(m_mostItems, m_mostOfMemory)) return TBuildResult::kOk;
         // The lower limit is told, however far beyond it the tasks came.
         return m_mostItems <= m_mostOfMemory ? TBuildResult::kTooManyItems

@@ -288,9 +288,17 @@ void TDravinItemList::CopyFrom(const TDravinItemList& other) {
 
 TDravinItemList TDravinItemList::MakePart() const {
     TDravinItemList part(m_groups);
+    part.m_complete = m_complete;
     part.m_memory = m_memory;
     part.m_growthStep = m_growthStep;
     return part;
+}
+
+std::shared_ptr<TItemBlock> TDravinItemList::Rewind() {
+    m_chunks.clear();
+    m_modified = true;
+    if (m_open.use_count() == 1) m_open->used = 0;
+    return std::move(m_open);
 }
 
 size_t TDravinItemList::BytesOfChunks() const {

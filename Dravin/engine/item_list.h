@@ -115,6 +115,9 @@ public:
     // The block that the next items go to, from task to task; null: none yet.
     void Open(std::shared_ptr<TItemBlock> block) { m_open = std::move(block); }
     std::shared_ptr<TItemBlock> Close() { return std::move(m_open); }
+    // Empties the list. The block that Close gives, with all of its room where no items of others
+    // lie in it.
+    std::shared_ptr<TItemBlock> Rewind();
     // Gives memory back of which no item has need, but for what the items fill once more.
     void TrimSpare();
 

@@ -8,65 +8,105 @@
 
 namespace {
 
+// Pieces whose items may wait for those of a slower one.
+constexpr size_t kStreamWindow = 64;
+
 // One piece of one source.
 struct TPiece {
     const IItemSource* source;
     size_t number;
 };
 
-std::vector<TPiece> PiecesOf(const TItemSources& sources) {
+// Those of the part that the build makes: equal shares, as far as pieces are alike.
+std::vector<TPiece> PiecesOf(const TItemSources& sources, const TBuildPart& part) {
     std::vector<TPiece> pieces;
     for (const auto& source : sources)
         for (size_t i = 0; i < source->NumPieces(); ++i) pieces.push_back({source.get(), i});
-    return pieces;
+    auto border = [&](int n) {
+        return std::ptrdiff_t(pieces.size() * size_t(n) / size_t(part.of));
+    };
+    return {pieces.begin() + border(part.number - 1), pieces.begin() + border(part.number)};
 }
 
-// What became of it.
-struct TMade {
-    TDravinItemList items;
-    TTaskCounts counts;
+// What all pieces share.
+struct TProduction {
+    const TBuildInput& input;
+    const TGeometryChoice& geometry;
+    std::vector<TPiece> pieces;
+    TItemBudget budget;
+    TOpenBlocks blocks;
+    std::vector<TTaskCounts> counts;
 
-    explicit TMade(TDravinItemList part) : items(std::move(part)) {}
+    TProduction(const TBuildInput& in, const TGeometryChoice& choice, const TItemSources& sources,
+                const TDravinItemList& items)
+        : input(in),
+          geometry(choice),
+          pieces(PiecesOf(sources, in.part)),
+          budget(in, items, AreLimited(sources)),
+          counts(pieces.size()) {}
+
+    static bool AreLimited(const TItemSources& sources) {
+        return std::all_of(sources.begin(), sources.end(),
+                           [](const auto& source) { return source->Rules().limited; });
+    }
+
+    bool IsSpent() const { return budget.Result() != TBuildResult::kOk; }
+
+    // Makes the items of piece i; false where the budget was spent before the end.
+    bool Make(size_t i, TDravinItemList& items) {
+        if (IsSpent()) return false;
+        std::unique_ptr<ICellReader> reader = pieces[i].source->Read(pieces[i].number);
+        TItemMaker maker(input, geometry, pieces[i].source->Rules(), *reader, items);
+        TItemShare share(budget);
+        while (maker.Advance())
+            if (!share.Tell(maker.NumMade())) return false;
+        counts[i] = maker.Counts();
+        return true;
+    }
 };
 
-// Ends early where the budget is spent.
-void MakePiece(const TBuildInput& input, const TGeometryChoice& geometry, const TPiece& piece,
-               TItemBudget& budget, TOpenBlocks& blocks, TMade& made) {
-    made.items.Open(blocks.Take());
-    std::unique_ptr<ICellReader> reader = piece.source->Read(piece.number);
-    TItemMaker maker(input, geometry, piece.source->Rules(), *reader, made.items);
-    TItemShare share(budget);
-    while (maker.Advance())
-        if (!share.Tell(maker.NumMade())) return;
-    made.counts = maker.Counts();
-    blocks.Give(made.items.Close());
+// The items of all pieces one after the other.
+void Collect(TProduction& production, TDravinItemList& items) {
+    std::vector<std::unique_ptr<TDravinItemList>> made(production.pieces.size());
+    ParallelFor(made.size(), production.input.threads, [&](size_t i) {
+        made[i] = std::make_unique<TDravinItemList>(items.MakePart());
+        made[i]->Open(production.blocks.Take());
+        if (production.Make(i, *made[i])) production.blocks.Give(made[i]->Close());
+    });
+    if (production.IsSpent()) return;
+    for (auto& part : made) items.Splice(std::move(*part)), part.reset();
+}
+
+// The items of each piece to the consumer; the next piece takes their memory.
+void Stream(TProduction& production, TDravinItemList& items) {
+    TInOrder order(kStreamWindow);
+    ParallelFor(production.pieces.size(), production.input.threads, [&](size_t i) {
+        try {
+            TDravinItemList part = items.MakePart();
+            part.Open(production.blocks.Take());
+            if (!production.Make(i, part)) return order.Stop();
+            auto act = (*production.input.consumer)(part);
+            production.blocks.Give(part.Rewind());
+            order.Put(i, std::move(act));
+        } catch (...) {
+            order.Stop();
+            throw;
+        }
+    });
 }
 
 }  // namespace
 
 TBuildResult ProduceItems(const TBuildInput& input, const TGeometryChoice& geometry,
-                          const TItemSources& sources, int threads, TDravinItemList& items,
+                          const TItemSources& sources, TDravinItemList& items,
                           TBuildStatistics& statistics) {
-    std::vector<TPiece> pieces = PiecesOf(sources);
     int64_t units = 0;
     for (const auto& source : sources) units += source->NumUnits();
     input.NextStage(units);
-
-    std::vector<std::unique_ptr<TMade>> made(pieces.size());
-    bool limited = std::all_of(sources.begin(), sources.end(),
-                               [](const auto& source) { return source->Rules().limited; });
-    TItemBudget budget(input, items, limited);
-    TOpenBlocks blocks;
-    ParallelFor(pieces.size(), threads, [&](size_t i) {
-        if (budget.Result() != TBuildResult::kOk) return;
-        made[i] = std::make_unique<TMade>(items.MakePart());
-        MakePiece(input, geometry, pieces[i], budget, blocks, *made[i]);
-    });
-    if (budget.Result() != TBuildResult::kOk) return budget.Result();
-    for (std::unique_ptr<TMade>& piece : made) {
-        statistics.Add(piece->counts);
-        items.Splice(std::move(piece->items));
-        piece.reset();
-    }
+    TProduction production(input, geometry, sources, items);
+    input.Streams() ? Stream(production, items) : Collect(production, items);
+    if (production.IsSpent()) return production.budget.Result();
+    for (const TTaskCounts& counts : production.counts) statistics.Add(counts);
+    statistics.createdCount = AsCount(production.budget.Made());
     return TBuildResult::kOk;
 }
