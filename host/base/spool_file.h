@@ -40,6 +40,7 @@ public:
 
 private:
     void Flush();
+    void WriteAll(std::string_view bytes);
 
     std::string m_buffer;
     uint64_t m_size = 0;

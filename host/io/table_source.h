@@ -1,4 +1,5 @@
-// Tables as their writers see them: columns of a kind and a shape, and rows that are read in blocks.
+// Tables as their writers see them: columns of a kind and a shape, and rows that are read in
+// blocks.
 #pragma once
 
 #include <cstddef>

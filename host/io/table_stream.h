@@ -3,8 +3,8 @@
 // One stream writes one file: several tables of the same columns, one after the other. How many
 // rows there will be need not be known beforehand, and memory stays at a few blocks. Format, which
 // takes most of the time, may run on any number of threads; what it returns is appended in the
-// order of the rows. The bytes of a file depend on the rows alone, never on the blocks in which they
-// came or on the threads.
+// order of the rows. The bytes of a file depend on the rows alone, never on the blocks in which
+// they came or on the threads.
 //
 //     stream->BeginTable("oak");
 //     auto rows = stream->Format(block);         // any thread, any order
@@ -40,8 +40,8 @@ public:
 
     // Starts a table of this name.
     virtual void BeginTable(const std::string& name) = 0;
-    // The rows of a block, ready to be appended to the table that has begun. Thread safe, and beside
-    // Append; `rows` is not needed afterwards.
+    // The rows of a block, ready to be appended to the table that has begun. Thread safe, and
+    // beside Append; `rows` is not needed afterwards.
     virtual std::unique_ptr<FormattedRows> Format(const ITableSource& rows) = 0;
     // Appends a block, whose memory goes to later ones. By one thread at a time.
     virtual void Append(std::unique_ptr<FormattedRows> rows) = 0;
