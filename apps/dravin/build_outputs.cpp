@@ -108,11 +108,15 @@ std::vector<std::string> ResolveFields(const std::vector<std::string>& fields) {
     return chosen;
 }
 
-void TellOfOutput(const std::string& path, std::span<const SceneDravin> objects) {
-    if (path == "-") return;
+int64_t NumItems(std::span<const SceneDravin> objects) {
     int64_t items = 0;
     for (const SceneDravin& dravin : objects)
         items += dravin.object->Build().Statistics().itemCount;
+    return items;
+}
+
+void TellOfOutput(const std::string& path, int64_t items) {
+    if (path == "-") return;
     std::error_code error;
     uintmax_t bytes = std::filesystem::file_size(path, error);
     if (error) return;  // a device
@@ -139,6 +143,6 @@ ExitCode WriteGltf(const std::string& path, std::span<const SceneDravin> objects
         PrintError(error);
         return kExitNoOutput;
     }
-    TellOfOutput(path, objects);
+    TellOfOutput(path, NumItems(objects));
     return kExitDone;
 }

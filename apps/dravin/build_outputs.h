@@ -26,4 +26,6 @@ ExitCode WriteGltf(const std::string& path, std::span<const SceneDravin> objects
                    const BuildOptions& options);
 
 // Tells how many items and bytes an output holds.
-void TellOfOutput(const std::string& path, std::span<const SceneDravin> objects);
+void TellOfOutput(const std::string& path, int64_t items);
+// Items of finished builds together.
+int64_t NumItems(std::span<const SceneDravin> objects);

@@ -28,6 +28,13 @@ ExitCode CheckEndings(const BuildOptions& options) {
                                    kBuildOutputs));
             return kExitUsage;
         }
+    for (const std::string& path : options.outputs)
+        if (options.piece && TableKindOf(path) != TableKind::kNpz) {
+            PrintError(fmt::format(
+                "-o {}: pieces are joined from archives of items: give --piece an output in .npz",
+                path));
+            return kExitUsage;
+        }
     return CheckOutputs(options.outputs);
 }
 
@@ -45,11 +52,12 @@ ExitCode BuildAll(std::span<const SceneDravin> objects, TimeValue time, const Bu
     flags.render = !options.viewport;
     flags.noLimit = flags.unprotected = options.noLimit;
     flags.forceThreads = options.threads;
+    if (options.piece) flags.part = *options.piece;
     TItemConsumer consumer = tables.Consumer();
     bool streams = !tables.IsEmpty() && !NeedsLists(options);
     ExitCode code = kExitDone;
     for (const SceneDravin& dravin : objects) {
-        tables.BeginObject(dravin.node->GetName());
+        tables.BeginObject(dravin);
         BuildWithProgress(dravin, time, flags, streams ? &consumer : nullptr);
         TellOfThinning(dravin);
         if (ExitCode outcome = ReportBuild(dravin, options.keepGoing); outcome != kExitDone)
@@ -84,8 +92,8 @@ void PrintResults(std::span<const SceneDravin> objects, const BuildOptions& opti
 // as they were.
 ExitCode BuildOutputs(Session& session, std::span<const SceneDravin> objects,
                       const std::vector<std::string>& fields, const BuildOptions& options) {
-    ItemOutputs tables(fields, objects.size(), options.threads);
-    if (!tables.Open(options.outputs)) return kExitNoOutput;
+    ItemOutputs tables(options, fields, objects.size());
+    if (!tables.Open()) return kExitNoOutput;
     TimeValue time = options.time.value_or(session.GetScene().GetTime());
     ExitCode code = BuildAll(objects, time, options, tables);
     bool hasFailed = code != kExitDone;
@@ -93,7 +101,7 @@ ExitCode BuildOutputs(Session& session, std::span<const SceneDravin> objects,
     if (ExitCode input = CheckNotInputs(options.outputs, session.Inputs()); input != kExitDone)
         return input;
     PrintResults(objects, options);
-    ExitCode written = tables.Commit(objects, hasFailed);
+    ExitCode written = tables.Commit(objects, session.Inputs(), hasFailed);
     if (written == kExitDone)
         written = WriteInstances(objects, session.GetScene(), options, hasFailed);
     return written != kExitDone ? written : code;

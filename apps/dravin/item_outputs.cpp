@@ -43,43 +43,63 @@ std::string ResultHead(const SceneDravin& dravin) {
 
 }  // namespace
 
-ItemOutputs::ItemOutputs(const std::vector<std::string>& fields, size_t numObjects, int threads)
-    : m_columns(fields),
+ItemOutputs::ItemOutputs(const BuildOptions& options, const std::vector<std::string>& fields,
+                         size_t numObjects)
+    : m_options(options),
+      m_columns(fields),
+      m_partColumns(m_columns.columns),
       m_numObjects(numObjects),
-      m_threads(threads > 0 ? threads : NumProcessors()) {}
+      m_threads(options.threads > 0 ? options.threads : NumProcessors()) {
+    if (!options.piece) return;
+    m_part = DescribePart(options, fields);
+    for (TableColumn& column : OverlapColumns()) m_partColumns.push_back(std::move(column));
+}
 
-bool ItemOutputs::Open(std::span<const std::string> outputs) {
-    for (const std::string& path : outputs)
+bool ItemOutputs::Open() {
+    for (const std::string& path : m_options.outputs)
         if (TableKindOf(path) && !OpenTable(path)) return false;
     return true;
 }
 
 bool ItemOutputs::OpenTable(const std::string& path) {
     TableKind kind = *TableKindOf(path);
-    const std::vector<TableColumn>& columns = m_columns.columns;
     std::string error;
-    std::unique_ptr<ITableStream> stream;
-    if (kind == TableKind::kJson) stream = OpenJsonStream(path, columns, &error);
-    if (kind == TableKind::kCsv) stream = OpenCsvStream(path, columns, &error);
-    if (kind == TableKind::kNpz)
-        stream = OpenNpzStream(path, columns, m_numObjects > 1, {}, &error);
-    if (!stream) return PrintError(error), false;
-    m_tables.push_back({path, kind == TableKind::kJson, std::move(stream)});
+    Table table{path, kind == TableKind::kJson, nullptr, nullptr};
+    if (kind == TableKind::kJson) table.stream = OpenJsonStream(path, m_columns.columns, &error);
+    if (kind == TableKind::kCsv) table.stream = OpenCsvStream(path, m_columns.columns, &error);
+    if (kind == TableKind::kNpz) {
+        NpzExtras extras{m_columns.columns.size(), kPartPrefix};
+        auto archive = OpenNpzStream(path, m_partColumns, m_numObjects > 1, extras, &error);
+        table.archive = archive.get();
+        table.stream = std::move(archive);
+    }
+    if (!table.stream) return PrintError(error), false;
+    m_tables.push_back(std::move(table));
     return true;
 }
 
-void ItemOutputs::BeginObject(const std::string& name) {
-    for (Table& table : m_tables) table.stream->BeginTable(name);
+void ItemOutputs::BeginObject(const SceneDravin& dravin) {
+    m_build = &dravin.object->Build();
+    m_numRows = 0;
+    for (Table& table : m_tables) table.stream->BeginTable(dravin.node->GetName());
+}
+
+std::shared_ptr<ItemOutputs::Blocks> ItemOutputs::Format(const TDravinItemList& items) {
+    ItemTable rows(items, m_columns);
+    std::optional<PartTable> partRows;
+    if (m_part && LeavesOverlaps(*m_build))
+        partRows.emplace(rows, CollisionItems(items, m_build->Input()->camera), m_partColumns);
+    auto blocks = std::make_shared<Blocks>(m_tables.size());
+    for (size_t i = 0; i < m_tables.size(); ++i)
+        if (ITableStream& stream = *m_tables[i].stream; !stream.HasFailed())
+            (*blocks)[i] = partRows ? stream.Format(*partRows) : stream.Format(rows);
+    return blocks;
 }
 
 TItemConsumer ItemOutputs::Consumer() {
-    using Blocks = std::vector<std::unique_ptr<FormattedRows>>;
     return [this](const TDravinItemList& items) -> std::function<void()> {
-        ItemTable rows(items, m_columns);
-        auto blocks = std::make_shared<Blocks>(m_tables.size());
-        for (size_t i = 0; i < m_tables.size(); ++i)
-            if (!m_tables[i].stream->HasFailed()) (*blocks)[i] = m_tables[i].stream->Format(rows);
-        return [this, blocks] {
+        return [this, blocks = Format(items), count = int64_t(items.Count())] {
+            m_numRows += count;
             for (size_t i = 0; i < m_tables.size(); ++i)
                 if ((*blocks)[i]) m_tables[i].stream->Append(std::move((*blocks)[i]));
         };
@@ -104,6 +124,8 @@ void ItemOutputs::EndObject(const SceneDravin& dravin) {
     const TDravinBuild& build = dravin.object->Build();
     bool isVoid = build.Status() != TBuildStatus::kSuccess;  // the list is empty then
     TableFrame frame = Frame(dravin);
+    if (!build.HasStreamed()) m_numRows = int64_t(build.Items().Count());
+    if (m_part) m_part->objects.push_back(DescribeObject(dravin, m_numRows));
     ItemTable items(build.Items(), m_columns);
     for (Table& table : m_tables) {
         if (!build.HasStreamed()) {
@@ -116,8 +138,21 @@ void ItemOutputs::EndObject(const SceneDravin& dravin) {
     ++m_numEnded;
 }
 
-ExitCode ItemOutputs::Commit(std::span<const SceneDravin> objects, bool hasFailed) {
+// Says in archives of a part which one they are.
+bool ItemOutputs::AddPartEntries(const InputRecord& inputs) {
     std::string error;
+    std::optional<std::string> sum = InputsSum(inputs, &error);
+    if (!sum) return PrintError(error), false;
+    m_part->inputs = *sum;
+    for (Table& table : m_tables)
+        if (table.archive) table.archive->AddEntry(kPartEntry, ToJson(*m_part));
+    return true;
+}
+
+ExitCode ItemOutputs::Commit(std::span<const SceneDravin> objects, const InputRecord& inputs,
+                             bool hasFailed) {
+    std::string error;
+    if (m_part && !hasFailed && !AddPartEntries(inputs)) return kExitMissingInput;
     for (Table& table : m_tables) {
         if (hasFailed && !table.holdsStatus) {
             PrintNote(fmt::format("{}: not written, as the build failed", table.path));
@@ -125,7 +160,7 @@ ExitCode ItemOutputs::Commit(std::span<const SceneDravin> objects, bool hasFaile
             PrintError(error);
             return kExitNoOutput;
         } else {
-            TellOfOutput(table.path, objects);
+            TellOfOutput(table.path, NumItems(objects));
         }
         table.stream.reset();
     }

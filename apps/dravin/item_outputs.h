@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "Dravin/engine/item_stream.h"
+#include "apps/dravin/build_part.h"
 #include "apps/dravin/item_table.h"
 #include "apps/dravin/session.h"
 #include "host/io/table_stream.h"
@@ -19,14 +20,15 @@
 class ItemOutputs {
 public:
     // fields: names of item fields. numObjects: how many objects will follow.
-    ItemOutputs(const std::vector<std::string>& fields, size_t numObjects, int threads);
+    ItemOutputs(const BuildOptions& options, const std::vector<std::string>& fields,
+                size_t numObjects);
 
-    // Opens the tables among these outputs. False, with the error printed, when one cannot be.
-    bool Open(std::span<const std::string> outputs);
+    // Opens the tables among the outputs. False, with the error printed, when one cannot be.
+    bool Open();
     bool IsEmpty() const { return m_tables.empty(); }
 
     // Before an object is built.
-    void BeginObject(const std::string& name);
+    void BeginObject(const SceneDravin& dravin);
     // Takes the items of its build as they are made.
     TItemConsumer Consumer();
     // After it was built. Of a build that failed no items are kept.
@@ -34,19 +36,31 @@ public:
 
     // Puts the tables in their places and tells what was written; the error is printed. After a
     // failure only those that hold the status of the build.
-    ExitCode Commit(std::span<const SceneDravin> objects, bool hasFailed);
+    // inputs: all that was read, for the description of a part.
+    ExitCode Commit(std::span<const SceneDravin> objects, const InputRecord& inputs,
+                    bool hasFailed);
 
 private:
     struct Table {
         std::string path;
         bool holdsStatus;
         std::unique_ptr<ITableStream> stream;
+        INpzStream* archive;  // the same stream where it writes an archive; else null
     };
-    bool OpenTable(const std::string& path);
-    TableFrame Frame(const SceneDravin& dravin) const;
+    using Blocks = std::vector<std::unique_ptr<FormattedRows>>;
 
+    bool OpenTable(const std::string& path);
+    std::shared_ptr<Blocks> Format(const TDravinItemList& items);
+    TableFrame Frame(const SceneDravin& dravin) const;
+    bool AddPartEntries(const InputRecord& inputs);
+
+    const BuildOptions& m_options;
     ItemTableColumns m_columns;
+    std::vector<TableColumn> m_partColumns;  // with those that decide about overlaps
+    std::optional<PartDescription> m_part;
     size_t m_numObjects, m_numEnded = 0;
+    int64_t m_numRows = 0;                  // of the object
+    const TDravinBuild* m_build = nullptr;  // of the object
     int m_threads;
     std::vector<Table> m_tables;
 };

@@ -107,14 +107,15 @@ public:
     std::unique_ptr<FormattedRows> Format(const ITableSource& rows) override {
         std::unique_ptr<ArrayRows> result = m_pool.Take();
         result->count = rows.NumRows();
-        result->columns.resize(m_columns.size());
-        for (size_t c = 0; c < m_columns.size(); ++c) result->columns[c].Read(rows, c);
+        result->columns.resize(rows.Columns().size());
+        for (size_t c = 0; c < result->columns.size(); ++c) result->columns[c].Read(rows, c);
         return result;
     }
 
     void Append(std::unique_ptr<FormattedRows> rows) override {
         std::unique_ptr<ArrayRows> block(static_cast<ArrayRows*>(rows.release()));
-        for (size_t c = 0; c < m_columns.size(); ++c) {
+        m_numArrays = std::max(m_numArrays, block->columns.size());
+        for (size_t c = 0; c < block->columns.size(); ++c) {
             const ArrayPart& part = block->columns[c];
             WaitingArray& array = m_arrays[c];
             if (!array.bytes.IsOpen()) array.bytes.Open(m_path);
@@ -129,6 +130,7 @@ public:
 
     void DropRows() override {
         m_numRows = 0;
+        m_numArrays = std::min(m_columns.size(), m_extras.firstExtraColumn);
         for (WaitingArray& array : m_arrays) {
             if (array.bytes.IsOpen()) array.bytes.Clear();
             array.checkSum = 0, array.longestText = 1;  // NumPy has no strings of width 0
@@ -136,7 +138,7 @@ public:
     }
 
     void EndTable(const TableFrame&) override {
-        for (size_t c = 0; c < m_columns.size() && !m_out.HasFailed(); ++c) {
+        for (size_t c = 0; c < m_numArrays && !m_out.HasFailed(); ++c) {
             WaitingArray& array = m_arrays[c];
             BeginArray(c, m_numRows, array.longestText);
             if (m_columns[c].kind == TableColumn::kText)
@@ -149,7 +151,7 @@ public:
     }
 
     void EndTable(const TableFrame&, const ITableSource& rows, int threads) override {
-        for (size_t c = 0; c < m_columns.size() && !m_out.HasFailed(); ++c) {
+        for (size_t c = 0; c < rows.Columns().size() && !m_out.HasFailed(); ++c) {
             bool isText = m_columns[c].kind == TableColumn::kText;
             uint64_t width = isText ? LongestText(rows, c, threads) : 0;
             BeginArray(c, rows.NumRows(), width);
@@ -240,6 +242,7 @@ private:
     bool m_isPrefixed;
     NpzExtras m_extras;
     uint64_t m_numRows = 0;
+    size_t m_numArrays = 0;  // of the table: without the extra ones until a block brings them
     AtomicFile m_out;
     ZipWriter m_zip{m_out};
     std::atomic<bool> m_hasFailed{false};

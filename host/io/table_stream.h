@@ -76,9 +76,10 @@ std::unique_ptr<ITableStream> OpenJsonStream(const std::string& path,
 std::unique_ptr<ITableStream> OpenCsvStream(const std::string& path,
                                             std::vector<TableColumn> columns, std::string* error);
 
-// Further entries of an archive that only some readers look for.
+// Arrays of an archive that only some readers look for.
 struct NpzExtras {
-    // Entry `PREFIXTABLE/name.npy` instead of the usual one for the columns from this one on.
+    // The columns from this one on are entries `PREFIXTABLE/name.npy`. All blocks and lists of a
+    // table may leave them out; then it has none of them.
     size_t firstExtraColumn = SIZE_MAX;
     std::string extraPrefix;
 };
