@@ -131,7 +131,7 @@ assert f[p+'name'].shape == (n,) and (n < 2 or f[p+'name'][1] == 'a,"\u00e9"')
 
 }  // namespace
 
-TEST(TableWriter, JsonNestsCellsByShape) {
+TEST(TableStream, JsonNestsCellsByShape) {
     EXPECT_EQ(Json(SampleTable(2), 1),
               "[\n{\"id\":0,\"seed\":4294967295,\"position\":[0,0.1,0.2],\"flag\":false,"
               "\"frame\":[[0,1e+20,2e+20],[3e+20,4e+20,5e+20]],\"hash\":[0,1,2,3],\"name\":\"\"},\n"
@@ -141,7 +141,7 @@ TEST(TableWriter, JsonNestsCellsByShape) {
     EXPECT_EQ(Json(SampleTable(0), 1), "[]");
 }
 
-TEST(TableWriter, BytesDoNotDependOnThreads) {
+TEST(TableStream, BytesDoNotDependOnThreads) {
     SampleTable table(200000);
     std::string one = Json(table, 1);
     EXPECT_TRUE(one == Json(table, 4));
@@ -150,7 +150,7 @@ TEST(TableWriter, BytesDoNotDependOnThreads) {
     EXPECT_EQ(size_t(std::count(one.begin(), one.end(), '{')), 200000u);
 }
 
-TEST(TableWriter, CsvFlattensVectors) {
+TEST(TableStream, CsvFlattensVectors) {
     TempFolder folder;
     SampleTable first(1), second(2);
     NamedTable tables[] = {{"oak, old", &first}, {"elm", &second}};
@@ -165,7 +165,7 @@ TEST(TableWriter, CsvFlattensVectors) {
               "\"a,\"\"\xC3\xA9\"\"\"\n");
 }
 
-TEST(TableWriter, NumPyLoadsTheArrays) {
+TEST(TableStream, NumPyLoadsTheArrays) {
     TempFolder folder;
     std::string error, path = folder.File("a.npz");
     for (size_t rows : {0u, 1u, 2u, 150000u}) {
@@ -176,7 +176,7 @@ TEST(TableWriter, NumPyLoadsTheArrays) {
     }
 }
 
-TEST(TableWriter, BytesDoNotDependOnBlocks) {
+TEST(TableStream, BytesDoNotDependOnBlocks) {
     TempFolder folder;
     SampleTable first(70000), second(0), third(2);
     NamedTable tables[] = {{"oak", &first}, {"none", &second}, {"elm", &third}};
@@ -192,7 +192,7 @@ TEST(TableWriter, BytesDoNotDependOnBlocks) {
     EXPECT_EQ(folder.NumFiles(), 4u);
 }
 
-TEST(TableWriter, DroppedRowsLeaveTheFrame) {
+TEST(TableStream, DroppedRowsLeaveTheFrame) {
     TempFolder folder;
     SampleTable table(3);
     std::string error;
@@ -205,7 +205,7 @@ TEST(TableWriter, DroppedRowsLeaveTheFrame) {
     EXPECT_EQ(folder.Read("a.json"), "{\"status\":3,\"items\":[]}");
 }
 
-TEST(TableWriter, ReadersSeeNothingOfAnUnfinishedStream) {
+TEST(TableStream, ReadersSeeNothingOfAnUnfinishedStream) {
     TempFolder folder;
     SampleTable table(300000);
     std::string error;
@@ -222,7 +222,7 @@ TEST(TableWriter, ReadersSeeNothingOfAnUnfinishedStream) {
     EXPECT_EQ(folder.NumFiles(), 0u);
 }
 
-TEST(TableWriter, SeveralTablesArePrefixed) {
+TEST(TableStream, SeveralTablesArePrefixed) {
     TempFolder folder;
     SampleTable first(3), second(5);
     NamedTable tables[] = {{"oak", &first}, {"elm", &second}};
@@ -233,7 +233,7 @@ TEST(TableWriter, SeveralTablesArePrefixed) {
     EXPECT_FALSE(PythonAccepts(kCheckArrays, path + " 4 elm/ 2>/dev/null"));
 }
 
-TEST(TableWriter, FailuresLeaveNothingBehind) {
+TEST(TableStream, FailuresLeaveNothingBehind) {
     TempFolder folder;
     SampleTable table(3);
     NamedTable tables[] = {{"oak", &table}};
