@@ -38,7 +38,8 @@ if(NOT DRAVIN_SANITIZE)
     target_compile_options(dravin_flags INTERFACE
         $<$<CONFIG:Release>:-fstack-protector-strong -D_FORTIFY_SOURCE=2>)
     target_link_options(dravin_flags INTERFACE
-        $<$<CONFIG:Release>:-pie -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack>)
+        $<$<CONFIG:Release>:-Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack>
+        $<$<AND:$<CONFIG:Release>,$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>>:-pie>)
 endif()
 
 # dravin_library(name SOURCES a.cpp … PUBLIC lib … PRIVATE lib …): one folder's static library.

@@ -1,11 +1,13 @@
-# `make install` and `make package`: where everything goes. The program finds its data and its helper
-# from where it stands itself, so the tree may be moved as a whole.
+# `make install` and `make package`: where everything goes. The program finds its data, its
+# helper and its module from where it stands itself, so the tree may be moved as a whole.
 
 include(GNUInstallDirs)
 set(CMAKE_INSTALL_DOCDIR ${CMAKE_INSTALL_DATADIR}/doc/dravin)
 
 install(TARGETS dravin RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(TARGETS dravin_import RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/dravin)
+# Where the program looks, whatever the distribution calls its folder of libraries.
+install(TARGETS dravin_images LIBRARY DESTINATION lib/dravin)
 
 install(DIRECTORY data/distmaps data/effects data/geometry data/models data/scenes
     DESTINATION ${CMAKE_INSTALL_DATADIR}/dravin)

@@ -4,6 +4,7 @@
 
 #include "Dravin/engine/item_budget.h"
 #include "Dravin/engine/item_maker.h"
+#include "host/base/in_order.h"
 #include "host/base/thread_pool.h"
 
 namespace {
@@ -79,7 +80,7 @@ void Collect(TProduction& production, TDravinItemList& items) {
 
 // The items of each piece to the consumer; the next piece takes their memory.
 void Stream(TProduction& production, TDravinItemList& items) {
-    TInOrder order(kStreamWindow);
+    InOrder order(kStreamWindow);
     ParallelFor(production.pieces.size(), production.input.threads, [&](size_t i) {
         try {
             TDravinItemList part = items.MakePart();

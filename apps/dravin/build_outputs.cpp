@@ -5,90 +5,18 @@
 #include <set>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
-#include "Dravin/engine/build_input.h"
-#include "apps/dravin/item_table.h"
+#include "Dravin/engine/item_fields.h"
 #include "host/base/text.h"
-#include "host/base/thread_pool.h"
 #include "host/io/gltf_export.h"
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 std::string EndingOf(const std::string& path) {
     std::string ending = std::filesystem::path(path).extension().string();
     std::transform(ending.begin(), ending.end(), ending.begin(),
                    [](unsigned char c) { return char(std::tolower(c)); });
     return path == "-" ? ".json" : ending;
-}
-
-int NumThreads(const BuildOptions& options) {
-    return options.threads > 0 ? options.threads : NumProcessors();
-}
-
-// Candidates that each rule dropped, by the rule's name.
-Json RejectedJson(const TRejections& rejected) {
-    Json counts = Json::object();
-    for (const TRejectionRule& rule : RejectionRules()) counts[rule.name] = rejected.*rule.count;
-    return counts;
-}
-
-// The keys before the items, without the closing brace.
-std::string ResultHead(const SceneDravin& dravin) {
-    const TDravinBuild& build = dravin.object->Build();
-    const TBuildStatistics& s = build.Statistics();
-    TPanelMessage message = build.Message();
-    Json head{{"object", dravin.node->GetName()},
-              {"time", build.Time()},
-              {"render", build.IsRender()},
-              {"status", int(build.Status())},
-              {"message", {message[0], message[1]}},
-              {"statistics",
-               {{"cells_in_area", s.cellsInArea},
-                {"item_count", s.itemCount},
-                {"created_count", s.createdCount},
-                {"discarded_count", s.discardedCount},
-                {"discarded_items", s.discardedItems},
-                {"decimation", s.decimation},
-                {"build_ms", s.buildMs},
-                {"items_per_second", s.itemsPerSecond},
-                {"rejected", RejectedJson(s.rejected)}}}};
-    std::string text = head.dump();
-    return text.substr(1, text.size() - 2);
-}
-
-bool WriteJson(const std::string& path, std::span<const SceneDravin> objects,
-               const std::vector<std::string>& fields, const BuildOptions& options,
-               std::string* error) {
-    AtomicFile out;
-    if (!out.Open(path, error)) return false;
-    bool several = objects.size() > 1;
-    out.Write(several ? "{\"dravin_items\":1,\"objects\":[" : "{\"dravin_items\":1,");
-    for (size_t i = 0; i < objects.size(); ++i) {
-        if (several) out.Write(i ? ",\n{" : "{");
-        out.Write(ResultHead(objects[i]) + ",\n\"items\":");
-        WriteTableJson(ItemTable(objects[i].object->Build().Items(), fields), NumThreads(options),
-                       out);
-        if (several) out.Write("}");
-    }
-    out.Write(several ? "]}\n" : "}\n");
-    return out.Commit(error);
-}
-
-bool WriteTables(const std::string& path, const std::string& ending,
-                 std::span<const SceneDravin> objects, const std::vector<std::string>& fields,
-                 const BuildOptions& options, std::string* error) {
-    std::vector<ItemTable> tables;
-    tables.reserve(objects.size());
-    std::vector<NamedTable> named;
-    for (const SceneDravin& dravin : objects) {
-        tables.emplace_back(dravin.object->Build().Items(), fields);
-        named.push_back({dravin.node->GetName(), &tables.back()});
-    }
-    return ending == ".csv" ? WriteTableCsv(path, named, NumThreads(options), error)
-                            : WriteTableNpz(path, named, error);
 }
 
 // Nodes of the objects' surfaces that a picture shows, each once. Hidden ones often lie in the same
@@ -147,37 +75,6 @@ bool MakeSources(std::span<const SceneDravin> objects,
     return true;
 }
 
-ExitCode WriteGltf(const std::string& path, std::span<const SceneDravin> objects, Scene& scene,
-                   const BuildOptions& options) {
-    TimeValue time = options.time.value_or(scene.GetTime());
-    std::vector<INode*> surfaces;
-    if (options.surfaces) surfaces = SurfaceNodes(objects, time);
-    std::vector<std::unique_ptr<IInstanceSource>> sources;
-    if (!CheckSurfaces(surfaces) || !MakeSources(objects, &sources)) return kExitLimit;
-    std::vector<const IInstanceSource*> borrowed;
-    for (const auto& source : sources) borrowed.push_back(source.get());
-    std::vector<std::shared_ptr<const Mesh>> keep;
-    std::vector<GltfStaticMesh> meshes = SurfaceMeshes(surfaces, time, keep);
-    GltfOptions gltf;
-    gltf.flat = options.flat;
-    gltf.unitScale = scene.unitScale;
-    std::string error;
-    if (ExportGltf(path, borrowed, meshes, gltf, &error)) return kExitDone;
-    PrintError(error);
-    return kExitNoOutput;
-}
-
-void TellOfOutput(const std::string& path, std::span<const SceneDravin> objects) {
-    int64_t items = 0;
-    for (const SceneDravin& dravin : objects)
-        items += dravin.object->Build().Statistics().itemCount;
-    std::error_code error;
-    uintmax_t bytes = std::filesystem::file_size(path, error);
-    if (error) return;  // a device
-    PrintNote(fmt::format("{}: {} items, {} bytes", path, FormatGrouped(items),
-                          FormatGrouped(int64_t(bytes))));
-}
-
 }  // namespace
 
 bool IsBuildOutput(const std::string& path) {
@@ -187,7 +84,13 @@ bool IsBuildOutput(const std::string& path) {
     return false;
 }
 
-bool HoldsStatus(const std::string& path) { return EndingOf(path) == ".json"; }
+std::optional<TableKind> TableKindOf(const std::string& path) {
+    std::string ending = EndingOf(path);
+    if (ending == ".json") return TableKind::kJson;
+    if (ending == ".csv") return TableKind::kCsv;
+    if (ending == ".npz") return TableKind::kNpz;
+    return std::nullopt;
+}
 
 std::vector<std::string> ResolveFields(const std::vector<std::string>& fields) {
     if (fields.empty()) return DefaultItemFields();
@@ -205,21 +108,41 @@ std::vector<std::string> ResolveFields(const std::vector<std::string>& fields) {
     return chosen;
 }
 
-ExitCode WriteBuildOutput(const std::string& path, std::span<const SceneDravin> objects,
-                          Scene& scene, const std::vector<std::string>& fields,
-                          const BuildOptions& options) {
-    std::string ending = EndingOf(path), error;
-    bool written = false;
-    if (ending == ".json") {
-        written = WriteJson(path, objects, fields, options, &error);
-    } else if (ending == ".csv" || ending == ".npz") {
-        written = WriteTables(path, ending, objects, fields, options, &error);
-    } else if (ExitCode code = WriteGltf(path, objects, scene, options); code == kExitDone) {
-        written = true;
-    } else {
-        return code;
+int64_t NumItems(std::span<const SceneDravin> objects) {
+    int64_t items = 0;
+    for (const SceneDravin& dravin : objects)
+        items += dravin.object->Build().Statistics().itemCount;
+    return items;
+}
+
+void TellOfOutput(const std::string& path, int64_t items) {
+    if (path == "-") return;
+    std::error_code error;
+    uintmax_t bytes = std::filesystem::file_size(path, error);
+    if (error) return;  // a device
+    PrintNote(fmt::format("{}: {} items, {} bytes", path, FormatGrouped(items),
+                          FormatGrouped(int64_t(bytes))));
+}
+
+ExitCode WriteGltf(const std::string& path, std::span<const SceneDravin> objects, Scene& scene,
+                   const BuildOptions& options) {
+    TimeValue time = options.time.value_or(scene.GetTime());
+    std::vector<INode*> surfaces;
+    if (options.surfaces) surfaces = SurfaceNodes(objects, time);
+    std::vector<std::unique_ptr<IInstanceSource>> sources;
+    if (!CheckSurfaces(surfaces) || !MakeSources(objects, &sources)) return kExitLimit;
+    std::vector<const IInstanceSource*> borrowed;
+    for (const auto& source : sources) borrowed.push_back(source.get());
+    std::vector<std::shared_ptr<const Mesh>> keep;
+    std::vector<GltfStaticMesh> meshes = SurfaceMeshes(surfaces, time, keep);
+    GltfOptions gltf;
+    gltf.flat = options.flat;
+    gltf.unitScale = scene.unitScale;
+    std::string error;
+    if (!ExportGltf(path, borrowed, meshes, gltf, &error)) {
+        PrintError(error);
+        return kExitNoOutput;
     }
-    if (!written) PrintError(error);
-    if (written && path != "-") TellOfOutput(path, objects);
-    return written ? kExitDone : kExitNoOutput;
+    TellOfOutput(path, NumItems(objects));
+    return kExitDone;
 }

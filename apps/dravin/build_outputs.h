@@ -1,6 +1,7 @@
-// Writes finished builds by the ending of the output.
+// The outputs of a build, told by their endings, and those that show instances.
 #pragma once
 
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -12,14 +13,19 @@
 bool IsBuildOutput(const std::string& path);
 inline constexpr const char* kBuildOutputs = ".json, .csv, .npz, .gltf, .glb or -";
 
+// Outputs that are tables of items (item_outputs.h); none for the others.
+enum class TableKind { kJson, kCsv, kNpz };
+std::optional<TableKind> TableKindOf(const std::string& path);
+
 // Field names of an output: the default ones, a list, or "all". Empty, with the error printed, for
 // an unknown name.
 std::vector<std::string> ResolveFields(const std::vector<std::string>& fields);
 
-// Whether this kind of output tells the status of the build.
-bool HoldsStatus(const std::string& path);
+// Writes the instances of finished builds as glTF and tells what was written; errors are printed.
+ExitCode WriteGltf(const std::string& path, std::span<const SceneDravin> objects, Scene& scene,
+                   const BuildOptions& options);
 
-// Writes one output and tells what was written; errors are printed.
-ExitCode WriteBuildOutput(const std::string& path, std::span<const SceneDravin> objects,
-                          Scene& scene, const std::vector<std::string>& fields,
-                          const BuildOptions& options);
+// Tells how many items and bytes an output holds.
+void TellOfOutput(const std::string& path, int64_t items);
+// Items of finished builds together.
+int64_t NumItems(std::span<const SceneDravin> objects);

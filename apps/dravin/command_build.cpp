@@ -1,8 +1,11 @@
+#include <algorithm>
+
 #include <fmt/format.h>
 
 #include "apps/dravin/build_outputs.h"
 #include "apps/dravin/build_report.h"
 #include "apps/dravin/commands.h"
+#include "apps/dravin/item_outputs.h"
 #include "apps/dravin/outputs.h"
 #include "apps/dravin/session.h"
 
@@ -25,40 +28,83 @@ ExitCode CheckEndings(const BuildOptions& options) {
                                    kBuildOutputs));
             return kExitUsage;
         }
+    for (const std::string& path : options.outputs)
+        if (options.piece && TableKindOf(path) != TableKind::kNpz) {
+            PrintError(fmt::format(
+                "-o {}: pieces are joined from archives of items: give --piece an output in .npz",
+                path));
+            return kExitUsage;
+        }
     return CheckOutputs(options.outputs);
 }
 
-// Builds the objects one after the other; the worst of their exit codes.
-ExitCode BuildAll(std::span<const SceneDravin> objects, TimeValue time,
-                  const BuildOptions& options) {
+// Whether some output shows instances, which need the finished list.
+bool NeedsLists(const BuildOptions& options) {
+    return std::any_of(options.outputs.begin(), options.outputs.end(),
+                       [](const std::string& path) { return !TableKindOf(path); });
+}
+
+// Builds the objects one after the other, into the tables; the worst of their exit codes.
+ExitCode BuildAll(std::span<const SceneDravin> objects, TimeValue time, const BuildOptions& options,
+                  ItemOutputs& tables) {
     TBuildFlags flags;
     flags.noMesh = true;
     flags.render = !options.viewport;
     flags.noLimit = flags.unprotected = options.noLimit;
     flags.forceThreads = options.threads;
+    if (options.piece) flags.part = *options.piece;
+    TItemConsumer consumer = tables.Consumer();
+    bool streams = !tables.IsEmpty() && !NeedsLists(options);
     ExitCode code = kExitDone;
     for (const SceneDravin& dravin : objects) {
-        BuildWithProgress(dravin, time, flags);
+        tables.BeginObject(dravin);
+        BuildWithProgress(dravin, time, flags, streams ? &consumer : nullptr);
         TellOfThinning(dravin);
         if (ExitCode outcome = ReportBuild(dravin, options.keepGoing); outcome != kExitDone)
             code = outcome;
+        tables.EndObject(dravin);
     }
     return code;
 }
 
-// A failed build is told in results, which hold its status; other files stay as they were.
-ExitCode WriteOutputs(std::span<const SceneDravin> objects, Scene& scene,
-                      const std::vector<std::string>& fields, const BuildOptions& options,
-                      bool failed) {
+ExitCode WriteInstances(std::span<const SceneDravin> objects, Scene& scene,
+                        const BuildOptions& options, bool hasFailed) {
     for (const std::string& path : options.outputs) {
-        if (failed && !HoldsStatus(path)) {
+        if (TableKindOf(path)) continue;
+        if (hasFailed)
             PrintNote(fmt::format("{}: not written, as the build failed", path));
-            continue;
-        }
-        ExitCode code = WriteBuildOutput(path, objects, scene, fields, options);
-        if (code != kExitDone) return code;
+        else if (ExitCode code = WriteGltf(path, objects, scene, options); code != kExitDone)
+            return code;
     }
     return kExitDone;
+}
+
+// What is told of finished builds on standard output.
+void PrintResults(std::span<const SceneDravin> objects, const BuildOptions& options) {
+    for (const SceneDravin& dravin : objects)
+        if (options.explain)
+            PrintRejections(dravin);
+        else if (options.outputs.empty())
+            PrintPanel(dravin);
+}
+
+// Builds and writes; a failed build is told in results, which hold its status, and other files stay
+// as they were.
+ExitCode BuildOutputs(Session& session, std::span<const SceneDravin> objects,
+                      const std::vector<std::string>& fields, const BuildOptions& options) {
+    ItemOutputs tables(options, fields, objects.size());
+    if (!tables.Open()) return kExitNoOutput;
+    TimeValue time = options.time.value_or(session.GetScene().GetTime());
+    ExitCode code = BuildAll(objects, time, options, tables);
+    bool hasFailed = code != kExitDone;
+    // Builds read files too: maps of the library.
+    if (ExitCode input = CheckNotInputs(options.outputs, session.Inputs()); input != kExitDone)
+        return input;
+    PrintResults(objects, options);
+    ExitCode written = tables.Commit(objects, session.Inputs(), hasFailed);
+    if (written == kExitDone)
+        written = WriteInstances(objects, session.GetScene(), options, hasFailed);
+    return written != kExitDone ? written : code;
 }
 
 }  // namespace
@@ -74,17 +120,5 @@ ExitCode RunBuild(const BuildOptions& options) {
     if (!objects) return options.object.empty() ? kExitMalformed : kExitUsage;
     if (ExitCode code = CheckNotInputs(options.outputs, session.Inputs()); code != kExitDone)
         return code;
-
-    TimeValue time = options.time.value_or(session.GetScene().GetTime());
-    ExitCode code = BuildAll(*objects, time, options);
-    // Builds read files too: maps of the library.
-    if (ExitCode input = CheckNotInputs(options.outputs, session.Inputs()); input != kExitDone)
-        return input;
-    if (options.explain)
-        for (const SceneDravin& dravin : *objects) PrintRejections(dravin);
-    if (options.outputs.empty() && !options.explain)
-        for (const SceneDravin& dravin : *objects) PrintPanel(dravin);
-    ExitCode written =
-        WriteOutputs(*objects, session.GetScene(), fields, options, code != kExitDone);
-    return written != kExitDone ? written : code;
+    return BuildOutputs(session, *objects, fields, options);
 }

@@ -7,6 +7,7 @@
 
 #include "Dravin/config/version.h"
 #include "apps/dravin/build_outputs.h"
+#include "apps/dravin/build_part.h"
 #include "apps/dravin/shell_texts.h"
 #include "host/base/input_limit.h"
 #include "host/base/text.h"
@@ -32,6 +33,21 @@ void AddThreads(CLI::App* app, int& threads) {
 void AddTime(CLI::App* app, std::optional<int>& time) {
     app->add_option("--time", time, "time in ticks, 4800 a second (default: the scene's)")
         ->type_name("TICKS");
+}
+
+void AddPiece(CLI::App* app, std::optional<TBuildPart>& piece) {
+    app->add_option_function<std::string>(
+           "--piece",
+           [&piece](const std::string& text) {
+               piece = ParsePart(text);
+               if (!piece)
+                   throw CLI::ValidationError(
+                       "--piece",
+                       "expected K/N, the number of the piece and how many there are, "
+                       "for instance 1/8");
+           },
+           "build the K-th of N pieces, for `dravin join`; outputs in .npz only")
+        ->type_name("K/N");
 }
 
 void AddScene(CLI::App* app, std::string& scene) {
@@ -95,6 +111,7 @@ CommandLine::CommandLine()
     m_app.footer(
         "Try `dravin demo`, or `dravin help COMMAND` for options and examples of a command.");
     AddBuild();
+    AddJoin();
     AddRender();
     AddInfo();
     AddInspect();
@@ -139,7 +156,8 @@ void CommandLine::AddBuild() {
                       "  dravin build wood.json\n"
                       "  dravin build wood.json -o wood.csv -o wood.glb\n"
                       "  dravin build wood.json --fields position,rotation -o - | head\n"
-                      "  dravin build wood.json --explain",
+                      "  dravin build wood.json --explain\n"
+                      "  dravin build wood.json --piece 1/8 -o part-1.npz",
                       [&o] { return RunBuild(o); });
     AddScene(c, o.scene);
     c->add_option("--object", o.object, "only the scatter object of this name")->type_name("NAME");
@@ -156,10 +174,23 @@ void CommandLine::AddBuild() {
                               kBuildOutputs))
         ->allow_extra_args(false)
         ->type_name("OUT");
+    AddPiece(c, o.piece);
     c->add_flag("--flat", o.flat, "glTF: plain nodes instead of GPU instancing");
     c->add_flag("--surfaces", o.surfaces, "glTF: the surfaces too");
     c->add_flag("--explain", o.explain, "print how many candidates each rule dropped");
     c->add_flag("--keep-going", o.keepGoing, "build on when an effect does not compile");
+}
+
+void CommandLine::AddJoin() {
+    JoinOptions& o = m_join;
+    CLI::App* c = Add("join", "join the pieces of a build into the whole",
+                      "  dravin join part-*.npz -o wood.npz", [&o] { return RunJoin(o); });
+    c->add_option("parts", o.parts, "what `dravin build --piece` wrote, all pieces of one build")
+        ->required()
+        ->type_name("PART");
+    c->add_option("-o,--output", o.output, "the whole, as one build would have written it: .npz")
+        ->required()
+        ->type_name("OUT");
 }
 
 void CommandLine::AddRender() {

@@ -27,6 +27,7 @@ private:
     CLI::App* Add(const std::string& name, const std::string& what, const std::string& examples,
                   std::function<ExitCode()> run);
     void AddBuild();
+    void AddJoin();
     void AddRender();
     void AddInfo();
     void AddInspect();
@@ -44,6 +45,7 @@ private:
     std::function<ExitCode()> m_run;
     ConsoleOptions m_console;
     BuildOptions m_build;
+    JoinOptions m_join;
     RenderOptions m_render;
     InfoOptions m_info;
     std::string m_model;

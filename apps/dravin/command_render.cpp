@@ -8,7 +8,12 @@
 namespace {
 
 ExitCode CheckOutput(const std::string& path) {
-    if (!IsPictureFormat(path)) {
+    std::string error;
+    if (!IsPictureFormat(path, &error)) {
+        if (!error.empty()) {
+            PrintError(fmt::format("-o {}: cannot write the picture: {}", path, error));
+            return kExitNoOutput;
+        }
         PrintError(fmt::format(
             "-o {}: the ending names no image format, expected .png, .jpg or .exr", path));
         return kExitUsage;

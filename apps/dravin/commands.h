@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "Dravin/engine/build_input.h"
 #include "apps/dravin/console.h"
 
 struct BuildOptions {
@@ -20,8 +21,15 @@ struct BuildOptions {
     bool surfaces = false;             // glTF: the surfaces too
     bool explain = false;              // print what each rule dropped
     bool keepGoing = false;            // whatever effects do not compile
+    std::optional<TBuildPart> piece;   // of several that are joined later; .npz outputs only
 };
 ExitCode RunBuild(const BuildOptions& options);
+
+struct JoinOptions {
+    std::vector<std::string> parts;
+    std::string output;
+};
+ExitCode RunJoin(const JoinOptions& options);
 
 struct RenderOptions {
     std::string scene, output, camera;

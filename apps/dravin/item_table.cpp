@@ -26,14 +26,16 @@ TableColumn ColumnOf(const ItemField& field) {
 
 }  // namespace
 
-ItemTable::ItemTable(const TDravinItemList& items, const std::vector<std::string>& fields)
-    : m_items(items) {
-    for (const std::string& name : fields) {
-        m_fields.push_back(FindItemField(name));
-        m_columns.push_back(ColumnOf(*m_fields.back()));
+ItemTableColumns::ItemTableColumns(const std::vector<std::string>& names) {
+    for (const std::string& name : names) {
+        fields.push_back(FindItemField(name));
+        columns.push_back(ColumnOf(*fields.back()));
     }
-    m_items.Count();  // builds the list's index before several threads read it
 }
+
+// Counting builds the list's index, before several threads read it.
+ItemTable::ItemTable(const TDravinItemList& items, const ItemTableColumns& columns)
+    : m_items(items), m_columns(columns), m_numRows(items.Count()) {}
 
 // Straight from the records that hold the field.
 void ItemTable::ReadRecords(const ItemField& field, size_t first, size_t count,
@@ -59,7 +61,7 @@ void ItemTable::ReadRecords(const ItemField& field, size_t first, size_t count,
 }
 
 void ItemTable::Read(size_t column, size_t first, size_t count, TableCells& cells) const {
-    const ItemField& field = *m_fields[column];
+    const ItemField& field = *m_columns.fields[column];
     if (field.IsIn(m_items)) return ReadRecords(field, first, count, cells);
     size_t n = size_t(field.NumValues());
     TDravinItem item;

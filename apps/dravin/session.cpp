@@ -151,9 +151,10 @@ std::optional<std::vector<SceneDravin>> Session::FindObjects(const std::string& 
     return std::nullopt;
 }
 
-void BuildWithProgress(const SceneDravin& dravin, TimeValue time, const TBuildFlags& flags) {
+void BuildWithProgress(const SceneDravin& dravin, TimeValue time, const TBuildFlags& flags,
+                       const TItemConsumer* consumer) {
     TDravinBuild& build = dravin.object->Build();
     ProgressBar bar(fmt::format("building {}", dravin.node->GetName()));
     PatientWatch watch(bar, [&build] { return build.Progress().Fraction(); });
-    build.BuildMesh(time, flags);
+    build.BuildMesh(time, flags, consumer);
 }

@@ -41,5 +41,7 @@ private:
     std::unique_ptr<Scene> m_scene;
 };
 
-// Builds one object, with a progress bar on a terminal when it takes a while.
-void BuildWithProgress(const SceneDravin& dravin, TimeValue time, const TBuildFlags& flags);
+// Builds one object, with a progress bar on a terminal when it takes a while. consumer: as
+// TDravinBuild::BuildMesh takes it.
+void BuildWithProgress(const SceneDravin& dravin, TimeValue time, const TBuildFlags& flags,
+                       const TItemConsumer* consumer = nullptr);

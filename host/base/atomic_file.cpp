@@ -1,5 +1,6 @@
 #include "host/base/atomic_file.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <climits>
@@ -245,6 +246,38 @@ void AtomicFile::WriteAll(std::string_view bytes) {
         else
             bytes.remove_prefix(size_t(n));
     }
+}
+
+// Whether the kernel takes over all of it; what it did not is left in `offset` and `bytes`.
+bool AtomicFile::CopyInKernel(int file, uint64_t* offset, uint64_t* bytes) {
+    while (*bytes > 0) {
+        auto from = off64_t(*offset);
+        ssize_t n = copy_file_range(file, &from, m_fd, nullptr, *bytes, 0);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) return false;
+        *offset += uint64_t(n), *bytes -= uint64_t(n);
+    }
+    return true;
+}
+
+void AtomicFile::WriteFrom(int file, uint64_t offset, uint64_t bytes) {
+    Flush();
+    m_size += bytes;
+    // Whatever keeps the kernel from it, a failure of the disk among them, is told by plain writes.
+    if (m_errno != 0 || CopyInKernel(file, &offset, &bytes)) return;
+    std::string piece;
+    while (bytes > 0 && m_errno == 0) {
+        piece.resize(size_t(std::min<uint64_t>(kBufferBytes, bytes)));
+        ssize_t n = pread(file, piece.data(), piece.size(), off_t(offset));
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) return Fail(n < 0 ? errno : EIO);
+        WriteAll(std::string_view(piece).substr(0, size_t(n)));
+        offset += uint64_t(n), bytes -= uint64_t(n);
+    }
+}
+
+void AtomicFile::Fail(int number) {
+    if (m_errno == 0) m_errno = number;
 }
 
 uint64_t AtomicFile::Extend(uint64_t bytes) {

@@ -27,6 +27,11 @@ public:
 
     // Appends bytes, buffered. After a failure further writes do nothing; Commit tells the reason.
     void Write(std::string_view bytes);
+    // Appends `bytes` bytes of another open file, from `offset` on; where both lie on one file
+    // system, they need not pass through this process.
+    void WriteFrom(int file, uint64_t offset, uint64_t bytes);
+    // Something that the output needs has failed: as a failed write, of this errno.
+    void Fail(int number);
     // Bytes written so far.
     uint64_t Size() const { return m_size; }
     bool HasFailed() const { return m_errno != 0; }
@@ -53,6 +58,7 @@ public:
 
 private:
     void Flush();
+    bool CopyInKernel(int file, uint64_t* offset, uint64_t* bytes);
     void WriteAll(std::string_view bytes);
     bool OpenSpecial(std::string* error);
     bool OpenTemporary(std::string* error);

@@ -130,6 +130,14 @@ bool MappedFile::Open(const std::string& path, std::string* error) {
 }
 
 // The end of the last page that is left reads as zeros without a fault, so the length counts too.
+void MappedFile::Release(std::string_view bytes) const {
+    // Whole pages within the range; what is not released costs memory only.
+    auto page = uintptr_t(sysconf(_SC_PAGESIZE));
+    uintptr_t first = (uintptr_t(bytes.data()) + page - 1) / page * page;
+    uintptr_t end = uintptr_t(bytes.data() + bytes.size()) / page * page;
+    if (first < end) madvise(reinterpret_cast<void*>(first), end - first, MADV_DONTNEED);
+}
+
 bool MappedFile::WasCut() const {
     struct stat info {};
     return m_guard.WasCut() ||

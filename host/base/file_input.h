@@ -38,6 +38,8 @@ public:
     // bytes.
     bool Open(const std::string& path, std::string* error);
     std::string_view Bytes() const { return {m_data, m_size}; }
+    // These of its bytes are not looked at again soon: their memory is free for others.
+    void Release(std::string_view bytes) const;
     // Whether the file has become shorter than it was when it was opened.
     bool WasCut() const;
 

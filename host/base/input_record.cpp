@@ -1,5 +1,7 @@
 #include "host/base/input_record.h"
 
+#include <filesystem>
+
 #include <sys/stat.h>
 
 namespace {
@@ -7,6 +9,12 @@ namespace {
 // Taken before a record's own lock; a record leaves under it, so that none is used after its end.
 std::mutex g_currentMutex;
 InputRecord* g_current = nullptr;
+
+// The path of an open file; empty where the system does not tell.
+std::string PathOf(int fd) {
+    std::error_code ignored;
+    return std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(fd), ignored).string();
+}
 
 }  // namespace
 
@@ -27,10 +35,17 @@ bool InputRecord::Holds(const std::string& path) const {
     return m_files.contains({info.st_dev, info.st_ino});
 }
 
+std::vector<std::string> InputRecord::Paths() const {
+    std::lock_guard lock(m_mutex);
+    std::vector<std::string> paths;
+    for (const auto& [file, path] : m_files) paths.push_back(path);
+    return paths;
+}
+
 void InputRecord::Add(int fd) {
     struct stat info {};
     std::lock_guard lock(g_currentMutex);
     if (!g_current || fstat(fd, &info) != 0) return;
     std::lock_guard own(g_current->m_mutex);
-    g_current->m_files.insert({info.st_dev, info.st_ino});
+    g_current->m_files.try_emplace({info.st_dev, info.st_ino}, PathOf(fd));
 }

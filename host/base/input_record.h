@@ -4,10 +4,11 @@
 // it. Files are told apart by device and number, whatever link or path leads to them.
 #pragma once
 
+#include <map>
 #include <mutex>
-#include <set>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include <sys/types.h>
 
@@ -21,12 +22,14 @@ public:
 
     // Whether the path leads to a file that was read. False where there is no file.
     bool Holds(const std::string& path) const;
+    // The files themselves, each once, by the path that led to it first.
+    std::vector<std::string> Paths() const;
 
     // An open regular file was opened for reading; without a living record nothing happens.
     static void Add(int fd);
 
 private:
     mutable std::mutex m_mutex;
-    std::set<std::pair<dev_t, ino_t>> m_files;
+    std::map<std::pair<dev_t, ino_t>, std::string> m_files;
     InputRecord* m_previous;
 };

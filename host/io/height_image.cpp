@@ -32,35 +32,35 @@ class HeightImage : public IHeightSource {
 public:
     HeightImage(std::string file, OpenedImage image)
         : m_file(std::move(file)), m_image(std::move(image)) {
-        const OIIO::ImageSpec& spec = m_image.input->spec();
-        m_columns = spec.width, m_rows = spec.height;
-        bool isColor = spec.nchannels >= 3;
+        const ImageHeader& header = m_image.Header();
+        m_columns = header.width, m_rows = header.height;
+        bool isColor = header.channels >= 3;
         m_channels = isColor ? 3 : 1;
-        if (std::string(m_image.input->format_name()) == "tiff") ReadTags();
-        ReadBitDepth(spec);
+        ReadTags();
+        ReadBitDepth(header);
     }
 
     bool ReadRows(int first, int last, Values values, const RowVisitor& visit,
                   std::string* error) override {
         m_values = values;
         return CatchImageExceptions(m_file, error, [&] {
-            OIIO::TypeDesc type = m_image.input->spec().format;
-            auto read = [&]<class T>(T) { return Read<T>(type, first, last, visit, error); };
-            switch (type.basetype) {
-                case OIIO::TypeDesc::UINT8:
+            ImageSample sample = m_image.Header().sample;
+            auto read = [&]<class T>(T) { return Read<T>(sample, first, last, visit, error); };
+            switch (sample) {
+                case ImageSample::kUInt8:
                     return read(uint8_t{});
-                case OIIO::TypeDesc::INT8:
+                case ImageSample::kInt8:
                     return read(int8_t{});
-                case OIIO::TypeDesc::UINT16:
+                case ImageSample::kUInt16:
                     return read(uint16_t{});
-                case OIIO::TypeDesc::INT16:
+                case ImageSample::kInt16:
                     return read(int16_t{});
-                case OIIO::TypeDesc::UINT32:
+                case ImageSample::kUInt32:
                     return read(uint32_t{});
-                case OIIO::TypeDesc::INT32:
+                case ImageSample::kInt32:
                     return read(int32_t{});
                 default:
-                    type = OIIO::TypeDesc::FLOAT;
+                    sample = ImageSample::kFloat;
                     return read(float{});
             }
         });
@@ -77,32 +77,25 @@ private:
     }
 
     // The library widens odd depths to whole bytes; the file's own numbers need the way back.
-    void ReadBitDepth(const OIIO::ImageSpec& spec) {
-        int bits = spec.get_int_attribute("oiio:BitsPerSample", 0);
-        int held = int(spec.format.basesize()) * 8;
-        if (spec.format.is_floating_point() || bits <= 0 || bits >= held) return;
+    void ReadBitDepth(const ImageHeader& header) {
+        int bits = header.bitsPerSample, held = int(header.sampleBytes) * 8;
+        bool isFloat = header.sample >= ImageSample::kHalf;
+        if (isFloat || bits <= 0 || bits >= held) return;
         m_narrow = (std::exp2(bits) - 1) / (std::exp2(held) - 1);
     }
 
     template <class T>
-    bool Read(OIIO::TypeDesc type, int first, int last, const RowVisitor& visit,
+    bool Read(ImageSample sample, int first, int last, const RowVisitor& visit,
               std::string* error) {
-        const OIIO::ImageSpec& spec = m_image.input->spec();
-        bool isTiled = spec.tile_width > 0;
-        int strip = isTiled ? std::max(1, spec.tile_height) : kStripRows;
+        int tile = m_image.Header().tileHeight, strip = tile > 0 ? tile : kStripRows;
         size_t rowValues = size_t(m_columns) * size_t(m_channels);
         std::vector<T> values(rowValues * size_t(strip));
         std::vector<float> row(static_cast<size_t>(m_columns));
         for (int j = first / strip * strip; j < last; j += strip) {
             int end = std::min(j + strip, m_rows);
-            int y = spec.y + j, x = spec.x;
-            bool ok = isTiled ? m_image.input->read_tiles(0, 0, x, x + m_columns, y, spec.y + end,
-                                                          0, 1, 0, m_channels, type, values.data())
-                              : m_image.input->read_scanlines(0, 0, y, spec.y + end, 0, 0,
-                                                              m_channels, type, values.data());
-            if (!ok) {
-                *error = fmt::format("{}: cannot read the image: {}", m_file,
-                                     ImageReason(m_image.input->geterror()));
+            std::string why;
+            if (!m_image.ReadRows(j, end, m_channels, sample, values.data(), &why)) {
+                *error = fmt::format("{}: cannot read the image: {}", m_file, why);
                 return false;
             }
             for (int k = std::max(j, first); k < std::min(end, last); ++k) {
@@ -147,7 +140,7 @@ OpenedHeights OpenHeightImage(const std::string& file) {
     opened.source =
         CatchImageExceptions(file, &opened.error, [&]() -> std::unique_ptr<IHeightSource> {
             OpenedImage image = OpenImage(file);
-            if (image.input) return std::make_unique<HeightImage>(file, std::move(image));
+            if (image) return std::make_unique<HeightImage>(file, std::move(image));
             opened.error = image.error, opened.isLimit = image.isLimit;
             return nullptr;
         });

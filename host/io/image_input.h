@@ -1,21 +1,39 @@
 // Opening image files for reading: what the readers of pictures and of heights share.
-//
-// Includes the image library; only sources of host/io do so.
 #pragma once
 
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
-#include <OpenImageIO/imageio.h>
 #include <fmt/format.h>
 
-struct OpenedImage {
-    std::unique_ptr<OIIO::ImageInput> input;  // null with a reason in `error`
-    uint64_t fileBytes = 0;
+#include "host/image/image_module.h"
+
+// An image whose header is believable, or why there is none.
+class OpenedImage {
+public:
     std::string error;
     bool isLimit = false;  // the error is a limit, not a fault of the file
+
+    explicit operator bool() const { return m_file != nullptr; }
+    const ImageHeader& Header() const { return Module().header(m_file.get()); }
+    // As the functions of ImageModule of these names; false with a reason in `why`.
+    bool Read(int channels, ImageSample as, void* values, std::string* why) {
+        return Module().read(m_file.get(), channels, as, values, why);
+    }
+    bool ReadRows(int first, int end, int channels, ImageSample as, void* values,
+                  std::string* why) {
+        return Module().readRows(m_file.get(), first, end, channels, as, values, why);
+    }
+
+    void Take(ImageFilePtr file) { m_file = std::move(file); }
+
+private:
+    const ImageModule& Module() const { return *m_file.get_deleter().module; }
+
+    ImageFilePtr m_file{nullptr, {nullptr}};
 };
 
 // What is weighed together with an image's pixels.
@@ -24,23 +42,13 @@ struct MoreBytes {
     uint64_t before = 0;    // that the same file has taken already
 };
 
-// Called once before the library is used.
-void PrepareImageLibrary();
-// Finds the reader for the file's kind, opens the file and weighs its header (CheckImageHeader).
-// Some of the library's readers throw on damaged files: see CatchImageExceptions.
+// Finds the reader for the file's kind, opens the file and weighs its header: a size that its bytes
+// cannot make good, or pixels that, with what the caller makes of them, go beyond the input limit
+// (host/base/input_limit.h) are refused before any pixel is allocated. Some of the library's
+// readers throw on damaged files: see CatchImageExceptions.
 OpenedImage OpenImage(const std::string& file, const MoreBytes& more = {});
-// The library's reader for bytes that begin with `head`; null with a reason in `error`.
-std::unique_ptr<OIIO::ImageInput> ImageReaderFor(std::string_view head, const std::string& name,
-                                                 std::string* error);
-// How images are opened: colours are not multiplied by alpha.
-OIIO::ImageSpec ImageReadConfig();
-// Empty when the header is believable for a file of `fileBytes` and its pixels, with what the
-// caller makes of them, stay within the input limit (host/base/input_limit.h); else what is wrong
-// with it.
-std::string CheckImageHeader(const OIIO::ImageSpec& spec, uint64_t fileBytes, const MoreBytes& more,
-                             bool* isLimit);
-// What the library said, in one line.
-std::string ImageReason(const std::string& text);
+// The same of bytes, which must outlive the image; `name` stands in messages.
+OpenedImage OpenImageBytes(std::string_view bytes, const std::string& name, const MoreBytes& more);
 
 // Runs read(), which returns a pointer or a flag; a default one, with a reason in `error`, when it
 // throws.

@@ -4,11 +4,8 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
 
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
@@ -19,6 +16,7 @@
 
 #include "host/base/file_input.h"
 #include "host/base/input_limit.h"
+#include "host/base/program_part.h"
 #include "host/base/text.h"
 #include "host/io/bitmap.h"
 #include "host/io/model_readers.h"
@@ -209,20 +207,12 @@ HelperLimits LimitsFor(HelperLimits limits, const std::string& path) {
     return limits;
 }
 
-bool IsProgram(const std::filesystem::path& path) { return access(path.c_str(), X_OK) == 0; }
-
 }  // namespace
 
 std::string FindImportHelper() {
-    if (const char* named = std::getenv("DRAVIN_IMPORT_HELPER")) return named;
-    Dl_info info{};
-    if (dladdr(reinterpret_cast<void*>(&FindImportHelper), &info) && info.dli_fname) {
-        std::error_code ignored;
-        auto folder = std::filesystem::canonical(info.dli_fname, ignored).parent_path();
-        for (const char* beside : {"dravin_import", "../libexec/dravin/dravin_import"})
-            if (!folder.empty() && IsProgram(folder / beside)) return (folder / beside).string();
-    }
-    return IsProgram(DRAVIN_IMPORT_HELPER_BUILT) ? DRAVIN_IMPORT_HELPER_BUILT : "";
+    return FindProgramPart("DRAVIN_IMPORT_HELPER",
+                           {"dravin_import", "../libexec/dravin/dravin_import"},
+                           DRAVIN_IMPORT_HELPER_BUILT);
 }
 
 bool ReadByHelper(const HelperLimits& most, ModelFiles& files, ImportError* error) {

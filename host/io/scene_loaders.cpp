@@ -1,6 +1,7 @@
 #include "host/io/scene_loaders.h"
 
 #include "host/geom/primitives.h"
+#include "host/image/image_module.h"
 #include "host/io/bitmap.h"
 #include "host/io/heightfield.h"
 #include "host/io/mesh_import.h"
@@ -12,6 +13,14 @@
 namespace {
 
 using MeshPtr = std::shared_ptr<const Mesh>;
+
+// Why an image could not be read: a limit, the program's own module that is not there, or the file.
+DescriptionErrorClass ImageErrorClass(bool isLimit) {
+    std::string ignored;
+    if (isLimit) return DescriptionErrorClass::kLimit;
+    return LoadImageModule(&ignored) ? DescriptionErrorClass::kMalformed
+                                     : DescriptionErrorClass::kMissingInput;
+}
 
 // Segments that a shape gets when the description names none.
 int SegmentsOr(const PrimitiveOrigin& origin, int usual) {
@@ -67,7 +76,7 @@ public:
         load.field = std::move(result.field);
         load.error = std::move(result.error);
         if (!result.key.empty()) load.key = result.key;
-        if (result.isLimit) load.errorClass = DescriptionErrorClass::kLimit;
+        if (!load.field) load.errorClass = ImageErrorClass(result.isLimit);
         load.warnings = std::move(result.warnings);
         return load;
     }
@@ -150,7 +159,7 @@ private:
         std::shared_ptr<const Bitmap> image = ReadImage(d.file, 0, &error);
         if (!image) {
             load->error = error.text;
-            if (error.isLimit) load->errorClass = DescriptionErrorClass::kLimit;
+            load->errorClass = ImageErrorClass(error.isLimit);
             return nullptr;
         }
         auto map = MakeBitmapTex(d.file);

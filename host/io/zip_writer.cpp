@@ -4,6 +4,8 @@
 
 #include <zlib.h>
 
+#include "host/base/spool_file.h"
+
 namespace {
 
 constexpr uint16_t kUtf8Names = 1 << 11;
@@ -24,6 +26,15 @@ struct Record {
 
 }  // namespace
 
+uint32_t CheckSum(std::string_view bytes) {
+    if (bytes.empty()) return 0;  // a null pointer asks zlib for something else
+    return uint32_t(crc32_z(0, reinterpret_cast<const Bytef*>(bytes.data()), bytes.size()));
+}
+
+uint32_t JoinCheckSums(uint32_t first, uint32_t second, uint64_t secondBytes) {
+    return uint32_t(crc32_combine(first, second, z_off_t(secondBytes)));
+}
+
 void ZipWriter::Begin(const std::string& name, uint64_t size) {
     m_entries.push_back({name, size, m_out.Size(), 0, 0});
     bool large = IsLarge(size);
@@ -37,13 +48,22 @@ void ZipWriter::Begin(const std::string& name, uint64_t size) {
     m_out.Write(header.bytes + name + extra.bytes);
 }
 
-void ZipWriter::Write(std::string_view bytes) {
-    if (bytes.empty()) return;  // the check sum of a null pointer is that of a fresh start
+void ZipWriter::Count(uint64_t bytes, uint32_t checkSum) {
     Entry& entry = m_entries.back();
-    entry.crc =
-        uint32_t(crc32_z(entry.crc, reinterpret_cast<const Bytef*>(bytes.data()), bytes.size()));
-    entry.written += bytes.size();
+    entry.crc = JoinCheckSums(entry.crc, checkSum, bytes);
+    entry.written += bytes;
+}
+
+void ZipWriter::Write(std::string_view bytes) { Write(bytes, CheckSum(bytes)); }
+
+void ZipWriter::Write(std::string_view bytes, uint32_t checkSum) {
+    Count(bytes.size(), checkSum);
     m_out.Write(bytes);
+}
+
+void ZipWriter::Take(SpoolFile& bytes, uint32_t checkSum) {
+    Count(bytes.Size(), checkSum);
+    bytes.MoveTo(m_out);
 }
 
 void ZipWriter::End() {

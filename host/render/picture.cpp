@@ -1,6 +1,5 @@
 #include "host/render/picture.h"
 
-#include <OpenImageIO/imageio.h>
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -9,6 +8,7 @@
 
 #include "host/base/atomic_file.h"
 #include "host/base/memory_file.h"
+#include "host/image/image_module.h"
 #include "host/render/render_texture.h"
 #include "host/render/sampler.h"
 
@@ -33,33 +33,40 @@ std::string EndingOf(const std::string& path) {
 
 bool IsLinearFormat(const std::string& ending) { return ending == ".exr" || ending == ".hdr"; }
 
-template <class T>
-bool WritePixels(OIIO::ImageOutput& out, const std::string& path, const Picture& picture,
-                 OIIO::TypeDesc fileType, OIIO::TypeDesc type, const std::vector<T>& values) {
-    OIIO::ImageSpec spec(picture.width, picture.height, 3, fileType);
-    spec.attribute("oiio:ColorSpace", fileType == OIIO::TypeDesc::UINT8 ? "sRGB" : "Linear");
-    spec.attribute("CompressionQuality", 95);
-    if (!out.open(path, spec)) return false;
-    bool isWritten = out.write_image(type, values.data());
-    return out.close() && isWritten;
+// Linear light times the exposure.
+std::vector<float> LinearValues(const Picture& picture) {
+    std::vector<float> values;
+    values.reserve(picture.pixels.size() * 3);
+    for (Color c : picture.pixels)
+        for (float value : {c.r, c.g, c.b}) values.push_back(value * picture.exposure);
+    return values;
 }
 
-bool WriteTo(OIIO::ImageOutput& out, const std::string& path, const Picture& picture,
-             bool isLinear) {
-    if (isLinear) {
-        std::vector<float> values;
-        values.reserve(picture.pixels.size() * 3);
-        for (Color c : picture.pixels)
-            for (float value : {c.r, c.g, c.b}) values.push_back(value * picture.exposure);
-        return WritePixels(out, path, picture, OIIO::TypeDesc::HALF, OIIO::TypeDesc::FLOAT, values);
-    }
+std::vector<uint8_t> DisplayBytes(const Picture& picture) {
     std::vector<uint8_t> bytes;
     bytes.reserve(picture.pixels.size() * 3);
     for (Color light : picture.pixels) {
         Color c = ToneMap(light, picture.exposure);
         for (float value : {c.r, c.g, c.b}) bytes.push_back(DitheredByte(value, bytes.size()));
     }
-    return WritePixels(out, path, picture, OIIO::TypeDesc::UINT8, OIIO::TypeDesc::UINT8, bytes);
+    return bytes;
+}
+
+bool WriteTo(const ImageModule& module, const std::string& format, const std::string& path,
+             const Picture& picture, bool isLinear, std::string* error) {
+    ImageToWrite image;
+    image.width = picture.width, image.height = picture.height, image.channels = 3;
+    image.sample = isLinear ? ImageSample::kFloat : ImageSample::kUInt8;
+    image.stored = isLinear ? ImageSample::kHalf : ImageSample::kUInt8;
+    image.colorSpace = isLinear ? "Linear" : "sRGB";
+    image.quality = 95;
+    std::vector<float> values;
+    std::vector<uint8_t> bytes;
+    if (isLinear)
+        image.values = (values = LinearValues(picture)).data();
+    else
+        image.values = (bytes = DisplayBytes(picture)).data();
+    return module.write(format.c_str(), path.c_str(), image, error);
 }
 
 }  // namespace
@@ -74,25 +81,27 @@ Color ToneMap(Color light, float exposure) {
     return {channel(c.r), channel(c.g), channel(c.b)};
 }
 
-bool IsPictureFormat(const std::string& path) {
-    bool isKnown = OIIO::ImageOutput::create(path) != nullptr;
-    OIIO::geterror();  // the library keeps the message until it is asked for
-    return isKnown;
+bool IsPictureFormat(const std::string& path, std::string* error) {
+    const ImageModule* module = LoadImageModule(error);
+    return module && !module->formatOf(path.c_str()).empty();
 }
 
 std::string WritePicture(const std::string& path, const Picture& picture) {
     std::string ending = EndingOf(path), error;
-    auto out = OIIO::ImageOutput::create(path);
-    if (!out) {
-        OIIO::geterror();
+    auto cannotWrite = [&](const std::string& why) {
+        return fmt::format("{}: cannot write the picture: {}", path, why);
+    };
+    const ImageModule* module = LoadImageModule(&error);
+    if (!module) return cannotWrite(error);
+    std::string format = module->formatOf(path.c_str());
+    if (format.empty())
         return fmt::format("{}: no image format for the ending \"{}\", use .png, .jpg or .exr",
                            path, ending);
-    }
     AtomicFile target;
     if (!target.Open(path, &error)) return error;
     MemoryFile memory;
-    if (!WriteTo(*out, memory.Path(), picture, IsLinearFormat(ending)))
-        return fmt::format("{}: cannot write the picture: {}", path, out->geterror());
+    if (!WriteTo(*module, format, memory.Path(), picture, IsLinearFormat(ending), &error))
+        return cannotWrite(error);
     bool isWritten = memory.CopyTo(target, &error) && target.Commit(&error);
     return isWritten ? std::string() : error;
 }

@@ -16,10 +16,11 @@ struct Picture {
 // (the rational form of Narkowicz 2015, with a lighter toe).
 Color ToneMap(Color light, float exposure);
 
-// Whether the ending names a format that WritePicture knows.
-bool IsPictureFormat(const std::string& path);
+// Whether the ending names a format that WritePicture knows. False with a reason in `error` when
+// none can be written, as the module for images (host/image/image_module.h) is missing.
+bool IsPictureFormat(const std::string& path, std::string* error);
 
 // Writes by ending: .exr and .hdr keep linear light times the exposure (EXR in half floats), all
-// other formats that OpenImageIO knows get 8 bits a channel, tone-mapped. The file appears complete
-// or not at all. Returns what went wrong, or an empty text.
+// other formats that the module for images knows get 8 bits a channel, tone-mapped. The file
+// appears complete or not at all. Returns what went wrong, or an empty text.
 std::string WritePicture(const std::string& path, const Picture& picture);

@@ -20,6 +20,7 @@
 #include "host/base/thread_pool.h"
 #include "host/geom/primitives.h"
 #include "host/io/gltf_export.h"
+#include "host/io/table_stream.h"
 
 namespace {
 
@@ -73,14 +74,16 @@ bool WriteOutput(const std::string& ending, const std::string& path, std::string
         const IInstanceSource* sources[] = {&cubes};
         return ExportGltf(path, sources, {}, {}, error);
     }
-    static const ItemTable table(Items(), DefaultItemFields());
-    NamedTable named{"items", &table};
-    if (ending == "npz") return WriteTableNpz(path, {&named, 1}, error);
-    if (ending == "csv") return WriteTableCsv(path, {&named, 1}, NumProcessors(), error);
-    AtomicFile out;
-    if (!out.Open(path, error)) return false;
-    WriteTableJson(table, NumProcessors(), out);
-    return out.Commit(error);
+    static const ItemTableColumns columns(DefaultItemFields());
+    static const ItemTable table(Items(), columns);
+    std::unique_ptr<ITableStream> stream;
+    if (ending == "npz") stream = OpenNpzStream(path, columns.columns, false, {}, error);
+    if (ending == "csv") stream = OpenCsvStream(path, columns.columns, error);
+    if (ending == "json") stream = OpenJsonStream(path, columns.columns, error);
+    if (!stream) return false;
+    stream->BeginTable("items");
+    stream->EndTable({}, table, NumProcessors());
+    return stream->Commit(error);
 }
 
 // Bytes of an output of our own, for the two yardsticks.

@@ -1,58 +1,13 @@
 #include "Dravin/engine/item_stream.h"
 
-#include <atomic>
 #include <stdexcept>
-#include <thread>
 
 #include <gtest/gtest.h>
 
 #include "Dravin/engine/collisions.h"
-#include "host/base/thread_pool.h"
 #include "tests/Dravin/engine/test_input.h"
 
 namespace {
-
-TEST(InOrder, ActsRunInTheOrderOfTheirNumbers) {
-    TInOrder order(4);
-    std::vector<size_t> acted;
-    ParallelFor(200, 8, [&](size_t i) {
-        if (i % 7 == 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        order.Put(i, [&acted, i] { acted.push_back(i); });
-    });
-    ASSERT_EQ(acted.size(), 200u);
-    for (size_t i = 0; i < acted.size(); ++i) ASSERT_EQ(acted[i], i);
-}
-
-TEST(InOrder, NobodyIsFurtherAheadThanTheWindow) {
-    TInOrder order(3);
-    std::atomic<size_t> next{0}, furthest{0};
-    ParallelFor(100, 8, [&](size_t i) {
-        if (i % 5 == 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        order.Put(i, [&, i] { next = i + 1; });
-        size_t ahead = i - std::min<size_t>(i, next), before = furthest;
-        while (ahead > before && !furthest.compare_exchange_weak(before, ahead)) {
-        }
-    });
-    EXPECT_LT(furthest, 3u);
-}
-
-TEST(InOrder, AfterAStopNobodyWaitsOrActs) {
-    TInOrder order(1);
-    bool acted = false;
-    std::thread waits([&] { order.Put(5, [&] { acted = true; }); });
-    order.Stop();
-    waits.join();
-    order.Put(0, [&] { acted = true; });
-    EXPECT_FALSE(acted);
-}
-
-TEST(InOrder, WhatAnActThrowsReachesItsThreadAndEndsAll) {
-    TInOrder order(2);
-    EXPECT_THROW(order.Put(0, [] { throw std::runtime_error("disk full"); }), std::runtime_error);
-    bool acted = false;
-    order.Put(1, [&] { acted = true; });
-    EXPECT_FALSE(acted);
-}
 
 // 40,000 cells, in several pieces, with everything random that needs a generator.
 TBuildInput ManyPieces() {

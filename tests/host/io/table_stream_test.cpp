@@ -1,10 +1,12 @@
-#include "host/io/table_writer.h"
+#include "host/io/table_stream.h"
 
 #include <cstdlib>
 
 #include <gtest/gtest.h>
 
+#include "host/base/atomic_file.h"
 #include "host/io/json_text.h"
+#include "host/io/table_block.h"
 #include "host/io/zip_writer.h"
 #include "tests/temp_folder.h"
 
@@ -56,13 +58,51 @@ private:
     std::vector<TableColumn> m_columns;
 };
 
-std::string Json(const ITableSource& source, int threads) {
+struct NamedTable {
+    std::string name;
+    const ITableSource* source;
+};
+
+// How rows come to a stream: all at once, or in blocks of this many.
+constexpr size_t kWhole = 0;
+
+// Writes tables in the way that is asked for; ends them with the texts of an empty frame.
+bool WriteTables(ITableStream& stream, std::span<const NamedTable> tables, int threads,
+                 size_t blockRows, std::string* error) {
+    for (const NamedTable& table : tables) {
+        stream.BeginTable(table.name);
+        if (blockRows == kWhole) {
+            stream.EndTable({}, *table.source, threads);
+            continue;
+        }
+        ForEachBlock(
+            *table.source, blockRows, threads,
+            [&](const ITableSource& block) { return stream.Format(block); },
+            [&](std::unique_ptr<FormattedRows>& rows) { stream.Append(std::move(rows)); });
+        stream.EndTable({});
+    }
+    return stream.Commit(error);
+}
+
+bool WriteTableCsv(const std::string& path, std::span<const NamedTable> tables, int threads,
+                   std::string* error, size_t blockRows = kWhole) {
+    auto stream = OpenCsvStream(path, tables[0].source->Columns(), error);
+    return stream && WriteTables(*stream, tables, threads, blockRows, error);
+}
+
+bool WriteTableNpz(const std::string& path, std::span<const NamedTable> tables, std::string* error,
+                   size_t blockRows = kWhole) {
+    auto stream = OpenNpzStream(path, tables[0].source->Columns(), tables.size() > 1, {}, error);
+    return stream && WriteTables(*stream, tables, 3, blockRows, error);
+}
+
+std::string Json(const ITableSource& source, int threads, size_t blockRows = kWhole) {
     TempFolder folder;
-    AtomicFile out;
     std::string error;
-    EXPECT_TRUE(out.Open(folder.File("a.json"), &error)) << error;
-    WriteTableJson(source, threads, out);
-    EXPECT_TRUE(out.Commit(&error)) << error;
+    auto stream = OpenJsonStream(folder.File("a.json"), source.Columns(), &error);
+    NamedTable table{"a", &source};
+    EXPECT_TRUE(WriteTables(*stream, {&table, 1}, threads, blockRows, &error)) << error;
+    EXPECT_EQ(folder.NumFiles(), 1u);
     return folder.Read("a.json");
 }
 
@@ -91,7 +131,7 @@ assert f[p+'name'].shape == (n,) and (n < 2 or f[p+'name'][1] == 'a,"\u00e9"')
 
 }  // namespace
 
-TEST(TableWriter, JsonNestsCellsByShape) {
+TEST(TableStream, JsonNestsCellsByShape) {
     EXPECT_EQ(Json(SampleTable(2), 1),
               "[\n{\"id\":0,\"seed\":4294967295,\"position\":[0,0.1,0.2],\"flag\":false,"
               "\"frame\":[[0,1e+20,2e+20],[3e+20,4e+20,5e+20]],\"hash\":[0,1,2,3],\"name\":\"\"},\n"
@@ -101,14 +141,16 @@ TEST(TableWriter, JsonNestsCellsByShape) {
     EXPECT_EQ(Json(SampleTable(0), 1), "[]");
 }
 
-TEST(TableWriter, BytesDoNotDependOnThreads) {
+TEST(TableStream, BytesDoNotDependOnThreads) {
     SampleTable table(200000);
     std::string one = Json(table, 1);
     EXPECT_TRUE(one == Json(table, 4));
+    EXPECT_TRUE(one == Json(table, 1, 1 << 15));
+    EXPECT_TRUE(one == Json(table, 4, 777));
     EXPECT_EQ(size_t(std::count(one.begin(), one.end(), '{')), 200000u);
 }
 
-TEST(TableWriter, CsvFlattensVectors) {
+TEST(TableStream, CsvFlattensVectors) {
     TempFolder folder;
     SampleTable first(1), second(2);
     NamedTable tables[] = {{"oak, old", &first}, {"elm", &second}};
@@ -123,7 +165,7 @@ TEST(TableWriter, CsvFlattensVectors) {
               "\"a,\"\"\xC3\xA9\"\"\"\n");
 }
 
-TEST(TableWriter, NumPyLoadsTheArrays) {
+TEST(TableStream, NumPyLoadsTheArrays) {
     TempFolder folder;
     std::string error, path = folder.File("a.npz");
     for (size_t rows : {0u, 1u, 2u, 150000u}) {
@@ -134,7 +176,53 @@ TEST(TableWriter, NumPyLoadsTheArrays) {
     }
 }
 
-TEST(TableWriter, SeveralTablesArePrefixed) {
+TEST(TableStream, BytesDoNotDependOnBlocks) {
+    TempFolder folder;
+    SampleTable first(70000), second(0), third(2);
+    NamedTable tables[] = {{"oak", &first}, {"none", &second}, {"elm", &third}};
+    std::string error;
+    ASSERT_TRUE(WriteTableCsv(folder.File("whole.csv"), tables, 2, &error)) << error;
+    ASSERT_TRUE(WriteTableNpz(folder.File("whole.npz"), tables, &error)) << error;
+    for (size_t rows : {1999u, 100000u}) {
+        ASSERT_TRUE(WriteTableCsv(folder.File("a.csv"), tables, 4, &error, rows)) << error;
+        ASSERT_TRUE(WriteTableNpz(folder.File("a.npz"), tables, &error, rows)) << error;
+        EXPECT_TRUE(folder.Read("a.csv") == folder.Read("whole.csv")) << rows;
+        EXPECT_TRUE(folder.Read("a.npz") == folder.Read("whole.npz")) << rows;
+    }
+    EXPECT_EQ(folder.NumFiles(), 4u);
+}
+
+TEST(TableStream, DroppedRowsLeaveTheFrame) {
+    TempFolder folder;
+    SampleTable table(3);
+    std::string error;
+    auto stream = OpenJsonStream(folder.File("a.json"), table.Columns(), &error);
+    stream->BeginTable("oak");
+    stream->Append(stream->Format(table));
+    stream->DropRows();
+    stream->EndTable({"{\"status\":3,\"items\":", "}"});
+    ASSERT_TRUE(stream->Commit(&error)) << error;
+    EXPECT_EQ(folder.Read("a.json"), "{\"status\":3,\"items\":[]}");
+}
+
+TEST(TableStream, ReadersSeeNothingOfAnUnfinishedStream) {
+    TempFolder folder;
+    SampleTable table(300000);
+    std::string error;
+    {
+        auto json = OpenJsonStream(folder.File("a.json"), table.Columns(), &error);
+        auto npz = OpenNpzStream(folder.File("a.npz"), table.Columns(), false, {}, &error);
+        for (ITableStream* stream : {json.get(), static_cast<ITableStream*>(npz.get())}) {
+            stream->BeginTable("oak");
+            stream->Append(stream->Format(table));
+        }
+        // What waits has no name: two temporary files of the outputs are all there is.
+        EXPECT_EQ(folder.NumFiles(), 2u);
+    }
+    EXPECT_EQ(folder.NumFiles(), 0u);
+}
+
+TEST(TableStream, SeveralTablesArePrefixed) {
     TempFolder folder;
     SampleTable first(3), second(5);
     NamedTable tables[] = {{"oak", &first}, {"elm", &second}};
@@ -145,12 +233,17 @@ TEST(TableWriter, SeveralTablesArePrefixed) {
     EXPECT_FALSE(PythonAccepts(kCheckArrays, path + " 4 elm/ 2>/dev/null"));
 }
 
-TEST(TableWriter, FailuresLeaveNothingBehind) {
+TEST(TableStream, FailuresLeaveNothingBehind) {
     TempFolder folder;
     SampleTable table(3);
     NamedTable tables[] = {{"oak", &table}};
     std::string error;
-    EXPECT_FALSE(WriteTableCsv("/dev/full", tables, 1, &error));
+    for (size_t blockRows : {kWhole, size_t{2}}) {
+        EXPECT_FALSE(WriteTableCsv("/dev/full", tables, 1, &error, blockRows));
+        EXPECT_EQ(error, "/dev/full: cannot write the file: No space left on device");
+    }
+    auto json = OpenJsonStream("/dev/full", table.Columns(), &error);
+    EXPECT_FALSE(WriteTables(*json, tables, 1, 2, &error));
     EXPECT_EQ(error, "/dev/full: cannot write the file: No space left on device");
     EXPECT_FALSE(WriteTableNpz(folder.File("none/a.npz"), tables, &error));
     EXPECT_EQ(folder.NumFiles(), 0u);
