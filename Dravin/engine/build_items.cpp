@@ -156,7 +156,7 @@ int32_t ComputeCollisions(const TBuildInput& input, const Box3& bounds, TDravinI
     DebugLog(input, fmt::format("BuildItemArray->ComputeCollisions {} ({} items)",
                                 input.surfaceMode == kSurfaceXY ? "XY" : "UV", items.Count()));
     input.NextStage(1);
-    return RemoveCollisions(items, bounds, input.camera);
+    return RemoveCollisions(items, bounds, input.camera, input.threads);
 }
 
 }  // namespace

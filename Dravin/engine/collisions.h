@@ -4,14 +4,11 @@
 // height. Items are taken largest first, of equals the smaller seed first, and one stays when it
 // overlaps none that stayed before it. Spheres that only touch do not overlap.
 //
-// Each class of radii (factor 2) has a uniform grid of its own over the plane of the two largest
-// extents, cells at least as wide as its largest sphere: an item looks into three by three cells at
-// most of every class not below its own, so that few large items do not make the cells of many
-// small ones coarse. A cell keeps its first spheres in one line of the cache, which is fetched some
-// items ahead; buckets are shared by hashing where the grid would have more cells than items.
-// Sorting by digits and everything else take linear time, and about 70 bytes an item.
+// How it is done stands in collision_classes.h. It takes linear time, and about 50 bytes an item
+// besides what is given.
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 #include <span>
 #include <vector>
@@ -24,6 +21,8 @@ struct TCollisionSphere {
     float radius = 0;
     uint32_t seed = 0;
 
+    // Whether all numbers are finite.
+    bool IsUsable() const { return IsFinite(center) && std::isfinite(radius); }
     bool Overlaps(const Point3& otherCenter, float otherRadius) const {
         Point3 d = center - otherCenter;
         float reach = radius + otherRadius;
@@ -33,7 +32,8 @@ struct TCollisionSphere {
 };
 
 // One flag a sphere: 1 for those that have to go. A sphere with a number that is not finite stays.
-std::vector<uint8_t> FindCollisions(std::span<const TCollisionSphere> spheres);
+// The same for any number of threads.
+std::vector<uint8_t> FindCollisions(std::span<const TCollisionSphere> spheres, int threads = 1);
 
 // What decides about an item where items may not overlap.
 struct TCollisionItem {
@@ -56,7 +56,9 @@ std::vector<TCollisionItem> CollisionItems(const TDravinItemList& items,
 // are empty the items', have no extent in x or y, or all radii are 0, nothing is removed, and the
 // items stand largest first, of equals the smaller seed first (as they are where a number is not
 // finite). Fewer than two items stay as they are.
-TCollisionOutcome ResolveCollisions(std::span<const TCollisionItem> items, Box3 bounds);
+TCollisionOutcome ResolveCollisions(std::span<const TCollisionItem> items, Box3 bounds,
+                                    int threads = 1);
 
 // The same for the items of a list. Returns how many overlapped.
-int32_t RemoveCollisions(TDravinItemList& items, const Box3& bounds, const TCameraState& camera);
+int32_t RemoveCollisions(TDravinItemList& items, const Box3& bounds, const TCameraState& camera,
+                         int threads = 1);

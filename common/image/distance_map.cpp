@@ -5,6 +5,7 @@
 #include <cmath>
 #include <vector>
 
+#include "common/image/distance_windows.h"
 #include "host/base/thread_pool.h"
 
 namespace image {
@@ -12,8 +13,7 @@ namespace image {
 namespace {
 
 constexpr size_t kLinesPerPiece = 32;
-constexpr size_t kColumnsPerPiece = 256;
-constexpr uint16_t kNone = kLongestMapSide;  // farther than any pixel of the column
+constexpr size_t kColumnsPerPiece = 128;
 
 using ColumnDistances = TImage<uint16_t>;
 
@@ -26,13 +26,13 @@ void MeasureColumns(const TImage<uint8_t>& footprint, bool inverse, int first, i
         // Of the pixels of the row: the border is never covered.
         bool within = y > 0 && y < height - 1;
         int from = std::max(first, 1), to = within ? std::min(last, map.Width() - 1) : from;
-        std::fill(row + first, row + last, inverse ? uint16_t{0} : kNone);
+        std::fill(row + first, row + last, inverse ? uint16_t{0} : kNoTarget);
         for (int x = from; x < to; ++x)
-            row[x] = (footprint.At(x - 1, y - 1) > 128) != inverse ? uint16_t{0} : kNone;
+            row[x] = (footprint.At(x - 1, y - 1) > 128) != inverse ? uint16_t{0} : kNoTarget;
         if (y == 0) continue;
         const uint16_t* above = &map.At(0, y - 1);
         for (int x = first; x < last; ++x)
-            row[x] = std::min(row[x], std::min(kNone, uint16_t(above[x] + 1)));
+            row[x] = std::min(row[x], std::min(kNoTarget, uint16_t(above[x] + 1)));
     }
     for (int y = height - 2; y >= 0; --y) {
         uint16_t* row = &map.At(0, y);
@@ -51,7 +51,7 @@ public:
     void Measure(const uint16_t* columns, float* distances) {
         m_count = m_first = 0;
         for (int u = 0; u < m_width; ++u) {
-            if (columns[u] == kNone) continue;
+            if (columns[u] == kNoTarget) continue;
             Add(u, int(columns[u]) * columns[u]);
             if (columns[u] == 0) Settle(u);
         }
@@ -115,6 +115,16 @@ private:
     std::vector<int> m_squares;
 };
 
+// Rows [first, last): by windows, and by the envelope once those look too far.
+void MeasureRows(const ColumnDistances& columns, int first, int last, TImage<float>& map) {
+    RowWindows windows(map.Width());
+    int y = first;
+    while (y < last && windows.Measure(&columns.At(0, y), &map.At(0, y))) ++y;
+    if (y == last) return;
+    RowEnvelope envelope(map.Width());
+    for (; y < last; ++y) envelope.Measure(&columns.At(0, y), &map.At(0, y));
+}
+
 }  // namespace
 
 TImage<float> DistanceMap(const TImage<uint8_t>& footprint, bool inverse, int threads) {
@@ -126,9 +136,7 @@ TImage<float> DistanceMap(const TImage<uint8_t>& footprint, bool inverse, int th
     });
     TImage<float> map(width, height);
     ParallelRanges(size_t(height), kLinesPerPiece, threads, [&](size_t first, size_t last) {
-        RowEnvelope envelope(width);
-        for (int y = int(first); y < int(last); ++y)
-            envelope.Measure(&columns.At(0, y), &map.At(0, y));
+        MeasureRows(columns, int(first), int(last), map);
     });
     return map;
 }

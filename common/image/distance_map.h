@@ -2,19 +2,19 @@
 //
 // Method: distances along the columns first, then for every row the lower envelope of one parabola
 // a column (Felzenszwalb and Huttenlocher 2012; in whole numbers as Meijster, Roerdink and
-// Hesselink 2000); linear in the number of pixels. Squares are exact, so a distance is off by half
-// a unit in its last place at most, or by one beyond 4096 pixels.
+// Hesselink 2000); linear in the number of pixels. Where distances are short, windows in vector
+// lanes take the envelope's place (distance_windows.h). Squares are exact, so a distance is off by
+// half a unit in its last place at most, or by one beyond 4096 pixels.
 #pragma once
 
 #include <cstdint>
 
+#include "common/image/distance_windows.h"
 #include "common/image/image.h"
 
 namespace image {
 
 inline constexpr float kFar = 1e20f;
-// No side of a map, border included, is as long.
-inline constexpr int kLongestMapSide = 30000;
 
 // Distances in pixels, in an image with a border of one pixel more on every side. Pixels above 128
 // are covered; `inverse` measures to the nearest pixel that is not, the border included. Without

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cassert>
-#include <cmath>
 
 TNuRandomTable::TNuRandomTable(std::span<const float> weights) {
     size_t n = weights.size();
@@ -22,17 +21,10 @@ TNuRandomTable::TNuRandomTable(std::span<const float> weights) {
     for (size_t k = 0; k < n; ++k) {
         float u = float(k) / float(n);
         while (j + 1 < n && u > m_cumulative[j]) ++j;
-        m_lookup.push_back(j);
+        m_lookup.push_back(uint32_t(j));
     }
-}
-
-size_t TNuRandomTable::Sample(float u) const {
-    size_t n = m_lookup.size();
-    float start = std::round(float(n) * u);
-    size_t k = start >= float(n) ? n - 1 : size_t(std::max(start, 0.0f));
-    size_t i = m_lookup[k];
-    while (i + 1 < n && u > m_cumulative[i]) ++i;
-    return i;
+    m_numOutcomes = float(n);
+    m_lastOutcome = int64_t(n) - 1;
 }
 
 TCurveSampler::TCurveSampler(std::span<const float> weights) {

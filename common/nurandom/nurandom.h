@@ -6,6 +6,7 @@
 // own.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -94,19 +95,30 @@ private:
 // a guide boundary a little; saved scenes rely on exactly these draws.
 class TNuRandomTable {
 public:
-    // weights: n >= 1 values, none negative, copied. None at all is the caller's mistake
-    // (asserted).
+    // weights: n >= 1 values, fewer than 2^32, none negative, copied. None at all is the caller's
+    // mistake (asserted).
     explicit TNuRandomTable(std::span<const float> weights);
 
     // Outcome in [0, n) for u in (0, 1), as TNuRandom::Random() gives it.
-    size_t Sample(float u) const;
+    size_t Sample(float u) const {
+        u = std::min(u, 1.0f);  // no further than the last outcome
+        // n * u rounded to the nearest whole number, halves up: exact in double precision.
+        auto rounded = int64_t(double(m_numOutcomes * u) + 0.5);
+        size_t i = m_lookup[size_t(std::clamp(rounded, int64_t{0}, m_lastOutcome))];
+        // Mostly one step or none is left: the first is no branch to guess.
+        i += u > m_cumulative[i];
+        while (u > m_cumulative[i]) ++i;
+        return i;
+    }
 
     size_t Count() const { return m_cumulative.size(); }
     std::span<const float> Cumulative() const { return m_cumulative; }
 
 private:
     std::vector<float> m_cumulative;  // normalised running sum; the last entry is 1
-    std::vector<size_t> m_lookup;     // k -> first outcome whose running sum reaches k / n
+    std::vector<uint32_t> m_lookup;   // k -> first outcome whose running sum reaches k / n
+    float m_numOutcomes = 0;
+    int64_t m_lastOutcome = 0;
 };
 
 // A probability curve turned into a table; empty when no curve is in use.

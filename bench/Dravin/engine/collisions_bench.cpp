@@ -29,18 +29,22 @@ std::vector<TCollisionSphere> MixedSpheres(size_t count) {
     return spheres;
 }
 
-// range(0): items; one thread.
+// range(0): items; range(1): threads.
 void Collisions(benchmark::State& state) {
     std::vector<TCollisionSphere> spheres = MixedSpheres(size_t(state.range(0)));
     size_t removed = 0;
     for (auto _ : state) {
-        std::vector<uint8_t> discarded = FindCollisions(spheres);
+        std::vector<uint8_t> discarded = FindCollisions(spheres, int(state.range(1)));
         removed = size_t(std::count(discarded.begin(), discarded.end(), 1));
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));
     state.counters["kept"] = double(spheres.size() - removed);
 }
 
-BENCHMARK(Collisions)->Arg(100000)->Arg(1000000)->Arg(10000000)->Unit(benchmark::kMillisecond);
+BENCHMARK(Collisions)
+    ->ArgsProduct({{100000, 1000000, 10000000}, {1, 2}})
+    ->Unit(benchmark::kMillisecond)
+    ->MeasureProcessCPUTime()
+    ->UseRealTime();
 
 }  // namespace

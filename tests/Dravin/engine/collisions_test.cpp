@@ -144,6 +144,41 @@ INSTANTIATE_TEST_SUITE_P(Radii, Scattering,
                                          std::tuple{1.0f, 1e-7f, 0.2f},
                                          std::tuple{1e6f, 5000.0f, 90000.0f}));
 
+TEST(Collisions, ThreadsAgreeWithBruteForce) {
+    // Several classes of radii with thousands of cells each: bands of cells for every thread.
+    Spheres spheres = Scattered(40000, 400, 0.3f, 3, 5);
+    Flags expected = ByBruteForce(spheres);
+    for (int threads : {1, 2, 3, 8, 16}) EXPECT_EQ(FindCollisions(spheres, threads), expected);
+}
+
+TEST(Collisions, AChainIsDecidedFromItsBestEnd) {
+    // Every sphere overlaps the next, and the seeds fall: all wait for the last one, and from there
+    // on every other one stays.
+    constexpr size_t kCount = 40001;
+    Spheres chain;
+    Flags expected;
+    for (size_t i = 0; i < kCount; ++i) {
+        chain.push_back({{1.5f * float(i), 0, 0}, 1, uint32_t(kCount - i)});
+        expected.push_back(i % 2);
+    }
+    for (int threads : {1, 2, 3, 8, 16}) EXPECT_EQ(FindCollisions(chain, threads), expected);
+}
+
+TEST(Collisions, OfAHeapAtOnePlaceOneStays) {
+    // Equal seeds: the first of them.
+    Spheres heap(100000, {{3, 4, 5}, 1, 7});
+    Flags expected(heap.size(), 1);
+    expected[0] = 0;
+    for (int threads : {1, 3}) EXPECT_EQ(FindCollisions(heap, threads), expected);
+}
+
+TEST(Collisions, PointsAtOnePlaceTakeLinearTime) {
+    // Those without a size overlap nothing, a hundred thousand of them in a cell.
+    Spheres points(100000, {{3, 4, 5}, 0, 7});
+    points.push_back({{30, 40, 0}, 1, 1});
+    EXPECT_EQ(FindCollisions(points, 2), Flags(points.size(), 0));
+}
+
 TEST(Collisions, ItemsOnWallsAgreeWithBruteForce) {
     // The plane of the ground turned upright, in both directions.
     for (int wall = 0; wall < 2; ++wall) {

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -81,11 +83,33 @@ TEST(DistanceMap, ARowOrAColumnOfTargetsIsEnough) {
     EXPECT_EQ(inverse.At(0, 0), 0);
 }
 
+TEST(DistanceMap, ShortAndLongDistancesOfOnePictureAreExact) {
+    // Targets in the upper rows only: near them windows do, farther down parabolas.
+    TImage<uint8_t> picture = Speckled(300, 150, 0.2f, 11);
+    std::vector<std::pair<int, int>> targets;
+    for (int y = 0; y < picture.Height(); ++y)
+        for (int x = 0; x < picture.Width(); ++x) {
+            if (y >= 10) picture.At(x, y) = 0;
+            if (picture.At(x, y) > 0) targets.emplace_back(x + 1, y + 1);
+        }
+    TImage<float> map = DistanceMap(picture, false, 1);
+    for (int y = 0; y < map.Height(); ++y)
+        for (int x = 0; x < map.Width(); ++x) {
+            int best = 1 << 30;
+            for (auto [u, v] : targets)
+                best = std::min(best, (u - x) * (u - x) + (v - y) * (v - y));
+            ASSERT_EQ(map.At(x, y), std::sqrt(float(best))) << x << " " << y;
+        }
+}
+
 TEST(DistanceMap, ThreadsGiveTheSameBits) {
-    TImage<uint8_t> picture = Speckled(200, 150, 0.002f, 5);
-    TImage<float> one = DistanceMap(picture, false, 1), many = DistanceMap(picture, false, 8);
-    for (int y = 0; y < one.Height(); ++y)
-        for (int x = 0; x < one.Width(); ++x) ASSERT_EQ(one.At(x, y), many.At(x, y));
+    TImage<uint8_t> picture = Speckled(400, 150, 0.002f, 5);
+    TImage<float> one = DistanceMap(picture, false, 1);
+    for (int threads : {2, 3, 8, 16}) {
+        TImage<float> many = DistanceMap(picture, false, threads);
+        for (int y = 0; y < one.Height(); ++y)
+            for (int x = 0; x < one.Width(); ++x) ASSERT_EQ(one.At(x, y), many.At(x, y));
+    }
 }
 
 TEST(DistanceMap, NothingCoveredIsFarEverywhere) {

@@ -1,5 +1,8 @@
 #include "common/nurandom/nurandom.h"
 
+#include <algorithm>
+#include <cmath>
+
 #include <gtest/gtest.h>
 
 #include "common/nurandom/nurandom_batch.h"
@@ -99,6 +102,28 @@ TEST(NuRandomTable, TheGuideIsEnteredAtTheRoundedIndex) {
     TNuRandomTable table(weights);
     EXPECT_EQ(table.Sample(0.15f), 2u);
     EXPECT_EQ(table.Sample(0.999999f), 3u);
+}
+
+TEST(NuRandomTable, DrawsAreThoseOfThePlainMethod) {
+    // The method as its description says it, at the halves between guide entries, at the running
+    // sums, right beside both, and at random places.
+    TNuRandom random(9);
+    for (size_t n : {1, 2, 3, 7, 100, 1000}) {
+        std::vector<float> weights(n), places;
+        for (float& w : weights) w = std::max(random.Random() - 0.3f, 0.0f);
+        TNuRandomTable table(weights);
+        std::span<const float> sums = table.Cumulative();
+        for (size_t k = 0; k < n; ++k)
+            for (float u : {(float(k) + 0.5f) / float(n), sums[k], random.Random()})
+                for (float v : {std::nextafter(u, 0.0f), u, std::nextafter(u, 2.0f)})
+                    if (v > 0 && v < 1) places.push_back(v);
+        for (float u : places) {
+            size_t k = std::min(size_t(std::round(float(n) * u)), n - 1), i = 0;
+            while (sums[i] < float(k) / float(n)) ++i;
+            while (sums[i] < u) ++i;
+            ASSERT_EQ(table.Sample(u), i) << n << " " << u;
+        }
+    }
 }
 
 TEST(CurveSampler, EmptyReturnsMinWithoutASingleStep) {
