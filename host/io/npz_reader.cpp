@@ -64,15 +64,15 @@ public:
         Directory directory;
         if (!ReadDirectory(&directory)) return std::nullopt;
         std::vector<NpzEntry> entries;
-        std::set<std::string_view> names;
+        std::set<std::string> names;
         uint64_t place = directory.start;
         for (uint64_t i = 0; i < directory.count; ++i) {
             NpzEntry entry;
+            uint64_t start = place;
             if (!ReadEntry(directory, &place, &entry)) return std::nullopt;
+            if (!names.insert(entry.name).second)
+                return Fail(start, "a name that stands twice"), std::nullopt;
             entries.push_back(std::move(entry));
-            if (!names.insert(entries.back().name).second &&
-                Fail(place, "a name that stands twice"))
-                return std::nullopt;
         }
         if (place != directory.start + directory.length)
             return Fail(place, "the list of entries has another length"), std::nullopt;
@@ -80,12 +80,10 @@ public:
     }
 
 private:
-    // Always true.
-    bool Fail(uint64_t place, const std::string& what) {
+    void Fail(uint64_t place, const std::string& what) {
         *m_error = fmt::format("byte {}: {}", place, what);
-        return true;
     }
-    bool Refuse(uint64_t place, const std::string& what) { return !Fail(place, what); }
+    bool Refuse(uint64_t place, const std::string& what) { return Fail(place, what), false; }
 
     bool ReadDirectory(Directory* directory) {
         if (m_bytes.size() < kEndBytes) return Refuse(0, "too short for an archive");

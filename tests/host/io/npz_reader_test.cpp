@@ -91,6 +91,25 @@ TEST(NpzReader, The64BitFormIsRead) {
     }
 }
 
+TEST(NpzReader, NamesStandOnce) {
+    TempFolder folder;
+    for (const char* last : {"d", "a"}) {
+        AtomicFile out;
+        std::string error;
+        ASSERT_TRUE(out.Open(folder.File("a.npz"), &error));
+        ZipWriter zip(out);
+        for (const char* name : {"a", "b", "c", last}) {
+            zip.Begin(name, 0);
+            zip.End();
+        }
+        zip.Finish();
+        ASSERT_TRUE(out.Commit(&error)) << error;
+        std::string bytes = folder.Read("a.npz");
+        EXPECT_EQ(ReadNpzEntries(bytes, &error).has_value(), *last == 'd');
+        EXPECT_EQ(error.find("a name that stands twice") != error.npos, *last == 'a') << error;
+    }
+}
+
 TEST(NpzReader, EveryPrefixIsRefused) {
     std::string whole = Archive();
     for (size_t n = 0; n < whole.size(); ++n) {
