@@ -232,7 +232,7 @@ void TDravinBuild::FinishStatus() {
 }
 
 bool TDravinBuild::LeavesOverlaps() const {
-    return m_input && m_input->collisions && !m_input->RemovesOverlaps();
+    return m_input && m_input->collisions && !m_input->customEdit && !m_input->part.IsWhole();
 }
 
 TPanelMessage TDravinBuild::PanelLines() const {

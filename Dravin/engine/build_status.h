@@ -82,6 +82,7 @@ struct TBuildStatistics {
     // Candidates that chose each cluster of the geometry list, largest cluster first.
     std::vector<int32_t> clusterCounts;
     TRejections rejected;  // all zero when the distribution failed
+    int64_t itemLimit = INT64_MAX;  // items beyond which the build would have been refused
     Box3 ground;           // where overlaps are looked for; empty: where the items are
 
     void Add(const TTaskCounts& counts);

@@ -23,6 +23,8 @@ public:
 
     void Add(int64_t count) { m_made.fetch_add(count, std::memory_order_relaxed); }
 
+    // The number of items that a render may have; INT64_MAX: any.
+    int64_t MostItems() const { return m_mostItems; }
     int64_t Made() const { return m_made.load(std::memory_order_relaxed); }
     TBuildResult Result() const {
         int64_t made = Made();

@@ -108,6 +108,7 @@ TBuildResult ProduceItems(const TBuildInput& input, const TGeometryChoice& geome
     input.Streams() ? Stream(production, items) : Collect(production, items);
     if (production.IsSpent()) return production.budget.Result();
     for (const TTaskCounts& counts : production.counts) statistics.Add(counts);
+    statistics.itemLimit = production.budget.MostItems();
     statistics.createdCount = AsCount(production.budget.Made());
     return TBuildResult::kOk;
 }

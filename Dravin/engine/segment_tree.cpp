@@ -50,6 +50,7 @@ TSegmentTree::TSegmentTree(std::span<const TFlatSegment> segments) {
     Box2 box;
     m_root = Build(segments, order, &box);
     m_leafSize /= float(m_leaves.size());
+    m_cells = TSegmentCells::Make(box, m_leaves.size(), m_leafSize);
 }
 
 // Adds the subtree over some segments; returns it as a child and its box.
@@ -104,9 +105,28 @@ uint32_t TSegmentTree::Nearest(Point2 p, TSegmentCursor* cursor) const {
         ++cursor->served;
         return SegmentOf(SearchLeaves(Branches(), {cursor->leaves.data(), cursor->count}, p));
     }
+    if (m_cells) {
+        std::span<const uint32_t> leaves =
+            m_cells->Leaves(p, [&](Point2 center, float radius, std::span<uint32_t> found) {
+                return LeavesOfDisc(center, radius, Distance(center), found);
+            });
+        if (!leaves.empty()) return SegmentOf(SearchLeaves(Branches(), leaves, p));
+    }
     TNearestSegment best = SearchBranches(Branches(), p);
     if (cursor) Move(*cursor, p, std::sqrt(best.distanceSquared));
     return SegmentOf(best);
+}
+
+float TSegmentTree::Distance(Point2 p) const {
+    return std::sqrt(SearchBranches(Branches(), p).distanceSquared);
+}
+
+// The leaves that can hold the nearest segment of a point of the disc, given the distance at its
+// centre; how many there are, as CollectLeaves tells.
+size_t TSegmentTree::LeavesOfDisc(Point2 center, float radius, float distance,
+                                  std::span<uint32_t> leaves) const {
+    float reach = distance + 2 * (radius + m_room);
+    return CollectLeaves(Branches(), center, reach * 1.0001f, leaves);
 }
 
 // Lays a new disc around p. A larger one serves more points but needs more leaves. Where the last
@@ -123,8 +143,7 @@ void TSegmentTree::Move(TSegmentCursor& cursor, Point2 p, float distance) const 
     cursor.radius = 0.25f * (distance + m_leafSize);
     for (int attempt = 0; attempt < 2 && cursor.count == 0; ++attempt) {
         if (attempt > 0) cursor.radius /= 4;
-        float reach = distance + 2 * (cursor.radius + m_room);
-        size_t found = CollectLeaves(Branches(), p, reach * 1.0001f, cursor.leaves);
+        size_t found = LeavesOfDisc(p, cursor.radius, distance, cursor.leaves);
         if (found <= cursor.leaves.size()) cursor.count = uint32_t(found);
     }
 }

@@ -3,16 +3,20 @@
 // Every node has eight children of equal size, split at medians of the longer side, and every leaf
 // eight segments. Boxes have room for rounding, so the answer is that of a loop over all segments:
 // the least distance in single precision, among equals the first segment. Queries allocate nothing;
-// threads may share a tree, each with a cursor of its own.
+// threads may share a tree, each with a cursor of its own. A grid of cells remembers the leaves
+// that matter to each, which saves most queries the way down the tree; where segments are too dense
+// for it, a cursor does the same for points that are neighbours.
 #pragma once
 
 #include <array>
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <span>
 #include <vector>
 
 #include "Dravin/engine/flat_segment.h"
+#include "Dravin/engine/segment_cells.h"
 #include "Dravin/engine/segment_search.h"
 #include "host/math/box.h"
 
@@ -45,11 +49,15 @@ private:
     int32_t AddLeaf(std::span<const TFlatSegment> segments, std::span<const uint32_t> order,
                     Box2* box);
     TSegmentBranches Branches() const { return {m_nodes.data(), m_leaves.data(), m_root}; }
+    float Distance(Point2 p) const;
+    size_t LeavesOfDisc(Point2 center, float radius, float distance,
+                        std::span<uint32_t> leaves) const;
     void Move(TSegmentCursor& cursor, Point2 p, float distance) const;
 
     std::vector<TSegmentNode> m_nodes;
     std::vector<TSegmentLeaf> m_leaves;
     int32_t m_root = 0;
-    float m_room = 0;      // what rounding may add to a distance
-    float m_leafSize = 0;  // mean half-perimeter of the leaves' boxes
+    float m_room = 0;                        // what rounding may add to a distance
+    float m_leafSize = 0;                    // mean half-perimeter of the leaves' boxes
+    std::shared_ptr<TSegmentCells> m_cells;  // or null; copies of a tree share it
 };

@@ -80,6 +80,7 @@ PartObject ObjectFrom(const Json& value) {
     value.at("is_off").get_to(object.isOff);
     value.at("rows").get_to(object.rows);
     value.at("discarded").get_to(object.discarded);
+    value.at("limit").get_to(object.limit);
     value.at("may_overlap").get_to(object.mayOverlap);
     object.ground = BoxFrom(value.at("ground"));
     return object;
@@ -121,11 +122,6 @@ PartDescription DescribePart(const BuildOptions& options, const std::vector<std:
     return {*options.piece, ProductVersion(), "", OptionsText(options), fields, {}};
 }
 
-bool LeavesOverlaps(const TDravinBuild& build) {
-    const TBuildInput* input = build.Input();
-    return input && input->collisions && !input->customEdit && !input->part.IsWhole();
-}
-
 PartObject DescribeObject(const SceneDravin& dravin, int64_t rows) {
     const TDravinBuild& build = dravin.object->Build();
     PartObject object;
@@ -133,7 +129,8 @@ PartObject DescribeObject(const SceneDravin& dravin, int64_t rows) {
     object.isOff = build.Status() == TBuildStatus::kDisabled;
     object.rows = rows;
     object.discarded = build.Statistics().discardedItems;
-    object.mayOverlap = LeavesOverlaps(build);
+    object.mayOverlap = build.LeavesOverlaps();
+    object.limit = build.Statistics().itemLimit;
     object.ground = build.Statistics().ground;
     return object;
 }
@@ -160,6 +157,7 @@ std::string ToJson(const PartDescription& part) {
                            {"is_off", object.isOff},
                            {"rows", object.rows},
                            {"discarded", object.discarded},
+                           {"limit", object.limit},
                            {"may_overlap", object.mayOverlap},
                            {"ground", BoxJson(object.ground)}});
     Json value{

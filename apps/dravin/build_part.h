@@ -25,6 +25,7 @@ struct PartObject {
     bool isOff = false;       // it makes no items, and that is well
     int64_t rows = 0;         // of this part
     int64_t discarded = 0;    // of them
+    int64_t limit = 0;        // items that all parts together may have, overlapping ones included
     bool mayOverlap = false;  // overlaps are left to the join
     Box3 ground;              // where they are looked for; empty: where the items are
 };
@@ -42,8 +43,6 @@ std::optional<TBuildPart> ParsePart(const std::string& text);
 
 // Description of a part that is about to be built.
 PartDescription DescribePart(const BuildOptions& options, const std::vector<std::string>& fields);
-// Whether the items of a build, running or finished, may overlap those of other parts.
-bool LeavesOverlaps(const TDravinBuild& build);
 // What a finished build adds to it.
 PartObject DescribeObject(const SceneDravin& dravin, int64_t rows);
 // A number for the contents of all files that were read. An error is one of reading them again.

@@ -87,7 +87,7 @@ void ItemOutputs::BeginObject(const SceneDravin& dravin) {
 std::shared_ptr<ItemOutputs::Blocks> ItemOutputs::Format(const TDravinItemList& items) {
     ItemTable rows(items, m_columns);
     std::optional<PartTable> partRows;
-    if (m_part && LeavesOverlaps(*m_build))
+    if (m_part && m_build->LeavesOverlaps())
         partRows.emplace(rows, CollisionItems(items, m_build->Input()->camera), m_partColumns);
     auto blocks = std::make_shared<Blocks>(m_tables.size());
     for (size_t i = 0; i < m_tables.size(); ++i)

@@ -9,6 +9,7 @@
 #include "apps/dravin/build_part.h"
 #include "host/base/atomic_file.h"
 #include "host/base/file_input.h"
+#include "host/base/text.h"
 #include "host/io/npz_array.h"
 #include "host/io/npz_reader.h"
 #include "host/io/zip_writer.h"
@@ -181,6 +182,11 @@ private:
             rows += part.description.objects[index].rows;
             discarded += part.description.objects[index].discarded;
         }
+        if (rows > object.limit)
+            Fail(kExitFailed,
+                 fmt::format("{}: all pieces together have {} items, and a build may make {} "
+                             "(\"rmaxitems\"); --no-limit builds pieces without that limit",
+                             object.name, FormatGrouped(rows), FormatGrouped(object.limit)));
         if (order) rows = int64_t(order->size());
         if (!object.isOff && rows - discarded < 1)
             Fail(kExitFailed, fmt::format("{}: no visible items in all pieces together; a build of "

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "common/nurandom/nurandom.h"
+#include "host/base/thread_pool.h"
 
 namespace {
 
@@ -74,6 +75,24 @@ TEST_P(SegmentTree, ACursorChangesNoAnswer) {
     EXPECT_TRUE(blurred || served > 100) << served;
 }
 
+TEST_P(SegmentTree, ThreadsThatShareATreeAgree) {
+    // All ask the same new cells at once, and again when they are known.
+    auto [count, center, size] = GetParam();
+    Segments segments = Scattered(count, center, size, 9);
+    TNuRandom random(10);
+    std::vector<Point2> points(500);
+    for (Point2& p : points) p = Somewhere(random, center, size * 1.2f);
+    std::vector<uint32_t> expected;
+    for (Point2 p : points) expected.push_back(OneByOne(segments, p));
+    for (int threads : {1, 2, 3, 8, 16}) {
+        TSegmentTree tree(segments), copy = tree;
+        ParallelFor(size_t(2 * threads), threads, [&](size_t piece) {
+            for (size_t i = 0; i < points.size(); ++i)
+                EXPECT_EQ((piece % 2 ? copy : tree).Nearest(points[i]), expected[i]);
+        });
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Segments, SegmentTree,
                          testing::Values(std::tuple{size_t{1}, Point2{}, 10.0f},
                                          std::tuple{size_t{8}, Point2{}, 10.0f},
@@ -91,6 +110,16 @@ TEST(SegmentTreeEdges, WithoutSegmentsOrAFinitePlaceNothingIsNearest) {
     EXPECT_EQ(tree.Nearest({nan, 0}), TSegmentTree::kNone);
     EXPECT_EQ(tree.Nearest({0, std::numeric_limits<float>::infinity()}), TSegmentTree::kNone);
     EXPECT_EQ(tree.Nearest({1e30f, 0}), TSegmentTree::kNone);  // its square is not a number
+}
+
+TEST(SegmentTreeEdges, ALineAlongARowHasAnswersOnAllSidesOfIt) {
+    // A box without height, with ends of segments at the borders of cells.
+    Segments line;
+    for (int i = 0; i < 400; ++i) line.push_back({{float(i), 7}, {float(i + 1), 7}});
+    TSegmentTree tree(line);
+    for (float x = -30; x < 430; x += 0.25f)
+        for (float y : {-60.0f, 6.5f, 7.0f, 7.25f, 30.0f})
+            ASSERT_EQ(tree.Nearest({x, y}), OneByOne(line, {x, y})) << x << " " << y;
 }
 
 TEST(SegmentTreeEdges, PlacesWhoseSquaresOverflowEndTheSearch) {
