@@ -50,7 +50,7 @@ protected:
     }
     TPreparedCamera Prepare(TCameraScene where = {}) {
         Interval valid = Interval::Forever();
-        return PrepareCamera(ReadParameters(*object, 0, &valid), where, &valid);
+        return PrepareCamera(TParameters(*object, 0, &valid), where, &valid);
     }
 };
 

@@ -31,10 +31,11 @@ TBuildInput ManyItems() {
     return input;
 }
 
-std::vector<TDravinItem> ItemsOf(const TBuildInput& input, const TEffectPrograms& programs) {
-    TBuildInput with = input;
-    with.effects = &programs;
-    return Build(with).items;
+std::vector<TDravinItem> ItemsOf(TBuildInput& input, const TEffectPrograms& programs) {
+    input.effects = &programs;
+    std::vector<TDravinItem> items = Build(input).items;
+    input.effects = nullptr;
+    return items;
 }
 
 bool SamePoint(const Point3& a, const Point3& b) { return a.x == b.x && a.y == b.y && a.z == b.z; }
@@ -59,7 +60,7 @@ void ExpectSame(const std::vector<TDravinItem>& a, const std::vector<TDravinItem
 class EffectMachines : public testing::TestWithParam<const char*> {};
 
 TEST_P(EffectMachines, AgreeHoweverManyItemsAreLeft) {
-    const TBuildInput input = ManyItems();
+    TBuildInput input = ManyItems();
     TEffectPrograms programs =
         Chain({GetParam(),
                "real r = randomReal(0, 1); int n = randomInt(-5, 5);"
@@ -73,7 +74,7 @@ TEST_P(EffectMachines, AgreeHoweverManyItemsAreLeft) {
 }
 
 TEST_P(EffectMachines, AgreeOnItemsWhoseRunFails) {
-    const TBuildInput input = ManyItems();
+    TBuildInput input = ManyItems();
     TEffectPrograms programs =
         Chain({GetParam(),
                "real r = randomReal(0, 1); dpItem.tintMult = r; int x = round(0.1 / (r > 0.5));",
@@ -106,7 +107,7 @@ INSTANTIATE_TEST_SUITE_P(ItemsLeft, EffectMachines,
 
 // What a program passes from one attribute to another was read before anything was written.
 TEST(EffectAttributes, ChangePlaces) {
-    const TBuildInput input = ManyItems();
+    TBuildInput input = ManyItems();
     std::vector<TDravinItem> before = ItemsOf(input, Chain({"dpItem.tintMult = 0;"}));
     TEffectPrograms programs =
         Chain({"vector p = dpItem.position; dpItem.position = dpItem.scale; dpItem.scale = p;"});
@@ -120,7 +121,7 @@ TEST(EffectAttributes, ChangePlaces) {
 
 // A rotation turns the axes; an axis that the program stores as it read it turns back.
 TEST(EffectAttributes, AnAxisThatIsStoredIsTheOneThatWasRead) {
-    const TBuildInput input = ManyItems();
+    TBuildInput input = ManyItems();
     std::vector<TDravinItem> before = ItemsOf(input, Chain({"dpItem.tintMult = 0;"}));
     std::vector<TDravinItem> after = ItemsOf(
         input, Chain({"dpItem.rotation.z = dpItem.rotation.z + 1; dpItem.xrotaxis.z = 0.125;"}));

@@ -122,8 +122,8 @@ TEST_P(EffectModes, ATintSurvivesTheSecondTryThatAProgramAsksFor) {
 TEST_P(EffectModes, ATintThatIsReadAndWrittenBackStays) {
     TBuildInput input = GetParam()();
     input.transforms.tintMin = input.transforms.tintMax = 40;
-    BuiltItems built =
-        RunProgram(input, "dpItem.tintMult = dpItem.tintMult; dpItem.randRotMax = [0, 0, 90];");
+    BuiltItems built = RunProgram(
+        std::move(input), "dpItem.tintMult = dpItem.tintMult; dpItem.randRotMax = [0, 0, 90];");
     ASSERT_GT(built.items.size(), 3u);
     for (const TDravinItem& item : built.items) EXPECT_FLOAT_EQ(item.tintBlend, 0.4f);
 }
@@ -145,7 +145,7 @@ TEST(EffectGeometry, ReplacesTheItemsOfPointsAndMappings) {
 TEST(EffectGeometry, OfAStoredItemCountsForTheBuildOnly) {
     TBuildInput input = StoredInput();
     input.specimens[1].elements[0].meshSize = {1, 1, 5};
-    BuiltItems built = RunProgram(input, "dpItem.geomID = 1;");
+    BuiltItems built = RunProgram(std::move(input), "dpItem.geomID = 1;");
     ASSERT_EQ(built.items.size(), 5u);
     EXPECT_EQ(built.items[0].height, 5);
     EXPECT_EQ(built.items[0].specimenIndex, 0);

@@ -198,3 +198,19 @@ TEST_F(Join, NothingVisibleFailsAsTheWholeDoes) {
     EXPECT_EQ(run.code, 1);
     EXPECT_THAT(run.err, HasSubstr("wood: no visible items"));
 }
+
+TEST_F(Join, PiecesTogetherKeepTheLimitOfItems) {
+    WriteScene(false);
+    Build("whole.json", {"--object", "stones/row"});
+    auto whole = nlohmann::json::parse(m_folder.Read("whole.json"));
+    int items = whole["statistics"]["item_count"];
+    std::string scene = m_folder.Read("s.json");
+    scene.replace(scene.find("\"seed\": 5"), 9, fmt::format("\"rmaxitems\": {}", items - 1));
+    m_folder.Write("s.json", scene);
+    BuildPieces(2, {"--object", "stones/row"});
+    ProgramRun run = Refused({"p1.npz", "p2.npz"});
+    EXPECT_EQ(run.code, 1);
+    EXPECT_THAT(run.err, HasSubstr("\"rmaxitems\""));
+    BuildPieces(2, {"--object", "stones/row", "--no-limit"});
+    EXPECT_EQ(Dravin({"join", "p1.npz", "p2.npz", "-o", "joined.npz"}).code, 0);
+}
