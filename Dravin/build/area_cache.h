@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "Dravin/build/footprint_input.h"
-#include "Dravin/engine/footprint_area.h"
+#include "Dravin/engine/areas/footprint_area.h"
 #include "host/geom/bezier_shape.h"
 #include "host/geom/poly_line.h"
 

@@ -188,13 +188,12 @@ void TDravinBuild::Run(const TParameters& parameters) {
     m_effectErrors = maker.TakeEffectErrors();
     KeepForSelection();
     Log(LogKind::kDebug, "BuildItemArray");
-    TBuildResult result = BuildItemArray(*m_input, m_items, m_statistics);
-    if (result == TBuildResult::kOutOfMemory)
+    m_panel.status = BuildItemArray(*m_input, m_items, m_statistics);
+    if (m_statistics.outOfMemory)
         m_refusal = fmt::format(
             "the items would take more memory than the {:.2f} GB that are free; fewer items (a "
             "larger size of the map) need less, --no-limit tries all the same",
             double(m_input->memoryLimit) / 1e9);
-    m_panel.status = StatusOfResult(result);
     m_input->unselected = nullptr;  // that list is given back
 }
 

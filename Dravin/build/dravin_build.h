@@ -13,6 +13,7 @@
 #include <string>
 
 #include "Dravin/build/area_cache.h"
+#include "Dravin/build/statistics_panel.h"
 #include "Dravin/effects/effect_list.h"
 #include "Dravin/engine/build_input.h"
 #include "Dravin/engine/build_progress.h"

@@ -6,7 +6,7 @@
 #include <span>
 #include <vector>
 
-#include "Dravin/engine/footprint_area.h"
+#include "Dravin/engine/areas/footprint_area.h"
 #include "host/geom/mesh.h"
 #include "host/math/interval.h"
 #include "host/math/matrix3.h"

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "Dravin/engine/areas.h"
+#include "Dravin/engine/areas/areas.h"
 #include "Dravin/engine/build_progress.h"
 #include "Dravin/engine/camera.h"
 #include "Dravin/engine/density_map.h"

@@ -104,7 +104,7 @@ struct Plan {
     TItemSources sources;
 };
 
-TBuildResult PlanImageXY(const TBuildInput& input, const TGeometryChoice& geometry,
+TBuildStatus PlanImageXY(const TBuildInput& input, const TGeometryChoice& geometry,
                          TBuildStatistics& statistics, Plan& plan) {
     plan.ground = CollectGround(input, geometry);
     Ground& ground = *plan.ground;
@@ -112,26 +112,26 @@ TBuildResult PlanImageXY(const TBuildInput& input, const TGeometryChoice& geomet
     ClipToView(input, ground);
     // A row for the surfaces that is off keeps them from being the ground.
     bool noGround = input.surfaceBounds.IsEmpty() || input.areaRowForSurfaces;
-    if (ground.areas.include.empty() && noGround) return TBuildResult::kNoAreas;
+    if (ground.areas.include.empty() && noGround) return TBuildStatus::kNoIncludeAreas;
     statistics.includeGroups = int32_t(std::max(ground.groups.size(), ground.areas.include.size()));
     statistics.excludeAreas = int32_t(ground.areas.numExcludeAreas);
     statistics.decimation = Decimation(input, ground.measure);
     DebugLog(input,
              fmt::format("BuildItemArray->DistributeImageXY ({} areas)", ground.groups.size()));
     for (const TGridGroup& group : ground.groups) {
-        TBuildResult result = LayGroup(input, group, plan.sources, statistics);
-        if (result != TBuildResult::kOk) return result;
+        TBuildStatus result = LayGroup(input, group, plan.sources, statistics);
+        if (result != TBuildStatus::kSuccess) return result;
     }
-    return TBuildResult::kOk;
+    return TBuildStatus::kSuccess;
 }
 
-TBuildResult MakePlan(const TBuildInput& input, const TGeometryChoice& geometry,
+TBuildStatus MakePlan(const TBuildInput& input, const TGeometryChoice& geometry,
                       TBuildStatistics& statistics, Plan& plan) {
-    if (input.specimens.empty()) return TBuildResult::kOk;
+    if (input.specimens.empty()) return TBuildStatus::kSuccess;
     if (input.customEdit) {
         statistics.decimation = StoredDecimation(input);
         plan.sources.push_back(std::make_unique<TStoredSource>(input, statistics.decimation));
-        return TBuildResult::kOk;
+        return TBuildStatus::kSuccess;
     }
     if (input.distributionMode != kDistImage) return LayPoints(input, plan.sources, statistics);
     if (input.surfaceMode == kSurfaceUV)
@@ -201,22 +201,23 @@ float AutomaticMapSize(const Box3& bounds, double unitScale) {
     return float((largest >= 2 ? 100 : 25) / unitScale);
 }
 
-TBuildResult BuildItemArray(const TBuildInput& input, TDravinItemList& items,
+TBuildStatus BuildItemArray(const TBuildInput& input, TDravinItemList& items,
                             TBuildStatistics& statistics) {
     statistics.cellsInArea = statistics.itemCount = statistics.discardedItems = 0;
     statistics.decimation = 1;
     statistics.createdCount = 0;
+    statistics.outOfMemory = false;
     statistics.ground = {};
     statistics.rejected = {};
     TGeometryChoice geometry(input.geometry, input.specimens);
 
     Plan plan;
-    TBuildResult result = MakePlan(input, geometry, statistics, plan);
+    TBuildStatus result = MakePlan(input, geometry, statistics, plan);
     items.Prepare(input.ItemGroupsNeeded(), CompleterOf(input, plan.sources));
     input.StartProgress();
-    if (result == TBuildResult::kOk)
+    if (result == TBuildStatus::kSuccess)
         result = ProduceItems(input, geometry, plan.sources, items, statistics);
-    if (result != TBuildResult::kOk) {
+    if (result != TBuildStatus::kSuccess) {
         items.Clear();
         statistics.rejected = {};  // of tasks that stopped somewhere
         return result;
@@ -229,5 +230,5 @@ TBuildResult BuildItemArray(const TBuildInput& input, TDravinItemList& items,
     statistics.itemCount =
         input.Streams() ? statistics.createdCount : AsCount(int64_t(items.Count()));
     items.TrimSpare();
-    return TBuildResult::kOk;
+    return TBuildStatus::kSuccess;
 }

@@ -9,7 +9,7 @@
 // cells, counts and decimation are set. On a result other than kOk the list is empty. The items are
 // the same for any number of threads. The input must outlive the list, whose items draw their
 // random values again from its settings.
-TBuildResult BuildItemArray(const TBuildInput& input, TDravinItemList& items,
+TBuildStatus BuildItemArray(const TBuildInput& input, TDravinItemList& items,
                             TBuildStatistics& statistics);
 
 // What the first include group of the input's areas covers; without one, the surfaces where they

@@ -1,4 +1,4 @@
-// How a build ended: status numbers, their panel texts, and the statistics panel.
+// How a build ended: its status, and what it counted.
 #pragma once
 
 #include <algorithm>
@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <limits>
 #include <span>
-#include <string>
 #include <vector>
 
 #include "host/math/box.h"
@@ -17,13 +16,6 @@ enum class [[nodiscard]] TBuildStatus : int32_t{
     kDensityTooHigh = 4, kTemplateNotLoaded = 5, kEmptyGeometryList = 6, kTooManyItems = 7,
     kTooManyFaces = 8,   kNoVisibleItems = 10,   kDisabled = 11,         kNoReferenceObject = 12,
 };
-
-// What a distribution answers to its driver.
-enum class [[nodiscard]] TBuildResult : int32_t{
-    kOk = 0,          kDensityTooHigh = 1, kTooManyItems = 2, kNoAreas = 3, kNoReference = 4,
-    kOutOfMemory = 5,  // the items would take more than the build may
-};
-TBuildStatus StatusOfResult(TBuildResult result);
 
 // Candidates of a distribution that each rule dropped. A candidate is a cell of the map or a source
 // point, and one for each further member that its group has; the first rule that drops it counts.
@@ -81,37 +73,10 @@ struct TBuildStatistics {
     std::vector<Point3> gizmoPoints;  // corners of the map's tiles, which viewports draw
     // Candidates that chose each cluster of the geometry list, largest cluster first.
     std::vector<int32_t> clusterCounts;
-    TRejections rejected;  // all zero when the distribution failed
+    TRejections rejected;           // all zero when the distribution failed
+    bool outOfMemory = false;       // the items would have taken more than the build may
     int64_t itemLimit = INT64_MAX;  // items beyond which the build would have been refused
-    Box3 ground;           // where overlaps are looked for; empty: where the items are
+    Box3 ground;                    // where overlaps are looked for; empty: where the items are
 
     void Add(const TTaskCounts& counts);
 };
-
-// The rule that dropped most: "most candidates were dropped by the altitude limits (1234 of 1300)";
-// "all" where no other rule dropped one and no item is left, "many" up to a half. Empty when no
-// candidate was dropped.
-std::string MostRejectedText(const TBuildStatistics& statistics);
-
-// Why the map has no cells on some ground; empty where it has.
-std::string NoCellsText(const TBuildStatistics& statistics);
-
-// What the panel looks at besides the numbers.
-struct TPanelState {
-    TBuildStatus status = TBuildStatus::kSuccess;
-    TBuildStatus lastRenderStatus = TBuildStatus::kSuccess;
-    bool distributing = true;  // not in custom edit mode
-    bool collisions = false;
-    int threads = 1;
-};
-
-// The two message lines, empty where there is nothing to say.
-using TPanelMessage = std::array<std::string, 2>;
-TPanelMessage PanelMessage(const TPanelState& state, const TBuildStatistics& statistics);
-
-// One line of the statistics panel: label and value; the value is empty where the panel is blank.
-struct TPanelLine {
-    std::string label, value;
-};
-std::vector<TPanelLine> StatisticsPanel(const TPanelState& state,
-                                        const TBuildStatistics& statistics);

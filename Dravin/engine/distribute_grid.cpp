@@ -29,15 +29,15 @@ void NoteEmptyGrid(TGridResult laid, TBuildStatistics& statistics) {
     statistics.cellsTooFar |= laid == TGridResult::kCellsTooFar;
 }
 
-TBuildResult LayGroup(const TBuildInput& input, const TGridGroup& group, TItemSources& sources,
+TBuildStatus LayGroup(const TBuildInput& input, const TGridGroup& group, TItemSources& sources,
                       TBuildStatistics& statistics) {
     TGrid grid;
     TGridSettings settings = GroupGrid(input, group.areas.Settings());
     TGridResult laid = MakeGrid(settings, group.areas.Settings().grid, group.bounds, &grid);
-    if (laid == TGridResult::kTooDense) return TBuildResult::kDensityTooHigh;
+    if (laid == TGridResult::kTooDense) return TBuildStatus::kDensityTooHigh;
     statistics.rejected.camera += CellsOutsideView(settings, group, grid, statistics.decimation);
     NoteEmptyGrid(laid, statistics);
-    if (laid != TGridResult::kOk) return TBuildResult::kOk;
+    if (laid != TGridResult::kOk) return TBuildStatus::kSuccess;
     statistics.cellsInArea =
         int32_t(std::min<int64_t>(grid.cells, std::numeric_limits<int32_t>::max()));
     if (input.drawGizmo && !input.render) {
@@ -49,5 +49,5 @@ TBuildResult LayGroup(const TBuildInput& input, const TGridGroup& group, TItemSo
         input.debugLog(fmt::format("BuildItemArray->DistributeArea({})->Starting {} threads",
                                    group.index, std::max(1, input.threads)));
     sources.push_back(std::make_unique<TGridSource>(input, group, grid, statistics.decimation));
-    return TBuildResult::kOk;
+    return TBuildStatus::kSuccess;
 }

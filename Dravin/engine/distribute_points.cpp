@@ -54,15 +54,15 @@ struct TReferencePoints : IPointList {
     }
 };
 
-TBuildResult LayReferences(const TBuildInput& input, TItemSources& sources,
+TBuildStatus LayReferences(const TBuildInput& input, TItemSources& sources,
                            TBuildStatistics& statistics) {
     const TReferenceSettings& reference = input.points.reference;
     // No object at all counts as too many items; panels and scripts know it so.
-    if (reference.objects.empty()) return TBuildResult::kTooManyItems;
+    if (reference.objects.empty()) return TBuildStatus::kTooManyItems;
     statistics.decimation = PointDecimation(input, reference.objects.size());
     LogThreads(input, reference.objects.size());
     AddList(input, std::make_unique<TReferencePoints>(reference, statistics.decimation), sources);
-    return TBuildResult::kOk;
+    return TBuildStatus::kSuccess;
 }
 
 // Frame of a face: its normal, and the direction to the corner farthest from its centre.
@@ -98,11 +98,11 @@ struct TFacePoints : IPointList {
     }
 };
 
-TBuildResult LayFaces(const TBuildInput& input, TItemSources& sources,
+TBuildStatus LayFaces(const TBuildInput& input, TItemSources& sources,
                       TBuildStatistics& statistics) {
     const TReferenceSettings& reference = input.points.reference;
     if (reference.meshes.empty())
-        return reference.hasNodes ? TBuildResult::kOk : TBuildResult::kTooManyItems;
+        return reference.hasNodes ? TBuildStatus::kSuccess : TBuildStatus::kTooManyItems;
     size_t total = 0;
     for (const TReferenceMesh& m : reference.meshes) total += m.NumFaces();
     statistics.decimation = PointDecimation(input, total);
@@ -115,7 +115,7 @@ TBuildResult LayFaces(const TBuildInput& input, TItemSources& sources,
             sources);
         offset += m.NumFaces();
     }
-    return TBuildResult::kOk;
+    return TBuildStatus::kSuccess;
 }
 
 // --- paths
@@ -209,11 +209,11 @@ private:
     std::vector<Place> m_places;
 };
 
-TBuildResult LayPaths(const TBuildInput& input, TItemSources& sources) {
+TBuildStatus LayPaths(const TBuildInput& input, TItemSources& sources) {
     auto points = std::make_unique<TPathPoints>(input);
-    if (points->IsFull() && input.render) return TBuildResult::kTooManyItems;
+    if (points->IsFull() && input.render) return TBuildStatus::kTooManyItems;
     AddList(input, std::move(points), sources);
-    return TBuildResult::kOk;
+    return TBuildStatus::kSuccess;
 }
 
 // --- particles
@@ -255,20 +255,20 @@ struct TParticlePoints : IPointList {
     }
 };
 
-TBuildResult LayParticles(const TBuildInput& input, TItemSources& sources,
+TBuildStatus LayParticles(const TBuildInput& input, TItemSources& sources,
                           TBuildStatistics& statistics) {
     const TParticleSettings& settings = input.points.particles;
-    if (settings.hasBadSource) return TBuildResult::kNoReference;
+    if (settings.hasBadSource) return TBuildStatus::kNoReferenceObject;
     size_t total = 0;
     for (const auto& system : settings.systems) total += system.size();
-    if (input.render && int64_t(total) > input.renderLimit) return TBuildResult::kTooManyItems;
+    if (input.render && int64_t(total) > input.renderLimit) return TBuildStatus::kTooManyItems;
     statistics.decimation = PointDecimation(input, total);
     for (size_t s = 0; s < settings.systems.size(); ++s) {
         DebugLog(input, "BuildItemArray->DistributePFlow->Starting");
         AddList(input, std::make_unique<TParticlePoints>(settings, s, statistics.decimation),
                 sources);
     }
-    return TBuildResult::kOk;
+    return TBuildStatus::kSuccess;
 }
 
 }  // namespace
@@ -299,7 +299,7 @@ int32_t EventNumber(const std::string& nodeName) {
     return int32_t(number);
 }
 
-TBuildResult LayPoints(const TBuildInput& input, TItemSources& sources,
+TBuildStatus LayPoints(const TBuildInput& input, TItemSources& sources,
                        TBuildStatistics& statistics) {
     switch (input.distributionMode) {
         case kDistPath:
@@ -310,6 +310,6 @@ TBuildResult LayPoints(const TBuildInput& input, TItemSources& sources,
         case kDistParticles:
             return LayParticles(input, sources, statistics);
         default:
-            return TBuildResult::kOk;
+            return TBuildStatus::kSuccess;
     }
 }

@@ -8,5 +8,5 @@
 // Adds the sources of the input's path, reference or particle distribution; items come in the order
 // of the points. kTooManyItems: above the limits, or no reference object at all; kNoReference: a
 // particle source that is no particle system.
-TBuildResult LayPoints(const TBuildInput& input, TItemSources& sources,
+TBuildStatus LayPoints(const TBuildInput& input, TItemSources& sources,
                        TBuildStatistics& statistics);

@@ -20,7 +20,7 @@ int32_t UvDecimation(const TBuildInput& input, const TGrid& grid) {
 
 }  // namespace
 
-TBuildResult LaySurfaces(const TBuildInput& input, const TGeometryChoice& geometry,
+TBuildStatus LaySurfaces(const TBuildInput& input, const TGeometryChoice& geometry,
                          TItemSources& sources, TBuildStatistics& statistics) {
     if (input.debugLog)
         input.debugLog(
@@ -37,7 +37,7 @@ TBuildResult LaySurfaces(const TBuildInput& input, const TGeometryChoice& geomet
         settings.textureOnSurface = false;
         TGridResult laid = MakeGrid(settings, {}, {{b.min.x, b.min.y, 0}, {b.max.x, b.max.y, 0}},
                                     &uv.grid, perUnit);
-        if (laid == TGridResult::kTooDense) return TBuildResult::kDensityTooHigh;
+        if (laid == TGridResult::kTooDense) return TBuildStatus::kDensityTooHigh;
         NoteEmptyGrid(laid, statistics);
         if (laid != TGridResult::kOk) continue;
         statistics.cellsInArea =
@@ -48,5 +48,5 @@ TBuildResult LaySurfaces(const TBuildInput& input, const TGeometryChoice& geomet
                                        uv.index, std::max(1, input.threads)));
         sources.push_back(std::make_unique<TUvSource>(input, geometry, uv, statistics.decimation));
     }
-    return TBuildResult::kOk;
+    return TBuildStatus::kSuccess;
 }

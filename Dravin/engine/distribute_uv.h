@@ -6,5 +6,5 @@
 
 // Adds a source for each surface that has a mapping. Items come in the order of surfaces and cells.
 // Statistics: the cell count and the decimation of the last one are set.
-TBuildResult LaySurfaces(const TBuildInput& input, const TGeometryChoice& geometry,
+TBuildStatus LaySurfaces(const TBuildInput& input, const TGeometryChoice& geometry,
                          TItemSources& sources, TBuildStatistics& statistics);

@@ -26,12 +26,14 @@ public:
     // The number of items that a render may have; INT64_MAX: any.
     int64_t MostItems() const { return m_mostItems; }
     int64_t Made() const { return m_made.load(std::memory_order_relaxed); }
-    TBuildResult Result() const {
-        int64_t made = Made();
-        if (made <= std::min(m_mostItems, m_mostOfMemory)) return TBuildResult::kOk;
-        // The lower limit is told, however far beyond it the tasks came.
-        return m_mostItems <= m_mostOfMemory ? TBuildResult::kTooManyItems
-                                             : TBuildResult::kOutOfMemory;
+    TBuildStatus Result() const {
+        return Made() <= std::min(m_mostItems, m_mostOfMemory) ? TBuildStatus::kSuccess
+                                                               : TBuildStatus::kTooManyItems;
+    }
+    // Whether it is memory that was spent, not the number of items. The lower limit counts, however
+    // far beyond it the tasks came.
+    bool IsOutOfMemory() const {
+        return Result() != TBuildStatus::kSuccess && m_mostOfMemory < m_mostItems;
     }
 
 private:
@@ -52,7 +54,7 @@ public:
     bool Tell(size_t produced) {
         if (produced != m_told) m_budget.Add(int64_t(produced - m_told));
         m_told = produced;
-        return m_budget.Result() == TBuildResult::kOk;
+        return m_budget.Result() == TBuildStatus::kSuccess;
     }
 
 private:

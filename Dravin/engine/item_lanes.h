@@ -14,7 +14,7 @@
 #include <new>
 #include <vector>
 
-#include "Dravin/engine/areas.h"
+#include "Dravin/engine/areas/areas.h"
 #include "Dravin/engine/build_status.h"
 #include "Dravin/engine/item.h"
 #include "Dravin/engine/specimen.h"

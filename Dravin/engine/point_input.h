@@ -8,7 +8,7 @@
 #include <optional>
 #include <vector>
 
-#include "Dravin/engine/poly_line_plus.h"
+#include "Dravin/engine/areas/poly_line_plus.h"
 #include "host/geom/height_field.h"
 #include "host/geom/mesh.h"
 #include "host/math/interval.h"

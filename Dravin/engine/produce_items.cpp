@@ -51,7 +51,7 @@ struct TProduction {
                            [](const auto& source) { return source->Rules().limited; });
     }
 
-    bool IsSpent() const { return budget.Result() != TBuildResult::kOk; }
+    bool IsSpent() const { return budget.Result() != TBuildStatus::kSuccess; }
 
     // Makes the items of piece i; false where the budget was spent before the end.
     bool Make(size_t i, TDravinItemList& items) {
@@ -98,7 +98,7 @@ void Stream(TProduction& production, TDravinItemList& items) {
 
 }  // namespace
 
-TBuildResult ProduceItems(const TBuildInput& input, const TGeometryChoice& geometry,
+TBuildStatus ProduceItems(const TBuildInput& input, const TGeometryChoice& geometry,
                           const TItemSources& sources, TDravinItemList& items,
                           TBuildStatistics& statistics) {
     int64_t units = 0;
@@ -106,9 +106,10 @@ TBuildResult ProduceItems(const TBuildInput& input, const TGeometryChoice& geome
     input.NextStage(units);
     TProduction production(input, geometry, sources, items);
     input.Streams() ? Stream(production, items) : Collect(production, items);
+    statistics.outOfMemory = production.budget.IsOutOfMemory();
     if (production.IsSpent()) return production.budget.Result();
     for (const TTaskCounts& counts : production.counts) statistics.Add(counts);
     statistics.itemLimit = production.budget.MostItems();
     statistics.createdCount = AsCount(production.budget.Made());
-    return TBuildResult::kOk;
+    return TBuildStatus::kSuccess;
 }

@@ -19,6 +19,6 @@
 // the list as it was. Statistics: what the steps count is added, and how many items were made. The
 // items are the same for any number of threads. Not kOk: the items are more than the build may
 // make.
-TBuildResult ProduceItems(const TBuildInput& input, const TGeometryChoice& geometry,
+TBuildStatus ProduceItems(const TBuildInput& input, const TGeometryChoice& geometry,
                           const TItemSources& sources, TDravinItemList& items,
                           TBuildStatistics& statistics);

@@ -57,7 +57,7 @@ void Build(benchmark::State& state, int threads, const TEffectPrograms& programs
     TDravinItemList items;
     TBuildStatistics statistics;
     // Built before, so that the list has its memory: what is measured is a rebuild.
-    auto build = [&] { return BuildItemArray(input, items, statistics) == TBuildResult::kOk; };
+    auto build = [&] { return BuildItemArray(input, items, statistics) == TBuildStatus::kSuccess; };
     if (!build()) state.SkipWithError("the build failed");
     for (auto _ : state)
         if (!build()) state.SkipWithError("the build failed");

@@ -6,7 +6,7 @@
 // Points lie over a ground of 1000 x 500, about 39 percent of them inside.
 #include <benchmark/benchmark.h>
 
-#include "Dravin/engine/areas.h"
+#include "Dravin/engine/areas/areas.h"
 #include "bench/Dravin/engine/terrain_input.h"
 #include "bench/Dravin/engine/wavy_outline.h"
 #include "common/nurandom/nurandom.h"
@@ -118,7 +118,7 @@ void MaskedGrid(benchmark::State& state) {
     TBuildStatistics statistics;
     (void)BuildItemArray(input, items, statistics);  // gets the list's memory
     for (auto _ : state)
-        if (BuildItemArray(input, items, statistics) != TBuildResult::kOk)
+        if (BuildItemArray(input, items, statistics) != TBuildStatus::kSuccess)
             return state.SkipWithError("the build failed");
     state.SetItemsProcessed(state.iterations() * int64_t(statistics.cellsInArea));
     state.counters["items"] = double(items.Count());

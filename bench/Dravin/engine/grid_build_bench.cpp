@@ -49,7 +49,7 @@ void SetCounters(benchmark::State& state, const TDravinItemList& items, double g
 
 bool BuildOnce(benchmark::State& state, const TBuildInput& input, TDravinItemList& items) {
     TBuildStatistics statistics;
-    if (BuildItemArray(input, items, statistics) == TBuildResult::kOk && !items.IsEmpty())
+    if (BuildItemArray(input, items, statistics) == TBuildStatus::kSuccess && !items.IsEmpty())
         return true;
     state.SkipWithError("the build failed");
     return false;

@@ -21,7 +21,7 @@ TBuildInput PointsInput(int mode) {
 
 bool BuildOnce(benchmark::State& state, const TBuildInput& input, TDravinItemList& items) {
     TBuildStatistics statistics;
-    if (BuildItemArray(input, items, statistics) == TBuildResult::kOk && !items.IsEmpty())
+    if (BuildItemArray(input, items, statistics) == TBuildStatus::kSuccess && !items.IsEmpty())
         return true;
     state.SkipWithError("the build failed");
     return false;

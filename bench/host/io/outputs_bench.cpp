@@ -32,7 +32,7 @@ const TDravinItemList& Items() {
         input = TerrainInput(MakeTerrain(100000), kNumItems, NumProcessors());
         TDravinItemList list;
         TBuildStatistics statistics;
-        if (BuildItemArray(input, list, statistics) != TBuildResult::kOk) std::abort();
+        if (BuildItemArray(input, list, statistics) != TBuildStatus::kSuccess) std::abort();
         return list;
     }();
     return items;

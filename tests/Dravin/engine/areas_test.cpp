@@ -1,4 +1,4 @@
-#include "Dravin/engine/areas.h"
+#include "Dravin/engine/areas/areas.h"
 
 #include <algorithm>
 #include <cmath>
@@ -92,7 +92,7 @@ TEST(Areas, OpenLinesAreBandsOfTheirWidth) {
     row.settings.bandWidth = 2.5f;
     EXPECT_EQ(Build(AreaInput({row})).items.size(), 20u * 5);  // the end at x = 10 is open
     row.settings.bandWidth = 0.0001f;
-    EXPECT_EQ(Build(AreaInput({row})).result, TBuildResult::kNoAreas);
+    EXPECT_EQ(Build(AreaInput({row})).result, TBuildStatus::kNoIncludeAreas);
 }
 
 TEST(Areas, ForceOpenTurnsAClosedLineIntoABand) {
@@ -140,7 +140,7 @@ TEST(Areas, ASubsetThatNamesNoRowPlacesNothing) {
     TAreaRow row = Row({Square(9.5f)});
     row.settings.geometry = "";
     BuiltItems built = Build(AreaInput({row}));
-    EXPECT_EQ(built.result, TBuildResult::kOk);
+    EXPECT_EQ(built.result, TBuildStatus::kSuccess);
     EXPECT_TRUE(built.items.empty());
 }
 
@@ -156,8 +156,8 @@ TEST(Areas, ARotatedMapKeepsTheAreasInPlace) {
 }
 
 TEST(Areas, WithoutIncludeOrSurfaceThereAreNone) {
-    EXPECT_EQ(Build(AreaInput({})).result, TBuildResult::kNoAreas);
-    EXPECT_EQ(Build(AreaInput({Row({Square(4)}, 0, true)})).result, TBuildResult::kNoAreas);
+    EXPECT_EQ(Build(AreaInput({})).result, TBuildStatus::kNoIncludeAreas);
+    EXPECT_EQ(Build(AreaInput({Row({Square(4)}, 0, true)})).result, TBuildStatus::kNoIncludeAreas);
 }
 
 TEST(Areas, ExcludesCutSurfacesThatAreTheGroundByThemselves) {
@@ -165,7 +165,7 @@ TEST(Areas, ExcludesCutSurfacesThatAreTheGroundByThemselves) {
     input.areas = {Row({Square(4.5f)}, 0, true)};
     EXPECT_EQ(Build(input).items.size(), 400u - 81);
     input.areaRowForSurfaces = true;  // switched off
-    EXPECT_EQ(Build(input).result, TBuildResult::kNoAreas);
+    EXPECT_EQ(Build(input).result, TBuildStatus::kNoIncludeAreas);
 }
 
 TEST(Areas, ItemsLandOnTheSurfacesThatTheirAreaNames) {

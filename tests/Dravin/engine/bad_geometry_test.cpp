@@ -93,7 +93,7 @@ TEST(BadAreas, HugeOutlinesAreRefusedAsTooDense) {
         input.areas = {Row({{-far, -far, 0}, {far, -far, 0}, {far, far, 0}})};
         return Build(input);
     };
-    EXPECT_EQ(area(1e14f).result, TBuildResult::kDensityTooHigh);
+    EXPECT_EQ(area(1e14f).result, TBuildStatus::kDensityTooHigh);
     // Beyond all reach a corner is no place any more, and nothing is left of the outline.
     EXPECT_TRUE(area(1e30f).items.empty());
 }
@@ -125,7 +125,7 @@ TEST(BadCameras, AViewWithoutDepthOrWidthEndsTheBuild) {
             input.camera.valid = input.camera.limitActive = true;
             input.camera.view = TViewVolume(shape, Matrix3::Translation({0, 0, 9}));
             BuiltItems built = Build(input);
-            EXPECT_EQ(built.result, TBuildResult::kOk);
+            EXPECT_EQ(built.result, TBuildStatus::kSuccess);
             EXPECT_LE(built.items.size(), 400u);
         }
 }
@@ -158,7 +158,7 @@ TEST(BadPaths, ABillionItemsAskedForAreOneALine) {
     input.displayLimit = 50;
     EXPECT_EQ(Build(input).items.size(), 51u);
     input.render = true;
-    EXPECT_EQ(Build(input).result, TBuildResult::kTooManyItems);
+    EXPECT_EQ(Build(input).result, TBuildStatus::kTooManyItems);
 }
 
 TEST(BadReferences, FacesWithoutVerticesAreLeftOut) {
@@ -171,7 +171,7 @@ TEST(BadReferences, FacesWithoutVerticesAreLeftOut) {
     input.surfaces.clear();
     input.distributionMode = kDistReference;
     input.points.reference.onFaces = input.points.reference.hasNodes = true;
-    EXPECT_EQ(Build(input).result, TBuildResult::kOk);  // nodes without meshes
+    EXPECT_EQ(Build(input).result, TBuildStatus::kSuccess);  // nodes without meshes
     input.points.reference.meshes = {{mesh, {}}};
     EXPECT_EQ(Build(input).items.size(), 1u);
 }

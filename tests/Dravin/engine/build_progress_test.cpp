@@ -37,7 +37,7 @@ struct WatchedBuild {
     void Run() {
         TDravinItemList list;
         TBuildStatistics statistics;
-        ASSERT_EQ(BuildItemArray(input, list, statistics), TBuildResult::kOk);
+        ASSERT_EQ(BuildItemArray(input, list, statistics), TBuildStatus::kSuccess);
     }
 };
 

@@ -125,7 +125,7 @@ TEST(CameraBuild, AViewBesideTheGroundShowsNothing) {
     input.camera.view = TViewVolume(shape, Matrix3::Translation({300, 0, 4}));
     input.camera.limitActive = true;
     BuiltItems built = Build(input);
-    EXPECT_EQ(built.result, TBuildResult::kOk);
+    EXPECT_EQ(built.result, TBuildStatus::kSuccess);
     EXPECT_TRUE(built.items.empty());
 }
 

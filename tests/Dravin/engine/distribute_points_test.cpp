@@ -89,7 +89,7 @@ TEST(Path, ADisplayLimitStillGivesEveryLineItsFirstItem) {
     input.displayLimit = 5;
     EXPECT_EQ(Build(input).items.size(), 6u + 1 + 1);
     input.render = true;
-    EXPECT_EQ(Build(input).result, TBuildResult::kTooManyItems);
+    EXPECT_EQ(Build(input).result, TBuildStatus::kTooManyItems);
 }
 
 TEST(Path, ZFollowAloneLeansWithTheSlope) {
@@ -120,7 +120,7 @@ TEST(Path, DegenerateLinesAreHarmless) {
     for (bool vertices : {false, true}) {
         input.points.path.onVertices = vertices;
         BuiltItems built = Build(input);
-        EXPECT_EQ(built.result, TBuildResult::kOk);
+        EXPECT_EQ(built.result, TBuildStatus::kSuccess);
         for (const TDravinItem& item : built.items) EXPECT_TRUE(IsFinite(item.position));
     }
 }
@@ -132,7 +132,7 @@ TEST(Path, RandomValuesFollowTheRunningCounter) {
 }
 
 TEST(References, WithoutAnyObjectCountAsTooMany) {
-    EXPECT_EQ(Build(PointInput(kDistReference)).result, TBuildResult::kTooManyItems);
+    EXPECT_EQ(Build(PointInput(kDistReference)).result, TBuildStatus::kTooManyItems);
 }
 
 TEST(References, HandOnRotationScaleAndIdentifier) {
@@ -213,7 +213,7 @@ TEST(Particles, ABadSourceEndsTheDistribution) {
     TBuildInput input = PointInput(kDistParticles);
     input.points.particles.systems = {{ParticleAt(0)}};
     input.points.particles.hasBadSource = true;
-    EXPECT_EQ(Build(input).result, TBuildResult::kNoReference);
+    EXPECT_EQ(Build(input).result, TBuildStatus::kNoReferenceObject);
 }
 
 TEST(Particles, TheSystemsIndexShiftsTheOrdinals) {
@@ -249,7 +249,7 @@ TEST(Particles, ARenderAboveItsLimitIsRefused) {
     input.points.particles.systems = {std::vector<TParticle>(11)};
     input.render = true;
     input.renderLimit = 10;
-    EXPECT_EQ(Build(input).result, TBuildResult::kTooManyItems);
+    EXPECT_EQ(Build(input).result, TBuildStatus::kTooManyItems);
 }
 
 TEST(Particles, RotationAndScaleAreTakenWhereAskedFor) {

@@ -205,7 +205,7 @@ TEST(Uv, ThreadsDoNotChangeTheItems) {
 TEST(Uv, SurfacesWithoutMappingOrWithDegenerateTrianglesMakeNothing) {
     TBuildInput input = UvInput();
     AddSurface(input, Wall());
-    EXPECT_EQ(Build(input).result, TBuildResult::kOk);
+    EXPECT_EQ(Build(input).result, TBuildStatus::kSuccess);
     EXPECT_TRUE(Build(input).items.empty());
     auto flat = std::make_shared<Mesh>(*Wall());
     for (Point3& uvw : flat->maps[1].verts) uvw = {0.5f, 0.5f, 0};
@@ -217,11 +217,11 @@ TEST(Uv, TooDenseMapsAndFullRendersAreRefused) {
     TBuildInput input = UvInput();
     AddMapped(input, Wall());
     input.grid.maxCells = 100;
-    EXPECT_EQ(Build(input).result, TBuildResult::kDensityTooHigh);
+    EXPECT_EQ(Build(input).result, TBuildStatus::kDensityTooHigh);
     input.grid.maxCells = 0;
     input.render = true;
     input.renderLimit = 50;
-    EXPECT_EQ(Build(input).result, TBuildResult::kTooManyItems);
+    EXPECT_EQ(Build(input).result, TBuildStatus::kTooManyItems);
     input.render = false;
     input.displayLimit = 60;
     EXPECT_EQ(Build(input).statistics.decimation, 2);

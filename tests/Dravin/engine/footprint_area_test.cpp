@@ -1,4 +1,4 @@
-#include "Dravin/engine/footprint_area.h"
+#include "Dravin/engine/areas/footprint_area.h"
 
 #include <cmath>
 

@@ -64,7 +64,7 @@ void ExpectSame(const TSurfHit& a, const TSurfHit& b) {
 // All fields of all items, as numbers.
 std::vector<float> Numbers(const TBuildInput& input) {
     BuiltItems built = Build(input);
-    EXPECT_EQ(built.result, TBuildResult::kOk);
+    EXPECT_EQ(built.result, TBuildStatus::kSuccess);
     std::vector<float> numbers;
     for (const TDravinItem& item : built.items)
         for (const ItemField& field : ItemFields()) {

@@ -70,10 +70,10 @@ TEST(ItemStream, ItemsThatMayNotOverlapStayInTheList) {
 TEST(ItemStream, MemoryIsNoLimit) {
     TBuildInput input = ManyPieces();
     input.memoryLimit = 1000;
-    EXPECT_EQ(Build(input).result, TBuildResult::kOutOfMemory);
+    EXPECT_TRUE(Build(input).statistics.outOfMemory);
     Stream stream;
     input.consumer = &stream.consumer;
-    EXPECT_EQ(Build(input).result, TBuildResult::kOk);
+    EXPECT_EQ(Build(input).result, TBuildStatus::kSuccess);
     EXPECT_FALSE(stream.items.empty());
 }
 
@@ -85,7 +85,7 @@ TEST(ItemStream, TheRendersLimitHolds) {
     input.consumer = &stream.consumer;
     for (int threads : {1, 4}) {
         input.threads = threads;
-        EXPECT_EQ(Build(input).result, TBuildResult::kTooManyItems);
+        EXPECT_EQ(Build(input).result, TBuildStatus::kTooManyItems);
     }
 }
 

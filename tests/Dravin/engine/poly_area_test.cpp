@@ -1,4 +1,4 @@
-#include "Dravin/engine/poly_area.h"
+#include "Dravin/engine/areas/poly_area.h"
 
 #include <cmath>
 #include <limits>

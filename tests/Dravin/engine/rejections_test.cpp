@@ -194,20 +194,4 @@ TEST(Rejections, AFailedDistributionHasNone) {
     EXPECT_EQ(Rejected(input), TRejections());
 }
 
-TEST(MostRejectedText, NamesTheRuleAndItsShare) {
-    TBuildStatistics s;
-    EXPECT_EQ(MostRejectedText(s), "");
-    s.rejected.altitude = 1234;
-    s.rejected.map = 66;
-    EXPECT_EQ(MostRejectedText(s),
-              "most candidates were dropped by the altitude limits (1234 of 1300)");
-    s.itemCount = 5000;
-    EXPECT_EQ(MostRejectedText(s),
-              "many candidates were dropped by the altitude limits (1234 of 6300)");
-    s = {};
-    s.rejected.surface = 7;
-    EXPECT_EQ(MostRejectedText(s),
-              "all candidates were dropped for want of a surface at their place (7 of 7)");
-}
-
 }  // namespace

@@ -1,4 +1,4 @@
-#include "Dravin/engine/segment_tree.h"
+#include "Dravin/engine/areas/segment_tree.h"
 
 #include <cmath>
 #include <limits>

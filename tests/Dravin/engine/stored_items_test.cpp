@@ -38,7 +38,7 @@ TEST_F(StoredItems, KeepPlaceSeedSizeFrameAndIds) {
     stored[1].userId = 42;
     stored[1].selected = true;
     BuiltItems built = Run();
-    ASSERT_EQ(built.result, TBuildResult::kOk);
+    ASSERT_EQ(built.result, TBuildStatus::kSuccess);
     ASSERT_EQ(built.items.size(), 4u);
     const TDravinItem& item = built.items[1];
     EXPECT_EQ(item.position, (Point3{1, 0, 7}));

@@ -76,7 +76,7 @@ struct CoordinateMap : IMapSampler {
 struct BuiltItems {
     TDravinItemList list;
     TBuildStatistics statistics;
-    TBuildResult result;
+    TBuildStatus result;
     std::vector<TDravinItem> items;
 };
 

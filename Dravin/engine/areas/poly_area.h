@@ -16,10 +16,10 @@
 #include <span>
 #include <vector>
 
-#include "Dravin/engine/flat_segment.h"
-#include "Dravin/engine/region_cells.h"
-#include "Dravin/engine/row_bands.h"
-#include "Dravin/engine/segment_tree.h"
+#include "Dravin/engine/areas/flat_segment.h"
+#include "Dravin/engine/areas/region_cells.h"
+#include "Dravin/engine/areas/row_bands.h"
+#include "Dravin/engine/areas/segment_tree.h"
 
 class TPolyArea {
 public:

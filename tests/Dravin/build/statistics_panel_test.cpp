@@ -1,4 +1,4 @@
-#include "Dravin/engine/build_status.h"
+#include "Dravin/build/statistics_panel.h"
 
 #include <gtest/gtest.h>
 
@@ -99,11 +99,29 @@ TEST(StatisticsPanel, FormatsCountsAndBlanksThemWithoutItems) {
     EXPECT_EQ(Value(StatisticsPanel(state, s), "Area"), "");
 }
 
-TEST(Results, TranslateToTheirStatus) {
-    EXPECT_EQ(StatusOfResult(TBuildResult::kDensityTooHigh), kDensityTooHigh);
-    EXPECT_EQ(StatusOfResult(TBuildResult::kTooManyItems), kTooManyItems);
-    EXPECT_EQ(StatusOfResult(TBuildResult::kNoAreas), kNoIncludeAreas);
-    EXPECT_EQ(StatusOfResult(TBuildResult::kNoReference), kNoReferenceObject);
+TEST(MostRejectedText, NamesTheRuleAndItsShare) {
+    TBuildStatistics s;
+    EXPECT_EQ(MostRejectedText(s), "");
+    s.rejected.altitude = 1234;
+    s.rejected.map = 66;
+    EXPECT_EQ(MostRejectedText(s),
+              "most candidates were dropped by the altitude limits (1234 of 1300)");
+    s.itemCount = 5000;
+    EXPECT_EQ(MostRejectedText(s),
+              "many candidates were dropped by the altitude limits (1234 of 6300)");
+    s = {};
+    s.rejected.surface = 7;
+    EXPECT_EQ(MostRejectedText(s),
+              "all candidates were dropped for want of a surface at their place (7 of 7)");
+}
+
+TEST(NoCellsText, SaysWhatHelps) {
+    TBuildStatistics s;
+    EXPECT_EQ(NoCellsText(s), "");
+    s.cellsTooFar = true;
+    EXPECT_NE(NoCellsText(s).find("cannot be numbered"), std::string::npos);
+    s.cellsTooSmall = true;
+    EXPECT_NE(NoCellsText(s).find("smaller than 0.0001"), std::string::npos);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "Dravin/engine/segment_cells.h"
+#include "Dravin/engine/areas/segment_cells.h"
 
 #include <algorithm>
 #include <cmath>

@@ -16,11 +16,11 @@
 #include <string>
 #include <vector>
 
+#include "Dravin/engine/areas/footprint_area.h"
+#include "Dravin/engine/areas/poly_area.h"
 #include "Dravin/engine/falloff_curve.h"
-#include "Dravin/engine/footprint_area.h"
 #include "Dravin/engine/grid.h"
 #include "Dravin/engine/map_sampler.h"
-#include "Dravin/engine/poly_area.h"
 #include "Dravin/engine/transforms.h"
 #include "host/geom/poly_line.h"
 

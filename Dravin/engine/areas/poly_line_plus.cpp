@@ -1,4 +1,4 @@
-#include "Dravin/engine/poly_line_plus.h"
+#include "Dravin/engine/areas/poly_line_plus.h"
 
 #include <algorithm>
 #include <cmath>

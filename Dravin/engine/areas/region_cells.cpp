@@ -1,9 +1,9 @@
-#include "Dravin/engine/region_cells.h"
+#include "Dravin/engine/areas/region_cells.h"
 
 #include <algorithm>
 #include <cmath>
 
-#include "Dravin/engine/row_bands.h"
+#include "Dravin/engine/areas/row_bands.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "Dravin/engine/areas.h"
+#include "Dravin/engine/areas/areas.h"
 
 #include <algorithm>
 #include <cmath>

@@ -11,7 +11,7 @@
 #include <span>
 #include <vector>
 
-#include "Dravin/engine/flat_segment.h"
+#include "Dravin/engine/areas/flat_segment.h"
 #include "host/math/box.h"
 
 class TRegionCells {

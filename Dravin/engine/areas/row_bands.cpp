@@ -1,4 +1,4 @@
-#include "Dravin/engine/row_bands.h"
+#include "Dravin/engine/areas/row_bands.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,9 +1,9 @@
-#include "Dravin/engine/segment_search.h"
+#include "Dravin/engine/areas/segment_search.h"
 
 #include <algorithm>
 
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "Dravin/engine/segment_search.cpp"
+#define HWY_TARGET_INCLUDE "Dravin/engine/areas/segment_search.cpp"
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 

@@ -15,9 +15,9 @@
 #include <span>
 #include <vector>
 
-#include "Dravin/engine/flat_segment.h"
-#include "Dravin/engine/segment_cells.h"
-#include "Dravin/engine/segment_search.h"
+#include "Dravin/engine/areas/flat_segment.h"
+#include "Dravin/engine/areas/segment_cells.h"
+#include "Dravin/engine/areas/segment_search.h"
 #include "host/math/box.h"
 
 // What is known from the last query of a tree: the leaves that can hold the nearest segment of any
