@@ -71,21 +71,17 @@ public:
 
     void Land(const TCells& cells, TItemLanes& lanes) override {
         if (m_input.surfaces.empty()) return;
-        TGatheredHits hits(m_input, m_settings.surfaces,
-                           [&](const std::optional<TItemHit>& hit, size_t k) {
-                               if (hit) return StandOn(*hit, lanes, k);
-                               ClearSurface(lanes, k);
-                               lanes.Drop(k, TLaneFate::kSurface);
-                           });
         ForEachAlive(lanes, [&](size_t k) {
             Point3 place = lanes.position[k];
             size_t cell = lanes.cell[k];
             bool stands = cells.hasHit[cell] && place == lanes.storedPosition[k] &&
                           lanes.source[k]->offset == Point3{};
             if (stands) return StandOn(cells.hit[cell], lanes, k);
-            hits.Ask(place, k);
+            if (std::optional<TItemHit> hit = SurfaceHit(m_input, place, m_settings.surfaces))
+                return StandOn(*hit, lanes, k);
+            ClearSurface(lanes, k);
+            lanes.Drop(k, TLaneFate::kSurface);
         });
-        hits.Answer();
         SetNormals(m_input, lanes);
     }
 
@@ -189,21 +185,18 @@ private:
 
     void KeepCellsOnSurfaces(TCells& cells, TRejections& rejected) {
         size_t asked = cells.count;
-        FindHits(cells);
-        Keep(cells, [&](size_t i) { return cells.hasHit[i]; });
+        Keep(cells, [&](size_t i) {
+            FindHit(cells, i);
+            return cells.hasHit[i];
+        });
         rejected.surface += int64_t(asked - cells.count);
     }
 
-    // Of cells that have none yet.
-    void FindHits(TCells& cells) const {
-        TGatheredHits hits(m_input, m_settings.surfaces,
-                           [&](const std::optional<TItemHit>& hit, size_t i) {
-                               cells.hasHit[i] = hit.has_value();
-                               if (hit) cells.hit[i] = *hit;
-                           });
-        for (size_t i = 0; i < cells.count; ++i)
-            if (!cells.hasHit[i]) hits.Ask(ToObject(cells.point[i]), i);
-        hits.Answer();
+    void FindHit(TCells& cells, size_t i) const {
+        std::optional<TItemHit> hit =
+            SurfaceHit(m_input, ToObject(cells.point[i]), m_settings.surfaces);
+        cells.hasHit[i] = hit.has_value();
+        if (hit) cells.hit[i] = *hit;
     }
 
     // Compacts the batch to the cells for which test(i) holds; it may change cell i only.
@@ -228,7 +221,6 @@ private:
 
     // What all cells that passed the map are given.
     void Complete(TCells& cells) {
-        if (m_needsEarlyHit) FindHits(cells);
         for (size_t i = 0; i < cells.count; ++i) {
             TTileIndex c = TileOf(m_columns[i], m_grid.px), r = TileOf(m_rows[i], m_grid.py);
             cells.hash[0][i] = uint32_t(c.pixel);
@@ -240,6 +232,7 @@ private:
             cells.row[i] = -1;
             cells.levelPlace[i] = ToObject(cells.point[i]);
             cells.choice[i] = {{}, cells.levelPlace[i]};
+            if (m_needsEarlyHit && !cells.hasHit[i]) FindHit(cells, i);
             int channel = m_input.channels.channel[kDivMap];
             if (m_needsEarlyHit && cells.hasHit[i] && m_input.channels.isRead[kDivMap]) {
                 const TItemHit& hit = cells.hit[i];

@@ -41,15 +41,14 @@ public:
     // coordinates.
     void Land(const TCells& cells, TItemLanes& lanes) override {
         if (m_input.surfaces.empty() || m_input.surfaceMode != kSurfaceXY) return;
-        TGatheredHits hits(m_input, kAnySurface, [&](const std::optional<TItemHit>& hit, size_t k) {
+        ForEachAlive(lanes, [&](size_t k) {
+            std::optional<TItemHit> hit = SurfaceHit(m_input, lanes.position[k]);
             if (hit) TakeHit(m_input, *hit, lanes, k);
             if (!m_input.linkToSurface)
                 return lanes.faceNormal.Set(k, cells.from[lanes.cell[k]].sourceTransform.row[2]);
             if (!hit) return lanes.Drop(k, TLaneFate::kSurface);
             lanes.position.Set(k, hit->point);
         });
-        ForEachAlive(lanes, [&](size_t k) { hits.Ask(lanes.position[k], k); });
-        hits.Answer();
         if (m_input.linkToSurface) SetNormals(m_input, lanes);
     }
 

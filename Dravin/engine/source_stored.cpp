@@ -67,18 +67,15 @@ public:
     // where they were; the others only take its coordinates.
     void Land(const TCells&, TItemLanes& lanes) override {
         if (m_input.surfaces.empty() || m_input.surfaceMode != kSurfaceXY) return;
-        TGatheredHits hits(m_input, kAnySurface, [&](const std::optional<TItemHit>& hit, size_t k) {
+        ForEachAlive(lanes, [&](size_t k) {
+            if (m_input.linkToSurface) lanes.position.z[k] = 0;
+            std::optional<TItemHit> hit = SurfaceHit(m_input, lanes.position[k]);
             if (!hit) return;
             TakeHit(m_input, *hit, lanes, k);
             if (!m_input.linkToSurface) return;
             lanes.position.Set(k, hit->point);
             lanes.normal.Set(k, NormalOver(m_input, lanes, k));
         });
-        ForEachAlive(lanes, [&](size_t k) {
-            if (m_input.linkToSurface) lanes.position.z[k] = 0;
-            hits.Ask(lanes.position[k], k);
-        });
-        hits.Answer();
     }
 
 private:

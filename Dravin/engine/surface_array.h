@@ -23,8 +23,6 @@ public:
     bool CellHit(float x, float y, TSurfHit* hit) const {
         return m_heights ? m_heights->CellHit(x, y, hit) : m_triangles->CellHit(x, y, hit);
     }
-    // The same for many places at once; where no face is, the hit's face is -1.
-    void TopHits(std::span<const Point2> places, std::span<TSurfHit> hits) const;
     // Calls visit(hit) for every face over or under (x, y), in face order.
     template <class Visit>
     void ForEachHit(float x, float y, const Visit& visit) const {

@@ -2,7 +2,6 @@
 // kinds of surfaces share, so that the same triangle gives the same bits in each.
 #pragma once
 
-#include <algorithm>
 #include <cmath>
 #include <cstdint>
 
@@ -27,8 +26,6 @@ struct TFaceRecord {
     float az, slopeX, slopeY;
 
     float HeightAt(float x, float y) const { return az + slopeX * (x - ax) + slopeY * (y - ay); }
-    // Whether the face lies over or under (x, y).
-    bool Covers(float x, float y) const;
 };
 
 // False for a face that cannot be hit: a corner that is not finite, or no extent in the plane.
@@ -83,12 +80,4 @@ inline bool CrossesRay(float x, float y, float ax, float ay, float bx, float by)
     bool spans = (lowY <= y) & (y < highY);
     bool right = (highX - lowX) * (y - lowY) > (x - lowX) * (highY - lowY);
     return spans & right;
-}
-
-// Without a branch: which of a few faces covers a point cannot be foretold.
-inline bool TFaceRecord::Covers(float x, float y) const {
-    bool near = (x >= std::min({ax, bx, cx})) & (x <= std::max({ax, bx, cx})) &
-                (y >= std::min({ay, by, cy})) & (y <= std::max({ay, by, cy}));
-    return near & (CrossesRay(x, y, ax, ay, bx, by) ^ CrossesRay(x, y, cx, cy, ax, ay) ^
-                   CrossesRay(x, y, bx, by, cx, cy));
 }

@@ -1,7 +1,6 @@
 #include "Dravin/engine/surfaces.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 
 namespace {
@@ -15,51 +14,27 @@ float RulePercent(const FalloffCurve& curve, const TRangeRule& rule, float measu
     return EvalFalloffCurve(&curve, (clamped - rule.min) / (rule.max - rule.min), false);
 }
 
-Point3 LocalPoint(const TSurfaceInput& surface, const Point3& point) {
-    return surface.isMoved ? point * surface.fromObject : point;
-}
-
-// Takes surface s's hit where it is on a material that counts and higher than what there is.
-void TakeHigher(const TBuildInput& input, const TSurfaceFilter& filter, size_t s,
-                const TSurfHit& hit, std::optional<TItemHit>& best) {
-    const TSurfaceInput& surface = input.surfaces[s];
-    if (!filter.materials.empty() && !filter.HasMaterial(surface.array->MaterialId(hit.face)))
-        return;
-    Point3 world = surface.isMoved ? hit.point * surface.toObject : hit.point;
-    if (world.z > (best ? best->point.z : kLowestHit))
-        best = TItemHit{hit, s, world, surface.NormalInObject(hit.normal)};
-}
-
 }  // namespace
 
 std::optional<TItemHit> SurfaceHit(const TBuildInput& input, const Point3& point,
                                    const TSurfaceFilter& filter) {
     std::optional<TItemHit> best;
+    float bestZ = kLowestHit;
     for (size_t s = 0; s < input.surfaces.size(); ++s) {
+        const TSurfaceInput& surface = input.surfaces[s];
         if (!filter.HasSurface(s)) continue;
-        Point3 local = LocalPoint(input.surfaces[s], point);
+        Point3 local = surface.isMoved ? point * surface.fromObject : point;
         TSurfHit hit;
-        if (input.surfaces[s].array->CellHit(local.x, local.y, &hit))
-            TakeHigher(input, filter, s, hit, best);
+        if (!surface.array->CellHit(local.x, local.y, &hit)) continue;
+        // Which material it is costs a look at the mesh.
+        bool asks = !filter.materials.empty();
+        if (asks && !filter.HasMaterial(surface.array->MaterialId(hit.face))) continue;
+        Point3 world = surface.isMoved ? hit.point * surface.toObject : hit.point;
+        if (!(world.z > bestZ)) continue;
+        bestZ = world.z;
+        best = TItemHit{hit, s, world, surface.NormalInObject(hit.normal)};
     }
     return best;
-}
-
-void SurfaceHits(const TBuildInput& input, std::span<const Point3> points,
-                 const TSurfaceFilter& filter, std::span<std::optional<TItemHit>> hits) {
-    std::array<Point2, kCellsInBatch> places;
-    std::array<TSurfHit, kCellsInBatch> found;
-    std::fill_n(hits.begin(), points.size(), std::nullopt);
-    for (size_t s = 0; s < input.surfaces.size(); ++s) {
-        if (!filter.HasSurface(s)) continue;
-        for (size_t i = 0; i < points.size(); ++i) {
-            Point3 local = LocalPoint(input.surfaces[s], points[i]);
-            places[i] = {local.x, local.y};
-        }
-        input.surfaces[s].array->TopHits({places.data(), points.size()}, found);
-        for (size_t i = 0; i < points.size(); ++i)
-            if (found[i].face >= 0) TakeHigher(input, filter, s, found[i], hits[i]);
-    }
 }
 
 Point3 WorkingNormal(const Point3& faceNormal, float directionPercent) {

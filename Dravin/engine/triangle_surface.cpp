@@ -69,31 +69,14 @@ void TTriangleSurface::MakeGrid(int threads) {
     m_cellStart = Allocate<uint32_t>(m_startMemory, m_nx * m_ny + 1);
     std::fill(m_cellStart.begin(), m_cellStart.end(), 0u);
     for (size_t f = 0; f < m_records.size(); ++f)
-        if (m_usable[f])
-            ForEachCell(m_records[f],
-                        [&](size_t column, size_t row) { ++m_cellStart[row * m_nx + column + 1]; });
+        if (m_usable[f]) ForEachCell(m_records[f], [&](size_t cell) { ++m_cellStart[cell + 1]; });
     for (size_t c = 0; c < m_nx * m_ny; ++c) m_cellStart[c + 1] += m_cellStart[c];
     m_cellFaces = Allocate<uint32_t>(m_faceMemory, m_cellStart.back());
-    m_cellBoxes = Allocate<TCellBox>(m_boxMemory, m_cellStart.back() + kBoxesAtOnce);
     std::vector<uint32_t> next(m_cellStart.begin(), m_cellStart.end() - 1);
     for (size_t f = 0; f < m_records.size(); ++f)
         if (m_usable[f])
-            ForEachCell(m_records[f], [&](size_t column, size_t row) {
-                uint32_t entry = next[row * m_nx + column]++;
-                m_cellFaces[entry] = uint32_t(f);
-                m_cellBoxes[entry] = BoxInCell(m_records[f], column, row);
-            });
-}
-
-TCellBox TTriangleSurface::BoxInCell(const TFaceRecord& r, size_t column, size_t row) const {
-    constexpr int64_t kLast = kStepsInCell - 1;
-    auto within = [&](size_t step, size_t cell) {
-        return uint8_t(std::clamp(int64_t(step) - int64_t(cell * kStepsInCell), int64_t{0}, kLast));
-    };
-    return {within(StepX(std::min({r.ax, r.bx, r.cx})), column),
-            uint8_t(kLast - within(StepX(std::max({r.ax, r.bx, r.cx})), column)),
-            within(StepY(std::min({r.ay, r.by, r.cy})), row),
-            uint8_t(kLast - within(StepY(std::max({r.ay, r.by, r.cy})), row))};
+            ForEachCell(m_records[f],
+                        [&](size_t cell) { m_cellFaces[next[cell]++] = uint32_t(f); });
 }
 
 template <class Visit>
@@ -102,7 +85,7 @@ void TTriangleSurface::ForEachCell(const TFaceRecord& r, Visit visit) const {
            column1 = Column(std::max({r.ax, r.bx, r.cx}));
     size_t row0 = Row(std::min({r.ay, r.by, r.cy})), row1 = Row(std::max({r.ay, r.by, r.cy}));
     for (size_t row = row0; row <= row1; ++row)
-        for (size_t column = column0; column <= column1; ++column) visit(column, row);
+        for (size_t column = column0; column <= column1; ++column) visit(row * m_nx + column);
 }
 
 bool TTriangleSurface::CellHit(float x, float y, TSurfHit* hit) const {
@@ -125,6 +108,5 @@ Point3 TTriangleSurface::Uvw(int channel, const TSurfHit& hit) const {
 }
 
 size_t TTriangleSurface::BytesHeld() const {
-    return m_recordMemory.Bytes() + m_startMemory.Bytes() + m_faceMemory.Bytes() +
-           m_boxMemory.Bytes() + m_usable.size();
+    return m_recordMemory.Bytes() + m_startMemory.Bytes() + m_faceMemory.Bytes() + m_usable.size();
 }

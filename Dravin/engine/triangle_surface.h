@@ -4,27 +4,18 @@
 // of range, vertices that are not finite or no extent in the xy plane are left out.
 //
 // Cells: a uniform grid with about two faces a cell (one cell per two faces), each cell listing the
-// faces whose xy box overlaps it. Beside each entry stands the face's box within the cell, in steps
-// of 1/128 of its sides: where many places are asked together, two entries are held against a
-// place in one subtraction, and few faces are left whose record is read.
+// faces whose xy box overlaps it.
 #pragma once
 
 #include <algorithm>
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <span>
 #include <vector>
 
 #include "Dravin/engine/surface_hit.h"
 #include "host/base/huge_buffer.h"
 #include "host/geom/mesh.h"
-
-// A face's box within a cell, or a place as a box around it: from its lower sides to its upper
-// ones, which are counted downward, so that a box holds a place where no byte of it is larger.
-struct TCellBox {
-    uint8_t minX, restX, minY, restY;
-};
 
 class TTriangleSurface {
 public:
@@ -33,9 +24,6 @@ public:
 
     // Topmost face over or under (x, y). False when none is there.
     bool CellHit(float x, float y, TSurfHit* hit) const;
-
-    // The same for many places at once; where no face is, the hit's face is -1.
-    void TopHits(std::span<const Point2> places, std::span<TSurfHit> hits) const;
 
     // Calls visit(hit) for every face over or under (x, y), in face order.
     template <class Visit>
@@ -59,25 +47,17 @@ public:
     size_t BytesHeld() const;
 
 private:
-    friend class TPlaceBatch;
-    static constexpr uint32_t kStepsInCell = 128, kBoxesAtOnce = 8;
     // Calls visit(face, z) for the faces of the point's cell that hold it.
     template <class Visit>
     void ForEachFaceAt(float x, float y, const Visit& visit) const;
     TSurfHit MakeHit(float x, float y, uint32_t face, float z) const {
         return MakeFaceHit(m_records[face], x, y, face, z);
     }
-    // The cell over (x, y); none outside the grid.
-    std::optional<size_t> CellOf(float x, float y) const;
     bool MakeRecord(size_t face, TFaceRecord* record) const;
     void MakeRecords(int threads);
     void MakeGrid(int threads);
-    // Steps of 1/128 of a cell from the grid's border on; they never fall where x or y grows.
-    size_t StepX(float x) const;
-    size_t StepY(float y) const;
-    size_t Column(float x) const { return StepX(x) / kStepsInCell; }
-    size_t Row(float y) const { return StepY(y) / kStepsInCell; }
-    TCellBox BoxInCell(const TFaceRecord& record, size_t column, size_t row) const;
+    size_t Column(float x) const;
+    size_t Row(float y) const;
     template <class Visit>
     void ForEachCell(const TFaceRecord& record, Visit visit) const;
 
@@ -89,36 +69,37 @@ private:
     HugeBuffer m_startMemory, m_faceMemory;
     std::span<uint32_t> m_cellStart;  // nx * ny + 1
     std::span<uint32_t> m_cellFaces;
-    HugeBuffer m_boxMemory;
-    std::span<TCellBox> m_cellBoxes;  // of m_cellFaces, and as many more as are compared at once
     Box2 m_bounds;
     Box3 m_box;
     size_t m_nx = 0, m_ny = 0;
     float m_cellsPerX = 0, m_cellsPerY = 0;
 };
 
-inline size_t TTriangleSurface::StepX(float x) const {
+inline size_t TTriangleSurface::Column(float x) const {
     float column = (x - m_bounds.min.x) * m_cellsPerX;
-    return std::min(m_nx * kStepsInCell - 1, size_t(std::max(column, 0.0f) * kStepsInCell));
+    return std::min(m_nx - 1, size_t(std::max(column, 0.0f)));
 }
 
-inline size_t TTriangleSurface::StepY(float y) const {
+inline size_t TTriangleSurface::Row(float y) const {
     float row = (y - m_bounds.min.y) * m_cellsPerY;
-    return std::min(m_ny * kStepsInCell - 1, size_t(std::max(row, 0.0f) * kStepsInCell));
-}
-
-inline std::optional<size_t> TTriangleSurface::CellOf(float x, float y) const {
-    bool inBounds =
-        x >= m_bounds.min.x && x <= m_bounds.max.x && y >= m_bounds.min.y && y <= m_bounds.max.y;
-    return inBounds ? std::optional(Row(y) * m_nx + Column(x)) : std::nullopt;
+    return std::min(m_ny - 1, size_t(std::max(row, 0.0f)));
 }
 
 template <class Visit>
 void TTriangleSurface::ForEachFaceAt(float x, float y, const Visit& visit) const {
-    std::optional<size_t> cell = CellOf(x, y);
-    if (!cell) return;
-    for (uint32_t i = m_cellStart[*cell]; i < m_cellStart[*cell + 1]; ++i) {
+    bool inBounds =
+        x >= m_bounds.min.x && x <= m_bounds.max.x && y >= m_bounds.min.y && y <= m_bounds.max.y;
+    if (!inBounds) return;
+    size_t cell = Row(y) * m_nx + Column(x);
+    for (uint32_t i = m_cellStart[cell]; i < m_cellStart[cell + 1]; ++i) {
         const TFaceRecord& r = m_records[m_cellFaces[i]];
-        if (r.Covers(x, y)) visit(m_cellFaces[i], r.HeightAt(x, y));
+        // Most faces of a cell are ruled out by their box, which costs less than their edges.
+        bool near = (x >= std::min({r.ax, r.bx, r.cx})) & (x <= std::max({r.ax, r.bx, r.cx})) &
+                    (y >= std::min({r.ay, r.by, r.cy})) & (y <= std::max({r.ay, r.by, r.cy}));
+        if (!near) continue;
+        bool inside = CrossesRay(x, y, r.ax, r.ay, r.bx, r.by) ^
+                      CrossesRay(x, y, r.cx, r.cy, r.ax, r.ay) ^
+                      CrossesRay(x, y, r.bx, r.by, r.cx, r.cy);
+        if (inside) visit(m_cellFaces[i], r.HeightAt(x, y));
     }
 }

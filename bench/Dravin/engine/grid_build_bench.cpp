@@ -110,44 +110,16 @@ void SurfaceIndex(benchmark::State& state) {
     state.counters["B/triangle"] = double(bytes) / double(terrain->faces.size());
 }
 
-// As many as a build sends at once.
-constexpr size_t kRaysAtOnce = 256;
-
 // Rays half a metre apart over a centred terrain, row after row as a build sends them; one thread.
 void SendRays(benchmark::State& state, const TSurfXYArray& array) {
     int64_t rays = 0, hits = 0;
     float endX = float(kTerrainX) / 2, endY = float(kTerrainY) / 2;
-    std::vector<Point2> places;
-    std::vector<TSurfHit> found(kRaysAtOnce);
-    auto send = [&] {
-        array.TopHits(places, found);
-        for (size_t i = 0; i < places.size(); ++i) hits += found[i].face >= 0;
-        rays += int64_t(places.size());
-        places.clear();
-    };
-    for (auto _ : state)
-        for (float y = 0.25f - endY; y < endY; y += 0.5f) {
-            for (float x = 0.25f - endX; x < endX; x += 0.5f) {
-                places.push_back({x, y});
-                if (places.size() == kRaysAtOnce) send();
-            }
-            send();
-        }
-    if (hits != rays) state.SkipWithError("a ray missed the terrain");
-    state.SetItemsProcessed(rays);
-}
-
-// One ray at a time.
-void SingleRays(benchmark::State& state) {
-    auto mesh = std::make_shared<Mesh>(MakeTerrainHeights(size_t(state.range(0)))->MakeMesh());
-    TSurfXYArray array(mesh);
-    int64_t rays = 0, hits = 0;
-    float endX = float(kTerrainX) / 2, endY = float(kTerrainY) / 2;
     for (auto _ : state)
         for (float y = 0.25f - endY; y < endY; y += 0.5f)
-            for (float x = 0.25f - endX; x < endX; x += 0.5f, ++rays) {
+            for (float x = 0.25f - endX; x < endX; x += 0.5f) {
                 TSurfHit hit;
                 hits += array.CellHit(x, y, &hit);
+                ++rays;
             }
     if (hits != rays) state.SkipWithError("a ray missed the terrain");
     state.SetItemsProcessed(rays);
@@ -182,7 +154,6 @@ BENCHMARK(SurfaceIndex)
     ->Args({kMillion, 2})
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime();
-BENCHMARK(SingleRays)->Arg(1000000)->Unit(benchmark::kMillisecond);
 BENCHMARK(SurfaceRays)->Arg(kMillion)->Unit(benchmark::kMillisecond);
 BENCHMARK(HeightFieldRays)->Arg(kMillion)->Arg(64 * kMillion)->Unit(benchmark::kMillisecond);
 BENCHMARK(GridOnTriangles)
