@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include <dlfcn.h>
+#include <link.h>
 
 namespace {
 
@@ -12,12 +13,19 @@ bool IsFile(const std::filesystem::path& path) {
     return std::filesystem::is_regular_file(path, ignored);
 }
 
-// The folder of the program or module that holds this code; empty when it cannot be told.
+// The folder of the program or module that holds this code; empty when it cannot be told. The
+// linker knows a module by its path but the program only as it was called, by name when the shell
+// found it.
 std::filesystem::path OwnFolder() {
     Dl_info info{};
-    if (!dladdr(reinterpret_cast<void*>(&FindProgramPart), &info) || !info.dli_fname) return {};
+    link_map* map = nullptr;
+    if (!dladdr1(reinterpret_cast<void*>(&FindProgramPart), &info, reinterpret_cast<void**>(&map),
+                 RTLD_DL_LINKMAP))
+        return {};
+    bool module = map && map->l_name && *map->l_name;
     std::error_code ignored;
-    return std::filesystem::canonical(info.dli_fname, ignored).parent_path();
+    return std::filesystem::canonical(module ? map->l_name : "/proc/self/exe", ignored)
+        .parent_path();
 }
 
 }  // namespace
@@ -27,6 +35,7 @@ std::string FindProgramPart(const char* variable, std::initializer_list<const ch
     if (const char* named = std::getenv(variable)) return named;
     std::filesystem::path folder = OwnFolder();
     for (const char* place : places)
-        if (!folder.empty() && IsFile(folder / place)) return (folder / place).string();
+        if (!folder.empty() && IsFile(folder / place))
+            return (folder / place).lexically_normal().string();
     return IsFile(built) ? built : "";
 }

@@ -54,6 +54,27 @@ TEST_F(Startup, TheFirstImageLoadsIt) {
                 testing::AllOf(HasSubstr("dravin_images.so"), HasSubstr("OpenImageIO")));
 }
 
+// The shell gives a program that it found by its search path no more than its name.
+TEST_F(Startup, AnInstalledProgramFindsItsModuleHoweverItIsCalled) {
+    ProgramRun copied =
+        RunProgram({"/bin/bash", "-c",
+                    "mkdir -p tree/bin tree/lib/dravin && cp " DRAVIN_BINARY_DIR
+                    "/apps/dravin/dravin tree/bin && cp " DRAVIN_BINARY_DIR
+                    "/host/image/dravin_images.so tree/lib/dravin && ln -s tree/bin/dravin linked"},
+                   m_folder.File("."));
+    ASSERT_EQ(copied.code, 0) << copied.err;
+    for (const char* call : {"PATH=tree/bin:$PATH dravin", "PATH=$PWD/tree/bin:$PATH dravin",
+                             "tree/bin/dravin", "$PWD/tree/bin/dravin", "./linked"}) {
+        ProgramRun run = RunProgram(
+            {"/bin/bash", "-c",
+             "export LD_DEBUG=files LD_DEBUG_OUTPUT=log; " + std::string(call) +
+                 " build map.json -o items.csv && unset LD_DEBUG && cat log.* && rm log.*"},
+            m_folder.File("."));
+        EXPECT_EQ(run.code, 0) << call << ": " << run.err;
+        EXPECT_THAT(run.out, HasSubstr("/tree/lib/dravin/dravin_images.so")) << call;
+    }
+}
+
 TEST_F(Startup, AMissingModuleIsToldWithARemedy) {
     ProgramRun run = Dravin("build map.json -o items.csv");
     EXPECT_EQ(run.code, 0) << run.err;
