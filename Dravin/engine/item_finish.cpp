@@ -66,26 +66,6 @@ ItemPlace PlaceOf(const TItemLanes& lanes, size_t k) {
     return place;
 }
 
-void ResizeItem(const TTransformSettings& s, TItemLanes& lanes, size_t k) {
-    Point3 full = lanes.size[k];
-    if (!s.customEdit) {
-        Point3 growth = lanes.externalScale[k] * lanes.falloffScale[k];
-        full = {full.x * growth.x, full.y * growth.y, full.z * growth.z};
-    }
-    lanes.width[k] = lanes.scale.x[k] * full.x * s.globalScale;
-    lanes.height[k] = lanes.scale.z[k] * full.z * s.globalScale;
-    lanes.depth[k] = lanes.scale.y[k] * full.y * s.globalScale;
-
-    const TSpecimenElement& e = *lanes.source[k];
-    float center = float(e.centerPercent) * 0.01f;
-    if (center < 0.5f) center = 1 - center;
-    lanes.outerRadius[k] =
-        std::max(lanes.width[k], lanes.depth[k]) * std::max(e.meshAspect, 1.0f) * center;
-    lanes.boundaryRadius[k] = lanes.outerRadius[k] * float(e.radiusPercent) * 0.01f;
-    lanes.collisionRadius[k] = float(s.radiusPercent) * 0.01f * lanes.boundaryRadius[k];
-    lanes.collisionHeight[k] = float(s.collisionHeightPercent) * 0.01f * lanes.height[k];
-}
-
 // One axis of the sizes.
 void SizeAlong(size_t count, const float* __restrict scale, const float* __restrict size,
                const float* __restrict external, const float* __restrict falloff, bool grows,
@@ -96,7 +76,7 @@ void SizeAlong(size_t count, const float* __restrict scale, const float* __restr
     }
 }
 
-// ResizeItem for up to kCellsInBatch lanes that stand side by side.
+// Sizes and radii of up to kCellsInBatch lanes that stand side by side.
 void ResizeRun(const TTransformSettings& s, TItemLanes& lanes, size_t first, size_t count) {
     auto along = [&](TLane<float> TPointLane::*axis, TLane<float>& out) {
         auto from = [&](TPointLane& p) { return (p.*axis).Data() + first; };
@@ -241,7 +221,7 @@ void ClearFinished(TItemLanes& lanes, size_t k) {
 void ResizeItems(const TTransformSettings& s, TItemLanes& lanes, std::span<const uint32_t> items) {
     ForEachBlock(items, [&](std::span<const uint32_t> block, bool together) {
         if (together) return ResizeRun(s, lanes, block.front(), block.size());
-        for (uint32_t k : block) ResizeItem(s, lanes, k);
+        for (uint32_t k : block) ResizeRun(s, lanes, k, 1);
     });
 }
 

@@ -10,12 +10,6 @@ namespace {
 // Lanes are drawn in whole vectors: the rest would go one by one.
 constexpr size_t kRounding = 32;
 
-struct PlainSource {
-    TNuRandom& generator;
-    float Random() { return generator.Random(); }
-    int32_t IRandom(int32_t min, int32_t max) { return generator.IRandom(min, max); }
-};
-
 // Axes in the order in which scales and angles are drawn.
 constexpr int kScaleOrder[] = {0, 2}, kAngleOrder[] = {2, 0, 1};
 

@@ -7,12 +7,6 @@ namespace {
 
 constexpr float kDegreesToRadians = 0.017453292f;
 
-struct PlainSource {
-    TNuRandom& generator;
-    float Random() { return generator.Random(); }
-    int32_t IRandom(int32_t min, int32_t max) { return generator.IRandom(min, max); }
-};
-
 }  // namespace
 
 TTransformRanges TransformRanges(const TTransformSettings& s, const TItemOverrides* overrides) {

@@ -110,6 +110,13 @@ inline uint32_t CellSeed(const uint32_t hash[4]) {
     return ~((hash[3] * 804803u + hash[2]) * 311u) ^ ((hash[1] * 150001u + hash[0]) * 3413u);
 }
 
+// A generator as the source of FillRandoms.
+struct PlainSource {
+    TNuRandom& generator;
+    float Random() { return generator.Random(); }
+    int32_t IRandom(int32_t min, int32_t max) { return generator.IRandom(min, max); }
+};
+
 // The draws of one item in their fixed order. Source: Random() and IRandom(min, max).
 template <class Source>
 void FillRandoms(Source& source, const TTransformSettings& settings, const TTransformRanges& ranges,

@@ -19,8 +19,6 @@
 
 namespace {
 
-constexpr size_t kBufferBytes = 1 << 18;
-
 // Names of the temporary files in being, in storage that a signal handler may read at any moment: a
 // slot is filled before it is published and published before its file exists.
 enum SlotState : int { kFree, kReserved, kPublished };
@@ -131,10 +129,10 @@ std::string TemporaryName(const std::string& target) {
 bool AtomicFile::Open(const std::string& path, std::string* error) {
     Discard();
     m_path = path;
-    m_size = 0;
-    m_errno = 0;
+    m_writer.Reset(-1);
     if (path == "-") {
         m_fd = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0);
+        m_writer.Reset(m_fd);
         if (m_fd < 0) *error = CannotWrite("standard output", errno);
         return m_fd >= 0;
     }
@@ -183,6 +181,7 @@ bool AtomicFile::OpenSpecial(std::string* error) {
         return false;
     }
     fcntl(m_fd, F_SETFL, fcntl(m_fd, F_GETFL) & ~O_NONBLOCK);
+    m_writer.Reset(m_fd);
     return true;
 }
 
@@ -207,6 +206,7 @@ bool AtomicFile::CreateTemporary(const std::string& path) {
         // file system has no locks, the file is good without.
         struct stat info {};
         flock(m_fd, LOCK_EX | LOCK_NB);
+        m_writer.Reset(m_fd);
         if (fstat(m_fd, &info) == 0 && info.st_nlink > 0) return true;
         close(m_fd);
         m_fd = -1;
@@ -217,35 +217,6 @@ bool AtomicFile::CreateTemporary(const std::string& path) {
     m_writtenPath.clear();
     errno = number;
     return false;
-}
-
-void AtomicFile::Write(std::string_view bytes) {
-    m_size += bytes.size();
-    if (m_buffer.size() + bytes.size() <= kBufferBytes) {
-        m_buffer.append(bytes);
-        return;
-    }
-    Flush();
-    if (bytes.size() >= kBufferBytes)
-        WriteAll(bytes);
-    else
-        m_buffer.assign(bytes);
-}
-
-void AtomicFile::Flush() {
-    WriteAll(m_buffer);
-    m_buffer.clear();
-}
-
-void AtomicFile::WriteAll(std::string_view bytes) {
-    while (!bytes.empty() && m_errno == 0) {
-        ssize_t n = write(m_fd, bytes.data(), bytes.size());
-        if (n < 0 && errno == EINTR) continue;
-        if (n < 0)
-            m_errno = errno;
-        else
-            bytes.remove_prefix(size_t(n));
-    }
 }
 
 // Whether the kernel takes over all of it; what it did not is left in `offset` and `bytes`.
@@ -261,41 +232,37 @@ bool AtomicFile::CopyInKernel(int file, uint64_t* offset, uint64_t* bytes) {
 }
 
 void AtomicFile::WriteFrom(int file, uint64_t offset, uint64_t bytes) {
-    Flush();
-    m_size += bytes;
+    m_writer.Flush();
+    if (HasFailed()) return;
+    uint64_t whole = bytes;
+    bool copied = CopyInKernel(file, &offset, &bytes);
+    m_writer.Skip(whole - bytes);
+    if (copied) return;
     // Whatever keeps the kernel from it, a failure of the disk among them, is told by plain writes.
-    if (m_errno != 0 || CopyInKernel(file, &offset, &bytes)) return;
     std::string piece;
-    while (bytes > 0 && m_errno == 0) {
-        piece.resize(size_t(std::min<uint64_t>(kBufferBytes, bytes)));
-        ssize_t n = pread(file, piece.data(), piece.size(), off_t(offset));
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return Fail(n < 0 ? errno : EIO);
-        WriteAll(std::string_view(piece).substr(0, size_t(n)));
-        offset += uint64_t(n), bytes -= uint64_t(n);
+    while (bytes > 0 && !HasFailed()) {
+        if (int error = ReadPieceAt(file, offset, bytes, &piece)) return Fail(error);
+        m_writer.Write(piece);
+        offset += piece.size(), bytes -= piece.size();
     }
 }
 
-void AtomicFile::Fail(int number) {
-    if (m_errno == 0) m_errno = number;
-}
-
 uint64_t AtomicFile::Extend(uint64_t bytes) {
-    Flush();
-    uint64_t start = m_size;
-    m_size += bytes;
-    if (m_errno == 0 && (ftruncate(m_fd, off_t(m_size)) != 0 || lseek(m_fd, 0, SEEK_END) < 0))
-        m_errno = errno;
+    m_writer.Flush();
+    uint64_t start = Size();
+    m_writer.Skip(bytes);
+    if (!HasFailed() && (ftruncate(m_fd, off_t(Size())) != 0 || lseek(m_fd, 0, SEEK_END) < 0))
+        Fail(errno);
     return start;
 }
 
 void AtomicFile::Overwrite(uint64_t offset, std::string_view bytes) {
-    Flush();
-    while (!bytes.empty() && m_errno == 0) {
+    m_writer.Flush();
+    while (!bytes.empty() && !HasFailed()) {
         ssize_t n = pwrite(m_fd, bytes.data(), bytes.size(), off_t(offset));
         if (n < 0 && errno == EINTR) continue;
         if (n < 0) {
-            m_errno = errno;
+            Fail(errno);
         } else {
             bytes.remove_prefix(size_t(n));
             offset += uint64_t(n);
@@ -309,13 +276,14 @@ bool AtomicFile::Finish(std::string* error) {
         *error = fmt::format("{}: cannot write the file: it is not open", m_path);
         return false;
     }
-    Flush();
-    bool hasReaderGone = m_path == "-" && m_errno == EPIPE;
-    if (hasReaderGone) m_errno = 0;
+    m_writer.Flush();
+    bool hasReaderGone = m_path == "-" && m_writer.Error() == EPIPE;
+    if (hasReaderGone) m_writer.Forgive();
     // The lock goes with the descriptor; the name stays published until the file is in its place.
-    if (m_errno == 0 && IsRenamed() && fsync(m_fd) != 0) m_errno = errno;
-    if (m_errno != 0) *error = CannotWrite(m_path == "-" ? "standard output" : m_path, m_errno);
-    return m_errno == 0;
+    if (!HasFailed() && IsRenamed() && fsync(m_fd) != 0) Fail(errno);
+    if (HasFailed())
+        *error = CannotWrite(m_path == "-" ? "standard output" : m_path, m_writer.Error());
+    return !HasFailed();
 }
 
 // Renames the file over its target. With `keep`, the old file stays under another name.
@@ -346,9 +314,8 @@ void AtomicFile::TakeBack() {
 
 // Closes what is open and gives the name up; the temporary file is somebody else's now, or gone.
 void AtomicFile::Forget() {
-    if (m_fd >= 0 && close(m_fd) != 0 && m_errno == 0) m_errno = errno;
+    if (m_fd >= 0 && close(m_fd) != 0) Fail(errno);
     m_fd = -1;
-    m_buffer.clear();
     Withdraw(m_slot);
     m_slot = -1;
     m_writtenPath.clear();

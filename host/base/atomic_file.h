@@ -15,6 +15,8 @@
 #include <string>
 #include <string_view>
 
+#include "host/base/fd_writer.h"
+
 class AtomicFile {
 public:
     AtomicFile() = default;
@@ -26,15 +28,15 @@ public:
     bool Open(const std::string& path, std::string* error);
 
     // Appends bytes, buffered. After a failure further writes do nothing; Commit tells the reason.
-    void Write(std::string_view bytes);
+    void Write(std::string_view bytes) { m_writer.Write(bytes); }
     // Appends `bytes` bytes of another open file, from `offset` on; where both lie on one file
     // system, they need not pass through this process.
     void WriteFrom(int file, uint64_t offset, uint64_t bytes);
     // Something that the output needs has failed: as a failed write, of this errno.
-    void Fail(int number);
+    void Fail(int number) { m_writer.Fail(number); }
     // Bytes written so far.
-    uint64_t Size() const { return m_size; }
-    bool HasFailed() const { return m_errno != 0; }
+    uint64_t Size() const { return m_writer.Size(); }
+    bool HasFailed() const { return m_writer.Error() != 0; }
 
     // Appends `bytes` zero bytes, to be overwritten piece by piece. Returns where they start.
     // Regular targets only.
@@ -57,9 +59,7 @@ public:
     static void RemoveTemporaryFiles();
 
 private:
-    void Flush();
     bool CopyInKernel(int file, uint64_t* offset, uint64_t* bytes);
-    void WriteAll(std::string_view bytes);
     bool OpenSpecial(std::string* error);
     bool OpenTemporary(std::string* error);
     bool CreateTemporary(const std::string& path);
@@ -72,10 +72,8 @@ private:
     std::string m_path;         // as the caller named it
     std::string m_target;       // links resolved
     std::string m_writtenPath;  // the temporary file; empty when the target is written directly
-    std::string m_buffer;
-    uint64_t m_size = 0;
+    FdWriter m_writer;
     int m_fd = -1;
-    int m_errno = 0;
     int m_slot = -1;  // place in the list for signal handlers; -1 when written directly
     // While files are put in their places: the old file under another name, or that there was none.
     std::string m_kept;

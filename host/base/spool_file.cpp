@@ -14,7 +14,6 @@
 
 namespace {
 
-constexpr size_t kBufferBytes = 1 << 18;
 // Brought over or handed out at once, and then given back.
 constexpr uint64_t kPieceBytes = 1 << 24;
 
@@ -51,48 +50,21 @@ SpoolFile::~SpoolFile() {
 }
 
 SpoolFile::SpoolFile(SpoolFile&& other) noexcept
-    : m_buffer(std::move(other.m_buffer)),
-      m_size(std::exchange(other.m_size, 0)),
-      m_fd(std::exchange(other.m_fd, -1)),
-      m_errno(std::exchange(other.m_errno, 0)) {}
+    : m_writer(std::exchange(other.m_writer, {})), m_fd(std::exchange(other.m_fd, -1)) {}
 
 void SpoolFile::Open(const std::string& output) {
     std::string folder = FolderFor(output);
     m_fd = open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
     if (m_fd < 0) m_fd = OpenUnlinked(folder);
-    if (m_fd < 0) m_errno = errno;
-}
-
-void SpoolFile::Write(std::string_view bytes) {
-    m_size += bytes.size();
-    if (m_buffer.size() + bytes.size() > kBufferBytes) Flush();
-    if (bytes.size() >= kBufferBytes)
-        WriteAll(bytes);
-    else
-        m_buffer.append(bytes);
-}
-
-void SpoolFile::Flush() {
-    WriteAll(m_buffer);
-    m_buffer.clear();
-}
-
-void SpoolFile::WriteAll(std::string_view bytes) {
-    while (!bytes.empty() && m_errno == 0) {
-        ssize_t n = write(m_fd, bytes.data(), bytes.size());
-        if (n < 0 && errno == EINTR) continue;
-        if (n < 0)
-            m_errno = errno;
-        else
-            bytes.remove_prefix(size_t(n));
-    }
+    m_writer.Reset(m_fd);
+    if (m_fd < 0) m_writer.Fail(errno);
 }
 
 void SpoolFile::MoveTo(AtomicFile& out) {
-    Flush();
-    if (m_errno != 0) return out.Fail(m_errno);
-    for (uint64_t done = 0; done < m_size && !out.HasFailed();) {
-        uint64_t piece = std::min(kPieceBytes, m_size - done);
+    m_writer.Flush();
+    if (Error() != 0) return out.Fail(Error());
+    for (uint64_t done = 0; done < Size() && !out.HasFailed();) {
+        uint64_t piece = std::min(kPieceBytes, Size() - done);
         out.WriteFrom(m_fd, done, piece);
         FreeRoom(m_fd, done, piece);
         done += piece;
@@ -101,24 +73,21 @@ void SpoolFile::MoveTo(AtomicFile& out) {
 }
 
 void SpoolFile::Drain(const std::function<void(std::string_view bytes)>& use) {
-    Flush();
+    m_writer.Flush();
     std::string piece;
-    for (uint64_t done = 0; done < m_size && m_errno == 0;) {
-        piece.resize(size_t(std::min<uint64_t>(kBufferBytes, m_size - done)));
-        ssize_t n = pread(m_fd, piece.data(), piece.size(), off_t(done));
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) m_errno = n < 0 ? errno : EIO;
-        if (n <= 0) break;
-        use(std::string_view(piece).substr(0, size_t(n)));
-        FreeRoom(m_fd, done, uint64_t(n));
-        done += uint64_t(n);
+    for (uint64_t done = 0; done < Size() && Error() == 0; done += piece.size()) {
+        if (int error = ReadPieceAt(m_fd, done, Size() - done, &piece)) {
+            m_writer.Fail(error);
+            break;
+        }
+        use(piece);
+        FreeRoom(m_fd, done, piece.size());
     }
     Clear();
 }
 
 void SpoolFile::Clear() {
-    m_buffer.clear();
-    m_size = 0;
+    m_writer.Clear();
     if (m_fd < 0) return;
-    if (ftruncate(m_fd, 0) != 0 || lseek(m_fd, 0, SEEK_SET) < 0) m_errno = errno;
+    if (ftruncate(m_fd, 0) != 0 || lseek(m_fd, 0, SEEK_SET) < 0) m_writer.Fail(errno);
 }

@@ -4,11 +4,12 @@
 // whatever ends the program, nothing of it is left. One thread at a time.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>
+
+#include "host/base/fd_writer.h"
 
 class AtomicFile;
 
@@ -22,13 +23,13 @@ public:
     // For an output of this path; of devices and of standard output ("-") in the folder for
     // temporary files. Failures are kept: Error tells.
     void Open(const std::string& output);
-    bool IsOpen() const { return m_fd >= 0 || m_errno != 0; }
+    bool IsOpen() const { return m_fd >= 0 || Error() != 0; }
 
     // Appends bytes, buffered. After a failure further writes do nothing.
-    void Write(std::string_view bytes);
-    uint64_t Size() const { return m_size; }
+    void Write(std::string_view bytes) { m_writer.Write(bytes); }
+    uint64_t Size() const { return m_writer.Size(); }
     // 0, or the errno of the first failure.
-    int Error() const { return m_errno; }
+    int Error() const { return m_writer.Error(); }
 
     // Appends all bytes to `out`, giving the room of each part back as soon as it is there. Empty
     // afterwards. A failure to read is one of `out`.
@@ -39,11 +40,6 @@ public:
     void Clear();
 
 private:
-    void Flush();
-    void WriteAll(std::string_view bytes);
-
-    std::string m_buffer;
-    uint64_t m_size = 0;
+    FdWriter m_writer;
     int m_fd = -1;
-    int m_errno = 0;
 };
