@@ -9,9 +9,10 @@
 
 namespace {
 
-TBuildInput PointsInput(int mode) {
+TBuildInput PointsInput(int mode, int64_t threads) {
     TBuildInput input;
     input.distributionMode = mode;
+    input.threads = int(threads);
     input.specimens = {CubeSpecimen(50), CubeSpecimen(50)};
     input.displayLimit = int64_t(1) << 40;
     TTransformSettings& t = input.transforms;
@@ -37,10 +38,11 @@ void Rebuild(benchmark::State& state, const TBuildInput& input) {
     state.counters["items"] = double(items.Count());
 }
 
-// range(0): items, evenly spaced along lines of 2,000 segments with 10,000 items each.
+// range(0): items, evenly spaced along lines of 2,000 segments with 10,000 items each; range(1):
+// threads.
 void Path(benchmark::State& state) {
     constexpr int64_t kItemsPerLine = 10000;
-    TBuildInput input = PointsInput(kDistPath);
+    TBuildInput input = PointsInput(kDistPath, state.range(1));
     TPathNode node;
     for (int64_t i = 0; i < state.range(0); i += kItemsPerLine)
         node.lines.emplace_back(WavyShape(2000).lines[0]);
@@ -49,9 +51,9 @@ void Path(benchmark::State& state) {
     Rebuild(state, input);
 }
 
-// range(0): reference objects.
+// range(0): reference objects; range(1): threads.
 void References(benchmark::State& state) {
-    TBuildInput input = PointsInput(kDistReference);
+    TBuildInput input = PointsInput(kDistReference, state.range(1));
     TNuRandom random(3);
     for (int64_t i = 0; i < state.range(0); ++i) {
         TReferenceObject object;
@@ -62,9 +64,9 @@ void References(benchmark::State& state) {
     Rebuild(state, input);
 }
 
-// range(0): particles of one system.
+// range(0): particles of one system; range(1): threads.
 void Particles(benchmark::State& state) {
-    TBuildInput input = PointsInput(kDistParticles);
+    TBuildInput input = PointsInput(kDistParticles, state.range(1));
     TNuRandom random(4);
     std::vector<TParticle> system;
     for (int64_t i = 0; i < state.range(0); ++i) {
@@ -97,14 +99,14 @@ void Uv(benchmark::State& state) {
     Rebuild(state, input);
 }
 
-BENCHMARK(Path)->RangeMultiplier(10)->Range(10000, 1000000)->Unit(benchmark::kMillisecond);
-BENCHMARK(References)->Arg(10000)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
-BENCHMARK(Particles)->RangeMultiplier(10)->Range(10000, 1000000)->Unit(benchmark::kMillisecond);
-BENCHMARK(Uv)
-    ->Args({100000, 1})
-    ->Args({1000000, 1})
-    ->Args({1000000, 2})
-    ->Unit(benchmark::kMillisecond)
-    ->UseRealTime();
+void Sizes(benchmark::internal::Benchmark* bench) {
+    bench->Args({10000, 1})->Args({100000, 1})->Args({1000000, 1})->Args({1000000, 2});
+    bench->Unit(benchmark::kMillisecond)->UseRealTime();
+}
+
+BENCHMARK(Path)->Apply(Sizes);
+BENCHMARK(References)->Apply(Sizes);
+BENCHMARK(Particles)->Apply(Sizes);
+BENCHMARK(Uv)->Apply(Sizes);
 
 }  // namespace
