@@ -38,6 +38,8 @@ public:
     uint64_t Size() const { return m_writer.Size(); }
     bool HasFailed() const { return m_writer.Error() != 0; }
 
+    // Whether the open target is a regular one, which Extend and Overwrite take.
+    bool CanOverwrite() const { return IsRenamed(); }
     // Appends `bytes` zero bytes, to be overwritten piece by piece. Returns where they start.
     // Regular targets only.
     uint64_t Extend(uint64_t bytes);

@@ -1,25 +1,8 @@
 #include "host/io/json_text.h"
 
-namespace {
+#include "host/base/utf8.h"
 
-// Length of the UTF-8 sequence at the start of `text`, 0 when it is none (RFC 3629: no overlong
-// forms, no surrogates, nothing beyond U+10FFFF).
-size_t Utf8Length(std::string_view text) {
-    auto byte = [&](size_t i) { return i < text.size() ? uint8_t(text[i]) : uint8_t{0}; };
-    auto isTail = [&](size_t i) { return (byte(i) & 0xC0) == 0x80; };
-    uint8_t lead = byte(0);
-    if (lead < 0x80) return 1;
-    if (lead >= 0xC2 && lead < 0xE0) return isTail(1) ? 2 : 0;
-    if (lead >= 0xE0 && lead < 0xF0) {
-        bool isAllowed = !(lead == 0xE0 && byte(1) < 0xA0) && !(lead == 0xED && byte(1) > 0x9F);
-        return isAllowed && isTail(1) && isTail(2) ? 3 : 0;
-    }
-    if (lead >= 0xF0 && lead < 0xF5) {
-        bool isAllowed = !(lead == 0xF0 && byte(1) < 0x90) && !(lead == 0xF4 && byte(1) > 0x8F);
-        return isAllowed && isTail(1) && isTail(2) && isTail(3) ? 4 : 0;
-    }
-    return 0;
-}
+namespace {
 
 void AppendControl(std::string& out, char c) {
     switch (c) {
