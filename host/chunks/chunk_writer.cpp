@@ -74,6 +74,8 @@ void ChunkWriter::Fail(const std::string& reason) {
 // The chunk that is open takes values or a chunk. False when it does not.
 bool ChunkWriter::EnterParent(bool withChunk) {
     if (HasFailed()) return false;
+    if (withChunk && m_depth == kMaxChunkDepth)
+        Fail(fmt::format("more than {} chunks stand inside each other", kMaxChunkDepth));
     if (m_depth == 0) {
         if (!withChunk) Fail("values stand outside all chunks");
         return withChunk;
@@ -86,8 +88,6 @@ bool ChunkWriter::EnterParent(bool withChunk) {
 
 void ChunkWriter::BeginChunk(uint32_t id, uint16_t version) {
     if (!EnterParent(true)) return;
-    if (m_depth == kMaxChunkDepth)
-        return Fail(fmt::format("more than {} chunks stand inside each other", kMaxChunkDepth));
     m_open[m_depth++] = {Size(), id, version};
     Append(Bytes(MakeHeader(id, version, false, 0)));
 }

@@ -113,6 +113,17 @@ TEST(ChunkWriter, RefusesWhatNoReaderTakes) {
                   for (int i = 0; i < 10000; ++i) writer.BeginChunk(1);
               }).substr(0, 26),
               "chunks in memory: 0x1/0x1/");
+    auto keptAt = [](size_t depth) {
+        return Written([&](ChunkWriter& writer) {
+            for (size_t i = 0; i < depth; ++i) writer.BeginChunk(1);
+            writer.WriteKept({2, 0, false, "abc"});
+            for (size_t i = 0; i < depth; ++i) writer.EndChunk();
+        });
+    };
+    EXPECT_EQ(keptAt(kMaxChunkDepth - 1).substr(0, 3),
+              "\x89"
+              "CF");
+    EXPECT_NE(keptAt(kMaxChunkDepth).find("more than 64 chunks"), std::string::npos);
 }
 
 TEST(ChunkWriter, WithoutAFileEverythingFails) {
