@@ -9,6 +9,7 @@ namespace {
 using Kind = ScriptTokenKind;
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+bool IsPlaceLetter(char c) { return c == 's' || c == 'd' || c == 'f' || c == 'b'; }
 bool IsLetter(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || uint8_t(c) >= 0x80;
 }
@@ -61,7 +62,7 @@ private:
             Quoted(Kind::kText, begin);
         } else if (c == '$') {
             Node(begin);
-        } else if (m_isForm && c == '%' && std::string_view("sdfb").find(Peek(1)) != 4) {
+        } else if (m_isForm && c == '%' && IsPlaceLetter(Peek(1))) {
             Place(begin);
         } else if (c > ' ' && c < 0x7F) {
             Sign(begin);

@@ -221,6 +221,16 @@ TEST_F(ScriptSystemTest, TextsThatAreNoFormsAreRefused) {
         EXPECT_EQ(Note(bad), 0) << bad;
 }
 
+// Only the letters of places make one; a percent sign is a sign otherwise, also at the end.
+TEST_F(ScriptSystemTest, OtherPercentSignsStandForThemselves) {
+    Note("a %x", 0, 1);
+    Note("a %", 0, 2);
+    EXPECT_EQ(scripts.Execute("a %x").Text(), "1");
+    EXPECT_EQ(scripts.Execute("a %").Text(), "2");
+    EXPECT_TRUE(scripts.Execute("a %d").IsError());
+    EXPECT_TRUE(scripts.Execute("a b").IsError());
+}
+
 TEST_F(ScriptSystemTest, FunctionsMayChangeTheTable) {
     int once = 0;
     once = scripts.Register("once", [&](const ScriptArguments&) {
