@@ -3,6 +3,7 @@
 #include "Dravin/build/custom_edit.h"
 #include "Dravin/build/dravin_build.h"
 #include "Dravin/dravin_globals.h"
+#include "host/params/clone_map.h"
 #include "host/scene/host_context.h"
 #include "host/scene/scene.h"
 
@@ -34,35 +35,21 @@ int BlockOfSlot(int slot) {
 
 }  // namespace
 
-// Undo and redo exchange the items that the object holds with those that it held.
-class StoredItemsRestore : public RestoreObj {
-public:
-    StoredItemsRestore(TDravin& object, std::vector<TStoredItem> before)
-        : m_object(std::static_pointer_cast<TDravin>(object.shared_from_this())),
-          m_other(std::move(before)) {}
-
-    void Restore(bool) override { Exchange(); }
-    void Redo() override { Exchange(); }
-    size_t Size() const override { return sizeof *this + m_other.size() * sizeof(TStoredItem); }
-
-private:
-    void Exchange() {
-        std::swap(m_object->storedItems, m_other);
-        m_object->m_build->SetValidity(Interval::Never());
-        m_object->NotifyDependents();
-    }
-
-    std::shared_ptr<TDravin> m_object;
-    std::vector<TStoredItem> m_other;
-};
-
 void TDravin::SetStoredItems(std::vector<TStoredItem> items) {
-    std::swap(storedItems, items);
-    Hold* hold = CurrentHold();
-    if (hold && hold->Holding() && weak_from_this().lock())
-        hold->Put(std::make_unique<StoredItemsRestore>(*this, std::move(items)));
-    m_build->SetValidity(Interval::Never());
-    NotifyDependents();
+    auto told = [this] {
+        m_build->SetValidity(Interval::Never());
+        NotifyDependents();
+    };
+    size_t bytes = HeapBytes(m_storedItems);
+    RecordExchange(
+        *this,
+        [this, told, other = m_storedItems]() mutable {
+            std::swap(m_storedItems, other);
+            told();
+        },
+        bytes);
+    m_storedItems = std::move(items);
+    told();
 }
 
 std::span<const DravinCurveName> DravinCurveNames() { return kCurveNames; }
@@ -121,12 +108,12 @@ void TDravin::CleanNodeLists() {
         CleanNodeList(Block(kDistParams), id);
 }
 
-void TDravin::UpdatePanel(PanelUpdate what) {
-    if (onPanelUpdate) onPanelUpdate(what);
-}
+void TDravin::UpdatePanel(PanelUpdate what) { panelUpdate.Send(what); }
 
 bool TDravin::SwitchMode(int newMode, TimeValue t) {
-    if (onSwitchMode) return onSwitchMode(newMode, t);
+    ModeSwitch asked{newMode, t, {}};
+    modeSwitch.Send(asked);
+    if (asked.answer) return *asked.answer;
     if (newMode == 0)
         SetStoredItems({});
     else
@@ -166,4 +153,38 @@ void TDravin::ResetReference(int slot) {
     if (BlockOfSlot(slot) >= 0) return;
     SetReference(slot, nullptr);
     CreateCurveSets();
+}
+
+std::string TDravin::SubAnimName(int i) const {
+    if (int block = BlockOfSlot(i); block >= 0) return DravinBlocks()[size_t(block)].title;
+    const TCurveSet* set = dynamic_cast<TCurveSet*>(GetReference(i).get());
+    return set ? set->title : "";
+}
+
+std::shared_ptr<ReferenceTarget> TDravin::Clone(CloneMap& map) const {
+    auto copy = Create();
+    for (size_t i = 0; i < m_blocks.size(); ++i) {
+        std::shared_ptr<IParamBlock2> block = m_blocks[i]->CloneFor(copy.get(), map);
+        copy->m_blocks[i] = block;
+        map.Add(*m_blocks[i].Get(), block);
+    }
+    for (int slot = 0; slot < kNumDravinSlots; ++slot) {
+        if (BlockOfSlot(slot) >= 0) continue;
+        std::shared_ptr<ReferenceTarget> held = m_slots[size_t(slot)].Share();
+        if (CurveSet(DravinSlot(slot)))
+            copy->m_slots[size_t(slot)] = map.CopyPart(held);
+        else
+            map.Refer(held, [copy, slot](auto target) {
+                copy->m_slots[size_t(slot)] = std::move(target);
+            });
+    }
+    copy->m_storedItems = m_storedItems;
+    copy->specIdCounter = specIdCounter;
+    copy->chooseMapSize = chooseMapSize;
+    return copy;
+}
+
+Interval TDravin::ObjectValidity(TimeValue t) const {
+    Interval valid = m_build->Validity();
+    return valid.IsEmpty() ? Interval::Instant(t) : valid;
 }

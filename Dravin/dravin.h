@@ -6,7 +6,6 @@
 #pragma once
 
 #include <deque>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -17,9 +16,10 @@
 #include "Dravin/engine/stored_items.h"
 #include "Dravin/params/dravin_params.h"
 #include "Dravin/params/param_accessors.h"
+#include "host/base/signal.h"
 #include "host/math/matrix3.h"
+#include "host/params/param_block.h"
 #include "host/scene/object.h"
-#include "host/scene/param_block.h"
 
 // The falloff curves that scene descriptions name, and where they are kept.
 struct DravinCurveName {
@@ -58,8 +58,8 @@ public:
     std::optional<FalloffCurve> Curve(DravinSlot slot, int index) const;
 
     // Hand-edited items; they count only while `mode` is 1.
-    std::vector<TStoredItem> storedItems;
-    // Replaces them, and can be undone.
+    const std::vector<TStoredItem>& StoredItems() const { return m_storedItems; }
+    // Replaces them; tells, and can be undone.
     void SetStoredItems(std::vector<TStoredItem> items);
     // The next build that lays a grid over the ground chooses the size of the distribution map,
     // once: `units_x` and `units_y` then fit what the object stands on. For objects that somebody
@@ -75,9 +75,15 @@ public:
     // The largest row id handed out so far.
     int specIdCounter = 0;
 
-    // Who redraws the panel, if anybody, and who asks before the editing mode changes.
-    std::function<void(PanelUpdate)> onPanelUpdate;
-    std::function<bool(int newMode, TimeValue t)> onSwitchMode;
+    // For who draws panels, and for who asks the user before the editing mode changes: whoever
+    // answers settles it; without an answer the object does as SwitchMode says.
+    struct ModeSwitch {
+        int newMode;
+        TimeValue time;
+        std::optional<bool> answer;  // whether it has been switched, or shall stay
+    };
+    Signal<PanelUpdate> panelUpdate;
+    Signal<ModeSwitch&> modeSwitch;
 
     // After values came from a file: nulls and repeats leave the path and particle node lists.
     void CleanNodeLists();
@@ -100,13 +106,22 @@ public:
     void ResetReference(int slot) override;
 
     // Object
+    // How long the items of the last build hold; without one, or after a change, the moment.
+    Interval ObjectValidity(TimeValue t) const override;
     bool IsGeomObject() const override { return true; }
-    std::string ClassName() const override { return "Dravin Pro"; }
+    static constexpr ClassInfo kClass{
+        {0x79fe41c2, 0x1d7b4fb1}, SuperClass::kGeomObject, "Dravin Pro"};
+    ClassInfo Class() const override { return kClass; }
+    int NumSubs() const override { return kNumDravinSlots; }
+    ReferenceTarget* SubAnim(int i) const override { return GetReference(i).get(); }
+    std::string SubAnimName(int i) const override;
+    // Parameters, curves and stored items; the last build stays behind.
+    std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 
 private:
     void CreateCurveSets();
-    friend class StoredItemsRestore;
 
+    std::vector<TStoredItem> m_storedItems;
     // By block id, and by slot for everything that is no block.
     std::deque<Reference<IParamBlock2>> m_blocks;
     std::deque<Reference<ReferenceTarget>> m_slots;

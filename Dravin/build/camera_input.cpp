@@ -6,7 +6,7 @@
 
 #include "Dravin/dravin.h"
 #include "host/base/log.h"
-#include "host/scene/hold.h"
+#include "host/params/hold.h"
 #include "host/scene/host_context.h"
 
 using namespace camParams;
@@ -85,7 +85,7 @@ TPreparedCamera PrepareCamera(const TParameters& p, const TCameraScene& scene, I
                         "to clip to",
                         p.Node(kCamera)->GetName()));
     if (camera) *valid &= camera->ObjectValidity(scene.time);
-    float fov = camera ? UsableFov(*p.Node(kCamera), camera->fovDegrees) : 0;
+    float fov = camera ? UsableFov(*p.Node(kCamera), camera->fovDegrees.At(scene.time)) : 0;
     SetView(p, scene, p.Node(kCamera)->GetNodeTM(scene.time), fov, state);
     prepared.falloffs = true;
     state.limitActive = p.Bool(kCamlimit) && camera && !scene.noLimit;
@@ -98,7 +98,7 @@ void CheckAutoCamera(TDravin& object, const Scene& scene) {
     IParamBlock2& cam = object.Block(kCamParams);
     INode* camera = scene.renderCamera.Get();
     const char* source = camera ? "rendcam" : "view";
-    if (!camera) camera = scene.viewCamera.Get();
+    if (!camera) camera = scene.ViewCamera();
     if (!camera || !cam.GetBool(kCamauto) || !UsesCamera(cam)) return;
     HoldSuspender noUndo(CurrentHold());
     NotifySuspender quiet(cam);

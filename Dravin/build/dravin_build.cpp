@@ -99,6 +99,7 @@ void TDravinBuild::BuildAtOnce() {
     m_panel.distributing = parameters.Int(editionParams::kMode) == 0;
     m_panel.collisions = parameters.Bool(distParams::kCollision);
     Run(parameters);
+    NarrowToReferences();
 
     m_lastItems.Release();
     FinishStatus();
@@ -110,6 +111,34 @@ void TDravinBuild::BuildAtOnce() {
     if (!m_validity.Contains(m_time)) m_validity = Interval::Instant(m_time);
     Log(LogKind::kNormal, fmt::format("Exiting BuildMesh ({} items, code {})",
                                       m_statistics.itemCount, int(m_panel.status)));
+}
+
+// The result holds no longer than what it was made from: the object's own place, everything that
+// its parameters name, and the cameras that a build may look through.
+void TDravinBuild::NarrowToReferences() {
+    auto narrow = [this](INode* node) {
+        node->GetObjectTM(m_time, &m_validity);
+        node->hidden.At(m_time, &m_validity);
+        Object* object = node->GetObjectRef();
+        if (object && object != &m_object) m_validity &= object->ObjectValidity(m_time);
+    };
+    auto narrowTree = [&](INode* node) {
+        if (node) VisitNodes(node, narrow);
+    };
+    for (const ParamBlockDesc2& desc : DravinBlocks())
+        for (const ParamDef& def : desc.params) {
+            if (def.type != ParamType::kNode) continue;
+            const IParamBlock2& block = m_object.Block(DravinBlockId(desc.id));
+            for (int i = 0; i < block.Count(def.id); ++i)
+                narrowTree(block.GetNode(def.id, m_time, i));
+        }
+    INode* own = GetWorldNode(m_object);
+    if (!own) return;
+    narrow(own);
+    const Scene* scene = own->GetScene();
+    for (INode* camera :
+         {scene ? scene->renderCamera.Get() : nullptr, scene ? scene->ViewCamera() : nullptr})
+        if (camera) narrow(camera);
 }
 
 // Gives everything back that the build held, which needs no memory; the text may need some.
@@ -154,7 +183,7 @@ void TDravinBuild::Run(const TParameters& parameters) {
     bool noMap = parameters.Int(editionParams::kMode) == 0 && !maker.DistMap() && density.IsEmpty();
     if (noMap)
         m_panel.status = TBuildStatus::kNoDistributionMap;
-    else if (parameters.Int(editionParams::kMode) != 0 && m_object.storedItems.empty())
+    else if (parameters.Int(editionParams::kMode) != 0 && m_object.StoredItems().empty())
         m_panel.status = TBuildStatus::kNoItems;
     else if (parameters.Bool(dispParams::kDisabled))
         m_panel.status = TBuildStatus::kDisabled;

@@ -116,6 +116,7 @@ private:
     TDensityMap LoadMap(const TParameters& parameters, const TInputMaker& maker);
     void BreakOff(TBuildStatus status, const char* why);
     void FinishStatus();
+    void NarrowToReferences();
     void RememberView();
 
     TDravin& m_object;

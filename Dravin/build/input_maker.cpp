@@ -15,7 +15,7 @@
 #include "host/base/log.h"
 #include "host/base/memory_size.h"
 #include "host/base/thread_pool.h"
-#include "host/scene/hold.h"
+#include "host/params/hold.h"
 #include "host/scene/host_context.h"
 #include "host/scene/scene.h"
 
@@ -73,7 +73,7 @@ const IMapSampler* TInputMaker::Sampler(Texmap* map, const char* parameter) {
     if (!map) return nullptr;
     std::string error;
     if (!map->Update(m_time, &error)) {
-        LogWarning(fmt::format("map \"{}\" of {} is left out: {}", map->name, parameter, error));
+        LogWarning(fmt::format("map \"{}\" of {} is left out: {}", map->name.Get(), parameter, error));
         return nullptr;
     }
     return m_parts.maps.emplace_back(std::make_unique<TTexmapSampler>(*map)).get();
@@ -118,7 +118,7 @@ void TInputMaker::ChooseMapSize(TBuildInput& input) const {
     Box3 bounds = ScatterBounds(input);
     if (bounds.IsEmpty()) return;
     m_object.chooseMapSize = false;
-    double scale = m_scene ? m_scene->unitScale : 1;
+    double scale = m_scene ? m_scene->unitScale.Get() : 1;
     float size = AutomaticMapSize(bounds, scale);
     input.grid.unitsX = input.grid.unitsY = size;
     IParamBlock2& block = m_object.Block(kDistParams);
@@ -321,8 +321,8 @@ void TInputMaker::SetCamera(TBuildInput& input, Interval* valid) {
     scene.worldToObject = m_objectInverse;
     scene.view = m_view;
     scene.noLimit = m_flags.noCameraLimit || m_object.editingItems;
-    if (m_scene && m_scene->render.height > 0 && m_scene->render.width > 0)
-        scene.aspect = float(m_scene->render.width) / float(m_scene->render.height);
+    if (m_scene && m_scene->render->height > 0 && m_scene->render->width > 0)
+        scene.aspect = float(m_scene->render->width) / float(m_scene->render->height);
     TPreparedCamera prepared = PrepareCamera(m_p, scene, valid);
     input.camera = prepared.state;
     SetLodView(input);
@@ -339,7 +339,7 @@ void TInputMaker::SetLodView(TBuildInput& input) const {
     INode* node = m_flags.render ? m_scene->renderCamera.Get() : nullptr;
     if (auto* camera = node ? dynamic_cast<CameraObject*>(node->GetObjectRef()) : nullptr) {
         viewToWorld = node->GetNodeTM(m_time);
-        fovDegrees = camera->fovDegrees;
+        fovDegrees = camera->fovDegrees.At(m_time);
     } else if (auto view = m_flags.render ? std::nullopt : m_scene->ActiveView(m_time)) {
         viewToWorld = view->transform;
         fovDegrees = view->fovDegrees;
@@ -408,7 +408,7 @@ std::unique_ptr<TBuildInput> TInputMaker::Make(const TSpecBuildList& specimens, 
     input->render = m_flags.render;
     input->customEdit = m_p.Int(editionParams::kMode) != 0;
     input->editingItems = m_object.editingItems;
-    if (input->customEdit) input->storedItems = m_object.storedItems;
+    if (input->customEdit) input->storedItems = m_object.StoredItems();
     input->threads = Threads();
     input->displayLimit = m_flags.noLimit  ? kNoLimit
                           : m_flags.render ? m_p.Int(dispParams::kRmaxitems)
@@ -444,7 +444,7 @@ std::unique_ptr<TBuildInput> TInputMaker::Make(const TSpecBuildList& specimens, 
     TAnimationSettings animation =
         NormaliseAnimation({m_p.Int(animParams::kAnimation), m_p.Int(animParams::kAnimsamples),
                             m_p.Int(animParams::kAnimsoffset), m_p.Int(animParams::kAnimstart),
-                            m_p.Int(animParams::kAnimend), m_scene ? m_scene->ticksPerFrame : 160},
+                            m_p.Int(animParams::kAnimend), m_scene ? m_scene->ticksPerFrame.Get() : 160},
                            m_p.Bool(animParams::kAnimonlyrend), m_flags.render);
     input->transforms.animation = animation.mode;
     input->transforms.animSamples = animation.NumSamples();

@@ -70,10 +70,10 @@ public:
         for (INode* node : Nodes(distParams::kDistpflownodes)) {
             auto* system = dynamic_cast<ParticleObject*>(node->GetObjectRef());
             if (!system) settings.hasBadSource = true;
-            if (!system || system->particles.empty()) continue;
+            if (!system || system->particles->empty()) continue;
             Matrix3 toObject = node->GetNodeTM(m_time) * m_inverse;
             auto& list = settings.systems.emplace_back();
-            for (const Particle& particle : system->particles)
+            for (const Particle& particle : system->particles.Get())
                 list.push_back(ParticleOf(particle, *system, toObject, events, all));
         }
         if (!Nodes(distParams::kDistpflownodes).empty()) *m_valid = Interval::Instant(m_time);

@@ -7,6 +7,7 @@
 #include <pugixml.hpp>
 
 #include "host/base/text.h"
+#include "host/params/property.h"
 
 static_assert(std::endian::native == std::endian::little,
               "curves are stored as they lie in memory");
@@ -51,13 +52,39 @@ std::vector<CurvePoint> ReadCurve(pugi::xml_node curve) {
 }  // namespace
 
 void TCurveSet::SetNumCurves(int count) {
+    if (count == GetNumCurves()) return;
+    Record();
     m_curves.resize(size_t(count));
     NotifyDependents();
 }
 
 void TCurveSet::SetPoints(int index, std::vector<CurvePoint> points) {
+    Record();
     m_curves[size_t(index)].points = std::move(points);
     NotifyDependents();
+}
+
+// A set holds a handful of curves of a handful of points: all are kept.
+void TCurveSet::Record() {
+    size_t bytes = m_curves.size() * sizeof(Curve);
+    for (const Curve& curve : m_curves) bytes += HeapBytes(curve.points);
+    RecordExchange(
+        *this,
+        [this, other = m_curves]() mutable {
+            std::swap(m_curves, other);
+            NotifyDependents();
+        },
+        bytes);
+}
+
+std::shared_ptr<ReferenceTarget> TCurveSet::Clone(CloneMap&) const {
+    auto copy = std::make_shared<TCurveSet>();
+    copy->title = title;
+    copy->editorFlags = editorFlags;
+    copy->m_curves = m_curves;
+    copy->SetXRange(m_xMin, m_xMax);
+    copy->SetYRange(m_yMin, m_yMax);
+    return copy;
 }
 
 TCurveSet& EnsureCurveSet(ReferenceMaker& owner, int slot, int count,

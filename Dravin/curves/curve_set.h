@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "Dravin/engine/falloff_curve.h"
-#include "host/scene/reference.h"
+#include "host/params/reference.h"
 
 class TCurveSet : public ReferenceTarget {
 public:
@@ -43,14 +43,20 @@ public:
     const std::vector<CurvePoint>& Points(int index) const {
         return m_curves[size_t(index)].points;
     }
+    // Tells, and can be undone.
     void SetPoints(int index, std::vector<CurvePoint> points);
 
     // The curve ready for evaluation.
     FalloffCurve Evaluator(int index) const { return FalloffCurve(Points(index)); }
 
-    std::string ClassName() const override { return "CurveSet"; }
+    static constexpr ClassInfo kClass{{0x3d1c0101, 0x52a7}, SuperClass::kReferenceTarget,
+                                      "CurveSet"};
+    ClassInfo Class() const override { return kClass; }
+    std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 
 private:
+    void Record();
+
     std::vector<Curve> m_curves;
     float m_xMin = 0, m_xMax = 1, m_yMin = 0, m_yMax = 100;
 };

@@ -13,7 +13,7 @@
 #include <string>
 
 #include "common/pbstore/pb_store.h"
-#include "host/scene/hold.h"
+#include "host/params/hold.h"
 
 // A fresh effect id: 38 characters, braces around groups of 8, 4, 4, 4 and 12 lower-case
 // hexadecimal digits, drawn from the C library's rand().

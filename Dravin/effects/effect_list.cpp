@@ -7,7 +7,7 @@
 
 #include "Dravin/effects/effect_definition.h"
 #include "Dravin/effects/tavuvm_expr/expr_lang.h"
-#include "host/scene/controller.h"
+#include "host/params/controller.h"
 #include "host/scene/node.h"
 
 using namespace effectParams;

@@ -15,7 +15,7 @@
 #include "Dravin/curves/curve_set.h"
 #include "Dravin/effects/effect_programs.h"
 #include "Dravin/params/dravin_params.h"
-#include "host/scene/param_block.h"
+#include "host/params/param_block.h"
 #include "host/scene/texmap.h"
 
 // Kinds of effect parameters and of numbers; the codes are those of saved data.

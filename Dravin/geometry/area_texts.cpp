@@ -77,3 +77,9 @@ TAreaSurfaces ParseAreaSurfaces(const std::string& text) {
     }
     return surfaces;
 }
+
+std::shared_ptr<ReferenceTarget> TPaintShape::Clone(CloneMap&) const {
+    auto copy = std::make_shared<TPaintShape>();
+    copy->shape = shape;
+    return copy;
+}

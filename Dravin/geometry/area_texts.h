@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "host/geom/poly_line.h"
-#include "host/scene/reference.h"
+#include "host/params/reference.h"
 
 // Kinds of areas, as `artypelist` has them.
 enum AreaType : int {
@@ -42,5 +42,8 @@ class TPaintShape : public ReferenceTarget {
 public:
     PolyShape shape;
 
-    std::string ClassName() const override { return "PaintShape"; }
+    static constexpr ClassInfo kClass{{0x3d1c0102, 0x52a7}, SuperClass::kReferenceTarget,
+                                      "PaintShape"};
+    ClassInfo Class() const override { return kClass; }
+    std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 };

@@ -1,5 +1,6 @@
 #include "Dravin/geometry/lod_object.h"
 
+#include "host/params/clone_map.h"
 #include "host/scene/host_context.h"
 
 namespace {
@@ -30,6 +31,16 @@ const ParamBlockDesc2& LodBlock() {
 
 TDLod::TDLod()
     : m_levels((m_block = IParamBlock2::Create(LodBlock(), this)).Share(), LevelColumns()) {}
+
+TDLod::TDLod(std::shared_ptr<IParamBlock2> block)
+    : m_levels((m_block = std::move(block)).Share(), LevelColumns()) {}
+
+std::shared_ptr<ReferenceTarget> TDLod::Clone(CloneMap& map) const {
+    std::shared_ptr<IParamBlock2> block = m_block->CloneFor(nullptr, map);
+    auto copy = std::shared_ptr<TDLod>(new TDLod(block));
+    map.Add(*m_block.Get(), block);
+    return copy;
+}
 
 TLodLevel TDLod::ReadLevel(int i) const {
     using namespace lodParams;
@@ -71,7 +82,7 @@ bool TDLod::NormaliseThresholds(LodMode mode, bool forced) {
     }
     int n = NumLevels();
     m_levels.EnsureRows(n);
-    if (context) context->hold.Begin();
+    if (context) context->Undo().Begin();
     for (int i = 0; i < n; ++i) {
         float part = n == 1 ? 1 : float(i) / float(n - 1);
         float rest = n == 1 ? 1 : float(n - 1 - i) / float(n - 1);
@@ -80,6 +91,6 @@ bool TDLod::NormaliseThresholds(LodMode mode, bool forced) {
         if (forced || mode == kLodScreenSize)
             Block().SetValue(lodParams::kScreensizelist, 0, 25 * rest, i);
     }
-    if (context) context->hold.Accept("Normalize");
+    if (context) context->Undo().Accept("Normalize");
     return true;
 }

@@ -51,9 +51,13 @@ public:
     std::shared_ptr<ReferenceTarget> GetReference(int slot) const override {
         return slot == 0 ? m_block.Share() : nullptr;
     }
-    std::string ClassName() const override { return "Dravin LOD"; }
+    static constexpr ClassInfo kClass{{0x3d1c0103, 0x52a7}, SuperClass::kGeomObject, "Dravin LOD"};
+    ClassInfo Class() const override { return kClass; }
+    std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 
 private:
+    explicit TDLod(std::shared_ptr<IParamBlock2> block);
+
     Reference<IParamBlock2> m_block{this};
     PBStore m_levels;
 };

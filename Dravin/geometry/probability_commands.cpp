@@ -24,7 +24,7 @@ std::vector<float> ReadProbabilities(TTreeSpecList& rows) {
 bool WriteProbabilities(TTreeSpecList& rows, const std::vector<float>& probabilities,
                         const char* step) {
     if (probabilities == ReadProbabilities(rows)) return false;
-    Hold& hold = HostContext::Current()->hold;
+    Hold& hold = HostContext::Current()->Undo();
     hold.Begin();
     for (int i = 0; i < int(probabilities.size()); ++i)
         rows.Set(TTreeSpecList::kProbability, i, 0, ParamValue(probabilities[size_t(i)]));

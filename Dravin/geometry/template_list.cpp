@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include "Dravin/config/index_file.h"
+#include "host/params/clone_map.h"
 #include "host/base/text.h"
 #include "host/scene/host_context.h"
 
@@ -51,6 +52,12 @@ TSpecGeom::TSpecGeom(std::string n, std::string f, std::string o, std::string i)
       file(CutText(f, kMaxText)),
       object(CutText(o, kMaxText)),
       image(CutText(i, kMaxText)) {}
+
+std::shared_ptr<ReferenceTarget> TSpecGeom::Clone(CloneMap& map) const {
+    auto copy = std::make_shared<TSpecGeom>(*this);
+    map.Refer(m_node.Share(), [copy](auto node) { copy->m_node = std::move(node); });
+    return copy;
+}
 
 std::shared_ptr<ReferenceTarget> TSpecGeom::GetReference(int slot) const {
     return slot == 0 ? m_node.Share() : nullptr;

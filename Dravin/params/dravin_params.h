@@ -10,7 +10,7 @@
 #include <span>
 #include <type_traits>
 
-#include "host/scene/param_desc.h"
+#include "host/params/param_desc.h"
 
 enum DravinBlockId : int {
     kGenParams = 0,

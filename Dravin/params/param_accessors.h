@@ -3,7 +3,7 @@
 // Accessors know the object only through IDravinParamOwner, so that the schema stands below it.
 #pragma once
 
-#include "host/scene/param_block.h"
+#include "host/params/param_block.h"
 
 // Parts of the panel that follow a change.
 enum class PanelUpdate {

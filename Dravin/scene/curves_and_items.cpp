@@ -105,13 +105,14 @@ Json WriteCurves(const TDravin& object) {
 }
 
 void ReadItems(TDravin& object, const DescriptionValue& items) {
-    for (const DescriptionValue& value : items.AsArray())
-        object.storedItems.push_back(ReadItem(value));
+    std::vector<TStoredItem> read;
+    for (const DescriptionValue& value : items.AsArray()) read.push_back(ReadItem(value));
+    object.SetStoredItems(std::move(read));
 }
 
 Json WriteItems(const TDravin& object) {
     Json items;
-    for (const TStoredItem& item : object.storedItems) {
+    for (const TStoredItem& item : object.StoredItems()) {
         Json keys = {{"stored_position", Writer::Triple(item.storedPosition)},
                      {"seed", item.seed},
                      {"specimen_index", item.specimenIndex}};

@@ -9,7 +9,7 @@
 #include "Dravin/scene/dravin_rows.h"
 #include "host/base/file_input.h"
 #include "host/base/text.h"
-#include "host/scene/controller.h"
+#include "host/params/controller.h"
 
 using Json = nlohmann::ordered_json;
 using TargetPtr = std::shared_ptr<ReferenceTarget>;

@@ -40,7 +40,7 @@ const std::vector<ParamElement>& RowWriter::List(ParamID id) const {
 void RowWriter::Column(nlohmann::ordered_json& row, const char* key, ParamID id, int i,
                        const ParamValue& missing) const {
     const ParamElement& element = List(id)[size_t(i)];
-    if (element.keys.empty() && element.value == missing) return;
+    if (element.track.IsEmpty() && element.value == missing) return;
     Column(row, key, id, i);
 }
 

@@ -24,7 +24,7 @@ INode* FindCamera(Scene& scene, const std::string& name) {
     return nullptr;
 }
 
-bool IsShown(const INode& node) { return !node.IsHidden() && node.IsRenderable(); }
+bool IsShown(const INode& node, TimeValue t) { return !node.IsHidden(t) && node.IsRenderable(); }
 
 // A view from the south-west, down at 30 degrees, from where every corner of the box is in the
 // picture, whatever its shape.
@@ -75,9 +75,9 @@ void SetLight(Scene& scene, TimeValue t, RenderScene& out) {
     out.haze = {r.hazeVisibility, r.hazeScaleHeight, r.hazeBaseHeight};
     for (INode* node : scene.Nodes()) {
         auto* light = dynamic_cast<LightObject*>(node->GetObjectRef());
-        if (!light || light->kind != LightKind::kDirectional || node->IsHidden()) continue;
+        if (!light || light->kind != LightKind::kDirectional || node->IsHidden(t)) continue;
         out.sun.direction = node->GetNodeTM(t).row[2];
-        out.sun.filter = light->color * light->intensity;
+        out.sun.filter = light->color.At(t) * light->intensity.At(t);
         if (!light->shadows) PrintNote("the ray tracer's sun always casts shadows");
         return;
     }
@@ -87,7 +87,7 @@ void SetLight(Scene& scene, TimeValue t, RenderScene& out) {
 void AddMeshes(Scene& scene, TimeValue t, RenderSetup& setup) {
     for (INode* node : scene.Nodes()) {
         Object* object = node->GetObjectRef();
-        if (!object || !IsShown(*node) || IsTemplateNode(*node)) continue;
+        if (!object || !IsShown(*node, t) || IsTemplateNode(*node)) continue;
         if (!object->IsGeomObject() || dynamic_cast<TDravin*>(object)) continue;
         RenderNode shown{nullptr, node->GetShownMtl(), node->GetObjectTM(t), nullptr};
         if (auto heights = object->GetHeightField(t)) {
@@ -111,8 +111,11 @@ ExitCode AddItems(Session& session, TimeValue t, const RenderOptions& options, R
     flags.forceThreads = options.threads;
     for (INode* node : session.GetScene().Nodes()) {
         auto* object = dynamic_cast<TDravin*>(node->GetObjectRef());
-        if (!object || !IsShown(*node)) continue;
-        BuildWithProgress({node, object}, t, flags);
+        if (!object || !IsShown(*node, t)) continue;
+        // A still object keeps its items from frame to frame.
+        bool isBuilt = options.frames && object->Build().Validity().Contains(t) &&
+                       object->Build().Status() == TBuildStatus::kSuccess;
+        if (!isBuilt) BuildWithProgress({node, object}, t, flags);
         TBuildStatus status = object->Build().Status();
         bool isEmpty = status == TBuildStatus::kNoItems || status == TBuildStatus::kNoVisibleItems;
         if (isEmpty && options.allowEmpty)
@@ -135,7 +138,7 @@ void SetCamera(Session& session, const std::string& name, TimeValue t, RenderSet
     INode* node = FindCamera(scene, name);
     if (node) {
         auto* camera = static_cast<CameraObject*>(node->GetObjectRef());
-        setup.scene.camera = {node->GetNodeTM(t), camera->fovDegrees};
+        setup.scene.camera = {node->GetNodeTM(t), camera->fovDegrees.At(t)};
     } else if (std::optional<ViewState> view = scene.ActiveView(t)) {
         setup.scene.camera = {view->transform, view->fovDegrees};
     } else {

@@ -25,7 +25,7 @@ public:
 private:
     void Put(const std::vector<int>& rows) {
         m_selection->rows = rows;
-        if (m_selection->onChanged) m_selection->onChanged();
+        m_selection->changed.Send();
     }
 
     std::shared_ptr<PBStore::Selection> m_selection;
@@ -42,7 +42,7 @@ public:
     }
     ~Step() {
         if (m_hold) m_hold->Accept(m_name);
-        if (m_store.m_selection->onChanged) m_store.m_selection->onChanged();
+        m_store.m_selection->changed.Send();
     }
     Step(const Step&) = delete;
     Step& operator=(const Step&) = delete;
@@ -161,7 +161,7 @@ void PBStore::Select(std::vector<int> rows) {
     std::erase_if(rows, [this](int row) { return row < 0 || row >= Count(); });
     if (rows == m_selection->rows) return;
     m_selection->rows = std::move(rows);
-    if (m_selection->onChanged) m_selection->onChanged();
+    m_selection->changed.Send();
 }
 
 std::optional<int> PBStore::SingleSelection(bool required) const {
@@ -189,7 +189,7 @@ void PBStore::SetSelected(int column, TimeValue t, const ParamValue& value) {
     std::vector<int> rows = GetSelection();
     // A key may be wanted where the value stays; otherwise rows that hold it already stay alone.
     HostContext* context = HostContext::Current();
-    if (!context || !context->animating)
+    if (!context || !context->IsAnimating())
         std::erase_if(rows, [&](int row) { return Holds(column, row, t, value); });
     if (rows.empty()) return;
     Step step(*this, "Change");

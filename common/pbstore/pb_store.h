@@ -12,7 +12,8 @@
 #include <optional>
 #include <vector>
 
-#include "host/scene/param_block.h"
+#include "host/base/signal.h"
+#include "host/params/param_block.h"
 
 struct PBColumn {
     ParamID id;
@@ -54,10 +55,8 @@ public:
     // Selected rows, ascending and within the table.
     std::vector<int> GetSelection() const;
     void Select(std::vector<int> rows);
-    // Called after the rows or the selection changed, by undo too.
-    void SetOnChanged(std::function<void()> onChanged) {
-        m_selection->onChanged = std::move(onChanged);
-    }
+    // Sent after the rows or the selection changed, by undo too.
+    Signal<>& Changed() { return m_selection->changed; }
 
     // Moves the only selected row by one place; the selection follows it. With several rows
     // selected a message is shown and nothing changes; with none nothing happens.
@@ -77,7 +76,7 @@ private:
     friend class PBStoreListRestore;
     struct Selection {
         std::vector<int> rows;
-        std::function<void()> onChanged;
+        Signal<> changed;
     };
     class Step;
     bool IsCell(int column, int row) const;

@@ -15,7 +15,7 @@
 
 #include "host/math/color.h"
 #include "host/math/matrix3.h"
-#include "host/scene/param_assign.h"
+#include "host/params/param_assign.h"
 
 // Numbers are the exit codes of programs.
 enum class DescriptionErrorClass : int {

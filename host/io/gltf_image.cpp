@@ -49,7 +49,7 @@ std::string MimeType(const std::string& bytes) {
 std::string ImageName(const StandardMtl& m) {
     auto* bitmap = AsBitmap(ColorMap(m) ? ColorMap(m) : AlphaMap(m));
     std::string file = bitmap ? std::filesystem::path(bitmap->File()).stem().string() : "";
-    std::string name = !file.empty() ? file : !m.name.empty() ? m.name : "texture";
+    std::string name = !file.empty() ? file : !m.name->empty() ? m.name.Get() : "texture";
     for (char& c : name)
         if (!std::isalnum(static_cast<unsigned char>(c)) && c != '-' && c != '_') c = '_';
     return name;

@@ -88,7 +88,7 @@ std::string GltfMaterials::TextureMember(const StandardMtl& material, size_t ima
     auto [entry, isNew] = m_textureByText.try_emplace(texture, m_textures.Count());
     if (isNew) m_textures.Add(texture);
     return fmt::format("\"baseColorTexture\":{{\"index\":{},\"texCoord\":{}{}}},", entry->second,
-                       std::clamp(map->channel, 1, 8) - 1, bitmap ? TransformMember(*bitmap) : "");
+                       std::clamp(map->channel.Get(), 1, 8) - 1, bitmap ? TransformMember(*bitmap) : "");
 }
 
 // Here v counts from the bottom: v * t + o there is v * t + (1 - t - o) in the file, and with a
@@ -96,15 +96,16 @@ std::string GltfMaterials::TextureMember(const StandardMtl& material, size_t ima
 // image.
 std::string GltfMaterials::TransformMember(const BitmapTex& map) {
     float degrees = map.RotationDegrees();
-    if (map.tiling == Point2{1, 1} && map.offset == Point2{} && degrees == 0) return {};
+    const Point2 tiling = map.tiling, offset = map.offset;
+    if (tiling == Point2{1, 1} && offset == Point2{} && degrees == 0) return {};
     m_usesTransform = true;
     float angle = degrees * 0.017453293f, s = degrees == 0 ? 0 : std::sin(angle),
           c = degrees == 0 ? 1 : std::cos(angle);
     std::string rotation = degrees == 0 ? "" : fmt::format(",\"rotation\":{}", angle);
     return fmt::format(
         ",\"extensions\":{{\"KHR_texture_transform\":{{\"offset\":{},\"scale\":{}{}}}}}",
-        JsonArray({map.offset.x - s * map.tiling.y, 1 - c * map.tiling.y - map.offset.y}),
-        JsonArray({map.tiling.x, map.tiling.y}), rotation);
+        JsonArray({offset.x - s * tiling.y, 1 - c * tiling.y - offset.y}),
+        JsonArray({tiling.x, tiling.y}), rotation);
 }
 
 size_t GltfMaterials::Sampler(const BitmapTex* map) {

@@ -42,7 +42,7 @@ int SetsAskedFor(const StandardMtl* material) {
     int n = 0;
     if (!material) return n;
     for (const Texmap* map : {material->diffuseMap.Get(), material->opacityMap.Get()})
-        if (map) n = std::max(n, std::clamp(map->channel, 1, kMaxSets));
+        if (map) n = std::max(n, std::clamp(map->channel.Get(), 1, kMaxSets));
     return n;
 }
 

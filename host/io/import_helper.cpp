@@ -165,7 +165,7 @@ std::shared_ptr<StandardMtl> ToMaterial(const StreamMaterial& source, ModelFiles
     material->diffuseMap = ToTexture(files, source.diffuseMap, "diffuse", &report);
     material->opacityMap = ToTexture(files, source.opacityMap, "opacity", &report);
     MendMaterial(*material, files);
-    bool isOpaque = material->opacity == 1 && !material->opacityMap;
+    bool isOpaque = material->opacity == 1.0f && !material->opacityMap;
     report.alpha = isOpaque ? ImportedAlpha::kOpaque : ImportedAlpha::kBlend;
     files.Model().materials.push_back(std::move(report));
     return material;

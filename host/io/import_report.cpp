@@ -54,7 +54,7 @@ std::vector<std::string> MaterialNames(const ImportedObject& object) {
     auto* multi = dynamic_cast<const MultiMtl*>(object.material.get());
     if (!multi) return {object.material->name};
     for (int i = 0; i < multi->NumSubMtls(); ++i)
-        names.push_back(multi->GetSubMtl(i) ? multi->GetSubMtl(i)->name : "");
+        names.push_back(multi->GetSubMtl(i) ? multi->GetSubMtl(i)->name.Get() : "");
     return names;
 }
 

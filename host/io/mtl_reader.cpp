@@ -113,7 +113,7 @@ private:
             opacity = m_isMeshLab || *m_transparency == 1 ? *m_transparency : 1 - *m_transparency;
         m_current->opacity = opacity >= 0 ? std::min(opacity, 1.0f) : 0;
         MendMaterial(*m_current, m_files);
-        bool isOpaque = m_current->opacity == 1 && !m_current->opacityMap;
+        bool isOpaque = m_current->opacity == 1.0f && !m_current->opacityMap;
         m_report.alpha = isOpaque ? ImportedAlpha::kOpaque : ImportedAlpha::kBlend;
         m_files.Model().materials.push_back(std::move(m_report));
         m_report = {};
@@ -148,16 +148,16 @@ void ReadMtl(const std::string& library, ModelFiles& files, std::vector<NamedMtl
 }
 
 void MendMaterial(StandardMtl& material, ModelFiles& files) {
-    if (material.opacity == 0 && !material.opacityMap) {
+    if (material.opacity == 0.0f && !material.opacityMap) {
         files.Warn(fmt::format("material \"{}\" has no opacity at all; it is shown opaque",
-                               material.name));
+                               material.name.Get()));
         material.opacity = 1;
     }
     if (material.diffuseMap && material.diffuse == Color{0, 0, 0}) {
         files.Warn(
             fmt::format("material \"{}\" has a texture under the colour black; the texture "
                         "is shown alone",
-                        material.name));
+                        material.name.Get()));
         material.diffuse = {1, 1, 1};
     }
 }

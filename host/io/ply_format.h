@@ -34,7 +34,7 @@ inline std::optional<Type> TypeOfName(std::string_view name) {
     return std::nullopt;
 }
 
-struct Property {
+struct PlyProperty {
     std::string name;
     Type type = Type::kFloat;
     std::optional<Type> countType;  // of a list
@@ -43,7 +43,7 @@ struct Property {
 struct Element {
     std::string name;
     uint64_t count = 0;
-    std::vector<Property> properties;
+    std::vector<PlyProperty> properties;
 
     // Index of the first of these properties, -1 when there is none.
     int Find(std::initializer_list<std::string_view> names) const {
@@ -55,7 +55,7 @@ struct Element {
     // Fewest bytes that a row can take; text needs a digit and a blank for each number.
     uint64_t LeastBytes(Format format) const {
         uint64_t bytes = 0;
-        for (const Property& p : properties)
+        for (const PlyProperty& p : properties)
             bytes += format == Format::kAscii ? 2 : kTypeBytes[int(p.countType.value_or(p.type))];
         return bytes;
     }

@@ -96,7 +96,7 @@ private:
         return true;
     }
     bool ReadProperty(TextScanner& text) {
-        Property property;
+        PlyProperty property;
         std::string_view word = text.Word();
         if (word == "list") {
             property.countType = TypeOfName(text.Word());
@@ -156,7 +156,7 @@ private:
         row.scalars.resize(element.properties.size());
         row.lists.resize(element.properties.size());
         for (size_t i = 0; i < element.properties.size(); ++i) {
-            const Property& p = element.properties[i];
+            const PlyProperty& p = element.properties[i];
             double number = 0;
             bool ok = body.Read(p.countType.value_or(p.type), &number);
             row.scalars[i] = number;
@@ -168,7 +168,7 @@ private:
         m_hasLongRows |= body.EndRow();
         return true;
     }
-    bool ReadList(const Property& p, double length, Body& body, std::vector<double>& list) {
+    bool ReadList(const PlyProperty& p, double length, Body& body, std::vector<double>& list) {
         list.clear();
         if (!(length >= 0 && length <= double(kMaxListLength))) return false;
         for (int64_t k = 0; k < int64_t(length); ++k)

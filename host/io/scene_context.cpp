@@ -43,11 +43,11 @@ std::shared_ptr<ReferenceTarget> FindNamed(const Scene& scene, ParamType type,
         for (const INode* node : scene.Nodes()) names.push_back(node->GetName());
         *error = NoSuch("node", name, names);
     } else if (type == ParamType::kTexmap) {
-        if (auto found = FindPointer(scene.texmaps, name)) return *found;
-        *error = NoSuch("texture map", name, KeysOf(scene.texmaps));
+        if (auto found = FindPointer(scene.Texmaps(), name)) return *found;
+        *error = NoSuch("texture map", name, KeysOf(scene.Texmaps()));
     } else if (type == ParamType::kMaterial) {
-        if (auto found = FindPointer(scene.materials, name)) return *found;
-        *error = NoSuch("material", name, KeysOf(scene.materials));
+        if (auto found = FindPointer(scene.Materials(), name)) return *found;
+        *error = NoSuch("material", name, KeysOf(scene.Materials()));
     } else {
         *error = "this reference cannot be named";
     }
@@ -140,13 +140,13 @@ nlohmann::ordered_json DescriptionWriter::NodeName(const INode* node) const {
 }
 
 nlohmann::ordered_json DescriptionWriter::TexmapName(const Texmap* texmap) const {
-    for (const auto& [name, held] : scene.texmaps)
+    for (const auto& [name, held] : scene.Texmaps())
         if (held.get() == texmap) return name;
     return nullptr;
 }
 
 nlohmann::ordered_json DescriptionWriter::MtlName(const Mtl* mtl) const {
-    for (const auto& [name, held] : scene.materials)
+    for (const auto& [name, held] : scene.Materials())
         if (held.get() == mtl) return name;
     return nullptr;
 }

@@ -51,6 +51,7 @@ struct TexmapLoad {
 struct LoadedModel {
     std::shared_ptr<const Mesh> mesh;  // null: nothing, for the reason in `error`
     std::shared_ptr<Mtl> material;     // that the file itself gives to the mesh; null for none
+    std::shared_ptr<IMeshAnimation> animation;  // null: the model does not move
     std::vector<std::string> warnings;
     DescriptionErrorClass errorClass = DescriptionErrorClass::kMalformed;
     std::string error;

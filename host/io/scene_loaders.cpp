@@ -58,6 +58,7 @@ public:
         } else {
             loaded.mesh = model.mesh;
             loaded.material = model.material;
+            loaded.animation = model.animation;
             LoadedModel& kept = m_models[key] = loaded;
             kept.warnings.clear();
         }
@@ -107,7 +108,7 @@ public:
             d->file = bitmap->File();
             d->filter = bitmap->filter == BitmapTex::Filter::kNearest ? "nearest" : "bilinear";
             const char* wraps[] = {"tile", "clamp", "mirror"};
-            d->wrap = wraps[int(bitmap->wrap)];
+            d->wrap = wraps[int(bitmap->wrap.Get())];
         } else {
             return dynamic_cast<const UvwTex*>(&texmap) != nullptr;
         }

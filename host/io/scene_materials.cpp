@@ -210,7 +210,7 @@ private:
 // Lets all go one by one: rings would stay for ever, and the end of a long chain would take its
 // length in stack.
 void TakeApart(const Scene& scene) {
-    for (const auto& [name, mtl] : scene.materials)
+    for (const auto& [name, mtl] : scene.Materials())
         if (auto* multi = dynamic_cast<MultiMtl*>(mtl.get())) multi->subs.clear();
 }
 
@@ -234,7 +234,7 @@ void ReadTexmaps(const DescriptionValue& value, DescriptionContext& context) {
         if (tiling) texmap->tiling = tiling->AsPoint2();
         if (offset) texmap->offset = offset->AsPoint2();
         texmap->SetRotation(rotation);
-        context.scene.texmaps[name] = texmap;
+        context.scene.SetTexmap(name, texmap);
     }
 }
 
@@ -249,7 +249,7 @@ void ReadMaterials(const DescriptionValue& value, DescriptionContext& context) {
         keys.Finish();
         if (!mtl || value.Document().Failed()) return;
         mtl->name = name;
-        context.scene.materials[name] = mtl;
+        context.scene.SetMaterial(name, mtl);
     }
 }
 
@@ -257,8 +257,8 @@ void CheckMaterialNesting(const DescriptionValue& value, const DescriptionContex
     if (value.Document().Failed()) return TakeApart(context.scene);
     MtlNesting nesting;
     for (const auto& [name, member] : DescriptionObject(value).Members()) {
-        auto found = context.scene.materials.find(name);
-        if (found == context.scene.materials.end()) continue;  // not read, after an error
+        auto found = context.scene.Materials().find(name);
+        if (found == context.scene.Materials().end()) continue;  // not read, after an error
         int levels = nesting.Of(found->second.get());
         if (levels == MtlNesting::kRing)
             member.Fail(fmt::format("the material \"{}\" holds itself", name));

@@ -155,6 +155,7 @@ public:
         if (!model.mesh) return keys.Value().Fail(model.error, model.errorClass), nullptr;
         auto object = std::make_shared<TriObject>(model.mesh, origin);
         object->fileMaterial = model.material;
+        if (model.animation) object->SetAnimation(model.animation);
         return object;
     }
 

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "host/io/scene_keys.h"
 #include "host/io/scene_parts.h"
 
 using Json = nlohmann::ordered_json;
@@ -14,27 +15,29 @@ constexpr int kMaxSteps = 1000;
 class SplineDescription : public INodeDescription {
 public:
     std::shared_ptr<Object> Read(DescriptionObject& keys, DescriptionContext&) const override {
-        auto object = std::make_shared<ShapeObject>();
+        BezierShape shape;
         for (const DescriptionValue& line : keys.Array("lines"))
-            object->shape.splines.push_back(ReadLine(line));
+            shape.splines.push_back(ReadLine(line));
         if (auto steps = keys.Find("steps")) {
-            object->shape.steps = steps->AsInt();
-            if (object->shape.steps < 0) steps->Fail("expected a whole number, 0 or above");
-            if (object->shape.steps > kMaxSteps)
+            shape.steps = steps->AsInt();
+            if (shape.steps < 0) steps->Fail("expected a whole number, 0 or above");
+            if (shape.steps > kMaxSteps)
                 steps->Fail(fmt::format("{} steps are more than the limit of {}; no option raises "
                                         "this, more knots make a line finer",
-                                        object->shape.steps, kMaxSteps),
+                                        shape.steps, kMaxSteps),
                             DescriptionErrorClass::kLimit);
         }
+        auto object = std::make_shared<ShapeObject>();
+        object->shape = std::move(shape);
         return object;
     }
 
     bool Write(const Object& object, Json& keys, const DescriptionWriter&) const override {
         auto* spline = dynamic_cast<const ShapeObject*>(&object);
         if (!spline) return false;
-        if (spline->shape.steps != BezierShape().steps) keys["steps"] = spline->shape.steps;
+        if (spline->shape->steps != BezierShape().steps) keys["steps"] = spline->shape->steps;
         keys["lines"] = Json::array();
-        for (const BezierSpline& line : spline->shape.splines)
+        for (const BezierSpline& line : spline->shape->splines)
             keys["lines"].push_back(WriteLine(line));
         return true;
     }
@@ -98,7 +101,7 @@ public:
     std::shared_ptr<Object> Read(DescriptionObject& keys,
                                  DescriptionContext& context) const override {
         auto camera = std::make_shared<CameraObject>();
-        if (auto fov = keys.Find("fov")) camera->fovDegrees = ReadFieldOfView(*fov);
+        if (auto fov = keys.Find("fov")) camera->fovDegrees.SetContent(ReadAnimatedFov(*fov));
         camera->envNear = keys.Float("env_near", camera->envNear);
         camera->envFar = keys.Float("env_far", camera->envFar);
         ReadTarget(keys, context, camera);
@@ -107,7 +110,7 @@ public:
     bool Write(const Object& object, Json& keys, const DescriptionWriter& writer) const override {
         auto* camera = dynamic_cast<const CameraObject*>(&object);
         if (!camera) return false;
-        keys["fov"] = DescriptionWriter::Number(camera->fovDegrees);
+        keys["fov"] = WriteAnimatedFloat(camera->fovDegrees.Content());
         keys["env_near"] = DescriptionWriter::Number(camera->envNear);
         keys["env_far"] = DescriptionWriter::Number(camera->envFar);
         if (camera->target) keys["target"] = writer.NodeName(camera->target.Get());
@@ -123,8 +126,9 @@ public:
                                  DescriptionContext& context) const override {
         auto light = std::make_shared<LightObject>();
         light->kind = LightKind(keys.Choice("kind", kLightKinds, 0));
-        light->color = keys.ColorOf("color", light->color);
-        light->intensity = keys.Float("intensity", light->intensity);
+        if (auto color = keys.Find("color")) light->color.SetContent(ReadAnimatedColor(*color));
+        if (auto intensity = keys.Find("intensity"))
+            light->intensity.SetContent(ReadAnimatedFloat(*intensity));
         light->shadows = keys.Bool("shadows", light->shadows);
         ReadTarget(keys, context, light);
         return light;
@@ -132,9 +136,9 @@ public:
     bool Write(const Object& object, Json& keys, const DescriptionWriter& writer) const override {
         auto* light = dynamic_cast<const LightObject*>(&object);
         if (!light) return false;
-        keys["kind"] = kLightKinds[size_t(light->kind)];
-        keys["color"] = DescriptionWriter::Triple(light->color);
-        keys["intensity"] = DescriptionWriter::Number(light->intensity);
+        keys["kind"] = kLightKinds[size_t(light->kind.Get())];
+        keys["color"] = WriteAnimatedColor(light->color.Content());
+        keys["intensity"] = WriteAnimatedFloat(light->intensity.Content());
         if (!light->shadows) keys["shadows"] = false;
         if (light->target) keys["target"] = writer.NodeName(light->target.Get());
         return true;
@@ -146,8 +150,19 @@ public:
     std::shared_ptr<Object> Read(DescriptionObject& keys,
                                  DescriptionContext& context) const override {
         auto system = std::make_shared<ParticleObject>();
+        std::vector<Particle> particles;
+        std::vector<EventName> events;
         for (const DescriptionValue& value : keys.Array("particles"))
-            system->particles.push_back(ReadParticle(value, system, context));
+            particles.push_back(ReadParticle(value, particles.size(), events));
+        system->particles = std::move(particles);
+        // Events are nodes: they are found when all nodes exist.
+        context.WhenAllExist([system, events, &context] {
+            std::vector<Particle> named = system->particles;
+            for (const EventName& event : events)
+                if (auto node = context.NodeOf(event.node))
+                    named[event.particle].event = system->AddEvent(node);
+            system->particles = std::move(named);
+        });
         return system;
     }
 
@@ -155,15 +170,19 @@ public:
         auto* system = dynamic_cast<const ParticleObject*>(&object);
         if (!system) return false;
         keys["particles"] = Json::array();
-        for (const Particle& p : system->particles)
+        for (const Particle& p : system->particles.Get())
             keys["particles"].push_back(WriteParticle(p, *system, writer));
         return true;
     }
 
 private:
-    static Particle ReadParticle(const DescriptionValue& value,
-                                 const std::shared_ptr<ParticleObject>& system,
-                                 DescriptionContext& context) {
+    struct EventName {
+        size_t particle;
+        DescriptionValue node;
+    };
+
+    static Particle ReadParticle(const DescriptionValue& value, size_t index,
+                                 std::vector<EventName>& events) {
         DescriptionObject keys(value);
         Particle particle;
         auto position = keys.Find("position");
@@ -173,12 +192,8 @@ private:
         particle.rotationDegrees = keys.Point("rotation", {});
         particle.scale = keys.Point("scale", {1, 1, 1});
         particle.speed = keys.Point("speed", {});
-        size_t index = system->particles.size();
         if (auto event = keys.Find("event"); event && !event->IsNull())
-            context.WhenAllExist([system, index, event, &context] {
-                if (auto node = context.NodeOf(*event))
-                    system->particles[index].event = system->AddEvent(node);
-            });
+            events.push_back({index, *event});
         keys.Finish();
         return particle;
     }
@@ -217,6 +232,12 @@ float ReadFieldOfView(const DescriptionValue& value) {
     if (degrees > 0 && degrees < 180) return degrees;
     value.Fail("expected an angle between 0 and 180 degrees");
     return 45;
+}
+
+Animated<float> ReadAnimatedFov(const DescriptionValue& value) {
+    return ReadAnimated<float>(value, [](const DescriptionValue& one, bool isHandle) {
+        return isHandle ? one.AsFloat() : ReadFieldOfView(one);
+    });
 }
 
 void RegisterOtherTypes(SceneFormats& formats) {

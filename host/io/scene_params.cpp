@@ -1,7 +1,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
-#include "host/io/scene_description.h"
+#include "host/io/scene_keys.h"
 
 using Json = nlohmann::ordered_json;
 
@@ -15,24 +15,17 @@ bool Take(const AssignResult& result, const DescriptionValue& value) {
 
 std::optional<ParamElement> ReadKeys(const ParamDef& def, const DescriptionValue& value,
                                      const DescriptionContext& context) {
-    DescriptionObject form(value);
-    std::vector<DescriptionValue> keys = form.Array("keys");
-    form.Finish();
     if (!def.animatable) value.Fail("the parameter cannot be animated");
-    if (keys.empty()) value.Fail("expected {\"keys\": [[ticks, value], ...]} or a value");
-    ParamElement element{def.defaultValue, {}};
-    for (const DescriptionValue& key : keys) {
-        std::vector<DescriptionValue> pair = key.AsArray(2);
-        if (pair.size() != 2) return std::nullopt;
-        ParamKey one{pair[0].AsInt(), def.defaultValue};
-        if (!Take(ConvertInput(def, pair[1].AsInput(), AssignSource::kDescription,
-                               context.Resolver(), &one.value),
-                  pair[1]))
-            return std::nullopt;
-        if (!element.keys.empty() && element.keys.back().time >= one.time)
-            pair[0].Fail("key times must rise");
-        element.keys.push_back(one);
-    }
+    // Handles are differences: they have no range.
+    ParamDef handle(def.id, def.name, def.type);
+    auto read = [&](const DescriptionValue& one, bool isHandle) {
+        ParamValue read = def.defaultValue;
+        Take(ConvertInput(isHandle ? handle : def, one.AsInput(), AssignSource::kDescription,
+                          context.Resolver(), &read),
+             one);
+        return read;
+    };
+    ParamElement element{def.defaultValue, ReadTrack<ParamValue>(value, read)};
     if (value.Document().Failed()) return std::nullopt;
     return element;
 }
@@ -41,7 +34,7 @@ std::optional<ParamElement> ReadKeys(const ParamDef& def, const DescriptionValue
 
 std::optional<ParamElement> ReadParamElement(const ParamDef& def, const DescriptionValue& value,
                                              const DescriptionContext& context) {
-    if (value.IsObject()) return ReadKeys(def, value, context);
+    if (IsAnimatedForm(value)) return ReadKeys(def, value, context);
     ParamElement element{def.defaultValue, {}};
     if (!Take(ConvertInput(def, value.AsInput(), AssignSource::kDescription, context.Resolver(),
                            &element.value),
@@ -82,8 +75,5 @@ Json DescriptionWriter::Value(const ParamDef& def, const ParamElement& element) 
         if (def.type == ParamType::kMaterial) return MtlName(dynamic_cast<Mtl*>(target));
         return nullptr;
     };
-    if (element.keys.empty()) return one(element.value);
-    Json keys = Json::array();
-    for (const ParamKey& key : element.keys) keys.push_back({key.time, one(key.value)});
-    return {{"keys", keys}};
+    return element.track.IsEmpty() ? one(element.value) : WriteTrack(element.track, one);
 }

@@ -13,6 +13,7 @@ void CheckMaterialNesting(const DescriptionValue& value, const DescriptionContex
 
 // Horizontal, degrees, between 0 and 180 exclusively.
 float ReadFieldOfView(const DescriptionValue& value);
+Animated<float> ReadAnimatedFov(const DescriptionValue& value);
 
 // The host's own types.
 void RegisterHostMaterials(SceneFormats& formats);

@@ -9,6 +9,7 @@
 #include "host/base/input_limit.h"
 #include "host/base/text.h"
 #include "host/io/scene_description.h"
+#include "host/io/scene_keys.h"
 #include "host/io/scene_parts.h"
 #include "host/scene/host_context.h"
 
@@ -20,19 +21,39 @@ namespace {
 constexpr int kVersion = 1;
 constexpr uint64_t kMaxFileSize = uint64_t{2} << 30;
 
-// Local transform of a node, as a matrix or in parts.
-Matrix3 ReadTransform(DescriptionObject& keys) {
+// Rotation keys of three numbers are angles, of four a quaternion.
+bool HasQuaternions(const DescriptionValue& rotation) {
+    if (!IsAnimatedForm(rotation)) return false;
+    std::vector<DescriptionValue> keys = DescriptionObject(rotation).Array("keys");
+    if (keys.empty() || !keys[0].IsArray()) return false;
+    std::vector<DescriptionValue> parts = keys[0].AsArray();
+    return parts.size() >= 2 && parts[1].IsArray() && parts[1].AsArray().size() == 4;
+}
+
+// Local transform of a node, as a matrix or in parts, of which some may have keys.
+void ReadTransform(DescriptionObject& keys, INode& node) {
     auto matrix = keys.Find("transform");
-    Point3 position = keys.Point("position", {});
-    Point3 rotation = keys.Point("rotation", {});
-    Point3 scale = keys.Point("scale", {1, 1, 1});
-    if (!matrix)
-        return Matrix3::Scaling(scale) * EulerDegreesToMatrix(rotation) *
-               Matrix3::Translation(position);
-    for (const char* part : {"position", "rotation", "scale"})
-        if (keys.Find(part))
-            keys.Fail(fmt::format("\"transform\" and \"{}\" exclude each other", part));
-    return matrix->AsMatrix();
+    auto position = keys.Find("position"), rotation = keys.Find("rotation"),
+         scale = keys.Find("scale");
+    if (matrix) {
+        for (const char* part : {"position", "rotation", "scale"})
+            if (keys.Find(part))
+                keys.Fail(fmt::format("\"transform\" and \"{}\" exclude each other", part));
+        return node.SetLocalTM(matrix->AsMatrix());
+    }
+    auto parts = std::make_shared<TransformController>();
+    if (position) parts->position.SetContent(ReadAnimatedPoint(*position));
+    if (scale) parts->scale.SetContent(ReadAnimatedPoint(*scale));
+    if (rotation && HasQuaternions(*rotation)) {
+        parts->rotationForm = RotationForm::kQuaternion;
+        parts->quaternion.SetContent(ReadAnimatedQuat(*rotation));
+    } else if (rotation) {
+        parts->eulerDegrees.SetContent(ReadAnimatedPoint(*rotation));
+    }
+    if (parts->IsAnimated())
+        node.SetTMController(std::move(parts));
+    else
+        node.SetLocalTM(parts->Eval(0));
 }
 
 ObjectOffset ReadObjectOffset(const DescriptionValue& value) {
@@ -78,7 +99,7 @@ private:
     void ReadSettings(DescriptionObject& keys) {
         if (auto unit = keys.Find("unit_scale")) {
             m_scene.unitScale = unit->AsDouble();
-            if (!(m_scene.unitScale > 0)) unit->Fail("expected a number above 0");
+            if (!(m_scene.unitScale > 0.0)) unit->Fail("expected a number above 0");
         }
         m_scene.SetTime(keys.Int("time", 0));
         if (auto ticks = keys.Find("ticks_per_frame")) {
@@ -106,7 +127,7 @@ private:
         return size;
     }
 
-    void ReadRenderer(DescriptionObject& keys) {
+    void ReadRenderer(DescriptionObject& keys, SceneRenderSettings& render) {
         auto value = keys.Find("renderer");
         if (!value) return;
         const std::vector<std::string> known{"raytrace", "scanline"};
@@ -116,7 +137,7 @@ private:
                 fmt::format("no renderer is named \"{}\"{}; expected \"raytrace\" or "
                             "\"scanline\"",
                             name, DidYouMean(name, known)));
-        m_scene.render.renderer = name;
+        render.renderer = name;
     }
 
     std::shared_ptr<INode> ReadCamera(const DescriptionValue& value) {
@@ -128,13 +149,13 @@ private:
 
     void ReadRender(const DescriptionValue& value) {
         DescriptionObject keys(value);
-        m_scene.render.width = ReadSize(keys, "width", m_scene.render.width);
-        m_scene.render.height = ReadSize(keys, "height", m_scene.render.height);
-        ReadRenderer(keys);
+        SceneRenderSettings r;
+        r.width = ReadSize(keys, "width", r.width);
+        r.height = ReadSize(keys, "height", r.height);
+        ReadRenderer(keys, r);
         if (auto camera = keys.Find("camera")) {
             m_scene.renderCamera = ReadCamera(*camera);
         }
-        SceneRenderSettings& r = m_scene.render;
         r.samples = ReadSize(keys, "samples", r.samples);
         r.exposure = keys.Float("exposure", r.exposure);
         if (auto sky = keys.Find("sky")) {
@@ -152,6 +173,7 @@ private:
             parts.Finish();
         }
         keys.Finish();
+        m_scene.render = r;
     }
 
     void ReadView(const DescriptionValue& value) {
@@ -159,9 +181,9 @@ private:
         ViewState view;
         if (auto transform = keys.Find("transform")) view.transform = transform->AsMatrix();
         if (auto fov = keys.Find("fov")) view.fovDegrees = ReadFieldOfView(*fov);
-        if (auto camera = keys.Find("camera")) m_scene.viewCamera = ReadCamera(*camera);
+        if (auto camera = keys.Find("camera")) m_scene.SetViewCamera(ReadCamera(*camera));
         keys.Finish();
-        m_scene.view = view;
+        m_scene.SetView(view);
     }
 
     void ReadNodes(const DescriptionValue& value) {
@@ -227,7 +249,7 @@ private:
     }
 
     void ReadPlacement(INode& node, DescriptionObject& keys) {
-        node.SetLocalTM(ReadTransform(keys));
+        ReadTransform(keys, node);
         if (auto offset = keys.Find("object_offset"))
             node.SetObjectOffset(ReadObjectOffset(*offset));
     }
@@ -235,7 +257,7 @@ private:
     void ReadProperties(INode& node, DescriptionObject& keys) {
         if (auto material = keys.Find("material")) node.SetMtl(m_context.MtlOf(*material));
         if (auto layer = keys.Find("layer")) node.SetLayer(layer->AsText());
-        node.SetHidden(keys.Bool("hidden", false));
+        if (auto hidden = keys.Find("hidden")) node.hidden.SetContent(ReadAnimatedBool(*hidden));
         node.renderable = keys.Bool("renderable", true);
         node.wireColor = keys.ColorOf("wire_color", node.wireColor);
         node.id = keys.Int("id", 0);

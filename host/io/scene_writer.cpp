@@ -4,7 +4,7 @@
 
 #include "host/base/atomic_file.h"
 #include "host/io/json_places.h"
-#include "host/io/scene_description.h"
+#include "host/io/scene_keys.h"
 
 using Json = nlohmann::ordered_json;
 
@@ -12,28 +12,47 @@ namespace {
 
 using Writer = DescriptionWriter;
 
+void WritePlace(const Matrix3& local, Json& keys) {
+    if (local != Matrix3::Translation(local.GetTrans()))
+        keys["transform"] = Writer::Matrix(local);
+    else if (local != Matrix3())
+        keys["position"] = Writer::Triple(local.GetTrans());
+}
+
+void WriteParts(const TransformController& parts, Json& keys) {
+    keys["position"] = WriteAnimatedPoint(parts.position.Content());
+    if (parts.rotationForm == RotationForm::kEuler) {
+        keys["rotation"] = WriteAnimatedPoint(parts.eulerDegrees.Content());
+    } else {
+        // Four numbers stand only in keys.
+        Animated<Quat> rotation = parts.quaternion.Content();
+        if (rotation.track.IsEmpty()) rotation.track.SetKey(0, rotation.value);
+        keys["rotation"] = WriteAnimatedQuat(rotation);
+    }
+    keys["scale"] = WriteAnimatedPoint(parts.scale.Content());
+}
+
 // A node's keys: first what names and places it, then those of its type.
 Json WriteNode(const INode& node, const Writer& writer) {
     const INode plain;
     Json keys = {{"name", node.GetName()}, {"type", "dummy"}};
     if (const INode* parent = node.GetParentNode(); parent && !parent->IsRootNode())
         keys["parent"] = parent->GetName();
-    const Matrix3& local = node.GetLocalTM();
-    if (local == Matrix3::Translation(local.GetTrans())) {
-        if (local != Matrix3()) keys["position"] = Writer::Triple(local.GetTrans());
-    } else {
-        keys["transform"] = Writer::Matrix(local);
-    }
+    if (const TransformController* parts = node.GetTMController())
+        WriteParts(*parts, keys);
+    else
+        WritePlace(node.GetLocalTM(), keys);
     if (const ObjectOffset& offset = node.GetObjectOffset(); offset != ObjectOffset())
         keys["object_offset"] = {{"position", Writer::Triple(offset.position)},
                                  {"rotation", Writer::Triple(offset.rotationDegrees)},
                                  {"scale", Writer::Triple(offset.scale)}};
     if (node.GetMtl()) keys["material"] = writer.MtlName(node.GetMtl());
     if (node.GetLayer() != plain.GetLayer()) keys["layer"] = node.GetLayer();
-    if (node.HiddenFlag()) keys["hidden"] = true;
+    if (node.hidden.Content() != Animated<bool>())
+        keys["hidden"] = WriteAnimatedBool(node.hidden.Content());
     if (!node.renderable) keys["renderable"] = false;
     if (node.wireColor != plain.wireColor) keys["wire_color"] = Writer::Triple(node.wireColor);
-    if (node.id != 0) keys["id"] = node.id;
+    if (node.id != 0) keys["id"] = node.id.Get();
     if (!node.UserProperties().empty()) keys["user_properties"] = node.UserProperties();
 
     for (const auto& [type, format] : writer.formats.Nodes()) {
@@ -58,10 +77,10 @@ Json WriteEntity(const Formats& formats, const Entity& entity, const Writer& wri
 Json WriteTexmaps(const Writer& writer) {
     const Point2 one{1, 1}, zero{};
     Json all = Json::object();
-    for (const auto& [name, texmap] : writer.scene.texmaps) {
+    for (const auto& [name, texmap] : writer.scene.Texmaps()) {
         Json keys = WriteEntity(writer.formats.Texmaps(), *texmap, writer);
         if (keys.is_null()) continue;
-        if (texmap->channel != 1) keys["channel"] = texmap->channel;
+        if (texmap->channel != 1) keys["channel"] = texmap->channel.Get();
         auto pair = [](Point2 p) -> Json { return {Writer::Number(p.x), Writer::Number(p.y)}; };
         if (texmap->tiling != one) keys["tiling"] = pair(texmap->tiling);
         if (texmap->offset != zero) keys["offset"] = pair(texmap->offset);
@@ -99,9 +118,9 @@ Json WriteLayers(const Scene& scene) {
     Json all = Json::object();
     for (const auto& [name, layer] : scene.Layers()) {
         Json keys = Json::object();
-        if (layer.hidden) keys["hidden"] = true;
-        if (layer.frozen) keys["frozen"] = true;
-        if (!layer.renderable) keys["renderable"] = false;
+        if (layer->hidden) keys["hidden"] = true;
+        if (layer->frozen) keys["frozen"] = true;
+        if (!layer->renderable) keys["renderable"] = false;
         if (!keys.empty()) all[name] = keys;
     }
     return all;
@@ -110,14 +129,14 @@ Json WriteLayers(const Scene& scene) {
 Json WriteSettings(const Writer& writer) {
     const Scene& scene = writer.scene;
     Json keys = {{"dravin_scene", 1}};
-    if (scene.unitScale != 1) keys["unit_scale"] = Writer::Number(scene.unitScale);
+    if (scene.unitScale != 1.0) keys["unit_scale"] = Writer::Number(scene.unitScale);
     if (scene.GetTime() != 0) keys["time"] = scene.GetTime();
-    if (scene.ticksPerFrame != 160) keys["ticks_per_frame"] = scene.ticksPerFrame;
+    if (scene.ticksPerFrame != 160) keys["ticks_per_frame"] = scene.ticksPerFrame.Get();
     keys["render"] = WriteRender(writer);
-    if (scene.view)
-        keys["view"] = {{"transform", Writer::Matrix(scene.view->transform)},
-                        {"fov", Writer::Number(scene.view->fovDegrees)}};
-    if (scene.viewCamera) keys["view"]["camera"] = writer.NodeName(scene.viewCamera.Get());
+    if (scene.View())
+        keys["view"] = {{"transform", Writer::Matrix(scene.View()->transform)},
+                        {"fov", Writer::Number(scene.View()->fovDegrees)}};
+    if (scene.ViewCamera()) keys["view"]["camera"] = writer.NodeName(scene.ViewCamera());
     return keys;
 }
 
@@ -129,7 +148,7 @@ std::string WriteSceneDescription(const Scene& scene, const std::string& folder,
     Json keys = WriteSettings(writer);
     if (Json layers = WriteLayers(scene); !layers.empty()) keys["layers"] = layers;
     if (Json texmaps = WriteTexmaps(writer); !texmaps.empty()) keys["texmaps"] = texmaps;
-    for (const auto& [name, mtl] : scene.materials)
+    for (const auto& [name, mtl] : scene.Materials())
         if (Json own = WriteEntity(formats.Materials(), *mtl, writer); !own.is_null())
             keys["materials"][name] = own;
     keys["nodes"] = Json::array();

@@ -126,6 +126,29 @@ Matrix3 Quat::ToMatrix() const {
              {}}};
 }
 
+Quat Quat::Normalized() const {
+    double length = std::sqrt(double(x) * x + double(y) * y + double(z) * z + double(w) * w);
+    if (!(length > 0)) return {};
+    return {float(x / length), float(y / length), float(z / length), float(w / length)};
+}
+
+Quat Slerp(const Quat& a, const Quat& b, float u) {
+    double dot = double(a.x) * b.x + double(a.y) * b.y + double(a.z) * b.z + double(a.w) * b.w;
+    double sign = dot < 0 ? -1 : 1;
+    dot = std::min(dot * sign, 1.0);
+    // Nearly the same rotation: a straight line is as good, and the sine below nearly zero.
+    double fromA = 1 - double(u), fromB = double(u);
+    if (dot < 0.99999) {
+        double angle = std::acos(dot), sine = std::sin(angle);
+        fromA = std::sin(fromA * angle) / sine;
+        fromB = std::sin(fromB * angle) / sine;
+    }
+    fromB *= sign;
+    return Quat{float(a.x * fromA + b.x * fromB), float(a.y * fromA + b.y * fromB),
+                float(a.z * fromA + b.z * fromB), float(a.w * fromA + b.w * fromB)}
+        .Normalized();
+}
+
 Matrix3 EulerDegreesToMatrix(const Point3& degrees) {
     auto radians = [](float angle) { return float(angle * kDegreesToRadians); };
     return Matrix3::RotationX(radians(degrees.x)) * Matrix3::RotationY(radians(degrees.y)) *
@@ -144,4 +167,9 @@ AffineParts Decompose(const Matrix3& m) {
     parts.rotation = Quat::FromMatrix(rotation);
     parts.scale = Point3{Length(m.row[0]), Length(m.row[1]), Length(m.row[2])} * sign;
     return parts;
+}
+
+Matrix3 Compose(const AffineParts& parts) {
+    return Matrix3::Scaling(parts.scale) * parts.rotation.ToMatrix() *
+           Matrix3::Translation(parts.translation);
 }

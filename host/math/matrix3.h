@@ -73,8 +73,14 @@ struct Quat {
 
     static Quat FromMatrix(const Matrix3& m);  // of an orthonormal, right-handed matrix
     Matrix3 ToMatrix() const;
+    // Of unit length; the identity for a quaternion of no length.
+    Quat Normalized() const;
     friend bool operator==(const Quat&, const Quat&) = default;
 };
+
+// At u of 0..1 from a to b, both of unit length, along the shorter arc at even speed.
+// Source: Shoemake, Animating Rotation with Quaternion Curves, SIGGRAPH 1985.
+Quat Slerp(const Quat& a, const Quat& b, float u);
 
 // Rotation about X, then Y, then Z (row vectors), angles in degrees: the order of scene files.
 Matrix3 EulerDegreesToMatrix(const Point3& degrees);
@@ -87,3 +93,4 @@ struct AffineParts {
     Point3 scale{1, 1, 1};
 };
 AffineParts Decompose(const Matrix3& m);
+Matrix3 Compose(const AffineParts& parts);

@@ -79,7 +79,7 @@ const RenderTexture* RenderMaterials::AddTexture(const Texmap* map, RenderTextur
 
 // With a cutoff, opacity x map >= cutoff is decided by the map alone.
 void RenderMaterials::SetOpacity(const StandardMtl& source, RenderMaterial& material) {
-    material.opacity = std::clamp(source.opacity, 0.f, 1.f);
+    material.opacity = std::clamp(source.opacity.Get(), 0.f, 1.f);
     float cutoff = source.opacityCutoff;
     if (cutoff > 0) {
         cutoff = material.opacity > 0 ? cutoff / material.opacity : 2;
@@ -98,9 +98,9 @@ uint32_t RenderMaterials::Add(const Mtl* mtl, int matID) {
         material->diffuse = standard->diffuse;
         material->mapFactor = DisplayToLinear(standard->mapFactor);
         material->vertexColors = standard->vertexColors;
-        material->translucency = std::clamp(standard->translucency, 0.f, 1.f);
-        material->reflectivity = std::clamp(standard->reflectivity, 0.f, 1.f);
-        material->ripple = std::max(0.f, standard->ripple);
+        material->translucency = std::clamp(standard->translucency.Get(), 0.f, 1.f);
+        material->reflectivity = std::clamp(standard->reflectivity.Get(), 0.f, 1.f);
+        material->ripple = std::max(0.f, standard->ripple.Get());
         material->diffuseMap = AddTexture(standard->diffuseMap.Get(), RenderTexture::Use::kColor);
         SetOpacity(*standard, *material);
         m_materials.push_back(std::move(material));

@@ -96,7 +96,7 @@ void RenderTexture::AddCoarserLevels() {
 RenderTexture::Footprint RenderTexture::Locate(Point2 uv, float width) const {
     Point3 placed = m_map->Place({uv.x, uv.y, 0});
     float u = WrapCoordinate(placed.x, m_wrap), v = WrapCoordinate(placed.y, m_wrap);
-    float scale = std::max(std::fabs(m_map->tiling.x), std::fabs(m_map->tiling.y));
+    float scale = std::max(std::fabs(m_map->tiling->x), std::fabs(m_map->tiling->y));
     float texels = width * scale * float(std::max(m_levels[0].width, m_levels[0].height));
     int level = texels > 1 ? std::ilogb(texels * 1.41421356f) : 0;
     const Level& l = m_levels[size_t(std::clamp(level, 0, int(m_levels.size()) - 1))];

@@ -24,3 +24,7 @@ std::shared_ptr<const Mesh> HeightFieldObject::GetRenderMesh(TimeValue) {
     if (!mesh) m_mesh = mesh = std::make_shared<const Mesh>(m_field->MakeMesh());
     return mesh;
 }
+
+std::shared_ptr<ReferenceTarget> HeightFieldObject::Clone(CloneMap&) const {
+    return std::make_shared<HeightFieldObject>(m_field, origin);
+}

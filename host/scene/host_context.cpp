@@ -2,10 +2,13 @@
 
 #include <algorithm>
 
+#include "host/scene/host_classes.h"
+#include "host/scene/scene.h"
+
 namespace {
 
-// The only mutable global: which context is current.
-HostContext* g_current = nullptr;
+// Which session is current in this thread.
+thread_local HostContext* t_current = nullptr;
 
 }  // namespace
 
@@ -30,15 +33,58 @@ void NotificationHub::Broadcast(HostNotify notice, INode* node) {
     }
 }
 
-HostContext::HostContext() : m_previous(g_current) { g_current = this; }
+HostContext::HostContext() : m_previous(t_current), m_previousEdits(CurrentEdits()) {
+    t_current = this;
+    InstallEdits();
+    RegisterHostClasses(classes);
+}
 
 HostContext::~HostContext() {
     notifications.Broadcast(HostNotify::kShutdown);
-    hold.Clear();
+    Undo().Clear();
+    m_ownHold.Clear();
     while (!m_states.empty()) m_states.pop_back();
-    g_current = m_previous;
+    t_current = m_previous;
+    CurrentEdits() = m_previousEdits;
 }
 
-HostContext* HostContext::Current() { return g_current; }
+HostContext* HostContext::Current() { return t_current; }
 
-Hold* CurrentHold() { return g_current ? &g_current->hold : nullptr; }
+void HostContext::InstallEdits() {
+    m_edits.hold = &Undo();
+    if (t_current == this) CurrentEdits() = m_edits;
+}
+
+void HostContext::SetCurrentScene(Scene* scene) {
+    m_scene = scene;
+    InstallEdits();
+}
+
+void HostContext::SceneGoes(const Scene& scene) {
+    // What the session's own list says may be about it.
+    m_ownHold.Clear();
+    if (m_scene == &scene) SetCurrentScene(nullptr);
+}
+
+Hold& HostContext::Undo() { return m_scene ? m_scene->undo : m_ownHold; }
+
+void HostContext::SetAnimating(bool animating) {
+    m_edits.animating = animating;
+    InstallEdits();
+}
+
+void HostContext::RequestRedraw() {
+    if (std::exchange(m_needsRedraw, true)) return;
+    redrawRequested.Send();
+}
+
+ContextScope::ContextScope(HostContext& context)
+    : m_previous(t_current), m_previousEdits(CurrentEdits()) {
+    t_current = &context;
+    context.InstallEdits();
+}
+
+ContextScope::~ContextScope() {
+    t_current = m_previous;
+    CurrentEdits() = m_previousEdits;
+}

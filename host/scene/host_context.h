@@ -1,9 +1,14 @@
-// State of the process: undo, notifications, user-interface port, quiet mode, and whatever other
-// modules keep for the whole process.
+// A session: the scene that is being worked on, its undo list, notifications, the user-interface
+// port, the classes that can be made, and whatever other modules keep for the session.
 //
-// One HostContext is current at a time: the newest that lives. Programs make one at their start,
-// tests one each; dropping it brings the one before back. Everything works without any (nothing is
-// recorded for undo, nobody is notified, questions answer no). One thread.
+// One session is current in a thread at a time: the newest that was made there and lives, or the one
+// that a ContextScope names. Programs make one at their start, tests one each; dropping it brings
+// the one before back. Several may live side by side, each with a scene of its own. Everything works
+// without any (nothing is recorded for undo, nobody is notified, questions answer no).
+//
+// Threads: one thread at a time works in a session. Another may take over (a language binding that
+// lets a build run beside its own thread, a worker of a desktop program) by making a ContextScope,
+// while the first one stays out; the pool's workers have no session and need none.
 #pragma once
 
 #include <functional>
@@ -11,10 +16,14 @@
 #include <typeindex>
 #include <unordered_map>
 
-#include "host/scene/hold.h"
+#include "host/base/signal.h"
+#include "host/params/class_registry.h"
+#include "host/params/edit_context.h"
+#include "host/params/hold.h"
 #include "host/scene/user_interface.h"
 
 class INode;
+class Scene;
 
 enum class HostNotify {
     kSystemPreNew,
@@ -64,12 +73,28 @@ public:
     HostContext(const HostContext&) = delete;
     HostContext& operator=(const HostContext&) = delete;
 
-    static HostContext* Current();  // null when none lives
+    static HostContext* Current();  // this thread's; null when there is none
 
-    Hold hold;
     NotificationHub notifications;
-    bool quiet = false;      // no boxes, no questions: a batch run
-    bool animating = false;  // changing an animatable value sets a key at its time
+    ClassRegistry classes;  // the host's own stand there already
+    bool quiet = false;     // no boxes, no questions: a batch run
+
+    // The scene that is being worked on; null for none. It must outlive its place here, or be
+    // dropped in a thread where this session is current.
+    Scene* CurrentScene() const { return m_scene; }
+    void SetCurrentScene(Scene* scene);
+    // The undo list of the current scene; without one a list of the session itself.
+    Hold& Undo();
+
+    // Changing an animatable value sets a key at its time.
+    bool IsAnimating() const { return m_edits.animating; }
+    void SetAnimating(bool animating);
+
+    // Views are to be drawn again: sent once for all requests until TakeRedraw.
+    Signal<> redrawRequested;
+    void RequestRedraw();
+    // Whether views are to be drawn; they count as drawn from now on.
+    bool TakeRedraw() { return std::exchange(m_needsRedraw, false); }
 
     IUserInterface& UserInterface() { return *m_userInterface; }
     void SetUserInterface(std::unique_ptr<IUserInterface> userInterface) {
@@ -89,11 +114,30 @@ public:
     }
 
 private:
+    friend class ContextScope;
+    friend class Scene;
+    void SceneGoes(const Scene& scene);
+    void InstallEdits();
+
     HostContext* m_previous;
+    EditContext m_previousEdits, m_edits;
+    Scene* m_scene = nullptr;
+    Hold m_ownHold;
+    bool m_needsRedraw = false;
     std::unique_ptr<IUserInterface> m_userInterface = std::make_unique<ConsoleUserInterface>();
     std::unordered_map<std::type_index, size_t> m_stateIndex;
     std::vector<std::shared_ptr<void>> m_states;
 };
 
-// The current undo holder, or null when there is no context.
-Hold* CurrentHold();
+// Makes a session current in this thread while it lives.
+class ContextScope {
+public:
+    explicit ContextScope(HostContext& context);
+    ~ContextScope();
+    ContextScope(const ContextScope&) = delete;
+    ContextScope& operator=(const ContextScope&) = delete;
+
+private:
+    HostContext* m_previous;
+    EditContext m_previousEdits;
+};

@@ -9,13 +9,13 @@
 
 class Mtl : public ReferenceTarget {
 public:
-    std::string name;
+    Property<std::string> name{this};
 
     // Sub-materials of a multi-material; 0 for a plain one.
     virtual int NumSubMtls() const { return 0; }
     virtual Mtl* GetSubMtl(int i) const { return nullptr; }
 
-    std::string ClassName() const override { return "Mtl"; }
+    ClassInfo Class() const override { return {{}, SuperClass::kMaterial, "Mtl"}; }
 };
 
 // Diffuse colour and opacity, each with an optional map. The map, multiplied by `mapFactor`,
@@ -24,19 +24,32 @@ public:
 // Colours are display colours; what multiplies does so in linear light.
 class StandardMtl : public Mtl {
 public:
-    Color diffuse{0.8f, 0.8f, 0.8f};
-    float opacity = 1;
-    float opacityCutoff = 0;    // 0: none
-    Color mapFactor{1, 1, 1};   // multiplies the diffuse map
-    bool vertexColors = false;  // the mesh's channel 0, where it has one, multiplies the diffuse
-    bool twoSided = false;
-    float translucency = 0;  // 0..1: share of the diffuse light that passes to the other side
-    float reflectivity = 0;  // 0..1: strength of a water-like mirror (more of it at flat angles)
-    float ripple = 0;        // slope of small waves on the mirror, about 0.02 on a quiet lake
+    Property<Color> diffuse{this, {0.8f, 0.8f, 0.8f}};
+    Property<float> opacity{this, 1.0f};
+    Property<float> opacityCutoff{this, 0.0f};   // 0: none
+    Property<Color> mapFactor{this, {1, 1, 1}};  // multiplies the diffuse map
+    // The mesh's channel 0, where it has one, multiplies the diffuse.
+    Property<bool> vertexColors{this, false};
+    Property<bool> twoSided{this, false};
+    // 0..1: share of the diffuse light that passes to the other side.
+    Property<float> translucency{this, 0.0f};
+    // 0..1: strength of a water-like mirror (more of it at flat angles).
+    Property<float> reflectivity{this, 0.0f};
+    // Slope of small waves on the mirror, about 0.02 on a quiet lake.
+    Property<float> ripple{this, 0.0f};
     Reference<Texmap> diffuseMap{this};
     Reference<Texmap> opacityMap{this};
 
-    std::string ClassName() const override { return "Standard"; }
+    static constexpr ClassInfo kClass{{0x3d1c0020, 0x52a7}, SuperClass::kMaterial, "Standard"};
+    ClassInfo Class() const override { return kClass; }
+    // The diffuse map, the opacity map.
+    int NumRefs() const override { return 2; }
+    std::shared_ptr<ReferenceTarget> GetReference(int slot) const override;
+    void SetReference(int slot, std::shared_ptr<ReferenceTarget> map) override;
+    int NumSubs() const override { return 2; }
+    ReferenceTarget* SubAnim(int i) const override { return GetReference(i).get(); }
+    std::string SubAnimName(int i) const override { return i == 0 ? "Diffuse" : "Opacity"; }
+    std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 };
 
 // A list of materials; a face with material id m shows entry m modulo the number of entries. An
@@ -47,11 +60,19 @@ public:
 
     int NumSubMtls() const override { return int(subs.size()); }
     Mtl* GetSubMtl(int i) const override { return subs[size_t(i)]->Get(); }
-    void Append(std::shared_ptr<Mtl> sub) {
-        subs.push_back(std::make_unique<Reference<Mtl>>(this));
-        *subs.back() = std::move(sub);
-    }
-    std::string ClassName() const override { return "Multi"; }
+    void Append(std::shared_ptr<Mtl> sub);
+    // Changes an entry, which must exist; tells, and can be undone.
+    void SetSubMtl(int i, std::shared_ptr<Mtl> sub);
+
+    static constexpr ClassInfo kClass{{0x3d1c0021, 0x52a7}, SuperClass::kMaterial, "Multi"};
+    ClassInfo Class() const override { return kClass; }
+    int NumRefs() const override { return NumSubMtls(); }
+    std::shared_ptr<ReferenceTarget> GetReference(int slot) const override;
+    void SetReference(int slot, std::shared_ptr<ReferenceTarget> mtl) override;
+    int NumSubs() const override { return NumSubMtls(); }
+    ReferenceTarget* SubAnim(int i) const override { return GetReference(i).get(); }
+    std::string SubAnimName(int i) const override;
+    std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 };
 
 // The most multi-materials that may stand inside each other.

@@ -1,8 +1,8 @@
 #include "host/scene/node.h"
 
-#include "host/base/text.h"
-#include "host/scene/host_context.h"
 #include "host/scene/scene.h"
+
+// What a node shows and where it stands; changes are in node_edits.cpp.
 
 Matrix3 ObjectOffset::ToMatrix() const {
     return Matrix3::Scaling(scale) * EulerDegreesToMatrix(rotationDegrees) *
@@ -16,22 +16,12 @@ std::shared_ptr<INode> INode::Create(std::string name, std::shared_ptr<Object> o
     return node;
 }
 
-void INode::SetName(const std::string& name) {
-    if (name == m_name) return;
-    std::string old = std::move(m_name);
-    m_name = name;
-    if (m_scene) m_scene->NodeRenamed(*this, old);
-    NotifyDependents({RefMessage::kNodeNameChanged});
-}
-
-void INode::SetObjectRef(std::shared_ptr<Object> object) {
-    m_object = std::move(object);
-    NotifyDependents();
-}
-
-void INode::SetMtl(std::shared_ptr<Mtl> mtl) {
-    m_mtl = std::move(mtl);
-    NotifyDependents();
+ObjectState INode::EvalWorldState(TimeValue t) const {
+    ObjectState state;
+    state.valid = Interval::Forever();
+    state.tm = GetObjectTM(t, &state.valid);
+    if (m_object) state.object = m_object->Evaluated(t, &state.valid);
+    return state;
 }
 
 bool INode::IsBelow(const INode* node) const {
@@ -44,19 +34,6 @@ int INode::Depth() const {
     int depth = 0;
     for (const INode* n = m_parent; n && n->m_parent; n = n->m_parent) ++depth;
     return depth;
-}
-
-bool INode::AttachChild(std::shared_ptr<INode> child, bool keepWorld) {
-    // Nothing stands below a node without children, however deep it goes.
-    bool isCycle = child.get() == this || (!child->m_children.empty() && IsBelow(child.get()));
-    if (isCycle) return false;
-    Matrix3 world = keepWorld ? child->GetNodeTM(0) : Matrix3{};
-    if (child->m_parent) std::erase(child->m_parent->m_children, child);
-    child->m_parent = this;
-    m_children.push_back(child);
-    if (keepWorld) child->m_local = world * Inverse(GetNodeTM(0));
-    child->NotifyTransform();
-    return true;
 }
 
 bool INode::IsGroupHead() const { return dynamic_cast<GroupObject*>(m_object.Get()) != nullptr; }
@@ -74,11 +51,6 @@ INode* INode::GetOutermostHead() {
     return head;
 }
 
-void INode::SetLocalTM(const Matrix3& local) {
-    m_local = local;
-    NotifyTransform();
-}
-
 // The nodes whose turn towards their target is being found out, innermost first.
 struct INode::Turning {
     const INode* node;
@@ -91,51 +63,29 @@ struct INode::Turning {
     }
 };
 
-Matrix3 INode::GetNodeTM(TimeValue t) const { return WorldTM(t, nullptr); }
+Matrix3 INode::GetNodeTM(TimeValue t, Interval* valid) const { return WorldTM(t, nullptr, valid); }
 
-Matrix3 INode::WorldTM(TimeValue t, const Turning* turning) const {
-    Matrix3 world = m_parent ? m_local * m_parent->WorldTM(t, turning) : m_local;
+Matrix3 INode::WorldTM(TimeValue t, const Turning* turning, Interval* valid) const {
+    Matrix3 world = GetLocalTM(t, valid);
+    if (m_parent) world = world * m_parent->WorldTM(t, turning, valid);
     INode* target = m_object ? m_object->GetTargetNode() : nullptr;
     if (!target || target->IsBelow(this) || (turning && turning->Holds(this))) return world;
     // Only the place of the target counts here, so that two cameras may look at each other.
     Turning inner{this, turning};
     const INode* above = target->m_parent;
-    Point3 to = target->m_local.GetTrans();
-    if (above) to = to * above->WorldTM(t, &inner);
+    Point3 to = target->GetLocalTM(t, valid).GetTrans();
+    if (above) to = to * above->WorldTM(t, &inner, valid);
     Matrix3 turned = LookAtRotation(world.GetTrans(), to);
     turned.SetTrans(world.GetTrans());
     return turned;
 }
 
-void INode::SetNodeTM(TimeValue t, const Matrix3& world) {
-    SetLocalTM(m_parent ? world * Inverse(m_parent->GetNodeTM(t)) : world);
-}
-
-void INode::SetObjectOffset(const ObjectOffset& offset) {
-    m_offset = offset;
-    NotifyDependents({RefMessage::kNodeTransformChanged});
-}
-
-void INode::SetLayer(const std::string& layer) {
-    m_layer = layer;
-    if (m_scene) m_scene->MakeLayer(layer);
-    NotifyDependents();
-}
-
-void INode::SetHidden(bool hidden) {
-    if (m_hidden == hidden) return;
-    m_hidden = hidden;
-    NotifyDependents();
-}
-
-bool INode::IsHidden() const {
-    const Layer* layer = m_scene ? m_scene->FindLayer(m_layer) : nullptr;
-    return m_hidden || (layer && layer->hidden);
+bool INode::IsHidden(TimeValue t) const {
+    return hidden.At(t) || (m_sceneLayer && m_sceneLayer->hidden);
 }
 
 bool INode::IsRenderable() const {
-    const Layer* layer = m_scene ? m_scene->FindLayer(m_layer) : nullptr;
-    return renderable && (!layer || layer->renderable);
+    return renderable && (!m_sceneLayer || m_sceneLayer->renderable);
 }
 
 const std::string* INode::GetUserProperty(const std::string& key) const {
@@ -143,21 +93,55 @@ const std::string* INode::GetUserProperty(const std::string& key) const {
     return it == m_properties.end() ? nullptr : &it->second;
 }
 
-void INode::SetUserProperty(const std::string& key, const std::string& text) {
-    m_properties[key] = text;
+bool INode::Passes(ClassTest test) const {
+    return test == ClassTest::kAny || (m_object && m_object->Passes(test));
 }
 
-void INode::SetUserProperty(const std::string& key, float value) {
-    m_properties[key] = FormatNumber(value);
+// References.
+
+std::shared_ptr<ReferenceTarget> INode::GetReference(int slot) const {
+    if (slot == 0) return m_controller.Share();
+    if (slot == 1) return m_object.Share();
+    return slot == 2 ? std::shared_ptr<ReferenceTarget>(m_mtl.Share()) : nullptr;
+}
+
+void INode::SetReference(int slot, std::shared_ptr<ReferenceTarget> target) {
+    if (slot == 0) m_controller = std::dynamic_pointer_cast<TransformController>(target);
+    if (slot == 1) m_object = std::dynamic_pointer_cast<Object>(target);
+    if (slot == 2) m_mtl = std::dynamic_pointer_cast<Mtl>(target);
+}
+
+std::string INode::SubAnimName(int i) const {
+    constexpr const char* kNames[] = {"Transform", "Object", "Material"};
+    return i >= 0 && i < NumSubs() ? kNames[i] : "";
 }
 
 RefResult INode::NotifyRefChanged(const RefChange& change, ReferenceTarget* from) {
     if (change.message == RefMessage::kTargetDeleted) NotifyDependents();
-    return RefResult::kSucceed;
+    if (from != m_controller.Get() || change.message != RefMessage::kChange)
+        return RefResult::kSucceed;
+    NotifyTransform();
+    return RefResult::kStop;
 }
 
 void INode::NotifyTransform() {
     VisitNodes(this, [](INode* n) { n->NotifyDependents({RefMessage::kNodeTransformChanged}); });
+}
+
+std::shared_ptr<ReferenceTarget> INode::Clone(CloneMap& map) const {
+    auto copy = Create(m_name, map.CopyPart(m_object.Share()));
+    copy->renderable = renderable;
+    copy->wireColor = wireColor;
+    copy->id = id;
+    copy->selectable = selectable;
+    copy->hidden.SetContent(hidden.Content());
+    copy->m_controller = map.CopyPart(m_controller.Share());
+    copy->m_local = m_local;
+    copy->m_offset = m_offset;
+    copy->m_layer = m_layer;
+    copy->m_properties = m_properties;
+    map.Refer(m_mtl.Share(), [copy](auto mtl) { copy->m_mtl = std::move(mtl); });
+    return copy;
 }
 
 Matrix3 LookAtRotation(const Point3& from, const Point3& to) {

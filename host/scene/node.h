@@ -1,6 +1,7 @@
 // A scene node: a named place in the hierarchy that shows an object.
 //
-// Transforms are row-vector matrices. The local transform is relative to the parent; a node whose
+// Every change of a node tells its dependents and can be undone. Transforms are row-vector
+// matrices, constant or with keys. The local transform is relative to the parent; a node whose
 // object has a target keeps its position and turns its -Z axis towards the target. The object
 // offset (scale, then rotation, then translation) stands between the object and the node.
 #pragma once
@@ -11,8 +12,10 @@
 #include <vector>
 
 #include "host/math/matrix3.h"
+#include "host/scene/layer.h"
 #include "host/scene/material.h"
 #include "host/scene/object.h"
+#include "host/scene/transform_controller.h"
 
 class Scene;
 
@@ -28,19 +31,38 @@ struct ObjectOffset {
     friend bool operator==(const ObjectOffset&, const ObjectOffset&) = default;
 };
 
+// What a node shows at a time.
+struct ObjectState {
+    std::shared_ptr<Object> object;  // after its modifiers; null for a node that shows nothing
+    Matrix3 tm;                      // object space -> world space
+    Interval valid = Interval::Never();  // how long both stay the same
+};
+
+// Names a node in its scene for as long as the scene lives, and in its files; 0 for none.
+using NodeHandle = uint32_t;
+
 class INode : public ReferenceTarget {
 public:
     static std::shared_ptr<INode> Create(std::string name,
                                          std::shared_ptr<Object> object = nullptr);
 
-    bool renderable = true;
-    Color wireColor{0.6f, 0.6f, 0.6f};
-    int id = 0;  // the user's integer identifier
-    bool selected = false;
-    bool selectable = true;
+    Property<bool> renderable{this, true};
+    Property<Color> wireColor{this, {0.6f, 0.6f, 0.6f}};
+    Property<int> id{this, 0};  // the user's integer identifier
+    Property<bool> selectable{this, true};
+    AnimatedProperty<bool> hidden{this, false};  // its own switch
 
     const std::string& GetName() const { return m_name; }
     void SetName(const std::string& name);
+
+    // 0 outside scenes. A node that undo brings back has its old one.
+    NodeHandle GetHandle() const { return m_handle; }
+
+    // In the selection of its scene (Scene::Select).
+    bool IsSelected() const { return m_selected; }
+
+    // The object that the node shows at time t, where it stands, and how long so.
+    ObjectState EvalWorldState(TimeValue t) const;
 
     Object* GetObjectRef() const { return m_object.Get(); }
     std::shared_ptr<Object> ShareObjectRef() const { return m_object.Share(); }
@@ -60,7 +82,8 @@ public:
     int NumberOfChildren() const { return int(m_children.size()); }
     INode* GetChildNode(int i) const { return m_children[size_t(i)].get(); }
     // Makes `child` the last child. It leaves its old parent, and keeps its place in the world or
-    // its local transform. False (nothing done) when that would make a cycle.
+    // its local transform. False (nothing done) when that would make a cycle. Between nodes of one
+    // scene it can be undone.
     bool AttachChild(std::shared_ptr<INode> child, bool keepWorld = true);
     // This node or one of its ancestors is `node`.
     bool IsBelow(const INode* node) const;
@@ -75,23 +98,34 @@ public:
     // The outermost head that is this node or above it, null outside groups.
     INode* GetOutermostHead();
 
-    const Matrix3& GetLocalTM() const { return m_local; }
+    // Relative to the parent.
+    Matrix3 GetLocalTM(TimeValue t = 0, Interval* valid = nullptr) const {
+        return m_controller ? m_controller->Eval(t, valid) : m_local;
+    }
+    // A constant; a controller goes.
     void SetLocalTM(const Matrix3& local);
+    // The animated transform, null for a constant one.
+    TransformController* GetTMController() const { return m_controller.Get(); }
+    void SetTMController(std::shared_ptr<TransformController> controller);
     // Node space -> world space. A target that turns with this node, through whatever other
     // targets, does not turn it again.
-    Matrix3 GetNodeTM(TimeValue t) const;
+    // `valid`, where given, is narrowed to how long the transform stays the same.
+    Matrix3 GetNodeTM(TimeValue t, Interval* valid = nullptr) const;
+    // A controller takes the transform at time t as its keys allow (TransformController::SetAt).
     void SetNodeTM(TimeValue t, const Matrix3& world);
     // Object space -> world space.
-    Matrix3 GetObjectTM(TimeValue t) const { return m_offset.ToMatrix() * GetNodeTM(t); }
+    Matrix3 GetObjectTM(TimeValue t, Interval* valid = nullptr) const {
+        return m_offset.ToMatrix() * GetNodeTM(t, valid);
+    }
     const ObjectOffset& GetObjectOffset() const { return m_offset; }
     void SetObjectOffset(const ObjectOffset& offset);
 
     const std::string& GetLayer() const { return m_layer; }
     void SetLayer(const std::string& layer);
-    void SetHidden(bool hidden);
-    bool HiddenFlag() const { return m_hidden; }
-    // Hidden by its own flag or by its layer.
-    bool IsHidden() const;
+    void SetHidden(bool isHidden) { hidden = isHidden; }
+    bool HiddenFlag(TimeValue t = 0) const { return hidden.At(t); }
+    // Hidden by its own switch or by its layer.
+    bool IsHidden(TimeValue t = 0) const;
     // Shown in renderings: renderable itself and by its layer.
     bool IsRenderable() const;
 
@@ -101,30 +135,53 @@ public:
     const std::string* GetUserProperty(const std::string& key) const;
     void SetUserProperty(const std::string& key, const std::string& text);
     void SetUserProperty(const std::string& key, float value);
+    void RemoveUserProperty(const std::string& key);
 
     Scene* GetScene() const { return m_scene; }  // null for a loose node
 
     RefResult NotifyRefChanged(const RefChange& change, ReferenceTarget* from) override;
-    std::string ClassName() const override { return "Node"; }
+
+    static constexpr ClassInfo kClass{{0x3d1c0005, 0x52a7}, SuperClass::kNode, "Node"};
+    ClassInfo Class() const override { return kClass; }
+    bool Passes(ClassTest test) const override;
+    // The transform controller, the object, the material.
+    int NumRefs() const override { return 3; }
+    std::shared_ptr<ReferenceTarget> GetReference(int slot) const override;
+    void SetReference(int slot, std::shared_ptr<ReferenceTarget> target) override;
+    int NumSubs() const override { return 3; }
+    ReferenceTarget* SubAnim(int i) const override { return GetReference(i).get(); }
+    std::string SubAnimName(int i) const override;
+    // A loose node with a copy of the object; its material and whatever the object refers to go
+    // through the map. Children are not copied (Scene::CloneNodes does).
+    std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 
 private:
     friend class NodeRestore;
     friend class Scene;
     struct Turning;
-    Matrix3 WorldTM(TimeValue t, const Turning* turning) const;
+    Matrix3 WorldTM(TimeValue t, const Turning* turning, Interval* valid) const;
     // Sends the transform message for this node and everything below it.
     void NotifyTransform();
+    // The plain changes, without undo.
+    void PutName(const std::string& name);
+    void PutLayer(const std::string& layer);
+    void PutBelow(INode& parent, size_t place);
+    void PutProperty(const std::string& key, const std::optional<std::string>& text);
+    size_t PlaceInParent() const;
 
     std::string m_name;
     Scene* m_scene = nullptr;
     INode* m_parent = nullptr;
+    NodeHandle m_handle = 0;
+    bool m_selected = false;
     std::vector<std::shared_ptr<INode>> m_children;
     Reference<Object> m_object{this};
     Reference<Mtl> m_mtl{this};
+    Reference<TransformController> m_controller{this};
+    Reference<Layer> m_sceneLayer{this};  // of that name; null outside scenes
     Matrix3 m_local;
     ObjectOffset m_offset;
     std::string m_layer = "0";
-    bool m_hidden = false;
     std::map<std::string, std::string> m_properties;
 };
 

@@ -1,7 +1,7 @@
 // What a node shows: geometry, shapes, cameras, lights, particle systems and helpers.
 //
-// An object lives in its own space; nodes place it, several nodes may share one. Changing a public
-// field is followed by NotifyDependents(), which the caller sends once for all fields it changed.
+// An object lives in its own space; nodes place it, several nodes may share one. Its fields are
+// properties: they tell when they change and can be undone.
 #pragma once
 
 #include <memory>
@@ -15,7 +15,7 @@
 #include "host/geom/mesh.h"
 #include "host/math/color.h"
 #include "host/math/interval.h"
-#include "host/scene/reference.h"
+#include "host/params/property.h"
 
 class IInstanceSource;
 class Mtl;
@@ -23,6 +23,8 @@ class INode;
 
 class Object : public ReferenceTarget {
 public:
+    // What the object shows at time t, after its modifiers: itself where it has none.
+    virtual std::shared_ptr<Object> Evaluated(TimeValue t, Interval* valid);
     // How long what this object shows at time t stays the same; contains t.
     virtual Interval ObjectValidity(TimeValue t) const { return Interval::Forever(); }
     // The mesh at time t, object space; null when this is no geometry object.
@@ -45,7 +47,8 @@ public:
     // The material that the object shows where its node has none of its own; null for none.
     virtual Mtl* DefaultMtl() const { return nullptr; }
 
-    std::string ClassName() const override { return "Object"; }
+    ClassInfo Class() const override { return {{}, SuperClass::kGeomObject, "Object"}; }
+    bool Passes(ClassTest test) const override;
 };
 
 // The axis that points up in a model file.
@@ -66,6 +69,15 @@ struct PrimitiveOrigin {
 };
 using MeshOrigin = std::variant<std::monostate, FileOrigin, PrimitiveOrigin>;
 
+// A mesh that deforms over time.
+class IMeshAnimation {
+public:
+    virtual ~IMeshAnimation() = default;
+    // The mesh at time t, never null and never changed afterwards; `valid`, where given, is
+    // narrowed to how long it stays the same. One thread.
+    virtual std::shared_ptr<const Mesh> MeshAt(TimeValue t, Interval* valid) = 0;
+};
+
 class TriObject : public Object {
 public:
     TriObject() : m_mesh(std::make_shared<Mesh>()) {}
@@ -77,39 +89,58 @@ public:
 
     Mtl* DefaultMtl() const override { return fileMaterial.get(); }
     const std::shared_ptr<const Mesh>& GetMesh() const { return m_mesh; }
-    // Replaces the mesh and tells the dependents. Never null.
+    // Replaces the mesh, which then comes from no file and rests. Never null. Can be undone.
     void SetMesh(std::shared_ptr<const Mesh> mesh);
 
-    std::shared_ptr<const Mesh> GetRenderMesh(TimeValue t) override { return m_mesh; }
+    // Animated meshes: `GetMesh` is how the mesh rests. Null: it never moves.
+    const std::shared_ptr<IMeshAnimation>& Animation() const { return m_animation; }
+    void SetAnimation(std::shared_ptr<IMeshAnimation> animation);
+
+    Interval ObjectValidity(TimeValue t) const override;
+    std::shared_ptr<const Mesh> GetRenderMesh(TimeValue t) override {
+        return m_animation ? m_animation->MeshAt(t, nullptr) : m_mesh;
+    }
     bool IsGeomObject() const override { return true; }
-    std::string ClassName() const override { return "Mesh"; }
+    static constexpr ClassInfo kClass{{0x3d1c0010, 0x52a7}, SuperClass::kGeomObject, "Mesh"};
+    ClassInfo Class() const override { return kClass; }
+    // The copy shares the mesh, which nobody changes.
+    std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 
 private:
     std::shared_ptr<const Mesh> m_mesh;
+    std::shared_ptr<IMeshAnimation> m_animation;
 };
 
 // A spline, kept as Bezier splines. Splines given by points have knots with zero handles, so that
 // all their segments are straight.
 class ShapeObject : public Object {
 public:
-    BezierShape shape;
+    Property<BezierShape> shape{this};
 
     // The curves as polylines, object space.
     PolyShape GetPolyShape(TimeValue t) const { return MakePolyShape(shape); }
 
     bool IsShape() const override { return true; }
-    std::string ClassName() const override { return "Spline"; }
+    static constexpr ClassInfo kClass{{0x3d1c0011, 0x52a7}, SuperClass::kShape, "Spline"};
+    ClassInfo Class() const override { return kClass; }
+    std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 };
 
 class CameraObject : public Object {
 public:
-    float fovDegrees = 45;             // horizontal
-    float envNear = 0, envFar = 1000;  // environment ranges
+    AnimatedProperty<float> fovDegrees{this, 45};                // horizontal
+    Property<float> envNear{this, 0.0f}, envFar{this, 1000.0f};  // environment ranges
     Reference<INode> target{this};
 
     bool IsCamera() const override { return true; }
     INode* GetTargetNode() const override;
-    std::string ClassName() const override { return "Camera"; }
+    Interval ObjectValidity(TimeValue t) const override;
+    static constexpr ClassInfo kClass{{0x3d1c0012, 0x52a7}, SuperClass::kCamera, "Camera"};
+    ClassInfo Class() const override { return kClass; }
+    int NumRefs() const override { return 1; }
+    std::shared_ptr<ReferenceTarget> GetReference(int slot) const override;
+    void SetReference(int slot, std::shared_ptr<ReferenceTarget> node) override;
+    std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 };
 
 enum class LightKind { kDirectional, kPoint, kSpot };
@@ -117,15 +148,21 @@ enum class LightKind { kDirectional, kPoint, kSpot };
 // Shines along its local -Z (directional, spot) or all around.
 class LightObject : public Object {
 public:
-    LightKind kind = LightKind::kDirectional;
-    Color color{1, 1, 1};
-    float intensity = 1;
-    bool shadows = true;
+    Property<LightKind> kind{this, LightKind::kDirectional};
+    AnimatedProperty<Color> color{this, {1, 1, 1}};
+    AnimatedProperty<float> intensity{this, 1};
+    Property<bool> shadows{this, true};
     Reference<INode> target{this};
 
     bool IsLight() const override { return true; }
     INode* GetTargetNode() const override;
-    std::string ClassName() const override { return "Light"; }
+    Interval ObjectValidity(TimeValue t) const override;
+    static constexpr ClassInfo kClass{{0x3d1c0013, 0x52a7}, SuperClass::kLight, "Light"};
+    ClassInfo Class() const override { return kClass; }
+    int NumRefs() const override { return 1; }
+    std::shared_ptr<ReferenceTarget> GetReference(int slot) const override;
+    void SetReference(int slot, std::shared_ptr<ReferenceTarget> node) override;
+    std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 };
 
 struct Particle {
@@ -140,11 +177,12 @@ struct Particle {
     int event = -1;  // index into the system's events, -1 for none
 
     bool Exists() const { return hasPosition && age != kMissing; }
+    friend bool operator==(const Particle&, const Particle&) = default;
 };
 
 class ParticleObject : public Object {
 public:
-    std::vector<Particle> particles;
+    Property<std::vector<Particle>> particles{this};
 
     // Event nodes that particles point at. The same node keeps its index.
     int AddEvent(std::shared_ptr<INode> node);
@@ -152,7 +190,12 @@ public:
     INode* GetEvent(int i) const;  // null for -1
 
     bool IsParticleSystem() const override { return true; }
-    std::string ClassName() const override { return "Particles"; }
+    static constexpr ClassInfo kClass{{0x3d1c0014, 0x52a7}, SuperClass::kParticles, "Particles"};
+    ClassInfo Class() const override { return kClass; }
+    int NumRefs() const override { return NumEvents(); }
+    std::shared_ptr<ReferenceTarget> GetReference(int slot) const override;
+    void SetReference(int slot, std::shared_ptr<ReferenceTarget> node) override;
+    std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 
 private:
     std::vector<std::unique_ptr<Reference<INode>>> m_events;
@@ -160,11 +203,15 @@ private:
 
 class DummyObject : public Object {
 public:
-    std::string ClassName() const override { return "Dummy"; }
+    static constexpr ClassInfo kClass{{0x3d1c0015, 0x52a7}, SuperClass::kHelper, "Dummy"};
+    ClassInfo Class() const override { return kClass; }
+    std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 };
 
 // Head of a group; the members are the children of its node.
 class GroupObject : public Object {
 public:
-    std::string ClassName() const override { return "Group"; }
+    static constexpr ClassInfo kClass{{0x3d1c0016, 0x52a7}, SuperClass::kHelper, "Group"};
+    ClassInfo Class() const override { return kClass; }
+    std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 };

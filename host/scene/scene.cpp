@@ -9,56 +9,45 @@
 
 namespace {
 
-void Announce(HostNotify notice, INode* node) {
+void Announce(HostNotify notice, INode* node = nullptr) {
     if (HostContext* context = HostContext::Current())
         context->notifications.Broadcast(notice, node);
 }
 
+bool HasLowerHandle(const INode* a, const INode* b) { return a->GetHandle() < b->GetHandle(); }
+
+void InsertByHandle(std::vector<INode*>& nodes, INode* node) {
+    nodes.insert(std::lower_bound(nodes.begin(), nodes.end(), node, HasLowerHandle), node);
+}
+
+void RemoveByHandle(std::vector<INode*>& nodes, INode* node) {
+    auto it = std::lower_bound(nodes.begin(), nodes.end(), node, HasLowerHandle);
+    if (it != nodes.end() && *it == node) nodes.erase(it);
+}
+
+// Puts the value under the key, or takes it out when it is null; gives back what was there.
+template <class T>
+std::shared_ptr<T> PutEntry(std::map<std::string, std::shared_ptr<T>>& map, const std::string& key,
+                            std::shared_ptr<T> value) {
+    auto it = map.find(key);
+    std::shared_ptr<T> before = it == map.end() ? nullptr : it->second;
+    if (value)
+        map[key] = std::move(value);
+    else if (it != map.end())
+        map.erase(it);
+    return before;
+}
+
+template <class T>
+void SetEntry(Scene& scene, std::map<std::string, std::shared_ptr<T>>& map, const std::string& key,
+              std::shared_ptr<T> value) {
+    std::shared_ptr<T> before = PutEntry(map, key, std::move(value));
+    RecordExchange(scene, [&map, key, other = std::move(before)]() mutable {
+        other = PutEntry(map, key, std::move(other));
+    });
+}
+
 }  // namespace
-
-// Adding and deleting are one record: what one direction undoes the other redoes. The references
-// that a deletion empties put records of their own.
-class NodeRestore : public RestoreObj {
-public:
-    NodeRestore(Scene& scene, std::shared_ptr<INode> node, INode* parent, bool added)
-        : m_scene(scene),
-          m_node(std::move(node)),
-          m_parent(parent->shared_from_this()),
-          m_added(added),
-          m_local(m_node->GetLocalTM()),
-          m_index(IndexInParent()) {
-        m_scene.m_recorded = true;
-        if (!added) m_children = m_node->m_children;  // what deletion will move up
-    }
-
-    void Restore(bool) override { m_added ? Take() : Bring(); }
-    void Redo() override { m_added ? Bring() : Take(); }
-
-private:
-    INode* Parent() const { return static_cast<INode*>(m_parent.get()); }
-    size_t IndexInParent() const {
-        const auto& siblings = Parent()->m_children;
-        return size_t(std::find(siblings.begin(), siblings.end(), m_node) - siblings.begin());
-    }
-    void Take() { m_scene.Detach(m_node); }
-    void Bring() {
-        auto& siblings = Parent()->m_children;
-        m_node->m_parent = Parent();
-        siblings.insert(siblings.begin() + ptrdiff_t(std::min(m_index, siblings.size())), m_node);
-        m_node->m_local = m_local;
-        m_scene.Enter(*m_node);
-        for (const auto& child : m_children) m_node->AttachChild(child, true);
-        Announce(HostNotify::kNodeAdded, m_node.get());
-    }
-
-    Scene& m_scene;
-    std::shared_ptr<INode> m_node;
-    std::shared_ptr<ReferenceTarget> m_parent;
-    bool m_added;
-    Matrix3 m_local;
-    size_t m_index;
-    std::vector<std::shared_ptr<INode>> m_children;
-};
 
 Scene::Scene() : m_root(INode::Create("Scene Root")) {
     m_root->m_scene = this;
@@ -66,10 +55,11 @@ Scene::Scene() : m_root(INode::Create("Scene Root")) {
 }
 
 Scene::~Scene() {
-    // Its records speak of this scene.
-    if (Hold* hold = CurrentHold(); hold && m_recorded) hold->Clear();
+    if (HostContext* context = HostContext::Current()) context->SceneGoes(*this);
+    undo.Clear();
     // References between nodes may form rings; emptying them lets everything go. Objects go first
     // and take most references with them.
+    HoldSuspender noUndo(CurrentHold());
     for (INode* node : m_nodes) node->m_object = nullptr;
     for (INode* node : std::vector<INode*>(m_nodes)) {
         node->NotifyDeleted();
@@ -78,22 +68,42 @@ Scene::~Scene() {
     for (INode* node : m_nodes) node->m_parent = nullptr;
 }
 
+// --- view and time
+
+void Scene::SetView(const std::optional<ViewState>& view) {
+    m_view = view;
+    Announce(HostNotify::kViewChanged);
+}
+
+void Scene::SetViewCamera(std::shared_ptr<INode> camera) {
+    m_viewCamera = std::move(camera);
+    Announce(HostNotify::kViewChanged);
+}
+
 std::optional<ViewState> Scene::ActiveView(TimeValue t) const {
-    INode* node = viewCamera.Get();
+    INode* node = m_viewCamera.Get();
     auto* camera = node ? dynamic_cast<CameraObject*>(node->GetObjectRef()) : nullptr;
-    if (!camera) return view;
-    return ViewState{node->GetNodeTM(t), camera->fovDegrees};
+    if (!camera) return m_view;
+    return ViewState{node->GetNodeTM(t), camera->fovDegrees.At(t)};
 }
 
 void Scene::SetTime(TimeValue t) {
     if (t == m_time) return;
     m_time = t;
-    Announce(HostNotify::kTimeChanged, nullptr);
+    Announce(HostNotify::kTimeChanged);
 }
+
+// --- nodes
 
 INode* Scene::FindNode(const std::string& name) const {
     auto it = m_byName.find(name);
     return it == m_byName.end() || it->second.empty() ? nullptr : it->second.front();
+}
+
+INode* Scene::FindHandle(NodeHandle handle) const {
+    auto it = std::partition_point(m_nodes.begin(), m_nodes.end(),
+                                   [handle](const INode* n) { return n->GetHandle() < handle; });
+    return it != m_nodes.end() && (*it)->GetHandle() == handle ? *it : nullptr;
 }
 
 std::string Scene::UniqueNodeName(const std::string& name) const {
@@ -106,13 +116,14 @@ std::string Scene::UniqueNodeName(const std::string& name) const {
 INode* Scene::AddNode(std::shared_ptr<INode> node, INode* parent) {
     if (!parent) parent = m_root.get();
     INode* added = node.get();
-    parent->AttachChild(node, false);
-    Hold* hold = CurrentHold();
-    VisitNodes(added, [this, hold](INode* n) {
+    {
+        HoldSuspender partOfAdding(CurrentHold());
+        parent->AttachChild(node, false);
+    }
+    VisitNodes(added, [this](INode* n) {
+        n->m_handle = ++m_lastHandle;
         Enter(*n);
-        auto shared = std::static_pointer_cast<INode>(n->shared_from_this());
-        if (hold && hold->Holding())
-            hold->Put(std::make_unique<NodeRestore>(*this, shared, n->m_parent, true));
+        RecordPresence(*n, true);
         Announce(HostNotify::kNodeAdded, n);
     });
     return added;
@@ -125,49 +136,175 @@ INode* Scene::AddNode(const std::string& name, std::shared_ptr<Object> object, I
 void Scene::DeleteNode(INode& node) {
     if (&node == m_root.get() || node.m_scene != this) return;
     auto keep = std::static_pointer_cast<INode>(node.shared_from_this());
-    Hold* hold = CurrentHold();
-    if (hold && hold->Holding())
-        hold->Put(std::make_unique<NodeRestore>(*this, keep, node.m_parent, false));
-    Detach(keep);
+    Announce(HostNotify::kNodeDeleted, &node);
+    for (const auto& child : std::vector<std::shared_ptr<INode>>(node.m_children))
+        node.m_parent->AttachChild(child, true);
+    node.NotifyDeleted();
+    RecordPresence(node, false);
+    TakeOut(node);
 }
 
-void Scene::Detach(const std::shared_ptr<INode>& node) {
-    Announce(HostNotify::kNodeDeleted, node.get());
-    INode* parent = node->m_parent;
-    for (const auto& child : std::vector<std::shared_ptr<INode>>(node->m_children))
-        parent->AttachChild(child, true);
-    std::erase(parent->m_children, node);
-    node->m_parent = nullptr;
-    Leave(*node);
-    node->NotifyDeleted();
+// Being there and not being there are one record: what one direction undoes the other redoes.
+// isIn: whether the node is there now, after being added, or will not be, being deleted. What
+// refers to a node that an undone addition takes out refers to it again when it is redone.
+void Scene::RecordPresence(INode& node, bool isIn) {
+    auto parent = std::static_pointer_cast<INode>(node.m_parent->shared_from_this());
+    auto exchange = [this, n = &node, parent, place = node.PlaceInParent(), isIn,
+                     lost = Hold::Records()]() mutable {
+        if (isIn) {
+            place = n->PlaceInParent();
+            Announce(HostNotify::kNodeDeleted, n);
+            lost = Hold::RecordApart([n] { n->NotifyDeleted(); });
+            TakeOut(*n);
+        } else {
+            PutIn(*n, *parent, place);
+            Hold::RestoreAll(lost);
+            Announce(HostNotify::kNodeAdded, n);
+        }
+        isIn = !isIn;
+    };
+    RecordExchange(node, std::move(exchange));
+}
+
+void Scene::PutIn(INode& node, INode& parent, size_t place) {
+    node.PutBelow(parent, place);
+    Enter(node);
+}
+
+void Scene::TakeOut(INode& node) {
+    auto keep = std::static_pointer_cast<INode>(node.shared_from_this());
+    auto& siblings = node.m_parent->m_children;
+    siblings.erase(siblings.begin() + ptrdiff_t(node.PlaceInParent()));
+    node.m_parent = nullptr;
+    Leave(node);
 }
 
 void Scene::Enter(INode& node) {
     node.m_scene = this;
-    m_nodes.push_back(&node);
-    m_byName[node.m_name].push_back(&node);
-    MakeLayer(node.m_layer);
+    InsertByHandle(m_nodes, &node);
+    InsertByHandle(m_byName[node.m_name], &node);
+    node.m_sceneLayer = ShareLayer(node.m_layer);
 }
 
 void Scene::Leave(INode& node) {
     node.m_scene = nullptr;
-    std::erase(m_nodes, &node);
-    std::erase(m_byName[node.m_name], &node);
+    node.m_sceneLayer = nullptr;
+    RemoveByHandle(m_nodes, &node);
+    RemoveByHandle(m_byName[node.m_name], &node);
 }
 
 void Scene::NodeRenamed(INode& node, const std::string& oldName) {
-    std::erase(m_byName[oldName], &node);
-    m_byName[node.m_name].push_back(&node);
+    RemoveByHandle(m_byName[oldName], &node);
+    InsertByHandle(m_byName[node.m_name], &node);
     Announce(HostNotify::kNodeRenamed, &node);
 }
 
-Layer& Scene::MakeLayer(const std::string& name) {
-    auto [it, made] = m_layers.try_emplace(name);
-    if (made) it->second.name = name;
-    return it->second;
+std::vector<INode*> Scene::CloneNodes(std::span<INode* const> nodes) {
+    CloneMap map;
+    std::vector<std::shared_ptr<INode>> copies;
+    for (INode* node : nodes) {
+        auto copy = std::static_pointer_cast<INode>(node->Clone(map));
+        map.Add(*node, copy);
+        copies.push_back(std::move(copy));
+    }
+    {
+        HoldSuspender loose(CurrentHold());
+        map.Finish();
+    }
+    std::vector<INode*> added;
+    for (const auto& copy : copies) {
+        copy->m_name = UniqueNodeName(copy->m_name);
+        added.push_back(AddNode(copy));
+    }
+    // Parents may stand behind their children in the list, so that all are there first.
+    for (size_t i = 0; i < added.size(); ++i) {
+        INode* parent = nodes[i]->m_parent;
+        std::shared_ptr<ReferenceTarget> copy = map.Find(*parent);
+        if (copy) parent = static_cast<INode*>(copy.get());
+        if (parent != m_root.get()) parent->AttachChild(copies[i], false);
+    }
+    return added;
 }
 
-Layer* Scene::FindLayer(const std::string& name) {
+void Scene::Reset() {
+    Announce(HostNotify::kSystemPreReset);
+    {
+        HoldSuspender noUndo(CurrentHold());
+        while (!m_nodes.empty()) DeleteNode(*m_nodes.back());
+        m_texmaps.clear();
+        m_materials.clear();
+        m_layers.clear();
+        MakeLayer("0");
+        unitScale = 1.0;
+        ticksPerFrame = 160;
+        timeRange = TimeRange{};
+        render = SceneRenderSettings{};
+        SetView(std::nullopt);
+        SetTime(0);
+        path.clear();
+    }
+    undo.Clear();
+    Announce(HostNotify::kSystemPostReset);
+}
+
+// --- selection
+
+std::vector<INode*> Scene::Selection() const {
+    std::vector<INode*> selected;
+    for (INode* node : m_nodes)
+        if (node->IsSelected()) selected.push_back(node);
+    return selected;
+}
+
+void Scene::SetSelected(std::span<INode* const> nodes) {
+    for (INode* node : m_nodes) node->m_selected = false;
+    for (INode* node : nodes)
+        if (node->m_scene == this) node->m_selected = true;
+    Announce(HostNotify::kSelectionChanged);
+}
+
+void Scene::Select(std::span<INode* const> nodes) {
+    std::vector<INode*> before = Selection();
+    std::vector<INode*> wanted(nodes.begin(), nodes.end());
+    std::sort(wanted.begin(), wanted.end(), HasLowerHandle);
+    wanted.erase(std::unique(wanted.begin(), wanted.end()), wanted.end());
+    if (wanted == before) return;
+    // By handle: the nodes may be gone and come back meanwhile.
+    std::vector<NodeHandle> handles;
+    for (const INode* node : before) handles.push_back(node->m_handle);
+    RecordExchange(
+        *this,
+        [this, other = handles]() mutable {
+            std::vector<NodeHandle> now;
+            for (const INode* node : Selection()) now.push_back(node->m_handle);
+            std::vector<INode*> again;
+            for (NodeHandle handle : std::exchange(other, std::move(now)))
+                if (INode* node = FindHandle(handle)) again.push_back(node);
+            SetSelected(again);
+        },
+        HeapBytes(handles));
+    SetSelected(wanted);
+}
+
+// --- maps, materials, layers
+
+void Scene::SetTexmap(const std::string& name, std::shared_ptr<Texmap> texmap) {
+    SetEntry(*this, m_texmaps, name, std::move(texmap));
+}
+
+void Scene::SetMaterial(const std::string& name, std::shared_ptr<Mtl> mtl) {
+    SetEntry(*this, m_materials, name, std::move(mtl));
+}
+
+Layer& Scene::MakeLayer(const std::string& name) { return *ShareLayer(name); }
+
+std::shared_ptr<Layer> Scene::ShareLayer(const std::string& name) {
+    std::shared_ptr<Layer>& layer = m_layers[name];
+    if (!layer) layer = std::make_shared<Layer>(name);
+    return layer;
+}
+
+Layer* Scene::FindLayer(const std::string& name) const {
     auto it = m_layers.find(name);
-    return it == m_layers.end() ? nullptr : &it->second;
+    return it == m_layers.end() ? nullptr : it->second.get();
 }

@@ -1,25 +1,23 @@
-// A scene: nodes, named texture maps and materials, layers, time, units and render settings.
+// A scene: nodes, named texture maps and materials, layers, selection, time, units and render
+// settings.
 //
-// A scene owns its nodes through its root. Names of nodes are found fast; the scene does not
-// enforce that they are unique (the first node of a name is found). One thread changes a scene.
+// A scene owns its nodes through its root, and the undo list of its changes. Names and handles of
+// nodes are found fast; the scene does not enforce that names are unique (the first node of a name
+// is found). Changes are announced to the current session. One thread changes a scene.
 #pragma once
 
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <span>
 #include <unordered_map>
 #include <vector>
 
+#include "host/params/hold.h"
+#include "host/scene/layer.h"
 #include "host/scene/node.h"
 #include "host/scene/texmap.h"
-
-struct Layer {
-    std::string name;
-    bool hidden = false;
-    bool frozen = false;
-    bool renderable = true;
-};
 
 // The active viewport: a camera frame (looks along -Z) and its horizontal field of view.
 struct ViewState {
@@ -40,26 +38,34 @@ struct SceneRenderSettings {
     friend bool operator==(const SceneRenderSettings&, const SceneRenderSettings&) = default;
 };
 
+struct TimeRange {
+    TimeValue start = 0, end = 100 * 160;
+    friend bool operator==(const TimeRange&, const TimeRange&) = default;
+};
+
 class Scene : public ReferenceMaker {
 public:
     Scene();
     ~Scene();
 
-    double unitScale = 1;  // metres in one scene unit
-    int ticksPerFrame = 160;
-    SceneRenderSettings render;
-    Reference<INode> renderCamera{this};
+    // The changes of this scene, while it is the session's current one.
+    Hold undo;
     // The undo records of a scene go with it.
-    std::shared_ptr<void> KeepForUndo() override {
-        m_recorded = true;
-        return {std::shared_ptr<void>(), this};
-    }
-    std::optional<ViewState> view;
-    // The camera that the active viewport looks through; without one `view` stands for itself.
-    Reference<INode> viewCamera{this};
+    std::shared_ptr<void> KeepForUndo() override { return {std::shared_ptr<void>(), this}; }
+
+    Property<double> unitScale{this, 1.0};  // metres in one scene unit
+    Property<int> ticksPerFrame{this, 160};
+    Property<TimeRange> timeRange{this};  // of animations
+    Property<SceneRenderSettings> render{this};
+    Reference<INode> renderCamera{this};
     std::string path;  // file that the scene came from, empty for none
 
-    // What the active viewport shows at a time: through its camera, else `view`.
+    // The active viewport: through a camera, else a view of its own.
+    const std::optional<ViewState>& View() const { return m_view; }
+    void SetView(const std::optional<ViewState>& view);
+    INode* ViewCamera() const { return m_viewCamera.Get(); }
+    void SetViewCamera(std::shared_ptr<INode> camera);
+    // What the active viewport shows at a time.
     std::optional<ViewState> ActiveView(TimeValue t) const;
 
     TimeValue GetTime() const { return m_time; }
@@ -70,6 +76,7 @@ public:
     const std::vector<INode*>& Nodes() const { return m_nodes; }
     // Null when there is none. The first added wins among equals.
     INode* FindNode(const std::string& name) const;
+    INode* FindHandle(NodeHandle handle) const;
     // `name`, or name with the first free three-digit number behind it when it is taken.
     std::string UniqueNodeName(const std::string& name) const;
 
@@ -81,27 +88,48 @@ public:
     // Takes a node out. Everything that refers to it loses the reference; its children move up to
     // its parent and keep their place in the world. Undoable.
     void DeleteNode(INode& node);
+    // Copies of nodes of this scene, each with a copy of its object and a name of its own, beside
+    // the node or below the copy of its parent. What the copies refer to is copied where it is
+    // among the nodes, and shared otherwise. In the order of `nodes`; undoable.
+    std::vector<INode*> CloneNodes(std::span<INode* const> nodes);
+    // Takes all nodes, maps, materials and layers out, forgets the undo list and announces it.
+    void Reset();
 
-    // Texture maps and materials by name; assigning a name anew replaces.
-    std::map<std::string, std::shared_ptr<Texmap>> texmaps;
-    std::map<std::string, std::shared_ptr<Mtl>> materials;
+    // Selected nodes, in the order of Nodes().
+    std::vector<INode*> Selection() const;
+    // Selects these nodes of the scene and no other; announced once, undoable.
+    void Select(std::span<INode* const> nodes);
+
+    // Texture maps and materials by name; a name assigned anew replaces, null takes it out.
+    // Undoable.
+    const std::map<std::string, std::shared_ptr<Texmap>>& Texmaps() const { return m_texmaps; }
+    void SetTexmap(const std::string& name, std::shared_ptr<Texmap> texmap);
+    const std::map<std::string, std::shared_ptr<Mtl>>& Materials() const { return m_materials; }
+    void SetMaterial(const std::string& name, std::shared_ptr<Mtl> mtl);
 
     Layer& MakeLayer(const std::string& name);  // found or made
-    Layer* FindLayer(const std::string& name);
-    const std::map<std::string, Layer>& Layers() const { return m_layers; }
+    std::shared_ptr<Layer> ShareLayer(const std::string& name);
+    Layer* FindLayer(const std::string& name) const;
+    const std::map<std::string, std::shared_ptr<Layer>>& Layers() const { return m_layers; }
 
 private:
     friend class INode;
-    friend class NodeRestore;
     void NodeRenamed(INode& node, const std::string& oldName);
+    void RecordPresence(INode& node, bool isIn);
     void Enter(INode& node);
     void Leave(INode& node);
-    void Detach(const std::shared_ptr<INode>& node);
+    void PutIn(INode& node, INode& parent, size_t place);
+    void TakeOut(INode& node);
+    void SetSelected(std::span<INode* const> nodes);
 
     TimeValue m_time = 0;
-    bool m_recorded = false;  // undo records speak of this scene
+    std::optional<ViewState> m_view;
+    Reference<INode> m_viewCamera{this};
+    NodeHandle m_lastHandle = 0;
     std::shared_ptr<INode> m_root;
-    std::vector<INode*> m_nodes;
-    std::unordered_map<std::string, std::vector<INode*>> m_byName;
-    std::map<std::string, Layer> m_layers;
+    std::vector<INode*> m_nodes;  // by rising handle
+    std::unordered_map<std::string, std::vector<INode*>> m_byName;  // each by rising handle
+    std::map<std::string, std::shared_ptr<Layer>> m_layers;
+    std::map<std::string, std::shared_ptr<Texmap>> m_texmaps;
+    std::map<std::string, std::shared_ptr<Mtl>> m_materials;
 };

@@ -9,7 +9,8 @@
 
 #include "host/math/color.h"
 #include "host/math/point.h"
-#include "host/scene/reference.h"
+#include "host/params/clone_map.h"
+#include "host/params/property.h"
 
 // Where a map is asked. The caller picks the mapping coordinates (of the map's channel, or a grid's
 // own), before tiling, rotation and offset; the map applies these itself.
@@ -20,24 +21,26 @@ struct TexPoint {
 
 class Texmap : public ReferenceTarget {
 public:
-    std::string name;
-    int channel = 1;      // mapping channel that the map asks for when a renderer shades
-    Point2 tiling{1, 1};  // texture coordinates are multiplied by it, then turned, then shifted
-    Point2 offset{0, 0};
+    Property<std::string> name{this};
+    // Mapping channel that the map asks for when a renderer shades.
+    Property<int> channel{this, 1};
+    // Texture coordinates are multiplied by the tiling, then turned, then shifted.
+    Property<Point2> tiling{this, {1, 1}};
+    Property<Point2> offset{this, {0, 0}};
 
     // Turns tiled coordinates about their origin, counter-clockwise.
     void SetRotation(float degrees);
-    float RotationDegrees() const { return m_rotationDegrees; }
+    float RotationDegrees() const { return m_turn->degrees; }
 
     // The coordinates after tiling, rotation and offset.
     Point3 Place(const Point3& uvw) const {
-        float u = uvw.x * tiling.x, v = uvw.y * tiling.y;
-        if (m_rotationDegrees != 0) {
-            float turned = u * m_cos - v * m_sin;
-            v = u * m_sin + v * m_cos;
+        float u = uvw.x * tiling->x, v = uvw.y * tiling->y;
+        if (m_turn->degrees != 0) {
+            float turned = u * m_turn->cos - v * m_turn->sin;
+            v = u * m_turn->sin + v * m_turn->cos;
             u = turned;
         }
-        return {u + offset.x, v + offset.y, uvw.z};
+        return {u + offset->x, v + offset->y, uvw.z};
     }
 
     // Prepares the map for time t (loads images). False with a reason in `error` when it cannot.
@@ -52,8 +55,22 @@ public:
     // File of the image behind this map, empty when there is none (exporters keep it as a texture).
     virtual std::string ImageFile() const { return {}; }
 
-    std::string ClassName() const override { return "Texmap"; }
+    ClassInfo Class() const override { return {{}, SuperClass::kTexmap, "Texmap"}; }
+
+protected:
+    // What all maps have, into a copy.
+    void CopyPlacing(Texmap& copy) const {
+        copy.name = name;
+        copy.channel = channel;
+        copy.tiling = tiling;
+        copy.offset = offset;
+        copy.m_turn = m_turn;
+    }
 
 private:
-    float m_rotationDegrees = 0, m_sin = 0, m_cos = 1;
+    struct Turn {
+        float degrees = 0, sin = 0, cos = 1;
+        friend bool operator==(const Turn&, const Turn&) = default;
+    };
+    Property<Turn> m_turn{this};
 };

@@ -54,9 +54,7 @@ Point3 Finite(const Point3& p) { return {FiniteOrZero(p.x), FiniteOrZero(p.y), F
 
 void Texmap::SetRotation(float degrees) {
     double radians = double(degrees) * 3.14159265358979323846 / 180;
-    m_rotationDegrees = degrees;
-    m_sin = float(std::sin(radians));
-    m_cos = float(std::cos(radians));
+    m_turn = Turn{degrees, float(std::sin(radians)), float(std::cos(radians))};
 }
 
 AColor ColorTex::EvalColor(const TexPoint&) const { return Opaque(color); }
@@ -96,12 +94,21 @@ void CheckerTex::EvalColors(std::span<const TexPoint> points, std::span<AColor> 
 }
 
 void BitmapTex::SetFile(std::string file) {
+    RecordExchange(*this, [this, otherFile = m_file, otherImage = m_image]() mutable {
+        std::swap(m_file, otherFile);
+        std::swap(m_image, otherImage);
+        NotifyDependents();
+    });
     m_file = std::move(file);
     m_image = nullptr;
     NotifyDependents();
 }
 
 void BitmapTex::SetImage(std::shared_ptr<const Bitmap> image) {
+    RecordExchange(*this, [this, other = m_image]() mutable {
+        std::swap(m_image, other);
+        NotifyDependents();
+    });
     m_image = std::move(image);
     NotifyDependents();
 }
@@ -109,7 +116,7 @@ void BitmapTex::SetImage(std::shared_ptr<const Bitmap> image) {
 bool BitmapTex::Update(TimeValue, std::string* error) {
     if (m_image) return true;
     if (m_file.empty() || !m_loader) {
-        *error = fmt::format("texture map \"{}\": no image file is named", name);
+        *error = fmt::format("texture map \"{}\": no image file is named", name.Get());
         return false;
     }
     m_image = m_loader(m_file, error);
@@ -147,11 +154,65 @@ void BitmapTex::EvalColors(std::span<const TexPoint> points, std::span<AColor> o
 }
 
 AColor NoiseTex::EvalColor(const TexPoint& p) const {
-    float scale = size != 0 ? 1 / size : 0;
+    float scale = size != 0.0f ? 1 / size : 0;
     float noise = FractalNoise3(p.position * scale, levels, uint32_t(seed));
     return Blend(color1, color2, Clamp01(0.5f + noise));
 }
 
 void NoiseTex::EvalColors(std::span<const TexPoint> points, std::span<AColor> out) const {
     EvalEach(points, out, [this](const TexPoint& p) { return NoiseTex::EvalColor(p); });
+}
+
+// Copies.
+
+std::shared_ptr<ReferenceTarget> ColorTex::Clone(CloneMap&) const {
+    auto copy = std::make_shared<ColorTex>();
+    CopyPlacing(*copy);
+    copy->color = color;
+    return copy;
+}
+
+std::shared_ptr<ReferenceTarget> UvwTex::Clone(CloneMap&) const {
+    auto copy = std::make_shared<UvwTex>();
+    CopyPlacing(*copy);
+    return copy;
+}
+
+std::shared_ptr<ReferenceTarget> GradientTex::Clone(CloneMap&) const {
+    auto copy = std::make_shared<GradientTex>();
+    CopyPlacing(*copy);
+    copy->color1 = color1;
+    copy->color2 = color2;
+    copy->axis = axis;
+    return copy;
+}
+
+std::shared_ptr<ReferenceTarget> CheckerTex::Clone(CloneMap&) const {
+    auto copy = std::make_shared<CheckerTex>();
+    CopyPlacing(*copy);
+    copy->color1 = color1;
+    copy->color2 = color2;
+    return copy;
+}
+
+std::shared_ptr<ReferenceTarget> BitmapTex::Clone(CloneMap&) const {
+    auto copy = std::make_shared<BitmapTex>(m_loader);
+    CopyPlacing(*copy);
+    copy->filter = filter;
+    copy->wrap = wrap;
+    copy->alphaOnly = alphaOnly;
+    copy->m_file = m_file;
+    copy->m_image = m_image;
+    return copy;
+}
+
+std::shared_ptr<ReferenceTarget> NoiseTex::Clone(CloneMap&) const {
+    auto copy = std::make_shared<NoiseTex>();
+    CopyPlacing(*copy);
+    copy->color1 = color1;
+    copy->color2 = color2;
+    copy->size = size;
+    copy->levels = levels;
+    copy->seed = seed;
+    return copy;
 }

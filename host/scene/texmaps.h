@@ -12,11 +12,13 @@
 
 class ColorTex : public Texmap {
 public:
-    Color color{1, 1, 1};
+    Property<Color> color{this, {1, 1, 1}};
 
     AColor EvalColor(const TexPoint& p) const override;
     void EvalColors(std::span<const TexPoint> points, std::span<AColor> out) const override;
-    std::string ClassName() const override { return "color"; }
+    static constexpr ClassInfo kClass{{0x3d1c0030, 0x52a7}, SuperClass::kTexmap, "color"};
+    ClassInfo Class() const override { return kClass; }
+    std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 };
 
 // (frac u, frac v, frac w) as red, green, blue.
@@ -24,29 +26,35 @@ class UvwTex : public Texmap {
 public:
     AColor EvalColor(const TexPoint& p) const override;
     void EvalColors(std::span<const TexPoint> points, std::span<AColor> out) const override;
-    std::string ClassName() const override { return "uvw"; }
+    static constexpr ClassInfo kClass{{0x3d1c0031, 0x52a7}, SuperClass::kTexmap, "uvw"};
+    ClassInfo Class() const override { return kClass; }
+    std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 };
 
 // From color1 at 0 to color2 at 1 along u or v; constant beyond.
 class GradientTex : public Texmap {
 public:
     enum Axis { kU, kV };
-    Color color1{0, 0, 0}, color2{1, 1, 1};
-    Axis axis = kV;
+    Property<Color> color1{this, {0, 0, 0}}, color2{this, {1, 1, 1}};
+    Property<Axis> axis{this, kV};
 
     AColor EvalColor(const TexPoint& p) const override;
     void EvalColors(std::span<const TexPoint> points, std::span<AColor> out) const override;
-    std::string ClassName() const override { return "gradient"; }
+    static constexpr ClassInfo kClass{{0x3d1c0032, 0x52a7}, SuperClass::kTexmap, "gradient"};
+    ClassInfo Class() const override { return kClass; }
+    std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 };
 
 // color1 where floor(2u) + floor(2v) is even, else color2: two by two fields a unit.
 class CheckerTex : public Texmap {
 public:
-    Color color1{0, 0, 0}, color2{1, 1, 1};
+    Property<Color> color1{this, {0, 0, 0}}, color2{this, {1, 1, 1}};
 
     AColor EvalColor(const TexPoint& p) const override;
     void EvalColors(std::span<const TexPoint> points, std::span<AColor> out) const override;
-    std::string ClassName() const override { return "checker"; }
+    static constexpr ClassInfo kClass{{0x3d1c0033, 0x52a7}, SuperClass::kTexmap, "checker"};
+    ClassInfo Class() const override { return kClass; }
+    std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 };
 
 // Reads an image file; null with a reason in `error`.
@@ -59,14 +67,16 @@ class BitmapTex : public Texmap {
 public:
     enum class Filter { kNearest, kBilinear };
     enum class Wrap { kTile, kClamp, kMirror };
-    Filter filter = Filter::kBilinear;
-    Wrap wrap = Wrap::kTile;
-    bool alphaOnly = false;  // white with the image's alpha: the cut-out of a colour image
+    Property<Filter> filter{this, Filter::kBilinear};
+    Property<Wrap> wrap{this, Wrap::kTile};
+    // White with the image's alpha: the cut-out of a colour image.
+    Property<bool> alphaOnly{this, false};
 
     // The loader is asked at the first Update after the file was named.
     explicit BitmapTex(BitmapLoader loader) : m_loader(std::move(loader)) {}
 
     const std::string& File() const { return m_file; }
+    // Another file; tells, and can be undone.
     void SetFile(std::string file);
     // Shows an image that has no file of its own (textures packed in a model file).
     void SetImage(std::shared_ptr<const Bitmap> image);
@@ -78,7 +88,9 @@ public:
     AColor EvalColor(const TexPoint& p) const override;
     void EvalColors(std::span<const TexPoint> points, std::span<AColor> out) const override;
     std::string ImageFile() const override { return m_file; }
-    std::string ClassName() const override { return "bitmap"; }
+    static constexpr ClassInfo kClass{{0x3d1c0034, 0x52a7}, SuperClass::kTexmap, "bitmap"};
+    ClassInfo Class() const override { return kClass; }
+    std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 
 private:
     AColor Lookup(const TexPoint& p) const;
@@ -93,12 +105,15 @@ private:
 // at position / size). `levels` octaves, each of twice the frequency and half the weight.
 class NoiseTex : public Texmap {
 public:
-    Color color1{0, 0, 0}, color2{1, 1, 1};
-    float size = 25;  // length of a lattice cell, scene units; 0 gives the middle of the colours
-    int levels = 3;   // 1..16
-    int seed = 0;
+    Property<Color> color1{this, {0, 0, 0}}, color2{this, {1, 1, 1}};
+    // Length of a lattice cell, scene units; 0 gives the middle of the colours.
+    Property<float> size{this, 25.0f};
+    Property<int> levels{this, 3};  // 1..16
+    Property<int> seed{this, 0};
 
     AColor EvalColor(const TexPoint& p) const override;
     void EvalColors(std::span<const TexPoint> points, std::span<AColor> out) const override;
-    std::string ClassName() const override { return "noise"; }
+    static constexpr ClassInfo kClass{{0x3d1c0035, 0x52a7}, SuperClass::kTexmap, "noise"};
+    ClassInfo Class() const override { return kClass; }
+    std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 };

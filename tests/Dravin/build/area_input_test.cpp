@@ -42,7 +42,7 @@ protected:
     }
     static std::shared_ptr<ShapeObject> Line(bool closed) {
         auto shape = std::make_shared<ShapeObject>();
-        shape->shape.splines = {{{{{0, 0, 1}}, {{4, 0, 1}}, {{4, 3, 1}}}, closed}};
+        shape->shape = BezierShape{{{{{{0, 0, 1}}, {{4, 0, 1}}, {{4, 3, 1}}}, closed}}};
         return shape;
     }
     IParamBlock2& Rows() { return object->Block(kAreaParams); }
@@ -184,13 +184,13 @@ TEST_F(AreaInput, UnchangedSplinesAreUsedAgain) {
     AddRow(kAreaSpline, Add("other", Line(true), {50, 0, 0}));
     EXPECT_MADE(2u);
     EXPECT_MADE(0u);
-    line->shape.splines[0].knots[0].p = {-7, 0, 1};
+    line->shape.Edit([](BezierShape& s) { s.splines[0].knots[0].p = {-7, 0, 1}; });
     EXPECT_MADE(1u);
     EXPECT_EQ(Make()[0].shape.lines[0].points[0], (Point3{-7, 0, 1}));
     node->SetLocalTM(Matrix3::Translation({1, 0, 0}));
     EXPECT_MADE(1u);
     EXPECT_EQ(Make()[0].shape.lines[0].points[0], (Point3{-6, 0, 1}));
-    line->shape.steps = 9;
+    line->shape.Edit([](BezierShape& s) { s.steps = 9; });
     EXPECT_MADE(1u);
 }
 

@@ -72,8 +72,9 @@ protected:
     }
     INode* AddSpline(std::vector<Point3> points, bool closed = true) {
         auto shape = std::make_shared<ShapeObject>();
-        shape->shape.splines.push_back({{}, closed});
-        for (const Point3& p : points) shape->shape.splines[0].knots.push_back({p});
+        BezierSpline spline{{}, closed};
+        for (const Point3& p : points) spline.knots.push_back({p});
+        shape->shape = BezierShape{{spline}};
         return scene.AddNode("spline", shape);
     }
     INode* AddCamera(float fovDegrees) {

@@ -148,7 +148,7 @@ TEST_F(CameraInput, AutomaticCamerasFollowTheRenderCamera) {
 }
 
 TEST_F(CameraInput, WithoutARenderCameraThatOfTheViewIsTaken) {
-    scene.viewCamera = cameraNode;
+    scene.SetViewCamera(cameraNode);
     Set(kCamauto, true);
     CheckAutoCamera(*object, scene);
     EXPECT_EQ(object->Block(kCamParams).GetNode(kCamera), cameraNode.get());
@@ -161,9 +161,9 @@ TEST_F(CameraInput, WithoutARenderCameraThatOfTheViewIsTaken) {
 }
 
 TEST_F(CameraInput, AViewThroughACameraShowsWhatItSees) {
-    scene.view = ViewState{Matrix3::Translation({9, 9, 9}), 10};
+    scene.SetView(ViewState{Matrix3::Translation({9, 9, 9}), 10});
     EXPECT_EQ(scene.ActiveView(0)->fovDegrees, 10);
-    scene.viewCamera = cameraNode;
+    scene.SetViewCamera(cameraNode);
     EXPECT_EQ(scene.ActiveView(0)->fovDegrees, 90);
     EXPECT_EQ(scene.ActiveView(0)->transform.GetTrans(), (Point3{0, 0, 10}));
 }

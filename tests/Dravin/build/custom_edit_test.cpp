@@ -52,8 +52,8 @@ TEST_F(CustomEdit, StoresHeightsWithoutTheOffset) {
     Set(kTransformParams, transformParams::kTranszmin, 50);
     Set(kTransformParams, transformParams::kTranszmax, 50);
     SetMode(1);
-    ASSERT_FALSE(object->storedItems.empty());
-    EXPECT_EQ(object->storedItems[0].storedPosition.z, 0);
+    ASSERT_FALSE(object->StoredItems().empty());
+    EXPECT_EQ(object->StoredItems()[0].storedPosition.z, 0);
     EXPECT_EQ(Run().Items().Item(0).position.z, 1.5f);  // half of the box's height
 }
 
@@ -63,16 +63,18 @@ TEST_F(CustomEdit, ACameraLimitsOnlyWhenAskedTo) {
     ASSERT_GT(visible, 0u);
     ASSERT_LT(visible, 400u);
     ConvertToCustomEdit(*object, 0, FrozenItems::kInView);
-    EXPECT_EQ(object->storedItems.size(), visible);
+    EXPECT_EQ(object->StoredItems().size(), visible);
     ConvertToCustomEdit(*object, 0, FrozenItems::kAll);
-    EXPECT_EQ(object->storedItems.size(), 400u);
+    EXPECT_EQ(object->StoredItems().size(), 400u);
 }
 
 TEST_F(CustomEdit, ABuildOfTheSelectionLeavesTheOtherItemsAsTheyWere) {
     SetMode(1);
     Run();
-    for (TStoredItem& item : object->storedItems) item.storedPosition.x += 0.25f;
-    object->storedItems[3].selected = true;
+    std::vector<TStoredItem> edited = object->StoredItems();
+    for (TStoredItem& item : edited) item.storedPosition.x += 0.25f;
+    edited[3].selected = true;
+    object->SetStoredItems(edited);
     std::vector<TDravinItem> before = Items();
     TBuildFlags flags;
     flags.selectedOnly = true;
@@ -82,7 +84,8 @@ TEST_F(CustomEdit, ABuildOfTheSelectionLeavesTheOtherItemsAsTheyWere) {
     EXPECT_EQ(after[3].position.x, before[3].position.x + 0.25f);
     EXPECT_EQ(after[4].position, before[4].position);
     // Another number of items cannot be matched: all are made anew.
-    object->storedItems.pop_back();
+    edited.pop_back();
+    object->SetStoredItems(edited);
     Run(flags);
     EXPECT_EQ(Items()[4].position.x, before[4].position.x + 0.25f);
 }
@@ -103,7 +106,7 @@ TEST_F(CustomEdit, DisplayLimitsDoNotThinWhatIsFrozen) {
     Set(kDispParams, dispParams::kVmaxitems, 100);
     EXPECT_LE(Run().Statistics().itemCount, 100);
     SetMode(1);
-    EXPECT_EQ(object->storedItems.size(), 400u);
+    EXPECT_EQ(object->StoredItems().size(), 400u);
     EXPECT_EQ(Run().Statistics().decimation, 4);
     EXPECT_EQ(object->Build().Statistics().discardedItems, 300);
 }
@@ -113,8 +116,8 @@ TEST_F(CustomEdit, OverlappingItemsGoBeforeTheyAreFrozen) {
     Set(kDistParams, distParams::kCollpreview, false);
     Set(kDistParams, distParams::kRadius, 300);
     SetMode(1);
-    EXPECT_LT(object->storedItems.size(), 200u);
-    size_t frozen = object->storedItems.size();
+    EXPECT_LT(object->StoredItems().size(), 200u);
+    size_t frozen = object->StoredItems().size();
     EXPECT_EQ(Run(Render()).Statistics().itemCount, int(frozen));
     EXPECT_FALSE(
         Logged("BuildItemArray->ComputeCollisions XY (" + std::to_string(frozen) + " items)"));
@@ -122,16 +125,16 @@ TEST_F(CustomEdit, OverlappingItemsGoBeforeTheyAreFrozen) {
 
 TEST_F(CustomEdit, BackInGenerateModeTheItemsAreDropped) {
     SetMode(1);
-    object->storedItems.resize(3);
+    object->SetStoredItems({object->StoredItems().begin(), object->StoredItems().begin() + 3});
     EXPECT_EQ(Run().Statistics().itemCount, 3);
     SetMode(0);
-    EXPECT_TRUE(object->storedItems.empty());
+    EXPECT_TRUE(object->StoredItems().empty());
     EXPECT_EQ(Run().Statistics().itemCount, 400);
 }
 
 TEST_F(CustomEdit, WithoutItemsTheStatusIs3) {
     SetMode(1);
-    object->storedItems.clear();
+    object->SetStoredItems({});
     EXPECT_EQ(Run().Status(), TBuildStatus::kNoItems);
     EXPECT_EQ(object->Build().Message()[0], "No items");
 }
@@ -139,7 +142,9 @@ TEST_F(CustomEdit, WithoutItemsTheStatusIs3) {
 TEST_F(CustomEdit, WhereNothingIsLeftTheStatusIs10AndTheCountOfDiscardedStays) {
     LimitToCamera();
     SetMode(1);
-    for (TStoredItem& item : object->storedItems) item.storedPosition.x = 1000;
+    std::vector<TStoredItem> far = object->StoredItems();
+    for (TStoredItem& item : far) item.storedPosition.x = 1000;
+    object->SetStoredItems(far);
     EXPECT_EQ(Run().Status(), TBuildStatus::kNoVisibleItems);
     EXPECT_TRUE(object->Build().Items().IsEmpty());
     EXPECT_EQ(object->Build().Statistics().discardedItems, 400);
@@ -162,7 +167,7 @@ TEST_F(CustomEdit, AreasMapsAndDistributionsPlayNoPart) {
 TEST_F(CustomEdit, AnObjectOutsideASceneHasNothingToFreeze) {
     auto lonely = TDravin::Create();
     lonely->Block(kEditionParams).SetValue(editionParams::kMode, 0, 1);
-    EXPECT_TRUE(lonely->storedItems.empty());
+    EXPECT_TRUE(lonely->StoredItems().empty());
 }
 
 }  // namespace

@@ -285,6 +285,21 @@ TEST_F(DravinBuild, ABuildThatReadsKeysIsValidForItsTimeOnly) {
     EXPECT_EQ(object->Build().Validity(), Interval::Instant(0));
 }
 
+// What the parameters name may move by keys of its own: the build holds no longer than that.
+TEST_F(DravinBuild, ABuildIsValidAsLongAsWhatItStandsOn) {
+    INode* ground = scene.AddNode("moving", std::make_shared<DummyObject>());
+    object->Block(kDistParams)
+        .Append(distParams::kDistpathnodes, Target(ground->shared_from_this()));
+    Run();
+    EXPECT_EQ(object->ObjectValidity(0), Interval::Forever());
+    auto place = std::make_shared<TransformController>();
+    place->position.SetTrack({{{100, Point3{}}, {200, Point3{1, 0, 0}}}});
+    ground->SetTMController(place);
+    EXPECT_EQ(object->ObjectValidity(0), Interval::Instant(0));
+    Run();
+    EXPECT_EQ(object->ObjectValidity(0), (Interval{kTimeNegInfinity, 100}));
+}
+
 TEST_F(DravinBuild, CollisionsRunInRendersAndWherePreviewed) {
     Set(kDistParams, distParams::kCollision, true);
     Set(kDistParams, distParams::kRadius, 300);
@@ -479,17 +494,18 @@ TEST_F(DravinBuild, AUvSurfaceWithoutItsChannelIsToldAndLeftOut) {
 
 TEST_F(DravinBuild, AParticleListWithHolesMakesTheOthers) {
     auto system = std::make_shared<ParticleObject>();
-    system->particles.resize(5);
-    for (size_t i = 0; i < 5; ++i) system->particles[i].hasPosition = i != 3;
-    for (size_t i = 0; i < 5; ++i) system->particles[i].position = {float(i), 1, 0};
-    system->particles[1].age = -1;
+    std::vector<Particle> particles(5);
+    for (size_t i = 0; i < 5; ++i) particles[i].hasPosition = i != 3;
+    for (size_t i = 0; i < 5; ++i) particles[i].position = {float(i), 1, 0};
+    particles[1].age = -1;
+    system->particles = particles;
     Set(kDistParams, distParams::kDistmode, 3);
     Set(kDistParams, distParams::kDistpflowallevents, true);
     object->Block(kDistParams)
         .Append(distParams::kDistpflownodes,
                 Target(scene.AddNode("p", system)->shared_from_this()));
     EXPECT_EQ(Run().Statistics().itemCount, 3);
-    system->particles.clear();
+    system->particles = {};
     EXPECT_EQ(Run().Status(), TBuildStatus::kNoVisibleItems);
 }
 
@@ -523,33 +539,34 @@ TEST_F(ScatterFixture, UndoAcrossTheSweepOfARepeatedSurface) {
     IParamBlock2& surfaces = object->Block(kSurfaceParams);
     surfaces.Append(surfaceParams::kSurflist, Target(second));
     surfaces.Append(surfaceParams::kSurflist, Target(box));
-    host.hold.Begin();
+    host.Undo().Begin();
     surfaces.SetValue(surfaceParams::kSurflist, 0, Target(plane), 2);  // there already: swept
-    host.hold.Accept("Pick");
+    host.Undo().Accept("Pick");
     EXPECT_EQ(surfaces.Count(surfaceParams::kSurflist), 2);
-    ASSERT_TRUE(host.hold.Undo());
+    ASSERT_TRUE(host.Undo().Undo());
     ASSERT_EQ(surfaces.Count(surfaceParams::kSurflist), 3);
     EXPECT_EQ(surfaces.GetNode(surfaceParams::kSurflist, 0, 2), box.get());
-    ASSERT_TRUE(host.hold.Redo());
+    ASSERT_TRUE(host.Undo().Redo());
     EXPECT_EQ(surfaces.Count(surfaceParams::kSurflist), 2);
-    ASSERT_TRUE(host.hold.Undo());
+    ASSERT_TRUE(host.Undo().Undo());
     EXPECT_EQ(surfaces.GetNode(surfaceParams::kSurflist, 0, 2), box.get());
 }
 
 TEST_F(ScatterFixture, UndoingASwitchOfTheModeBringsHandEditedItemsBack) {
     Set(kEditionParams, editionParams::kMode, 1);
-    object->storedItems.resize(3);
-    object->storedItems[1].userId = 42;
-    host.hold.Begin();
+    std::vector<TStoredItem> items(3);
+    items[1].userId = 42;
+    object->SetStoredItems(items);
+    host.Undo().Begin();
     Set(kEditionParams, editionParams::kMode, 0);
-    host.hold.Accept("Generate");
-    EXPECT_TRUE(object->storedItems.empty());
-    ASSERT_TRUE(host.hold.Undo());
-    ASSERT_EQ(object->storedItems.size(), 3u);
-    EXPECT_EQ(object->storedItems[1].userId, 42);
+    host.Undo().Accept("Generate");
+    EXPECT_TRUE(object->StoredItems().empty());
+    ASSERT_TRUE(host.Undo().Undo());
+    ASSERT_EQ(object->StoredItems().size(), 3u);
+    EXPECT_EQ(object->StoredItems()[1].userId, 42);
     EXPECT_EQ(object->Block(kEditionParams).GetInt(editionParams::kMode), 1);
-    ASSERT_TRUE(host.hold.Redo());
-    EXPECT_TRUE(object->storedItems.empty());
+    ASSERT_TRUE(host.Undo().Redo());
+    EXPECT_TRUE(object->StoredItems().empty());
 }
 
 TEST_F(ScatterFixture, ACameraThatIsNoneIsReported) {
@@ -567,15 +584,15 @@ TEST_F(ScatterFixture, ResetGivesLostCurvesBackAndDropsTheLegacySurface) {
     object->SetReference(kSlotAreaDensityCurve, nullptr);
     object->CurveSet(kSlotCamScaleCurve)->SetPoints(0, {{0, 1}, {1, 2}});
     TDravin fresh;
-    host.hold.Begin();
+    host.Undo().Begin();
     for (int id = 0; id < kNumDravinBlocks; ++id) object->Block(DravinBlockId(id)).ResetAll();
-    host.hold.Accept("Reset");
+    host.Undo().Accept("Reset");
     EXPECT_EQ(object->Block(kSurfaceParams).GetNode(surfaceParams::kReserved2), nullptr);
     for (DravinSlot slot : {kSlotAreaDensityCurve, kSlotCamScaleCurve}) {
         ASSERT_NE(object->CurveSet(slot), nullptr);
         EXPECT_EQ(object->CurveSet(slot)->Points(0), fresh.CurveSet(slot)->Points(0));
     }
-    host.hold.Undo();
+    host.Undo().Undo();
     EXPECT_EQ(object->Block(kSurfaceParams).GetNode(surfaceParams::kReserved2), plane.get());
     EXPECT_EQ(object->CurveSet(kSlotAreaDensityCurve), nullptr);
     EXPECT_EQ(object->CurveSet(kSlotCamScaleCurve)->Points(0)[1].py, 2);

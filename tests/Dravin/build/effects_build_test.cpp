@@ -3,7 +3,7 @@
 
 #include "Dravin/effects/effect_definition.h"
 #include "Dravin/effects/effect_list.h"
-#include "host/scene/controller.h"
+#include "host/params/controller.h"
 #include "tests/Dravin/build/scatter_fixture.h"
 
 using namespace effectParams;

@@ -29,19 +29,22 @@ protected:
 
     void AddNodes() {
         auto spline = std::make_shared<ShapeObject>();
+        BezierShape shape;
         for (int i = Roll(0, 3); i > 0; --i) {
-            BezierSpline& s = spline->shape.splines.emplace_back();
+            BezierSpline& s = shape.splines.emplace_back();
             s.closed = Once(2);
             for (int k = Roll(0, 6); k > 0; --k)
                 s.knots.push_back({{float(Roll(-9, 9)), float(Roll(-9, 9)), 0}, {}, {}});
         }
+        spline->shape = std::move(shape);
         auto particles = std::make_shared<ParticleObject>();
-        particles->particles.resize(size_t(Roll(0, 30)));
-        for (Particle& p : particles->particles) {
+        std::vector<Particle> flying(size_t(Roll(0, 30)));
+        for (Particle& p : flying) {
             p.hasPosition = !Once(4);
             p.age = Once(4) ? -1 : Roll(0, 100);
             p.position = {float(Roll(-9, 9)), float(Roll(-9, 9)), 0};
         }
+        particles->particles = std::move(flying);
         auto other = AddScatter("other").second;
         m_nodes = {nullptr,
                    plane,
@@ -178,9 +181,9 @@ TEST_P(RandomBuilds, FrozenItemsAreBuiltAgain) {
     Set(kEditionParams, editionParams::kMode, 1);
     const TDravinBuild& build = Run(Once(3) ? Render() : TBuildFlags());
     if (build.Status() != TBuildStatus::kSuccess) return;
-    EXPECT_EQ(build.Items().Count(), object->storedItems.size());
+    EXPECT_EQ(build.Items().Count(), object->StoredItems().size());
     for (size_t i = 0; i < build.Items().Count(); ++i)
-        EXPECT_EQ(build.Items().Item(i).seed, object->storedItems[i].seed);
+        EXPECT_EQ(build.Items().Item(i).seed, object->StoredItems()[i].seed);
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, RandomBuilds, testing::Range(1u, 201u));

@@ -44,8 +44,10 @@ RandomScene::RandomScene(Choices& choices, bool wild, bool disabledFirst)
     : m_choose(choices), m_wild(wild) {
     host.quiet = true;
     node = Add("scatter", object, Frame());
-    scene.render.width = 100 * m_choose.Int(1, 4);
-    scene.render.height = 100 * m_choose.Int(1, 3);
+    scene.render.Edit([&](SceneRenderSettings& render) {
+        render.width = 100 * m_choose.Int(1, 4);
+        render.height = 100 * m_choose.Int(1, 3);
+    });
     AddRows(*object);
     AddSurfaces();
     AddDistribution();
@@ -198,7 +200,7 @@ void RandomScene::AddPath() {
             Point3 handle = m_choose.Chance(50) ? Place(2, 1) : Point3{};
             spline.knots.push_back({p, handle * -1.0f, handle});
         }
-        shape->shape.splines.push_back(std::move(spline));
+        shape->shape.Edit([&](BezierShape& s) { s.splines.push_back(std::move(spline)); });
     }
     INode* path = Add("path", shape, Frame());
     object->Block(kDistParams).Append(distParams::kDistpathnodes, path->shared_from_this());
@@ -229,7 +231,7 @@ void RandomScene::AddParticles() {
         particle.position = Place(18, 3);
         particle.rotationDegrees = Place(180, 180);
         particle.age = m_choose.Chance(90) ? m_choose.Int(0, 1000) : Particle::kMissing;
-        system->particles.push_back(particle);
+        system->particles.Edit([&](auto& particles) { particles.push_back(particle); });
     }
     INode* added = Add("particles", system, Frame());
     object->Block(kDistParams).Append(distParams::kDistpflownodes, added->shared_from_this());
@@ -328,11 +330,13 @@ void RandomScene::AddSpline(int type) {
         return;
     }
     auto spline = std::make_shared<ShapeObject>();
+    BezierShape curves;
     for (const PolyLine& line : shape.lines) {
-        BezierSpline& made = spline->shape.splines.emplace_back();
+        BezierSpline& made = curves.splines.emplace_back();
         made.closed = line.closed;
         for (const Point3& p : line.points) made.knots.push_back({p});
     }
+    spline->shape = std::move(curves);
     Set("arnodelist", Add("area", spline, frame)->shared_from_this(), row);
 }
 
@@ -435,7 +439,7 @@ void RandomScene::AddFalloffs() {
 void RandomScene::AddDisabledArea() {
     int row = AppendAreaRow(kAreaSpline, false);
     auto shape = std::make_shared<ShapeObject>();
-    shape->shape.splines = {{{{{-9, -9, 0}}, {{9, -9, 0}}, {{0, 9, 0}}}, true}};
+    shape->shape = BezierShape{{{{{{-9, -9, 0}}, {{9, -9, 0}}, {{0, 9, 0}}}, true}}};
     Set("arnodelist", Add("disabled", shape, {})->shared_from_this(), row);
     Set("pf_aractivelist", false, row);
 }
@@ -483,10 +487,10 @@ void RandomScene::AddCamera() {
                     Matrix3::Translation(Place(10, 0) + Point3{0, 0, Number(5, 40)});
     Set("camera", Add("camera", camera, frame)->shared_from_this());
     bool limits = m_choose.Chance(60);
-    KnownCamera known{frame, camera->fovDegrees, 1, Number(10, 80), 0, 0};
+    KnownCamera known{frame, camera->fovDegrees.At(0), 1, Number(10, 80), 0, 0};
     known.widenPercent = float(m_choose.Int(0, 30));
     known.apexBehind = Number(0, 3);
-    known.aspect = float(scene.render.width) / float(scene.render.height);
+    known.aspect = float(scene.render->width) / float(scene.render->height);
     Set("camlimit", limits);
     Set("camfar", known.far);
     Set("camwidth", int(known.widenPercent));

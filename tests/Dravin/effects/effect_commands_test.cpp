@@ -134,11 +134,11 @@ TEST_F(EffectCommands, NamesRepeatAfterADeletion) {
 
 TEST_F(EffectCommands, AddingIsOneUndoStep) {
     commands.Add();
-    EXPECT_EQ(host.hold.NumUndoSteps(), 1u);
-    EXPECT_TRUE(host.hold.Undo());
+    EXPECT_EQ(host.Undo().NumUndoSteps(), 1u);
+    EXPECT_TRUE(host.Undo().Undo());
     for (ParamID id : {kEfidlist, kEfnamelist, kEfxmllist, kEfenablelist})
         EXPECT_EQ(block->Count(id), 0);
-    EXPECT_TRUE(host.hold.Redo());
+    EXPECT_TRUE(host.Undo().Redo());
     EXPECT_EQ(Names(), NameList{"Effect1"});
 }
 
@@ -147,7 +147,7 @@ TEST_F(EffectCommands, DeletingTakesTheParametersOfTheEffectAlong) {
     AddParameter("a", Id(0));
     AddParameter("b", Id(1));
     AddParameter("c", Id(0));
-    host.hold.Clear();
+    host.Undo().Clear();
     marks = 0;
     commands.Rows().Select({0});
     EXPECT_TRUE(commands.Delete());
@@ -155,8 +155,8 @@ TEST_F(EffectCommands, DeletingTakesTheParametersOfTheEffectAlong) {
     EXPECT_EQ(block->Count(kEfpaid), 1);
     EXPECT_EQ(commands.FindParameter("b"), 0);
     EXPECT_EQ(marks, 1);
-    EXPECT_EQ(host.hold.NumUndoSteps(), 1u);
-    EXPECT_TRUE(host.hold.Undo());
+    EXPECT_EQ(host.Undo().NumUndoSteps(), 1u);
+    EXPECT_TRUE(host.Undo().Undo());
     EXPECT_EQ(Names().size(), 2u);
     EXPECT_EQ(commands.FindParameter("c"), 2);
 }
@@ -352,15 +352,15 @@ TEST_F(EffectCommands, UndoAndRedoHandTheRecordToTheEditor) {
         if (running) applied.push_back(record.name);
         return running;
     };
-    host.hold.Begin();
-    host.hold.Put(std::make_unique<TEffParamRestore>(before, after, apply));
-    host.hold.Accept("Edit Parameter");
-    EXPECT_TRUE(host.hold.Undo());
-    EXPECT_TRUE(host.hold.Redo());
+    host.Undo().Begin();
+    host.Undo().Put(std::make_unique<TEffParamRestore>(before, after, apply));
+    host.Undo().Accept("Edit Parameter");
+    EXPECT_TRUE(host.Undo().Undo());
+    EXPECT_TRUE(host.Undo().Redo());
     EXPECT_EQ(applied, (NameList{"before", "after"}));
     running = false;  // the editor is closed: nothing happens, and nothing breaks
-    EXPECT_TRUE(host.hold.Undo());
-    EXPECT_TRUE(host.hold.Redo());
+    EXPECT_TRUE(host.Undo().Undo());
+    EXPECT_TRUE(host.Undo().Redo());
     EXPECT_EQ(applied.size(), 2u);
 }
 

@@ -24,7 +24,7 @@ protected:
         TSpecEntry entry;
         entry.probability = probability;
         rows.AppendRow(entry);
-        host.hold.Clear();
+        host.Undo().Clear();
     }
     float At(int i) { return block->GetFloat(geomParams::kProblist, 0, i); }
 };
@@ -38,8 +38,8 @@ TEST_F(ProbabilityCommands, NormaliseAsksAndIsOneUndoStep) {
               (std::vector<std::string>{"Do you want to normalize all Probability values ?"}));
     EXPECT_EQ(At(0), 25);
     EXPECT_EQ(At(1), 75);
-    EXPECT_EQ(host.hold.NumUndoSteps(), 1u);
-    EXPECT_TRUE(host.hold.Undo());
+    EXPECT_EQ(host.Undo().NumUndoSteps(), 1u);
+    EXPECT_TRUE(host.Undo().Undo());
     EXPECT_EQ(At(0), 1);
     EXPECT_EQ(At(1), 3);
 }
@@ -50,7 +50,7 @@ TEST_F(ProbabilityCommands, NormaliseWithAllZeroChangesNothing) {
     user->answers = {Answer::kYes};
     EXPECT_FALSE(NormaliseProbabilitiesCommand(rows));
     EXPECT_EQ(At(0), 0);
-    EXPECT_EQ(host.hold.NumUndoSteps(), 0u);
+    EXPECT_EQ(host.Undo().NumUndoSteps(), 0u);
 }
 
 TEST_F(ProbabilityCommands, NoMeansNothing) {
@@ -68,7 +68,7 @@ TEST_F(ProbabilityCommands, RandomiseDrawsWholePercentagesFromTheSharedGenerator
     user->answers = {Answer::kYes};
     EXPECT_TRUE(RandomiseProbabilitiesCommand(rows));
     for (int i : {0, 1}) EXPECT_EQ(At(i), float(uint64_t{same.Step()} * 100 >> 32) + 1);
-    EXPECT_EQ(host.hold.NumUndoSteps(), 1u);
+    EXPECT_EQ(host.Undo().NumUndoSteps(), 1u);
 }
 
 }  // namespace

@@ -60,7 +60,7 @@ TEST_F(TreeSpecList, BlackColorIdsAreDrawnOnce) {
         EXPECT_LT(row.colorId[i], 1.0f);
     }
     EXPECT_EQ(list.ReadRow(0, 0, generator).colorId, row.colorId);
-    EXPECT_EQ(context.hold.NumUndoSteps(), 0u);
+    EXPECT_EQ(context.Undo().NumUndoSteps(), 0u);
 }
 
 TEST_F(TreeSpecList, ColorIdsWithAnyComponentStay) {

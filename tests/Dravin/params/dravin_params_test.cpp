@@ -5,7 +5,7 @@
 
 #include "Dravin/dravin.h"
 #include "host/scene/host_context.h"
-#include "host/scene/param_assign.h"
+#include "host/params/param_assign.h"
 #include "host/scene/scene.h"
 
 namespace {
@@ -177,15 +177,15 @@ TEST_F(DravinParams, PathNodesLoseNullsAndRepeats) {
     HostContext context;
     auto a = INode::Create("a", std::make_shared<ShapeObject>());
     auto b = INode::Create("b", std::make_shared<ShapeObject>());
-    context.hold.Begin();
+    context.Undo().Begin();
     EXPECT_TRUE(Script("distpathnodes", Nodes({a, nullptr, b, a})));
-    context.hold.Accept("Assign");
+    context.Undo().Accept("Assign");
     IParamBlock2& block = object->Block(kDistParams);
     ASSERT_EQ(block.Count(distParams::kDistpathnodes), 2);
     EXPECT_EQ(block.GetNode(distParams::kDistpathnodes, 0, 1), b.get());
     block.Append(distParams::kDistpathnodes, std::shared_ptr<ReferenceTarget>(a));
     EXPECT_EQ(block.Count(distParams::kDistpathnodes), 2);
-    context.hold.Undo();
+    context.Undo().Undo();
     EXPECT_EQ(block.Count(distParams::kDistpathnodes), 0);
 }
 
@@ -200,7 +200,8 @@ TEST_F(DravinParams, ParticleNodesMustBeParticleSystems) {
 
 TEST_F(DravinParams, DeclinedModeSwitchKeepsTheOldMode) {
     int asked = 0;
-    object->onSwitchMode = [&](int, TimeValue) { return ++asked > 1; };
+    Connection asks = object->modeSwitch.Connect(
+        [&](TDravin::ModeSwitch& mode) { mode.answer = ++asked > 1; });
     Script("mode", 1);
     EXPECT_EQ(Value("mode"), ParamValue(0));
     Script("mode", 1);
@@ -210,12 +211,20 @@ TEST_F(DravinParams, DeclinedModeSwitchKeepsTheOldMode) {
 
 TEST_F(DravinParams, ChangesUpdateThePanel) {
     std::vector<PanelUpdate> updates;
-    object->onPanelUpdate = [&](PanelUpdate what) { updates.push_back(what); };
+    int heard = 0;  // by another panel of the same object
+    Connection first = object->panelUpdate.Connect([&](PanelUpdate) { ++heard; });
+    Connection second =
+        object->panelUpdate.Connect([&](PanelUpdate what) { updates.push_back(what); });
     Script("tintcolor1", ParamInput::Array{1, 0, 0});
     Script("usefakeshadows", false);
     Script("surfmode", 1);
     EXPECT_EQ(updates, (std::vector{PanelUpdate::kTintGradient, PanelUpdate::kShadowControls,
                                     PanelUpdate::kSurfaceList, PanelUpdate::kEnableRules}));
+    EXPECT_EQ(heard, 4);
+    first.Disconnect();
+    Script("surfmode", 0);
+    EXPECT_EQ(heard, 4);
+    EXPECT_GT(updates.size(), 4u);
 }
 
 TEST_F(DravinParams, EffectValuesCarryComputedNames) {

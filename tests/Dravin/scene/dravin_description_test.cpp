@@ -8,7 +8,7 @@
 #include "Dravin/geometry/lod_object.h"
 #include "Dravin/geometry/tree_spec_list.h"
 #include "host/base/log.h"
-#include "host/scene/controller.h"
+#include "host/params/controller.h"
 #include "tests/host/io/scene_testing.h"
 
 using testing::ElementsAre;
@@ -65,7 +65,7 @@ TEST(DravinDescription, ParamsByInternalName) {
     EXPECT_EQ(d.Block(kGenParams).GetInt(genParams::kSeed), 7);
     EXPECT_EQ(d.Block(kDistParams).GetFloat(distParams::kUnitsX), 2.5f);
     EXPECT_EQ(d.Block(kDistParams).GetTexmap(distParams::kDistmap),
-              result.scene->texmaps.at("grey").get());
+              result.scene->Texmaps().at("grey").get());
     EXPECT_EQ(d.Block(kSurfaceParams).GetNode(surfaceParams::kSurflist),
               result.scene->FindNode("ground"));
     EXPECT_EQ(d.Block(kDistParams).GetInt(distParams::kDistmode), 3);
@@ -109,7 +109,7 @@ TEST(DravinDescription, GeometryRowsTakeTheRecordsDefaults) {
     expected.colorId = first.colorId;
     EXPECT_EQ(first, expected);
     EXPECT_EQ(list.ReadRow(1, 0, generator).kind, kGeomDisabled);
-    EXPECT_EQ(list.ReadRow(1, 0, generator).material, result.scene->materials.at("bark"));
+    EXPECT_EQ(list.ReadRow(1, 0, generator).material, result.scene->Materials().at("bark"));
     EXPECT_EQ(list.ReadRow(2, 0, generator).kind, kGeomCustom);
     EXPECT_EQ(list.ReadRow(2, 0, generator).customObjectName, "oak");
     EXPECT_EQ(list.ReadRow(3, 0, generator).kind, kGeomTemplate);
@@ -353,12 +353,12 @@ TEST(DravinDescription, StoredItems) {
         "seed": 4294967295, "specimen_index": 2, "size_factor": [1, 2, 1], "element_index": -3,
         "source_transform": [[0, 1, 0], [-1, 0, 0], [0, 0, 1], [0, 0, 0]], "user_id": 8}, {}])");
     ASSERT_TRUE(result) << result.error;
-    const std::vector<TStoredItem>& items = ObjectOf(result).storedItems;
+    const std::vector<TStoredItem>& items = ObjectOf(result).StoredItems();
     ASSERT_EQ(items.size(), 2u);
     EXPECT_EQ(items[0].seed, 4294967295u);
     EXPECT_EQ(items[0].elementIndex, -3);
     EXPECT_EQ(items[1], TStoredItem());
-    EXPECT_EQ(ObjectOf(RoundTrip(result)).storedItems, items);
+    EXPECT_EQ(ObjectOf(RoundTrip(result)).StoredItems(), items);
 }
 
 TEST(DravinDescription, NodeListsAreCleanedOnce) {

@@ -88,11 +88,11 @@ TEST_F(PBStoreTest, InsertTakesRowDefaultsAndOneUndoStep) {
     EXPECT_EQ(block->GetFloat(kSize, 0, 1), 7.0f);
     EXPECT_EQ(store.GetSelection(), std::vector<int>{2});
     EXPECT_FALSE(store.Insert(4));
-    EXPECT_EQ(context.hold.NumUndoSteps(), 1u);
-    context.hold.Undo();
+    EXPECT_EQ(context.Undo().NumUndoSteps(), 1u);
+    context.Undo().Undo();
     EXPECT_EQ(Names(), "ab");
     EXPECT_EQ(store.GetSelection(), std::vector<int>{1});
-    context.hold.Redo();
+    context.Undo().Redo();
     EXPECT_EQ(Names(), "anewb");
     EXPECT_EQ(store.GetSelection(), std::vector<int>{2});
 }
@@ -103,8 +103,8 @@ TEST_F(PBStoreTest, DeleteIgnoresRepeatedAndInvalidRows) {
     EXPECT_EQ(Names(), "bd");
     EXPECT_EQ(block->GetFloat(kSize, 0, 1), 3.0f);
     store.Delete({9});
-    EXPECT_EQ(context.hold.NumUndoSteps(), 1u);
-    context.hold.Undo();
+    EXPECT_EQ(context.Undo().NumUndoSteps(), 1u);
+    context.Undo().Undo();
     EXPECT_EQ(Names(), "abcd");
 }
 
@@ -116,7 +116,7 @@ TEST_F(PBStoreTest, MoveStandsAtTheIndexAfterwards) {
     EXPECT_EQ(Names(), "dbca");
     EXPECT_FALSE(store.Move(1, 1));
     EXPECT_FALSE(store.Move(0, 4));
-    EXPECT_EQ(context.hold.NumUndoSteps(), 2u);
+    EXPECT_EQ(context.Undo().NumUndoSteps(), 2u);
 }
 
 TEST_F(PBStoreTest, FixedRowsNeitherMoveNorArePassed) {
@@ -159,8 +159,8 @@ TEST_F(PBStoreTest, ControlsShowTheFirstRowAndWriteAll) {
     store.SetSelected(1, 0, 5.0f);
     EXPECT_EQ(block->GetFloat(kSize, 0, 0), 0.0f);
     EXPECT_EQ(block->GetFloat(kSize, 0, 2), 5.0f);
-    EXPECT_EQ(context.hold.NumUndoSteps(), 1u);
-    context.hold.Undo();
+    EXPECT_EQ(context.Undo().NumUndoSteps(), 1u);
+    context.Undo().Undo();
     EXPECT_EQ(block->GetFloat(kSize, 0, 2), 2.0f);
 }
 
@@ -169,15 +169,15 @@ TEST_F(PBStoreTest, WritingWhatIsThereLeavesNoStep) {
     store.SetSelected(0, 0, std::string("x"));  // nothing is selected
     store.Select({0, 1});
     store.SetSelected(1, 0, 4.0f);
-    size_t steps = context.hold.NumUndoSteps();
+    size_t steps = context.Undo().NumUndoSteps();
     store.SetSelected(1, 0, 4.0f);
     store.Select({0, 1});
-    EXPECT_EQ(context.hold.NumUndoSteps(), steps);
+    EXPECT_EQ(context.Undo().NumUndoSteps(), steps);
     store.Select({0, 1, 2});
     store.SetSelected(1, 0, 4.0f);
-    EXPECT_EQ(context.hold.NumUndoSteps(), steps + 1);
+    EXPECT_EQ(context.Undo().NumUndoSteps(), steps + 1);
     EXPECT_EQ(block->GetFloat(kSize, 0, 2), 4.0f);
-    context.hold.Undo();
+    context.Undo().Undo();
     EXPECT_EQ(block->GetFloat(kSize, 0, 2), 2.0f);
     EXPECT_EQ(block->GetFloat(kSize, 0, 1), 4.0f);
 }

@@ -195,10 +195,10 @@ TEST(GltfExport, MaterialsComeBack) {
     EXPECT_EQ(leaf->opacityMap->EvalColor(right).a, 0);
     auto* bark = static_cast<StandardMtl*>(multi->GetSubMtl(1));
     EXPECT_EQ(bark->diffuseMap->tiling, (Point2{2, 3}));
-    EXPECT_NEAR(bark->diffuseMap->offset.x, 0.25f, 1e-6f);
-    EXPECT_NEAR(bark->diffuseMap->offset.y, 0.5f, 1e-6f);
+    EXPECT_NEAR(bark->diffuseMap->offset->x, 0.25f, 1e-6f);
+    EXPECT_NEAR(bark->diffuseMap->offset->y, 0.5f, 1e-6f);
     EXPECT_NEAR(bark->diffuseMap->RotationDegrees(), 30, 1e-4f);
-    EXPECT_NEAR(bark->mapFactor.g, 0.5f, 1e-6f);
+    EXPECT_NEAR(bark->mapFactor->g, 0.5f, 1e-6f);
     EXPECT_EQ(leaf->opacityCutoff, 0.25f);
     auto* checker = static_cast<StandardMtl*>(multi->GetSubMtl(4));
     EXPECT_EQ(checker->diffuseMap->EvalColor(left).r, 0);

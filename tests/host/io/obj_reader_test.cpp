@@ -99,7 +99,7 @@ TEST(ObjReader, TransparencyHasTwoMeanings) {
         folder.Write("a.mtl", library);
         ImportedModel model =
             ImportObj(folder, "mtllib a.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\nusemtl red\nf 1 2 3\n");
-        return dynamic_cast<StandardMtl&>(*model.objects.at(0).material).opacity;
+        return dynamic_cast<StandardMtl&>(*model.objects.at(0).material).opacity.Get();
     };
     EXPECT_EQ(opacity("newmtl red\nTr 0.25\n"), 0.75f);
     EXPECT_EQ(opacity("# Converted by Meshlab Group\nnewmtl red\nTr 0.25\n"), 0.25f);

@@ -62,8 +62,8 @@ TEST(SceneDescription, ReadsEverythingThatTheHostKnows) {
     EXPECT_EQ(scene.unitScale, 0.01);
     EXPECT_EQ(scene.GetTime(), 320);
     EXPECT_EQ(scene.renderCamera.Get(), scene.FindNode("cam"));
-    EXPECT_EQ(scene.view->transform.GetTrans(), (Point3{0, 0, 50}));
-    EXPECT_EQ(scene.texmaps.at("uv")->tiling, (Point2{2, 3}));
+    EXPECT_EQ(scene.View()->transform.GetTrans(), (Point3{0, 0, 50}));
+    EXPECT_EQ(scene.Texmaps().at("uv")->tiling, (Point2{2, 3}));
     EXPECT_EQ(scene.FindNode("house")->id, 42);
     EXPECT_TRUE(scene.FindNode("house")->IsHidden());
     EXPECT_EQ(scene.Nodes().size(), 8u);
@@ -85,7 +85,7 @@ TEST(SceneDescription, PlacesNodesAndObjects) {
     auto mesh = quad->GetObjectRef()->GetRenderMesh(0);
     EXPECT_EQ(mesh->faces[1].matID, 2);
     EXPECT_EQ(mesh->Map(1)->verts.size(), 3u);
-    EXPECT_EQ(quad->GetMtl()->GetSubMtl(2), result.scene->materials.at("leaf").get());
+    EXPECT_EQ(quad->GetMtl()->GetSubMtl(2), result.scene->Materials().at("leaf").get());
 }
 
 TEST(SceneDescription, ReadsSplinesAndParticles) {
@@ -97,10 +97,10 @@ TEST(SceneDescription, ReadsSplinesAndParticles) {
     EXPECT_EQ(shape.lines[0].points.size(), 3u);
     EXPECT_EQ(shape.lines[1].points.size(), 5u);
     auto* rain = dynamic_cast<ParticleObject*>(result.scene->FindNode("rain")->GetObjectRef());
-    EXPECT_TRUE(rain->particles[0].Exists());
-    EXPECT_FALSE(rain->particles[1].Exists());
-    EXPECT_FALSE(rain->particles[2].Exists());
-    EXPECT_EQ(rain->GetEvent(rain->particles[0].event), result.scene->FindNode("aim"));
+    EXPECT_TRUE(rain->particles.Get()[0].Exists());
+    EXPECT_FALSE(rain->particles.Get()[1].Exists());
+    EXPECT_FALSE(rain->particles.Get()[2].Exists());
+    EXPECT_EQ(rain->GetEvent(rain->particles.Get()[0].event), result.scene->FindNode("aim"));
 }
 
 TEST(SceneDescription, WritesWhatItReads) {
@@ -124,10 +124,10 @@ TEST(SceneDescription, WritesWhatItReads) {
 TEST(SceneDescription, DefaultsOfASceneWithNothing) {
     SceneReadResult result = ParseScene("{\"dravin_scene\": 1}");
     ASSERT_TRUE(result) << result.error;
-    EXPECT_EQ(result.scene->unitScale, 1);
+    EXPECT_EQ(result.scene->unitScale, 1.0);
     EXPECT_EQ(result.scene->ticksPerFrame, 160);
-    EXPECT_EQ(result.scene->render.width, 1280);
-    EXPECT_FALSE(result.scene->view);
+    EXPECT_EQ(result.scene->render->width, 1280);
+    EXPECT_FALSE(result.scene->View());
     EXPECT_TRUE(result.scene->Nodes().empty());
 }
 
@@ -355,11 +355,11 @@ TEST(SceneDescription, MaterialsKeepCutoffFactorAndVertexColours) {
     ASSERT_TRUE(result) << result.error;
     SceneReadResult again = ParseScene(WriteSceneDescription(*result.scene, ".", HostFormats()));
     ASSERT_TRUE(again) << again.error;
-    auto& m = dynamic_cast<StandardMtl&>(*again.scene->materials.at("m"));
+    auto& m = dynamic_cast<StandardMtl&>(*again.scene->Materials().at("m"));
     EXPECT_EQ(m.opacityCutoff, 0.25f);
     EXPECT_EQ(m.mapFactor, (Color{1, 0.5f, 0}));
     EXPECT_TRUE(m.vertexColors);
-    EXPECT_EQ(again.scene->texmaps.at("t")->RotationDegrees(), 30);
+    EXPECT_EQ(again.scene->Texmaps().at("t")->RotationDegrees(), 30);
 }
 
 TEST(SceneDescription, SavingToAPlaceThatCannotBeWrittenFails) {
@@ -393,11 +393,11 @@ TEST(SceneDescription, DecimalCommasOfTheLocaleDoNotMatter) {
 
 TEST(SceneDescription, ReadingIsNoUndoStep) {
     HostContext context;
-    context.hold.Begin();
+    context.Undo().Begin();
     SceneReadResult result = ParseScene(kFull);
-    context.hold.Accept("Open");
+    context.Undo().Accept("Open");
     EXPECT_TRUE(result);
-    EXPECT_EQ(context.hold.NumUndoSteps(), 0u);
+    EXPECT_EQ(context.Undo().NumUndoSteps(), 0u);
 }
 
 TEST(SceneDescription, ByteOrderMarksAreSkipped) {
@@ -416,4 +416,60 @@ TEST(SceneDescription, AllThirtyTwoSmoothingGroupsRoundTrip) {
     EXPECT_FALSE(ParseNodes(R"({"name": "m", "type": "mesh",
         "vertices": [[0, 0, 0], [1, 0, 0], [0, 1, 0]], "faces": [[0, 1, 2]],
         "smoothing": [4294967296]})"));
+}
+
+// --- animation
+
+TEST(SceneDescription, AnimatedValuesAreReadAndWritten) {
+    SceneReadResult first = ParseNodes(R"(
+      {"name": "cart", "type": "dummy",
+       "position": {"keys": [[0, [0, 0, 0]], [100, [10, 0, 0]]], "after": "cycle"},
+       "rotation": {"keys": [[0, [0, 0, 0]], [100, [0, 0, 720]]]},
+       "scale": [2, 2, 2],
+       "hidden": {"keys": [[0, false], [50, true]], "interpolation": "step"}},
+      {"name": "vane", "type": "dummy",
+       "rotation": {"keys": [[0, [0, 0, 0, 1]], [100, [0, 0, 1, 0]]]}},
+      {"name": "eye", "type": "camera",
+       "fov": {"keys": [[0, 40, 0, 6], [100, 60, -3, 0]], "interpolation": "bezier"}},
+      {"name": "sun", "type": "light", "intensity": {"keys": [[0, 1], [100, 3]]},
+       "color": {"keys": [[0, [1, 1, 1]], [100, [0, 1, 1]]], "before": "cycle"}})");
+    ASSERT_TRUE(first) << first.error;
+    std::string text = WriteSceneDescription(*first.scene, ".", HostFormats());
+    SceneReadResult second = ParseScene(text);
+    ASSERT_TRUE(second) << second.error;
+    EXPECT_EQ(WriteSceneDescription(*second.scene, ".", HostFormats()), text);
+    for (Scene* scene : {first.scene.get(), second.scene.get()}) {
+        INode* cart = scene->FindNode("cart");
+        // A quarter of two whole turns, scaled; the position starts anew after 100 ticks.
+        Matrix3 place = cart->GetNodeTM(25);
+        EXPECT_TRUE(
+            place.Equals(Matrix3{{{-2, 0, 0}, {0, -2, 0}, {0, 0, 2}, {2.5f, 0, 0}}}, 1e-5f));
+        EXPECT_NEAR(cart->GetNodeTM(130).GetTrans().x, 3, 1e-6);
+        EXPECT_FALSE(cart->IsHidden(49));
+        EXPECT_TRUE(cart->IsHidden(50));
+        Matrix3 vane = scene->FindNode("vane")->GetNodeTM(50);
+        EXPECT_TRUE(vane.Equals(Matrix3::RotationZ(1.5707963f), 1e-5f));
+        auto* eye = dynamic_cast<CameraObject*>(scene->FindNode("eye")->GetObjectRef());
+        // (40 + 3 * 46 + 3 * 57 + 60) / 8
+        EXPECT_FLOAT_EQ(eye->fovDegrees.At(50), 409.0f / 8);
+        auto* sun = dynamic_cast<LightObject*>(scene->FindNode("sun")->GetObjectRef());
+        EXPECT_EQ(sun->intensity.At(50), 2);
+        EXPECT_EQ(sun->color.At(-25).r, 0.25f);
+    }
+}
+
+TEST(SceneDescription, BadKeysAreRefusedInPlace) {
+    auto error = [](const std::string& value) {
+        return ParseNodes("{\"name\": \"a\", \"type\": \"dummy\", \"position\": " + value + "}")
+            .error;
+    };
+    EXPECT_THAT(error(R"({"keys": []})"), HasSubstr("expected {\"keys\""));
+    EXPECT_THAT(error(R"({"keys": [[0, [0, 0, 0]], [0, [1, 0, 0]]]})"),
+                HasSubstr("/nodes/0/position/keys/1/0: key times must rise"));
+    EXPECT_THAT(error(R"({"keys": [[0, 5]]})"), HasSubstr("/nodes/0/position/keys/0/1"));
+    EXPECT_THAT(error(R"({"keys": [[0, [0, 0, 0], [0, 0, 0], [0, 0, 0]]]})"),
+                HasSubstr("expected [ticks, value]"));
+    EXPECT_THAT(error(R"({"keys": [[0, [0, 0, 0]]], "interpolation": "smooth"})"),
+                HasSubstr("interpolation"));
+    EXPECT_THAT(error(R"({"keys": [[0, [0, 0, 0]]], "befor": "hold"})"), HasSubstr("before"));
 }

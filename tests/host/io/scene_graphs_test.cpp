@@ -51,8 +51,8 @@ TEST(SceneGraphs, AsManyMaterialsAsMayStandInsideEachOther) {
 TEST(SceneGraphs, MaterialsThatDoubleAreSeenOnce) {
     SceneReadResult result = Read(MaterialChain(60, 2));
     ASSERT_TRUE(result) << result.error;
-    const Mtl* first = result.scene->materials.at("m0").get();
-    EXPECT_EQ(MtlOfFace(first, 7), result.scene->materials.at("m60").get());
+    const Mtl* first = result.scene->Materials().at("m0").get();
+    EXPECT_EQ(MtlOfFace(first, 7), result.scene->Materials().at("m60").get());
 }
 
 TEST(SceneGraphs, RingsOfMaterialsAreErrors) {

@@ -1,4 +1,4 @@
-#include "host/scene/hold.h"
+#include "host/params/hold.h"
 
 #include <gtest/gtest.h>
 

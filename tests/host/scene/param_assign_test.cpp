@@ -1,4 +1,4 @@
-#include "host/scene/param_assign.h"
+#include "host/params/param_assign.h"
 
 #include <gmock/gmock.h>
 #include <limits>

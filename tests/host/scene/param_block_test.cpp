@@ -1,4 +1,4 @@
-#include "host/scene/param_block.h"
+#include "host/params/param_block.h"
 
 #include <gtest/gtest.h>
 
@@ -102,7 +102,7 @@ TEST(ParamBlock, SettingAnAnimatedValueMovesAllKeys) {
 
 TEST(ParamBlock, AnimatingSetsKeys) {
     HostContext context;
-    context.animating = true;
+    context.SetAnimating(true);
     auto block = IParamBlock2::Create(TestDesc());
     block->SetValue(kSize, 100, 20.0f);
     EXPECT_EQ(block->GetKeys(kSize).size(), 2u);
@@ -155,30 +155,30 @@ TEST(ParamBlock, DeletedNodeLeavesANullElementAndUndoBringsItBack) {
     auto block = IParamBlock2::Create(TestDesc());
     block->Append(kNodes, std::shared_ptr<ReferenceTarget>(node->shared_from_this()));
     Listener listener(block);
-    context.hold.Begin();
+    context.Undo().Begin();
     scene.DeleteNode(*node);
-    context.hold.Accept("Delete");
+    context.Undo().Accept("Delete");
     ASSERT_EQ(block->Count(kNodes), 1);
     EXPECT_EQ(block->GetNode(kNodes), nullptr);
     EXPECT_EQ(listener.changes.back().paramId, kNodes);
-    EXPECT_TRUE(context.hold.Undo());
+    EXPECT_TRUE(context.Undo().Undo());
     EXPECT_EQ(block->GetNode(kNodes), scene.FindNode("path"));
-    EXPECT_TRUE(context.hold.Redo());
+    EXPECT_TRUE(context.Undo().Redo());
     EXPECT_EQ(block->GetNode(kNodes), nullptr);
 }
 
 TEST(ParamBlock, UndoAndRedoOfValuesAndLists) {
     HostContext context;
     auto block = IParamBlock2::Create(TestDesc());
-    context.hold.Begin();
+    context.Undo().Begin();
     block->SetValue(kSize, 0, 33.0);
     block->SetCount(kWeights, 2);
     block->SetValue(kWeights, 0, 1.0, 1);
-    context.hold.Accept("Edit");
-    EXPECT_TRUE(context.hold.Undo());
+    context.Undo().Accept("Edit");
+    EXPECT_TRUE(context.Undo().Undo());
     EXPECT_EQ(block->GetFloat(kSize), 10.0f);
     EXPECT_EQ(block->Count(kWeights), 0);
-    EXPECT_TRUE(context.hold.Redo());
+    EXPECT_TRUE(context.Undo().Redo());
     EXPECT_EQ(block->GetFloat(kSize), 33.0f);
     ASSERT_EQ(block->Count(kWeights), 2);
     EXPECT_EQ(block->GetFloat(kWeights, 0, 1), 1.0f);
@@ -290,12 +290,12 @@ TEST(ParamBlock, UndoOfARowThatIsGoneDoesNothing) {
     HostContext context;
     auto block = IParamBlock2::Create(TestDesc());
     block->SetCount(kWeights, 3);
-    context.hold.Begin();
+    context.Undo().Begin();
     block->SetValue(kWeights, 0, 5.0f, 2);
-    context.hold.Accept("Set");
+    context.Undo().Accept("Set");
     block->SetCount(kWeights, 1);
-    EXPECT_TRUE(context.hold.Undo());
+    EXPECT_TRUE(context.Undo().Undo());
     EXPECT_EQ(block->Count(kWeights), 1);
-    EXPECT_TRUE(context.hold.Redo());
+    EXPECT_TRUE(context.Undo().Redo());
     EXPECT_EQ(block->GetFloat(kWeights), 100.0f);
 }

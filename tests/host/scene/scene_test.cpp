@@ -45,16 +45,16 @@ TEST(Scene, DeletingANodeMovesItsChildrenUpAndUndoPutsThemBack) {
     INode* a = scene.AddNode("a", nullptr);
     INode* b = scene.AddNode("b", nullptr, a);
     a->SetLocalTM(Matrix3::Translation({1, 0, 0}));
-    context.hold.Begin();
+    context.Undo().Begin();
     scene.DeleteNode(*a);
-    context.hold.Accept("Delete");
+    context.Undo().Accept("Delete");
     EXPECT_EQ(b->GetParentNode(), scene.GetRootNode());
     EXPECT_EQ(b->GetNodeTM(0).GetTrans(), (Point3{1, 0, 0}));
     EXPECT_EQ(scene.Nodes().size(), 1u);
-    context.hold.Undo();
+    context.Undo().Undo();
     EXPECT_EQ(b->GetParentNode(), scene.FindNode("a"));
     EXPECT_EQ(b->GetNodeTM(0).GetTrans(), (Point3{1, 0, 0}));
-    context.hold.Redo();
+    context.Undo().Redo();
     EXPECT_EQ(scene.FindNode("a"), nullptr);
 }
 
@@ -63,13 +63,13 @@ TEST(Scene, UndoOfAddingTakesTheWholeBranch) {
     Scene scene;
     auto head = INode::Create("head");
     head->AttachChild(INode::Create("member"));
-    context.hold.Begin();
+    context.Undo().Begin();
     scene.AddNode(head);
-    context.hold.Accept("Add");
+    context.Undo().Accept("Add");
     EXPECT_EQ(scene.Nodes().size(), 2u);
-    context.hold.Undo();
+    context.Undo().Undo();
     EXPECT_TRUE(scene.Nodes().empty());
-    context.hold.Redo();
+    context.Undo().Redo();
     EXPECT_EQ(scene.FindNode("member")->GetParentNode(), scene.FindNode("head"));
 }
 
@@ -157,9 +157,9 @@ std::shared_ptr<T> AddLooking(Scene& scene, const std::string& name, INode* targ
 }
 
 void DeleteInAStep(HostContext& context, Scene& scene, INode* node) {
-    context.hold.Begin();
+    context.Undo().Begin();
     scene.DeleteNode(*node);
-    context.hold.Accept("Delete");
+    context.Undo().Accept("Delete");
 }
 
 }  // namespace
@@ -179,13 +179,13 @@ TEST(Scene, UndoingADeletionBringsReferencesOfEveryKindBack) {
     DeleteInAStep(context, scene, node);
     EXPECT_EQ(camera->GetTargetNode(), nullptr);
     EXPECT_EQ(scene.renderCamera.Get(), nullptr);
-    context.hold.Undo();
+    context.Undo().Undo();
     EXPECT_EQ(scene.FindNode("seen"), node);
     EXPECT_EQ(camera->GetTargetNode(), node);
     EXPECT_EQ(light->GetTargetNode(), node);
     EXPECT_EQ(particles->GetEvent(0), node);
     EXPECT_EQ(scene.renderCamera.Get(), node);
-    context.hold.Redo();
+    context.Undo().Redo();
     EXPECT_EQ(light->GetTargetNode(), nullptr);
     EXPECT_EQ(scene.renderCamera.Get(), nullptr);
 }
@@ -196,11 +196,11 @@ TEST(Scene, UndoingTheEndOfAMaterialBringsItBack) {
     INode* node = scene.AddNode("wall", nullptr);
     auto mtl = std::make_shared<StandardMtl>();
     node->SetMtl(mtl);
-    context.hold.Begin();
+    context.Undo().Begin();
     mtl->NotifyDeleted();
-    context.hold.Accept("Delete material");
+    context.Undo().Accept("Delete material");
     EXPECT_EQ(node->GetMtl(), nullptr);
-    context.hold.Undo();
+    context.Undo().Undo();
     EXPECT_EQ(node->GetMtl(), mtl.get());
 }
 
@@ -210,9 +210,9 @@ TEST(Scene, PassingListenersAreNotBroughtBack) {
     Scene scene;
     auto mtl = std::make_shared<StandardMtl>();
     auto listener = std::make_unique<Listener>(mtl);
-    context.hold.Begin();
+    context.Undo().Begin();
     mtl->NotifyDeleted();
-    context.hold.Accept("Delete material");
+    context.Undo().Accept("Delete material");
     listener.reset();
-    EXPECT_EQ(context.hold.NumUndoSteps(), 0u);
+    EXPECT_EQ(context.Undo().NumUndoSteps(), 0u);
 }

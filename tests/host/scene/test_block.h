@@ -1,7 +1,7 @@
 // A small block description that the parameter tests share.
 #pragma once
 
-#include "host/scene/param_block.h"
+#include "host/params/param_block.h"
 
 namespace testBlock {
 enum : ParamID { kSize = 0, kCount, kFlag, kName, kTint, kNodes, kWeights, kSecret, kKind, kSeed };

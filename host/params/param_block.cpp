@@ -1,17 +1,17 @@
-#include "host/scene/param_block.h"
+#include "host/params/param_block.h"
 
 #include <algorithm>
 #include <cassert>
 #include <cmath>
 
-#include "host/scene/host_context.h"
-#include "host/scene/node.h"
-#include "host/scene/texmap.h"
+#include "host/params/clone_map.h"
+#include "host/params/edit_context.h"
+#include "host/params/hold.h"
 
 // Elements of reference types keep their target in a slot; the value beside it stays null then.
 struct IParamBlock2::Element {
     ParamValue value;
-    std::vector<ParamKey> keys;
+    ParamTrack track;
     std::unique_ptr<Reference<ReferenceTarget>> slot;
 };
 
@@ -19,92 +19,7 @@ namespace {
 
 using TargetPtr = std::shared_ptr<ReferenceTarget>;
 
-double Number(const ParamValue& value) {
-    if (auto* f = std::get_if<float>(&value)) return double(*f);
-    return double(std::get<int32_t>(value));
-}
-
-int32_t Truncated(float f) {
-    if (std::isnan(f)) return 0;
-    return int32_t(std::clamp(double(f), -2147483648.0, 2147483647.0));
-}
-
-bool FitsType(const TargetPtr& target, ParamType type) {
-    if (!target || type == ParamType::kReference) return true;
-    if (type == ParamType::kNode) return dynamic_cast<INode*>(target.get());
-    if (type == ParamType::kTexmap) return dynamic_cast<Texmap*>(target.get());
-    return dynamic_cast<Mtl*>(target.get());
-}
-
-// `value` in the alternative that `type` uses; false when it has no such form.
-bool Convert(ParamValue& value, ParamType type) {
-    size_t wanted = ZeroValue(type).index();
-    if (value.index() == wanted) {
-        if (IsReferenceType(type)) return FitsType(std::get<TargetPtr>(value), type);
-        if (type == ParamType::kBool) value = int32_t(std::get<int32_t>(value) != 0);
-        return true;
-    }
-    if (auto* f = std::get_if<float>(&value); f && wanted == 1)
-        return value = type == ParamType::kBool ? int32_t(*f != 0) : Truncated(*f), true;
-    if (auto* i = std::get_if<int32_t>(&value); i && wanted == 0) return value = float(*i), true;
-    return false;
-}
-
-ParamValue Lerp(const ParamValue& a, const ParamValue& b, double u) {
-    if (auto* x = std::get_if<float>(&a))
-        return float(double(*x) + (double(std::get<float>(b)) - double(*x)) * u);
-    if (auto* x = std::get_if<int32_t>(&a))
-        return int32_t(std::round(double(*x) + (double(std::get<int32_t>(b)) - double(*x)) * u));
-    if (auto* x = std::get_if<Point3>(&a)) return *x + (std::get<Point3>(b) - *x) * float(u);
-    if (auto* x = std::get_if<Color>(&a)) return *x + (std::get<Color>(b) - *x) * float(u);
-    return a;
-}
-
-// a + (to - from), where that means something; else `to`.
-ParamValue Shifted(const ParamValue& a, const ParamValue& from, const ParamValue& to) {
-    if (auto* x = std::get_if<float>(&a)) return *x + (std::get<float>(to) - std::get<float>(from));
-    if (auto* x = std::get_if<int32_t>(&a)) {
-        double moved = Number(*x) + Number(to) - Number(from);
-        return int32_t(std::clamp(moved, -2147483648.0, 2147483647.0));
-    }
-    if (auto* x = std::get_if<Point3>(&a))
-        return *x + (std::get<Point3>(to) - std::get<Point3>(from));
-    if (auto* x = std::get_if<Color>(&a)) return *x + (std::get<Color>(to) - std::get<Color>(from));
-    return to;
-}
-
-void SetKey(std::vector<ParamKey>& keys, TimeValue t, const ParamValue& value) {
-    auto it = std::lower_bound(keys.begin(), keys.end(), t,
-                               [](const ParamKey& key, TimeValue time) { return key.time < time; });
-    if (it != keys.end() && it->time == t)
-        it->value = value;
-    else
-        keys.insert(it, {t, value});
-}
-
 }  // namespace
-
-ParamValue EvalKeys(std::span<const ParamKey> keys, TimeValue t, Interval* valid) {
-    Interval held = Interval::Forever();
-    const ParamKey* next = keys.data();
-    const ParamKey* end = keys.data() + keys.size();
-    while (next != end && next->time <= t) ++next;
-    ParamValue result;
-    if (next == keys.data()) {
-        result = next->value;
-        held.end = next->time;
-    } else if (next == end) {
-        result = next[-1].value;
-        held.start = next[-1].time;
-    } else {
-        const ParamKey& a = next[-1];
-        result = Lerp(a.value, next->value,
-                      (double(t) - double(a.time)) / (double(next->time) - double(a.time)));
-        held = a.value == next->value ? Interval{a.time, next->time} : Interval::Instant(t);
-    }
-    if (valid) *valid &= held;
-    return result;
-}
 
 // Undo of one element (index >= 0) or of a whole parameter (-1).
 class ParamRestore : public RestoreObj {
@@ -120,6 +35,9 @@ public:
         Put(m_before);
     }
     void Redo() override { Put(m_after); }
+    size_t Size() const override {
+        return sizeof(*this) + (m_before.size() + m_after.size()) * sizeof(ParamElement);
+    }
 
 private:
     std::vector<ParamElement> Current() {
@@ -187,8 +105,7 @@ ParamValue IParamBlock2::EvalAt(const Param& param, int index, TimeValue t, Inte
     if (param.def->ownerSlot >= 0)
         return m_owner ? m_owner->GetReference(param.def->ownerSlot) : TargetPtr();
     if (element.slot) return element.slot->Share();
-    if (element.keys.empty()) return element.value;
-    return EvalKeys(element.keys, t, valid);
+    return element.track.IsEmpty() ? element.value : element.track.Eval(t, valid);
 }
 
 ParamValue IParamBlock2::GetValue(ParamID id, TimeValue t, int index) const {
@@ -201,16 +118,16 @@ float IParamBlock2::GetFloat(ParamID id, TimeValue t, int index, Interval* valid
     const Element* element = Find(id, index);
     assert(element && std::holds_alternative<float>(element->value));
     if (!element) return 0;
-    if (element->keys.empty()) return std::get<float>(element->value);
-    return std::get<float>(EvalKeys(element->keys, t, valid));
+    if (element->track.IsEmpty()) return std::get<float>(element->value);
+    return std::get<float>(element->track.Eval(t, valid));
 }
 
 int IParamBlock2::GetInt(ParamID id, TimeValue t, int index, Interval* valid) const {
     const Element* element = Find(id, index);
     assert(element && std::holds_alternative<int32_t>(element->value));
     if (!element) return 0;
-    if (element->keys.empty()) return std::get<int32_t>(element->value);
-    return std::get<int32_t>(EvalKeys(element->keys, t, valid));
+    if (element->track.IsEmpty()) return std::get<int32_t>(element->value);
+    return std::get<int32_t>(element->track.Eval(t, valid));
 }
 
 std::string IParamBlock2::GetString(ParamID id, TimeValue t, int index) const {
@@ -223,16 +140,16 @@ Point3 IParamBlock2::GetPoint3(ParamID id, TimeValue t, int index, Interval* val
     const Element* element = Find(id, index);
     assert(element && std::holds_alternative<Point3>(element->value));
     if (!element) return {};
-    if (element->keys.empty()) return std::get<Point3>(element->value);
-    return std::get<Point3>(EvalKeys(element->keys, t, valid));
+    if (element->track.IsEmpty()) return std::get<Point3>(element->value);
+    return std::get<Point3>(element->track.Eval(t, valid));
 }
 
 Color IParamBlock2::GetColor(ParamID id, TimeValue t, int index, Interval* valid) const {
     const Element* element = Find(id, index);
     assert(element && std::holds_alternative<Color>(element->value));
     if (!element) return {};
-    if (element->keys.empty()) return std::get<Color>(element->value);
-    return std::get<Color>(EvalKeys(element->keys, t, valid));
+    if (element->track.IsEmpty()) return std::get<Color>(element->value);
+    return std::get<Color>(element->track.Eval(t, valid));
 }
 
 std::shared_ptr<ReferenceTarget> IParamBlock2::ShareReference(ParamID id, int index) const {
@@ -245,21 +162,11 @@ std::shared_ptr<ReferenceTarget> IParamBlock2::ShareReference(ParamID id, int in
 ReferenceTarget* IParamBlock2::GetReference(ParamID id, TimeValue t, int index) const {
     return ShareReference(id, index).get();
 }
-INode* IParamBlock2::GetNode(ParamID id, TimeValue t, int index) const {
-    return dynamic_cast<INode*>(GetReference(id, t, index));
-}
-Texmap* IParamBlock2::GetTexmap(ParamID id, TimeValue t, int index) const {
-    return dynamic_cast<Texmap*>(GetReference(id, t, index));
-}
-Mtl* IParamBlock2::GetMtl(ParamID id, TimeValue t, int index) const {
-    return dynamic_cast<Mtl*>(GetReference(id, t, index));
-}
-
 ParamElement IParamBlock2::ReadElement(const Param& param, size_t index) const {
     const Element& element = param.elements[index];
     if (param.def->ownerSlot >= 0 || element.slot)
         return {EvalAt(param, int(index), 0, nullptr), {}};
-    return {element.value, element.keys};
+    return {element.value, element.track};
 }
 
 std::vector<ParamElement> IParamBlock2::GetElements(ParamID id) const {
@@ -273,7 +180,7 @@ std::vector<ParamElement> IParamBlock2::GetElements(ParamID id) const {
 const std::vector<ParamKey>& IParamBlock2::GetKeys(ParamID id, int index) const {
     static const std::vector<ParamKey> none;
     const Element* element = Find(id, index);
-    return element ? element->keys : none;
+    return element ? element->track.keys : none;
 }
 
 // Writing: content goes in by WriteElement and ReplaceAll; the functions above them add undo,
@@ -284,7 +191,7 @@ IParamBlock2::Element IParamBlock2::MakeElement(const ParamDef& def, ParamElemen
     element.value = ZeroValue(def.type);
     if (!IsReferenceType(def.type)) {
         element.value = std::move(content.value);
-        element.keys = std::move(content.keys);
+        element.track = std::move(content.track);
     } else if (def.ownerSlot < 0) {
         element.slot = std::make_unique<Reference<ReferenceTarget>>(this);
         *element.slot = std::get<TargetPtr>(content.value);
@@ -301,7 +208,7 @@ void IParamBlock2::WriteElement(Param& param, size_t index, ParamElement content
         *element.slot = std::get<TargetPtr>(content.value);
     } else {
         element.value = std::move(content.value);
-        element.keys = std::move(content.keys);
+        element.track = std::move(content.track);
     }
 }
 
@@ -335,7 +242,7 @@ void IParamBlock2::StoreElement(Param& param, size_t index, ParamElement content
 bool IParamBlock2::SetValue(ParamID id, TimeValue t, ParamValue value, int index) {
     Param* param = Get(id);
     if (!Find(id, index)) return false;
-    if (!Convert(value, param->def->type)) {
+    if (!ConvertValue(value, param->def->type)) {
         assert(!"value of another type than the parameter's");
         return false;
     }
@@ -344,13 +251,12 @@ bool IParamBlock2::SetValue(ParamID id, TimeValue t, ParamValue value, int index
     if (!Find(id, index)) return false;  // the accessor may have changed the list
 
     ParamElement content = ReadElement(*param, size_t(index));
-    HostContext* context = HostContext::Current();
-    if (param->def->animatable && context && context->animating) {
-        if (content.keys.empty() && t != 0) SetKey(content.keys, 0, content.value);
-        SetKey(content.keys, t, value);
-    } else if (!content.keys.empty()) {
-        ParamValue now = EvalKeys(content.keys, t, nullptr);
-        for (ParamKey& key : content.keys) key.value = Shifted(key.value, now, value);
+    if (param->def->animatable && CurrentEdits().animating) {
+        if (content.track.IsEmpty() && t != 0) content.track.SetKey(0, content.value);
+        content.track.SetKey(t, value);
+    } else if (!content.track.IsEmpty()) {
+        ParamValue now = content.At(t);
+        for (ParamKey& key : content.track.keys) key.value = ShiftedValue(key.value, now, value);
     } else {
         content.value = std::move(value);
     }
@@ -395,7 +301,7 @@ bool IParamBlock2::Insert(ParamID id, int at, std::span<const ParamValue> values
     std::vector<ParamElement> contents = GetElements(id), fresh;
     for (const ParamValue& value : values) {
         fresh.push_back({value, {}});
-        if (!Convert(fresh.back().value, param->def->type)) {
+        if (!ConvertValue(fresh.back().value, param->def->type)) {
             assert(!"value of another type than the parameter's");
             return false;
         }
@@ -418,9 +324,9 @@ bool IParamBlock2::SetElements(ParamID id, std::vector<ParamElement> elements) {
     Param* param = Get(id);
     if (!param || (!param->def->list && elements.size() != 1)) return false;
     for (ParamElement& element : elements) {
-        if (!Convert(element.value, param->def->type)) return false;
-        for (ParamKey& key : element.keys)
-            if (!Convert(key.value, param->def->type)) return false;
+        if (!ConvertValue(element.value, param->def->type)) return false;
+        for (ParamKey& key : element.track.keys)
+            if (!ConvertValue(key.value, param->def->type)) return false;
     }
     if (!param->def->list) {
         StoreElement(*param, 0, std::move(elements[0]));
@@ -431,14 +337,22 @@ bool IParamBlock2::SetElements(ParamID id, std::vector<ParamElement> elements) {
 }
 
 bool IParamBlock2::SetKeys(ParamID id, std::vector<ParamKey> keys, int index) {
+    return SetTrack(id, {std::move(keys)}, index);
+}
+
+bool IParamBlock2::SetTrack(ParamID id, ParamTrack track, int index) {
     Param* param = Get(id);
     if (!Find(id, index) || !param->def->animatable) return false;
+    for (ParamKey& key : track.keys)
+        if (!ConvertValue(key.value, param->def->type)) return false;
+    // Of keys at one time the last counts.
     ParamElement content = ReadElement(*param, size_t(index));
-    content.keys.clear();
-    for (ParamKey& key : keys) {
-        if (!Convert(key.value, param->def->type)) return false;
-        SetKey(content.keys, key.time, key.value);
-    }
+    std::reverse(track.keys.begin(), track.keys.end());
+    std::stable_sort(track.keys.begin(), track.keys.end(),
+                     [](const ParamKey& a, const ParamKey& b) { return a.time < b.time; });
+    auto sameTime = [](const ParamKey& a, const ParamKey& b) { return a.time == b.time; };
+    track.keys.erase(std::unique(track.keys.begin(), track.keys.end(), sameTime), track.keys.end());
+    content.track = std::move(track);
     StoreElement(*param, size_t(index), std::move(content));
     return true;
 }
@@ -461,23 +375,9 @@ void IParamBlock2::ResetAll() {
     }
 }
 
-bool IParamBlock2::Accepts(ParamID id, const INode* node, TimeValue t) const {
+bool IParamBlock2::Accepts(ParamID id, const ReferenceTarget* target) const {
     const ParamDef* def = m_desc.Find(id);
-    if (!def || !node || def->only == ClassTest::kAny) return def != nullptr;
-    const Object* object = node->GetObjectRef();
-    if (!object) return false;
-    switch (def->only) {
-        case ClassTest::kGeometry:
-            return object->IsGeomObject();
-        case ClassTest::kShape:
-            return object->IsShape();
-        case ClassTest::kCamera:
-            return object->IsCamera();
-        case ClassTest::kLight:
-            return object->IsLight();
-        default:
-            return object->IsParticleSystem();
-    }
+    return def && (!target || target->Passes(def->only));
 }
 
 std::string IParamBlock2::ElementName(ParamID id, int index) const {
@@ -520,4 +420,48 @@ bool IParamBlock2::SlotLosesTarget(const ReferenceBase& slot) {
                 return true;
             }
     return false;
+}
+
+// Copies.
+
+std::shared_ptr<ReferenceTarget> IParamBlock2::Clone(CloneMap& map) const {
+    return CloneFor(nullptr, map);
+}
+
+std::shared_ptr<IParamBlock2> IParamBlock2::CloneFor(ReferenceMaker* owner, CloneMap& map) const {
+    auto copy = Create(m_desc, owner);
+    for (size_t p = 0; p < m_params.size(); ++p) {
+        if (m_params[p].def->ownerSlot >= 0) continue;
+        Param& param = copy->m_params[p];
+        copy->ReplaceAll(param, GetElements(param.def->id));
+        for (Element& element : param.elements)
+            if (element.slot)
+                map.Refer(element.slot->Share(), [slot = element.slot.get(), copy](auto target) {
+                    *slot = std::move(target);
+                });
+    }
+    return copy;
+}
+
+int IParamBlock2::NumRefs() const {
+    int n = 0;
+    for (const Param& param : m_params)
+        for (const Element& element : param.elements) n += element.slot != nullptr;
+    return n;
+}
+
+const IParamBlock2::Element* IParamBlock2::ElementOfSlot(int slot) const {
+    for (const Param& param : m_params)
+        for (const Element& element : param.elements)
+            if (element.slot && slot-- == 0) return &element;
+    return nullptr;
+}
+
+std::shared_ptr<ReferenceTarget> IParamBlock2::GetReference(int slot) const {
+    const Element* element = ElementOfSlot(slot);
+    return element ? element->slot->Share() : nullptr;
+}
+
+void IParamBlock2::SetReference(int slot, std::shared_ptr<ReferenceTarget> target) {
+    if (const Element* element = ElementOfSlot(slot)) *element->slot = std::move(target);
 }

@@ -1,10 +1,11 @@
-#include "host/scene/reference.h"
+#include "host/params/reference.h"
 
 #include <algorithm>
 #include <utility>
 
 #include "host/base/log.h"
-#include "host/scene/host_context.h"
+#include "host/params/edit_context.h"
+#include "host/params/hold.h"
 
 // A slot knows its place in the target's list, so that letting go costs the same however many
 // dependents there are.

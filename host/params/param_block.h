@@ -15,7 +15,7 @@
 #include <functional>
 #include <span>
 
-#include "host/scene/param_desc.h"
+#include "host/params/param_desc.h"
 
 class INode;
 class IParamBlock2;
@@ -39,17 +39,6 @@ public:
     // `count` elements from `index` on came or went.
     virtual void ListChanged(ListChange change, IParamBlock2& block, ParamID id, int index,
                              int count) const {}
-};
-
-struct ParamKey {
-    TimeValue time;
-    ParamValue value;
-};
-
-// A parameter's whole content, apart from references held by the owner.
-struct ParamElement {
-    ParamValue value;
-    std::vector<ParamKey> keys;  // by rising time; empty: constant
 };
 
 class IParamBlock2 : public ReferenceTarget {
@@ -78,10 +67,20 @@ public:
     std::string GetString(ParamID id, TimeValue t = 0, int index = 0) const;
     Point3 GetPoint3(ParamID id, TimeValue t = 0, int index = 0, Interval* valid = nullptr) const;
     Color GetColor(ParamID id, TimeValue t = 0, int index = 0, Interval* valid = nullptr) const;
-    INode* GetNode(ParamID id, TimeValue t = 0, int index = 0) const;
-    Texmap* GetTexmap(ParamID id, TimeValue t = 0, int index = 0) const;
-    Mtl* GetMtl(ParamID id, TimeValue t = 0, int index = 0) const;
-    using ReferenceTarget::GetReference;
+    // Whoever asks includes the class; null for a target of another one. (Templates only so that
+    // this room need not know the classes.)
+    template <class T = INode>
+    T* GetNode(ParamID id, TimeValue t = 0, int index = 0) const {
+        return dynamic_cast<T*>(GetReference(id, t, index));
+    }
+    template <class T = Texmap>
+    T* GetTexmap(ParamID id, TimeValue t = 0, int index = 0) const {
+        return dynamic_cast<T*>(GetReference(id, t, index));
+    }
+    template <class T = Mtl>
+    T* GetMtl(ParamID id, TimeValue t = 0, int index = 0) const {
+        return dynamic_cast<T*>(GetReference(id, t, index));
+    }
     ReferenceTarget* GetReference(ParamID id, TimeValue t, int index = 0) const;
     std::shared_ptr<ReferenceTarget> ShareReference(ParamID id, int index = 0) const;
     ParamValue GetValue(ParamID id, TimeValue t = 0, int index = 0) const;
@@ -140,13 +139,15 @@ public:
     // sorted, of equal ones the last counts.
     const std::vector<ParamKey>& GetKeys(ParamID id, int index = 0) const;
     bool SetKeys(ParamID id, std::vector<ParamKey> keys, int index = 0);
+    // The same with interpolation and what holds beyond the keys.
+    bool SetTrack(ParamID id, ParamTrack track, int index = 0);
 
     // Back to the defaults: single values take theirs, lists become empty, keys go. Parameters
     // marked to keep their value do; references held by the owner become what a new owner holds.
     void ResetAll();
 
     // Whether the class test of the parameter accepts this node (null is accepted).
-    bool Accepts(ParamID id, const INode* node, TimeValue t = 0) const;
+    bool Accepts(ParamID id, const ReferenceTarget* target) const;
     // Display name of one list element, or of the parameter.
     std::string ElementName(ParamID id, int index = 0) const;
 
@@ -158,7 +159,17 @@ public:
 
     RefResult NotifyRefChanged(const RefChange& change, ReferenceTarget* from) override;
     bool SlotLosesTarget(const ReferenceBase& slot) override;
-    std::string ClassName() const override { return "ParamBlock2"; }
+    // Slots of all elements that hold references, in declaration order.
+    int NumRefs() const override;
+    std::shared_ptr<ReferenceTarget> GetReference(int slot) const override;
+    void SetReference(int slot, std::shared_ptr<ReferenceTarget> target) override;
+
+    // A block of the same description for another owner, which copies what its own slots hold.
+    std::shared_ptr<IParamBlock2> CloneFor(ReferenceMaker* owner, CloneMap& map) const;
+    std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
+
+    static constexpr ClassInfo kClass{{0x3d1c0001, 0x52a7}, SuperClass::kParamBlock, "ParamBlock2"};
+    ClassInfo Class() const override { return kClass; }
 
 private:
     friend class ParamRestore;
@@ -179,6 +190,7 @@ private:
     void Changed(ParamID id, int index);
     bool Edit(Param& param, std::vector<ParamElement> contents, ListChange change, int at,
               int count);
+    const Element* ElementOfSlot(int slot) const;
     ParamValue EvalAt(const Param& param, int index, TimeValue t, Interval* valid) const;
 
     const ParamBlockDesc2& m_desc;
@@ -189,10 +201,6 @@ private:
     ParamID m_lostId = -1;  // element whose target is leaving the scene
     int m_lostIndex = -1;
 };
-
-// The value at time t of an element with keys: held before the first and after the last, linear
-// between (ints rounded to nearest, halves away from zero; texts and references step at keys).
-ParamValue EvalKeys(std::span<const ParamKey> keys, TimeValue t, Interval* valid);
 
 class NotifySuspender {
 public:

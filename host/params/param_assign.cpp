@@ -1,4 +1,4 @@
-#include "host/scene/param_assign.h"
+#include "host/params/param_assign.h"
 
 #include <algorithm>
 #include <cmath>
@@ -7,7 +7,6 @@
 #include <fmt/format.h>
 
 #include "host/base/text.h"
-#include "host/scene/node.h"
 
 namespace {
 
@@ -154,33 +153,6 @@ AssignResult ConvertTriple(const ParamDef& def, const ParamInput& input, ParamVa
     return {};
 }
 
-bool IsOfType(const TargetPtr& target, ParamType type) {
-    if (type == ParamType::kNode) return dynamic_cast<INode*>(target.get());
-    if (type == ParamType::kTexmap) return dynamic_cast<Texmap*>(target.get());
-    if (type == ParamType::kMaterial) return dynamic_cast<Mtl*>(target.get());
-    return true;
-}
-
-bool PassesClassTest(ClassTest test, const TargetPtr& target) {
-    auto* node = dynamic_cast<INode*>(target.get());
-    const Object* object = node ? node->GetObjectRef() : nullptr;
-    switch (test) {
-        case ClassTest::kAny:
-            return true;
-        case ClassTest::kGeometry:
-            return object && object->IsGeomObject();
-        case ClassTest::kShape:
-            return object && object->IsShape();
-        case ClassTest::kCamera:
-            return object && object->IsCamera();
-        case ClassTest::kLight:
-            return object && object->IsLight();
-        case ClassTest::kParticles:
-            return object && object->IsParticleSystem();
-    }
-    return false;
-}
-
 AssignResult ConvertReference(const ParamDef& def, const ParamInput& input, AssignSource source,
                               const NameResolver& resolve, ParamValue* out) {
     TargetPtr target;
@@ -193,8 +165,8 @@ AssignResult ConvertReference(const ParamDef& def, const ParamInput& input, Assi
     } else if (!std::holds_alternative<std::monostate>(input.value)) {
         return WrongType(def, input);
     }
-    if (target && !IsOfType(target, def.type)) return WrongType(def, input);
-    if (target && source == AssignSource::kScript && !PassesClassTest(def.only, target))
+    if (ParamValue held = target; !ConvertValue(held, def.type)) return WrongType(def, input);
+    if (target && source == AssignSource::kScript && !target->Passes(def.only))
         return Error(fmt::format("expected the node of {}, found {}", ClassTestName(def.only),
                                  Describe(input)));
     *out = target;

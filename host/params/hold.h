@@ -3,9 +3,11 @@
 //
 // Super-levels group several holds into one undo step. A record is put only while a hold is open
 // (Holding) and not suspended. Cancel undoes what was recorded, newest record first, and drops it.
-// An accepted hold without records leaves no step. One thread.
+// An accepted hold without records leaves no step. The list is bounded in steps and in memory: the
+// oldest steps are forgotten first, the newest one stays however large it is. One thread.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -23,6 +25,14 @@ public:
 
 class Hold {
 public:
+    using Records = std::vector<std::unique_ptr<RestoreObj>>;
+
+    // The records of what work() changes, apart from this thread's undo list: for records that
+    // change more than they can exchange. RestoreAll brings it back. Recorded even while a state is
+    // being brought back.
+    static Records RecordApart(const std::function<void()>& work);
+    static void RestoreAll(Records& records);  // newest first; they are gone then
+
     void Begin();
     void Accept(const std::string& name);
     void Cancel();
@@ -51,13 +61,24 @@ public:
     std::string RedoName() const { return m_redo.empty() ? "" : m_redo.back().name; }
     void Clear();  // forgets all steps
 
+    // Memory that the steps of both directions keep alive, roughly, in bytes.
+    size_t Memory() const { return m_memory; }
+    size_t MemoryLimit() const { return m_memoryLimit; }
+    void SetMemoryLimit(size_t bytes);
+
     static constexpr size_t kMaxSteps = 500;  // older steps are forgotten
+    static constexpr size_t kDefaultMemory = size_t(256) << 20;
 
 private:
     struct Step {
         std::string name;
-        std::vector<std::unique_ptr<RestoreObj>> records;
+        Records records;
+        size_t bytes = 0;
+
+        void Measure();
     };
+    static void ForgetOldest(std::vector<Step>& steps, size_t* memory);
+    void Bound();
     void Close(const std::string& name);
     void Rewind(size_t mark);
 
@@ -67,6 +88,7 @@ private:
     int m_suspended = 0;
     bool m_restoring = false;
     std::vector<Step> m_undo, m_redo;
+    size_t m_memory = 0, m_memoryLimit = kDefaultMemory;
 };
 
 // No records are put while this lives.

@@ -15,7 +15,7 @@
 
 #include <functional>
 
-#include "host/scene/param_block.h"
+#include "host/params/param_block.h"
 
 enum class AssignSource { kScript, kDescription };
 

@@ -10,49 +10,12 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <variant>
 #include <vector>
 
-#include "host/math/color.h"
-#include "host/math/point.h"
-#include "host/scene/reference.h"
+#include "host/params/param_value.h"
 
 class IParamBlock2;
 class PBAccessor;
-
-using ParamID = int;
-
-enum class ParamType {
-    kFloat,
-    kInt,
-    kBool,      // stored as int, 0 or 1
-    kWorld,     // float length in scene units
-    kString,    // UTF-8
-    kFilename,  // string that names a file
-    kTexmap,
-    kMaterial,
-    kNode,
-    kPoint3,
-    kColor,
-    kTime,       // int, ticks
-    kReference,  // any reference target
-};
-
-// Lower-case name of a type as listings show it ("float", "world", ...).
-const char* ParamTypeName(ParamType type);
-
-// One value. Which alternative a type uses: float and world the first, int, bool and time the
-// second, string and filename the third; the four kinds of reference the last (null for none).
-using ParamValue =
-    std::variant<float, int32_t, std::string, Point3, Color, std::shared_ptr<ReferenceTarget>>;
-
-bool IsReferenceType(ParamType type);
-bool IsNumberType(ParamType type);  // float, int, bool, world, time
-// Zero, empty text or no reference, in the alternative that `type` uses.
-ParamValue ZeroValue(ParamType type);
-
-// What the object of a node must be for picks and script assignments to accept the node.
-enum class ClassTest { kAny, kGeometry, kShape, kCamera, kLight, kParticles };
 
 // The class in words ("a geometry object"), for refusals.
 const char* ClassTestName(ClassTest test);

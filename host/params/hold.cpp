@@ -1,9 +1,30 @@
-#include "host/scene/hold.h"
+#include "host/params/hold.h"
 
 #include <cassert>
+#include <utility>
+
+#include "host/params/edit_context.h"
 
 // Plain and super levels work alike inside: each level remembers how many records there were when
 // it began, a cancelled level rewinds to that mark, and the outermost accept closes the step.
+
+Hold::Records Hold::RecordApart(const std::function<void()>& work) {
+    Hold apart;
+    apart.m_restoring = true;
+    apart.Begin();
+    EditContext before = std::exchange(CurrentEdits(), {&apart, false});
+    work();
+    CurrentEdits() = before;
+    return std::move(apart.m_current.records);
+}
+
+void Hold::RestoreAll(Records& records) {
+    while (!records.empty()) {
+        std::unique_ptr<RestoreObj> last = std::move(records.back());
+        records.pop_back();
+        last->Restore(false);
+    }
+}
 
 void Hold::Begin() {
     m_marks.push_back(m_current.records.size());
@@ -31,14 +52,38 @@ void Hold::Put(std::unique_ptr<RestoreObj> record) {
     if (Holding()) m_current.records.push_back(std::move(record));
 }
 
+void Hold::Step::Measure() {
+    bytes = sizeof(*this);
+    for (const auto& record : records) bytes += record->Size();
+}
+
+void Hold::ForgetOldest(std::vector<Step>& steps, size_t* memory) {
+    *memory -= steps.front().bytes;
+    steps.erase(steps.begin());
+}
+
+// Steps that can be redone are the farthest from what is there, the last one of all first.
+void Hold::Bound() {
+    while (m_undo.size() > kMaxSteps) ForgetOldest(m_undo, &m_memory);
+    while (m_memory > m_memoryLimit && m_undo.size() + m_redo.size() > 1)
+        ForgetOldest(m_redo.size() > 1 || m_undo.empty() ? m_redo : m_undo, &m_memory);
+}
+
+void Hold::SetMemoryLimit(size_t bytes) {
+    m_memoryLimit = bytes;
+    Bound();
+}
+
 void Hold::Close(const std::string& name) {
-    if (!m_current.records.empty()) {
-        m_current.name = name;
-        m_undo.push_back(std::move(m_current));
-        m_redo.clear();
-        if (m_undo.size() > kMaxSteps) m_undo.erase(m_undo.begin());
-    }
-    m_current = {};
+    Step step = std::exchange(m_current, {});
+    if (step.records.empty()) return;
+    step.name = name;
+    step.Measure();
+    for (const Step& undone : m_redo) m_memory -= undone.bytes;
+    m_redo.clear();
+    m_memory += step.bytes;
+    m_undo.push_back(std::move(step));
+    Bound();
 }
 
 void Hold::Rewind(size_t mark) {
@@ -61,7 +106,11 @@ bool Hold::Undo() {
     for (size_t i = step.records.size(); i-- > 0;) step.records[i]->Restore(true);
     m_restoring = false;
     Resume();
+    m_memory -= step.bytes;
+    step.Measure();
+    m_memory += step.bytes;
     m_redo.push_back(std::move(step));
+    Bound();
     return true;
 }
 
@@ -81,4 +130,5 @@ bool Hold::Redo() {
 void Hold::Clear() {
     m_undo.clear();
     m_redo.clear();
+    m_memory = 0;
 }

@@ -3,7 +3,7 @@
 
 #include <optional>
 
-#include "host/scene/param_block.h"
+#include "host/params/param_block.h"
 
 class Controller : public ReferenceTarget {
 public:
@@ -15,10 +15,12 @@ public:
     virtual std::optional<Point3> EvalVector(TimeValue t, Interval* valid) const {
         return std::nullopt;
     }
-    std::string ClassName() const override { return "Controller"; }
+    ClassInfo Class() const override {
+        return {{}, SuperClass::kController, "Controller"};
+    }
 };
 
-// A constant or a run of keys, linear between them. All values are floats or all are points.
+// A constant or a run of keys. All values are floats or all are points.
 class KeyController : public Controller {
 public:
     explicit KeyController(ParamElement content) : m_content(std::move(content)) {}
@@ -28,17 +30,19 @@ public:
 
     std::optional<float> EvalReal(TimeValue t, Interval* valid) const override {
         if (IsVector()) return std::nullopt;
-        return std::get<float>(Eval(t, valid));
+        return std::get<float>(m_content.At(t, valid));
     }
     std::optional<Point3> EvalVector(TimeValue t, Interval* valid) const override {
         if (!IsVector()) return std::nullopt;
-        return std::get<Point3>(Eval(t, valid));
+        return std::get<Point3>(m_content.At(t, valid));
+    }
+
+    static constexpr ClassInfo kClass{{0x3d1c0002, 0x52a7}, SuperClass::kController, "Keys"};
+    ClassInfo Class() const override { return kClass; }
+    std::shared_ptr<ReferenceTarget> Clone(CloneMap&) const override {
+        return std::make_shared<KeyController>(m_content);
     }
 
 private:
-    ParamValue Eval(TimeValue t, Interval* valid) const {
-        return m_content.keys.empty() ? m_content.value : EvalKeys(m_content.keys, t, valid);
-    }
-
     ParamElement m_content;
 };

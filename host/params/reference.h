@@ -12,7 +12,9 @@
 #include <vector>
 
 #include "host/math/interval.h"
+#include "host/params/class_id.h"
 
+class CloneMap;
 class ReferenceBase;
 class ReferenceTarget;
 struct ReferencePath;
@@ -23,7 +25,12 @@ enum class RefMessage : int {
     kNodeNameChanged = 0xF7,
     kSubAnimStructureChanged = 0x162,
     kNodeTransformChanged = 0x232,
+    kObjectReplaced = 0x235,   // a node shows another object
+    kEverythingStale = 0x10001,  // whoever keeps a result of this target must make it anew
 };
+
+// What the object of a node must be for picks and script assignments to accept the node.
+enum class ClassTest { kAny, kGeometry, kShape, kCamera, kLight, kParticles };
 
 enum class RefResult { kSucceed, kStop };
 
@@ -57,12 +64,22 @@ public:
     // back. Null: it is of no lasting kind, and its slots stay empty.
     virtual std::shared_ptr<void> KeepForUndo() { return nullptr; }
 
-    // Numbered reference slots, for makers that let others fill or clone them. Null outside.
+    // A property of this maker has another value (property.h).
+    virtual void ValueChanged() {}
+
+    // Numbered reference slots: all that this maker holds, to be listed, cloned and saved. Null
+    // outside. A reference that the maker makes itself and never lets go is filled by no other.
     virtual int NumRefs() const { return 0; }
     virtual std::shared_ptr<ReferenceTarget> GetReference(int slot) const { return nullptr; }
     virtual void SetReference(int slot, std::shared_ptr<ReferenceTarget> target) {}
     // What a new maker of this kind holds there.
     virtual void ResetReference(int slot) { SetReference(slot, nullptr); }
+
+    // What can be animated of this maker: parameter blocks, controllers, maps, in the order in
+    // which lists show them. Null outside.
+    virtual int NumSubs() const { return 0; }
+    virtual ReferenceTarget* SubAnim(int i) const { return nullptr; }
+    virtual std::string SubAnimName(int i) const { return {}; }
 };
 
 class ReferenceTarget : public ReferenceMaker,
@@ -81,7 +98,17 @@ public:
     std::vector<ReferenceMaker*> Dependents() const;
 
     std::shared_ptr<void> KeepForUndo() override { return weak_from_this().lock(); }
-    virtual std::string ClassName() const { return "ReferenceTarget"; }
+    void ValueChanged() override { NotifyDependents(); }
+
+    virtual ClassInfo Class() const { return {}; }
+    std::string ClassName() const { return Class().name; }
+    // Whether picks and script assignments for such a parameter take this target.
+    virtual bool Passes(ClassTest test) const { return test == ClassTest::kAny; }
+
+    // A copy of this target and of what it alone holds; what other targets hold as well comes
+    // through the map, as each kind of target wants it (clone_map.h). Null when it cannot be
+    // copied.
+    virtual std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const { return nullptr; }
 
 private:
     void Send(const RefChange& change);
@@ -127,4 +154,5 @@ public:
     std::shared_ptr<T> Share() const { return std::static_pointer_cast<T>(m_target); }
     T* operator->() const { return Get(); }
     explicit operator bool() const { return m_target != nullptr; }
+    ReferenceMaker* Maker() const { return m_maker; }
 };

@@ -1,0 +1,52 @@
+// Undo records for plain values.
+#pragma once
+
+#include <memory>
+#include <utility>
+
+#include "host/params/edit_context.h"
+#include "host/params/hold.h"
+#include "host/params/reference.h"
+
+// A record that exchanges a value with the one it keeps: going back and going forth are one.
+template <class Exchange>
+class ExchangeRestore : public RestoreObj {
+public:
+    ExchangeRestore(std::shared_ptr<void> keep, Exchange exchange, size_t bytes)
+        : m_keep(std::move(keep)), m_exchange(std::move(exchange)), m_bytes(bytes) {}
+
+    void Restore(bool) override { m_exchange(); }
+    void Redo() override { m_exchange(); }
+    size_t Size() const override { return sizeof(*this) + m_bytes; }
+
+private:
+    std::shared_ptr<void> m_keep;  // whose value it is
+    Exchange m_exchange;
+    size_t m_bytes;
+};
+
+// Records a change of `owner`, if changes are being recorded and the owner is of a lasting kind.
+// exchange(): puts the kept value in the place of the present one, keeps that, and tells whoever
+// must know. bytes: what the kept value takes beyond its own size.
+template <class Exchange>
+void RecordExchange(ReferenceMaker& owner, Exchange exchange, size_t bytes = 0) {
+    Hold* hold = CurrentHold();
+    if (!hold || !hold->Holding()) return;
+    if (std::shared_ptr<void> keep = owner.KeepForUndo())
+        hold->Put(std::make_unique<ExchangeRestore<Exchange>>(std::move(keep), std::move(exchange),
+                                                              bytes));
+}
+
+// Sets a slot, tells its maker's dependents, and can be undone.
+template <class T>
+void SetAndRecord(Reference<T>& slot, std::shared_ptr<T> target) {
+    if (slot.Share() == target) return;
+    ReferenceMaker* maker = slot.Maker();
+    RecordExchange(*maker, [&slot, maker, other = slot.Share()]() mutable {
+        std::shared_ptr<T> now = slot.Share();
+        slot = std::exchange(other, std::move(now));
+        maker->ValueChanged();
+    });
+    slot = std::move(target);
+    maker->ValueChanged();
+}

@@ -1,0 +1,31 @@
+#include "host/scene/host_classes.h"
+
+#include "host/scene/derived_object.h"
+#include "host/scene/layer.h"
+#include "host/scene/material.h"
+#include "host/scene/node.h"
+#include "host/scene/texmaps.h"
+#include "host/scene/transform_controller.h"
+
+void RegisterHostClasses(ClassRegistry& classes) {
+    classes.Register(DescribeClass<INode>("node", "Nodes"));
+    classes.Register(DescribeClass<Layer>("layer", "Nodes"));
+    classes.Register(DescribeClass<TriObject>("mesh", "Geometry"));
+    classes.Register(DescribeClass<ShapeObject>("spline", "Shapes"));
+    classes.Register(DescribeClass<CameraObject>("camera", "Cameras"));
+    classes.Register(DescribeClass<LightObject>("light", "Lights"));
+    classes.Register(DescribeClass<ParticleObject>("particles", "Particles"));
+    classes.Register(DescribeClass<DummyObject>("dummy", "Helpers"));
+    classes.Register(DescribeClass<GroupObject>("group", "Helpers"));
+    classes.Register(DescribeClass<DerivedObject>("derived", "Modifiers"));
+    classes.Register(DescribeClass<TransformController>("transform", "Controllers"));
+    classes.Register(DescribeClass<StandardMtl>("standard", "Materials"));
+    classes.Register(DescribeClass<MultiMtl>("multi", "Materials"));
+    classes.Register(DescribeClass<ColorTex>("color", "Maps"));
+    classes.Register(DescribeClass<UvwTex>("uvw", "Maps"));
+    classes.Register(DescribeClass<GradientTex>("gradient", "Maps"));
+    classes.Register(DescribeClass<CheckerTex>("checker", "Maps"));
+    classes.Register({BitmapTex::kClass, "bitmap", "Maps", true,
+                      [] { return std::make_shared<BitmapTex>(nullptr); }});
+    classes.Register(DescribeClass<NoiseTex>("noise", "Maps"));
+}

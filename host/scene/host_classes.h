@@ -1,0 +1,8 @@
+// The host's own classes.
+#pragma once
+
+#include "host/params/class_registry.h"
+
+// Registers objects, helpers, cameras, lights, materials, texture maps, controllers and modifiers of
+// the host.
+void RegisterHostClasses(ClassRegistry& classes);
