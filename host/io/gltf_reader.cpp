@@ -7,11 +7,13 @@
 // it is read.
 
 #include <map>
+#include <optional>
 
 #include <fmt/format.h>
 #include <tiny_gltf.h>
 
 #include "host/io/gltf_accessors.h"
+#include "host/io/gltf_animation.h"
 #include "host/io/gltf_file.h"
 #include "host/io/gltf_material_reader.h"
 #include "host/io/gltf_mesh_reader.h"
@@ -21,21 +23,21 @@ namespace {
 
 class GltfReader {
 public:
-    GltfReader(const tinygltf::Model& model, ModelFiles& files, ImportError* error)
-        : m_model(model),
-          m_files(files),
-          m_error(error),
-          m_meshReader(model, files),
-          m_materials(model, files) {}
+    GltfReader(const tinygltf::Model& model, ModelFiles& files)
+        : m_model(model), m_files(files), m_meshReader(model, files), m_materials(model, files) {}
 
-    bool Read() {
+    // The model as its nodes stand now. Materials are made once.
+    bool Read(std::vector<ImportedObject>* objects, ImportError* error) {
+        m_error = error;
+        m_objects = objects;
+        m_meshes.clear();
+        m_worlds.clear();
         std::vector<GltfPlacedNode> nodes;
         std::string reason;
         if (!m_meshReader.Weigh(m_error)) return false;
         if (!PlaceGltfNodes(m_model, &nodes, &reason)) return Fail(reason);
         for (const GltfPlacedNode& placed : nodes)
             if (m_model.nodes[size_t(placed.node)].mesh >= 0 && !AddNode(placed)) return false;
-        CountLeftOut();
         return true;
     }
 
@@ -68,11 +70,10 @@ private:
         return AddObject(object);
     }
     bool AddObject(const ImportedObject& object) {
-        std::vector<ImportedObject>& objects = m_files.Model().objects;
-        if (objects.size() >= kMaxGltfObjects)
+        if (m_objects->size() >= kMaxGltfObjects)
             return Fail(fmt::format("more than {} objects; no option raises this", kMaxGltfObjects),
                         ImportFailure::kLimit);
-        objects.push_back(object);
+        m_objects->push_back(object);
         return true;
     }
     bool AddInstances(const tinygltf::Node& node, ImportedObject object) {
@@ -136,16 +137,10 @@ private:
         return true;
     }
 
-    void CountLeftOut() {
-        m_files.LeaveOut("animation", m_model.animations.size());
-        m_files.LeaveOut("camera", m_model.cameras.size());
-        m_files.LeaveOut("light", m_model.lights.size());
-        if (m_model.scenes.size() > 1) m_files.LeaveOut("further scene", m_model.scenes.size() - 1);
-    }
-
     const tinygltf::Model& m_model;
     ModelFiles& m_files;
-    ImportError* m_error;
+    ImportError* m_error = nullptr;
+    std::vector<ImportedObject>* m_objects = nullptr;
     GltfMeshReader m_meshReader;
     GltfMaterialReader m_materials;
     std::map<std::pair<int, std::vector<double>>, LoadedMesh> m_meshes;  // by mesh and weights
@@ -153,10 +148,70 @@ private:
     std::shared_ptr<Mtl> m_default;
 };
 
+// A parsed file: read as it stands, and, where it is animated, kept to be posed again and again.
+class GltfModel : public IModelPoses {
+public:
+    // files: where the model lies, and the folders that it may draw files from.
+    explicit GltfModel(const ModelFiles& files)
+        : m_files(files.Path(), TextsOf(files.Roots()), &m_model) {}
+
+    bool Read(std::string_view bytes, ImportError* error) {
+        if (!ParseGltf(bytes, m_files, &m_parsed, error) ||
+            !UnpackGltf(m_files, &m_parsed, error) || !ReadAnimation(error))
+            return false;
+        m_reader.emplace(m_parsed, m_files);
+        return m_reader->Read(&m_model.objects, error);
+    }
+    bool IsAnimated() const { return !m_animation.IsEmpty(); }
+    // Everything that was read, and what was left out.
+    ImportedModel& Model() { return m_model; }
+    void TellLeftOut() {
+        if (m_parsed.animations.size() > 1)
+            m_files.LeaveOut("further animation", m_parsed.animations.size() - 1);
+        m_files.LeaveOut("camera", m_parsed.cameras.size());
+        m_files.LeaveOut("light", m_parsed.lights.size());
+        if (m_parsed.scenes.size() > 1)
+            m_files.LeaveOut("further scene", m_parsed.scenes.size() - 1);
+        m_files.Finish();
+    }
+
+    Interval Range() const override { return m_animation.Range(); }
+    bool At(TimeValue t, std::vector<ImportedObject>* objects, ImportError* error) override {
+        m_animation.Pose(t, &m_parsed);
+        return m_reader->Read(objects, error);
+    }
+
+private:
+    static std::vector<std::string> TextsOf(const std::vector<std::filesystem::path>& paths) {
+        std::vector<std::string> texts;
+        for (const std::filesystem::path& path : paths) texts.push_back(path.string());
+        return texts;
+    }
+    bool ReadAnimation(ImportError* error) {
+        std::string reason;
+        if (m_parsed.animations.empty() || m_animation.Read(m_parsed, 0, &reason)) return true;
+        return FailImport(error, fmt::format("{}: {}", m_files.Path(), reason));
+    }
+
+    ImportedModel m_model;
+    ModelFiles m_files;
+    tinygltf::Model m_parsed;
+    std::optional<GltfReader> m_reader;  // knows the parsed file from its start
+    GltfAnimation m_animation;
+};
+
 }  // namespace
 
 bool ReadGltf(std::string_view bytes, ModelFiles& files, ImportError* error) {
-    tinygltf::Model model;
-    return ParseGltf(bytes, files, &model, error) && UnpackGltf(files, &model, error) &&
-           GltfReader(model, files, error).Read();
+    auto model = std::make_shared<GltfModel>(files);
+    if (!model->Read(bytes, error)) return false;
+    model->TellLeftOut();
+    ImportedModel& read = model->Model();
+    ImportedModel& out = files.Model();
+    out.objects = std::move(read.objects);
+    out.materials = read.materials;
+    out.extensions = read.extensions;
+    out.warnings.insert(out.warnings.end(), read.warnings.begin(), read.warnings.end());
+    if (model->IsAnimated()) out.poses = model;
+    return true;
 }

@@ -12,6 +12,7 @@
 #include "host/geom/mesh_tools.h"
 #include "host/io/import_helper.h"
 #include "host/io/import_report.h"
+#include "host/io/model_poses.h"
 #include "host/io/model_readers.h"
 
 namespace {
@@ -96,9 +97,9 @@ Matrix3 TurnUp(const Matrix3& m) {
 }
 
 // From y up to z up; meshes that objects share are turned once.
-void TurnModel(ImportedModel& model) {
+void TurnObjects(std::vector<ImportedObject>& objects) {
     std::unordered_set<const Mesh*> turned;
-    for (ImportedObject& object : model.objects) {
+    for (ImportedObject& object : objects) {
         object.transform = TurnUp(object.transform);
         if (!turned.insert(object.mesh.get()).second) continue;
         for (Point3& p : object.mesh->verts) p = TurnUp(p);
@@ -106,8 +107,8 @@ void TurnModel(ImportedModel& model) {
     }
 }
 
-void ScaleModel(ImportedModel& model, double factor) {
-    for (ImportedObject& object : model.objects)
+void ScaleObjects(std::vector<ImportedObject>& objects, double factor) {
+    for (ImportedObject& object : objects)
         for (Point3& row : object.transform.row) row = row * float(factor);
 }
 
@@ -157,9 +158,13 @@ bool ImportModel(const std::string& path, const ImportOptions& options, Imported
     if (!Read(files, error) || !Check(path, read, error)) return false;
     files.Finish();
     if (options.up) read.up = *options.up;
-    if (read.up == UpAxis::kY) TurnModel(read);
-    double factor = read.metresPerUnit / options.unitScale;
-    if (factor > 0 && factor != 1 && !options.keepNumbers) ScaleModel(read, factor);
+    double factor = options.keepNumbers ? 1 : read.metresPerUnit / options.unitScale;
+    auto toHost = [up = read.up, factor](std::vector<ImportedObject>& objects) {
+        if (up == UpAxis::kY) TurnObjects(objects);
+        if (factor > 0 && factor != 1) ScaleObjects(objects, factor);
+    };
+    toHost(read.objects);
+    if (read.poses) read.poses = TurnedPoses(read.poses, toHost);
     *model = std::move(read);
     *error = {};
     return true;
@@ -183,7 +188,7 @@ JoinedModel JoinObjects(const ImportedModel& model, ImportError* error) {
                    ImportFailure::kLimit);
         return {};
     }
-    JoinedModel joined{std::make_shared<Mesh>(), nullptr, model.warnings};
+    JoinedModel joined{std::make_shared<Mesh>(), nullptr, model.warnings, nullptr};
     bool hasMaterials = std::any_of(model.objects.begin(), model.objects.end(),
                                     [](const ImportedObject& o) { return o.material != nullptr; });
     MaterialList materials;
@@ -219,6 +224,8 @@ JoinedModel ImportJoined(const std::string& path, const std::string& object,
         error->text = fmt::format("{}: {}", path, error->text);
     else if (joined.mesh->faces.empty())
         FailImport(error, fmt::format("{}: the model has no faces", path));
+    if (joined.mesh && model.poses)
+        joined.animation = JoinedAnimation(model.poses, object, joined.mesh);
     return joined;
 }
 

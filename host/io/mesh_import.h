@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "host/geom/mesh.h"
+#include "host/math/interval.h"
 #include "host/scene/material.h"
 #include "host/scene/object.h"
 
@@ -52,8 +53,27 @@ struct ImportedExtension {
     bool isRead = false;
 };
 
+// Numbers are the exit codes of programs.
+enum class ImportFailure : int { kNone = 0, kMissingInput = 3, kMalformed = 4, kLimit = 5 };
+
+struct ImportError {
+    ImportFailure kind = ImportFailure::kNone;
+    std::string text;
+};
+
+// A model that moves: its objects at other times than the pose that its file stores.
+class IModelPoses {
+public:
+    virtual ~IModelPoses() = default;
+    // From the first to the last key, ticks; the model stands still outside.
+    virtual Interval Range() const = 0;
+    // The objects at time t, with the materials of the model's own. False with a reason.
+    virtual bool At(TimeValue t, std::vector<ImportedObject>* objects, ImportError* error) = 0;
+};
+
 struct ImportedModel {
     std::vector<ImportedObject> objects;
+    std::shared_ptr<IModelPoses> poses;  // null: nothing moves
     std::vector<ImportedMaterial> materials;
     std::vector<ImportedExtension> extensions;
     std::vector<std::string> warnings;  // what was left out, a sentence each
@@ -69,14 +89,6 @@ struct ImportOptions {
     std::vector<std::string> roots;  // folders beside the model's own that it may draw files from
 };
 
-// Numbers are the exit codes of programs.
-enum class ImportFailure : int { kNone = 0, kMissingInput = 3, kMalformed = 4, kLimit = 5 };
-
-struct ImportError {
-    ImportFailure kind = ImportFailure::kNone;
-    std::string text;
-};
-
 // Reads all objects. False with a reason in `error`; the model is untouched then.
 bool ImportModel(const std::string& path, const ImportOptions& options, ImportedModel* model,
                  ImportError* error);
@@ -89,6 +101,7 @@ struct JoinedModel {
     std::shared_ptr<Mesh> mesh;
     std::shared_ptr<Mtl> material;
     std::vector<std::string> warnings;
+    std::shared_ptr<IMeshAnimation> animation;  // null: nothing moves
 };
 inline constexpr size_t kMaxJoinedFaces = 100'000'000;
 JoinedModel JoinObjects(const ImportedModel& model, ImportError* error);

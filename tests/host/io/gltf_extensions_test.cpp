@@ -12,13 +12,6 @@ using testing::HasSubstr;
 
 namespace {
 
-void ExpectNear(const std::vector<Point3>& a, const std::vector<Point3>& b, float tolerance) {
-    ASSERT_EQ(a.size(), b.size());
-    for (size_t i = 0; i < a.size(); ++i)
-        EXPECT_LE(Length(a[i] - b[i]), tolerance)
-            << i << ": " << a[i].x << " " << a[i].y << " " << a[i].z;
-}
-
 const StandardMtl& Material(const ImportedModel& model) {
     return dynamic_cast<const StandardMtl&>(*model.objects.at(0).material);
 }
@@ -155,9 +148,9 @@ TEST(GltfMaterials, FactorsAreLinearAndMultiplyTheTexture) {
                 "baseColorTexture":{"index":0}},"normalTexture":{"index":0}})");
     const StandardMtl& material = Material(model);
     ASSERT_TRUE(material.diffuseMap);
-    EXPECT_EQ(material.mapFactor.r, 1);
-    EXPECT_NEAR(material.mapFactor.g, 0.735357f, 1e-5f);  // 1.055 * 0.5^(1/2.4) - 0.055
-    EXPECT_EQ(material.mapFactor.b, 0);
+    EXPECT_EQ(material.mapFactor->r, 1);
+    EXPECT_NEAR(material.mapFactor->g, 0.735357f, 1e-5f);  // 1.055 * 0.5^(1/2.4) - 0.055
+    EXPECT_EQ(material.mapFactor->b, 0);
     EXPECT_FALSE(material.opacityMap);
     ASSERT_EQ(model.warnings.size(), 1u);
     EXPECT_THAT(model.warnings[0], HasSubstr("left out: 1 normal map"));

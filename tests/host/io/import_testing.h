@@ -55,3 +55,11 @@ inline std::vector<Point3> Vertices(const ImportedModel& model, size_t object = 
         points.push_back(p * model.objects[object].transform);
     return points;
 }
+
+inline void ExpectNear(const std::vector<Point3>& a, const std::vector<Point3>& b,
+                       float tolerance) {
+    ASSERT_EQ(a.size(), b.size());
+    for (size_t i = 0; i < a.size(); ++i)
+        EXPECT_LE(Length(a[i] - b[i]), tolerance)
+            << i << ": " << a[i].x << " " << a[i].y << " " << a[i].z;
+}
