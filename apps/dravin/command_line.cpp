@@ -30,6 +30,16 @@ void AddThreads(CLI::App* app, int& threads) {
         ->type_name("N");
 }
 
+// "1-48", or "7" for a single frame; numbers of up to six digits.
+std::optional<std::pair<int, int>> ParseFrames(const std::string& text) {
+    constexpr int64_t kMostFrames = 999999;
+    size_t dash = text.find('-');
+    auto first = ParseInteger(text.substr(0, dash));
+    auto last = dash == text.npos ? first : ParseInteger(text.substr(dash + 1));
+    if (!first || !last || *first < 0 || *last < *first || *last > kMostFrames) return std::nullopt;
+    return std::pair{int(*first), int(*last)};
+}
+
 void AddTime(CLI::App* app, std::optional<int>& time) {
     app->add_option("--time", time, "time in ticks, 4800 a second (default: the scene's)")
         ->type_name("TICKS");
@@ -198,7 +208,8 @@ void CommandLine::AddRender() {
     CLI::App* c = Add("render", "render a scene with the ray tracer",
                       "  dravin render wood.json -o wood.png\n"
                       "  dravin render wood.json --size 640x360 --samples 16 -o quick.jpg\n"
-                      "  dravin render wood.json --camera eye --time 4800 -o later.exr",
+                      "  dravin render wood.json --camera eye --time 4800 -o later.exr\n"
+                      "  dravin render wood.json --frames 1-48 -o walk.png",
                       [&o] { return RunRender(o); });
     AddScene(c, o.scene);
     c->add_option("-o,--output", o.output, "image: .png, .jpg, .exr, ...")
@@ -217,6 +228,19 @@ void CommandLine::AddRender() {
         ->type_name("N");
     c->add_option("--camera", o.camera, "name of a camera node")->type_name("NAME");
     AddTime(c, o.time);
+    c->add_option_function<std::string>(
+         "--frames",
+         [&o](const std::string& text) {
+             o.frames = ParseFrames(text);
+             if (!o.frames)
+                 throw CLI::ValidationError(
+                     "--frames",
+                     fmt::format("{} is no range of frames, expected FIRST-LAST such as 1-48",
+                                 text));
+         },
+         "frames to render, one image each: IMAGE.0001.png and so on")
+        ->type_name("FIRST-LAST")
+        ->excludes("--time");
     AddThreads(c, o.threads);
     AddNoLimit(c);
 }

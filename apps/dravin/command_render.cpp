@@ -21,18 +21,50 @@ ExitCode CheckOutput(const std::string& path) {
     return CheckOutputs({{path}});
 }
 
+// "out.png" of frame 7: "out.0007.png".
+std::string FrameName(const std::string& output, int frame) {
+    size_t dot = output.rfind('.');
+    return fmt::format("{}.{:04}{}", output.substr(0, dot), frame, output.substr(dot));
+}
+
+// The scene must be open, and the camera checked.
+ExitCode RenderPictureOf(Session& session, const RenderOptions& options) {
+    if (ExitCode code = CheckNotInputs({{options.output}}, session.Inputs()); code != kExitDone)
+        return code;
+    RenderSetup setup;
+    if (ExitCode code = SetUpRender(session, options, &setup); code != kExitDone) return code;
+    // Building opens further files: images, templates.
+    if (ExitCode code = CheckNotInputs({{options.output}}, session.Inputs()); code != kExitDone)
+        return code;
+    return RenderToFile(setup, options.output);
+}
+
+// One picture a frame. Scatter objects are built again only when something that they show has
+// changed; a frame that fails ends the sequence, those before it stay.
+ExitCode RenderFrames(Session& session, const RenderOptions& options) {
+    auto [first, last] = *options.frames;
+    int64_t ticks = session.GetScene().ticksPerFrame;
+    if (int64_t(last) * ticks > kTimePosInfinity) {
+        PrintError(fmt::format("--frames: frame {} lies beyond the last time, {} ticks", last,
+                               kTimePosInfinity));
+        return kExitLimit;
+    }
+    for (int frame = first; frame <= last; ++frame) {
+        RenderOptions one = options;
+        one.time = int(frame * ticks);
+        one.output = FrameName(options.output, frame);
+        session.GetScene().SetTime(*one.time);
+        if (ExitCode code = RenderPictureOf(session, one); code != kExitDone) return code;
+    }
+    return kExitDone;
+}
+
 }  // namespace
 
 ExitCode RunRender(const RenderOptions& options) {
     if (ExitCode code = CheckOutput(options.output); code != kExitDone) return code;
     Session session;
     if (ExitCode code = session.Open(options.scene); code != kExitDone) return code;
-    if (ExitCode code = CheckNotInputs({{options.output}}, session.Inputs()); code != kExitDone)
-        return code;
     if (!CheckCamera(session.GetScene(), options.camera)) return kExitUsage;
-    RenderSetup setup;
-    if (ExitCode code = SetUpRender(session, options, &setup); code != kExitDone) return code;
-    if (ExitCode code = CheckNotInputs({{options.output}}, session.Inputs()); code != kExitDone)
-        return code;
-    return RenderToFile(setup, options.output);
+    return options.frames ? RenderFrames(session, options) : RenderPictureOf(session, options);
 }

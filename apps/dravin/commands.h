@@ -34,6 +34,8 @@ ExitCode RunJoin(const JoinOptions& options);
 struct RenderOptions {
     std::string scene, output, camera;
     std::optional<int> width, height, samples, time;
+    // First and last frame of a sequence, in place of a time; the output's name is numbered.
+    std::optional<std::pair<int, int>> frames;
     bool noLimit = false;     // as --no-limit
     bool allowEmpty = false;  // an object that ends up without items is left out, not a failure
     int threads = 0;

@@ -1,0 +1,82 @@
+// Sequences of pictures: what moves is seen to move, what stands still does not.
+#include <fstream>
+#include <sstream>
+
+#include <gmock/gmock.h>
+
+#include "tests/run_program.h"
+
+using testing::HasSubstr;
+
+namespace {
+
+class Frames : public testing::Test {
+protected:
+    // A box at this place over scattered ones.
+    void Write(const char* name, const std::string& position) const {
+        m_folder.Write(name, R"({"dravin_scene": 1, "ticks_per_frame": 200, "nodes": [
+  {"name": "ground", "type": "plane", "width": 20, "length": 20},
+  {"name": "tree", "type": "box", "width": 1, "length": 1, "height": 2, "hidden": true},
+  {"name": "cart", "type": "box", "width": 4, "length": 4, "height": 4, "position": )" +
+                                 position + R"(},
+  {"name": "eye", "type": "camera", "position": [0, -30, 20], "rotation": [55, 0, 0]},
+  {"name": "wood", "type": "dravin", "params": {"surflist": ["ground"], "units_x": 5},
+   "geometry": [{"name": "tree", "object": "tree"}]}]})");
+    }
+    ProgramRun Render(const std::string& arguments) const {
+        std::string text =
+            DRAVIN_BINARY_DIR "/apps/dravin/dravin render --size 48x27 --samples 2 " + arguments;
+        return RunProgram({"/bin/bash", "-c", text}, m_folder.File("."));
+    }
+    std::string Bytes(const char* name) const {
+        std::ifstream file(m_folder.File(name), std::ios::binary);
+        std::stringstream bytes;
+        bytes << file.rdbuf();
+        return bytes.str();
+    }
+    TempFolder m_folder;
+};
+
+}  // namespace
+
+TEST_F(Frames, ShowWhatStandsThereAtTheirTimes) {
+    Write("s.json", R"({"keys": [[200, [-6, 0, 0]], [600, [6, 0, 0]]]})");
+    ProgramRun run = Render("s.json --frames 0-3 -o walk.png");
+    ASSERT_EQ(run.code, 0) << run.err;
+    EXPECT_EQ(Bytes("walk.0000.png"), Bytes("walk.0001.png"));
+    EXPECT_NE(Bytes("walk.0001.png"), Bytes("walk.0002.png"));
+    EXPECT_NE(Bytes("walk.0002.png"), Bytes("walk.0003.png"));
+    EXPECT_TRUE(Bytes("walk.png").empty());
+    // A frame is the picture of its time.
+    EXPECT_EQ(Render("s.json --time 400 -o one.png").code, 0);
+    EXPECT_EQ(Bytes("one.png"), Bytes("walk.0002.png"));
+}
+
+TEST_F(Frames, AStillSceneStandsStill) {
+    Write("s.json", "[2, 0, 0]");
+    ProgramRun run = Render("s.json --frames 7-8 -o still.png");
+    ASSERT_EQ(run.code, 0) << run.err;
+    EXPECT_FALSE(Bytes("still.0007.png").empty());
+    EXPECT_EQ(Bytes("still.0007.png"), Bytes("still.0008.png"));
+}
+
+TEST_F(Frames, NonsenseIsRefused) {
+    Write("s.json", "[0, 0, 0]");
+    for (const char* frames : {"3-1", "a-b", "-4", "1-", "1-2-3", "1-99999999"}) {
+        ProgramRun run = Render(std::string("s.json -o a.png --frames=") + frames);
+        EXPECT_EQ(run.code, 2) << frames;
+        EXPECT_THAT(run.err, HasSubstr("FIRST-LAST")) << frames;
+    }
+    EXPECT_EQ(Render("s.json -o a.png --frames 1-2 --time 3").code, 2);
+}
+
+TEST_F(Frames, NoFrameGoesOverAnInput) {
+    Write("s.json", "[0, 0, 0]");
+    std::string script = m_folder.File("s.0001.png");
+    std::ofstream(script) << "not to be lost";
+    m_folder.Write("t.json", R"({"dravin_scene": 1, "texmaps": {"m": {"type": "bitmap", "file":
+        "s.0001.png"}}, "nodes": []})");
+    ProgramRun run = Render("t.json --frames 1-1 -o s.png");
+    EXPECT_NE(run.code, 0);
+    EXPECT_EQ(Bytes("s.0001.png"), "not to be lost");
+}
