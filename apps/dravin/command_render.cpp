@@ -4,6 +4,7 @@
 #include "apps/dravin/outputs.h"
 #include "apps/dravin/render_setup.h"
 #include "host/render/picture.h"
+#include "host/scene/host_context.h"
 
 namespace {
 
@@ -31,6 +32,7 @@ std::string FrameName(const std::string& output, int frame) {
 ExitCode RenderPictureOf(Session& session, const RenderOptions& options) {
     if (ExitCode code = CheckNotInputs({{options.output}}, session.Inputs()); code != kExitDone)
         return code;
+    NoticePair rendering(HostNotify::kPreRender, HostNotify::kPostRender);
     RenderSetup setup;
     if (ExitCode code = SetUpRender(session, options, &setup); code != kExitDone) return code;
     // Building opens further files: images, templates.

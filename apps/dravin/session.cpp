@@ -95,6 +95,7 @@ ExitCode Session::Open(const std::string& path) {
         return ExitCode(int(result.errorClass));
     }
     m_scene = std::move(result.scene);
+    m_host.SetCurrentScene(m_scene.get());
     LoadTemplates();
     m_host.notifications.Broadcast(HostNotify::kFilePostOpen);
     return kExitDone;

@@ -5,6 +5,7 @@
 #include "host/base/atomic_file.h"
 #include "host/io/json_places.h"
 #include "host/io/scene_keys.h"
+#include "host/scene/host_context.h"
 
 using Json = nlohmann::ordered_json;
 
@@ -161,6 +162,7 @@ std::string WriteSceneDescription(const Scene& scene, const std::string& folder,
 
 bool SaveSceneDescription(const Scene& scene, const std::string& path, const SceneFormats& formats,
                           std::string* error) {
+    NoticePair saving(HostNotify::kFilePreSave, HostNotify::kFilePostSave);
     AtomicFile file;
     if (!file.Open(path, error)) return false;
     file.Write(

@@ -78,6 +78,14 @@ void HostContext::RequestRedraw() {
     redrawRequested.Send();
 }
 
+NoticePair::NoticePair(HostNotify before, HostNotify after) : m_after(after) {
+    if (t_current) t_current->notifications.Broadcast(before);
+}
+
+NoticePair::~NoticePair() {
+    if (t_current) t_current->notifications.Broadcast(m_after);
+}
+
 ContextScope::ContextScope(HostContext& context)
     : m_previous(t_current), m_previousEdits(CurrentEdits()) {
     t_current = &context;

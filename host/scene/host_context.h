@@ -1,10 +1,11 @@
 // A session: the scene that is being worked on, its undo list, notifications, the user-interface
 // port, the classes that can be made, and whatever other modules keep for the session.
 //
-// One session is current in a thread at a time: the newest that was made there and lives, or the one
-// that a ContextScope names. Programs make one at their start, tests one each; dropping it brings
-// the one before back. Several may live side by side, each with a scene of its own. Everything works
-// without any (nothing is recorded for undo, nobody is notified, questions answer no).
+// One session is current in a thread at a time: the newest that was made there and lives, or the
+// one that a ContextScope names. Programs make one at their start, tests one each; dropping it
+// brings the one before back. Several may live side by side, each with a scene of its own.
+// Everything works without any (nothing is recorded for undo, nobody is notified, questions answer
+// no).
 //
 // Threads: one thread at a time works in a session. Another may take over (a language binding that
 // lets a build run beside its own thread, a worker of a desktop program) by making a ContextScope,
@@ -127,6 +128,19 @@ private:
     std::unique_ptr<IUserInterface> m_userInterface = std::make_unique<ConsoleUserInterface>();
     std::unordered_map<std::type_index, size_t> m_stateIndex;
     std::vector<std::shared_ptr<void>> m_states;
+};
+
+// Tells the current session, if there is one, what begins when this is made and ends when it goes:
+// kPreRender and kPostRender, kFilePreSave and kFilePostSave.
+class NoticePair {
+public:
+    NoticePair(HostNotify before, HostNotify after);
+    ~NoticePair();
+    NoticePair(const NoticePair&) = delete;
+    NoticePair& operator=(const NoticePair&) = delete;
+
+private:
+    HostNotify m_after;
 };
 
 // Makes a session current in this thread while it lives.

@@ -129,13 +129,16 @@ void INode::SetObjectOffset(const ObjectOffset& offset) {
 
 size_t INode::PlaceInParent() const {
     const auto& siblings = m_parent->m_children;
+    // From the end: nodes that come and go are mostly the last ones.
     auto isThis = [this](const std::shared_ptr<INode>& n) { return n.get() == this; };
-    return size_t(std::find_if(siblings.begin(), siblings.end(), isThis) - siblings.begin());
+    auto it = std::find_if(siblings.rbegin(), siblings.rend(), isThis);
+    return size_t(siblings.rend() - it) - 1;
 }
 
 void INode::PutBelow(INode& parent, size_t place) {
     auto self = std::static_pointer_cast<INode>(shared_from_this());
-    if (m_parent) m_parent->m_children.erase(m_parent->m_children.begin() + ptrdiff_t(PlaceInParent()));
+    if (m_parent)
+        m_parent->m_children.erase(m_parent->m_children.begin() + ptrdiff_t(PlaceInParent()));
     m_parent = &parent;
     auto& siblings = parent.m_children;
     siblings.insert(siblings.begin() + ptrdiff_t(std::min(place, siblings.size())), self);
@@ -148,14 +151,14 @@ bool INode::AttachChild(std::shared_ptr<INode> child, bool keepWorld) {
     Matrix3 world = keepWorld ? child->GetNodeTM(0) : Matrix3{};
     if (child->m_parent && m_scene && child->m_scene == m_scene) {
         auto parent = std::static_pointer_cast<INode>(child->m_parent->shared_from_this());
-        RecordExchange(*child, [node = child.get(), other = parent,
-                                place = child->PlaceInParent()]() mutable {
-            auto now = std::static_pointer_cast<INode>(node->m_parent->shared_from_this());
-            size_t nowAt = node->PlaceInParent();
-            node->PutBelow(*other, place);
-            other = now, place = nowAt;
-            node->NotifyTransform();
-        });
+        RecordExchange(
+            *child, [node = child.get(), other = parent, place = child->PlaceInParent()]() mutable {
+                auto now = std::static_pointer_cast<INode>(node->m_parent->shared_from_this());
+                size_t nowAt = node->PlaceInParent();
+                node->PutBelow(*other, place);
+                other = now, place = nowAt;
+                node->NotifyTransform();
+            });
     }
     child->PutBelow(*this, m_children.size());
     if (keepWorld) child->SetNodeTM(0, world);

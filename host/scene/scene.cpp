@@ -107,9 +107,14 @@ INode* Scene::FindHandle(NodeHandle handle) const {
 }
 
 std::string Scene::UniqueNodeName(const std::string& name) const {
+    int number = 1;
+    return UniqueNodeName(name, &number);
+}
+
+std::string Scene::UniqueNodeName(const std::string& name, int* number) const {
     if (!FindNode(name)) return name;
-    for (int i = 1;; ++i)
-        if (std::string numbered = fmt::format("{}{:03}", name, i); !FindNode(numbered))
+    for (;; ++*number)
+        if (std::string numbered = fmt::format("{}{:03}", name, *number); !FindNode(numbered))
             return numbered;
 }
 
@@ -212,8 +217,11 @@ std::vector<INode*> Scene::CloneNodes(std::span<INode* const> nodes) {
         map.Finish();
     }
     std::vector<INode*> added;
+    // Where many are called alike, the numbers before the last one given are taken.
+    std::unordered_map<std::string, int> numbers;
     for (const auto& copy : copies) {
-        copy->m_name = UniqueNodeName(copy->m_name);
+        int& number = numbers.try_emplace(copy->m_name, 1).first->second;
+        copy->m_name = UniqueNodeName(copy->m_name, &number);
         added.push_back(AddNode(copy));
     }
     // Parents may stand behind their children in the list, so that all are there first.

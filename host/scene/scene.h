@@ -114,6 +114,8 @@ public:
 
 private:
     friend class INode;
+    // number: the first that may be free; in the end the one given.
+    std::string UniqueNodeName(const std::string& name, int* number) const;
     void NodeRenamed(INode& node, const std::string& oldName);
     void RecordPresence(INode& node, bool isIn);
     void Enter(INode& node);

@@ -473,3 +473,14 @@ TEST(SceneDescription, BadKeysAreRefusedInPlace) {
                 HasSubstr("interpolation"));
     EXPECT_THAT(error(R"({"keys": [[0, [0, 0, 0]]], "befor": "hold"})"), HasSubstr("before"));
 }
+
+TEST(SceneDescription, SavingIsAnnounced) {
+    HostContext session;
+    TemporaryFolder folder;
+    std::vector<HostNotify> heard;
+    for (HostNotify notice : {HostNotify::kFilePreSave, HostNotify::kFilePostSave})
+        session.notifications.Register(notice, [&](HostNotify n, INode*) { heard.push_back(n); });
+    std::string error;
+    EXPECT_TRUE(SaveSceneDescription(Scene(), folder / "s.json", HostFormats(), &error)) << error;
+    EXPECT_EQ(heard, (std::vector{HostNotify::kFilePreSave, HostNotify::kFilePostSave}));
+}

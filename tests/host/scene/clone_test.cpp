@@ -109,6 +109,17 @@ TEST(Clone, IsOneUndoStepAndComesBack) {
     EXPECT_EQ(scene.FindHandle(handles[1])->GetName(), "child001");
 }
 
+TEST(Clone, ManyOfOneNameGetTheNumbersThatAreFree) {
+    HostContext session;
+    Scene scene;
+    std::vector<INode*> trees;
+    for (int i = 0; i < 3; ++i) trees.push_back(scene.AddNode("tree", nullptr));
+    scene.AddNode("tree002", nullptr);
+    std::vector<std::string> names;
+    for (INode* node : scene.CloneNodes(trees)) names.push_back(node->GetName());
+    EXPECT_EQ(names, (std::vector<std::string>{"tree001", "tree003", "tree004"}));
+}
+
 TEST(Clone, EveryClassOfTheHostCopiesItself) {
     HostContext session;
     for (SuperClass super :

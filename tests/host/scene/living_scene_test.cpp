@@ -62,7 +62,7 @@ public:
             case 2:
                 return m_scene.DeleteNode(*node);
             case 3:
-                return node->SetName("n" + std::to_string(Roll(4)));
+                return node->SetName(Named("n", 4));
             case 4:
                 return node->SetLocalTM(Matrix3::Translation({float(Roll(9)), float(Roll(9)), 0}));
             case 5:
@@ -72,9 +72,9 @@ public:
             case 7:
                 return node->SetHidden(Roll(2));
             case 8:
-                return node->SetLayer("layer" + std::to_string(Roll(3)));
+                return node->SetLayer(Named("layer", 3));
             case 9:
-                return node->SetUserProperty("k" + std::to_string(Roll(2)),
+                return node->SetUserProperty(Named("k", 2),
                                              std::to_string(Roll(3)));
             case 10:
                 return node->RemoveUserProperty("k0");
@@ -82,7 +82,7 @@ public:
                 AnyNode()->AttachChild(Share(*node), Roll(2));
                 return;
             case 12:
-                return m_scene.SetMaterial("m" + std::to_string(Roll(2)),
+                return m_scene.SetMaterial(Named("m", 2),
                                            Roll(3) ? std::make_shared<StandardMtl>() : nullptr);
             case 13:
                 for (const auto& [name, mtl] : m_scene.Materials()) {
@@ -93,7 +93,7 @@ public:
             case 14:
                 return m_scene.Select(std::vector<INode*>{node, AnyNode()});
             case 15:
-                m_scene.MakeLayer("layer" + std::to_string(Roll(3))).hidden = Roll(2);
+                m_scene.MakeLayer(Named("layer", 3)).hidden = Roll(2);
                 return;
             case 16:
                 m_scene.CloneNodes(std::vector<INode*>{node});
@@ -112,6 +112,8 @@ public:
     int Roll(int n) { return int(m_random() % uint32_t(n)); }
 
 private:
+    // One of `n` names, so that several are alike.
+    std::string Named(const char* stem, int n) { return fmt::format("{}{}", stem, Roll(n)); }
     static std::shared_ptr<INode> Share(INode& node) {
         return std::static_pointer_cast<INode>(node.shared_from_this());
     }
@@ -122,7 +124,7 @@ private:
     void AddNode(INode* parent) {
         auto camera = std::make_shared<CameraObject>();
         if (INode* target = AnyNode(); target && Roll(2)) camera->target = Share(*target);
-        m_scene.AddNode("n" + std::to_string(Roll(4)), camera, Roll(2) ? parent : nullptr);
+        m_scene.AddNode(Named("n", 4), camera, Roll(2) ? parent : nullptr);
     }
     void Animate(INode& node) {
         auto place = std::make_shared<TransformController>();

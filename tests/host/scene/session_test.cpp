@@ -106,6 +106,20 @@ TEST(Session, ChangesOfTheSceneAreAnnounced) {
     EXPECT_EQ(heard.back(), HostNotify::kSystemPostReset);
 }
 
+TEST(Session, PairedNoticesComeBeforeAndAfter) {
+    HostContext session;
+    std::string heard;
+    session.notifications.Register(HostNotify::kPreRender,
+                                   [&](HostNotify, INode*) { heard += '<'; });
+    session.notifications.Register(HostNotify::kPostRender,
+                                   [&](HostNotify, INode*) { heard += '>'; });
+    {
+        NoticePair rendering(HostNotify::kPreRender, HostNotify::kPostRender);
+        heard += "picture";
+    }
+    EXPECT_EQ(heard, "<picture>");
+}
+
 TEST(Session, RedrawsAreAskedForOnceUntilSomebodyDraws) {
     HostContext session;
     int asked = 0;
