@@ -73,7 +73,8 @@ const IMapSampler* TInputMaker::Sampler(Texmap* map, const char* parameter) {
     if (!map) return nullptr;
     std::string error;
     if (!map->Update(m_time, &error)) {
-        LogWarning(fmt::format("map \"{}\" of {} is left out: {}", map->name.Get(), parameter, error));
+        LogWarning(
+            fmt::format("map \"{}\" of {} is left out: {}", map->name.Get(), parameter, error));
         return nullptr;
     }
     return m_parts.maps.emplace_back(std::make_unique<TTexmapSampler>(*map)).get();
@@ -441,11 +442,11 @@ std::unique_ptr<TBuildInput> TInputMaker::Make(const TSpecBuildList& specimens, 
     SetCamera(*input, valid);
     SetLookAt(*input);
     SetShadows(*input);
-    TAnimationSettings animation =
-        NormaliseAnimation({m_p.Int(animParams::kAnimation), m_p.Int(animParams::kAnimsamples),
-                            m_p.Int(animParams::kAnimsoffset), m_p.Int(animParams::kAnimstart),
-                            m_p.Int(animParams::kAnimend), m_scene ? m_scene->ticksPerFrame.Get() : 160},
-                           m_p.Bool(animParams::kAnimonlyrend), m_flags.render);
+    TAnimationSettings animation = NormaliseAnimation(
+        {m_p.Int(animParams::kAnimation), m_p.Int(animParams::kAnimsamples),
+         m_p.Int(animParams::kAnimsoffset), m_p.Int(animParams::kAnimstart),
+         m_p.Int(animParams::kAnimend), m_scene ? m_scene->ticksPerFrame.Get() : 160},
+        m_p.Bool(animParams::kAnimonlyrend), m_flags.render);
     input->transforms.animation = animation.mode;
     input->transforms.animSamples = animation.NumSamples();
     bool many = m_p.Bool(genParams::kAutothreads) || m_flags.forceThreads > 0;

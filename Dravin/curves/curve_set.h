@@ -49,8 +49,8 @@ public:
     // The curve ready for evaluation.
     FalloffCurve Evaluator(int index) const { return FalloffCurve(Points(index)); }
 
-    static constexpr ClassInfo kClass{{0x3d1c0101, 0x52a7}, SuperClass::kReferenceTarget,
-                                      "CurveSet"};
+    static constexpr ClassInfo kClass{
+        {0x3d1c0101, 0x52a7}, SuperClass::kReferenceTarget, "CurveSet"};
     ClassInfo Class() const override { return kClass; }
     std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 

@@ -42,8 +42,8 @@ class TPaintShape : public ReferenceTarget {
 public:
     PolyShape shape;
 
-    static constexpr ClassInfo kClass{{0x3d1c0102, 0x52a7}, SuperClass::kReferenceTarget,
-                                      "PaintShape"};
+    static constexpr ClassInfo kClass{
+        {0x3d1c0102, 0x52a7}, SuperClass::kReferenceTarget, "PaintShape"};
     ClassInfo Class() const override { return kClass; }
     std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 };

@@ -5,8 +5,8 @@
 #include <fmt/format.h>
 
 #include "Dravin/config/index_file.h"
-#include "host/params/clone_map.h"
 #include "host/base/text.h"
+#include "host/params/clone_map.h"
 #include "host/scene/host_context.h"
 
 namespace {

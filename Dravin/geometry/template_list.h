@@ -28,8 +28,8 @@ public:
     void SetReference(int slot, std::shared_ptr<ReferenceTarget> target) override;
     INode* Node() const { return m_node.Get(); }
 
-    static constexpr ClassInfo kClass{{0x3d1c0104, 0x52a7}, SuperClass::kReferenceTarget,
-                                      "SpecGeom"};
+    static constexpr ClassInfo kClass{
+        {0x3d1c0104, 0x52a7}, SuperClass::kReferenceTarget, "SpecGeom"};
     ClassInfo Class() const override { return kClass; }
     std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 

@@ -88,7 +88,8 @@ std::string GltfMaterials::TextureMember(const StandardMtl& material, size_t ima
     auto [entry, isNew] = m_textureByText.try_emplace(texture, m_textures.Count());
     if (isNew) m_textures.Add(texture);
     return fmt::format("\"baseColorTexture\":{{\"index\":{},\"texCoord\":{}{}}},", entry->second,
-                       std::clamp(map->channel.Get(), 1, 8) - 1, bitmap ? TransformMember(*bitmap) : "");
+                       std::clamp(map->channel.Get(), 1, 8) - 1,
+                       bitmap ? TransformMember(*bitmap) : "");
 }
 
 // Here v counts from the bottom: v * t + o there is v * t + (1 - t - o) in the file, and with a

@@ -15,9 +15,7 @@ public:
     virtual std::optional<Point3> EvalVector(TimeValue t, Interval* valid) const {
         return std::nullopt;
     }
-    ClassInfo Class() const override {
-        return {{}, SuperClass::kController, "Controller"};
-    }
+    ClassInfo Class() const override { return {{}, SuperClass::kController, "Controller"}; }
 };
 
 // A constant or a run of keys. All values are floats or all are points.

@@ -40,13 +40,7 @@ public:
     void Set(T value) {
         if constexpr (std::equality_comparable<T>)
             if (value == m_value) return;
-        RecordExchange(
-            *m_owner,
-            [this, other = m_value]() mutable {
-                std::swap(m_value, other);
-                m_owner->ValueChanged();
-            },
-            HeapBytes(m_value));
+        if (IsRecording()) Record();
         m_value = std::move(value);
         m_owner->ValueChanged();
     }
@@ -68,6 +62,16 @@ public:
     friend bool operator==(const Property& a, const Property& b) { return a.m_value == b.m_value; }
 
 private:
+    void Record() {
+        RecordExchange(
+            *m_owner,
+            [this, other = m_value]() mutable {
+                std::swap(m_value, other);
+                m_owner->ValueChanged();
+            },
+            HeapBytes(m_value));
+    }
+
     ReferenceMaker* m_owner;
     T m_value;
 };

@@ -25,7 +25,7 @@ enum class RefMessage : int {
     kNodeNameChanged = 0xF7,
     kSubAnimStructureChanged = 0x162,
     kNodeTransformChanged = 0x232,
-    kObjectReplaced = 0x235,   // a node shows another object
+    kObjectReplaced = 0x235,     // a node shows another object
     kEverythingStale = 0x10001,  // whoever keeps a result of this target must make it anew
 };
 

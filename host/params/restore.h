@@ -25,16 +25,21 @@ private:
     size_t m_bytes;
 };
 
+// Whether this thread's edits are being recorded now: who keeps a large value for it asks first.
+inline bool IsRecording() {
+    Hold* hold = CurrentHold();
+    return hold && hold->Holding();
+}
+
 // Records a change of `owner`, if changes are being recorded and the owner is of a lasting kind.
 // exchange(): puts the kept value in the place of the present one, keeps that, and tells whoever
 // must know. bytes: what the kept value takes beyond its own size.
 template <class Exchange>
 void RecordExchange(ReferenceMaker& owner, Exchange exchange, size_t bytes = 0) {
-    Hold* hold = CurrentHold();
-    if (!hold || !hold->Holding()) return;
+    if (!IsRecording()) return;
     if (std::shared_ptr<void> keep = owner.KeepForUndo())
-        hold->Put(std::make_unique<ExchangeRestore<Exchange>>(std::move(keep), std::move(exchange),
-                                                              bytes));
+        CurrentHold()->Put(std::make_unique<ExchangeRestore<Exchange>>(std::move(keep),
+                                                                       std::move(exchange), bytes));
 }
 
 // Sets a slot, tells its maker's dependents, and can be undone.

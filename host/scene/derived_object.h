@@ -1,8 +1,8 @@
 // An object with modifiers on it.
 //
 // A node shows a derived object in place of the one that its modifiers change: the base object goes
-// in at the bottom, each modifier hands on what it made of it, and what comes out at the top is what
-// the world sees. Results are kept for as long as they hold. One thread at a time.
+// in at the bottom, each modifier hands on what it made of it, and what comes out at the top is
+// what the world sees. Results are kept for as long as they hold. One thread at a time.
 #pragma once
 
 #include <memory>

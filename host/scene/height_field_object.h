@@ -47,8 +47,8 @@ public:
     std::shared_ptr<const Mesh> GetRenderMesh(TimeValue t) override;
     std::string MeshRefusal() const override;
     bool IsGeomObject() const override { return true; }
-    static constexpr ClassInfo kClass{{0x3d1c0017, 0x52a7}, SuperClass::kGeomObject,
-                                      "Height field"};
+    static constexpr ClassInfo kClass{
+        {0x3d1c0017, 0x52a7}, SuperClass::kGeomObject, "Height field"};
     ClassInfo Class() const override { return kClass; }
     // The copy shares the field, which nobody changes.
     std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;

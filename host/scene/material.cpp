@@ -58,8 +58,7 @@ std::shared_ptr<ReferenceTarget> MultiMtl::GetReference(int slot) const {
 }
 
 void MultiMtl::SetReference(int slot, std::shared_ptr<ReferenceTarget> mtl) {
-    if (slot >= 0 && slot < NumSubMtls())
-        *subs[size_t(slot)] = std::dynamic_pointer_cast<Mtl>(mtl);
+    if (slot >= 0 && slot < NumSubMtls()) *subs[size_t(slot)] = std::dynamic_pointer_cast<Mtl>(mtl);
 }
 
 std::string MultiMtl::SubAnimName(int i) const { return fmt::format("Material {}", i + 1); }
@@ -69,9 +68,8 @@ std::shared_ptr<ReferenceTarget> MultiMtl::Clone(CloneMap& map) const {
     copy->name = name;
     for (const auto& sub : subs) {
         copy->Append(nullptr);
-        map.Refer(sub->Share(), [copy, slot = copy->subs.back().get()](auto m) {
-            *slot = std::move(m);
-        });
+        map.Refer(sub->Share(),
+                  [copy, slot = copy->subs.back().get()](auto m) { *slot = std::move(m); });
     }
     return copy;
 }

@@ -33,8 +33,8 @@ struct ObjectOffset {
 
 // What a node shows at a time.
 struct ObjectState {
-    std::shared_ptr<Object> object;  // after its modifiers; null for a node that shows nothing
-    Matrix3 tm;                      // object space -> world space
+    std::shared_ptr<Object> object;      // after its modifiers; null for a node that shows nothing
+    Matrix3 tm;                          // object space -> world space
     Interval valid = Interval::Never();  // how long both stay the same
 };
 

@@ -9,8 +9,8 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <string>
 #include <span>
+#include <string>
 #include <unordered_map>
 #include <vector>
 
@@ -129,7 +129,7 @@ private:
     Reference<INode> m_viewCamera{this};
     NodeHandle m_lastHandle = 0;
     std::shared_ptr<INode> m_root;
-    std::vector<INode*> m_nodes;  // by rising handle
+    std::vector<INode*> m_nodes;                                    // by rising handle
     std::unordered_map<std::string, std::vector<INode*>> m_byName;  // each by rising handle
     std::map<std::string, std::shared_ptr<Layer>> m_layers;
     std::map<std::string, std::shared_ptr<Texmap>> m_texmaps;

@@ -4,8 +4,8 @@
 #include <set>
 
 #include "Dravin/dravin.h"
-#include "host/scene/host_context.h"
 #include "host/params/param_assign.h"
+#include "host/scene/host_context.h"
 #include "host/scene/scene.h"
 
 namespace {
@@ -200,8 +200,8 @@ TEST_F(DravinParams, ParticleNodesMustBeParticleSystems) {
 
 TEST_F(DravinParams, DeclinedModeSwitchKeepsTheOldMode) {
     int asked = 0;
-    Connection asks = object->modeSwitch.Connect(
-        [&](TDravin::ModeSwitch& mode) { mode.answer = ++asked > 1; });
+    Connection asks =
+        object->modeSwitch.Connect([&](TDravin::ModeSwitch& mode) { mode.answer = ++asked > 1; });
     Script("mode", 1);
     EXPECT_EQ(Value("mode"), ParamValue(0));
     Script("mode", 1);

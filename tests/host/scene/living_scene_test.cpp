@@ -74,8 +74,7 @@ public:
             case 8:
                 return node->SetLayer(Named("layer", 3));
             case 9:
-                return node->SetUserProperty(Named("k", 2),
-                                             std::to_string(Roll(3)));
+                return node->SetUserProperty(Named("k", 2), std::to_string(Roll(3)));
             case 10:
                 return node->RemoveUserProperty("k0");
             case 11:
