@@ -71,6 +71,17 @@ std::string TakenMessage(const std::string& name, const std::vector<std::string>
     return fmt::format("Duplicated {} \"{}\"", twice ? "variable" : "identifier", name);
 }
 
+// Whether a program may read "Max.time": it speaks of "max", and not as the function. What reads
+// like it in a comment or a text costs a build, no more.
+bool MayReadTime(const std::string& expression) {
+    std::string text = tavuvm_expr::folded(expression);
+    for (size_t at = text.find("max"); at != text.npos; at = text.find("max", at + 3)) {
+        size_t next = text.find_first_not_of(" \t\r\n", at + 3);
+        if (next != text.npos && text[next] != '(') return true;
+    }
+    return false;
+}
+
 }  // namespace
 
 TEffectList::TEffectList(const IParamBlock2& block, const TCurveSet* curves,
@@ -164,6 +175,8 @@ void TEffectList::CompileOne(TEffect& effect, const TEffectContext& context,
     if (effect.error.text.empty()) Declare(effect, names);
     if (!effect.error.text.empty()) return;
     names.names.set_initial(names.timeSlot, int32_t(context.time));
+    if (context.valid && MayReadTime(effect.expression))
+        *context.valid &= Interval::Instant(context.time);
     tavuvm_expr::compilation compiled = names.names.compile(effect.expression);
     effect.error.text = compiled.error;
     effect.error.message = compiled.message;

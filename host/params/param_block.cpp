@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cassert>
-#include <cmath>
 
 #include "host/params/clone_map.h"
 #include "host/params/edit_context.h"
@@ -162,6 +161,7 @@ std::shared_ptr<ReferenceTarget> IParamBlock2::ShareReference(ParamID id, int in
 ReferenceTarget* IParamBlock2::GetReference(ParamID id, TimeValue t, int index) const {
     return ShareReference(id, index).get();
 }
+
 ParamElement IParamBlock2::ReadElement(const Param& param, size_t index) const {
     const Element& element = param.elements[index];
     if (param.def->ownerSlot >= 0 || element.slot)

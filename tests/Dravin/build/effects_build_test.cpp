@@ -57,6 +57,16 @@ TEST_F(EffectsBuild, ProgramsChangeTheItems) {
     EXPECT_EQ(FirstTint(), 0.5f);
 }
 
+// What a program makes of the time holds for that time only.
+TEST_F(EffectsBuild, ProgramsThatReadTheTimeHoldForTheMoment) {
+    AddEffect("dpItem.tintMult = max(0.25, 0.5);");
+    EXPECT_EQ(FirstTint(), 0.5f);
+    EXPECT_EQ(object->ObjectValidity(0), Interval::Forever());
+    AddEffect("dpItem.tintMult = 0.25 + 0.0001 * Max . time;");
+    Run();
+    EXPECT_EQ(object->ObjectValidity(0), Interval::Instant(0));
+}
+
 TEST_F(EffectsBuild, AnEmptyExpressionNeverRunsAndIsNoError) {
     AddEffect("");
     EXPECT_EQ(Run().Status(), TBuildStatus::kSuccess);
