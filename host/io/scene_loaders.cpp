@@ -5,6 +5,7 @@
 #include "host/io/bitmap.h"
 #include "host/io/heightfield.h"
 #include "host/io/mesh_import.h"
+#include "host/io/point_cache_file.h"
 #include "host/scene/texmaps.h"
 
 #include <map>
@@ -79,6 +80,16 @@ public:
         if (!result.key.empty()) load.key = result.key;
         if (!load.field) load.errorClass = ImageErrorClass(result.isLimit);
         load.warnings = std::move(result.warnings);
+        return load;
+    }
+
+    PointCacheLoad LoadPointCache(const PointCacheOrigin& origin, double unitScale,
+                                  int ticksPerFrame) override {
+        PointCacheLoad load;
+        ImportError error;
+        load.samples = OpenPointCache(origin, {ticksPerFrame, unitScale}, &error, &load.warning);
+        load.error = error.text;
+        if (!load.samples) load.errorClass = DescriptionErrorClass(int(error.kind));
         return load;
     }
 
