@@ -1,6 +1,7 @@
-// dravin_import FILE SECONDS BYTES ROOT...: reads a model by the import library under limits on
-// processor time and address space, and writes it to standard output as a model stream. Files that
-// the model names are opened only below the roots. Started by the host only.
+// dravin_import FILE SECONDS BYTES ANIMATION ROOT...: reads a model by the import library under
+// limits on processor time and address space, and writes it to standard output as a model stream,
+// with the animation of that name (empty: the first). Files that the model names are opened only
+// below the roots. Started by the host only.
 
 #include <csignal>
 #include <cstdio>
@@ -39,13 +40,16 @@ std::string Remedy(const std::string& ending) {
     return ending == ".fbx" ? " (FBX is read from 7.1, of 2011, on)" : "";
 }
 
-std::string ReadModel(const std::string& path, const std::vector<std::string>& roots) {
+std::string ReadModel(const std::string& path, const std::string& animation,
+                      const std::vector<std::string>& roots) {
     Assimp::Importer importer;
     importer.SetIOHandler(new GuardedFiles(roots));  // the importer owns it
     const aiScene* scene = importer.ReadFile(path, 0);
-    unsigned numAnimations = scene ? scene->mNumAnimations : 0;
-    // Animations are not shown, so that what is wrong with them is no reason to refuse a model.
+    // What is wrong with its animations is no reason to refuse a model: they are taken out before
+    // the library looks for faults.
+    Animations animations;
     if (scene) {
+        animations = {scene->mAnimations, scene->mAnimations ? scene->mNumAnimations : 0};
         const_cast<aiScene*>(scene)->mNumAnimations = 0;
         const_cast<aiScene*>(scene)->mAnimations = nullptr;
         scene =
@@ -59,19 +63,19 @@ std::string ReadModel(const std::string& path, const std::vector<std::string>& r
     if (!scene && std::string(importer.GetErrorString()) == std::bad_alloc().what())
         throw std::bad_alloc();
     if (!scene) return WriteFailureStream(importer.GetErrorString() + Remedy(ending));
-    return WriteModelStream(ConvertScene(path, *scene, numAnimations));
+    return WriteModelStream(ConvertScene(path, *scene, animations, animation));
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc < 4) return 2;
+    if (argc < 5) return 2;
     prctl(PR_SET_PDEATHSIG, SIGKILL);  // an interrupted host leaves no reader behind
     LimitResources(rlim_t(ParseInteger(argv[2]).value_or(60)),
                    rlim_t(ParseInteger(argv[3]).value_or(1ll << 32)));
     std::string answer;
     try {
-        answer = ReadModel(argv[1], {argv + 4, argv + argc});
+        answer = ReadModel(argv[1], argv[4], {argv + 5, argv + argc});
     } catch (const std::bad_alloc&) {
         return kHelperOutOfMemory;
     } catch (const std::exception& failure) {

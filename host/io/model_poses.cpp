@@ -1,5 +1,9 @@
 #include "host/io/model_poses.h"
 
+#include <algorithm>
+
+#include <fmt/format.h>
+
 #include "host/base/log.h"
 
 namespace {
@@ -62,6 +66,18 @@ private:
 };
 
 }  // namespace
+
+std::string AnimationName(const std::string& name, size_t number) {
+    return name.empty() ? fmt::format("animation {}", number) : name;
+}
+
+std::optional<size_t> FindAnimation(const std::vector<std::string>& names,
+                                    const std::string& wanted) {
+    if (names.empty() || wanted == kNoAnimation) return std::nullopt;
+    if (wanted.empty()) return 0;
+    auto found = std::find(names.begin(), names.end(), wanted);
+    return found == names.end() ? std::nullopt : std::optional<size_t>(found - names.begin());
+}
 
 std::shared_ptr<IModelPoses> TurnedPoses(std::shared_ptr<IModelPoses> poses,
                                          std::function<void(std::vector<ImportedObject>&)> turn) {

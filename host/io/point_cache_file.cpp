@@ -69,9 +69,11 @@ bool ReadPc2(std::string_view bytes, int ticksPerFrame, PointCacheLayout* layout
     layout->ticksToNext = double(step) * ticksPerFrame;
     bool isStill = layout->numSamples == 1;
     if (isStill) layout->ticksToNext = 0;
-    if (!isStill && !(step > 0))
+    // Closer ones could not be told apart at a late time.
+    constexpr double kLeastTicks = 0.001;
+    if (!isStill && !(layout->ticksToNext >= kLeastTicks))
         return FailImport(error, fmt::format("samples stand {} frames apart, expected a number "
-                                             "above 0",
+                                             "above 0, a thousandth of a tick at least",
                                              FormatNumber(step)));
     if (!FitsTime(layout->firstTicks) || !FitsTime(layout->TimeOf(bytes, layout->numSamples - 1)))
         return FailImport(error, fmt::format("samples from frame {} on, {} frames apart, lie "

@@ -95,6 +95,7 @@ TEST(PointCacheFile, TimesRiseAndFitTheScene) {
     EXPECT_THAT(ErrorOf(MddBytes(1, {1, NAN}, two), "a.mdd"), HasSubstr("sample 1"));
     EXPECT_THAT(ErrorOf(MddBytes(1, {-1e9f, 1}, two), "a.mdd"), HasSubstr("sample 0"));
     EXPECT_THAT(ErrorOf(Pc2Bytes(1, 0, 0, 2, two)), HasSubstr("0 frames apart"));
+    EXPECT_THAT(ErrorOf(Pc2Bytes(1, 1e6f, 1e-30f, 2, two)), HasSubstr("a thousandth of a tick"));
     EXPECT_THAT(ErrorOf(Pc2Bytes(1, 0, NAN, 2, two)), HasSubstr("above 0"));
     EXPECT_THAT(ErrorOf(Pc2Bytes(1, 0, 1e9f, 2, two)), HasSubstr("outside the time"));
     EXPECT_THAT(ErrorOf(Pc2Bytes(1, INFINITY, 1, 2, two)), HasSubstr("outside the time"));
