@@ -229,8 +229,7 @@ bool ToWeightKeys(const aiMeshMorphAnim& from, unsigned target, double ticksPerS
 
 class Converter {
 public:
-    Converter(const std::string& path, const aiScene& scene, const Animations& animations)
-        : m_scene(scene), m_animations(animations) {
+    Converter(const std::string& path, const aiScene& scene) : m_scene(scene) {
         Convention convention = ConventionOf(path, scene);
         m_model.up = uint32_t(convention.up);
         m_model.metresPerUnit = convention.metresPerUnit;
@@ -283,15 +282,16 @@ private:
 
     void AddAnimations(const std::string& wanted) {
         std::vector<std::string> names;
-        for (const aiAnimation* animation : m_animations) {
-            names.push_back(AnimationName(Text(animation->mName), names.size()));
-            double seconds = animation->mDuration / TicksPerSecond(*animation);
+        for (unsigned a = 0; a < m_scene.mNumAnimations; ++a) {
+            const aiAnimation& animation = *m_scene.mAnimations[a];
+            names.push_back(AnimationName(Text(animation.mName), a));
+            double seconds = animation.mDuration / TicksPerSecond(animation);
             m_model.animations.push_back(
                 {names.back(), std::isfinite(seconds) ? std::max(seconds, 0.0) : 0, 0});
         }
         if (std::optional<size_t> chosen = FindAnimation(names, wanted)) {
             m_model.animations[*chosen].isRead = 1;
-            ReadAnimation(*m_animations[*chosen]);
+            ReadAnimation(*m_scene.mAnimations[*chosen]);
         }
         if (wanted != kNoAnimation && names.size() > 1)
             LeaveOut("further animation", names.size() - 1);
@@ -418,7 +418,6 @@ private:
     }
 
     const aiScene& m_scene;
-    Animations m_animations;
     double m_ticksPerSecond = 1;
     std::vector<const aiNode*> m_nodes;
     std::unordered_map<std::string, uint32_t> m_byName;
@@ -430,6 +429,6 @@ private:
 }  // namespace
 
 StreamModel ConvertScene(const std::string& path, const aiScene& scene,
-                         const Animations& animations, const std::string& wantedAnimation) {
-    return Converter(path, scene, animations).Convert(wantedAnimation);
+                         const std::string& animation) {
+    return Converter(path, scene).Convert(animation);
 }

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <new>
 #include <string>
+#include <utility>
 
 #include <assimp/postprocess.h>
 #include <assimp/scene.h>
@@ -45,16 +46,20 @@ std::string ReadModel(const std::string& path, const std::string& animation,
     Assimp::Importer importer;
     importer.SetIOHandler(new GuardedFiles(roots));  // the importer owns it
     const aiScene* scene = importer.ReadFile(path, 0);
-    // What is wrong with its animations is no reason to refuse a model: they are taken out before
+    // What is wrong with its animations is no reason to refuse a model: they are taken out while
     // the library looks for faults.
-    Animations animations;
-    if (scene) {
-        animations = {scene->mAnimations, scene->mAnimations ? scene->mNumAnimations : 0};
-        const_cast<aiScene*>(scene)->mNumAnimations = 0;
-        const_cast<aiScene*>(scene)->mAnimations = nullptr;
+    aiAnimation** animations = nullptr;
+    unsigned numAnimations = 0;
+    if (auto* changed = const_cast<aiScene*>(scene)) {
+        animations = std::exchange(changed->mAnimations, nullptr);
+        numAnimations = std::exchange(changed->mNumAnimations, 0);
         scene =
             importer.ApplyPostProcessing(aiProcess_Triangulate | aiProcess_JoinIdenticalVertices |
                                          aiProcess_ValidateDataStructure);
+    }
+    if (auto* changed = const_cast<aiScene*>(scene)) {
+        changed->mAnimations = animations;
+        changed->mNumAnimations = animations ? numAnimations : 0;
     }
     std::string ending = path.substr(std::min(path.find_last_of('.'), path.size()));
     if (!scene && !importer.IsExtensionSupported(ending))
@@ -63,7 +68,7 @@ std::string ReadModel(const std::string& path, const std::string& animation,
     if (!scene && std::string(importer.GetErrorString()) == std::bad_alloc().what())
         throw std::bad_alloc();
     if (!scene) return WriteFailureStream(importer.GetErrorString() + Remedy(ending));
-    return WriteModelStream(ConvertScene(path, *scene, animations, animation));
+    return WriteModelStream(ConvertScene(path, *scene, animation));
 }
 
 }  // namespace

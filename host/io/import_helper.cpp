@@ -172,7 +172,7 @@ std::shared_ptr<StandardMtl> ToMaterial(const StreamMaterial& source, ModelFiles
     return material;
 }
 
-bool ToImported(StreamModel&& stream, ModelFiles& files, ImportError* error) {
+void ToImported(StreamModel&& stream, ModelFiles& files) {
     ImportedModel& model = files.Model();
     model.up = UpAxis(stream.up);
     model.metresPerUnit = stream.metresPerUnit;
@@ -188,10 +188,9 @@ bool ToImported(StreamModel&& stream, ModelFiles& files, ImportError* error) {
     }
     for (const StreamAnimation& a : stream.animations)
         model.animations.push_back({a.name, a.seconds, a.isRead != 0});
-    auto rig = std::make_shared<ModelRig>(std::move(stream), std::move(ofObjects), files.Path());
-    if (!rig->Rest(&model.objects, error)) return false;
+    auto rig = std::make_shared<ModelRig>(std::move(stream), std::move(ofObjects));
+    model.objects = rig->Rest();
     if (rig->IsAnimated()) model.poses = rig;
-    return true;
 }
 
 // What a model of so many bytes can sensibly take to read, and unfold to.
@@ -250,5 +249,6 @@ bool ReadByHelper(const HelperLimits& most, ModelFiles& files, ImportError* erro
 
     std::optional<StreamModel> stream = ReadModelStream(answer, &reason);
     if (!stream) return reason = FirstLine(reason), fail(ImportFailure::kMalformed);
-    return ToImported(std::move(*stream), files, error);
+    ToImported(std::move(*stream), files);
+    return true;
 }

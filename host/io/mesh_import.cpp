@@ -242,7 +242,7 @@ JoinedModel ImportJoined(const std::string& path, const std::string& object,
     else if (joined.mesh->faces.empty())
         FailImport(error, fmt::format("{}: the model has no faces", path));
     if (joined.mesh && model.poses)
-        joined.animation = JoinedAnimation(model.poses, object, joined.mesh);
+        joined.animation = JoinedAnimation(model.poses, path, object, joined.mesh);
     return joined;
 }
 

@@ -17,7 +17,7 @@ std::shared_ptr<IModelPoses> TurnedPoses(std::shared_ptr<IModelPoses> poses,
                                          std::function<void(std::vector<ImportedObject>&)> turn);
 
 // The objects of that name (empty: all of them) as one mesh at any time. The last pose is kept.
-// Where a pose cannot be made, `rest` stands for it, with a warning. One thread.
+// Where a pose cannot be made, `rest` stands for it, with a warning that names `path`. One thread.
 std::shared_ptr<IMeshAnimation> JoinedAnimation(std::shared_ptr<IModelPoses> poses,
-                                                std::string object,
+                                                std::string path, std::string object,
                                                 std::shared_ptr<const Mesh> rest);

@@ -1,10 +1,7 @@
 #include "host/io/model_rig.h"
 
-#include <fmt/format.h>
-
 #include "host/geom/mesh_motion.h"
 #include "host/geom/mesh_tools.h"
-#include "host/io/model_readers.h"
 
 namespace {
 
@@ -41,9 +38,8 @@ void Bend(const std::vector<StreamBone>& bones, const std::vector<Matrix3>& worl
 
 }  // namespace
 
-ModelRig::ModelRig(StreamModel&& stream, std::vector<std::shared_ptr<Mtl>> materials,
-                   std::string path)
-    : m_path(std::move(path)), m_nodes(std::move(stream.nodes)) {
+ModelRig::ModelRig(StreamModel&& stream, std::vector<std::shared_ptr<Mtl>> materials)
+    : m_nodes(std::move(stream.nodes)) {
     for (Mesh& mesh : stream.meshes) m_meshes.push_back(std::make_shared<Mesh>(std::move(mesh)));
     for (StreamChannel& channel : stream.channels) AddChannel(std::move(channel));
     for (size_t i = 0; i < stream.objects.size(); ++i)
@@ -100,7 +96,8 @@ Mesh ModelRig::Deformed(const Object& object, const TimeValue* t,
     return mesh;
 }
 
-bool ModelRig::Pose(const TimeValue* t, std::vector<ImportedObject>* objects, ImportError* error) {
+std::vector<ImportedObject> ModelRig::Pose(const TimeValue* t) const {
+    std::vector<ImportedObject> objects;
     std::vector<Matrix3> worlds = Worlds(t);
     for (const Object& object : m_objects) {
         std::shared_ptr<Mesh> mesh = m_meshes[object.source.mesh];
@@ -108,25 +105,18 @@ bool ModelRig::Pose(const TimeValue* t, std::vector<ImportedObject>* objects, Im
             mesh = std::make_shared<Mesh>(Deformed(object, t, worlds));
         else if (IsAnimated())
             mesh = std::make_shared<Mesh>(*mesh);  // whoever gets it may turn and scale it
-        if (t && FirstNonFiniteVertex(*mesh))
-            return FailImport(error, fmt::format("{}: object \"{}\" at tick {}: a coordinate is "
-                                                 "not a finite number",
-                                                 m_path, object.source.name, *t));
         // Bones say where the vertices are in the world, wherever the node stands.
         bool isBent = !object.source.bones.empty();
-        objects->push_back({object.source.name,
-                            std::move(mesh),
-                            object.material,
-                            isBent ? Matrix3{} : worlds[object.source.node],
-                            {1, 1, 1}});
+        objects.push_back({object.source.name,
+                           std::move(mesh),
+                           object.material,
+                           isBent ? Matrix3{} : worlds[object.source.node],
+                           {1, 1, 1}});
     }
+    return objects;
+}
+
+bool ModelRig::At(TimeValue t, std::vector<ImportedObject>* objects, ImportError*) {
+    *objects = Pose(&t);
     return true;
-}
-
-bool ModelRig::Rest(std::vector<ImportedObject>* objects, ImportError* error) {
-    return Pose(nullptr, objects, error);
-}
-
-bool ModelRig::At(TimeValue t, std::vector<ImportedObject>* objects, ImportError* error) {
-    return Pose(&t, objects, error);
 }

@@ -11,13 +11,13 @@
 
 class ModelRig : public IModelPoses {
 public:
-    // stream: as ReadModelStream gives it. materials: one an object. path: of the file.
-    ModelRig(StreamModel&& stream, std::vector<std::shared_ptr<Mtl>> materials, std::string path);
+    // stream: as ReadModelStream gives it. materials: one an object.
+    ModelRig(StreamModel&& stream, std::vector<std::shared_ptr<Mtl>> materials);
 
     bool IsAnimated() const { return !m_range.IsEmpty(); }
     // As the nodes stand in the file. Where nothing moves, meshes that nothing deforms are the
     // rig's own.
-    bool Rest(std::vector<ImportedObject>* objects, ImportError* error);
+    std::vector<ImportedObject> Rest() const { return Pose(nullptr); }
 
     Interval Range() const override { return m_range; }
     bool At(TimeValue t, std::vector<ImportedObject>* objects, ImportError* error) override;
@@ -47,9 +47,8 @@ private:
     Mesh Deformed(const Object& object, const TimeValue* t,
                   const std::vector<Matrix3>& worlds) const;
     // t: null for the file's own pose.
-    bool Pose(const TimeValue* t, std::vector<ImportedObject>* objects, ImportError* error);
+    std::vector<ImportedObject> Pose(const TimeValue* t) const;
 
-    std::string m_path;
     std::vector<StreamNode> m_nodes;
     std::vector<std::shared_ptr<Mesh>> m_meshes;
     std::vector<Channel> m_channels;

@@ -1,5 +1,3 @@
-#include <cmath>
-
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
