@@ -290,8 +290,8 @@ private:
                 {names.back(), std::isfinite(seconds) ? std::max(seconds, 0.0) : 0, 0});
         }
         if (std::optional<size_t> chosen = FindAnimation(names, wanted)) {
-            m_model.animations[*chosen].isRead = 1;
             ReadAnimation(*m_scene.mAnimations[*chosen]);
+            m_model.animations[*chosen].isRead = !m_model.channels.empty() || !m_morphs.empty();
         }
         if (wanted != kNoAnimation && names.size() > 1)
             LeaveOut("further animation", names.size() - 1);

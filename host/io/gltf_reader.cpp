@@ -198,12 +198,12 @@ private:
         }
         std::optional<size_t> chosen = FindAnimation(names, m_files.Animation());
         if (!chosen) return true;
-        m_model.animations[*chosen].isRead = true;
         std::string reason;
         if (!m_animation.Read(m_parsed, *chosen, &reason))
             return FailImport(error, fmt::format("{}: {}", m_files.Path(), reason));
-        if (!m_animation.IsEmpty())
-            m_model.animations[*chosen].seconds = double(m_animation.Range().end) / kTicksPerSecond;
+        if (m_animation.IsEmpty()) return true;
+        m_model.animations[*chosen].isRead = true;
+        m_model.animations[*chosen].seconds = double(m_animation.Range().end) / kTicksPerSecond;
         return true;
     }
 
