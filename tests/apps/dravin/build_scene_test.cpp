@@ -5,6 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "tests/host/io/point_cache_bytes.h"
 #include "tests/run_program.h"
 
 namespace {
@@ -14,13 +15,13 @@ using Json = nlohmann::json;
 class BuildScene : public testing::Test {
 protected:
     // The result of `dravin build` on a scene of a 20 x 20 ground, a unit box and these nodes.
-    Json Build(const std::string& nodes) const {
+    Json Build(const std::string& nodes, const std::string& time = "0") const {
         m_folder.Write("s.json", R"({"dravin_scene": 1, "nodes": [
             {"name": "ground", "type": "plane", "width": 20, "length": 20},
             {"name": "box", "type": "box", "width": 1, "length": 1, "height": 1}, )" +
                                      nodes + "]}");
         ProgramRun run = RunProgram({DRAVIN_BINARY_DIR "/apps/dravin/dravin", "build", "s.json",
-                                     "--fields", "all", "-o", "items.json"},
+                                     "--fields", "all", "--time", time, "-o", "items.json"},
                                     m_folder.File("."));
         EXPECT_EQ(run.code, 0) << run.err;
         std::ifstream file(m_folder.File("items.json"));
@@ -106,5 +107,24 @@ TEST_F(BuildScene, SplinesWithModifiersStayAreasAndPaths) {
         Json plain = build("", use);
         ASSERT_GT(plain.size(), 5u) << use;
         EXPECT_EQ(build(kLeaf, use), plain) << use;
+    }
+}
+
+// A triangle whose point cache raises it from 1 to 4 within 24 frames of 160 ticks.
+TEST_F(BuildScene, ItemsFollowAPointCache) {
+    m_folder.Write("rise.pc2", Pc2Bytes(3, 0, 24, 2,
+                                        {0, 0, 0, 1, 0, 0, 0, 0, 1,  //
+                                         0, 0, 0, 1, 0, 0, 0, 0, 4}));
+    const std::string kNodes = R"({"name": "leaf", "type": "mesh",
+            "vertices": [[0, 0, 0], [1, 0, 0], [0, 0, 1]], "faces": [[0, 1, 2]],
+            "modifiers": [{"type": "point_cache", "file": "rise.pc2"}]},
+        {"name": "hand", "type": "dravin",
+         "params": {"mode": 1, "surflist": ["ground"], "animation": "Follow Geometry"},
+         "geometry": [{"name": "l", "object": "leaf"}],
+         "items": [{"stored_position": [1, 2, 0], "seed": 7}]})";
+    for (const auto& [time, height] : {std::pair{"0", 1.0}, {"1920", 2.5}, {"9999", 4.0}}) {
+        Json built = Build(kNodes, time);
+        ASSERT_EQ(built["items"].size(), 1u);
+        EXPECT_EQ(built["items"][0]["bounds"][1][2], height) << time;
     }
 }
