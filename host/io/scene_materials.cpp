@@ -6,6 +6,7 @@
 
 #include "host/base/text.h"
 #include "host/io/scene_parts.h"
+#include "host/scene/physical_material.h"
 
 using Json = nlohmann::ordered_json;
 
@@ -86,25 +87,46 @@ bool WriteHostTexmap(const std::string& type, const Texmap& texmap, Json& keys,
 
 // Materials of the host.
 
-std::shared_ptr<Mtl> ReadStandard(DescriptionObject& keys, DescriptionContext& context) {
-    auto mtl = std::make_shared<StandardMtl>();
+void ReadStandardKeys(DescriptionObject& keys, DescriptionContext& context, StandardMtl* mtl) {
     mtl->diffuse = keys.ColorOf("diffuse", mtl->diffuse);
     mtl->opacity = keys.Float("opacity", mtl->opacity);
     mtl->opacityCutoff = keys.Float("opacity_cutoff", mtl->opacityCutoff);
     mtl->mapFactor = keys.ColorOf("map_factor", mtl->mapFactor);
     mtl->vertexColors = keys.Bool("vertex_colors", mtl->vertexColors);
     mtl->twoSided = keys.Bool("two_sided", mtl->twoSided);
+    if (auto map = keys.Find("diffuse_map")) mtl->diffuseMap = context.TexmapOf(*map);
+    if (auto map = keys.Find("opacity_map")) mtl->opacityMap = context.TexmapOf(*map);
+}
+
+std::shared_ptr<Mtl> ReadStandard(DescriptionObject& keys, DescriptionContext& context) {
+    auto mtl = std::make_shared<StandardMtl>();
+    ReadStandardKeys(keys, context, mtl.get());
     mtl->translucency = keys.Float("translucency", mtl->translucency);
     mtl->reflectivity = keys.Float("reflectivity", mtl->reflectivity);
     mtl->ripple = keys.Float("ripple", mtl->ripple);
-    if (auto map = keys.Find("diffuse_map")) mtl->diffuseMap = context.TexmapOf(*map);
-    if (auto map = keys.Find("opacity_map")) mtl->opacityMap = context.TexmapOf(*map);
     return mtl;
 }
 
-bool WriteStandard(const Mtl& mtl, Json& keys, const DescriptionWriter& writer) {
-    auto* standard = dynamic_cast<const StandardMtl*>(&mtl);
-    if (!standard) return false;
+std::shared_ptr<Mtl> ReadPhysical(DescriptionObject& keys, DescriptionContext& context) {
+    auto mtl = std::make_shared<PhysicalMtl>();
+    ReadStandardKeys(keys, context, mtl.get());
+    mtl->metallic = keys.Float("metallic", mtl->metallic);
+    mtl->roughness = keys.Float("roughness", mtl->roughness);
+    mtl->normalScale = keys.Float("normal_scale", mtl->normalScale);
+    mtl->emission = keys.ColorOf("emission", mtl->emission);
+    mtl->emissionStrength = keys.Float("emission_strength", mtl->emissionStrength);
+    if (auto map = keys.Find("metallic_roughness_map"))
+        mtl->metallicRoughnessMap = context.TexmapOf(*map);
+    if (auto map = keys.Find("normal_map")) mtl->normalMap = context.TexmapOf(*map);
+    if (auto map = keys.Find("emission_map")) mtl->emissionMap = context.TexmapOf(*map);
+    return mtl;
+}
+
+void WriteUnless(float usual, Json& keys, const char* key, float value) {
+    if (value != usual) keys[key] = DescriptionWriter::Number(value);
+}
+
+void WriteStandardKeys(const StandardMtl* standard, Json& keys, const DescriptionWriter& writer) {
     const StandardMtl plain;
     keys["diffuse"] = DescriptionWriter::Triple(standard->diffuse);
     if (standard->diffuseMap) keys["diffuse_map"] = writer.TexmapName(standard->diffuseMap.Get());
@@ -115,13 +137,35 @@ bool WriteStandard(const Mtl& mtl, Json& keys, const DescriptionWriter& writer) 
         keys["map_factor"] = DescriptionWriter::Triple(standard->mapFactor);
     if (standard->vertexColors) keys["vertex_colors"] = true;
     if (standard->twoSided) keys["two_sided"] = true;
-    auto extra = [&](const char* key, float value) {
-        if (value != 0) keys[key] = DescriptionWriter::Number(value);
+    WriteUnless(0, keys, "opacity_cutoff", standard->opacityCutoff);
+}
+
+bool WriteStandard(const Mtl& mtl, Json& keys, const DescriptionWriter& writer) {
+    auto* standard = dynamic_cast<const StandardMtl*>(&mtl);
+    if (!standard || dynamic_cast<const PhysicalMtl*>(&mtl)) return false;
+    WriteStandardKeys(standard, keys, writer);
+    WriteUnless(0, keys, "translucency", standard->translucency);
+    WriteUnless(0, keys, "reflectivity", standard->reflectivity);
+    WriteUnless(0, keys, "ripple", standard->ripple);
+    return true;
+}
+
+bool WritePhysical(const Mtl& mtl, Json& keys, const DescriptionWriter& writer) {
+    auto* physical = dynamic_cast<const PhysicalMtl*>(&mtl);
+    if (!physical) return false;
+    WriteStandardKeys(physical, keys, writer);
+    keys["metallic"] = DescriptionWriter::Number(physical->metallic);
+    keys["roughness"] = DescriptionWriter::Number(physical->roughness);
+    WriteUnless(1, keys, "normal_scale", physical->normalScale);
+    if (!(physical->emission == Color{}))
+        keys["emission"] = DescriptionWriter::Triple(physical->emission);
+    WriteUnless(1, keys, "emission_strength", physical->emissionStrength);
+    auto map = [&](const char* key, const Reference<Texmap>& texmap) {
+        if (texmap) keys[key] = writer.TexmapName(texmap.Get());
     };
-    extra("opacity_cutoff", standard->opacityCutoff);
-    extra("translucency", standard->translucency);
-    extra("reflectivity", standard->reflectivity);
-    extra("ripple", standard->ripple);
+    map("metallic_roughness_map", physical->metallicRoughnessMap);
+    map("normal_map", physical->normalMap);
+    map("emission_map", physical->emissionMap);
     return true;
 }
 
@@ -284,5 +328,6 @@ void RegisterHostTexmaps(SceneFormats& formats) {
 
 void RegisterHostMaterials(SceneFormats& formats) {
     formats.RegisterMaterial("standard", {ReadStandard, WriteStandard});
+    formats.RegisterMaterial("physical", {ReadPhysical, WritePhysical});
     formats.RegisterMaterial("multi", {ReadMulti, WriteMulti});
 }

@@ -96,8 +96,7 @@ Json WriteRender(const Writer& writer) {
     const SceneRenderSettings& r = writer.scene.render;
     const SceneRenderSettings plain;
     Json keys = {{"width", r.width}, {"height", r.height}};
-    if (writer.scene.renderCamera)
-        keys["camera"] = writer.NodeName(writer.scene.renderCamera.Get());
+    if (writer.scene.RenderCamera()) keys["camera"] = writer.NodeName(writer.scene.RenderCamera());
     if (!r.renderer.empty()) keys["renderer"] = r.renderer;
     if (r.samples != plain.samples) keys["samples"] = r.samples;
     if (r.exposure != plain.exposure) keys["exposure"] = Writer::Number(r.exposure);
