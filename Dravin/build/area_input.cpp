@@ -146,8 +146,8 @@ private:
     PolyShape ShapeOf(const ListRow& row, INode& node) {
         Object* object = node.GetObjectRef();
         if (!object) return {};
-        *m_valid &= object->ObjectValidity(m_scene.time);
-        auto* spline = dynamic_cast<ShapeObject*>(object);
+        std::shared_ptr<Object> shown = object->Evaluated(m_scene.time, m_valid);
+        auto* spline = dynamic_cast<ShapeObject*>(shown.get());
         auto heights = object->GetHeightField(m_scene.time);
         std::shared_ptr<const Mesh> mesh;
         if (!spline && !heights) mesh = object->GetRenderMesh(m_scene.time);

@@ -7,6 +7,8 @@
 #include "Dravin/dravin.h"
 #include "Dravin/dravin_globals.h"
 #include "Dravin/engine/build_input.h"
+#include "Dravin/materials/tint_params.h"
+#include "host/base/thread_pool.h"
 #include "host/geom/mesh_tools.h"
 
 namespace {
@@ -16,6 +18,10 @@ std::shared_ptr<const Mesh> AtRealSize(const TDravinMeshSample& sample, const Ma
     if (!sample.Source() || toReal == Matrix3{}) return sample.Source();
     return std::make_shared<Mesh>(TransformedMesh(*sample.Source(), toReal));
 }
+
+constexpr TTintParams kObjectTint{
+    matParams::kTintmin,    matParams::kTintmax,    matParams::kTintmode, matParams::kTintmapmode,
+    matParams::kTintcolor1, matParams::kTintcolor2, matParams::kTintmap};
 
 // What a face takes, with its share of vertices, normals and maps at the most.
 uint64_t BytesOfFace(const Mesh& mesh) {
@@ -30,6 +36,9 @@ TDravinInstances::TDravinInstances(const TDravin& object, const TDravinBuild& bu
     : m_build(build), m_cutMemory(cutMemory), m_node(GetWorldNode(object)), m_objectTM(objectTM) {
     if (m_node) m_name = m_node->GetName();
     if (!build.Input()) return;
+    const IParamBlock2& settings = object.Block(kMatParams);
+    m_tint = ReadTint(settings, kObjectTint, build.Time());
+    m_blend = settings.GetInt(matParams::kTintmixmode, build.Time());
     m_scaleOnSlope = build.Input()->transforms.scaleOnSlope;
     for (size_t row = 0; row < build.Specimens().NumRows(); ++row) {
         const TSpecBuild& specimen = build.Specimens().Row(row);
@@ -116,7 +125,10 @@ uint32_t TDravinInstances::AddCut(uint32_t whole, const HiddenElements& hidden, 
     cut.name += fmt::format(" cut {}", number);
     const std::vector<uint32_t>& elementOfFace = cut.sample->Elements().elementOfFace;
     std::vector<uint8_t> keep(elementOfFace.size());
-    for (size_t f = 0; f < keep.size(); ++f) keep[f] = !hidden[elementOfFace[f]];
+    for (size_t f = 0; f < keep.size(); ++f) {
+        keep[f] = !hidden[elementOfFace[f]];
+        if (keep[f]) cut.sampleFaces.push_back(uint32_t(f));
+    }
     m_cutBytes += uint64_t(std::count(keep.begin(), keep.end(), 1)) * BytesOfFace(*cut.mesh);
     if (m_cutBytes > m_cutMemory) return kNone;
     cut.mesh = std::make_shared<Mesh>(MeshOfFaces(*cut.mesh, keep));
@@ -132,14 +144,18 @@ std::string TDravinInstances::Refusal() const {
         m_name, double(m_cutMemory) / 1e9);
 }
 
+uint32_t TDravinInstances::PrototypeOf(const TDravinItem& item, uint32_t index) const {
+    auto cut = item.partial ? m_cutItems.find(index) : m_cutItems.end();
+    return cut != m_cutItems.end() ? cut->second : WholePrototypeOf(item);
+}
+
 void TDravinInstances::GetInstances(size_t first, std::span<InstanceRecord> out) const {
     TDravinItem item;
     for (size_t k = 0; k < out.size(); ++k) {
         uint32_t index = m_items[first + k];
         m_build.Items().ReadStored(index, &item, kGroupCenter);
         InstanceRecord& record = out[k];
-        auto cut = item.partial ? m_cutItems.find(index) : m_cutItems.end();
-        record.prototype = cut != m_cutItems.end() ? cut->second : WholePrototypeOf(item);
+        record.prototype = PrototypeOf(item, index);
         record.transform = m_prototypes[record.prototype].toUnit *
                            ItemTransform(item, m_scaleOnSlope) * m_objectTM;
         record.id = int32_t(index);
@@ -159,4 +175,44 @@ InstanceDetails TDravinInstances::GetDetails(size_t instance) const {
         for (int32_t e = 0; e < item.elementMask.NumBits(); ++e)
             details.hiddenElements.push_back(item.elementMask.Test(e));
     return details;
+}
+
+TShadedItem TDravinInstances::ReadShaded(uint32_t instance) const {
+    TDravinItem item = m_build.Items().Item(m_items[instance]);
+    const TBuildInput& input = *m_build.Input();
+    bool onSurface =
+        !input.surfaces.empty() && (input.transforms.customEdit || input.transforms.tintOnSurface);
+    return {item.random1,
+            item.random2,
+            item.random3,
+            item.tintColor,
+            item.tintBlend,
+            item.position,
+            onSurface ? item.mapUvws[kTintMap] : item.mapCoordinates};
+}
+
+// Random values are drawn again, which is too slow at every hit.
+void TDravinInstances::PrepareShading() const {
+    constexpr size_t kBlock = 4096;
+    if (!m_shaded.empty()) return;
+    m_shaded.resize(m_items.size());
+    ParallelFor((m_shaded.size() + kBlock - 1) / kBlock, NumProcessors(), [this](size_t block) {
+        size_t end = std::min((block + 1) * kBlock, m_shaded.size());
+        for (size_t i = block * kBlock; i < end; ++i) m_shaded[i] = ReadShaded(uint32_t(i));
+    });
+}
+
+TShadedItem TDravinInstances::ItemOf(uint32_t instance) const {
+    return m_shaded.empty() ? ReadShaded(instance) : m_shaded[instance];
+}
+
+TElementRandoms TDravinInstances::ElementOf(uint32_t instance, uint32_t face) const {
+    TDravinItem item;
+    m_build.Items().ReadStored(m_items[instance], &item, 0);
+    uint32_t index = PrototypeOf(item, m_items[instance]);
+    if (index >= m_prototypes.size()) return {};
+    const Prototype& prototype = m_prototypes[index];
+    if (!prototype.sampleFaces.empty()) face = prototype.sampleFaces[face];
+    auto [first, second] = prototype.sample->Elements().RandomsOfFace(face);
+    return {first, second};
 }

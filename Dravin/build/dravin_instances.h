@@ -14,9 +14,10 @@
 #include <vector>
 
 #include "Dravin/build/dravin_build.h"
+#include "Dravin/materials/shaded_items.h"
 #include "host/scene/instance_source.h"
 
-class TDravinInstances : public IInstanceSource {
+class TDravinInstances : public IInstanceSource, public IShadedItems {
 public:
     // cutMemory: bytes that meshes without hidden elements may take together.
     TDravinInstances(const TDravin& object, const TDravinBuild& build, const Matrix3& objectTM,
@@ -36,6 +37,16 @@ public:
     size_t NumInstances() const override { return m_items.size(); }
     void GetInstances(size_t first, std::span<InstanceRecord> out) const override;
     InstanceDetails GetDetails(size_t instance) const override;
+    void PrepareShading() const override;
+    const void* GetInterface(uint32_t number) const override {
+        return number == IShadedItems::kInterface ? static_cast<const IShadedItems*>(this)
+                                                  : nullptr;
+    }
+
+    TShadedItem ItemOf(uint32_t instance) const override;
+    TElementRandoms ElementOf(uint32_t instance, uint32_t face) const override;
+    const TTintSettings& ObjectTint() const override { return m_tint; }
+    int ObjectBlend() const override { return m_blend; }
 
 private:
     struct Prototype {
@@ -44,6 +55,7 @@ private:
         Mtl* mtl = nullptr;
         Matrix3 toUnit;  // real size -> unit size
         std::shared_ptr<const TDravinMeshSample> sample;
+        std::vector<uint32_t> sampleFaces;  // of each face, where some are left out
     };
     // The prototypes of a row: node n at sample f stands at n * numSamples + f; kNotMade before an
     // item shows it, kNone without geometry.
@@ -62,6 +74,9 @@ private:
     uint32_t WholePrototypeOf(const TDravinItem& item) const;
     uint32_t MakeWholePrototype(const TDravinItem& item);
     uint32_t AddPrototype(const Row& row, size_t node, size_t frame);
+    // Of the list's item, without its hidden elements where it has any.
+    uint32_t PrototypeOf(const TDravinItem& item, uint32_t index) const;
+    TShadedItem ReadShaded(uint32_t instance) const;
     // Of item i without its hidden elements; kNone when all are hidden.
     uint32_t CutPrototypeOf(size_t i, uint32_t whole, CutPrototypes& known);
     uint32_t AddCut(uint32_t whole, const HiddenElements& hidden, size_t number);
@@ -76,4 +91,7 @@ private:
     std::vector<Row> m_rows;
     std::vector<uint32_t> m_items;                      // list index of each instance
     std::unordered_map<uint32_t, uint32_t> m_cutItems;  // list index -> prototype
+    TTintSettings m_tint;
+    int m_blend = 0;
+    mutable std::vector<TShadedItem> m_shaded;  // by instance, after PrepareShading
 };

@@ -98,7 +98,9 @@ private:
     std::optional<PolyShape> ShapeOf(INode& node) const {
         Object* object = node.GetObjectRef();
         if (!object) return std::nullopt;
-        if (auto* shape = dynamic_cast<ShapeObject*>(object)) return shape->GetPolyShape(m_time);
+        std::shared_ptr<Object> shown = object->Evaluated(m_time, nullptr);
+        if (auto* shape = dynamic_cast<ShapeObject*>(shown.get()))
+            return shape->GetPolyShape(m_time);
         if (!object->IsGeomObject()) return std::nullopt;
         if (auto heights = object->GetHeightField(m_time)) return heights->Outline();
         std::shared_ptr<const Mesh> mesh = object->GetRenderMesh(m_time);

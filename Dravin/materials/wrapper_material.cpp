@@ -70,8 +70,3 @@ void DMat::Shade(const ShadeContext& sc, SurfaceLook* look) const {
     Color shown = LinearToDisplay(look->diffuse);
     look->diffuse = DisplayToLinear(Tinted(shown, items->ItemOf(sc.Instance()), {}, request));
 }
-
-const StandardMtl* DMat::AsStandard() const {
-    const Mtl* base = GetSubMtl(0);
-    return base ? base->AsStandard() : nullptr;
-}

@@ -26,7 +26,9 @@ public:
     void TellNeeds(ShadeNeeds* needs) const override;
     float Opacity(const ShadeContext& sc) const override;
     void Shade(const ShadeContext& sc, SurfaceLook* look) const override;
-    const StandardMtl* AsStandard() const override;
+    const StandardMtl* AsStandard(int matID) const override {
+        return StandardMtlOfFace(GetSubMtl(0), matID);
+    }
 
     static constexpr ClassInfo kClass{{0x3d1c0111, 0x52a7}, SuperClass::kMaterial, "DravinMat"};
     ClassInfo Class() const override { return kClass; }

@@ -45,20 +45,6 @@ bool IsAmong(std::span<const ParamID> ids, ParamID id) {
     return std::find(ids.begin(), ids.end(), id) != ids.end();
 }
 
-// A parameter that the object changed, animated or not.
-bool IsChanged(const IParamBlock2& block, const ParamDef& def) {
-    if (def.list) return block.Count(def.id) > 0;
-    return !block.GetKeys(def.id).empty() || block.GetValue(def.id) != def.defaultValue;
-}
-
-Json WriteParam(const IParamBlock2& block, const ParamDef& def, const DescriptionWriter& writer) {
-    std::vector<ParamElement> elements = block.GetElements(def.id);
-    if (!def.list) return writer.Value(def, elements[0]);
-    Json list = Json::array();
-    for (const ParamElement& element : elements) list.push_back(writer.Value(def, element));
-    return list;
-}
-
 class DravinDescription : public INodeDescription {
 public:
     std::shared_ptr<Object> Read(DescriptionObject& keys,
@@ -99,7 +85,7 @@ public:
                     WarnOfDropped(*dravin, block, def);
                     continue;
                 }
-                if (IsChanged(block, def)) params[def.name] = WriteParam(block, def, writer);
+                Add(params, def.name.c_str(), writer.Param(block, def));
             }
         }
         if (!params.empty()) keys["params"] = params;

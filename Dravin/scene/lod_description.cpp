@@ -84,7 +84,7 @@ public:
         Json params = Json::object();
         for (const ParamDef& def : LodBlock().params) {
             if (def.list && rows) continue;
-            Json value = WriteParam(lod->Block(), def, writer);
+            Json value = writer.Param(lod->Block(), def);
             if (!value.is_null()) params[def.name] = value;
         }
         if (!params.empty()) keys["params"] = params;
@@ -121,17 +121,6 @@ private:
         }
         reader.Store();
         WarnOfEqualThresholds(lod, levels);
-    }
-
-    // Null where the parameter has its default.
-    static Json WriteParam(const IParamBlock2& block, const ParamDef& def,
-                           const DescriptionWriter& writer) {
-        std::vector<ParamElement> elements = block.GetElements(def.id);
-        if (!def.list)
-            return elements[0].value == def.defaultValue ? Json() : writer.Value(def, elements[0]);
-        Json list;
-        for (const ParamElement& element : elements) list.push_back(writer.Value(def, element));
-        return list;
     }
 
     static Json WriteLevel(const TDLod& lod, const RowWriter& columns, int i) {

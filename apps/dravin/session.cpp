@@ -11,6 +11,7 @@
 #include <fmt/format.h>
 
 #include "Dravin/config/main_folder.h"
+#include "Dravin/dravin_classes.h"
 #include "Dravin/dravin_globals.h"
 #include "Dravin/geometry/tree_spec_list.h"
 #include "Dravin/scene/dravin_description.h"
@@ -83,6 +84,7 @@ std::string Listed(const std::vector<std::string>& names) {
 Session::Session() : m_formats(MakeSceneLoaders()) {
     m_host.SetUserInterface(std::make_unique<ProgramUserInterface>());
     RegisterDravinNodes(m_formats);
+    RegisterDravinClasses(m_host.classes);
 }
 
 ExitCode Session::Open(const std::string& path) {

@@ -1,6 +1,7 @@
 #include "apps/dravin_import/converter.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <map>
 #include <unordered_map>
@@ -8,6 +9,7 @@
 #include <assimp/scene.h>
 
 #include "host/geom/mesh_tools.h"
+#include "host/io/model_poses.h"
 
 namespace {
 
@@ -181,6 +183,50 @@ Mesh ToMesh(const aiMesh& source) {
     return mesh;
 }
 
+bool IsFinite(float f) { return std::isfinite(f); }
+bool IsFinite(const Quat& q) { return std::isfinite(q.x + q.y + q.z + q.w); }
+
+// Formats that do not say it mean this by a tick.
+double TicksPerSecond(const aiAnimation& animation) {
+    constexpr double kUsual = 25;
+    return animation.mTicksPerSecond > 0 ? animation.mTicksPerSecond : kUsual;
+}
+
+// Adds a key; of several at one tick the last counts. False for a time or value that is none, or a
+// time before the last.
+template <class T>
+bool AddKey(double seconds, const T& value, std::vector<StreamKey<T>>* keys) {
+    double ticks = std::round(seconds * kTicksPerSecond);
+    constexpr double kMostTicks = 2e9;
+    if (!(std::abs(ticks) <= kMostTicks) || !IsFinite(value)) return false;
+    auto time = TimeValue(ticks);
+    if (!keys->empty() && keys->back().time > time) return false;
+    if (!keys->empty() && keys->back().time == time) keys->pop_back();
+    keys->push_back({time, value});
+    return true;
+}
+
+template <class Key, class Make, class T>
+bool ToKeys(const Key* from, unsigned count, double ticksPerSecond, const Make& make,
+            std::vector<StreamKey<T>>* keys) {
+    for (unsigned k = 0; k < count; ++k)
+        if (!AddKey(from[k].mTime / ticksPerSecond, make(from[k].mValue), keys)) return false;
+    return true;
+}
+
+// The weights of one of the targets, where keys name it.
+bool ToWeightKeys(const aiMeshMorphAnim& from, unsigned target, double ticksPerSecond,
+                  std::vector<StreamKey<float>>* keys) {
+    for (unsigned k = 0; k < from.mNumKeys; ++k) {
+        const aiMeshMorphKey& key = from.mKeys[k];
+        for (unsigned i = 0; i < key.mNumValuesAndWeights; ++i)
+            if (key.mValues[i] == target &&
+                !AddKey(key.mTime / ticksPerSecond, float(key.mWeights[i]), keys))
+                return false;
+    }
+    return true;
+}
+
 class Converter {
 public:
     Converter(const std::string& path, const aiScene& scene) : m_scene(scene) {
@@ -189,110 +235,200 @@ public:
         m_model.metresPerUnit = convention.metresPerUnit;
     }
 
-    StreamModel Convert(size_t numAnimations) {
+    StreamModel Convert(const std::string& wantedAnimation) {
         for (unsigned m = 0; m < m_scene.mNumMaterials; ++m)
             m_model.materials.push_back(
                 ToMaterial(m_scene, *m_scene.mMaterials[m], &m_model.leftOut));
-        CountLeftOut(numAnimations);
-        if (m_scene.mRootNode) FindWorlds();
-        for (const aiNode* node : m_nodes)
-            if (node->mNumMeshes > 0) AddObject(*node);
+        if (m_scene.mRootNode) AddNodes();
+        AddAnimations(wantedAnimation);
+        for (uint32_t n = 0; n < m_nodes.size(); ++n)
+            if (m_nodes[n]->mNumMeshes > 0) AddObject(n);
+        CountLeftOut();
         return std::move(m_model);
     }
 
 private:
-    void CountLeftOut(size_t numAnimations) {
-        auto leaveOut = [&](const char* kind, size_t count) {
-            m_model.leftOut.insert(m_model.leftOut.end(), std::min<size_t>(count, 10000), kind);
-        };
-        leaveOut("animation", numAnimations);
-        leaveOut("camera", m_scene.mNumCameras);
-        leaveOut("light", m_scene.mNumLights);
+    void LeaveOut(const char* kind, size_t count = 1) {
+        m_model.leftOut.insert(m_model.leftOut.end(), std::min<size_t>(count, 10000), kind);
+    }
+    void CountLeftOut() {
+        LeaveOut("camera", m_scene.mNumCameras);
+        LeaveOut("light", m_scene.mNumLights);
+        size_t numMorphs = 0;
         for (unsigned m = 0; m < m_scene.mNumMeshes; ++m) {
             const aiMesh& mesh = *m_scene.mMeshes[m];
             if (mesh.mPrimitiveTypes & (aiPrimitiveType_POINT | aiPrimitiveType_LINE))
-                leaveOut("set of points or lines", 1);
-            leaveOut("morph target", mesh.mNumAnimMeshes);
+                LeaveOut("set of points or lines");
+            numMorphs += mesh.mNumAnimMeshes;
         }
+        LeaveOut("morph target", numMorphs - std::min(numMorphs, m_numMorphs));
     }
 
-    // The nodes, parents first, and where they stand.
-    void FindWorlds() {
-        std::vector<std::pair<const aiNode*, Matrix3>> stack{{m_scene.mRootNode, {}}};
+    // The nodes, parents first.
+    void AddNodes() {
+        std::vector<std::pair<const aiNode*, uint32_t>> stack{
+            {m_scene.mRootNode, StreamNode::kNoParent}};
         while (!stack.empty()) {
             auto [node, parent] = stack.back();
             stack.pop_back();
-            Matrix3 world = ToMatrix(node->mTransformation) * parent;
+            auto number = uint32_t(m_nodes.size());
             m_nodes.push_back(node);
-            m_worlds[node] = world;
-            m_byName.try_emplace(Text(node->mName), world);
+            m_model.nodes.push_back({parent, ToMatrix(node->mTransformation)});
+            m_byName.try_emplace(Text(node->mName), number);
             for (unsigned c = node->mNumChildren; c-- > 0;)
-                stack.push_back({node->mChildren[c], world});
+                stack.push_back({node->mChildren[c], number});
         }
     }
 
-    // The meshes of a node, one a material, joined again. A skin brings its vertices to the world.
-    void AddObject(const aiNode& node) {
-        StreamObject object;
-        object.name = Text(node.mName);
-        std::map<bool, Mesh> joined;  // by whether it is bent by bones
-        for (unsigned i = 0; i < node.mNumMeshes; ++i) {
-            const aiMesh& source = *m_scene.mMeshes[node.mMeshes[i]];
-            Mesh part = ToMesh(source);
-            if (part.faces.empty()) continue;
-            bool isBent = Bend(source, part);
-            for (Face& face : part.faces) face.matID = uint16_t(object.materials.size());
-            object.materials.push_back(source.mMaterialIndex);
-            FillMissingColors(joined[isBent], part);
-            AppendMesh(joined[isBent], part);
+    void AddAnimations(const std::string& wanted) {
+        std::vector<std::string> names;
+        for (unsigned a = 0; a < m_scene.mNumAnimations; ++a) {
+            const aiAnimation& animation = *m_scene.mAnimations[a];
+            names.push_back(AnimationName(Text(animation.mName), a));
+            double seconds = animation.mDuration / TicksPerSecond(animation);
+            m_model.animations.push_back(
+                {names.back(), std::isfinite(seconds) ? std::max(seconds, 0.0) : 0, 0});
         }
-        for (auto& [isBent, mesh] : joined) {
-            if (mesh.faces.empty()) continue;
-            WeldVertices(mesh);
-            object.transform = isBent ? Matrix3{} : m_worlds[&node];
-            object.mesh = uint32_t(m_model.meshes.size());
-            m_model.meshes.push_back(std::move(mesh));
-            m_model.objects.push_back(object);
+        if (std::optional<size_t> chosen = FindAnimation(names, wanted)) {
+            m_model.animations[*chosen].isRead = 1;
+            ReadAnimation(*m_scene.mAnimations[*chosen]);
         }
+        if (wanted != kNoAnimation && names.size() > 1)
+            LeaveOut("further animation", names.size() - 1);
     }
 
-    // Puts the vertices where the file's nodes have the bones. False, with nothing changed, for a
-    // mesh without bones or with one that is no node.
-    bool Bend(const aiMesh& source, Mesh& mesh) const {
-        if (source.mNumBones == 0) return false;
-        std::vector<Point3> verts(mesh.verts.size()), normals(mesh.normals.verts.size());
-        std::vector<float> sums(mesh.verts.size());
-        for (unsigned b = 0; b < source.mNumBones; ++b) {
-            const aiBone& bone = *source.mBones[b];
-            auto world = m_byName.find(Text(bone.mName));
-            if (world == m_byName.end()) return false;
-            Matrix3 m = ToMatrix(bone.mOffsetMatrix) * world->second;
-            for (unsigned w = 0; w < bone.mNumWeights; ++w) {
-                size_t v = bone.mWeights[w].mVertexId;
-                auto weight = float(bone.mWeights[w].mWeight);
-                if (v >= verts.size() || !(weight > 0)) continue;
-                verts[v] += (mesh.verts[v] * m) * weight;
-                if (v < normals.size())
-                    normals[v] += m.VectorTransform(mesh.normals.verts[v]) * weight;
-                sums[v] += weight;
-            }
+    void ReadAnimation(const aiAnimation& animation) {
+        m_ticksPerSecond = TicksPerSecond(animation);
+        for (unsigned c = 0; c < animation.mNumChannels; ++c)
+            if (!AddChannel(*animation.mChannels[c])) LeaveOut("animation channel");
+        for (unsigned c = 0; c < animation.mNumMorphMeshChannels; ++c) {
+            const aiMeshMorphAnim& morph = *animation.mMorphMeshChannels[c];
+            // Behind a star the library tells which of the node's shapes it is.
+            std::string name = Text(morph.mName);
+            m_morphs.try_emplace(name.substr(0, name.rfind('*')), &morph);
         }
-        // A vertex that no bone moves would stay in another space than its neighbours.
-        if (std::any_of(sums.begin(), sums.end(), [](float s) { return s == 0; })) return false;
-        for (size_t v = 0; v < verts.size(); ++v) mesh.verts[v] = verts[v] / sums[v];
-        for (size_t v = 0; v < normals.size(); ++v) mesh.normals.verts[v] = Normalize(normals[v]);
+        LeaveOut("animation channel of whole meshes", animation.mNumMeshChannels);
+    }
+
+    // False, with nothing added, for a node that is none, or keys that are no numbers.
+    bool AddChannel(const aiNodeAnim& source) {
+        auto node = m_byName.find(Text(source.mNodeName));
+        if (node == m_byName.end()) return false;
+        StreamChannel channel;
+        channel.node = node->second;
+        auto toQuat = [](const aiQuaternion& q) {
+            return Quat{float(q.x), float(q.y), float(q.z), float(q.w)};
+        };
+        if (!ToKeys(source.mPositionKeys, source.mNumPositionKeys, m_ticksPerSecond, ToPoint,
+                    &channel.positions) ||
+            !ToKeys(source.mScalingKeys, source.mNumScalingKeys, m_ticksPerSecond, ToPoint,
+                    &channel.scales) ||
+            !ToKeys(source.mRotationKeys, source.mNumRotationKeys, m_ticksPerSecond, toQuat,
+                    &channel.rotations))
+            return false;
+        m_model.channels.push_back(std::move(channel));
         return true;
     }
 
+    // The meshes of a node, one a material, joined again. Bones bring their vertices to the world,
+    // so that they stand apart from the others.
+    void AddObject(uint32_t nodeNumber) {
+        const aiNode& node = *m_nodes[nodeNumber];
+        struct Part {
+            Mesh mesh;
+            StreamObject object;
+        };
+        std::map<bool, Part> parts;  // by whether they are bent by bones
+        std::vector<uint32_t> materials;
+        for (unsigned i = 0; i < node.mNumMeshes; ++i) {
+            const aiMesh& source = *m_scene.mMeshes[node.mMeshes[i]];
+            Mesh mesh = ToMesh(source);
+            if (mesh.faces.empty()) continue;
+            for (Face& face : mesh.faces) face.matID = uint16_t(materials.size());
+            materials.push_back(source.mMaterialIndex);
+            bool isBent = AreBonesWhole(source);
+            Part& part = parts[isBent];
+            auto first = uint32_t(part.mesh.verts.size());
+            if (isBent) AddBones(source, first, &part.object.bones);
+            AddMorphs(source, Text(node.mName), first, &part.object.morphs);
+            FillMissingColors(part.mesh, mesh);
+            AppendMesh(part.mesh, mesh);
+        }
+        for (auto& [isBent, part] : parts) {
+            // Where a mesh is deformed, what coincides now may part later.
+            if (part.object.bones.empty() && part.object.morphs.empty()) WeldVertices(part.mesh);
+            part.object.name = Text(node.mName);
+            part.object.node = nodeNumber;
+            part.object.materials = materials;
+            part.object.mesh = uint32_t(m_model.meshes.size());
+            m_model.meshes.push_back(std::move(part.mesh));
+            m_model.objects.push_back(std::move(part.object));
+        }
+    }
+
+    // Whether bones can place the mesh: each is a node, and every vertex has one. (One without
+    // would stay in another space than its neighbours.)
+    bool AreBonesWhole(const aiMesh& source) const {
+        if (source.mNumBones == 0) return false;
+        std::vector<float> sums(source.mNumVertices);
+        for (unsigned b = 0; b < source.mNumBones; ++b) {
+            const aiBone& bone = *source.mBones[b];
+            if (!m_byName.contains(Text(bone.mName))) return false;
+            for (unsigned w = 0; w < bone.mNumWeights; ++w) {
+                const aiVertexWeight& weight = bone.mWeights[w];
+                if (weight.mVertexId < sums.size() && weight.mWeight > 0)
+                    sums[weight.mVertexId] += float(weight.mWeight);
+            }
+        }
+        return std::none_of(sums.begin(), sums.end(), [](float s) { return s == 0; });
+    }
+    void AddBones(const aiMesh& source, uint32_t first, std::vector<StreamBone>* bones) const {
+        for (unsigned b = 0; b < source.mNumBones; ++b) {
+            const aiBone& from = *source.mBones[b];
+            StreamBone bone;
+            bone.node = m_byName.at(Text(from.mName));
+            bone.offset = ToMatrix(from.mOffsetMatrix);
+            for (unsigned w = 0; w < from.mNumWeights; ++w) {
+                const aiVertexWeight& weight = from.mWeights[w];
+                if (weight.mVertexId < source.mNumVertices && weight.mWeight > 0)
+                    bone.weights.push_back({first + weight.mVertexId, float(weight.mWeight)});
+            }
+            bones->push_back(std::move(bone));
+        }
+    }
+
+    // The morph targets that have keys.
+    void AddMorphs(const aiMesh& source, const std::string& node, uint32_t first,
+                   std::vector<StreamMorph>* morphs) {
+        auto found = m_morphs.find(node);
+        if (found == m_morphs.end()) return;
+        for (unsigned target = 0; target < source.mNumAnimMeshes; ++target) {
+            const aiAnimMesh& shape = *source.mAnimMeshes[target];
+            StreamMorph morph;
+            morph.firstVertex = first;
+            if (!shape.mVertices || shape.mNumVertices != source.mNumVertices ||
+                !ToWeightKeys(*found->second, target, m_ticksPerSecond, &morph.keys) ||
+                morph.keys.empty())
+                continue;
+            for (unsigned v = 0; v < shape.mNumVertices; ++v)
+                morph.verts.push_back(ToPoint(shape.mVertices[v]));
+            morphs->push_back(std::move(morph));
+            ++m_numMorphs;
+        }
+    }
+
     const aiScene& m_scene;
+    double m_ticksPerSecond = 1;
     std::vector<const aiNode*> m_nodes;
-    std::unordered_map<const aiNode*, Matrix3> m_worlds;
-    std::unordered_map<std::string, Matrix3> m_byName;
+    std::unordered_map<std::string, uint32_t> m_byName;
+    std::unordered_map<std::string, const aiMeshMorphAnim*> m_morphs;  // by the node's name
+    size_t m_numMorphs = 0;                                            // that are read
     StreamModel m_model;
 };
 
 }  // namespace
 
-StreamModel ConvertScene(const std::string& path, const aiScene& scene, size_t numAnimations) {
-    return Converter(path, scene).Convert(numAnimations);
+StreamModel ConvertScene(const std::string& path, const aiScene& scene,
+                         const std::string& animation) {
+    return Converter(path, scene).Convert(animation);
 }

@@ -7,6 +7,7 @@
 
 struct aiScene;
 
-// path: of the file, whose ending tells the format where the scene does not. numAnimations: that
-// the file held.
-StreamModel ConvertScene(const std::string& path, const aiScene& scene, size_t numAnimations);
+// path: of the file, whose ending tells the format where the scene does not. animation: the one
+// that is read, as ImportOptions names it.
+StreamModel ConvertScene(const std::string& path, const aiScene& scene,
+                         const std::string& animation);

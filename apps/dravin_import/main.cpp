@@ -1,12 +1,14 @@
-// dravin_import FILE SECONDS BYTES ROOT...: reads a model by the import library under limits on
-// processor time and address space, and writes it to standard output as a model stream. Files that
-// the model names are opened only below the roots. Started by the host only.
+// dravin_import FILE SECONDS BYTES ANIMATION ROOT...: reads a model by the import library under
+// limits on processor time and address space, and writes it to standard output as a model stream,
+// with the animation of that name (empty: the first). Files that the model names are opened only
+// below the roots. Started by the host only.
 
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <new>
 #include <string>
+#include <utility>
 
 #include <assimp/postprocess.h>
 #include <assimp/scene.h>
@@ -39,18 +41,25 @@ std::string Remedy(const std::string& ending) {
     return ending == ".fbx" ? " (FBX is read from 7.1, of 2011, on)" : "";
 }
 
-std::string ReadModel(const std::string& path, const std::vector<std::string>& roots) {
+std::string ReadModel(const std::string& path, const std::string& animation,
+                      const std::vector<std::string>& roots) {
     Assimp::Importer importer;
     importer.SetIOHandler(new GuardedFiles(roots));  // the importer owns it
     const aiScene* scene = importer.ReadFile(path, 0);
-    unsigned numAnimations = scene ? scene->mNumAnimations : 0;
-    // Animations are not shown, so that what is wrong with them is no reason to refuse a model.
-    if (scene) {
-        const_cast<aiScene*>(scene)->mNumAnimations = 0;
-        const_cast<aiScene*>(scene)->mAnimations = nullptr;
+    // What is wrong with its animations is no reason to refuse a model: they are taken out while
+    // the library looks for faults.
+    aiAnimation** animations = nullptr;
+    unsigned numAnimations = 0;
+    if (auto* changed = const_cast<aiScene*>(scene)) {
+        animations = std::exchange(changed->mAnimations, nullptr);
+        numAnimations = std::exchange(changed->mNumAnimations, 0);
         scene =
             importer.ApplyPostProcessing(aiProcess_Triangulate | aiProcess_JoinIdenticalVertices |
                                          aiProcess_ValidateDataStructure);
+    }
+    if (auto* changed = const_cast<aiScene*>(scene)) {
+        changed->mAnimations = animations;
+        changed->mNumAnimations = animations ? numAnimations : 0;
     }
     std::string ending = path.substr(std::min(path.find_last_of('.'), path.size()));
     if (!scene && !importer.IsExtensionSupported(ending))
@@ -59,19 +68,19 @@ std::string ReadModel(const std::string& path, const std::vector<std::string>& r
     if (!scene && std::string(importer.GetErrorString()) == std::bad_alloc().what())
         throw std::bad_alloc();
     if (!scene) return WriteFailureStream(importer.GetErrorString() + Remedy(ending));
-    return WriteModelStream(ConvertScene(path, *scene, numAnimations));
+    return WriteModelStream(ConvertScene(path, *scene, animation));
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc < 4) return 2;
+    if (argc < 5) return 2;
     prctl(PR_SET_PDEATHSIG, SIGKILL);  // an interrupted host leaves no reader behind
     LimitResources(rlim_t(ParseInteger(argv[2]).value_or(60)),
                    rlim_t(ParseInteger(argv[3]).value_or(1ll << 32)));
     std::string answer;
     try {
-        answer = ReadModel(argv[1], {argv + 4, argv + argc});
+        answer = ReadModel(argv[1], argv[4], {argv + 5, argv + argc});
     } catch (const std::bad_alloc&) {
         return kHelperOutOfMemory;
     } catch (const std::exception& failure) {

@@ -18,6 +18,11 @@ public:
     HeightfieldLoad LoadHeightfield(const HeightfieldOrigin&, double) override {
         return {m_heights, {}, {}, {}, {}};
     }
+    PointCacheLoad LoadPointCache(const PointCacheOrigin&, double, int) override {
+        PointCacheLoad load;
+        load.error = "there are no files here";
+        return load;
+    }
     MeshPtr MakePrimitive(const PrimitiveOrigin&) override { return m_triangle; }
     TexmapLoad MakeTexmap(const TexmapDescription& description) override {
         TexmapDescription harmless = description;

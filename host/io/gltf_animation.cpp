@@ -92,6 +92,16 @@ std::vector<double> Numbers(const Point3& p) { return {p.x, p.y, p.z}; }
 
 }  // namespace
 
+double GltfAnimationSeconds(const tinygltf::Model& model, size_t animation) {
+    double seconds = 0;
+    for (const tinygltf::AnimationSampler& sampler : model.animations[animation].samplers) {
+        if (sampler.input < 0 || size_t(sampler.input) >= model.accessors.size()) continue;
+        const std::vector<double>& most = model.accessors[size_t(sampler.input)].maxValues;
+        if (most.size() == 1 && std::isfinite(most[0])) seconds = std::max(seconds, most[0]);
+    }
+    return seconds;
+}
+
 bool GltfAnimation::ReadChannel(const tinygltf::Model& model, size_t animation, size_t channel,
                                 std::string* error) {
     const tinygltf::Animation& source = model.animations[animation];

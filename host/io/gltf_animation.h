@@ -11,6 +11,10 @@ namespace tinygltf {
 class Model;
 }
 
+// How long an animation of the file runs, by what its accessors state of their times; 0 where they
+// state nothing.
+double GltfAnimationSeconds(const tinygltf::Model& model, size_t animation);
+
 // One animation, its numbers as tracks in ticks; nothing of the file is needed any more. Cubic
 // splines become Bezier keys. Keys that fall on one tick are one, the last of them. Nodes hold
 // their first pose before, and their last one after their keys.

@@ -18,6 +18,7 @@
 #include "host/io/gltf_material_reader.h"
 #include "host/io/gltf_mesh_reader.h"
 #include "host/io/gltf_nodes.h"
+#include "host/io/model_poses.h"
 
 namespace {
 
@@ -153,7 +154,9 @@ class GltfModel : public IModelPoses {
 public:
     // files: where the model lies, and the folders that it may draw files from.
     explicit GltfModel(const ModelFiles& files)
-        : m_files(files.Path(), TextsOf(files.Roots()), &m_model) {}
+        : m_files(files.Path(), TextsOf(files.Roots()), &m_model) {
+        m_files.SetAnimation(files.Animation());
+    }
 
     bool Read(std::string_view bytes, ImportError* error) {
         if (!ParseGltf(bytes, m_files, &m_parsed, error) ||
@@ -166,7 +169,7 @@ public:
     // Everything that was read, and what was left out.
     ImportedModel& Model() { return m_model; }
     void TellLeftOut() {
-        if (m_parsed.animations.size() > 1)
+        if (m_files.Animation() != kNoAnimation && m_parsed.animations.size() > 1)
             m_files.LeaveOut("further animation", m_parsed.animations.size() - 1);
         m_files.LeaveOut("camera", m_parsed.cameras.size());
         m_files.LeaveOut("light", m_parsed.lights.size());
@@ -188,9 +191,20 @@ private:
         return texts;
     }
     bool ReadAnimation(ImportError* error) {
+        std::vector<std::string> names;
+        for (size_t i = 0; i < m_parsed.animations.size(); ++i) {
+            names.push_back(AnimationName(m_parsed.animations[i].name, i));
+            m_model.animations.push_back({names[i], GltfAnimationSeconds(m_parsed, i), false});
+        }
+        std::optional<size_t> chosen = FindAnimation(names, m_files.Animation());
+        if (!chosen) return true;
+        m_model.animations[*chosen].isRead = true;
         std::string reason;
-        if (m_parsed.animations.empty() || m_animation.Read(m_parsed, 0, &reason)) return true;
-        return FailImport(error, fmt::format("{}: {}", m_files.Path(), reason));
+        if (!m_animation.Read(m_parsed, *chosen, &reason))
+            return FailImport(error, fmt::format("{}: {}", m_files.Path(), reason));
+        if (!m_animation.IsEmpty())
+            m_model.animations[*chosen].seconds = double(m_animation.Range().end) / kTicksPerSecond;
+        return true;
     }
 
     ImportedModel m_model;
@@ -211,6 +225,7 @@ bool ReadGltf(std::string_view bytes, ModelFiles& files, ImportError* error) {
     out.objects = std::move(read.objects);
     out.materials = read.materials;
     out.extensions = read.extensions;
+    out.animations = read.animations;
     out.warnings.insert(out.warnings.end(), read.warnings.begin(), read.warnings.end());
     if (model->IsAnimated()) out.poses = model;
     return true;

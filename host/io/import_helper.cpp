@@ -20,6 +20,7 @@
 #include "host/base/text.h"
 #include "host/io/bitmap.h"
 #include "host/io/model_readers.h"
+#include "host/io/model_rig.h"
 #include "host/io/model_stream.h"
 
 namespace {
@@ -179,14 +180,17 @@ void ToImported(StreamModel&& stream, ModelFiles& files) {
     std::vector<std::shared_ptr<Mtl>> materials;
     for (const StreamMaterial& source : stream.materials)
         materials.push_back(ToMaterial(source, files));
-    std::vector<std::shared_ptr<Mesh>> meshes;
-    for (Mesh& mesh : stream.meshes) meshes.push_back(std::make_shared<Mesh>(std::move(mesh)));
+    std::vector<std::shared_ptr<Mtl>> ofObjects;
     for (const StreamObject& object : stream.objects) {
         std::vector<std::shared_ptr<Mtl>> own;
         for (uint32_t m : object.materials) own.push_back(materials[m]);
-        model.objects.push_back(
-            {object.name, meshes[object.mesh], CombineMaterials(own), object.transform, {1, 1, 1}});
+        ofObjects.push_back(CombineMaterials(own));
     }
+    for (const StreamAnimation& a : stream.animations)
+        model.animations.push_back({a.name, a.seconds, a.isRead != 0});
+    auto rig = std::make_shared<ModelRig>(std::move(stream), std::move(ofObjects));
+    model.objects = rig->Rest();
+    if (rig->IsAnimated()) model.poses = rig;
 }
 
 // What a model of so many bytes can sensibly take to read, and unfold to.
@@ -230,7 +234,7 @@ bool ReadByHelper(const HelperLimits& most, ModelFiles& files, ImportError* erro
     Process process;
     auto deadline = Clock::now() + std::chrono::seconds(limits.seconds);
     std::vector<std::string> arguments{files.Path(), fmt::format("{}", limits.seconds),
-                                       fmt::format("{}", limits.memoryBytes)};
+                                       fmt::format("{}", limits.memoryBytes), files.Animation()};
     for (const std::filesystem::path& root : files.Roots()) arguments.push_back(root.string());
     if (!process.Start(program, arguments, &reason)) return fail(ImportFailure::kMissingInput);
     if (!process.Collect(deadline, limits.answerBytes, &answer, &reason))

@@ -132,16 +132,19 @@ std::string ImportReportText(const std::string& path, const ImportedModel& model
     }
     for (const ImportedExtension& e : model.extensions)
         text += fmt::format("extension {}{}\n", e.name, e.isRead ? "" : " (not read)");
+    for (const ImportedAnimation& a : model.animations)
+        text += fmt::format("animation \"{}\": {:.4g} s{}\n", a.name, a.seconds,
+                            a.isRead ? "" : " (not read)");
     text.pop_back();
     return text;
 }
 
 std::string ImportReportJson(const std::string& path, const ImportedModel& model) {
-    Json json{{"dravin_model", 1},          {"file", path},
-              {"format", model.format},     {"up", model.up == UpAxis::kY ? "y" : "z"},
-              {"metres_per_unit", nullptr}, {"objects", Json::array()},
-              {"materials", Json::array()}, {"extensions", Json::array()},
-              {"warnings", model.warnings}};
+    Json json{{"dravin_model", 1},           {"file", path},
+              {"format", model.format},      {"up", model.up == UpAxis::kY ? "y" : "z"},
+              {"metres_per_unit", nullptr},  {"objects", Json::array()},
+              {"materials", Json::array()},  {"extensions", Json::array()},
+              {"animations", Json::array()}, {"warnings", model.warnings}};
     if (model.metresPerUnit > 0) json["metres_per_unit"] = model.metresPerUnit;
     auto triple = [](const Point3& p) { return DescriptionWriter::Triple(p); };
     for (const Row& row : Rows(model)) {
@@ -168,5 +171,8 @@ std::string ImportReportJson(const std::string& path, const ImportedModel& model
     }
     for (const ImportedExtension& e : model.extensions)
         json["extensions"].push_back({{"name", e.name}, {"read", e.isRead}});
+    for (const ImportedAnimation& a : model.animations)
+        json["animations"].push_back(
+            {{"name", a.name}, {"seconds", a.seconds}, {"read", a.isRead}});
     return json.dump(2, ' ', false, Json::error_handler_t::replace);
 }

@@ -72,6 +72,20 @@ bool Read(ModelFiles& files, ImportError* error) {
     return ReadByHelper({}, files, error);
 }
 
+// Readers read nothing where they find no animation of the wanted name.
+bool CheckAnimation(const std::string& path, const std::string& wanted, const ImportedModel& model,
+                    ImportError* error) {
+    if (wanted.empty() || wanted == kNoAnimation) return true;
+    std::vector<std::string> names;
+    for (const ImportedAnimation& animation : model.animations) {
+        if (animation.name == wanted) return true;
+        names.push_back(animation.name);
+    }
+    std::string hint = DidYouMean(wanted, names);
+    if (names.empty()) hint = "; the file has none";
+    return FailImport(error, fmt::format("{}: no animation \"{}\"{}", path, wanted, hint));
+}
+
 // What the readers promise is checked once for all of them, as nothing above checks again.
 bool Check(const std::string& path, const ImportedModel& model, ImportError* error) {
     std::unordered_set<const Mesh*> checked;
@@ -155,7 +169,10 @@ bool ImportModel(const std::string& path, const ImportOptions& options, Imported
                  ImportError* error) {
     ImportedModel read;
     ModelFiles files(path, options.roots, &read);
-    if (!Read(files, error) || !Check(path, read, error)) return false;
+    files.SetAnimation(options.animation);
+    if (!Read(files, error) || !Check(path, read, error) ||
+        !CheckAnimation(path, options.animation, read, error))
+        return false;
     files.Finish();
     if (options.up) read.up = *options.up;
     double factor = options.keepNumbers ? 1 : read.metresPerUnit / options.unitScale;
@@ -225,7 +242,7 @@ JoinedModel ImportJoined(const std::string& path, const std::string& object,
     else if (joined.mesh->faces.empty())
         FailImport(error, fmt::format("{}: the model has no faces", path));
     if (joined.mesh && model.poses)
-        joined.animation = JoinedAnimation(model.poses, object, joined.mesh);
+        joined.animation = JoinedAnimation(model.poses, path, object, joined.mesh);
     return joined;
 }
 

@@ -53,6 +53,12 @@ struct ImportedExtension {
     bool isRead = false;
 };
 
+struct ImportedAnimation {
+    std::string name;  // "animation 2" where the file gives the third none
+    double seconds = 0;
+    bool isRead = false;
+};
+
 // Numbers are the exit codes of programs.
 enum class ImportFailure : int { kNone = 0, kMissingInput = 3, kMalformed = 4, kLimit = 5 };
 
@@ -76,6 +82,7 @@ struct ImportedModel {
     std::shared_ptr<IModelPoses> poses;  // null: nothing moves
     std::vector<ImportedMaterial> materials;
     std::vector<ImportedExtension> extensions;
+    std::vector<ImportedAnimation> animations;
     std::vector<std::string> warnings;  // what was left out, a sentence each
     std::string format;                 // "glTF", "OBJ", ...
     UpAxis up = UpAxis::kZ;             // of the file, or as the options say instead
@@ -86,8 +93,12 @@ struct ImportOptions {
     std::optional<UpAxis> up;        // instead of what the format says
     bool keepNumbers = false;        // whatever unit the file states
     double unitScale = 1;            // metres in one scene unit
+    std::string animation;           // by name; empty: the first, kNoAnimation: none
     std::vector<std::string> roots;  // folders beside the model's own that it may draw files from
 };
+
+// What stands for an animation's name where the model shall rest.
+inline constexpr const char* kNoAnimation = "none";
 
 // Reads all objects. False with a reason in `error`; the model is untouched then.
 bool ImportModel(const std::string& path, const ImportOptions& options, ImportedModel* model,

@@ -21,6 +21,9 @@ public:
     ModelFiles(const std::string& modelPath, const std::vector<std::string>& roots,
                ImportedModel* model);
 
+    // The animation that is wanted, as ImportOptions names it.
+    const std::string& Animation() const { return m_animation; }
+    void SetAnimation(std::string name) { m_animation = std::move(name); }
     const std::string& Path() const { return m_path; }
     ImportedModel& Model() const { return *m_model; }
     const std::vector<std::filesystem::path>& Roots() const { return m_roots; }
@@ -51,7 +54,7 @@ private:
     bool IsInside(const std::filesystem::path& path) const;
     std::optional<std::string> FindImage(const std::string& image, std::string* error);
 
-    std::string m_path;
+    std::string m_path, m_animation;
     std::filesystem::path m_folder;
     std::vector<std::filesystem::path> m_roots;  // canonical
     ImportedModel* m_model;

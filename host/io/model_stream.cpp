@@ -1,11 +1,14 @@
 #include "host/io/model_stream.h"
 
+#include <algorithm>
 #include <cstring>
 #include <type_traits>
 
+#include "host/geom/mesh_tools.h"
+
 namespace {
 
-constexpr std::string_view kModelMark = "dravin-model-2\n", kFailureMark = "dravin-failed\n";
+constexpr std::string_view kModelMark = "dravin-model-3\n", kFailureMark = "dravin-failed\n";
 
 // One description of every structure's fields serves writing and reading: an archive is called with
 // each field in turn.
@@ -19,7 +22,23 @@ void Fields(A& a, StreamMaterial& m) {
 }
 template <class A>
 void Fields(A& a, StreamObject& o) {
-    a(o.name, o.transform, o.mesh, o.materials);
+    a(o.name, o.node, o.mesh, o.materials, o.bones, o.morphs);
+}
+template <class A>
+void Fields(A& a, StreamBone& b) {
+    a(b.weights, b.node, b.offset);
+}
+template <class A>
+void Fields(A& a, StreamMorph& m) {
+    a(m.verts, m.keys, m.firstVertex);
+}
+template <class A>
+void Fields(A& a, StreamAnimation& s) {
+    a(s.name, s.seconds, s.isRead);
+}
+template <class A>
+void Fields(A& a, StreamChannel& c) {
+    a(c.positions, c.scales, c.rotations, c.node);
 }
 template <class A>
 void Fields(A& a, MapChannel& c) {
@@ -31,7 +50,8 @@ void Fields(A& a, Mesh& m) {
 }
 template <class A>
 void Fields(A& a, StreamModel& m) {
-    a(m.leftOut, m.up, m.metresPerUnit, m.materials, m.meshes, m.objects);
+    a(m.leftOut, m.up, m.metresPerUnit, m.materials, m.meshes, m.nodes, m.objects, m.animations,
+      m.channels);
 }
 
 template <class T>
@@ -122,13 +142,52 @@ private:
     bool m_ok = true;
 };
 
+template <class T>
+bool DoTimesRise(const std::vector<StreamKey<T>>& keys) {
+    for (size_t i = 1; i < keys.size(); ++i)
+        if (keys[i - 1].time >= keys[i].time) return false;
+    return true;
+}
+
+bool IsSound(const StreamChannel& channel, const StreamModel& model) {
+    return channel.node < model.nodes.size() && DoTimesRise(channel.positions) &&
+           DoTimesRise(channel.rotations) && DoTimesRise(channel.scales);
+}
+
+bool IsSound(const StreamBone& bone, size_t numVerts, const StreamModel& model) {
+    return bone.node < model.nodes.size() &&
+           std::all_of(bone.weights.begin(), bone.weights.end(),
+                       [=](const StreamWeight& w) { return w.vertex < numVerts; });
+}
+
+bool IsSound(const StreamMorph& morph, size_t numVerts) {
+    return morph.firstVertex <= numVerts && morph.verts.size() <= numVerts - morph.firstVertex &&
+           DoTimesRise(morph.keys);
+}
+
+bool IsSound(const StreamObject& object, const StreamModel& model) {
+    if (object.mesh >= model.meshes.size() || object.node >= model.nodes.size()) return false;
+    for (uint32_t m : object.materials)
+        if (m >= model.materials.size()) return false;
+    if (object.bones.empty() && object.morphs.empty()) return true;
+    // What is deformed is looked at before the model is checked as a whole.
+    const Mesh& mesh = model.meshes[object.mesh];
+    if (!Validate(mesh).empty()) return false;
+    for (const StreamBone& bone : object.bones)
+        if (!IsSound(bone, mesh.verts.size(), model)) return false;
+    for (const StreamMorph& morph : object.morphs)
+        if (!IsSound(morph, mesh.verts.size())) return false;
+    return true;
+}
+
 bool AreReferencesInRange(const StreamModel& model) {
     if (model.up > uint32_t(UpAxis::kZ) || !(model.metresPerUnit >= 0)) return false;
-    for (const StreamObject& object : model.objects) {
-        if (object.mesh >= model.meshes.size()) return false;
-        for (uint32_t m : object.materials)
-            if (m >= model.materials.size()) return false;
-    }
+    for (size_t n = 0; n < model.nodes.size(); ++n)
+        if (uint32_t p = model.nodes[n].parent; p != StreamNode::kNoParent && p >= n) return false;
+    for (const StreamObject& object : model.objects)
+        if (!IsSound(object, model)) return false;
+    for (const StreamChannel& channel : model.channels)
+        if (!IsSound(channel, model)) return false;
     return true;
 }
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "host/io/mesh_import.h"
+#include "host/math/matrix3.h"
 
 struct StreamTexture {
     std::string file;   // as the model names it, relative to it; or
@@ -25,11 +26,58 @@ struct StreamMaterial {
     std::vector<StreamTexture> diffuseMap, opacityMap;  // none or one each
 };
 
+// A key of a node or of a morph target; between keys values run linearly.
+template <class T>
+struct StreamKey {
+    TimeValue time = 0;
+    T value{};
+    friend bool operator==(const StreamKey&, const StreamKey&) = default;
+};
+
+struct StreamNode {
+    static constexpr uint32_t kNoParent = ~uint32_t{0};
+    uint32_t parent = kNoParent;  // stands before it
+    Matrix3 transform;            // in its parent
+};
+
+// What a node does over time. A part without keys stays as the node has it.
+struct StreamChannel {
+    std::vector<StreamKey<Point3>> positions, scales;
+    std::vector<StreamKey<Quat>> rotations;
+    uint32_t node = 0;
+};
+
+struct StreamWeight {
+    uint32_t vertex = 0;
+    float weight = 0;
+};
+
+struct StreamBone {
+    std::vector<StreamWeight> weights;
+    uint32_t node = 0;
+    Matrix3 offset;  // from the mesh's space to the node's
+};
+
+// Other places for some of the mesh's vertices, with keys for how much they count.
+struct StreamMorph {
+    std::vector<Point3> verts;
+    std::vector<StreamKey<float>> keys;
+    uint32_t firstVertex = 0;
+};
+
 struct StreamObject {
     std::string name;
-    Matrix3 transform;
+    uint32_t node = 0;
     uint32_t mesh = 0;
     std::vector<uint32_t> materials;  // by face id; indices of the model's materials
+    std::vector<StreamBone> bones;    // with any, the node does not place the mesh
+    std::vector<StreamMorph> morphs;
+};
+
+struct StreamAnimation {
+    std::string name;
+    double seconds = 0;
+    uint32_t isRead = 0;
 };
 
 struct StreamModel {
@@ -38,7 +86,10 @@ struct StreamModel {
     double metresPerUnit = 0;  // 0: the format states none
     std::vector<StreamMaterial> materials;
     std::vector<Mesh> meshes;  // in the file's own axes
+    std::vector<StreamNode> nodes;
     std::vector<StreamObject> objects;
+    std::vector<StreamAnimation> animations;  // all of the file
+    std::vector<StreamChannel> channels;      // of the one that is read
 };
 
 std::string WriteModelStream(const StreamModel& model);

@@ -71,6 +71,7 @@ SceneFormats::SceneFormats(std::shared_ptr<ISceneLoaders> loaders) : m_loaders(s
     RegisterMeshTypes(*this);
     RegisterHeightfieldType(*this);
     RegisterOtherTypes(*this);
+    RegisterHostModifiers(*this);
 }
 
 void SceneFormats::RegisterNode(const std::string& type,
@@ -84,6 +85,10 @@ void SceneFormats::RegisterTexmap(const std::string& type, TexmapFormat format) 
     m_texmaps[type] = std::move(format);
 }
 
+void SceneFormats::RegisterModifier(const std::string& type, ModifierFormat format) {
+    m_modifiers[type] = std::move(format);
+}
+
 const INodeDescription* SceneFormats::FindNode(const std::string& type) const {
     auto found = FindPointer(m_nodes, type);
     return found ? found->get() : nullptr;
@@ -93,6 +98,9 @@ const MaterialFormat* SceneFormats::FindMaterial(const std::string& type) const 
 }
 const TexmapFormat* SceneFormats::FindTexmap(const std::string& type) const {
     return FindPointer(m_texmaps, type);
+}
+const ModifierFormat* SceneFormats::FindModifier(const std::string& type) const {
+    return FindPointer(m_modifiers, type);
 }
 std::vector<std::string> SceneFormats::NodeTypes() const { return KeysOf(m_nodes); }
 std::vector<std::string> SceneFormats::MaterialTypes() const { return KeysOf(m_materials); }

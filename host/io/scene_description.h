@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "host/io/description_value.h"
+#include "host/scene/point_cache.h"
 #include "host/scene/scene.h"
 
 class DescriptionContext;
@@ -57,6 +58,14 @@ struct LoadedModel {
     std::string error;
 };
 
+// The samples of a point cache, or why there are none.
+struct PointCacheLoad {
+    std::shared_ptr<const IPointSamples> samples;  // null with a reason in `error`
+    std::string error;
+    DescriptionErrorClass errorClass = DescriptionErrorClass::kMalformed;
+    std::string warning;  // empty: none
+};
+
 // Makes what a description only names. Files are resolved paths of regular files that exist.
 class ISceneLoaders {
 public:
@@ -68,6 +77,8 @@ public:
     // From the file that `origin` names, which is a resolved path here.
     virtual HeightfieldLoad LoadHeightfield(const HeightfieldOrigin& origin,
                                             double metresPerUnit) = 0;
+    virtual PointCacheLoad LoadPointCache(const PointCacheOrigin& origin, double unitScale,
+                                          int ticksPerFrame) = 0;
     virtual std::shared_ptr<const Mesh> MakePrimitive(const PrimitiveOrigin& origin) = 0;
     virtual TexmapLoad MakeTexmap(const TexmapDescription& description) = 0;
     // The inverse of MakeTexmap; false for a map of another kind.
@@ -98,6 +109,17 @@ struct TexmapFormat {
         write;
 };
 
+// Modifiers whose keys are more than the parameters of their blocks, by the name that their class
+// is registered under.
+struct ModifierFormat {
+    // base: the object below the node's modifiers. Null after a failure.
+    std::function<std::shared_ptr<Modifier>(DescriptionObject& keys, DescriptionContext& context,
+                                            const Object& base)>
+        read;
+    std::function<bool(const Modifier&, nlohmann::ordered_json& keys, const DescriptionWriter&)>
+        write;
+};
+
 // Everything that descriptions may hold.
 class SceneFormats {
 public:
@@ -107,11 +129,14 @@ public:
     void RegisterNode(const std::string& type, std::unique_ptr<INodeDescription> description);
     void RegisterMaterial(const std::string& type, MaterialFormat format);
     void RegisterTexmap(const std::string& type, TexmapFormat format);
+    // Classes of modifiers that have no format are read and written by their parameter blocks.
+    void RegisterModifier(const std::string& type, ModifierFormat format);
 
     ISceneLoaders& Loaders() const { return *m_loaders; }
     const INodeDescription* FindNode(const std::string& type) const;
     const MaterialFormat* FindMaterial(const std::string& type) const;
     const TexmapFormat* FindTexmap(const std::string& type) const;
+    const ModifierFormat* FindModifier(const std::string& type) const;
     std::vector<std::string> NodeTypes() const;
     std::vector<std::string> MaterialTypes() const;
     std::vector<std::string> TexmapTypes() const;
@@ -120,12 +145,14 @@ public:
     }
     const std::map<std::string, MaterialFormat>& Materials() const { return m_materials; }
     const std::map<std::string, TexmapFormat>& Texmaps() const { return m_texmaps; }
+    const std::map<std::string, ModifierFormat>& Modifiers() const { return m_modifiers; }
 
 private:
     std::shared_ptr<ISceneLoaders> m_loaders;
     std::map<std::string, std::unique_ptr<INodeDescription>> m_nodes;
     std::map<std::string, MaterialFormat> m_materials;
     std::map<std::string, TexmapFormat> m_texmaps;
+    std::map<std::string, ModifierFormat> m_modifiers;
 };
 
 // What readers of one description share.
@@ -183,6 +210,9 @@ public:
     static nlohmann::ordered_json Matrix(const Matrix3& m);
     // A parameter's value, references by name.
     nlohmann::ordered_json Value(const ParamDef& def, const ParamElement& element) const;
+    // All of a parameter: a value, or a list of them. Null where a single one has its default and a
+    // list is empty.
+    nlohmann::ordered_json Param(const IParamBlock2& block, const ParamDef& def) const;
 };
 
 // One parameter's content from its described form: a value, for lists an array of values, and for

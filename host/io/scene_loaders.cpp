@@ -5,6 +5,7 @@
 #include "host/io/bitmap.h"
 #include "host/io/heightfield.h"
 #include "host/io/mesh_import.h"
+#include "host/io/point_cache_file.h"
 #include "host/scene/texmaps.h"
 
 #include <map>
@@ -43,11 +44,12 @@ public:
     // One object of a file, or all joined. Nodes that name the same share one mesh.
     LoadedModel LoadMesh(const FileOrigin& origin, double unitScale,
                          const std::string& folder) override {
-        ModelKey key{origin.file, origin.object, origin.up, origin.keepNumbers, unitScale};
+        ModelKey key{origin.file,        origin.object, origin.up,
+                     origin.keepNumbers, unitScale,     origin.animation};
         if (auto known = m_models.find(key); known != m_models.end()) return known->second;
         LoadedModel loaded;
         ImportError error;
-        ImportOptions options{origin.up, origin.keepNumbers, unitScale, {folder}};
+        ImportOptions options{origin.up, origin.keepNumbers, unitScale, origin.animation, {folder}};
         JoinedModel model = ImportJoined(origin.file, origin.object, options, &error);
         loaded.warnings = std::move(model.warnings);
         if (!model.mesh) {
@@ -79,6 +81,16 @@ public:
         if (!result.key.empty()) load.key = result.key;
         if (!load.field) load.errorClass = ImageErrorClass(result.isLimit);
         load.warnings = std::move(result.warnings);
+        return load;
+    }
+
+    PointCacheLoad LoadPointCache(const PointCacheOrigin& origin, double unitScale,
+                                  int ticksPerFrame) override {
+        PointCacheLoad load;
+        ImportError error;
+        load.samples = OpenPointCache(origin, {ticksPerFrame, unitScale}, &error, &load.warning);
+        load.error = error.text;
+        if (!load.samples) load.errorClass = DescriptionErrorClass(int(error.kind));
         return load;
     }
 
@@ -116,7 +128,8 @@ public:
     }
 
 private:
-    using ModelKey = std::tuple<std::string, std::string, std::optional<UpAxis>, bool, double>;
+    using ModelKey =
+        std::tuple<std::string, std::string, std::optional<UpAxis>, bool, double, std::string>;
     std::map<ModelKey, LoadedModel> m_models;
 
     // Nodes that ask for the same terrain share one as long as any of them lives.

@@ -5,7 +5,9 @@
 #include <nlohmann/json.hpp>
 
 #include "host/base/text.h"
+#include "host/io/scene_classes.h"
 #include "host/io/scene_parts.h"
+#include "host/params/param_block.h"
 #include "host/scene/physical_material.h"
 
 using Json = nlohmann::ordered_json;
@@ -188,22 +190,26 @@ bool WriteMulti(const Mtl& mtl, Json& keys, const DescriptionWriter& writer) {
     return true;
 }
 
-// The type's format, or null after failing.
-template <class Format>
-const Format* FormatOf(DescriptionObject& keys,
-                       const Format* (SceneFormats::*find)(const std::string&) const,
-                       const SceneFormats& formats, const std::vector<std::string>& types) {
+// An entity of the type that its keys name, by the type's format or its class; null after failing.
+template <class Entity, class Format>
+std::shared_ptr<Entity> ReadEntity(DescriptionObject& keys, DescriptionContext& context,
+                                   SuperClass super, const std::map<std::string, Format>& formats) {
     DescriptionValue type = keys.Require("type");
     if (keys.Value().Document().Failed()) return nullptr;
     std::string name = type.AsText();
-    const Format* format = (formats.*find)(name);
-    if (!format && type.IsText())
+    if (auto format = formats.find(name); format != formats.end())
+        return format->second.read(keys, context);
+    if (const ClassDesc* desc = FindSceneClass(super, name))
+        return std::dynamic_pointer_cast<Entity>(ReadByClass(*desc, keys, context));
+    std::vector<std::string> types = SceneClassNames(super);
+    for (const auto& [known, format] : formats) types.push_back(known);
+    if (type.IsText())
         type.Fail(fmt::format("unknown type \"{}\"{}", CutText(name, 60), DidYouMean(name, types)));
-    return format;
+    return nullptr;
 }
 
-// How many multi-materials stand inside each other, material by material: each is looked at once,
-// and a chain of any length takes no stack.
+// How many materials with sub-materials stand inside each other, material by material: each is
+// looked at once, and a chain of any length takes no stack.
 class MtlNesting {
 public:
     static constexpr int kRing = -1;
@@ -254,23 +260,25 @@ private:
 // Lets all go one by one: rings would stay for ever, and the end of a long chain would take its
 // length in stack.
 void TakeApart(const Scene& scene) {
-    for (const auto& [name, mtl] : scene.Materials())
+    for (const auto& [name, mtl] : scene.Materials()) {
         if (auto* multi = dynamic_cast<MultiMtl*>(mtl.get())) multi->subs.clear();
+        for (const std::shared_ptr<IParamBlock2>& block : ParamBlocksOf(*mtl))
+            for (const ParamDef& def : block->GetDesc().params)
+                for (int i = 0; def.type == ParamType::kMaterial && i < block->Count(def.id); ++i)
+                    block->SetValue(def.id, 0, nullptr, i);
+    }
 }
 
 }  // namespace
 
 void ReadTexmaps(const DescriptionValue& value, DescriptionContext& context) {
-    const SceneFormats& formats = context.formats;
     for (const auto& [name, map] : DescriptionObject(value).Members()) {
         DescriptionObject keys(map);
-        const TexmapFormat* format =
-            FormatOf(keys, &SceneFormats::FindTexmap, formats, formats.TexmapTypes());
-        if (!format) return;
         int channel = keys.Int("channel", 1);
         auto tiling = keys.Find("tiling"), offset = keys.Find("offset");
         float rotation = keys.Float("rotation", 0);
-        std::shared_ptr<Texmap> texmap = format->read(keys, context);
+        std::shared_ptr<Texmap> texmap =
+            ReadEntity<Texmap>(keys, context, SuperClass::kTexmap, context.formats.Texmaps());
         keys.Finish();
         if (!texmap || value.Document().Failed()) return;
         texmap->name = name;
@@ -283,13 +291,10 @@ void ReadTexmaps(const DescriptionValue& value, DescriptionContext& context) {
 }
 
 void ReadMaterials(const DescriptionValue& value, DescriptionContext& context) {
-    const SceneFormats& formats = context.formats;
     for (const auto& [name, material] : DescriptionObject(value).Members()) {
         DescriptionObject keys(material);
-        const MaterialFormat* format =
-            FormatOf(keys, &SceneFormats::FindMaterial, formats, formats.MaterialTypes());
-        if (!format) return;
-        std::shared_ptr<Mtl> mtl = format->read(keys, context);
+        std::shared_ptr<Mtl> mtl =
+            ReadEntity<Mtl>(keys, context, SuperClass::kMaterial, context.formats.Materials());
         keys.Finish();
         if (!mtl || value.Document().Failed()) return;
         mtl->name = name;
@@ -307,7 +312,7 @@ void CheckMaterialNesting(const DescriptionValue& value, const DescriptionContex
         if (levels == MtlNesting::kRing)
             member.Fail(fmt::format("the material \"{}\" holds itself", name));
         else if (levels > kMaxMtlNesting)
-            member.Fail(fmt::format("{} multi-materials stand inside each other, at most {} may; "
+            member.Fail(fmt::format("{} materials stand inside each other, at most {} may; "
                                     "no option raises this",
                                     levels, kMaxMtlNesting),
                         DescriptionErrorClass::kLimit);

@@ -148,6 +148,7 @@ public:
         origin.object = keys.Text("object");
         if (int up = keys.Choice("up", kUpAxes, -1); up >= 0) origin.up = UpAxis(up);
         origin.keepNumbers = keys.Choice("units", kUnits, 0) == 1;
+        origin.animation = keys.Text("animation");
         if (keys.Value().Document().Failed()) return nullptr;
         LoadedModel model =
             context.formats.Loaders().LoadMesh(origin, context.scene.unitScale, context.folder);
@@ -167,6 +168,7 @@ public:
             if (!origin->object.empty()) keys["object"] = origin->object;
             if (origin->up) keys["up"] = kUpAxes[size_t(*origin->up)];
             if (origin->keepNumbers) keys["units"] = kUnits[1];
+            if (!origin->animation.empty()) keys["animation"] = origin->animation;
             return true;
         }
         if (!std::holds_alternative<std::monostate>(tri->origin)) return false;

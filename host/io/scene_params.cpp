@@ -77,3 +77,14 @@ Json DescriptionWriter::Value(const ParamDef& def, const ParamElement& element) 
     };
     return element.track.IsEmpty() ? one(element.value) : WriteTrack(element.track, one);
 }
+
+Json DescriptionWriter::Param(const IParamBlock2& block, const ParamDef& def) const {
+    std::vector<ParamElement> elements = block.GetElements(def.id);
+    if (!def.list) {
+        bool isDefault = elements[0].track.IsEmpty() && elements[0].value == def.defaultValue;
+        return isDefault ? Json() : Value(def, elements[0]);
+    }
+    Json list;
+    for (const ParamElement& element : elements) list.push_back(Value(def, element));
+    return list;
+}

@@ -11,6 +11,14 @@ void ReadMaterials(const DescriptionValue& value, DescriptionContext& context);
 // they can go.
 void CheckMaterialNesting(const DescriptionValue& value, const DescriptionContext& context);
 
+// The object with the modifiers of a list on it, in its order from the base up; the base itself for
+// an empty list, null after a failure.
+std::shared_ptr<Object> ReadModifiers(const DescriptionValue& list, std::shared_ptr<Object> base,
+                                      DescriptionContext& context);
+// The list of `derived`, and of what it stands on where that is derived, too.
+nlohmann::ordered_json WriteModifiers(const DerivedObject& derived,
+                                      const DescriptionWriter& writer);
+
 // Horizontal, degrees, between 0 and 180 exclusively.
 float ReadFieldOfView(const DescriptionValue& value);
 Animated<float> ReadAnimatedFov(const DescriptionValue& value);
@@ -21,3 +29,4 @@ void RegisterHostTexmaps(SceneFormats& formats);
 void RegisterMeshTypes(SceneFormats& formats);
 void RegisterHeightfieldType(SceneFormats& formats);
 void RegisterOtherTypes(SceneFormats& formats);
+void RegisterHostModifiers(SceneFormats& formats);

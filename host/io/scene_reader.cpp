@@ -244,7 +244,10 @@ private:
         INode* node = m_scene.AddNode(name, nullptr, parent);
         ReadPlacement(*node, keys);
         ReadProperties(*node, keys);
-        node->SetObjectRef(format->Read(keys, m_context));
+        std::shared_ptr<Object> object = format->Read(keys, m_context);
+        auto modifiers = keys.Find("modifiers");
+        if (modifiers && object) object = ReadModifiers(*modifiers, std::move(object), m_context);
+        node->SetObjectRef(std::move(object));
         keys.Finish();
     }
 

@@ -4,7 +4,9 @@
 
 #include "host/base/atomic_file.h"
 #include "host/io/json_places.h"
+#include "host/io/scene_classes.h"
 #include "host/io/scene_keys.h"
+#include "host/io/scene_parts.h"
 #include "host/scene/host_context.h"
 
 using Json = nlohmann::ordered_json;
@@ -56,13 +58,19 @@ Json WriteNode(const INode& node, const Writer& writer) {
     if (node.id != 0) keys["id"] = node.id.Get();
     if (!node.UserProperties().empty()) keys["user_properties"] = node.UserProperties();
 
+    const Object* object = node.GetObjectRef();
+    auto* derived = dynamic_cast<const DerivedObject*>(object);
+    while (auto* below = dynamic_cast<const DerivedObject*>(object)) object = below->Base();
     for (const auto& [type, format] : writer.formats.Nodes()) {
         Json own = Json::object();
-        if (!node.GetObjectRef() || !format->Write(*node.GetObjectRef(), own, writer)) continue;
+        if (!object || !format->Write(*object, own, writer)) continue;
         keys["type"] = type;
         keys.update(own);
         break;
     }
+    if (derived)
+        if (Json modifiers = WriteModifiers(*derived, writer); !modifiers.empty())
+            keys["modifiers"] = std::move(modifiers);
     return keys;
 }
 
@@ -72,7 +80,8 @@ Json WriteEntity(const Formats& formats, const Entity& entity, const Writer& wri
         Json keys = {{"type", type}};
         if (format.write(entity, keys, writer)) return keys;
     }
-    return nullptr;
+    Json keys = Json::object();
+    return WriteByClass(entity, keys, writer) ? keys : Json();
 }
 
 Json WriteTexmaps(const Writer& writer) {

@@ -52,7 +52,8 @@ public:
     INode* GetTargetNode() const override { return m_base ? m_base->GetTargetNode() : nullptr; }
     Mtl* DefaultMtl() const override { return m_base ? m_base->DefaultMtl() : nullptr; }
 
-    // Any change below makes the kept result stale.
+    // Any change below, and another base object, makes the kept result stale.
+    void ValueChanged() override { Stale(); }
     RefResult NotifyRefChanged(const RefChange& change, ReferenceTarget* from) override;
     static constexpr ClassInfo kClass{{0x3d1c0018, 0x52a7}, SuperClass::kGeomObject, "Derived"};
     ClassInfo Class() const override { return kClass; }

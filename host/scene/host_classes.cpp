@@ -5,6 +5,7 @@
 #include "host/scene/material.h"
 #include "host/scene/node.h"
 #include "host/scene/physical_material.h"
+#include "host/scene/point_cache.h"
 #include "host/scene/texmaps.h"
 #include "host/scene/transform_controller.h"
 
@@ -19,6 +20,7 @@ void RegisterHostClasses(ClassRegistry& classes) {
     classes.Register(DescribeClass<DummyObject>("dummy", "Helpers"));
     classes.Register(DescribeClass<GroupObject>("group", "Helpers"));
     classes.Register(DescribeClass<DerivedObject>("derived", "Modifiers"));
+    classes.Register(DescribeClass<PointCacheModifier>("point_cache", "Modifiers"));
     classes.Register(DescribeClass<TransformController>("transform", "Controllers"));
     classes.Register(DescribeClass<StandardMtl>("standard", "Materials"));
     classes.Register(DescribeClass<PhysicalMtl>("physical", "Materials"));

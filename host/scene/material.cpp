@@ -27,7 +27,7 @@ const Mtl* MtlOfFace(const Mtl* mtl, int matID) { return MtlOfFace(const_cast<Mt
 
 const StandardMtl* StandardMtlOfFace(const Mtl* mtl, int matID) {
     const Mtl* shown = MtlOfFace(mtl, matID);
-    return shown ? shown->AsStandard() : nullptr;
+    return shown ? shown->AsStandard(matID) : nullptr;
 }
 
 std::vector<Mtl*> WithSubMtls(Mtl& mtl) {

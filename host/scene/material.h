@@ -32,9 +32,9 @@ public:
     // What a place looks like. `look` holds the surface's normal and else its defaults. Needs
     // Update.
     virtual void Shade(const ShadeContext& sc, SurfaceLook* look) const {}
-    // The standard material that stands for it where only such are understood (model files); null:
-    // the host's default grey.
-    virtual const StandardMtl* AsStandard() const { return nullptr; }
+    // The standard material that stands for it on faces of an id where only such are understood
+    // (model files); null: the host's default grey.
+    virtual const StandardMtl* AsStandard(int matID) const { return nullptr; }
 
     ClassInfo Class() const override { return {{}, SuperClass::kMaterial, "Mtl"}; }
 };
@@ -65,7 +65,7 @@ public:
     void TellNeeds(ShadeNeeds* needs) const override;
     float Opacity(const ShadeContext& sc) const override;
     void Shade(const ShadeContext& sc, SurfaceLook* look) const override;
-    const StandardMtl* AsStandard() const override { return this; }
+    const StandardMtl* AsStandard(int) const override { return this; }
 
     static constexpr ClassInfo kClass{{0x3d1c0020, 0x52a7}, SuperClass::kMaterial, "Standard"};
     ClassInfo Class() const override { return kClass; }

@@ -63,6 +63,7 @@ struct FileOrigin {
     std::string base;          // folder that a relative file starts from
     std::optional<UpAxis> up;  // instead of what the format says
     bool keepNumbers = false;  // lengths are scene units, whatever unit the file states
+    std::string animation;     // of the file, by name; empty: its first
 };
 struct PrimitiveOrigin {
     std::string kind;  // "plane", "box", "sphere", "cone", "cylinder"

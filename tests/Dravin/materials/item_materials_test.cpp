@@ -170,9 +170,9 @@ TEST_F(ItemMaterials, TheWrapperTintsWhatItsBaseShows) {
         Color tint{1 - item.random2, 0, item.random2};
         ExpectDisplay(LookAt(*source, i).diffuse, Blend({0.2f, 0.4f, 0.6f}, tint, amount));
     }
-    EXPECT_EQ(wrapper->AsStandard(), base.get());
+    EXPECT_EQ(wrapper->AsStandard(0), base.get());
     wrapper->Block().SetValue(wrapperParams::kMaterial1, 0, nullptr);
-    EXPECT_EQ(wrapper->AsStandard(), nullptr);
+    EXPECT_EQ(wrapper->AsStandard(0), nullptr);
     wrapper->Block().SetValue(wrapperParams::kTintmax, 0, 0);
     wrapper->Block().SetValue(wrapperParams::kTintmin, 0, 0);
     ExpectDisplay(LookAt(*Build(wrapper), 0).diffuse, {0.5f, 0.5f, 0.5f});

@@ -88,3 +88,23 @@ TEST_F(BuildScene, HiddenSurfacesAreNotExported) {
     for (const Json& node : exported["nodes"]) names += std::string(node["name"]) + " ";
     EXPECT_EQ(names, "root ground hand/b ");
 }
+
+// A spline that a modifier lets pass bounds areas and leads paths as it did.
+TEST_F(BuildScene, SplinesWithModifiersStayAreasAndPaths) {
+    auto build = [this](const std::string& modifiers, const std::string& use) {
+        return Build(R"({"name": "ring", "type": "spline", "lines": [{"closed": true,
+            "points": [[0, 0, 0], [5, 0, 0], [5, 5, 0], [0, 5, 0]]}])" +
+                     modifiers + R"(}, {"name": "wood", "type": "dravin", )" + use + R"(,
+            "geometry": [{"name": "b", "object": "box"}]})")["items"];
+    };
+    const std::string kLeaf = R"(, "modifiers": [{"type": "DravinLeaf", "angle": 180}])";
+    for (const char* use :
+         {R"("params": {"surflist": ["ground"], "units_x": 50, "units_y": 50},
+             "areas": [{"type": "spline", "node": "ring"}])",
+          R"("params": {"surflist": ["ground"], "distmode": "Path", "distpathnodes": ["ring"],
+                        "distpathspacing": 1})"}) {
+        Json plain = build("", use);
+        ASSERT_GT(plain.size(), 5u) << use;
+        EXPECT_EQ(build(kLeaf, use), plain) << use;
+    }
+}

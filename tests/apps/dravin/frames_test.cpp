@@ -4,6 +4,8 @@
 
 #include <gmock/gmock.h>
 
+#include "tests/host/io/fbx_text.h"
+#include "tests/host/io/point_cache_bytes.h"
 #include "tests/run_program.h"
 
 using testing::HasSubstr;
@@ -58,6 +60,35 @@ TEST_F(Frames, AStillSceneStandsStill) {
     ASSERT_EQ(run.code, 0) << run.err;
     EXPECT_FALSE(Bytes("still.0007.png").empty());
     EXPECT_EQ(Bytes("still.0007.png"), Bytes("still.0008.png"));
+}
+
+// A triangle that a point cache moves, and one that its file's animation moves: both stand in frame
+// 0, walk up to frame 24 and rest then.
+TEST_F(Frames, PointCachesAndAnimationsMoveMeshes) {
+    m_folder.Write("walk.pc2", Pc2Bytes(3, 0, 24, 2,
+                                        {0, 0, 0, 9, 0, 0, 0, 0, 9,  //
+                                         9, 0, 0, 18, 0, 0, 9, 0, 9}));
+    FbxText file;
+    file.Animation("still");
+    file.Curve(FbxText::kModel, "Lcl Translation", "d|X", 0, 0);
+    file.Animation("walk");
+    file.Curve(FbxText::kModel, "Lcl Translation", "d|X", 0, -2);
+    m_folder.Write("walk.fbx", file.File());
+    const std::string kScene = R"({"dravin_scene": 1, "ticks_per_frame": 200, "nodes": [
+        {"name": "a", "type": "mesh", %},
+        {"name": "eye", "type": "camera", "position": [0, -30, 5], "rotation": [90, 0, 0]}]})";
+    const char* const kMeshes[] = {
+        R"("vertices": [[0, 0, 0], [9, 0, 0], [0, 0, 9]], "faces": [[0, 1, 2]],
+           "modifiers": [{"type": "point_cache", "file": "walk.pc2"}])",
+        R"("file": "walk.fbx", "animation": "walk", "scale": [4, 4, 4])"};
+    for (const char* mesh : kMeshes) {
+        std::string scene = kScene;
+        m_folder.Write("s.json", scene.replace(scene.find('%'), 1, mesh));
+        ProgramRun run = Render("s.json --frames 23-25 -o a.png");
+        ASSERT_EQ(run.code, 0) << run.err;
+        EXPECT_TRUE(Bytes("a.0023.png") != Bytes("a.0024.png")) << mesh;
+        EXPECT_TRUE(Bytes("a.0024.png") == Bytes("a.0025.png")) << mesh;
+    }
 }
 
 TEST_F(Frames, NonsenseIsRefused) {

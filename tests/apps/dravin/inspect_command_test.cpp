@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
+#include "tests/host/io/fbx_text.h"
 #include "tests/run_program.h"
 
 using testing::HasSubstr;
@@ -54,6 +55,24 @@ TEST_F(Inspect, TextNamesWhatIsMissing) {
     EXPECT_THAT(run.out, HasSubstr("diffuse: bark.png (missing)"));
     EXPECT_THAT(run.err, HasSubstr("warning: tree.obj: texture left out: "));
     EXPECT_THAT(run.err, HasSubstr("warning: tree.obj: left out: 1 bump map"));
+}
+
+TEST_F(Inspect, TellsAnimations) {
+    FbxText file;
+    file.Animation("walk");
+    file.Curve(FbxText::kModel, "Lcl Translation", "d|X", 0, 1);
+    file.Animation("turn");
+    file.Curve(FbxText::kModel, "Lcl Rotation", "d|X", 0, 1);
+    m_folder.Write("a.fbx", file.File());
+    ProgramRun run = Dravin({"inspect", "a.fbx", "--json"});
+    ASSERT_EQ(run.code, 0) << run.err;
+    EXPECT_EQ(nlohmann::json::parse(run.out)["animations"],
+              nlohmann::json::parse(R"([{"name": "walk", "seconds": 1.0, "read": true},
+                                        {"name": "turn", "seconds": 1.0, "read": false}])"));
+    EXPECT_THAT(Dravin({"inspect", "a.fbx"}).out,
+                HasSubstr("animation \"walk\": 1 s\nanimation \"turn\": 1 s (not read)"));
+    auto none = nlohmann::json::parse(Dravin({"inspect", "tree.obj", "--json"}).out);
+    EXPECT_EQ(none["animations"], nlohmann::json::array());
 }
 
 TEST_F(Inspect, TheReportOfEveryImportIsInTheLog) {

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 
+#include "host/base/log.h"
 #include "tests/host/io/gltf_builder.h"
 #include "tests/host/io/import_testing.h"
 
@@ -112,6 +113,29 @@ TEST(GltfAnimations, MorphWeightsAndJointsMoveVertices) {
         "channels":[{{"sampler":0,"target":{{"node":1,"path":"translation"}}}}]}}])",
         b.positions, joints, all, when, where));
     ExpectNear(At(b.Import(text), 2400), {{3, 0, 0}, {4, 0, 0}, {3, 0, 1}}, 1e-6f);
+}
+
+TEST(GltfAnimations, APoseBeyondNumbersIsTheOneAtRest) {
+    AnimatedFile a;
+    int times = a.file.Floats({0, 1}, "SCALAR");
+    int sizes = a.file.Floats({1, 1, 1, 3e38f, 3e38f, 3e38f}, "VEC3");
+    int turns = a.file.Floats({0, 0, 0, 1, 0, 0, 1, 1}, "VEC4");
+    // A node of the first size in one that turns: sums of products overflow.
+    JoinedModel model =
+        a.Import(a.File(fmt::format(R"({{"input":{0},"output":{1}}},{{"input":{0},"output":{2}}})",
+                                    times, sizes, turns),
+                        R"({"sampler":0,"target":{"node":0,"path":"scale"}},
+                  {"sampler":0,"target":{"node":1,"path":"scale"}},
+                  {"sampler":1,"target":{"node":1,"path":"rotation"}})",
+                        R"([{"children":[1]},{"name":"n","mesh":0}])"));
+    std::vector<std::string> warnings;
+    LogSink before =
+        SetLogSink([&](LogKind, const std::string& text) { warnings.push_back(text); });
+    EXPECT_EQ(At(model, 4800), model.mesh->verts);
+    EXPECT_EQ(At(model, 4799), model.mesh->verts);
+    SetLogSink(before);
+    ASSERT_EQ(warnings.size(), 1u);
+    EXPECT_THAT(warnings[0], HasSubstr("a.gltf: at tick 4800 a coordinate is not a finite number"));
 }
 
 TEST(GltfAnimations, BadOnesAreRefusedByName) {

@@ -25,6 +25,7 @@ ImportedModel SampleModel() {
                      {"stone", other, nullptr, Matrix3::Translation({0, 0, 4}), {1, 1, 1}}};
     model.materials = {{"bark", {{"diffuse", "bark.png", false}}, ImportedAlpha::kMask}};
     model.extensions = {{"KHR_a", true}, {"KHR_b", false}};
+    model.animations = {{"sway", 1.5, true}, {"fall", 0.25, false}};
     model.warnings = {"m.glb: left out: 1 camera"};
     model.format = "glTF";
     model.up = UpAxis::kY;
@@ -58,6 +59,9 @@ TEST(ImportReport, JsonHoldsEverything) {
                                      "file":"bark.png","found":false}],"alpha":"mask"}])"));
     EXPECT_EQ(json["extensions"], nlohmann::json::parse(R"([{"name":"KHR_a","read":true},
                                                         {"name":"KHR_b","read":false}])"));
+    EXPECT_EQ(json["animations"],
+              nlohmann::json::parse(R"([{"name":"sway","seconds":1.5,"read":true},
+                                                        {"name":"fall","seconds":0.25,"read":false}])"));
     EXPECT_EQ(json["warnings"].size(), 1u);
 }
 
@@ -65,6 +69,11 @@ TEST(ImportReport, SummaryIsOneLine) {
     EXPECT_EQ(ImportSummary("m.glb", SampleModel()),
               "m.glb: glTF, 3 objects, 9 vertices, 3 faces, size 11 x 1 x 4, y up, in metres, "
               "1 material, 0 textures (1 missing), extensions KHR_a KHR_b (not read)");
+}
+
+TEST(ImportReport, TextListsAnimations) {
+    EXPECT_THAT(ImportReportText("m.glb", SampleModel()),
+                HasSubstr("\nanimation \"sway\": 1.5 s\nanimation \"fall\": 0.25 s (not read)"));
 }
 
 TEST(ImportReport, AFileThatStatesNoUnitIsToldHowToFitIt) {

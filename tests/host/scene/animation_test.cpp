@@ -190,6 +190,22 @@ TEST(DerivedObject, IsMadeAnewOnlyWhenSomethingChanged) {
     EXPECT_EQ(lifted.node->EvalWorldState(120).valid, (Interval{100, kTimePosInfinity}));
 }
 
+TEST(DerivedObject, ShowsItsNewBase) {
+    Hold hold;
+    CurrentEdits().hold = &hold;
+    Lifted lifted;
+    float bottom = lifted.Bottom(0);
+    hold.Begin();
+    auto mesh = std::make_shared<Mesh>(MakeBox(1, 1, 1, 1));
+    for (Point3& p : mesh->verts) p.z += 100;
+    lifted.object->SetBase(std::make_shared<TriObject>(mesh));
+    hold.Accept("Base");
+    EXPECT_EQ(lifted.Bottom(0), bottom + 100);
+    ASSERT_TRUE(hold.Undo());
+    EXPECT_EQ(lifted.Bottom(0), bottom);
+    CurrentEdits().hold = nullptr;
+}
+
 TEST(DerivedObject, StacksAreUndone) {
     Hold hold;
     CurrentEdits().hold = &hold;
