@@ -1,8 +1,9 @@
 // The tint map and the wrapper material on hits of real scatter objects, and on other surfaces.
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <set>
 
+#include "Dravin/dravin_classes.h"
 #include "Dravin/materials/edge_map.h"
 #include "Dravin/materials/tint_map.h"
 #include "Dravin/materials/wrapper_material.h"
@@ -10,6 +11,9 @@
 #include "host/params/clone_map.h"
 #include "host/render/trace_scene.h"
 #include "tests/Dravin/build/scatter_fixture.h"
+#include "tests/host/io/scene_testing.h"
+
+using testing::HasSubstr;
 
 namespace {
 
@@ -203,4 +207,56 @@ TEST(TintMap, NamesItsSubMapsAndCopiesItself) {
     EXPECT_EQ(copy->Block().GetFloat(tintMapParams::kTintvariation), 0.5f);
     EXPECT_EQ(copy->channel, 3);
     EXPECT_EQ(copy->Block().Count(tintMapParams::kColorlist), DColor::kNumEntries);
+}
+
+TEST(ItemMaterialsInScenes, ComeByTheNameOfTheirClass) {
+    HostContext session;
+    RegisterDravinClasses(session.classes);
+    SceneReadResult read = ParseScene(R"({"dravin_scene": 1,
+        "texmaps": {"leaves": {"type": "DravinColor", "channel": 2, "maponlist": [true, false],
+                               "colorlist": [[1, 0, 0], [0, 1, 0]], "maplist": [null, "grey"],
+                               "tintvariation": 0.25, "mapbase": "grey"},
+                    "grey": {"type": "color", "color": [0.5, 0.5, 0.5]},
+                    "edge": {"type": "DravinEdge", "mapbase": "grey"}},
+        "materials": {"tree": {"type": "DravinMat", "material1": "bark", "override": true,
+                               "tintmax": {"keys": [[0, 10], [160, 20]]}},
+                      "bark": {"type": "standard", "diffuse_map": "leaves"}}})");
+    EXPECT_FALSE(read);  // what is not animatable takes no keys
+    EXPECT_THAT(read.error, HasSubstr("/materials/tree/tintmax"));
+    read = ParseScene(R"({"dravin_scene": 1,
+        "texmaps": {"leaves": {"type": "DravinColor", "channel": 2, "maponlist": [true, false],
+                               "colorlist": [[1, 0, 0], [0, 1, 0]], "maplist": [null, "grey"],
+                               "tintvariation": 0.25, "mapbase": "grey"},
+                    "grey": {"type": "color", "color": [0.5, 0.5, 0.5]},
+                    "edge": {"type": "DravinEdge", "mapbase": "grey"}},
+        "materials": {"tree": {"type": "DravinMat", "material1": "bark", "override": true,
+                               "tintmax": 20},
+                      "bark": {"type": "standard", "diffuse_map": "leaves"}}})");
+    ASSERT_TRUE(read) << read.error;
+    SceneReadResult again = ParseScene(WriteSceneDescription(*read.scene, ".", HostFormats()));
+    ASSERT_TRUE(again) << again.error;
+    auto& map = dynamic_cast<DColor&>(*again.scene->Texmaps().at("leaves"));
+    using namespace tintMapParams;
+    EXPECT_EQ(map.channel, 2);
+    EXPECT_TRUE(map.Block().GetBool(kMaponlist, 0, 0));
+    EXPECT_EQ(map.Block().GetColor(kColorlist, 0, 1), (Color{0, 1, 0}));
+    Texmap* grey = again.scene->Texmaps().at("grey").get();
+    EXPECT_EQ(map.Block().GetTexmap(kMaplist, 0, 1), grey);
+    EXPECT_EQ(map.Block().GetTexmap(kMapbase), grey);
+    EXPECT_EQ(map.Block().GetFloat(kTintvariation), 0.25f);
+    auto& mtl = dynamic_cast<DMat&>(*again.scene->Materials().at("tree"));
+    EXPECT_EQ(mtl.GetSubMtl(0), again.scene->Materials().at("bark").get());
+    EXPECT_EQ(mtl.Block().GetInt(wrapperParams::kTintmax), 20);
+}
+
+TEST(ItemMaterialsInScenes, UnknownNamesAndRingsAreRefused) {
+    HostContext session;
+    RegisterDravinClasses(session.classes);
+    SceneReadResult read =
+        ParseScene(R"({"dravin_scene": 1, "texmaps": {"a": {"type": "DravinColour"}}})");
+    EXPECT_THAT(read.error, HasSubstr("did you mean \"DravinColor\"?"));
+    read = ParseScene(R"({"dravin_scene": 1, "materials": {
+        "a": {"type": "DravinMat", "material1": "b"}, "b": {"type": "DravinMat", "material1": "a"}}})");
+    EXPECT_FALSE(read);
+    EXPECT_THAT(read.error, HasSubstr("holds itself"));
 }
