@@ -158,7 +158,7 @@ void TDravin::ResetReference(int slot) {
 std::string TDravin::SubAnimName(int i) const {
     if (int block = BlockOfSlot(i); block >= 0) return DravinBlocks()[size_t(block)].title;
     const TCurveSet* set = dynamic_cast<TCurveSet*>(GetReference(i).get());
-    return set ? set->title : "";
+    return set ? set->title.Get() : "";
 }
 
 std::shared_ptr<ReferenceTarget> TDravin::Clone(CloneMap& map) const {

@@ -96,7 +96,7 @@ TPreparedCamera PrepareCamera(const TParameters& p, const TCameraScene& scene, I
 
 void CheckAutoCamera(TDravin& object, const Scene& scene) {
     IParamBlock2& cam = object.Block(kCamParams);
-    INode* camera = scene.renderCamera.Get();
+    INode* camera = scene.RenderCamera();
     const char* source = camera ? "rendcam" : "view";
     if (!camera) camera = scene.ViewCamera();
     if (!camera || !cam.GetBool(kCamauto) || !UsesCamera(cam)) return;

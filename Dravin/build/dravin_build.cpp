@@ -109,6 +109,7 @@ void TDravinBuild::BuildAtOnce() {
                                   std::numeric_limits<int32_t>::max()));
     if (m_panel.status != TBuildStatus::kSuccess) m_validity = Interval::Instant(m_time);
     if (!m_validity.Contains(m_time)) m_validity = Interval::Instant(m_time);
+    if (m_panel.status == TBuildStatus::kCancelled) m_validity = Interval::Never();
     Log(LogKind::kNormal, fmt::format("Exiting BuildMesh ({} items, code {})",
                                       m_statistics.itemCount, int(m_panel.status)));
 }
@@ -137,7 +138,7 @@ void TDravinBuild::NarrowToReferences() {
     narrow(own);
     const Scene* scene = own->GetScene();
     for (INode* camera :
-         {scene ? scene->renderCamera.Get() : nullptr, scene ? scene->ViewCamera() : nullptr})
+         {scene ? scene->RenderCamera() : nullptr, scene ? scene->ViewCamera() : nullptr})
         if (camera) narrow(camera);
 }
 

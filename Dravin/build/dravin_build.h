@@ -81,6 +81,8 @@ public:
     bool IsRunning() const { return m_running; }
     // Of the running build; any thread may ask.
     const TBuildProgress& Progress() const { return m_progress; }
+    // Ends the running build soon, with kCancelled; none is running: nothing. Any thread.
+    void Cancel() { m_progress.Cancel(); }
 
     // Whether the last build's items went to its consumer. What they were is void when the build
     // did not succeed.

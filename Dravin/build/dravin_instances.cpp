@@ -5,17 +5,23 @@
 #include <fmt/format.h>
 
 #include "Dravin/dravin.h"
+#include "Dravin/dravin_globals.h"
 #include "Dravin/engine/build_input.h"
+#include "Dravin/materials/tint_params.h"
+#include "host/base/thread_pool.h"
 #include "host/geom/mesh_tools.h"
 
 namespace {
 
 // The mesh in the item's own space; shared when nothing has to move.
-std::shared_ptr<const Mesh> AtRealSize(const TDravinMeshSample& sample) {
-    const Matrix3& toReal = sample.Size().toReal;
+std::shared_ptr<const Mesh> AtRealSize(const TDravinMeshSample& sample, const Matrix3& toReal) {
     if (!sample.Source() || toReal == Matrix3{}) return sample.Source();
     return std::make_shared<Mesh>(TransformedMesh(*sample.Source(), toReal));
 }
+
+constexpr TTintParams kObjectTint{
+    matParams::kTintmin,    matParams::kTintmax,    matParams::kTintmode, matParams::kTintmapmode,
+    matParams::kTintcolor1, matParams::kTintcolor2, matParams::kTintmap};
 
 // What a face takes, with its share of vertices, normals and maps at the most.
 uint64_t BytesOfFace(const Mesh& mesh) {
@@ -27,18 +33,25 @@ uint64_t BytesOfFace(const Mesh& mesh) {
 
 TDravinInstances::TDravinInstances(const TDravin& object, const TDravinBuild& build,
                                    const Matrix3& objectTM, uint64_t cutMemory)
-    : m_build(build), m_cutMemory(cutMemory), m_objectTM(objectTM) {
-    if (INode* node = GetWorldNode(object)) m_name = node->GetName();
+    : m_build(build), m_cutMemory(cutMemory), m_node(GetWorldNode(object)), m_objectTM(objectTM) {
+    if (m_node) m_name = m_node->GetName();
     if (!build.Input()) return;
+    const IParamBlock2& settings = object.Block(kMatParams);
+    m_tint = ReadTint(settings, kObjectTint, build.Time());
+    m_blend = settings.GetInt(matParams::kTintmixmode, build.Time());
     m_scaleOnSlope = build.Input()->transforms.scaleOnSlope;
-    for (size_t row = 0; row < build.Specimens().NumRows(); ++row)
-        AddRow(row, build.Specimens().Row(row));
+    for (size_t row = 0; row < build.Specimens().NumRows(); ++row) {
+        const TSpecBuild& specimen = build.Specimens().Row(row);
+        size_t samples = std::max<size_t>(1, specimen.frames.size());
+        m_rows.push_back({&specimen, samples, {}});
+        m_rows.back().prototypes.assign(specimen.nodes.size() * samples, kNotMade);
+    }
     CutPrototypes cuts;
     TDravinItem item;
     for (size_t i = 0; i < build.Items().Count(); ++i) {
         build.Items().ReadStored(i, &item, 0);
         if (item.discarded) continue;
-        uint32_t prototype = WholePrototypeOf(item);
+        uint32_t prototype = MakeWholePrototype(item);
         if (prototype != kNone && item.partial) {
             uint32_t cut = CutPrototypeOf(i, prototype, cuts);
             if (cut != prototype && cut != kNone) m_cutItems.emplace(uint32_t(i), cut);
@@ -48,29 +61,50 @@ TDravinInstances::TDravinInstances(const TDravin& object, const TDravinBuild& bu
     }
 }
 
-void TDravinInstances::AddRow(size_t row, const TSpecBuild& specimen) {
-    std::vector<uint32_t>& elements = m_prototypeOfElement.emplace_back();
-    for (size_t e = 0; e < specimen.nodes.size(); ++e) {
-        const TSpecBuildNode& node = specimen.nodes[e];
-        if (!node.sample->Source()) {
-            elements.push_back(kNone);
-            continue;
-        }
-        std::string name = node.entry.name;
-        if (specimen.nodes.size() > 1) name += fmt::format(" {}", e);
-        elements.push_back(uint32_t(m_prototypes.size()));
-        const Point3& size = node.sample->Size().size;
-        m_prototypes.push_back({std::move(name), AtRealSize(*node.sample), node.Material(),
-                                Matrix3::Scaling({1 / size.x, 1 / size.y, 1 / size.z}),
-                                node.sample.get()});
-    }
+const TDravinInstances::Row* TDravinInstances::RowOf(const TDravinItem& item) const {
+    if (m_rows.empty()) return nullptr;
+    const Row& row = m_rows[SpecimenRow(item.specimenIndex, m_rows.size())];
+    return row.prototypes.empty() ? nullptr : &row;
 }
 
-uint32_t TDravinInstances::WholePrototypeOf(const ItemPlace& place) const {
-    if (m_prototypeOfElement.empty()) return kNone;
-    const auto& elements =
-        m_prototypeOfElement[SpecimenRow(place.specimenIndex, m_prototypeOfElement.size())];
-    return elements[uint16_t(place.elementIndex) % elements.size()];
+size_t TDravinInstances::PlaceInRow(const Row& row, const TDravinItem& item) {
+    size_t node = uint16_t(item.elementIndex) % row.specimen->nodes.size();
+    auto sample = size_t(std::clamp(item.animationOffset, 0, int32_t(row.numSamples) - 1));
+    return node * row.numSamples + sample;
+}
+
+uint32_t TDravinInstances::WholePrototypeOf(const TDravinItem& item) const {
+    const Row* row = RowOf(item);
+    return row ? row->prototypes[PlaceInRow(*row, item)] : kNone;
+}
+
+uint32_t TDravinInstances::MakeWholePrototype(const TDravinItem& item) {
+    const Row* row = RowOf(item);
+    if (!row) return kNone;
+    size_t place = PlaceInRow(*row, item);
+    uint32_t& prototype = m_rows[size_t(row - m_rows.data())].prototypes[place];
+    if (prototype == kNotMade)
+        prototype = AddPrototype(*row, place / row->numSamples, place % row->numSamples);
+    return prototype;
+}
+
+uint32_t TDravinInstances::AddPrototype(const Row& row, size_t n, size_t frame) {
+    const TSpecBuildNode& node = row.specimen->nodes[n];
+    if (!node.sample->Source()) return kNone;
+    std::string name = node.entry.name;
+    if (row.specimen->nodes.size() > 1) name += fmt::format(" {}", n);
+    if (row.numSamples > 1) name += fmt::format(" at {}", row.specimen->FrameFirst(int(frame)));
+    // Sizes stay those of the first sample: what moves does not change the item.
+    const TDravinMeshSize& size = node.sample->Size();
+    std::shared_ptr<const TDravinMeshSample> sample = node.sample;
+    if (frame > 0 && node.source)
+        sample = DravinGlobals().meshes.Get(node.source.get(), row.specimen->FrameFirst(int(frame)),
+                                            m_build.Time());
+    if (!sample->Source()) return kNone;
+    m_prototypes.push_back({std::move(name), AtRealSize(*sample, size.toReal), node.Material(),
+                            Matrix3::Scaling({1 / size.size.x, 1 / size.size.y, 1 / size.size.z}),
+                            std::move(sample)});
+    return uint32_t(m_prototypes.size() - 1);
 }
 
 uint32_t TDravinInstances::CutPrototypeOf(size_t i, uint32_t whole, CutPrototypes& known) {
@@ -91,7 +125,10 @@ uint32_t TDravinInstances::AddCut(uint32_t whole, const HiddenElements& hidden, 
     cut.name += fmt::format(" cut {}", number);
     const std::vector<uint32_t>& elementOfFace = cut.sample->Elements().elementOfFace;
     std::vector<uint8_t> keep(elementOfFace.size());
-    for (size_t f = 0; f < keep.size(); ++f) keep[f] = !hidden[elementOfFace[f]];
+    for (size_t f = 0; f < keep.size(); ++f) {
+        keep[f] = !hidden[elementOfFace[f]];
+        if (keep[f]) cut.sampleFaces.push_back(uint32_t(f));
+    }
     m_cutBytes += uint64_t(std::count(keep.begin(), keep.end(), 1)) * BytesOfFace(*cut.mesh);
     if (m_cutBytes > m_cutMemory) return kNone;
     cut.mesh = std::make_shared<Mesh>(MeshOfFaces(*cut.mesh, keep));
@@ -107,18 +144,75 @@ std::string TDravinInstances::Refusal() const {
         m_name, double(m_cutMemory) / 1e9);
 }
 
+uint32_t TDravinInstances::PrototypeOf(const TDravinItem& item, uint32_t index) const {
+    auto cut = item.partial ? m_cutItems.find(index) : m_cutItems.end();
+    return cut != m_cutItems.end() ? cut->second : WholePrototypeOf(item);
+}
+
 void TDravinInstances::GetInstances(size_t first, std::span<InstanceRecord> out) const {
     TDravinItem item;
     for (size_t k = 0; k < out.size(); ++k) {
         uint32_t index = m_items[first + k];
         m_build.Items().ReadStored(index, &item, kGroupCenter);
         InstanceRecord& record = out[k];
-        auto cut = item.partial ? m_cutItems.find(index) : m_cutItems.end();
-        record.prototype = cut != m_cutItems.end() ? cut->second : WholePrototypeOf(item);
+        record.prototype = PrototypeOf(item, index);
         record.transform = m_prototypes[record.prototype].toUnit *
                            ItemTransform(item, m_scaleOnSlope) * m_objectTM;
         record.id = int32_t(index);
         record.tint = item.tintColor;
         record.tintBlend = item.tintBlend;
     }
+}
+
+InstanceDetails TDravinInstances::GetDetails(size_t instance) const {
+    TDravinItem item = m_build.Items().Item(m_items[instance]);
+    InstanceDetails details;
+    details.seed = item.seed;
+    details.randoms = {item.random1, item.random2, item.random3};
+    if (const Row* row = RowOf(item))
+        details.frame = row->specimen->FrameFirst(item.animationOffset);
+    if (item.partial)
+        for (int32_t e = 0; e < item.elementMask.NumBits(); ++e)
+            details.hiddenElements.push_back(item.elementMask.Test(e));
+    return details;
+}
+
+TShadedItem TDravinInstances::ReadShaded(uint32_t instance) const {
+    TDravinItem item = m_build.Items().Item(m_items[instance]);
+    const TBuildInput& input = *m_build.Input();
+    bool onSurface =
+        !input.surfaces.empty() && (input.transforms.customEdit || input.transforms.tintOnSurface);
+    return {item.random1,
+            item.random2,
+            item.random3,
+            item.tintColor,
+            item.tintBlend,
+            item.position,
+            onSurface ? item.mapUvws[kTintMap] : item.mapCoordinates};
+}
+
+// Random values are drawn again, which is too slow at every hit.
+void TDravinInstances::PrepareShading() const {
+    constexpr size_t kBlock = 4096;
+    if (!m_shaded.empty()) return;
+    m_shaded.resize(m_items.size());
+    ParallelFor((m_shaded.size() + kBlock - 1) / kBlock, NumProcessors(), [this](size_t block) {
+        size_t end = std::min((block + 1) * kBlock, m_shaded.size());
+        for (size_t i = block * kBlock; i < end; ++i) m_shaded[i] = ReadShaded(uint32_t(i));
+    });
+}
+
+TShadedItem TDravinInstances::ItemOf(uint32_t instance) const {
+    return m_shaded.empty() ? ReadShaded(instance) : m_shaded[instance];
+}
+
+TElementRandoms TDravinInstances::ElementOf(uint32_t instance, uint32_t face) const {
+    TDravinItem item;
+    m_build.Items().ReadStored(m_items[instance], &item, 0);
+    uint32_t index = PrototypeOf(item, m_items[instance]);
+    if (index >= m_prototypes.size()) return {};
+    const Prototype& prototype = m_prototypes[index];
+    if (!prototype.sampleFaces.empty()) face = prototype.sampleFaces[face];
+    auto [first, second] = prototype.sample->Elements().RandomsOfFace(face);
+    return {first, second};
 }

@@ -337,7 +337,7 @@ void TInputMaker::SetLodView(TBuildInput& input) const {
     if (!m_scene) return;
     Matrix3 viewToWorld;
     float fovDegrees = 0;
-    INode* node = m_flags.render ? m_scene->renderCamera.Get() : nullptr;
+    INode* node = m_flags.render ? m_scene->RenderCamera() : nullptr;
     if (auto* camera = node ? dynamic_cast<CameraObject*>(node->GetObjectRef()) : nullptr) {
         viewToWorld = node->GetNodeTM(m_time);
         fovDegrees = camera->fovDegrees.At(m_time);

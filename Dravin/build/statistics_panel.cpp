@@ -103,6 +103,8 @@ TPanelMessage PanelMessage(const TPanelState& state, const TBuildStatistics& s) 
             return {"Object is disabled in Display settings", ""};
         case TBuildStatus::kNoReferenceObject:
             return {"Reference object is not defined", ""};
+        case TBuildStatus::kCancelled:
+            return {"Cancelled", ""};
     }
     return lines;
 }

@@ -92,7 +92,7 @@ TCurveSet& EnsureCurveSet(ReferenceMaker& owner, int slot, int count,
     std::shared_ptr<TCurveSet> set = SetInSlot(owner, slot);
     if (!set) {
         set = std::make_shared<TCurveSet>();
-        set->editorFlags |= defaults.editorFlags;
+        set->editorFlags = set->editorFlags | defaults.editorFlags;
     }
     for (int i = set->GetNumCurves(); i < count; ++i) {
         set->SetNumCurves(i + 1);

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "Dravin/engine/falloff_curve.h"
-#include "host/params/reference.h"
+#include "host/params/property.h"
 
 class TCurveSet : public ReferenceTarget {
 public:
@@ -26,8 +26,8 @@ public:
         Pen pen;
     };
 
-    std::string title;  // of the editor
-    uint32_t editorFlags = 0;
+    Property<std::string> title{this};  // of the editor
+    Property<uint32_t> editorFlags{this};
 
     float XMin() const { return m_xMin; }
     float XMax() const { return m_xMax; }

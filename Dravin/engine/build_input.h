@@ -165,6 +165,7 @@ struct TBuildInput {
     // Log lines of level 2.
     std::function<void(const std::string&)> debugLog;
 
+    bool IsCancelled() const { return progress && progress->IsCancelled(); }
     // The parts of the build, for its progress: items are made, then overlaps removed.
     void StartProgress() const {
         if (progress) progress->Start(1 + RemovesOverlaps());

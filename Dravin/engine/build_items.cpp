@@ -224,9 +224,11 @@ TBuildStatus BuildItemArray(const TBuildInput& input, TDravinItemList& items,
     }
     if (input.customEdit) KeepUnselected(input, items, statistics);
     statistics.ground = plan.bounds;
+    if (input.IsCancelled()) return TBuildStatus::kCancelled;
     if (input.RemovesOverlaps() && items.Count() > 1)
         statistics.rejected.collision = statistics.discardedCount =
             ComputeCollisions(input, plan.bounds, items);
+    if (input.IsCancelled()) return TBuildStatus::kCancelled;
     statistics.itemCount =
         input.Streams() ? statistics.createdCount : AsCount(int64_t(items.Count()));
     items.TrimSpare();

@@ -1,4 +1,4 @@
-// How far a running build is, for whoever waits for it.
+// How far a running build is, for whoever waits for it, and whether it is still wanted.
 //
 // A build is a row of stages (items are made, overlaps removed), each with units of work of its
 // own: cells of a grid, points. Its tasks count units as they finish them, any thread may ask
@@ -15,7 +15,11 @@ public:
         m_stages = stages;
         m_stage = -1;
         m_units = m_done = 0;
+        m_cancelled = false;
     }
+    // Ends the running build soon, with kCancelled and no items. Any thread.
+    void Cancel() { m_cancelled = true; }
+    bool IsCancelled() const { return m_cancelled.load(std::memory_order_relaxed); }
     // The next stage begins; all work of those before is done. units: 0 where they are not known.
     void NextStage(int64_t units) {
         m_units = 0;
@@ -35,5 +39,6 @@ public:
     }
 
 private:
+    std::atomic<bool> m_cancelled{false};
     std::atomic<int64_t> m_stages{0}, m_stage{-1}, m_units{0}, m_done{0};
 };

@@ -12,9 +12,20 @@
 
 // Fixed for good: scene files, scripts and pipelines hold these numbers.
 enum class [[nodiscard]] TBuildStatus : int32_t{
-    kSuccess = 0,        kNoIncludeAreas = 1,    kNoDistributionMap = 2, kNoItems = 3,
-    kDensityTooHigh = 4, kTemplateNotLoaded = 5, kEmptyGeometryList = 6, kTooManyItems = 7,
-    kTooManyFaces = 8,   kNoVisibleItems = 10,   kDisabled = 11,         kNoReferenceObject = 12,
+    kSuccess = 0,
+    kNoIncludeAreas = 1,
+    kNoDistributionMap = 2,
+    kNoItems = 3,
+    kDensityTooHigh = 4,
+    kTemplateNotLoaded = 5,
+    kEmptyGeometryList = 6,
+    kTooManyItems = 7,
+    kTooManyFaces = 8,
+    kNoVisibleItems = 10,
+    kDisabled = 11,
+    kNoReferenceObject = 12,
+    // Of this program alone: whoever waited for the build wants it no more.
+    kCancelled = 100,
 };
 
 // Candidates of a distribution that each rule dropped. A candidate is a cell of the map or a source

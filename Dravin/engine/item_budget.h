@@ -19,7 +19,8 @@ public:
     TItemBudget(const TBuildInput& input, const TDravinItemList& items, bool limited)
         : m_mostItems(limited && input.render ? input.renderLimit : INT64_MAX),
           m_mostOfMemory(input.Streams() ? INT64_MAX : MostItemsOf(input.memoryLimit, items)),
-          m_made(int64_t(items.Count())) {}
+          m_made(int64_t(items.Count())),
+          m_progress(input.progress) {}
 
     void Add(int64_t count) { m_made.fetch_add(count, std::memory_order_relaxed); }
 
@@ -27,13 +28,14 @@ public:
     int64_t MostItems() const { return m_mostItems; }
     int64_t Made() const { return m_made.load(std::memory_order_relaxed); }
     TBuildStatus Result() const {
+        if (m_progress && m_progress->IsCancelled()) return TBuildStatus::kCancelled;
         return Made() <= std::min(m_mostItems, m_mostOfMemory) ? TBuildStatus::kSuccess
                                                                : TBuildStatus::kTooManyItems;
     }
     // Whether it is memory that was spent, not the number of items. The lower limit counts, however
     // far beyond it the tasks came.
     bool IsOutOfMemory() const {
-        return Result() != TBuildStatus::kSuccess && m_mostOfMemory < m_mostItems;
+        return Result() == TBuildStatus::kTooManyItems && m_mostOfMemory < m_mostItems;
     }
 
 private:
@@ -43,6 +45,7 @@ private:
 
     const int64_t m_mostItems, m_mostOfMemory;
     std::atomic<int64_t> m_made;
+    const TBuildProgress* m_progress;  // which may cancel
 };
 
 // One task's way to the budget.

@@ -63,7 +63,3 @@ std::shared_ptr<ReferenceTarget> DLeaf::Clone(CloneMap& map) const {
     copy->enabled = enabled;
     return copy;
 }
-
-void RegisterDravinModifiers(ClassRegistry& classes) {
-    classes.Register(DescribeClass<DLeaf>("DravinLeaf", "Dravin Leaf"));
-}

@@ -59,6 +59,3 @@ private:
     Reference<IParamBlock2> m_block{this};
     mutable PolyShape m_outline;
 };
-
-// Modifiers of the system, so that scene descriptions find them. Once a session.
-void RegisterDravinModifiers(class ClassRegistry& classes);

@@ -138,6 +138,8 @@ ExitCode WriteGltf(const std::string& path, std::span<const SceneDravin> objects
     GltfOptions gltf;
     gltf.flat = options.flat;
     gltf.unitScale = scene.unitScale;
+    ProgressBar bar("writing");
+    gltf.progress = [&bar](float share) { return bar.Update(share), true; };
     std::string error;
     if (!ExportGltf(path, borrowed, meshes, gltf, &error)) {
         PrintError(error);

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <unordered_set>
 
 #include <fmt/format.h>
 
@@ -18,7 +17,7 @@ constexpr float kDegreesToRadians = 0.017453292f;
 
 INode* FindCamera(Scene& scene, const std::string& name) {
     if (!name.empty()) return scene.FindNode(name);
-    if (scene.renderCamera) return scene.renderCamera.Get();
+    if (scene.RenderCamera()) return scene.RenderCamera();
     for (INode* node : scene.Nodes())
         if (node->GetObjectRef() && node->GetObjectRef()->IsCamera()) return node;
     return nullptr;
@@ -89,7 +88,7 @@ void AddMeshes(Scene& scene, TimeValue t, RenderSetup& setup) {
         Object* object = node->GetObjectRef();
         if (!object || !IsShown(*node, t) || IsTemplateNode(*node)) continue;
         if (!object->IsGeomObject() || dynamic_cast<TDravin*>(object)) continue;
-        RenderNode shown{nullptr, node->GetShownMtl(), node->GetObjectTM(t), nullptr};
+        RenderNode shown{nullptr, node->GetShownMtl(), node->GetObjectTM(t), nullptr, node};
         if (auto heights = object->GetHeightField(t)) {
             shown.heights = heights.get();
             setup.heights.push_back(std::move(heights));
@@ -147,35 +146,6 @@ void SetCamera(Session& session, const std::string& name, TimeValue t, RenderSet
     }
 }
 
-// Maps of materials load their images before threads read them; each material is looked at once.
-class MapUpdate {
-public:
-    explicit MapUpdate(TimeValue t) : m_time(t) {}
-
-    void Add(const Mtl* root) {
-        std::vector<const Mtl*> open{root};
-        while (!open.empty()) {
-            const Mtl* mtl = open.back();
-            open.pop_back();
-            if (!mtl || !m_seen.insert(mtl).second) continue;
-            for (int i = 0; i < mtl->NumSubMtls(); ++i) open.push_back(mtl->GetSubMtl(i));
-            UpdateMaps(dynamic_cast<const StandardMtl*>(mtl));
-        }
-    }
-
-private:
-    void UpdateMaps(const StandardMtl* standard) const {
-        if (!standard) return;
-        for (Texmap* map : {standard->diffuseMap.Get(), standard->opacityMap.Get()}) {
-            std::string error;
-            if (map && !map->Update(m_time, &error)) PrintWarning(error);
-        }
-    }
-
-    TimeValue m_time;
-    std::unordered_set<const Mtl*> m_seen;
-};
-
 }  // namespace
 
 bool CheckCamera(const Scene& scene, const std::string& name) {
@@ -193,6 +163,7 @@ bool CheckCamera(const Scene& scene, const std::string& name) {
 ExitCode SetUpRender(Session& session, const RenderOptions& options, RenderSetup* out) {
     RenderSetup& setup = *out;
     TimeValue time = options.time.value_or(session.GetScene().GetTime());
+    setup.scene.time = time;
     const SceneRenderSettings& r = session.GetScene().render;
     setup.settings.width = options.width.value_or(r.width);
     setup.settings.height = options.height.value_or(r.height);
@@ -206,10 +177,6 @@ ExitCode SetUpRender(Session& session, const RenderOptions& options, RenderSetup
     }
     if (ExitCode code = AddItems(session, time, options, setup); code != kExitDone) return code;
     AddMeshes(session.GetScene(), time, setup);
-    MapUpdate maps(time);
-    for (const RenderNode& node : setup.scene.nodes) maps.Add(node.mtl);
-    for (const IInstanceSource* source : setup.scene.sources)
-        for (size_t p = 0; p < source->NumPrototypes(); ++p) maps.Add(source->PrototypeMtl(p));
     SetLight(session.GetScene(), time, setup.scene);
     SetCamera(session, options.camera, time, setup);
     return kExitDone;
@@ -224,6 +191,7 @@ ExitCode RenderToFile(const RenderSetup& setup, const std::string& output) {
             return true;
         });
     }
+    for (const std::string& problem : outcome.problems) PrintWarning(problem);
     if (outcome.status != RenderStatus::kDone) {
         PrintError(outcome.error);
         return outcome.status == RenderStatus::kRefused ? kExitLimit : kExitFailed;

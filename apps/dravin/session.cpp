@@ -11,9 +11,9 @@
 #include <fmt/format.h>
 
 #include "Dravin/config/main_folder.h"
+#include "Dravin/dravin_classes.h"
 #include "Dravin/dravin_globals.h"
 #include "Dravin/geometry/tree_spec_list.h"
-#include "Dravin/materials/leaf_modifier.h"
 #include "Dravin/scene/dravin_description.h"
 #include "host/base/text.h"
 #include "host/io/scene_loaders.h"
@@ -84,7 +84,7 @@ std::string Listed(const std::vector<std::string>& names) {
 Session::Session() : m_formats(MakeSceneLoaders()) {
     m_host.SetUserInterface(std::make_unique<ProgramUserInterface>());
     RegisterDravinNodes(m_formats);
-    RegisterDravinModifiers(m_host.classes);
+    RegisterDravinClasses(m_host.classes);
 }
 
 ExitCode Session::Open(const std::string& path) {

@@ -57,6 +57,15 @@ struct Mesh {
         for (const Point3& p : verts) box += p;
         return box;
     }
+    // Memory of vertices, faces, channels and normals.
+    size_t BytesHeld() const {
+        auto channel = [](const MapChannel& c) {
+            return c.verts.capacity() * sizeof(Point3) + c.faces.capacity() * sizeof(Triple);
+        };
+        size_t bytes = verts.capacity() * sizeof(Point3) + faces.capacity() * sizeof(Face);
+        for (const MapChannel& map : maps) bytes += channel(map);
+        return bytes + channel(normals);
+    }
     // Twice the area times the unit normal of face f.
     Point3 FaceNormalUnscaled(size_t f) const {
         const Triple& t = faces[f].v;

@@ -66,6 +66,7 @@ public:
     bool Run(std::span<const IInstanceSource* const> sources,
              std::span<const GltfStaticMesh> meshes, std::string* error) {
         m_error = error;
+        CountWork(sources);
         return CollectStatic(meshes) && CollectSources(sources) && Open() && WriteAll(sources) &&
                Commit();
     }
@@ -165,6 +166,7 @@ private:
                     group.isTinted |= r.tintBlend > 0;
                 }
             });
+            if (m_isCancelled) return Fail("cancelled");
             for (size_t g = 0; g < groups.size(); ++g)
                 if (groups[g].count > 0 && !AddGroup(*source, g, groups[g])) return false;
         }
@@ -199,10 +201,21 @@ private:
             if (!IsFinite(row)) return false;
         return true;
     }
+    // Instances are read twice: once to be counted, once to be written.
+    void CountWork(std::span<const IInstanceSource* const> sources) {
+        for (const IInstanceSource* source : sources) m_work += 2 * source->NumInstances();
+    }
+    bool GoOn(size_t done) {
+        m_done += done;
+        if (m_options.progress && m_work > 0)
+            m_isCancelled |= !m_options.progress(float(double(m_done) / double(m_work)));
+        return !m_isCancelled;
+    }
     template <class Use>
-    static void ForEachBlock(const IInstanceSource& source, Use use) {
+    void ForEachBlock(const IInstanceSource& source, Use use) {
         std::vector<InstanceRecord> records;
-        for (size_t first = 0; first < source.NumInstances(); first += kBlock) {
+        for (size_t first = 0; first < source.NumInstances() && GoOn(records.size());
+             first += kBlock) {
             records.resize(std::min(kBlock, source.NumInstances() - first));
             source.GetInstances(first, records);
             use(std::span<const InstanceRecord>(records));
@@ -261,12 +274,14 @@ private:
             m_file.Overwrite(0, "glTF" + Word(2) + Word(total) + Word(jsonBytes) + "JSON");
             if (m_layout.Size()) m_file.Write(Word(m_layout.Size()) + std::string("BIN\0", 4));
         }
-        if (m_layout.Size() == 0) return true;
-        uint64_t start = data.Size();
-        m_layout.Write(data);
-        if (!m_options.flat)
-            for (size_t s = 0; s < sources.size(); ++s) WriteInstances(*sources[s], s, start, data);
-        return true;
+        if (m_layout.Size() > 0) {
+            uint64_t start = data.Size();
+            m_layout.Write(data);
+            if (!m_options.flat)
+                for (size_t s = 0; s < sources.size(); ++s)
+                    WriteInstances(*sources[s], s, start, data);
+        }
+        return !m_isCancelled || Fail("cancelled");
     }
     static std::string Word(uint64_t value) {
         auto word = uint32_t(value);
@@ -276,10 +291,12 @@ private:
     void WriteJson(std::span<const IInstanceSource* const> sources) {
         m_file.Write("{\"asset\":{\"version\":\"2.0\",\"generator\":\"Dravin Pack\"}");
         std::string extensions;
-        bool isInstanced = !m_options.flat && m_numInstances > 0;
-        if (isInstanced) extensions += "\"EXT_mesh_gpu_instancing\"";
-        if (m_materials.UsesTextureTransform())
-            extensions += fmt::format("{}\"KHR_texture_transform\"", isInstanced ? "," : "");
+        auto use = [&](bool isUsed, const char* name) {
+            if (isUsed) extensions += fmt::format("{}\"{}\"", extensions.empty() ? "" : ",", name);
+        };
+        use(!m_options.flat && m_numInstances > 0, "EXT_mesh_gpu_instancing");
+        use(m_materials.UsesTextureTransform(), "KHR_texture_transform");
+        use(m_materials.UsesEmissiveStrength(), "KHR_materials_emissive_strength");
         if (!extensions.empty())
             m_file.Write(fmt::format(",\n\"extensionsUsed\":[{}]", extensions));
         m_file.Write(",\n\"scene\":0,\"scenes\":[{\"nodes\":[0]}],\n\"nodes\":[\n");
@@ -392,6 +409,8 @@ private:
 
     AtomicFile m_file, m_binFile;
     GltfBuffer m_layout;
+    size_t m_work = 0, m_done = 0;  // instances
+    bool m_isCancelled = false;
     GltfMaterials m_materials;
     JsonList m_meshes, m_accessors;
     std::map<std::pair<const Mesh*, const Mtl*>, size_t> m_meshNumbers;

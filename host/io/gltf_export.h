@@ -20,6 +20,7 @@
 // not at all, the `.gltf` last.
 #pragma once
 
+#include <functional>
 #include <span>
 #include <string>
 
@@ -37,9 +38,13 @@ struct GltfOptions {
     bool flat = false;
     double unitScale = 1;        // metres in one scene unit
     bool embedTextures = false;  // of a `.gltf`: put images into the `.bin`; a `.glb` always does
+    // Hears the finished share of the work in 0..1, in the calling thread; false ends the export,
+    // which leaves nothing behind.
+    std::function<bool(float share)> progress = {};
 };
 
-// False with a reason in `error`. Materials' maps are updated at time 0 when they are not yet.
+// False with a reason in `error` ("cancelled" at its end where `progress` ended it). Materials'
+// maps are updated at time 0 when they are not yet.
 bool ExportGltf(const std::string& path, std::span<const IInstanceSource* const> sources,
                 std::span<const GltfStaticMesh> meshes, const GltfOptions& options,
                 std::string* error);

@@ -18,10 +18,15 @@ constexpr const char* kDraco = "KHR_draco_mesh_compression";
 constexpr size_t kHeaderBytes = 12, kChunkHeaderBytes = 8;
 
 // Extensions that are read.
-constexpr std::string_view kRead[] = {
-    "KHR_texture_transform",   "KHR_mesh_quantization",   "KHR_draco_mesh_compression",
-    "EXT_meshopt_compression", "EXT_mesh_gpu_instancing", "KHR_materials_pbrSpecularGlossiness",
-    "EXT_texture_webp",        "MSFT_texture_dds"};
+constexpr std::string_view kRead[] = {"KHR_texture_transform",
+                                      "KHR_mesh_quantization",
+                                      "KHR_materials_emissive_strength",
+                                      "KHR_draco_mesh_compression",
+                                      "EXT_meshopt_compression",
+                                      "EXT_mesh_gpu_instancing",
+                                      "KHR_materials_pbrSpecularGlossiness",
+                                      "EXT_texture_webp",
+                                      "MSFT_texture_dds"};
 
 // Extensions that say nothing about shapes: a file that requires one is shown without it.
 bool ConcernsLooksOnly(std::string_view name) {

@@ -11,6 +11,7 @@
 #include "host/io/gltf_value.h"
 #include "host/io/image_kind.h"
 #include "host/math/display_color.h"
+#include "host/scene/physical_material.h"
 
 namespace {
 
@@ -83,7 +84,8 @@ std::shared_ptr<StandardMtl> GltfMaterialReader::Get(int index) {
     if (material) return material;
     const tinygltf::Material& source = m_model.materials[size_t(index)];
     ImportedMaterial report;
-    material = std::make_shared<StandardMtl>();
+    material = ReadPhysical(source, &report);
+    if (!material) material = std::make_shared<StandardMtl>();
     material->name = report.name = source.name;
     material->twoSided = source.doubleSided;
     material->vertexColors = true;
@@ -97,13 +99,14 @@ std::shared_ptr<StandardMtl> GltfMaterialReader::Get(int index) {
     if (isMask || isBlend) material->opacity = float(base.factor[3]);
     if (isMask) material->opacityCutoff = float(source.alphaCutoff);
     if (base.texture.index >= 0) {
-        material->diffuseMap = Texture(base.texture, &report);
+        material->diffuseMap = Texture(base.texture, "diffuse", &report);
         std::shared_ptr<BitmapTex> alpha;
-        if (material->diffuseMap && (isMask || isBlend)) alpha = Texture(base.texture, nullptr);
+        if (material->diffuseMap && (isMask || isBlend))
+            alpha = Texture(base.texture, "diffuse", nullptr);
         if (alpha) alpha->alphaOnly = true;
         if (alpha) material->opacityMap = alpha;
     }
-    CountLeftOut(source);
+    if (source.occlusionTexture.index >= 0) m_files.LeaveOut("occlusion map");
     m_files.Model().materials.push_back(std::move(report));
     return material;
 }
@@ -128,18 +131,41 @@ GltfMaterialReader::BaseColor GltfMaterialReader::FindBaseColor(
     return base;
 }
 
-void GltfMaterialReader::CountLeftOut(const tinygltf::Material& source) {
+std::shared_ptr<PhysicalMtl> GltfMaterialReader::ReadPhysical(const tinygltf::Material& source,
+                                                              ImportedMaterial* report) {
     const tinygltf::PbrMetallicRoughness& pbr = source.pbrMetallicRoughness;
-    if (source.normalTexture.index >= 0) m_files.LeaveOut("normal map");
-    if (source.occlusionTexture.index >= 0) m_files.LeaveOut("occlusion map");
-    if (pbr.metallicRoughnessTexture.index >= 0) m_files.LeaveOut("metalness and roughness map");
-    bool isGlowing = source.emissiveTexture.index >= 0;
-    for (double c : source.emissiveFactor) isGlowing |= c > 0;
-    if (isGlowing) m_files.LeaveOut("light of a glowing material");
+    const tinygltf::TextureInfo& map = pbr.metallicRoughnessTexture;
+    bool hasMap = map.index >= 0, saysMetal = source.values.contains("metallicFactor") || hasMap;
+    auto metal = saysMetal ? float(pbr.metallicFactor) : 0;
+    bool isGlowing = std::any_of(source.emissiveFactor.begin(), source.emissiveFactor.end(),
+                                 [](double c) { return c > 0; });
+    bool isMatt = metal == 0 && pbr.roughnessFactor >= 1 && !hasMap;
+    if (isMatt && !isGlowing && source.normalTexture.index < 0) return nullptr;
+    auto material = std::make_shared<PhysicalMtl>();
+    material->metallic = metal;
+    material->roughness = float(pbr.roughnessFactor);
+    if (hasMap) material->metallicRoughnessMap = Texture(map, "metallic_roughness", report);
+    if (source.normalTexture.index >= 0) {
+        tinygltf::TextureInfo normal;
+        normal.index = source.normalTexture.index;
+        normal.texCoord = source.normalTexture.texCoord;
+        normal.extensions = source.normalTexture.extensions;
+        material->normalMap = Texture(normal, "normal", report);
+        material->normalScale = float(source.normalTexture.scale);
+    }
+    if (!isGlowing) return material;
+    material->emission = ToDisplay(source.emissiveFactor);
+    if (const tinygltf::Value* strength =
+            Find(source.extensions, "KHR_materials_emissive_strength"))
+        if (const tinygltf::Value& value = strength->Get("emissiveStrength"); value.IsNumber())
+            material->emissionStrength = float(value.GetNumberAsDouble());
+    if (source.emissiveTexture.index >= 0)
+        material->emissionMap = Texture(source.emissiveTexture, "emission", report);
+    return material;
 }
 
 std::shared_ptr<BitmapTex> GltfMaterialReader::Texture(const tinygltf::TextureInfo& info,
-                                                       ImportedMaterial* report) {
+                                                       const char* slot, ImportedMaterial* report) {
     if (size_t(info.index) >= m_model.textures.size()) return nullptr;
     const tinygltf::Texture& texture = m_model.textures[size_t(info.index)];
     int index = ImageOf(texture);
@@ -147,7 +173,7 @@ std::shared_ptr<BitmapTex> GltfMaterialReader::Texture(const tinygltf::TextureIn
         m_files.Warn(fmt::format("texture {} has no image", info.index));
         return nullptr;
     }
-    std::shared_ptr<BitmapTex> map = Image(size_t(index), report);
+    std::shared_ptr<BitmapTex> map = Image(size_t(index), slot, report);
     if (!map) return nullptr;
     int set = info.texCoord;
     Wrap(texture, map.get());
@@ -168,16 +194,18 @@ int GltfMaterialReader::ImageOf(const tinygltf::Texture& texture) const {
     return -1;
 }
 
-std::shared_ptr<BitmapTex> GltfMaterialReader::Image(size_t index, ImportedMaterial* report) {
+std::shared_ptr<BitmapTex> GltfMaterialReader::Image(size_t index, const char* slot,
+                                                     ImportedMaterial* report) {
     const tinygltf::Image& image = m_model.images[index];
-    std::shared_ptr<BitmapTex> map =
-        image.uri.empty() ? PackedImage(index, report)
-                          : m_files.Texture(DecodePercent(image.uri), "diffuse", report);
+    std::shared_ptr<BitmapTex> map = image.uri.empty()
+                                         ? PackedImage(index, slot, report)
+                                         : m_files.Texture(DecodePercent(image.uri), slot, report);
     if (map && !image.name.empty()) map->name = image.name;
     return map;
 }
 
-std::shared_ptr<BitmapTex> GltfMaterialReader::PackedImage(size_t index, ImportedMaterial* report) {
+std::shared_ptr<BitmapTex> GltfMaterialReader::PackedImage(size_t index, const char* slot,
+                                                           ImportedMaterial* report) {
     const std::vector<unsigned char>& data = m_model.images[index].image;
     std::string_view bytes(reinterpret_cast<const char*>(data.data()), data.size());
     auto [entry, isNew] = m_packed.try_emplace(index);
@@ -189,7 +217,7 @@ std::shared_ptr<BitmapTex> GltfMaterialReader::PackedImage(size_t index, Importe
             entry->second = m_files.PackedImage(bytes, name, &reason);
         if (!entry->second) m_files.Warn("texture left out: " + reason);
     }
-    if (report) report->textures.push_back({"diffuse", "embedded", !bytes.empty()});
+    if (report) report->textures.push_back({slot, "embedded", !bytes.empty()});
     if (!entry->second) return nullptr;
     auto map = std::make_shared<BitmapTex>(ReadBitmap);
     map->SetImage(entry->second);

@@ -1,4 +1,8 @@
-// Materials of a glTF file: base colour and alpha; what else they hold is counted as left out.
+// Materials of a glTF file; what they hold beyond those of the host is counted as left out.
+//
+// One without metal, gloss, normal map and light of its own becomes a standard material. Where a
+// file says nothing of metal it means none here: many exporters leave out what the format takes
+// for metal.
 #pragma once
 
 #include <map>
@@ -14,6 +18,8 @@ struct Texture;
 struct TextureInfo;
 }  // namespace tinygltf
 
+class PhysicalMtl;
+
 class GltfMaterialReader {
 public:
     GltfMaterialReader(const tinygltf::Model& model, ModelFiles& files);
@@ -25,11 +31,16 @@ private:
     struct BaseColor;
 
     BaseColor FindBaseColor(const tinygltf::Material& source) const;
-    void CountLeftOut(const tinygltf::Material& source);
-    std::shared_ptr<BitmapTex> Texture(const tinygltf::TextureInfo& info, ImportedMaterial* report);
+    // Null for a material that a standard one can show.
+    std::shared_ptr<PhysicalMtl> ReadPhysical(const tinygltf::Material& source,
+                                              ImportedMaterial* report);
+    // `report` hears of the texture in `slot`, where it is given.
+    std::shared_ptr<BitmapTex> Texture(const tinygltf::TextureInfo& info, const char* slot,
+                                       ImportedMaterial* report);
     int ImageOf(const tinygltf::Texture& texture) const;
-    std::shared_ptr<BitmapTex> Image(size_t index, ImportedMaterial* report);
-    std::shared_ptr<BitmapTex> PackedImage(size_t index, ImportedMaterial* report);
+    std::shared_ptr<BitmapTex> Image(size_t index, const char* slot, ImportedMaterial* report);
+    std::shared_ptr<BitmapTex> PackedImage(size_t index, const char* slot,
+                                           ImportedMaterial* report);
     void Wrap(const tinygltf::Texture& texture, BitmapTex* map);
 
     const tinygltf::Model& m_model;

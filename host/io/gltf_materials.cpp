@@ -7,6 +7,7 @@
 
 #include "host/io/gltf_image.h"
 #include "host/math/display_color.h"
+#include "host/scene/physical_material.h"
 #include "host/scene/texmaps.h"
 
 namespace {
@@ -47,13 +48,15 @@ std::string AlphaMembers(const StandardMtl& material) {
     return isCut ? ",\"alphaMode\":\"MASK\"" : "";
 }
 
+constexpr char kMatt[] = "\"metallicFactor\":0,\"roughnessFactor\":1";
+
+// inside: what its usual model holds beside the base colour; more: what stands after that model.
 std::string MaterialText(const std::string& name, const AColor& c, const std::string& texture,
-                         const std::string& more) {
+                         const std::string& inside, const std::string& more) {
     std::string title = name.empty() ? "" : fmt::format("\"name\":{},", JsonQuoted(name));
-    return fmt::format(
-        "{{{}\"pbrMetallicRoughness\":{{{}\"baseColorFactor\":{},"
-        "\"metallicFactor\":0,\"roughnessFactor\":1}}{}}}",
-        title, texture, JsonArray({ToUnit(c.r), ToUnit(c.g), ToUnit(c.b), ToUnit(c.a)}), more);
+    return fmt::format("{{{}\"pbrMetallicRoughness\":{{{}\"baseColorFactor\":{},{}}}{}}}", title,
+                       texture, JsonArray({ToUnit(c.r), ToUnit(c.g), ToUnit(c.b), ToUnit(c.a)}),
+                       inside, more);
 }
 
 }  // namespace
@@ -64,31 +67,75 @@ bool GltfMaterials::Add(const StandardMtl* material, size_t* number, std::string
     if (!isNew) return true;
     if (!material) {
         Color grey = ToFactor({kDefaultGrey, kDefaultGrey, kDefaultGrey});
-        m_materials.Add(MaterialText("", {grey.r, grey.g, grey.b, 1}, "", ""));
+        m_materials.Add(MaterialText("", {grey.r, grey.g, grey.b, 1}, "", kMatt, ""));
         return true;
     }
-    std::string texture, more = AlphaMembers(*material);
-    if (std::string key = GltfImageKey(*material); !key.empty()) {
-        auto [image, isNewImage] = m_imageByKey.try_emplace(key, m_images.Count());
-        if (isNewImage && !AddImage(*material, error)) return false;
-        texture = TextureMember(*material, image->second);
-    }
+    std::string texture, inside = kMatt, more = AlphaMembers(*material);
+    if (!AddBaseTexture(*material, &texture, error)) return false;
     if (material->twoSided) more += ",\"doubleSided\":true";
+    if (auto* physical = dynamic_cast<const PhysicalMtl*>(material))
+        if (!AddPhysical(*physical, &inside, &more, error)) return false;
     Color color = BaseColor(*material);
     m_materials.Add(MaterialText(material->name, {color.r, color.g, color.b, material->opacity},
-                                 texture, more));
+                                 texture, inside, more));
     return true;
 }
 
-std::string GltfMaterials::TextureMember(const StandardMtl& material, size_t image) {
+bool GltfMaterials::AddBaseTexture(const StandardMtl& material, std::string* member,
+                                   std::string* error) {
+    std::string key = GltfImageKey(material);
+    if (key.empty()) return true;
+    auto [image, isNew] = m_imageByKey.try_emplace(key, m_images.Count());
+    if (isNew && !AddImage(material, error)) return false;
+    *member = TextureMember("baseColorTexture", material, image->second);
+    return true;
+}
+
+bool GltfMaterials::AddMap(const Reference<Texmap>& map, const char* slot, const std::string& more,
+                           std::string* member, std::string* error) {
+    if (!Imaged(map)) return true;
+    StandardMtl carrier;  // shows the map as a colour, which takes its image as it is
+    carrier.diffuseMap = map.Share();
+    auto [image, isNew] = m_imageByKey.try_emplace(GltfImageKey(carrier), m_images.Count());
+    if (isNew && !AddImage(carrier, error)) return false;
+    *member += TextureMember(slot, carrier, image->second, more);
+    return true;
+}
+
+bool GltfMaterials::AddPhysical(const PhysicalMtl& m, std::string* inside, std::string* outside,
+                                std::string* error) {
+    std::string map, maps;
+    if (!AddMap(m.metallicRoughnessMap, "metallicRoughnessTexture", "", &map, error)) return false;
+    *inside = fmt::format("{}\"metallicFactor\":{},\"roughnessFactor\":{}", map, ToUnit(m.metallic),
+                          ToUnit(m.roughness));
+    std::string scale = fmt::format(",\"scale\":{}", m.normalScale.Get());
+    if (!AddMap(m.normalMap, "normalTexture", scale, &maps, error)) return false;
+    if (!(m.emission == Color{})) {
+        if (!AddMap(m.emissionMap, "emissiveTexture", "", &maps, error)) return false;
+        Color glow = ToFactor(m.emission);
+        *outside += fmt::format(",\"emissiveFactor\":{}", JsonArray({glow.r, glow.g, glow.b}));
+        if (m.emissionStrength != 1) {
+            m_usesStrength = true;
+            *outside += fmt::format(
+                ",\"extensions\":{{\"KHR_materials_emissive_strength\":{{\"emissiveStrength\":{}}}}"
+                "}",
+                std::max(0.f, m.emissionStrength.Get()));
+        }
+    }
+    if (!maps.empty()) outside->append(",").append(maps, 0, maps.size() - 1);
+    return true;
+}
+
+std::string GltfMaterials::TextureMember(const char* slot, const StandardMtl& material,
+                                         size_t image, const std::string& more) {
     const Texmap* map = Imaged(material.diffuseMap);
     if (!map) map = material.opacityMap.Get();
     auto* bitmap = dynamic_cast<const BitmapTex*>(map);
     std::string texture = fmt::format("{{\"source\":{},\"sampler\":{}}}", image, Sampler(bitmap));
     auto [entry, isNew] = m_textureByText.try_emplace(texture, m_textures.Count());
     if (isNew) m_textures.Add(texture);
-    return fmt::format("\"baseColorTexture\":{{\"index\":{},\"texCoord\":{}{}}},", entry->second,
-                       std::clamp(map->channel.Get(), 1, 8) - 1,
+    return fmt::format("\"{}\":{{\"index\":{},\"texCoord\":{}{}{}}},", slot, entry->second,
+                       std::clamp(map->channel.Get(), 1, 8) - 1, more,
                        bitmap ? TransformMember(*bitmap) : "");
 }
 

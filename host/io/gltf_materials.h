@@ -22,11 +22,21 @@ public:
     // The JSON members of the file, each with a comma before it.
     std::string Members() const;
     bool UsesTextureTransform() const { return m_usesTransform; }
+    bool UsesEmissiveStrength() const { return m_usesStrength; }
     // Image files to write beside the model: names without folder, and bytes.
     const std::vector<std::pair<std::string, std::string>>& ImageFiles() const { return m_files; }
 
 private:
-    std::string TextureMember(const StandardMtl& material, size_t image);
+    // A texture reference as member `slot`, with a comma after it.
+    std::string TextureMember(const char* slot, const StandardMtl& material, size_t image,
+                              const std::string& more = "");
+    // The base colour's texture; empty without a map. False when it cannot be loaded.
+    bool AddBaseTexture(const StandardMtl& material, std::string* member, std::string* error);
+    // The members of a physically based material: those inside and outside its usual model.
+    bool AddPhysical(const class PhysicalMtl& material, std::string* inside, std::string* outside,
+                     std::string* error);
+    bool AddMap(const Reference<Texmap>& map, const char* slot, const std::string& more,
+                std::string* member, std::string* error);
     std::string TransformMember(const class BitmapTex& map);
     size_t Sampler(const class BitmapTex* map);
     bool AddImage(const StandardMtl& material, std::string* error);
@@ -34,7 +44,7 @@ private:
     GltfBuffer& m_buffer;
     bool m_embed;
     std::string m_prefix;
-    bool m_usesTransform = false;
+    bool m_usesTransform = false, m_usesStrength = false;
     JsonList m_materials, m_textures, m_samplers, m_images;
     std::unordered_map<const StandardMtl*, size_t> m_numbers;
     std::unordered_map<std::string, size_t> m_imageByKey, m_textureByText, m_samplerByText;

@@ -41,8 +41,9 @@ int NumSets(const Mesh& mesh) {
 int SetsAskedFor(const StandardMtl* material) {
     int n = 0;
     if (!material) return n;
-    for (const Texmap* map : {material->diffuseMap.Get(), material->opacityMap.Get()})
-        if (map) n = std::max(n, std::clamp(map->channel.Get(), 1, kMaxSets));
+    for (int i = 0; i < material->NumRefs(); ++i)
+        if (auto map = std::dynamic_pointer_cast<Texmap>(material->GetReference(i)))
+            n = std::max(n, std::clamp(map->channel.Get(), 1, kMaxSets));
     return n;
 }
 
@@ -110,7 +111,7 @@ std::vector<GltfPrimitive> MakeGltfPrimitives(const Mesh& mesh, const Mtl* mater
     std::unordered_map<const StandardMtl*, size_t> byMaterial;
     for (size_t f = 0; f < mesh.NumFaces(); ++f) {
         if (!IsDrawable(mesh, mesh.faces[f].v)) continue;
-        const StandardMtl* shown = MtlOfFace(material, mesh.faces[f].matID);
+        const StandardMtl* shown = StandardMtlOfFace(material, mesh.faces[f].matID);
         auto [entry, isNew] = byMaterial.try_emplace(shown, builders.size());
         if (isNew) builders.emplace_back(mesh, normals, shown);
         builders[entry->second].AddFace(f);

@@ -5,7 +5,10 @@
 #include <nlohmann/json.hpp>
 
 #include "host/base/text.h"
+#include "host/io/scene_classes.h"
 #include "host/io/scene_parts.h"
+#include "host/params/param_block.h"
+#include "host/scene/physical_material.h"
 
 using Json = nlohmann::ordered_json;
 
@@ -86,25 +89,46 @@ bool WriteHostTexmap(const std::string& type, const Texmap& texmap, Json& keys,
 
 // Materials of the host.
 
-std::shared_ptr<Mtl> ReadStandard(DescriptionObject& keys, DescriptionContext& context) {
-    auto mtl = std::make_shared<StandardMtl>();
+void ReadStandardKeys(DescriptionObject& keys, DescriptionContext& context, StandardMtl* mtl) {
     mtl->diffuse = keys.ColorOf("diffuse", mtl->diffuse);
     mtl->opacity = keys.Float("opacity", mtl->opacity);
     mtl->opacityCutoff = keys.Float("opacity_cutoff", mtl->opacityCutoff);
     mtl->mapFactor = keys.ColorOf("map_factor", mtl->mapFactor);
     mtl->vertexColors = keys.Bool("vertex_colors", mtl->vertexColors);
     mtl->twoSided = keys.Bool("two_sided", mtl->twoSided);
+    if (auto map = keys.Find("diffuse_map")) mtl->diffuseMap = context.TexmapOf(*map);
+    if (auto map = keys.Find("opacity_map")) mtl->opacityMap = context.TexmapOf(*map);
+}
+
+std::shared_ptr<Mtl> ReadStandard(DescriptionObject& keys, DescriptionContext& context) {
+    auto mtl = std::make_shared<StandardMtl>();
+    ReadStandardKeys(keys, context, mtl.get());
     mtl->translucency = keys.Float("translucency", mtl->translucency);
     mtl->reflectivity = keys.Float("reflectivity", mtl->reflectivity);
     mtl->ripple = keys.Float("ripple", mtl->ripple);
-    if (auto map = keys.Find("diffuse_map")) mtl->diffuseMap = context.TexmapOf(*map);
-    if (auto map = keys.Find("opacity_map")) mtl->opacityMap = context.TexmapOf(*map);
     return mtl;
 }
 
-bool WriteStandard(const Mtl& mtl, Json& keys, const DescriptionWriter& writer) {
-    auto* standard = dynamic_cast<const StandardMtl*>(&mtl);
-    if (!standard) return false;
+std::shared_ptr<Mtl> ReadPhysical(DescriptionObject& keys, DescriptionContext& context) {
+    auto mtl = std::make_shared<PhysicalMtl>();
+    ReadStandardKeys(keys, context, mtl.get());
+    mtl->metallic = keys.Float("metallic", mtl->metallic);
+    mtl->roughness = keys.Float("roughness", mtl->roughness);
+    mtl->normalScale = keys.Float("normal_scale", mtl->normalScale);
+    mtl->emission = keys.ColorOf("emission", mtl->emission);
+    mtl->emissionStrength = keys.Float("emission_strength", mtl->emissionStrength);
+    if (auto map = keys.Find("metallic_roughness_map"))
+        mtl->metallicRoughnessMap = context.TexmapOf(*map);
+    if (auto map = keys.Find("normal_map")) mtl->normalMap = context.TexmapOf(*map);
+    if (auto map = keys.Find("emission_map")) mtl->emissionMap = context.TexmapOf(*map);
+    return mtl;
+}
+
+void WriteUnless(float usual, Json& keys, const char* key, float value) {
+    if (value != usual) keys[key] = DescriptionWriter::Number(value);
+}
+
+void WriteStandardKeys(const StandardMtl* standard, Json& keys, const DescriptionWriter& writer) {
     const StandardMtl plain;
     keys["diffuse"] = DescriptionWriter::Triple(standard->diffuse);
     if (standard->diffuseMap) keys["diffuse_map"] = writer.TexmapName(standard->diffuseMap.Get());
@@ -115,13 +139,35 @@ bool WriteStandard(const Mtl& mtl, Json& keys, const DescriptionWriter& writer) 
         keys["map_factor"] = DescriptionWriter::Triple(standard->mapFactor);
     if (standard->vertexColors) keys["vertex_colors"] = true;
     if (standard->twoSided) keys["two_sided"] = true;
-    auto extra = [&](const char* key, float value) {
-        if (value != 0) keys[key] = DescriptionWriter::Number(value);
+    WriteUnless(0, keys, "opacity_cutoff", standard->opacityCutoff);
+}
+
+bool WriteStandard(const Mtl& mtl, Json& keys, const DescriptionWriter& writer) {
+    auto* standard = dynamic_cast<const StandardMtl*>(&mtl);
+    if (!standard || dynamic_cast<const PhysicalMtl*>(&mtl)) return false;
+    WriteStandardKeys(standard, keys, writer);
+    WriteUnless(0, keys, "translucency", standard->translucency);
+    WriteUnless(0, keys, "reflectivity", standard->reflectivity);
+    WriteUnless(0, keys, "ripple", standard->ripple);
+    return true;
+}
+
+bool WritePhysical(const Mtl& mtl, Json& keys, const DescriptionWriter& writer) {
+    auto* physical = dynamic_cast<const PhysicalMtl*>(&mtl);
+    if (!physical) return false;
+    WriteStandardKeys(physical, keys, writer);
+    keys["metallic"] = DescriptionWriter::Number(physical->metallic);
+    keys["roughness"] = DescriptionWriter::Number(physical->roughness);
+    WriteUnless(1, keys, "normal_scale", physical->normalScale);
+    if (!(physical->emission == Color{}))
+        keys["emission"] = DescriptionWriter::Triple(physical->emission);
+    WriteUnless(1, keys, "emission_strength", physical->emissionStrength);
+    auto map = [&](const char* key, const Reference<Texmap>& texmap) {
+        if (texmap) keys[key] = writer.TexmapName(texmap.Get());
     };
-    extra("opacity_cutoff", standard->opacityCutoff);
-    extra("translucency", standard->translucency);
-    extra("reflectivity", standard->reflectivity);
-    extra("ripple", standard->ripple);
+    map("metallic_roughness_map", physical->metallicRoughnessMap);
+    map("normal_map", physical->normalMap);
+    map("emission_map", physical->emissionMap);
     return true;
 }
 
@@ -144,22 +190,26 @@ bool WriteMulti(const Mtl& mtl, Json& keys, const DescriptionWriter& writer) {
     return true;
 }
 
-// The type's format, or null after failing.
-template <class Format>
-const Format* FormatOf(DescriptionObject& keys,
-                       const Format* (SceneFormats::*find)(const std::string&) const,
-                       const SceneFormats& formats, const std::vector<std::string>& types) {
+// An entity of the type that its keys name, by the type's format or its class; null after failing.
+template <class Entity, class Format>
+std::shared_ptr<Entity> ReadEntity(DescriptionObject& keys, DescriptionContext& context,
+                                   SuperClass super, const std::map<std::string, Format>& formats) {
     DescriptionValue type = keys.Require("type");
     if (keys.Value().Document().Failed()) return nullptr;
     std::string name = type.AsText();
-    const Format* format = (formats.*find)(name);
-    if (!format && type.IsText())
+    if (auto format = formats.find(name); format != formats.end())
+        return format->second.read(keys, context);
+    if (const ClassDesc* desc = FindSceneClass(super, name))
+        return std::dynamic_pointer_cast<Entity>(ReadByClass(*desc, keys, context));
+    std::vector<std::string> types = SceneClassNames(super);
+    for (const auto& [known, format] : formats) types.push_back(known);
+    if (type.IsText())
         type.Fail(fmt::format("unknown type \"{}\"{}", CutText(name, 60), DidYouMean(name, types)));
-    return format;
+    return nullptr;
 }
 
-// How many multi-materials stand inside each other, material by material: each is looked at once,
-// and a chain of any length takes no stack.
+// How many materials with sub-materials stand inside each other, material by material: each is
+// looked at once, and a chain of any length takes no stack.
 class MtlNesting {
 public:
     static constexpr int kRing = -1;
@@ -210,23 +260,25 @@ private:
 // Lets all go one by one: rings would stay for ever, and the end of a long chain would take its
 // length in stack.
 void TakeApart(const Scene& scene) {
-    for (const auto& [name, mtl] : scene.Materials())
+    for (const auto& [name, mtl] : scene.Materials()) {
         if (auto* multi = dynamic_cast<MultiMtl*>(mtl.get())) multi->subs.clear();
+        for (const std::shared_ptr<IParamBlock2>& block : ParamBlocksOf(*mtl))
+            for (const ParamDef& def : block->GetDesc().params)
+                for (int i = 0; def.type == ParamType::kMaterial && i < block->Count(def.id); ++i)
+                    block->SetValue(def.id, 0, nullptr, i);
+    }
 }
 
 }  // namespace
 
 void ReadTexmaps(const DescriptionValue& value, DescriptionContext& context) {
-    const SceneFormats& formats = context.formats;
     for (const auto& [name, map] : DescriptionObject(value).Members()) {
         DescriptionObject keys(map);
-        const TexmapFormat* format =
-            FormatOf(keys, &SceneFormats::FindTexmap, formats, formats.TexmapTypes());
-        if (!format) return;
         int channel = keys.Int("channel", 1);
         auto tiling = keys.Find("tiling"), offset = keys.Find("offset");
         float rotation = keys.Float("rotation", 0);
-        std::shared_ptr<Texmap> texmap = format->read(keys, context);
+        std::shared_ptr<Texmap> texmap =
+            ReadEntity<Texmap>(keys, context, SuperClass::kTexmap, context.formats.Texmaps());
         keys.Finish();
         if (!texmap || value.Document().Failed()) return;
         texmap->name = name;
@@ -239,13 +291,10 @@ void ReadTexmaps(const DescriptionValue& value, DescriptionContext& context) {
 }
 
 void ReadMaterials(const DescriptionValue& value, DescriptionContext& context) {
-    const SceneFormats& formats = context.formats;
     for (const auto& [name, material] : DescriptionObject(value).Members()) {
         DescriptionObject keys(material);
-        const MaterialFormat* format =
-            FormatOf(keys, &SceneFormats::FindMaterial, formats, formats.MaterialTypes());
-        if (!format) return;
-        std::shared_ptr<Mtl> mtl = format->read(keys, context);
+        std::shared_ptr<Mtl> mtl =
+            ReadEntity<Mtl>(keys, context, SuperClass::kMaterial, context.formats.Materials());
         keys.Finish();
         if (!mtl || value.Document().Failed()) return;
         mtl->name = name;
@@ -263,7 +312,7 @@ void CheckMaterialNesting(const DescriptionValue& value, const DescriptionContex
         if (levels == MtlNesting::kRing)
             member.Fail(fmt::format("the material \"{}\" holds itself", name));
         else if (levels > kMaxMtlNesting)
-            member.Fail(fmt::format("{} multi-materials stand inside each other, at most {} may; "
+            member.Fail(fmt::format("{} materials stand inside each other, at most {} may; "
                                     "no option raises this",
                                     levels, kMaxMtlNesting),
                         DescriptionErrorClass::kLimit);
@@ -284,5 +333,6 @@ void RegisterHostTexmaps(SceneFormats& formats) {
 
 void RegisterHostMaterials(SceneFormats& formats) {
     formats.RegisterMaterial("standard", {ReadStandard, WriteStandard});
+    formats.RegisterMaterial("physical", {ReadPhysical, WritePhysical});
     formats.RegisterMaterial("multi", {ReadMulti, WriteMulti});
 }

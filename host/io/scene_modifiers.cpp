@@ -3,6 +3,7 @@
 
 #include "host/base/log.h"
 #include "host/base/text.h"
+#include "host/io/scene_classes.h"
 #include "host/io/scene_parts.h"
 #include "host/scene/host_context.h"
 
@@ -17,42 +18,12 @@ const std::vector<std::string> kUpAxes = {"y", "z"};
 const std::vector<std::string> kCacheUnits = {"scene", "metres"};
 const std::vector<std::string> kBeyond = {"hold", "cycle"};
 
-const ClassRegistry* Classes() {
-    HostContext* session = HostContext::Current();
-    return session ? &session->classes : nullptr;
-}
-
 std::vector<std::string> ModifierTypes(const SceneFormats& formats) {
     std::vector<std::string> types;
     for (const auto& [type, format] : formats.Modifiers()) types.push_back(type);
-    if (const ClassRegistry* classes = Classes())
-        for (const ClassDesc* desc : classes->OfSuperClass(SuperClass::kModifier))
-            if (!formats.FindModifier(desc->internalName)) types.push_back(desc->internalName);
+    for (const std::string& type : SceneClassNames(SuperClass::kModifier))
+        if (!formats.FindModifier(type)) types.push_back(type);
     return types;
-}
-
-std::vector<std::shared_ptr<IParamBlock2>> BlocksOf(const Modifier& modifier) {
-    std::vector<std::shared_ptr<IParamBlock2>> blocks;
-    for (int i = 0; i < modifier.NumRefs(); ++i)
-        if (auto block = std::dynamic_pointer_cast<IParamBlock2>(modifier.GetReference(i)))
-            blocks.push_back(std::move(block));
-    return blocks;
-}
-
-// A parameter may refer to anything in the scene, so its value is looked at when all is there.
-std::shared_ptr<Modifier> ReadByParams(const ClassDesc& desc, DescriptionObject& keys,
-                                       DescriptionContext& context) {
-    auto modifier = std::dynamic_pointer_cast<Modifier>(desc.create());
-    if (!modifier) return nullptr;
-    for (const std::shared_ptr<IParamBlock2>& block : BlocksOf(*modifier))
-        for (const ParamDef& def : block->GetDesc().params) {
-            if (def.transient) continue;
-            if (auto value = keys.Find(def.name.c_str()))
-                context.WhenAllExist([block, &def, value = *value, &context] {
-                    ReadParam(*block, def, value, context);
-                });
-        }
-    return modifier;
 }
 
 std::shared_ptr<Modifier> ReadModifier(DescriptionObject& keys, const Object& base,
@@ -61,12 +32,11 @@ std::shared_ptr<Modifier> ReadModifier(DescriptionObject& keys, const Object& ba
     std::string name = type.Document().Failed() ? "" : type.AsText();
     if (type.Document().Failed()) return nullptr;
     std::shared_ptr<Modifier> modifier;
-    const ClassRegistry* classes = Classes();
-    const ClassDesc* desc = classes ? classes->Find(SuperClass::kModifier, name) : nullptr;
+    const ClassDesc* desc = FindSceneClass(SuperClass::kModifier, name);
     if (const ModifierFormat* format = context.formats.FindModifier(name))
         modifier = format->read(keys, context, base);
     else if (desc)
-        modifier = ReadByParams(*desc, keys, context);
+        modifier = std::dynamic_pointer_cast<Modifier>(ReadByClass(*desc, keys, context));
     else
         type.Fail(fmt::format("unknown modifier \"{}\"{}", CutText(name, 60),
                               DidYouMean(name, ModifierTypes(context.formats))));
@@ -78,18 +48,6 @@ std::shared_ptr<Modifier> ReadModifier(DescriptionObject& keys, const Object& ba
     return modifier;
 }
 
-bool WriteByParams(const Modifier& modifier, Json& keys, const DescriptionWriter& writer) {
-    const ClassRegistry* classes = Classes();
-    const ClassDesc* desc = classes ? classes->Find(modifier.Class().id) : nullptr;
-    if (!desc) return false;
-    keys["type"] = desc->internalName;
-    for (const std::shared_ptr<IParamBlock2>& block : BlocksOf(modifier))
-        for (const ParamDef& def : block->GetDesc().params)
-            if (Json value = def.transient ? Json() : writer.Param(*block, def); !value.is_null())
-                keys[def.name] = std::move(value);
-    return true;
-}
-
 Json WriteModifier(const Modifier& modifier, const DescriptionWriter& writer) {
     Json keys;
     for (const auto& [type, format] : writer.formats.Modifiers()) {
@@ -97,7 +55,7 @@ Json WriteModifier(const Modifier& modifier, const DescriptionWriter& writer) {
         if (format.write(modifier, keys, writer)) return keys;
     }
     keys = Json::object();
-    if (WriteByParams(modifier, keys, writer)) return keys;
+    if (WriteByClass(modifier, keys, writer)) return keys;
     LogWarning(
         fmt::format("a modifier of class \"{}\" is left out of the description: the class is "
                     "not registered",

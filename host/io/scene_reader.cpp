@@ -154,7 +154,7 @@ private:
         r.height = ReadSize(keys, "height", r.height);
         ReadRenderer(keys, r);
         if (auto camera = keys.Find("camera")) {
-            m_scene.renderCamera = ReadCamera(*camera);
+            m_scene.SetRenderCamera(ReadCamera(*camera));
         }
         r.samples = ReadSize(keys, "samples", r.samples);
         r.exposure = keys.Float("exposure", r.exposure);

@@ -4,6 +4,7 @@
 
 #include "host/base/atomic_file.h"
 #include "host/io/json_places.h"
+#include "host/io/scene_classes.h"
 #include "host/io/scene_keys.h"
 #include "host/io/scene_parts.h"
 #include "host/scene/host_context.h"
@@ -79,7 +80,8 @@ Json WriteEntity(const Formats& formats, const Entity& entity, const Writer& wri
         Json keys = {{"type", type}};
         if (format.write(entity, keys, writer)) return keys;
     }
-    return nullptr;
+    Json keys = Json::object();
+    return WriteByClass(entity, keys, writer) ? keys : Json();
 }
 
 Json WriteTexmaps(const Writer& writer) {
@@ -103,8 +105,7 @@ Json WriteRender(const Writer& writer) {
     const SceneRenderSettings& r = writer.scene.render;
     const SceneRenderSettings plain;
     Json keys = {{"width", r.width}, {"height", r.height}};
-    if (writer.scene.renderCamera)
-        keys["camera"] = writer.NodeName(writer.scene.renderCamera.Get());
+    if (writer.scene.RenderCamera()) keys["camera"] = writer.NodeName(writer.scene.RenderCamera());
     if (!r.renderer.empty()) keys["renderer"] = r.renderer;
     if (r.samples != plain.samples) keys["samples"] = r.samples;
     if (r.exposure != plain.exposure) keys["exposure"] = Writer::Number(r.exposure);

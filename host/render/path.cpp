@@ -4,7 +4,8 @@
 #include <cmath>
 #include <numbers>
 
-#include "host/render/render_texture.h"
+#include "host/math/display_color.h"
+#include "host/render/glossy.h"
 
 namespace {
 
@@ -13,13 +14,6 @@ constexpr float kDiffuseSpread = 0.15f;  // widening of rays after a diffuse bou
 constexpr int kMaxMirrors = 4;           // mirror reflections in a row
 
 Color Mix(Color a, Color b, float t) { return a * (1 - t) + b * t; }
-
-// Two unit vectors that complete n to a right-handed frame (Duff et al. 2017).
-void MakeFrame(const Point3& n, Point3* s, Point3* t) {
-    float sign = std::copysign(1.f, n.z), a = -1 / (sign + n.z), b = n.x * n.y * a;
-    *s = {1 + sign * n.x * n.x * a, sign * b, -sign * n.x};
-    *t = {b, sign + n.y * n.y * a, -n.y};
-}
 
 Point3 InFrame(const Point3& n, float x, float y, float z) {
     Point3 s, t;
@@ -54,7 +48,9 @@ struct PathTracer::Surface {
     Point3 faceNormal, normal;  // both on the viewer's side
     Point3 view;                // towards where the ray came from
     Color albedo;               // linear
+    Color emission;
     float translucency = 0, reflectivity = 0;
+    GlossyLayer glossy{{}, 1};
 
     float slack = 0;  // how far off its surface rounding may have put the position
 
@@ -62,8 +58,15 @@ struct PathTracer::Surface {
     Point3 Leave(float side) const { return position + faceNormal * (side * slack); }
 };
 
+// The sun's light at a surface, shadows and the surface's slope included: what its matt ground
+// gets before its colour, and what its glossy layer sends back.
+struct PathTracer::Sunlight {
+    Color matt, glossy;
+};
+
 struct PathTracer::Bounce {
     Point3 origin, direction;
+    float spread;  // widening of the ray
 };
 
 // What the air does to light: takes a share, and adds its own.
@@ -77,33 +80,31 @@ PathTracer::PathTracer(const TraceScene& geometry, const SkyModel& sky, const Re
     m_clamp = 12 * std::max(1e-6f, sky.CardLuminance());
 }
 
-PathTracer::Surface PathTracer::Shade(const TraceRay& ray, const TraceHit& hit) const {
-    const RenderMaterial& material = hit.Material();
+PathTracer::Surface PathTracer::Shade(const TraceRay& ray, const TraceHit& hit,
+                                      RayKind kind) const {
     Surface s;
     s.position = ray.origin + ray.direction * hit.distance;
     float size = std::fabs(s.position.x) + std::fabs(s.position.y) + std::fabs(s.position.z);
     s.slack = 1e-4f + 1e-6f * (size + hit.distance);
     s.view = -ray.direction;
     s.faceNormal = DotProd(hit.faceNormal, s.view) < 0 ? -hit.faceNormal : hit.faceNormal;
-    s.normal = hit.Normal();
-    if (DotProd(s.normal, s.faceNormal) < 0) s.normal = -s.normal;
-    if (material.diffuseMap) {
-        float width = (ray.width + ray.spread * hit.distance) * hit.MeshScale();
-        s.albedo = material.diffuseMap->LookUp(hit.Uv(), width * hit.UvDensity(), hit.Position()) *
-                   material.mapFactor;
-    } else {
-        s.albedo = DisplayToLinear(material.diffuse);
-    }
-    if (material.vertexColors && hit.mesh)
-        s.albedo = s.albedo * hit.mesh->VertexColor(hit.face, hit.u, hit.v);
-    if (hit.instance && hit.instance->tint[3]) {
+    SurfaceLook look;
+    look.normal = hit.Normal();
+    if (DotProd(look.normal, s.faceNormal) < 0) look.normal = -look.normal;
+    HitContext context(hit, hit.Material(), ray.width + ray.spread * hit.distance, kind);
+    context.Shade(&look);
+    s.normal = look.normal;
+    s.albedo = look.diffuse;
+    if (hit.instance && hit.instance->tint[3] && !hit.Material().tintsInstances) {
         const uint8_t* t = hit.instance->tint;
         Color tint = DisplayToLinear({float(t[0]) / 255, float(t[1]) / 255, float(t[2]) / 255});
         s.albedo = Mix(s.albedo, tint, float(t[3]) / 255);
     }
-    s.translucency = material.translucency;
-    s.reflectivity = material.reflectivity;
-    if (material.ripple > 0) s.normal = RippledNormal(s, material.ripple);
+    s.emission = look.emission;
+    s.translucency = look.translucency;
+    s.reflectivity = look.reflectivity;
+    s.glossy = GlossyLayer(look.specular, look.roughness);
+    if (look.ripple > 0) s.normal = RippledNormal(s, look.ripple);
     return s;
 }
 
@@ -126,7 +127,8 @@ Point3 PathTracer::RippledNormal(const Surface& surface, float slope) const {
     return Normalize(n);
 }
 
-Color PathTracer::SunLight(const Surface& s, float width, SampleSequence& sequence) const {
+PathTracer::Sunlight PathTracer::SunLight(const Surface& s, float width,
+                                          SampleSequence& sequence) const {
     Point2 u = sequence.Next2D();
     uint32_t seed = sequence.NextHash();
     Color irradiance = m_sky.SunIrradiance();
@@ -137,7 +139,7 @@ Color PathTracer::SunLight(const Surface& s, float width, SampleSequence& sequen
     float cosine = DotProd(s.normal, toSun);
     float share = cosine > 0 ? 1 - s.translucency : s.translucency;
     float side = DotProd(s.faceNormal, toSun) > 0 ? 1.f : -1.f;
-    // A matt surface that faces away by its plane is dark even where its smooth normal is lit.
+    // A surface that faces away by its plane is dark even where its smooth normal is lit.
     if (share <= 0 || (s.translucency == 0 && side < 0)) return {};
     TraceRay shadow;
     shadow.origin = s.Leave(side);
@@ -146,10 +148,37 @@ Color PathTracer::SunLight(const Surface& s, float width, SampleSequence& sequen
     shadow.spread = 0.01f;
     shadow.seed = seed;
     if (m_geometry.IsOccluded(shadow)) return {};
-    return irradiance * (share * std::fabs(cosine) / kPi);
+    Sunlight light{irradiance * (share * std::fabs(cosine) / kPi), {}};
+    if (s.glossy.Exists() && side > 0)
+        light.glossy = irradiance * s.glossy.Reflected(s.normal, s.view, toSun);
+    return light;
 }
 
-PathTracer::Bounce PathTracer::Scatter(const Surface& s, SampleSequence& sequence) const {
+// By what each sends back.
+bool PathTracer::ChooseGloss(const Surface& s, SampleSequence& sequence, Color* throughput) const {
+    if (!s.glossy.Exists()) {
+        *throughput = *throughput * s.albedo;
+        return false;
+    }
+    float gloss = Luminance(s.glossy.Fresnel(DotProd(s.normal, s.view)));
+    float matt = Luminance(s.albedo);
+    float chance = matt > 0 ? std::clamp(gloss / (gloss + matt), 0.1f, 0.9f) : 1;
+    bool isGloss = UnitFloat(sequence.NextHash()) < chance;
+    *throughput =
+        isGloss ? *throughput * (1 / chance) : *throughput * s.albedo * (1 / (1 - chance));
+    return isGloss;
+}
+
+PathTracer::Bounce PathTracer::ScatterGloss(const Surface& s, SampleSequence& sequence,
+                                            Color* throughput) const {
+    Color weight;
+    Point3 direction = s.glossy.Draw(s.normal, s.view, sequence.Next2D(), &weight);
+    if (DotProd(direction, s.faceNormal) <= 0) weight = {};
+    *throughput = *throughput * weight;
+    return {s.Leave(1), direction, s.glossy.Spread()};
+}
+
+PathTracer::Bounce PathTracer::ScatterMatt(const Surface& s, SampleSequence& sequence) const {
     Point2 u = sequence.Next2D();
     bool isThrough = s.translucency > 0 && UnitFloat(sequence.NextHash()) < s.translucency;
     float side = isThrough ? -1.f : 1.f;
@@ -157,7 +186,7 @@ PathTracer::Bounce PathTracer::Scatter(const Surface& s, SampleSequence& sequenc
     // A bent normal may send light under the surface: mirror it back.
     float below = DotProd(direction, s.faceNormal) * side;
     if (below < 0) direction -= s.faceNormal * (2 * below * side);
-    return {s.Leave(side), direction};
+    return {s.Leave(side), direction, kDiffuseSpread};
 }
 
 PathTracer::Veil PathTracer::HazeAlong(const TraceRay& ray, float distance) const {
@@ -185,7 +214,7 @@ Color PathTracer::Radiance(TraceRay ray, SampleSequence& sequence) const {
             Color sky = isDirect ? m_sky.Visible(ray.direction) : m_sky.Radiance(ray.direction);
             return light + throughput * sky;
         }
-        Surface s = Shade(ray, hit);
+        Surface s = Shade(ray, hit, isDirect ? RayKind::kCamera : RayKind::kIndirect);
         float width = ray.width + ray.spread * hit.distance;
         if (isDirect && m_haze.visibility > 0) {
             Veil veil = HazeAlong(ray, hit.distance);
@@ -205,21 +234,24 @@ Color PathTracer::Radiance(TraceRay ray, SampleSequence& sequence) const {
                 continue;
             }
         }
-        Color direct = throughput * s.albedo * SunLight(s, width, sequence);
+        light = light + throughput * s.emission;
+        Sunlight sun = SunLight(s, width, sequence);
+        Color direct = throughput * s.albedo * sun.matt + throughput * sun.glossy;
         if (!isDirect) {
             float brightest = std::max({direct.r, direct.g, direct.b});
             if (brightest > m_clamp) direct = direct * (m_clamp / brightest);
         }
         light = light + direct;
-        throughput = throughput * s.albedo;
+        bool isGloss = ChooseGloss(s, sequence, &throughput);
         if (++bounce > m_maxBounces) break;
         if (bounce > 1 && !Survives(sequence, &throughput)) break;
-        Bounce next = Scatter(s, sequence);
+        Bounce next = isGloss ? ScatterGloss(s, sequence, &throughput) : ScatterMatt(s, sequence);
+        if (throughput == Color{}) break;
         ray = TraceRay{};
         ray.origin = next.origin;
         ray.direction = next.direction;
         ray.width = width;
-        ray.spread = kDiffuseSpread;
+        ray.spread = next.spread;
         isDirect = false;
     }
     return light;

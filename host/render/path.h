@@ -2,8 +2,9 @@
 //
 // Unidirectional path tracing with next-event estimation of the sun (Kajiya 1986; Veach 1997).
 // Surfaces are matt, with a share of light that passes through (translucency), and may carry a
-// mirror in the manner of water (Schlick 1994). Bounced light is clamped well above white, which
-// removes the rare sample that would stand out as a bright dot. Const and thread safe.
+// mirror in the manner of water (Schlick 1994) or a glossy layer of microfacets (glossy.h). Bounced
+// light is clamped well above white, which removes the rare sample that would stand out as a bright
+// dot. Const and thread safe.
 #pragma once
 
 #include "host/render/render_scene.h"
@@ -22,12 +23,17 @@ public:
 private:
     struct Surface;
     struct Bounce;
+    struct Sunlight;
     struct Veil;
 
-    Surface Shade(const TraceRay& ray, const TraceHit& hit) const;
+    Surface Shade(const TraceRay& ray, const TraceHit& hit, RayKind kind) const;
     Point3 RippledNormal(const Surface& surface, float slope) const;
-    Color SunLight(const Surface& surface, float width, SampleSequence& sequence) const;
-    Bounce Scatter(const Surface& surface, SampleSequence& sequence) const;
+    Sunlight SunLight(const Surface& surface, float width, SampleSequence& sequence) const;
+    // Whether the path goes on by the glossy layer or by the matt ground, and what is left of its
+    // light before the layer's own share; then where to.
+    bool ChooseGloss(const Surface& surface, SampleSequence& sequence, Color* throughput) const;
+    Bounce ScatterGloss(const Surface& surface, SampleSequence& sequence, Color* throughput) const;
+    Bounce ScatterMatt(const Surface& surface, SampleSequence& sequence) const;
     // The air along the first `distance` of a ray.
     Veil HazeAlong(const TraceRay& ray, float distance) const;
 

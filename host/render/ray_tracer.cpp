@@ -156,6 +156,7 @@ RenderOutcome RenderPicture(const RenderScene& scene, const RenderSettings& sett
     }
     auto start = std::chrono::steady_clock::now();
     TraceScene geometry(scene);
+    outcome.problems = geometry.Problems();
     SkyModel sky(scene.sky, scene.sun);
     const TraceStatistics& counts = geometry.Statistics();
     outcome.statistics = {counts.numInstances, counts.numPrototypeFaces + counts.numNodeFaces,

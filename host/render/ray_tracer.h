@@ -9,6 +9,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "host/render/picture.h"
 #include "host/render/render_scene.h"
@@ -27,6 +28,7 @@ struct RenderOutcome {
     std::string error;  // of kFailed ("the number of bounces is 20, expected 0 to 16"), kRefused
     Picture picture;    // of kDone
     RenderStatistics statistics;
+    std::vector<std::string> problems;  // maps that could not be prepared: their images are missing
 };
 
 // Why a picture of this size or with so many samples is not rendered, with what helps; empty where

@@ -2,18 +2,10 @@
 
 #include <cmath>
 
-namespace {
-
-template <class T>
-T Mean(const std::array<T, 3>& corners, float u, float v) {
-    return corners[0] * (1 - u - v) + corners[1] * u + corners[2] * v;
-}
-
-}  // namespace
-
-RenderHeights::RenderHeights(const HeightField& field, const Mtl* mtl, const Matrix3& transform,
-                             RenderMaterials& materials)
+RenderHeights::RenderHeights(const HeightField& field, Mtl* mtl, const Matrix3& transform,
+                             RenderMaterials& materials, const INode* node)
     : m_field(field),
+      m_node(node),
       m_materials(materials),
       m_material(materials.Add(mtl, 0)),
       m_cellsX(uint32_t(field.NumColumns() - 1)),
@@ -48,6 +40,12 @@ Point3 RenderHeights::NormalToWorld(const Point3& n) const {
     return Normalize({DotProd(m.row[0], n), DotProd(m.row[1], n), DotProd(m.row[2], n)});
 }
 
+std::array<Point3, 3> RenderHeights::Corners(const HeightTriangle& t) const {
+    std::array<Point3, 3> corners = m_field.Corners(t);
+    for (Point3& p : corners) p = p * m_transform;
+    return corners;
+}
+
 Point3 RenderHeights::FaceNormal(const HeightTriangle& t) const {
     auto [a, b, c] = m_field.Corners(t);
     return NormalToWorld(CrossProd(b - a, c - a));
@@ -56,32 +54,5 @@ Point3 RenderHeights::FaceNormal(const HeightTriangle& t) const {
 Point3 RenderHeights::Normal(const HeightTriangle& t, float u, float v) const {
     std::array<Point3, 3> corners = m_field.CornerNormals(t);
     for (Point3& n : corners) n = NormalToWorld(n);
-    return Normalize(Mean(corners, u, v));
-}
-
-Point3 RenderHeights::Position(const HeightTriangle& t, float u, float v) const {
-    return Mean(m_field.Corners(t), u, v) * m_transform;
-}
-
-Point2 RenderHeights::Uv(const HeightTriangle& t, float u, float v) const {
-    if (!IsMapped()) return {};
-    Point3 uvw = Mean(m_field.MappingCorners(t), u, v);
-    return {uvw.x, uvw.y};
-}
-
-float RenderHeights::UvDensity(const HeightTriangle& t) const {
-    if (!IsMapped()) return 0;
-    auto [a, b, c] = m_field.Corners(t);
-    Point3 e1 = m_transform.VectorTransform(b - a), e2 = m_transform.VectorTransform(c - a);
-    float area = Length(CrossProd(e1, e2));
-    auto [p, q, r] = m_field.MappingCorners(t);
-    float uvArea = std::fabs(CrossProd(q - p, r - p).z);
-    return area > 0 ? std::sqrt(uvArea / area) : 0;
-}
-
-float RenderHeights::Opacity(const HeightTriangle& t, float u, float v, float width) const {
-    const RenderMaterial& material = Material();
-    if (!material.opacityMap) return material.opacity;
-    return material.opacity *
-           material.opacityMap->LookUpMask(Uv(t, u, v), width * UvDensity(t), Position(t, u, v));
+    return Normalize(corners[0] * (1 - u - v) + corners[1] * u + corners[2] * v);
 }

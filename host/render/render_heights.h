@@ -11,8 +11,8 @@
 class RenderHeights {
 public:
     // transform: into the world; must have an inverse (CanBeShown).
-    RenderHeights(const HeightField& field, const Mtl* mtl, const Matrix3& transform,
-                  RenderMaterials& materials);
+    RenderHeights(const HeightField& field, Mtl* mtl, const Matrix3& transform,
+                  RenderMaterials& materials, const INode* node = nullptr);
     static bool CanBeShown(const Matrix3& transform);
 
     // In world space.
@@ -36,24 +36,23 @@ public:
         return {cell % m_cellsX, cell / m_cellsX, packed % 2 != 0};
     }
 
+    const HeightField& Field() const { return m_field; }
+    // The node that shows it; null without a scene.
+    const INode* Node() const { return m_node; }
+    const RenderMaterial& Material() const { return m_materials[m_material]; }
+
     // Of a triangle, in world space; u and v weigh the second and third corner. Unit normals, of
     // the plane and interpolated.
+    std::array<Point3, 3> Corners(const HeightTriangle& t) const;
     Point3 FaceNormal(const HeightTriangle& t) const;
     Point3 Normal(const HeightTriangle& t, float u, float v) const;
-    Point3 Position(const HeightTriangle& t, float u, float v) const;
-    Point2 Uv(const HeightTriangle& t, float u, float v) const;
-    // Lengths of mapping space per length of the world.
-    float UvDensity(const HeightTriangle& t) const;
-    const RenderMaterial& Material() const { return m_materials[m_material]; }
-    // Opacity there for a ray `width` wide.
-    float Opacity(const HeightTriangle& t, float u, float v, float width) const;
 
 private:
     HeightRay MoveRay(const Point3& origin, const Point3& direction, float near, float far) const;
     Point3 NormalToWorld(const Point3& n) const;
-    bool IsMapped() const { return Material().Channel() == 1; }
 
     const HeightField& m_field;
+    const INode* m_node;
     const RenderMaterials& m_materials;
     uint32_t m_material, m_cellsX;
     Matrix3 m_transform, m_inverse;

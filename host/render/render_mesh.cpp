@@ -6,6 +6,8 @@
 #include <numeric>
 
 #include "host/geom/mesh_tools.h"
+#include "host/math/display_color.h"
+#include "host/render/hit_context.h"
 
 namespace {
 
@@ -67,50 +69,9 @@ bool IsUsable(const Mesh& mesh, const Face& face) {
 
 }  // namespace
 
-RenderMaterials::RenderMaterials() { m_materials.push_back(std::make_unique<RenderMaterial>()); }
-
-const RenderTexture* RenderMaterials::AddTexture(const Texmap* map, RenderTexture::Use use,
-                                                 float cutoff) {
-    if (!map) return nullptr;
-    auto& texture = m_textures[{map, use, cutoff}];
-    if (!texture) texture = std::make_unique<RenderTexture>(*map, use, cutoff);
-    return texture.get();
-}
-
-// With a cutoff, opacity x map >= cutoff is decided by the map alone.
-void RenderMaterials::SetOpacity(const StandardMtl& source, RenderMaterial& material) {
-    material.opacity = std::clamp(source.opacity.Get(), 0.f, 1.f);
-    float cutoff = source.opacityCutoff;
-    if (cutoff > 0) {
-        cutoff = material.opacity > 0 ? cutoff / material.opacity : 2;
-        material.opacity = source.opacityMap || cutoff <= 1 ? 1 : 0;
-    }
-    material.opacityMap =
-        AddTexture(source.opacityMap.Get(), RenderTexture::Use::kMask, std::max(0.f, cutoff));
-}
-
-uint32_t RenderMaterials::Add(const Mtl* mtl, int matID) {
-    const StandardMtl* standard = MtlOfFace(mtl, matID);
-    if (!standard) return 0;
-    auto [place, isNew] = m_indices.try_emplace(standard, uint32_t(m_materials.size()));
-    if (isNew) {
-        auto material = std::make_unique<RenderMaterial>();
-        material->diffuse = standard->diffuse;
-        material->mapFactor = DisplayToLinear(standard->mapFactor);
-        material->vertexColors = standard->vertexColors;
-        material->translucency = std::clamp(standard->translucency.Get(), 0.f, 1.f);
-        material->reflectivity = std::clamp(standard->reflectivity.Get(), 0.f, 1.f);
-        material->ripple = std::max(0.f, standard->ripple.Get());
-        material->diffuseMap = AddTexture(standard->diffuseMap.Get(), RenderTexture::Use::kColor);
-        SetOpacity(*standard, *material);
-        m_materials.push_back(std::move(material));
-    }
-    return place->second;
-}
-
-RenderMesh::RenderMesh(const Mesh& mesh, const Mtl* mtl, const Matrix3& transform,
-                       RenderMaterials& materials)
-    : m_materials(&materials) {
+RenderMesh::RenderMesh(const Mesh& mesh, Mtl* mtl, const Matrix3& transform,
+                       RenderMaterials& materials, const INode* node)
+    : m_materials(&materials), m_source(&mesh), m_node(node) {
     m_positions.reserve(mesh.verts.size() + 1);
     for (const Point3& p : mesh.verts) m_positions.push_back(p * transform);
     m_positions.push_back({});
@@ -130,6 +91,7 @@ RenderMesh::RenderMesh(const Mesh& mesh, const Mtl* mtl, const Matrix3& transfor
         if (isNew) id->second = materials.Add(mtl, face.matID);
         m_faces.push_back(face.v);
         m_material.push_back(id->second);
+        m_sourceFace.push_back(uint32_t(f));
         auto& normals = m_normals.emplace_back();
         for (size_t c = 0; c < 3; ++c) {
             normals[c] = PackNormal(TransformNormal(smooth[3 * f + c], inverse));
@@ -145,7 +107,7 @@ RenderMesh::RenderMesh(const Mesh& mesh, const Mtl* mtl, const Matrix3& transfor
         }
         if (!hasUvs) continue;
         auto& uvs = m_uvs.emplace_back();
-        if (const MapChannel* map = mesh.Map(materials[id->second].Channel()))
+        if (const MapChannel* map = mesh.Map(materials[id->second].channel))
             for (size_t c = 0; c < 3; ++c) {
                 const Point3& uvw = map->verts[map->faces[f][c]];
                 uvs[c] = {uvw.x, uvw.y};
@@ -209,23 +171,27 @@ void RenderMesh::SortByOpacity() {
     Reorder(m_uvDensity, order);
     Reorder(m_colors, order);
     Reorder(m_material, order);
+    Reorder(m_sourceFace, order);
 }
 
 // A face under a mask is opaque when all of it lies on white: bark beside leaves on one sheet.
 bool RenderMesh::IsOpaque(size_t face) const {
     const RenderMaterial& material = Material(face);
-    if (!material.CanCut()) return true;
-    if (material.opacity < 1 || m_uvs.empty()) return false;
+    if (!material.canCut) return true;
+    if (m_uvs.empty()) return false;
+    HitPlace place{this, nullptr, uint32_t(face)};
     constexpr int kSteps = 6;
     for (int i = 0; i <= kSteps; ++i)
-        for (int j = 0; i + j <= kSteps; ++j)
-            if (Opacity(face, float(i) / kSteps, float(j) / kSteps, 0) < 0.999f) return false;
+        for (int j = 0; i + j <= kSteps; ++j) {
+            place.u = float(i) / kSteps, place.v = float(j) / kSteps;
+            if (HitContext(place, material, 0, RayKind::kShadow).Opacity() < 0.999f) return false;
+        }
     return true;
 }
 
 size_t RenderMesh::Bytes() const {
     return m_positions.size() * sizeof(Point3) +
-           m_faces.size() * (sizeof(Triple) + sizeof(m_normals[0]) + sizeof(uint32_t)) +
+           m_faces.size() * (sizeof(Triple) + sizeof(m_normals[0]) + 2 * sizeof(uint32_t)) +
            m_uvs.size() * (sizeof(m_uvs[0]) + sizeof(float)) +
            m_colors.size() * sizeof(m_colors[0]);
 }
@@ -234,11 +200,6 @@ Point3 RenderMesh::Normal(size_t face, float u, float v) const {
     const auto& n = m_normals[face];
     return Normalize(UnpackNormal(n[0]) * (1 - u - v) + UnpackNormal(n[1]) * u +
                      UnpackNormal(n[2]) * v);
-}
-
-Point3 RenderMesh::Position(size_t face, float u, float v) const {
-    const Triple& t = m_faces[face];
-    return m_positions[t[0]] * (1 - u - v) + m_positions[t[1]] * u + m_positions[t[2]] * v;
 }
 
 Point2 RenderMesh::Uv(size_t face, float u, float v) const {
@@ -251,11 +212,4 @@ Color RenderMesh::VertexColor(size_t face, float u, float v) const {
     if (m_colors.empty()) return {1, 1, 1};
     const auto& c = m_colors[face];
     return c[0] * (1 - u - v) + c[1] * u + c[2] * v;
-}
-
-float RenderMesh::Opacity(size_t face, float u, float v, float width) const {
-    const RenderMaterial& material = Material(face);
-    if (!material.opacityMap) return material.opacity;
-    return material.opacity * material.opacityMap->LookUpMask(
-                                  Uv(face, u, v), width * UvDensity(face), Position(face, u, v));
 }

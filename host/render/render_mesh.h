@@ -1,58 +1,22 @@
-// Meshes and materials in the ray tracer's own compact form.
+// Meshes in the ray tracer's own compact form.
 //
 // A render mesh keeps positions shared by vertices (Embree reads them in place) and normals and
 // mapping by corner. Faces that a mask can cut come last, so that only they pay for the test.
 // Immutable after construction; threads share it.
 #pragma once
 
-#include <map>
-#include <memory>
-#include <tuple>
 #include <vector>
 
 #include "host/geom/mesh.h"
-#include "host/render/render_texture.h"
-#include "host/scene/material.h"
-
-struct RenderMaterial {
-    Color diffuse{0.5f, 0.5f, 0.5f};  // display colour; a map replaces it
-    Color mapFactor{1, 1, 1};         // linear; multiplies the map
-    float opacity = 1;                // what is left of it beside a map with a cutoff
-    bool vertexColors = false;
-    float translucency = 0, reflectivity = 0, ripple = 0;
-    const RenderTexture* diffuseMap = nullptr;
-    const RenderTexture* opacityMap = nullptr;
-
-    bool CanCut() const { return opacity < 1 || opacityMap; }
-    int Channel() const {
-        return diffuseMap ? diffuseMap->Channel() : opacityMap ? opacityMap->Channel() : 1;
-    }
-};
-
-// All materials and textures of one render, each converted once.
-class RenderMaterials {
-public:
-    RenderMaterials();
-    // Index of the material that `mtl` shows on faces of an id; 0 is the default grey.
-    uint32_t Add(const Mtl* mtl, int matID);
-    const RenderMaterial& operator[](size_t i) const { return *m_materials[i]; }
-
-private:
-    const RenderTexture* AddTexture(const Texmap* map, RenderTexture::Use use, float cutoff = 0);
-    void SetOpacity(const StandardMtl& source, RenderMaterial& material);
-
-    std::vector<std::unique_ptr<RenderMaterial>> m_materials;
-    std::map<const StandardMtl*, uint32_t> m_indices;
-    using TextureKey = std::tuple<const Texmap*, RenderTexture::Use, float>;  // with the cutoff
-    std::map<TextureKey, std::unique_ptr<RenderTexture>> m_textures;
-};
+#include "host/render/render_material.h"
 
 class RenderMesh {
 public:
-    // Converts a mesh; `transform` moves it into the world (or is the identity for a prototype).
-    // Faces with vertices out of range or not finite are left out.
-    RenderMesh(const Mesh& mesh, const Mtl* mtl, const Matrix3& transform,
-               RenderMaterials& materials);
+    // Converts a mesh, which must outlive this: what few materials ask for is read there.
+    // `transform` moves it into the world (or is the identity for a prototype). Faces with vertices
+    // out of range or not finite are left out.
+    RenderMesh(const Mesh& mesh, Mtl* mtl, const Matrix3& transform, RenderMaterials& materials,
+               const INode* node = nullptr);
 
     size_t NumFaces() const { return m_faces.size(); }
     size_t NumOpaque() const { return m_numOpaque; }
@@ -64,15 +28,19 @@ public:
     Box3 MovedBounds(const Matrix3& m) const;
     size_t Bytes() const;
 
+    // The node that shows it; null for a prototype, or without a scene.
+    const INode* Node() const { return m_node; }
+    // The mesh that it was made from, and a face's number there.
+    const Mesh& Source() const { return *m_source; }
+    uint32_t SourceFace(size_t face) const { return m_sourceFace[face]; }
+    const RenderMaterial& Material(size_t face) const { return (*m_materials)[m_material[face]]; }
+
     // u and v weigh the second and third corner.
     Point3 Normal(size_t face, float u, float v) const;  // unit, object space
-    Point3 Position(size_t face, float u, float v) const;
+    // Mapping in the channel of the face's material.
     Point2 Uv(size_t face, float u, float v) const;
-    // Lengths of mapping space per length of object space.
+    // Lengths of that mapping per length of object space.
     float UvDensity(size_t face) const { return m_uvs.empty() ? 0 : m_uvDensity[face]; }
-    const RenderMaterial& Material(size_t face) const { return (*m_materials)[m_material[face]]; }
-    // Opacity there for a ray `width` wide in object space.
-    float Opacity(size_t face, float u, float v, float width) const;
     // What the vertices' colours multiply the diffuse by: linear light, white without any.
     Color VertexColor(size_t face, float u, float v) const;
 
@@ -87,13 +55,15 @@ private:
     void MeasureSlices();
 
     const RenderMaterials* m_materials;
+    const Mesh* m_source;
+    const INode* m_node;
     std::vector<Point3> m_positions;  // one more than there are vertices: Embree reads 16 bytes
     std::vector<Triple> m_faces;
     std::vector<std::array<uint32_t, 3>> m_normals;  // packed, by corner
     std::vector<std::array<Point2, 3>> m_uvs;        // by corner; empty without mapping
     std::vector<float> m_uvDensity;
     std::vector<std::array<Color, 3>> m_colors;  // linear, by corner; empty when none is shown
-    std::vector<uint32_t> m_material;
+    std::vector<uint32_t> m_material, m_sourceFace;
     size_t m_numOpaque = 0;
     Box3 m_bounds;
     std::vector<Slice> m_slices;  // together they hold all faces

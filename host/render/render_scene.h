@@ -1,8 +1,9 @@
 // What the ray tracer draws: a plain description that borrows everything it shows.
 //
 // Lengths are scene units, angles degrees. Meshes, materials and sources belong to the caller and
-// must outlive the render, unchanged. Colours of materials, maps and tints are display colours
-// (what a colour picker shows, sRGB); light is linear. The world's up is +Z.
+// must outlive the render, unchanged but for materials and maps, which it brings to its time.
+// Colours of materials, maps and tints are display colours (what a colour picker shows, sRGB);
+// light is linear. The world's up is +Z.
 #pragma once
 
 #include <functional>
@@ -51,9 +52,10 @@ struct Haze {
 // A mesh at one place, or a terrain in place of a mesh.
 struct RenderNode {
     const Mesh* mesh = nullptr;
-    const Mtl* mtl = nullptr;  // null: the host's default grey
+    Mtl* mtl = nullptr;  // null: the host's default grey
     Matrix3 transform;
     const HeightField* heights = nullptr;
+    const INode* node = nullptr;  // that shows it; materials may ask
 
     Box3 Bounds() const {
         return transform.BoxTransform(heights ? heights->Bounds() : mesh->BoundingBox());
@@ -61,6 +63,7 @@ struct RenderNode {
 };
 
 struct RenderScene {
+    TimeValue time = 0;  // that materials and maps are asked for
     RenderCamera camera;
     SunLight sun;
     SkyLight sky;

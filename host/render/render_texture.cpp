@@ -36,8 +36,8 @@ float WrapCoordinate(float x, BitmapTex::Wrap wrap) {
 
 }  // namespace
 
-RenderTexture::RenderTexture(const Texmap& map, Use use, float cutoff)
-    : m_map(&map), m_use(use), m_cutoff(cutoff), m_channels(use == Use::kColor ? 3 : 1) {
+RenderTexture::RenderTexture(const Texmap& map, MapUse use, float cutoff)
+    : m_map(&map), m_use(use), m_cutoff(cutoff), m_channels(use == MapUse::kMask ? 1 : 3) {
     auto* bitmap = dynamic_cast<const BitmapTex*>(&map);
     if (!bitmap || !bitmap->Image() || bitmap->Image()->IsEmpty()) return;
     m_wrap = bitmap->wrap;
@@ -54,7 +54,7 @@ void RenderTexture::Bake(const Bitmap& image, bool alphaOnly) {
     for (int y = 0; y < level.height; ++y)
         for (int x = 0; x < level.width; ++x) {
             AColor c = image.Pixel(x, y);
-            if (m_use == Use::kMask)
+            if (m_use == MapUse::kMask)
                 level.texels.push_back(ToByte(alphaOnly ? c.a : Luminance(c.Rgb()) * c.a));
             else
                 for (float value : {c.r, c.g, c.b}) level.texels.push_back(ToByte(value));
@@ -62,7 +62,7 @@ void RenderTexture::Bake(const Bitmap& image, bool alphaOnly) {
 }
 
 float RenderTexture::Value(uint8_t texel, bool isFinest) const {
-    if (m_use == Use::kColor) return LinearTable()[texel];
+    if (m_use == MapUse::kColor) return LinearTable()[texel];
     float value = float(texel) / 255;
     return isFinest && m_cutoff > 0 ? float(value >= m_cutoff) : value;
 }
@@ -87,7 +87,7 @@ void RenderTexture::AddCoarserLevels() {
                     }
                     float mean = sum / 4;
                     coarse.texels.push_back(
-                        ToByte(m_use == Use::kColor ? LinearToDisplay(mean) : mean));
+                        ToByte(m_use == MapUse::kColor ? LinearToDisplay(mean) : mean));
                 }
         m_levels.push_back(std::move(coarse));
     }
@@ -113,25 +113,21 @@ RenderTexture::Footprint RenderTexture::Locate(Point2 uv, float width) const {
             y - float(y0)};
 }
 
-Color RenderTexture::LookUp(Point2 uv, float width, const Point3& position) const {
-    if (m_levels.empty())
-        return DisplayToLinear(m_map->EvalColor({{uv.x, uv.y, 0}, position}).Rgb());
-    Footprint f = Locate(uv, width);
+Color RenderTexture::Texel(const Level& level, int x, int y) const {
+    const uint8_t* p = &level.texels[(size_t(y) * size_t(level.width) + size_t(x)) * 3];
+    if (m_use == MapUse::kData) return Color{float(p[0]), float(p[1]), float(p[2])} * (1.0f / 255);
     const auto& linear = LinearTable();
-    auto texel = [&](int x, int y) {
-        const uint8_t* p = &f.level->texels[(size_t(y) * size_t(f.level->width) + size_t(x)) * 3];
-        return Color{linear[p[0]], linear[p[1]], linear[p[2]]};
-    };
+    return {linear[p[0]], linear[p[1]], linear[p[2]]};
+}
+
+Color RenderTexture::LookUp(Point2 uv, float width) const {
+    Footprint f = Locate(uv, width);
+    auto texel = [&](int x, int y) { return Texel(*f.level, x, y); };
     return (texel(f.x0, f.y0) * (1 - f.u) + texel(f.x1, f.y0) * f.u) * (1 - f.v) +
            (texel(f.x0, f.y1) * (1 - f.u) + texel(f.x1, f.y1) * f.u) * f.v;
 }
 
-float RenderTexture::LookUpMask(Point2 uv, float width, const Point3& position) const {
-    if (m_levels.empty()) {
-        AColor c = m_map->EvalColor({{uv.x, uv.y, 0}, position});
-        float value = std::clamp(Luminance(c.Rgb()) * c.a, 0.f, 1.f);
-        return m_cutoff > 0 ? float(value >= m_cutoff) : value;
-    }
+float RenderTexture::LookUpMask(Point2 uv, float width) const {
     Footprint f = Locate(uv, width);
     auto texel = [&](int x, int y) {
         return float(f.level->texels[size_t(y) * size_t(f.level->width) + size_t(x)]);

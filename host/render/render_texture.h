@@ -1,31 +1,32 @@
-// Texture maps as the ray tracer reads them: 8-bit pyramids of images, or the map itself.
+// Images as renderers read them: 8-bit pyramids of averages.
 //
 // An image map is copied once into a pyramid of box-filtered levels, so that distant foliage takes
 // averages instead of shimmering; the level follows from the width of the ray where it hits. Maps
-// without an image are asked directly at every hit. Immutable after construction; threads share it.
+// without an image have none and are asked at every hit. Immutable after construction; threads
+// share it.
 #pragma once
 
 #include <cstdint>
 #include <vector>
 
 #include "host/math/display_color.h"
+#include "host/scene/shading.h"
 #include "host/scene/texmaps.h"
 
 class RenderTexture {
 public:
-    enum class Use { kColor, kMask };
+    // map: prepared by Update, and alive as long as this. A mask with a cutoff above 0 is 1 where
+    // it reaches the cutoff and 0 elsewhere; from afar it gives the share of what is kept.
+    RenderTexture(const Texmap& map, MapUse use, float cutoff = 0);
 
-    // map: prepared by Update, and alive as long as this. kColor gives linear light, kMask the
-    // luminance times alpha. A mask with a cutoff above 0 is 1 where it reaches the cutoff and 0
-    // elsewhere; from afar it gives the share of what is kept.
-    RenderTexture(const Texmap& map, Use use, float cutoff = 0);
-
+    // Whether there is an image to look up.
+    bool HasImage() const { return !m_levels.empty(); }
     int Channel() const { return m_map->channel; }
-    // Colour at mapping coordinates uv of the map's channel; `width` is the ray's width there, in
-    // units of uv. `position` is in object space.
-    Color LookUp(Point2 uv, float width, const Point3& position) const;
+    // Colour at mapping coordinates uv of the map's channel, linear light or plain numbers; `width`
+    // is the ray's width there, in units of uv. Needs an image.
+    Color LookUp(Point2 uv, float width) const;
     // The same of a mask, in 0..1.
-    float LookUpMask(Point2 uv, float width, const Point3& position) const;
+    float LookUpMask(Point2 uv, float width) const;
 
 private:
     struct Level {
@@ -43,10 +44,12 @@ private:
     void AddCoarserLevels();
     Footprint Locate(Point2 uv, float width) const;
 
+    Color Texel(const Level& level, int x, int y) const;
+
     const Texmap* m_map;
     BitmapTex::Wrap m_wrap = BitmapTex::Wrap::kTile;
     bool m_isNearest = false;  // of the finest level
-    Use m_use;
+    MapUse m_use;
     float m_cutoff;
     int m_channels;
     std::vector<Level> m_levels;  // finest first; empty for maps without an image

@@ -17,8 +17,9 @@ constexpr size_t kBlock = 16384;  // instances read from a source at a time
 struct TraceContext : RTCIntersectContext {
     float width, spread;
     uint32_t seed;
-    uint32_t instance;              // number of the one whose prototype the ray is in
+    uint32_t instance;              // place of the one whose prototype the ray is in
     const PackedInstance* current;  // that instance; null outside
+    const IInstanceSource* source;  // of it
 };
 
 struct Prototype {
@@ -27,31 +28,10 @@ struct Prototype {
 };
 
 struct SourceGeometry {
+    const IInstanceSource* source = nullptr;
     std::vector<Prototype> prototypes;
     std::vector<PackedInstance> instances;
 };
-
-Point3 ToPrototype(const PackedInstance& instance, const Point3& v) {
-    const float* m = instance.toPrototype;
-    return {v.x * m[0] + v.y * m[3] + v.z * m[6], v.x * m[1] + v.y * m[4] + v.z * m[7],
-            v.x * m[2] + v.y * m[5] + v.z * m[8]};
-}
-
-// Row lengths of the inverse tell the scale along the world's axes; their mean serves for widths.
-float InverseScale(const PackedInstance& instance) {
-    const float* m = instance.toPrototype;
-    float squares = 0;
-    for (int i = 0; i < 9; ++i) squares += m[i] * m[i];
-    return std::sqrt(squares / 3);
-}
-
-Matrix3 ToWorld(const PackedInstance& instance) {
-    const float* m = instance.toPrototype;
-    Matrix3 inverse{{{m[0], m[1], m[2]}, {m[3], m[4], m[5]}, {m[6], m[7], m[8]}, {0, 0, 0}}};
-    Matrix3 world = Inverse(inverse);
-    world.SetTrans(instance.position);
-    return world;
-}
 
 // Fills `packed`; false for a record that cannot be shown.
 bool Pack(const InstanceRecord& record, PackedInstance* packed) {
@@ -83,7 +63,7 @@ uint64_t SpreadBits(uint64_t x) {
 void InstanceBounds(const RTCBoundsFunctionArguments* args) {
     const auto& source = *static_cast<const SourceGeometry*>(args->geometryUserPtr);
     const PackedInstance& instance = source.instances[args->primID];
-    Box3 box = source.prototypes[instance.prototype].mesh->MovedBounds(ToWorld(instance));
+    Box3 box = source.prototypes[instance.prototype].mesh->MovedBounds(instance.ToWorld());
     // The matrix went through an inverse twice: a hair wider is always safe.
     Point3 width = box.Width();
     float slack = 1e-5f * (width.x + width.y + width.z) + 1e-6f * Length(instance.position);
@@ -99,8 +79,8 @@ void InstanceBounds(const RTCBoundsFunctionArguments* args) {
 bool MoveToPrototype(const RTCRay& ray, const PackedInstance& instance, const Box3& bounds,
                      RTCRay* moved) {
     Point3 origin =
-        ToPrototype(instance, Point3{ray.org_x, ray.org_y, ray.org_z} - instance.position);
-    Point3 direction = ToPrototype(instance, {ray.dir_x, ray.dir_y, ray.dir_z});
+        instance.ToPrototype(Point3{ray.org_x, ray.org_y, ray.org_z} - instance.position);
+    Point3 direction = instance.ToPrototype({ray.dir_x, ray.dir_y, ray.dir_z});
     float near = ray.tnear, far = ray.tfar;
     for (int i = 0; i < 3; ++i) {
         // A zero direction gives infinities, or NaN on the border, which the comparisons let pass.
@@ -117,14 +97,16 @@ bool MoveToPrototype(const RTCRay& ray, const PackedInstance& instance, const Bo
     return true;
 }
 
-void EnterPrototype(TraceContext* context, const PackedInstance& instance, uint32_t index) {
+void EnterPrototype(TraceContext* context, const SourceGeometry& source, uint32_t index) {
     context->instance = index;
-    context->current = &instance;
+    context->current = &source.instances[index];
+    context->source = source.source;
 }
 
 void LeavePrototype(TraceContext* context) {
     context->instance = RTC_INVALID_GEOMETRY_ID;
     context->current = nullptr;
+    context->source = nullptr;
 }
 
 void IntersectInstance(const RTCIntersectFunctionNArguments* args) {
@@ -136,7 +118,7 @@ void IntersectInstance(const RTCIntersectFunctionNArguments* args) {
     auto& outer = *reinterpret_cast<RTCRayHit*>(args->rayhit);
     RTCRayHit inner;
     if (!MoveToPrototype(outer.ray, instance, prototype.mesh->Bounds(), &inner.ray)) return;
-    EnterPrototype(context, instance, args->primID);
+    EnterPrototype(context, source, args->primID);
     inner.hit.geomID = RTC_INVALID_GEOMETRY_ID;
     rtcIntersect1(prototype.scene, context, &inner);
     LeavePrototype(context);
@@ -157,7 +139,7 @@ void OccludeInstance(const RTCOccludedFunctionNArguments* args) {
     const Prototype& prototype = source.prototypes[instance.prototype];
     RTCRay inner;
     if (!MoveToPrototype(outer, instance, prototype.mesh->Bounds(), &inner)) return;
-    EnterPrototype(context, instance, args->primID);
+    EnterPrototype(context, source, args->primID);
     rtcOccluded1(prototype.scene, context, &inner);
     LeavePrototype(context);
     if (inner.tfar < 0) outer.tfar = inner.tfar;
@@ -176,11 +158,12 @@ void MaskFilter(const RTCFilterFunctionNArguments* args) {
     const auto& context = *static_cast<const TraceContext*>(args->context);
     const auto& ray = *reinterpret_cast<const RTCRay*>(args->ray);
     const auto& hit = *reinterpret_cast<const RTCHit*>(args->hit);
-    size_t face = mesh.NumOpaque() + hit.primID;
+    HitPlace place{&mesh,         nullptr, uint32_t(mesh.NumOpaque() + hit.primID),
+                   hit.u,         hit.v,   context.current,
+                   context.source};
     float width = context.width + context.spread * ray.tfar;
-    if (context.current) width *= InverseScale(*context.current);
-    float opacity = mesh.Opacity(face, hit.u, hit.v, width);
-    if (!IsOpaqueThere(opacity, face, context)) args->valid[0] = 0;
+    float opacity = HitContext(place, place.Material(), width, RayKind::kShadow).Opacity();
+    if (!IsOpaqueThere(opacity, place.face, context)) args->valid[0] = 0;
 }
 
 void HeightBounds(const RTCBoundsFunctionArguments* args) {
@@ -196,10 +179,12 @@ void HeightBounds(const RTCBoundsFunctionArguments* args) {
 
 // Whether a ray stops at a hit on a field, by its mask.
 bool StopsAt(const RenderHeights& heights, const TraceContext& context, const HeightRayHit& hit) {
-    if (!heights.Material().CanCut()) return true;
+    if (!heights.Material().canCut) return true;
+    HitPlace place{nullptr, &heights, heights.Pack(hit.triangle), float(hit.weight1),
+                   float(hit.weight2)};
     float width = context.width + context.spread * float(hit.distance);
-    float opacity = heights.Opacity(hit.triangle, float(hit.weight1), float(hit.weight2), width);
-    return IsOpaqueThere(opacity, heights.Pack(hit.triangle), context);
+    float opacity = HitContext(place, heights.Material(), width, RayKind::kShadow).Opacity();
+    return IsOpaqueThere(opacity, place.face, context);
 }
 
 void IntersectHeights(const RTCIntersectFunctionNArguments* args) {
@@ -271,6 +256,7 @@ struct TraceScene::Impl {
     std::vector<std::unique_ptr<SourceGeometry>> sources;
     TraceStatistics statistics;
 
+    explicit Impl(TimeValue time) : materials(time) {}
     ~Impl() {
         if (top) rtcReleaseScene(top);
         for (auto& source : sources)
@@ -287,8 +273,8 @@ struct TraceScene::Impl {
             LogWarning("a terrain is left out of the picture: its transform flattens it");
             return;
         }
-        heights.push_back(
-            std::make_unique<RenderHeights>(*node.heights, node.mtl, node.transform, materials));
+        heights.push_back(std::make_unique<RenderHeights>(*node.heights, node.mtl, node.transform,
+                                                          materials, node.node));
         RTCGeometry user = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_USER);
         rtcSetGeometryUserPrimitiveCount(user, 1);
         rtcSetGeometryUserData(user, heights.back().get());
@@ -303,8 +289,8 @@ struct TraceScene::Impl {
 
     void AddMesh(const RenderNode& node) {
         if (!node.mesh || node.heights) return;
-        nodes.push_back(
-            std::make_unique<RenderMesh>(*node.mesh, node.mtl, node.transform, materials));
+        nodes.push_back(std::make_unique<RenderMesh>(*node.mesh, node.mtl, node.transform,
+                                                     materials, node.node));
         const RenderMesh& mesh = *nodes.back();
         statistics.numNodeFaces += mesh.NumFaces();
         AttachMesh(device, top, mesh, uint32_t(nodes.size() - 1) * 2);
@@ -332,8 +318,10 @@ struct TraceScene::Impl {
         for (size_t first = 0; first < count; first += kBlock) {
             block.resize(std::min(kBlock, count - first));
             source.GetInstances(first, block);
-            for (const InstanceRecord& record : block) {
+            for (size_t i = 0; i < block.size(); ++i) {
+                const InstanceRecord& record = block[i];
                 PackedInstance packed;
+                packed.number = uint32_t(first + i);
                 if (record.prototype < geometry->prototypes.size() &&
                     geometry->prototypes[record.prototype].mesh->NumFaces() > 0 &&
                     Pack(record, &packed))
@@ -361,10 +349,20 @@ struct TraceScene::Impl {
         *instances = std::move(sorted);
     }
 
+    // Whether some material colours each instance by itself.
+    static bool TintsInstances(const SourceGeometry& geometry) {
+        for (const Prototype& prototype : geometry.prototypes)
+            for (size_t f = 0; f < prototype.mesh->NumFaces(); ++f)
+                if (prototype.mesh->Material(f).tintsInstances) return true;
+        return false;
+    }
+
     void AddSource(const IInstanceSource& source) {
         auto geometry = std::make_unique<SourceGeometry>();
+        geometry->source = &source;
         ReadPrototypes(source, geometry.get());
         ReadInstances(source, geometry.get());
+        if (TintsInstances(*geometry)) source.PrepareShading();
         SortBySpace(&geometry->instances);
         RTCGeometry user = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_USER);
         rtcSetGeometryUserPrimitiveCount(user, uint32_t(geometry->instances.size()));
@@ -381,34 +379,7 @@ struct TraceScene::Impl {
     }
 };
 
-const RenderMaterial& TraceHit::Material() const {
-    return heights ? heights->Material() : mesh->Material(face);
-}
-
-Point2 TraceHit::Uv() const {
-    return heights ? heights->Uv(heights->Unpack(face), u, v) : mesh->Uv(face, u, v);
-}
-
-float TraceHit::UvDensity() const {
-    return heights ? heights->UvDensity(heights->Unpack(face)) : mesh->UvDensity(face);
-}
-
-Point3 TraceHit::Position() const {
-    return heights ? heights->Position(heights->Unpack(face), u, v) : mesh->Position(face, u, v);
-}
-
-Point3 TraceHit::Normal() const {
-    if (heights) return heights->Normal(heights->Unpack(face), u, v);
-    Point3 n = mesh->Normal(face, u, v);
-    if (!instance) return n;
-    const float* m = instance->toPrototype;
-    return Normalize({n.x * m[0] + n.y * m[1] + n.z * m[2], n.x * m[3] + n.y * m[4] + n.z * m[5],
-                      n.x * m[6] + n.y * m[7] + n.z * m[8]});
-}
-
-float TraceHit::MeshScale() const { return instance ? InverseScale(*instance) : 1; }
-
-TraceScene::TraceScene(const RenderScene& scene) : m_impl(std::make_unique<Impl>()) {
+TraceScene::TraceScene(const RenderScene& scene) : m_impl(std::make_unique<Impl>(scene.time)) {
     Impl& impl = *m_impl;
     impl.device = rtcNewDevice("threads=1");
     rtcSetDeviceErrorFunction(
@@ -426,6 +397,10 @@ TraceScene::TraceScene(const RenderScene& scene) : m_impl(std::make_unique<Impl>
 TraceScene::~TraceScene() = default;
 
 const TraceStatistics& TraceScene::Statistics() const { return m_impl->statistics; }
+
+const std::vector<std::string>& TraceScene::Problems() const {
+    return m_impl->materials.Problems();
+}
 
 namespace {
 
@@ -461,7 +436,7 @@ bool TraceScene::Intersect(const TraceRay& ray, TraceHit* hit) const {
     hit->u = query.hit.u, hit->v = query.hit.v;
     hit->face = query.hit.primID;
     hit->instance = nullptr;
-    hit->mesh = nullptr, hit->heights = nullptr;
+    hit->mesh = nullptr, hit->heights = nullptr, hit->source = nullptr;
     Point3 n{query.hit.Ng_x, query.hit.Ng_y, query.hit.Ng_z};
     uint32_t id = query.hit.geomID, firstHeights = m_impl->FirstHeightsId();
     uint32_t firstSource = m_impl->FirstSourceId();
@@ -476,10 +451,9 @@ bool TraceScene::Intersect(const TraceRay& ray, TraceHit* hit) const {
     } else {
         const SourceGeometry& source = *m_impl->sources[id - firstSource];
         hit->instance = &source.instances[query.hit.instID[0]];
+        hit->source = source.source;
         hit->mesh = source.prototypes[hit->instance->prototype].mesh.get();
-        const float* m = hit->instance->toPrototype;
-        n = {n.x * m[0] + n.y * m[1] + n.z * m[2], n.x * m[3] + n.y * m[4] + n.z * m[5],
-             n.x * m[6] + n.y * m[7] + n.z * m[8]};
+        n = hit->instance->NormalToWorld(n);
     }
     hit->faceNormal = Normalize(n);
     return true;

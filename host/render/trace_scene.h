@@ -16,8 +16,7 @@
 #include <memory>
 #include <vector>
 
-#include "host/render/render_heights.h"
-#include "host/render/render_mesh.h"
+#include "host/render/hit_context.h"
 #include "host/render/render_scene.h"
 
 struct TraceRay {
@@ -27,33 +26,9 @@ struct TraceRay {
     uint32_t seed = 0;            // of the mask decisions
 };
 
-// One placed prototype, in one cache line.
-struct alignas(64) PackedInstance {
-    float toPrototype[9];  // rows of the inverse 3x3 part
-    Point3 position;
-    uint32_t prototype;
-    uint8_t tint[4];  // display colour and blend, 0..255
-};
-
-struct TraceHit {
+struct TraceHit : HitPlace {
     float distance = 0;
-    const RenderMesh* mesh = nullptr;        // null on a height field
-    const RenderHeights* heights = nullptr;  // null on a mesh
-    uint32_t face = 0;                       // of a height field: a packed triangle
-    float u = 0, v = 0;
-    const PackedInstance* instance = nullptr;  // null on a node's mesh
-
-    // In world space, unit length: of the plane of the face, and interpolated.
-    Point3 faceNormal;
-    Point3 Normal() const;
-    const RenderMaterial& Material() const;
-    Point2 Uv() const;
-    // Of a node's mesh and a height field in the world, of an instance's in the prototype's space.
-    Point3 Position() const;
-    // Lengths of mapping space per length of that space.
-    float UvDensity() const;
-    // Factor from world lengths to lengths in that space.
-    float MeshScale() const;
+    Point3 faceNormal;  // of the plane of the face, in world space, unit length
 };
 
 struct TraceStatistics {
@@ -63,8 +38,8 @@ struct TraceStatistics {
 
 class TraceScene {
 public:
-    // Reads the whole scene; only its materials' maps are needed later. Instances with matrices
-    // that are singular or not finite are left out.
+    // Reads the whole scene, whose meshes, materials and maps are asked again at hits. Instances
+    // with matrices that are singular or not finite are left out.
     explicit TraceScene(const RenderScene& scene);
     ~TraceScene();
 
@@ -74,6 +49,8 @@ public:
     bool IsOccluded(const TraceRay& ray) const;
 
     const TraceStatistics& Statistics() const;
+    // Maps that could not be prepared, and what was left out.
+    const std::vector<std::string>& Problems() const;
 
 private:
     struct Impl;

@@ -4,6 +4,7 @@
 #include "host/scene/layer.h"
 #include "host/scene/material.h"
 #include "host/scene/node.h"
+#include "host/scene/physical_material.h"
 #include "host/scene/point_cache.h"
 #include "host/scene/texmaps.h"
 #include "host/scene/transform_controller.h"
@@ -22,6 +23,7 @@ void RegisterHostClasses(ClassRegistry& classes) {
     classes.Register(DescribeClass<PointCacheModifier>("point_cache", "Modifiers"));
     classes.Register(DescribeClass<TransformController>("transform", "Controllers"));
     classes.Register(DescribeClass<StandardMtl>("standard", "Materials"));
+    classes.Register(DescribeClass<PhysicalMtl>("physical", "Materials"));
     classes.Register(DescribeClass<MultiMtl>("multi", "Materials"));
     classes.Register(DescribeClass<ColorTex>("color", "Maps"));
     classes.Register(DescribeClass<UvwTex>("uvw", "Maps"));

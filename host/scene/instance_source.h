@@ -6,13 +6,17 @@
 // while it is being read; ranges may be read from several threads at once.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "host/geom/mesh.h"
 #include "host/math/color.h"
+#include "host/math/interval.h"
 
+class INode;
 class Mtl;
 
 struct InstanceRecord {
@@ -23,11 +27,21 @@ struct InstanceRecord {
     float tintBlend = 0;
 };
 
+// What else an instance is, for shading and for renderers that want to know; not read in bulk.
+struct InstanceDetails {
+    uint32_t seed = 0;
+    std::array<float, 3> randoms{};    // its own random values, 0..1
+    TimeValue frame = 0;               // scene time of the geometry that it shows
+    std::vector<bool> hiddenElements;  // of the prototype's whole mesh; empty: it shows all
+};
+
 class IInstanceSource {
 public:
     virtual ~IInstanceSource() = default;
 
     virtual std::string SourceName() const = 0;
+    // The node whose object it is; null without a scene.
+    virtual const INode* SourceNode() const { return nullptr; }
 
     // Why not all instances could be made, with what helps; empty where they were. Whoever shows or
     // writes the source must ask.
@@ -37,10 +51,16 @@ public:
     virtual std::string PrototypeName(size_t prototype) const = 0;
     // Never null while the source lives; may be empty (then its instances show nothing).
     virtual const Mesh* PrototypeMesh(size_t prototype) const = 0;
-    // Null: the host's default grey.
-    virtual const Mtl* PrototypeMtl(size_t prototype) const = 0;
+    // What its instances show, material overrides included. Null: the host's default grey.
+    virtual Mtl* PrototypeMtl(size_t prototype) const = 0;
 
     virtual size_t NumInstances() const = 0;
     // Writes instances first .. first + out.size() - 1, which must exist.
     virtual void GetInstances(size_t first, std::span<InstanceRecord> out) const = 0;
+    virtual InstanceDetails GetDetails(size_t instance) const { return {}; }
+    // Details and interfaces will be asked for at hits: what takes time is done now.
+    virtual void PrepareShading() const {}
+    // What else the source can do, under a number that those who know of it agree on; null when it
+    // cannot. Asked at hits: fast, any thread.
+    virtual const void* GetInterface(uint32_t number) const { return nullptr; }
 };

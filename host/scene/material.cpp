@@ -1,16 +1,42 @@
 #include "host/scene/material.h"
 
+#include <algorithm>
+#include <unordered_set>
+
 #include <fmt/format.h>
 
+#include "host/math/display_color.h"
 #include "host/params/clone_map.h"
 
-const StandardMtl* MtlOfFace(const Mtl* mtl, int matID) {
+namespace {
+
+float ToUnit(float f) { return std::clamp(f, 0.f, 1.f); }
+
+}  // namespace
+
+Mtl* MtlOfFace(Mtl* mtl, int matID) {
     for (int depth = 0; mtl && depth <= kMaxMtlNesting; ++depth) {
-        int count = mtl->NumSubMtls();
-        if (count == 0) return dynamic_cast<const StandardMtl*>(mtl);
-        mtl = mtl->GetSubMtl(matID % count);
+        Mtl* next = mtl->MtlOfId(matID);
+        if (next == mtl) return mtl;
+        mtl = next;
     }
     return nullptr;
+}
+
+const Mtl* MtlOfFace(const Mtl* mtl, int matID) { return MtlOfFace(const_cast<Mtl*>(mtl), matID); }
+
+const StandardMtl* StandardMtlOfFace(const Mtl* mtl, int matID) {
+    const Mtl* shown = MtlOfFace(mtl, matID);
+    return shown ? shown->AsStandard(matID) : nullptr;
+}
+
+std::vector<Mtl*> WithSubMtls(Mtl& mtl) {
+    std::unordered_set<const Mtl*> seen{&mtl};
+    std::vector<Mtl*> all{&mtl};
+    for (size_t i = 0; i < all.size(); ++i)
+        for (int k = 0; k < all[i]->NumSubMtls(); ++k)
+            if (Mtl* sub = all[i]->GetSubMtl(k); sub && seen.insert(sub).second) all.push_back(sub);
+    return all;
 }
 
 // Standard.
@@ -27,6 +53,11 @@ void StandardMtl::SetReference(int slot, std::shared_ptr<ReferenceTarget> map) {
 
 std::shared_ptr<ReferenceTarget> StandardMtl::Clone(CloneMap& map) const {
     auto copy = std::make_shared<StandardMtl>();
+    CopyInto(copy, map);
+    return copy;
+}
+
+void StandardMtl::CopyInto(const std::shared_ptr<StandardMtl>& copy, CloneMap& map) const {
     copy->name = name;
     copy->diffuse = diffuse;
     copy->opacity = opacity;
@@ -39,10 +70,61 @@ std::shared_ptr<ReferenceTarget> StandardMtl::Clone(CloneMap& map) const {
     copy->ripple = ripple;
     map.Refer(diffuseMap.Share(), [copy](auto m) { copy->diffuseMap = std::move(m); });
     map.Refer(opacityMap.Share(), [copy](auto m) { copy->opacityMap = std::move(m); });
-    return copy;
+}
+
+void StandardMtl::UpdateMap(Texmap* map, TimeValue t, std::vector<std::string>* problems) {
+    std::string problem;
+    if (map && !map->Update(t, &problem) && problems) problems->push_back(std::move(problem));
+}
+
+// With a cutoff, opacity x map >= cutoff is decided by the map alone.
+void StandardMtl::Update(TimeValue t, std::vector<std::string>* problems) {
+    for (Texmap* map : {diffuseMap.Get(), opacityMap.Get()}) UpdateMap(map, t, problems);
+    m_ready.diffuse = DisplayToLinear(diffuse);
+    m_ready.mapFactor = DisplayToLinear(mapFactor);
+    m_ready.opacity = ToUnit(opacity);
+    m_ready.cutoff = std::max(0.f, opacityCutoff.Get());
+    if (m_ready.cutoff > 0) {
+        m_ready.cutoff = m_ready.opacity > 0 ? m_ready.cutoff / m_ready.opacity : 2;
+        m_ready.opacity = opacityMap || m_ready.cutoff <= 1 ? 1 : 0;
+    }
+}
+
+void StandardMtl::TellNeeds(ShadeNeeds* needs) const {
+    needs->Add(diffuseMap.Get(), MapUse::kColor);
+    needs->Add(opacityMap.Get(), MapUse::kMask, m_ready.cutoff);
+    needs->vertexColors |= vertexColors;
+    needs->canCut |= m_ready.opacity < 1 || opacityMap;
+}
+
+float StandardMtl::Opacity(const ShadeContext& sc) const {
+    if (!opacityMap) return m_ready.opacity;
+    return m_ready.opacity * sc.Mask(*opacityMap.Get(), m_ready.cutoff);
+}
+
+Color StandardMtl::DiffuseAt(const ShadeContext& sc) const {
+    Color color =
+        diffuseMap ? sc.LinearColor(*diffuseMap.Get()) * m_ready.mapFactor : m_ready.diffuse;
+    return vertexColors ? color * sc.VertexColor() : color;
+}
+
+void StandardMtl::Shade(const ShadeContext& sc, SurfaceLook* look) const {
+    look->diffuse = DiffuseAt(sc);
+    look->translucency = ToUnit(translucency);
+    look->reflectivity = ToUnit(reflectivity);
+    look->ripple = std::max(0.f, ripple.Get());
 }
 
 // Multi.
+
+float MultiMtl::Opacity(const ShadeContext& sc) const {
+    const Mtl* shown = MtlOfFace(this, sc.MaterialId());
+    return shown ? shown->Opacity(sc) : 1;
+}
+
+void MultiMtl::Shade(const ShadeContext& sc, SurfaceLook* look) const {
+    if (const Mtl* shown = MtlOfFace(this, sc.MaterialId())) shown->Shade(sc, look);
+}
 
 void MultiMtl::Append(std::shared_ptr<Mtl> sub) {
     subs.push_back(std::make_unique<Reference<Mtl>>(this));

@@ -7,13 +7,34 @@
 
 #include "host/scene/texmap.h"
 
+class StandardMtl;
+
+// A material is asked by renderers, hit by hit: brought to a time with Update, it answers Opacity
+// and Shade on any number of threads.
 class Mtl : public ReferenceTarget {
 public:
     Property<std::string> name{this};
 
-    // Sub-materials of a multi-material; 0 for a plain one.
+    // Sub-materials; 0 for a plain one.
     virtual int NumSubMtls() const { return 0; }
     virtual Mtl* GetSubMtl(int i) const { return nullptr; }
+    // The sub-material that faces with an id show instead of this one (multi-materials), which may
+    // be null; `this` for all others.
+    virtual Mtl* MtlOfId(int matID) { return this; }
+
+    // Prepares the material and the maps that it asks, its sub-materials left aside, for time t.
+    // What could not be prepared (images that cannot be read) is told in `problems`.
+    virtual void Update(TimeValue t, std::vector<std::string>* problems) {}
+    // What it will ask a context for, its sub-materials left aside. Needs Update.
+    virtual void TellNeeds(ShadeNeeds* needs) const {}
+    // 0..1: how much of the light a place stops. Needs Update.
+    virtual float Opacity(const ShadeContext& sc) const { return 1; }
+    // What a place looks like. `look` holds the surface's normal and else its defaults. Needs
+    // Update.
+    virtual void Shade(const ShadeContext& sc, SurfaceLook* look) const {}
+    // The standard material that stands for it on faces of an id where only such are understood
+    // (model files); null: the host's default grey.
+    virtual const StandardMtl* AsStandard(int matID) const { return nullptr; }
 
     ClassInfo Class() const override { return {{}, SuperClass::kMaterial, "Mtl"}; }
 };
@@ -40,6 +61,12 @@ public:
     Reference<Texmap> diffuseMap{this};
     Reference<Texmap> opacityMap{this};
 
+    void Update(TimeValue t, std::vector<std::string>* problems) override;
+    void TellNeeds(ShadeNeeds* needs) const override;
+    float Opacity(const ShadeContext& sc) const override;
+    void Shade(const ShadeContext& sc, SurfaceLook* look) const override;
+    const StandardMtl* AsStandard(int) const override { return this; }
+
     static constexpr ClassInfo kClass{{0x3d1c0020, 0x52a7}, SuperClass::kMaterial, "Standard"};
     ClassInfo Class() const override { return kClass; }
     // The diffuse map, the opacity map.
@@ -50,6 +77,21 @@ public:
     ReferenceTarget* SubAnim(int i) const override { return GetReference(i).get(); }
     std::string SubAnimName(int i) const override { return i == 0 ? "Diffuse" : "Opacity"; }
     std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
+
+protected:
+    static void UpdateMap(Texmap* map, TimeValue t, std::vector<std::string>* problems);
+    // What all standard materials have, into a copy.
+    void CopyInto(const std::shared_ptr<StandardMtl>& copy, CloneMap& map) const;
+    // Colour of the diffuse at a place, vertex colours included.
+    Color DiffuseAt(const ShadeContext& sc) const;
+
+private:
+    // Worked out by Update: linear light, and the opacity that is left where a map with a cutoff
+    // decides.
+    struct {
+        Color diffuse, mapFactor;
+        float opacity = 1, cutoff = 0;
+    } m_ready;
 };
 
 // A list of materials; a face with material id m shows entry m modulo the number of entries. An
@@ -60,6 +102,12 @@ public:
 
     int NumSubMtls() const override { return int(subs.size()); }
     Mtl* GetSubMtl(int i) const override { return subs[size_t(i)]->Get(); }
+    Mtl* MtlOfId(int matID) override {
+        return subs.empty() ? nullptr : GetSubMtl(matID % NumSubMtls());
+    }
+    // Through the material of the face's id.
+    float Opacity(const ShadeContext& sc) const override;
+    void Shade(const ShadeContext& sc, SurfaceLook* look) const override;
     void Append(std::shared_ptr<Mtl> sub);
     // Changes an entry, which must exist; tells, and can be undone.
     void SetSubMtl(int i, std::shared_ptr<Mtl> sub);
@@ -75,9 +123,15 @@ public:
     std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 };
 
-// The most multi-materials that may stand inside each other.
+// The most materials with sub-materials that may stand inside each other.
 inline constexpr int kMaxMtlNesting = 64;
 
-// The plain material that a face with id `matID` shows under `mtl`, through nested multi-materials;
-// null for the default grey.
-const StandardMtl* MtlOfFace(const Mtl* mtl, int matID);
+// A material and all below it, each once.
+std::vector<Mtl*> WithSubMtls(Mtl& mtl);
+
+// The material that a face with id `matID` shows under `mtl`, through nested multi-materials; null
+// for the default grey.
+Mtl* MtlOfFace(Mtl* mtl, int matID);
+const Mtl* MtlOfFace(const Mtl* mtl, int matID);
+// The standard material that stands for it; null for the default grey.
+const StandardMtl* StandardMtlOfFace(const Mtl* mtl, int matID);

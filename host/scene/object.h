@@ -32,6 +32,8 @@ public:
     // The terrain that this object keeps as an image, object space; null for all others. Whoever
     // can do with it asks here first: the same surface takes twenty times the memory as a mesh.
     virtual std::shared_ptr<const HeightField> GetHeightField(TimeValue t) { return nullptr; }
+    // Memory that its geometry takes, roughly, in bytes.
+    virtual size_t GeometryBytes() const { return 0; }
     // Why a geometry object gives no mesh, with the remedy; empty where it does.
     virtual std::string MeshRefusal() const { return {}; }
 
@@ -102,6 +104,7 @@ public:
         return m_animation ? m_animation->MeshAt(t, nullptr) : m_mesh;
     }
     bool IsGeomObject() const override { return true; }
+    size_t GeometryBytes() const override { return m_mesh->BytesHeld(); }
     static constexpr ClassInfo kClass{{0x3d1c0010, 0x52a7}, SuperClass::kGeomObject, "Mesh"};
     ClassInfo Class() const override { return kClass; }
     // The copy shares the mesh, which nobody changes.

@@ -75,6 +75,10 @@ void Scene::SetView(const std::optional<ViewState>& view) {
     Announce(HostNotify::kViewChanged);
 }
 
+void Scene::SetRenderCamera(std::shared_ptr<INode> camera) {
+    SetAndRecord(m_renderCamera, std::move(camera));
+}
+
 void Scene::SetViewCamera(std::shared_ptr<INode> camera) {
     m_viewCamera = std::move(camera);
     Announce(HostNotify::kViewChanged);
@@ -168,7 +172,8 @@ void Scene::RecordPresence(INode& node, bool isIn) {
         }
         isIn = !isIn;
     };
-    RecordExchange(node, std::move(exchange));
+    const Object* object = node.GetObjectRef();
+    RecordExchange(node, std::move(exchange), !isIn && object ? object->GeometryBytes() : 0);
 }
 
 void Scene::PutIn(INode& node, INode& parent, size_t place) {

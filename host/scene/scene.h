@@ -57,8 +57,11 @@ public:
     Property<int> ticksPerFrame{this, 160};
     Property<TimeRange> timeRange{this};  // of animations
     Property<SceneRenderSettings> render{this};
-    Reference<INode> renderCamera{this};
     std::string path;  // file that the scene came from, empty for none
+
+    // The camera of pictures, null for none. Undoable.
+    INode* RenderCamera() const { return m_renderCamera.Get(); }
+    void SetRenderCamera(std::shared_ptr<INode> camera);
 
     // The active viewport: through a camera, else a view of its own.
     const std::optional<ViewState>& View() const { return m_view; }
@@ -126,6 +129,7 @@ private:
 
     TimeValue m_time = 0;
     std::optional<ViewState> m_view;
+    Reference<INode> m_renderCamera{this};
     Reference<INode> m_viewCamera{this};
     NodeHandle m_lastHandle = 0;
     std::shared_ptr<INode> m_root;

@@ -11,6 +11,7 @@
 #include "host/math/point.h"
 #include "host/params/clone_map.h"
 #include "host/params/property.h"
+#include "host/scene/shading.h"
 
 // Where a map is asked. The caller picks the mapping coordinates (of the map's channel, or a grid's
 // own), before tiling, rotation and offset; the map applies these itself.
@@ -52,6 +53,13 @@ public:
     virtual void EvalColors(std::span<const TexPoint> points, std::span<AColor> out) const {
         for (size_t i = 0; i < points.size(); ++i) out[i] = EvalColor(points[i]);
     }
+    // Colour with alpha at a hit. Maps that look at more than a place of a texture (the item that
+    // was hit) answer here; the others are asked at the coordinates of their channel.
+    virtual AColor Eval(const ShadeContext& sc) const {
+        return EvalColor({sc.Uvw(channel), sc.ObjectPosition()});
+    }
+    // What Eval will ask a context for, beside the map itself.
+    virtual void TellNeeds(ShadeNeeds* needs) const {}
     // File of the image behind this map, empty when there is none (exporters keep it as a texture).
     virtual std::string ImageFile() const { return {}; }
 

@@ -46,7 +46,7 @@ public:
     size_t NumPrototypes() const override { return 1; }
     std::string PrototypeName(size_t) const override { return "cube"; }
     const Mesh* PrototypeMesh(size_t) const override { return &m_cube; }
-    const Mtl* PrototypeMtl(size_t) const override { return nullptr; }
+    Mtl* PrototypeMtl(size_t) const override { return nullptr; }
     size_t NumInstances() const override { return Items().Count(); }
     void GetInstances(size_t first, std::span<InstanceRecord> out) const override {
         TDravinItem item;

@@ -22,7 +22,7 @@ public:
     size_t NumPrototypes() const override { return 1; }
     std::string PrototypeName(size_t) const override { return "tree"; }
     const Mesh* PrototypeMesh(size_t) const override { return &m_tree; }
-    const Mtl* PrototypeMtl(size_t) const override { return nullptr; }
+    Mtl* PrototypeMtl(size_t) const override { return nullptr; }
     size_t NumInstances() const override { return m_side * m_side; }
     void GetInstances(size_t first, std::span<InstanceRecord> out) const override {
         for (size_t i = 0; i < out.size(); ++i) {

@@ -79,6 +79,10 @@ TEST_F(BoundaryCheckBuild, InstancesLackTheHiddenParts) {
     EXPECT_NEAR(boxOf(9, 0).max.x, 8, 1e-4);
     EXPECT_NEAR(boxOf(0, 0).Width().x, 4, 1e-4);
     EXPECT_NEAR(boxOf(0, -9).Width().x, 4, 1e-4);  // across a border with all its parts inside
+    EXPECT_EQ(source->GetDetails(ItemAt(-9, 0)).hiddenElements.size(), 2u);
+    EXPECT_NE(source->GetDetails(ItemAt(-9, 0)).hiddenElements,
+              source->GetDetails(ItemAt(9, 0)).hiddenElements);
+    EXPECT_TRUE(source->GetDetails(ItemAt(0, 0)).hiddenElements.empty());
     // The whole source, and one without each of its parts.
     EXPECT_EQ(source->NumPrototypes(), 3u);
     for (const InstanceRecord& record : records) {

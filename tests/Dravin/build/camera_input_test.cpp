@@ -132,7 +132,7 @@ TEST_F(CameraInput, AViewStandsInWithoutClippingOrFalloffs) {
 TEST_F(CameraInput, AutomaticCamerasFollowTheRenderCamera) {
     CheckAutoCamera(*object, scene);
     EXPECT_FALSE(object->Block(kCamParams).GetNode(kCamera));
-    scene.renderCamera = cameraNode;
+    scene.SetRenderCamera(cameraNode);
     CheckAutoCamera(*object, scene);
     EXPECT_FALSE(object->Block(kCamParams).GetNode(kCamera));  // not asked for
     Set(kCamauto, true);
@@ -155,7 +155,7 @@ TEST_F(CameraInput, WithoutARenderCameraThatOfTheViewIsTaken) {
     ASSERT_EQ(log.size(), 1u);
     EXPECT_EQ(log[0], "CheckAutoCamera. Assigned camera from view: 'cam'");
     auto other = Add("other", std::make_shared<CameraObject>(), {});
-    scene.renderCamera = other;
+    scene.SetRenderCamera(other);
     CheckAutoCamera(*object, scene);
     EXPECT_EQ(object->Block(kCamParams).GetNode(kCamera), other.get());
 }
@@ -169,7 +169,7 @@ TEST_F(CameraInput, AViewThroughACameraShowsWhatItSees) {
 }
 
 TEST_F(CameraInput, WithoutAFeatureTheCameraStaysAsItIs) {
-    scene.renderCamera = cameraNode;
+    scene.SetRenderCamera(cameraNode);
     Set(kCamauto, true);
     Set(kCamlod, false);
     CheckAutoCamera(*object, scene);
@@ -180,7 +180,7 @@ TEST_F(CameraInput, WithoutAFeatureTheCameraStaysAsItIs) {
 }
 
 TEST_F(CameraInput, ARenderAssignsItBeforeItsBuild) {
-    scene.renderCamera = cameraNode;
+    scene.SetRenderCamera(cameraNode);
     Set(kCamauto, true);
     TBuildFlags flags;
     object->Build().BuildMesh(0, flags);

@@ -242,6 +242,67 @@ TEST_F(DravinBuild, GroupsMakeOneItemAMember) {
     EXPECT_FLOAT_EQ(second.position.x - first.position.x, 0.5f);
 }
 
+TEST_F(DravinBuild, ACancelledBuildLeavesNoItemsAndIsMadeAgain) {
+    // Cells enough for several pieces; the first that is handed out ends the rest.
+    for (ParamID id : {distParams::kUnitsX, distParams::kUnitsY}) Set(kDistParams, id, 1.0f);
+    TBuildFlags flags;
+    flags.render = flags.noMesh = true;
+    TItemConsumer consumer = [&](const TDravinItemList&) -> std::function<void()> {
+        object->Build().Cancel();
+        return [] {};
+    };
+    object->Build().BuildMesh(0, flags, &consumer);
+    EXPECT_EQ(object->Build().Status(), TBuildStatus::kCancelled);
+    EXPECT_TRUE(object->Build().Items().IsEmpty());
+    EXPECT_TRUE(object->Build().Validity().IsEmpty());
+    EXPECT_EQ(object->Build().PanelLines()[0], "Cancelled");
+    EXPECT_EQ(Run().Status(), TBuildStatus::kSuccess);
+    EXPECT_GT(object->Build().Statistics().itemCount, 1000);
+}
+
+namespace {
+
+// A box that is 3 units high at tick 0 and grows by one a frame.
+class GrowingBox : public IMeshAnimation {
+public:
+    std::shared_ptr<const Mesh> MeshAt(TimeValue t, Interval* valid) override {
+        if (valid) *valid &= Interval(t);
+        return std::make_shared<Mesh>(MakeBox(2, 1, 3 + float(t) / 160, 1));
+    }
+};
+
+}  // namespace
+
+TEST_F(DravinBuild, ItemsThatShowASourceAtDifferentTimesHaveTheirOwnPrototypes) {
+    auto growing = std::make_shared<TriObject>(std::make_shared<Mesh>(MakeBox(2, 1, 3, 1)));
+    growing->SetAnimation(std::make_shared<GrowingBox>());
+    box->SetObjectRef(growing);
+    Set(kAnimParams, animParams::kAnimation, 2);  // random samples
+    Set(kAnimParams, animParams::kAnimsamples, 3);
+    Set(kAnimParams, animParams::kAnimsoffset, 320);
+    const TDravinBuild& build = Run();
+    std::unique_ptr<IInstanceSource> instances = build.MakeInstanceSource();
+    ASSERT_EQ(instances->NumPrototypes(), 3u);
+    std::vector<InstanceRecord> records(instances->NumInstances());
+    instances->GetInstances(0, records);
+    std::array<int, 3> shown{};
+    for (size_t i = 0; i < records.size(); ++i) {
+        TDravinItem item = build.Items().Item(i);
+        ++shown[size_t(item.animationOffset)];
+        InstanceDetails details = instances->GetDetails(i);
+        EXPECT_EQ(details.frame, item.animationOffset * 320);
+        EXPECT_EQ(details.seed, item.seed);
+        EXPECT_EQ(details.randoms[2], item.random3);
+        EXPECT_TRUE(details.hiddenElements.empty());
+        // The item keeps the height of the first sample; what grows stands out above it.
+        Box3 real = instances->PrototypeMesh(records[i].prototype)->BoundingBox();
+        EXPECT_EQ(real.max.z, 3 + 2 * float(item.animationOffset));
+        Box3 first = records[i].transform.BoxTransform({{-1, -0.5f, 0}, {1, 0.5f, 3}});
+        EXPECT_NEAR(first.Width().z, item.height, 1e-4f);
+    }
+    for (int count : shown) EXPECT_GT(count, 50);
+}
+
 TEST_F(DravinBuild, InstancesStandWhereTheItemsAre) {
     node->SetLocalTM(Matrix3::Translation({100, 0, 0}));
     box->SetObjectOffset({{0, 0, 0}, {0, 0, 90}, {2, 1, 1}});

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "Dravin/dravin_classes.h"
 #include "host/scene/host_context.h"
 #include "host/scene/scene.h"
 #include "tests/host/io/scene_testing.h"
@@ -13,7 +14,7 @@ namespace {
 // A square of 10 with a bump of 1 in its lower edge, under a leaf modifier from a description.
 class Leaf : public testing::Test {
 protected:
-    Leaf() { RegisterDravinModifiers(m_session.classes); }
+    Leaf() { RegisterDravinClasses(m_session.classes); }
 
     void Read(const std::string& keys = {}) {
         SceneReadResult read = ParseNodes(

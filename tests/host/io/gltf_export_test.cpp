@@ -3,15 +3,18 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <filesystem>
 #include <set>
 
 #include <gtest/gtest.h>
 
 #include "host/geom/mesh_tools.h"
 #include "host/geom/primitives.h"
+#include "host/io/bitmap.h"
 #include "host/io/gltf_mesh.h"
 #include "host/io/gltf_placement.h"
 #include "host/io/mesh_import.h"
+#include "host/scene/physical_material.h"
 #include "tests/host/io/gltf/sample_scene.h"
 #include "tests/temp_folder.h"
 
@@ -204,6 +207,90 @@ TEST(GltfExport, MaterialsComeBack) {
     EXPECT_EQ(checker->diffuseMap->EvalColor(left).r, 0);
     EXPECT_EQ(checker->diffuseMap->EvalColor(right).r, 1);
     EXPECT_EQ(static_cast<StandardMtl*>(multi->GetSubMtl(5))->opacity, 0.5f);
+}
+
+namespace {
+
+// One instance of a plane.
+class PlaneSource : public IInstanceSource {
+public:
+    explicit PlaneSource(std::shared_ptr<Mtl> mtl) : m_mtl(std::move(mtl)) {}
+    std::string SourceName() const override { return "plane"; }
+    size_t NumPrototypes() const override { return 1; }
+    std::string PrototypeName(size_t) const override { return "plane"; }
+    const Mesh* PrototypeMesh(size_t) const override { return &m_plane; }
+    Mtl* PrototypeMtl(size_t) const override { return m_mtl.get(); }
+    size_t NumInstances() const override { return 1; }
+    void GetInstances(size_t, std::span<InstanceRecord> out) const override { out[0] = {}; }
+
+private:
+    Mesh m_plane = MakePlane(2, 2);
+    std::shared_ptr<Mtl> m_mtl;
+};
+
+}  // namespace
+
+TEST(GltfExport, PhysicalMaterialsComeBack) {
+    TempFolder folder;
+    std::string error;
+    auto image = [&](const char* name, std::vector<uint8_t> pixel) {
+        std::string file = folder.File(name);
+        EXPECT_TRUE(WriteBitmap(file, Bitmap(1, 1, 3, std::move(pixel)), &error)) << error;
+        return MakeBitmapTex(file);
+    };
+    auto mtl = std::make_shared<PhysicalMtl>();
+    mtl->diffuse = {1, 0.5f, 0.25f};
+    mtl->metallic = 0.5f, mtl->roughness = 0.25f, mtl->normalScale = 2;
+    mtl->metallicRoughnessMap = image("data.png", {0, 51, 255});
+    mtl->normalMap = image("normal.png", {128, 255, 128});
+    mtl->normalMap->tiling = {4, 4};
+    mtl->emission = {1, 0, 0.5f}, mtl->emissionStrength = 3;
+    mtl->emissionMap = image("glow.png", {255, 0, 0});
+    PlaneSource source(mtl);
+    const IInstanceSource* sources[] = {&source};
+    for (const char* name : {"a.glb", "a.gltf"}) {
+        ASSERT_TRUE(ExportGltf(folder.File(name), sources, {}, {true, 1, false}, &error)) << error;
+        ImportedModel model;
+        ASSERT_TRUE(ImportModel(folder.File(name), &model, &error)) << error;
+        auto* back = dynamic_cast<PhysicalMtl*>(model.objects.at(0).material.get());
+        ASSERT_TRUE(back) << name;
+        EXPECT_NEAR(back->diffuse->g, 0.5f, 1e-5f);
+        EXPECT_EQ(back->metallic, 0.5f);
+        EXPECT_EQ(back->roughness, 0.25f);
+        EXPECT_EQ(back->normalScale, 2);
+        EXPECT_EQ(back->normalMap->tiling, (Point2{4, 4}));
+        EXPECT_NEAR(back->emission->b, 0.5f, 1e-5f);
+        EXPECT_EQ(back->emissionStrength, 3);
+        for (Texmap* map :
+             {back->metallicRoughnessMap.Get(), back->normalMap.Get(), back->emissionMap.Get()})
+            ASSERT_TRUE(map && map->Update(0, &error)) << name << error;
+        TexPoint p{{0.5f, 0.5f, 0}, {}};
+        EXPECT_NEAR(back->metallicRoughnessMap->EvalColor(p).g, 0.2f, 1e-5f);
+        EXPECT_EQ(back->normalMap->EvalColor(p).g, 1);
+        EXPECT_EQ(back->emissionMap->EvalColor(p).g, 0);
+    }
+}
+
+TEST(GltfExport, TellsHowFarItIsAndEndsOnDemand) {
+    TempFolder folder, textures;
+    SampleSource source(textures.File(""), 40000);
+    const IInstanceSource* sources[] = {&source};
+    std::string error;
+    std::vector<float> heard;
+    GltfOptions options;
+    options.progress = [&](float share) { return heard.push_back(share), true; };
+    ASSERT_TRUE(ExportGltf(folder.File("a.glb"), sources, {}, options, &error)) << error;
+    EXPECT_GE(heard.size(), 4u);
+    EXPECT_TRUE(std::is_sorted(heard.begin(), heard.end()));
+    EXPECT_GT(heard.back(), 0.5f);
+    EXPECT_LT(heard.back(), 1);
+    for (size_t last = 0; last < heard.size(); ++last) {
+        size_t calls = 0;
+        options.progress = [&](float) { return calls++ < last; };
+        EXPECT_FALSE(ExportGltf(folder.File("b.gltf"), sources, {}, options, &error));
+        EXPECT_EQ(error, folder.File("b.gltf") + ": cannot export: cancelled");
+    }
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.File("")), {}), 1);
 }
 
 TEST(GltfExport, FailuresLeaveNothingBehind) {

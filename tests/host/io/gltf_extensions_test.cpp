@@ -5,6 +5,7 @@
 
 #include "host/io/bitmap.h"
 #include "host/math/display_color.h"
+#include "host/scene/physical_material.h"
 #include "tests/host/io/gltf_builder.h"
 #include "tests/host/io/import_testing.h"
 
@@ -145,7 +146,7 @@ TEST(GltfMaterials, FactorsAreLinearAndMultiplyTheTexture) {
     TempFolder folder;
     ImportedModel model =
         ImportMaterial(folder, R"({"pbrMetallicRoughness":{"baseColorFactor":[1,0.5,0,1],
-                "baseColorTexture":{"index":0}},"normalTexture":{"index":0}})");
+                "baseColorTexture":{"index":0}},"occlusionTexture":{"index":0}})");
     const StandardMtl& material = Material(model);
     ASSERT_TRUE(material.diffuseMap);
     EXPECT_EQ(material.mapFactor->r, 1);
@@ -153,9 +154,50 @@ TEST(GltfMaterials, FactorsAreLinearAndMultiplyTheTexture) {
     EXPECT_EQ(material.mapFactor->b, 0);
     EXPECT_FALSE(material.opacityMap);
     ASSERT_EQ(model.warnings.size(), 1u);
-    EXPECT_THAT(model.warnings[0], HasSubstr("left out: 1 normal map"));
+    EXPECT_THAT(model.warnings[0], HasSubstr("left out: 1 occlusion map"));
     ASSERT_EQ(model.materials.size(), 1u);
     EXPECT_EQ(model.materials[0].textures.at(0).file, "t.png");
+}
+
+TEST(GltfMaterials, MetalGlossNormalsAndGlowMakeAPhysicalMaterial) {
+    TempFolder folder;
+    ImportedModel model = ImportMaterial(folder, R"({"pbrMetallicRoughness":{
+        "metallicFactor":0.25,"roughnessFactor":0.5,
+        "metallicRoughnessTexture":{"index":0,"texCoord":1}},
+        "normalTexture":{"index":0,"scale":2},"emissiveFactor":[1,0,0.5],
+        "emissiveTexture":{"index":0},
+        "extensions":{"KHR_materials_emissive_strength":{"emissiveStrength":4}}})");
+    auto* material = dynamic_cast<const PhysicalMtl*>(&Material(model));
+    ASSERT_TRUE(material);
+    EXPECT_EQ(material->metallic, 0.25f);
+    EXPECT_EQ(material->roughness, 0.5f);
+    ASSERT_TRUE(material->metallicRoughnessMap && material->normalMap && material->emissionMap);
+    EXPECT_EQ(material->metallicRoughnessMap->channel, 2);
+    EXPECT_EQ(material->normalScale, 2);
+    EXPECT_EQ(material->emission->r, 1);
+    EXPECT_NEAR(material->emission->b, 0.735357f, 1e-5f);  // 1.055 * 0.5^(1/2.4) - 0.055
+    EXPECT_EQ(material->emissionStrength, 4);
+    std::vector<std::string> slots;
+    for (const auto& texture : model.materials.at(0).textures) slots.push_back(texture.slot);
+    EXPECT_THAT(slots, testing::ElementsAre("metallic_roughness", "normal", "emission"));
+    EXPECT_TRUE(model.warnings.empty());
+}
+
+TEST(GltfMaterials, WhatSaysNothingOfMetalIsMatt) {
+    for (const char* text :
+         {R"({"pbrMetallicRoughness":{"baseColorFactor":[1,1,1,1]}})", R"({"name":"x"})",
+          R"({"pbrMetallicRoughness":{"metallicFactor":0,"roughnessFactor":1}})"}) {
+        TempFolder folder;
+        ImportedModel model = ImportMaterial(folder, text);
+        EXPECT_FALSE(dynamic_cast<const PhysicalMtl*>(&Material(model))) << text;
+    }
+    TempFolder folder;
+    ImportedModel model =
+        ImportMaterial(folder, R"({"pbrMetallicRoughness":{"roughnessFactor":0.3}})");
+    auto* glossy = dynamic_cast<const PhysicalMtl*>(&Material(model));
+    ASSERT_TRUE(glossy);
+    EXPECT_EQ(glossy->metallic, 0);
+    EXPECT_EQ(glossy->roughness, 0.3f);
 }
 
 TEST(GltfMaterials, MasksHaveACutoff) {

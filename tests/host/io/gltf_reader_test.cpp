@@ -85,7 +85,7 @@ TEST(GltfReader, PrimitivesBecomeMaterialIds) {
     EXPECT_EQ(mesh.verts.size(), 3u);                     // both primitives use the same places
     EXPECT_EQ(mesh.Map(1)->verts[0], (Point3{0, 1, 0}));  // v counts from the bottom
 
-    const StandardMtl* leaf = MtlOfFace(model.objects[0].material.get(), 0);
+    const StandardMtl* leaf = StandardMtlOfFace(model.objects[0].material.get(), 0);
     EXPECT_TRUE(leaf->twoSided);
     EXPECT_EQ(leaf->opacity, 0.25f);
     ASSERT_TRUE(leaf->diffuseMap && leaf->opacityMap);

@@ -90,7 +90,8 @@ TEST(JoinObjects, MaterialsAreNumberedAnew) {
     // Face 2 has id 0, blue; face 3 has id 3, which is entry 3 mod 2: red.
     const StandardMtl* expected[] = {red.get(), red.get(), blue.get(), red.get()};
     for (size_t f = 0; f < 4; ++f)
-        EXPECT_EQ(MtlOfFace(joined.material.get(), joined.mesh->faces[f].matID), expected[f]);
+        EXPECT_EQ(StandardMtlOfFace(joined.material.get(), joined.mesh->faces[f].matID),
+                  expected[f]);
 }
 
 TEST(ImportHelper, ReadsOtherFormats) {

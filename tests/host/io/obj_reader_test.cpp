@@ -82,8 +82,8 @@ TEST(ObjReader, MaterialsBecomeFaceIds) {
     EXPECT_EQ(red->diffuseMap->offset, (Point2{0.5f, 0}));
     EXPECT_TRUE(red->diffuseMap->Update(0, &error)) << error;
     ASSERT_EQ(model.objects[1].material->NumSubMtls(), 2);
-    EXPECT_EQ(MtlOfFace(model.objects[1].material.get(), 0)->opacity, 0.75f);
-    EXPECT_EQ(MtlOfFace(model.objects[1].material.get(), 1), red);
+    EXPECT_EQ(StandardMtlOfFace(model.objects[1].material.get(), 0)->opacity, 0.75f);
+    EXPECT_EQ(StandardMtlOfFace(model.objects[1].material.get(), 1), red);
     ASSERT_EQ(model.warnings.size(), 2u);
     EXPECT_NE(model.warnings[0].find("C:\\art\\my leaf.png is taken from"), std::string::npos);
     EXPECT_NE(model.warnings[1].find("none.png"), std::string::npos);
@@ -120,9 +120,9 @@ TEST(ObjReader, WhatNobodyWouldSeeIsMendedWithAWarning) {
                                     "mtllib a.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\nusemtl red\nf 1 2 3\n"
                                     "usemtl blue\nf 1 2 3\nusemtl black\nf 1 2 3\n");
     auto* materials = model.objects.at(0).material.get();
-    EXPECT_EQ(MtlOfFace(materials, 0)->opacity, 1);
-    EXPECT_EQ(MtlOfFace(materials, 1)->diffuse, (Color{1, 1, 1}));
-    EXPECT_EQ(MtlOfFace(materials, 2)->diffuse, (Color{0, 0, 0}));
+    EXPECT_EQ(StandardMtlOfFace(materials, 0)->opacity, 1);
+    EXPECT_EQ(StandardMtlOfFace(materials, 1)->diffuse, (Color{1, 1, 1}));
+    EXPECT_EQ(StandardMtlOfFace(materials, 2)->diffuse, (Color{0, 0, 0}));
     ASSERT_EQ(model.warnings.size(), 2u);
     EXPECT_NE(model.warnings[0].find("\"red\" has no opacity at all"), std::string::npos);
     EXPECT_NE(model.warnings[1].find("\"blue\" has a texture under the colour black"),

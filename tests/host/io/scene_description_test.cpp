@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "host/scene/host_context.h"
+#include "host/scene/physical_material.h"
 #include "host/scene/texmaps.h"
 #include "tests/comma_locale.h"
 #include "tests/host/io/scene_testing.h"
@@ -61,7 +62,7 @@ TEST(SceneDescription, ReadsEverythingThatTheHostKnows) {
     Scene& scene = *result.scene;
     EXPECT_EQ(scene.unitScale, 0.01);
     EXPECT_EQ(scene.GetTime(), 320);
-    EXPECT_EQ(scene.renderCamera.Get(), scene.FindNode("cam"));
+    EXPECT_EQ(scene.RenderCamera(), scene.FindNode("cam"));
     EXPECT_EQ(scene.View()->transform.GetTrans(), (Point3{0, 0, 50}));
     EXPECT_EQ(scene.Texmaps().at("uv")->tiling, (Point2{2, 3}));
     EXPECT_EQ(scene.FindNode("house")->id, 42);
@@ -360,6 +361,34 @@ TEST(SceneDescription, MaterialsKeepCutoffFactorAndVertexColours) {
     EXPECT_EQ(m.mapFactor, (Color{1, 0.5f, 0}));
     EXPECT_TRUE(m.vertexColors);
     EXPECT_EQ(again.scene->Texmaps().at("t")->RotationDegrees(), 30);
+}
+
+TEST(SceneDescription, PhysicalMaterialsComeBack) {
+    SceneReadResult result = ParseScene(
+        R"({"dravin_scene": 1, "texmaps": {"t": {"type": "uvw"}, "n": {"type": "uvw"}},
+            "materials": {"m": {"type": "physical", "diffuse": [1, 0.5, 0], "two_sided": true,
+            "metallic": 1, "roughness": 0.25, "metallic_roughness_map": "t", "normal_map": "n",
+            "normal_scale": 0.5, "emission": [0, 0, 1], "emission_strength": 2,
+            "emission_map": "t", "opacity_cutoff": 0.5}}})");
+    ASSERT_TRUE(result) << result.error;
+    SceneReadResult again = ParseScene(WriteSceneDescription(*result.scene, ".", HostFormats()));
+    ASSERT_TRUE(again) << again.error;
+    auto& m = dynamic_cast<PhysicalMtl&>(*again.scene->Materials().at("m"));
+    EXPECT_EQ(m.diffuse, (Color{1, 0.5f, 0}));
+    EXPECT_TRUE(m.twoSided);
+    EXPECT_EQ(m.metallic, 1);
+    EXPECT_EQ(m.roughness, 0.25f);
+    EXPECT_EQ(m.metallicRoughnessMap.Get(), again.scene->Texmaps().at("t").get());
+    EXPECT_EQ(m.normalMap.Get(), again.scene->Texmaps().at("n").get());
+    EXPECT_EQ(m.normalScale, 0.5f);
+    EXPECT_EQ(m.emission, (Color{0, 0, 1}));
+    EXPECT_EQ(m.emissionStrength, 2);
+    EXPECT_EQ(m.emissionMap.Get(), again.scene->Texmaps().at("t").get());
+    EXPECT_EQ(m.opacityCutoff, 0.5f);
+    SceneReadResult wrong =
+        ParseScene(R"({"dravin_scene": 1, "materials": {"m": {"type": "physical", "ripple": 1}}})");
+    EXPECT_FALSE(wrong);
+    EXPECT_THAT(wrong.error, HasSubstr("/materials/m"));
 }
 
 TEST(SceneDescription, SavingToAPlaceThatCannotBeWrittenFails) {

@@ -129,8 +129,9 @@ TEST_F(Modifiers, UnknownOnesAreNamedWithTheNearest) {
                 HasSubstr("/nodes/0/modifiers/0/type: unknown modifier \"point_cach\", did you "
                           "mean \"point_cache\"?"));
     EXPECT_THAT(Error(R"([{"type": "lfit"}])"), HasSubstr("did you mean \"lift\"?"));
-    EXPECT_THAT(Error(R"([{"type": "lift", "siez": 3}])"),
-                HasSubstr("/nodes/0/modifiers/0/siez: unknown key \"siez\", did you mean \"size\"?"));
+    EXPECT_THAT(
+        Error(R"([{"type": "lift", "siez": 3}])"),
+        HasSubstr("/nodes/0/modifiers/0/siez: unknown key \"siez\", did you mean \"size\"?"));
     EXPECT_THAT(Error(R"([{"type": "lift"}, {"type": "lift", "count": {"keys": [[0, "x"]]}}])"),
                 HasSubstr("/nodes/0/modifiers/1/count/keys/0/1: expected a whole number"));
     EXPECT_THAT(Error(R"([{"type": "lift", "nodes": ["b"]}])"),

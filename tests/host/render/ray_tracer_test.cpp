@@ -312,7 +312,7 @@ TEST(RayTracer, ProgressRisesAndCancels) {
 namespace {
 
 // Mean colour of a plane over the whole picture, straight under the sun.
-Color ShowPlane(const Mesh& plane, const StandardMtl& material) {
+Color ShowPlane(const Mesh& plane, StandardMtl& material) {
     RenderScene scene = NoonScene();
     scene.nodes = {{&plane, &material, {}}};
     return Mean(Draw(scene, 4, 4));

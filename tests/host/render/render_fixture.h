@@ -24,7 +24,7 @@ public:
     size_t NumPrototypes() const override { return prototypes.size(); }
     std::string PrototypeName(size_t) const override { return "prototype"; }
     const Mesh* PrototypeMesh(size_t i) const override { return &prototypes[i]; }
-    const Mtl* PrototypeMtl(size_t) const override { return mtl.get(); }
+    Mtl* PrototypeMtl(size_t) const override { return mtl.get(); }
     size_t NumInstances() const override { return instances.size(); }
     void GetInstances(size_t first, std::span<InstanceRecord> out) const override {
         std::copy_n(instances.begin() + std::ptrdiff_t(first), out.size(), out.begin());

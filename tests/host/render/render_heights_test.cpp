@@ -52,6 +52,9 @@ float Average(const Picture& picture) {
     return sum / float(picture.pixels.size());
 }
 
+// As a ray one unit wide sees it.
+HitContext ContextOf(const TraceHit& hit) { return {hit, hit.Material(), 1, RayKind::kCamera}; }
+
 }  // namespace
 
 // Both work in single precision on coordinates of up to 100 units, which are 1e-5 apart. Corner
@@ -77,9 +80,11 @@ TEST(RenderHeights, HitsAreThoseOfTheTriangles) {
                 EXPECT_NEAR(a.distance, b.distance, 2e-4f);
                 EXPECT_NEAR(std::fabs(DotProd(a.faceNormal, b.faceNormal)), 1, 1e-4f);
                 EXPECT_NEAR(Length(a.Normal() - b.Normal()), 0, 3e-3f);
-                EXPECT_NEAR(Length(a.Position() - b.Position()), 0, 1e-3f);
-                EXPECT_NEAR(a.Uv().x, b.Uv().x, 1e-4f);
-                EXPECT_NEAR(a.Uv().y, b.Uv().y, 1e-4f);
+                HitContext one = ContextOf(a), other = ContextOf(b);
+                EXPECT_NEAR(Length(one.WorldPosition() - other.WorldPosition()), 0, 1e-3f);
+                EXPECT_NEAR(Length(one.ObjectPosition() - other.ObjectPosition()), 0, 1e-3f);
+                EXPECT_NEAR(Length(one.Uvw(1) - other.Uvw(1)), 0, 2e-4f);
+                EXPECT_EQ(one.Uvw(2), Point3());
             }
         }
     EXPECT_GT(hits, rays / 4);
@@ -95,8 +100,9 @@ TEST(RenderHeights, MappingDensityIsThatOfTheTriangles) {
     ray.direction = Normalize(kPlacements[1].VectorTransform({0, 0, -1}));
     TraceHit a, b;
     ASSERT_TRUE(heights.Intersect(ray, &a) && triangles.Intersect(ray, &b));
-    EXPECT_NEAR(a.UvDensity(), b.UvDensity(), 1e-5f * b.UvDensity());
-    EXPECT_GT(a.UvDensity(), 0);
+    float width = ContextOf(a).UvWidth(1);
+    EXPECT_NEAR(width, ContextOf(b).UvWidth(1), 1e-5f * width);
+    EXPECT_GT(width, 0);
 }
 
 TEST(RenderHeights, PicturesAreThoseOfTheTriangles) {

@@ -108,7 +108,7 @@ TEST(RenderTexture, WrapsAsTheMapSays) {
     map->filter = BitmapTex::Filter::kNearest;
     auto at = [&](BitmapTex::Wrap wrap, float u) {
         map->wrap = wrap;
-        return RenderTexture(*map, RenderTexture::Use::kMask).LookUpMask({u, 0.5f}, 0, {});
+        return RenderTexture(*map, MapUse::kMask).LookUpMask({u, 0.5f}, 0);
     };
     EXPECT_EQ(at(BitmapTex::Wrap::kTile, 1.25f), 0);
     EXPECT_EQ(at(BitmapTex::Wrap::kMirror, 1.25f), 1);
@@ -120,9 +120,9 @@ TEST(RenderTexture, WrapsAsTheMapSays) {
 TEST(RenderTexture, CoarseLevelsAverageLinearLight) {
     auto map = std::make_shared<BitmapTex>(BitmapLoader{});
     map->SetImage(std::make_shared<Bitmap>(2, 2, 1, std::vector<uint8_t>{0, 255, 255, 0}));
-    RenderTexture color(*map, RenderTexture::Use::kColor), mask(*map, RenderTexture::Use::kMask);
-    EXPECT_NEAR(color.LookUp({0.3f, 0.3f}, 10, {}).g, 0.5f, 0.005f);
-    EXPECT_NEAR(mask.LookUpMask({0.3f, 0.3f}, 10, {}), 0.5f, 0.005f);
+    RenderTexture color(*map, MapUse::kColor), mask(*map, MapUse::kMask);
+    EXPECT_NEAR(color.LookUp({0.3f, 0.3f}, 10).g, 0.5f, 0.005f);
+    EXPECT_NEAR(mask.LookUpMask({0.3f, 0.3f}, 10), 0.5f, 0.005f);
 }
 
 TEST(TraceScene, AnInstanceTakesOneCacheLineWhateverItsPrototype) {
@@ -162,11 +162,11 @@ TEST(RenderTexture, CutMasksAreSharpNearByAndAverageFarAway) {
     auto map = std::make_shared<BitmapTex>(BitmapLoader{});
     // Three of four columns reach the cutoff; their plain mean would be (0.6 * 3 + 0.2) / 4.
     map->SetImage(std::make_shared<Bitmap>(4, 1, 1, std::vector<uint8_t>{153, 153, 153, 51}));
-    RenderTexture mask(*map, RenderTexture::Use::kMask, 0.5f);
-    EXPECT_EQ(mask.LookUpMask({0.125f, 0.5f}, 0, {}), 1);
-    EXPECT_EQ(mask.LookUpMask({0.875f, 0.5f}, 0, {}), 0);
-    EXPECT_EQ(mask.LookUpMask({0.675f, 0.5f}, 0, {}), 1);  // 0.52 between the columns
-    EXPECT_NEAR(mask.LookUpMask({0.5f, 0.5f}, 10, {}), 0.75f, 0.01f);
+    RenderTexture mask(*map, MapUse::kMask, 0.5f);
+    EXPECT_EQ(mask.LookUpMask({0.125f, 0.5f}, 0), 1);
+    EXPECT_EQ(mask.LookUpMask({0.875f, 0.5f}, 0), 0);
+    EXPECT_EQ(mask.LookUpMask({0.675f, 0.5f}, 0), 1);  // 0.52 between the columns
+    EXPECT_NEAR(mask.LookUpMask({0.5f, 0.5f}, 10), 0.75f, 0.01f);
 }
 
 TEST(RenderTexture, AlphaAloneIsTheMaskOfAColourImage) {
@@ -176,7 +176,7 @@ TEST(RenderTexture, AlphaAloneIsTheMaskOfAColourImage) {
         std::make_shared<Bitmap>(2, 1, 4, std::vector<uint8_t>{0, 51, 0, 255, 0, 51, 0, 51}));
     map->filter = BitmapTex::Filter::kNearest;
     map->alphaOnly = true;
-    RenderTexture mask(*map, RenderTexture::Use::kMask);
-    EXPECT_EQ(mask.LookUpMask({0.25f, 0.5f}, 0, {}), 1);
-    EXPECT_NEAR(mask.LookUpMask({0.75f, 0.5f}, 0, {}), 0.2f, 1e-6f);
+    RenderTexture mask(*map, MapUse::kMask);
+    EXPECT_EQ(mask.LookUpMask({0.25f, 0.5f}, 0), 1);
+    EXPECT_NEAR(mask.LookUpMask({0.75f, 0.5f}, 0), 0.2f, 1e-6f);
 }

@@ -4,6 +4,7 @@
 
 #include "host/scene/derived_object.h"
 #include "host/scene/host_context.h"
+#include "host/scene/physical_material.h"
 #include "host/scene/scene.h"
 #include "host/scene/texmaps.h"
 #include "tests/host/scene/test_block.h"
@@ -162,4 +163,29 @@ TEST(Clone, MaterialsKeepTheirValuesAndMaps) {
     EXPECT_EQ(mapCopy->RotationDegrees(), 30);
     TexPoint p{{0.3f, 0.1f, 0}, {}};
     EXPECT_EQ(mapCopy->EvalColor(p).g, map->EvalColor(p).g);
+}
+
+TEST(Clone, PhysicalMaterialsKeepAllTheirMaps) {
+    auto mtl = std::make_shared<PhysicalMtl>();
+    mtl->diffuse = {1, 0, 0};
+    mtl->metallic = 0.5f;
+    mtl->roughness = 0.25f;
+    mtl->emission = {0, 1, 0};
+    mtl->emissionStrength = 2;
+    mtl->normalScale = 3;
+    for (int slot = 0; slot < mtl->NumRefs(); ++slot)
+        mtl->SetReference(slot, std::make_shared<CheckerTex>());
+    CloneMap copies;
+    auto copy = copies.CopyPart(mtl);
+    copies.Finish();
+    EXPECT_EQ(copy->diffuse, (Color{1, 0, 0}));
+    EXPECT_EQ(copy->metallic, 0.5f);
+    EXPECT_EQ(copy->roughness, 0.25f);
+    EXPECT_EQ(copy->emission, (Color{0, 1, 0}));
+    EXPECT_EQ(copy->emissionStrength, 2);
+    EXPECT_EQ(copy->normalScale, 3);
+    for (int slot = 0; slot < mtl->NumRefs(); ++slot) {
+        EXPECT_TRUE(mtl->GetReference(slot)) << slot;
+        EXPECT_EQ(copy->GetReference(slot), mtl->GetReference(slot)) << slot;
+    }
 }

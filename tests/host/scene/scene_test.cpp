@@ -174,20 +174,20 @@ TEST(Scene, UndoingADeletionBringsReferencesOfEveryKindBack) {
     auto particles = std::make_shared<ParticleObject>();
     scene.AddNode("particles", particles);
     particles->AddEvent(std::static_pointer_cast<INode>(node->shared_from_this()));
-    scene.renderCamera = std::static_pointer_cast<INode>(node->shared_from_this());
+    scene.SetRenderCamera(std::static_pointer_cast<INode>(node->shared_from_this()));
 
     DeleteInAStep(context, scene, node);
     EXPECT_EQ(camera->GetTargetNode(), nullptr);
-    EXPECT_EQ(scene.renderCamera.Get(), nullptr);
+    EXPECT_EQ(scene.RenderCamera(), nullptr);
     context.Undo().Undo();
     EXPECT_EQ(scene.FindNode("seen"), node);
     EXPECT_EQ(camera->GetTargetNode(), node);
     EXPECT_EQ(light->GetTargetNode(), node);
     EXPECT_EQ(particles->GetEvent(0), node);
-    EXPECT_EQ(scene.renderCamera.Get(), node);
+    EXPECT_EQ(scene.RenderCamera(), node);
     context.Undo().Redo();
     EXPECT_EQ(light->GetTargetNode(), nullptr);
-    EXPECT_EQ(scene.renderCamera.Get(), nullptr);
+    EXPECT_EQ(scene.RenderCamera(), nullptr);
 }
 
 TEST(Scene, UndoingTheEndOfAMaterialBringsItBack) {

@@ -17,7 +17,7 @@ public:
     size_t NumPrototypes() const override { return m_meshes.size(); }
     std::string PrototypeName(size_t p) const override { return "plant" + std::to_string(p); }
     const Mesh* PrototypeMesh(size_t p) const override { return &m_meshes[p]; }
-    const Mtl* PrototypeMtl(size_t p) const override { return m_materials[p].get(); }
+    Mtl* PrototypeMtl(size_t p) const override { return m_materials[p].get(); }
     size_t NumInstances() const override { return m_numInstances; }
     void GetInstances(size_t first, std::span<InstanceRecord> out) const override;
 

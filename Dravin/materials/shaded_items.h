@@ -1,0 +1,25 @@
+// How materials find the item behind a hit.
+//
+// Sources of instances that show items offer this interface; on surfaces of anything else there is
+// none, and the materials show what they show without items.
+#pragma once
+
+#include "Dravin/materials/tint.h"
+#include "host/scene/shading.h"
+
+class IShadedItems {
+public:
+    static constexpr uint32_t kInterface = 0x15a9d3e1;
+    virtual ~IShadedItems() = default;
+
+    // The item of an instance, and the values of the mesh element that holds a face of its
+    // prototype. Any thread.
+    virtual TShadedItem ItemOf(uint32_t instance) const = 0;
+    virtual TElementRandoms ElementOf(uint32_t instance, uint32_t face) const = 0;
+    // How the object tints, and how it blends tints in.
+    virtual const TTintSettings& ObjectTint() const = 0;
+    virtual int ObjectBlend() const = 0;
+
+    // Those behind a hit; null on any other surface.
+    static const IShadedItems* At(const ShadeContext& sc);
+};

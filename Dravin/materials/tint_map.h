@@ -1,0 +1,71 @@
+// The tint map: gives each scattered item, or each element of its mesh, a colour of its own.
+//
+// A colour or map is chosen from a list of up to ten by the item's random values and tinted as the
+// object says, or as this map says in its place. On surfaces that show no items it is its base map
+// or colour.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "Dravin/materials/shaded_items.h"
+#include "common/nurandom/nurandom.h"
+#include "host/params/param_block.h"
+#include "host/scene/texmap.h"
+
+namespace tintMapParams {
+#define PARAM(symbol, id, ...) symbol = id,
+enum : ParamID {
+#include "Dravin/materials/tint_map_params.inc"
+};
+#undef PARAM
+}  // namespace tintMapParams
+
+class DColor : public Texmap {
+public:
+    static constexpr int kNumEntries = 10;
+
+    DColor();
+    IParamBlock2& Block() const { return *m_block.Get(); }
+
+    bool Update(TimeValue t, std::string* error) override;
+    // The base map or colour: a place of a texture has no item.
+    AColor EvalColor(const TexPoint& p) const override;
+    AColor Eval(const ShadeContext& sc) const override;
+    float EvalMono(const ShadeContext& sc) const;
+    void TellNeeds(ShadeNeeds* needs) const override;
+
+    // Sub-maps 0 base, 1 tint, 2 to 11 the entries.
+    std::string SubTexmapName(int i) const;
+
+    static constexpr ClassInfo kClass{{0x3d1c0110, 0x52a7}, SuperClass::kTexmap, "DravinColor"};
+    ClassInfo Class() const override { return kClass; }
+    int NumRefs() const override { return 1; }
+    std::shared_ptr<ReferenceTarget> GetReference(int slot) const override {
+        return slot == 0 ? m_block.Share() : nullptr;
+    }
+    int NumSubs() const override { return 1; }
+    ReferenceTarget* SubAnim(int) const override { return m_block.Get(); }
+    std::string SubAnimName(int) const override { return "Parameters"; }
+    std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
+
+private:
+    struct Entry {
+        const Texmap* map;
+        Color color;
+    };
+    explicit DColor(std::shared_ptr<IParamBlock2> block);
+    void ReadEntries(TimeValue t);
+
+    Reference<IParamBlock2> m_block{this};
+    // Worked out by Update.
+    Texmap* m_base = nullptr;
+    Color m_baseColor;
+    bool m_byElement = false, m_overrides = false;
+    float m_variation = 0;
+    int m_blend = kTintColor;
+    TTintSettings m_tint;
+    std::vector<Entry> m_entries;
+    std::optional<TNuRandomTable> m_table;
+};

@@ -1,0 +1,72 @@
+#include "Dravin/materials/wrapper_material.h"
+
+#include "Dravin/materials/tint_params.h"
+#include "host/math/display_color.h"
+#include "host/params/clone_map.h"
+
+using namespace wrapperParams;
+
+namespace {
+
+constexpr TTintParams kTint{kTintmin,    kTintmax,    kTintmode, kTintmapmode,
+                            kTintcolor1, kTintcolor2, kTintmap};
+constexpr float kDefaultGrey = 0.5f;  // display; as renderers show what has no material
+
+const ParamBlockDesc2& WrapperBlock() {
+#define PARAM(symbol, id, name, type, ...) ParamDef(id, name, ParamType::k##type) __VA_ARGS__,
+    static const ParamBlockDesc2 block{0,
+                                       "params",
+                                       "Parameters",
+                                       0,
+                                       true,
+                                       {
+#include "Dravin/materials/wrapper_params.inc"
+                                       }};
+#undef PARAM
+    return block;
+}
+
+}  // namespace
+
+DMat::DMat() : DMat(IParamBlock2::Create(WrapperBlock(), this)) {}
+
+DMat::DMat(std::shared_ptr<IParamBlock2> block) { m_block = std::move(block); }
+
+std::shared_ptr<ReferenceTarget> DMat::Clone(CloneMap& map) const {
+    std::shared_ptr<IParamBlock2> block = m_block->CloneFor(nullptr, map);
+    auto copy = std::shared_ptr<DMat>(new DMat(block));
+    copy->name = name;
+    map.Add(*m_block.Get(), block);
+    return copy;
+}
+
+void DMat::Update(TimeValue t, std::vector<std::string>* problems) {
+    const IParamBlock2& block = Block();
+    m_base = block.GetMtl(kMaterial1, t);
+    m_overrides = block.GetBool(kOverride, t);
+    m_tint = ReadTint(block, kTint, t);
+    for (ParamID id : {kTintmap, kVshadowmap, kHshadowmap}) {
+        std::string problem;
+        Texmap* map = block.GetTexmap(id, t);
+        if (map && !map->Update(t, &problem) && problems) problems->push_back(std::move(problem));
+    }
+}
+
+void DMat::TellNeeds(ShadeNeeds* needs) const { needs->tintsInstances = true; }
+
+float DMat::Opacity(const ShadeContext& sc) const { return m_base ? m_base->Opacity(sc) : 1; }
+
+// The tint is blended into display colours, as it is chosen.
+void DMat::Shade(const ShadeContext& sc, SurfaceLook* look) const {
+    if (m_base) {
+        m_base->Shade(sc, look);
+    } else {
+        look->diffuse = DisplayToLinear(Color{kDefaultGrey, kDefaultGrey, kDefaultGrey});
+    }
+    const IShadedItems* items = IShadedItems::At(sc);
+    if (!items) return;
+    TTintRequest request{&items->ObjectTint(), m_overrides ? &m_tint : nullptr, 0,
+                         items->ObjectBlend()};
+    Color shown = LinearToDisplay(look->diffuse);
+    look->diffuse = DisplayToLinear(Tinted(shown, items->ItemOf(sc.Instance()), {}, request));
+}
