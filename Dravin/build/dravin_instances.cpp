@@ -101,9 +101,12 @@ uint32_t TDravinInstances::AddPrototype(const Row& row, size_t n, size_t frame) 
         sample = DravinGlobals().meshes.Get(node.source.get(), row.specimen->FrameFirst(int(frame)),
                                             m_build.Time());
     if (!sample->Source()) return kNone;
-    m_prototypes.push_back({std::move(name), AtRealSize(*sample, size.toReal), node.Material(),
+    m_prototypes.push_back({std::move(name),
+                            AtRealSize(*sample, size.toReal),
+                            node.Material(),
                             Matrix3::Scaling({1 / size.size.x, 1 / size.size.y, 1 / size.size.z}),
-                            std::move(sample)});
+                            std::move(sample),
+                            {}});
     return uint32_t(m_prototypes.size() - 1);
 }
 

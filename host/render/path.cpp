@@ -94,7 +94,9 @@ PathTracer::Surface PathTracer::Shade(const TraceRay& ray, const TraceHit& hit,
     HitContext context(hit, hit.Material(), ray.width + ray.spread * hit.distance, kind);
     context.Shade(&look);
     s.normal = look.normal;
-    s.albedo = look.diffuse;
+    // More than all light scatters nowhere, whatever colours were added up.
+    auto share = [](float f) { return std::clamp(f, 0.f, 1.f); };
+    s.albedo = {share(look.diffuse.r), share(look.diffuse.g), share(look.diffuse.b)};
     if (hit.instance && hit.instance->tint[3] && !hit.Material().tintsInstances) {
         const uint8_t* t = hit.instance->tint;
         Color tint = DisplayToLinear({float(t[0]) / 255, float(t[1]) / 255, float(t[2]) / 255});

@@ -28,7 +28,7 @@ protected:
         InstanceRecord record;
         source.GetInstances(i, {&record, 1});
         TraceRay ray;
-        ray.origin = record.transform.GetTrans() + Point3{0.31f, 0.17f, 60};
+        ray.origin = record.transform.GetTrans() + Point3{0.11f, 0.07f, 60};
         ray.direction = {0, 0, -1};
         TraceHit hit;
         EXPECT_TRUE(m_trace->Intersect(ray, &hit));
@@ -39,6 +39,9 @@ protected:
     }
     std::unique_ptr<IInstanceSource> Build(std::shared_ptr<Mtl> mtl) {
         m_trace.reset();
+        // Items that stand apart.
+        box->SetObjectRef(
+            std::make_shared<TriObject>(std::make_shared<Mesh>(MakeBox(0.6f, 0.5f, 3, 1))));
         box->SetMtl(std::move(mtl));
         TBuildFlags flags;
         flags.render = true;

@@ -273,7 +273,7 @@ TEST(GltfExport, PhysicalMaterialsComeBack) {
 
 TEST(GltfExport, TellsHowFarItIsAndEndsOnDemand) {
     TempFolder folder, textures;
-    SampleSource source(textures.File(""), 40000);
+    SampleSource source(textures.File(""), 200000);
     const IInstanceSource* sources[] = {&source};
     std::string error;
     std::vector<float> heard;

@@ -39,7 +39,7 @@ TEST(SceneGraphs, LongChainsOfMaterialsAreALimit) {
     SceneReadResult result = Read(MaterialChain(100000, 1));
     EXPECT_FALSE(result);
     EXPECT_EQ(result.errorClass, DescriptionErrorClass::kLimit);
-    EXPECT_THAT(result.error, HasSubstr("multi-materials stand inside each other, at most 64 may"));
+    EXPECT_THAT(result.error, HasSubstr("materials stand inside each other, at most 64 may"));
 }
 
 TEST(SceneGraphs, AsManyMaterialsAsMayStandInsideEachOther) {

@@ -158,7 +158,7 @@ TEST(Classes, AreFoundByNumberAndNameAndMade) {
     const ClassDesc* camera = session.classes.Find(SuperClass::kCamera, "camera");
     ASSERT_TRUE(camera);
     EXPECT_EQ(camera, session.classes.Find(CameraObject::kClass.id));
-    EXPECT_EQ(session.classes.OfSuperClass(SuperClass::kMaterial).size(), 2u);
+    EXPECT_EQ(session.classes.OfSuperClass(SuperClass::kMaterial).size(), 3u);
     for (SuperClass super : {SuperClass::kGeomObject, SuperClass::kTexmap, SuperClass::kMaterial,
                              SuperClass::kHelper, SuperClass::kNode})
         for (const ClassDesc* desc : session.classes.OfSuperClass(super)) {
