@@ -1,7 +1,7 @@
 // A block of parameter values described by a ParamBlockDesc2.
 //
-// Values are read at a time; animatable ones may hold keys, between which numbers, points and
-// colours run linearly. A list parameter has Count elements; new ones take the declared default.
+// Values are read at a time; animatable ones may hold keys in a track that says how they run in
+// between. A list parameter has Count elements; new ones take the declared default.
 // References to nodes, maps and materials are held in slots: when the target leaves the scene the
 // element becomes null and keeps its place. Every change is recorded when an undo hold is open, and
 // sent to the dependents with the parameter and the element.
