@@ -236,9 +236,9 @@ Color PathTracer::Radiance(TraceRay ray, SampleSequence& sequence) const {
                 continue;
             }
         }
-        light = light + throughput * s.emission;
         Sunlight sun = SunLight(s, width, sequence);
         Color direct = throughput * s.albedo * sun.matt + throughput * sun.glossy;
+        direct = direct + throughput * s.emission;
         if (!isDirect) {
             float brightest = std::max({direct.r, direct.g, direct.b});
             if (brightest > m_clamp) direct = direct * (m_clamp / brightest);
