@@ -47,17 +47,28 @@ private:
         return m_target.settings.consolidates ? uint16_t(id % m_shape.materials) : id;
     }
     void AddFaces() {
+        if (m_item.mirrored)
+            AddFaces<true>();
+        else
+            AddFaces<false>();
+    }
+    template <bool kIsTurned>
+    void AddFaces() {
         Face* faces = m_target.mesh.faces.data() + m_face;
-        for (size_t k = 0; k < m_source.faces.size(); ++k) {
-            Face face = m_source.faces[k];
-            for (uint32_t& v : face.v) v += m_vert;
-            face.matID = MaterialId(face.matID);
-            if (m_item.mirrored) {
+        const Face* source = m_source.faces.data();
+        const uint32_t vert = m_vert;
+        for (size_t k = 0, n = m_source.faces.size(); k < n; ++k) {
+            Face face = source[k];
+            for (uint32_t& v : face.v) v += vert;
+            if (kIsTurned) {
                 std::swap(face.v[0], face.v[1]);
                 face.flags = TurnedFlags(face.flags);
             }
             faces[k] = face;
         }
+        if (m_target.settings.consolidates && m_shape.hasIdsBeyond)
+            for (size_t k = 0; k < m_source.faces.size(); ++k)
+                faces[k].matID = MaterialId(faces[k].matID);
     }
     void AddMapFaces(size_t c) {
         MapChannel& channel = m_target.mesh.maps[c];
@@ -66,12 +77,11 @@ private:
         const MapChannel* map = m_source.Map(int(c));
         if (!map) return void(std::fill_n(faces, m_source.faces.size(), Triple{}));
         uint32_t offset = c == 0 ? m_shape.colorOffset : m_shape.mapOffset[c];
-        for (size_t k = 0; k < m_source.faces.size(); ++k) {
-            const Triple& t = map->faces[k];
-            Triple moved{t[0] + offset, t[1] + offset, t[2] + offset};
-            if (m_item.mirrored) std::swap(moved[0], moved[1]);
-            faces[k] = moved;
-        }
+        const Triple* source = map->faces.data();
+        for (size_t k = 0, n = m_source.faces.size(); k < n; ++k)
+            faces[k] = {source[k][0] + offset, source[k][1] + offset, source[k][2] + offset};
+        if (m_item.mirrored)
+            for (size_t k = 0; k < m_source.faces.size(); ++k) std::swap(faces[k][0], faces[k][1]);
     }
     // The parts of an item that stand beyond the border of its area.
     void HideElements() {

@@ -80,6 +80,9 @@ private:
             shape.own = std::make_shared<Mesh>(TransformedMesh(*shape.sample->Source(), toUnit));
         shape.mesh = shape.own ? shape.own.get() : &shape.sample->UnitMesh();
         shape.mapping = shape.mesh;
+        shape.hasIdsBeyond =
+            std::any_of(shape.mesh->faces.begin(), shape.mesh->faces.end(),
+                        [&](const Face& face) { return face.matID >= shape.materials; });
     }
 
     const TSpecBuildList& m_specimens;

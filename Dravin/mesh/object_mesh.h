@@ -63,6 +63,7 @@ struct TMeshShape {
     int materials = 1;              // that its faces' ids choose from
     std::shared_ptr<const TDravinMeshSample> sample;  // holds the mesh and its elements
     std::shared_ptr<const Mesh> own;                  // holds a mesh that no sample has
+    bool hasIdsBeyond = false;                        // ids of faces reach beyond the materials
     std::vector<uint32_t> mapOffset;                  // by channel, where channels are shared
     uint32_t colorOffset = 0;
 };
