@@ -93,7 +93,8 @@ void TDravinBuild::BuildAtOnce() {
     m_statistics = std::move(fresh);
     if (m_flags.selectedOnly) std::swap(m_items, m_lastItems);
     m_items.Clear();
-    if (m_flags.noMesh || m_flags.skipMesh) m_mesh.Clear();
+    // Otherwise the memory of the mesh before serves the next one.
+    if (m_flags.noMesh || m_flags.skipMesh || m_consumer) m_mesh.Clear();
     Log(LogKind::kNormal, fmt::format("Starting BuildMesh({})", m_time));
 
     if (m_flags.render) RememberView();
@@ -315,7 +316,7 @@ void TDravinBuild::FinishStatus() {
         m_statistics.itemCount = 0;
         m_panel.status = TBuildStatus::kNoVisibleItems;
     }
-    if (m_panel.status != TBuildStatus::kSuccess) m_items.Clear();
+    if (m_panel.status != TBuildStatus::kSuccess) m_items.Clear(), m_mesh.Clear();
     if (m_flags.render) m_panel.lastRenderStatus = m_panel.status;
 }
 

@@ -181,3 +181,10 @@ TEST_F(MeshBuild, SourcesWithoutFacesMakeAnEmptyMeshAndNoFailure) {
     EXPECT_FALSE(mesh.IsBuilt());
     EXPECT_TRUE(mesh.GetMesh().faces.empty());
 }
+
+TEST_F(MeshBuild, FailedBuildsLeaveNoMesh) {
+    EXPECT_TRUE(Built().IsBuilt());
+    Set(kDispParams, dispParams::kDisabled, true);
+    EXPECT_FALSE(Built().IsBuilt());
+    EXPECT_TRUE(Built().GetMesh().faces.empty());
+}
