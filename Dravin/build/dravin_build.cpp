@@ -27,7 +27,8 @@ int32_t MillisecondsSince(Clock::time_point start) {
     return int32_t(std::clamp<int64_t>(elapsed.count(), 1, std::numeric_limits<int32_t>::max()));
 }
 
-constexpr int kProxyMesh = 1;  // of vmesh and rmesh
+constexpr int kProxyMesh = 1;                  // of vmesh and rmesh
+constexpr uint64_t kFacesPerUnit = 1'000'000;  // of maxfaces
 
 // The right to build an object. Whoever finds it taken has none; it is given back on every way out.
 class BuildTurn {
@@ -92,6 +93,8 @@ void TDravinBuild::BuildAtOnce() {
     m_statistics = std::move(fresh);
     if (m_flags.selectedOnly) std::swap(m_items, m_lastItems);
     m_items.Clear();
+    // Otherwise the memory of the mesh before serves the next one.
+    if (m_flags.noMesh || m_flags.skipMesh || m_consumer) m_mesh.Clear();
     Log(LogKind::kNormal, fmt::format("Starting BuildMesh({})", m_time));
 
     if (m_flags.render) RememberView();
@@ -145,6 +148,7 @@ void TDravinBuild::NarrowToReferences() {
 // Gives everything back that the build held, which needs no memory; the text may need some.
 void TDravinBuild::BreakOff(TBuildStatus status, const char* why) {
     m_items = TDravinItemList(0u);
+    m_mesh.Clear();
     m_lastItems = TDravinItemList(0u);
     m_input.reset();
     m_specimens = {};
@@ -225,6 +229,62 @@ void TDravinBuild::Run(const TParameters& parameters) {
             "larger size of the map) need less, --no-limit tries all the same",
             double(m_input->memoryLimit) / 1e9);
     m_input->unselected = nullptr;  // that list is given back
+    bool wantsMesh = !m_flags.noMesh && !m_flags.skipMesh && !m_streamed;
+    if (m_panel.status == TBuildStatus::kSuccess && wantsMesh)
+        MakeMesh(MeshSettings(parameters, maker.Threads()));
+}
+
+TObjectMeshSettings TDravinBuild::MeshSettings(const TParameters& p, int threads) const {
+    bool render = m_flags.render;
+    int mode = render ? p.Int(dispParams::kRmesh) : p.Int(dispParams::kVmesh);
+    TObjectMeshSettings s;
+    s.render = render;
+    s.mode = TMeshMode(std::clamp(mode, 0, 3));
+    if (m_flags.fileMesh && mode != kProxyMesh) s.mode = TMeshMode::kFull;
+    s.acceptsInstances = !m_flags.fileMesh;
+    s.renderMode = p.Int(dispParams::kRendermode);
+    s.consolidates = p.Bool(geomParams::kConsmat);
+    s.distributes = p.Int(editionParams::kMode) == 0;
+    s.proxyShape = render ? p.Int(dispParams::kRtype) : p.Int(dispParams::kVtype);
+    s.adaptiveFaces = uint64_t(std::max(p.Int(dispParams::kAdaptfaces), 0));
+    int maxFaces = p.Int(dispParams::kMaxfaces);
+    if (maxFaces > 0 && !m_flags.noLimit) s.maxFaces = uint64_t(maxFaces) * kFacesPerUnit;
+    if (!m_flags.unprotected) s.maxBytes = FreeMemory();
+    s.hidesShadowPlanes = !render && p.Bool(shadowParams::kHsplanes);
+    s.horizontalOffset = p.Int(shadowParams::kHsoffset);
+    s.horizontalScale = p.Int(shadowParams::kHsscale);
+    s.scaleOnSlope = m_input->transforms.scaleOnSlope;
+    s.time = m_time;
+    bool isUnthreaded =
+        !m_flags.forceThreads && !p.Bool(genParams::kAutothreads) && p.Int(genParams::kThreads) < 1;
+    s.threads = isUnthreaded ? 0 : threads;
+    return s;
+}
+
+void TDravinBuild::MakeMesh(const TObjectMeshSettings& settings) {
+    Clock::time_point start = Clock::now();
+    Log(LogKind::kDebug, "BuildMeshDravin");
+    TMeshOutcome outcome = m_mesh.Build(m_items, m_specimens, DravinGlobals().meshes, settings,
+                                        m_statistics.gizmoPoints);
+    m_statistics.memoryMb = float(double(m_mesh.BytesHeld()) / (1 << 20));
+    m_statistics.meshMs = float(MillisecondsSince(start));
+    if (outcome == TMeshOutcome::kDone) return;
+    m_panel.status = TBuildStatus::kTooManyFaces;
+    const TObjectMeshStatistics& measured = m_mesh.Statistics();
+    if (m_flags.render) m_statistics.facesInLastRender = AsCount(int64_t(measured.faces));
+    if (outcome == TMeshOutcome::kTooManyFaces) return;
+    m_refusal = measured.bytesWanted > settings.maxBytes
+                    ? fmt::format(
+                          "the mesh of {} faces would take {:.2f} GB, more than the {:.2f} GB that "
+                          "are free; proxy shapes or fewer items need less, --no-limit tries all "
+                          "the same",
+                          measured.faces, double(measured.bytesWanted) / 1e9,
+                          double(settings.maxBytes) / 1e9)
+                    : fmt::format(
+                          "the mesh would have {} faces, more than can be numbered (2147483647); "
+                          "no option raises this: use proxy shapes, fewer items, or instances "
+                          "(.glb)",
+                          measured.faces);
 }
 
 // The image that says where items are; empty where there is none, or none that can be read.
@@ -256,7 +316,7 @@ void TDravinBuild::FinishStatus() {
         m_statistics.itemCount = 0;
         m_panel.status = TBuildStatus::kNoVisibleItems;
     }
-    if (m_panel.status != TBuildStatus::kSuccess) m_items.Clear();
+    if (m_panel.status != TBuildStatus::kSuccess) m_items.Clear(), m_mesh.Clear();
     if (m_flags.render) m_panel.lastRenderStatus = m_panel.status;
 }
 

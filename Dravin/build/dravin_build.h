@@ -20,6 +20,7 @@
 #include "Dravin/engine/build_status.h"
 #include "Dravin/engine/item_list.h"
 #include "Dravin/geometry/specimen_list.h"
+#include "Dravin/mesh/object_mesh.h"
 #include "host/math/interval.h"
 #include "host/scene/scene.h"
 
@@ -33,6 +34,9 @@ struct TBuildFlags {
     bool noMesh = false;  // distribution only
     bool render = false;  // render settings and limits
     bool skipMesh = false;
+    // The object mesh as a file holds it: full meshes unless proxy shapes are asked for, and none
+    // left to a renderer.
+    bool fileMesh = false;
     bool viewportOnly = false;
     bool effectsOff = false;
     bool noLimit = false;        // all items, whatever the display limits say
@@ -99,6 +103,11 @@ public:
     // none is compiled (FindEffectErrors asks for them without a build).
     std::span<const TEffectError> EffectErrors() const { return m_effectErrors; }
 
+    // The items as one mesh, in object space; not built where the flags leave it out.
+    const TObjectMesh& ObjectMesh() const { return m_mesh; }
+    // From object space to the world, in the last build.
+    const Matrix3& ObjectTM() const { return m_objectTM; }
+
     // The items as render instances in world space; reads this build while it stands.
     std::unique_ptr<IInstanceSource> MakeInstanceSource() const;
 
@@ -117,6 +126,8 @@ private:
     void Run(const TParameters& parameters);
     TDensityMap LoadMap(const TParameters& parameters, const TInputMaker& maker);
     void BreakOff(TBuildStatus status, const char* why);
+    TObjectMeshSettings MeshSettings(const TParameters& parameters, int threads) const;
+    void MakeMesh(const TObjectMeshSettings& settings);
     void FinishStatus();
     void NarrowToReferences();
     void RememberView();
@@ -143,5 +154,6 @@ private:
     std::unique_ptr<TBuildInput> m_input;
     TSpecBuildList m_specimens;
     TDravinItemList m_items{0u};
+    TObjectMesh m_mesh;
     TDravinItemList m_lastItems{0u};  // of the build before, while only selected items are made
 };

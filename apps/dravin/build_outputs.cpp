@@ -1,14 +1,18 @@
 #include "apps/dravin/build_outputs.h"
 
 #include <algorithm>
+#include <deque>
 #include <filesystem>
 #include <set>
 
 #include <fmt/format.h>
 
 #include "Dravin/engine/item_fields.h"
+#include "Dravin/mesh/mesh_materials.h"
 #include "host/base/text.h"
+#include "host/base/thread_pool.h"
 #include "host/io/gltf_export.h"
+#include "host/io/mesh_export.h"
 
 namespace {
 
@@ -75,11 +79,29 @@ bool MakeSources(std::span<const SceneDravin> objects,
     return true;
 }
 
+// The objects' meshes with their materials, which `materials` keeps.
+std::vector<MeshFilePart> MeshParts(std::span<const SceneDravin> objects,
+                                    std::deque<TMeshMaterials>& materials) {
+    std::vector<MeshFilePart> parts;
+    for (const SceneDravin& dravin : objects) {
+        const TDravinBuild& build = dravin.object->Build();
+        const TObjectMesh& mesh = build.ObjectMesh();
+        if (mesh.GetMesh().faces.empty())
+            PrintWarning(
+                fmt::format("{}: no item shows a face; the mesh is empty", dravin.node->GetName()));
+        const TMeshMaterials& shown =
+            materials.emplace_back(mesh, build.Items(), build.Specimens());
+        parts.push_back({dravin.node->GetName(), &mesh.GetMesh(), build.ObjectTM(), shown.List(),
+                         [&shown](size_t face) { return shown.OfFace(face); }});
+    }
+    return parts;
+}
+
 }  // namespace
 
 bool IsBuildOutput(const std::string& path) {
     std::string ending = EndingOf(path);
-    for (const char* known : {".json", ".csv", ".npz", ".gltf", ".glb"})
+    for (const char* known : {".json", ".csv", ".npz", ".gltf", ".glb", ".obj", ".ply"})
         if (ending == known) return true;
     return false;
 }
@@ -90,6 +112,11 @@ std::optional<TableKind> TableKindOf(const std::string& path) {
     if (ending == ".csv") return TableKind::kCsv;
     if (ending == ".npz") return TableKind::kNpz;
     return std::nullopt;
+}
+
+bool IsMeshFile(const std::string& path) {
+    std::string ending = EndingOf(path);
+    return ending == ".obj" || ending == ".ply";
 }
 
 std::vector<std::string> ResolveFields(const std::vector<std::string>& fields) {
@@ -145,6 +172,26 @@ ExitCode WriteGltf(const std::string& path, std::span<const SceneDravin> objects
         PrintError(error);
         return kExitNoOutput;
     }
+    TellOfOutput(path, NumItems(objects));
+    return kExitDone;
+}
+
+ExitCode WriteMeshFile(const std::string& path, std::span<const SceneDravin> objects,
+                       const BuildOptions& options) {
+    std::deque<TMeshMaterials> materials;
+    std::vector<MeshFilePart> parts = MeshParts(objects, materials);
+    ProgressBar bar("writing");
+    MeshFileOptions file;
+    file.threads = options.threads > 0 ? options.threads : NumProcessors();
+    file.progress = [&bar](float share) { bar.Update(share); };
+    std::vector<std::string> warnings;
+    std::string error;
+    auto write = EndingOf(path) == ".obj" ? WriteObj : WritePly;
+    if (!write(path, parts, file, &warnings, &error)) {
+        PrintError(error);
+        return kExitNoOutput;
+    }
+    for (const std::string& warning : warnings) PrintWarning(fmt::format("{}: {}", path, warning));
     TellOfOutput(path, NumItems(objects));
     return kExitDone;
 }

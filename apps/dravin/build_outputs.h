@@ -11,11 +11,14 @@
 
 // Endings that outputs may have; "-" is JSON on standard output.
 bool IsBuildOutput(const std::string& path);
-inline constexpr const char* kBuildOutputs = ".json, .csv, .npz, .gltf, .glb or -";
+inline constexpr const char* kBuildOutputs = ".json, .csv, .npz, .gltf, .glb, .obj, .ply or -";
 
 // Outputs that are tables of items (item_outputs.h); none for the others.
 enum class TableKind { kJson, kCsv, kNpz };
 std::optional<TableKind> TableKindOf(const std::string& path);
+
+// Outputs that hold the object mesh.
+bool IsMeshFile(const std::string& path);
 
 // Field names of an output: the default ones, a list, or "all". Empty, with the error printed, for
 // an unknown name.
@@ -24,6 +27,10 @@ std::vector<std::string> ResolveFields(const std::vector<std::string>& fields);
 // Writes the instances of finished builds as glTF and tells what was written; errors are printed.
 ExitCode WriteGltf(const std::string& path, std::span<const SceneDravin> objects, Scene& scene,
                    const BuildOptions& options);
+
+// Writes the object meshes of finished builds as OBJ or PLY; otherwise as WriteGltf.
+ExitCode WriteMeshFile(const std::string& path, std::span<const SceneDravin> objects,
+                       const BuildOptions& options);
 
 // Tells how many items and bytes an output holds.
 void TellOfOutput(const std::string& path, int64_t items);

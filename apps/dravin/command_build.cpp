@@ -38,17 +38,24 @@ ExitCode CheckEndings(const BuildOptions& options) {
     return CheckOutputs(options.outputs);
 }
 
-// Whether some output shows instances, which need the finished list.
+// Whether some output shows instances or the mesh, which need the finished list.
 bool NeedsLists(const BuildOptions& options) {
     return std::any_of(options.outputs.begin(), options.outputs.end(),
                        [](const std::string& path) { return !TableKindOf(path); });
+}
+
+bool HasMeshFile(const BuildOptions& options) {
+    return std::any_of(options.outputs.begin(), options.outputs.end(), IsMeshFile);
 }
 
 // Builds the objects one after the other, into the tables; the worst of their exit codes.
 ExitCode BuildAll(std::span<const SceneDravin> objects, TimeValue time, const BuildOptions& options,
                   ItemOutputs& tables) {
     TBuildFlags flags;
-    flags.noMesh = true;
+    // The panel tells of the mesh that a viewport shows; a picture shows instances.
+    bool showsPanel = options.viewport && options.outputs.empty() && !options.explain;
+    flags.fileMesh = HasMeshFile(options);
+    flags.noMesh = !flags.fileMesh && !showsPanel;
     flags.render = !options.viewport;
     flags.noLimit = flags.unprotected = options.noLimit;
     flags.forceThreads = options.threads;
@@ -67,13 +74,15 @@ ExitCode BuildAll(std::span<const SceneDravin> objects, TimeValue time, const Bu
     return code;
 }
 
-ExitCode WriteInstances(std::span<const SceneDravin> objects, Scene& scene,
-                        const BuildOptions& options, bool hasFailed) {
+ExitCode WriteGeometry(std::span<const SceneDravin> objects, Scene& scene,
+                       const BuildOptions& options, bool hasFailed) {
     for (const std::string& path : options.outputs) {
         if (TableKindOf(path)) continue;
         if (hasFailed)
             PrintNote(fmt::format("{}: not written, as the build failed", path));
-        else if (ExitCode code = WriteGltf(path, objects, scene, options); code != kExitDone)
+        else if (ExitCode code = IsMeshFile(path) ? WriteMeshFile(path, objects, options)
+                                                  : WriteGltf(path, objects, scene, options);
+                 code != kExitDone)
             return code;
     }
     return kExitDone;
@@ -103,7 +112,7 @@ ExitCode BuildOutputs(Session& session, std::span<const SceneDravin> objects,
     PrintResults(objects, options);
     ExitCode written = tables.Commit(objects, session.Inputs(), hasFailed);
     if (written == kExitDone)
-        written = WriteInstances(objects, session.GetScene(), options, hasFailed);
+        written = WriteGeometry(objects, session.GetScene(), options, hasFailed);
     return written != kExitDone ? written : code;
 }
 

@@ -165,6 +165,7 @@ void CommandLine::AddBuild() {
     CLI::App* c = Add("build", "build the items of a scene and write them",
                       "  dravin build wood.json\n"
                       "  dravin build wood.json -o wood.csv -o wood.glb\n"
+                      "  dravin build wood.json -o wood.obj\n"
                       "  dravin build wood.json --fields position,rotation -o - | head\n"
                       "  dravin build wood.json --explain\n"
                       "  dravin build wood.json --piece 1/8 -o part-1.npz",

@@ -19,8 +19,9 @@ std::vector<std::string> Written(std::span<const std::string> outputs) {
     for (const std::string& output : outputs) {
         if (output == "-") continue;
         files.push_back(output);
-        if (fs::path(output).extension() == ".gltf")
-            files.push_back(fs::path(output).replace_extension(".bin").string());
+        for (auto [ending, beside] : {std::pair{".gltf", ".bin"}, {".obj", ".mtl"}})
+            if (fs::path(output).extension() == ending)
+                files.push_back(fs::path(output).replace_extension(beside).string());
     }
     return files;
 }

@@ -1,0 +1,129 @@
+#include "Dravin/mesh/mesh_items.h"
+
+#include <algorithm>
+
+#include "Dravin/engine/transforms.h"
+#include "Dravin/mesh/shadow_planes.h"
+
+namespace {
+
+// Turning a face round exchanges its first two corners; its second and third side change places.
+uint8_t TurnedFlags(uint8_t flags) {
+    constexpr uint8_t kSecond = Face::kEdge1, kThird = Face::kEdge2;
+    uint8_t sides = uint8_t((flags & kSecond ? kThird : 0) | (flags & kThird ? kSecond : 0));
+    return uint8_t((flags & ~(kSecond | kThird)) | sides);
+}
+
+class ItemAdder {
+public:
+    ItemAdder(const TDravinItem& item, size_t index, const TMeshTarget& target)
+        : m_item(item),
+          m_index(int32_t(index)),
+          m_target(target),
+          m_range(target.ranges[index]),
+          m_shape(target.shapes[m_range.shape]),
+          m_source(*m_shape.mesh),
+          m_vert(m_range.firstVert),
+          m_face(m_range.firstFace) {}
+
+    void Add() {
+        Matrix3 toObject = ItemTransform(m_item, m_target.settings.scaleOnSlope);
+        Point3* verts = &m_target.mesh.verts[0] + m_vert;
+        for (size_t k = 0; k < m_source.verts.size(); ++k) verts[k] = m_source.verts[k] * toObject;
+        AddFaces();
+        for (size_t c = 0; c < m_target.mesh.maps.size(); ++c) AddMapFaces(c);
+        std::fill_n(m_target.owners.begin() + m_face, m_source.faces.size(), m_index);
+        if (m_item.partial && m_target.showsSources) HideElements();
+        m_vert += uint32_t(m_source.verts.size());
+        m_face += uint32_t(m_source.faces.size());
+        if (m_item.verticalShadow) AddPlane(VerticalShadowPlane(m_item, m_target.settings));
+        if (m_item.horizontalShadow) AddPlane(HorizontalShadowPlane(m_item, m_target.settings));
+    }
+
+private:
+    // Ids choose among the source's own materials. The object's one material is made of these in
+    // the order of the rows only where somebody consolidates them.
+    uint16_t MaterialId(uint16_t id) const {
+        return m_target.settings.consolidates ? uint16_t(id % m_shape.materials) : id;
+    }
+    void AddFaces() {
+        if (m_item.mirrored)
+            AddFaces<true>();
+        else
+            AddFaces<false>();
+    }
+    template <bool kIsTurned>
+    void AddFaces() {
+        Face* faces = m_target.mesh.faces.data() + m_face;
+        const Face* source = m_source.faces.data();
+        const uint32_t vert = m_vert;
+        for (size_t k = 0, n = m_source.faces.size(); k < n; ++k) {
+            Face face = source[k];
+            for (uint32_t& v : face.v) v += vert;
+            if (kIsTurned) {
+                std::swap(face.v[0], face.v[1]);
+                face.flags = TurnedFlags(face.flags);
+            }
+            faces[k] = face;
+        }
+        if (m_target.settings.consolidates && m_shape.hasIdsBeyond)
+            for (size_t k = 0; k < m_source.faces.size(); ++k)
+                faces[k].matID = MaterialId(faces[k].matID);
+    }
+    void AddMapFaces(size_t c) {
+        MapChannel& channel = m_target.mesh.maps[c];
+        if (channel.faces.empty()) return;
+        Triple* faces = channel.faces.data() + m_face;
+        const MapChannel* map = m_source.Map(int(c));
+        if (!map) return void(std::fill_n(faces, m_source.faces.size(), Triple{}));
+        uint32_t offset = c == 0 ? m_shape.colorOffset : m_shape.mapOffset[c];
+        const Triple* source = map->faces.data();
+        for (size_t k = 0, n = m_source.faces.size(); k < n; ++k)
+            faces[k] = {source[k][0] + offset, source[k][1] + offset, source[k][2] + offset};
+        if (m_item.mirrored)
+            for (size_t k = 0; k < m_source.faces.size(); ++k) std::swap(faces[k][0], faces[k][1]);
+    }
+    // The parts of an item that stand beyond the border of its area.
+    void HideElements() {
+        const std::vector<uint32_t>& elements = m_shape.sample->Elements().elementOfFace;
+        for (size_t k = 0; k < m_source.faces.size(); ++k)
+            if (!m_item.IsElementVisible(int32_t(elements[k])))
+                m_target.mesh.faces[m_face + k].flags |= Face::kHidden;
+    }
+    void AddPlane(const TShadowPlane& plane) {
+        Mesh& mesh = m_target.mesh;
+        std::copy(std::begin(plane.verts), std::end(plane.verts), mesh.verts.begin() + m_vert);
+        uint8_t flags = Face::kEdge0 | Face::kEdge1;
+        if (m_target.settings.hidesShadowPlanes) flags |= Face::kHidden;
+        for (size_t k = 0; k < kPlaneFaces; ++k) {
+            const Triple& v = kPlaneCorners[k];
+            mesh.faces[m_face + k] = {
+                {v[0] + m_vert, v[1] + m_vert, v[2] + m_vert}, 0, MaterialId(0), flags};
+            m_target.owners[m_face + k] = m_index;
+            for (size_t c = 0; c < mesh.maps.size(); ++c)
+                if (!mesh.maps[c].faces.empty())
+                    mesh.maps[c].faces[m_face + k] = c == 0 ? Triple{} : plane.mapFaces[k];
+        }
+        m_vert += uint32_t(kPlaneVerts);
+        m_face += uint32_t(kPlaneFaces);
+    }
+
+    const TDravinItem& m_item;
+    int32_t m_index;
+    const TMeshTarget& m_target;
+    const TItemRange& m_range;
+    const TMeshShape& m_shape;
+    const Mesh& m_source;
+    uint32_t m_vert, m_face;
+};
+
+}  // namespace
+
+void AddItems(const TDravinItemList& items, size_t first, size_t last, const TMeshTarget& target) {
+    TDravinItem item;
+    for (size_t i = first; i < last; ++i) {
+        if (!target.ranges[i].IsMeshed()) continue;
+        items.ReadStored(i, &item, kGroupCenter);
+        ItemAdder(item, i, target).Add();
+    }
+}
