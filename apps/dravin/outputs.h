@@ -12,6 +12,6 @@
 // path included. Errors are printed.
 ExitCode CheckOutputs(std::span<const std::string> outputs);
 
-// Whether no output, nor a file that is written beside it (the .bin of a .gltf, the .mtl of an .obj), is one that was
-// read. The error is printed.
+// Whether no output, nor a file that is written beside it (the .bin of a .gltf, the .mtl of an
+// .obj), is one that was read. The error is printed.
 ExitCode CheckNotInputs(std::span<const std::string> outputs, const InputRecord& inputs);

@@ -28,6 +28,7 @@ struct MeshFilePart {
     // is known of any.
     std::vector<const StandardMtl*> materials;
     std::function<uint32_t(size_t face)> materialOf = {};
+    bool hadNormals = false;  // what the mesh was made from had explicit normals
 };
 
 struct MeshFileOptions {

@@ -25,7 +25,7 @@ void TellOfLeftOut(std::span<const MeshFilePart> parts, std::vector<std::string>
     bool colors = false, normals = false, channels = false;
     for (const MeshFilePart& part : parts) {
         colors |= part.mesh->Map(0) != nullptr;
-        normals |= !part.mesh->normals.IsEmpty();
+        normals |= part.hadNormals || !part.mesh->normals.IsEmpty();
         for (size_t c = 2; c < part.mesh->maps.size(); ++c)
             channels |= part.mesh->Map(int(c)) != nullptr;
     }

@@ -42,6 +42,18 @@ protected:
 
 }  // namespace
 
+TEST_F(MeshFile, TellsOfNormalsThatItLosesOnTheWay) {
+    m_folder.Write("tri.obj", "v 0 0 0\nv 1 0 0\nv 0 0 1\nvn 0 1 0\nf 1//1 2//1 3//1\n");
+    m_folder.Write("s.json", R"({"dravin_scene": 1, "texmaps": {"white": {"type": "color"}},
+        "nodes": [{"name": "ground", "type": "plane", "width": 10, "length": 10},
+        {"name": "tri", "type": "mesh", "file": "tri.obj"},
+        {"name": "Wood", "type": "dravin", "geometry": [{"name": "t", "object": "tri"}],
+         "params": {"surflist": ["ground"], "distmap": "white"}}]})");
+    ProgramRun run = Build({"-o", "a.obj"});
+    EXPECT_EQ(run.code, 0) << run.err;
+    EXPECT_THAT(run.err, HasSubstr("a.obj: explicit normals are left out"));
+}
+
 TEST_F(MeshFile, HoldsAllItemsInWorldSpace) {
     WriteScene(10);
     ProgramRun run = Build({"-o", "a.obj", "-o", "a.ply", "-o", "a.csv"});
