@@ -9,38 +9,12 @@
 
 namespace {
 
-struct Hsv {
-    float hue = 0, saturation = 0, value = 0;  // hue in [0, 1)
-};
-
-Hsv ToHsv(const Color& c) {
-    float value = std::max({c.r, c.g, c.b}), low = std::min({c.r, c.g, c.b});
-    float range = value - low;
-    if (!(range > 0)) return {0, 0, value};
-    float hue = value == c.r   ? (c.g - c.b) / range
-                : value == c.g ? (c.b - c.r) / range + 2
-                               : (c.r - c.g) / range + 4;
-    return {(hue < 0 ? hue + 6 : hue) / 6, range / value, value};
-}
-
-Color FromHsv(const Hsv& c) {
-    float sector = c.hue * 6, part = sector - std::floor(sector);
-    float low = c.value * (1 - c.saturation), falling = c.value * (1 - c.saturation * part),
-          rising = c.value * (1 - c.saturation * (1 - part));
-    switch (int(sector)) {
-        case 0:
-            return {c.value, rising, low};
-        case 1:
-            return {falling, c.value, low};
-        case 2:
-            return {low, c.value, rising};
-        case 3:
-            return {low, falling, c.value};
-        case 4:
-            return {rising, low, c.value};
-        default:
-            return {c.value, low, falling};
-    }
+// Hue and saturation of `tint` at the value of `color`, by the HSV model: there colours of one hue
+// and saturation are multiples of each other, and the value is the largest component.
+Color AtValueOf(const Color& color, const Color& tint) {
+    float value = std::max({color.r, color.g, color.b});
+    float own = std::max({tint.r, tint.g, tint.b});
+    return own > 0 ? tint * (value / own) : Color{value, value, value};
 }
 
 float Mix(float a, float b, float t) { return a * (1 - t) + b * t; }
@@ -65,11 +39,8 @@ Color BlendTint(int blend, const Color& color, const Color& tint, float amount) 
     switch (blend) {
         case kTintNormal:
             return Mix(color, tint, amount);
-        case kTintColor: {
-            Hsv hsv = ToHsv(tint);
-            hsv.value = ToHsv(color).value;
-            return Mix(color, FromHsv(hsv), amount);
-        }
+        case kTintColor:
+            return Mix(color, AtValueOf(color, tint), amount);
         case kTintAdditive:
             return Mix(color, color + tint, amount);
         case kTintAverage:

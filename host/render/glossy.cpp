@@ -7,7 +7,6 @@
 namespace {
 
 constexpr float kPi = std::numbers::pi_v<float>;
-constexpr float kLeastAlpha = 0.004f;  // of the slope: about the sun's radius
 
 // Smith's auxiliary function of a direction.
 float Lambda(float cosine, float alpha) {
@@ -16,17 +15,6 @@ float Lambda(float cosine, float alpha) {
 }
 
 }  // namespace
-
-void MakeFrame(const Point3& n, Point3* s, Point3* t) {
-    float sign = std::copysign(1.f, n.z), a = -1 / (sign + n.z), b = n.x * n.y * a;
-    *s = {1 + sign * n.x * n.x * a, sign * b, -sign * n.x};
-    *t = {b, sign + n.y * n.y * a, -n.y};
-}
-
-GlossyLayer::GlossyLayer(Color specular, float roughness)
-    : m_specular(specular),
-      m_alpha(std::max(kLeastAlpha, roughness * roughness)),
-      m_exists(std::max({specular.r, specular.g, specular.b}) > 0) {}
 
 Color GlossyLayer::Fresnel(float cosine) const {
     float x = 1 - std::clamp(cosine, 0.f, 1.f), x2 = x * x;

@@ -3,6 +3,9 @@
 // visible normals (Heitz 2018). Directions are unit vectors away from the surface.
 #pragma once
 
+#include <algorithm>
+#include <cmath>
+
 #include "host/math/color.h"
 #include "host/math/point.h"
 
@@ -10,7 +13,10 @@ class GlossyLayer {
 public:
     // specular: reflectance seen from straight above; roughness 0..1. Very smooth layers are taken
     // as a little rough: the sun's disc is their limit.
-    GlossyLayer(Color specular, float roughness);
+    GlossyLayer(Color specular, float roughness)
+        : m_specular(specular),
+          m_alpha(std::max(kLeastAlpha, roughness * roughness)),
+          m_exists(specular.r > 0 || specular.g > 0 || specular.b > 0) {}
 
     bool Exists() const { return m_exists; }
     // Share of the light from `view` that it reflects, on a facet whose normal makes that cosine.
@@ -25,7 +31,8 @@ public:
     float Spread() const { return 0.15f * m_alpha; }
 
 private:
-    float MaskingOf(float cosine) const;  // Smith's G1
+    static constexpr float kLeastAlpha = 0.004f;  // of the slope: about the sun's radius
+    float MaskingOf(float cosine) const;          // Smith's G1
 
     Color m_specular;
     float m_alpha;
@@ -33,4 +40,8 @@ private:
 };
 
 // Two unit vectors that complete n to a right-handed frame (Duff et al. 2017).
-void MakeFrame(const Point3& n, Point3* s, Point3* t);
+inline void MakeFrame(const Point3& n, Point3* s, Point3* t) {
+    float sign = std::copysign(1.f, n.z), a = -1 / (sign + n.z), b = n.x * n.y * a;
+    *s = {1 + sign * n.x * n.x * a, sign * b, -sign * n.x};
+    *t = {b, sign + n.y * n.y * a, -n.y};
+}

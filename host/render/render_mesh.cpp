@@ -202,12 +202,6 @@ Point3 RenderMesh::Normal(size_t face, float u, float v) const {
                      UnpackNormal(n[2]) * v);
 }
 
-Point2 RenderMesh::Uv(size_t face, float u, float v) const {
-    if (m_uvs.empty()) return {};
-    const auto& t = m_uvs[face];
-    return t[0] * (1 - u - v) + t[1] * u + t[2] * v;
-}
-
 Color RenderMesh::VertexColor(size_t face, float u, float v) const {
     if (m_colors.empty()) return {1, 1, 1};
     const auto& c = m_colors[face];

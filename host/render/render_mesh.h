@@ -38,7 +38,11 @@ public:
     // u and v weigh the second and third corner.
     Point3 Normal(size_t face, float u, float v) const;  // unit, object space
     // Mapping in the channel of the face's material.
-    Point2 Uv(size_t face, float u, float v) const;
+    Point2 Uv(size_t face, float u, float v) const {
+        if (m_uvs.empty()) return {};
+        const auto& t = m_uvs[face];
+        return t[0] * (1 - u - v) + t[1] * u + t[2] * v;
+    }
     // Lengths of that mapping per length of object space.
     float UvDensity(size_t face) const { return m_uvs.empty() ? 0 : m_uvDensity[face]; }
     // What the vertices' colours multiply the diffuse by: linear light, white without any.
