@@ -59,7 +59,7 @@ Matrix3 ItemTransform(const ItemPlace& item, bool scaleOnSlope, float factor) {
     Matrix3 t = item.transform;
     t.PreScale({(item.mirrored ? -x : x) * factor, y * factor, z * factor});
     t.SetTrans(item.position);
-    if (item.centerPercent != 50) t.PreTranslate({float(50 - item.centerPercent) / 100, 0, 0});
+    if (item.centerPercent != 50) t.PreTranslate({(50 - float(item.centerPercent)) / 100, 0, 0});
     return t;
 }
 

@@ -397,6 +397,17 @@ TEST(Transforms, OverridesReplaceTheRangesAndTheTint) {
     EXPECT_EQ(item.tintColor, (Color{0.1f, 0.2f, 0.3f}));
 }
 
+TEST(ItemTransform, ShiftsByAnyPivot) {
+    TDravinItem item;
+    item.width = item.depth = item.height = 2;
+    for (int32_t percent : {0, 50, 100, INT32_MIN, INT32_MAX}) {
+        item.centerPercent = percent;
+        // Half the width to the right for a pivot on the left, in units of the width.
+        float expected = float((50.0 - double(percent)) / 100 * 2);
+        EXPECT_FLOAT_EQ(ItemTransform(item, false).GetTrans().x, expected);
+    }
+}
+
 TEST(MakeFrame, IsOrthonormalEvenAlongTheReference) {
     for (Point3 n : {Point3{0, 0, 1}, Point3{1, 0, 0}, Normalize(Point3{1, 2, 3})}) {
         Matrix3 frame = MakeFrame({1, 0, 0}, n);
