@@ -1,5 +1,5 @@
-// What the tint map costs at a hit, by what it does there, on neighbours (a thousand items) and on a
-// million items at random, where each hit waits for memory.
+// What the tint map costs at a hit, by what it does there, on neighbours (a thousand items) and on
+// a million items at random, where each hit waits for memory.
 //
 //   build/release/bench/dravin_materials_bench
 #include <benchmark/benchmark.h>
