@@ -65,6 +65,8 @@ void MtlWriter::AddMap(const char* keyword, const StandardMtl& material, const T
     if (map->RotationDegrees() != 0) Warn(place + "the rotation of a map is left out");
     if (bitmap && bitmap->wrap == BitmapTex::Wrap::kMirror)
         Warn(place + "a mirrored map is written as a repeated one");
+    if (bitmap && bitmap->alphaOnly)
+        Warn(fmt::format("{}{} names an image whose alpha alone is meant", place, keyword));
     m_text += keyword;
     if (!(map->tiling.Get() == Point2{1, 1}))
         m_text += fmt::format(" -s {} {} 1", map->tiling->x, map->tiling->y);
