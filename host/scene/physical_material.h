@@ -3,7 +3,7 @@
 // Of the standard material it keeps the diffuse as base colour, the opacity with its cutoff, vertex
 // colours and two-sidedness; translucency and mirror do not count. Metal reflects in its base
 // colour and scatters nothing; everything else scatters its base colour and reflects 4 %
-// (glTF 2.0 specification, appendix B).
+// (glTF 2.0, appendix B).
 #pragma once
 
 #include "host/scene/material.h"
