@@ -1,5 +1,7 @@
 #include "Dravin/materials/tint_map.h"
 
+#include <algorithm>
+
 #include <fmt/format.h>
 
 #include "Dravin/materials/tint_params.h"
@@ -66,8 +68,11 @@ void DColor::ReadEntries(TimeValue t) {
         m_entries.push_back({has(kMaplist) ? block.GetTexmap(kMaplist, t, i) : nullptr,
                              has(kColorlist) ? block.GetColor(kColorlist, t, i) : Color{1, 1, 1}});
         weights.push_back(has(kProblist) ? std::max(0.f, block.GetFloat(kProblist, t, i)) : 100);
-        if (weights.back() == 0) m_entries.back().map = nullptr;
     }
+    // What is never chosen need not be prepared; where all weights are 0, all are chosen alike.
+    bool anyWeight = std::any_of(weights.begin(), weights.end(), [](float w) { return w > 0; });
+    for (size_t i = 0; anyWeight && i < weights.size(); ++i)
+        if (weights[i] == 0) m_entries[i].map = nullptr;
     m_table.reset();
     if (!weights.empty()) m_table.emplace(weights);
 }

@@ -115,6 +115,50 @@ TEST_F(ItemMaterials, EntriesAreChosenByItem) {
     }
 }
 
+TEST_F(ItemMaterials, EntriesWithoutAnyWeightAreChosenAlike) {
+    auto map = std::make_shared<DColor>();
+    auto image = std::make_shared<ColorTex>();
+    image->color = Color{0, 1, 1};
+    for (int i = 0; i < 2; ++i) {
+        map->Block().SetValue(tintMapParams::kMaponlist, 0, true, i);
+        map->Block().SetValue(tintMapParams::kColorlist, 0, Color{1, 0, 0}, i);
+        map->Block().SetValue(tintMapParams::kProblist, 0, 0.0f, i);
+    }
+    map->Block().SetValue(tintMapParams::kMaplist, 0, std::shared_ptr<Texmap>(image), 1);
+    auto source = Build(Showing(map));
+    for (size_t i = 0; i < 60; ++i) {
+        float r = object->Build().Items().Item(i).random3;
+        if (std::abs(r - 0.5f) < 0.26f) continue;  // the table's steps
+        ExpectDisplay(LookAt(*source, i).diffuse, r < 0.5f ? Color{1, 0, 0} : Color{0, 1, 1});
+    }
+}
+
+TEST_F(ItemMaterials, ElementsChooseEntriesWhileTheTintStaysTheItems) {
+    TintObject();
+    auto map = std::make_shared<DColor>();
+    map->Block().SetValue(tintMapParams::kMapidmode, 0, 1);
+    map->Block().SetValue(tintMapParams::kTintmixmode, 0, 0);
+    const Color kColors[] = {{1, 1, 0}, {0, 1, 0}};
+    for (int i = 0; i < 2; ++i) {
+        map->Block().SetValue(tintMapParams::kMaponlist, 0, true, i);
+        map->Block().SetValue(tintMapParams::kColorlist, 0, kColors[i], i);
+    }
+    auto source = Build(Showing(map));
+    auto* items = static_cast<const IShadedItems*>(source->GetInterface(IShadedItems::kInterface));
+    const float kHalves[] = {1, 1};
+    TNuRandomTable table(kHalves);
+    int others = 0;
+    for (size_t i = 0; i < 60; ++i) {
+        TDravinItem item = object->Build().Items().Item(i);
+        size_t entry = table.Sample(MixHash(item.random3, items->ElementOf(uint32_t(i), 0).first));
+        others += entry != table.Sample(item.random3);
+        Color tint{1 - item.random2, 0, item.random2};
+        ExpectDisplay(LookAt(*source, i).diffuse,
+                      Blend(kColors[entry], tint, 0.2f + 0.4f * item.random1));
+    }
+    EXPECT_GT(others, 10);  // chosen by the element, not by the item alone
+}
+
 TEST_F(ItemMaterials, ElementsChooseAndVaryByThemselves) {
     TintObject();
     auto map = std::make_shared<DColor>();
