@@ -1,7 +1,5 @@
 #include "Dravin/materials/edge_map.h"
 
-#include "host/params/clone_map.h"
-
 namespace {
 
 constexpr AColor kWhite{1, 1, 1, 1};
@@ -22,29 +20,28 @@ const ParamBlockDesc2& EdgeBlock() {
 
 }  // namespace
 
-DEdge::DEdge() : DEdge(IParamBlock2::Create(EdgeBlock(), this)) {}
-
-DEdge::DEdge(std::shared_ptr<IParamBlock2> block) { m_block = std::move(block); }
+DEdge::DEdge() : WithParams(IParamBlock2::Create(EdgeBlock())) {}
 
 std::shared_ptr<ReferenceTarget> DEdge::Clone(CloneMap& map) const {
-    std::shared_ptr<IParamBlock2> block = m_block->CloneFor(nullptr, map);
-    auto copy = std::shared_ptr<DEdge>(new DEdge(block));
+    auto copy = std::make_shared<DEdge>();
+    CopyBlock(*copy, map);
     CopyPlacing(*copy);
-    map.Add(*m_block.Get(), block);
     return copy;
 }
 
 bool DEdge::Update(TimeValue t, std::string* error) {
     Texmap* base = Block().GetTexmap(kMapbase, t);
-    m_base = base;
+    m_base = SubMap(base);
     return !base || base->Update(t, error);
 }
 
-AColor DEdge::EvalColor(const TexPoint& p) const { return m_base ? m_base->EvalColor(p) : kWhite; }
+AColor DEdge::EvalColor(const TexPoint& p) const {
+    return m_base ? m_base.Get()->EvalColor(p) : kWhite;
+}
 
-AColor DEdge::Eval(const ShadeContext& sc) const { return m_base ? m_base->Eval(sc) : kWhite; }
+AColor DEdge::Eval(const ShadeContext& sc) const { return m_base ? m_base.At(sc) : kWhite; }
 
-void DEdge::TellNeeds(ShadeNeeds* needs) const { needs->Add(m_base, MapUse::kColor); }
+void DEdge::TellNeeds(ShadeNeeds* needs) const { needs->Add(m_base.Get(), MapUse::kColor); }
 
 std::shared_ptr<ReferenceTarget> DGeomtex::Clone(CloneMap&) const {
     auto copy = std::make_shared<DGeomtex>();

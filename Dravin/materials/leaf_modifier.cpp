@@ -2,7 +2,6 @@
 
 #include "Dravin/materials/leaf_outline.h"
 #include "host/params/class_registry.h"
-#include "host/params/clone_map.h"
 #include "host/scene/scene.h"
 
 namespace {
@@ -41,7 +40,7 @@ bool DLeaf::Takes(const Object& input) const {
 std::shared_ptr<Object> DLeaf::Modify(const std::shared_ptr<Object>& input, TimeValue t,
                                       Interval* valid) const {
     auto& shape = static_cast<const ShapeObject&>(*input);
-    m_outline = LeafOutline(shape.GetPolyShape(t), m_block->GetFloat(leafParams::kAngle, t));
+    m_outline = LeafOutline(shape.GetPolyShape(t), Block().GetFloat(leafParams::kAngle, t));
     if (valid) *valid &= Interval::Instant(t);
     return input;
 }
@@ -57,9 +56,8 @@ INode* DLeaf::Extract(Scene& scene) const {
 }
 
 std::shared_ptr<ReferenceTarget> DLeaf::Clone(CloneMap& map) const {
-    std::shared_ptr<IParamBlock2> block = m_block->CloneFor(nullptr, map);
-    auto copy = std::shared_ptr<DLeaf>(new DLeaf(block));
-    map.Add(*m_block.Get(), block);
+    auto copy = std::make_shared<DLeaf>();
+    CopyBlock(*copy, map);
     copy->enabled = enabled;
     return copy;
 }

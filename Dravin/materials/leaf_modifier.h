@@ -8,8 +8,8 @@
 
 #include <memory>
 
+#include "Dravin/materials/with_params.h"
 #include "host/geom/poly_line.h"
-#include "host/params/param_block.h"
 #include "host/scene/derived_object.h"
 
 class Scene;
@@ -24,11 +24,10 @@ enum : ParamID {
 
 const ParamBlockDesc2& LeafBlock();
 
-class DLeaf : public Modifier {
+class DLeaf : public WithParams<Modifier> {
 public:
-    DLeaf() : DLeaf(IParamBlock2::Create(LeafBlock())) {}
+    DLeaf() : WithParams(IParamBlock2::Create(LeafBlock())) {}
 
-    IParamBlock2& Block() const { return *m_block.Get(); }
     // Of the last evaluation: closed lines in the spline's own space, z = 0.
     const PolyShape& Outline() const { return m_outline; }
     // A new node "Outline", or that with a number, which shows a copy of the outline. One undo
@@ -44,18 +43,8 @@ public:
     static constexpr ClassInfo kClass{
         {0x6a80d860, 0xb2616bba}, SuperClass::kModifier, "DravinLeaf"};
     ClassInfo Class() const override { return kClass; }
-    int NumRefs() const override { return 1; }
-    std::shared_ptr<ReferenceTarget> GetReference(int slot) const override {
-        return slot == 0 ? m_block.Share() : nullptr;
-    }
-    int NumSubs() const override { return 1; }
-    ReferenceTarget* SubAnim(int i) const override { return i == 0 ? m_block.Get() : nullptr; }
-    std::string SubAnimName(int i) const override { return i == 0 ? "Parameters" : ""; }
     std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 
 private:
-    explicit DLeaf(std::shared_ptr<IParamBlock2> block) { m_block = std::move(block); }
-
-    Reference<IParamBlock2> m_block{this};
     mutable PolyShape m_outline;
 };

@@ -5,8 +5,6 @@
 #include <fmt/format.h>
 
 #include "Dravin/materials/tint_params.h"
-#include "host/math/display_color.h"
-#include "host/params/clone_map.h"
 
 using namespace tintMapParams;
 
@@ -31,25 +29,17 @@ const ParamBlockDesc2& TintMapBlock() {
 
 AColor Opaque(const Color& c) { return {c.r, c.g, c.b, 1}; }
 
-// A map behind this one, averaged over the ray where it is an image.
-AColor Shown(const Texmap& map, const ShadeContext& sc) {
-    return map.ImageFile().empty() ? map.Eval(sc) : Opaque(LinearToDisplay(sc.LinearColor(map)));
-}
-
 }  // namespace
 
-DColor::DColor() : DColor(IParamBlock2::Create(TintMapBlock(), this)) {
+DColor::DColor() : WithParams(IParamBlock2::Create(TintMapBlock())) {
     for (ParamID list : {kMaplist, kMaponlist, kColorlist, kProblist})
         Block().SetCount(list, kNumEntries);
 }
 
-DColor::DColor(std::shared_ptr<IParamBlock2> block) { m_block = std::move(block); }
-
 std::shared_ptr<ReferenceTarget> DColor::Clone(CloneMap& map) const {
-    std::shared_ptr<IParamBlock2> block = m_block->CloneFor(nullptr, map);
-    auto copy = std::shared_ptr<DColor>(new DColor(block));
+    auto copy = std::make_shared<DColor>();
+    CopyBlock(*copy, map);
     CopyPlacing(*copy);
-    map.Add(*m_block.Get(), block);
     return copy;
 }
 
@@ -65,21 +55,21 @@ void DColor::ReadEntries(TimeValue t) {
     for (int i = 0; i < std::min(kNumEntries, block.Count(kMaponlist)); ++i) {
         if (!block.GetBool(kMaponlist, t, i)) continue;
         auto has = [&](ParamID list) { return i < block.Count(list); };
-        m_entries.push_back({has(kMaplist) ? block.GetTexmap(kMaplist, t, i) : nullptr,
+        m_entries.push_back({SubMap(has(kMaplist) ? block.GetTexmap(kMaplist, t, i) : nullptr),
                              has(kColorlist) ? block.GetColor(kColorlist, t, i) : Color{1, 1, 1}});
         weights.push_back(has(kProblist) ? std::max(0.f, block.GetFloat(kProblist, t, i)) : 100);
     }
     // What is never chosen need not be prepared; where all weights are 0, all are chosen alike.
     bool anyWeight = std::any_of(weights.begin(), weights.end(), [](float w) { return w > 0; });
     for (size_t i = 0; anyWeight && i < weights.size(); ++i)
-        if (weights[i] == 0) m_entries[i].map = nullptr;
+        if (weights[i] == 0) m_entries[i].map = {};
     m_table.reset();
     if (!weights.empty()) m_table.emplace(weights);
 }
 
 bool DColor::Update(TimeValue t, std::string* error) {
     const IParamBlock2& block = Block();
-    m_base = block.GetTexmap(kMapbase, t);
+    m_base = SubMap(block.GetTexmap(kMapbase, t));
     m_baseColor = block.GetColor(kColorbase, t);
     m_byElement = block.GetInt(kMapidmode, t) != 0;
     m_overrides = block.GetBool(kOverride, t);
@@ -91,20 +81,20 @@ bool DColor::Update(TimeValue t, std::string* error) {
     auto update = [&](const Texmap* map) {
         if (map && !const_cast<Texmap*>(map)->Update(t, error)) ok = false;
     };
-    update(m_base);
+    update(m_base.Get());
     update(m_tint.map);
-    for (const Entry& entry : m_entries) update(entry.map);
+    for (const Entry& entry : m_entries) update(entry.map.Get());
     return ok;
 }
 
 void DColor::TellNeeds(ShadeNeeds* needs) const {
     needs->tintsInstances = true;
-    needs->Add(m_base, MapUse::kColor);
-    for (const Entry& entry : m_entries) needs->Add(entry.map, MapUse::kColor);
+    needs->Add(m_base.Get(), MapUse::kColor);
+    for (const Entry& entry : m_entries) needs->Add(entry.map.Get(), MapUse::kColor);
 }
 
 AColor DColor::EvalColor(const TexPoint& p) const {
-    return m_base ? m_base->EvalColor(p) : Opaque(m_baseColor);
+    return m_base ? m_base.Get()->EvalColor(p) : Opaque(m_baseColor);
 }
 
 float DColor::EvalMono(const ShadeContext& sc) const {
@@ -113,7 +103,7 @@ float DColor::EvalMono(const ShadeContext& sc) const {
 }
 
 AColor DColor::Eval(const ShadeContext& sc) const {
-    auto base = [&] { return m_base ? Shown(*m_base, sc) : Opaque(m_baseColor); };
+    auto base = [&] { return m_base ? m_base.At(sc) : Opaque(m_baseColor); };
     const IShadedItems* items = IShadedItems::At(sc);
     if (!items) return base();
     TShadedItem item = items->ItemOf(sc.Instance());
@@ -123,7 +113,7 @@ AColor DColor::Eval(const ShadeContext& sc) const {
     if (m_table) {
         float u = m_byElement ? MixHash(item.random3, element.first) : item.random3;
         const Entry& entry = m_entries[m_table->Sample(u)];
-        color = entry.map ? Shown(*entry.map, sc) : Opaque(entry.color);
+        color = entry.map ? entry.map.At(sc) : Opaque(entry.color);
     } else {
         color = base();
     }

@@ -10,8 +10,9 @@
 #include <vector>
 
 #include "Dravin/materials/shaded_items.h"
+#include "Dravin/materials/sub_map.h"
+#include "Dravin/materials/with_params.h"
 #include "common/nurandom/nurandom.h"
-#include "host/params/param_block.h"
 #include "host/scene/texmap.h"
 
 namespace tintMapParams {
@@ -22,12 +23,11 @@ enum : ParamID {
 #undef PARAM
 }  // namespace tintMapParams
 
-class DColor : public Texmap {
+class DColor : public WithParams<Texmap> {
 public:
     static constexpr int kNumEntries = 10;
 
     DColor();
-    IParamBlock2& Block() const { return *m_block.Get(); }
 
     bool Update(TimeValue t, std::string* error) override;
     // The base map or colour: a place of a texture has no item.
@@ -41,26 +41,17 @@ public:
 
     static constexpr ClassInfo kClass{{0x3d1c0110, 0x52a7}, SuperClass::kTexmap, "DravinColor"};
     ClassInfo Class() const override { return kClass; }
-    int NumRefs() const override { return 1; }
-    std::shared_ptr<ReferenceTarget> GetReference(int slot) const override {
-        return slot == 0 ? m_block.Share() : nullptr;
-    }
-    int NumSubs() const override { return 1; }
-    ReferenceTarget* SubAnim(int) const override { return m_block.Get(); }
-    std::string SubAnimName(int) const override { return "Parameters"; }
     std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 
 private:
     struct Entry {
-        const Texmap* map;
+        SubMap map;
         Color color;
     };
-    explicit DColor(std::shared_ptr<IParamBlock2> block);
     void ReadEntries(TimeValue t);
 
-    Reference<IParamBlock2> m_block{this};
     // Worked out by Update.
-    Texmap* m_base = nullptr;
+    SubMap m_base;
     Color m_baseColor;
     bool m_byElement = false, m_overrides = false;
     float m_variation = 0;

@@ -2,7 +2,6 @@
 
 #include "Dravin/materials/tint_params.h"
 #include "host/math/display_color.h"
-#include "host/params/clone_map.h"
 
 using namespace wrapperParams;
 
@@ -28,15 +27,12 @@ const ParamBlockDesc2& WrapperBlock() {
 
 }  // namespace
 
-DMat::DMat() : DMat(IParamBlock2::Create(WrapperBlock(), this)) {}
-
-DMat::DMat(std::shared_ptr<IParamBlock2> block) { m_block = std::move(block); }
+DMat::DMat() : WithParams(IParamBlock2::Create(WrapperBlock())) {}
 
 std::shared_ptr<ReferenceTarget> DMat::Clone(CloneMap& map) const {
-    std::shared_ptr<IParamBlock2> block = m_block->CloneFor(nullptr, map);
-    auto copy = std::shared_ptr<DMat>(new DMat(block));
+    auto copy = std::make_shared<DMat>();
+    CopyBlock(*copy, map);
     copy->name = name;
-    map.Add(*m_block.Get(), block);
     return copy;
 }
 
