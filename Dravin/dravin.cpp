@@ -1,8 +1,11 @@
 #include "Dravin/dravin.h"
 
+#include <fmt/format.h>
+
 #include "Dravin/build/custom_edit.h"
 #include "Dravin/build/dravin_build.h"
 #include "Dravin/dravin_globals.h"
+#include "host/base/log.h"
 #include "host/params/clone_map.h"
 #include "host/scene/host_context.h"
 #include "host/scene/scene.h"
@@ -37,7 +40,7 @@ int BlockOfSlot(int slot) {
 
 void TDravin::SetStoredItems(std::vector<TStoredItem> items) {
     auto told = [this] {
-        m_build->SetValidity(Interval::Never());
+        SetOutdated();
         NotifyDependents();
     };
     size_t bytes = HeapBytes(m_storedItems);
@@ -123,7 +126,8 @@ bool TDravin::SwitchMode(int newMode, TimeValue t) {
 
 RefResult TDravin::NotifyRefChanged(const RefChange& change, ReferenceTarget* from) {
     if (!m_build) return RefResult::kSucceed;  // still being made
-    m_build->SetValidity(Interval::Never());
+    if (HostContext::Current() && DravinGlobals().makingMaterial) return RefResult::kSucceed;
+    SetOutdated();
     bool surfaces =
         BlockIdOf(from) == kSurfaceParams &&
         (change.paramId == surfaceParams::kSurflist || change.paramId == surfaceParams::kSurfmode);
@@ -184,7 +188,34 @@ std::shared_ptr<ReferenceTarget> TDravin::Clone(CloneMap& map) const {
     return copy;
 }
 
+void TDravin::SetOutdated() {
+    m_build->SetValidity(Interval::Never());
+    m_mesh = nullptr;
+    m_meshValidity = Interval::Never();
+}
+
+std::shared_ptr<const Mesh> TDravin::GetRenderMesh(TimeValue t) {
+    if (m_meshValidity.Contains(t)) return m_mesh;
+    if (IsBuilding()) return nullptr;
+    TDravinBuild build(*this);
+    TBuildFlags flags;
+    flags.render = flags.fileMesh = true;
+    build.BuildMesh(t, flags);
+    if (build.Status() != TBuildStatus::kSuccess) {
+        INode* node = GetWorldNode(*this);
+        std::string why = !build.Failure().empty()   ? build.Failure()
+                          : !build.Refusal().empty() ? build.Refusal()
+                                                     : build.Message()[0];
+        LogWarning(
+            fmt::format("{}: it shows nothing to others: {}", node ? node->GetName() : "", why));
+    }
+    m_mesh = build.ObjectMesh().IsBuilt() ? build.ObjectMesh().ShareMesh() : nullptr;
+    m_meshValidity = build.Validity();
+    return m_mesh;
+}
+
 Interval TDravin::ObjectValidity(TimeValue t) const {
-    Interval valid = m_build->Validity();
-    return valid.IsEmpty() ? Interval::Instant(t) : valid;
+    for (Interval valid : {m_meshValidity, m_build->Validity()})
+        if (valid.Contains(t)) return valid;
+    return Interval::Instant(t);
 }

@@ -5,6 +5,7 @@
 // changes an object.
 #pragma once
 
+#include <atomic>
 #include <deque>
 #include <memory>
 #include <optional>
@@ -71,6 +72,9 @@ public:
 
     // The object's build: items, status and statistics of the last one.
     TDravinBuild& Build() { return *m_build; }
+    // Whether some build of it runs. A build holds the flag from its beginning to its end.
+    bool IsBuilding() const { return m_building; }
+    std::atomic<bool>& Building() { return m_building; }
     const TDravinBuild& Build() const { return *m_build; }
     // The largest row id handed out so far.
     int specIdCounter = 0;
@@ -106,8 +110,14 @@ public:
     void ResetReference(int slot) override;
 
     // Object
-    // How long the items of the last build hold; without one, or after a change, the moment.
+    // How long the mesh for others holds, else the items of the last build; without either, or
+    // after a change, the moment.
     Interval ObjectValidity(TimeValue t) const override;
+    // As others see it that use it as a source, a surface or an area: all its items as a render
+    // shows them, none left to a renderer. The mesh is made when it is asked for and kept as long
+    // as it holds; the object's own build stays as it is. Null without items, and while the object
+    // is being built.
+    std::shared_ptr<const Mesh> GetRenderMesh(TimeValue t) override;
     bool IsGeomObject() const override { return true; }
     static constexpr ClassInfo kClass{
         {0x79fe41c2, 0x1d7b4fb1}, SuperClass::kGeomObject, "Dravin Pro"};
@@ -120,10 +130,14 @@ public:
 
 private:
     void CreateCurveSets();
+    void SetOutdated();
 
     std::vector<TStoredItem> m_storedItems;
     // By block id, and by slot for everything that is no block.
     std::deque<Reference<IParamBlock2>> m_blocks;
     std::deque<Reference<ReferenceTarget>> m_slots;
     std::unique_ptr<TDravinBuild> m_build;
+    std::atomic<bool> m_building{false};
+    std::shared_ptr<const Mesh> m_mesh;  // for others, where it was asked for
+    Interval m_meshValidity = Interval::Never();
 };

@@ -11,6 +11,7 @@ namespace {
 
 struct Globals : TDravinGlobals {
     Globals() {
+        options = LoadOptions(OptionsFile());
         templates.ReadDefinitions(GeometryFolder());
         HostContext& context = *HostContext::Current();
         auto on = [&](HostNotify notice, auto action) {

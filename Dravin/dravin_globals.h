@@ -4,6 +4,7 @@
 
 #include "Dravin/build/surface_cache.h"
 #include "Dravin/config/distmap_library.h"
+#include "Dravin/config/options.h"
 #include "Dravin/geometry/mesh_cache.h"
 #include "Dravin/geometry/template_list.h"
 
@@ -13,8 +14,12 @@ struct TDravinGlobals {
     TTemplates templates;
     TDistMapLibrary distMaps;
 
-    // Renders use one thread only (the option "disableMultithreadRender").
-    bool disableMultithreadRender = false;
+    // As the user's file says.
+    TOptions options;
+
+    // A build is bringing its object's material up to date: what follows from the scene as it is,
+    // and makes nothing of it outdated.
+    bool makingMaterial = false;
 
     // Builds of all objects so far.
     uint64_t numBuilds = 0;

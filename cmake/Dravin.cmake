@@ -59,5 +59,5 @@ function(dravin_test name)
         DRAVIN_BINARY_DIR="${PROJECT_BINARY_DIR}")
     add_test(NAME ${name} COMMAND ${name})
     set_tests_properties(${name} PROPERTIES TIMEOUT 600 FAIL_REGULAR_EXPRESSION "\\[  SKIPPED \\]"
-        ENVIRONMENT "DRAVIN_HOME=${PROJECT_SOURCE_DIR}/data")
+        ENVIRONMENT "DRAVIN_HOME=${PROJECT_SOURCE_DIR}/data;XDG_CONFIG_HOME=${PROJECT_BINARY_DIR}/no_config")
 endfunction()

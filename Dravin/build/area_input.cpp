@@ -221,7 +221,7 @@ private:
         const char* why = nullptr;
         if (&other == &m_object)
             why = "the object cannot exclude its own items";
-        else if (other.Build().IsRunning())
+        else if (other.IsBuilding())
             why = "the objects exclude each other's items in a ring";
         if (why) {
             LogWarning(fmt::format("area \"{}\" is left out: {}", row.Text(kArnamelist), why));

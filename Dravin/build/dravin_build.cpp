@@ -13,6 +13,7 @@
 #include "Dravin/dravin.h"
 #include "Dravin/dravin_globals.h"
 #include "Dravin/engine/build_items.h"
+#include "Dravin/materials/automatic_material.h"
 #include "host/base/log.h"
 #include "host/base/memory_size.h"
 #include "host/base/thread_pool.h"
@@ -47,6 +48,16 @@ private:
     std::atomic<bool>* m_taken;
 };
 
+class ScopedFlag {
+public:
+    explicit ScopedFlag(bool& flag) : m_flag(flag) { m_flag = true; }
+    ~ScopedFlag() { m_flag = false; }
+    ScopedFlag(const ScopedFlag&) = delete;
+
+private:
+    bool& m_flag;
+};
+
 }  // namespace
 
 TDravinBuild::TDravinBuild(TDravin& object) : m_object(object) {}
@@ -55,7 +66,7 @@ TDravinBuild::~TDravinBuild() = default;
 void TDravinBuild::BuildMesh(TimeValue time, const TBuildFlags& flags,
                              const TItemConsumer* consumer) {
     if (m_deleting) return;
-    BuildTurn turn(m_running);
+    BuildTurn turn(m_object.Building());
     if (!turn) return;
     m_time = time;
     m_flags = flags;
@@ -196,7 +207,10 @@ void TDravinBuild::Run(const TParameters& parameters) {
 
     TSpecListRequest request;
     request.time = m_time;
-    request.self = &m_object;
+    request.isOpen = [](const Object& object) {
+        auto* scatter = dynamic_cast<const TDravin*>(&object);
+        return scatter && scatter->IsBuilding();
+    };
     request.proxyMode = (m_flags.render ? parameters.Int(dispParams::kRmesh)
                                         : parameters.Int(dispParams::kVmesh)) == kProxyMesh;
     request.animation = NormaliseAnimation(
@@ -230,8 +244,19 @@ void TDravinBuild::Run(const TParameters& parameters) {
             double(m_input->memoryLimit) / 1e9);
     m_input->unselected = nullptr;  // that list is given back
     bool wantsMesh = !m_flags.noMesh && !m_flags.skipMesh && !m_streamed;
+    if (m_panel.status == TBuildStatus::kSuccess && !m_flags.noMesh) MakeMaterial(parameters);
     if (m_panel.status == TBuildStatus::kSuccess && wantsMesh)
         MakeMesh(MeshSettings(parameters, maker.Threads()));
+}
+
+void TDravinBuild::MakeMaterial(const TParameters& p) {
+    if (!p.Bool(geomParams::kConsmat)) return;
+    const TOptions& options = DravinGlobals().options;
+    ScopedFlag making(DravinGlobals().makingMaterial);
+    BuildAutomaticMaterial(
+        m_object, m_specimens,
+        {options.optimizeAutomaterial != 0, options.showMapInViewport,
+         p.Bool(dispParams::kWireframe), float(p.Int(dispParams::kOpacity)) / 100});
 }
 
 TObjectMeshSettings TDravinBuild::MeshSettings(const TParameters& p, int threads) const {
@@ -250,6 +275,7 @@ TObjectMeshSettings TDravinBuild::MeshSettings(const TParameters& p, int threads
     int maxFaces = p.Int(dispParams::kMaxfaces);
     if (maxFaces > 0 && !m_flags.noLimit) s.maxFaces = uint64_t(maxFaces) * kFacesPerUnit;
     if (!m_flags.unprotected) s.maxBytes = FreeMemory();
+    s.shadowOffset = float(DravinGlobals().options.vshadowPlaneOffset);
     s.hidesShadowPlanes = !render && p.Bool(shadowParams::kHsplanes);
     s.horizontalOffset = p.Int(shadowParams::kHsoffset);
     s.horizontalScale = p.Int(shadowParams::kHsscale);

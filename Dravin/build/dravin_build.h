@@ -8,7 +8,6 @@
 // with an empty result, a status and a text: kTooManyItems where memory ran out, else kNoItems.
 #pragma once
 
-#include <atomic>
 #include <memory>
 #include <string>
 
@@ -82,7 +81,6 @@ public:
     int BuildCounter() const { return m_buildCounter; }
     // Number of the last build, renders and failures included, among those of all objects.
     uint64_t BuildNumber() const { return m_buildNumber; }
-    bool IsRunning() const { return m_running; }
     // Of the running build; any thread may ask.
     const TBuildProgress& Progress() const { return m_progress; }
     // Ends the running build soon, with kCancelled; none is running: nothing. Any thread.
@@ -127,13 +125,13 @@ private:
     TDensityMap LoadMap(const TParameters& parameters, const TInputMaker& maker);
     void BreakOff(TBuildStatus status, const char* why);
     TObjectMeshSettings MeshSettings(const TParameters& parameters, int threads) const;
+    void MakeMaterial(const TParameters& parameters);
     void MakeMesh(const TObjectMeshSettings& settings);
     void FinishStatus();
     void NarrowToReferences();
     void RememberView();
 
     TDravin& m_object;
-    std::atomic<bool> m_running{false};
     TBuildProgress m_progress;
     bool m_deleting = false;
     bool m_rereadSurfaces = false;

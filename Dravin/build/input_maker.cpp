@@ -63,7 +63,7 @@ TInputMaker::TInputMaker(TDravin& object, const TParameters& parameters, TimeVal
 }
 
 int TInputMaker::Threads() const {
-    if (m_flags.render && DravinGlobals().disableMultithreadRender) return 1;
+    if (m_flags.render && DravinGlobals().options.disableMultithreadRender) return 1;
     if (m_flags.forceThreads > 0) return m_flags.forceThreads;
     return std::max(
         1, m_p.Bool(genParams::kAutothreads) ? NumProcessors() : m_p.Int(genParams::kThreads));

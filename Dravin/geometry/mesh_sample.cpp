@@ -64,9 +64,10 @@ const TMeshCloud& TDravinMeshSample::Cloud() const {
 std::shared_ptr<const TDravinMeshSample> MakeMeshSample(INode& node, TimeValue t) {
     Object* object = node.GetObjectRef();
     if (!object) return std::make_shared<const TDravinMeshSample>();
+    // What makes its mesh when it is asked for it knows only then how long that holds.
+    std::shared_ptr<const Mesh> mesh = object->IsGeomObject() ? object->GetRenderMesh(t) : nullptr;
     Interval validity = object->ObjectValidity(t);
     if (!validity.Contains(t)) validity = Interval::Instant(t);
-    std::shared_ptr<const Mesh> mesh = object->IsGeomObject() ? object->GetRenderMesh(t) : nullptr;
     return std::make_shared<const TDravinMeshSample>(mesh, SourceMatrix(node, t), validity);
 }
 

@@ -61,13 +61,7 @@ public:
     bool AddCustom(const TSpecGeomList& templates) {
         INode* node = m_entry.customObject.get();
         if (!node) return false;
-        if (m_request.self && node->GetObjectRef() == m_request.self) {
-            LogWarning(
-                fmt::format("geometry row \"{}\": the object cannot scatter itself; the row "
-                            "shows nothing",
-                            m_entry.name));
-            return false;
-        }
+        if (IsOpen(*node)) return false;
         if (auto* lod = dynamic_cast<TDLod*>(node->GetObjectRef())) {
             AddLevels(*lod, templates);
         } else if (node->IsGroupHead()) {
@@ -82,6 +76,15 @@ public:
     void AddEmpty() { m_specimen.nodes.push_back({m_entry, nullptr, Sample(nullptr), {}}); }
 
 private:
+    bool IsOpen(const INode& node) const {
+        const Object* object = node.GetObjectRef();
+        if (!object || !m_request.isOpen || !m_request.isOpen(*object)) return false;
+        LogWarning(
+            fmt::format("geometry row \"{}\": an object cannot scatter itself, nor through "
+                        "others; \"{}\" shows nothing there",
+                        m_entry.name, node.GetName()));
+        return true;
+    }
     // Sources are sampled at the first frame; later frames are asked for when they are shown.
     std::shared_ptr<const TDravinMeshSample> Sample(INode* node) {
         return m_meshes.Get(node, m_specimen.FrameFirst(0), m_request.time);
@@ -92,7 +95,8 @@ private:
         CollectGeometry(head, members);
         Point3 pivot = head.GetNodeTM(m_request.time).GetTrans();
         for (INode* member : members)
-            AddSource(member, member->GetNodeTM(m_request.time).GetTrans() - pivot);
+            if (!IsOpen(*member))
+                AddSource(member, member->GetNodeTM(m_request.time).GetTrans() - pivot);
     }
 
     // The enabled levels by rising threshold; of equal ones the later stays.

@@ -41,10 +41,10 @@ public:
     }
 
 private:
-    // Ids choose among the source's own materials. The object's one material is made of these in
-    // the order of the rows only where somebody consolidates them.
-    uint16_t MaterialId(uint16_t id) const {
-        return m_target.settings.consolidates ? uint16_t(id % m_shape.materials) : id;
+    // A proxy shape shows the colour of the item's row.
+    uint16_t ProxyMaterialId() const {
+        return m_target
+            .proxyMaterialIds[SpecimenRow(m_item.specimenIndex, m_target.proxyMaterialIds.size())];
     }
     void AddFaces() {
         if (m_item.mirrored)
@@ -66,9 +66,11 @@ private:
             }
             faces[k] = face;
         }
-        if (m_target.settings.consolidates && m_shape.hasIdsBeyond)
+        if (!m_target.showsSources && m_target.settings.consolidates)
+            for (size_t k = 0; k < m_source.faces.size(); ++k) faces[k].matID = ProxyMaterialId();
+        else if (!m_shape.materialIds.empty())
             for (size_t k = 0; k < m_source.faces.size(); ++k)
-                faces[k].matID = MaterialId(faces[k].matID);
+                faces[k].matID = m_shape.materialIds[faces[k].matID];
     }
     void AddMapFaces(size_t c) {
         MapChannel& channel = m_target.mesh.maps[c];
@@ -98,7 +100,7 @@ private:
         for (size_t k = 0; k < kPlaneFaces; ++k) {
             const Triple& v = kPlaneCorners[k];
             mesh.faces[m_face + k] = {
-                {v[0] + m_vert, v[1] + m_vert, v[2] + m_vert}, 0, MaterialId(0), flags};
+                {v[0] + m_vert, v[1] + m_vert, v[2] + m_vert}, 0, m_shape.planeMaterialId, flags};
             m_target.owners[m_face + k] = m_index;
             for (size_t c = 0; c < mesh.maps.size(); ++c)
                 if (!mesh.maps[c].faces.empty())

@@ -12,7 +12,8 @@ struct TMeshTarget {
     std::span<const TItemRange> ranges;
     std::span<const TMeshShape> shapes;
     const TObjectMeshSettings& settings;
-    bool showsSources = true;  // not the proxy shape
+    std::span<const uint16_t> proxyMaterialIds;  // by row
+    bool showsSources = true;                    // not the proxy shape
 };
 
 // Adds items first to last - 1. Ranges of items are disjoint: threads may add different ones.

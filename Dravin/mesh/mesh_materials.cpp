@@ -5,17 +5,22 @@
 #include "Dravin/mesh/mesh_measure.h"
 
 TMeshMaterials::TMeshMaterials(const TObjectMesh& mesh, const TDravinItemList& items,
-                               const TSpecBuildList& specimens)
+                               const TSpecBuildList& specimens, const Mtl* objectMtl)
     : m_mesh(mesh) {
     if (mesh.GetMesh().faces.empty()) return;
     for (const Face& face : mesh.GetMesh().faces)
         m_numIds = std::max(m_numIds, size_t{face.matID} + 1);
+    bool isProxy = mesh.Statistics().mode == TMeshMode::kProxy;
     std::vector<uint32_t> firstNode;  // by row
     for (size_t row = 0; row < specimens.NumRows(); ++row) {
         firstNode.push_back(uint32_t(m_table.size() / m_numIds));
-        for (const TSpecBuildNode& node : specimens.Row(row).nodes)
+        for (const TSpecBuildNode& node : specimens.Row(row).nodes) {
+            const Mtl* own = node.Material();
+            bool isPlain = !own && mesh.IsConsolidated() && !isProxy;
+            const Mtl* shown = isPlain ? nullptr : objectMtl ? objectMtl : own;
             for (size_t id = 0; id < m_numIds; ++id)
-                m_table.push_back(NumberOf(StandardMtlOfFace(node.Material(), int(id))));
+                m_table.push_back(NumberOf(StandardMtlOfFace(shown, int(id))));
+        }
     }
     if (m_list.size() == 1 && !m_list[0]) m_list.clear();
     if (m_list.empty()) return;

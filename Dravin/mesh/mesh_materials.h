@@ -1,4 +1,4 @@
-// What the faces of an object mesh show: materials of their items' rows.
+// What the faces of an object mesh show.
 #pragma once
 
 #include <vector>
@@ -8,9 +8,10 @@
 
 class TMeshMaterials {
 public:
-    // All outlive it.
+    // objectMtl: of the object's node, which faces choose from by their ids; without one each shows
+    // what its source does. What has no material of its own shows none. All outlive it.
     TMeshMaterials(const TObjectMesh& mesh, const TDravinItemList& items,
-                   const TSpecBuildList& specimens);
+                   const TSpecBuildList& specimens, const Mtl* objectMtl);
 
     // The different ones; null is the host's default grey. Empty where no row has any.
     const std::vector<const StandardMtl*>& List() const { return m_list; }

@@ -26,11 +26,9 @@ public:
             m_firstShape.push_back(m_shapes.size());
             const TSpecBuild& specimen = m_specimens.Row(row);
             for (const TSpecBuildNode& node : specimen.nodes) {
-                const Mtl* mtl = node.Material();
                 TMeshShape first;
                 first.sample = node.sample;
                 first.mapping = node.sample->Source().get();
-                first.materials = mtl ? std::max(mtl->NumSubMtls(), 1) : 1;
                 m_shapes.push_back(first);
                 first = {};
                 first.isFurtherFrame = true;
@@ -73,16 +71,25 @@ private:
             shape.sample =
                 m_meshes.Get(node.source.get(), specimen.FrameFirst(int(frame)), m_settings.time);
             if (!shape.sample->Source()) return;
-            shape.materials = m_shapes[number - frame].materials;
         }
         const Matrix3& toUnit = node.sample->Size().normalize;
         if (shape.sample->Size().normalize != toUnit)
             shape.own = std::make_shared<Mesh>(TransformedMesh(*shape.sample->Source(), toUnit));
         shape.mesh = shape.own ? shape.own.get() : &shape.sample->UnitMesh();
         shape.mapping = shape.mesh;
-        shape.hasIdsBeyond =
-            std::any_of(shape.mesh->faces.begin(), shape.mesh->faces.end(),
-                        [&](const Face& face) { return face.matID >= shape.materials; });
+        if (m_settings.consolidates) SetMaterialIds(node.ids, shape);
+    }
+    static void SetMaterialIds(const TConsolidatedIds& ids, TMeshShape& shape) {
+        auto idOf = [](int id) { return uint16_t(std::min(id, 0xFFFF)); };
+        shape.planeMaterialId = idOf(ids.OfMaterial(0));
+        int highest = -1;
+        for (const Face& face : shape.mesh->faces) highest = std::max(highest, int(face.matID));
+        bool changes = false;
+        for (int id = 0; id <= highest; ++id) {
+            shape.materialIds.push_back(idOf(ids.OfFace(id)));
+            changes |= shape.materialIds.back() != id;
+        }
+        if (!changes) shape.materialIds.clear();
     }
 
     const TSpecBuildList& m_specimens;

@@ -43,6 +43,7 @@ TMeshOutcome TObjectMesh::Build(TDravinItemList& items, const TSpecBuildList& sp
                                 TDravinMeshCache& meshes, const TObjectMeshSettings& settings,
                                 std::span<const Point3> extraPoints) {
     m_isBuilt = false;
+    m_isConsolidated = settings.consolidates;
     m_bounds = {};
     m_selection.SetSize(0);
     bool isCloud = settings.mode == TMeshMode::kPointCloud && settings.renderMode != kRenderMeshes;
@@ -52,7 +53,7 @@ TMeshOutcome TObjectMesh::Build(TDravinItemList& items, const TSpecBuildList& sp
     m_statistics = measure.statistics;
     m_statistics.bytesWanted = BytesOfLayout(measure);
     auto giveUp = [&](TMeshOutcome outcome) {
-        m_mesh = {}, m_owners = {}, m_ranges = {}, m_shapes = {};
+        m_mesh = std::make_shared<Mesh>(), m_owners = {}, m_ranges = {}, m_shapes = {};
         return outcome;
     };
     if (measure.numFaces > settings.maxFaces) {
@@ -67,10 +68,11 @@ TMeshOutcome TObjectMesh::Build(TDravinItemList& items, const TSpecBuildList& sp
     if (isCloud) {
         (void)giveUp(TMeshOutcome::kDone);
     } else {
-        LayOutMesh(measure, settings.threads, m_mesh, m_owners);
+        if (m_mesh.use_count() > 1) m_mesh = std::make_shared<Mesh>();
+        LayOutMesh(measure, settings.threads, *m_mesh, m_owners);
         m_ranges = std::move(measure.ranges);
         m_shapes = std::move(measure.shapes);
-        Fill(items, settings);
+        Fill(items, specimens, settings);
         Select(items);
     }
     Bound(items, extraPoints, settings.threads);
@@ -78,14 +80,23 @@ TMeshOutcome TObjectMesh::Build(TDravinItemList& items, const TSpecBuildList& sp
     return TMeshOutcome::kDone;
 }
 
-void TObjectMesh::Fill(const TDravinItemList& items, const TObjectMeshSettings& settings) {
+void TObjectMesh::Fill(const TDravinItemList& items, const TSpecBuildList& specimens,
+                       const TObjectMeshSettings& settings) {
     size_t count = items.Count(), workers = size_t(std::max(settings.threads, 1));
     if (count / workers < kLeastItemsPerWorker) workers = 1;
     LogStep(settings.threads < 1
                 ? fmt::format("Creating mesh ({} items, single thread)", count)
                 : fmt::format("Creating mesh ({} items, {} threads)", count, workers));
-    TMeshTarget target{m_mesh,   m_owners, m_ranges,
-                       m_shapes, settings, m_statistics.mode != TMeshMode::kProxy};
+    std::vector<uint16_t> proxyIds;
+    for (size_t row = 0; row < specimens.NumRows(); ++row)
+        proxyIds.push_back(uint16_t(std::min(specimens.Row(row).proxyMaterialId, 0xFFFF)));
+    TMeshTarget target{*m_mesh,
+                       m_owners,
+                       m_ranges,
+                       m_shapes,
+                       settings,
+                       proxyIds,
+                       m_statistics.mode != TMeshMode::kProxy};
     size_t share = count / workers;
     ParallelFor(workers, int(workers), [&](size_t w) {
         AddItems(items, w * share, w + 1 == workers ? count : (w + 1) * share, target);
@@ -93,7 +104,7 @@ void TObjectMesh::Fill(const TDravinItemList& items, const TObjectMeshSettings& 
 }
 
 void TObjectMesh::Select(const TDravinItemList& items) {
-    m_selection.SetSize(m_mesh.NumFaces());
+    m_selection.SetSize(m_mesh->NumFaces());
     std::vector<bool> selected(items.Count());
     bool any = false;
     ForEachItem(items, [&](size_t i, const TItemColumns& columns, size_t k) {
@@ -106,13 +117,13 @@ void TObjectMesh::Select(const TDravinItemList& items) {
 void TObjectMesh::Bound(const TDravinItemList& items, std::span<const Point3> extraPoints,
                         int threads) {
     constexpr size_t kVertsPerPiece = 1 << 16;
-    std::vector<Box3> boxes(m_mesh.verts.size() / kVertsPerPiece + 1);
+    std::vector<Box3> boxes(m_mesh->verts.size() / kVertsPerPiece + 1);
     ParallelFor(boxes.size(), threads, [&](size_t piece) {
-        size_t end = std::min((piece + 1) * kVertsPerPiece, m_mesh.verts.size());
-        for (size_t i = piece * kVertsPerPiece; i < end; ++i) boxes[piece] += m_mesh.verts[i];
+        size_t end = std::min((piece + 1) * kVertsPerPiece, m_mesh->verts.size());
+        for (size_t i = piece * kVertsPerPiece; i < end; ++i) boxes[piece] += m_mesh->verts[i];
     });
     for (const Box3& box : boxes) m_bounds += box;
-    if (m_mesh.verts.empty())
+    if (m_mesh->verts.empty())
         ForEachItem(items, [&](size_t, const TItemColumns& columns, size_t k) {
             if (columns.marks[k].Is(ItemMarks::kDiscarded)) return;
             m_bounds += columns.position[k];
@@ -122,6 +133,6 @@ void TObjectMesh::Bound(const TDravinItemList& items, std::span<const Point3> ex
 }
 
 size_t TObjectMesh::BytesHeld() const {
-    return m_mesh.BytesHeld() + m_owners.capacity() * sizeof(int32_t) +
+    return m_mesh->BytesHeld() + m_owners.capacity() * sizeof(int32_t) +
            m_ranges.capacity() * sizeof(TItemRange);
 }

@@ -60,11 +60,12 @@ struct TMeshShape {
     const Mesh* mesh = nullptr;     // unit size; null: no item shows it, or nothing is there
     const Mesh* mapping = nullptr;  // whose channels and colours the object mesh has; null: none
     bool isFurtherFrame = false;    // of the source of a shape before it
-    int materials = 1;              // that its faces' ids choose from
     std::shared_ptr<const TDravinMeshSample> sample;  // holds the mesh and its elements
     std::shared_ptr<const Mesh> own;                  // holds a mesh that no sample has
-    bool hasIdsBeyond = false;                        // ids of faces reach beyond the materials
-    std::vector<uint32_t> mapOffset;                  // by channel, where channels are shared
+    // By id of its faces: their ids in the object's material; empty: as they are.
+    std::vector<uint16_t> materialIds;
+    uint16_t planeMaterialId = 0;     // of shadow planes of its items
+    std::vector<uint32_t> mapOffset;  // by channel, where channels are shared
     uint32_t colorOffset = 0;
 };
 
@@ -90,11 +91,15 @@ public:
 
     // Whether there is a result: a mesh with faces, or a cloud.
     bool IsBuilt() const { return m_isBuilt; }
-    const Mesh& GetMesh() const { return m_mesh; }
+    const Mesh& GetMesh() const { return *m_mesh; }
+    // The mesh for keeping: a later build makes another one where somebody still holds this.
+    std::shared_ptr<const Mesh> ShareMesh() const { return m_mesh; }
     // By face: the index of its item.
     const std::vector<int32_t>& FaceOwners() const { return m_owners; }
     // By face: whether its item is selected.
     const BitArray& FaceSelection() const { return m_selection; }
+    // Whether its faces' ids are those of the object's automatic material.
+    bool IsConsolidated() const { return m_isConsolidated; }
     const Box3& Bounds() const { return m_bounds; }
     const TObjectMeshStatistics& Statistics() const { return m_statistics; }
     const std::vector<TItemRange>& Ranges() const { return m_ranges; }
@@ -102,16 +107,17 @@ public:
     size_t BytesHeld() const;
 
 private:
-    void Fill(const TDravinItemList& items, const TObjectMeshSettings& settings);
+    void Fill(const TDravinItemList& items, const TSpecBuildList& specimens,
+              const TObjectMeshSettings& settings);
     void Select(const TDravinItemList& items);
     void Bound(const TDravinItemList& items, std::span<const Point3> extraPoints, int threads);
 
-    Mesh m_mesh;
+    std::shared_ptr<Mesh> m_mesh = std::make_shared<Mesh>();  // never null
     std::vector<int32_t> m_owners;
     BitArray m_selection;
     Box3 m_bounds;
     TObjectMeshStatistics m_statistics;
     std::vector<TItemRange> m_ranges;
     std::vector<TMeshShape> m_shapes;
-    bool m_isBuilt = false;
+    bool m_isBuilt = false, m_isConsolidated = false;
 };

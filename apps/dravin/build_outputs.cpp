@@ -90,7 +90,7 @@ std::vector<MeshFilePart> MeshParts(std::span<const SceneDravin> objects,
             PrintWarning(
                 fmt::format("{}: no item shows a face; the mesh is empty", dravin.node->GetName()));
         const TMeshMaterials& shown =
-            materials.emplace_back(mesh, build.Items(), build.Specimens());
+            materials.emplace_back(mesh, build.Items(), build.Specimens(), dravin.node->GetMtl());
         bool hadNormals = std::any_of(
             mesh.Shapes().begin(), mesh.Shapes().end(),
             [](const TMeshShape& shape) { return shape.mesh && !shape.mesh->normals.IsEmpty(); });

@@ -29,6 +29,7 @@ const std::map<std::string, Keys> kTexmapKeys = {
     {"noise", {false, true, false, false, true}},
 };
 const std::vector<std::string> kAxes = {"u", "v"};
+const std::vector<std::string> kViewportMaps = {"none", "diffuse", "material"};  // by ViewportMaps
 const std::vector<std::string> kFilters = {"nearest", "bilinear"};
 const std::vector<std::string> kWraps = {"tile", "clamp", "mirror"};
 
@@ -96,6 +97,9 @@ void ReadStandardKeys(DescriptionObject& keys, DescriptionContext& context, Stan
     mtl->mapFactor = keys.ColorOf("map_factor", mtl->mapFactor);
     mtl->vertexColors = keys.Bool("vertex_colors", mtl->vertexColors);
     mtl->twoSided = keys.Bool("two_sided", mtl->twoSided);
+    mtl->wireframe = keys.Bool("wireframe", mtl->wireframe);
+    mtl->viewportMaps =
+        ViewportMaps(keys.Choice("viewport_maps", kViewportMaps, int(mtl->viewportMaps.Get())));
     if (auto map = keys.Find("diffuse_map")) mtl->diffuseMap = context.TexmapOf(*map);
     if (auto map = keys.Find("opacity_map")) mtl->opacityMap = context.TexmapOf(*map);
 }
@@ -139,6 +143,9 @@ void WriteStandardKeys(const StandardMtl* standard, Json& keys, const Descriptio
         keys["map_factor"] = DescriptionWriter::Triple(standard->mapFactor);
     if (standard->vertexColors) keys["vertex_colors"] = true;
     if (standard->twoSided) keys["two_sided"] = true;
+    if (standard->wireframe) keys["wireframe"] = true;
+    if (standard->viewportMaps != ViewportMaps::kNone)
+        keys["viewport_maps"] = kViewportMaps[size_t(standard->viewportMaps.Get())];
     WriteUnless(0, keys, "opacity_cutoff", standard->opacityCutoff);
 }
 

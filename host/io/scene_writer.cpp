@@ -49,7 +49,8 @@ Json WriteNode(const INode& node, const Writer& writer) {
         keys["object_offset"] = {{"position", Writer::Triple(offset.position)},
                                  {"rotation", Writer::Triple(offset.rotationDegrees)},
                                  {"scale", Writer::Triple(offset.scale)}};
-    if (node.GetMtl()) keys["material"] = writer.MtlName(node.GetMtl());
+    // Materials that objects make for themselves have no name there; they make them again.
+    if (Json name = writer.MtlName(node.GetMtl()); !name.is_null()) keys["material"] = name;
     if (node.GetLayer() != plain.GetLayer()) keys["layer"] = node.GetLayer();
     if (node.hidden.Content() != Animated<bool>())
         keys["hidden"] = WriteAnimatedBool(node.hidden.Content());

@@ -68,6 +68,8 @@ void StandardMtl::CopyInto(const std::shared_ptr<StandardMtl>& copy, CloneMap& m
     copy->translucency = translucency;
     copy->reflectivity = reflectivity;
     copy->ripple = ripple;
+    copy->wireframe = wireframe;
+    copy->viewportMaps = viewportMaps;
     map.Refer(diffuseMap.Share(), [copy](auto m) { copy->diffuseMap = std::move(m); });
     map.Refer(opacityMap.Share(), [copy](auto m) { copy->opacityMap = std::move(m); });
 }
@@ -129,6 +131,22 @@ void MultiMtl::Shade(const ShadeContext& sc, SurfaceLook* look) const {
 void MultiMtl::Append(std::shared_ptr<Mtl> sub) {
     subs.push_back(std::make_unique<Reference<Mtl>>(this));
     *subs.back() = std::move(sub);
+}
+
+// The entries themselves come and go, as older steps of the undo list know them.
+void MultiMtl::Grow(int numSubMtls) {
+    size_t before = subs.size();
+    if (numSubMtls <= NumSubMtls()) return;
+    while (NumSubMtls() < numSubMtls) Append(nullptr);
+    RecordExchange(*this, [this, before, other = decltype(subs)()]() mutable {
+        decltype(subs) tail;
+        std::move(subs.begin() + ptrdiff_t(before), subs.end(), std::back_inserter(tail));
+        subs.resize(before);
+        std::move(other.begin(), other.end(), std::back_inserter(subs));
+        other = std::move(tail);
+        ValueChanged();
+    });
+    ValueChanged();
 }
 
 void MultiMtl::SetSubMtl(int i, std::shared_ptr<Mtl> sub) {

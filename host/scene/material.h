@@ -9,6 +9,9 @@
 
 class StandardMtl;
 
+// What viewports show of a material: plain colours, its diffuse map, or as much as they can.
+enum class ViewportMaps { kNone, kDiffuse, kMaterial };
+
 // A material is asked by renderers, hit by hit: brought to a time with Update, it answers Opacity
 // and Shade on any number of threads.
 class Mtl : public ReferenceTarget {
@@ -56,6 +59,9 @@ public:
     Property<float> translucency{this, 0.0f};
     // 0..1: strength of a water-like mirror (more of it at flat angles).
     Property<float> reflectivity{this, 0.0f};
+    // What viewports show of it; pictures do not look at these.
+    Property<bool> wireframe{this, false};
+    Property<ViewportMaps> viewportMaps{this, ViewportMaps::kNone};
     // Slope of small waves on the mirror, about 0.02 on a quiet lake.
     Property<float> ripple{this, 0.0f};
     Reference<Texmap> diffuseMap{this};
@@ -109,6 +115,8 @@ public:
     float Opacity(const ShadeContext& sc) const override;
     void Shade(const ShadeContext& sc, SurfaceLook* look) const override;
     void Append(std::shared_ptr<Mtl> sub);
+    // Makes the list longer, with empty entries; tells, and can be undone.
+    void Grow(int numSubMtls);
     // Changes an entry, which must exist; tells, and can be undone.
     void SetSubMtl(int i, std::shared_ptr<Mtl> sub);
 

@@ -62,7 +62,7 @@ TEST_F(BuildFailure, OtherExceptionsLeaveNoItemsAndTheirText) {
 
 TEST_F(BuildFailure, TheObjectCanBeBuiltAgain) {
     RunWith([] { throw std::bad_alloc(); });
-    EXPECT_FALSE(object->Build().IsRunning());
+    EXPECT_FALSE(object->IsBuilding());
     Set(kDistParams, distParams::kDistmap, White());
     const TDravinBuild& build = Run();
     EXPECT_EQ(build.Status(), TBuildStatus::kSuccess);

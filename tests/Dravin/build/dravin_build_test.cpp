@@ -43,7 +43,7 @@ TEST_F(DravinBuild, OneThreadRunsOnTheCallingThread) {
 }
 
 TEST_F(DravinBuild, ARenderUsesOneThreadWhereTheOptionSaysSo) {
-    DravinGlobals().disableMultithreadRender = true;
+    DravinGlobals().options.disableMultithreadRender = true;
     TBuildFlags flags = Render();
     flags.forceThreads = 4;
     EXPECT_EQ(Run(flags).Input()->threads, 1);
