@@ -80,7 +80,7 @@ private:
         const Object* object = node.GetObjectRef();
         if (!object || !m_request.isOpen || !m_request.isOpen(*object)) return false;
         LogWarning(
-            fmt::format("geometry row \"{}\": an object cannot scatter itself, nor through "
+            fmt::format("geometry row \"{}\": the object cannot scatter itself, nor through "
                         "others; \"{}\" shows nothing there",
                         m_entry.name, node.GetName()));
         return true;

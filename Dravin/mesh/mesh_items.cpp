@@ -24,7 +24,8 @@ public:
           m_shape(target.shapes[m_range.shape]),
           m_source(*m_shape.mesh),
           m_vert(m_range.firstVert),
-          m_face(m_range.firstFace) {}
+          m_face(m_range.firstFace),
+          m_normal(m_range.firstNormal) {}
 
     void Add() {
         Matrix3 toObject = ItemTransform(m_item, m_target.settings.scaleOnSlope);
@@ -32,6 +33,7 @@ public:
         for (size_t k = 0; k < m_source.verts.size(); ++k) verts[k] = m_source.verts[k] * toObject;
         AddFaces();
         for (size_t c = 0; c < m_target.mesh.maps.size(); ++c) AddMapFaces(c);
+        if (m_shape.normals) AddNormals(toObject);
         std::fill_n(m_target.owners.begin() + m_face, m_source.faces.size(), m_index);
         if (m_item.partial && m_target.showsSources) HideElements();
         m_vert += uint32_t(m_source.verts.size());
@@ -85,6 +87,28 @@ private:
         if (m_item.mirrored)
             for (size_t k = 0; k < m_source.faces.size(); ++k) std::swap(faces[k][0], faces[k][1]);
     }
+    void AddNormals(const Matrix3& toObject) {
+        MapChannel& normals = m_target.mesh.normals;
+        Matrix3 forNormals = NormalTransform(toObject);
+        Point3* verts = normals.verts.data() + m_normal;
+        for (const Point3& n : m_shape.normals->verts)
+            *verts++ = Normalize(forNormals.VectorTransform(n));
+        Triple* faces = normals.faces.data() + m_face;
+        for (const Triple& source : m_shape.normals->faces) {
+            *faces = {source[0] + m_normal, source[1] + m_normal, source[2] + m_normal};
+            if (m_item.mirrored) std::swap((*faces)[0], (*faces)[1]);
+            ++faces;
+        }
+        m_normal += uint32_t(m_shape.normals->verts.size());
+    }
+    void AddPlaneNormal() {
+        Mesh& mesh = m_target.mesh;
+        Point3 across = mesh.FaceNormalUnscaled(m_face);  // none where the plane has no size
+        mesh.normals.verts[m_normal] = Length(across) > 0 ? Normalize(across) : Point3{0, 0, 1};
+        std::fill_n(mesh.normals.faces.begin() + m_face, kPlaneFaces,
+                    Triple{m_normal, m_normal, m_normal});
+        ++m_normal;
+    }
     // The parts of an item that stand beyond the border of its area.
     void HideElements() {
         const std::vector<uint32_t>& elements = m_shape.sample->Elements().elementOfFace;
@@ -106,6 +130,7 @@ private:
                 if (!mesh.maps[c].faces.empty())
                     mesh.maps[c].faces[m_face + k] = c == 0 ? Triple{} : plane.mapFaces[k];
         }
+        if (m_shape.normals) AddPlaneNormal();
         m_vert += uint32_t(kPlaneVerts);
         m_face += uint32_t(kPlaneFaces);
     }
@@ -116,7 +141,7 @@ private:
     const TItemRange& m_range;
     const TMeshShape& m_shape;
     const Mesh& m_source;
-    uint32_t m_vert, m_face;
+    uint32_t m_vert, m_face, m_normal;  // where what comes next will stand
 };
 
 }  // namespace

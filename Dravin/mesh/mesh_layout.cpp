@@ -55,14 +55,14 @@ uint64_t BytesOfLayout(const TMeshMeasure& measure) {
     uint64_t perFace = sizeof(Face) + sizeof(int32_t);
     size_t channels = NumChannels(measure);
     perFace += (std::max<size_t>(channels, 1) - 1 + HasColors(measure)) * sizeof(Triple);
-    return measure.numVerts * sizeof(Point3) + measure.numFaces * perFace;
+    if (measure.numNormals > 0) perFace += sizeof(Triple);
+    return (measure.numVerts + measure.numNormals) * sizeof(Point3) + measure.numFaces * perFace;
 }
 
 void LayOutMesh(TMeshMeasure& measure, int threads, Mesh& mesh, std::vector<int32_t>& owners) {
     size_t channels = NumChannels(measure);
     bool hasColors = HasColors(measure);
     mesh.maps.resize(std::max<size_t>(channels, hasColors));
-    mesh.normals = {};
     for (MapChannel& map : mesh.maps) map.verts.clear();
     for (TMeshShape& shape : measure.shapes) shape.mapOffset.assign(channels, 0);
     for (size_t c = 1; c < channels; ++c) {
@@ -74,12 +74,15 @@ void LayOutMesh(TMeshMeasure& measure, int threads, Mesh& mesh, std::vector<int3
         PlaceVerts(measure, 0, mesh.maps[0].verts,
                    [](TMeshShape& shape, uint32_t offset) { shape.colorOffset = offset; });
     // The large arrays, each in a thread of its own: the first touch of memory is what costs.
-    ParallelFor(3 + mesh.maps.size(), threads, [&](size_t i) {
+    constexpr size_t kFirstMap = 5;
+    ParallelFor(kFirstMap + mesh.maps.size(), threads, [&](size_t i) {
         if (i == 0) mesh.verts.resize(measure.numVerts);
         if (i == 1) mesh.faces.resize(measure.numFaces);
         if (i == 2) owners.resize(measure.numFaces);
-        if (i < 3) return;
-        bool isUsed = i > 3 || hasColors;
-        mesh.maps[i - 3].faces.resize(isUsed ? measure.numFaces : 0);
+        if (i == 3) mesh.normals.verts.resize(measure.numNormals);
+        if (i == 4) mesh.normals.faces.resize(measure.numNormals > 0 ? measure.numFaces : 0);
+        if (i < kFirstMap) return;
+        bool isUsed = i > kFirstMap || hasColors;
+        mesh.maps[i - kFirstMap].faces.resize(isUsed ? measure.numFaces : 0);
     });
 }

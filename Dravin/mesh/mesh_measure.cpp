@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "Dravin/mesh/mesh_normals.h"
 #include "Dravin/mesh/proxy_shapes.h"
 #include "Dravin/mesh/shadow_planes.h"
 #include "host/geom/mesh_tools.h"
@@ -134,7 +135,7 @@ private:
         uint32_t shape = m_shapes.ShapeOf(c.specimenIndex[k], marks.elementIndex,
                                           c.looks ? c.looks[k].animationOffset : 0);
         if (shape == TItemRange::kNothing) return true;
-        range = {uint32_t(m_out.numVerts), uint32_t(m_out.numFaces), shape};
+        range = {uint32_t(m_out.numVerts), uint32_t(m_out.numFaces), shape, 0};
         ++counts.meshedItems;
         const Mesh& mesh = *m_out.shapes[shape].mesh;
         m_out.numVerts += mesh.verts.size();
@@ -181,6 +182,7 @@ TMeshMeasure MeasureItems(const TDravinItemList& items, const TSpecBuildList& sp
         shapes.UseProxyShape();
         measure.Run(mode);
     }
+    PlaceNormals(items, out);
     out.statistics.mode = mode;
     out.statistics.faces = out.numFaces;
     return out;

@@ -11,6 +11,7 @@ struct TMeshMeasure {
     // shapes that one alone.
     std::vector<TMeshShape> shapes;
     uint64_t numVerts = 0, numFaces = 0;
+    uint64_t numNormals = 0;  // explicit ones; 0: they follow from the smoothing
     bool hasPlanes = false;
     TObjectMeshStatistics statistics;
 };

@@ -60,7 +60,7 @@ TMeshOutcome TObjectMesh::Build(TDravinItemList& items, const TSpecBuildList& sp
         m_statistics.facesBeyond = measure.numFaces;
         return giveUp(TMeshOutcome::kTooManyFaces);
     }
-    if (std::max(measure.numVerts, measure.numFaces) > kMaxNumbered ||
+    if (std::max({measure.numVerts, measure.numFaces, measure.numNormals}) > kMaxNumbered ||
         m_statistics.bytesWanted > settings.maxBytes)
         return giveUp(TMeshOutcome::kTooMuchMemory);
     if (!isCloud && (measure.numVerts == 0 || measure.numFaces == 0))

@@ -64,8 +64,11 @@ struct TMeshShape {
     std::shared_ptr<const Mesh> own;                  // holds a mesh that no sample has
     // By id of its faces: their ids in the object's material; empty: as they are.
     std::vector<uint16_t> materialIds;
-    uint16_t planeMaterialId = 0;     // of shadow planes of its items
-    std::vector<uint32_t> mapOffset;  // by channel, where channels are shared
+    uint16_t planeMaterialId = 0;  // of shadow planes of its items
+    // Where the object mesh has explicit normals: the mesh's, or what follows from its smoothing.
+    const MapChannel* normals = nullptr;
+    std::shared_ptr<const MapChannel> ownNormals;  // holds those that the mesh does not have
+    std::vector<uint32_t> mapOffset;               // by channel, where channels are shared
     uint32_t colorOffset = 0;
 };
 
@@ -74,6 +77,7 @@ struct TItemRange {
     enum Shape : uint32_t { kNothing = 0xFFFFFFFFu, kInstanced = kNothing - 1 };
     uint32_t firstVert = 0, firstFace = 0;
     uint32_t shape = kNothing;
+    uint32_t firstNormal = 0;  // where the mesh has explicit ones
 
     bool IsMeshed() const { return shape < kInstanced; }
 };

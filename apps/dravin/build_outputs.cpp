@@ -91,11 +91,8 @@ std::vector<MeshFilePart> MeshParts(std::span<const SceneDravin> objects,
                 fmt::format("{}: no item shows a face; the mesh is empty", dravin.node->GetName()));
         const TMeshMaterials& shown =
             materials.emplace_back(mesh, build.Items(), build.Specimens(), dravin.node->GetMtl());
-        bool hadNormals = std::any_of(
-            mesh.Shapes().begin(), mesh.Shapes().end(),
-            [](const TMeshShape& shape) { return shape.mesh && !shape.mesh->normals.IsEmpty(); });
         parts.push_back({dravin.node->GetName(), &mesh.GetMesh(), build.ObjectTM(), shown.List(),
-                         [&shown](size_t face) { return shown.OfFace(face); }, hadNormals});
+                         [&shown](size_t face) { return shown.OfFace(face); }});
     }
     return parts;
 }

@@ -3,10 +3,9 @@
 // Points stand in world space, z up, in scene units, as they are in the scene: reading such an OBJ
 // back wants "up": "z", as the format itself has y up. Mapping channel 1 is written. Hidden faces
 // are left out, with the vertices that only they use. OBJ has materials, in a `.mtl` of the same
-// name beside it, and smoothing groups, of which a face keeps its lowest; PLY is binary and has
-// neither. Left out are vertex colours, explicit normals (readers make them from the smoothing
-// groups), further mapping channels, and what materials and maps have beyond those formats;
-// `warnings` tells.
+// name beside it, explicit normals, and smoothing groups, of which a face keeps its lowest; PLY is
+// binary and has none of these. Left out are vertex colours, further mapping channels, and what
+// materials and maps have beyond those formats; `warnings` tells.
 //
 // Text is made by several threads and streamed; the files are the same for any number of them, and
 // appear whole or not at all, the `.obj` last.
@@ -28,7 +27,6 @@ struct MeshFilePart {
     // is known of any.
     std::vector<const StandardMtl*> materials;
     std::function<uint32_t(size_t face)> materialOf = {};
-    bool hadNormals = false;  // what the mesh was made from had explicit normals
 };
 
 struct MeshFileOptions {

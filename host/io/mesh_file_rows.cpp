@@ -21,11 +21,12 @@ ShownMesh::ShownMesh(const MeshFilePart& shown)
         if (number != kLeftOut) number = uint32_t(numVerts++);
 }
 
-void TellOfLeftOut(std::span<const MeshFilePart> parts, std::vector<std::string>* warnings) {
+void TellOfLeftOut(std::span<const MeshFilePart> parts, bool writesNormals,
+                   std::vector<std::string>* warnings) {
     bool colors = false, normals = false, channels = false;
     for (const MeshFilePart& part : parts) {
         colors |= part.mesh->Map(0) != nullptr;
-        normals |= part.hadNormals || !part.mesh->normals.IsEmpty();
+        normals |= !writesNormals && !part.mesh->normals.IsEmpty();
         for (size_t c = 2; c < part.mesh->maps.size(); ++c)
             channels |= part.mesh->Map(int(c)) != nullptr;
     }

@@ -30,8 +30,9 @@ struct ShownMesh {
     uint32_t Corner(const Triple& v, size_t k) const { return v[isTurned && k < 2 ? 1 - k : k]; }
 };
 
-// What both formats leave out, a sentence each, without repeats.
-void TellOfLeftOut(std::span<const MeshFilePart> parts, std::vector<std::string>* warnings);
+// What a format leaves out, a sentence each, without repeats.
+void TellOfLeftOut(std::span<const MeshFilePart> parts, bool writesNormals,
+                   std::vector<std::string>* warnings);
 
 // Rows of a file, counted over all its parts for the progress.
 class RowWriter {

@@ -1,5 +1,6 @@
-// Wavefront OBJ. Faces name vertices and mapping by numbers that run over the whole file.
+// Wavefront OBJ. Faces name vertices, mapping and normals by numbers that run over the whole file.
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 #include <filesystem>
@@ -53,6 +54,11 @@ public:
             m_rows.Write(map->verts.size(), [&](size_t i, TextBuffer& text) {
                 PointRow(text, "vt", map->verts[i], 2);
             });
+        Matrix3 forNormals = NormalTransform(part.toWorld);
+        m_rows.Write(mesh.normals.verts.size(), [&](size_t i, TextBuffer& text) {
+            Point3 normal = Normalize(forNormals.VectorTransform(mesh.normals.verts[i]));
+            PointRow(text, "vn", normal, 3);
+        });
         std::vector<std::string> uses;
         for (const StandardMtl* material : part.materials)
             uses.push_back("usemtl " + m_materials.NameOf(material) + "\n");
@@ -61,6 +67,7 @@ public:
         });
         m_firstVert += shown.numVerts;
         m_firstUv += map ? map->verts.size() : 0;
+        m_firstNormal += mesh.normals.verts.size();
     }
 
 private:
@@ -85,9 +92,12 @@ private:
             *out++ = ' ';
             uint32_t v = shown.Number(shown.Corner(face.v, k));
             out = WriteNumber(out, uint32_t(m_firstVert + v));
-            if (!map) continue;
+            const MapChannel& normals = shown.GetMesh().normals;
+            if (map || !normals.IsEmpty()) *out++ = '/';
+            if (map) out = WriteNumber(out, uint32_t(m_firstUv + shown.Corner(map->faces[f], k)));
+            if (normals.IsEmpty()) continue;
             *out++ = '/';
-            out = WriteNumber(out, uint32_t(m_firstUv + shown.Corner(map->faces[f], k)));
+            out = WriteNumber(out, uint32_t(m_firstNormal + shown.Corner(normals.faces[f], k)));
         }
         *out++ = '\n';
         text.EndAt(out);
@@ -96,7 +106,7 @@ private:
     AtomicFile& m_out;
     RowWriter m_rows;
     MtlWriter& m_materials;
-    uint64_t m_firstVert = 1, m_firstUv = 1;  // of the part in hand
+    uint64_t m_firstVert = 1, m_firstUv = 1, m_firstNormal = 1;  // of the part in hand
 };
 
 }  // namespace
@@ -109,23 +119,24 @@ bool WriteObj(const std::string& path, std::span<const MeshFilePart> parts,
               const MeshFileOptions& options, std::vector<std::string>* warnings,
               std::string* error) {
     std::vector<ShownMesh> shown;
-    uint64_t rows = 0, verts = 0, uvs = 0;
+    uint64_t rows = 0, verts = 0, uvs = 0, normals = 0;
     bool hasMaterials = false;
     for (const MeshFilePart& part : parts) {
         shown.emplace_back(part);
         const MapChannel* map = part.mesh->Map(1);
         verts += part.mesh->verts.size(), uvs += map ? map->verts.size() : 0;
+        normals += part.mesh->normals.verts.size();
         rows += part.mesh->faces.size();
         hasMaterials |= !part.materials.empty();
     }
-    if (std::max(verts, uvs) >= kMaxNumber) {
+    if (std::max({verts, uvs, normals}) >= kMaxNumber) {
         *error = fmt::format(
             "{}: {} vertices are more than can be numbered; build fewer objects "
             "at once (--object)",
-            path, verts);
+            path, std::max({verts, uvs, normals}));
         return false;
     }
-    TellOfLeftOut(parts, warnings);
+    TellOfLeftOut(parts, true, warnings);
     AtomicFile file, library;
     std::string libraryPath = MaterialLibraryPath(path);
     if (!file.Open(path, error) || (hasMaterials && !library.Open(libraryPath, error)))
@@ -134,7 +145,7 @@ bool WriteObj(const std::string& path, std::span<const MeshFilePart> parts,
     if (hasMaterials)
         file.Write("mtllib " + std::filesystem::path(libraryPath).filename().string() + "\n");
     MtlWriter materials(std::filesystem::absolute(path).parent_path().string(), warnings);
-    ObjWriter writer(file, options, materials, rows + verts + uvs);
+    ObjWriter writer(file, options, materials, rows + verts + uvs + normals);
     for (const ShownMesh& mesh : shown) writer.Add(mesh);
     if (!hasMaterials) return file.Commit(error);
     library.Write(materials.Text());

@@ -84,7 +84,7 @@ bool WritePly(const std::string& path, std::span<const MeshFilePart> parts,
             path, verts);
         return false;
     }
-    TellOfLeftOut(parts, warnings);
+    TellOfLeftOut(parts, false, warnings);
     if (hasMaterials) warnings->push_back("materials and smoothing groups are left out");
     AtomicFile file;
     if (!file.Open(path, error)) return false;

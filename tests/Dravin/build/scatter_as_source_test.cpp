@@ -93,7 +93,7 @@ TEST_F(ScatterAsSource, NoObjectScattersItself) {
     Run();
     EXPECT_EQ(object->Build().Status(), TBuildStatus::kSuccess);
     EXPECT_FALSE(Sample().Source());
-    EXPECT_TRUE(Warned("an object cannot scatter itself, nor through others; \"scatter\""));
+    EXPECT_TRUE(Warned("the object cannot scatter itself, nor through others; \"scatter\""));
 }
 
 TEST_F(ScatterAsSource, NorThroughOthers) {
@@ -102,7 +102,7 @@ TEST_F(ScatterAsSource, NorThroughOthers) {
     Run();
     EXPECT_EQ(object->Build().Status(), TBuildStatus::kSuccess);
     EXPECT_FALSE(Sample().Source());  // the other's only row shows nothing
-    EXPECT_TRUE(Warned("an object cannot scatter itself, nor through others; \"scatter\""));
+    EXPECT_TRUE(Warned("the object cannot scatter itself, nor through others; \"scatter\""));
 }
 
 TEST_F(ScatterAsSource, NorAsAMemberOfAGroup) {

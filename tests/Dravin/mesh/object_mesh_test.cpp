@@ -1,7 +1,10 @@
 // The object mesh over items and settings of a test's own.
 #include "Dravin/mesh/object_mesh.h"
 
+#include <set>
+
 #include "Dravin/dravin_globals.h"
+#include "Dravin/engine/transforms.h"
 #include "host/geom/mesh_tools.h"
 #include "tests/Dravin/build/scatter_fixture.h"
 
@@ -149,4 +152,97 @@ TEST_F(ObjectMesh, BoundsAreThoseOfTheVertices) {
         EXPECT_NEAR(mesh.Bounds().min[k], expected.min[k], 1e-4);
         EXPECT_NEAR(mesh.Bounds().max[k], expected.max[k], 1e-4);
     }
+}
+
+namespace {
+
+Point3 AnyUnitVector(uint32_t k) {
+    return Normalize(Point3{float(k % 3) - 1, float(k % 5) - 2, 1 + float(k % 7)});
+}
+
+// Normals that no smoothing would give, one a corner.
+void GiveNormals(Mesh& mesh) {
+    for (uint32_t f = 0; f < mesh.faces.size(); ++f) {
+        mesh.normals.faces.push_back({3 * f, 3 * f + 1, 3 * f + 2});
+        for (uint32_t k = 0; k < 3; ++k) mesh.normals.verts.push_back(AnyUnitVector(3 * f + k));
+    }
+}
+
+}  // namespace
+
+// Where one source has explicit normals, all faces have: moved with their items as whole meshes
+// are, and where a source has none as its smoothing groups make them.
+TEST_F(ObjectMesh, HasExplicitNormalsWhereASourceHas) {
+    Mesh bent = MakeBox(1, 2, 1, 1);
+    GiveNormals(bent);
+    AddRow(AddMesh("bent", bent));
+    INode* sun = scene.AddNode("sun", std::make_shared<LightObject>());
+    sun->SetNodeTM(0, LookAtRotation({3, 4, 5}, {0, 0, 0}));
+    Set(kShadowParams, shadowParams::kLight,
+        Target(std::static_pointer_cast<INode>(sun->shared_from_this())));
+    Set(kShadowParams, shadowParams::kUsefakeshadows, true);
+    for (ParamID on : {shadowParams::kVshadow, shadowParams::kCustshadow})
+        Set(kShadowParams, on, true);
+    TBuildFlags flags;
+    flags.noMesh = true;
+    Run(flags);
+    AddPlanes();
+    TObjectMesh mesh;
+    ASSERT_EQ(Make(mesh), TMeshOutcome::kDone);
+    const Mesh& whole = mesh.GetMesh();
+    EXPECT_EQ(Validate(whole), "");
+    ASSERT_FALSE(whole.normals.IsEmpty());
+    std::vector<Point3> normals = VertexNormals(whole);
+    std::set<std::pair<int, bool>> seen;
+    for (size_t i = 0; i < Items().Count(); ++i) {
+        TDravinItem item = Items().Item(i);
+        const TSpecBuildNode& source = *object->Build().Specimens().NodeOf(item);
+        Mesh moved = TransformedMesh(source.sample->UnitMesh(), ItemTransform(item, false));
+        std::vector<Point3> expected = VertexNormals(moved);
+        size_t first = 3 * size_t(mesh.Ranges()[i].firstFace);
+        for (size_t c = 0; c < expected.size(); ++c)
+            EXPECT_LT(Length(normals[first + c] - expected[c]), 1e-5f) << i << ' ' << c;
+        seen.insert({item.specimenIndex, item.mirrored});
+        size_t plane = mesh.Ranges()[i].firstFace + source.sample->UnitMesh().NumFaces();
+        for (int left = item.verticalShadow + item.horizontalShadow; left > 0; --left, plane += 2)
+            for (size_t c = 0; c < 6; ++c)
+                EXPECT_LT(
+                    Length(normals[3 * plane + c] - Normalize(whole.FaceNormalUnscaled(plane))),
+                    1e-6f);
+    }
+    EXPECT_EQ(seen.size(), 4u);
+    // The next mesh without such sources has none.
+    object->Block(kGeomParams).SetValue(geomParams::kCobjlist, 0, Target(box), 1);
+    Run(flags);
+    ASSERT_EQ(Make(mesh), TMeshOutcome::kDone);
+    EXPECT_TRUE(mesh.GetMesh().normals.IsEmpty());
+}
+
+TEST_F(ObjectMesh, WithExplicitNormalsIsTheSameForAnyNumberOfThreads) {
+    Mesh bent = MakeBox(1, 2, 1, 1);
+    GiveNormals(bent);
+    AddRow(AddMesh("bent", bent));
+    TBuildFlags flags;
+    flags.noMesh = true;
+    Run(flags);
+    TObjectMesh one;
+    ASSERT_EQ(Make(one), TMeshOutcome::kDone);
+    for (int threads : {2, 3, 8, 16}) {
+        TObjectMeshSettings settings;
+        settings.threads = threads;
+        TObjectMesh many;
+        ASSERT_EQ(Make(many, settings), TMeshOutcome::kDone);
+        EXPECT_EQ(many.GetMesh(), one.GetMesh()) << threads;
+    }
+}
+
+TEST_F(ObjectMesh, IsKeptByWhoeverHoldsIt) {
+    TObjectMesh mesh;
+    ASSERT_EQ(Make(mesh), TMeshOutcome::kDone);
+    std::shared_ptr<const Mesh> held = mesh.ShareMesh();
+    Mesh before = *held;
+    ChangeItem(0, [](TDravinItem& item) { item.position.x += 1; });
+    ASSERT_EQ(Make(mesh), TMeshOutcome::kDone);
+    EXPECT_EQ(*held, before);
+    EXPECT_NE(mesh.GetMesh(), before);
 }

@@ -170,3 +170,33 @@ TEST_F(MeshExport, NothingIsLeftWhereTheFolderIsMissing) {
     EXPECT_THAT(m_error, HasSubstr("none"));
     EXPECT_FALSE(std::filesystem::exists(m_folder.File("none")));
 }
+
+TEST_F(MeshExport, ObjHasExplicitNormalsAndPlyTellsOfThem) {
+    for (uint32_t f = 0; f < m_box.faces.size(); ++f) {
+        m_box.normals.faces.push_back({f, f, f});
+        m_box.normals.verts.push_back(Normalize(Point3{float(f), 1, 2}));
+    }
+    m_part.toWorld = Matrix3::Scaling({1, 2, 1});
+    ASSERT_TRUE(WriteAs("n.obj")) << m_error;
+    EXPECT_THAT(m_warnings, testing::Not(testing::Contains(HasSubstr("normals"))));
+    const Mesh read = *Read("n.obj").objects.at(0).mesh;
+    ASSERT_FALSE(read.normals.IsEmpty());
+    for (uint32_t f = 0; f < read.NumFaces(); ++f) {
+        // Twice as long along y: normals lean away from y.
+        Point3 expected = Normalize(Point3{float(f), 0.5f, 2});
+        for (uint32_t n : read.normals.faces[f])
+            EXPECT_LT(Length(read.normals.verts[n] - expected), 1e-5f) << f;
+    }
+    ASSERT_TRUE(WriteAs("n.ply"));
+    EXPECT_THAT(m_warnings, testing::Contains("explicit normals are left out"));
+}
+
+TEST_F(MeshExport, ObjHasNormalsWithoutMapping) {
+    m_box.maps.clear();
+    m_box.normals.verts = {{0, 0, 1}};
+    m_box.normals.faces.assign(m_box.faces.size(), {0, 0, 0});
+    ASSERT_TRUE(WriteAs("n.obj")) << m_error;
+    const Mesh read = *Read("n.obj").objects.at(0).mesh;
+    ASSERT_FALSE(read.normals.IsEmpty());
+    EXPECT_EQ(read.normals.verts[read.normals.faces[5][1]], (Point3{0, 0, 1}));
+}
