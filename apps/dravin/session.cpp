@@ -90,7 +90,12 @@ Session::Session() : m_formats(MakeSceneLoaders()) {
 ExitCode Session::Open(const std::string& path) {
     if (!HasMainFolder()) PrintWarning(NoMainFolder());
     m_host.notifications.Broadcast(HostNotify::kFilePreOpen);
-    SceneReadResult result = ReadSceneDescription(path, m_formats);
+    SceneReadResult result = [&] {
+        WorkWatch work;
+        ProgressBar bar("reading");
+        PatientWatch watch(bar, [&work] { return work.Share(); });
+        return ReadSceneDescription(path, m_formats, &work);
+    }();
     for (const std::string& warning : result.warnings) PrintWarning(warning);
     if (!result) {
         PrintError(result.error);

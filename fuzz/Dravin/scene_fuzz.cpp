@@ -10,7 +10,7 @@ class TriangleLoaders : public ISceneLoaders {
 public:
     using MeshPtr = std::shared_ptr<const Mesh>;
 
-    LoadedModel LoadMesh(const FileOrigin&, double, const std::string&) override {
+    LoadedModel LoadMesh(const FileOrigin&, double, const std::string&, const WorkWatch*) override {
         LoadedModel model;
         model.mesh = m_triangle;
         return model;

@@ -23,6 +23,7 @@ enum class DescriptionErrorClass : int {
     kMissingInput = 3,
     kMalformed = 4,
     kLimit = 5,
+    kCancelled = 130,
 };
 
 // One document: its text, its parsed form, the first error and all warnings.

@@ -58,6 +58,7 @@ private:
             return Fail(fmt::format("mesh {} of {}", node.mesh, m_model.meshes.size()));
         LoadedMesh skinned;
         LoadedMesh* loaded = node.skin >= 0 ? &skinned : &m_meshes[{node.mesh, node.weights}];
+        if (m_files.IsCancelled()) return false;  // whoever asked says so
         if (!loaded->mesh && !LoadMesh(node, loaded)) return false;
         if (loaded->mesh->faces.empty()) return true;
         const std::string& meshName = m_model.meshes[size_t(node.mesh)].name;

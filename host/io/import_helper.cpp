@@ -65,10 +65,10 @@ public:
     }
 
     // Collects the answer until the helper ends or closes it. False at the deadline or beyond the
-    // limit. Another process may hold the pipe open for ever: when the helper itself has ended, all
-    // that it wrote is there.
-    bool Collect(Clock::time_point deadline, uint64_t limit, std::string* answer,
-                 std::string* error) {
+    // limit, and when nobody wants it any more. Another process may hold the pipe open for ever:
+    // when the helper itself has ended, all that it wrote is there.
+    bool Collect(Clock::time_point deadline, uint64_t limit, const ModelFiles& files,
+                 std::string* answer, std::string* error) {
         constexpr int kLookMs = 50;  // how often it is asked whether the helper lives
         while (true) {
             bool hasEnded = HasEnded();
@@ -80,6 +80,7 @@ public:
                            limit),
                        false;
             if (isClosed || hasEnded) return true;
+            if (files.IsCancelled()) return *error = "cancelled", false;
             if (Clock::now() >= deadline) return *error = "it took too long", false;
             pollfd wait{m_answer, POLLIN, 0};
             poll(&wait, 1, kLookMs);
@@ -237,7 +238,7 @@ bool ReadByHelper(const HelperLimits& most, ModelFiles& files, ImportError* erro
                                        fmt::format("{}", limits.memoryBytes), files.Animation()};
     for (const std::filesystem::path& root : files.Roots()) arguments.push_back(root.string());
     if (!process.Start(program, arguments, &reason)) return fail(ImportFailure::kMissingInput);
-    if (!process.Collect(deadline, limits.answerBytes, &answer, &reason))
+    if (!process.Collect(deadline, limits.answerBytes, files, &answer, &reason))
         return fail(ImportFailure::kLimit);
     int status = process.WaitUntil(deadline);
     if (WIFEXITED(status) && WEXITSTATUS(status) == kHelperOutOfMemory) {

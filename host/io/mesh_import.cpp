@@ -170,7 +170,11 @@ bool ImportModel(const std::string& path, const ImportOptions& options, Imported
     ImportedModel read;
     ModelFiles files(path, options.roots, &read);
     files.SetAnimation(options.animation);
-    if (!Read(files, error) || !Check(path, read, error) ||
+    files.SetWatch(options.watch);
+    bool isRead = Read(files, error);
+    if (files.IsCancelled())
+        return FailImport(error, path + ": cancelled", ImportFailure::kCancelled);
+    if (!isRead || !Check(path, read, error) ||
         !CheckAnimation(path, options.animation, read, error))
         return false;
     files.Finish();

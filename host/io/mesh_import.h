@@ -20,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "host/base/work_watch.h"
 #include "host/geom/mesh.h"
 #include "host/math/interval.h"
 #include "host/scene/material.h"
@@ -60,7 +61,13 @@ struct ImportedAnimation {
 };
 
 // Numbers are the exit codes of programs.
-enum class ImportFailure : int { kNone = 0, kMissingInput = 3, kMalformed = 4, kLimit = 5 };
+enum class ImportFailure : int {
+    kNone = 0,
+    kMissingInput = 3,
+    kMalformed = 4,
+    kLimit = 5,
+    kCancelled = 130
+};
 
 struct ImportError {
     ImportFailure kind = ImportFailure::kNone;
@@ -90,11 +97,12 @@ struct ImportedModel {
 };
 
 struct ImportOptions {
-    std::optional<UpAxis> up;        // instead of what the format says
-    bool keepNumbers = false;        // whatever unit the file states
-    double unitScale = 1;            // metres in one scene unit
-    std::string animation;           // by name; empty: the first, kNoAnimation: none
-    std::vector<std::string> roots;  // folders beside the model's own that it may draw files from
+    std::optional<UpAxis> up;          // instead of what the format says
+    bool keepNumbers = false;          // whatever unit the file states
+    double unitScale = 1;              // metres in one scene unit
+    std::string animation;             // by name; empty: the first, kNoAnimation: none
+    std::vector<std::string> roots;    // folders beside the model's own that it may draw files from
+    const WorkWatch* watch = nullptr;  // may cancel: an error like any other
 };
 
 // What stands for an animation's name where the model shall rest.

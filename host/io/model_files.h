@@ -24,6 +24,9 @@ public:
     // The animation that is wanted, as ImportOptions names it.
     const std::string& Animation() const { return m_animation; }
     void SetAnimation(std::string name) { m_animation = std::move(name); }
+    // Whether nobody wants the model any more: readers look now and then.
+    bool IsCancelled() const { return ::IsCancelled(m_watch); }
+    void SetWatch(const WorkWatch* watch) { m_watch = watch; }
     const std::string& Path() const { return m_path; }
     ImportedModel& Model() const { return *m_model; }
     const std::vector<std::filesystem::path>& Roots() const { return m_roots; }
@@ -58,6 +61,7 @@ private:
     std::filesystem::path m_folder;
     std::vector<std::filesystem::path> m_roots;  // canonical
     ImportedModel* m_model;
+    const WorkWatch* m_watch = nullptr;
     std::map<std::string, size_t> m_leftOut;
     uint64_t m_packedImageBytes = 0;
 };

@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "host/base/work_watch.h"
 #include "host/io/description_value.h"
 #include "host/scene/point_cache.h"
 #include "host/scene/scene.h"
@@ -72,8 +73,9 @@ public:
     virtual ~ISceneLoaders() = default;
     // unitScale: metres in a scene unit. folder: of the description, which the model may draw files
     // from. Warnings come with the first of several requests for one file.
+    // watch: may cancel, null for none.
     virtual LoadedModel LoadMesh(const FileOrigin& origin, double unitScale,
-                                 const std::string& folder) = 0;
+                                 const std::string& folder, const WorkWatch* watch) = 0;
     // From the file that `origin` names, which is a resolved path here.
     virtual HeightfieldLoad LoadHeightfield(const HeightfieldOrigin& origin,
                                             double metresPerUnit) = 0;
@@ -159,12 +161,16 @@ private:
 class DescriptionContext {
 public:
     DescriptionContext(Scene& targetScene, std::string sceneFolder,
-                       const SceneFormats& sceneFormats)
-        : scene(targetScene), folder(std::move(sceneFolder)), formats(sceneFormats) {}
+                       const SceneFormats& sceneFormats, WorkWatch* workWatch)
+        : scene(targetScene),
+          folder(std::move(sceneFolder)),
+          formats(sceneFormats),
+          watch(workWatch) {}
 
     Scene& scene;
     std::string folder;  // of the description; relative files start from it
     const SceneFormats& formats;
+    WorkWatch* watch;  // null: nobody waits
 
     // Runs when all nodes, maps and materials exist, in the order of registration.
     void WhenAllExist(std::function<void()> action) { m_later.push_back(std::move(action)); }
@@ -231,11 +237,14 @@ struct SceneReadResult {
     explicit operator bool() const { return scene != nullptr; }
 };
 
-// The file's scene.
-SceneReadResult ReadSceneDescription(const std::string& path, const SceneFormats& formats);
+// The file's scene. watch: hears how many of the nodes are read, and may cancel, which is an error
+// with the class kCancelled.
+SceneReadResult ReadSceneDescription(const std::string& path, const SceneFormats& formats,
+                                     WorkWatch* watch = nullptr);
 // A scene from text; `name` stands in front of messages, relative files start from `folder`.
 SceneReadResult ParseSceneDescription(std::string_view text, const std::string& name,
-                                      const std::string& folder, const SceneFormats& formats);
+                                      const std::string& folder, const SceneFormats& formats,
+                                      WorkWatch* watch = nullptr);
 
 // The scene as text, for a file in `folder`.
 std::string WriteSceneDescription(const Scene& scene, const std::string& folder,

@@ -42,14 +42,15 @@ Mesh MakeShape(const PrimitiveOrigin& o) {
 class SceneLoaders : public ISceneLoaders {
 public:
     // One object of a file, or all joined. Nodes that name the same share one mesh.
-    LoadedModel LoadMesh(const FileOrigin& origin, double unitScale,
-                         const std::string& folder) override {
+    LoadedModel LoadMesh(const FileOrigin& origin, double unitScale, const std::string& folder,
+                         const WorkWatch* watch) override {
         ModelKey key{origin.file,        origin.object, origin.up,
                      origin.keepNumbers, unitScale,     origin.animation};
         if (auto known = m_models.find(key); known != m_models.end()) return known->second;
         LoadedModel loaded;
         ImportError error;
-        ImportOptions options{origin.up, origin.keepNumbers, unitScale, origin.animation, {folder}};
+        ImportOptions options{origin.up,        origin.keepNumbers, unitScale,
+                              origin.animation, {folder},           watch};
         JoinedModel model = ImportJoined(origin.file, origin.object, options, &error);
         loaded.warnings = std::move(model.warnings);
         if (!model.mesh) {

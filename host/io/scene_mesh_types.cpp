@@ -150,8 +150,8 @@ public:
         origin.keepNumbers = keys.Choice("units", kUnits, 0) == 1;
         origin.animation = keys.Text("animation");
         if (keys.Value().Document().Failed()) return nullptr;
-        LoadedModel model =
-            context.formats.Loaders().LoadMesh(origin, context.scene.unitScale, context.folder);
+        LoadedModel model = context.formats.Loaders().LoadMesh(origin, context.scene.unitScale,
+                                                               context.folder, context.watch);
         for (const std::string& warning : model.warnings) file->Warn(warning);
         if (!model.mesh) return keys.Value().Fail(model.error, model.errorClass), nullptr;
         auto object = std::make_shared<TriObject>(model.mesh, origin);

@@ -67,8 +67,8 @@ ObjectOffset ReadObjectOffset(const DescriptionValue& value) {
 class SceneReader {
 public:
     SceneReader(DescriptionDocument& document, Scene& scene, const std::string& folder,
-                const SceneFormats& formats)
-        : m_document(document), m_scene(scene), m_context(scene, folder, formats) {}
+                const SceneFormats& formats, WorkWatch* watch)
+        : m_document(document), m_scene(scene), m_context(scene, folder, formats, watch) {}
 
     void Read() {
         DescriptionObject keys(DescriptionValue(m_document, m_document.Root()));
@@ -189,9 +189,12 @@ private:
     void ReadNodes(const DescriptionValue& value) {
         std::vector<DescriptionValue> nodes = value.AsArray();
         for (const DescriptionValue& node : nodes) CollectName(node);
-        for (const DescriptionValue& node : nodes) {
+        for (size_t i = 0; i < nodes.size(); ++i) {
+            if (m_context.watch) m_context.watch->Tell(float(i) / float(nodes.size()));
+            if (IsCancelled(m_context.watch))
+                nodes[i].Fail("cancelled", DescriptionErrorClass::kCancelled);
             if (m_document.Failed()) return;
-            ReadNode(node);
+            ReadNode(nodes[i]);
         }
     }
 
@@ -278,12 +281,13 @@ private:
 }  // namespace
 
 SceneReadResult ParseSceneDescription(std::string_view text, const std::string& name,
-                                      const std::string& folder, const SceneFormats& formats) {
+                                      const std::string& folder, const SceneFormats& formats,
+                                      WorkWatch* watch) {
     SceneReadResult result;
     DescriptionDocument document(name, text);
     HoldSuspender noUndo(CurrentHold());
     auto scene = std::make_unique<Scene>();
-    if (document.Parse()) SceneReader(document, *scene, folder, formats).Read();
+    if (document.Parse()) SceneReader(document, *scene, folder, formats, watch).Read();
     result.errorClass = document.ErrorClass();
     result.error = document.Error();
     result.warnings = document.Warnings();
@@ -291,7 +295,8 @@ SceneReadResult ParseSceneDescription(std::string_view text, const std::string& 
     return result;
 }
 
-SceneReadResult ReadSceneDescription(const std::string& path, const SceneFormats& formats) {
+SceneReadResult ReadSceneDescription(const std::string& path, const SceneFormats& formats,
+                                     WorkWatch* watch) {
     SceneReadResult result;
     MappedFile file;  // a file that is no description is refused without reading all of it
     if (!file.Open(path, &result.error)) {
@@ -307,7 +312,7 @@ SceneReadResult ReadSceneDescription(const std::string& path, const SceneFormats
         return result;
     }
     std::string folder = std::filesystem::path(path).parent_path().string();
-    result = ParseSceneDescription(file.Bytes(), path, folder, formats);
+    result = ParseSceneDescription(file.Bytes(), path, folder, formats, watch);
     if (file.WasCut()) {
         result = {};
         result.errorClass = DescriptionErrorClass::kMissingInput;
