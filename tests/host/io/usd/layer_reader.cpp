@@ -120,7 +120,8 @@ private:
         Expect("(");
         while (!Accept(")")) {
             std::string name = Take(Token::kWord, "a name");
-            while (m_token.kind == Token::kWord) name += " " + Take(Token::kWord, "a name");
+            while (m_token.kind == Token::kWord)
+                name.append(" ").append(Take(Token::kWord, "a name"));
             Expect("=");
             if (Accept("{")) {
                 while (!Accept("}")) metadata[name] += m_token.text + " ", Next();
