@@ -51,8 +51,11 @@ std::string UsdDisplayName(const std::string& identifier, const std::string& nam
 std::string UsdQuoted(std::string_view text) {
     std::string quoted = "\"";
     for (char c : text) {
-        if (c == '"' || c == '\\') quoted += '\\';
-        if (static_cast<unsigned char>(c) < ' ')
+        if (c == '"' || c == '\\')
+            quoted.append({'\\', c});
+        else if (c == '\n')
+            quoted += "\\n";
+        else if (static_cast<unsigned char>(c) < ' ')
             quoted += fmt::format("\\x{:02x}", static_cast<unsigned char>(c));
         else
             quoted += c;

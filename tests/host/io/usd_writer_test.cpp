@@ -189,20 +189,20 @@ TEST(UsdWriter, TintsBecomeDisplayColours) {
 
 TEST(UsdWriter, NamesBecomeIdentifiersThatDiffer) {
     TempFolder folder;
-    ListedSource first("wood \"1\"\n"), second("wood _1__"), third("7");
+    ListedSource first("wood \"1\"\n\t"), second("wood _1___"), third("7");
     first.prototypes = {
         {"a b", MakeBox(1, 1, 1)}, {"a_b", MakeBox(1, 1, 1)}, {"", MakeBox(1, 1, 1)}};
     for (uint32_t p = 0; p < 3; ++p) first.Add({}, p);
     second.prototypes = third.prototypes = {{"x", MakeBox(1, 1, 1)}};
     second.Add({}), third.Add({});
     Written w = Write(folder.File("a.usda"), {&first, &second, &third});
-    EXPECT_EQ(w.At("/World/wood__1__").metadata.at("displayName"), "wood \"1\"\n");
-    EXPECT_EQ(w.At("/World/wood__1___2").metadata.at("displayName"), "wood _1__");
+    EXPECT_EQ(w.At("/World/wood__1___").metadata.at("displayName"), "wood \"1\"\n\t");
+    EXPECT_EQ(w.At("/World/wood__1____2").metadata.at("displayName"), "wood _1___");
     EXPECT_EQ(w.At("/World/_7").type, "PointInstancer");
-    EXPECT_EQ(w.At("/World/wood__1__").Find("prototypes")->targets,
-              (std::vector<std::string>{"/World/wood__1__/Prototypes/a_b",
-                                        "/World/wood__1__/Prototypes/a_b_2",
-                                        "/World/wood__1__/Prototypes/_"}));
+    EXPECT_EQ(w.At("/World/wood__1___").Find("prototypes")->targets,
+              (std::vector<std::string>{"/World/wood__1___/Prototypes/a_b",
+                                        "/World/wood__1___/Prototypes/a_b_2",
+                                        "/World/wood__1___/Prototypes/_"}));
 }
 
 TEST(UsdWriter, NothingToShowIsAnEmptyInstancer) {

@@ -88,6 +88,10 @@ private:
             Require(m_text[m_at] != '\n', "string over lines");
             if (m_text[m_at] == '\\') {
                 ++m_at;
+                if (m_text[m_at] == 'n') {
+                    text += '\n';
+                    continue;
+                }
                 if (m_text[m_at] == 'x') {
                     text += char(std::stoi(m_text.substr(m_at + 1, 2), nullptr, 16));
                     m_at += 2;
