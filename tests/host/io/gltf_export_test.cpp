@@ -84,6 +84,36 @@ TEST(GltfMesh, BrokenFacesAreLeftOut) {
     EXPECT_TRUE(MakeGltfPrimitives(Mesh(), nullptr).empty());
 }
 
+namespace {
+
+// All of it sheared, but for the first instance, which stands nowhere.
+class ShearedSource : public SampleSource {
+public:
+    using SampleSource::SampleSource;
+    void GetInstances(size_t first, std::span<InstanceRecord> out) const override {
+        SampleSource::GetInstances(first, out);
+        for (InstanceRecord& r : out) r.transform = {{{1, 0, 0}, {0.5f, 1, 0}, {0, 0, 1}, {}}};
+        if (first == 0) out[0].transform.row[3].x = NAN;
+    }
+};
+
+}  // namespace
+
+TEST(GltfExport, TellsOfInstancesThatItCannotHold) {
+    TempFolder folder;
+    ShearedSource source(folder.File(""), 40);
+    const IInstanceSource* sources[] = {&source};
+    GltfOptions options;
+    std::vector<std::string> warnings;
+    options.warnings = &warnings;
+    std::string error;
+    ASSERT_TRUE(ExportGltf(folder.File("a.glb"), sources, {}, options, &error)) << error;
+    ASSERT_EQ(warnings.size(), 2u);
+    EXPECT_NE(warnings[0].find("sheared"), std::string::npos);
+    EXPECT_TRUE(warnings[0].ends_with(": 39"));
+    EXPECT_TRUE(warnings[1].ends_with(": 1"));
+}
+
 // Reading the flat form back gives every instance its place in the world.
 TEST(GltfExport, FlatFormImportsAsItWas) {
     TempFolder folder;
