@@ -100,6 +100,34 @@ TEST_F(UsdFile, HoldsTintedAndTurnedItems) {
               std::vector<double>(300, 0.0));
 }
 
+// Each item shows a triangle 1.5 to its left and one 1.5 to its right; those beyond the border of
+// the ground, which reaches from -5 to 5, are hidden.
+TEST_F(UsdFile, ItemsCutAtBordersShowPrototypesOfTheirOwn) {
+    m_folder.Write("s.json",
+                   R"({"dravin_scene": 1, "texmaps": {"white": {"type": "color"}}, "nodes": [
+        {"name": "ground", "type": "plane", "width": 10, "length": 10},
+        {"name": "pair", "type": "mesh", "vertices": [[-2, 0, 0], [-1, 0, 0], [-1.5, 0, 1],
+         [1, 0, 0], [2, 0, 0], [1.5, 0, 1]], "faces": [[0, 1, 2], [3, 4, 5]]},
+        {"name": "Wood", "type": "dravin", "geometry": [{"name": "pair", "object": "pair"}],
+         "areas": [{"type": "surface", "boundary_check": 2}],
+         "params": {"surflist": ["ground"], "distmap": "white", "units_x": 10, "units_y": 10,
+                    "applyscale": 0, "pixels_x": 10, "pixels_y": 10}}]})");
+    ProgramRun run = Build({"-o", "a.usda"});
+    EXPECT_EQ(run.code, 0) << run.err;
+    UsdLayer layer = Read("a.usda");
+    const UsdPrim* wood = layer.At("/World/Wood");
+    ASSERT_TRUE(wood);
+    std::vector<double> places = wood->Numbers("positions"), shown = wood->Numbers("protoIndices");
+    ASSERT_FALSE(shown.empty());
+    for (size_t i = 0; i < shown.size(); ++i) {
+        const UsdPrim* mesh = layer.At(wood->Find("prototypes")->targets[size_t(shown[i])]);
+        bool isCut = places[3 * i] < -3.5 || places[3 * i] > 3.5;
+        EXPECT_EQ(mesh->Find("faceVertexCounts")->count, isCut ? 1u : 2u) << places[3 * i];
+        double first = isCut && places[3 * i] < 0 ? 1 : -2;  // of the triangle that is left
+        EXPECT_EQ(mesh->Numbers("points")[0], first);
+    }
+}
+
 TEST_F(UsdFile, FailedBuildsLeaveTheOldLayer) {
     WriteScene(R"(, "rmaxitems": 1)");
     m_folder.Write("a.usda", "old");
