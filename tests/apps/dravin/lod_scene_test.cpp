@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "host/base/file_input.h"
+#include "host/io/bitmap.h"
 #include "tests/host/io/usd/layer_reader.h"
 #include "tests/run_program.h"
 
@@ -195,6 +196,34 @@ TEST_F(LodSceneTest, LevelsShowTheTemplatesThatTheyName) {
     EXPECT_GT(one, 0u);
     EXPECT_EQ(faces("Two Planes"), 2 * one);
     EXPECT_THAT(m_run.err, Not(HasSubstr("warning")));
+}
+
+// Seen from 100 units a red plane, from 900 a blue one: beyond half of 1000.
+TEST_F(LodSceneTest, PicturesShowTheLevelOfTheirCamera) {
+    for (int height : {100, 900}) {
+        std::string place = std::to_string(height);
+        m_folder.Write("s.json", R"({"dravin_scene": 1, "render": {"camera": "eye"}, "materials": {
+            "red": {"type": "standard", "diffuse": [1, 0, 0]},
+            "blue": {"type": "standard", "diffuse": [0, 0, 1]}}, "nodes": [
+            {"name": "eye", "type": "camera", "fov": 3, "position": [0, 0, )" +
+                                     place + R"(]},
+            {"name": "near", "type": "plane", "width": 80, "length": 80, "material": "red", "hidden": true},
+            {"name": "far", "type": "plane", "width": 80, "length": 80, "material": "blue", "hidden": true},
+            {"name": "tree", "type": "lod", "params": {"distance": 1000}, "levels": [
+              {"object": "near"}, {"object": "far", "distance": 50}]},
+            {"name": "Wood", "type": "dravin", "geometry": [{"object": "tree"}],
+             "items": [{"stored_position": [0, 0, 0]}],
+             "params": {"mode": 1, "camera": "eye", "camlod": 1}}]})");
+        m_run = RunProgram({DRAVIN_BINARY_DIR "/apps/dravin/dravin", "render", "s.json", "-o",
+                            "a.png", "--size", "8x8", "--samples", "4"},
+                           m_folder.File("."));
+        ASSERT_EQ(m_run.code, 0) << m_run.err;
+        std::string error;
+        std::shared_ptr<const Bitmap> picture = ReadBitmap(m_folder.File("a.png"), &error);
+        ASSERT_TRUE(picture) << error;
+        AColor middle = picture->Pixel(4, 4);
+        EXPECT_EQ(middle.r > middle.b, height == 100) << height;
+    }
 }
 
 }  // namespace
