@@ -6,6 +6,7 @@
 #include "Dravin/materials/leaf_modifier.h"
 #include "Dravin/materials/tint_map.h"
 #include "Dravin/materials/wrapper_material.h"
+#include "Dravin/proxy/dproxy.h"
 #include "host/params/class_registry.h"
 
 void RegisterDravinClasses(ClassRegistry& classes) {
@@ -14,6 +15,7 @@ void RegisterDravinClasses(ClassRegistry& classes) {
         {TDravin::kClass, "TDravin", kCategory, true, [] { return TDravin::Create(); }});
     classes.Register(DescribeClass<DMat>("DravinMat", kCategory));
     classes.Register(DescribeClass<DGeomtex>("DravinGeom", kCategory));
+    classes.Register(DescribeClass<DProxy>("DProxy", kCategory));
     classes.Register(DescribeClass<DColor>("DravinColor", kCategory));
     classes.Register(DescribeClass<TDLod>("DravinLOD", kCategory));
     classes.Register(DescribeClass<DEdge>("DravinEdge", kCategory));

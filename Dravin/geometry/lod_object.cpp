@@ -1,5 +1,6 @@
 #include "Dravin/geometry/lod_object.h"
 
+#include "common/pbstore/pb_clipboard.h"
 #include "host/params/clone_map.h"
 #include "host/scene/host_context.h"
 
@@ -21,6 +22,9 @@ std::vector<PBColumn> LevelColumns() {
     columns[0].rowDefault = std::string("New LOD");
     return columns;
 }
+
+// The session's copied level.
+struct LevelClipboard : PBClipboard {};
 
 }  // namespace
 
@@ -68,7 +72,24 @@ TLodLevel TDLod::ReadLevel(int i) const {
     return level;
 }
 
+void TDLod::SetTemplate(int i, const TSpecEntry& entry) {
+    HoldSuspender noUndo(CurrentHold());
+    m_levels.EnsureRows(i + 1);
+    Block().SetValue(lodParams::kTempidlist, 0, entry.templateId, i);
+    Block().SetValue(lodParams::kTempnamelist, 0, entry.templateName, i);
+}
+
 void TDLod::NewLevel() { m_levels.Insert(NumLevels()); }
+
+bool TDLod::CopyLevel() {
+    HostContext* context = HostContext::Current();
+    return context && context->State<LevelClipboard>().Copy(m_levels, lodParams::kSpecidlist, 0);
+}
+
+bool TDLod::PasteLevel() {
+    HostContext* context = HostContext::Current();
+    return context && context->State<LevelClipboard>().Paste(m_levels, 0);
+}
 
 bool TDLod::NormaliseThresholds(LodMode mode, bool forced) {
     HostContext* context = HostContext::Current();

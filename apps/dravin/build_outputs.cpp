@@ -13,6 +13,7 @@
 #include "host/base/thread_pool.h"
 #include "host/io/gltf_export.h"
 #include "host/io/mesh_export.h"
+#include "host/io/usd_writer.h"
 
 namespace {
 
@@ -43,9 +44,9 @@ std::vector<INode*> SurfaceNodes(std::span<const SceneDravin> objects, TimeValue
     return nodes;
 }
 
-std::vector<GltfStaticMesh> SurfaceMeshes(std::span<INode* const> nodes, TimeValue t,
-                                          std::vector<std::shared_ptr<const Mesh>>& keep) {
-    std::vector<GltfStaticMesh> meshes;
+std::vector<PlacedMesh> SurfaceMeshes(std::span<INode* const> nodes, TimeValue t,
+                                      std::vector<std::shared_ptr<const Mesh>>& keep) {
+    std::vector<PlacedMesh> meshes;
     for (INode* node : nodes) {
         std::shared_ptr<const Mesh> mesh = node->GetObjectRef()->GetRenderMesh(t);
         if (!mesh) continue;
@@ -79,6 +80,29 @@ bool MakeSources(std::span<const SceneDravin> objects,
     return true;
 }
 
+bool RunGltf(const std::string& path, std::span<const IInstanceSource* const> sources,
+             std::span<const PlacedMesh> meshes, const Scene& scene, const BuildOptions& options,
+             std::vector<std::string>* warnings, std::string* error) {
+    ProgressBar bar("writing");
+    GltfOptions gltf;
+    gltf.flat = options.flat;
+    gltf.unitScale = scene.unitScale;
+    gltf.warnings = warnings;
+    gltf.progress = [&bar](float share) { return bar.Update(share), true; };
+    return ExportGltf(path, sources, meshes, gltf, error);
+}
+
+bool RunUsd(const std::string& path, std::span<const IInstanceSource* const> sources,
+            std::span<const PlacedMesh> meshes, const Scene& scene, const BuildOptions& options,
+            std::vector<std::string>* warnings, std::string* error) {
+    ProgressBar bar("writing");
+    UsdOptions usd;
+    usd.unitScale = scene.unitScale;
+    usd.threads = options.threads > 0 ? options.threads : NumProcessors();
+    usd.progress = [&bar](float share) { return bar.Update(share), true; };
+    return ExportUsd(path, sources, meshes, usd, warnings, error);
+}
+
 // The objects' meshes with their materials, which `materials` keeps.
 std::vector<MeshFilePart> MeshParts(std::span<const SceneDravin> objects,
                                     std::deque<TMeshMaterials>& materials) {
@@ -101,7 +125,7 @@ std::vector<MeshFilePart> MeshParts(std::span<const SceneDravin> objects,
 
 bool IsBuildOutput(const std::string& path) {
     std::string ending = EndingOf(path);
-    for (const char* known : {".json", ".csv", ".npz", ".gltf", ".glb", ".obj", ".ply"})
+    for (const char* known : {".json", ".csv", ".npz", ".gltf", ".glb", ".usda", ".obj", ".ply"})
         if (ending == known) return true;
     return false;
 }
@@ -151,8 +175,8 @@ void TellOfOutput(const std::string& path, int64_t items) {
                           FormatGrouped(int64_t(bytes))));
 }
 
-ExitCode WriteGltf(const std::string& path, std::span<const SceneDravin> objects, Scene& scene,
-                   const BuildOptions& options) {
+ExitCode WriteInstances(const std::string& path, std::span<const SceneDravin> objects, Scene& scene,
+                        const BuildOptions& options) {
     TimeValue time = options.time.value_or(scene.GetTime());
     std::vector<INode*> surfaces;
     if (options.surfaces) surfaces = SurfaceNodes(objects, time);
@@ -161,17 +185,16 @@ ExitCode WriteGltf(const std::string& path, std::span<const SceneDravin> objects
     std::vector<const IInstanceSource*> borrowed;
     for (const auto& source : sources) borrowed.push_back(source.get());
     std::vector<std::shared_ptr<const Mesh>> keep;
-    std::vector<GltfStaticMesh> meshes = SurfaceMeshes(surfaces, time, keep);
-    GltfOptions gltf;
-    gltf.flat = options.flat;
-    gltf.unitScale = scene.unitScale;
-    ProgressBar bar("writing");
-    gltf.progress = [&bar](float share) { return bar.Update(share), true; };
+    std::vector<PlacedMesh> meshes = SurfaceMeshes(surfaces, time, keep);
+    std::vector<std::string> warnings;
     std::string error;
-    if (!ExportGltf(path, borrowed, meshes, gltf, &error)) {
+    bool isUsd = EndingOf(path) == ".usda";
+    if (!(isUsd ? RunUsd(path, borrowed, meshes, scene, options, &warnings, &error)
+                : RunGltf(path, borrowed, meshes, scene, options, &warnings, &error))) {
         PrintError(error);
         return kExitNoOutput;
     }
+    for (const std::string& warning : warnings) PrintWarning(fmt::format("{}: {}", path, warning));
     TellOfOutput(path, NumItems(objects));
     return kExitDone;
 }

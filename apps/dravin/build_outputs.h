@@ -11,7 +11,8 @@
 
 // Endings that outputs may have; "-" is JSON on standard output.
 bool IsBuildOutput(const std::string& path);
-inline constexpr const char* kBuildOutputs = ".json, .csv, .npz, .gltf, .glb, .obj, .ply or -";
+inline constexpr const char* kBuildOutputs =
+    ".json, .csv, .npz, .gltf, .glb, .usda, .obj, .ply or -";
 
 // Outputs that are tables of items (item_outputs.h); none for the others.
 enum class TableKind { kJson, kCsv, kNpz };
@@ -24,11 +25,12 @@ bool IsMeshFile(const std::string& path);
 // an unknown name.
 std::vector<std::string> ResolveFields(const std::vector<std::string>& fields);
 
-// Writes the instances of finished builds as glTF and tells what was written; errors are printed.
-ExitCode WriteGltf(const std::string& path, std::span<const SceneDravin> objects, Scene& scene,
-                   const BuildOptions& options);
+// Writes the instances of finished builds as glTF or USD and tells what was written; errors are
+// printed.
+ExitCode WriteInstances(const std::string& path, std::span<const SceneDravin> objects, Scene& scene,
+                        const BuildOptions& options);
 
-// Writes the object meshes of finished builds as OBJ or PLY; otherwise as WriteGltf.
+// Writes the object meshes of finished builds as OBJ or PLY; otherwise as WriteInstances.
 ExitCode WriteMeshFile(const std::string& path, std::span<const SceneDravin> objects,
                        const BuildOptions& options);
 

@@ -81,7 +81,7 @@ ExitCode WriteGeometry(std::span<const SceneDravin> objects, Scene& scene,
         if (hasFailed)
             PrintNote(fmt::format("{}: not written, as the build failed", path));
         else if (ExitCode code = IsMeshFile(path) ? WriteMeshFile(path, objects, options)
-                                                  : WriteGltf(path, objects, scene, options);
+                                                  : WriteInstances(path, objects, scene, options);
                  code != kExitDone)
             return code;
     }

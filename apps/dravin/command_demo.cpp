@@ -69,7 +69,7 @@ ExitCode RunDemo(const DemoCommandOptions& options) {
     std::string instances = folder + "/forest.glb", picture = folder + "/forest.png";
     PrintNote(fmt::format("writing {}", instances));
     if (CheckNotInputs({{instances, picture}}, session.Inputs()) != kExitDone) return kExitUsage;
-    if (ExitCode code = WriteGltf(instances, *objects, session.GetScene(), outputs);
+    if (ExitCode code = WriteInstances(instances, *objects, session.GetScene(), outputs);
         code != kExitDone)
         return code;
     PrintNote(fmt::format("rendering {}", picture));

@@ -187,7 +187,7 @@ void CommandLine::AddBuild() {
         ->type_name("OUT");
     AddPiece(c, o.piece);
     c->add_flag("--flat", o.flat, "glTF: plain nodes instead of GPU instancing");
-    c->add_flag("--surfaces", o.surfaces, "glTF: the surfaces too");
+    c->add_flag("--surfaces", o.surfaces, "glTF and USD: the surfaces too");
     c->add_flag("--explain", o.explain, "print how many candidates each rule dropped");
     c->add_flag("--keep-going", o.keepGoing, "build on when an effect does not compile");
 }

@@ -13,7 +13,7 @@
 #include "Dravin/config/main_folder.h"
 #include "Dravin/dravin_classes.h"
 #include "Dravin/dravin_globals.h"
-#include "Dravin/geometry/tree_spec_list.h"
+#include "Dravin/geometry/lod_object.h"
 #include "Dravin/scene/dravin_description.h"
 #include "host/base/text.h"
 #include "host/io/scene_loaders.h"
@@ -108,38 +108,48 @@ ExitCode Session::Open(const std::string& path) {
     return kExitDone;
 }
 
-// Rows name templates by name; their ids follow the catalogue, and their models come into the
-// scene.
+// Rows of geometry lists and levels of detail name templates by name; their ids follow the
+// catalogue, and their models come into the scene.
 void Session::LoadTemplates() {
+    for (const SceneDravin& dravin : AllObjects(*m_scene)) {
+        TTreeSpecList rows(std::static_pointer_cast<IParamBlock2>(
+            dravin.object->Block(kGeomParams).shared_from_this()));
+        for (int i = 0; i < rows.Count(); ++i) {
+            TSpecEntry entry = rows.ReadRow(i, 0, SharedGenerator());
+            if (LoadTemplate(*dravin.node, entry)) rows.WriteRow(i, entry);
+        }
+    }
+    for (INode* node : std::vector<INode*>(m_scene->Nodes())) {  // templates join them
+        auto* lod = dynamic_cast<TDLod*>(node->GetObjectRef());
+        for (int i = 0; lod && i < lod->NumLevels(); ++i) {
+            TSpecEntry entry = lod->ReadLevel(i).entry;
+            if (LoadTemplate(*node, entry)) lod->SetTemplate(i, entry);
+        }
+    }
+}
+
+// False where the entry shows no template, or there is none.
+bool Session::LoadTemplate(const INode& node, TSpecEntry& entry) {
+    if (entry.kind != kGeomTemplate) return false;
     TTemplates& templates = DravinGlobals().templates;
+    std::vector<std::string> names = templates.Names();
+    if (names.empty()) {
+        PrintWarning(fmt::format("{}: the row \"{}\" shows nothing: {} lists no templates",
+                                 node.GetName(), entry.name, templates.Folder() + "/index.dat"));
+        return false;
+    }
     SceneFileLoader loader = [this](const std::string& path, std::string* error) {
         SceneReadResult file = ReadSceneDescription(path, m_formats);
         *error = file.error;
         if (!file) PrintWarning(file.error);
         return std::move(file.scene);
     };
-    for (const SceneDravin& dravin : AllObjects(*m_scene)) {
-        TTreeSpecList rows(std::static_pointer_cast<IParamBlock2>(
-            dravin.object->Block(kGeomParams).shared_from_this()));
-        std::vector<std::string> names = templates.Names();
-        for (int i = 0; i < rows.Count(); ++i) {
-            TSpecEntry entry = rows.ReadRow(i, 0, SharedGenerator());
-            if (entry.kind != kGeomTemplate) continue;
-            if (names.empty()) {
-                PrintWarning(fmt::format("{}: the row \"{}\" shows nothing: {} lists no templates",
-                                         dravin.node->GetName(), entry.name,
-                                         templates.Folder() + "/index.dat"));
-                continue;
-            }
-            bool named = !entry.templateName.empty();
-            int id = named ? FindTemplateByName(names, entry.templateName)
-                           : std::clamp(entry.templateId, 0, int(names.size()) - 1);
-            entry.templateId = id;
-            entry.templateName = names[size_t(id)];
-            rows.WriteRow(i, entry);
-            LoadTemplateNode(*templates.List()[size_t(id)], *m_scene, templates.Folder(), loader);
-        }
-    }
+    int id = !entry.templateName.empty() ? FindTemplateByName(names, entry.templateName)
+                                         : std::clamp(entry.templateId, 0, int(names.size()) - 1);
+    entry.templateId = id;
+    entry.templateName = names[size_t(id)];
+    LoadTemplateNode(*templates.List()[size_t(id)], *m_scene, templates.Folder(), loader);
+    return true;
 }
 
 std::optional<std::vector<SceneDravin>> Session::FindObjects(const std::string& name) {

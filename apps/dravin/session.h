@@ -8,6 +8,7 @@
 
 #include "Dravin/build/dravin_build.h"
 #include "Dravin/dravin.h"
+#include "Dravin/geometry/tree_spec_list.h"
 #include "apps/dravin/console.h"
 #include "host/base/input_record.h"
 #include "host/io/scene_description.h"
@@ -34,6 +35,7 @@ public:
 
 private:
     void LoadTemplates();
+    bool LoadTemplate(const INode& node, TSpecEntry& entry);
 
     InputRecord m_inputs;
     HostContext m_host;

@@ -15,8 +15,8 @@
 #include "host/geom/mesh_tools.h"
 #include "host/io/gltf_materials.h"
 #include "host/io/gltf_mesh.h"
-#include "host/io/gltf_placement.h"
 #include "host/io/gltf_text.h"
+#include "host/io/instance_placement.h"
 #include "host/io/json_text.h"
 
 namespace {
@@ -25,9 +25,6 @@ constexpr size_t kBlock = 65536;  // instances asked for at once
 constexpr uint64_t kMaxChunkBytes = 0xFFFFFFFF;
 
 enum ComponentType { kUInt32 = 5125, kFloat = 5126 };
-
-// Readers draw nothing sensible under a negative scale, so mirrored things show a mirrored mesh.
-const Matrix3 kMirror = Matrix3::Scaling({-1, 1, 1});
 
 // One instanced node in the making: the instances of one prototype of one source that are mirrored,
 // or those that are not.
@@ -39,22 +36,6 @@ struct Group {
     size_t views[6] = {};
 };
 
-bool IsMirrored(const InstanceRecord& record) { return record.transform.Determinant() < 0; }
-// Groups stand in pairs.
-size_t GroupOf(const InstanceRecord& record) {
-    return 2 * size_t{record.prototype} + (IsMirrored(record) ? 1 : 0);
-}
-
-GltfPlacement Place(const InstanceRecord& record) {
-    return PlaceForGltf(IsMirrored(record) ? kMirror * record.transform : record.transform);
-}
-
-// White mixed with the tint by its blend.
-Color Multiplier(const InstanceRecord& r) {
-    Color white{1, 1, 1};
-    return white + (r.tint - white) * r.tintBlend;
-}
-
 class Exporter {
 public:
     Exporter(const std::string& path, const GltfOptions& options)
@@ -63,8 +44,8 @@ public:
           m_isBinary(path.size() >= 4 && path.compare(path.size() - 4, 4, ".glb") == 0),
           m_materials(m_layout, m_isBinary || options.embedTextures, Stem()) {}
 
-    bool Run(std::span<const IInstanceSource* const> sources,
-             std::span<const GltfStaticMesh> meshes, std::string* error) {
+    bool Run(std::span<const IInstanceSource* const> sources, std::span<const PlacedMesh> meshes,
+             std::string* error) {
         m_error = error;
         CountWork(sources);
         return CollectStatic(meshes) && CollectSources(sources) && Open() && WriteAll(sources) &&
@@ -134,8 +115,8 @@ private:
         return true;
     }
 
-    bool CollectStatic(std::span<const GltfStaticMesh> meshes) {
-        for (const GltfStaticMesh& source : meshes) {
+    bool CollectStatic(std::span<const PlacedMesh> meshes) {
+        for (const PlacedMesh& source : meshes) {
             size_t mesh = kNoMesh;
             Matrix3 transform = source.transform;
             const Mesh* shown = source.mesh;
@@ -151,22 +132,25 @@ private:
             if (mesh == kNoMesh) continue;
             m_fixedNodes.push_back(fmt::format("{{\"name\":{},\"mesh\":{},{}}}",
                                                JsonQuoted(source.name), mesh,
-                                               PlacementMembers(PlaceForGltf(transform))));
+                                               PlacementMembers(PlaceWithoutShear(transform))));
         }
         return true;
     }
     bool CollectSources(std::span<const IInstanceSource* const> sources) {
         for (const IInstanceSource* source : sources) {
             std::vector<Group>& groups = m_groups.emplace_back(2 * source->NumPrototypes());
+            LeftOutInstances leftOut;
             ForEachBlock(*source, [&](std::span<const InstanceRecord> records) {
                 for (const InstanceRecord& r : records) {
-                    if (!IsShown(r, groups.size())) continue;
+                    leftOut.Count(r, groups.size() / 2);
+                    if (!IsPlaced(r, groups.size() / 2)) continue;
                     Group& group = groups[GroupOf(r)];
                     ++group.count;
                     group.isTinted |= r.tintBlend > 0;
                 }
             });
             if (m_isCancelled) return Fail("cancelled");
+            if (m_options.warnings) leftOut.Tell(source->SourceName(), m_options.warnings);
             for (size_t g = 0; g < groups.size(); ++g)
                 if (groups[g].count > 0 && !AddGroup(*source, g, groups[g])) return false;
         }
@@ -194,12 +178,6 @@ private:
             mirrored = m_made.back().get();
         }
         return mirrored;
-    }
-    static bool IsShown(const InstanceRecord& record, size_t numGroups) {
-        if (record.prototype >= numGroups / 2) return false;
-        for (const Point3& row : record.transform.row)
-            if (!IsFinite(row)) return false;
-        return true;
     }
     // Instances are read twice: once to be counted, once to be written.
     void CountWork(std::span<const IInstanceSource* const> sources) {
@@ -332,17 +310,17 @@ private:
     }
     void WriteFlatNode(const IInstanceSource& source, const std::vector<Group>& groups,
                        const InstanceRecord& record) {
-        if (!IsShown(record, groups.size()) || groups[GroupOf(record)].count == 0) return;
+        if (!IsPlaced(record, groups.size() / 2) || groups[GroupOf(record)].count == 0) return;
         std::string name = fmt::format("{}_{}", source.PrototypeName(record.prototype), record.id);
         std::string color;
         if (record.tintBlend > 0) {
-            Color c = Multiplier(record), t = record.tint;
+            Color c = TintMultiplier(record), t = record.tint;
             color = fmt::format(",\"color\":{},\"tint\":{}", JsonArray({c.r, c.g, c.b}),
                                 JsonArray({t.r, t.g, t.b, record.tintBlend}));
         }
         m_file.Write(fmt::format(",\n{{\"name\":{},\"mesh\":{},{},\"extras\":{{\"id\":{}{}}}}}",
                                  JsonQuoted(name), groups[GroupOf(record)].mesh,
-                                 PlacementMembers(Place(record)), record.id, color));
+                                 PlacementMembers(PlaceUnmirrored(record)), record.id, color));
     }
 
     // The arrays of one group's instances within a block.
@@ -355,17 +333,17 @@ private:
         std::vector<Columns> columns(groups.size());
         ForEachBlock(source, [&](std::span<const InstanceRecord> records) {
             for (const InstanceRecord& r : records)
-                if (IsShown(r, groups.size()) && groups[GroupOf(r)].count > 0)
+                if (IsPlaced(r, groups.size() / 2) && groups[GroupOf(r)].count > 0)
                     Append(r, columns[GroupOf(r)]);
             for (size_t g = 0; g < groups.size(); ++g)
                 if (!columns[g].id.empty()) Flush(groups[g], columns[g], start, out);
         });
     }
     static void Append(const InstanceRecord& record, Columns& c) {
-        GltfPlacement p = Place(record);
+        InstancePlacement p = PlaceUnmirrored(record);
         const Point3 &t = p.translation, &s = p.scale;
         const Quat& q = p.rotation;
-        Color color = Multiplier(record);
+        Color color = TintMultiplier(record);
         c.translation.insert(c.translation.end(), {t.x, t.y, t.z});
         c.rotation.insert(c.rotation.end(), {q.x, q.y, q.z, q.w});
         c.scale.insert(c.scale.end(), {s.x, s.y, s.z});
@@ -424,7 +402,7 @@ private:
 }  // namespace
 
 bool ExportGltf(const std::string& path, std::span<const IInstanceSource* const> sources,
-                std::span<const GltfStaticMesh> meshes, const GltfOptions& options,
+                std::span<const PlacedMesh> meshes, const GltfOptions& options,
                 std::string* error) {
     return Exporter(path, options).Run(sources, meshes, error);
 }

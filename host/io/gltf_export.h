@@ -23,21 +23,17 @@
 #include <functional>
 #include <span>
 #include <string>
+#include <vector>
 
-#include "host/scene/instance_source.h"
+#include "host/io/instance_placement.h"
 #include "host/scene/material.h"
-
-struct GltfStaticMesh {
-    std::string name;
-    const Mesh* mesh = nullptr;
-    const Mtl* material = nullptr;  // null: the host's default grey
-    Matrix3 transform;              // may shear
-};
 
 struct GltfOptions {
     bool flat = false;
     double unitScale = 1;        // metres in one scene unit
     bool embedTextures = false;  // of a `.gltf`: put images into the `.bin`; a `.glb` always does
+    // Hears what was left out, a sentence each.
+    std::vector<std::string>* warnings = nullptr;
     // Hears the finished share of the work in 0..1, in the calling thread; false ends the export,
     // which leaves nothing behind.
     std::function<bool(float share)> progress = {};
@@ -46,5 +42,4 @@ struct GltfOptions {
 // False with a reason in `error` ("cancelled" at its end where `progress` ended it). Materials'
 // maps are updated at time 0 when they are not yet.
 bool ExportGltf(const std::string& path, std::span<const IInstanceSource* const> sources,
-                std::span<const GltfStaticMesh> meshes, const GltfOptions& options,
-                std::string* error);
+                std::span<const PlacedMesh> meshes, const GltfOptions& options, std::string* error);

@@ -5,41 +5,17 @@
 
 #include <fmt/format.h>
 
+#include "host/io/export_colors.h"
 #include "host/io/gltf_image.h"
-#include "host/math/display_color.h"
 #include "host/scene/physical_material.h"
 #include "host/scene/texmaps.h"
 
 namespace {
 
-constexpr float kDefaultGrey = 0.5f;  // as the renderer shows it
-
-float ToUnit(float f) { return f > 0 ? std::min(f, 1.0f) : 0.0f; }
-
-// A map that an image can stand for, or null.
-const Texmap* Imaged(const Reference<Texmap>& map) {
-    return map && !IsSolid(*map.Get()) ? map.Get() : nullptr;
-}
-
-// A display colour as the linear light that the format wants; white stays exactly white.
-Color ToFactor(const Color& c) {
-    auto linear = [](float f) { return f >= 1 ? 1 : DisplayToLinear(ToUnit(f)); };
-    return {linear(c.r), linear(c.g), linear(c.b)};
-}
-
-// The factor that multiplies the texture. A map that no image can stand for is noise: the middle of
-// its colours.
-Color BaseColor(const StandardMtl& material) {
-    if (Imaged(material.diffuseMap)) return ToFactor(material.mapFactor);
-    auto* noise = dynamic_cast<const NoiseTex*>(material.diffuseMap.Get());
-    return noise ? ToFactor((noise->color1 + noise->color2) * 0.5f) * ToFactor(material.mapFactor)
-                 : ToFactor(material.diffuse);
-}
-
 std::string AlphaMembers(const StandardMtl& material) {
     constexpr float kUsualCutoff = 0.5f;
     float cutoff = material.opacityCutoff;
-    bool isCut = Imaged(material.opacityMap) || material.opacity < 1;
+    bool isCut = ImagedMap(material.opacityMap) || material.opacity < 1;
     if (cutoff > 0 && isCut)
         return cutoff == kUsualCutoff
                    ? ",\"alphaMode\":\"MASK\""
@@ -66,7 +42,7 @@ bool GltfMaterials::Add(const StandardMtl* material, size_t* number, std::string
     *number = entry->second;
     if (!isNew) return true;
     if (!material) {
-        Color grey = ToFactor({kDefaultGrey, kDefaultGrey, kDefaultGrey});
+        Color grey = LinearFactor(kDefaultGrey);
         m_materials.Add(MaterialText("", {grey.r, grey.g, grey.b, 1}, "", kMatt, ""));
         return true;
     }
@@ -75,7 +51,7 @@ bool GltfMaterials::Add(const StandardMtl* material, size_t* number, std::string
     if (material->twoSided) more += ",\"doubleSided\":true";
     if (auto* physical = dynamic_cast<const PhysicalMtl*>(material))
         if (!AddPhysical(*physical, &inside, &more, error)) return false;
-    Color color = BaseColor(*material);
+    Color color = BaseFactor(*material);
     m_materials.Add(MaterialText(material->name, {color.r, color.g, color.b, material->opacity},
                                  texture, inside, more));
     return true;
@@ -93,7 +69,7 @@ bool GltfMaterials::AddBaseTexture(const StandardMtl& material, std::string* mem
 
 bool GltfMaterials::AddMap(const Reference<Texmap>& map, const char* slot, const std::string& more,
                            std::string* member, std::string* error) {
-    if (!Imaged(map)) return true;
+    if (!ImagedMap(map)) return true;
     StandardMtl carrier;  // shows the map as a colour, which takes its image as it is
     carrier.diffuseMap = map.Share();
     auto [image, isNew] = m_imageByKey.try_emplace(GltfImageKey(carrier), m_images.Count());
@@ -112,7 +88,7 @@ bool GltfMaterials::AddPhysical(const PhysicalMtl& m, std::string* inside, std::
     if (!AddMap(m.normalMap, "normalTexture", scale, &maps, error)) return false;
     if (!(m.emission == Color{})) {
         if (!AddMap(m.emissionMap, "emissiveTexture", "", &maps, error)) return false;
-        Color glow = ToFactor(m.emission);
+        Color glow = LinearFactor(m.emission);
         *outside += fmt::format(",\"emissiveFactor\":{}", JsonArray({glow.r, glow.g, glow.b}));
         if (m.emissionStrength != 1) {
             m_usesStrength = true;
@@ -128,7 +104,7 @@ bool GltfMaterials::AddPhysical(const PhysicalMtl& m, std::string* inside, std::
 
 std::string GltfMaterials::TextureMember(const char* slot, const StandardMtl& material,
                                          size_t image, const std::string& more) {
-    const Texmap* map = Imaged(material.diffuseMap);
+    const Texmap* map = ImagedMap(material.diffuseMap);
     if (!map) map = material.opacityMap.Get();
     auto* bitmap = dynamic_cast<const BitmapTex*>(map);
     std::string texture = fmt::format("{{\"source\":{},\"sampler\":{}}}", image, Sampler(bitmap));

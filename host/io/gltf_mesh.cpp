@@ -98,9 +98,10 @@ private:
     std::unordered_map<Corner, uint32_t, CornerHash> m_vertices;
 };
 
-bool IsDrawable(const Mesh& mesh, const Triple& v) {
-    return v[0] != v[1] && v[1] != v[2] && v[2] != v[0] && IsFinite(mesh.verts[v[0]]) &&
-           IsFinite(mesh.verts[v[1]]) && IsFinite(mesh.verts[v[2]]);
+bool IsDrawable(const Mesh& mesh, const Face& face) {
+    const Triple& v = face.v;
+    return !(face.flags & Face::kHidden) && v[0] != v[1] && v[1] != v[2] && v[2] != v[0] &&
+           IsFinite(mesh.verts[v[0]]) && IsFinite(mesh.verts[v[1]]) && IsFinite(mesh.verts[v[2]]);
 }
 
 }  // namespace
@@ -110,7 +111,7 @@ std::vector<GltfPrimitive> MakeGltfPrimitives(const Mesh& mesh, const Mtl* mater
     std::vector<PrimitiveBuilder> builders;
     std::unordered_map<const StandardMtl*, size_t> byMaterial;
     for (size_t f = 0; f < mesh.NumFaces(); ++f) {
-        if (!IsDrawable(mesh, mesh.faces[f].v)) continue;
+        if (!IsDrawable(mesh, mesh.faces[f])) continue;
         const StandardMtl* shown = StandardMtlOfFace(material, mesh.faces[f].matID);
         auto [entry, isNew] = byMaterial.try_emplace(shown, builders.size());
         if (isNew) builders.emplace_back(mesh, normals, shown);

@@ -16,7 +16,7 @@ struct GltfPrimitive {
 };
 
 // One primitive for each plain material that faces show, in order of first use. Corners of equal
-// position, normal and coordinates share a vertex. Faces with a repeated vertex and faces with
-// coordinates that are not finite are left out; primitives without faces too. A coordinate set that
-// the mesh lacks but a material asks for is filled with zeros.
+// position, normal and coordinates share a vertex. Hidden faces, faces with a repeated vertex and
+// faces with coordinates that are not finite are left out; primitives without faces too. A
+// coordinate set that the mesh lacks but a material asks for is filled with zeros.
 std::vector<GltfPrimitive> MakeGltfPrimitives(const Mesh& mesh, const Mtl* material);

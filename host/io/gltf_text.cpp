@@ -32,7 +32,7 @@ std::string JsonArray(std::initializer_list<float> values) {
     return text + ']';
 }
 
-std::string PlacementMembers(const GltfPlacement& p) {
+std::string PlacementMembers(const InstancePlacement& p) {
     const Quat& q = p.rotation;
     return fmt::format("\"translation\":{},\"rotation\":{},\"scale\":{}", JsonArray(p.translation),
                        JsonArray({q.x, q.y, q.z, q.w}), JsonArray(p.scale));

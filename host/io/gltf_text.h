@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "host/base/atomic_file.h"
-#include "host/io/gltf_placement.h"
+#include "host/io/instance_placement.h"
 
 // The members of one JSON array, collected as text.
 class JsonList {
@@ -29,7 +29,7 @@ std::string JsonQuoted(std::string_view text);
 std::string JsonArray(std::initializer_list<float> values);
 inline std::string JsonArray(const Point3& p) { return JsonArray({p.x, p.y, p.z}); }
 // `"translation":…,"rotation":…,"scale":…`
-std::string PlacementMembers(const GltfPlacement& p);
+std::string PlacementMembers(const InstancePlacement& p);
 
 // The file's name as a relative reference: everything but letters, digits and -_.~ percent-encoded.
 std::string GltfUri(const std::string& file);

@@ -1,6 +1,6 @@
-// Outputs of a million items: glTF binary, NPZ, CSV and JSON as the command line writes them, and
-// what the same bytes cost without any of our work: copied in memory, and written by one plain call
-// to the same disk.
+// Outputs of a million items: glTF binary, USD text, NPZ, CSV and JSON as the command line writes
+// them, and what the same bytes cost without any of our work: copied in memory, and written by one
+// plain call to the same disk.
 //
 //   build/release/bench/host_io_bench          (writes to the folder of TMPDIR, else /tmp)
 //
@@ -21,6 +21,7 @@
 #include "host/geom/primitives.h"
 #include "host/io/gltf_export.h"
 #include "host/io/table_stream.h"
+#include "host/io/usd_writer.h"
 
 namespace {
 
@@ -69,10 +70,14 @@ std::string OutputPath(const char* name) {
 }
 
 bool WriteOutput(const std::string& ending, const std::string& path, std::string* error) {
-    if (ending == "glb") {
-        static const ItemCubes cubes;
-        const IInstanceSource* sources[] = {&cubes};
-        return ExportGltf(path, sources, {}, {}, error);
+    static const ItemCubes cubes;
+    const IInstanceSource* sources[] = {&cubes};
+    if (ending == "glb") return ExportGltf(path, sources, {}, {}, error);
+    if (ending == "usda") {
+        std::vector<std::string> warnings;
+        UsdOptions options;
+        options.threads = NumProcessors();
+        return ExportUsd(path, sources, {}, options, &warnings, error);
     }
     static const ItemTableColumns columns(DefaultItemFields());
     static const ItemTable table(Items(), columns);
@@ -142,6 +147,7 @@ void Memcpy(benchmark::State& state, const char* ending) {
     BENCHMARK_CAPTURE(PlainWrite, ending, #ending)->Unit(benchmark::kMillisecond)->UseRealTime(); \
     BENCHMARK_CAPTURE(Memcpy, ending, #ending)->Unit(benchmark::kMillisecond)->UseRealTime()
 OUTPUT_BENCHMARKS(glb);
+OUTPUT_BENCHMARKS(usda);
 OUTPUT_BENCHMARKS(npz);
 OUTPUT_BENCHMARKS(csv);
 OUTPUT_BENCHMARKS(json);

@@ -12,20 +12,13 @@
 #include "host/geom/primitives.h"
 #include "host/io/bitmap.h"
 #include "host/io/gltf_mesh.h"
-#include "host/io/gltf_placement.h"
+#include "host/io/instance_placement.h"
 #include "host/io/mesh_import.h"
 #include "host/scene/physical_material.h"
 #include "tests/host/io/gltf/sample_scene.h"
 #include "tests/temp_folder.h"
 
 namespace {
-
-Matrix3 Compose(const GltfPlacement& p) {
-    Matrix3 m = p.rotation.ToMatrix();
-    m.PreScale(p.scale);
-    m.SetTrans(p.translation);
-    return m;
-}
 
 // The world's corners tell two placed meshes of unequal sides apart.
 void ExpectSamePlace(const ImportedObject& object, const Mesh& mesh, const Matrix3& transform) {
@@ -39,31 +32,31 @@ void ExpectSamePlace(const ImportedObject& object, const Mesh& mesh, const Matri
 
 }  // namespace
 
-TEST(GltfPlacement, RecomposesTurnedScaledAndMirroredTransforms) {
+TEST(InstancePlacement, RecomposesTurnedScaledAndMirroredTransforms) {
     for (int i = 0; i < 200; ++i) {
         auto f = float(i);
         Matrix3 m = EulerDegreesToMatrix({f * 17, f * 31, f * 53});
         m.PreScale({i % 2 ? -2.0f : 2.0f, i % 3 ? 0.5f : -0.5f, i % 5 ? 1.5f : -1.5f});
         m.SetTrans({f, -f, 2 * f});
-        GltfPlacement p = PlaceForGltf(m);
-        EXPECT_TRUE(Compose(p).Equals(m, 4e-6f)) << i;
+        InstancePlacement p = PlaceWithoutShear(m);
+        EXPECT_TRUE(p.ToMatrix().Equals(m, 4e-6f)) << i;
         EXPECT_EQ(p.scale.x < 0, m.Determinant() < 0);
         EXPECT_GT(std::min(p.scale.y, p.scale.z), 0);
     }
 }
 
-TEST(GltfPlacement, VanishedAxesKeepTheRotationProper) {
+TEST(InstancePlacement, VanishedAxesKeepTheRotationProper) {
     for (Point3 s : {Point3{0, 1, 1}, {1, 0, 1}, {1, 1, 0}, {0, 0, 1}, {0, 1, 0}, {1, 0, 0}, {}}) {
         Matrix3 m = EulerDegreesToMatrix({20, 40, 60});
         m.PreScale(s);
-        GltfPlacement p = PlaceForGltf(m);
+        InstancePlacement p = PlaceWithoutShear(m);
         Quat q = p.rotation;
         EXPECT_NEAR(q.x * q.x + q.y * q.y + q.z * q.z + q.w * q.w, 1, 1e-6);
-        EXPECT_TRUE(Compose(p).Equals(m, 1e-6f));
+        EXPECT_TRUE(p.ToMatrix().Equals(m, 1e-6f));
     }
 }
 
-TEST(GltfPlacement, ShearIsSeen) {
+TEST(InstancePlacement, ShearIsSeen) {
     EXPECT_FALSE(HasShear(EulerDegreesToMatrix({20, 40, 60})));
     EXPECT_TRUE(HasShear({{{1, 0, 0}, {0.5f, 1, 0}, {0, 0, 1}, {}}}));
 }
@@ -78,11 +71,47 @@ TEST(GltfMesh, CornersShareVerticesAndFlipV) {
     EXPECT_EQ(MakeGltfPrimitives(MakeBox(1, 1, 1), nullptr)[0].positions.size(), 24u);
 }
 
+TEST(GltfMesh, HiddenFacesAreLeftOut) {
+    Mesh plane = MakePlane(1, 1);
+    plane.faces[1].flags |= Face::kHidden;
+    EXPECT_EQ(MakeGltfPrimitives(plane, nullptr)[0].indices.size(), 3u);
+}
+
 TEST(GltfMesh, BrokenFacesAreLeftOut) {
     Mesh plane = MakePlane(1, 1);
     plane.verts[0].x = NAN;  // used by both faces
     EXPECT_TRUE(MakeGltfPrimitives(plane, nullptr).empty());
     EXPECT_TRUE(MakeGltfPrimitives(Mesh(), nullptr).empty());
+}
+
+namespace {
+
+// All of it sheared, but for the first instance, which stands nowhere.
+class ShearedSource : public SampleSource {
+public:
+    using SampleSource::SampleSource;
+    void GetInstances(size_t first, std::span<InstanceRecord> out) const override {
+        SampleSource::GetInstances(first, out);
+        for (InstanceRecord& r : out) r.transform = {{{1, 0, 0}, {0.5f, 1, 0}, {0, 0, 1}, {}}};
+        if (first == 0) out[0].transform.row[3].x = NAN;
+    }
+};
+
+}  // namespace
+
+TEST(GltfExport, TellsOfInstancesThatItCannotHold) {
+    TempFolder folder;
+    ShearedSource source(folder.File(""), 40);
+    const IInstanceSource* sources[] = {&source};
+    GltfOptions options;
+    std::vector<std::string> warnings;
+    options.warnings = &warnings;
+    std::string error;
+    ASSERT_TRUE(ExportGltf(folder.File("a.glb"), sources, {}, options, &error)) << error;
+    ASSERT_EQ(warnings.size(), 2u);
+    EXPECT_NE(warnings[0].find("sheared"), std::string::npos);
+    EXPECT_TRUE(warnings[0].ends_with(": 39"));
+    EXPECT_TRUE(warnings[1].ends_with(": 1"));
 }
 
 // Reading the flat form back gives every instance its place in the world.
@@ -92,7 +121,7 @@ TEST(GltfExport, FlatFormImportsAsItWas) {
     const IInstanceSource* sources[] = {&source};
     Mesh ground = MakePlane(4, 4);
     Matrix3 sheared{{{1, 0, 0}, {0.5f, 1, 0}, {0, 0, 1}, {1, 2, 3}}};
-    GltfStaticMesh meshes[] = {{"ground", &ground, nullptr, sheared}};
+    PlacedMesh meshes[] = {{"ground", &ground, nullptr, sheared}};
     for (const char* name : {"a.gltf", "a.glb"}) {
         std::string error;
         ASSERT_TRUE(ExportGltf(folder.File(name), sources, meshes, {true, 1, false}, &error))
@@ -146,7 +175,7 @@ TEST(GltfExport, MirroredFacesLookOutwards) {
     Mesh box = MakeBox(1, 2, 3);
     Matrix3 mirror = Matrix3::Scaling({1, 1, -1});
     mirror.SetTrans({5, 0, 0});
-    GltfStaticMesh meshes[] = {{"box", &box, nullptr, mirror}};
+    PlacedMesh meshes[] = {{"box", &box, nullptr, mirror}};
     std::string error;
     ASSERT_TRUE(ExportGltf(folder.File("a.glb"), {}, meshes, {}, &error)) << error;
     ImportedModel model;

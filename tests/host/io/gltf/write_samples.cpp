@@ -8,7 +8,9 @@
 
 #include "host/base/atomic_file.h"
 #include "host/geom/primitives.h"
+#include "host/io/gltf_export.h"
 #include "host/io/json_text.h"
+#include "host/io/usd_writer.h"
 #include "tests/host/io/gltf/sample_scene.h"
 
 namespace {
@@ -46,9 +48,8 @@ int main(int argc, char** argv) {
     SampleSource large(folder, 70001), small(folder, 60), none(folder, 0);
     Mesh ground = MakePlane(10, 10), side = MakePlane(1, 1);
     Matrix3 sheared{{{1, 0, 0}, {0.5f, 1, 0}, {0, 0, 1}, {1, 2, 3}}};
-    std::vector<GltfStaticMesh> meshes{
-        {"ground", &ground, nullptr, Matrix3::Translation({0, 0, -1})},
-        {"side", &side, large.PrototypeMtl(1), sheared}};
+    std::vector<PlacedMesh> meshes{{"ground", &ground, nullptr, Matrix3::Translation({0, 0, -1})},
+                                   {"side", &side, large.PrototypeMtl(1), sheared}};
     struct Sample {
         const char* file;
         const SampleSource* source;
@@ -66,6 +67,10 @@ int main(int argc, char** argv) {
             return std::fprintf(stderr, "%s\n", error.c_str()), 1;
     }
     if (!ExportGltf(folder + "/empty.gltf", {}, {}, {}, &error)) return 1;
+    std::vector<std::string> warnings;
+    const IInstanceSource* smalls[] = {&small};
+    if (!ExportUsd(folder + "/small.usda", smalls, meshes, {}, &warnings, &error))
+        return std::fprintf(stderr, "%s\n", error.c_str()), 1;
     for (const SampleSource* source : {&large, &small}) {
         AtomicFile out;
         const char* name = source == &large ? "/expected_large.json" : "/expected_small.json";
