@@ -1,7 +1,15 @@
 #include "host/base/ini_file.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <fmt/format.h>
 
 #include "host/base/atomic_file.h"
 #include "host/base/file_input.h"
@@ -87,6 +95,24 @@ bool IniFile::Save(const std::string& path, std::string* error) const {
     if (!file.Open(path, error)) return false;
     file.Write(Text());
     return file.Commit(error);
+}
+
+bool IniFile::Edit(const std::string& path, const std::function<void(IniFile&)>& change,
+                   std::string* error) {
+    std::error_code failed;
+    fs::create_directories(fs::path(path).parent_path(), failed);
+    int lock = open((path + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+    if (lock < 0 || flock(lock, LOCK_EX) != 0) {
+        *error = fmt::format("{}.lock: {}", path, std::strerror(errno));
+        if (lock >= 0) close(lock);
+        return false;
+    }
+    IniFile file;
+    bool done = file.Load(path, error);
+    if (done) change(file);
+    done = done && file.Save(path, error);
+    close(lock);
+    return done;
 }
 
 const IniFile::Line* IniFile::Find(std::string_view section, std::string_view key) const {

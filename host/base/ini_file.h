@@ -7,6 +7,7 @@
 // byte order mark.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -32,6 +33,11 @@ public:
 
     std::vector<std::string> Sections() const;
     std::vector<std::string> Keys(std::string_view section) const;
+
+    // Loads a file, changes it and saves it, while no other program that does so looks at it (a
+    // lock on a file of its name with ".lock" behind it).
+    static bool Edit(const std::string& path, const std::function<void(IniFile&)>& change,
+                     std::string* error);
 
 private:
     struct Line {
