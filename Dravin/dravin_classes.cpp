@@ -6,6 +6,7 @@
 #include "Dravin/materials/leaf_modifier.h"
 #include "Dravin/materials/tint_map.h"
 #include "Dravin/materials/wrapper_material.h"
+#include "Dravin/shadow/xshadow.h"
 #include "host/params/class_registry.h"
 
 void RegisterDravinClasses(ClassRegistry& classes) {
@@ -18,4 +19,5 @@ void RegisterDravinClasses(ClassRegistry& classes) {
     classes.Register(DescribeClass<TDLod>("DravinLOD", kCategory));
     classes.Register(DescribeClass<DEdge>("DravinEdge", kCategory));
     classes.Register(DescribeClass<DLeaf>("DravinLeaf", kCategory));
+    classes.Register(DescribeClass<XShadow>("XShadow", kCategory));
 }

@@ -9,6 +9,7 @@
 #include "Dravin/build/camera_input.h"
 #include "Dravin/build/density_loader.h"
 #include "Dravin/build/dravin_instances.h"
+#include "Dravin/build/mesh_source.h"
 #include "Dravin/build/input_maker.h"
 #include "Dravin/dravin.h"
 #include "Dravin/dravin_globals.h"
@@ -337,4 +338,15 @@ TPanelMessage TDravinBuild::PanelLines() const {
 std::unique_ptr<IInstanceSource> TDravinBuild::MakeInstanceSource() const {
     return std::make_unique<TDravinInstances>(m_object, *this, m_objectTM,
                                               m_flags.unprotected ? UINT64_MAX : FreeMemory());
+}
+
+bool TDravinBuild::RendersMesh(TimeValue t) const {
+    const IParamBlock2& display = m_object.Block(kDispParams);
+    return display.GetInt(dispParams::kRendermode, t) == kRenderMeshes ||
+           display.GetInt(dispParams::kRmesh, t) == kProxyMesh;
+}
+
+std::unique_ptr<IInstanceSource> TDravinBuild::MakeRenderSource() {
+    if (m_flags.noMesh || !RendersMesh(m_time)) return MakeInstanceSource();
+    return std::make_unique<TDravinMeshSource>(m_object, *this);
 }

@@ -91,6 +91,8 @@ public:
     // Whether there is a result: a mesh with faces, or a cloud.
     bool IsBuilt() const { return m_isBuilt; }
     const Mesh& GetMesh() const { return m_mesh; }
+    // For who changes it for a while and puts it back: shadow types, while nobody else reads it.
+    Mesh& ChangeableMesh() { return m_mesh; }
     // By face: the index of its item.
     const std::vector<int32_t>& FaceOwners() const { return m_owners; }
     // By face: whether its item is selected.

@@ -118,13 +118,13 @@ void AddMeshes(Scene& scene, TimeValue t, RenderSetup& setup) {
 ExitCode AddItems(Session& session, TimeValue t, const RenderOptions& options, RenderSetup& setup) {
     TBuildFlags flags;
     flags.render = true;
-    flags.noMesh = true;
     flags.noLimit = flags.unprotected = options.noLimit;
     flags.forceThreads = options.threads;
     for (INode* node : session.GetScene().Nodes()) {
         auto* object = dynamic_cast<TDravin*>(node->GetObjectRef());
         if (!object || !IsShown(*node, t)) continue;
         // A still object keeps its items from frame to frame.
+        flags.noMesh = !object->Build().RendersMesh(t);
         bool isBuilt = options.frames && object->Build().Validity().Contains(t) &&
                        object->Build().Status() == TBuildStatus::kSuccess;
         if (!isBuilt) BuildWithProgress({node, object}, t, flags);
@@ -134,7 +134,7 @@ ExitCode AddItems(Session& session, TimeValue t, const RenderOptions& options, R
             PrintNote(fmt::format("{}: no items", node->GetName()));
         else if (ExitCode code = ReportBuild({node, object}, false); code != kExitDone)
             return code;
-        setup.sources.push_back(object->Build().MakeInstanceSource());
+        setup.sources.push_back(object->Build().MakeRenderSource());
         if (std::string refusal = setup.sources.back()->Refusal(); !refusal.empty()) {
             PrintError(refusal);
             return kExitLimit;
