@@ -15,7 +15,7 @@ namespace {
 
 constexpr int kTileSamples = 128;      // along a side of a tile
 constexpr int kMaxTile = 64;           // pixels along a side of a tile
-constexpr int kTilesOfStep = 64;       // between two reports of progress
+constexpr int kTilesOfStep = 16;       // between two reports of progress
 constexpr float kShadowShare = 0.25f;  // of all progress
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 

@@ -112,7 +112,9 @@ TEST(ScanlineRenderer, ShowsWhatTheRayTracerShowsWithoutBounces) {
 
 TEST(ScanlineRenderer, AnyNumberOfThreadsGivesTheSameBits) {
     Boxes boxes;
-    boxes.list.mtl->opacityMap = MakeStripes();
+    auto cut = MakeMtl({0.8f, 0.6f, 0.7f});
+    cut->opacityMap = MakeStripes();
+    boxes.list.mtl = cut;
     Picture one = Scan(boxes.scene, 96, 9, 1);
     EXPECT_EQ(one.pixels, Scan(boxes.scene, 96, 9, 3).pixels);
     EXPECT_EQ(one.pixels, Scan(boxes.scene, 96, 9, 8).pixels);
@@ -226,7 +228,7 @@ TEST(ScanlineRenderer, DepthsRunAlongTheCamerasAxis) {
 
 TEST(ScanlineRenderer, ProgressRisesAndCancels) {
     Boxes boxes;
-    RenderSettings settings{128, 128, 4, 2, 1, 0};
+    RenderSettings settings{512, 512, 4, 2, 1, 0};
     ScanlineRenderer renderer(boxes.scene);
     std::vector<float> heard;
     EXPECT_EQ(renderer.Render(settings, [&](float f) { return heard.push_back(f), true; }).status,

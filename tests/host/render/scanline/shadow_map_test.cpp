@@ -94,8 +94,8 @@ TEST_F(ShadowMap, TheSampleRangeIsTheSideOfASquare) {
     EXPECT_NEAR(Lit(5, 5, 10), 0.75f, 1e-6f);
     EXPECT_EQ(Lit(6, 4, 10), 1);
     EXPECT_NEAR(generator->FiltSample(4, 4, 10, 4), 0.75f, 1e-6f);  // 4 of 16 pixels
-    // Along columns 1.5 to 6.5 of row 4: steps of one, two of six in the shadow.
-    EXPECT_NEAR(generator->LineSample({1, 4, 10}, {6, 4, 10}), 4 / 6.f, 1e-6f);
+    // Six steps of 5/6: at 1.42, 2.25, 3.08, 3.92, 4.75 and 5.58, the middle three in the shadow.
+    EXPECT_NEAR(generator->LineSample({1, 4, 10}, {6, 4, 10}), 0.5f, 1e-6f);
 }
 
 TEST_F(ShadowMap, WideRangesTakeAGridOfPlaces) {
