@@ -9,7 +9,8 @@
 namespace {
 
 // Larger meshes are cut into runs, so that a tile draws what is near it only.
-constexpr size_t kFacesOfPiece = 4096, kFacesOfRun = 512;
+// Instances of plants are small and stay whole.
+constexpr size_t kFacesOfPiece = 4096, kFacesOfInstance = 65536, kFacesOfRun = 512;
 constexpr size_t kBlockLevel = 2;  // of a terrain's pyramid: 32 cells a side
 
 size_t LevelOf(const HeightField& field) { return std::min(kBlockLevel, field.NumLevels() - 1); }
@@ -68,7 +69,7 @@ ScanScene::ScanScene(const RenderScene& scene) : m_materials(scene.time) {
         if (source) m_sources.push_back(ReadPlacedSource(*source, m_materials));
 
     uint32_t owner = 0;
-    for (const auto& mesh : m_meshes) AddPieces(owner++, 0, *mesh);
+    for (const auto& mesh : m_meshes) AddPieces(owner++, 0, *mesh, kFacesOfPiece);
     for (const auto& heights : m_heights) {
         const HeightField& field = heights->Field();
         uint32_t cells = CellsOf(field), blocks = BlocksAlong(field.NumColumns(), cells) *
@@ -77,20 +78,35 @@ ScanScene::ScanScene(const RenderScene& scene) : m_materials(scene.time) {
         ++owner;
     }
     for (const PlacedSource& source : m_sources) {
+        size_t limit = source.source->ChangeableMesh() ? kFacesOfPiece : kFacesOfInstance;
         for (size_t i = 0; i < source.instances.size(); ++i)
-            AddPieces(owner, uint32_t(i), *source.prototypes[source.instances[i].prototype]);
+            AddPieces(owner, uint32_t(i), *source.prototypes[source.instances[i].prototype], limit);
         ++owner;
     }
     for (size_t p = 0; p < m_pieces.size(); ++p) m_bounds += PieceBounds(p);
 }
 
-void ScanScene::AddPieces(uint32_t owner, uint32_t instance, const RenderMesh& mesh) {
+void ScanScene::AddPieces(uint32_t owner, uint32_t instance, const RenderMesh& mesh, size_t limit) {
     size_t faces = mesh.NumFaces();
     if (faces == 0) return;
-    if (faces <= kFacesOfPiece) return m_pieces.push_back({owner, instance, 0, 0});
+    if (faces <= limit) return m_pieces.push_back({owner, instance, 0, 0});
     for (size_t first = 0; first < faces; first += kFacesOfRun)
         m_pieces.push_back(
             {owner, instance, uint32_t(first), uint32_t(std::min(kFacesOfRun, faces - first))});
+}
+
+uint32_t ScanScene::StrideOf(const ScanPiece& piece, const RenderMesh& mesh,
+                             const ScanView& view) const {
+    constexpr float kFacesOfSample = 3, kLeastFaces = 12;
+    auto faces = float(mesh.NumFaces());
+    if (KindOf(piece) != kSource || faces <= kLeastFaces) return 1;
+    const PackedInstance& instance = InstanceOf(piece);
+    float size = Length(mesh.Bounds().Width()) / instance.InverseScale(), w = 1;
+    if (view.isPerspective) w = -(instance.position * view.worldToView).z - size;
+    if (w <= 0) return 1;
+    float side = size * float(view.scale) / w;
+    float enough = std::max(kLeastFaces, kFacesOfSample * side * side);
+    return faces > enough ? uint32_t(faces / enough) : 1;
 }
 
 size_t ScanScene::NumInstances() const {

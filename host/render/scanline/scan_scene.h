@@ -3,7 +3,8 @@
 // A piece is an instance, a run of faces of a mesh too large for one, or a block of a terrain.
 // Before a picture (or a shadow map) is drawn, pieces are dealt out to the tiles that their boxes
 // touch (TileBins): 12 bytes a piece and 4 a touch are all that grows with the number of instances.
-// Immutable once built; threads share it.
+// Of an instance with far more faces than it touches samples some stand for all (after Cook et al.
+// 2007, "Stochastic Simplification of Aggregate Detail"). Immutable once built; threads share it.
 #pragma once
 
 #include <memory>
@@ -84,14 +85,18 @@ private:
     bool IsChangeable(const ScanPiece& piece) const {
         return KindOf(piece) == kSource && SourceOf(piece).source->ChangeableMesh();
     }
-    void AddPieces(uint32_t owner, uint32_t instance, const RenderMesh& mesh);
+    // Of how many faces of an instance one is drawn: 1 unless far more of them than samples are
+    // there, as where a plant is a few samples high.
+    uint32_t StrideOf(const ScanPiece& piece, const RenderMesh& mesh, const ScanView& view) const;
+    void AddPieces(uint32_t owner, uint32_t instance, const RenderMesh& mesh, size_t limit);
     // Cells [x0, x1) x [y0, y1) of a block of a terrain.
     RasterWindow BlockCells(const RenderHeights& heights, uint32_t block) const;
     Box3 BlockBounds(const RenderHeights& heights, uint32_t block) const;
 
     template <class Emit>
     void DrawFaces(const ScanPiece& piece, const RenderMesh& mesh, uint32_t first, uint32_t last,
-                   const ScanView& view, const RasterWindow& window, const Emit& emit) const;
+                   uint32_t stride, const ScanView& view, const RasterWindow& window,
+                   const Emit& emit) const;
     template <class Emit>
     void DrawBlock(const ScanPiece& piece, const ScanView& view, const RasterWindow& window,
                    const Emit& emit) const;
