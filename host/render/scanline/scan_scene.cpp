@@ -97,7 +97,7 @@ void ScanScene::AddPieces(uint32_t owner, uint32_t instance, const RenderMesh& m
 
 uint32_t ScanScene::StrideOf(const ScanPiece& piece, const RenderMesh& mesh,
                              const ScanView& view) const {
-    constexpr float kFacesOfSample = 3, kLeastFaces = 12;
+    constexpr float kLeastFaces = 12;
     auto faces = float(mesh.NumFaces());
     if (KindOf(piece) != kSource || faces <= kLeastFaces) return 1;
     const PackedInstance& instance = InstanceOf(piece);
@@ -105,7 +105,7 @@ uint32_t ScanScene::StrideOf(const ScanPiece& piece, const RenderMesh& mesh,
     if (view.isPerspective) w = -(instance.position * view.worldToView).z - size;
     if (w <= 0) return 1;
     float side = size * float(view.scale) / w;
-    float enough = std::max(kLeastFaces, kFacesOfSample * side * side);
+    float enough = std::max(kLeastFaces, view.facesOfSample * side * side);
     return faces > enough ? uint32_t(faces / enough) : 1;
 }
 

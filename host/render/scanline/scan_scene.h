@@ -21,6 +21,7 @@ struct ScanView {
     double scale = 1;                 // samples per length, at depth 1 where there is perspective
     double centerX = 0, centerY = 0;  // where the axis meets the picture
     int width = 0, height = 0;        // samples
+    float facesOfSample = 3;          // beyond which an instance shows some of its faces only
 
     // view: world space -> view space, or a mesh's space -> view space.
     RasterCorner Corner(const Point3& p, const Matrix3& view, double originX,

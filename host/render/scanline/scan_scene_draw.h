@@ -4,12 +4,13 @@
 #include "host/render/sampler.h"
 #include "host/render/scanline/scan_scene.h"
 
-// Faces first, first + stride and so on, grown so that they cover as much as all would.
+// Faces first, first + stride and so on, grown so that they cover as much as all would: they
+// overlap at random, which takes a third more.
 template <class Emit>
 void ScanScene::DrawFaces(const ScanPiece& piece, const RenderMesh& mesh, uint32_t first,
                           uint32_t last, uint32_t stride, const ScanView& view,
                           const RasterWindow& window, const Emit& emit) const {
-    const float grown = std::sqrt(float(stride));
+    const float grown = std::sqrt(float(stride) * 1.33f);
     bool isInstance = KindOf(piece) == kSource, isChangeable = IsChangeable(piece);
     Matrix3 toView = isInstance ? InstanceOf(piece).ToWorld() * view.worldToView : view.worldToView;
     const Point3* positions = mesh.Positions();

@@ -17,6 +17,7 @@ ScanView ViewOf(const ShadowView& view) {
     out.centerX = view.CenterX();
     out.centerY = view.CenterY();
     out.width = out.height = view.size;
+    out.facesOfSample = 0.5f;  // shadows are soft
     return out;
 }
 
@@ -72,8 +73,8 @@ void ScanShadowScene::DrawDepth(const ShadowView& shadow, std::span<float> depth
 }
 
 bool ScanShadowScene::Progress(size_t done, size_t total) {
-    float share = total > 0 ? float(done) / float(total) : 1;
-    if (!m_isStopped && m_progress && !m_progress(share)) m_isStopped = true;
+    m_share = std::max(m_share, total > 0 ? float(done) / float(total) : 1);
+    if (!m_isStopped && m_progress && !m_progress(m_share)) m_isStopped = true;
     return !m_isStopped;
 }
 

@@ -33,6 +33,7 @@ private:
     std::function<uint64_t()> m_memory;
     RenderProgress m_progress;
     bool m_isStopped = false;
+    float m_share = 0;  // that was reported; maps that follow never go back
     std::vector<RenderInstance> m_instances;
     std::vector<std::string> m_problems;
 };

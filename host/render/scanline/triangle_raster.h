@@ -106,8 +106,8 @@ void Fill(const RasterCorner* corner[3], const RasterWindow& window, const Emit&
     float inverse[3];
     for (int i = 0; i < 3; ++i) {
         double w = 1 / double(corner[i]->w);
-        x[i] = std::llround(corner[i]->x * w * kSub);
-        y[i] = std::llround(corner[i]->y * w * kSub);
+        x[i] = std::llrint(corner[i]->x * w * kSub);
+        y[i] = std::llrint(corner[i]->y * w * kSub);
         inverse[i] = float(w);
     }
     int64_t area = (x[1] - x[0]) * (y[2] - y[0]) - (y[1] - y[0]) * (x[2] - x[0]);

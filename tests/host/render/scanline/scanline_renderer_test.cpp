@@ -199,6 +199,26 @@ TEST(ScanlineRenderer, LargeMeshesAreDrawnInRuns) {
     EXPECT_LT(MeanDifference(ofFine, Scan(scene, 200, 1)), 1e-5f);
 }
 
+// A sphere of 49,728 faces, 20 samples wide: one of 13 is drawn.
+TEST(ScanlineRenderer, DistantInstancesCoverWhatAllTheirFacesWould) {
+    RenderScene scene = NoonScene();
+    scene.camera = DownCamera(100, 10);
+    scene.sky.constant = Color{1, 1, 1};
+    scene.sun.shadow.casts = false;
+    Mesh fine = MakeSphere(1, 224);
+    auto black = MakeMtl({0, 0, 0});
+    scene.nodes = {{&fine, black.get(), {}}};
+    float covered = 1 - Mean(Scan(scene, 44, 16)).g;
+    ListSource list;
+    list.prototypes = {fine};
+    list.mtl = black;
+    list.instances.resize(1);
+    scene.nodes.clear();
+    scene.sources = {&list};
+    EXPECT_GT(covered, 0.01f);
+    EXPECT_NEAR((1 - Mean(Scan(scene, 44, 16)).g) / covered, 1, 0.05f);
+}
+
 TEST(ScanlineRenderer, TheGroundReachesUnderTheCamera) {
     RenderScene scene = NoonScene();
     // At eye height, looking along +y: the lower half shows the plane.
