@@ -59,7 +59,7 @@ TEST_F(Frames, TheSceneOrAnOptionNamesTheRenderer) {
     ASSERT_EQ(Render("s.json -o traced.png").code, 0);
     ProgramRun run = Render("s.json --renderer scanline -o scanned.png");
     ASSERT_EQ(run.code, 0) << run.err;
-    EXPECT_THAT(run.err, HasSubstr("scanned.png: 48 x 27, 2 samples, 16 instances"));
+    EXPECT_THAT(run.err, HasSubstr("scanned.png: 48 x 27, 2 samples, 16384 instances"));
     EXPECT_NE(Bytes("traced.png"), Bytes("scanned.png"));
     std::string scene = m_folder.Read("s.json");
     m_folder.Write("named.json", scene.insert(1, R"("render": {"renderer": "scanline"},)"));

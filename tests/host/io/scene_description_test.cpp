@@ -134,6 +134,7 @@ TEST(SceneDescription, DefaultsOfASceneWithNothing) {
 }
 
 TEST(SceneDescription, BadInputNamesItsPlace) {
+    HostContext session;
     struct Case {
         const char* nodes;
         const char* error;
@@ -180,7 +181,8 @@ TEST(SceneDescription, BadInputNamesItsPlace) {
          "/nodes/0/shadow/type: unknown shadow type \"shadow_mop\", did you mean \"shadow_map\"?"},
         {R"({"name": "a", "type": "light", "shadow": {"type": "shadow_map", "sise": 8}})",
          "did you mean \"size\"?"},
-        {R"({"name": "a", "type": "light", "shadow": {"type": "shadow_map", "size": -1}})", "size"},
+        {R"({"name": "a", "type": "light", "shadow": {"type": "shadow_map", "size": "big"}})",
+         "/nodes/0/shadow/size: "},
         {R"({"name": "a", "type": "spline", "lines": [{}]})", "either \"points\" or \"knots\""},
         {R"({"name": "a", "type": "particles", "particles": [{"event": "q"}]})",
          "/nodes/0/particles/0/event: no node is named \"q\""},
