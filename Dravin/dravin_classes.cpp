@@ -7,6 +7,7 @@
 #include "Dravin/materials/tint_map.h"
 #include "Dravin/materials/wrapper_material.h"
 #include "Dravin/proxy/dproxy.h"
+#include "Dravin/shadow/xshadow.h"
 #include "host/params/class_registry.h"
 
 void RegisterDravinClasses(ClassRegistry& classes) {
@@ -20,4 +21,5 @@ void RegisterDravinClasses(ClassRegistry& classes) {
     classes.Register(DescribeClass<TDLod>("DravinLOD", kCategory));
     classes.Register(DescribeClass<DEdge>("DravinEdge", kCategory));
     classes.Register(DescribeClass<DLeaf>("DravinLeaf", kCategory));
+    classes.Register(DescribeClass<XShadow>("XShadow", kCategory));
 }

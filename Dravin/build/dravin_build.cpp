@@ -10,6 +10,7 @@
 #include "Dravin/build/density_loader.h"
 #include "Dravin/build/dravin_instances.h"
 #include "Dravin/build/input_maker.h"
+#include "Dravin/build/mesh_source.h"
 #include "Dravin/dravin.h"
 #include "Dravin/dravin_globals.h"
 #include "Dravin/engine/build_items.h"
@@ -280,6 +281,7 @@ TObjectMeshSettings TDravinBuild::MeshSettings(const TParameters& p, int threads
     s.horizontalOffset = p.Int(shadowParams::kHsoffset);
     s.horizontalScale = p.Int(shadowParams::kHsscale);
     s.scaleOnSlope = m_input->transforms.scaleOnSlope;
+    s.selectedOnly = m_flags.selectedOnly;
     s.time = m_time;
     bool isUnthreaded =
         !m_flags.forceThreads && !p.Bool(genParams::kAutothreads) && p.Int(genParams::kThreads) < 1;
@@ -363,4 +365,25 @@ TPanelMessage TDravinBuild::PanelLines() const {
 std::unique_ptr<IInstanceSource> TDravinBuild::MakeInstanceSource() const {
     return std::make_unique<TDravinInstances>(m_object, *this, m_objectTM,
                                               m_flags.unprotected ? UINT64_MAX : FreeMemory());
+}
+
+bool TDravinBuild::RendersMesh(TimeValue t) const {
+    const IParamBlock2& display = m_object.Block(kDispParams);
+    const IParamBlock2& shadows = m_object.Block(kShadowParams);
+    bool hasPlanes =
+        shadows.GetBool(shadowParams::kUsefakeshadows, t) &&
+        shadows.GetNode(shadowParams::kLight, t) &&
+        (shadows.GetBool(shadowParams::kVshadow, t) || shadows.GetBool(shadowParams::kHshadow, t));
+    return hasPlanes || display.GetInt(dispParams::kRendermode, t) == kRenderMeshes ||
+           display.GetInt(dispParams::kRmesh, t) == kProxyMesh;
+}
+
+std::vector<std::unique_ptr<IInstanceSource>> TDravinBuild::MakeRenderSources() {
+    std::vector<std::unique_ptr<IInstanceSource>> sources;
+    bool hasMesh = !m_flags.noMesh && RendersMesh(m_time) && m_mesh.IsBuilt();
+    if (hasMesh) sources.push_back(std::make_unique<TDravinMeshSource>(m_object, *this));
+    if (!hasMesh || m_mesh.Statistics().instancedItems > 0)
+        sources.push_back(std::make_unique<TDravinInstances>(
+            m_object, *this, m_objectTM, m_flags.unprotected ? UINT64_MAX : FreeMemory(), hasMesh));
+    return sources;
 }

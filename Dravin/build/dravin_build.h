@@ -103,11 +103,18 @@ public:
 
     // The items as one mesh, in object space; not built where the flags leave it out.
     const TObjectMesh& ObjectMesh() const { return m_mesh; }
+    TObjectMesh& ObjectMesh() { return m_mesh; }
     // From object space to the world, in the last build.
     const Matrix3& ObjectTM() const { return m_objectTM; }
 
     // The items as render instances in world space; reads this build while it stands.
     std::unique_ptr<IInstanceSource> MakeInstanceSource() const;
+    // Whether renderers take the object mesh at time t: where the object asks for meshes
+    // (`rendermode`), shows proxy shapes, or has shadow planes for billboards. Builds for renderers
+    // need no mesh otherwise.
+    bool RendersMesh(TimeValue t) const;
+    // The items as renderers take them: the object mesh, instances, or each for some of them.
+    std::vector<std::unique_ptr<IInstanceSource>> MakeRenderSources();
 
     // Geometry of the areas, kept for the next build.
     TAreaCache& Areas() { return m_areas; }

@@ -7,8 +7,6 @@
 #include "Dravin/dravin.h"
 #include "Dravin/dravin_globals.h"
 #include "Dravin/engine/build_input.h"
-#include "Dravin/materials/tint_params.h"
-#include "host/base/thread_pool.h"
 #include "host/geom/mesh_tools.h"
 
 namespace {
@@ -19,10 +17,6 @@ std::shared_ptr<const Mesh> AtRealSize(const TDravinMeshSample& sample, const Ma
     return std::make_shared<Mesh>(TransformedMesh(*sample.Source(), toReal));
 }
 
-constexpr TTintParams kObjectTint{
-    matParams::kTintmin,    matParams::kTintmax,    matParams::kTintmode, matParams::kTintmapmode,
-    matParams::kTintcolor1, matParams::kTintcolor2, matParams::kTintmap};
-
 // What a face takes, with its share of vertices, normals and maps at the most.
 uint64_t BytesOfFace(const Mesh& mesh) {
     uint64_t channels = mesh.maps.size() + !mesh.normals.faces.empty();
@@ -32,13 +26,11 @@ uint64_t BytesOfFace(const Mesh& mesh) {
 }  // namespace
 
 TDravinInstances::TDravinInstances(const TDravin& object, const TDravinBuild& build,
-                                   const Matrix3& objectTM, uint64_t cutMemory)
+                                   const Matrix3& objectTM, uint64_t cutMemory, bool unmeshedOnly)
     : m_build(build), m_cutMemory(cutMemory), m_node(GetWorldNode(object)), m_objectTM(objectTM) {
     if (m_node) m_name = m_node->GetName();
     if (!build.Input()) return;
-    const IParamBlock2& settings = object.Block(kMatParams);
-    m_tint = ReadTint(settings, kObjectTint, build.Time());
-    m_blend = settings.GetInt(matParams::kTintmixmode, build.Time());
+    m_tint = ReadObjectTint(object, build.Time());
     m_scaleOnSlope = build.Input()->transforms.scaleOnSlope;
     for (size_t row = 0; row < build.Specimens().NumRows(); ++row) {
         const TSpecBuild& specimen = build.Specimens().Row(row);
@@ -50,7 +42,7 @@ TDravinInstances::TDravinInstances(const TDravin& object, const TDravinBuild& bu
     TDravinItem item;
     for (size_t i = 0; i < build.Items().Count(); ++i) {
         build.Items().ReadStored(i, &item, 0);
-        if (item.discarded) continue;
+        if (item.discarded || (unmeshedOnly && build.ObjectMesh().Ranges()[i].IsMeshed())) continue;
         uint32_t prototype = MakeWholePrototype(item);
         if (prototype != kNone && item.partial) {
             uint32_t cut = CutPrototypeOf(i, prototype, cuts);
@@ -180,33 +172,12 @@ InstanceDetails TDravinInstances::GetDetails(size_t instance) const {
     return details;
 }
 
-TShadedItem TDravinInstances::ReadShaded(uint32_t instance) const {
-    TDravinItem item = m_build.Items().Item(m_items[instance]);
-    const TBuildInput& input = *m_build.Input();
-    bool onSurface =
-        !input.surfaces.empty() && (input.transforms.customEdit || input.transforms.tintOnSurface);
-    return {item.random1,
-            item.random2,
-            item.random3,
-            item.tintColor,
-            item.tintBlend,
-            item.position,
-            onSurface ? item.mapUvws[kTintMap] : item.mapCoordinates};
-}
-
-// Random values are drawn again, which is too slow at every hit.
 void TDravinInstances::PrepareShading() const {
-    constexpr size_t kBlock = 4096;
-    if (!m_shaded.empty()) return;
-    m_shaded.resize(m_items.size());
-    ParallelFor((m_shaded.size() + kBlock - 1) / kBlock, NumProcessors(), [this](size_t block) {
-        size_t end = std::min((block + 1) * kBlock, m_shaded.size());
-        for (size_t i = block * kBlock; i < end; ++i) m_shaded[i] = ReadShaded(uint32_t(i));
-    });
+    if (m_shaded.empty()) m_shaded = ReadShadedItems(m_build, m_items);
 }
 
-TShadedItem TDravinInstances::ItemOf(uint32_t instance) const {
-    return m_shaded.empty() ? ReadShaded(instance) : m_shaded[instance];
+TShadedItem TDravinInstances::ItemOf(uint32_t instance, uint32_t) const {
+    return m_shaded.empty() ? ReadShadedItem(m_build, m_items[instance]) : m_shaded[instance];
 }
 
 TElementRandoms TDravinInstances::ElementOf(uint32_t instance, uint32_t face) const {

@@ -14,14 +14,16 @@
 #include <vector>
 
 #include "Dravin/build/dravin_build.h"
+#include "Dravin/build/item_shading.h"
 #include "Dravin/materials/shaded_items.h"
 #include "host/scene/instance_source.h"
 
 class TDravinInstances : public IInstanceSource, public IShadedItems {
 public:
-    // cutMemory: bytes that meshes without hidden elements may take together.
+    // cutMemory: bytes that meshes without hidden elements may take together. unmeshedOnly: without
+    // the items that stand in the object mesh.
     TDravinInstances(const TDravin& object, const TDravinBuild& build, const Matrix3& objectTM,
-                     uint64_t cutMemory = UINT64_MAX);
+                     uint64_t cutMemory = UINT64_MAX, bool unmeshedOnly = false);
 
     std::string Refusal() const override;
     std::string SourceName() const override { return m_name; }
@@ -43,10 +45,11 @@ public:
                                                   : nullptr;
     }
 
-    TShadedItem ItemOf(uint32_t instance) const override;
+    TShadedItem ItemOf(uint32_t instance, uint32_t face) const override;
     TElementRandoms ElementOf(uint32_t instance, uint32_t face) const override;
-    const TTintSettings& ObjectTint() const override { return m_tint; }
-    int ObjectBlend() const override { return m_blend; }
+    uint32_t ItemIndexOf(uint32_t instance, uint32_t) const override { return m_items[instance]; }
+    const TTintSettings& ObjectTint() const override { return m_tint.settings; }
+    int ObjectBlend() const override { return m_tint.blend; }
 
 private:
     struct Prototype {
@@ -76,7 +79,6 @@ private:
     uint32_t AddPrototype(const Row& row, size_t node, size_t frame);
     // Of the list's item, without its hidden elements where it has any.
     uint32_t PrototypeOf(const TDravinItem& item, uint32_t index) const;
-    TShadedItem ReadShaded(uint32_t instance) const;
     // Of item i without its hidden elements; kNone when all are hidden.
     uint32_t CutPrototypeOf(size_t i, uint32_t whole, CutPrototypes& known);
     uint32_t AddCut(uint32_t whole, const HiddenElements& hidden, size_t number);
@@ -91,7 +93,6 @@ private:
     std::vector<Row> m_rows;
     std::vector<uint32_t> m_items;                      // list index of each instance
     std::unordered_map<uint32_t, uint32_t> m_cutItems;  // list index -> prototype
-    TTintSettings m_tint;
-    int m_blend = 0;
+    TObjectTint m_tint;
     mutable std::vector<TShadedItem> m_shaded;  // by instance, after PrepareShading
 };

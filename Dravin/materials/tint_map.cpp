@@ -106,7 +106,7 @@ AColor DColor::Eval(const ShadeContext& sc) const {
     auto base = [&] { return m_base ? m_base.At(sc) : Opaque(m_baseColor); };
     const IShadedItems* items = IShadedItems::At(sc);
     if (!items) return base();
-    TShadedItem item = items->ItemOf(sc.Instance());
+    TShadedItem item = items->ItemOf(sc.Instance(), sc.FaceIndex());
     TElementRandoms element;
     if (m_byElement || m_variation > 0) element = items->ElementOf(sc.Instance(), sc.FaceIndex());
     AColor color;

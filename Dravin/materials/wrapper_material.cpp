@@ -1,5 +1,7 @@
 #include "Dravin/materials/wrapper_material.h"
 
+#include <algorithm>
+
 #include "Dravin/materials/tint_params.h"
 #include "host/math/display_color.h"
 
@@ -41,6 +43,8 @@ void DMat::Update(TimeValue t, std::vector<std::string>* problems) {
     m_base = block.GetMtl(kMaterial1, t);
     m_overrides = block.GetBool(kOverride, t);
     m_tint = ReadTint(block, kTint, t);
+    m_verticalShadow = block.GetTexmap(kVshadowmap, t);
+    m_horizontalShadow = block.GetTexmap(kHshadowmap, t);
     for (ParamID id : {kTintmap, kVshadowmap, kHshadowmap}) {
         std::string problem;
         Texmap* map = block.GetTexmap(id, t);
@@ -48,9 +52,23 @@ void DMat::Update(TimeValue t, std::vector<std::string>* problems) {
     }
 }
 
-void DMat::TellNeeds(ShadeNeeds* needs) const { needs->tintsInstances = true; }
+void DMat::TellNeeds(ShadeNeeds* needs) const {
+    needs->tintsInstances = true;
+    needs->canCut = true;  // shadow planes
+    needs->Add(m_verticalShadow, MapUse::kData);
+    needs->Add(m_horizontalShadow, MapUse::kData);
+}
 
-float DMat::Opacity(const ShadeContext& sc) const { return m_base ? m_base->Opacity(sc) : 1; }
+float DMat::Opacity(const ShadeContext& sc) const {
+    using Plane = IShadedItems::Plane;
+    const IShadedItems* items = IShadedItems::At(sc);
+    Plane plane = items ? items->PlaneOf(sc.Instance(), sc.FaceIndex()) : Plane::kNone;
+    if (plane == Plane::kNone) return m_base ? m_base->Opacity(sc) : 1;
+    const Texmap* map = plane == Plane::kVertical ? m_verticalShadow : m_horizontalShadow;
+    if (sc.Kind() != RayKind::kShadow || !map) return 0;
+    Color c = sc.Data(*map);
+    return std::clamp((c.r + c.g + c.b) / 3, 0.f, 1.f);
+}
 
 // The tint is blended into display colours, as it is chosen.
 void DMat::Shade(const ShadeContext& sc, SurfaceLook* look) const {
@@ -64,5 +82,6 @@ void DMat::Shade(const ShadeContext& sc, SurfaceLook* look) const {
     TTintRequest request{&items->ObjectTint(), m_overrides ? &m_tint : nullptr, 0,
                          items->ObjectBlend()};
     Color shown = LinearToDisplay(look->diffuse);
-    look->diffuse = DisplayToLinear(Tinted(shown, items->ItemOf(sc.Instance()), {}, request));
+    TShadedItem item = items->ItemOf(sc.Instance(), sc.FaceIndex());
+    look->diffuse = DisplayToLinear(Tinted(shown, item, {}, request));
 }

@@ -36,6 +36,7 @@ public:
 private:
     // Worked out by Update.
     const Mtl* m_base = nullptr;
+    const Texmap *m_verticalShadow = nullptr, *m_horizontalShadow = nullptr;
     bool m_overrides = false;
     TTintSettings m_tint;
 };

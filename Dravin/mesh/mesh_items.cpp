@@ -151,6 +151,7 @@ void AddItems(const TDravinItemList& items, size_t first, size_t last, const TMe
     for (size_t i = first; i < last; ++i) {
         if (!target.ranges[i].IsMeshed()) continue;
         items.ReadStored(i, &item, kGroupCenter);
+        if (target.selectedOnly && !item.selected) continue;
         ItemAdder(item, i, target).Add();
     }
 }

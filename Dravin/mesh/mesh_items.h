@@ -14,6 +14,7 @@ struct TMeshTarget {
     const TObjectMeshSettings& settings;
     std::span<const uint16_t> proxyMaterialIds;  // by row
     bool showsSources = true;                    // not the proxy shape
+    bool selectedOnly = false;                   // the others stand there already
 };
 
 // Adds items first to last - 1. Ranges of items are disjoint: threads may add different ones.

@@ -10,14 +10,11 @@ TMeshMaterials::TMeshMaterials(const TObjectMesh& mesh, const TDravinItemList& i
     if (mesh.GetMesh().faces.empty()) return;
     for (const Face& face : mesh.GetMesh().faces)
         m_numIds = std::max(m_numIds, size_t{face.matID} + 1);
-    bool isProxy = mesh.Statistics().mode == TMeshMode::kProxy;
     std::vector<uint32_t> firstNode;  // by row
     for (size_t row = 0; row < specimens.NumRows(); ++row) {
         firstNode.push_back(uint32_t(m_table.size() / m_numIds));
         for (const TSpecBuildNode& node : specimens.Row(row).nodes) {
-            const Mtl* own = node.Material();
-            bool isPlain = !own && mesh.IsConsolidated() && !isProxy;
-            const Mtl* shown = isPlain ? nullptr : objectMtl ? objectMtl : own;
+            const Mtl* shown = MtlOnMesh<const Mtl>(mesh, node.Material(), objectMtl);
             for (size_t id = 0; id < m_numIds; ++id)
                 m_table.push_back(NumberOf(StandardMtlOfFace(shown, int(id))));
         }

@@ -6,10 +6,19 @@
 #include "Dravin/mesh/object_mesh.h"
 #include "host/scene/material.h"
 
+// What the faces of an item show, by their ids: the material of the object's node, without one what
+// the item's source shows. An item whose source has none (`own`) shows none, unless it stands there
+// as a proxy shape.
+template <class AnyMtl>
+AnyMtl* MtlOnMesh(const TObjectMesh& mesh, AnyMtl* own, AnyMtl* objectMtl) {
+    bool isProxy = mesh.Statistics().mode == TMeshMode::kProxy;
+    if (!own && mesh.IsConsolidated() && !isProxy) return nullptr;
+    return objectMtl ? objectMtl : own;
+}
+
 class TMeshMaterials {
 public:
-    // objectMtl: of the object's node, which faces choose from by their ids; without one each shows
-    // what its source does. What has no material of its own shows none. All outlive it.
+    // objectMtl: of the object's node; null for none. All outlive it.
     TMeshMaterials(const TObjectMesh& mesh, const TDravinItemList& items,
                    const TSpecBuildList& specimens, const Mtl* objectMtl);
 

@@ -125,10 +125,12 @@ public:
 private:
     bool Add(const TItemColumns& c, size_t k, TItemRange& range) {
         TObjectMeshStatistics& counts = m_out.statistics;
-        const ItemMarks& marks = c.marks[k];
+        ItemMarks& marks = c.marks[k];
         if (marks.Is(ItemMarks::kDiscarded)) return ++counts.discardedItems, true;
         if (IsInstanced(c.specimenIndex[k], marks.elementIndex)) {
             range.shape = TItemRange::kInstanced;
+            marks.Set(ItemMarks::kVerticalShadow, false);
+            marks.Set(ItemMarks::kHorizontalShadow, false);
             return ++counts.instancedItems, true;
         }
         if (m_mode == TMeshMode::kPointCloud && m_settings.renderMode != kRenderMeshes) return true;

@@ -16,7 +16,8 @@ struct TMeshMeasure {
     TObjectMeshStatistics statistics;
 };
 
-// Items of a cloud get ranges only where meshes are wanted all the same.
+// Items of a cloud get ranges only where meshes are wanted all the same. Items that are left to a
+// renderer as instances lose their shadow switches.
 TMeshMeasure MeasureItems(const TDravinItemList& items, const TSpecBuildList& specimens,
                           TDravinMeshCache& meshes, const TObjectMeshSettings& settings);
 

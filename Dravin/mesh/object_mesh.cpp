@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 #include <numeric>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -43,7 +44,7 @@ TMeshOutcome TObjectMesh::Build(TDravinItemList& items, const TSpecBuildList& sp
                                 TDravinMeshCache& meshes, const TObjectMeshSettings& settings,
                                 std::span<const Point3> extraPoints) {
     m_isBuilt = false;
-    m_isConsolidated = settings.consolidates;
+    bool wasConsolidated = std::exchange(m_isConsolidated, settings.consolidates);
     m_bounds = {};
     m_selection.SetSize(0);
     bool isCloud = settings.mode == TMeshMode::kPointCloud && settings.renderMode != kRenderMeshes;
@@ -65,14 +66,22 @@ TMeshOutcome TObjectMesh::Build(TDravinItemList& items, const TSpecBuildList& sp
         return giveUp(TMeshOutcome::kTooMuchMemory);
     if (!isCloud && (measure.numVerts == 0 || measure.numFaces == 0))
         return giveUp(TMeshOutcome::kDone);
+    std::vector<uint16_t> proxyIds;
+    for (size_t row = 0; row < specimens.NumRows(); ++row)
+        proxyIds.push_back(uint16_t(std::min(specimens.Row(row).proxyMaterialId, 0xFFFF)));
     if (isCloud) {
         (void)giveUp(TMeshOutcome::kDone);
     } else {
-        if (m_mesh.use_count() > 1) m_mesh = std::make_shared<Mesh>();
-        LayOutMesh(measure, settings.threads, *m_mesh, m_owners);
-        m_ranges = std::move(measure.ranges);
-        m_shapes = std::move(measure.shapes);
-        Fill(items, specimens, settings);
+        bool keeps = settings.selectedOnly && proxyIds == m_proxyIds && HasLayout(measure) &&
+                     wasConsolidated == settings.consolidates;
+        if (!keeps) {
+            if (m_mesh.use_count() > 1) m_mesh = std::make_shared<Mesh>();
+            LayOutMesh(measure, settings.threads, *m_mesh, m_owners);
+            m_ranges = std::move(measure.ranges);
+            m_shapes = std::move(measure.shapes);
+            m_proxyIds = std::move(proxyIds);
+        }
+        Fill(items, settings, keeps);
         Select(items);
     }
     Bound(items, extraPoints, settings.threads);
@@ -80,23 +89,34 @@ TMeshOutcome TObjectMesh::Build(TDravinItemList& items, const TSpecBuildList& sp
     return TMeshOutcome::kDone;
 }
 
-void TObjectMesh::Fill(const TDravinItemList& items, const TSpecBuildList& specimens,
-                       const TObjectMeshSettings& settings) {
+// Whether the mesh that is there has its arrays as this wants them.
+bool TObjectMesh::HasLayout(const TMeshMeasure& measure) const {
+    auto same = [](const TMeshShape& a, const TMeshShape& b) {
+        return a.mesh == b.mesh && a.sample == b.sample && !a.own && !b.own &&
+               a.materialIds == b.materialIds && a.planeMaterialId == b.planeMaterialId &&
+               bool(a.normals) == bool(b.normals);
+    };
+    return m_mesh.use_count() == 1 && m_mesh->verts.size() == measure.numVerts &&
+           m_ranges == measure.ranges &&
+           std::equal(m_shapes.begin(), m_shapes.end(), measure.shapes.begin(),
+                      measure.shapes.end(), same);
+}
+
+void TObjectMesh::Fill(const TDravinItemList& items, const TObjectMeshSettings& settings,
+                       bool selectedOnly) {
     size_t count = items.Count(), workers = size_t(std::max(settings.threads, 1));
-    if (count / workers < kLeastItemsPerWorker) workers = 1;
-    LogStep(settings.threads < 1
+    if (count / workers < kLeastItemsPerWorker || selectedOnly) workers = 1;
+    LogStep(settings.threads < 1 || selectedOnly
                 ? fmt::format("Creating mesh ({} items, single thread)", count)
                 : fmt::format("Creating mesh ({} items, {} threads)", count, workers));
-    std::vector<uint16_t> proxyIds;
-    for (size_t row = 0; row < specimens.NumRows(); ++row)
-        proxyIds.push_back(uint16_t(std::min(specimens.Row(row).proxyMaterialId, 0xFFFF)));
     TMeshTarget target{*m_mesh,
                        m_owners,
                        m_ranges,
                        m_shapes,
                        settings,
-                       proxyIds,
-                       m_statistics.mode != TMeshMode::kProxy};
+                       m_proxyIds,
+                       m_statistics.mode != TMeshMode::kProxy,
+                       selectedOnly};
     size_t share = count / workers;
     ParallelFor(workers, int(workers), [&](size_t w) {
         AddItems(items, w * share, w + 1 == workers ? count : (w + 1) * share, target);

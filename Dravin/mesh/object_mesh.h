@@ -39,6 +39,8 @@ struct TObjectMeshSettings {
     int horizontalOffset = 5;  // of the horizontal plane, percent of the item's height
     int horizontalScale = 80;  // percent of the item's width
     bool scaleOnSlope = false;
+    // Items that are not selected stay as they are where the mesh before had the same layout.
+    bool selectedOnly = false;
     TimeValue time = 0;
     int threads = 1;  // 0 and below: one
 };
@@ -80,6 +82,7 @@ struct TItemRange {
     uint32_t firstNormal = 0;  // where the mesh has explicit ones
 
     bool IsMeshed() const { return shape < kInstanced; }
+    friend bool operator==(const TItemRange&, const TItemRange&) = default;
 };
 
 class TObjectMesh {
@@ -98,6 +101,8 @@ public:
     const Mesh& GetMesh() const { return *m_mesh; }
     // The mesh for keeping: a later build makes another one where somebody still holds this.
     std::shared_ptr<const Mesh> ShareMesh() const { return m_mesh; }
+    // For who changes it for a while and puts it back: shadow types, while nobody else reads it.
+    Mesh& ChangeableMesh() { return *m_mesh; }
     // By face: the index of its item.
     const std::vector<int32_t>& FaceOwners() const { return m_owners; }
     // By face: whether its item is selected.
@@ -111,8 +116,8 @@ public:
     size_t BytesHeld() const;
 
 private:
-    void Fill(const TDravinItemList& items, const TSpecBuildList& specimens,
-              const TObjectMeshSettings& settings);
+    bool HasLayout(const struct TMeshMeasure& measure) const;
+    void Fill(const TDravinItemList& items, const TObjectMeshSettings& settings, bool selectedOnly);
     void Select(const TDravinItemList& items);
     void Bound(const TDravinItemList& items, std::span<const Point3> extraPoints, int threads);
 
@@ -123,5 +128,6 @@ private:
     TObjectMeshStatistics m_statistics;
     std::vector<TItemRange> m_ranges;
     std::vector<TMeshShape> m_shapes;
+    std::vector<uint16_t> m_proxyIds;  // by row
     bool m_isBuilt = false, m_isConsolidated = false;
 };

@@ -206,10 +206,11 @@ void CommandLine::AddJoin() {
 
 void CommandLine::AddRender() {
     RenderOptions& o = m_render;
-    CLI::App* c = Add("render", "render a scene with the ray tracer",
+    CLI::App* c = Add("render", "render a scene",
                       "  dravin render wood.json -o wood.png\n"
                       "  dravin render wood.json --size 640x360 --samples 16 -o quick.jpg\n"
                       "  dravin render wood.json --camera eye --time 4800 -o later.exr\n"
+                      "  dravin render wood.json --renderer scanline --samples 4 -o preview.png\n"
                       "  dravin render wood.json --frames 1-48 -o walk.png",
                       [&o] { return RunRender(o); });
     AddScene(c, o.scene);
@@ -224,7 +225,13 @@ void CommandLine::AddRender() {
          },
          fmt::format("size in pixels, up to {} a side (default: the scene's)", kMaxPictureSide))
         ->type_name("WIDTHxHEIGHT");
-    c->add_option("--samples", o.samples, fmt::format("rays a pixel, 1 to {}", kMaxSamples))
+    c->add_option(
+         "--renderer", o.renderer,
+         "raytrace: light by paths; scanline: fast, shadows by maps (default: the scene's)")
+        ->check(CLI::IsMember({"raytrace", "scanline"}).description(""))
+        ->type_name("NAME");
+    c->add_option("--samples", o.samples,
+                  fmt::format("rays or samples a pixel, 1 to {}", kMaxSamples))
         ->check(CLI::PositiveNumber.description(""))
         ->type_name("N");
     c->add_option("--camera", o.camera, "name of a camera node")->type_name("NAME");

@@ -33,6 +33,7 @@ ExitCode RunJoin(const JoinOptions& options);
 
 struct RenderOptions {
     std::string scene, output, camera;
+    std::string renderer;  // "raytrace" or "scanline"; empty: the scene's
     std::optional<int> width, height, samples, time;
     // First and last frame of a sequence, in place of a time; the output's name is numbered.
     std::optional<std::pair<int, int>> frames;

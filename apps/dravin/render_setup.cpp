@@ -10,6 +10,7 @@
 #include "host/base/text.h"
 #include "host/base/thread_pool.h"
 #include "host/render/ray_tracer.h"
+#include "host/render/scanline/scanline_renderer.h"
 
 namespace {
 
@@ -65,8 +66,13 @@ Box3 SceneBounds(const RenderScene& scene) {
     return box;
 }
 
-// Scene-wide light and air, and the first directional light as the sun.
-void SetLight(Scene& scene, TimeValue t, RenderScene& out) {
+LightShadow ShadowOf(const LightObject& light, const INode& node, TimeValue t) {
+    return {light.shadows, light.shadowType.Get(), &light, node.GetNodeTM(t)};
+}
+
+// Scene-wide light and air, the first directional light as the sun, and all others.
+void SetLight(Scene& scene, TimeValue t, RenderSetup& setup) {
+    RenderScene& out = setup.scene;
     const SceneRenderSettings& r = scene.render;
     out.sky.turbidity = r.skyTurbidity;
     out.sky.strength = r.skyStrength;
@@ -74,11 +80,18 @@ void SetLight(Scene& scene, TimeValue t, RenderScene& out) {
     out.haze = {r.hazeVisibility, r.hazeScaleHeight, r.hazeBaseHeight};
     for (INode* node : scene.Nodes()) {
         auto* light = dynamic_cast<LightObject*>(node->GetObjectRef());
-        if (!light || light->kind != LightKind::kDirectional || node->IsHidden(t)) continue;
-        out.sun.direction = node->GetNodeTM(t).row[2];
-        out.sun.filter = light->color.At(t) * light->intensity.At(t);
-        if (!light->shadows) PrintNote("the ray tracer's sun always casts shadows");
-        return;
+        if (!light || node->IsHidden(t)) continue;
+        LightShadow shadow = ShadowOf(*light, *node, t);
+        Color color = light->color.At(t) * light->intensity.At(t);
+        if (light->kind != LightKind::kDirectional || out.sun.shadow.light) {
+            out.lights.push_back({light->kind, color, shadow});
+            continue;
+        }
+        out.sun.direction = shadow.transform.row[2];
+        out.sun.filter = color;
+        out.sun.shadow = shadow;
+        if (!light->shadows && !setup.isScanline)
+            PrintNote("the ray tracer's sun always casts shadows");
     }
 }
 
@@ -105,13 +118,13 @@ void AddMeshes(Scene& scene, TimeValue t, RenderSetup& setup) {
 ExitCode AddItems(Session& session, TimeValue t, const RenderOptions& options, RenderSetup& setup) {
     TBuildFlags flags;
     flags.render = true;
-    flags.noMesh = true;
     flags.noLimit = flags.unprotected = options.noLimit;
     flags.forceThreads = options.threads;
     for (INode* node : session.GetScene().Nodes()) {
         auto* object = dynamic_cast<TDravin*>(node->GetObjectRef());
         if (!object || !IsShown(*node, t)) continue;
         // A still object keeps its items from frame to frame.
+        flags.noMesh = !object->Build().RendersMesh(t);
         bool isBuilt = options.frames && object->Build().Validity().Contains(t) &&
                        object->Build().Status() == TBuildStatus::kSuccess;
         if (!isBuilt) BuildWithProgress({node, object}, t, flags);
@@ -121,12 +134,14 @@ ExitCode AddItems(Session& session, TimeValue t, const RenderOptions& options, R
             PrintNote(fmt::format("{}: no items", node->GetName()));
         else if (ExitCode code = ReportBuild({node, object}, false); code != kExitDone)
             return code;
-        setup.sources.push_back(object->Build().MakeInstanceSource());
-        if (std::string refusal = setup.sources.back()->Refusal(); !refusal.empty()) {
-            PrintError(refusal);
-            return kExitLimit;
+        for (std::unique_ptr<IInstanceSource>& source : object->Build().MakeRenderSources()) {
+            if (std::string refusal = source->Refusal(); !refusal.empty()) {
+                PrintError(refusal);
+                return kExitLimit;
+            }
+            setup.scene.sources.push_back(source.get());
+            setup.sources.push_back(std::move(source));
         }
-        setup.scene.sources.push_back(setup.sources.back().get());
     }
     return kExitDone;
 }
@@ -171,13 +186,14 @@ ExitCode SetUpRender(Session& session, const RenderOptions& options, RenderSetup
     setup.settings.exposure = r.exposure;
     setup.settings.threads = options.threads > 0 ? options.threads : NumProcessors();
     setup.settings.noLimit = options.noLimit;
+    setup.isScanline = (options.renderer.empty() ? r.renderer : options.renderer) == "scanline";
     if (std::string refusal = PictureRefusal(setup.settings); !refusal.empty()) {
         PrintError(refusal);
         return kExitLimit;
     }
     if (ExitCode code = AddItems(session, time, options, setup); code != kExitDone) return code;
     AddMeshes(session.GetScene(), time, setup);
-    SetLight(session.GetScene(), time, setup.scene);
+    SetLight(session.GetScene(), time, setup);
     SetCamera(session, options.camera, time, setup);
     return kExitDone;
 }
@@ -186,10 +202,12 @@ ExitCode RenderToFile(const RenderSetup& setup, const std::string& output) {
     RenderOutcome outcome;
     {
         ProgressBar bar("rendering");
-        outcome = RenderPicture(setup.scene, setup.settings, [&](float fraction) {
+        RenderProgress progress = [&](float fraction) {
             bar.Update(fraction);
             return true;
-        });
+        };
+        outcome = setup.isScanline ? ScanlineRenderer(setup.scene).Render(setup.settings, progress)
+                                   : RenderPicture(setup.scene, setup.settings, progress);
     }
     for (const std::string& problem : outcome.problems) PrintWarning(problem);
     if (outcome.status != RenderStatus::kDone) {

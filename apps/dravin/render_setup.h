@@ -1,4 +1,4 @@
-// A scene as the ray tracer draws it: its visible meshes, built scatter objects, camera and light.
+// A scene as renderers draw it: its visible meshes, built scatter objects, camera and light.
 #pragma once
 
 #include <memory>
@@ -12,6 +12,7 @@
 struct RenderSetup {
     RenderScene scene;
     RenderSettings settings;
+    bool isScanline = false;  // drawn by the scanline renderer, not traced
     // What the scene borrows.
     std::vector<std::shared_ptr<const Mesh>> meshes;
     std::vector<std::shared_ptr<const HeightField>> heights;

@@ -3,8 +3,11 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "host/base/text.h"
+#include "host/io/scene_classes.h"
 #include "host/io/scene_keys.h"
 #include "host/io/scene_parts.h"
+#include "host/scene/shadow_type.h"
 
 using Json = nlohmann::ordered_json;
 
@@ -130,6 +133,7 @@ public:
         if (auto intensity = keys.Find("intensity"))
             light->intensity.SetContent(ReadAnimatedFloat(*intensity));
         light->shadows = keys.Bool("shadows", light->shadows);
+        if (auto shadow = keys.Find("shadow")) light->SetShadowType(ReadShadow(*shadow, context));
         ReadTarget(keys, context, light);
         return light;
     }
@@ -140,8 +144,30 @@ public:
         keys["color"] = WriteAnimatedColor(light->color.Content());
         keys["intensity"] = WriteAnimatedFloat(light->intensity.Content());
         if (!light->shadows) keys["shadows"] = false;
+        if (const ShadowType* type = light->shadowType.Get()) {
+            Json shadow = Json::object();
+            if (WriteByClass(*type, shadow, writer)) keys["shadow"] = std::move(shadow);
+        }
         if (light->target) keys["target"] = writer.NodeName(light->target.Get());
         return true;
+    }
+
+private:
+    static std::shared_ptr<ShadowType> ReadShadow(const DescriptionValue& value,
+                                                  DescriptionContext& context) {
+        DescriptionObject keys(value);
+        DescriptionValue type = keys.Require("type");
+        if (value.Document().Failed()) return nullptr;
+        std::string name = type.AsText();
+        const ClassDesc* desc = FindSceneClass(SuperClass::kShadowType, name);
+        if (!desc) {
+            type.Fail(fmt::format("unknown shadow type \"{}\"{}", CutText(name, 60),
+                                  DidYouMean(name, SceneClassNames(SuperClass::kShadowType))));
+            return nullptr;
+        }
+        auto shadow = std::dynamic_pointer_cast<ShadowType>(ReadByClass(*desc, keys, context));
+        keys.Finish();
+        return shadow;
     }
 };
 

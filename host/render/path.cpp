@@ -4,16 +4,13 @@
 #include <cmath>
 #include <numbers>
 
-#include "host/math/display_color.h"
-#include "host/render/glossy.h"
+#include "host/render/surface.h"
 
 namespace {
 
 constexpr float kPi = std::numbers::pi_v<float>;
 constexpr float kDiffuseSpread = 0.15f;  // widening of rays after a diffuse bounce
 constexpr int kMaxMirrors = 4;           // mirror reflections in a row
-
-Color Mix(Color a, Color b, float t) { return a * (1 - t) + b * t; }
 
 Point3 InFrame(const Point3& n, float x, float y, float z) {
     Point3 s, t;
@@ -24,12 +21,6 @@ Point3 InFrame(const Point3& n, float x, float y, float z) {
 Point3 CosineDirection(const Point3& n, Point2 u) {
     float r = std::sqrt(u.x), angle = 2 * kPi * u.y;
     return InFrame(n, r * std::cos(angle), r * std::sin(angle), std::sqrt(std::max(0.f, 1 - u.x)));
-}
-
-// Reflectance of a water surface, 1 at grazing angles.
-float Fresnel(float cosine) {
-    float x = 1 - std::clamp(cosine, 0.f, 1.f), x2 = x * x;
-    return 0.02f + 0.98f * x2 * x2 * x;
 }
 
 // Russian roulette: ends paths that carry little, and raises the others by as much.
@@ -43,21 +34,6 @@ bool Survives(SampleSequence& sequence, Color* throughput) {
 
 }  // namespace
 
-struct PathTracer::Surface {
-    Point3 position;
-    Point3 faceNormal, normal;  // both on the viewer's side
-    Point3 view;                // towards where the ray came from
-    Color albedo;               // linear
-    Color emission;
-    float translucency = 0, reflectivity = 0;
-    GlossyLayer glossy{{}, 1};
-
-    float slack = 0;  // how far off its surface rounding may have put the position
-
-    // Where a ray into the half space of `side` (+1 the viewer's, -1 the other) starts.
-    Point3 Leave(float side) const { return position + faceNormal * (side * slack); }
-};
-
 // The sun's light at a surface, shadows and the surface's slope included: what its matt ground
 // gets before its colour, and what its glossy layer sends back.
 struct PathTracer::Sunlight {
@@ -69,64 +45,10 @@ struct PathTracer::Bounce {
     float spread;  // widening of the ray
 };
 
-// What the air does to light: takes a share, and adds its own.
-struct PathTracer::Veil {
-    Color through, light;
-};
-
 PathTracer::PathTracer(const TraceScene& geometry, const SkyModel& sky, const RenderScene& scene,
                        int maxBounces)
     : m_geometry(geometry), m_sky(sky), m_haze(scene.haze), m_maxBounces(maxBounces) {
     m_clamp = 12 * std::max(1e-6f, sky.CardLuminance());
-}
-
-PathTracer::Surface PathTracer::Shade(const TraceRay& ray, const TraceHit& hit,
-                                      RayKind kind) const {
-    Surface s;
-    s.position = ray.origin + ray.direction * hit.distance;
-    float size = std::fabs(s.position.x) + std::fabs(s.position.y) + std::fabs(s.position.z);
-    s.slack = 1e-4f + 1e-6f * (size + hit.distance);
-    s.view = -ray.direction;
-    s.faceNormal = DotProd(hit.faceNormal, s.view) < 0 ? -hit.faceNormal : hit.faceNormal;
-    SurfaceLook look;
-    look.normal = hit.Normal();
-    if (DotProd(look.normal, s.faceNormal) < 0) look.normal = -look.normal;
-    HitContext context(hit, hit.Material(), ray.width + ray.spread * hit.distance, kind);
-    context.Shade(&look);
-    s.normal = look.normal;
-    // More than all light scatters nowhere, whatever colours were added up.
-    auto share = [](float f) { return std::clamp(f, 0.f, 1.f); };
-    s.albedo = {share(look.diffuse.r), share(look.diffuse.g), share(look.diffuse.b)};
-    if (hit.instance && hit.instance->tint[3] && !hit.Material().tintsInstances) {
-        const uint8_t* t = hit.instance->tint;
-        Color tint = DisplayToLinear({float(t[0]) / 255, float(t[1]) / 255, float(t[2]) / 255});
-        s.albedo = Mix(s.albedo, tint, float(t[3]) / 255);
-    }
-    s.emission = look.emission;
-    s.translucency = look.translucency;
-    s.reflectivity = look.reflectivity;
-    s.glossy = GlossyLayer(look.specular, look.roughness);
-    if (look.ripple > 0) s.normal = RippledNormal(s, look.ripple);
-    return s;
-}
-
-// Small waves: sines of hashed directions, each octave shorter and as steep, summed on the plane.
-Point3 PathTracer::RippledNormal(const Surface& surface, float slope) const {
-    constexpr int kWaves = 14;
-    float sx = 0, sy = 0;
-    for (int i = 0; i < kWaves; ++i) {
-        float angle = 2 * kPi * UnitFloat(HashMix(uint32_t(i) + 77));
-        float length = 5.5f * std::pow(0.8f, float(i));
-        float k = 2 * kPi / length, c = std::cos(angle), s = std::sin(angle);
-        float bend = 1.7f * std::sin(surface.position.x * s * k * 0.13f + float(i)) +
-                     1.7f * std::sin(surface.position.y * c * k * 0.11f + float(2 * i));
-        float wave = std::cos(k * (surface.position.x * c + surface.position.y * s) + bend);
-        sx += c * wave;
-        sy += s * wave;
-    }
-    float scale = slope / std::sqrt(float(kWaves) / 2);
-    Point3 n = surface.normal - Point3{sx * scale, sy * scale, 0};
-    return Normalize(n);
 }
 
 PathTracer::Sunlight PathTracer::SunLight(const Surface& s, float width,
@@ -191,20 +113,6 @@ PathTracer::Bounce PathTracer::ScatterMatt(const Surface& s, SampleSequence& seq
     return {s.Leave(side), direction, kDiffuseSpread};
 }
 
-PathTracer::Veil PathTracer::HazeAlong(const TraceRay& ray, float distance) const {
-    // Optical depth of air whose density falls with height as exp(-(z - base) / H).
-    float depth = distance;
-    if (m_haze.scaleHeight > 0) {
-        float h = m_haze.scaleHeight, z = ray.origin.z - m_haze.baseHeight;
-        float k = ray.direction.z / h * distance;
-        float mean = std::fabs(k) < 1e-3f ? 1 - k / 2 : -std::expm1(-k) / k;
-        depth *= std::exp(-std::clamp(z / h, -20.f, 40.f)) * mean;
-    }
-    float a = std::min(3 * depth / m_haze.visibility, 60.f);  // exp(-3) is 5 %
-    Color through{std::exp(-a * 0.85f), std::exp(-a), std::exp(-a * 1.2f)};
-    return {through, m_sky.HazeRadiance(ray.direction) * (Color{1, 1, 1} - through)};
-}
-
 Color PathTracer::Radiance(TraceRay ray, SampleSequence& sequence) const {
     Color light, throughput{1, 1, 1};
     bool isDirect = true;  // only mirrors so far
@@ -216,15 +124,17 @@ Color PathTracer::Radiance(TraceRay ray, SampleSequence& sequence) const {
             Color sky = isDirect ? m_sky.Visible(ray.direction) : m_sky.Radiance(ray.direction);
             return light + throughput * sky;
         }
-        Surface s = Shade(ray, hit, isDirect ? RayKind::kCamera : RayKind::kIndirect);
         float width = ray.width + ray.spread * hit.distance;
+        Surface s = ShadeSurface(hit, hit.faceNormal,
+                                 {ray.origin, ray.direction, hit.distance, width,
+                                  isDirect ? RayKind::kCamera : RayKind::kIndirect});
         if (isDirect && m_haze.visibility > 0) {
-            Veil veil = HazeAlong(ray, hit.distance);
+            Veil veil = HazeAlong(m_haze, m_sky, ray.origin, ray.direction, hit.distance);
             light = light + throughput * veil.light;
             throughput = throughput * veil.through;
         }
         if (s.reflectivity > 0 && mirrors < kMaxMirrors) {
-            float chance = s.reflectivity * Fresnel(DotProd(s.normal, s.view));
+            float chance = s.reflectivity * WaterReflectance(DotProd(s.normal, s.view));
             if (UnitFloat(sequence.NextHash()) < chance) {
                 Point3 d = s.normal * (2 * DotProd(s.normal, s.view)) - s.view;
                 float below = DotProd(d, s.faceNormal);

@@ -12,6 +12,8 @@
 #include "host/render/sky.h"
 #include "host/render/trace_scene.h"
 
+struct Surface;
+
 class PathTracer {
 public:
     PathTracer(const TraceScene& geometry, const SkyModel& sky, const RenderScene& scene,
@@ -21,21 +23,15 @@ public:
     Color Radiance(TraceRay ray, SampleSequence& sequence) const;
 
 private:
-    struct Surface;
     struct Bounce;
     struct Sunlight;
-    struct Veil;
 
-    Surface Shade(const TraceRay& ray, const TraceHit& hit, RayKind kind) const;
-    Point3 RippledNormal(const Surface& surface, float slope) const;
     Sunlight SunLight(const Surface& surface, float width, SampleSequence& sequence) const;
     // Whether the path goes on by the glossy layer or by the matt ground, and what is left of its
     // light before the layer's own share; then where to.
     bool ChooseGloss(const Surface& surface, SampleSequence& sequence, Color* throughput) const;
     Bounce ScatterGloss(const Surface& surface, SampleSequence& sequence, Color* throughput) const;
     Bounce ScatterMatt(const Surface& surface, SampleSequence& sequence) const;
-    // The air along the first `distance` of a ray.
-    Veil HazeAlong(const TraceRay& ray, float distance) const;
 
     const TraceScene& m_geometry;
     const SkyModel& m_sky;

@@ -1,13 +1,10 @@
 #include "host/render/ray_tracer.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <numbers>
 
-#include "host/base/memory_size.h"
 #include "host/base/thread_pool.h"
 #include "host/render/path.h"
 #include "host/render/sampler.h"
@@ -18,30 +15,6 @@ namespace {
 
 constexpr int kTile = 16;  // pixels along a side
 constexpr int kSamplesPerPass = 4;
-
-std::string CheckRange(const char* what, int value, int min, int max) {
-    if (value >= min && value <= max) return {};
-    return fmt::format("{} is {}, expected {} to {}", what, value, min, max);
-}
-
-std::string CheckAboveZero(const char* what, int value) {
-    return value > 0 ? "" : fmt::format("{} is {}, expected a number above 0", what, value);
-}
-
-std::string CheckSettings(const RenderScene& scene, const RenderSettings& s) {
-    for (const std::string& error :
-         {CheckAboveZero("the width", s.width), CheckAboveZero("the height", s.height),
-          CheckAboveZero("the number of samples", s.samples),
-          CheckRange("the number of bounces", s.maxBounces, 0, 16)})
-        if (!error.empty()) return error;
-    if (!(scene.camera.fovDegrees > 0 && scene.camera.fovDegrees < 180))
-        return fmt::format(
-            "the camera's field of view is {}, expected more than 0 and less than 180",
-            scene.camera.fovDegrees);
-    for (const Point3& row : scene.camera.transform.row)
-        if (!IsFinite(row)) return "the camera's transform holds a number that is not finite";
-    return {};
-}
 
 // Rays through the picture's plane.
 class Lens {
@@ -109,51 +82,16 @@ private:
     std::vector<Color> m_sum;
 };
 
-// The sums, the picture made of them, and its colours on the way into a file.
-constexpr double kBytesOfPixel = 3 * sizeof(Color);
-
 double SecondsSince(std::chrono::steady_clock::time_point start) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
 }  // namespace
 
-std::string PictureRefusal(const RenderSettings& s) {
-    if (s.samples > kMaxSamples)
-        return fmt::format("{} samples a pixel, at most {} are taken; no option raises this",
-                           s.samples, kMaxSamples);
-    if (std::max(s.width, s.height) > kMaxPictureSide && !s.noLimit)
-        return fmt::format(
-            "a picture of {} x {} pixels, at most {} a side are rendered; give a smaller --size, "
-            "or "
-            "--no-limit",
-            s.width, s.height, kMaxPictureSide);
-    double bytes = double(s.width) * double(s.height) * kBytesOfPixel;
-    std::string what = fmt::format("a picture of {} x {} pixels takes {:.2f} GB of memory", s.width,
-                                   s.height, bytes / 1e9);
-    if (uint64_t total = TotalMemory(); bytes > double(total))
-        return fmt::format(
-            "{}, the machine has {:.2f}; give a smaller --size, no option raises this", what,
-            double(total) / 1e9);
-    if (uint64_t free = FreeMemory(); bytes > double(free) && !s.noLimit)
-        return fmt::format("{}, {:.2f} GB are free; give a smaller --size, or --no-limit", what,
-                           double(free) / 1e9);
-    return {};
-}
-
 RenderOutcome RenderPicture(const RenderScene& scene, const RenderSettings& settings,
                             const RenderProgress& progress) {
-    RenderOutcome outcome;
-    outcome.error = CheckSettings(scene, settings);
-    if (!outcome.error.empty()) {
-        outcome.status = RenderStatus::kFailed;
-        return outcome;
-    }
-    outcome.error = PictureRefusal(settings);
-    if (!outcome.error.empty()) {
-        outcome.status = RenderStatus::kRefused;
-        return outcome;
-    }
+    RenderOutcome outcome = CheckRender(scene, settings);
+    if (outcome.status != RenderStatus::kDone) return outcome;
     auto start = std::chrono::steady_clock::now();
     TraceScene geometry(scene);
     outcome.problems = geometry.Problems();
@@ -174,9 +112,7 @@ RenderOutcome RenderPicture(const RenderScene& scene, const RenderSettings& sett
         film.AddPass(tracer, lens, first, std::min(first + kSamplesPerPass, settings.samples));
     }
     if (progress) progress(1);
-    float card = sky.CardLuminance();
-    float exposure = (card > 0 ? 1 / card : 1) * std::exp2(settings.exposure);
-    outcome.picture = film.Develop(exposure);
+    outcome.picture = film.Develop(PictureExposure(sky, settings));
     outcome.statistics.traceSeconds = SecondsSince(start);
     return outcome;
 }

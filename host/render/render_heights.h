@@ -37,6 +37,7 @@ public:
     }
 
     const HeightField& Field() const { return m_field; }
+    const Matrix3& ToWorld() const { return m_transform; }
     // The node that shows it; null without a scene.
     const INode* Node() const { return m_node; }
     const RenderMaterial& Material() const { return m_materials[m_material]; }

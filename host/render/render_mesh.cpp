@@ -72,6 +72,21 @@ bool IsUsable(const Mesh& mesh, const Face& face) {
 RenderMesh::RenderMesh(const Mesh& mesh, Mtl* mtl, const Matrix3& transform,
                        RenderMaterials& materials, const INode* node)
     : m_materials(&materials), m_source(&mesh), m_node(node) {
+    Convert(transform, materials, [mtl](size_t) { return mtl; });
+}
+
+RenderMesh::RenderMesh(const IInstanceSource& source, size_t prototype, RenderMaterials& materials)
+    : m_materials(&materials) {
+    static const Mesh kEmpty;
+    const Mesh* mesh = source.PrototypeMesh(prototype);
+    m_source = mesh ? mesh : &kEmpty;
+    if (source.ChangeableMesh()) m_owner = &source;
+    Convert({}, materials, [&](size_t f) { return source.FaceMtl(prototype, f); });
+}
+
+template <class MtlOf>
+void RenderMesh::Convert(const Matrix3& transform, RenderMaterials& materials, const MtlOf& mtlOf) {
+    const Mesh& mesh = *m_source;
     m_positions.reserve(mesh.verts.size() + 1);
     for (const Point3& p : mesh.verts) m_positions.push_back(p * transform);
     m_positions.push_back({});
@@ -83,21 +98,22 @@ RenderMesh::RenderMesh(const Mesh& mesh, Mtl* mtl, const Matrix3& transform,
     for (const MapChannel& channel : mesh.maps) hasUvs |= !channel.IsEmpty();
     const MapChannel* colorChannel = mesh.Map(0);
     std::vector<Color> colors;  // of the vertices, from the first face on that shows them
-    std::map<uint16_t, uint32_t> indexOfId;
+    std::map<std::pair<Mtl*, uint16_t>, uint32_t> indexOf;
     for (size_t f = 0; f < mesh.faces.size(); ++f) {
         const Face& face = mesh.faces[f];
         if (face.flags & Face::kHidden || !IsUsable(mesh, face)) continue;
-        auto [id, isNew] = indexOfId.try_emplace(face.matID, 0);
-        if (isNew) id->second = materials.Add(mtl, face.matID);
+        Mtl* mtl = mtlOf(f);
+        auto [index, isNew] = indexOf.try_emplace({mtl, face.matID}, 0);
+        if (isNew) index->second = materials.Add(mtl, face.matID);
         m_faces.push_back(face.v);
-        m_material.push_back(id->second);
+        m_material.push_back(index->second);
         m_sourceFace.push_back(uint32_t(f));
         auto& normals = m_normals.emplace_back();
         for (size_t c = 0; c < 3; ++c) {
             normals[c] = PackNormal(TransformNormal(smooth[3 * f + c], inverse));
             m_bounds += m_positions[face.v[c]];
         }
-        bool showsColors = colorChannel && materials[id->second].vertexColors;
+        bool showsColors = colorChannel && materials[index->second].vertexColors;
         if (showsColors && colors.empty()) colors = LinearColors(*colorChannel);
         if (!colors.empty()) {
             constexpr Color kWhite{1, 1, 1};
@@ -105,22 +121,26 @@ RenderMesh::RenderMesh(const Mesh& mesh, Mtl* mtl, const Matrix3& transform,
             for (size_t c = 0; showsColors && c < 3; ++c)
                 m_colors.back()[c] = colors[colorChannel->faces[f][c]];
         }
-        if (!hasUvs) continue;
-        auto& uvs = m_uvs.emplace_back();
-        if (const MapChannel* map = mesh.Map(materials[id->second].channel))
-            for (size_t c = 0; c < 3; ++c) {
-                const Point3& uvw = map->verts[map->faces[f][c]];
-                uvs[c] = {uvw.x, uvw.y};
-            }
-        Point2 a = uvs[1] - uvs[0], b = uvs[2] - uvs[0];
-        float uvArea = std::fabs(a.x * b.y - a.y * b.x);
-        const Triple& t = face.v;
-        float area = Length(CrossProd(m_positions[t[1]] - m_positions[t[0]],
-                                      m_positions[t[2]] - m_positions[t[0]]));
-        m_uvDensity.push_back(area > 0 ? std::sqrt(uvArea / area) : 0);
+        if (hasUvs) AddUvs(f);
     }
     SortByOpacity();
     MeasureSlices();
+}
+
+// Mapping of the last face, and how dense it is.
+void RenderMesh::AddUvs(size_t sourceFace) {
+    auto& uvs = m_uvs.emplace_back();
+    if (const MapChannel* map = m_source->Map((*m_materials)[m_material.back()].channel))
+        for (size_t c = 0; c < 3; ++c) {
+            const Point3& uvw = map->verts[map->faces[sourceFace][c]];
+            uvs[c] = {uvw.x, uvw.y};
+        }
+    Point2 a = uvs[1] - uvs[0], b = uvs[2] - uvs[0];
+    float uvArea = std::fabs(a.x * b.y - a.y * b.x);
+    const Triple& t = m_faces.back();
+    float area = Length(
+        CrossProd(m_positions[t[1]] - m_positions[t[0]], m_positions[t[2]] - m_positions[t[0]]));
+    m_uvDensity.push_back(area > 0 ? std::sqrt(uvArea / area) : 0);
 }
 
 void RenderMesh::MeasureSlices() {
@@ -180,11 +200,13 @@ bool RenderMesh::IsOpaque(size_t face) const {
     if (!material.canCut) return true;
     if (m_uvs.empty()) return false;
     HitPlace place{this, nullptr, uint32_t(face)};
+    place.source = m_owner;
     constexpr int kSteps = 6;
     for (int i = 0; i <= kSteps; ++i)
         for (int j = 0; i + j <= kSteps; ++j) {
             place.u = float(i) / kSteps, place.v = float(j) / kSteps;
-            if (HitContext(place, material, 0, RayKind::kShadow).Opacity() < 0.999f) return false;
+            for (RayKind kind : {RayKind::kCamera, RayKind::kShadow})
+                if (HitContext(place, material, 0, kind).Opacity() < 0.999f) return false;
         }
     return true;
 }

@@ -9,6 +9,7 @@
 
 #include "host/geom/mesh.h"
 #include "host/render/render_material.h"
+#include "host/scene/instance_source.h"
 
 class RenderMesh {
 public:
@@ -17,6 +18,8 @@ public:
     // out of range or not finite are left out.
     RenderMesh(const Mesh& mesh, Mtl* mtl, const Matrix3& transform, RenderMaterials& materials,
                const INode* node = nullptr);
+    // Of a prototype, in its own space; the source must outlive this too.
+    RenderMesh(const IInstanceSource& source, size_t prototype, RenderMaterials& materials);
 
     size_t NumFaces() const { return m_faces.size(); }
     size_t NumOpaque() const { return m_numOpaque; }
@@ -54,13 +57,18 @@ private:
         float low, high, radius;
     };
 
+    // mtlOf(face): the material of a face of the mesh.
+    template <class MtlOf>
+    void Convert(const Matrix3& transform, RenderMaterials& materials, const MtlOf& mtlOf);
+    void AddUvs(size_t sourceFace);
     bool IsOpaque(size_t face) const;
     void SortByOpacity();
     void MeasureSlices();
 
     const RenderMaterials* m_materials;
     const Mesh* m_source;
-    const INode* m_node;
+    const INode* m_node = nullptr;
+    const IInstanceSource* m_owner = nullptr;  // that shows it as a whole, in one instance
     std::vector<Point3> m_positions;  // one more than there are vertices: Embree reads 16 bytes
     std::vector<Triple> m_faces;
     std::vector<std::array<uint32_t, 3>> m_normals;  // packed, by corner

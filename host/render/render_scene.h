@@ -1,4 +1,4 @@
-// What the ray tracer draws: a plain description that borrows everything it shows.
+// What renderers draw: a plain description that borrows everything it shows.
 //
 // Lengths are scene units, angles degrees. Meshes, materials and sources belong to the caller and
 // must outlive the render, unchanged but for materials and maps, which it brings to its time.
@@ -15,12 +15,22 @@
 #include "host/geom/mesh.h"
 #include "host/scene/instance_source.h"
 #include "host/scene/material.h"
+#include "host/scene/object.h"
+#include "host/scene/shadow_type.h"
 
 // A pinhole camera. The transform's rows are the camera's right, up and backward axes and its
 // place: it looks along its own -Z, as every camera of the host does.
 struct RenderCamera {
     Matrix3 transform;
     float fovDegrees = 45;  // horizontal, in (0, 180)
+};
+
+// How a light's shadows are drawn into maps (host/scene/shadow_type.h); the ray tracer needs none.
+struct LightShadow {
+    bool casts = true;
+    ShadowType* type = nullptr;          // null: a default map
+    const LightObject* light = nullptr;  // in the scene; null: none
+    Matrix3 transform;                   // of that light: it shines along -Z
 };
 
 // The one directional light. Its shadow is as soft as its disc is wide.
@@ -31,7 +41,17 @@ struct SunLight {
     Color filter{1, 1, 1};       // multiplies its light
     // Irradiance on a plane that faces the sun. None: what the atmosphere lets through.
     std::optional<Color> irradiance;
+    LightShadow shadow;
 };
+
+// A light beside the sun, of renderers that show such: without fall-off over distance. A spot's
+// cone is kSpotDegrees wide.
+struct RenderLight {
+    LightKind kind = LightKind::kPoint;
+    Color irradiance;  // on a plane that faces it
+    LightShadow shadow;
+};
+inline constexpr float kSpotDegrees = 45;
 
 // Light from everywhere else.
 struct SkyLight {
@@ -66,6 +86,7 @@ struct RenderScene {
     TimeValue time = 0;  // that materials and maps are asked for
     RenderCamera camera;
     SunLight sun;
+    std::vector<RenderLight> lights;
     SkyLight sky;
     Haze haze;
     std::vector<RenderNode> nodes;

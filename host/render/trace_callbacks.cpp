@@ -50,7 +50,7 @@ bool StopsAt(const RenderHeights& heights, const TraceContext& context, const He
     HitPlace place{nullptr, &heights, heights.Pack(hit.triangle), float(hit.weight1),
                    float(hit.weight2)};
     float width = context.width + context.spread * float(hit.distance);
-    float opacity = HitContext(place, heights.Material(), width, RayKind::kShadow).Opacity();
+    float opacity = HitContext(place, heights.Material(), width, context.kind).Opacity();
     return IsOpaqueThere(opacity, place.face, context);
 }
 
@@ -59,7 +59,7 @@ bool StopsAt(const RenderHeights& heights, const TraceContext& context, const He
 void InstanceBounds(const RTCBoundsFunctionArguments* args) {
     const auto& source = *static_cast<const SourceGeometry*>(args->geometryUserPtr);
     const PackedInstance& instance = source.instances[args->primID];
-    Box3 box = source.prototypes[instance.prototype].mesh->MovedBounds(instance.ToWorld());
+    Box3 box = source.prototypes[instance.prototype]->MovedBounds(instance.ToWorld());
     // The matrix went through an inverse twice: a hair wider is always safe.
     Point3 width = box.Width();
     float slack = 1e-5f * (width.x + width.y + width.z) + 1e-6f * Length(instance.position);
@@ -79,19 +79,19 @@ void IntersectInstance(const RTCIntersectFunctionNArguments* args) {
     if (!args->valid[0]) return;
     const auto& source = *static_cast<const SourceGeometry*>(args->geometryUserPtr);
     const PackedInstance& instance = source.instances[args->primID];
-    const Prototype& prototype = source.prototypes[instance.prototype];
+    const RenderMesh& prototype = *source.prototypes[instance.prototype];
     auto* context = static_cast<TraceContext*>(args->context);
     auto& outer = *reinterpret_cast<RTCRayHit*>(args->rayhit);
     RTCRayHit inner;
-    if (!MoveToPrototype(outer.ray, instance, prototype.mesh->Bounds(), &inner.ray)) return;
+    if (!MoveToPrototype(outer.ray, instance, prototype.Bounds(), &inner.ray)) return;
     EnterPrototype(context, source, args->primID);
     inner.hit.geomID = RTC_INVALID_GEOMETRY_ID;
-    rtcIntersect1(prototype.scene, context, &inner);
+    rtcIntersect1(source.scenes[instance.prototype], context, &inner);
     LeavePrototype(context);
     if (inner.hit.geomID == RTC_INVALID_GEOMETRY_ID) return;
     outer.ray.tfar = inner.ray.tfar;
     outer.hit = inner.hit;
-    if (inner.hit.geomID == 1) outer.hit.primID += uint32_t(prototype.mesh->NumOpaque());
+    if (inner.hit.geomID == 1) outer.hit.primID += uint32_t(prototype.NumOpaque());
     outer.hit.geomID = args->geomID;
     outer.hit.instID[0] = args->primID;
 }
@@ -102,11 +102,11 @@ void OccludeInstance(const RTCOccludedFunctionNArguments* args) {
     const PackedInstance& instance = source.instances[args->primID];
     auto* context = static_cast<TraceContext*>(args->context);
     auto& outer = *reinterpret_cast<RTCRay*>(args->ray);
-    const Prototype& prototype = source.prototypes[instance.prototype];
+    const RenderMesh& prototype = *source.prototypes[instance.prototype];
     RTCRay inner;
-    if (!MoveToPrototype(outer, instance, prototype.mesh->Bounds(), &inner)) return;
+    if (!MoveToPrototype(outer, instance, prototype.Bounds(), &inner)) return;
     EnterPrototype(context, source, args->primID);
-    rtcOccluded1(prototype.scene, context, &inner);
+    rtcOccluded1(source.scenes[instance.prototype], context, &inner);
     LeavePrototype(context);
     if (inner.tfar < 0) outer.tfar = inner.tfar;
 }
@@ -121,7 +121,7 @@ void MaskFilter(const RTCFilterFunctionNArguments* args) {
                    hit.u,         hit.v,   context.current,
                    context.source};
     float width = context.width + context.spread * ray.tfar;
-    float opacity = HitContext(place, place.Material(), width, RayKind::kShadow).Opacity();
+    float opacity = HitContext(place, place.Material(), width, context.kind).Opacity();
     if (!IsOpaqueThere(opacity, place.face, context)) args->valid[0] = 0;
 }
 

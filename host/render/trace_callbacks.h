@@ -4,29 +4,23 @@
 
 #include <embree3/rtcore.h>
 
-#include <memory>
 #include <vector>
 
-#include "host/render/hit_context.h"
+#include "host/render/placed_source.h"
 
 // What the callbacks know about the ray on its way.
 struct TraceContext : RTCIntersectContext {
     float width, spread;
     uint32_t seed;
+    RayKind kind;                   // of the question: what is seen, or what is in the way
     uint32_t instance;              // place of the one whose prototype the ray is in
     const PackedInstance* current;  // that instance; null outside
     const IInstanceSource* source;  // of it
 };
 
-struct Prototype {
-    std::unique_ptr<RenderMesh> mesh;
-    RTCScene scene = nullptr;
-};
-
-struct SourceGeometry {
-    const IInstanceSource* source = nullptr;
-    std::vector<Prototype> prototypes;
-    std::vector<PackedInstance> instances;
+// A source with a scene of each prototype.
+struct SourceGeometry : PlacedSource {
+    std::vector<RTCScene> scenes;
 };
 
 // The ray is in no prototype.

@@ -1,42 +1,11 @@
 #include "host/render/trace_scene.h"
 
-#include <algorithm>
-#include <cmath>
 #include <limits>
 
 #include "host/base/log.h"
 #include "host/render/trace_callbacks.h"
 
 namespace {
-
-constexpr size_t kBlock = 16384;  // instances read from a source at a time
-
-// Fills `packed`; false for a record that cannot be shown.
-bool Pack(const InstanceRecord& record, PackedInstance* packed) {
-    for (const Point3& row : record.transform.row)
-        if (!IsFinite(row)) return false;
-    float volume = std::fabs(record.transform.Determinant());
-    if (!(volume > 1e-30f) || !std::isfinite(volume)) return false;
-    Matrix3 linear = record.transform;
-    linear.NoTrans();
-    Matrix3 inverse = Inverse(linear);
-    for (int i = 0; i < 9; ++i) packed->toPrototype[i] = inverse.row[i / 3][i % 3];
-    packed->position = record.transform.GetTrans();
-    packed->prototype = record.prototype;
-    const float tint[4] = {record.tint.r, record.tint.g, record.tint.b, record.tintBlend};
-    for (int i = 0; i < 4; ++i)
-        packed->tint[i] = uint8_t(std::lround(std::clamp(tint[i], 0.f, 1.f) * 255));
-    return true;
-}
-
-// Puts a zero between each two of the low 32 bits (Morton order).
-uint64_t SpreadBits(uint64_t x) {
-    x = (x | x << 16) & 0x0000ffff0000ffffull;
-    x = (x | x << 8) & 0x00ff00ff00ff00ffull;
-    x = (x | x << 4) & 0x0f0f0f0f0f0f0f0full;
-    x = (x | x << 2) & 0x3333333333333333ull;
-    return (x | x << 1) & 0x5555555555555555ull;
-}
 
 // Adds faces [first, first + count) of a mesh to a scene under the given number.
 void AttachTriangles(RTCDevice device, RTCScene scene, const RenderMesh& mesh, size_t first,
@@ -81,8 +50,7 @@ struct TraceScene::Impl {
     ~Impl() {
         if (top) rtcReleaseScene(top);
         for (auto& source : sources)
-            for (Prototype& prototype : source->prototypes)
-                if (prototype.scene) rtcReleaseScene(prototype.scene);
+            for (RTCScene scene : source->scenes) rtcReleaseScene(scene);
         if (device) rtcReleaseDevice(device);
     }
     uint32_t FirstHeightsId() const { return uint32_t(nodes.size() * 2); }
@@ -117,74 +85,16 @@ struct TraceScene::Impl {
         AttachMesh(device, top, mesh, uint32_t(nodes.size() - 1) * 2);
     }
 
-    void ReadPrototypes(const IInstanceSource& source, SourceGeometry* geometry) {
-        for (size_t i = 0; i < source.NumPrototypes(); ++i) {
-            Prototype& prototype = geometry->prototypes.emplace_back();
-            static const Mesh kEmpty;
-            const Mesh* mesh = source.PrototypeMesh(i);
-            prototype.mesh = std::make_unique<RenderMesh>(
-                mesh ? *mesh : kEmpty, source.PrototypeMtl(i), Matrix3{}, materials);
-            prototype.scene = rtcNewScene(device);
-            rtcSetSceneBuildQuality(prototype.scene, RTC_BUILD_QUALITY_HIGH);
-            AttachMesh(device, prototype.scene, *prototype.mesh, 0);
-            rtcCommitScene(prototype.scene);
-            statistics.numPrototypeFaces += prototype.mesh->NumFaces();
-        }
-    }
-
-    void ReadInstances(const IInstanceSource& source, SourceGeometry* geometry) {
-        size_t count = source.NumInstances();
-        geometry->instances.reserve(count);
-        std::vector<InstanceRecord> block;
-        for (size_t first = 0; first < count; first += kBlock) {
-            block.resize(std::min(kBlock, count - first));
-            source.GetInstances(first, block);
-            for (size_t i = 0; i < block.size(); ++i) {
-                const InstanceRecord& record = block[i];
-                PackedInstance packed;
-                packed.number = uint32_t(first + i);
-                if (record.prototype < geometry->prototypes.size() &&
-                    geometry->prototypes[record.prototype].mesh->NumFaces() > 0 &&
-                    Pack(record, &packed))
-                    geometry->instances.push_back(packed);
-            }
-        }
-    }
-
-    // Neighbours in space become neighbours in memory: rays pass many instances close together.
-    static void SortBySpace(std::vector<PackedInstance>* instances) {
-        Box3 bounds;
-        for (const PackedInstance& instance : *instances) bounds += instance.position;
-        Point3 width = bounds.Width();
-        float side = std::max({width.x, width.y, 1e-6f});
-        std::vector<std::pair<uint64_t, uint32_t>> order(instances->size());
-        for (size_t i = 0; i < order.size(); ++i) {
-            Point3 p = ((*instances)[i].position - bounds.min) / side;
-            order[i] = {SpreadBits(uint32_t(p.x * 65535)) | SpreadBits(uint32_t(p.y * 65535)) << 1,
-                        uint32_t(i)};
-        }
-        std::sort(order.begin(), order.end());
-        std::vector<PackedInstance> sorted;
-        sorted.reserve(instances->size());
-        for (auto& [key, index] : order) sorted.push_back((*instances)[index]);
-        *instances = std::move(sorted);
-    }
-
-    // Whether some material colours each instance by itself.
-    static bool TintsInstances(const SourceGeometry& geometry) {
-        for (const Prototype& prototype : geometry.prototypes)
-            for (size_t f = 0; f < prototype.mesh->NumFaces(); ++f)
-                if (prototype.mesh->Material(f).tintsInstances) return true;
-        return false;
-    }
-
     void AddSource(const IInstanceSource& source) {
         auto geometry = std::make_unique<SourceGeometry>();
-        geometry->source = &source;
-        ReadPrototypes(source, geometry.get());
-        ReadInstances(source, geometry.get());
-        if (TintsInstances(*geometry)) source.PrepareShading();
-        SortBySpace(&geometry->instances);
+        static_cast<PlacedSource&>(*geometry) = ReadPlacedSource(source, materials);
+        for (const auto& prototype : geometry->prototypes) {
+            geometry->scenes.push_back(rtcNewScene(device));
+            rtcSetSceneBuildQuality(geometry->scenes.back(), RTC_BUILD_QUALITY_HIGH);
+            AttachMesh(device, geometry->scenes.back(), *prototype, 0);
+            rtcCommitScene(geometry->scenes.back());
+            statistics.numPrototypeFaces += prototype->NumFaces();
+        }
         RTCGeometry user = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_USER);
         rtcSetGeometryUserPrimitiveCount(user, uint32_t(geometry->instances.size()));
         rtcSetGeometryUserData(user, geometry.get());
@@ -225,12 +135,13 @@ const std::vector<std::string>& TraceScene::Problems() const {
 
 namespace {
 
-TraceContext MakeContext(const TraceRay& ray) {
+TraceContext MakeContext(const TraceRay& ray, RayKind kind) {
     TraceContext context;
     rtcInitIntersectContext(&context);
     context.width = ray.width;
     context.spread = ray.spread;
     context.seed = ray.seed;
+    context.kind = kind;
     LeavePrototype(&context);
     return context;
 }
@@ -247,7 +158,7 @@ RTCRay MakeRay(const TraceRay& ray) {
 }  // namespace
 
 bool TraceScene::Intersect(const TraceRay& ray, TraceHit* hit) const {
-    TraceContext context = MakeContext(ray);
+    TraceContext context = MakeContext(ray, RayKind::kCamera);
     RTCRayHit query;
     query.ray = MakeRay(ray);
     query.hit.geomID = query.hit.instID[0] = RTC_INVALID_GEOMETRY_ID;
@@ -273,7 +184,7 @@ bool TraceScene::Intersect(const TraceRay& ray, TraceHit* hit) const {
         const SourceGeometry& source = *m_impl->sources[id - firstSource];
         hit->instance = &source.instances[query.hit.instID[0]];
         hit->source = source.source;
-        hit->mesh = source.prototypes[hit->instance->prototype].mesh.get();
+        hit->mesh = source.prototypes[hit->instance->prototype].get();
         n = hit->instance->NormalToWorld(n);
     }
     hit->faceNormal = Normalize(n);
@@ -281,7 +192,7 @@ bool TraceScene::Intersect(const TraceRay& ray, TraceHit* hit) const {
 }
 
 bool TraceScene::IsOccluded(const TraceRay& ray) const {
-    TraceContext context = MakeContext(ray);
+    TraceContext context = MakeContext(ray, RayKind::kShadow);
     RTCRay query = MakeRay(ray);
     rtcOccluded1(m_impl->top, &context, &query);
     return query.tfar < 0;

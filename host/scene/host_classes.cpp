@@ -6,6 +6,7 @@
 #include "host/scene/node.h"
 #include "host/scene/physical_material.h"
 #include "host/scene/point_cache.h"
+#include "host/scene/shadow_map.h"
 #include "host/scene/texmaps.h"
 #include "host/scene/transform_controller.h"
 
@@ -32,4 +33,5 @@ void RegisterHostClasses(ClassRegistry& classes) {
     classes.Register({BitmapTex::kClass, "bitmap", "Maps", true,
                       [] { return std::make_shared<BitmapTex>(nullptr); }});
     classes.Register(DescribeClass<NoiseTex>("noise", "Maps"));
+    classes.Register(DescribeClass<ShadowMapType>("shadow_map", "Shadows"));
 }

@@ -3,6 +3,6 @@
 
 #include "host/params/class_registry.h"
 
-// Registers objects, helpers, cameras, lights, materials, texture maps, controllers and modifiers
-// of the host.
+// Registers objects, helpers, cameras, lights, materials, texture maps, shadow types, controllers
+// and modifiers of the host.
 void RegisterHostClasses(ClassRegistry& classes);

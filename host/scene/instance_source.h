@@ -53,6 +53,16 @@ public:
     virtual const Mesh* PrototypeMesh(size_t prototype) const = 0;
     // What its instances show, material overrides included. Null: the host's default grey.
     virtual Mtl* PrototypeMtl(size_t prototype) const = 0;
+    // The same, where faces of a prototype show different materials.
+    virtual Mtl* FaceMtl(size_t prototype, size_t face) const { return PrototypeMtl(prototype); }
+    // The tint of an instance's face, where its record has none for all of them: one instance that
+    // shows many items. False: the record's counts. Asked at hits: fast, any thread.
+    virtual bool FaceTint(uint32_t instance, size_t face, Color* tint, float* blend) const {
+        return false;
+    }
+    // The mesh of prototype 0 where it is the whole source in one piece, which shadow types may
+    // change for a while (host/scene/shadow_type.h); null for all others.
+    virtual Mesh* ChangeableMesh() const { return nullptr; }
 
     virtual size_t NumInstances() const = 0;
     // Writes instances first .. first + out.size() - 1, which must exist.

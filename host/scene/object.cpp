@@ -4,6 +4,7 @@
 
 #include "host/params/clone_map.h"
 #include "host/scene/node.h"
+#include "host/scene/shadow_type.h"
 
 std::shared_ptr<Object> Object::Evaluated(TimeValue t, Interval* valid) {
     if (valid) *valid &= ObjectValidity(t);
@@ -106,12 +107,18 @@ Interval LightObject::ObjectValidity(TimeValue t) const {
     return valid;
 }
 
+void LightObject::SetShadowType(std::shared_ptr<ShadowType> type) {
+    SetAndRecord(shadowType, std::move(type));
+}
+
 std::shared_ptr<ReferenceTarget> LightObject::GetReference(int slot) const {
+    if (slot == 1) return shadowType.Share();
     return slot == 0 ? target.Share() : nullptr;
 }
 
-void LightObject::SetReference(int slot, std::shared_ptr<ReferenceTarget> node) {
-    if (slot == 0) target = std::dynamic_pointer_cast<INode>(node);
+void LightObject::SetReference(int slot, std::shared_ptr<ReferenceTarget> to) {
+    if (slot == 0) target = std::dynamic_pointer_cast<INode>(to);
+    if (slot == 1) shadowType = std::dynamic_pointer_cast<ShadowType>(to);
 }
 
 std::shared_ptr<ReferenceTarget> LightObject::Clone(CloneMap& map) const {
@@ -121,6 +128,7 @@ std::shared_ptr<ReferenceTarget> LightObject::Clone(CloneMap& map) const {
     copy->intensity.SetContent(intensity.Content());
     copy->shadows = shadows;
     map.Refer(target.Share(), [copy](auto node) { copy->target = std::move(node); });
+    copy->shadowType = map.CopyPart(shadowType.Share());
     return copy;
 }
 

@@ -20,6 +20,7 @@
 class IInstanceSource;
 class Mtl;
 class INode;
+class ShadowType;
 
 class Object : public ReferenceTarget {
 public:
@@ -157,13 +158,18 @@ public:
     AnimatedProperty<float> intensity{this, 1};
     Property<bool> shadows{this, true};
     Reference<INode> target{this};
+    // How it casts shadows where a renderer draws them into maps; null: a default map.
+    Reference<ShadowType> shadowType{this};
+    // Tells, and can be undone.
+    void SetShadowType(std::shared_ptr<ShadowType> type);
 
     bool IsLight() const override { return true; }
     INode* GetTargetNode() const override;
     Interval ObjectValidity(TimeValue t) const override;
     static constexpr ClassInfo kClass{{0x3d1c0013, 0x52a7}, SuperClass::kLight, "Light"};
     ClassInfo Class() const override { return kClass; }
-    int NumRefs() const override { return 1; }
+    // The target, the shadow type.
+    int NumRefs() const override { return 2; }
     std::shared_ptr<ReferenceTarget> GetReference(int slot) const override;
     void SetReference(int slot, std::shared_ptr<ReferenceTarget> node) override;
     std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;

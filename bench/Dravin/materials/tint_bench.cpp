@@ -37,7 +37,8 @@ public:
         return static_cast<const IShadedItems*>(this);
     }
 
-    TShadedItem ItemOf(uint32_t i) const override { return m_items[i]; }
+    TShadedItem ItemOf(uint32_t i, uint32_t) const override { return m_items[i]; }
+    uint32_t ItemIndexOf(uint32_t i, uint32_t) const override { return i; }
     TElementRandoms ElementOf(uint32_t i, uint32_t) const override {
         return {m_items[i].random2, m_items[i].random1};
     }

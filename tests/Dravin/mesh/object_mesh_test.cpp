@@ -246,3 +246,33 @@ TEST_F(ObjectMesh, IsKeptByWhoeverHoldsIt) {
     EXPECT_EQ(*held, before);
     EXPECT_NE(mesh.GetMesh(), before);
 }
+
+// Where nothing but their places has changed, only selected items are written again.
+TEST_F(ObjectMesh, SelectedItemsAloneCanBeMadeAnew) {
+    TObjectMesh mesh;
+    ASSERT_EQ(Make(mesh), TMeshOutcome::kDone);
+    Mesh before = mesh.GetMesh();
+    for (size_t i : {3u, 5u})
+        ChangeItem(i, [i](TDravinItem& item) {
+            item.selected = i == 5;
+            item.position.z += 7;
+        });
+    TObjectMeshSettings settings;
+    settings.selectedOnly = true;
+    ASSERT_EQ(Make(mesh, settings), TMeshOutcome::kDone);
+    for (size_t i = 0; i < Items().Count(); ++i) {
+        const TItemRange& range = mesh.Ranges()[i];
+        for (size_t v = range.firstVert; v < range.firstVert + 8; ++v) {
+            Point3 moved = mesh.GetMesh().verts[v] - before.verts[v];
+            EXPECT_NEAR(moved.z, i == 5 ? 7 : 0, 1e-5) << i;
+        }
+        EXPECT_EQ(mesh.FaceSelection()[range.firstFace], i == 5) << i;
+    }
+    EXPECT_FLOAT_EQ(mesh.Bounds().max.z, before.BoundingBox().max.z + 7);
+    // With another layout all are.
+    ChangeItem(0, [](TDravinItem& item) { item.discarded = true; });
+    ASSERT_EQ(Make(mesh, settings), TMeshOutcome::kDone);
+    TObjectMesh fresh;
+    ASSERT_EQ(Make(fresh), TMeshOutcome::kDone);
+    EXPECT_EQ(mesh.GetMesh(), fresh.GetMesh());
+}

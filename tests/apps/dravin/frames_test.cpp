@@ -54,6 +54,46 @@ TEST_F(Frames, ShowWhatStandsThereAtTheirTimes) {
     EXPECT_EQ(Bytes("one.png"), Bytes("walk.0002.png"));
 }
 
+TEST_F(Frames, TheSceneOrAnOptionNamesTheRenderer) {
+    Write("s.json", "[2, 0, 0]");
+    ASSERT_EQ(Render("s.json -o traced.png").code, 0);
+    ProgramRun run = Render("s.json --renderer scanline -o scanned.png");
+    ASSERT_EQ(run.code, 0) << run.err;
+    EXPECT_THAT(run.err, HasSubstr("scanned.png: 48 x 27, 2 samples, 16384 instances"));
+    EXPECT_NE(Bytes("traced.png"), Bytes("scanned.png"));
+    std::string scene = m_folder.Read("s.json");
+    m_folder.Write("named.json", scene.insert(1, R"("render": {"renderer": "scanline"},)"));
+    EXPECT_EQ(Render("named.json --threads 1 -o named.png").code, 0);
+    EXPECT_EQ(Bytes("named.png"), Bytes("scanned.png"));
+    EXPECT_EQ(Render("named.json --renderer raytrace -o again.png").code, 0);
+    EXPECT_EQ(Bytes("again.png"), Bytes("traced.png"));
+    run = Render("s.json --renderer fast -o none.png");
+    EXPECT_EQ(run.code, 2);
+    EXPECT_THAT(run.err, HasSubstr("--renderer"));
+    EXPECT_EQ(Render("s.json --renderer scanline --frames 1-2 -o walk.png").code, 0);
+    EXPECT_EQ(Bytes("walk.0002.png"), Bytes("scanned.png"));
+}
+
+TEST_F(Frames, ShadowMapsThatCannotBeAreTold) {
+    Write("s.json", "[2, 0, 0]");
+    std::string scene = m_folder.Read("s.json");
+    size_t place = scene.find("[", scene.find("nodes")) + 1;
+    auto render = [&](const char* shadow) {
+        std::string text = scene;
+        m_folder.Write("lit.json",
+                       text.insert(place, std::string(R"({"name": "sun", "type": "light",
+            "rotation": [40, 0, 30], "shadow": )") +
+                                              shadow + "}, "));
+        return Render("lit.json --renderer scanline -o lit.png");
+    };
+    EXPECT_THAT(render(R"({"type": "XShadow", "size": 0})").err,
+                HasSubstr("the size of its shadow map is 0"));
+    ProgramRun run = render(R"({"type": "shadow_map", "size": 999999})");
+    EXPECT_EQ(run.code, 0) << run.err;
+    EXPECT_THAT(run.err, HasSubstr("999999 x 999999 pixels takes 3999.99 GB"));
+    EXPECT_EQ(render(R"({"type": "XShadow", "size": 128})").err.find("warning"), std::string::npos);
+}
+
 TEST_F(Frames, AStillSceneStandsStill) {
     Write("s.json", "[2, 0, 0]");
     ProgramRun run = Render("s.json --frames 7-8 -o still.png");

@@ -4,6 +4,7 @@
 
 #include "host/scene/host_context.h"
 #include "host/scene/physical_material.h"
+#include "host/scene/shadow_map.h"
 #include "host/scene/texmaps.h"
 #include "tests/comma_locale.h"
 #include "tests/host/io/scene_testing.h"
@@ -133,6 +134,7 @@ TEST(SceneDescription, DefaultsOfASceneWithNothing) {
 }
 
 TEST(SceneDescription, BadInputNamesItsPlace) {
+    HostContext session;
     struct Case {
         const char* nodes;
         const char* error;
@@ -174,6 +176,13 @@ TEST(SceneDescription, BadInputNamesItsPlace) {
         {R"({"name": "a", "type": "camera", "target": "x"})", "no node is named \"x\""},
         {R"({"name": "a", "type": "camera", "fov": 180})", "between 0 and 180"},
         {R"({"name": "a", "type": "light", "kind": "area"})", "expected one of \"directional\""},
+        {R"({"name": "a", "type": "light", "shadow": {}})", "the key \"type\" is missing"},
+        {R"({"name": "a", "type": "light", "shadow": {"type": "shadow_mop"}})",
+         "/nodes/0/shadow/type: unknown shadow type \"shadow_mop\", did you mean \"shadow_map\"?"},
+        {R"({"name": "a", "type": "light", "shadow": {"type": "shadow_map", "sise": 8}})",
+         "did you mean \"size\"?"},
+        {R"({"name": "a", "type": "light", "shadow": {"type": "shadow_map", "size": "big"}})",
+         "/nodes/0/shadow/size: "},
         {R"({"name": "a", "type": "spline", "lines": [{}]})", "either \"points\" or \"knots\""},
         {R"({"name": "a", "type": "particles", "particles": [{"event": "q"}]})",
          "/nodes/0/particles/0/event: no node is named \"q\""},
@@ -185,6 +194,29 @@ TEST(SceneDescription, BadInputNamesItsPlace) {
         EXPECT_THAT(result.error, HasSubstr(c.error)) << c.nodes;
         EXPECT_THAT(result.error, StartsWith("s.json:")) << c.nodes;
     }
+}
+
+TEST(SceneDescription, LightsChooseHowTheyCastShadows) {
+    HostContext session;
+    auto read = ParseNodes(R"({"name": "plain", "type": "light"},
+      {"name": "sun", "type": "light", "shadow": {"type": "shadow_map", "size": 64, "bias": 0.25,
+       "sample": {"keys": [[0, 1], [100, 3]]}, "absolute": true}})");
+    ASSERT_TRUE(read) << read.error;
+    auto light = [&](const char* name) {
+        return static_cast<LightObject*>(read.scene->FindNode(name)->GetObjectRef());
+    };
+    EXPECT_FALSE(light("plain")->shadowType);
+    auto* map = dynamic_cast<ShadowMapType*>(light("sun")->shadowType.Get());
+    ASSERT_TRUE(map);
+    EXPECT_EQ(map->MapSize(0), 64);
+    EXPECT_EQ(map->Block().GetFloat(ShadowMapType::kBias), 0.25f);
+    EXPECT_EQ(map->Block().GetFloat(ShadowMapType::kSample, 50), 2);
+    EXPECT_TRUE(map->Block().GetBool(ShadowMapType::kAbsolute));
+    std::string text = WriteSceneDescription(*read.scene, ".", HostFormats());
+    auto second = ParseScene(text);
+    ASSERT_TRUE(second) << second.error;
+    EXPECT_EQ(WriteSceneDescription(*second.scene, ".", HostFormats()), text);
+    EXPECT_THAT(text, HasSubstr("\"shadow_map\""));
 }
 
 TEST(SceneDescription, BadSettings) {

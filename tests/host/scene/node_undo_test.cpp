@@ -6,6 +6,7 @@
 #include "host/geom/primitives.h"
 #include "host/scene/host_context.h"
 #include "host/scene/scene.h"
+#include "host/scene/shadow_map.h"
 #include "host/scene/texmaps.h"
 #include "tests/host/scene/test_block.h"
 
@@ -208,4 +209,24 @@ TEST_F(NodeUndo, TheSelectionIsUndoneAndForgetsWhatIsGone) {
     EXPECT_EQ(scene.Selection(), (std::vector<INode*>{b}));
     ASSERT_TRUE(scene.undo.Undo());
     EXPECT_EQ(scene.Selection(), (std::vector<INode*>{a, b}));
+}
+
+TEST_F(NodeUndo, ShadowTypesOfLights) {
+    auto light = std::make_shared<LightObject>();
+    scene.AddNode("sun", light);
+    std::shared_ptr<ShadowMapType> map = NewDefaultShadowMapType();
+    auto state = [&] {
+        return light->shadowType ? std::to_string(light->shadowType->MapSize(0)) : "none";
+    };
+    Check("a type", light, state, [&] { light->SetShadowType(map); });
+    light->SetShadowType(map);
+    Check("its size", light, state, [&] { map->SetMapSize(0, 77); });
+    Check("none", light, state, [&] { light->SetShadowType(nullptr); });
+    // A copy of the light has a copy of the type.
+    CloneMap copies;
+    auto copy = std::dynamic_pointer_cast<LightObject>(light->Clone(copies));
+    copies.Finish();
+    ASSERT_TRUE(copy->shadowType);
+    EXPECT_NE(copy->shadowType.Get(), map.get());
+    EXPECT_EQ(copy->shadowType->MapSize(0), 1024);
 }
