@@ -175,6 +175,15 @@ def write_scene(path, texmaps, materials, nodes):
         file.write('\n'.join(lines) + '\n}\n')
 
 
+def add_item_material(materials, name, shadow=None):
+    """What the nodes show: the material with the item's tint, not seen on shadow planes."""
+    item = {'type': 'DravinMat', 'material1': name}
+    if shadow:
+        item['vshadowmap'] = shadow
+    materials[name + ' item'] = item
+    return name + ' item'
+
+
 class Library:
     def __init__(self, folder):
         self.folder = folder
@@ -196,11 +205,12 @@ class Library:
                             'wrap': 'clamp'}}
         materials = {file: {'type': 'standard', 'diffuse_map': 'color', 'opacity_map': 'mask',
                             'two_sided': True}}
+        material = add_item_material(materials, file, 'mask')
         nodes = []
         for name, count in variants:
             mesh = planes(count, round(width, 2), round(height, 2))
             mesh['vertices'] = [[round(x, 3) for x in v] for v in mesh['vertices']]
-            nodes.append({'name': name, 'type': 'mesh', 'material': file, **mesh})
+            nodes.append({'name': name, 'type': 'mesh', 'material': material, **mesh})
             thumb = '%s_%d.jpg' % (file, count)
             self.index.append((name, file, name, thumb))
             thumbnail(self.image(thumb), *shrink(color, alpha, (33 - 2 * (count == 1), 48)))
@@ -213,6 +223,7 @@ class Library:
         if len(parts) > 1:
             material = file
             materials[file] = {'type': 'multi', 'sub': parts}
+        material = add_item_material(materials, material)
         node = {'name': name, 'type': 'mesh', 'material': material, **shapes.json()}
         write_scene(os.path.join(self.folder, 'objects', file + '.max'), {}, materials, [node])
         self.index.append((name, file, name, file + '.jpg'))
