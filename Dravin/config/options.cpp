@@ -87,10 +87,11 @@ TOptions LoadOptions(const std::string& path) {
 }
 
 bool SaveOptions(const TOptions& options, const std::string& path, std::string* error) {
-    IniFile file;
-    if (!file.Load(path, error)) return false;
-    for (const TOptionName& option : kOptions)
-        file.Set(kSection, option.key, std::to_string(options.*option.value));
-    file.Set(kSection, kVersionKey, ProductVersion());
-    return file.Save(path, error);
+    auto change = [&options](IniFile& file) {
+        for (const TOptionName& option : kOptions)
+            file.Set(kSection, option.key, std::to_string(options.*option.value));
+        file.Set(kSection, kVersionKey, ProductVersion());
+        return true;
+    };
+    return UpdateIniFile(path, change, error);
 }

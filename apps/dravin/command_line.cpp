@@ -127,6 +127,7 @@ CommandLine::CommandLine()
     AddInspect();
     AddSchema();
     AddEffect();
+    AddPreset();
     AddDemo();
     AddHelp();
 }

@@ -33,6 +33,7 @@ private:
     void AddInspect();
     void AddSchema();
     void AddEffect();
+    void AddPreset();
     void AddDemo();
     void AddHelp();
     void AddLimits();
@@ -52,6 +53,7 @@ private:
     std::string m_schemaFilter;
     EffectOptions m_effect;
     std::string m_listedEffect;
+    PresetOptions m_preset;
     DemoCommandOptions m_demo;
     std::string m_helpFor, m_completionFor;
     bool m_manual = false, m_rendered = false, m_noLimit = false;
