@@ -1,6 +1,7 @@
 #include "Dravin/dravin_globals.h"
 
 #include "Dravin/config/main_folder.h"
+#include "Dravin/config/settings.h"
 #include "Dravin/dravin.h"
 #include "host/scene/host_context.h"
 #include "host/scene/scene.h"
@@ -28,8 +29,14 @@ struct Globals : TDravinGlobals {
         on(HostNotify::kFilePostOpen, [](TDravinGlobals& g) {
             g.surfaces.SetOpening(false);
             g.meshes.Suspend(false);
+            BoundUndo();
         });
+        for (HostNotify notice : {HostNotify::kSystemPostNew, HostNotify::kSystemPostReset})
+            on(notice, [](TDravinGlobals&) { BoundUndo(); });
+        BoundUndo();
     }
+    // Every scene has an undo list of its own.
+    static void BoundUndo() { HostContext::Current()->Undo().SetMemoryLimit(UndoMemoryLimit()); }
 };
 
 }  // namespace

@@ -2,7 +2,10 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 #include <vector>
+
+#include "Dravin/config/settings.h"
 
 namespace fs = std::filesystem;
 
@@ -27,10 +30,20 @@ std::vector<fs::path> Candidates() {
     return candidates;
 }
 
+// What says where the main folder is, with the folder; empty where nothing does.
+struct Told {
+    std::string by, folder;
+};
+Told ToldFolder() {
+    if (const char* home = std::getenv("DRAVIN_HOME"); home && *home) return {"DRAVIN_HOME", home};
+    std::optional<std::string> folder = DravinSettings().Read(kSettingsKey, kMainDirSetting);
+    return folder && !folder->empty() ? Told{"the setting MainDir", *folder} : Told{};
+}
+
 }  // namespace
 
 std::string MainFolder() {
-    if (const char* home = std::getenv("DRAVIN_HOME"); home && *home) return home;
+    if (Told told = ToldFolder(); !told.folder.empty()) return told.folder;
     for (const fs::path& folder : Candidates())
         if (IsMainFolder(folder)) return folder.string();
     return {};
@@ -40,8 +53,8 @@ bool HasMainFolder() { return IsMainFolder(MainFolder()); }
 
 std::string NoMainFolder() {
     std::string places;
-    if (const char* home = std::getenv("DRAVIN_HOME"); home && *home)
-        places = std::string(home) + " (which DRAVIN_HOME names)";
+    if (Told told = ToldFolder(); !told.folder.empty())
+        places = told.folder + " (which " + told.by + " names)";
     else
         for (const fs::path& folder : Candidates())
             places += (places.empty() ? "" : ", ") + folder.string();

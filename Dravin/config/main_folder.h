@@ -3,8 +3,9 @@
 
 #include <string>
 
-// The main folder: $DRAVIN_HOME, else the data folder of the installation (share/dravin beside the
-// program's folder, or data in a folder above it). Empty when there is none.
+// The main folder: $DRAVIN_HOME, else the setting MainDir, else the data folder of the installation
+// (share/dravin beside the program's folder, or data in a folder above it). Empty when there is
+// none.
 std::string MainFolder();
 // Whether it is there and holds the libraries.
 bool HasMainFolder();

@@ -1,6 +1,5 @@
 #include "Dravin/config/options.h"
 
-#include <cstdlib>
 #include <filesystem>
 
 #include <fmt/format.h>
@@ -8,6 +7,7 @@
 #include "Dravin/config/version.h"
 #include "host/base/ini_file.h"
 #include "host/base/log.h"
+#include "host/base/settings_store.h"
 #include "host/base/text.h"
 
 namespace fs = std::filesystem;
@@ -60,12 +60,7 @@ constexpr TOptionName kOptions[] = {
 
 std::span<const TOptionName> OptionNames() { return kOptions; }
 
-std::string ConfigFolder() {
-    if (const char* folder = std::getenv("XDG_CONFIG_HOME"); folder && *folder == '/')
-        return (fs::path(folder) / "dravin").string();
-    const char* home = std::getenv("HOME");
-    return home && *home ? (fs::path(home) / ".config" / "dravin").string() : std::string();
-}
+std::string ConfigFolder() { return UserConfigFolder("dravin"); }
 
 std::string OptionsFile() {
     std::string folder = ConfigFolder();
@@ -87,11 +82,10 @@ TOptions LoadOptions(const std::string& path) {
 }
 
 bool SaveOptions(const TOptions& options, const std::string& path, std::string* error) {
-    auto change = [&options](IniFile& file) {
+    auto change = [&](IniFile& file) {
         for (const TOptionName& option : kOptions)
             file.Set(kSection, option.key, std::to_string(options.*option.value));
         file.Set(kSection, kVersionKey, ProductVersion());
-        return true;
     };
-    return UpdateIniFile(path, change, error);
+    return IniFile::Edit(path, change, error);
 }

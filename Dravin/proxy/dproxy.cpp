@@ -34,7 +34,7 @@ std::shared_ptr<const Mesh> DProxy::GetRenderMesh(TimeValue t) {
     m_sample.reset();
     if (kind == kObjectProxy) {
         if (!owner) return EmptyMesh();
-        return {owner.Share(), &owner->Build().ObjectMesh().GetMesh()};
+        return owner->Build().ObjectMesh().ShareMesh();
     }
     if (!source || !HostContext::Current()) return EmptyMesh();
     TimeValue shown = isAbsoluteTime ? timeOffset : t + timeOffset;

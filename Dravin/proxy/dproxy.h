@@ -28,7 +28,7 @@ public:
 
     // The mesh at the render's time t; an empty one where there is no source or owner any more.
     // What it returned is let go by the next call. An object proxy's is that of the owner's last
-    // build, valid until the next.
+    // build; whoever holds it keeps it.
     std::shared_ptr<const Mesh> GetRenderMesh(TimeValue t) override;
     // Empty: nothing that it shows may be kept.
     Interval ObjectValidity(TimeValue) const override { return Interval::Never(); }

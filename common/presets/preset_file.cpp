@@ -137,7 +137,7 @@ PresetResult PresetFile::Write(const std::string& name, const IniFile::Entries& 
         file.ReplaceSection(SectionOf(name), lines);
         return fits = file.Text().size() <= kLargestFile;
     };
-    if (!UpdateIniFile(m_path, change, &error, kLargestFile))
+    if (!IniFile::TryEdit(m_path, change, &error, kLargestFile))
         return Failure(PresetStatus::kNotWritten, error);
     if (!fits)
         return Failure(PresetStatus::kTooLarge,
@@ -166,7 +166,7 @@ PresetResult PresetFile::Delete(const std::string& name) const {
         if (!isThere) result = NotThere(file, name);
         return isThere;
     };
-    if (!UpdateIniFile(m_path, change, &error, kLargestFile))
+    if (!IniFile::TryEdit(m_path, change, &error, kLargestFile))
         return Failure(PresetStatus::kNotWritten, error);
     return result;
 }
@@ -188,7 +188,7 @@ PresetResult PresetFile::Rename(const std::string& name, const std::string& newN
             result = NotThere(file, name);
         return bool(result);
     };
-    if (!UpdateIniFile(m_path, change, &error, kLargestFile))
+    if (!IniFile::TryEdit(m_path, change, &error, kLargestFile))
         return Failure(PresetStatus::kNotWritten, error);
     return result;
 }

@@ -89,6 +89,22 @@ bool IniFile::Save(const std::string& path, std::string* error) const {
     return file.Commit(error);
 }
 
+bool IniFile::Edit(const std::string& path, const std::function<void(IniFile&)>& change,
+                   std::string* error) {
+    auto always = [&](IniFile& file) { return change(file), true; };
+    return TryEdit(path, always, error);
+}
+
+bool IniFile::TryEdit(const std::string& path, const std::function<bool(IniFile&)>& change,
+                      std::string* error, uint64_t limit) {
+    std::error_code failed;
+    fs::create_directories(fs::path(path).parent_path(), failed);  // Lock tells what comes of it
+    FileLock lock;
+    IniFile file;
+    if (!lock.Lock(path, error) || !file.Load(path, error, limit)) return false;
+    return !change(file) || file.Save(path, error);
+}
+
 const IniFile::Line* IniFile::Find(std::string_view section, std::string_view key) const {
     if (key.empty()) return nullptr;
     for (const Section& s : m_sections)
@@ -206,14 +222,4 @@ bool IniFile::RenameSection(std::string_view section, std::string_view name) {
         s.header = std::string("[").append(name).append("]");
     }
     return isThere;
-}
-
-bool UpdateIniFile(const std::string& path, const std::function<bool(IniFile&)>& change,
-                   std::string* error, uint64_t limit) {
-    std::error_code failed;
-    fs::create_directories(fs::path(path).parent_path(), failed);  // Lock tells what comes of it
-    FileLock lock;
-    IniFile file;
-    if (!lock.Lock(path, error) || !file.Load(path, error, limit)) return false;
-    return !change(file) || file.Save(path, error);
 }

@@ -6,7 +6,7 @@
 // comments and unknown keys included, stays as it is when it is saved. UTF-8, with or without a
 // byte order mark.
 //
-// Programs that change one file at the same time go through UpdateIniFile.
+// Programs that change one file at the same time go through Edit.
 #pragma once
 
 #include <cstdint>
@@ -52,6 +52,14 @@ public:
     bool RemoveSection(std::string_view section);
     bool RenameSection(std::string_view section, std::string_view name);
 
+    // Loads a file, changes it and saves it, while no other program that does so looks at it
+    // (file_lock.h). False with a reason in `error`; the file is then as it was.
+    static bool Edit(const std::string& path, const std::function<void(IniFile&)>& change,
+                     std::string* error);
+    // The same; where `change` returns false nothing is written, which is no error.
+    static bool TryEdit(const std::string& path, const std::function<bool(IniFile&)>& change,
+                        std::string* error, uint64_t limit = kUsualLimit);
+
 private:
     struct Line {
         std::string text;  // as it stands in the file
@@ -67,9 +75,3 @@ private:
 
     std::vector<Section> m_sections;
 };
-
-// Reads a file, lets `change` have its way with it and saves it, while no other program that comes
-// through here has the file. Nothing is written where `change` returns false, which is not an
-// error. False with a reason in `error`; the file is then as it was.
-bool UpdateIniFile(const std::string& path, const std::function<bool(IniFile&)>& change,
-                   std::string* error, uint64_t limit = IniFile::kUsualLimit);

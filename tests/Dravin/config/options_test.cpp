@@ -3,11 +3,33 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <sstream>
 
 #include <gtest/gtest.h>
 
+#include "Dravin/config/main_folder.h"
+#include "Dravin/config/settings.h"
 #include "tests/temp_folder.h"
+
+namespace {
+
+// A variable of the environment has another value, or none, while this lives.
+class Variable {
+public:
+    Variable(const char* name, const char* value) : m_name(name) {
+        if (const char* old = std::getenv(name)) m_old = old;
+        Set(value);
+    }
+    ~Variable() { Set(m_old ? m_old->c_str() : nullptr); }
+
+private:
+    void Set(const char* value) { value ? setenv(m_name, value, 1) : unsetenv(m_name); }
+    const char* m_name;
+    std::optional<std::string> m_old;
+};
+
+}  // namespace
 
 TEST(Options, AFirstRunHasTheDefaults) {
     TempFolder folder;
@@ -60,12 +82,26 @@ TEST(Options, ValuesThatAreNoNumbersAreZeroAndOthersStayInTheFile) {
 }
 
 TEST(Options, LieInTheUsersConfiguration) {
-    const char* before = std::getenv("XDG_CONFIG_HOME");
-    std::string kept = before ? before : "";
-    setenv("XDG_CONFIG_HOME", "/somewhere", 1);
+    Variable config("XDG_CONFIG_HOME", "/somewhere");
     EXPECT_EQ(OptionsFile(), "/somewhere/dravin/dravinpack.ini");
-    setenv("XDG_CONFIG_HOME", "relative", 1);  // counts as none
-    setenv("HOME", "/home/me", 1);
+    Variable relative("XDG_CONFIG_HOME", "relative");  // counts as none
+    Variable home("HOME", "/home/me");
     EXPECT_EQ(OptionsFile(), "/home/me/.config/dravin/dravinpack.ini");
-    setenv("XDG_CONFIG_HOME", kept.c_str(), 1);
+}
+
+TEST(Settings, SayWhereTheMainFolderIsAndWhatUndoMayKeep) {
+    TempFolder folder;
+    Variable config("XDG_CONFIG_HOME", folder.File("").c_str());
+    Variable home("DRAVIN_HOME", "/named");
+    EXPECT_EQ(UndoMemoryLimit(), size_t{256} << 20);
+    std::string error;
+    ASSERT_TRUE(DravinSettings().Write(kSettingsKey, kMainDirSetting, "/told", &error)) << error;
+    ASSERT_TRUE(DravinSettings().Write(kSettingsKey, kUndoMemorySetting, "12", &error)) << error;
+    EXPECT_EQ(UndoMemoryLimit(), size_t{12} << 20);
+    EXPECT_EQ(MainFolder(), "/named");
+    Variable none("DRAVIN_HOME", nullptr);
+    EXPECT_EQ(MainFolder(), "/told");
+    EXPECT_NE(NoMainFolder().find("/told (which the setting MainDir names)"), std::string::npos);
+    ASSERT_TRUE(DravinSettings().Write(kSettingsKey, kUndoMemorySetting, "-3", &error)) << error;
+    EXPECT_EQ(UndoMemoryLimit(), size_t{1} << 20);
 }

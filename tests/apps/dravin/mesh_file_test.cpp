@@ -5,6 +5,7 @@
 #include "tests/run_program.h"
 
 using testing::HasSubstr;
+using testing::Not;
 
 namespace {
 
@@ -49,9 +50,11 @@ TEST_F(MeshFile, TellsOfNormalsThatItLosesOnTheWay) {
         {"name": "tri", "type": "mesh", "file": "tri.obj"},
         {"name": "Wood", "type": "dravin", "geometry": [{"name": "t", "object": "tri"}],
          "params": {"surflist": ["ground"], "distmap": "white"}}]})");
-    ProgramRun run = Build({"-o", "a.obj"});
+    ProgramRun run = Build({"-o", "a.obj", "-o", "a.ply"});
     EXPECT_EQ(run.code, 0) << run.err;
-    EXPECT_THAT(run.err, HasSubstr("a.obj: explicit normals are left out"));
+    EXPECT_THAT(run.err, HasSubstr("a.ply: explicit normals are left out"));
+    EXPECT_THAT(run.err, Not(HasSubstr("a.obj: explicit normals")));
+    EXPECT_FALSE(Read("a.obj").normals.IsEmpty());
 }
 
 TEST_F(MeshFile, HoldsAllItemsInWorldSpace) {
