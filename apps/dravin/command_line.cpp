@@ -179,7 +179,7 @@ void CommandLine::AddBuild() {
     c->add_flag("--render", m_rendered, "what will be rendered (the default)")->excludes(viewport);
     AddThreads(c, o.threads);
     AddNoLimit(c);
-    AddList(c, "--fields", o.fields, "item fields, or all");
+    AddList(c, "--fields", o.fields, "item fields, or all; keys of its own for .xml (or none)");
     c->add_option("-o,--output", o.outputs,
                   fmt::format("output by ending: {}, which is JSON on standard output; several may "
                               "stand. Without it the statistics panel is printed",
