@@ -111,7 +111,7 @@ CommandLine::CommandLine()
     m_app.fallthrough();
     m_app.add_flag("--quiet", m_console.quiet, "errors only");
     m_app.add_flag("--json", m_console.json,
-                   "messages as JSON, one a line; schema and inspect: the result too");
+                   "messages as JSON, one a line; schema, inspect, preset list: the result too");
     m_app
         .add_option("--log-level", m_console.logLevel,
                     "none, normal or debug: what the engine tells of its work")
@@ -128,6 +128,7 @@ CommandLine::CommandLine()
     AddSchema();
     AddEffect();
     AddPreset();
+    AddInstantiate();
     AddDemo();
     AddHelp();
 }

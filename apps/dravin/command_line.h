@@ -34,6 +34,7 @@ private:
     void AddSchema();
     void AddEffect();
     void AddPreset();
+    void AddInstantiate();
     void AddDemo();
     void AddHelp();
     void AddLimits();
@@ -54,6 +55,7 @@ private:
     EffectOptions m_effect;
     std::string m_listedEffect;
     PresetOptions m_preset;
+    InstantiateOptions m_instantiate;
     DemoCommandOptions m_demo;
     std::string m_helpFor, m_completionFor;
     bool m_manual = false, m_rendered = false, m_noLimit = false;

@@ -82,3 +82,15 @@ struct PresetOptions {
 ExitCode RunPreset(PresetCommand command, const PresetOptions& options);
 // Names, one a line, or as JSON.
 ExitCode RunPresetList(const PresetOptions& options, bool json);
+
+struct InstantiateOptions {
+    std::string scene, output;
+    std::string object;    // empty: all
+    int hierarchy = 0;     // 0 individual objects, 1 a group, 2 a layer
+    std::string layer;     // empty: the usual one
+    bool freeze = true;    // the layer
+    bool keepOld = false;  // objects of an earlier run
+    bool keepGeometry = false, enableGeometry = true;
+    bool deleteOnly = false;
+};
+ExitCode RunInstantiate(const InstantiateOptions& options);
