@@ -175,11 +175,8 @@ TInstantiateResult MakeNodes(TDravin& object, INode& node, const TDtools& tools)
 TInstantiateResult Run(TDravin& object, INode& node, const TDtools& tools,
                        const std::function<bool()>& agrees) {
     if (tools.Block().GetBool(kEngeom)) EnableGeometry(object);
-    if (!HasCustomObjects(object)) {
-        User().SetPrompt(kNoCustomObjectsText);
-        User().ListenerPrint(kNoCustomObjectsText);
+    if (!HasCustomObjects(object))
         return Failed(TInstantiateStatus::kNoCustomObjects, kNoCustomObjectsText);
-    }
     size_t numDeleted = 0;
     if (tools.Block().GetBool(kDeleteold)) {
         if (!agrees()) return Failed(TInstantiateStatus::kRefused, "the old instances stay");

@@ -41,6 +41,10 @@ bool TToolCommands::Instantiate() {
         TInstantiateResult result =
             ::Instantiate(*selected.object, *selected.node, m_tools, AgreesToDelete);
         if (result.status == TInstantiateStatus::kBuildFailed) LogWarning(result.text);
+        if (result.status == TInstantiateStatus::kNoCustomObjects) {
+            User().SetPrompt(result.text);
+            User().ListenerPrint(result.text);
+        }
         all &= result.status == TInstantiateStatus::kDone;
     }
     return all;

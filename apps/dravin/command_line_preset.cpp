@@ -32,6 +32,7 @@ void CommandLine::AddPreset() {
                            "  dravin preset import spruces.ope",
                            {});
     preset->require_subcommand(1);
+    preset->callback({});  // its own would come last
     auto add = [&](const char* name, const char* what, PresetCommand command) {
         CLI::App* c = preset->add_subcommand(name, what);
         c->add_option("--file", o.file,

@@ -29,6 +29,17 @@ public:
         kind == MessageKind::kError ? PrintError(line) : PrintWarning(line);
     }
     void ListenerPrint(const std::string& text) override { PrintNote(text); }
+    void ProgressStart(const std::string& title) override {
+        m_bar = std::make_unique<ProgressBar>(title);
+    }
+    bool ProgressUpdate(int percent) override {
+        if (m_bar) m_bar->Update(float(percent) / 100);
+        return true;
+    }
+    void ProgressEnd() override { m_bar.reset(); }
+
+private:
+    std::unique_ptr<ProgressBar> m_bar;
 };
 
 std::vector<SceneDravin> AllObjects(const Scene& scene) {

@@ -67,8 +67,8 @@ TEST_F(Instances, EveryItemBecomesANodeAtItsPlace) {
     // A corner of the mesh, by way of the unit size: the offset turns the box, whose bounds follow.
     const Matrix3 offset = box->GetObjectOffset().ToMatrix();
     Box3 bounds;
-    for (const Point3& p : box->GetObjectRef()->GetRenderMesh(0)->vertices) bounds += p * offset;
-    Point3 size = bounds.Max() - bounds.Min();
+    for (const Point3& p : box->GetObjectRef()->GetRenderMesh(0)->verts) bounds += p * offset;
+    Point3 size = bounds.max - bounds.min;
     for (size_t i : {size_t(0), size_t(33)}) {
         Point3 corner{1, 0.5f, 3}, real = corner * offset;
         Point3 unit{real.x / size.x, real.y / size.y, real.z / size.z};
