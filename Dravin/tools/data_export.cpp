@@ -12,7 +12,6 @@
 #include "host/base/in_order.h"
 #include "host/base/number_text.h"
 #include "host/base/utf8.h"
-#include "host/io/text_buffer.h"
 #include "host/scene/node.h"
 #include "host/scene/scene.h"
 
@@ -171,16 +170,6 @@ void PutSurface(AttributeWriter& out, const TDravinItem& item) {
 
 }  // namespace
 
-// Attributes behind the index, which is known only when the pieces before are written.
-struct TDataExport::Piece {
-    struct Item {
-        uint32_t index;  // in the piece
-        size_t end;      // of its text
-    };
-    TextBuffer text;
-    std::vector<Item> items;
-};
-
 bool TDataExport::Open(const std::string& path, std::string* error) {
     if (!m_out.Open(path, error)) return false;
     m_out.Write("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<DravinData version=\"1\">\n");
@@ -216,42 +205,47 @@ void TDataExport::Format(const TDravinItemList& items, size_t first, size_t last
 }
 
 // One thread at a time, in the order of the items.
-void TDataExport::Write(const Piece& piece, size_t numItems) {
+void TDataExport::Write(const Piece& piece) {
     TExportFields index = TExportFields::None();
     if (m_fields.Has(F::kIndex)) index.Add(F::kIndex);
-    TextBuffer text;
-    AttributeWriter out(index, text);
     size_t begin = 0;
     for (const Piece::Item& item : piece.items) {
+        m_line.Clear();
+        AttributeWriter out(index, m_line);
         out.Text("  <Item");
         out.Whole(F::kIndex, uint32_t(m_numItems + item.index));
         out.Text(piece.text.Text().substr(begin, item.end - begin));
         out.Text("/>\n");
+        m_out.Write(m_line.Text());
         begin = item.end;
     }
-    m_out.Write(text.Text());
-    m_numItems += numItems;
     m_hasFailed = m_out.HasFailed();
 }
 
+std::function<void()> TDataExport::TakeRange(const TDravinItemList& items, size_t first,
+                                             size_t last) {
+    std::shared_ptr<Piece> piece = m_pieces.Take();
+    piece->text.Clear();
+    piece->items.clear();
+    if (!m_hasFailed) Format(items, first, last, *piece);
+    return [this, piece, count = last - first] {
+        Write(*piece);
+        m_numItems += count;
+        m_pieces.GiveBack(std::make_unique<Piece>(std::move(*piece)));
+    };
+}
+
 std::function<void()> TDataExport::Take(const TDravinItemList& items) {
-    auto piece = std::make_shared<Piece>();
-    size_t count = items.Count();
-    if (!m_hasFailed) Format(items, 0, count, *piece);
-    return [this, piece, count] { Write(*piece, count); };
+    return TakeRange(items, 0, items.Count());
 }
 
 void TDataExport::EndObject(int threads) {
     const TDravinItemList& items = m_build->Items();
     size_t count = m_build->HasStreamed() ? 0 : items.Count();  // also builds the list's index
-    ParallelInOrder((count + kItemsInPiece - 1) / kItemsInPiece, threads,
-                    [&](size_t i) -> std::function<void()> {
-                        size_t first = i * kItemsInPiece;
-                        size_t last = std::min(count, first + kItemsInPiece);
-                        auto piece = std::make_shared<Piece>();
-                        if (!m_hasFailed) Format(items, first, last, *piece);
-                        return [this, piece, n = last - first] { Write(*piece, n); };
-                    });
+    ParallelInOrder((count + kItemsInPiece - 1) / kItemsInPiece, threads, [&](size_t i) {
+        size_t first = i * kItemsInPiece;
+        return TakeRange(items, first, std::min(count, first + kItemsInPiece));
+    });
     m_out.Write(" </DravinObject>\n");
 }
 

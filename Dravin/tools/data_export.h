@@ -20,6 +20,8 @@
 
 #include "Dravin/tools/export_fields.h"
 #include "host/base/atomic_file.h"
+#include "host/io/row_pool.h"
+#include "host/io/text_buffer.h"
 #include "host/math/interval.h"
 
 class INode;
@@ -48,9 +50,18 @@ public:
     bool Commit(std::string* error);
 
 private:
-    struct Piece;
+    // Attributes behind the index, which is known only when the pieces before are written.
+    struct Piece {
+        struct Item {
+            uint32_t index;  // in the piece
+            size_t end;      // of its text
+        };
+        TextBuffer text;
+        std::vector<Item> items;
+    };
+    std::function<void()> TakeRange(const TDravinItemList& items, size_t first, size_t last);
     void Format(const TDravinItemList& items, size_t first, size_t last, Piece& piece) const;
-    void Write(const Piece& piece, size_t numItems);
+    void Write(const Piece& piece);
 
     TExportFields m_fields;
     AtomicFile m_out;
@@ -58,4 +69,6 @@ private:
     const TDravinBuild* m_build = nullptr;  // of the object whose turn it is
     std::vector<std::string> m_rows;        // attributes that follow from an item's row alone
     size_t m_numItems = 0;                  // of the object, discarded ones included
+    RowPool<Piece> m_pieces;
+    TextBuffer m_line;
 };
