@@ -23,8 +23,8 @@ constexpr const char* kKept[] = {"savedversion", "renderid", "mode"};
 
 std::string NameOf(const Scene* scene, const ReferenceTarget* target) {
     if (auto* node = dynamic_cast<const INode*>(target)) return node->GetName();
-    for (const auto& [name, mtl] :
-         scene ? scene->Materials() : std::map<std::string, std::shared_ptr<Mtl>>())
+    if (!scene) return {};
+    for (const auto& [name, mtl] : scene->Materials())
         if (mtl.get() == target) return name;
     return {};
 }

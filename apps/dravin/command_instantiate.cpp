@@ -21,10 +21,10 @@ std::shared_ptr<TDtools> ToolsOf(const InstantiateOptions& options) {
     IParamBlock2& block = tools->Block();
     block.SetValue(toolsParams::kHierarchy, 0, options.hierarchy);
     if (!options.layer.empty()) block.SetValue(toolsParams::kLayername, 0, options.layer);
-    block.SetValue(toolsParams::kLayerfreeze, 0, options.freeze);
+    block.SetValue(toolsParams::kLayerfreeze, 0, !options.noFreeze);
     block.SetValue(toolsParams::kDeleteold, 0, !options.keepOld);
     block.SetValue(toolsParams::kDisgeom, 0, !options.keepGeometry);
-    block.SetValue(toolsParams::kEngeom, 0, options.enableGeometry);
+    block.SetValue(toolsParams::kEngeom, 0, !options.noEnable);
     return tools;
 }
 

@@ -19,11 +19,11 @@ void CommandLine::AddInstantiate() {
         ->type_name("individual|group|layer");
     c->add_option("--layer", o.layer, "name of the layer (default: dravin_instances)")
         ->type_name("NAME");
-    c->add_flag("!--no-freeze", o.freeze, "do not freeze the layer");
+    c->add_flag("--no-freeze", o.noFreeze, "do not freeze the layer");
     c->add_flag("--keep-old", o.keepOld, "keep the objects of an earlier run");
     c->add_flag("--keep-geometry", o.keepGeometry,
                 "leave the geometry rows enabled whose items became objects");
-    c->add_flag("!--no-enable", o.enableGeometry,
+    c->add_flag("--no-enable", o.noEnable,
                 "do not enable disabled geometry rows with an object before");
     c->add_flag("--delete", o.deleteOnly,
                 "delete the objects of an earlier run and enable the geometry rows again");

@@ -85,12 +85,12 @@ ExitCode RunPresetList(const PresetOptions& options, bool json);
 
 struct InstantiateOptions {
     std::string scene, output;
-    std::string object;    // empty: all
-    int hierarchy = 0;     // 0 individual objects, 1 a group, 2 a layer
-    std::string layer;     // empty: the usual one
-    bool freeze = true;    // the layer
-    bool keepOld = false;  // objects of an earlier run
-    bool keepGeometry = false, enableGeometry = true;
+    std::string object;     // empty: all
+    int hierarchy = 0;      // 0 individual objects, 1 a group, 2 a layer
+    std::string layer;      // empty: the usual one
+    bool noFreeze = false;  // the layer
+    bool keepOld = false;   // objects of an earlier run
+    bool keepGeometry = false, noEnable = false;
     bool deleteOnly = false;
 };
 ExitCode RunInstantiate(const InstantiateOptions& options);

@@ -122,6 +122,35 @@ TEST_F(DravinPresets, LoadingCanBeUndoneInOneStep) {
     EXPECT_EQ(object->Block(kGeomParams).Count(geomParams::kMatlist), 1);
 }
 
+TEST_F(DravinPresets, TextsOfValues) {
+    NameRows("A|B", "C]D");
+    object->Block(kGeomParams).SetValue(geomParams::kScalelist, 0, 33.5f, 1);
+    Set(kMatParams, matParams::kTintcolor1, Color{0.86f, 0.47f, 0});
+    EXPECT_TRUE(bool(SaveDravinPreset(*object, "a", path)));
+    std::string text = folder.Read("presets.ini");
+    EXPECT_THAT(text, HasSubstr("\nscalelist=[100.000000|33.500000]\n"));
+    EXPECT_THAT(text, HasSubstr("\ntintcolor1=0.860000;0.470000;0.000000\n"));
+    EXPECT_THAT(text, HasSubstr("\nnamelist=[A&#124;B|C&#93;D]\n"));
+    folder.Write("presets.ini", "[Dravin.a]\nproblist=[30|]\n");
+    EXPECT_TRUE(bool(Load(*object, "a")));
+    EXPECT_EQ(object->Block(kGeomParams).GetFloat(geomParams::kProblist, 0, 0), 30);
+    EXPECT_EQ(object->Block(kGeomParams).GetFloat(geomParams::kProblist, 0, 1), 0);
+}
+
+TEST_F(DravinPresets, MaterialsAreFoundByName) {
+    auto bark = std::make_shared<StandardMtl>();
+    scene.SetMaterial("bark", bark);
+    object->Block(kGeomParams).SetValue(geomParams::kMatlist, 0, Target(bark), 0);
+    EXPECT_TRUE(bool(SaveDravinPreset(*object, "a", path)));
+    object->Block(kGeomParams).SetValue(geomParams::kMatlist, 0, nullptr, 0);
+    EXPECT_TRUE(bool(Load(*object, "a")));
+    EXPECT_EQ(object->Block(kGeomParams).GetMtl(geomParams::kMatlist), bark.get());
+    scene.SetMaterial("bark", nullptr);
+    PresetResult result = Load(*object, "a");
+    EXPECT_EQ(object->Block(kGeomParams).GetMtl(geomParams::kMatlist), nullptr);
+    EXPECT_THAT(result.warnings, Contains(HasSubstr("no material \"bark\"")));
+}
+
 // --- the commands of the panel
 
 TEST_F(DravinPresets, ChoosingAsksFirst) {
