@@ -173,7 +173,8 @@ std::shared_ptr<ReferenceTarget> TDravin::Clone(CloneMap& map) const {
         map.Add(*m_blocks[i].Get(), block);
     }
     for (int slot = 0; slot < kNumDravinSlots; ++slot) {
-        if (BlockOfSlot(slot) >= 0) continue;
+        // What stands in the internal slot belongs to this object alone.
+        if (BlockOfSlot(slot) >= 0 || slot == kSlotInternal) continue;
         std::shared_ptr<ReferenceTarget> held = m_slots[size_t(slot)].Share();
         if (CurveSet(DravinSlot(slot)))
             copy->m_slots[size_t(slot)] = map.CopyPart(held);

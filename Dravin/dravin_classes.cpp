@@ -8,6 +8,7 @@
 #include "Dravin/materials/wrapper_material.h"
 #include "Dravin/proxy/dproxy.h"
 #include "Dravin/shadow/xshadow.h"
+#include "Dravin/tools/tools_utility.h"
 #include "host/params/class_registry.h"
 
 void RegisterDravinClasses(ClassRegistry& classes) {
@@ -15,6 +16,7 @@ void RegisterDravinClasses(ClassRegistry& classes) {
     classes.Register(
         {TDravin::kClass, "TDravin", kCategory, true, [] { return TDravin::Create(); }});
     classes.Register(DescribeClass<DMat>("DravinMat", kCategory));
+    classes.Register(DescribeClass<TDtools>("TDtools", kCategory));
     classes.Register(DescribeClass<DGeomtex>("DravinGeom", kCategory));
     classes.Register(DescribeClass<DProxy>("DProxy", kCategory));
     classes.Register(DescribeClass<DColor>("DravinColor", kCategory));

@@ -1,5 +1,6 @@
 #include <fmt/format.h>
 
+#include "Dravin/proxy/instance_nodes.h"
 #include "Dravin/scene/dravin_rows.h"
 #include "host/base/text.h"
 
@@ -125,4 +126,25 @@ Json WriteItems(const TDravin& object) {
         items.push_back(keys);
     }
     return items;
+}
+
+void ReadInstances(TDravin& object, const DescriptionValue& names,
+                   const DescriptionContext& context) {
+    std::vector<INode*> nodes;
+    for (const DescriptionValue& value : names.AsArray()) {
+        std::string name = value.AsText();
+        if (names.Document().Failed()) return;
+        if (INode* node = context.scene.FindNode(name))
+            nodes.push_back(node);
+        else
+            value.Warn(fmt::format("there is no node \"{}\" any more", CutText(name, 60)));
+    }
+    SetInstanceNodes(object, nodes);
+}
+
+Json WriteInstances(const TDravin& object, const DescriptionWriter& writer) {
+    Json names;
+    for (const INode* node : InstanceNodesOf(object, writer.scene))
+        names.push_back(node->GetName());
+    return names;
 }

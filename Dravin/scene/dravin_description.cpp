@@ -52,7 +52,7 @@ public:
         auto object = TDravin::Create();
         auto params = keys.Find("params"), curves = keys.Find("curves"), items = keys.Find("items");
         auto geometry = keys.Find("geometry"), areas = keys.Find("areas");
-        auto effects = keys.Find("effects");
+        auto effects = keys.Find("effects"), instances = keys.Find("instances");
         context.WhenAllExist([=, &context] {
             if (params) ReadParams(*object, *params, context);
             ReadList(*object, geometry, kGeomParams, GeometryRowIds(), ReadGeometryRows, context);
@@ -61,6 +61,7 @@ public:
             LoadEffectCurves(object->Block(kEffectParams), *object, kSlotEffectCurves);
             if (curves) ReadCurves(*object, *curves);
             if (items) ReadItems(*object, *items);
+            if (instances) ReadInstances(*object, *instances, context);
             object->CleanNodeLists();
         });
         return object;
@@ -94,6 +95,7 @@ public:
         if (effectRows) Add(keys, "effects", WriteEffectRows(*dravin, writer));
         Add(keys, "curves", WriteCurves(*dravin));
         Add(keys, "items", WriteItems(*dravin));
+        Add(keys, "instances", WriteInstances(*dravin, writer));
         return true;
     }
 

@@ -31,3 +31,9 @@ void ReadCurves(TDravin& object, const DescriptionValue& curves);
 nlohmann::ordered_json WriteCurves(const TDravin& object);
 void ReadItems(TDravin& object, const DescriptionValue& items);
 nlohmann::ordered_json WriteItems(const TDravin& object);
+
+// Nodes that items were turned into, by name; names of nodes that are not there are left out with a
+// warning.
+void ReadInstances(TDravin& object, const DescriptionValue& names,
+                   const DescriptionContext& context);
+nlohmann::ordered_json WriteInstances(const TDravin& object, const DescriptionWriter& writer);

@@ -9,6 +9,7 @@
 
 #include "Dravin/engine/item_fields.h"
 #include "Dravin/mesh/mesh_materials.h"
+#include "apps/dravin/xml_outputs.h"
 #include "host/base/text.h"
 #include "host/base/thread_pool.h"
 #include "host/io/gltf_export.h"
@@ -125,7 +126,8 @@ std::vector<MeshFilePart> MeshParts(std::span<const SceneDravin> objects,
 
 bool IsBuildOutput(const std::string& path) {
     std::string ending = EndingOf(path);
-    for (const char* known : {".json", ".csv", ".npz", ".gltf", ".glb", ".usda", ".obj", ".ply"})
+    for (const char* known :
+         {".json", ".csv", ".npz", ".xml", ".gltf", ".glb", ".usda", ".obj", ".ply"})
         if (ending == known) return true;
     return false;
 }
@@ -137,6 +139,8 @@ std::optional<TableKind> TableKindOf(const std::string& path) {
     if (ending == ".npz") return TableKind::kNpz;
     return std::nullopt;
 }
+
+bool IsXmlOutput(const std::string& path) { return EndingOf(path) == ".xml"; }
 
 bool IsMeshFile(const std::string& path) {
     std::string ending = EndingOf(path);

@@ -12,7 +12,7 @@
 // Endings that outputs may have; "-" is JSON on standard output.
 bool IsBuildOutput(const std::string& path);
 inline constexpr const char* kBuildOutputs =
-    ".json, .csv, .npz, .gltf, .glb, .usda, .obj, .ply or -";
+    ".json, .csv, .npz, .xml, .gltf, .glb, .usda, .obj, .ply or -";
 
 // Outputs that are tables of items (item_outputs.h); none for the others.
 enum class TableKind { kJson, kCsv, kNpz };

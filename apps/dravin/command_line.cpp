@@ -111,7 +111,7 @@ CommandLine::CommandLine()
     m_app.fallthrough();
     m_app.add_flag("--quiet", m_console.quiet, "errors only");
     m_app.add_flag("--json", m_console.json,
-                   "messages as JSON, one a line; schema and inspect: the result too");
+                   "messages as JSON, one a line; schema, inspect, preset list: the result too");
     m_app
         .add_option("--log-level", m_console.logLevel,
                     "none, normal or debug: what the engine tells of its work")
@@ -127,6 +127,8 @@ CommandLine::CommandLine()
     AddInspect();
     AddSchema();
     AddEffect();
+    AddPreset();
+    AddInstantiate();
     AddDemo();
     AddHelp();
 }
@@ -178,7 +180,7 @@ void CommandLine::AddBuild() {
     c->add_flag("--render", m_rendered, "what will be rendered (the default)")->excludes(viewport);
     AddThreads(c, o.threads);
     AddNoLimit(c);
-    AddList(c, "--fields", o.fields, "item fields, or all");
+    AddList(c, "--fields", o.fields, "item fields, or all; keys of its own for .xml (or none)");
     c->add_option("-o,--output", o.outputs,
                   fmt::format("output by ending: {}, which is JSON on standard output; several may "
                               "stand. Without it the statistics panel is printed",

@@ -33,6 +33,8 @@ private:
     void AddInspect();
     void AddSchema();
     void AddEffect();
+    void AddPreset();
+    void AddInstantiate();
     void AddDemo();
     void AddHelp();
     void AddLimits();
@@ -52,6 +54,8 @@ private:
     std::string m_schemaFilter;
     EffectOptions m_effect;
     std::string m_listedEffect;
+    PresetOptions m_preset;
+    InstantiateOptions m_instantiate;
     DemoCommandOptions m_demo;
     std::string m_helpFor, m_completionFor;
     bool m_manual = false, m_rendered = false, m_noLimit = false;

@@ -70,3 +70,28 @@ struct EffectOptions {
 ExitCode RunEffect(const EffectOptions& options);
 // The shipped effects, one a line; of one of them, its description and parameters.
 ExitCode RunEffectList(const std::string& name);
+
+enum class PresetCommand { kSave, kLoad, kDelete, kRename, kExport, kImport };
+struct PresetOptions {
+    std::string scene;    // export: or a preset's name; import: or the file to import
+    std::string name;     // of the preset; export and import into a scene: the preset's file
+    std::string newName;  // rename
+    std::string object;   // empty: the only one
+    std::string file;     // of presets; empty: the user's own
+    std::string output;   // the scene that is written
+};
+ExitCode RunPreset(PresetCommand command, const PresetOptions& options);
+// Names, one a line, or as JSON.
+ExitCode RunPresetList(const PresetOptions& options, bool json);
+
+struct InstantiateOptions {
+    std::string scene, output;
+    std::string object;     // empty: all
+    int hierarchy = 0;      // 0 individual objects, 1 a group, 2 a layer
+    std::string layer;      // empty: the usual one
+    bool noFreeze = false;  // the layer
+    bool keepOld = false;   // objects of an earlier run
+    bool keepGeometry = false, noEnable = false;
+    bool deleteOnly = false;
+};
+ExitCode RunInstantiate(const InstantiateOptions& options);

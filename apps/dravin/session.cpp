@@ -29,6 +29,17 @@ public:
         kind == MessageKind::kError ? PrintError(line) : PrintWarning(line);
     }
     void ListenerPrint(const std::string& text) override { PrintNote(text); }
+    void ProgressStart(const std::string& title) override {
+        m_bar = std::make_unique<ProgressBar>(title);
+    }
+    bool ProgressUpdate(int percent) override {
+        if (m_bar) m_bar->Update(float(percent) / 100);
+        return true;
+    }
+    void ProgressEnd() override { m_bar.reset(); }
+
+private:
+    std::unique_ptr<ProgressBar> m_bar;
 };
 
 std::vector<SceneDravin> AllObjects(const Scene& scene) {
@@ -88,6 +99,12 @@ Session::Session() : m_formats(MakeSceneLoaders()) {
 }
 
 ExitCode Session::Open(const std::string& path) {
+    ExitCode code = Read(path);
+    if (code == kExitDone) LoadTemplates();
+    return code;
+}
+
+ExitCode Session::Read(const std::string& path) {
     if (!HasMainFolder()) PrintWarning(NoMainFolder());
     m_host.notifications.Broadcast(HostNotify::kFilePreOpen);
     SceneReadResult result = [&] {
@@ -103,9 +120,15 @@ ExitCode Session::Open(const std::string& path) {
     }
     m_scene = std::move(result.scene);
     m_host.SetCurrentScene(m_scene.get());
-    LoadTemplates();
     m_host.notifications.Broadcast(HostNotify::kFilePostOpen);
     return kExitDone;
+}
+
+ExitCode Session::Save(const std::string& path) {
+    std::string error;
+    if (SaveSceneDescription(*m_scene, path, m_formats, &error)) return kExitDone;
+    PrintError(error);
+    return kExitNoOutput;
 }
 
 // Rows of geometry lists and levels of detail name templates by name; their ids follow the
@@ -166,6 +189,17 @@ std::optional<std::vector<SceneDravin>> Session::FindObjects(const std::string& 
     }
     PrintError(fmt::format("--object: the scene has no scatter object \"{}\"{}; it has {}", name,
                            DidYouMean(name, names), Listed(names)));
+    return std::nullopt;
+}
+
+std::optional<SceneDravin> Session::FindObject(const std::string& name) {
+    auto objects = FindObjects(name);
+    if (!objects) return std::nullopt;
+    if (objects->size() == 1) return objects->front();
+    std::vector<std::string> names;
+    for (const SceneDravin& dravin : *objects) names.push_back(dravin.node->GetName());
+    PrintError(fmt::format("the scene has several scatter objects; choose one with --object: {}",
+                           Listed(names)));
     return std::nullopt;
 }
 

@@ -25,6 +25,12 @@ public:
 
     // Reads the scene and loads the templates that its geometry lists name. Errors are printed.
     ExitCode Open(const std::string& path);
+    // Reads the scene alone, as commands do that write it again.
+    ExitCode Read(const std::string& path);
+    // Loads the templates; Open does.
+    void LoadTemplates();
+    // Writes the scene, whole or not at all. The error is printed.
+    ExitCode Save(const std::string& path);
 
     Scene& GetScene() { return *m_scene; }
     // What has been read so far.
@@ -32,9 +38,10 @@ public:
     // All scatter objects in node order, or the one of that name. None, with the error printed,
     // when there is no such object; the message lists those that there are.
     std::optional<std::vector<SceneDravin>> FindObjects(const std::string& name);
+    // The one of that name, or the only one there is. None, with the error printed, otherwise.
+    std::optional<SceneDravin> FindObject(const std::string& name);
 
 private:
-    void LoadTemplates();
     bool LoadTemplate(const INode& node, TSpecEntry& entry);
 
     InputRecord m_inputs;

@@ -1,25 +1,17 @@
 #include "host/base/ini_file.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
+#include <cassert>
 #include <filesystem>
-
-#include <fcntl.h>
-#include <sys/file.h>
-#include <unistd.h>
-
-#include <fmt/format.h>
 
 #include "host/base/atomic_file.h"
 #include "host/base/file_input.h"
+#include "host/base/file_lock.h"
 #include "host/base/text.h"
 
 namespace fs = std::filesystem;
 
 namespace {
-
-constexpr uint64_t kLargestFile = 4 << 20;
 
 char ToLower(char c) { return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c; }
 
@@ -45,11 +37,11 @@ std::string Written(std::string_view value) {
 
 }  // namespace
 
-bool IniFile::Load(const std::string& path, std::string* error) {
+bool IniFile::Load(const std::string& path, std::string* error, uint64_t limit) {
     m_sections.clear();
     std::error_code unknown;
     if (!fs::exists(path, unknown)) return true;
-    std::optional<std::string> text = ReadWholeFile(path, kLargestFile, error);
+    std::optional<std::string> text = ReadWholeFile(path, limit, error);
     if (text) Parse(*text);
     return text.has_value();
 }
@@ -99,20 +91,18 @@ bool IniFile::Save(const std::string& path, std::string* error) const {
 
 bool IniFile::Edit(const std::string& path, const std::function<void(IniFile&)>& change,
                    std::string* error) {
+    auto always = [&](IniFile& file) { return change(file), true; };
+    return TryEdit(path, always, error);
+}
+
+bool IniFile::TryEdit(const std::string& path, const std::function<bool(IniFile&)>& change,
+                      std::string* error, uint64_t limit) {
     std::error_code failed;
-    fs::create_directories(fs::path(path).parent_path(), failed);
-    int lock = open((path + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
-    if (lock < 0 || flock(lock, LOCK_EX) != 0) {
-        *error = fmt::format("{}.lock: {}", path, std::strerror(errno));
-        if (lock >= 0) close(lock);
-        return false;
-    }
+    fs::create_directories(fs::path(path).parent_path(), failed);  // Lock tells what comes of it
+    FileLock lock;
     IniFile file;
-    bool done = file.Load(path, error);
-    if (done) change(file);
-    done = done && file.Save(path, error);
-    close(lock);
-    return done;
+    if (!lock.Lock(path, error) || !file.Load(path, error, limit)) return false;
+    return !change(file) || file.Save(path, error);
 }
 
 const IniFile::Line* IniFile::Find(std::string_view section, std::string_view key) const {
@@ -175,4 +165,61 @@ std::vector<std::string> IniFile::Keys(std::string_view section) const {
             for (const Line& line : s.lines)
                 if (!line.key.empty()) keys.push_back(line.key);
     return keys;
+}
+
+bool IniFile::HasSection(std::string_view section) const {
+    return std::any_of(m_sections.begin(), m_sections.end(), [&](const Section& s) {
+        return !s.header.empty() && SameName(s.name, section);
+    });
+}
+
+IniFile::Entries IniFile::ReadSection(std::string_view section) const {
+    Entries entries;
+    for (const Section& s : m_sections)
+        if (!s.header.empty() && SameName(s.name, section))
+            for (const Line& line : s.lines)
+                if (!line.key.empty())
+                    entries.emplace_back(
+                        line.key,
+                        Trim(std::string_view(line.text).substr(line.text.find('=') + 1)));
+    return entries;
+}
+
+void IniFile::ReplaceSection(std::string_view section, const Entries& entries) {
+    Section fresh{std::string(section), std::string("[").append(section).append("]"), {}};
+    for (const auto& [key, value] : entries) {
+        assert(Trim(value) == value && value.find_first_of("\r\n") == value.npos);
+        std::string text = std::string(key).append("=").append(value);
+        fresh.lines.push_back({std::move(text), key, std::string(Unquoted(value))});
+    }
+    auto found = std::find_if(m_sections.begin(), m_sections.end(), [&](const Section& s) {
+        return !s.header.empty() && SameName(s.name, section);
+    });
+    if (found == m_sections.end()) {
+        m_sections.push_back(std::move(fresh));
+        return;
+    }
+    // Further sections of the name would come back the next time that it is read.
+    size_t place = size_t(found - m_sections.begin());
+    m_sections[place] = std::move(fresh);
+    m_sections.erase(std::remove_if(m_sections.begin() + int64_t(place) + 1, m_sections.end(),
+                                    [&](const Section& s) { return SameName(s.name, section); }),
+                     m_sections.end());
+}
+
+bool IniFile::RemoveSection(std::string_view section) {
+    return std::erase_if(m_sections, [&](const Section& s) {
+               return !s.header.empty() && SameName(s.name, section);
+           }) > 0;
+}
+
+bool IniFile::RenameSection(std::string_view section, std::string_view name) {
+    bool isThere = false;
+    for (Section& s : m_sections) {
+        if (s.header.empty() || !SameName(s.name, section)) continue;
+        isThere = true;
+        s.name = name;
+        s.header = std::string("[").append(name).append("]");
+    }
+    return isThere;
 }

@@ -4,6 +4,7 @@
 #include <array>
 #include <bit>
 #include <charconv>
+#include <cmath>
 #include <cstring>
 
 namespace {
@@ -158,4 +159,21 @@ char* WriteNumber(char* out, float value) {
         }
     }
     return std::to_chars(out, out + kNumberRoom, value).ptr;
+}
+
+char* WriteSixDigits(char* out, float value) {
+    // The least numbers whose six digits have 9, 8, ... 0 places behind the point.
+    constexpr double kLeast[] = {1e-4, 1e-3, 1e-2, 1e-1, 1, 10, 100, 1000, 1e4, 1e5};
+    double positive = std::abs(double(value));
+    if (!(positive >= kLeast[0] && positive < 999999.5)) {
+        if (positive == 0) return WriteNumber(out, value);
+        return std::to_chars(out, out + kNumberRoom, value, std::chars_format::general, 6).ptr;
+    }
+    int step = 0;
+    for (int i = 1; i < 10; ++i) step += positive >= kLeast[i];
+    int places = 9 - step;
+    auto digits = uint32_t(std::nearbyint(positive * double(kPowers[size_t(places)])));
+    for (; places > 0 && digits % 10 == 0; --places) digits /= 10;
+    *out = '-', out += std::signbit(value);
+    return PutFixed(out, digits, places);
 }

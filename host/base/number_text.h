@@ -18,3 +18,10 @@ inline constexpr int kNumberRoom = 32;
 char* WriteNumber(char* out, float value);
 char* WriteNumber(char* out, int32_t value);
 char* WriteNumber(char* out, uint32_t value);
+
+// Six significant digits as printf's "%g" writes them in the C locale, whatever the locale: "0.1",
+// "123457", "1e+06"; those that are not finite as inf, -inf, nan and -nan.
+//
+// From 0.0001 to 10^6 the digits are v 10^k in double precision, where the product is exact (24
+// bits of the float and at most 21 of 5^9), rounded to even. Others go to std::to_chars.
+char* WriteSixDigits(char* out, float value);

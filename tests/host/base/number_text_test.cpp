@@ -5,6 +5,7 @@
 #include <bit>
 #include <charconv>
 #include <cmath>
+#include <cstdio>
 #include <limits>
 #include <random>
 #include <string>
@@ -70,4 +71,30 @@ TEST(NumberText, WholeNumbers) {
         }
     EXPECT_EQ(Ours(std::numeric_limits<int32_t>::min()), "-2147483648");
     EXPECT_EQ(Ours(std::numeric_limits<uint32_t>::max()), "4294967295");
+}
+
+TEST(NumberText, SixDigitsAreThoseOfPrintf) {
+    auto ours = [](float value) {
+        char text[kNumberRoom];
+        return std::string(text, WriteSixDigits(text, value));
+    };
+    auto expected = [](float value) {
+        char text[64];
+        std::snprintf(text, sizeof text, "%g", double(value));
+        return std::string(text);
+    };
+    EXPECT_EQ(ours(0.1f), "0.1");
+    EXPECT_EQ(ours(-123456.5f), "-123456");  // a tie goes to the even digit
+    EXPECT_EQ(ours(1e6f), "1e+06");
+    for (float value : {0.f, -0.f, 1e-4f, 9.9999994e-5f, 999999.5f, 999999.44f, 99999.95f, 1e-5f,
+                        std::numeric_limits<float>::infinity(), std::numeric_limits<float>::max()})
+        EXPECT_EQ(ours(value), expected(value));
+    std::mt19937 generator(11);
+    for (int i = 0; i < 300000; ++i) {
+        float value = std::bit_cast<float>(uint32_t(generator()));
+        ASSERT_EQ(ours(value), expected(value)) << std::bit_cast<uint32_t>(value);
+    }
+    uint32_t end = std::bit_cast<uint32_t>(2e6f);
+    for (uint32_t bits = std::bit_cast<uint32_t>(0.00005f); bits < end; bits += 397)
+        ASSERT_EQ(ours(-std::bit_cast<float>(bits)), expected(-std::bit_cast<float>(bits))) << bits;
 }

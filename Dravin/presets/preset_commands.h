@@ -1,0 +1,32 @@
+// What users do with presets in the panel of a scatter object, without a window: choose, save,
+// delete, export and import. Questions and messages go to the user-interface port. One thread.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Dravin/presets/dravin_presets.h"
+
+class TPresetCommands {
+public:
+    // path: of the presets file; the object must outlive this.
+    explicit TPresetCommands(TDravin& object, std::string path = DravinPresetsPath());
+
+    // Names for the list; none where the file cannot be read.
+    std::vector<std::string> Names() const;
+
+    // Each is true when it has done something: the user agreed, and it worked.
+    bool Choose(const std::string& name);
+    bool Save(const std::string& name);
+    bool Delete(const std::string& name);
+    // Asks for the file; the preset takes the file's base name.
+    bool Export();
+    // Asks for the file, and loads its first preset.
+    bool Import();
+
+private:
+    bool Finish(const PresetResult& result, const std::string& failure, const char* caption);
+
+    TDravin& m_object;
+    std::string m_path;
+};
