@@ -14,9 +14,9 @@ protected:
         m_folder.Write("wood.json", R"({"dravin_scene": 1, "nodes": [
   {"name": "ground", "type": "plane", "width": 100, "length": 100},
   {"name": "tree", "type": "box", "width": 1, "length": 1, "height": 2, "hidden": true},
-  {"name": "wood", "type": "dravin", "params": {"surflist": ["ground"], "pixels_x": 10, "pixels_y": 10},
+  {"name": "wood", "type": "dravin", "params": {"surflist": ["ground"], "units_x": 150, "units_y": 150},
    "geometry": [{"name": "tree", "object": "tree"}]},
-  {"name": "park", "type": "dravin", "params": {"surflist": ["ground"], "pixels_x": 10, "pixels_y": 10, "seed": 5},
+  {"name": "park", "type": "dravin", "params": {"surflist": ["ground"], "units_x": 150, "units_y": 150, "seed": 5},
    "geometry": [{"name": "tree", "object": "tree"}]}]})");
     }
     ProgramRun Dravin(const std::string& arguments) const {
