@@ -1,4 +1,5 @@
-// One run of a command over a scene: the host, the scene, and its scatter objects.
+// A scene that is open: the host, the scene, and its scatter objects. A command has one; a program
+// that holds several says which one it works in (Use, and a ContextScope over Host).
 #pragma once
 
 #include <memory>
@@ -25,8 +26,19 @@ public:
 
     // Reads the scene and loads the templates that its geometry lists name. Errors are printed.
     ExitCode Open(const std::string& path);
+    // The same from text; relative files start from `folder`.
+    ExitCode Parse(const std::string& text, const std::string& name, const std::string& folder);
+    // Takes nodes, maps and materials of a description into the open scene, all or, with the error
+    // printed, none.
+    ExitCode Add(const std::string& text, const std::string& name);
+    // Loads the templates that geometry lists name, where rows have changed.
+    void LoadTemplates();
 
     Scene& GetScene() { return *m_scene; }
+    HostContext& Host() { return m_host; }
+    const SceneFormats& Formats() const { return m_formats; }
+    // The files that are read from now on are this one's inputs.
+    void Use() { m_inputs.TakeOver(); }
     // What has been read so far.
     const InputRecord& Inputs() const { return m_inputs; }
     // All scatter objects in node order, or the one of that name. None, with the error printed,
@@ -34,7 +46,8 @@ public:
     std::optional<std::vector<SceneDravin>> FindObjects(const std::string& name);
 
 private:
-    void LoadTemplates();
+    template <class Read>
+    ExitCode Take(const Read& read);
     bool LoadTemplate(const INode& node, TSpecEntry& entry);
 
     InputRecord m_inputs;
