@@ -18,7 +18,7 @@ DRAVIN   := $(BUILD)/apps/dravin/dravin
 CONFIGURE = cmake -Wno-dev --log-level=WARNING -DDRAVIN_STRICT=$(if $(STRICT),ON,OFF)
 
 .PHONY: build dravin demo test debug bench bench-peers fuzz format check-format tidy clean packages \
-        install package
+        install package python
 
 packages:
 	@scripts/install-packages
@@ -73,6 +73,12 @@ tidy: build
 # The program, its import helper, data, documentation, manual page and completions; see docs/install.md.
 install: dravin
 	@DESTDIR="$(DESTDIR)" cmake --install $(BUILD) --prefix "$(PREFIX)"
+
+# The Python package: a wheel in the build folder's python/dist, installed for the system's Python.
+python: packages
+	@$(CONFIGURE) --preset $(PRESET)
+	@cmake --build $(BUILD) -j $(JOBS) --target dravin_python
+	@scripts/make-wheel $(BUILD) --install
 
 # A Debian package in build/release.
 package: dravin

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Dravin/config/settings.h"
+#include "host/base/program_part.h"
 
 namespace fs = std::filesystem;
 
@@ -18,15 +19,17 @@ bool IsMainFolder(const fs::path& folder) {
 }
 
 // Where the main folder may be, likeliest first: of an installation beside the program's folder, of
-// a build folder above it.
+// a module that brings it along or of a build folder above, of an installation that a module of
+// another program belongs to.
 std::vector<fs::path> Candidates() {
-    std::error_code error;
-    fs::path program = fs::read_symlink("/proc/self/exe", error);
-    if (error) return {};
-    fs::path folder = program.parent_path();
-    std::vector<fs::path> candidates{folder.parent_path() / "share" / "dravin"};
-    for (; folder.has_relative_path(); folder = folder.parent_path())
+    fs::path program = ProgramFolder();
+    if (program.empty()) return {};
+    std::vector<fs::path> candidates{program.parent_path() / "share" / "dravin"};
+    for (fs::path folder = program; folder.has_relative_path(); folder = folder.parent_path())
         candidates.push_back(folder / "data");
+    for (fs::path folder = program.parent_path().parent_path(); folder.has_relative_path();
+         folder = folder.parent_path())
+        candidates.push_back(folder / "share" / "dravin");
     return candidates;
 }
 

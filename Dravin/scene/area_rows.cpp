@@ -168,7 +168,7 @@ void ReadAreaRows(TDravin& object, const DescriptionValue& rows,
         ReadRow(value, reader, context);
         if (value.Document().Failed()) return;
     }
-    reader.Store();
+    reader.Store(kIds);
 }
 
 Json WriteAreaRows(const TDravin& object, const DescriptionWriter& writer) {

@@ -84,13 +84,16 @@ Json WriteCurvePoints(const std::vector<CurvePoint>& points) {
 
 void ReadCurves(TDravin& object, const DescriptionValue& curves) {
     DescriptionObject keys(curves);
+    std::vector<std::pair<const DravinCurveName*, std::vector<CurvePoint>>> read;
     for (const DravinCurveName& curve : DravinCurveNames())
-        if (auto value = keys.Find(curve.name)) {
-            // "params" may have taken the set away.
-            if (!object.CurveSet(curve.slot)) object.ResetReference(curve.slot);
-            object.CurveSet(curve.slot)->SetPoints(curve.index, ReadCurvePoints(*value));
-        }
+        if (auto value = keys.Find(curve.name)) read.emplace_back(&curve, ReadCurvePoints(*value));
     keys.Finish();
+    if (curves.Document().Failed()) return;
+    for (auto& [curve, points] : read) {
+        // "params" may have taken the set away.
+        if (!object.CurveSet(curve->slot)) object.ResetReference(curve->slot);
+        object.CurveSet(curve->slot)->SetPoints(curve->index, std::move(points));
+    }
 }
 
 Json WriteCurves(const TDravin& object) {
@@ -108,7 +111,7 @@ Json WriteCurves(const TDravin& object) {
 void ReadItems(TDravin& object, const DescriptionValue& items) {
     std::vector<TStoredItem> read;
     for (const DescriptionValue& value : items.AsArray()) read.push_back(ReadItem(value));
-    object.SetStoredItems(std::move(read));
+    if (!items.Document().Failed()) object.SetStoredItems(std::move(read));
 }
 
 Json WriteItems(const TDravin& object) {

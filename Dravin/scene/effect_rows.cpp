@@ -352,7 +352,7 @@ void ReadEffectRows(TDravin& object, const DescriptionValue& rows,
         keys.Finish();
         if (value.Document().Failed()) return;
     }
-    reader.Store();
+    reader.Store(EffectRowIds());
 }
 
 Json WriteEffectRows(const TDravin& object, const DescriptionWriter& writer) {

@@ -79,7 +79,7 @@ void ReadGeometryRows(TDravin& object, const DescriptionValue& rows,
         keys.Finish();
         if (value.Document().Failed()) return;
     }
-    reader.Store();
+    reader.Store(kIds);
 }
 
 Json WriteGeometryRows(const TDravin& object, const DescriptionWriter& writer) {

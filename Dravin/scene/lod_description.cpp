@@ -119,7 +119,10 @@ private:
             ReadLevel(value, reader, lod.Block());
             if (levels.Document().Failed()) return;
         }
-        reader.Store();
+        std::vector<ParamID> lists;
+        for (const ParamDef& def : LodBlock().params)
+            if (def.list) lists.push_back(def.id);
+        reader.Store(lists);
         WarnOfEqualThresholds(lod, levels);
     }
 

@@ -25,9 +25,9 @@ void RowReader::Column(DescriptionObject& keys, const char* key, ParamID id, Par
     m_lists[id].push_back(element ? std::move(*element) : ParamElement{std::move(missing), {}});
 }
 
-void RowReader::Store() {
+void RowReader::Store(std::span<const ParamID> ids) {
     AccessorSuspender quiet(m_block);
-    for (auto& [id, elements] : m_lists) m_block.SetElements(id, std::move(elements));
+    for (ParamID id : ids) m_block.SetElements(id, std::move(m_lists[id]));
     m_lists.clear();
 }
 
@@ -40,7 +40,7 @@ const std::vector<ParamElement>& RowWriter::List(ParamID id) const {
 void RowWriter::Column(nlohmann::ordered_json& row, const char* key, ParamID id, int i,
                        const ParamValue& missing) const {
     const ParamElement& element = List(id)[size_t(i)];
-    if (element.track.IsEmpty() && element.value == missing) return;
+    if (!m_writer.complete && element.track.IsEmpty() && element.value == missing) return;
     Column(row, key, id, i);
 }
 

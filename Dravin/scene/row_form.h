@@ -29,7 +29,8 @@ public:
     // The declared element default.
     void PutDefault(ParamID id) { Put(id, m_block.GetDesc().Find(id)->defaultValue); }
 
-    void Store();
+    // All of these lists, which hold what the rows have said of them.
+    void Store(std::span<const ParamID> ids);
 
 private:
     IParamBlock2& m_block;

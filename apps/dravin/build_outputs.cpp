@@ -89,7 +89,7 @@ bool RunGltf(const std::string& path, std::span<const IInstanceSource* const> so
     gltf.flat = options.flat;
     gltf.unitScale = scene.unitScale;
     gltf.warnings = warnings;
-    gltf.progress = [&bar](float share) { return bar.Update(share), true; };
+    gltf.progress = [&bar](float share) { return bar.Update(share); };
     return ExportGltf(path, sources, meshes, gltf, error);
 }
 
@@ -100,7 +100,7 @@ bool RunUsd(const std::string& path, std::span<const IInstanceSource* const> sou
     UsdOptions usd;
     usd.unitScale = scene.unitScale;
     usd.threads = options.threads > 0 ? options.threads : NumProcessors();
-    usd.progress = [&bar](float share) { return bar.Update(share), true; };
+    usd.progress = [&bar](float share) { return bar.Update(share); };
     return ExportUsd(path, sources, meshes, usd, warnings, error);
 }
 

@@ -154,12 +154,18 @@ ExitCode BuildOutputs(Session& session, std::span<const SceneDravin> objects,
 }  // namespace
 
 ExitCode RunBuild(const BuildOptions& options) {
+    // What cannot be written is told before a large scene is read.
+    if (ExitCode code = CheckEndings(options); code != kExitDone) return code;
+    if (!FieldsOf(options)) return kExitUsage;
+    Session session;
+    if (ExitCode code = session.Open(options.scene); code != kExitDone) return code;
+    return BuildOpenScene(session, options);
+}
+
+ExitCode BuildOpenScene(Session& session, const BuildOptions& options) {
     if (ExitCode code = CheckEndings(options); code != kExitDone) return code;
     std::optional<BuildFields> fields = FieldsOf(options);
     if (!fields) return kExitUsage;
-
-    Session session;
-    if (ExitCode code = session.Open(options.scene); code != kExitDone) return code;
     auto objects = session.FindObjects(options.object);
     if (!objects) return options.object.empty() ? kExitMalformed : kExitUsage;
     if (ExitCode code = CheckNotInputs(options.outputs, session.Inputs()); code != kExitDone)

@@ -73,7 +73,9 @@ ExitCode RunDemo(const DemoCommandOptions& options) {
         code != kExitDone)
         return code;
     PrintNote(fmt::format("rendering {}", picture));
-    if (ExitCode code = RenderToFile(setup, picture); code != kExitDone) return code;
+    RenderOutcome outcome;
+    if (ExitCode code = RenderWithProgress(setup, &outcome); code != kExitDone) return code;
+    if (ExitCode code = WriteRendered(setup, outcome, picture); code != kExitDone) return code;
     PrintResult(
         fmt::format("\nThe demo took {:.0f} s. Look at {}, read {}, and try\n"
                     "  dravin build {} -o items.csv\n"

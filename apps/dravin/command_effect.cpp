@@ -28,6 +28,27 @@ bool IsText(std::string_view bytes) {
     return controls <= kSomeOnPurpose || controls * 50 < bytes.size();
 }
 
+// A program, or a definition in XML.
+ExitCode ParseEffect(std::string text, const std::string& name, TEffectDefinition* definition) {
+    if (!IsText(text)) {
+        PrintError(fmt::format("{}: is no text", name));
+        return kExitMalformed;
+    }
+    if (Trim(text).empty()) PrintWarning(fmt::format("{}: is empty and does nothing", name));
+    if (!IsEffectDefinition(text)) {
+        definition->expression = std::move(text);
+        return kExitDone;
+    }
+    std::string error;
+    auto read = ReadEffectDefinition(text, &error);
+    if (!read) {
+        PrintError(fmt::format("{}: {}", name, error));
+        return kExitMalformed;
+    }
+    *definition = std::move(*read);
+    return kExitDone;
+}
+
 // A file, or a shipped effect by its name.
 ExitCode ReadProgram(std::string file, TEffectDefinition* definition) {
     std::string error, noName;
@@ -43,22 +64,7 @@ ExitCode ReadProgram(std::string file, TEffectDefinition* definition) {
         PrintError(error);
         return kExitMissingInput;
     }
-    if (!IsText(*text)) {
-        PrintError(fmt::format("{}: is no text", file));
-        return kExitMalformed;
-    }
-    if (Trim(*text).empty()) PrintWarning(fmt::format("{}: is empty and does nothing", file));
-    if (!IsEffectDefinition(*text)) {
-        definition->expression = std::move(*text);
-        return kExitDone;
-    }
-    auto read = ReadEffectDefinition(*text, &error);
-    if (!read) {
-        PrintError(fmt::format("{}: {}", file, error));
-        return kExitMalformed;
-    }
-    *definition = std::move(*read);
-    return kExitDone;
+    return ParseEffect(std::move(*text), file, definition);
 }
 
 // "3", "2.5" or "[1,2,3]".
@@ -166,16 +172,13 @@ void Print(std::string_view lines) {
     if (!lines.empty()) PrintResult(std::string(lines));
 }
 
-}  // namespace
-
-ExitCode RunEffect(const EffectOptions& options) {
-    TEffectDefinition definition;
-    if (ExitCode code = ReadProgram(options.file, &definition); code != kExitDone) return code;
+ExitCode RunDefinition(const TEffectDefinition& definition, const EffectOptions& options,
+                       EffectRun* run) {
     TEffectNames effect;
     if (ExitCode code = DeclareAll(options, definition, effect); code != kExitDone) return code;
     compilation compiled = effect.names.compile(definition.expression);
     if (!compiled.code) {
-        Print(compiled.error);
+        run->error = compiled.error;
         return kExitFailed;
     }
     if (options.checkOnly) return kExitDone;
@@ -193,22 +196,43 @@ ExitCode RunEffect(const EffectOptions& options) {
     for (size_t i = 0; i < attributes.size(); ++i)
         machine.set_slot(effect.itemSlot + i,
                          attributes[i].read({lanes, *cells, 0, outcome, input}));
-    std::string output;
-    machine.set_output(&output);
+    machine.set_output(&run->output);
     TNuRandom random(options.seed);
     TEffVMCallback host;
-    bool finished = machine.run(&random, &host);
-    Print(output);
-    if (!finished) {
-        PrintResult(fmt::format("run-time error {} at cell {}", int(machine.error()),
-                                machine.error_cell()));
+    if (!machine.run(&random, &host)) {
+        run->error =
+            fmt::format("run-time error {} at cell {}", int(machine.error()), machine.error_cell());
         if (!machine.error_text().empty()) PrintError(machine.error_text());
         return kExitFailed;
     }
     for (size_t i = 0; i < attributes.size(); ++i)
         if (attributes[i].write && machine.is_modified(effect.itemSlot + i))
-            PrintResult(
-                fmt::format("dpItem.{} = {}", attributes[i].name,
-                            Taken(attributes[i], machine.slot(effect.itemSlot + i)).text()));
+            run->attributes.emplace_back(
+                attributes[i].name, Taken(attributes[i], machine.slot(effect.itemSlot + i)).text());
     return kExitDone;
+}
+
+}  // namespace
+
+ExitCode RunEffect(const EffectOptions& options) {
+    TEffectDefinition definition;
+    if (ExitCode code = ReadProgram(options.file, &definition); code != kExitDone) return code;
+    EffectRun run;
+    ExitCode code = RunDefinition(definition, options, &run);
+    Print(run.output);
+    Print(run.error);
+    for (const auto& [name, text] : run.attributes)
+        PrintResult(fmt::format("dpItem.{} = {}", name, text));
+    return code;
+}
+
+ExitCode RunEffectText(const std::string& text, const std::string& name,
+                       const EffectOptions& options, EffectRun* run) {
+    if (text.size() > kMaxEffectBytes) {
+        PrintError(TooLargeEffect(name, text.size()));
+        return kExitLimit;
+    }
+    TEffectDefinition definition;
+    if (ExitCode code = ParseEffect(text, name, &definition); code != kExitDone) return code;
+    return RunDefinition(definition, options, run);
 }

@@ -28,17 +28,21 @@ std::string FrameName(const std::string& output, int frame) {
     return fmt::format("{}.{:04}{}", output.substr(0, dot), frame, output.substr(dot));
 }
 
+ExitCode CheckNoInput(const Session& session, const RenderOptions& options) {
+    if (options.output.empty()) return kExitDone;
+    return CheckNotInputs({{options.output}}, session.Inputs());
+}
+
 // The scene must be open, and the camera checked.
-ExitCode RenderPictureOf(Session& session, const RenderOptions& options) {
-    if (ExitCode code = CheckNotInputs({{options.output}}, session.Inputs()); code != kExitDone)
-        return code;
+ExitCode RenderPictureOf(Session& session, const RenderOptions& options, RenderOutcome* outcome) {
+    if (ExitCode code = CheckNoInput(session, options); code != kExitDone) return code;
     NoticePair rendering(HostNotify::kPreRender, HostNotify::kPostRender);
     RenderSetup setup;
     if (ExitCode code = SetUpRender(session, options, &setup); code != kExitDone) return code;
     // Building opens further files: images, templates.
-    if (ExitCode code = CheckNotInputs({{options.output}}, session.Inputs()); code != kExitDone)
-        return code;
-    return RenderToFile(setup, options.output);
+    if (ExitCode code = CheckNoInput(session, options); code != kExitDone) return code;
+    if (ExitCode code = RenderWithProgress(setup, outcome); code != kExitDone) return code;
+    return options.output.empty() ? kExitDone : WriteRendered(setup, *outcome, options.output);
 }
 
 // One picture a frame. Scatter objects are built again only when something that they show has
@@ -56,7 +60,8 @@ ExitCode RenderFrames(Session& session, const RenderOptions& options) {
         one.time = int(frame * ticks);
         one.output = FrameName(options.output, frame);
         session.GetScene().SetTime(*one.time);
-        if (ExitCode code = RenderPictureOf(session, one); code != kExitDone) return code;
+        RenderOutcome outcome;
+        if (ExitCode code = RenderPictureOf(session, one, &outcome); code != kExitDone) return code;
     }
     return kExitDone;
 }
@@ -68,5 +73,14 @@ ExitCode RunRender(const RenderOptions& options) {
     Session session;
     if (ExitCode code = session.Open(options.scene); code != kExitDone) return code;
     if (!CheckCamera(session.GetScene(), options.camera)) return kExitUsage;
-    return options.frames ? RenderFrames(session, options) : RenderPictureOf(session, options);
+    if (options.frames) return RenderFrames(session, options);
+    RenderOutcome outcome;
+    return RenderPictureOf(session, options, &outcome);
+}
+
+ExitCode RenderOpenScene(Session& session, const RenderOptions& options, RenderOutcome* outcome) {
+    if (!options.output.empty())
+        if (ExitCode code = CheckOutput(options.output); code != kExitDone) return code;
+    if (!CheckCamera(session.GetScene(), options.camera)) return kExitUsage;
+    return RenderPictureOf(session, options, outcome);
 }

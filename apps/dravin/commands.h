@@ -24,6 +24,9 @@ struct BuildOptions {
     std::optional<TBuildPart> piece;   // of several that are joined later; .npz outputs only
 };
 ExitCode RunBuild(const BuildOptions& options);
+class Session;
+// The same over a scene that is open, whatever file the options name.
+ExitCode BuildOpenScene(Session& session, const BuildOptions& options);
 
 struct JoinOptions {
     std::vector<std::string> parts;
@@ -42,6 +45,10 @@ struct RenderOptions {
     int threads = 0;
 };
 ExitCode RunRender(const RenderOptions& options);
+struct RenderOutcome;
+// One picture of an open scene, whatever file the options name; written where they name an output.
+// Errors are printed.
+ExitCode RenderOpenScene(Session& session, const RenderOptions& options, RenderOutcome* outcome);
 
 struct InfoOptions {
     std::string scene;
@@ -68,6 +75,17 @@ struct EffectOptions {
     uint32_t seed = 123456;
 };
 ExitCode RunEffect(const EffectOptions& options);
+
+// What a run of an effect gave.
+struct EffectRun {
+    std::string output;                                           // of print
+    std::vector<std::pair<std::string, std::string>> attributes;  // that it assigned, with values
+    std::string error;  // why it does not compile, or how it ended; empty when all is well
+};
+// Compiles an effect that is given as text, and runs it unless options only check; `name` stands in
+// messages. Errors but those of the effect itself are printed.
+ExitCode RunEffectText(const std::string& text, const std::string& name,
+                       const EffectOptions& options, EffectRun* run);
 // The shipped effects, one a line; of one of them, its description and parameters.
 ExitCode RunEffectList(const std::string& name);
 

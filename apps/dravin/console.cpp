@@ -31,6 +31,7 @@ constexpr std::pair<int, const char*> kExitCodeTexts[] = {
 };
 
 ConsoleOptions g_options;
+std::atomic<ConsoleWatcher*> g_watcher{nullptr};
 // What the bar on the terminal shows, in percent; kNoBar where there is none.
 constexpr int kNoBar = -1;
 std::atomic<int> g_barPercent{kNoBar};
@@ -57,6 +58,7 @@ std::string Printable(const std::string& text) {
 }
 
 void ClearBar() {
+    if (g_watcher) return;
     if (g_barPercent.exchange(kNoBar) != kNoBar) Complain("\r\033[K");
 }
 
@@ -121,17 +123,26 @@ void SilenceLibraries() {
     if (nothing >= 0) close(nothing);
 }
 
-void PrintError(const std::string& text) { Print("error", text); }
+ConsoleWatcher* SetConsoleWatcher(ConsoleWatcher* watcher) { return g_watcher.exchange(watcher); }
+bool HasConsoleWatcher() { return g_watcher.load() != nullptr; }
+
+void PrintError(const std::string& text) {
+    if (ConsoleWatcher* watcher = g_watcher) return watcher->Error(text);
+    Print("error", text);
+}
 
 void PrintWarning(const std::string& text) {
+    if (ConsoleWatcher* watcher = g_watcher) return watcher->Warning(text);
     if (!g_options.quiet) Print("warning", text);
 }
 
 void PrintNote(const std::string& text) {
+    if (ConsoleWatcher* watcher = g_watcher) return watcher->Note(text);
     if (!g_options.quiet) Print("note", text);
 }
 
 void PrintResult(const std::string& text) {
+    if (ConsoleWatcher* watcher = g_watcher) return watcher->Result(text);
     // A NUL ends nothing: programs may hold one, and messages quote them.
     errno = 0;
     bool isWritten = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() &&
@@ -152,17 +163,19 @@ bool FinishResults() {
 
 ProgressBar::ProgressBar(std::string title)
     : m_title(std::move(title)),
-      m_shown(isatty(fileno(Messages())) && !g_options.quiet && !g_options.json) {}
+      m_shown(g_watcher || (isatty(fileno(Messages())) && !g_options.quiet && !g_options.json)) {}
 
 ProgressBar::~ProgressBar() { ClearBar(); }
 
-void ProgressBar::Update(float fraction) {
+bool ProgressBar::Update(float fraction) {
+    if (ConsoleWatcher* watcher = g_watcher) return watcher->Progress(m_title, fraction);
     int percent = int(fraction * 100);
-    if (!m_shown || g_barPercent.exchange(percent) == percent) return;
+    if (!m_shown || g_barPercent.exchange(percent) == percent) return true;
     constexpr int kWidth = 40;
     int filled = percent * kWidth / 100;
     Complain(fmt::format("\r{} [{}{}] {:3d}%", m_title, std::string(size_t(filled), '='),
                          std::string(size_t(kWidth - filled), ' '), percent));
+    return true;
 }
 
 std::string Bold(const std::string& text) {

@@ -43,6 +43,22 @@ void PrintResult(const std::string& text);
 // closed the pipe is no error. To be asked once, at the end.
 bool FinishResults();
 
+// Takes what would be printed, where commands run inside another program. Its functions are called
+// by any thread, several at a time, and must not throw.
+class ConsoleWatcher {
+public:
+    virtual ~ConsoleWatcher() = default;
+    virtual void Error(const std::string& text) = 0;
+    virtual void Warning(const std::string& text) = 0;
+    virtual void Note(const std::string& text) = 0;
+    virtual void Result(const std::string& text) = 0;
+    // Work is so far, 0..1; whether it shall go on.
+    virtual bool Progress(const std::string& title, float fraction) = 0;
+};
+// Borrows the watcher until another call; null: the terminal again. Returns the one before.
+ConsoleWatcher* SetConsoleWatcher(ConsoleWatcher* watcher);
+bool HasConsoleWatcher();
+
 // A bar on a terminal, nothing elsewhere. One at a time; messages that come meanwhile take its
 // line, and the next update draws it again.
 class ProgressBar {
@@ -53,7 +69,8 @@ public:
     ProgressBar& operator=(const ProgressBar&) = delete;
     // Whether there is somebody to see it.
     bool IsShown() const { return m_shown; }
-    void Update(float fraction);
+    // Whether the work shall go on, which only a watcher may deny.
+    bool Update(float fraction);
 
 private:
     std::string m_title;

@@ -9,7 +9,6 @@
 #include "apps/dravin/build_report.h"
 #include "host/base/text.h"
 #include "host/base/thread_pool.h"
-#include "host/render/ray_tracer.h"
 #include "host/render/scanline/scanline_renderer.h"
 
 namespace {
@@ -198,22 +197,21 @@ ExitCode SetUpRender(Session& session, const RenderOptions& options, RenderSetup
     return kExitDone;
 }
 
-ExitCode RenderToFile(const RenderSetup& setup, const std::string& output) {
-    RenderOutcome outcome;
+ExitCode RenderWithProgress(const RenderSetup& setup, RenderOutcome* outcome) {
     {
         ProgressBar bar("rendering");
-        RenderProgress progress = [&](float fraction) {
-            bar.Update(fraction);
-            return true;
-        };
-        outcome = setup.isScanline ? ScanlineRenderer(setup.scene).Render(setup.settings, progress)
-                                   : RenderPicture(setup.scene, setup.settings, progress);
+        RenderProgress progress = [&](float fraction) { return bar.Update(fraction); };
+        *outcome = setup.isScanline ? ScanlineRenderer(setup.scene).Render(setup.settings, progress)
+                                    : RenderPicture(setup.scene, setup.settings, progress);
     }
-    for (const std::string& problem : outcome.problems) PrintWarning(problem);
-    if (outcome.status != RenderStatus::kDone) {
-        PrintError(outcome.error);
-        return outcome.status == RenderStatus::kRefused ? kExitLimit : kExitFailed;
-    }
+    for (const std::string& problem : outcome->problems) PrintWarning(problem);
+    if (outcome->status == RenderStatus::kDone) return kExitDone;
+    PrintError(outcome->error);
+    return outcome->status == RenderStatus::kRefused ? kExitLimit : kExitFailed;
+}
+
+ExitCode WriteRendered(const RenderSetup& setup, const RenderOutcome& outcome,
+                       const std::string& output) {
     if (std::string error = WritePicture(output, outcome.picture); !error.empty()) {
         PrintError(error);
         return kExitNoOutput;

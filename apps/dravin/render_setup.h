@@ -7,6 +7,7 @@
 
 #include "apps/dravin/commands.h"
 #include "apps/dravin/session.h"
+#include "host/render/ray_tracer.h"
 #include "host/render/render_scene.h"
 
 struct RenderSetup {
@@ -29,5 +30,8 @@ bool CheckCamera(const Scene& scene, const std::string& name);
 // error printed, when a limit refuses the picture or a build failed.
 ExitCode SetUpRender(Session& session, const RenderOptions& options, RenderSetup* setup);
 
-// Renders with a progress bar on a terminal, and writes the image by its ending.
-ExitCode RenderToFile(const RenderSetup& setup, const std::string& output);
+// Renders with a progress bar on a terminal; errors are printed.
+ExitCode RenderWithProgress(const RenderSetup& setup, RenderOutcome* outcome);
+// Writes a finished picture by its ending and tells of it; errors are printed.
+ExitCode WriteRendered(const RenderSetup& setup, const RenderOutcome& outcome,
+                       const std::string& output);

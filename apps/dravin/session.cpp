@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
+#include <filesystem>
 #include <functional>
 #include <mutex>
 #include <system_error>
@@ -54,27 +55,34 @@ std::vector<SceneDravin> AllObjects(const Scene& scene) {
 // the object.
 class PatientWatch {
 public:
-    PatientWatch(ProgressBar& bar, std::function<float()> fraction) {
+    PatientWatch(ProgressBar& bar, std::function<float()> fraction, std::function<void()> cancel)
+        : m_fraction(std::move(fraction)), m_cancel(std::move(cancel)) {
         if (!bar.IsShown()) return;
         try {
-            m_thread = std::jthread([this, &bar, fraction = std::move(fraction)](
-                                        std::stop_token stop) { Watch(stop, bar, fraction); });
+            m_thread = std::jthread([this, &bar](std::stop_token stop) { Watch(stop, bar); });
         } catch (const std::system_error&) {
             // Where no thread can start, work goes on without a bar.
         }
     }
 
 private:
-    void Watch(std::stop_token stop, ProgressBar& bar, const std::function<float()>& fraction) {
+    void Watch(std::stop_token stop, ProgressBar& bar) {
         std::unique_lock lock(m_mutex);
-        auto pause = std::chrono::milliseconds(500);
         while (!stop.stop_requested()) {
-            m_wake.wait_for(lock, stop, pause, [] { return false; });
-            if (!stop.stop_requested()) bar.Update(fraction());
-            pause = std::chrono::milliseconds(50);
+            m_wake.wait_for(lock, stop, PauseBefore(++m_numLooks), [] { return false; });
+            if (!stop.stop_requested() && !bar.Update(m_fraction())) m_cancel();
         }
     }
 
+    // Who may cancel must not wait until a bar is worth being shown.
+    static std::chrono::milliseconds PauseBefore(int look) {
+        bool isWatched = HasConsoleWatcher();
+        return std::chrono::milliseconds(look == 1 && !isWatched ? 500 : isWatched ? 10 : 50);
+    }
+
+    std::function<float()> m_fraction;
+    std::function<void()> m_cancel;
+    int m_numLooks = 0;
     std::mutex m_mutex;
     std::condition_variable_any m_wake;
     std::jthread m_thread;
@@ -98,20 +106,17 @@ Session::Session() : m_formats(MakeSceneLoaders()) {
     RegisterDravinClasses(m_host.classes);
 }
 
-ExitCode Session::Open(const std::string& path) {
-    ExitCode code = Read(path);
-    if (code == kExitDone) LoadTemplates();
-    return code;
-}
-
-ExitCode Session::Read(const std::string& path) {
+// read(watch): the scene.
+template <class Reader>
+ExitCode Session::Take(const Reader& read) {
     if (!HasMainFolder()) PrintWarning(NoMainFolder());
     m_host.notifications.Broadcast(HostNotify::kFilePreOpen);
     SceneReadResult result = [&] {
         WorkWatch work;
         ProgressBar bar("reading");
-        PatientWatch watch(bar, [&work] { return work.Share(); });
-        return ReadSceneDescription(path, m_formats, &work);
+        PatientWatch watch(
+            bar, [&work] { return work.Share(); }, [&work] { work.Cancel(); });
+        return read(&work);
     }();
     for (const std::string& warning : result.warnings) PrintWarning(warning);
     if (!result) {
@@ -121,6 +126,37 @@ ExitCode Session::Read(const std::string& path) {
     m_scene = std::move(result.scene);
     m_host.SetCurrentScene(m_scene.get());
     m_host.notifications.Broadcast(HostNotify::kFilePostOpen);
+    return kExitDone;
+}
+
+ExitCode Session::Read(const std::string& path) {
+    return Take([&](WorkWatch* work) { return ReadSceneDescription(path, m_formats, work); });
+}
+
+ExitCode Session::Open(const std::string& path) {
+    ExitCode code = Read(path);
+    if (code == kExitDone) LoadTemplates();
+    return code;
+}
+
+ExitCode Session::Parse(const std::string& text, const std::string& name,
+                        const std::string& folder) {
+    ExitCode code = Take([&](WorkWatch* work) {
+        return ParseSceneDescription(text, name, folder, m_formats, work);
+    });
+    if (code == kExitDone) LoadTemplates();
+    return code;
+}
+
+ExitCode Session::Add(const std::string& text, const std::string& name) {
+    std::string folder = std::filesystem::path(m_scene->path).parent_path().string();
+    SceneAddResult result = AddSceneDescription(text, name, folder, m_formats, *m_scene);
+    for (const std::string& warning : result.warnings) PrintWarning(warning);
+    if (!result.error.empty()) {
+        PrintError(result.error);
+        return ExitCode(int(result.errorClass));
+    }
+    LoadTemplates();
     return kExitDone;
 }
 
@@ -207,6 +243,7 @@ void BuildWithProgress(const SceneDravin& dravin, TimeValue time, const TBuildFl
                        const TItemConsumer* consumer) {
     TDravinBuild& build = dravin.object->Build();
     ProgressBar bar(fmt::format("building {}", dravin.node->GetName()));
-    PatientWatch watch(bar, [&build] { return build.Progress().Fraction(); });
+    PatientWatch watch(
+        bar, [&build] { return build.Progress().Fraction(); }, [&build] { build.Cancel(); });
     build.BuildMesh(time, flags, consumer);
 }

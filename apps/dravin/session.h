@@ -1,4 +1,5 @@
-// One run of a command over a scene: the host, the scene, and its scatter objects.
+// A scene that is open: the host, the scene, and its scatter objects. A command has one; a program
+// that holds several says which one it works in (Use, and a ContextScope over Host).
 #pragma once
 
 #include <memory>
@@ -27,12 +28,21 @@ public:
     ExitCode Open(const std::string& path);
     // Reads the scene alone, as commands do that write it again.
     ExitCode Read(const std::string& path);
-    // Loads the templates; Open does.
+    // As Open, from text; relative files start from `folder`.
+    ExitCode Parse(const std::string& text, const std::string& name, const std::string& folder);
+    // Takes nodes, maps and materials of a description into the open scene, all or, with the error
+    // printed, none.
+    ExitCode Add(const std::string& text, const std::string& name);
+    // Loads the templates that geometry lists name, where rows have changed.
     void LoadTemplates();
     // Writes the scene, whole or not at all. The error is printed.
     ExitCode Save(const std::string& path);
 
     Scene& GetScene() { return *m_scene; }
+    HostContext& Host() { return m_host; }
+    const SceneFormats& Formats() const { return m_formats; }
+    // The files that are read from now on are this one's inputs.
+    void Use() { m_inputs.TakeOver(); }
     // What has been read so far.
     const InputRecord& Inputs() const { return m_inputs; }
     // All scatter objects in node order, or the one of that name. None, with the error printed,
@@ -42,6 +52,8 @@ public:
     std::optional<SceneDravin> FindObject(const std::string& name);
 
 private:
+    template <class Reader>
+    ExitCode Take(const Reader& read);
     bool LoadTemplate(const INode& node, TSpecEntry& entry);
 
     InputRecord m_inputs;

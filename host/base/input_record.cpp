@@ -8,7 +8,7 @@ namespace {
 
 // Taken before a record's own lock; a record leaves under it, so that none is used after its end.
 std::mutex g_currentMutex;
-InputRecord* g_current = nullptr;
+std::vector<InputRecord*> g_records;  // all that live; the last one takes what is read
 
 // The path of an open file; empty where the system does not tell.
 std::string PathOf(int fd) {
@@ -20,12 +20,18 @@ std::string PathOf(int fd) {
 
 InputRecord::InputRecord() {
     std::lock_guard lock(g_currentMutex);
-    m_previous = std::exchange(g_current, this);
+    g_records.push_back(this);
 }
 
 InputRecord::~InputRecord() {
     std::lock_guard lock(g_currentMutex);
-    g_current = m_previous;
+    std::erase(g_records, this);
+}
+
+void InputRecord::TakeOver() {
+    std::lock_guard lock(g_currentMutex);
+    std::erase(g_records, this);
+    g_records.push_back(this);
 }
 
 bool InputRecord::Holds(const std::string& path) const {
@@ -45,7 +51,8 @@ std::vector<std::string> InputRecord::Paths() const {
 void InputRecord::Add(int fd) {
     struct stat info {};
     std::lock_guard lock(g_currentMutex);
-    if (!g_current || fstat(fd, &info) != 0) return;
-    std::lock_guard own(g_current->m_mutex);
-    g_current->m_files.try_emplace({info.st_dev, info.st_ino}, PathOf(fd));
+    if (g_records.empty() || fstat(fd, &info) != 0) return;
+    InputRecord& current = *g_records.back();
+    std::lock_guard own(current.m_mutex);
+    current.m_files.try_emplace({info.st_dev, info.st_ino}, PathOf(fd));
 }

@@ -14,11 +14,15 @@
 
 class InputRecord {
 public:
-    // One at a time in a process; a second one takes over until it goes.
+    // One at a time in a process takes what is read: the newest, until it goes or another one is
+    // told to take over.
     InputRecord();
     ~InputRecord();
     InputRecord(const InputRecord&) = delete;
     InputRecord& operator=(const InputRecord&) = delete;
+
+    // From now on this is the one.
+    void TakeOver();
 
     // Whether the path leads to a file that was read. False where there is no file.
     bool Holds(const std::string& path) const;
@@ -31,5 +35,4 @@ public:
 private:
     mutable std::mutex m_mutex;
     std::map<std::pair<dev_t, ino_t>, std::string> m_files;
-    InputRecord* m_previous;
 };

@@ -13,10 +13,11 @@ bool IsFile(const std::filesystem::path& path) {
     return std::filesystem::is_regular_file(path, ignored);
 }
 
-// The folder of the program or module that holds this code; empty when it cannot be told. The
-// linker knows a module by its path but the program only as it was called, by name when the shell
-// found it.
-std::filesystem::path OwnFolder() {
+}  // namespace
+
+// The linker knows a module by its path but the program only as it was called, by name when the
+// shell found it.
+std::filesystem::path ProgramFolder() {
     Dl_info info{};
     link_map* map = nullptr;
     if (!dladdr1(reinterpret_cast<void*>(&FindProgramPart), &info, reinterpret_cast<void**>(&map),
@@ -28,12 +29,10 @@ std::filesystem::path OwnFolder() {
         .parent_path();
 }
 
-}  // namespace
-
 std::string FindProgramPart(const char* variable, std::initializer_list<const char*> places,
                             const std::string& built) {
     if (const char* named = std::getenv(variable)) return named;
-    std::filesystem::path folder = OwnFolder();
+    std::filesystem::path folder = ProgramFolder();
     for (const char* place : places)
         if (!folder.empty() && IsFile(folder / place))
             return (folder / place).lexically_normal().string();

@@ -1,8 +1,12 @@
 // Files that a program is shipped with and needs at run time: helper programs, modules.
 #pragma once
 
+#include <filesystem>
 #include <initializer_list>
 #include <string>
+
+// The folder of the program, or of the module, that holds this code; empty when it cannot be told.
+std::filesystem::path ProgramFolder();
 
 // The file that the environment variable `variable` names, whether or not it exists; else the first
 // of `places` that exists, relative to the folder of the program or module that holds this code, so

@@ -201,6 +201,8 @@ public:
     const Scene& scene;
     std::string folder;  // that the description will stand in
     const SceneFormats& formats;
+    // Rows of lists hold the keys that have their defaults, too.
+    bool complete = false;
 
     // Names; null for null and for what the scene does not hold.
     nlohmann::ordered_json NodeName(const INode* node) const;
@@ -245,6 +247,19 @@ SceneReadResult ReadSceneDescription(const std::string& path, const SceneFormats
 SceneReadResult ParseSceneDescription(std::string_view text, const std::string& name,
                                       const std::string& folder, const SceneFormats& formats,
                                       WorkWatch* watch = nullptr);
+
+// What adding to a scene came to.
+struct SceneAddResult {
+    DescriptionErrorClass errorClass = DescriptionErrorClass::kNone;
+    std::string error;  // empty: all is in
+    std::vector<std::string> warnings;
+};
+// Adds the "texmaps", "materials" and "nodes" of a description, which has no other keys, to a
+// scene; maps and materials take the place of those of the same name. After an error the scene is
+// as it was. Not recorded for undo.
+SceneAddResult AddSceneDescription(std::string_view text, const std::string& name,
+                                   const std::string& folder, const SceneFormats& formats,
+                                   Scene& scene);
 
 // The scene as text, for a file in `folder`.
 std::string WriteSceneDescription(const Scene& scene, const std::string& folder,

@@ -88,6 +88,20 @@ public:
         if (materials) CheckMaterialNesting(*materials, m_context);
     }
 
+    // Into a scene that has nodes already.
+    void ReadMore() {
+        for (const INode* node : m_scene.Nodes()) m_names.insert(node->GetName());
+        DescriptionObject keys(DescriptionValue(m_document, m_document.Root()));
+        auto texmaps = keys.Find("texmaps"), materials = keys.Find("materials");
+        auto nodes = keys.Find("nodes");
+        keys.Finish();
+        if (texmaps) ReadTexmaps(*texmaps, m_context);
+        if (materials) ReadMaterials(*materials, m_context);
+        if (nodes) ReadNodes(*nodes);
+        m_context.RunLater();
+        if (materials) CheckMaterialNesting(*materials, m_context);
+    }
+
 private:
     void ReadVersion(DescriptionObject& keys) {
         DescriptionValue version = keys.Require("dravin_scene");
@@ -293,6 +307,53 @@ SceneReadResult ParseSceneDescription(std::string_view text, const std::string& 
     result.warnings = document.Warnings();
     if (!document.Failed()) result.scene = std::move(scene);
     return result;
+}
+
+namespace {
+
+// Takes out of the scene what it did not hold when this was made.
+class SceneRollback {
+public:
+    explicit SceneRollback(Scene& scene)
+        : m_scene(scene),
+          m_numNodes(scene.Nodes().size()),
+          m_texmaps(scene.Texmaps()),
+          m_materials(scene.Materials()) {}
+
+    void Run() {
+        while (m_scene.Nodes().size() > m_numNodes) m_scene.DeleteNode(*m_scene.Nodes().back());
+        for (const auto& [name, mtl] : std::map(m_scene.Materials()))
+            m_scene.SetMaterial(name, Held(m_materials, name));
+        for (const auto& [name, texmap] : std::map(m_scene.Texmaps()))
+            m_scene.SetTexmap(name, Held(m_texmaps, name));
+    }
+
+private:
+    // Null where there was none, which takes the new one out.
+    template <class T>
+    static std::shared_ptr<T> Held(const std::map<std::string, std::shared_ptr<T>>& all,
+                                   const std::string& name) {
+        auto it = all.find(name);
+        return it == all.end() ? nullptr : it->second;
+    }
+
+    Scene& m_scene;
+    size_t m_numNodes;
+    std::map<std::string, std::shared_ptr<Texmap>> m_texmaps;
+    std::map<std::string, std::shared_ptr<Mtl>> m_materials;
+};
+
+}  // namespace
+
+SceneAddResult AddSceneDescription(std::string_view text, const std::string& name,
+                                   const std::string& folder, const SceneFormats& formats,
+                                   Scene& scene) {
+    DescriptionDocument document(name, text);
+    HoldSuspender noUndo(CurrentHold());
+    SceneRollback rollback(scene);
+    if (document.Parse()) SceneReader(document, scene, folder, formats, nullptr).ReadMore();
+    if (document.Failed()) rollback.Run();
+    return {document.ErrorClass(), document.Error(), document.Warnings()};
 }
 
 SceneReadResult ReadSceneDescription(const std::string& path, const SceneFormats& formats,

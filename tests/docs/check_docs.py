@@ -13,6 +13,7 @@ examples run from the project's own folder. What a block is says its language; e
              output block
     output   what the block before it prints on standard output (of a scene: its statistics); `…` stands
              for any text of a line, on a line of its own for any lines
+    python   a program: the blocks of a page run one after the other in one interpreter, after all others
     text     not to be run: the form of a command, a picture, commands that change the machine
 
 Links lead to something, and files of the repository that the text names are there. Code in running text
@@ -35,10 +36,10 @@ SNIPPET = re.compile(r'`([^`\n]+;)`')
 PRINTED = re.compile(r'^print .*;\s*# (.*)$', re.M)
 LINK = re.compile(r'\]\(([^)#\s]+)')
 # A file or folder of the repository as running text names it.
-NAMED = re.compile(r'`((?:host|common|Dravin|apps|bench|cmake|data|docs|fuzz|scripts|tests)/[\w./-]+)`')
+NAMED = re.compile(r'`((?:host|common|Dravin|apps|bench|cmake|data|docs|fuzz|python|scripts|tests)/[\w./-]+)`')
 RUN_FIRST = re.compile(r'<!-- run first: (.*?) -->')
 SAVED_AS = re.compile(r'Save\s+this\s+as\s+`([^`]+)`')
-LANGUAGES = {'json', 'sh', 'effect', 'output', 'text'}
+LANGUAGES = {'json', 'sh', 'effect', 'output', 'python', 'text'}
 # Parameters that snippets use without saying so.
 SNIPPET_PARAMETERS = '''<effects><effect version="1"><expression><![CDATA[%s]]></expression>
 <parameter name="map" kind="texmap"/><parameter name="curve" kind="curve"/></effect></effects>'''
@@ -51,11 +52,33 @@ exec '%s' "$@"
 '''
 
 
+# Runs the programs that stand as a list in a file, and writes what each printed; ends with the first
+# that fails.
+PYTHON_RUNNER = '''
+import contextlib, io, json, traceback
+printed, names = [], {'__name__': 'page'}
+with open('programs.json', encoding='utf-8') as file:
+    programs = json.load(file)
+for program in programs:
+    out = io.StringIO()
+    try:
+        with contextlib.redirect_stdout(out):
+            exec(compile(program, '<page>', 'exec'), names)
+    except BaseException:
+        printed.append(out.getvalue() + traceback.format_exc())
+        break
+    printed.append(out.getvalue())
+with open('printed.json', 'w', encoding='utf-8') as file:
+    json.dump(printed, file)
+'''
+
+
 class Page:
     def __init__(self, program, path, folder):
         self.program, self.path, self.folder = program, path, folder
         self.text = path.read_text(encoding='utf-8')
         self.count, self.good = 0, True
+        self.programs = []  # in Python: where, the text, what it prints
         (folder / 'data').symlink_to(ROOT / 'data')
         (folder / 'bin').mkdir()
         shell_program = folder / 'bin' / 'dravin'
@@ -106,6 +129,20 @@ class Page:
         if expected == '' or found != expected:
             self.fail(place, 'the program prints\n%s\ninstead of\n%s' % (found, expected))
 
+    def run_programs(self):
+        """The Python programs; each prints what is shown, or nothing where nothing is."""
+        if not self.programs:
+            return
+        (self.folder / 'programs.json').write_text(json.dumps([text for _, text, _ in self.programs]),
+                                                   encoding='utf-8')
+        subprocess.run([sys.executable, '-W', 'error', '-c', PYTHON_RUNNER], cwd=self.folder,
+                       env=self.environment(), check=True)
+        found = json.loads((self.folder / 'printed.json').read_text(encoding='utf-8'))
+        for (place, text, expected), printed in zip(self.programs, found):
+            if not matches(expected or '', printed):
+                self.fail(place, 'prints\n%s\ninstead of\n%s' % (printed, expected))
+        self.count += len(found)
+
     def files_are_there(self, text):
         for link in LINK.finditer(text):
             target = link.group(1)
@@ -138,8 +175,11 @@ class Page:
                 self.scene(block.start(), content, name, shown)
             elif language == 'sh':
                 self.shell(block.start(), content, shown)
+            elif language == 'python':
+                self.programs.append((block.start(), content, shown))
             elif language == 'effect':
                 self.effect_program(block.start(), content, names[-1] if names else None, shown)
+        self.run_programs()
         # The text around the blocks, at the same lines.
         text = BLOCK.sub(lambda block: re.sub(r'.', ' ', block[0]), self.text)
         self.files_are_there(text)

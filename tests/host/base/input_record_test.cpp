@@ -38,3 +38,19 @@ TEST(InputRecord, RecordsOnlyWhileItLives) {
     ASSERT_TRUE(ReadWholeFile(folder.File("before.txt"), 100, &error));
     EXPECT_TRUE(outer.Holds(folder.File("before.txt")));
 }
+
+TEST(InputRecord, GoesInAnyOrderAndTakesOver) {
+    TempFolder folder;
+    folder.Write("a.txt", "a");
+    folder.Write("b.txt", "b");
+    std::string error;
+    auto first = std::make_unique<InputRecord>();
+    auto second = std::make_unique<InputRecord>();
+    first->TakeOver();
+    ASSERT_TRUE(ReadWholeFile(folder.File("a.txt"), 100, &error));
+    EXPECT_TRUE(first->Holds(folder.File("a.txt")));
+    EXPECT_FALSE(second->Holds(folder.File("a.txt")));
+    first.reset();
+    ASSERT_TRUE(ReadWholeFile(folder.File("b.txt"), 100, &error));
+    EXPECT_TRUE(second->Holds(folder.File("b.txt")));
+}

@@ -1,0 +1,34 @@
+"""The published functions that belong to no object."""
+
+from __future__ import annotations
+
+from ._errors import Error
+from ._nodes import Path
+from ._scene import Scene
+
+
+def version() -> int:
+    """The version of the published functions."""
+    return 600
+
+
+def openLister(scene: Scene) -> list[dict[str, str]]:
+    """The table of the lister, a row an object."""
+    return scene.lister()
+
+
+def exportData(scene: Scene, filename: Path, fieldlist: str = '') -> int:
+    """Builds all objects of the scene and writes their items. fieldlist: names of item fields with
+    commas between them; empty: the default ones. 0: done; 1: no file is named; 2: it failed, and a
+    warning says why."""
+    if not filename:
+        return 1
+    import warnings
+
+    from ._errors import DravinWarning
+    try:
+        scene.build([filename], fields=[name for name in fieldlist.split(',') if name])
+    except Error as error:
+        warnings.warn(str(error), DravinWarning, stacklevel=2)
+        return 2
+    return 0
