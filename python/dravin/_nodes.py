@@ -129,6 +129,11 @@ class Node:
         where it shows no mesh."""
         return self._handle.mesh(self._scene.time if time is None else time)
 
+    def extract_outline(self) -> Node:
+        """A new node "Outline", or that with a number, with the simplified outline that the node's
+        uppermost "DravinLeaf" modifier makes of its spline at the scene's time."""
+        return self._scene._node(self._handle.extract_outline())
+
     def delete(self) -> None:
         """Takes the node out of its scene; its children move up to its parent."""
         self._scene.delete(self)

@@ -2,8 +2,10 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "Dravin/materials/leaf_modifier.h"
 #include "host/base/text.h"
 #include "host/io/scene_keys.h"
+#include "host/scene/derived_object.h"
 #include "python/engine/open_scene.h"
 
 namespace {
@@ -46,6 +48,20 @@ std::optional<SceneNode> ParentOf(const SceneNode& self) {
     INode* parent = NodeOf(self).GetParentNode();
     if (!parent || parent->IsRootNode()) return std::nullopt;
     return HandleOf(self.scene, *parent);
+}
+
+// The outline that a spline's uppermost outline modifier has at the scene's time, as a new node.
+SceneNode ExtractOutline(const SceneNode& self) {
+    SceneCall call(*self.scene);
+    Scene& scene = self.scene->GetScene();
+    INode& node = NodeOf(self);
+    node.EvalWorldState(scene.GetTime());  // modifiers make their outlines as they are evaluated
+    auto* derived = dynamic_cast<DerivedObject*>(node.GetObjectRef());
+    for (int i = derived ? derived->NumModifiers() - 1 : -1; i >= 0; --i)
+        if (auto* leaf = dynamic_cast<DLeaf*>(derived->GetModifier(i)))
+            return HandleOf(self.scene, *leaf->Extract(scene));
+    throw py::value_error(
+        fmt::format("\"{}\" has no modifier of the type \"DravinLeaf\"", node.GetName()));
 }
 
 // The node keeps its place in the world.
@@ -175,6 +191,7 @@ void BindNode(py::module_& m, py::class_<SceneNode>& node) {
                           NodeOf(self).renderable = renderable;
                       })
         .def("set_keys", &SetKeys)
+        .def("extract_outline", &ExtractOutline)
         .def("mesh", [](const SceneNode& self, int time) {
             SceneCall call(*self.scene);
             Object* object = NodeOf(self).GetObjectRef();

@@ -121,6 +121,25 @@ class Nodes(TestCase):
             scene.add_material('m', 'stnadard')
         self.assertEqual(scene.to_dict(), before)
 
+    def test_outlines_of_splines_become_nodes(self):
+        # A square with a point in the middle of one side, which lies on it.
+        points = [[0, 0, 0], [5, 0, 0], [10, 0, 0], [10, 10, 0], [0, 10, 0]]
+        scene = dravin.Scene.from_dict({'dravin_scene': 1, 'nodes': [
+            {'name': 'leaf', 'type': 'spline', 'steps': 0,
+             'lines': [{'closed': True, 'points': points}],
+             'modifiers': [{'type': 'DravinLeaf', 'angle': 0.5}]},
+            {'name': 'plain', 'type': 'dummy'}]})
+        first, second = scene['leaf'].extract_outline(), scene['leaf'].extract_outline()
+        self.assertEqual(first.type, 'spline')
+        self.assertEqual(first.name, 'Outline')
+        self.assertNotEqual(second.name, first.name)
+        nodes = {node['name']: node for node in scene.to_dict()['nodes']}
+        line = nodes['Outline']['lines'][0]
+        self.assertTrue(line['closed'])
+        self.assertEqual(line['points'], [p for p in points if p != [5, 0, 0]])
+        with self.assertRaisesRegex(ValueError, 'no modifier of the type "DravinLeaf"'):
+            scene['plain'].extract_outline()
+
     def test_keys_move_a_node(self):
         scene = field()
         cube = scene['cube']

@@ -188,3 +188,53 @@ TEST_F(MeshBuild, FailedBuildsLeaveNoMesh) {
     EXPECT_FALSE(Built().IsBuilt());
     EXPECT_TRUE(Built().GetMesh().faces.empty());
 }
+
+namespace {
+
+// A box that is 3 units high at tick 0 and grows by one a frame.
+class GrowingBox : public IMeshAnimation {
+public:
+    std::shared_ptr<const Mesh> MeshAt(TimeValue t, Interval* valid) override {
+        if (valid) *valid &= Interval(t);
+        return std::make_shared<Mesh>(MakeBox(2, 1, 3 + float(t) / 160, 1));
+    }
+};
+
+}  // namespace
+
+// Samples are 320 ticks apart: boxes of 3, 5 and 7 units on items as high as the first.
+TEST_F(MeshBuild, AnimatedSourcesGiveTheSampleThatEachItemPicked) {
+    auto growing = std::make_shared<TriObject>(std::make_shared<Mesh>(MakeBox(2, 1, 3, 1)));
+    growing->SetAnimation(std::make_shared<GrowingBox>());
+    box->SetObjectRef(growing);
+    Set(kDispParams, dispParams::kVmesh, 0);
+    Set(kAnimParams, animParams::kAnimation, 2);  // random samples
+    Set(kAnimParams, animParams::kAnimsamples, 3);
+    Set(kAnimParams, animParams::kAnimsoffset, 320);
+    const TObjectMesh& mesh = Built();
+    std::set<int> samples;
+    for (size_t i = 0; i < NumItems(); ++i) {
+        const TItemRange& range = mesh.Ranges()[i];
+        Box3 bounds;
+        for (size_t v = range.firstVert; v < range.firstVert + 8; ++v)
+            bounds += mesh.GetMesh().verts[v];
+        int sample = object->Build().Items().Item(i).animationOffset;
+        samples.insert(sample);
+        EXPECT_NEAR(bounds.Width().z, 3 + 2 * sample, 1e-4f) << i;
+    }
+    EXPECT_EQ(samples.size(), 3u);
+    // What all samples have alike stands there once.
+    EXPECT_EQ(mesh.GetMesh().Map(1)->verts.size(), 4 + growing->GetMesh()->Map(1)->verts.size());
+}
+
+// What follows its source over time holds for the moment.
+TEST_F(MeshBuild, HoldsAsLongAsTheSampleThatItShows) {
+    auto growing = std::make_shared<TriObject>(std::make_shared<Mesh>(MakeBox(2, 1, 3, 1)));
+    growing->SetAnimation(std::make_shared<GrowingBox>());
+    Set(kAnimParams, animParams::kAnimation, 1);  // follow geometry
+    Built();
+    EXPECT_TRUE(object->Build().Validity().Contains(160));
+    box->SetObjectRef(growing);
+    Built();
+    EXPECT_FALSE(object->Build().Validity().Contains(160));
+}
