@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "Dravin/build/dravin_build.h"
+#include "Dravin/mesh/shadow_planes.h"
 
 TFaceBlanking::TFaceBlanking(TDravin& object, Mesh& mesh, TimeValue t) : m_mesh(mesh) {
     const TDravinBuild& build = object.Build();
@@ -17,7 +18,8 @@ TFaceBlanking::TFaceBlanking(TDravin& object, Mesh& mesh, TimeValue t) : m_mesh(
         const TSpecBuildNode* node = build.Specimens().NodeOf(item);
         if (!node || !node->source || !(isAny || IsTemplateNode(*node->source))) continue;
         if (m_backup.empty()) m_backup = m_mesh.faces;
-        size_t count = shown.Shapes()[range.shape].mesh->faces.size();
+        size_t planes = size_t(item.verticalShadow != 0) + size_t(item.horizontalShadow != 0);
+        size_t count = shown.Shapes()[range.shape].mesh->faces.size() + planes * kPlaneFaces;
         std::fill_n(m_mesh.faces.begin() + range.firstFace, count, Face{{}, 0, 0, 0});
         m_items[i] = true;
     }

@@ -1,6 +1,6 @@
 // The materials of a USD file in the making, as UsdPreviewSurface networks.
 //
-// Source: UsdPreviewSurface Specification, version 2.5.
+// Source: UsdPreviewSurface, version 2.5.
 #pragma once
 
 #include <string>

@@ -17,7 +17,7 @@
 // written beside the layer). Names become identifiers; a prim whose name had to change tells it as
 // its `displayName`.
 //
-// Sources: USD's PointInstancer schema; UsdPreviewSurface Specification, version 2.5.
+// Sources: USD's PointInstancer schema; UsdPreviewSurface, version 2.5.
 //
 // Instances are read in ranges, once to be measured and once an array, never held at once; text is
 // made by several threads. The file is the same for any number of them, and appears whole or not at

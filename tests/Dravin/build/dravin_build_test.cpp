@@ -9,6 +9,7 @@
 #include "Dravin/dravin.h"
 #include "Dravin/dravin_globals.h"
 #include "Dravin/engine/build_input.h"
+#include "tests/Dravin/build/growing_box.h"
 #include "tests/Dravin/build/scatter_fixture.h"
 #include "tests/temp_folder.h"
 
@@ -260,19 +261,6 @@ TEST_F(DravinBuild, ACancelledBuildLeavesNoItemsAndIsMadeAgain) {
     EXPECT_GT(object->Build().Statistics().itemCount, 1000);
 }
 
-namespace {
-
-// A box that is 3 units high at tick 0 and grows by one a frame.
-class GrowingBox : public IMeshAnimation {
-public:
-    std::shared_ptr<const Mesh> MeshAt(TimeValue t, Interval* valid) override {
-        if (valid) *valid &= Interval(t);
-        return std::make_shared<Mesh>(MakeBox(2, 1, 3 + float(t) / 160, 1));
-    }
-};
-
-}  // namespace
-
 TEST_F(DravinBuild, ItemsThatShowASourceAtDifferentTimesHaveTheirOwnPrototypes) {
     auto growing = std::make_shared<TriObject>(std::make_shared<Mesh>(MakeBox(2, 1, 3, 1)));
     growing->SetAnimation(std::make_shared<GrowingBox>());
@@ -376,37 +364,6 @@ TEST_F(DravinBuild, CollisionsRunInRendersAndWherePreviewed) {
     EXPECT_LT(Run().Statistics().itemCount, 200);
 }
 
-TEST_F(DravinBuild, AnObjectAreaExcludesUpToItsSlice) {
-    auto tower = AddMesh("tower", MakeBox(6, 6, 10, 1));
-    tower->SetLocalTM(Matrix3::Translation({0.5f, 0.5f, 0}));
-    AddArea(*object, 1, tower, true);
-    EXPECT_EQ(Run().Statistics().itemCount, 400 - 36);
-    object->Block(kAreaParams).Append(areaParams::kArslicelist);
-    object->Block(kAreaParams).SetValue(areaParams::kArslicelist, 0, true, 0);
-    object->Block(kAreaParams).Append(areaParams::kArslicetoplist);
-    object->Block(kAreaParams).SetValue(areaParams::kArslicetoplist, 0, -20.0f, 0);
-    EXPECT_EQ(Run().Statistics().itemCount, 400);
-}
-
-TEST_F(DravinBuild, AnInactiveAreaChangesNothing) {
-    AddArea(*object, 1, AddMesh("tower", MakeBox(6, 6, 10, 1)), true);
-    Run();
-    std::vector<Point3> before;
-    for (size_t i = 0; i < object->Build().Items().Count(); ++i)
-        before.push_back(object->Build().Items().Position(i));
-    AddArea(*object, 1, AddMesh("wall", MakeBox(2, 20, 10, 1)), true);
-    object->Block(kAreaParams).SetValue(areaParams::kPfAractivelist, 0, false, 1);
-    ASSERT_EQ(size_t(Run().Statistics().itemCount), before.size());
-    for (size_t i = 0; i < before.size(); ++i)
-        EXPECT_EQ(object->Build().Items().Position(i), before[i]);
-}
-
-TEST_F(DravinBuild, ASurfaceRowThatIsOffLeavesNoIncludeArea) {
-    AddArea(*object, 3, nullptr, false);
-    object->Block(kAreaParams).SetValue(areaParams::kPfAractivelist, 0, false, 0);
-    EXPECT_EQ(Run().Status(), TBuildStatus::kNoIncludeAreas);
-}
-
 TEST_F(DravinBuild, ItemsHaveCoordinatesForTheDistributionAndTheTintMap) {
     TDravinItem item = Run().Items().Item(0);
     // The first cell stands in the corner of the ground, whose mapping runs from 0 to 1.
@@ -442,77 +399,6 @@ TEST_F(DravinBuild, UvSeedsCountSurfacesThatShowNothing) {
     EXPECT_EQ(Run().Items().Item(0).seed, seed + 1);
 }
 
-TEST_F(DravinBuild, ASurfaceRowIncludesEvenWhenItExcludes) {
-    AddArea(*object, 3, nullptr, true);
-    EXPECT_EQ(Run().Statistics().itemCount, 400);
-    EXPECT_EQ(object->Build().Statistics().excludeAreas, 0);
-}
-
-TEST_F(DravinBuild, AnotherScatterObjectExcludesEvenWhenItsRowIncludes) {
-    auto [other, otherNode] = AddScatter("other");
-    other->Block(kDistParams).SetValue(distParams::kPixelsX, 0, 1);
-    AddArea(*object, 4, otherNode, false);
-    // The other's four items stand ten apart, each a disc of radius one around its place.
-    const TDravinBuild& build = Run();
-    ASSERT_EQ(other->Build().Statistics().itemCount, 4);
-    EXPECT_EQ(build.Status(), TBuildStatus::kSuccess);
-    EXPECT_LT(build.Statistics().itemCount, 400);
-    for (size_t i = 0; i < build.Items().Count(); ++i)
-        for (size_t k = 0; k < 4; ++k)
-            ASSERT_GT(
-                Length(build.Items().Item(i).position - other->Build().Items().Item(k).position),
-                0.9f);
-}
-
-TEST_F(DravinBuild, AScatterObjectThatExcludesItselfIsLeftOut) {
-    AddArea(*object, 4, std::static_pointer_cast<INode>(node->shared_from_this()), true);
-    EXPECT_EQ(Run().Statistics().itemCount, 400);
-}
-
-TEST_F(DravinBuild, ItemsOfAnotherObjectAreDrawnAgainOnlyWhenItWasBuiltAgain) {
-    auto [other, otherNode] = AddScatter("other");
-    other->Block(kDistParams).SetValue(distParams::kPixelsX, 0, 1);
-    AddArea(*object, 4, otherNode, true);
-    int count = Run().Statistics().itemCount;
-    EXPECT_EQ(Run().Statistics().itemCount, count);
-    EXPECT_EQ(object->Build().Areas().NumMade(), 1u);
-    other->Block(kDistParams).SetValue(distParams::kPixelsX, 0, 2);  // four times as many
-    EXPECT_LT(Run().Statistics().itemCount, count);
-    EXPECT_EQ(object->Build().Areas().NumMade(), 2u);
-}
-
-TEST_F(DravinBuild, ObjectsThatExcludeEachOtherDoNotKeepEachOtherAlive) {
-    std::weak_ptr<TDravin> watched;
-    {
-        auto [other, otherNode] = AddScatter("other");
-        watched = other;
-        AddArea(*object, 4, otherNode, true);
-        AddArea(*other, 4, std::static_pointer_cast<INode>(node->shared_from_this()), true);
-        Run();
-        other->Build().BuildMesh(0, {});
-        Run();
-        scene.DeleteNode(*otherNode);
-    }
-    EXPECT_TRUE(watched.expired());
-}
-
-TEST_F(DravinBuild, ScatterObjectsThatExcludeEachOtherInARingAreBuiltWithAWarning) {
-    auto [second, secondNode] = AddScatter("second");
-    auto [third, thirdNode] = AddScatter("third");
-    AddArea(*object, 4, secondNode, true);
-    AddArea(*second, 4, thirdNode, true);
-    AddArea(*third, 4, std::static_pointer_cast<INode>(node->shared_from_this()), true);
-    Run();
-    EXPECT_EQ(third->Build().Statistics().itemCount, 400);
-    EXPECT_LT(second->Build().Statistics().itemCount, 400);
-    EXPECT_TRUE(Logged("area \"\" is left out: the objects exclude each other's items in a ring"));
-}
-
-TEST_F(DravinBuild, ANodeThatIsNoScatterObjectMakesNoSuchArea) {
-    AddArea(*object, 4, box, true);
-    EXPECT_EQ(Run().Statistics().itemCount, 400);
-}
-
 TEST_F(DravinBuild, NestedCallsReturnWithoutWork) {
     SetLogSink([this](LogKind, const std::string& text) {
         log.push_back(text);
@@ -525,14 +411,6 @@ TEST_F(DravinBuild, NestedCallsReturnWithoutWork) {
 }
 
 // What nobody would set up on purpose.
-
-TEST_F(DravinBuild, AnObjectAreaOfAnEmptyMeshIsNoArea) {
-    auto nothing = AddMesh("nothing", Mesh());
-    AddArea(*object, 1, nothing, true);
-    EXPECT_EQ(Run().Statistics().itemCount, 400);
-    AddArea(*object, 1, nothing, false);
-    EXPECT_EQ(Run().Status(), TBuildStatus::kSuccess);  // nothing includes: the surfaces are ground
-}
 
 TEST_F(DravinBuild, ResolutionsBeyondReasonAreToldAndTakenIn) {
     AddArea(*object, 1, AddMesh("tower", MakeBox(6, 6, 10, 1)), true);

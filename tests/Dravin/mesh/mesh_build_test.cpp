@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include "host/scene/material.h"
+#include "tests/Dravin/build/growing_box.h"
 #include "tests/Dravin/build/scatter_fixture.h"
 
 namespace {
@@ -188,19 +189,6 @@ TEST_F(MeshBuild, FailedBuildsLeaveNoMesh) {
     EXPECT_FALSE(Built().IsBuilt());
     EXPECT_TRUE(Built().GetMesh().faces.empty());
 }
-
-namespace {
-
-// A box that is 3 units high at tick 0 and grows by one a frame.
-class GrowingBox : public IMeshAnimation {
-public:
-    std::shared_ptr<const Mesh> MeshAt(TimeValue t, Interval* valid) override {
-        if (valid) *valid &= Interval(t);
-        return std::make_shared<Mesh>(MakeBox(2, 1, 3 + float(t) / 160, 1));
-    }
-};
-
-}  // namespace
 
 // Samples are 320 ticks apart: boxes of 3, 5 and 7 units on items as high as the first.
 TEST_F(MeshBuild, AnimatedSourcesGiveTheSampleThatEachItemPicked) {

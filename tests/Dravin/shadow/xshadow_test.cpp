@@ -264,6 +264,21 @@ TEST_F(XShadowTest, TheMeshIsWholeAgainAfterwards) {
     EXPECT_EQ(object->Build().ObjectMesh().GetMesh().faces, before);
 }
 
+// A box of twelve faces and its two planes: the quads stand for all of it.
+TEST_F(XShadowTest, ShadowPlanesGoWithTheFacesOfTheirItem) {
+    INode* sun = scene.AddNode("sun", std::make_shared<LightObject>());
+    sun->SetLocalTM(Matrix3::RotationX(1));
+    Set(kShadowParams, shadowParams::kLight, Target(sun->shared_from_this()));
+    for (ParamID on :
+         {shadowParams::kUsefakeshadows, shadowParams::kVshadow, shadowParams::kHshadow})
+        Set(kShadowParams, on, true);
+    Build();
+    Mesh& mesh = object->Build().ObjectMesh().ChangeableMesh();
+    ASSERT_EQ(mesh.NumFaces(), 12u + 4u);
+    TFaceBlanking blanking(*object, mesh, 0);
+    for (const Face& face : mesh.faces) EXPECT_EQ(face.v, Triple{});
+}
+
 TEST_F(XShadowTest, NoMemoryForTheOwnerBufferIsTold) {
     auto user = std::make_unique<ScriptedUserInterface>();
     ScriptedUserInterface& told = *user;
