@@ -31,6 +31,18 @@ struct DravinCurveName {
 };
 std::span<const DravinCurveName> DravinCurveNames();
 
+// What files hold of an object beside its parameters, curves and items.
+struct TFileState {
+    static constexpr int kVersion = 600;
+
+    int version = kVersion;        // of the file that it came from
+    int originVersion = kVersion;  // that it was made with
+    int displayState = 0, secondDisplayState = 0;
+    std::string identifier;                           // eight hexadecimal digits
+    std::vector<std::pair<int32_t, int32_t>> groups;  // group boxes of its panel: id, collapsed
+    std::vector<std::pair<uint16_t, std::string>> unknown;  // chunks that nobody knows
+};
+
 class TDravinBuild;
 
 class TDravin : public Object, public IDravinParamOwner {
@@ -62,6 +74,9 @@ public:
     const std::vector<TStoredItem>& StoredItems() const { return m_storedItems; }
     // Replaces them; tells, and can be undone.
     void SetStoredItems(std::vector<TStoredItem> items);
+    // A copy of the object starts with a fresh one.
+    TFileState fileState;
+
     // The next build that lays a grid over the ground chooses the size of the distribution map,
     // once: `units_x` and `units_y` then fit what the object stands on. For objects that somebody
     // creates by hand; those from descriptions, presets and libraries keep the size that they come

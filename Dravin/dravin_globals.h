@@ -8,11 +8,20 @@
 #include "Dravin/geometry/mesh_cache.h"
 #include "Dravin/geometry/template_list.h"
 
+// How scatter objects show themselves in viewports; files of scenes carry it.
+struct TDisplaySettings {
+    int cloudDensityPercent = 50;
+    bool directDraw = true;
+    float shade = 0.5f;
+};
+
 struct TDravinGlobals {
     TSurfaceCache surfaces;
     TDravinMeshCache meshes;
     TTemplates templates;
     TDistMapLibrary distMaps;
+
+    TDisplaySettings display;
 
     // As the user's file says.
     TOptions options;

@@ -17,10 +17,24 @@ TStoredItem Freeze(const TDravinItem& item) {
     stored.sourceTransform = item.sourceTransform;
     stored.elementIndex = item.elementIndex;
     stored.userId = item.userId;
+    KeepResults(item, stored);
     return stored;
 }
 
 }  // namespace
+
+void KeepResults(const TDravinItem& item, TStoredItem& stored) {
+    stored.discarded = item.discarded;
+    stored.mirrored = item.mirrored;
+    stored.position = item.position;
+    stored.width = item.width;
+    stored.height = item.height;
+    stored.scale = item.scale;
+    stored.tintColor = item.tintColor;
+    stored.tintBlend = item.tintBlend;
+    stored.zOffset = item.zOffset;
+    stored.animationOffset = item.animationOffset;
+}
 
 void ConvertToCustomEdit(TDravin& object, TimeValue t, FrozenItems which) {
     std::vector<TStoredItem> items;

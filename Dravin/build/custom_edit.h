@@ -4,6 +4,11 @@
 #include "host/math/interval.h"
 
 class TDravin;
+struct TDravinItem;
+struct TStoredItem;
+
+// What a build made of a stored item, into that item.
+void KeepResults(const TDravinItem& item, TStoredItem& stored);
 
 enum class FrozenItems { kAll, kInView };
 

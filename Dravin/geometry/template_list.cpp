@@ -83,7 +83,7 @@ bool TTemplates::ReadDefinitions(const std::string& folder) {
 }
 
 TSpecGeomList& TTemplates::List() {
-    if (m_list.empty()) CopyTemplateList(m_list, m_definitions);
+    if (m_list.empty()) CopyTemplateList(m_list, InUse());
     return m_list;
 }
 

@@ -48,6 +48,9 @@ public:
     bool ReadDefinitions(const std::string& folder);
 
     const TSpecGeomList& Definitions() const { return m_definitions; }
+    // What the scene that was opened last held; counts where there are no definitions.
+    TSpecGeomList restored;
+    const TSpecGeomList& InUse() const { return m_definitions.empty() ? restored : m_definitions; }
     // The working list, a copy of the definitions on first use.
     TSpecGeomList& List();
     std::vector<std::string> Names();

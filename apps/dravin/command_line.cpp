@@ -130,6 +130,7 @@ CommandLine::CommandLine()
     AddPreset();
     AddInstantiate();
     AddEdit();
+    AddConvert();
     AddDemo();
     AddHelp();
 }

@@ -36,6 +36,7 @@ private:
     void AddPreset();
     void AddInstantiate();
     void AddEdit();
+    void AddConvert();
     void AddDemo();
     void AddHelp();
     void AddLimits();
@@ -58,6 +59,7 @@ private:
     PresetOptions m_preset;
     InstantiateOptions m_instantiate;
     EditOptions m_edit;
+    ConvertOptions m_convert;
     DemoCommandOptions m_demo;
     std::string m_helpFor, m_completionFor;
     bool m_manual = false, m_rendered = false, m_noLimit = false;

@@ -1,4 +1,4 @@
-// The description of `dravin edit`.
+// The descriptions of `dravin edit` and `dravin convert`.
 #include "apps/dravin/command_line.h"
 
 void CommandLine::AddEdit() {
@@ -36,4 +36,19 @@ void CommandLine::AddEdit() {
     c->add_option("--list", m_listedCommand, "list the commands, or describe one of them")
         ->expected(0, 1)
         ->type_name("[COMMAND]");
+}
+
+void CommandLine::AddConvert() {
+    ConvertOptions& o = m_convert;
+    CLI::App* c = Add("convert", "write a scene in its other form",
+                      "  dravin convert wood.json wood.dscene\n"
+                      "  dravin convert wood.dscene wood.json",
+                      [&o] { return RunConvert(o); });
+    c->add_option("input", o.input, "scene file or scene description")
+        ->required()
+        ->type_name("IN");
+    c->add_option("output", o.output,
+                  "a scene description where the name ends in .json, else a scene file")
+        ->required()
+        ->type_name("OUT");
 }

@@ -124,3 +124,8 @@ struct EditOptions {
 ExitCode RunEdit(const EditOptions& options);
 // All commands one a line, or one of them with its arguments; as JSON what the table holds.
 ExitCode RunEditList(const std::string& name, bool json);
+
+struct ConvertOptions {
+    std::string input, output;
+};
+ExitCode RunConvert(const ConvertOptions& options);

@@ -17,8 +17,10 @@
 #include "Dravin/dravin_globals.h"
 #include "Dravin/geometry/lod_object.h"
 #include "Dravin/scene/dravin_description.h"
+#include "Dravin/storage/dravin_storage.h"
 #include "host/base/text.h"
 #include "host/io/scene_loaders.h"
+#include "host/storage/scene_storage.h"
 
 namespace {
 
@@ -108,11 +110,17 @@ std::string Listed(const std::vector<std::string>& names) {
 
 }  // namespace
 
+bool IsDescriptionName(const std::string& path) {
+    std::string ending = std::filesystem::path(path).extension().string();
+    return ending == ".json" || ending == ".JSON";
+}
+
 std::unique_ptr<IUserInterface> MakeProgramInterface(bool yes) {
     return std::make_unique<ProgramUserInterface>(yes);
 }
 
-Session::Session() : m_formats(MakeSceneLoaders()) {
+Session::Session() : m_loaders(MakeSceneLoaders()), m_formats(m_loaders) {
+    RegisterDravinStorage(m_storage);
     m_host.SetUserInterface(MakeProgramInterface());
     RegisterDravinNodes(m_formats);
     RegisterDravinClasses(m_host.classes);
@@ -141,8 +149,14 @@ ExitCode Session::Take(const Reader& read) {
     return kExitDone;
 }
 
+// Scene files are told by how they start, whatever they are called.
+SceneReadResult Session::ReadScene(const std::string& path, WorkWatch* watch) {
+    if (IsSceneFile(path)) return LoadSceneFile(path, m_storage, *m_loaders, watch);
+    return ReadSceneDescription(path, m_formats, watch);
+}
+
 ExitCode Session::Read(const std::string& path) {
-    return Take([&](WorkWatch* work) { return ReadSceneDescription(path, m_formats, work); });
+    return Take([&](WorkWatch* work) { return ReadScene(path, work); });
 }
 
 ExitCode Session::Open(const std::string& path) {
@@ -174,7 +188,12 @@ ExitCode Session::Add(const std::string& text, const std::string& name) {
 
 ExitCode Session::Save(const std::string& path) {
     std::string error;
-    if (SaveSceneDescription(*m_scene, path, m_formats, &error)) return kExitDone;
+    std::vector<std::string> warnings;
+    bool isSaved = IsDescriptionName(path)
+                       ? SaveSceneDescription(*m_scene, path, m_formats, &error)
+                       : SaveSceneFile(*m_scene, path, m_storage, &warnings, &error);
+    for (const std::string& warning : warnings) PrintWarning(path + ": " + warning);
+    if (isSaved) return kExitDone;
     PrintError(error);
     return kExitNoOutput;
 }
@@ -210,7 +229,7 @@ bool Session::LoadTemplate(const INode& node, TSpecEntry& entry) {
         return false;
     }
     SceneFileLoader loader = [this](const std::string& path, std::string* error) {
-        SceneReadResult file = ReadSceneDescription(path, m_formats);
+        SceneReadResult file = ReadScene(path, nullptr);
         *error = file.error;
         if (!file) PrintWarning(file.error);
         return std::move(file.scene);

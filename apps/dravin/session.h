@@ -14,11 +14,15 @@
 #include "host/base/input_record.h"
 #include "host/io/scene_description.h"
 #include "host/scene/host_context.h"
+#include "host/storage/class_storage.h"
 
 struct SceneDravin {
     INode* node;
     TDravin* object;
 };
+
+// Whether a file of this name is written as a scene description: its ending is .json.
+bool IsDescriptionName(const std::string& path);
 
 class Session {
 public:
@@ -35,7 +39,8 @@ public:
     ExitCode Add(const std::string& text, const std::string& name);
     // Loads the templates that geometry lists name, where rows have changed.
     void LoadTemplates();
-    // Writes the scene, whole or not at all. The error is printed.
+    // Writes the scene, whole or not at all: as a description where the name ends so, else as a
+    // scene file. The error is printed.
     ExitCode Save(const std::string& path);
 
     Scene& GetScene() { return *m_scene; }
@@ -54,11 +59,14 @@ public:
 private:
     template <class Reader>
     ExitCode Take(const Reader& read);
+    SceneReadResult ReadScene(const std::string& path, WorkWatch* watch);
     bool LoadTemplate(const INode& node, TSpecEntry& entry);
 
     InputRecord m_inputs;
     HostContext m_host;
+    std::shared_ptr<ISceneLoaders> m_loaders;
     SceneFormats m_formats;
+    SceneStorage m_storage;
     std::unique_ptr<Scene> m_scene;
 };
 

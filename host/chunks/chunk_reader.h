@@ -50,6 +50,8 @@ public:
     uint32_t ChunkId() const { return m_open[m_depth].id; }
     uint16_t ChunkVersion() const { return m_open[m_depth].version; }
     uint64_t ChunkLength() const { return m_open[m_depth].end - m_open[m_depth].start; }
+    // Of the whole file.
+    uint64_t FileSize() const { return m_bytes.size(); }
     bool HoldsChunks() const { return m_open[m_depth].holdsChunks; }
     // Bytes that have not been read; 0 after a failure.
     uint64_t Remaining() const { return m_error.empty() ? m_open[m_depth].end - m_at : 0; }
@@ -72,6 +74,11 @@ public:
     }
     // Bytes without their number: all of them, or zeros and a failure.
     void ReadBytes(void* out, uint64_t count);
+    // The same where they lie; they stay there as long as what is read does.
+    std::string_view ReadView(uint64_t count) {
+        const char* bytes = Take(count);
+        return bytes ? std::string_view(bytes, size_t(count)) : std::string_view();
+    }
     // As many as are left, at most `count`: what an older or shorter record has. Returns how many.
     uint64_t ReadBytesUpTo(void* out, uint64_t count);
     // The whole chunk, whatever has been read of it.

@@ -24,6 +24,11 @@ public:
     explicit KeyController(ParamElement content) : m_content(std::move(content)) {}
 
     const ParamElement& Content() const { return m_content; }
+    // Of one kind of value throughout; tells.
+    void SetContent(ParamElement content) {
+        m_content = std::move(content);
+        NotifyDependents();
+    }
     bool IsVector() const { return std::holds_alternative<Point3>(m_content.value); }
 
     std::optional<float> EvalReal(TimeValue t, Interval* valid) const override {

@@ -15,6 +15,12 @@ std::string HeightFieldObject::MeshRefusal() const {
         FormatGrouped(int64_t(kMaxMeshedFaces)));
 }
 
+void HeightFieldObject::SetField(std::shared_ptr<const HeightField> field) {
+    m_field = std::move(field);
+    m_mesh.reset();
+    NotifyDependents();
+}
+
 std::shared_ptr<const Mesh> HeightFieldObject::GetRenderMesh(TimeValue) {
     if (std::string refusal = MeshRefusal(); !refusal.empty()) {
         LogWarning(refusal);

@@ -43,6 +43,8 @@ public:
 
     HeightfieldOrigin origin;
 
+    // Another field, never null; tells.
+    void SetField(std::shared_ptr<const HeightField> field);
     std::shared_ptr<const HeightField> GetHeightField(TimeValue t) override { return m_field; }
     std::shared_ptr<const Mesh> GetRenderMesh(TimeValue t) override;
     std::string MeshRefusal() const override;

@@ -142,6 +142,12 @@ int ParticleObject::AddEvent(std::shared_ptr<INode> node) {
     return int(m_events.size()) - 1;
 }
 
+void ParticleObject::SetNumEvents(int count) {
+    m_events.resize(size_t(count));
+    for (auto& event : m_events)
+        if (!event) event = std::make_unique<Reference<INode>>(this);
+}
+
 INode* ParticleObject::GetEvent(int i) const {
     return i < 0 ? nullptr : m_events[size_t(i)]->Get();
 }

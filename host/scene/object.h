@@ -197,6 +197,8 @@ public:
     // Event nodes that particles point at. The same node keeps its index.
     int AddEvent(std::shared_ptr<INode> node);
     int NumEvents() const { return int(m_events.size()); }
+    // Slots for as many; new ones hold none.
+    void SetNumEvents(int count);
     INode* GetEvent(int i) const;  // null for -1
 
     bool IsParticleSystem() const override { return true; }

@@ -6,6 +6,7 @@
 // is found). Changes are announced to the current session. One thread changes a scene.
 #pragma once
 
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <optional>
@@ -58,6 +59,8 @@ public:
     Property<TimeRange> timeRange{this};  // of animations
     Property<SceneRenderSettings> render{this};
     std::string path;  // file that the scene came from, empty for none
+    // What the file held and nobody knew, for the next one that is written.
+    std::shared_ptr<void> unknownParts;
 
     // The camera of pictures, null for none. Undoable.
     INode* RenderCamera() const { return m_renderCamera.Get(); }
@@ -80,6 +83,10 @@ public:
     // Null when there is none. The first added wins among equals.
     INode* FindNode(const std::string& name) const;
     INode* FindHandle(NodeHandle handle) const;
+    // The handle that was given out last; nodes that are added get the ones after it.
+    NodeHandle LastHandle() const { return m_lastHandle; }
+    // Gives out no handle up to this one any more, so that nodes from a file keep theirs.
+    void ReserveHandles(NodeHandle last) { m_lastHandle = std::max(m_lastHandle, last); }
     // `name`, or name with the first free three-digit number behind it when it is taken.
     std::string UniqueNodeName(const std::string& name) const;
 

@@ -1,0 +1,71 @@
+#include "Dravin/storage/dravin_storage.h"
+
+#include "Dravin/curves/curve_set.h"
+#include "Dravin/dravin.h"
+#include "Dravin/geometry/area_texts.h"
+#include "Dravin/proxy/dproxy.h"
+#include "Dravin/proxy/instance_nodes.h"
+#include "Dravin/storage/object_writer.h"
+#include "host/storage/class_storage.h"
+
+namespace {
+
+void WriteCurves(FieldWriter& out, const TCurveSet& set) {
+    for (int i = 0; i < set.GetNumCurves(); ++i) {
+        const TCurveSet::Curve& curve = set.GetCurve(i);
+        out.Put(uint32_t(curve.points.size()));
+        out.Out().WriteBytes({reinterpret_cast<const char*>(curve.points.data()),
+                              curve.points.size() * sizeof(CurvePoint)});
+    }
+}
+
+void ReadCurves(FieldReader& in, TCurveSet& set) {
+    while (in.In().Remaining() > 0) {
+        auto count = in.In().Read<uint32_t>();
+        if (count > in.In().Remaining() / sizeof(CurvePoint))
+            return in.In().Fail("a curve with fewer points than it says");
+        std::vector<CurvePoint> points(count);
+        in.In().ReadBytes(points.data(), count * sizeof(CurvePoint));
+        set.SetNumCurves(set.GetNumCurves() + 1);
+        set.SetPoints(set.GetNumCurves() - 1, std::move(points));
+    }
+}
+
+template <class Fields>
+void VisitCurveSet(Fields& fields, TCurveSet& set) {
+    fields(1, set.title);
+    fields(2, set.editorFlags);
+    fields.Own(
+        3,
+        [&set](FieldWriter& out) {
+            out.Put(set.XMin()), out.Put(set.XMax()), out.Put(set.YMin()), out.Put(set.YMax());
+        },
+        [&set](FieldReader& in) {
+            float x[2] = {0, 1}, y[2] = {0, 100};
+            in.Get(x[0]), in.Get(x[1]), in.Get(y[0]), in.Get(y[1]);
+            set.SetXRange(x[0], x[1]), set.SetYRange(y[0], y[1]);
+        });
+    fields.Own(
+        4, [&set](FieldWriter& out) { WriteCurves(out, set); },
+        [&set](FieldReader& in) { ReadCurves(in, set); });
+}
+
+}  // namespace
+
+void RegisterDravinStorage(SceneStorage& storage) {
+    storage.Register<TDravin>([](auto& fields, TDravin& object) {
+        fields.Own(
+            1, [&object](FieldWriter& out) { WriteObjectChunks(out.Out(), object); },
+            [&object](FieldReader& in) { ReadObjectChunks(in, object); });
+    });
+    storage.Register<TCurveSet>(
+        [](auto& fields, TCurveSet& set) { VisitCurveSet(fields, set); },
+        [] { return std::make_shared<TCurveSet>(); });
+    storage.Register<TPaintShape>(
+        [](auto& fields, TPaintShape& paint) { fields(1, paint.shape); },
+        [] { return std::make_shared<TPaintShape>(); });
+    // Their handles lie in the object's own chunks.
+    storage.LeaveOut(TInstanceNodes::kClass.id);
+    // Proxies stand in a scene for as long as it is rendered.
+    storage.LeaveOut(DProxy::kClass.id);
+}
