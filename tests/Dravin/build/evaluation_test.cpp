@@ -147,7 +147,7 @@ TEST_F(Evaluation, AFrozenObjectCoversWhatItsViewShows) {
     auto [other, otherNode] = AddScatter("other");
     other->Block(kDispParams).SetValue(dispParams::kManualupdate, 0, true);
     otherNode->EvalWorldState(0);
-    AddArea(*object, 2, otherNode, true);
+    AddArea(*object, 4, otherNode, true);
     other->Block(kGenParams).SetValue(genParams::kSeed, 0, 3);
     Evaluate();
     EXPECT_EQ(other->Build().BuildCounter(), 1);

@@ -192,7 +192,7 @@ TEST_F(Invalidation, NodesThatMove) {
     Move(*node);
     EXPECT_EQ(BuildsOfEvaluation(), 1) << "the object's own node";
     std::shared_ptr<INode> area = AddMesh("area", MakeBox(2, 2, 2, 1));
-    AddArea(*object, 2, area, true);
+    AddArea(*object, 1, area, true);
     Evaluate();
     Move(*area);
     EXPECT_EQ(BuildsOfEvaluation(), 1) << "an area";
@@ -306,7 +306,7 @@ TEST_F(Invalidation, NamesCountForEventsAlone) {
 
 TEST_F(Invalidation, ANewNameOfAnAreasNodeRefreshesTheListOfAreas) {
     std::shared_ptr<INode> area = AddMesh("area", MakeBox(2, 2, 2, 1));
-    AddArea(*object, 2, area, true);
+    AddArea(*object, 1, area, true);
     Evaluate();
     int refreshed = 0;
     Connection panel = object->panelUpdate.Connect(
