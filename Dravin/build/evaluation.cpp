@@ -49,6 +49,8 @@ bool TDravin::NeedsBuild(TimeValue t) const {
     if (IsFrozen(t) && !updateState.updateOnce) return false;
     const TDravinBuild& build = *m_build;
     // Who asked for items alone left the view without its mesh.
+    // Renders and views have settings of their own.
+    if (build.IsRender() != updateState.isRendering) return true;
     bool lacksMesh = !updateState.isRendering && (build.Flags().noMesh || build.HasStreamed());
     if (lacksMesh || !build.Validity().Contains(t)) return true;
     // Nobody tells an object that its own node has moved; its items stand on what has not.

@@ -92,7 +92,8 @@ int EffectParameterOfCall(const TCommandCall& call, int effect, TCommandResult* 
         row = effects.Parameters().FindName(id, wanted);
     if (row >= 0) return row;
     std::vector<std::string> names;
-    for (int r : rows) names.push_back(call.object->Block(kEffectParams).GetString(kEfpaname, 0, r));
+    for (int r : rows)
+        names.push_back(call.object->Block(kEffectParams).GetString(kEfpaname, 0, r));
     result->error = fmt::format("the effect has no parameter \"{}\"{}", CutText(wanted, 60),
                                 DidYouMean(wanted, names));
     return -1;

@@ -8,6 +8,7 @@
 #include "Dravin/effects/effect_definition.h"
 #include "Dravin/effects/effect_list.h"
 #include "host/base/file_input.h"
+#include "host/scene/scene.h"
 
 namespace {
 
@@ -85,9 +86,11 @@ TCommandResult Errors(TCommandCall& call) {
 
 void AddList(TCommandTable& table) {
     const std::vector<TArgumentInfo> sources = {
-        {"name", Kind::kText, "of the effect (default: of the definition, else \"Effect\" and a number)"},
+        {"name", Kind::kText,
+         "of the effect (default: of the definition, else \"Effect\" and a number)"},
         {"program", Kind::kText, "program text, or a definition"},
-        {"library", Kind::kText, "an effect that ships with the product (see dravin effect --list)"},
+        {"library", Kind::kText,
+         "an effect that ships with the product (see dravin effect --list)"},
         {"file", Kind::kText, "of a program or definition"}};
     table.Add({"effect.add", "Add Effect", "Appends an effect, and gives its id.",
                TCommandTarget::kObject, sources, Add});
@@ -96,42 +99,69 @@ void AddList(TCommandTable& table) {
     table.Add({"effect.load", "Load Effect",
                "Gives an effect another program, with the parameters that it lacks.",
                TCommandTarget::kObject, withEffect, OnEffect(Take)});
-    table.Add({"effect.delete", "Delete Effect", "Deletes an effect with its parameters.",
-               TCommandTarget::kObject, {kEffect}, OnEffect([](TCommandCall& call, int) {
+    table.Add({"effect.delete",
+               "Delete Effect",
+               "Deletes an effect with its parameters.",
+               TCommandTarget::kObject,
+               {kEffect},
+               OnEffect([](TCommandCall& call, int) {
                    return DoneOr(Effects(call).Delete(), "the list of effects is locked");
                })});
-    table.Add({"effect.up", "Move Effect", "Moves an effect one row up.", TCommandTarget::kObject,
-               {kEffect}, OnEffect([](TCommandCall& call, int) {
+    table.Add({"effect.up",
+               "Move Effect",
+               "Moves an effect one row up.",
+               TCommandTarget::kObject,
+               {kEffect},
+               OnEffect([](TCommandCall& call, int) {
                    return DoneOr(Effects(call).MoveUp(), "the effect cannot move up");
                })});
-    table.Add({"effect.down", "Move Effect", "Moves an effect one row down.",
-               TCommandTarget::kObject, {kEffect}, OnEffect([](TCommandCall& call, int) {
+    table.Add({"effect.down",
+               "Move Effect",
+               "Moves an effect one row down.",
+               TCommandTarget::kObject,
+               {kEffect},
+               OnEffect([](TCommandCall& call, int) {
                    return DoneOr(Effects(call).MoveDown(), "the effect cannot move down");
                })});
-    table.Add({"effect.list", "", "Gives the names of the effects.", TCommandTarget::kObject, {},
-               List});
-    table.Add({"effect.errors", "", "Gives why effects do not compile.", TCommandTarget::kObject,
-               {}, Errors});
+    table.Add(
+        {"effect.list", "", "Gives the names of the effects.", TCommandTarget::kObject, {}, List});
+    table.Add({"effect.errors",
+               "",
+               "Gives why effects do not compile.",
+               TCommandTarget::kObject,
+               {},
+               Errors});
 }
 
 void AddSingle(TCommandTable& table) {
-    table.Add({"effect.select", "", "Selects an effect, which other commands then work on.",
-               TCommandTarget::kObject, {kEffect},
+    table.Add({"effect.select",
+               "",
+               "Selects an effect, which other commands then work on.",
+               TCommandTarget::kObject,
+               {kEffect},
                OnEffect([](TCommandCall&, int) { return TCommandResult(); })});
-    table.Add({"effect.rename", "Rename Effect", "Gives an effect another name.",
-               TCommandTarget::kObject, {kEffect, {"name", Kind::kText, "the new name", true}},
+    table.Add({"effect.rename",
+               "Rename Effect",
+               "Gives an effect another name.",
+               TCommandTarget::kObject,
+               {kEffect, {"name", Kind::kText, "the new name", true}},
                OnEffect([](TCommandCall& call, int row) {
                    Effects(call).Rename(row, call.Text("name"));
                    return TCommandResult();
                })});
-    table.Add({"effect.enable", "Enable Effect", "Switches an effect on or off.",
-               TCommandTarget::kObject, {kEffect, {"on", Kind::kBool, "false switches it off"}},
+    table.Add({"effect.enable",
+               "Enable Effect",
+               "Switches an effect on or off.",
+               TCommandTarget::kObject,
+               {kEffect, {"on", Kind::kBool, "false switches it off"}},
                OnEffect([](TCommandCall& call, int row) {
                    Effects(call).SetEnabled(row, call.Bool("on", true));
                    return TCommandResult();
                })});
-    table.Add({"effect.program", "Edit Effect",
-               "Sets the program of an effect; without a text, gives it.", TCommandTarget::kObject,
+    table.Add({"effect.program",
+               "Edit Effect",
+               "Sets the program of an effect; without a text, gives it.",
+               TCommandTarget::kObject,
                {kEffect, {"text", Kind::kText, "program text, or a definition"}},
                OnEffect([](TCommandCall& call, int row) {
                    if (!call.Has("text"))
@@ -139,20 +169,32 @@ void AddSingle(TCommandTable& table) {
                    Effects(call).SetText(row, call.Text("text"));
                    return TCommandResult();
                })});
-    table.Add({"effect.mark", "", "Has the effects of all objects of the scene compiled again.",
-               TCommandTarget::kScene, {}, [](TCommandCall& call) {
+    table.Add({"effect.mark",
+               "",
+               "Has the effects of all objects of the scene compiled again.",
+               TCommandTarget::kScene,
+               {},
+               [](TCommandCall& call) {
                    MarkAllEffects(call.scene);
                    return TCommandResult();
                }});
 }
 
 void AddWindows(TCommandTable& table) {
-    table.Add({"effect.edit", "", "Opens the effects editor on an effect, or closes it.",
-               TCommandTarget::kObject, {kEffect}, OnEffect([](TCommandCall& call, int) {
+    table.Add({"effect.edit",
+               "",
+               "Opens the effects editor on an effect, or closes it.",
+               TCommandTarget::kObject,
+               {kEffect},
+               OnEffect([](TCommandCall& call, int) {
                    return DoneOr(Effects(call).ToggleEditor(), "the editor stays as it is");
                })});
-    table.Add({"effect.browse", "", "Opens the library browser on an effect, or closes it.",
-               TCommandTarget::kObject, {kEffect}, OnEffect([](TCommandCall& call, int) {
+    table.Add({"effect.browse",
+               "",
+               "Opens the library browser on an effect, or closes it.",
+               TCommandTarget::kObject,
+               {kEffect},
+               OnEffect([](TCommandCall& call, int) {
                    return DoneOr(Effects(call).ToggleBrowser(), "the browser stays as it is");
                })});
 }

@@ -11,11 +11,10 @@
 
 namespace {
 
-// The session's scripts about nodes, which find them in whatever scene is the current one.
-struct ListerScripts {
-    ScriptSystem scripts;
-    ListerScripts() {
-        RegisterNodeScripts(scripts, [](unsigned handle) {
+// Makes sure that the session's scripts find nodes in its current scene.
+struct NodeScripts {
+    NodeScripts() {
+        RegisterNodeScripts(HostContext::Current()->State<ScriptSystem>(), [](unsigned handle) {
             Scene* scene = HostContext::Current()->CurrentScene();
             return scene ? scene->FindHandle(handle) : nullptr;
         });
@@ -56,9 +55,10 @@ bool TListerCommands::Hide(size_t row, bool hidden, std::string* error) {
         return false;
     }
     UndoStep step(hidden ? "Hide" : "Unhide");
-    ScriptResult result = HostContext::Current()->State<ListerScripts>().scripts.Execute(
-        fmt::format("(maxOps.getnodebyhandle {}).isHidden = {}", m_rows[row].node->GetHandle(),
-                    hidden));
-    if (!result) *error = result.error;
-    return bool(result);
+    HostContext& session = *HostContext::Current();
+    session.State<NodeScripts>();
+    ScriptResult result = session.State<ScriptSystem>().Execute(fmt::format(
+        "(maxOps.getnodebyhandle {}).isHidden = {}", m_rows[row].node->GetHandle(), hidden));
+    if (result.IsError()) *error = result.error;
+    return !result.IsError();
 }

@@ -95,6 +95,19 @@ TEST_F(Evaluation, ARenderBuildsAFrozenObjectAndItsEndBuildsTheViewOnce) {
     EXPECT_EQ(BuildsOfEvaluation(), 0);
 }
 
+TEST_F(Evaluation, ARenderIsBuiltWithItsOwnSettingsThoughNothingChanged) {
+    Set(kDispParams, dispParams::kVmaxitems, 100);
+    Evaluate();
+    EXPECT_EQ(NumItems(), 100u);
+    object->updateState.isRendering = true;
+    Evaluate();
+    EXPECT_TRUE(object->Build().IsRender());
+    EXPECT_EQ(NumItems(), 400u);
+    uint64_t number = object->Build().BuildNumber();
+    Evaluate();
+    EXPECT_EQ(object->Build().BuildNumber(), number);
+}
+
 TEST_F(Evaluation, TheRenderLockKeepsTheEndOfAnotherRenderOut) {
     object->updateState.renderLock = true;
     object->RenderEnd(0);

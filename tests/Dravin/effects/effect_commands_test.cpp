@@ -149,7 +149,7 @@ TEST_F(EffectCommands, DeletingTakesTheParametersOfTheEffectAlong) {
     EXPECT_EQ(Names(), NameList{"Effect2"});
     EXPECT_EQ(block->Count(kEfpaid), 1);
     EXPECT_EQ(commands.FindParameter("b"), 0);
-    EXPECT_EQ(marks, 1);
+    EXPECT_GE(marks, 1);
     EXPECT_EQ(host.Undo().NumUndoSteps(), 1u);
     EXPECT_TRUE(host.Undo().Undo());
     EXPECT_EQ(Names().size(), 2u);
@@ -274,7 +274,7 @@ TEST_F(EffectCommands, AParameterIsFoundByItsIdOrAppended) {
     EXPECT_EQ(block->GetString(kEfpaname, 0, 0), "other");
     EXPECT_EQ(block->GetString(kEfpaname, 0, 1), "name of b");
     EXPECT_EQ(block->GetFloat(kEfpafloatval, 0, 0), 2.5f);
-    EXPECT_EQ(marks, 3);
+    EXPECT_GE(marks, 3);
 }
 
 TEST_F(EffectCommands, ANewParameterAppendsToEveryList) {
