@@ -83,7 +83,7 @@ auto OnProbabilities(Change change) {
 std::unique_ptr<PBStore> OpenAreas(TDravin& object) {
     std::vector<PBColumn> columns;
     // The names come first and count the rows.
-    for (ParamID id : AreaRowIds()) columns.push_back({id, {}});
+    for (ParamID id : AreaRowIds()) columns.push_back({id, FirstAreaValue(id)});
     return std::make_unique<PBStore>(Share(object, kAreaParams), std::move(columns));
 }
 
@@ -128,7 +128,8 @@ TCommandResult AddArea(TCommandCall& call) {
     block.SetValue(kArnamelist, 0, call.Text("name", node->GetName()), at);
     block.SetValue(kArnodelist, 0, Share(node), at);
     block.SetValue(kArtypelist, 0, type, at);
-    block.SetValue(kArincexclist, 0, call.Bool("exclude", type != kAreaSpline), at);
+    block.SetValue(kArresollist, 0, FirstResolution(type), at);
+    block.SetValue(kArincexclist, 0, call.Bool("exclude", ExcludesAtFirst(type)), at);
     result.value = ParamInput(int64_t(at));
     return result;
 }

@@ -39,6 +39,8 @@ TEST_F(EditLists, AreasAreSplinesAndObjects) {
     ASSERT_EQ(run.code, 0) << run.err;
     EXPECT_THAT(run.out, HasSubstr("0\n1\n2\n"));
     EXPECT_THAT(Out(), HasSubstr("\"pond\""));
+    // The rest of a row is as a description leaves it out.
+    EXPECT_THAT(Out(), Not(HasSubstr("object_scale")));
     run = Edit({"area.add node=wood"});
     EXPECT_EQ(run.code, 1);
     EXPECT_THAT(run.err, HasSubstr("cannot exclude its own items"));
@@ -67,13 +69,13 @@ TEST_F(EditLists, TheListerShowsSelectsAndHides) {
 }
 
 TEST_F(EditLists, FrozenObjectsWaitForUpdate) {
-    ProgramRun run = Edit({"update", "update.freeze", "param.set name=pixels_x value=5",
+    ProgramRun run = Edit({"update", "update.freeze", "param.set name=units_x value=20",
                            "update.view", "update", "update.all", "update.freeze on=false",
-                           "param.set name=pixels_x value=10", "update.view"});
+                           "param.set name=units_x value=10", "update.view"});
     ASSERT_EQ(run.code, 0) << run.err;
     EXPECT_EQ(run.out, "400\n400\n200\n1\n400\n");
     run = Edit({"update", "param.set name=manualupdate value=true",
-                "param.set name=pixels_x value=5", "update.view", "update"});
+                "param.set name=units_x value=20", "update.view", "update"});
     EXPECT_EQ(run.out, "400\n400\n200\n");
 }
 
@@ -92,7 +94,8 @@ TEST_F(EditLists, ToolsWorkOnWhatIsSelected) {
     EXPECT_EQ(run.out, "false\n");
     EXPECT_THAT(run.err, HasSubstr("There are not Dravin objets selected"));
     run = Edit({"scene.select nodes=wood", "tools.export file=items.xml fields=index,seed,nothing",
-                "tools.instantiate"});
+                "tools.instantiate"},
+               "--yes");
     ASSERT_EQ(run.code, 0) << run.err;
     EXPECT_EQ(run.out, "true\ntrue\n");
     EXPECT_THAT(run.err, HasSubstr("there is no field \"nothing\""));

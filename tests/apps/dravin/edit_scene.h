@@ -14,10 +14,11 @@ protected:
   {"name": "tree", "type": "box", "width": 1, "length": 1, "height": 2},
   {"name": "bush", "type": "box", "width": 2, "length": 2, "height": 1},
   {"name": "ground", "type": "plane", "width": 20, "length": 20},
-  {"name": "pond", "type": "spline", "splines": [{"points": [[-2, -2, 0], [2, -2, 0], [2, 2, 0]], "closed": true}]},
-  {"name": "lod", "type": "dravin_lod"},
-  {"name": "wood", "type": "dravin", "surfaces": ["ground"],
-   "params": {"pixels_x": 10, "pixels_y": 10, "distmap": "white"},
+  {"name": "pond", "type": "spline", "lines": [
+    {"points": [[-2, -2, 0], [2, -2, 0], [2, 2, 0]], "closed": true}]},
+  {"name": "lod", "type": "lod"},
+  {"name": "wood", "type": "dravin",
+   "params": {"surflist": ["ground"], "pixels_x": 10, "pixels_y": 10, "distmap": "white"},
    "geometry": [{"name": "tree", "object": "tree"}]}],
   "texmaps": {"white": {"type": "color", "color": [1, 1, 1]}}})");
     }
