@@ -5,6 +5,7 @@ TCommandTable MakeCommandTable() {
     AddAreaCommands(table);
     AddEffectCommands(table);
     AddEffectLibraryCommands(table);
+    AddEffectLinkCommands(table);
     AddEffectParameterCommands(table);
     AddGeometryCommands(table);
     AddListerCommands(table);

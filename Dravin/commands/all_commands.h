@@ -10,6 +10,7 @@ TCommandTable MakeCommandTable();
 void AddAreaCommands(TCommandTable& table);
 void AddEffectCommands(TCommandTable& table);
 void AddEffectLibraryCommands(TCommandTable& table);
+void AddEffectLinkCommands(TCommandTable& table);
 void AddEffectParameterCommands(TCommandTable& table);
 void AddGeometryCommands(TCommandTable& table);
 void AddListerCommands(TCommandTable& table);

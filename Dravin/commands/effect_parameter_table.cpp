@@ -98,7 +98,7 @@ TCommandResult SetTarget(TCommandCall& call, int row, const TEffectKind& kind) {
         const bool isVector = std::holds_alternative<ParamInput::Array>(value.value);
         const ParamDef def(0, "value", isVector ? ParamType::kPoint3 : ParamType::kFloat);
         if (!ConvertInput(def, value, AssignSource::kScript, {}, &element.value)) return result;
-        TEffectStep step(call.object->Block(kEffectParams), "Change Parameter", {});
+        UndoStep step("Change Parameter");
         Parameters(call).SetTarget(row, std::make_shared<KeyController>(element));
         call.object->Block(kEffectParams)
             .SetValue(kEfpacontype, 0, isVector ? kEffControllerVector : kEffControllerReal, row);

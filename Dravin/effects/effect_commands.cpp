@@ -113,7 +113,11 @@ bool TEffectCommands::Move(bool up) {
 
 void TEffectCommands::Rename(int row, const std::string& name) {
     TEffectStep step(*m_block, "Rename Effect", m_mark);
+    // A definition that stands around plain program text has the effect's name as its title.
+    std::string old = m_block->GetString(kEfnamelist, 0, row), program = Program(row);
+    bool isPlain = m_block->GetString(kEfxmllist, 0, row) == WrapEffectProgram(program, old);
     m_effects.Set(1, row, 0, name);
+    if (isPlain) m_effects.Set(2, row, 0, WrapEffectProgram(program, name));
 }
 
 void TEffectCommands::SetEnabled(int row, bool on) {

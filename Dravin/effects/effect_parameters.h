@@ -78,7 +78,8 @@ public:
     void StoreCurves();
 
 private:
-    // Does `work`, which changes rows, and brings the curves behind: newRows[i] was row i's number.
+    // Does `work`, which changes rows and says which number each row had before (-1: none), and
+    // brings the curves behind.
     void Rearrange(const char* name, const std::function<std::vector<int>()>& work);
     void Put(int row, ParamID id, ParamValue value, const char* name);
     ParamValue NumberValue(int row, double value) const;

@@ -5,6 +5,7 @@
 
 #include "Dravin/curves/curve_set.h"
 #include "Dravin/effects/effect_commands.h"
+#include "Dravin/effects/effect_definition.h"
 #include "Dravin/effects/effect_kinds.h"
 #include "Dravin/effects/effect_link.h"
 #include "host/scene/host_context.h"
@@ -180,11 +181,13 @@ TEST_F(EffectParameters, NamesTextsAndSwitchesOfEffects) {
     EXPECT_EQ(commands.Find("other"), -1);
     commands.SetText(0, "dpItem.scale = 2;");
     EXPECT_EQ(commands.Program(0), "dpItem.scale = 2;");
+    commands.Rename(0, "tilt");
+    EXPECT_EQ(block->GetString(kEfxmllist, 0, 0), WrapEffectProgram("dpItem.scale = 2;", "tilt"));
     commands.SetEnabled(0, false);
     EXPECT_FALSE(block->GetInt(kEfenablelist, 0, 0));
     host.Undo().Undo();
     EXPECT_TRUE(block->GetInt(kEfenablelist, 0, 0));
-    EXPECT_EQ(host.Undo().UndoName(), "Edit Effect");
+    EXPECT_EQ(host.Undo().UndoName(), "Rename Effect");
 }
 
 TEST_F(EffectParameters, ADefinitionBringsWhatTheEffectLacks) {

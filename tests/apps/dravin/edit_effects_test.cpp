@@ -89,6 +89,23 @@ TEST_F(EditEffects, EffectsGoToALibraryAndComeBack) {
     EXPECT_EQ(Edit({"effect.library.delete name=../effects"}).code, 1);
 }
 
+TEST_F(EditEffects, TheLinkOfTheWindows) {
+    ProgramRun run =
+        Edit({"effect.link.info", "effect.add name=lean",
+              "effect.link.update id=p1 name=count kind=integer",
+              "effect.parameter.set parameter=count value=3", "effect.link.values",
+              "effect.link.values reset=true", "effect.link.curves", "effect.link.node handle=1",
+              "effect.mark", "effect.link.field handle=1 field=name text=oak"});
+    ASSERT_EQ(run.code, 0) << run.err;
+    EXPECT_THAT(run.out, HasSubstr("[[\"p1\",\"count\",\"integer\",\"3\"]]\n"
+                                   "[[\"p1\",\"count\",\"integer\",\"undefined\"]]\ntree\n"));
+    EXPECT_THAT(run.out, HasSubstr("[\"renderer\","));
+    EXPECT_THAT(Out(), HasSubstr("\"oak\""));
+    run = Edit({"effect.link.node handle=999"});
+    EXPECT_EQ(run.code, 1);
+    EXPECT_THAT(run.err, HasSubstr("Internal Error"));
+}
+
 TEST_F(EditEffects, AWrongNameIsToldWithTheNearest) {
     ProgramRun run = Edit({"effect.add name=lean", "effect.enable effect=leen on=false"});
     EXPECT_EQ(run.code, 1);

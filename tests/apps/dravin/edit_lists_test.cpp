@@ -69,14 +69,15 @@ TEST_F(EditLists, TheListerShowsSelectsAndHides) {
 }
 
 TEST_F(EditLists, FrozenObjectsWaitForUpdate) {
+    // Twice the spacing both ways, as the ratio is locked.
     ProgramRun run = Edit({"update", "update.freeze", "param.set name=units_x value=20",
                            "update.view", "update", "update.all", "update.freeze on=false",
                            "param.set name=units_x value=10", "update.view"});
     ASSERT_EQ(run.code, 0) << run.err;
-    EXPECT_EQ(run.out, "400\n400\n200\n1\n400\n");
+    EXPECT_EQ(run.out, "400\n400\n100\n1\n400\n");
     run = Edit({"update", "param.set name=manualupdate value=true",
                 "param.set name=units_x value=20", "update.view", "update"});
-    EXPECT_EQ(run.out, "400\n400\n200\n");
+    EXPECT_EQ(run.out, "400\n400\n100\n");
 }
 
 TEST_F(EditLists, PresetsAskFirst) {
