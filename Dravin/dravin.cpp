@@ -4,6 +4,7 @@
 
 #include "Dravin/build/custom_edit.h"
 #include "Dravin/build/dravin_build.h"
+#include "Dravin/build/invalidation.h"
 #include "Dravin/dravin_globals.h"
 #include "host/base/log.h"
 #include "host/params/clone_map.h"
@@ -40,7 +41,7 @@ int BlockOfSlot(int slot) {
 
 void TDravin::SetStoredItems(std::vector<TStoredItem> items) {
     auto told = [this] {
-        SetOutdated();
+        Invalidate(TRemake::kItems);
         NotifyDependents();
     };
     size_t bytes = HeapBytes(m_storedItems);
@@ -126,14 +127,18 @@ bool TDravin::SwitchMode(int newMode, TimeValue t) {
 
 RefResult TDravin::NotifyRefChanged(const RefChange& change, ReferenceTarget* from) {
     if (!m_build) return RefResult::kSucceed;  // still being made
-    if (HostContext::Current() && DravinGlobals().makingMaterial) return RefResult::kSucceed;
-    SetOutdated();
-    bool surfaces =
-        BlockIdOf(from) == kSurfaceParams &&
-        (change.paramId == surfaceParams::kSurflist || change.paramId == surfaceParams::kSurfmode);
+    bool hasSession = HostContext::Current() != nullptr;
+    if (hasSession && DravinGlobals().makingMaterial) return RefResult::kSucceed;
+    TChangeSource source{BlockIdOf(from)};
+    for (int slot = 0; slot < kNumDravinSlots; ++slot)
+        if (&m_slots[size_t(slot)] == change.slot) source.slot = slot;
+    TReaction reaction = ReactionTo(*this, change, source);
+    React(reaction);
+    bool surfaces = source.block == kSurfaceParams && (change.paramId == surfaceParams::kSurflist ||
+                                                       change.paramId == surfaceParams::kSurfmode);
     INode* node = surfaces ? GetWorldNode(*this) : nullptr;
-    if (node && node->GetScene() && HostContext::Current()) SweepSurfaceCache(*node->GetScene());
-    return RefResult::kSucceed;
+    if (node && node->GetScene() && hasSession) SweepSurfaceCache(*node->GetScene());
+    return reaction.stops ? RefResult::kStop : RefResult::kSucceed;
 }
 
 std::shared_ptr<ReferenceTarget> TDravin::GetReference(int slot) const {
@@ -189,8 +194,8 @@ std::shared_ptr<ReferenceTarget> TDravin::Clone(CloneMap& map) const {
     return copy;
 }
 
-void TDravin::SetOutdated() {
-    m_build->SetValidity(Interval::Never());
+void TDravin::Invalidate(TRemake what) {
+    m_build->Invalidate(what);
     m_mesh = nullptr;
     m_meshValidity = Interval::Never();
 }
@@ -213,10 +218,4 @@ std::shared_ptr<const Mesh> TDravin::GetRenderMesh(TimeValue t) {
     m_mesh = build.ObjectMesh().IsBuilt() ? build.ObjectMesh().ShareMesh() : nullptr;
     m_meshValidity = build.Validity();
     return m_mesh;
-}
-
-Interval TDravin::ObjectValidity(TimeValue t) const {
-    for (Interval valid : {m_meshValidity, m_build->Validity()})
-        if (valid.Contains(t)) return valid;
-    return Interval::Instant(t);
 }

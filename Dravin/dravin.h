@@ -44,6 +44,15 @@ struct TFileState {
 };
 
 class TDravinBuild;
+enum class TRemake;
+struct TReaction;
+
+// How far an object follows the scene by itself.
+struct TUpdateState {
+    bool isRendering = false;  // a render has begun and not ended
+    bool renderLock = false;   // outside a render: its end changes nothing
+    bool updateOnce = false;   // frozen, and to be built once more all the same
+};
 
 class TDravin : public Object, public IDravinParamOwner {
 public:
@@ -91,6 +100,24 @@ public:
     bool IsBuilding() const { return m_building; }
     std::atomic<bool>& Building() { return m_building; }
     const TDravinBuild& Build() const { return *m_build; }
+
+    // --- when it is built (build/evaluation.cpp)
+    TUpdateState updateState;
+    // The view keeps what was built last, whatever changes: `manualupdate` or the freezing of all
+    // objects is on, there are items, and no render runs.
+    bool IsFrozen(TimeValue t) const;
+    // Builds for the view at the scene's time, whatever has changed. notify: dependents hear of it.
+    void RebuildNow(bool notify);
+    // What an evaluation at time t would build.
+    bool NeedsBuild(TimeValue t) const;
+    // The last build holds no more: the next evaluation makes that much of it anew.
+    void Invalidate(TRemake what);
+    // The next build reads areas, surfaces and effects again.
+    void ClearCaches();
+    // A render is over: views are built again with their own settings, frozen objects once. Nothing
+    // outside a render while the render lock is set.
+    void RenderEnd(TimeValue t);
+
     // The largest row id handed out so far.
     int specIdCounter = 0;
 
@@ -114,8 +141,8 @@ public:
     bool SwitchMode(int newMode, TimeValue t) override;
 
     // ReferenceMaker
-    // Whatever changes makes the last build stale; another list of surfaces also lets go of the
-    // arrays that no object of the scene uses any more.
+    // What a change makes of the last build is a table of its own (build/invalidation.h); another
+    // list of surfaces also lets go of the arrays that no object of the scene uses any more.
     RefResult NotifyRefChanged(const RefChange& change, ReferenceTarget* from) override;
     int NumRefs() const override { return kNumDravinSlots; }
     std::shared_ptr<ReferenceTarget> GetReference(int slot) const override;
@@ -125,8 +152,10 @@ public:
     void ResetReference(int slot) override;
 
     // Object
-    // How long the mesh for others holds, else the items of the last build; without either, or
-    // after a change, the moment.
+    // Builds for the view, or for the render that runs, what is out of date at time t.
+    std::shared_ptr<Object> Evaluated(TimeValue t, Interval* valid) override;
+    // How long the mesh for others holds, else the items of the last build; for ever while it is
+    // frozen; without any, or after a change, the moment.
     Interval ObjectValidity(TimeValue t) const override;
     // As others see it that use it as a source, a surface or an area: all its items as a render
     // shows them, none left to a renderer. The mesh is made when it is asked for and kept as long
@@ -145,7 +174,8 @@ public:
 
 private:
     void CreateCurveSets();
-    void SetOutdated();
+    void BuildForView(TimeValue t, bool keepItems);
+    void React(const TReaction& reaction);
 
     std::vector<TStoredItem> m_storedItems;
     // By block id, and by slot for everything that is no block.

@@ -23,10 +23,12 @@ struct Globals : TDravinGlobals {
             on(notice, [](TDravinGlobals& g) { g.DropSceneData(); });
         on(HostNotify::kFilePreOpen, [](TDravinGlobals& g) {
             g.DropSceneData();
+            g.openingFile = true;
             g.surfaces.SetOpening(true);
             g.meshes.Suspend(true);
         });
         on(HostNotify::kFilePostOpen, [](TDravinGlobals& g) {
+            g.openingFile = false;
             g.surfaces.SetOpening(false);
             g.meshes.Suspend(false);
             BoundUndo();

@@ -30,6 +30,13 @@ struct TDravinGlobals {
     // and makes nothing of it outdated.
     bool makingMaterial = false;
 
+    // "Freeze ALL Dravin objects": no object follows changes by itself until it is taken back.
+    bool freezeAll = false;
+    // A user asked for a rebuild, which is running.
+    bool rebuildingFromPanel = false;
+    // A scene file is being opened.
+    bool openingFile = false;
+
     // Builds of all objects so far.
     uint64_t numBuilds = 0;
 

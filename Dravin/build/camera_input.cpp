@@ -41,13 +41,6 @@ void SetView(const TParameters& p, const TCameraScene& scene, const Matrix3& cam
     state.view = TViewVolume(shape, state.toObject);
 }
 
-// Some feature reads the camera.
-bool UsesCamera(const IParamBlock2& cam) {
-    bool faces = cam.GetBool(kUselookat) && (cam.GetNode(kLookat) || cam.GetBool(kCamlookat));
-    return faces || cam.GetBool(kCamlimit) || cam.GetBool(kCamlod) || cam.GetBool(kCamdensact) ||
-           cam.GetBool(kCamscaact);
-}
-
 void Assign(IParamBlock2& cam, ParamID id, const char* what, INode* node, const char* source) {
     if (cam.GetNode(id) == node) return;
     cam.SetValue(id, 0, node->shared_from_this());
@@ -56,6 +49,12 @@ void Assign(IParamBlock2& cam, ParamID id, const char* what, INode* node, const 
 }
 
 }  // namespace
+
+bool UsesCamera(const IParamBlock2& cam) {
+    bool faces = cam.GetBool(kUselookat) && (cam.GetNode(kLookat) || cam.GetBool(kCamlookat));
+    return faces || cam.GetBool(kCamlimit) || cam.GetBool(kCamlod) || cam.GetBool(kCamdensact) ||
+           cam.GetBool(kCamscaact);
+}
 
 TPreparedCamera PrepareCamera(const TParameters& p, const TCameraScene& scene, Interval* valid) {
     TPreparedCamera prepared;

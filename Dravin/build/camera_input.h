@@ -28,6 +28,9 @@ struct TPreparedCamera {
 TPreparedCamera PrepareCamera(const TParameters& parameters, const TCameraScene& scene,
                               Interval* valid);
 
+// Some feature of the block of camera parameters reads the camera.
+bool UsesCamera(const IParamBlock2& cam);
+
 // Sets the object's camera, and where asked its look-at node, to the scene's render camera, else to
 // the camera that the active viewport looks through. Does nothing without either, or unless the
 // object follows the render camera and uses it for something. Called when rendering begins; leaves

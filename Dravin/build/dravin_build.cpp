@@ -14,6 +14,7 @@
 #include "Dravin/dravin.h"
 #include "Dravin/dravin_globals.h"
 #include "Dravin/engine/build_items.h"
+#include "Dravin/engine/item_looks.h"
 #include "Dravin/materials/automatic_material.h"
 #include "host/base/log.h"
 #include "host/base/memory_size.h"
@@ -96,27 +97,12 @@ void TDravinBuild::BuildAtOnce() {
     m_progress.Start(0);
     m_failure.clear();
     m_refusal.clear();
-    m_effectErrors.clear();
-    m_outOfMemory = m_streamed = false;
-    m_validity = Interval::Forever();
-    m_panel.status = TBuildStatus::kSuccess;
-    TBuildStatistics fresh;
-    fresh.facesInLastRender = m_statistics.facesInLastRender;
-    m_statistics = std::move(fresh);
-    if (m_flags.selectedOnly) std::swap(m_items, m_lastItems);
-    m_items.Clear();
-    // Otherwise the memory of the mesh before serves the next one.
-    if (m_flags.noMesh || m_flags.skipMesh || m_consumer) m_mesh.Clear();
     Log(LogKind::kNormal, fmt::format("Starting BuildMesh({})", m_time));
-
-    if (m_flags.render) RememberView();
-    TParameters parameters(m_object, m_time, &m_validity);
-    m_panel.distributing = parameters.Int(editionParams::kMode) == 0;
-    m_panel.collisions = parameters.Bool(distParams::kCollision);
-    Run(parameters);
-    NarrowToReferences();
-
-    m_lastItems.Release();
+    if (CanKeepItems())
+        MakeShownAgain();
+    else
+        MakeAll();
+    m_remake = TRemake::kNothing;
     FinishStatus();
     m_statistics.buildMs = MillisecondsSince(start);
     m_statistics.itemsPerSecond =
@@ -129,8 +115,81 @@ void TDravinBuild::BuildAtOnce() {
                                       m_statistics.itemCount, int(m_panel.status)));
 }
 
+void TDravinBuild::MakeAll() {
+    m_effectErrors.clear();
+    m_outOfMemory = m_streamed = false;
+    m_validity = Interval::Forever();
+    m_panel.status = TBuildStatus::kSuccess;
+    TBuildStatistics fresh;
+    fresh.facesInLastRender = m_statistics.facesInLastRender;
+    m_statistics = std::move(fresh);
+    if (m_flags.selectedOnly) std::swap(m_items, m_lastItems);
+    m_items.Clear();
+    // Otherwise the memory of the mesh before serves the next one.
+    if (m_flags.noMesh || m_flags.skipMesh || m_consumer) m_mesh.Clear();
+
+    if (m_flags.render) RememberView();
+    TParameters parameters(m_object, m_time, &m_validity);
+    m_panel.distributing = parameters.Int(editionParams::kMode) == 0;
+    m_panel.collisions = parameters.Bool(distParams::kCollision);
+    m_lastForView = IsForView();
+    m_lastShowedProxies = ShowsProxies();
+    Run(parameters);
+    NarrowToReferences();
+    NarrowToSources(parameters);
+    m_itemsValidity = m_validity;
+    m_lastItems.Release();
+}
+
+// --- only what is shown
+
+bool TDravinBuild::IsForView() const {
+    const TBuildFlags& f = m_flags;
+    bool isPlain = !f.noMesh && !f.render && !f.skipMesh && !f.fileMesh && !f.viewportOnly &&
+                   !f.effectsOff && !f.noLimit && !f.unprotected && !f.noCameraLimit &&
+                   !f.collisions && !f.selectedOnly && f.forceThreads == 0;
+    return isPlain && f.part.IsWhole() && !m_consumer;
+}
+
+bool TDravinBuild::ShowsProxies() const {
+    const IParamBlock2& display = m_object.Block(kDispParams);
+    return display.GetInt(m_flags.render ? dispParams::kRmesh : dispParams::kVmesh, m_time) ==
+           kProxyMesh;
+}
+
+// Items are kept where nothing that they follow from has changed since a build under the same
+// conditions.
+bool TDravinBuild::CanKeepItems() const {
+    bool isAsked = m_flags.keepItems && IsForView() && m_lastForView && !m_rereadSurfaces &&
+                   (m_remake == TRemake::kShown || m_remake == TRemake::kTints);
+    bool hasItems = m_panel.status == TBuildStatus::kSuccess && m_input && !m_items.IsEmpty() &&
+                    m_itemsValidity.Contains(m_time);
+    if (!isAsked || !hasItems || m_lastShowedProxies != ShowsProxies()) return false;
+    // Programs may read tints; hand-edited items that are hidden have none.
+    return m_remake == TRemake::kShown || !(m_input->effects || m_input->customEdit);
+}
+
+void TDravinBuild::MakeShownAgain() {
+    Log(LogKind::kDebug, "BuildMesh keeps the items");
+    m_validity = m_itemsValidity;
+    TParameters parameters(m_object, m_time, &m_validity);
+    m_panel.status = BuildSpecimens(parameters);
+    if (m_panel.status != TBuildStatus::kSuccess) return;
+    if (m_remake == TRemake::kTints) {
+        ReadTints(parameters, m_input->transforms);
+        TintAgain(*m_input, m_items);
+        m_itemsValidity = m_validity;
+    }
+    MakeMaterial(parameters);
+    if (m_panel.status == TBuildStatus::kSuccess)
+        MakeMesh(MeshSettings(parameters, m_input->threads));
+}
+
+// --- what a build holds on
+
 // The result holds no longer than what it was made from: the object's own place, everything that
-// its parameters name, and the cameras that a build may look through.
+// its parameters name, and the cameras that a build may look through. Sources have rules of their
+// own.
 void TDravinBuild::NarrowToReferences() {
     auto narrow = [this](INode* node) {
         node->GetObjectTM(m_time, &m_validity);
@@ -143,7 +202,8 @@ void TDravinBuild::NarrowToReferences() {
     };
     for (const ParamBlockDesc2& desc : DravinBlocks())
         for (const ParamDef& def : desc.params) {
-            if (def.type != ParamType::kNode) continue;
+            bool isSource = desc.id == kGeomParams && def.id == geomParams::kCobjlist;
+            if (def.type != ParamType::kNode || isSource) continue;
             const IParamBlock2& block = m_object.Block(DravinBlockId(desc.id));
             for (int i = 0; i < block.Count(def.id); ++i)
                 narrowTree(block.GetNode(def.id, m_time, i));
@@ -155,6 +215,16 @@ void TDravinBuild::NarrowToReferences() {
     for (INode* camera :
          {scene ? scene->RenderCamera() : nullptr, scene ? scene->ViewCamera() : nullptr})
         if (camera) narrow(camera);
+}
+
+// A source shows its mesh, wherever it stands; of those in groups the place among the others
+// counts. How long meshes hold the specimens say that show more than one moment of them.
+void TDravinBuild::NarrowToSources(const TParameters& parameters) {
+    auto narrow = [this](INode* node) { node->GetObjectTM(m_time, &m_validity); };
+    for (INode* node : parameters.Nodes(geomParams::kCobjlist)) {
+        INode* head = node ? node->GetOutermostHead() : nullptr;
+        if (head) VisitNodes(head, narrow);
+    }
 }
 
 // Gives everything back that the build held, which needs no memory; the text may need some.
@@ -188,6 +258,27 @@ void TDravinBuild::RememberView() {
     m_view = scene->ActiveView(m_time);
 }
 
+TBuildStatus TDravinBuild::BuildSpecimens(const TParameters& parameters) {
+    INode* node = GetWorldNode(m_object);
+    const Scene* scene = node ? node->GetScene() : nullptr;
+    TSpecListRequest request;
+    request.time = m_time;
+    request.isOpen = [](const Object& object) {
+        auto* scatter = dynamic_cast<const TDravin*>(&object);
+        return scatter && scatter->IsBuilding();
+    };
+    request.proxyMode = ShowsProxies();
+    request.animation = NormaliseAnimation(
+        {parameters.Int(animParams::kAnimation), parameters.Int(animParams::kAnimsamples),
+         parameters.Int(animParams::kAnimsoffset), parameters.Int(animParams::kAnimstart),
+         parameters.Int(animParams::kAnimend), scene ? scene->ticksPerFrame.Get() : 160},
+        parameters.Bool(animParams::kAnimonlyrend), m_flags.render);
+    TTreeSpecList rows(
+        std::static_pointer_cast<IParamBlock2>(m_object.Block(kGeomParams).shared_from_this()));
+    return m_specimens.Build(rows, DravinGlobals().templates, DravinGlobals().meshes,
+                             SharedGenerator(), request, &m_object.specIdCounter, &m_validity);
+}
+
 // From parameters to items; leaves its outcome in the status.
 void TDravinBuild::Run(const TParameters& parameters) {
     m_input.reset();
@@ -206,25 +297,7 @@ void TDravinBuild::Run(const TParameters& parameters) {
         m_panel.status = TBuildStatus::kDisabled;
     if (m_panel.status != TBuildStatus::kSuccess) return;
 
-    TSpecListRequest request;
-    request.time = m_time;
-    request.isOpen = [](const Object& object) {
-        auto* scatter = dynamic_cast<const TDravin*>(&object);
-        return scatter && scatter->IsBuilding();
-    };
-    request.proxyMode = (m_flags.render ? parameters.Int(dispParams::kRmesh)
-                                        : parameters.Int(dispParams::kVmesh)) == kProxyMesh;
-    request.animation = NormaliseAnimation(
-        {parameters.Int(animParams::kAnimation), parameters.Int(animParams::kAnimsamples),
-         parameters.Int(animParams::kAnimsoffset), parameters.Int(animParams::kAnimstart),
-         parameters.Int(animParams::kAnimend),
-         maker.GetScene() ? maker.GetScene()->ticksPerFrame : 160},
-        parameters.Bool(animParams::kAnimonlyrend), m_flags.render);
-    TTreeSpecList rows(
-        std::static_pointer_cast<IParamBlock2>(m_object.Block(kGeomParams).shared_from_this()));
-    m_panel.status =
-        m_specimens.Build(rows, DravinGlobals().templates, DravinGlobals().meshes,
-                          SharedGenerator(), request, &m_object.specIdCounter, &m_validity);
+    m_panel.status = BuildSpecimens(parameters);
     if (m_panel.status != TBuildStatus::kSuccess) return;
 
     m_input = maker.Make(m_specimens, std::move(density), m_rereadSurfaces, &m_validity);

@@ -8,7 +8,9 @@
 // with an empty result, a status and a text: kTooManyItems where memory ran out, else kNoItems.
 #pragma once
 
+#include <algorithm>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "Dravin/build/area_cache.h"
@@ -29,6 +31,14 @@ class TDravin;
 class TInputMaker;
 class TParameters;
 
+// How much of the last build a change makes out of date.
+enum class TRemake {
+    kNothing,
+    kShown,  // meshes and materials
+    kTints,  // and the items' tints
+    kItems,  // all
+};
+
 struct TBuildFlags {
     bool noMesh = false;  // distribution only
     bool render = false;  // render settings and limits
@@ -45,6 +55,9 @@ struct TBuildFlags {
     // Hand-edited items that are not selected stay as the last build left them. Works only right
     // after a build of the same items under the same settings; otherwise all are made anew.
     bool selectedOnly = false;
+    // Of a build for the view: items that the last one made stay where only what is shown of them
+    // has changed since.
+    bool keepItems = false;
     int forceThreads = 0;  // 0: as the parameters say
     TBuildPart part;       // one of several, whose overlaps are left to who joins them
 };
@@ -124,11 +137,27 @@ public:
     // Surface meshes are read again by the next build.
     void SetSurfacesChanged() { m_rereadSurfaces = true; }
     void SetValidity(const Interval& validity) { m_validity = validity; }
+    // The result holds no more. Notes how much of it has changed.
+    void Invalidate(TRemake what) {
+        NoteChange(what);
+        m_validity = Interval::Never();
+    }
+    // Something has changed that does not end the result; the next build sees it.
+    void NoteChange(TRemake what) { m_remake = std::max(m_remake, what); }
+    // The view of the last render stands in for a camera no more.
+    void ForgetView() { m_view.reset(); }
+    // Whether the last build was one for the view, without conditions of its own.
+    bool IsForView() const;
 
 private:
     void BuildAtOnce();
+    void MakeAll();
+    bool CanKeepItems() const;
+    void MakeShownAgain();
     void KeepForSelection();
     void Run(const TParameters& parameters);
+    bool ShowsProxies() const;
+    TBuildStatus BuildSpecimens(const TParameters& parameters);
     TDensityMap LoadMap(const TParameters& parameters, const TInputMaker& maker);
     void BreakOff(TBuildStatus status, const char* why);
     TObjectMeshSettings MeshSettings(const TParameters& parameters, int threads) const;
@@ -136,6 +165,7 @@ private:
     void MakeMesh(const TObjectMeshSettings& settings);
     void FinishStatus();
     void NarrowToReferences();
+    void NarrowToSources(const TParameters& parameters);
     void RememberView();
 
     TDravin& m_object;
@@ -149,6 +179,9 @@ private:
     TimeValue m_time = 0;
     TBuildFlags m_flags;
     Interval m_validity;
+    Interval m_itemsValidity;  // of the items, whatever is shown of them
+    TRemake m_remake = TRemake::kItems;
+    bool m_lastForView = false, m_lastShowedProxies = false;  // of the build that made the items
     TPanelState m_panel;
     TBuildStatistics m_statistics;
     std::vector<TEffectError> m_effectErrors;

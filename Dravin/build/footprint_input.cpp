@@ -31,9 +31,16 @@ void AddTriangles(const Mesh& mesh, const Matrix3& toWorld, const TFootprintRequ
     }
 }
 
-bool IsCurrent(const TDravinBuild& build, const TFootprintRequest& request) {
-    return build.Input() && build.Validity().Contains(request.time) &&
-           build.IsRender() == request.render;
+// A frozen object covers what its view shows.
+bool IsFrozen(const TDravin& other, const TFootprintRequest& request) {
+    return !request.render && other.IsFrozen(request.time);
+}
+
+bool IsCurrent(const TDravin& other, const TFootprintRequest& request) {
+    const TDravinBuild& build = other.Build();
+    if (!build.Input()) return false;
+    return IsFrozen(other, request) ||
+           (build.Validity().Contains(request.time) && build.IsRender() == request.render);
 }
 
 void AddItemMeshes(const TDravinBuild& build, const TFootprintRequest& request,
@@ -76,13 +83,13 @@ TFootprint ObjectFootprint(std::span<const TPlacedMesh> meshes, const TFootprint
 
 void BringUpToDate(TDravin& other, const TFootprintRequest& request, Interval* valid) {
     TDravinBuild& build = other.Build();
-    if (!IsCurrent(build, request)) {
+    if (!IsCurrent(other, request)) {
         TBuildFlags flags;
         flags.noMesh = true;
         flags.render = request.render;
         build.BuildMesh(request.time, flags);
     }
-    *valid &= build.Validity();
+    if (!IsFrozen(other, request)) *valid &= build.Validity();
 }
 
 TFootprint ItemsFootprint(const TDravin& other, const Matrix3& place,

@@ -129,6 +129,13 @@ void TInputMaker::ChooseMapSize(TBuildInput& input) const {
     for (ParamID id : {distParams::kUnitsX, distParams::kUnitsY}) block.SetValue(id, m_time, size);
 }
 
+void ReadTints(const TParameters& p, TTransformSettings& t) {
+    t.tintMin = float(std::min(p.Int(matParams::kTintmin), p.Int(matParams::kTintmax)));
+    t.tintMax = float(std::max(p.Int(matParams::kTintmin), p.Int(matParams::kTintmax)));
+    t.tintColor1 = p.ColorOf(matParams::kTintcolor1);
+    t.tintColor2 = p.ColorOf(matParams::kTintcolor2);
+}
+
 void TInputMaker::SetTransforms(TBuildInput& input) {
     TTransformSettings& t = input.transforms;
     t.seed = uint32_t(m_p.Int(genParams::kSeed));
@@ -172,13 +179,10 @@ void TInputMaker::SetTransforms(TBuildInput& input) {
     }
     t.mirror = m_p.Bool(transformParams::kMirror);
     t.scaleOnSlope = m_p.Bool(surfaceParams::kScalelope);
-    t.tintMin = float(std::min(m_p.Int(matParams::kTintmin), m_p.Int(matParams::kTintmax)));
-    t.tintMax = float(std::max(m_p.Int(matParams::kTintmin), m_p.Int(matParams::kTintmax)));
+    ReadTints(m_p, t);
     t.tintFromMap = m_p.Int(matParams::kTintmode) != 0;
     t.tintMapAsTexture = m_p.Int(matParams::kTintmapmode) != 0;
     t.tintOnSurface = m_p.Int(matParams::kTintmapchan) != 0;
-    t.tintColor1 = m_p.ColorOf(matParams::kTintcolor1);
-    t.tintColor2 = m_p.ColorOf(matParams::kTintcolor2);
     t.radiusPercent = m_p.Int(distParams::kRadius);
     t.collisionHeightPercent = m_p.Int(distParams::kCollheight);
 }

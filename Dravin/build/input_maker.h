@@ -11,6 +11,9 @@
 #include "Dravin/effects/effect_programs.h"
 #include "Dravin/engine/build_input.h"
 
+// The ranges and colours of random tints.
+void ReadTints(const TParameters& p, TTransformSettings& t);
+
 // Makes one input.
 class TInputMaker {
 public:

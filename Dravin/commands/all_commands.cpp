@@ -2,6 +2,17 @@
 
 TCommandTable MakeCommandTable() {
     TCommandTable table;
+    AddAreaCommands(table);
+    AddEffectCommands(table);
+    AddEffectLibraryCommands(table);
+    AddEffectLinkCommands(table);
+    AddEffectParameterCommands(table);
+    AddGeometryCommands(table);
+    AddListerCommands(table);
+    AddLodCommands(table);
+    AddPresetCommands(table);
     AddSceneCommands(table);
+    AddToolCommands(table);
+    AddUpdateCommands(table);
     return table;
 }

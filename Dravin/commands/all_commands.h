@@ -7,4 +7,15 @@
 TCommandTable MakeCommandTable();
 
 // What each part of the system brings along, a topic each.
+void AddAreaCommands(TCommandTable& table);
+void AddEffectCommands(TCommandTable& table);
+void AddEffectLibraryCommands(TCommandTable& table);
+void AddEffectLinkCommands(TCommandTable& table);
+void AddEffectParameterCommands(TCommandTable& table);
+void AddGeometryCommands(TCommandTable& table);
+void AddListerCommands(TCommandTable& table);
+void AddLodCommands(TCommandTable& table);
+void AddPresetCommands(TCommandTable& table);
 void AddSceneCommands(TCommandTable& table);
+void AddToolCommands(TCommandTable& table);
+void AddUpdateCommands(TCommandTable& table);

@@ -1,13 +1,14 @@
 #include "Dravin/effects/effect_commands.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <filesystem>
-#include <set>
 
 #include <fmt/format.h>
 
+#include "Dravin/effects/effect_definition.h"
+#include "Dravin/effects/effect_kinds.h"
 #include "Dravin/effects/effect_list.h"
+#include "Dravin/effects/tavuvm_expr/language.h"
+#include "host/base/text.h"
 #include "host/scene/host_context.h"
 
 using namespace effectParams;
@@ -40,21 +41,22 @@ void Warn(const char* text) {
 
 }  // namespace
 
-std::string MakeEffectId() {
-    std::string id = "{";
-    for (int length : {8, 4, 4, 4, 12}) {
-        if (id.size() > 1) id += '-';
-        for (int i = 0; i < length; ++i)
-            id += "0123456789abcdef"[(std::rand() & 32767) * 16 / 32768];
-    }
-    return id + '}';
-}
-
 TEffectCommands::TEffectCommands(std::shared_ptr<IParamBlock2> block, std::function<void()> mark)
     : m_block(block),
       m_effects(block, Columns(EffectColumns())),
-      m_parameters(block, Columns(EffectParameterColumns())),
+      m_parameters(block, mark),
       m_mark(std::move(mark)) {}
+
+std::string TEffectCommands::IdOf(int row) const { return m_block->GetString(kEfidlist, 0, row); }
+
+int TEffectCommands::Find(const std::string& idOrName) const {
+    for (int i = 0; i < Count(); ++i)
+        if (IdOf(i) == idOrName) return i;
+    std::string wanted = tavuvm_expr::folded(idOrName);
+    for (int i = 0; i < m_block->Count(kEfnamelist); ++i)
+        if (tavuvm_expr::folded(m_block->GetString(kEfnamelist, 0, i)) == wanted) return i;
+    return -1;
+}
 
 bool TEffectCommands::IsRefused() const {
     if (m_editor < 0 && m_browser < 0) return false;
@@ -72,21 +74,16 @@ std::optional<int> TEffectCommands::SelectedEffect() const {
 std::optional<int> TEffectCommands::Add() {
     if (IsRefused()) return std::nullopt;
     int row = m_effects.Count();
-    std::set<std::string> taken;
-    for (int i = 0; i < row; ++i) taken.insert(m_block->GetString(kEfidlist, 0, i));
-    std::string id = MakeEffectId();
-    while (taken.contains(id)) id = MakeEffectId();
-
-    Hold* hold = CurrentHold();
-    if (hold) hold->SuperBegin();
-    m_effects.Insert(row);
-    m_effects.Set(0, row, 0, id);
-    m_effects.Set(1, row, 0, fmt::format("Effect{}", row + 1));
-    m_effects.Set(2, row, 0, std::string());
-    m_effects.Set(3, row, 0, int32_t{1});
-    if (hold) hold->SuperAccept("Add Effect");
+    std::string id = MakeFreshId(*m_block, kEfidlist);
+    {
+        TEffectStep step(*m_block, "Add Effect", m_mark);
+        m_effects.Insert(row);
+        m_effects.Set(0, row, 0, id);
+        m_effects.Set(1, row, 0, fmt::format("Effect{}", row + 1));
+        m_effects.Set(2, row, 0, std::string());
+        m_effects.Set(3, row, 0, int32_t{1});
+    }
     m_effects.Select({row});
-    Mark();
     return row;
 }
 
@@ -97,30 +94,68 @@ bool TEffectCommands::Delete() {
         Warn(kNothingSelected);
         return false;
     }
-    std::string id = m_block->GetString(kEfidlist, 0, *row);
-    std::vector<int> owned;
-    for (int i = 0; i < m_parameters.Count(); ++i)
-        if (m_block->GetString(kEfpaeffid, 0, i) == id) owned.push_back(i);
-
-    Hold* hold = CurrentHold();
-    if (hold) hold->SuperBegin();
-    if (!owned.empty()) m_parameters.Delete(owned);
+    TEffectStep step(*m_block, "Delete Effect", m_mark);
+    m_parameters.Delete(m_parameters.RowsOf(IdOf(*row)));
     m_effects.Delete({*row});
-    if (hold) hold->SuperAccept("Delete Effect");
+    return true;
+}
+
+bool TEffectCommands::Move(bool up) {
+    if (IsRefused()) return false;
+    UndoStep step("Move Effect");
+    if (!(up ? m_effects.MoveUp() : m_effects.MoveDown())) return false;
+    RecordMark(*m_block, m_mark);
     Mark();
     return true;
 }
 
-bool TEffectCommands::MoveUp() {
-    if (IsRefused() || !m_effects.MoveUp()) return false;
-    Mark();
-    return true;
+// --- one effect
+
+void TEffectCommands::Rename(int row, const std::string& name) {
+    TEffectStep step(*m_block, "Rename Effect", m_mark);
+    // A definition that stands around plain program text has the effect's name as its title.
+    std::string old = m_block->GetString(kEfnamelist, 0, row), program = Program(row);
+    bool isPlain = m_block->GetString(kEfxmllist, 0, row) == WrapEffectProgram(program, old);
+    m_effects.Set(1, row, 0, name);
+    if (isPlain) m_effects.Set(2, row, 0, WrapEffectProgram(program, name));
 }
 
-bool TEffectCommands::MoveDown() {
-    if (IsRefused() || !m_effects.MoveDown()) return false;
-    Mark();
-    return true;
+void TEffectCommands::SetEnabled(int row, bool on) {
+    TEffectStep step(*m_block, on ? "Enable Effect" : "Disable Effect", m_mark);
+    m_effects.Set(3, row, 0, int32_t(on));
+}
+
+void TEffectCommands::SetText(int row, const std::string& text) {
+    TEffectStep step(*m_block, "Edit Effect", m_mark);
+    std::string name = m_block->GetString(kEfnamelist, 0, row);
+    m_effects.Set(2, row, 0, IsEffectDefinition(text) ? text : WrapEffectProgram(text, name));
+}
+
+std::string TEffectCommands::Program(int row) const {
+    auto definition = ReadEffectDefinition(m_block->GetString(kEfxmllist, 0, row), nullptr);
+    return definition ? definition->expression : std::string();
+}
+
+void TEffectCommands::TakeDefinition(int row, const std::string& text) {
+    TEffectStep step(*m_block, "Load Effect", m_mark);
+    SetText(row, text);
+    auto definition = ReadEffectDefinition(text, nullptr);
+    if (!definition) return;
+    if (!definition->title.empty()) Rename(row, definition->title);
+    for (const TEffectParameterDefinition& p : definition->parameters) {
+        if (m_parameters.FindName(IdOf(row), p.name) >= 0) continue;
+        int kind = std::max(EffectKindOfWord(p.kind), 0);
+        int added = m_parameters.Add(IdOf(row), p.name, kind);
+        m_parameters.SetDescription(added, p.description);
+        if (!kEffectKinds[kind].IsNumber()) continue;
+        auto number = [](const std::string& s) { return double(ParseLeadingNumber(s)); };
+        if (!p.value.empty()) {
+            m_parameters.SetDefault(added, number(p.value));
+            m_parameters.SetNumber(added, number(p.value));
+        }
+        if (!p.min.empty() && !p.max.empty())
+            m_parameters.SetLimits(added, p.limit, number(p.min), number(p.max));
+    }
 }
 
 // --- the windows
@@ -151,16 +186,13 @@ bool TEffectCommands::ToggleBrowser(const std::function<bool()>& canClose) {
 
 // --- parameters
 
-int TEffectCommands::FindParameter(const std::string& id) const {
-    for (int row = 0; row < m_block->Count(kEfpaid); ++row)
-        if (m_block->GetString(kEfpaid, 0, row) == id) return row;
-    return -1;
-}
+int TEffectCommands::FindParameter(const std::string& id) const { return m_parameters.Find(id); }
 
 void TEffectCommands::AddOrUpdateParameter(const TEffectParameterRecord& record) {
+    TEffectStep step(*m_block, "Change Parameter", m_mark);
     int row = FindParameter(record.id);
-    if (row < 0) row = m_parameters.Count();
-    m_parameters.EnsureRows(row + 1);
+    if (row < 0) row = m_parameters.Add(record.effectId, record.name, kEffectKindReal);
+    PBStore& rows = m_parameters.Rows();
     const ParamValue fixed[kNumFixed] = {record.id,
                                          record.effectId,
                                          int32_t(record.kind),
@@ -168,11 +200,10 @@ void TEffectCommands::AddOrUpdateParameter(const TEffectParameterRecord& record)
                                          int32_t(record.limit),
                                          record.description,
                                          int32_t(record.numberKind)};
-    for (size_t i = 0; i < kNumFixed; ++i) m_parameters.Set(int(i), row, 0, fixed[i]);
+    for (size_t i = 0; i < kNumFixed; ++i) rows.Set(int(i), row, 0, fixed[i]);
     for (size_t c = kNumFixed; c < EffectParameterColumns().size(); ++c)
         if (auto it = record.values.find(EffectParameterColumns()[c]); it != record.values.end())
-            m_parameters.Set(int(c), row, 0, it->second.value);
-    Mark();
+            rows.Set(int(c), row, 0, it->second.value);
 }
 
 TEffectParameterRecord TEffectCommands::ReadParameter(int row) const {
@@ -200,38 +231,12 @@ void TEffectCommands::ShowDescription(int row) const {
                                         m_block->GetString(kEfpaname, 0, row));
 }
 
-void TEffectCommands::ClearTexture(int row) {
-    if (row < 0 || row >= m_block->Count(kEfpaid)) return;
-    if (m_block->GetReference(kEfpatexmap, 0, row))
-        m_block->SetValue(kEfpatexmap, 0, std::shared_ptr<ReferenceTarget>(), row);
-    Mark();
-}
-
-// --- folders
-
-std::optional<TEffectsFolders> EffectsFolders(std::map<std::string, std::string>& values,
-                                              const std::string& dataFolder,
-                                              const std::string& documentsFolder,
-                                              std::string* error) {
-    auto make = [&](const std::filesystem::path& folder) {
-        std::error_code code;
-        std::filesystem::create_directories(folder, code);
-        if (code && error)
-            *error = fmt::format("{}: cannot make the folder: {}", folder.string(), code.message());
-        return !code;
-    };
-    auto user = std::find_if(values.begin(), values.end(),
-                             [](const auto& v) { return v.first != "effects"; });
-    if (user == values.end()) {
-        std::filesystem::path folder =
-            std::filesystem::path(documentsFolder) / "Dravin Pack" / "effects";
-        if (!make(folder)) return std::nullopt;
-        user = values.emplace("User's Effects", folder.string()).first;
-    }
-    if (!values.contains("effects")) {
-        std::filesystem::path folder = std::filesystem::path(dataFolder) / "effects";
-        if (!make(folder)) return std::nullopt;
-        values["effects"] = folder.string();
-    }
-    return TEffectsFolders{values["effects"], user->second};
+void TEffectCommands::ClearTextures(const std::vector<int>& rows) {
+    std::vector<int> there = rows;
+    std::erase_if(there, [&](int r) { return r < 0 || r >= m_block->Count(kEfpatexmap); });
+    if (there.empty()) return;
+    TEffectStep step(*m_block, "Clear Texture", m_mark);
+    for (int row : there)
+        if (m_block->GetReference(kEfpatexmap, 0, row))
+            m_block->SetValue(kEfpatexmap, 0, std::shared_ptr<ReferenceTarget>(), row);
 }

@@ -12,12 +12,9 @@
 #include <optional>
 #include <string>
 
+#include "Dravin/effects/effect_parameters.h"
 #include "common/pbstore/pb_store.h"
 #include "host/params/hold.h"
-
-// A fresh effect id: 38 characters, braces around groups of 8, 4, 4, 4 and 12 lower-case
-// hexadecimal digits, drawn from the C library's rand().
-std::string MakeEffectId();
 
 // One row of the parameter lists, column by column: what an undo step of the editor holds.
 struct TEffectParameterRecord {
@@ -33,13 +30,29 @@ public:
     explicit TEffectCommands(std::shared_ptr<IParamBlock2> block, std::function<void()> mark = {});
 
     PBStore& Rows() { return m_effects; }
+    TEffectParameters& Parameters() { return m_parameters; }
+    int Count() const { return m_effects.Count(); }
+    std::string IdOf(int row) const;
+    // By id, else by name, capitals or not; the first one, -1 for none.
+    int Find(const std::string& idOrName) const;
 
     // --- the list; all refused while the editor or the browser is open
     // Appends an effect "Effect%d" and selects it; the row, or none when refused.
     std::optional<int> Add();
     bool Delete();
-    bool MoveUp();
-    bool MoveDown();
+    bool MoveUp() { return Move(true); }
+    bool MoveDown() { return Move(false); }
+
+    // --- one effect, by its row; the windows do not mind
+    void Rename(int row, const std::string& name);
+    void SetEnabled(int row, bool on);
+    // A definition, or plain program text, which then stands in one.
+    void SetText(int row, const std::string& text);
+    // The program of a definition.
+    std::string Program(int row) const;
+    // Takes a definition as a library offers it: its text, its title as the name, and those of its
+    // parameters that the effect has none of that name for. One undo step.
+    void TakeDefinition(int row, const std::string& text);
 
     // --- the windows
     // Opens the window on the selected effect or, when it is open, closes it. canClose: whether the
@@ -57,9 +70,10 @@ public:
     TEffectParameterRecord ReadParameter(int row) const;
     // Shows the description of a parameter, titled with its name.
     void ShowDescription(int row) const;
-    void ClearTexture(int row);
+    void ClearTextures(const std::vector<int>& rows);
 
 private:
+    bool Move(bool up);
     bool IsRefused() const;
     std::optional<int> SelectedEffect() const;
     bool Toggle(int& index, int other, const char* otherOpen,
@@ -69,7 +83,8 @@ private:
     }
 
     std::shared_ptr<IParamBlock2> m_block;
-    PBStore m_effects, m_parameters;
+    PBStore m_effects;
+    TEffectParameters m_parameters;
     std::function<void()> m_mark;
     int m_editor = -1, m_browser = -1;
 };
@@ -89,16 +104,3 @@ private:
     TEffectParameterRecord m_before, m_after;
     Apply m_apply;
 };
-
-// The effects folders as the settings hold them: value name -> path.
-struct TEffectsFolders {
-    std::string library;  // shared by all users of the machine
-    std::string user;
-};
-// Completes `values` and makes the folders that it names for the first time: "effects" inside
-// dataFolder, "Dravin Pack/effects" inside documentsFolder. Folders that exist are no error. None
-// with a reason when a folder cannot be made.
-std::optional<TEffectsFolders> EffectsFolders(std::map<std::string, std::string>& values,
-                                              const std::string& dataFolder,
-                                              const std::string& documentsFolder,
-                                              std::string* error);

@@ -157,6 +157,13 @@ std::string WriteEffectDefinition(const TEffectDefinition& definition) {
     return writer.text;
 }
 
+std::string WrapEffectProgram(const std::string& program, const std::string& title) {
+    TEffectDefinition definition;
+    definition.expression = program;
+    definition.title = title;
+    return WriteEffectDefinition(definition);
+}
+
 bool IsEffectDefinition(std::string_view text) {
     size_t first = text.find_first_not_of(" \t\r\n\xEF\xBB\xBF");
     return first != text.npos && text[first] == '<';

@@ -51,5 +51,8 @@ std::vector<std::string> ParameterNames(const TEffectDefinition& definition);
 // Writes the document form.
 std::string WriteEffectDefinition(const TEffectDefinition& definition);
 
+// A definition around plain program text.
+std::string WrapEffectProgram(const std::string& program, const std::string& title);
+
 // Whether a file's text is a definition; plain program text otherwise.
 bool IsEffectDefinition(std::string_view text);

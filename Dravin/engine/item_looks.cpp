@@ -1,24 +1,33 @@
 // Tint, orientation, shadows and animation sample of finished items.
 #include "Dravin/engine/item_looks.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "Dravin/engine/build_input.h"
+#include "Dravin/engine/item_list.h"
 #include "Dravin/engine/step_tools.h"
+#include "host/base/thread_pool.h"
 
 namespace {
+
+float TintBlend(const TTransformSettings& s, float random) {
+    return (s.tintMin + (s.tintMax - s.tintMin) * random) * 0.01f;
+}
+
+Color TintColor(const TTransformSettings& s, float random) {
+    return s.tintColor1 + (s.tintColor2 - s.tintColor1) * random;
+}
 
 void SetTints(const TBuildInput& input, TItemLanes& lanes) {
     const TTransformSettings& s = input.transforms;
     ForEachAlive(lanes, [&](size_t k) {
         lanes.mirrored[k] = s.mirror ? uint8_t(lanes.randomInteger[k] & 1) : uint8_t(0);
-        lanes.tintBlend[k] = (s.tintMin + (s.tintMax - s.tintMin) * lanes.random1[k]) * 0.01f;
+        lanes.tintBlend[k] = TintBlend(s, lanes.random1[k]);
     });
     auto set = [&](size_t k, const Color& c) { lanes.tint.Set(k, {c.r, c.g, c.b}); };
     if (!s.tintFromMap) {
-        ForEachAlive(lanes, [&](size_t k) {
-            set(k, s.tintColor1 + (s.tintColor2 - s.tintColor1) * lanes.random2[k]);
-        });
+        ForEachAlive(lanes, [&](size_t k) { set(k, TintColor(s, lanes.random2[k])); });
     } else if (s.tintMap) {
         bool onSurface = !input.surfaces.empty() && (s.customEdit || s.tintOnSurface);
         MapLanes map(*s.tintMap, lanes, [&](size_t k) {
@@ -135,4 +144,22 @@ void SetLooks(const TBuildInput& input, TItemLanes& lanes) {
     Orient(input.transforms, lanes);
     SetShadows(input.transforms, lanes);
     ChooseSamples(input.transforms, lanes);
+}
+
+void TintAgain(const TBuildInput& input, TDravinItemList& items) {
+    const TTransformSettings& s = input.transforms;
+    constexpr size_t kGrain = 4096;
+    size_t first = 0;
+    if (!items.IsEmpty()) items.ColumnsAt(0, &first);  // finds the chunks, before threads read
+    ParallelRanges(items.Count(), kGrain, std::max(input.threads, 1), [&](size_t i, size_t end) {
+        for (size_t count = 0; i < end; i += count) {
+            TItemColumns columns = items.ColumnsAt(i, &count);
+            count = std::min(count, end - i);
+            for (size_t k = 0; k < count; ++k) {
+                TDravinItem item = items.Item(i + k);
+                columns.tint[k].tintBlend = TintBlend(s, item.random1);
+                if (!s.tintFromMap) columns.tint[k].tintColor = TintColor(s, item.random2);
+            }
+        }
+    });
 }

@@ -13,6 +13,8 @@ enum class PanelUpdate {
     kReferenceList,
     kShadowControls,
     kTintGradient,
+    kAreaList,
+    kEditGeometryLists,  // of the editing of items
 };
 
 class IDravinParamOwner {

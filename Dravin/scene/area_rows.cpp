@@ -47,11 +47,6 @@ const std::vector<Column>& PlainColumns() {
     return columns;
 }
 
-// What depends on the kind of a new area: objects exclude, other scatter objects are rastered
-// finer.
-bool ExcludesAtFirst(int type) { return type == kAreaObject || type == kAreaDravin; }
-int FirstResolution(int type) { return type == kAreaDravin ? 1024 : 512; }
-
 std::string ReadSurfaces(DescriptionObject& keys, const DescriptionContext& context) {
     TAreaSurfaces surfaces;
     for (const DescriptionValue& name : keys.Array("surfaces"))
@@ -160,6 +155,16 @@ Json WriteRow(const IParamBlock2& block, const RowWriter& columns, int i) {
 }  // namespace
 
 std::span<const ParamID> AreaRowIds() { return kIds; }
+
+std::optional<ParamValue> FirstAreaValue(ParamID id) {
+    for (const Column& column : PlainColumns())
+        if (column.id == id) return column.missing;
+    return std::nullopt;
+}
+
+bool ExcludesAtFirst(int type) { return type == kAreaObject || type == kAreaDravin; }
+
+int FirstResolution(int type) { return type == kAreaDravin ? 1024 : 512; }
 
 void ReadAreaRows(TDravin& object, const DescriptionValue& rows,
                   const DescriptionContext& context) {

@@ -13,6 +13,12 @@ void ReadGeometryRows(TDravin& object, const DescriptionValue& rows,
 nlohmann::ordered_json WriteGeometryRows(const TDravin& object, const DescriptionWriter& writer);
 
 std::span<const ParamID> AreaRowIds();
+// What a new row of areas holds there; none: the declared default.
+std::optional<ParamValue> FirstAreaValue(ParamID id);
+// What depends on the kind of a new area: objects exclude, other scatter objects are rastered
+// finer.
+bool ExcludesAtFirst(int type);
+int FirstResolution(int type);
 void ReadAreaRows(TDravin& object, const DescriptionValue& rows, const DescriptionContext& context);
 nlohmann::ordered_json WriteAreaRows(const TDravin& object, const DescriptionWriter& writer);
 

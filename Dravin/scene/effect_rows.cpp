@@ -4,6 +4,7 @@
 
 #include "Dravin/config/effect_library.h"
 #include "Dravin/effects/effect_definition.h"
+#include "Dravin/effects/effect_kinds.h"
 #include "Dravin/effects/effect_list.h"
 #include "Dravin/effects/tavuvm_expr/language.h"
 #include "Dravin/scene/dravin_rows.h"
@@ -17,47 +18,15 @@ using namespace effectParams;
 
 namespace {
 
-// Kinds of parameters: the word, the kind's number, the kind of number, and, for numbers, the lists
-// of value, minimum, maximum and default.
-struct Kind {
-    const char* word;
-    int type;
-    int numType;
-    ParamID value, min, max, def;
-};
-constexpr Kind kKinds[] = {
-    {"integer", 0, 0, kEfpaintval, kEfpaintmin, kEfpaintmax, kEfpaintdef},
-    {"real", 0, 1, kEfpafloatval, kEfpafloatmin, kEfpafloatmax, kEfpafloatdef},
-    {"unit", 0, 2, kEfpaunitval, kEfpaunitmin, kEfpaunitmax, kEfpaunitdef},
-    {"node", 1, 0, kEfpainode, -1, -1, -1},
-    {"controller", 2, 0, kEfpacontref, -1, -1, -1},
-    {"texmap", 3, 0, kEfpatexmap, -1, -1, -1},
-    {"curve", 4, 0, kEfpacurve, -1, -1, -1},
-};
+using Kind = TEffectKind;
+constexpr auto& kKinds = kEffectKinds;
 constexpr int kController = 4, kCurve = 6;
 constexpr int kControllerReal = 1, kControllerVector = 2;
 
-const std::vector<std::string>& KindWords() {
-    static const std::vector<std::string> words = [] {
-        std::vector<std::string> all;
-        for (const Kind& kind : kKinds) all.emplace_back(kind.word);
-        return all;
-    }();
-    return words;
-}
-
-// A definition around plain program text.
-std::string WrapProgram(const std::string& program, const std::string& title) {
-    TEffectDefinition definition;
-    definition.expression = program;
-    definition.title = title;
-    return WriteEffectDefinition(definition);
-}
-
-// The program of a definition that WrapProgram made; none for any other.
+// The program of a definition that WrapEffectProgram made; none for any other.
 std::optional<std::string> UnwrapProgram(const std::string& xml, const std::string& title) {
     auto definition = ReadEffectDefinition(xml, nullptr);
-    if (!definition || WrapProgram(definition->expression, title) != xml) return std::nullopt;
+    if (!definition || WrapEffectProgram(definition->expression, title) != xml) return std::nullopt;
     return definition->expression;
 }
 
@@ -88,7 +57,7 @@ std::string ReadProgram(DescriptionObject& keys, const std::string& title,
     if (program) text = program->AsText();
     if (file) text = ReadProgramFile(keys, *file, false, context);
     if (library) text = ReadProgramFile(keys, *library, true, context);
-    return IsEffectDefinition(text) ? text : WrapProgram(text, title);
+    return IsEffectDefinition(text) ? text : WrapEffectProgram(text, title);
 }
 
 // Ids must be unique; rows that state none get one that nobody has.
@@ -131,8 +100,8 @@ struct Suggestion {
 };
 
 int KindOfWord(const std::string& word) {
-    auto found = std::find(KindWords().begin(), KindWords().end(), word);
-    return found == KindWords().end() ? 1 : int(found - KindWords().begin());
+    int kind = EffectKindOfWord(word);
+    return kind < 0 ? kEffectKindReal : kind;
 }
 
 // parameter: of the definition; null when it has none.
@@ -168,7 +137,8 @@ void ReadParameter(const DescriptionValue& row, const TEffectParameterDefinition
                    std::set<std::string>& taken, const DescriptionContext& context) {
     DescriptionObject keys(row);
     keys.Require("name");
-    int kindIndex = keys.Choice("kind", KindWords(), suggested ? KindOfWord(suggested->kind) : 1);
+    int kindIndex =
+        keys.Choice("kind", EffectKindWords(), suggested ? KindOfWord(suggested->kind) : 1);
     const Kind& kind = kKinds[kindIndex];
     Suggestion missing = SuggestionOf(suggested, kind, block);
     reader.Put(kEfpaid, ReadId(keys, "parameter", taken));
@@ -270,14 +240,6 @@ void ReadParameters(DescriptionObject& keys, const std::string& xml, const std::
     }
 }
 
-// -1: none of the kinds that rows have names for.
-int KindOf(const IParamBlock2& block, int i) {
-    int type = block.GetInt(kEfpatype, 0, i), numType = block.GetInt(kEfpanumtype, 0, i);
-    for (int k = 0; k < int(std::size(kKinds)); ++k)
-        if (kKinds[k].type == type && (type != 0 || kKinds[k].numType == numType)) return k;
-    return -1;
-}
-
 Json WriteController(const IParamBlock2& block, int i, const DescriptionWriter& writer) {
     auto* keyed = dynamic_cast<KeyController*>(block.GetReference(kEfpacontref, 0, i));
     if (!keyed) return nullptr;
@@ -288,7 +250,7 @@ Json WriteController(const IParamBlock2& block, int i, const DescriptionWriter& 
 // Whatever reading would take from the definition by itself is left out.
 Json WriteParameter(const TEffectDefinition& definition, const IParamBlock2& block,
                     const RowWriter& columns, int i, const DescriptionWriter& writer) {
-    int kindIndex = KindOf(block, i);
+    int kindIndex = EffectKindOfRow(block, i);
     const Kind& kind = kKinds[kindIndex];
     Suggestion missing =
         SuggestionOf(FindParameter(definition, block.GetString(kEfpaname, 0, i)), kind, block);
@@ -330,7 +292,7 @@ std::span<const ParamID> EffectRowIds() {
 bool HasKnownParameterKinds(const TDravin& object) {
     const IParamBlock2& block = object.Block(kEffectParams);
     for (int i = 0; i < std::min(block.Count(kEfpatype), block.Count(kEfpaid)); ++i)
-        if (KindOf(block, i) < 0) return false;
+        if (EffectKindOfRow(block, i) < 0) return false;
     return true;
 }
 

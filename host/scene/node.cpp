@@ -1,5 +1,6 @@
 #include "host/scene/node.h"
 
+#include "host/scene/node_messages.h"
 #include "host/scene/scene.h"
 
 // What a node shows and where it stands; changes are in node_edits.cpp.
@@ -99,6 +100,12 @@ bool INode::Passes(ClassTest test) const {
 
 // References.
 
+void TellGroup(INode& member, RefMessage message) {
+    bool isNews = message == RefMessage::kChange || message == RefMessage::kNodeTransformChanged;
+    INode* head = member.GetOutermostHead();
+    if (isNews && head && head != &member) head->NotifyDependents({message});
+}
+
 std::shared_ptr<ReferenceTarget> INode::GetReference(int slot) const {
     if (slot == 0) return m_controller.Share();
     if (slot == 1) return m_object.Share();
@@ -118,14 +125,18 @@ std::string INode::SubAnimName(int i) const {
 
 RefResult INode::NotifyRefChanged(const RefChange& change, ReferenceTarget* from) {
     if (change.message == RefMessage::kTargetDeleted) NotifyDependents();
-    if (from != m_controller.Get() || change.message != RefMessage::kChange)
+    bool isMove = from == m_controller.Get() && change.message == RefMessage::kChange;
+    if (!isMove) {
+        TellGroup(*this, change.message);
         return RefResult::kSucceed;
+    }
     NotifyTransform();
     return RefResult::kStop;
 }
 
 void INode::NotifyTransform() {
     VisitNodes(this, [](INode* n) { n->NotifyDependents({RefMessage::kNodeTransformChanged}); });
+    TellGroup(*this, RefMessage::kNodeTransformChanged);
 }
 
 std::shared_ptr<ReferenceTarget> INode::Clone(CloneMap& map) const {

@@ -3,6 +3,7 @@
 
 #include "host/base/text.h"
 #include "host/scene/node.h"
+#include "host/scene/node_messages.h"
 #include "host/scene/scene.h"
 
 // --- name, layer, user properties
@@ -77,6 +78,7 @@ void INode::SetObjectRef(std::shared_ptr<Object> object) {
     if (m_object.Share() == object) return;
     SetAndRecord(m_object, std::move(object));
     NotifyDependents({RefMessage::kObjectReplaced});
+    TellGroup(*this, RefMessage::kChange);
 }
 
 void INode::SetMtl(std::shared_ptr<Mtl> mtl) { SetAndRecord(m_mtl, std::move(mtl)); }
@@ -120,9 +122,11 @@ void INode::SetObjectOffset(const ObjectOffset& offset) {
     RecordExchange(*this, [this, other = m_offset]() mutable {
         std::swap(m_offset, other);
         NotifyDependents({RefMessage::kNodeTransformChanged});
+        TellGroup(*this, RefMessage::kNodeTransformChanged);
     });
     m_offset = offset;
     NotifyDependents({RefMessage::kNodeTransformChanged});
+    TellGroup(*this, RefMessage::kNodeTransformChanged);
 }
 
 // --- hierarchy

@@ -76,11 +76,11 @@ TEST_F(ScatterAsSource, IsMadeOnceUntilTheOtherChanges) {
     EXPECT_EQ(Sample().Source(), inner->GetRenderMesh(0));
 }
 
-TEST_F(ScatterAsSource, HoldsAsLongAsTheOthersSourcesDo) {
+TEST_F(ScatterAsSource, HoldsAsLongAsWhatTheOtherStandsOn) {
     Run();
     EXPECT_TRUE(object->ObjectValidity(0).Contains(160));
     EXPECT_TRUE(inner->ObjectValidity(0).Contains(160));
-    box->hidden.SetTrack({{{0, false}, {160, true}}});
+    plane->hidden.SetTrack({{{0, false}, {160, true}}});
     inner->GetRenderMesh(0);
     EXPECT_FALSE(inner->ObjectValidity(0).Contains(160));
 }

@@ -1,0 +1,141 @@
+// When a scatter object is built: its validity, what freezes it, explicit rebuilds, renders' ends.
+#include "Dravin/build/evaluation.h"
+
+#include <set>
+
+#include "Dravin/build/invalidation.h"
+#include "Dravin/dravin.h"
+#include "Dravin/dravin_globals.h"
+#include "host/scene/host_context.h"
+#include "host/scene/scene.h"
+
+namespace {
+
+const Scene* SceneOf(const TDravin& object) {
+    INode* node = GetWorldNode(object);
+    return node ? node->GetScene() : nullptr;
+}
+
+// Somebody looks at the object, and it stands still long enough to be built.
+bool IsShownNow(const TDravin& object) {
+    HostContext* session = HostContext::Current();
+    if (!session || !session->redrawRequested.HasListeners() || !SceneOf(object)) return false;
+    Hold* hold = CurrentHold();
+    return !DravinGlobals().openingFile && !object.IsBuilding() && !(hold && hold->IsRestoring());
+}
+
+class PanelRebuild {
+public:
+    PanelRebuild() : m_before(DravinGlobals().rebuildingFromPanel) {
+        DravinGlobals().rebuildingFromPanel = true;
+    }
+    ~PanelRebuild() { DravinGlobals().rebuildingFromPanel = m_before; }
+    PanelRebuild(const PanelRebuild&) = delete;
+    PanelRebuild& operator=(const PanelRebuild&) = delete;
+
+private:
+    bool m_before;
+};
+
+}  // namespace
+
+bool TDravin::IsFrozen(TimeValue t) const {
+    if (updateState.isRendering || m_build->Items().IsEmpty()) return false;
+    if (Block(kDispParams).GetBool(dispParams::kManualupdate, t)) return true;
+    return HostContext::Current() && DravinGlobals().freezeAll;
+}
+
+bool TDravin::NeedsBuild(TimeValue t) const {
+    if (IsFrozen(t) && !updateState.updateOnce) return false;
+    const TDravinBuild& build = *m_build;
+    // Who asked for items alone left the view without its mesh.
+    // Renders and views have settings of their own.
+    if (build.IsRender() != updateState.isRendering) return true;
+    bool lacksMesh = !updateState.isRendering && (build.Flags().noMesh || build.HasStreamed());
+    if (lacksMesh || !build.Validity().Contains(t)) return true;
+    // Nobody tells an object that its own node has moved; its items stand on what has not.
+    INode* node = GetWorldNode(*this);
+    return node && build.Input() && !(node->GetObjectTM(t) == build.ObjectTM());
+}
+
+void TDravin::BuildForView(TimeValue t, bool keepItems) {
+    TBuildFlags flags;
+    flags.render = updateState.isRendering;
+    flags.keepItems = keepItems;
+    m_build->BuildMesh(t, flags);
+}
+
+// The flag for one more build is taken here and not by ObjectValidity, which others may ask first
+// that do not build.
+std::shared_ptr<Object> TDravin::Evaluated(TimeValue t, Interval* valid) {
+    if (HostContext::Current() && !IsBuilding()) {
+        if (IsFrozen(t) && !updateState.updateOnce) m_build->SetValidity(Interval::Forever());
+        if (NeedsBuild(t)) BuildForView(t, true);
+        if (!updateState.isRendering) updateState.updateOnce = false;
+    }
+    return Object::Evaluated(t, valid);
+}
+
+Interval TDravin::ObjectValidity(TimeValue t) const {
+    if (m_meshValidity.Contains(t)) return m_meshValidity;
+    if (IsFrozen(t) && !updateState.updateOnce) return Interval::Forever();
+    Interval valid = m_build->Validity();
+    return valid.Contains(t) ? valid : Interval::Instant(t);
+}
+
+void TDravin::RebuildNow(bool notify) {
+    Invalidate(TRemake::kItems);
+    const Scene* scene = SceneOf(*this);
+    if (HostContext::Current()) BuildForView(scene ? scene->GetTime() : 0, false);
+    if (notify) NotifyDependents();
+    if (HostContext* session = HostContext::Current()) session->RequestRedraw();
+}
+
+void TDravin::ClearCaches() {
+    m_build->Areas().Clear();
+    m_build->SetSurfacesChanged();
+    m_build->NoteChange(TRemake::kItems);
+}
+
+void TDravin::RenderEnd(TimeValue) {
+    if (updateState.renderLock && !updateState.isRendering) return;
+    updateState = {};
+    updateState.updateOnce = true;
+    Invalidate(TRemake::kItems);
+    NotifyDependents();
+    m_build->ForgetView();
+}
+
+void TDravin::React(const TReaction& reaction) {
+    if (reaction.surfacesChanged) m_build->SetSurfacesChanged();
+    if (reaction.dropsInternal) m_slots[kSlotInternal] = nullptr;
+    if (reaction.refreshesAreaList) UpdatePanel(PanelUpdate::kAreaList);
+    if (reaction.refreshesEditLists) UpdatePanel(PanelUpdate::kEditGeometryLists);
+    m_build->NoteChange(reaction.remake);
+    if (reaction.action == TReaction::kIgnore) return;
+    Invalidate(reaction.remake);
+    const Scene* scene = SceneOf(*this);
+    bool atOnce = reaction.action == TReaction::kRebuild && IsShownNow(*this);
+    if (atOnce && !IsFrozen(scene->GetTime())) RebuildNow(true);
+    HostContext* session = HostContext::Current();
+    if (reaction.redraws && session) session->RequestRedraw();
+}
+
+void UpdateObject(TDravin& object) {
+    if (!object.updateState.renderLock) object.updateState.isRendering = false;
+    object.ClearCaches();
+    PanelRebuild running;
+    object.RebuildNow(true);
+}
+
+int UpdateAllObjects(const Scene& scene) {
+    std::set<TDravin*> updated;
+    for (INode* node : scene.Nodes())
+        if (auto* object = dynamic_cast<TDravin*>(node->GetObjectRef()))
+            if (updated.insert(object).second) UpdateObject(*object);
+    return int(updated.size());
+}
+
+void FreezeAllObjects(bool frozen) { DravinGlobals().freezeAll = frozen; }
+
+bool AreAllObjectsFrozen() { return DravinGlobals().freezeAll; }

@@ -1,0 +1,102 @@
+#include "Dravin/commands/row_commands.h"
+
+#include <fmt/format.h>
+
+namespace {
+
+using Kind = TArgumentKind;
+
+template <class Work>
+auto OnRows(const TRowList& list, Work work) {
+    return [list, work](TCommandCall& call) {
+        TCommandResult result;
+        std::unique_ptr<PBStore> rows = list.open(call, &result);
+        if (rows) work(call, *rows, &result);
+        return result;
+    };
+}
+
+bool HaveRows(const PBStore& rows, const std::vector<int>& wanted, TCommandResult* result) {
+    for (int row : wanted)
+        if (!HasRow(rows, row, result)) return false;
+    return true;
+}
+
+void Insert(const TRowList& list, TCommandCall& call, PBStore& rows, TCommandResult* result) {
+    int at = call.Int("at", rows.Count());
+    if (at < 0 || at > rows.Count())
+        return result->error = fmt::format("a row goes before 0 to {}", rows.Count()), void();
+    rows.Insert(at);
+    if (list.added) list.added(rows, at);
+    result->value = ParamInput(int64_t(at));
+}
+
+void Move(TCommandCall& call, PBStore& rows, TCommandResult* result) {
+    int from = call.Int("row"), to = call.Int("to");
+    if (!HaveRows(rows, {from, to}, result) || from == to) return;
+    if (!rows.Move(from, to)) result->error = "that row keeps its place";
+}
+
+void Copy(const TRowList& list, TCommandCall& call, PBStore& rows, TCommandResult* result) {
+    if (!HasRow(rows, call.Int("row"), result)) return;
+    rows.Select({call.Int("row")});
+    if (!list.clipboard().Copy(rows, list.idColumn, 0)) result->error = "nothing was copied";
+}
+
+void Paste(const TRowList& list, TCommandCall&, PBStore& rows, TCommandResult* result) {
+    if (!list.clipboard().Paste(rows, 0)) return result->error = kEmptyClipboardMessage, void();
+    int row = rows.Count() - 1;
+    if (list.added) list.added(rows, row);
+    result->value = ParamInput(int64_t(row));
+}
+
+}  // namespace
+
+bool HasRow(const PBStore& rows, int row, TCommandResult* result) {
+    if (row >= 0 && row < rows.Count()) return true;
+    result->error = fmt::format("there is no row {}; the list has {}", row, rows.Count());
+    return false;
+}
+
+void AddRowCommands(TCommandTable& table, const std::string& topic, const std::string& row,
+                    const TRowList& list) {
+    table.Add({topic + ".insert",
+               "Insert",
+               fmt::format("Inserts {} and gives its number.", row),
+               list.target,
+               {{"at", Kind::kInteger, "row before which it comes (default: the end)"}},
+               OnRows(list, [list](TCommandCall& call, PBStore& rows, TCommandResult* result) {
+                   Insert(list, call, rows, result);
+               })});
+    table.Add({topic + ".delete",
+               "Delete",
+               "Deletes rows.",
+               list.target,
+               {{"rows", Kind::kIntegers, "their numbers, from 0", true}},
+               OnRows(list, [](TCommandCall& call, PBStore& rows, TCommandResult* result) {
+                   if (HaveRows(rows, call.Ints("rows"), result)) rows.Delete(call.Ints("rows"));
+               })});
+    table.Add({topic + ".move",
+               "Move",
+               "Moves a row.",
+               list.target,
+               {{"row", Kind::kInteger, "its number, from 0", true},
+                {"to", Kind::kInteger, "its number afterwards", true}},
+               OnRows(list, Move)});
+    table.Add({topic + ".copy",
+               "",
+               "Copies a row, to be pasted in this session.",
+               list.target,
+               {{"row", Kind::kInteger, "its number, from 0", true}},
+               OnRows(list, [list](TCommandCall& call, PBStore& rows, TCommandResult* result) {
+                   Copy(list, call, rows, result);
+               })});
+    table.Add({topic + ".paste",
+               "Paste",
+               "Appends the copied row, and gives its number.",
+               list.target,
+               {},
+               OnRows(list, [list](TCommandCall& call, PBStore& rows, TCommandResult* result) {
+                   Paste(list, call, rows, result);
+               })});
+}

@@ -1,0 +1,25 @@
+// Row operations that every list of a user has: insert, delete, move, copy, paste.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "Dravin/commands/command_table.h"
+#include "common/pbstore/pb_clipboard.h"
+
+struct TRowList {
+    // Finds the list that a call works on; null with the reason in the result.
+    std::function<std::unique_ptr<PBStore>(TCommandCall&, TCommandResult*)> open;
+    std::function<PBClipboard&()> clipboard;  // of the session
+    std::optional<ParamID> idColumn;          // told apart by it; a pasted row has none yet
+    TCommandTarget target = TCommandTarget::kObject;
+    // After a row has come: what is told apart by more than the id column.
+    std::function<void(PBStore&, int row)> added = {};
+};
+
+// TOPIC.insert, .delete, .move, .copy and .paste; rows count from 0.
+void AddRowCommands(TCommandTable& table, const std::string& topic, const std::string& row,
+                    const TRowList& list);
+// Whether the list has that row; else the reason.
+bool HasRow(const PBStore& rows, int row, TCommandResult* result);
