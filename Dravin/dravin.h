@@ -20,6 +20,7 @@
 #include "host/base/signal.h"
 #include "host/math/matrix3.h"
 #include "host/params/param_block.h"
+#include "host/scene/function_publishing.h"
 #include "host/scene/object.h"
 
 // The falloff curves that scene descriptions name, and where they are kept.
@@ -32,8 +33,9 @@ struct DravinCurveName {
 std::span<const DravinCurveName> DravinCurveNames();
 
 class TDravinBuild;
+class TRenderState;
 
-class TDravin : public Object, public IDravinParamOwner {
+class TDravin : public Object, public IDravinParamOwner, public IPublisher {
 public:
     // All parameters have their defaults, all curve sets their default curves.
     static std::shared_ptr<TDravin> Create();
@@ -76,6 +78,11 @@ public:
     bool IsBuilding() const { return m_building; }
     std::atomic<bool>& Building() { return m_building; }
     const TDravinBuild& Build() const { return *m_build; }
+    // What it is for renderers: its interface for them, and the render that goes on.
+    TRenderState& Render() { return *m_render; }
+    const TRenderState& Render() const { return *m_render; }
+    // "trees" and "ui".
+    FPInterface* GetInterface(InterfaceId id) override;
     // The largest row id handed out so far.
     int specIdCounter = 0;
 
@@ -111,7 +118,7 @@ public:
 
     // Object
     // How long the mesh for others holds, else the items of the last build; without either, or
-    // after a change, the moment.
+    // after a change or the end of a render, the moment.
     Interval ObjectValidity(TimeValue t) const override;
     // As others see it that use it as a source, a surface or an area: all its items as a render
     // shows them, none left to a renderer. The mesh is made when it is asked for and kept as long
@@ -137,6 +144,7 @@ private:
     std::deque<Reference<IParamBlock2>> m_blocks;
     std::deque<Reference<ReferenceTarget>> m_slots;
     std::unique_ptr<TDravinBuild> m_build;
+    std::unique_ptr<TRenderState> m_render;
     std::atomic<bool> m_building{false};
     std::shared_ptr<const Mesh> m_mesh;  // for others, where it was asked for
     Interval m_meshValidity = Interval::Never();

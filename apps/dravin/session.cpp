@@ -15,6 +15,7 @@
 #include "Dravin/dravin_classes.h"
 #include "Dravin/dravin_globals.h"
 #include "Dravin/geometry/lod_object.h"
+#include "Dravin/render/render_notices.h"
 #include "Dravin/scene/dravin_description.h"
 #include "host/base/text.h"
 #include "host/io/scene_loaders.h"
@@ -104,6 +105,7 @@ Session::Session() : m_formats(MakeSceneLoaders()) {
     m_host.SetUserInterface(std::make_unique<ProgramUserInterface>());
     RegisterDravinNodes(m_formats);
     RegisterDravinClasses(m_host.classes);
+    StartRenderIntegration();
 }
 
 // read(watch): the scene.
@@ -239,11 +241,15 @@ std::optional<SceneDravin> Session::FindObject(const std::string& name) {
     return std::nullopt;
 }
 
-void BuildWithProgress(const SceneDravin& dravin, TimeValue time, const TBuildFlags& flags,
-                       const TItemConsumer* consumer) {
+void WatchBuild(const SceneDravin& dravin, const std::function<void()>& work) {
     TDravinBuild& build = dravin.object->Build();
     ProgressBar bar(fmt::format("building {}", dravin.node->GetName()));
     PatientWatch watch(
         bar, [&build] { return build.Progress().Fraction(); }, [&build] { build.Cancel(); });
-    build.BuildMesh(time, flags, consumer);
+    work();
+}
+
+void BuildWithProgress(const SceneDravin& dravin, TimeValue time, const TBuildFlags& flags,
+                       const TItemConsumer* consumer) {
+    WatchBuild(dravin, [&] { dravin.object->Build().BuildMesh(time, flags, consumer); });
 }
