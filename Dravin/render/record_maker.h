@@ -20,6 +20,7 @@ class TRecordMaker {
 public:
     // The build must stay as it is. which: of the items that are not discarded.
     TRecordMaker(const TDravin& object, const TDravinBuild& build, TRecordsOf which);
+    TRecordMaker(TRecordMaker&&) = default;  // rows point to sources, which stay where they are
 
     // Records that there will be. Zero where the object is rendered as meshes.
     size_t Count() const { return m_count; }

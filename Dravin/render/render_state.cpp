@@ -78,12 +78,13 @@ void TRenderState::End(TimeValue t) {
     Finish(t);
 }
 
+// Builds that failed leave no items.
 bool TRenderState::ShowsBefore(TimeValue t, const TBuildFlags& flags) const {
     HostContext* session = HostContext::Current();
     if (!session || !session->State<Renderers>().wish.keepsBuilds) return false;
     const TDravinBuild& build = m_object.Build();
     return build.Validity().Contains(t) && build.Status() == TBuildStatus::kSuccess &&
-           !build.HasStreamed() && WantSame(build.Flags(), flags);
+           !build.Items().IsEmpty() && WantSame(build.Flags(), flags);
 }
 
 void TRenderState::BuildForRender(TimeValue t) {

@@ -2,6 +2,7 @@
 
 #include "Dravin/dravin.h"
 #include "Dravin/dravin_globals.h"
+#include "host/base/log.h"
 #include "host/scene/host_context.h"
 
 namespace {
@@ -19,6 +20,8 @@ void TUInterface::setRollup(int64_t state) {
     if (!HostContext::Current()) return;
     TOptions& options = DravinGlobals().options;
     for (size_t i = 0; i < std::size(kRollups); ++i) options.*kRollups[i] = int(state >> i & 1);
+    std::string error;
+    if (!SaveOptions(options, OptionsFile(), &error)) LogWarning(error);
     m_object.UpdatePanel(PanelUpdate::kEnableRules);
 }
 

@@ -1,4 +1,4 @@
-// The published interface "ui" of one scatter object: which of its rollouts are open.
+// The published interface "ui" of one scatter object: the state of its rollouts.
 #pragma once
 
 #include "host/scene/function_publishing.h"
@@ -9,8 +9,8 @@ class IUInterface : public FPInterface {
 public:
     static constexpr InterfaceId kId{0x74c42f67, 0x1a98266c};
 
-    // Bit i opens rollout i, in the order of the panel; a cleared one closes it. Kept in the user's
-    // options as rollouts that a hand opens are.
+    // Bit i is the flag of rollout i among the user's options, in the order of the panel: set, the
+    // rollout starts as its table says. The options are saved.
     virtual void setRollup(int64_t state) = 0;
 
     InterfaceId Id() const override { return kId; }

@@ -42,7 +42,10 @@ void TDToolbar::Destroy() {
 }
 
 bool TDToolbar::Execute(int action) {
-    if (action == kOpenLibrary) return libraryWanted.Send(), true;
+    if (action == kOpenLibrary) {
+        libraryWanted.Send();
+        return true;
+    }
     HostContext* session = HostContext::Current();
     if (action < 0 || action >= kOpenLibrary || !session) return false;
     return !session->State<ScriptSystem>().Execute(kScripts[action]).IsError();

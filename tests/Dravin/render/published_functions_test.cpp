@@ -125,8 +125,14 @@ TEST_F(PublishedFunctions, ItemsAreEditedInCustomEditModeOnly) {
 }
 
 TEST_F(PublishedFunctions, RollupsFollowTheirBits) {
-    static_cast<IUInterface&>(*InterfaceOf(*object, IUInterface::kId)).setRollup(0b101);
-    const TOptions& options = DravinGlobals().options;
+    TempFolder folder;
+    std::string old = std::getenv("XDG_CONFIG_HOME") ? std::getenv("XDG_CONFIG_HOME") : "";
+    setenv("XDG_CONFIG_HOME", folder.File("").c_str(), 1);
+    FPInterface& ui = *InterfaceOf(*object, IUInterface::kId);
+    EXPECT_EQ(ui.Call("setRollup", {int64_t{0b101}}).status, FPStatus::kDone);
+    TOptions options = LoadOptions(OptionsFile());  // they are saved
+    old.empty() ? unsetenv("XDG_CONFIG_HOME") : setenv("XDG_CONFIG_HOME", old.c_str(), 1);
+    EXPECT_EQ(DravinGlobals().options.rollupDist, 0);
     EXPECT_EQ(options.rollupGeom, 1);
     EXPECT_EQ(options.rollupDist, 0);
     EXPECT_EQ(options.rollupAreas, 1);

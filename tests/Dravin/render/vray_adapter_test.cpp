@@ -57,7 +57,8 @@ TEST_F(VRayAdapter, TheFirstRowThatAcceptsServes) {
                           {"0x31fff", 12, 31},
                           {"0x20000", 13, 20}}) {
         EXPECT_EQ(RowFor(c.version), c.row) << c.version;
-        if (adapter.IsLoaded()) EXPECT_EQ(Ask(2), c.library) << c.version;
+        ASSERT_TRUE(adapter.IsLoaded());
+        EXPECT_EQ(Ask(2), c.library) << c.version;
     }
 }
 
