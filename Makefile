@@ -70,8 +70,13 @@ tidy: build
 	@scripts/install-packages tools
 	@git ls-files '*.cpp' | grep -E '^(host|common|Dravin|apps)/' | xargs -P $(JOBS) -n 4 clang-tidy --quiet -p $(BUILD)
 
-# The program, its import helper, data, documentation, manual page and completions; see docs/install.md.
-install: dravin
+# The program and the plug-in module.
+.PHONY: installable
+installable: dravin
+	@cmake --build $(BUILD) -j $(JOBS) --target dravin_plugin
+
+# The program, its import helper, the plug-in, data, documentation, manual page and completions; see docs/install.md.
+install: installable
 	@DESTDIR="$(DESTDIR)" cmake --install $(BUILD) --prefix "$(PREFIX)"
 
 # The Python package: a wheel in the build folder's python/dist, installed for the system's Python.
@@ -81,7 +86,7 @@ python: packages
 	@scripts/make-wheel $(BUILD) --install
 
 # A Debian package in build/release.
-package: dravin
+package: installable
 	@scripts/install-packages package
 	@cd $(BUILD) && cpack -G DEB
 

@@ -6,6 +6,9 @@
 #include "Dravin/build/dravin_build.h"
 #include "Dravin/build/invalidation.h"
 #include "Dravin/dravin_globals.h"
+#include "Dravin/render/render_state.h"
+#include "Dravin/render/trees_interface.h"
+#include "Dravin/render/ui_interface.h"
 #include "host/base/log.h"
 #include "host/params/clone_map.h"
 #include "host/scene/host_context.h"
@@ -68,6 +71,7 @@ TDravin::TDravin() {
     for (int slot = 0; slot < kNumDravinSlots; ++slot) m_slots.emplace_back(this);
     CreateCurveSets();
     m_build = std::make_unique<TDravinBuild>(*this);
+    m_render = std::make_unique<TRenderState>(*this);
 }
 
 TDravin::~TDravin() = default;
@@ -83,6 +87,11 @@ void TDravin::CreateCurveSets() {
     EnsureCurveSet(*this, kSlotEffectCurves, 0, kFalloff).title = "Effect Curves";
     for (const DravinCurveName& curve : kCurveNames)
         if (curve.slot != kSlotSurfaceCurves) CurveSet(curve.slot)->title = curve.title;
+}
+
+FPInterface* TDravin::GetInterface(InterfaceId id) {
+    if (id == ITreesInterface::kId) return &m_render->Trees();
+    return id == IUInterface::kId ? &m_render->Ui() : nullptr;
 }
 
 TDravin::Param TDravin::FindParam(std::string_view name) {

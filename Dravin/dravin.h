@@ -20,6 +20,7 @@
 #include "host/base/signal.h"
 #include "host/math/matrix3.h"
 #include "host/params/param_block.h"
+#include "host/scene/function_publishing.h"
 #include "host/scene/object.h"
 
 // The falloff curves that scene descriptions name, and where they are kept.
@@ -53,8 +54,9 @@ struct TUpdateState {
     bool renderLock = false;   // outside a render: its end changes nothing
     bool updateOnce = false;   // frozen, and to be built once more all the same
 };
+class TRenderState;
 
-class TDravin : public Object, public IDravinParamOwner {
+class TDravin : public Object, public IDravinParamOwner, public IPublisher {
 public:
     // All parameters have their defaults, all curve sets their default curves.
     static std::shared_ptr<TDravin> Create();
@@ -118,6 +120,11 @@ public:
     // outside a render while the render lock is set.
     void RenderEnd(TimeValue t);
 
+    // What it is for renderers: its interface for them, and the render that goes on.
+    TRenderState& Render() { return *m_render; }
+    const TRenderState& Render() const { return *m_render; }
+    // "trees" and "ui".
+    FPInterface* GetInterface(InterfaceId id) override;
     // The largest row id handed out so far.
     int specIdCounter = 0;
 
@@ -182,6 +189,7 @@ private:
     std::deque<Reference<IParamBlock2>> m_blocks;
     std::deque<Reference<ReferenceTarget>> m_slots;
     std::unique_ptr<TDravinBuild> m_build;
+    std::unique_ptr<TRenderState> m_render;
     std::atomic<bool> m_building{false};
     std::shared_ptr<const Mesh> m_mesh;  // for others, where it was asked for
     Interval m_meshValidity = Interval::Never();

@@ -8,6 +8,8 @@ install(TARGETS dravin RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(TARGETS dravin_import RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/dravin)
 # Where the program looks, whatever the distribution calls its folder of libraries.
 install(TARGETS dravin_images LIBRARY DESTINATION lib/dravin)
+# The system as a plug-in, beside the host that it shares with the program that loads it.
+install(TARGETS dravin_plugin dravin_host LIBRARY DESTINATION lib/dravin)
 
 install(DIRECTORY data/distmaps data/effects data/geometry data/models data/scenes
     DESTINATION ${CMAKE_INSTALL_DATADIR}/dravin)

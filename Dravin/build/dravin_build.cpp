@@ -451,12 +451,13 @@ bool TDravinBuild::RendersMesh(TimeValue t) const {
            display.GetInt(dispParams::kRmesh, t) == kProxyMesh;
 }
 
-std::vector<std::unique_ptr<IInstanceSource>> TDravinBuild::MakeRenderSources() {
+std::vector<std::unique_ptr<IInstanceSource>> TDravinBuild::MakeOwnSources() {
     std::vector<std::unique_ptr<IInstanceSource>> sources;
     bool hasMesh = !m_flags.noMesh && RendersMesh(m_time) && m_mesh.IsBuilt();
     if (hasMesh) sources.push_back(std::make_unique<TDravinMeshSource>(m_object, *this));
-    if (!hasMesh || m_mesh.Statistics().instancedItems > 0)
-        sources.push_back(std::make_unique<TDravinInstances>(
-            m_object, *this, m_objectTM, m_flags.unprotected ? UINT64_MAX : FreeMemory(), hasMesh));
+    auto rest = std::make_unique<TDravinInstances>(m_object, *this, m_objectTM,
+                                                   m_flags.unprotected ? UINT64_MAX : FreeMemory(),
+                                                   TInstancesOf::kOwnItems);
+    if (rest->NumInstances() > 0 || !rest->Refusal().empty()) sources.push_back(std::move(rest));
     return sources;
 }

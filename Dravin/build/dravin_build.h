@@ -126,8 +126,9 @@ public:
     // (`rendermode`), shows proxy shapes, or has shadow planes for billboards. Builds for renderers
     // need no mesh otherwise.
     bool RendersMesh(TimeValue t) const;
-    // The items as renderers take them: the object mesh, instances, or each for some of them.
-    std::vector<std::unique_ptr<IInstanceSource>> MakeRenderSources();
+    // What the object shows of itself, beside the nodes that renderers instance: its mesh, and
+    // templates as instances where they stand in no mesh.
+    std::vector<std::unique_ptr<IInstanceSource>> MakeOwnSources();
 
     // Geometry of the areas, kept for the next build.
     TAreaCache& Areas() { return m_areas; }
@@ -148,6 +149,8 @@ public:
     void ForgetView() { m_view.reset(); }
     // Whether the last build was one for the view, without conditions of its own.
     bool IsForView() const;
+    // As before any build failed: a render begins, and tells its own failures.
+    void ResetStatus() { m_panel.status = TBuildStatus::kSuccess; }
 
 private:
     void BuildAtOnce();

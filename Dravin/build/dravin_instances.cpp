@@ -17,17 +17,23 @@ std::shared_ptr<const Mesh> AtRealSize(const TDravinMeshSample& sample, const Ma
     return std::make_shared<Mesh>(TransformedMesh(*sample.Source(), toReal));
 }
 
-// What a face takes, with its share of vertices, normals and maps at the most.
-uint64_t BytesOfFace(const Mesh& mesh) {
-    uint64_t channels = mesh.maps.size() + !mesh.normals.faces.empty();
-    return sizeof(Face) + 3 * sizeof(Point3) + channels * (sizeof(Triple) + 3 * sizeof(Point3));
+// Custom objects are nodes of the scene, which renderers instance.
+bool IsNode(const TSpecBuildNode& node) {
+    return node.entry.kind == kGeomCustom && node.source != nullptr;
+}
+
+bool HasOwnSources(const TSpecBuildList& specimens) {
+    for (size_t row = 0; row < specimens.NumRows(); ++row)
+        for (const TSpecBuildNode& node : specimens.Row(row).nodes)
+            if (!IsNode(node) && node.sample->Source()) return true;
+    return false;
 }
 
 }  // namespace
 
 TDravinInstances::TDravinInstances(const TDravin& object, const TDravinBuild& build,
-                                   const Matrix3& objectTM, uint64_t cutMemory, bool unmeshedOnly)
-    : m_build(build), m_cutMemory(cutMemory), m_node(GetWorldNode(object)), m_objectTM(objectTM) {
+                                   const Matrix3& objectTM, uint64_t cutMemory, TInstancesOf which)
+    : m_build(build), m_cuts(cutMemory), m_node(GetWorldNode(object)), m_objectTM(objectTM) {
     if (m_node) m_name = m_node->GetName();
     if (!build.Input()) return;
     m_tint = ReadObjectTint(object, build.Time());
@@ -38,11 +44,12 @@ TDravinInstances::TDravinInstances(const TDravin& object, const TDravinBuild& bu
         m_rows.push_back({&specimen, samples, {}});
         m_rows.back().prototypes.assign(specimen.nodes.size() * samples, kNotMade);
     }
+    if (which == TInstancesOf::kOwnItems && !HasOwnSources(build.Specimens())) return;
     CutPrototypes cuts;
     TDravinItem item;
     for (size_t i = 0; i < build.Items().Count(); ++i) {
         build.Items().ReadStored(i, &item, 0);
-        if (item.discarded || (unmeshedOnly && build.ObjectMesh().Ranges()[i].IsMeshed())) continue;
+        if (!Shows(item, i, which)) continue;
         uint32_t prototype = MakeWholePrototype(item);
         if (prototype != kNone && item.partial) {
             uint32_t cut = CutPrototypeOf(i, prototype, cuts);
@@ -51,6 +58,15 @@ TDravinInstances::TDravinInstances(const TDravin& object, const TDravinBuild& bu
         }
         if (prototype != kNone) m_items.push_back(uint32_t(i));
     }
+}
+
+bool TDravinInstances::Shows(const TDravinItem& item, size_t i, TInstancesOf which) const {
+    if (item.discarded) return false;
+    if (which == TInstancesOf::kAllItems) return true;
+    const TObjectMesh& mesh = m_build.ObjectMesh();
+    if (mesh.IsBuilt() && mesh.Ranges()[i].IsMeshed()) return false;
+    const TSpecBuildNode* node = m_build.Specimens().NodeOf(item);
+    return node && !IsNode(*node);
 }
 
 const TDravinInstances::Row* TDravinInstances::RowOf(const TDravinItem& item) const {
@@ -105,8 +121,7 @@ uint32_t TDravinInstances::AddPrototype(const Row& row, size_t n, size_t frame) 
 uint32_t TDravinInstances::CutPrototypeOf(size_t i, uint32_t whole, CutPrototypes& known) {
     TDravinItem item;
     m_build.Items().ReadStored(i, &item, 0);
-    HiddenElements hidden(size_t(item.elementMask.NumBits()));
-    for (size_t e = 0; e < hidden.size(); ++e) hidden[e] = item.elementMask.Test(int32_t(e));
+    THiddenElements hidden = HiddenElementsOf(item.elementMask);
     auto count = std::count(hidden.begin(), hidden.end(), true);
     if (count == 0) return whole;
     if (size_t(count) == hidden.size()) return kNone;
@@ -115,29 +130,18 @@ uint32_t TDravinInstances::CutPrototypeOf(size_t i, uint32_t whole, CutPrototype
     return found->second;
 }
 
-uint32_t TDravinInstances::AddCut(uint32_t whole, const HiddenElements& hidden, size_t number) {
+uint32_t TDravinInstances::AddCut(uint32_t whole, const THiddenElements& hidden, size_t number) {
     Prototype cut = m_prototypes[whole];
+    TCutMesh made = m_cuts.Make(*cut.mesh, *cut.sample, hidden);
+    if (!made.mesh) return kNone;
     cut.name += fmt::format(" cut {}", number);
-    const std::vector<uint32_t>& elementOfFace = cut.sample->Elements().elementOfFace;
-    std::vector<uint8_t> keep(elementOfFace.size());
-    for (size_t f = 0; f < keep.size(); ++f) {
-        keep[f] = !hidden[elementOfFace[f]];
-        if (keep[f]) cut.sampleFaces.push_back(uint32_t(f));
-    }
-    m_cutBytes += uint64_t(std::count(keep.begin(), keep.end(), 1)) * BytesOfFace(*cut.mesh);
-    if (m_cutBytes > m_cutMemory) return kNone;
-    cut.mesh = std::make_shared<Mesh>(MeshOfFaces(*cut.mesh, keep));
+    cut.mesh = std::move(made.mesh);
+    cut.sampleFaces = std::move(made.sampleFaces);
     m_prototypes.push_back(std::move(cut));
     return uint32_t(m_prototypes.size() - 1);
 }
 
-std::string TDravinInstances::Refusal() const {
-    if (m_cutBytes <= m_cutMemory) return {};
-    return fmt::format(
-        "{}: the cut meshes of items across borders would take more than the {:.2f} GB that are "
-        "free; give areas another \"boundary_check\", or --no-limit",
-        m_name, double(m_cutMemory) / 1e9);
-}
+std::string TDravinInstances::Refusal() const { return m_cuts.Refusal(m_name); }
 
 uint32_t TDravinInstances::PrototypeOf(const TDravinItem& item, uint32_t index) const {
     auto cut = item.partial ? m_cutItems.find(index) : m_cutItems.end();
@@ -180,12 +184,22 @@ TShadedItem TDravinInstances::ItemOf(uint32_t instance, uint32_t) const {
     return m_shaded.empty() ? ReadShadedItem(m_build, m_items[instance]) : m_shaded[instance];
 }
 
-TElementRandoms TDravinInstances::ElementOf(uint32_t instance, uint32_t face) const {
+const TDravinInstances::Prototype* TDravinInstances::ShownBy(uint32_t instance) const {
     TDravinItem item;
     m_build.Items().ReadStored(m_items[instance], &item, 0);
     uint32_t index = PrototypeOf(item, m_items[instance]);
-    if (index >= m_prototypes.size()) return {};
-    const Prototype& prototype = m_prototypes[index];
+    return index < m_prototypes.size() ? &m_prototypes[index] : nullptr;
+}
+
+uint32_t TDravinInstances::SampleFaceOf(uint32_t instance, uint32_t face) const {
+    const Prototype* prototype = ShownBy(instance);
+    return prototype && !prototype->sampleFaces.empty() ? prototype->sampleFaces[face] : face;
+}
+
+TElementRandoms TDravinInstances::ElementOf(uint32_t instance, uint32_t face) const {
+    const Prototype* shown = ShownBy(instance);
+    if (!shown) return {};
+    const Prototype& prototype = *shown;
     if (!prototype.sampleFaces.empty()) face = prototype.sampleFaces[face];
     auto [first, second] = prototype.sample->Elements().RandomsOfFace(face);
     return {first, second};

@@ -13,17 +13,22 @@
 #include <unordered_map>
 #include <vector>
 
+#include "Dravin/build/cut_mesh.h"
 #include "Dravin/build/dravin_build.h"
 #include "Dravin/build/item_shading.h"
 #include "Dravin/materials/shaded_items.h"
 #include "host/scene/instance_source.h"
 
+enum class TInstancesOf {
+    kAllItems,
+    kOwnItems,  // without those in the object mesh, and those that renderers take as nodes
+};
+
 class TDravinInstances : public IInstanceSource, public IShadedItems {
 public:
-    // cutMemory: bytes that meshes without hidden elements may take together. unmeshedOnly: without
-    // the items that stand in the object mesh.
+    // cutMemory: bytes that meshes without hidden elements may take together.
     TDravinInstances(const TDravin& object, const TDravinBuild& build, const Matrix3& objectTM,
-                     uint64_t cutMemory = UINT64_MAX, bool unmeshedOnly = false);
+                     uint64_t cutMemory = UINT64_MAX, TInstancesOf which = TInstancesOf::kAllItems);
 
     std::string Refusal() const override;
     std::string SourceName() const override { return m_name; }
@@ -48,6 +53,7 @@ public:
     TShadedItem ItemOf(uint32_t instance, uint32_t face) const override;
     TElementRandoms ElementOf(uint32_t instance, uint32_t face) const override;
     uint32_t ItemIndexOf(uint32_t instance, uint32_t) const override { return m_items[instance]; }
+    uint32_t SampleFaceOf(uint32_t instance, uint32_t face) const override;
     const TTintSettings& ObjectTint() const override { return m_tint.settings; }
     int ObjectBlend() const override { return m_tint.blend; }
 
@@ -68,23 +74,24 @@ private:
         std::vector<uint32_t> prototypes;
     };
     static constexpr uint32_t kNone = 0xFFFFFFFFu, kNotMade = kNone - 1;
-    using HiddenElements = std::vector<bool>;
-    using CutPrototypes = std::map<std::pair<uint32_t, HiddenElements>, uint32_t>;
+    using CutPrototypes = std::map<std::pair<uint32_t, THiddenElements>, uint32_t>;
 
     // Where the row's list has the whole source that an item shows; null without rows.
     const Row* RowOf(const TDravinItem& item) const;
+    bool Shows(const TDravinItem& item, size_t i, TInstancesOf which) const;
     static size_t PlaceInRow(const Row& row, const TDravinItem& item);
     uint32_t WholePrototypeOf(const TDravinItem& item) const;
     uint32_t MakeWholePrototype(const TDravinItem& item);
     uint32_t AddPrototype(const Row& row, size_t node, size_t frame);
     // Of the list's item, without its hidden elements where it has any.
     uint32_t PrototypeOf(const TDravinItem& item, uint32_t index) const;
+    const Prototype* ShownBy(uint32_t instance) const;
     // Of item i without its hidden elements; kNone when all are hidden.
     uint32_t CutPrototypeOf(size_t i, uint32_t whole, CutPrototypes& known);
-    uint32_t AddCut(uint32_t whole, const HiddenElements& hidden, size_t number);
+    uint32_t AddCut(uint32_t whole, const THiddenElements& hidden, size_t number);
 
     const TDravinBuild& m_build;
-    uint64_t m_cutMemory, m_cutBytes = 0;
+    TCutMeshes m_cuts;
     std::string m_name;
     INode* m_node;
     Matrix3 m_objectTM;

@@ -6,6 +6,7 @@
 #include "Dravin/build/invalidation.h"
 #include "Dravin/dravin.h"
 #include "Dravin/dravin_globals.h"
+#include "Dravin/render/render_state.h"
 #include "host/scene/host_context.h"
 #include "host/scene/scene.h"
 
@@ -80,7 +81,8 @@ Interval TDravin::ObjectValidity(TimeValue t) const {
     if (m_meshValidity.Contains(t)) return m_meshValidity;
     if (IsFrozen(t) && !updateState.updateOnce) return Interval::Forever();
     Interval valid = m_build->Validity();
-    return valid.Contains(t) ? valid : Interval::Instant(t);
+    bool holds = valid.Contains(t) && !m_render->IsLeftBehind();
+    return holds ? valid : Interval::Instant(t);
 }
 
 void TDravin::RebuildNow(bool notify) {

@@ -37,6 +37,9 @@ public:
     TShadedItem ItemOf(uint32_t instance, uint32_t face) const override;
     TElementRandoms ElementOf(uint32_t instance, uint32_t face) const override;
     uint32_t ItemIndexOf(uint32_t, uint32_t face) const override { return uint32_t(Owner(face)); }
+    uint32_t SampleFaceOf(uint32_t, uint32_t face) const override {
+        return face - ObjectMesh().Ranges()[Owner(face)].firstFace;
+    }
     // Planes count where the object uses fake shadows.
     Plane PlaneOf(uint32_t instance, uint32_t face) const override;
     const TTintSettings& ObjectTint() const override { return m_tint.settings; }

@@ -20,6 +20,10 @@ public:
     // Seeds a generator for each item (the object's seed is added) and takes all its outputs.
     void Draw(std::span<const uint32_t> itemSeeds);
     size_t Count() const { return m_count; }
+    // Which of an item's draws is random 1; random 2 and 3 follow.
+    static size_t FirstNumberStep(const TTransformSettings& settings) {
+        return StepsOf(settings).random1;
+    }
 
     // Values of draw i, for whoever chooses before there is a lane.
     Point3 RandomB(size_t i) const;

@@ -18,6 +18,8 @@ public:
     virtual TElementRandoms ElementOf(uint32_t instance, uint32_t face) const = 0;
     // Where that item stands in the list of the build.
     virtual uint32_t ItemIndexOf(uint32_t instance, uint32_t face) const = 0;
+    // The face in the whole mesh of the item's source, of which the instance may show a part.
+    virtual uint32_t SampleFaceOf(uint32_t instance, uint32_t face) const { return face; }
     // Whether the face is one of the item's own, or of a shadow plane that counts.
     enum class Plane { kNone, kVertical, kHorizontal };
     virtual Plane PlaneOf(uint32_t instance, uint32_t face) const { return Plane::kNone; }

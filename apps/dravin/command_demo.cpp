@@ -59,6 +59,8 @@ ExitCode RunDemo(const DemoCommandOptions& options) {
     render.time = 0;
     render.threads = options.threads;
     render.allowEmpty = true;  // few items leave some of the demo's objects without any
+    ChooseRenderer(session, render);
+    NoticePair rendering(HostNotify::kPreRender, HostNotify::kPostRender);
     RenderSetup setup;
     if (ExitCode code = SetUpRender(session, render, &setup); code != kExitDone) return code;
     auto objects = session.FindObjects("");

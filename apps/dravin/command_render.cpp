@@ -36,6 +36,7 @@ ExitCode CheckNoInput(const Session& session, const RenderOptions& options) {
 // The scene must be open, and the camera checked.
 ExitCode RenderPictureOf(Session& session, const RenderOptions& options, RenderOutcome* outcome) {
     if (ExitCode code = CheckNoInput(session, options); code != kExitDone) return code;
+    ChooseRenderer(session, options);
     NoticePair rendering(HostNotify::kPreRender, HostNotify::kPostRender);
     RenderSetup setup;
     if (ExitCode code = SetUpRender(session, options, &setup); code != kExitDone) return code;

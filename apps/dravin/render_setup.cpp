@@ -10,6 +10,7 @@
 #include "host/base/text.h"
 #include "host/base/thread_pool.h"
 #include "host/render/scanline/scanline_renderer.h"
+#include "host/scene/renderers.h"
 
 namespace {
 
@@ -115,25 +116,18 @@ void AddMeshes(Scene& scene, TimeValue t, RenderSetup& setup) {
 }
 
 ExitCode AddItems(Session& session, TimeValue t, const RenderOptions& options, RenderSetup& setup) {
-    TBuildFlags flags;
-    flags.render = true;
-    flags.noLimit = flags.unprotected = options.noLimit;
-    flags.forceThreads = options.threads;
     for (INode* node : session.GetScene().Nodes()) {
-        auto* object = dynamic_cast<TDravin*>(node->GetObjectRef());
+        auto object = std::dynamic_pointer_cast<TDravin>(node->ShareObjectRef());
         if (!object || !IsShown(*node, t)) continue;
-        // A still object keeps its items from frame to frame.
-        flags.noMesh = !object->Build().RendersMesh(t);
-        bool isBuilt = options.frames && object->Build().Validity().Contains(t) &&
-                       object->Build().Status() == TBuildStatus::kSuccess;
-        if (!isBuilt) BuildWithProgress({node, object}, t, flags);
-        TBuildStatus status = object->Build().Status();
+        THostRender& render = setup.renders.emplace_back(object);
+        TBuildStatus status{};
+        WatchBuild({node, object.get()}, [&] { status = render.Begin(t); });
         bool isEmpty = status == TBuildStatus::kNoItems || status == TBuildStatus::kNoVisibleItems;
         if (isEmpty && options.allowEmpty)
             PrintNote(fmt::format("{}: no items", node->GetName()));
-        else if (ExitCode code = ReportBuild({node, object}, false); code != kExitDone)
+        else if (ExitCode code = ReportBuild({node, object.get()}, false); code != kExitDone)
             return code;
-        for (std::unique_ptr<IInstanceSource>& source : object->Build().MakeRenderSources()) {
+        for (std::unique_ptr<IInstanceSource>& source : render.TakeSources()) {
             if (std::string refusal = source->Refusal(); !refusal.empty()) {
                 PrintError(refusal);
                 return kExitLimit;
@@ -174,6 +168,15 @@ bool CheckCamera(const Scene& scene, const std::string& name) {
     return false;
 }
 
+void ChooseRenderer(Session& session, const RenderOptions& options) {
+    const std::string& wanted =
+        options.renderer.empty() ? session.GetScene().render->renderer : options.renderer;
+    auto& renderers = session.Host().State<Renderers>();
+    renderers.SetCurrent(wanted == "scanline" ? kScanlineRendererId : kRayTracerId);
+    // A still object keeps its items from frame to frame.
+    renderers.wish = {options.threads, options.noLimit, options.frames.has_value()};
+}
+
 ExitCode SetUpRender(Session& session, const RenderOptions& options, RenderSetup* out) {
     RenderSetup& setup = *out;
     TimeValue time = options.time.value_or(session.GetScene().GetTime());
@@ -185,7 +188,7 @@ ExitCode SetUpRender(Session& session, const RenderOptions& options, RenderSetup
     setup.settings.exposure = r.exposure;
     setup.settings.threads = options.threads > 0 ? options.threads : NumProcessors();
     setup.settings.noLimit = options.noLimit;
-    setup.isScanline = (options.renderer.empty() ? r.renderer : options.renderer) == "scanline";
+    setup.isScanline = CurrentRendererId() == kScanlineRendererId;
     if (std::string refusal = PictureRefusal(setup.settings); !refusal.empty()) {
         PrintError(refusal);
         return kExitLimit;

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "Dravin/render/host_render.h"
 #include "apps/dravin/commands.h"
 #include "apps/dravin/session.h"
 #include "host/render/ray_tracer.h"
@@ -17,8 +18,13 @@ struct RenderSetup {
     // What the scene borrows.
     std::vector<std::shared_ptr<const Mesh>> meshes;
     std::vector<std::shared_ptr<const HeightField>> heights;
+    std::vector<THostRender> renders;  // end behind their sources
     std::vector<std::unique_ptr<IInstanceSource>> sources;
 };
+
+// Makes the renderer that the options or the scene name the session's production renderer, for
+// pictures as the options want them. Before the render is announced.
+void ChooseRenderer(Session& session, const RenderOptions& options);
 
 // Whether the scene has a camera node of this name; an empty name is always good. The error is
 // printed.

@@ -16,6 +16,7 @@
 #include "Dravin/dravin_classes.h"
 #include "Dravin/dravin_globals.h"
 #include "Dravin/geometry/lod_object.h"
+#include "Dravin/render/render_notices.h"
 #include "Dravin/scene/dravin_description.h"
 #include "Dravin/storage/dravin_storage.h"
 #include "host/base/text.h"
@@ -124,6 +125,7 @@ Session::Session() : m_loaders(MakeSceneLoaders()), m_formats(m_loaders) {
     m_host.SetUserInterface(MakeProgramInterface());
     RegisterDravinNodes(m_formats);
     RegisterDravinClasses(m_host.classes);
+    StartRenderIntegration();
 }
 
 // read(watch): the scene.
@@ -287,11 +289,15 @@ std::optional<SceneDravin> Session::FindObject(const std::string& name) {
     return std::nullopt;
 }
 
-void BuildWithProgress(const SceneDravin& dravin, TimeValue time, const TBuildFlags& flags,
-                       const TItemConsumer* consumer) {
+void WatchBuild(const SceneDravin& dravin, const std::function<void()>& work) {
     TDravinBuild& build = dravin.object->Build();
     ProgressBar bar(fmt::format("building {}", dravin.node->GetName()));
     PatientWatch watch(
         bar, [&build] { return build.Progress().Fraction(); }, [&build] { build.Cancel(); });
-    build.BuildMesh(time, flags, consumer);
+    work();
+}
+
+void BuildWithProgress(const SceneDravin& dravin, TimeValue time, const TBuildFlags& flags,
+                       const TItemConsumer* consumer) {
+    WatchBuild(dravin, [&] { dravin.object->Build().BuildMesh(time, flags, consumer); });
 }

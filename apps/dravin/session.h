@@ -2,6 +2,7 @@
 // that holds several says which one it works in (Use, and a ContextScope over Host).
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -85,7 +86,9 @@ private:
     std::vector<INode*> m_nodes;
 };
 
-// Builds one object, with a progress bar on a terminal when it takes a while. consumer: as
+// Runs `work`, which builds the object, with a progress bar on a terminal when it takes a while.
+void WatchBuild(const SceneDravin& dravin, const std::function<void()>& work);
+// Builds one object so. consumer: as
 // TDravinBuild::BuildMesh takes it.
 void BuildWithProgress(const SceneDravin& dravin, TimeValue time, const TBuildFlags& flags,
                        const TItemConsumer* consumer = nullptr);

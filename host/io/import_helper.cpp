@@ -215,9 +215,10 @@ HelperLimits LimitsFor(HelperLimits limits, const std::string& path) {
 }  // namespace
 
 std::string FindImportHelper() {
-    return FindProgramPart("DRAVIN_IMPORT_HELPER",
-                           {"dravin_import", "../libexec/dravin/dravin_import"},
-                           DRAVIN_IMPORT_HELPER_BUILT);
+    return FindProgramPart(
+        "DRAVIN_IMPORT_HELPER",
+        {"dravin_import", "../libexec/dravin/dravin_import", "../../libexec/dravin/dravin_import"},
+        DRAVIN_IMPORT_HELPER_BUILT);
 }
 
 bool ReadByHelper(const HelperLimits& most, ModelFiles& files, ImportError* error) {

@@ -90,6 +90,7 @@ PlacedSource ReadPlacedSource(const IInstanceSource& source, RenderMaterials& ma
     for (size_t i = 0; i < source.NumPrototypes(); ++i)
         placed.prototypes.push_back(std::make_unique<RenderMesh>(source, i, materials));
     ReadInstances(placed);
+    source.InstancesRead();
     if (TintsInstances(placed)) source.PrepareShading();
     SortBySpace(placed.instances);
     return placed;

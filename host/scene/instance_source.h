@@ -67,6 +67,9 @@ public:
     virtual size_t NumInstances() const = 0;
     // Writes instances first .. first + out.size() - 1, which must exist.
     virtual void GetInstances(size_t first, std::span<InstanceRecord> out) const = 0;
+    // The caller has its own copy of what it wants of them: what a source made to answer may go,
+    // and is made again where somebody asks once more.
+    virtual void InstancesRead() const {}
     virtual InstanceDetails GetDetails(size_t instance) const { return {}; }
     // Details and interfaces will be asked for at hits: what takes time is done now.
     virtual void PrepareShading() const {}

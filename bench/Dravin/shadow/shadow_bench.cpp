@@ -51,7 +51,7 @@ struct Billboards {
         TBuildFlags flags;
         flags.render = flags.noCameraLimit = flags.noLimit = flags.unprotected = true;
         object->Build().BuildMesh(0, flags);
-        source = std::move(object->Build().MakeRenderSources().front());
+        source = std::move(object->Build().MakeOwnSources().front());
         render.sources = {source.get()};
         geometry = std::make_unique<ScanScene>(render);
     }

@@ -8,6 +8,7 @@
 #include "Dravin/dravin_globals.h"
 #include "Dravin/materials/tint_map.h"
 #include "Dravin/materials/wrapper_material.h"
+#include "Dravin/render/host_render.h"
 #include "host/render/ray_tracer.h"
 #include "host/render/scanline/scanline_renderer.h"
 #include "tests/Dravin/build/scatter_fixture.h"
@@ -16,6 +17,8 @@ namespace {
 
 class MeshSource : public ScatterFixture {
 protected:
+    std::unique_ptr<THostRender> render;
+
     void SetUp() override {
         ScatterFixture::SetUp();
         Set(kTransformParams, transformParams::kApplyrotation, true);
@@ -37,13 +40,15 @@ protected:
     }
     std::unique_ptr<IInstanceSource> Source(bool asMesh) {
         Set(kDispParams, dispParams::kRendermode, int(asMesh));
-        TBuildFlags flags;
-        flags.render = true;
-        flags.noMesh = !object->Build().RendersMesh(0);
-        EXPECT_EQ(flags.noMesh, !asMesh);
-        object->Build().BuildMesh(0, flags);
-        EXPECT_EQ(object->Build().Status(), TBuildStatus::kSuccess);
-        return std::move(object->Build().MakeRenderSources().front());
+        EXPECT_EQ(object->Build().RendersMesh(0), asMesh);
+        return std::move(TakeSources().front());
+    }
+    // As the host's renderers take them.
+    std::vector<std::unique_ptr<IInstanceSource>> TakeSources() {
+        render.reset();
+        render = std::make_unique<THostRender>(object);
+        EXPECT_EQ(render->Begin(0), TBuildStatus::kSuccess);
+        return render->TakeSources();
     }
     RenderScene SceneOf(const IInstanceSource& source) {
         RenderScene scene;
@@ -132,13 +137,13 @@ TEST_F(MeshSource, ProxyShapesAreAMeshToo) {
     TBuildFlags flags;
     flags.render = true;
     object->Build().BuildMesh(0, flags);
-    auto source = std::move(object->Build().MakeRenderSources().front());
+    auto source = std::move(object->Build().MakeOwnSources().front());
     ASSERT_TRUE(source->ChangeableMesh());
     EXPECT_GT(source->ChangeableMesh()->NumFaces(), 0u);
-    // Whoever builds without a mesh gets instances.
+    // Whoever builds without a mesh has nodes alone.
     flags.noMesh = true;
     object->Build().BuildMesh(0, flags);
-    EXPECT_EQ(object->Build().MakeRenderSources().front()->ChangeableMesh(), nullptr);
+    EXPECT_TRUE(object->Build().MakeOwnSources().empty());
 }
 
 TEST_F(MeshSource, WrapperMaterialsShowShadowPlanesToLightOnly) {
@@ -198,15 +203,14 @@ TEST_F(MeshSource, ShadowPlanesPutTemplatesIntoTheMesh) {
     Set(kShadowParams, shadowParams::kVshadow, true);
     Set(kShadowParams, shadowParams::kHshadow, false);
     Set(kDispParams, dispParams::kRendermode, 0);
-    auto numSources = [&] {
-        object->Build().BuildMesh(0, Render());
-        return object->Build().MakeRenderSources().size();
-    };
     Set(kShadowParams, shadowParams::kUsefakeshadows, false);
-    EXPECT_EQ(numSources(), 1u);
+    auto sources = TakeSources();
+    ASSERT_EQ(sources.size(), 2u);
+    EXPECT_EQ(sources[0]->ChangeableMesh(), nullptr);  // templates, as instances
     Set(kShadowParams, shadowParams::kUsefakeshadows, true);
-    ASSERT_EQ(numSources(), 2u);
-    auto sources = object->Build().MakeRenderSources();
+    sources = TakeSources();
+    ASSERT_EQ(sources.size(), 2u);
+    EXPECT_TRUE(sources[0]->ChangeableMesh());
     size_t byRow[2] = {};
     for (size_t i = 0; i < object->Build().Items().Count(); ++i) {
         TDravinItem item = object->Build().Items().Item(i);

@@ -72,7 +72,7 @@ protected:
         TBuildFlags flags = Render();
         flags.noCameraLimit = true;
         ASSERT_EQ(Run(flags).Status(), TBuildStatus::kSuccess);
-        source = std::move(object->Build().MakeRenderSources().front());
+        source = std::move(object->Build().MakeOwnSources().front());
         render.sources = {source.get()};
         geometry = std::make_unique<ScanScene>(render);
     }

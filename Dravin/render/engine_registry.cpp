@@ -1,0 +1,22 @@
+#include "Dravin/render/engine_registry.h"
+
+#include "host/scene/host_context.h"
+
+TEngineRegistry& TEngineRegistry::Current() {
+    return HostContext::Current()->State<TEngineRegistry>();
+}
+
+TDravinEngine& TEngineRegistry::Register(ClassId renderer) {
+    for (TDravinEngine& engine : m_engines)
+        if (engine.classA == renderer.a && engine.classB == renderer.b) return engine;
+    TDravinEngine engine;
+    engine.classA = renderer.a;
+    engine.classB = renderer.b;
+    return m_engines.emplace_back(engine);
+}
+
+const TDravinEngine* TEngineRegistry::Find(ClassId renderer) const {
+    for (const TDravinEngine& engine : m_engines)
+        if (engine.classA == renderer.a && engine.classB == renderer.b) return &engine;
+    return nullptr;
+}
