@@ -135,6 +135,7 @@ private:
     void MakeMaterial(const TParameters& parameters);
     void MakeMesh(const TObjectMeshSettings& settings);
     void FinishStatus();
+    void TellMissingItems() const;
     void NarrowToReferences();
     void RememberView();
 
