@@ -1,6 +1,4 @@
 // `dravin instantiate`: items as objects of their own, in a new scene.
-#include <set>
-
 #include <fmt/format.h>
 
 #include "Dravin/tools/instantiate.h"
@@ -50,25 +48,6 @@ ExitCode Make(const SceneDravin& dravin, const TDtools& tools) {
     return kExitDone;
 }
 
-// Nodes of templates come into the scene for builds only.
-class Templates {
-public:
-    explicit Templates(Session& session) : m_scene(session.GetScene()) {
-        std::set<INode*> before(m_scene.Nodes().begin(), m_scene.Nodes().end());
-        session.LoadTemplates();
-        for (INode* node : m_scene.Nodes())
-            if (!before.contains(node)) m_nodes.push_back(node);
-    }
-    void Remove() {
-        for (size_t i = m_nodes.size(); i-- > 0;) m_scene.DeleteNode(*m_nodes[i]);
-        m_nodes.clear();
-    }
-
-private:
-    Scene& m_scene;
-    std::vector<INode*> m_nodes;
-};
-
 }  // namespace
 
 ExitCode RunInstantiate(const InstantiateOptions& options) {
@@ -78,7 +57,7 @@ ExitCode RunInstantiate(const InstantiateOptions& options) {
     if (ExitCode code = session.Read(options.scene); code != kExitDone) return code;
     auto objects = session.FindObjects(options.object);
     if (!objects) return options.object.empty() ? kExitMalformed : kExitUsage;
-    Templates templates(session);
+    TemplateNodes templates(session);
     std::shared_ptr<TDtools> tools = ToolsOf(options);
     for (const SceneDravin& dravin : *objects)
         if (ExitCode code = options.deleteOnly ? Delete(dravin) : Make(dravin, *tools);

@@ -129,6 +129,7 @@ CommandLine::CommandLine()
     AddEffect();
     AddPreset();
     AddInstantiate();
+    AddEdit();
     AddDemo();
     AddHelp();
 }

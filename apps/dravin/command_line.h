@@ -35,6 +35,7 @@ private:
     void AddEffect();
     void AddPreset();
     void AddInstantiate();
+    void AddEdit();
     void AddDemo();
     void AddHelp();
     void AddLimits();
@@ -53,9 +54,10 @@ private:
     std::string m_model;
     std::string m_schemaFilter;
     EffectOptions m_effect;
-    std::string m_listedEffect;
+    std::string m_listedEffect, m_listedCommand;
     PresetOptions m_preset;
     InstantiateOptions m_instantiate;
+    EditOptions m_edit;
     DemoCommandOptions m_demo;
     std::string m_helpFor, m_completionFor;
     bool m_manual = false, m_rendered = false, m_noLimit = false;

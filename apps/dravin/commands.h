@@ -113,3 +113,14 @@ struct InstantiateOptions {
     bool deleteOnly = false;
 };
 ExitCode RunInstantiate(const InstantiateOptions& options);
+
+struct EditOptions {
+    std::string scene, output;
+    std::string object;                 // what the commands work on; empty: the only scatter object
+    std::vector<std::string> commands;  // each "NAME ARGUMENT=VALUE ..."
+    std::string script;                 // a file of commands as JSON, run before the others
+    bool yes = false;                   // questions are answered yes, otherwise no
+};
+ExitCode RunEdit(const EditOptions& options);
+// All commands one a line, or one of them with its arguments; as JSON what the table holds.
+ExitCode RunEditList(const std::string& name, bool json);

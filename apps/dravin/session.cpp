@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <functional>
 #include <mutex>
+#include <set>
 #include <system_error>
 #include <thread>
 
@@ -24,10 +25,16 @@ namespace {
 // What the system tells a user goes the way of all messages.
 class ProgramUserInterface : public ConsoleUserInterface {
 public:
+    explicit ProgramUserInterface(bool yes) : m_yes(yes) {}
+
     void MessageBox(const std::string& text, const std::string& caption,
                     MessageKind kind) override {
         std::string line = caption + ": " + text;
         kind == MessageKind::kError ? PrintError(line) : PrintWarning(line);
+    }
+    Answer Question(const std::string& text, const std::string& caption, QuestionKind) override {
+        PrintNote(fmt::format("{}: {} {}", caption, text, m_yes ? "Yes." : "No."));
+        return m_yes ? Answer::kYes : Answer::kNo;
     }
     void ListenerPrint(const std::string& text) override { PrintNote(text); }
     void ProgressStart(const std::string& title) override {
@@ -40,6 +47,7 @@ public:
     void ProgressEnd() override { m_bar.reset(); }
 
 private:
+    bool m_yes;
     std::unique_ptr<ProgressBar> m_bar;
 };
 
@@ -100,8 +108,12 @@ std::string Listed(const std::vector<std::string>& names) {
 
 }  // namespace
 
+std::unique_ptr<IUserInterface> MakeProgramInterface(bool yes) {
+    return std::make_unique<ProgramUserInterface>(yes);
+}
+
 Session::Session() : m_formats(MakeSceneLoaders()) {
-    m_host.SetUserInterface(std::make_unique<ProgramUserInterface>());
+    m_host.SetUserInterface(MakeProgramInterface());
     RegisterDravinNodes(m_formats);
     RegisterDravinClasses(m_host.classes);
 }
@@ -209,6 +221,23 @@ bool Session::LoadTemplate(const INode& node, TSpecEntry& entry) {
     entry.templateName = names[size_t(id)];
     LoadTemplateNode(*templates.List()[size_t(id)], *m_scene, templates.Folder(), loader);
     return true;
+}
+
+TemplateNodes::TemplateNodes(Session& session) : m_scene(session.GetScene()) {
+    HoldSuspender noUndo(&m_scene.undo);
+    std::set<INode*> before(m_scene.Nodes().begin(), m_scene.Nodes().end());
+    session.LoadTemplates();
+    for (INode* node : m_scene.Nodes())
+        if (!before.contains(node)) m_nodes.push_back(node);
+}
+
+void TemplateNodes::Remove() {
+    HoldSuspender noUndo(&m_scene.undo);
+    std::vector<INode*> nodes = std::exchange(m_nodes, {});
+    for (size_t i = nodes.size(); i-- > 0;)
+        if (std::find(m_scene.Nodes().begin(), m_scene.Nodes().end(), nodes[i]) !=
+            m_scene.Nodes().end())
+            m_scene.DeleteNode(*nodes[i]);
 }
 
 std::optional<std::vector<SceneDravin>> Session::FindObjects(const std::string& name) {

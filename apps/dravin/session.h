@@ -62,6 +62,21 @@ private:
     std::unique_ptr<Scene> m_scene;
 };
 
+// Messages go the way of all messages, questions are answered with yes or no, and told.
+std::unique_ptr<IUserInterface> MakeProgramInterface(bool yes = false);
+
+// The nodes of the templates that geometry lists name: they come into a scene for builds only, and
+// leave it before it is written. Neither is recorded for undo.
+class TemplateNodes {
+public:
+    explicit TemplateNodes(Session& session);  // loads them
+    void Remove();
+
+private:
+    Scene& m_scene;
+    std::vector<INode*> m_nodes;
+};
+
 // Builds one object, with a progress bar on a terminal when it takes a while. consumer: as
 // TDravinBuild::BuildMesh takes it.
 void BuildWithProgress(const SceneDravin& dravin, TimeValue time, const TBuildFlags& flags,

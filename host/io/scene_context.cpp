@@ -125,8 +125,10 @@ std::shared_ptr<Mtl> DescriptionContext::MtlOf(const DescriptionValue& name) con
     return Named<Mtl>(scene, ParamType::kMaterial, name);
 }
 
-NameResolver DescriptionContext::Resolver() const {
-    return [this](ParamType type, const std::string& name, std::string* error) {
+NameResolver DescriptionContext::Resolver() const { return ResolverOf(scene); }
+
+NameResolver ResolverOf(const Scene& scene) {
+    return [&scene](ParamType type, const std::string& name, std::string* error) {
         return FindNamed(scene, type, name, error);
     };
 }

@@ -157,6 +157,9 @@ private:
     std::map<std::string, ModifierFormat> m_modifiers;
 };
 
+// Finds nodes, texture maps and materials of a scene, which must outlive it, by name.
+NameResolver ResolverOf(const Scene& scene);
+
 // What readers of one description share.
 class DescriptionContext {
 public:

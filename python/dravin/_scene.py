@@ -247,6 +247,22 @@ class Scene:
         light, display = _engine.render(self._engine, options, progress)
         return make_picture(display, light)
 
+    def run(self, command: str, object: Union[str, Node] = '', *, yes: bool = True,
+            progress: Optional[Progress] = None, **arguments: Any) -> Any:
+        """Runs a command by its name, as `dravin edit` and menus do, and gives what it gives back.
+        object: the node that it works on, or its name; without it the only scatter object. yes: the
+        answer to questions that the command asks. dravin.pack.commands() tells which there are."""
+        name = object.name if isinstance(object, Node) else object
+        return _engine.run(self._engine, command, name, arguments, yes, progress)
+
+    def undo(self) -> None:
+        """Takes back the last command. An Error when there is none."""
+        self.run('scene.undo')
+
+    def redo(self) -> None:
+        """Does again what was taken back last. An Error when there is nothing."""
+        self.run('scene.redo')
+
     def lister(self) -> list[dict[str, str]]:
         """What `dravin info` shows: a row of short texts an object."""
         header, *rows = _engine.lister(self._engine)

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+from . import _engine
 from ._errors import Error
 from ._nodes import Path
 from ._scene import Scene
@@ -10,6 +11,18 @@ from ._scene import Scene
 def version() -> int:
     """The version of the published functions."""
     return 600
+
+
+def commands() -> dict[str, str]:
+    """What Scene.run takes: the name of each command, and what it does and takes."""
+    targets = ('the scene', 'a node', 'a scatter object')
+    texts = {}
+    for name, (target, meaning, arguments) in _engine.commands().items():
+        lines = ['%s Works on %s.' % (meaning, targets[target])]
+        lines += ['  %s: %s%s. %s' % (argument, takes, '' if required else ' (may be left out)', what)
+                  for argument, takes, required, what in arguments]
+        texts[name] = '\n'.join(lines)
+    return texts
 
 
 def openLister(scene: Scene) -> list[dict[str, str]]:

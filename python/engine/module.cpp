@@ -12,4 +12,5 @@ PYBIND11_MODULE(_engine, m) {
     BindScatter(node);
     BindEditedItems(node);
     BindCommands(m);
+    BindEdits(m);
 }

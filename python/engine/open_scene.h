@@ -60,6 +60,10 @@ SceneNode HandleOf(const std::shared_ptr<OpenScene>& scene, INode& node);
 // The scatter object of a node; a TypeError for others.
 std::shared_ptr<TDravin> ScatterOf(const SceneNode& handle);
 
+// A value for the engine: null, a truth value, a number, text, a node, or a sequence of them. A
+// TypeError for anything else.
+ParamInput InputOf(const OpenScene& scene, const py::handle& value);
+
 // A matrix as an array of four rows of three numbers, and back.
 py::array_t<float> ToArray(const Matrix3& m);
 Matrix3 ToMatrix(const py::object& rows);
@@ -70,3 +74,4 @@ void BindScatter(py::class_<SceneNode>& node);
 void BindEditedItems(py::class_<SceneNode>& node);
 void BindItems(py::module_& m);
 void BindCommands(py::module_& m);
+void BindEdits(py::module_& m);

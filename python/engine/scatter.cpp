@@ -9,9 +9,6 @@
 #include "host/params/param_assign.h"
 #include "python/engine/built_items.h"
 
-namespace {
-
-// What Python hands over as an outside value.
 ParamInput InputOf(const OpenScene& scene, const py::handle& value) {
     if (value.is_none()) return {};
     if (py::isinstance<py::bool_>(value)) return value.cast<bool>();
@@ -41,6 +38,8 @@ ParamInput InputOf(const OpenScene& scene, const py::handle& value) {
         "None, or a list of them",
         std::string(py::str(py::type::of(value).attr("__name__")))));
 }
+
+namespace {
 
 py::object OutputOf(const std::shared_ptr<OpenScene>& scene, const ParamDef& def,
                     const ParamValue& value, const DescriptionWriter& writer) {

@@ -1,0 +1,7 @@
+#include "Dravin/commands/all_commands.h"
+
+TCommandTable MakeCommandTable() {
+    TCommandTable table;
+    AddSceneCommands(table);
+    return table;
+}
