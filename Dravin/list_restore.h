@@ -14,8 +14,8 @@ class ListPatch {
 public:
     ListPatch(const std::vector<T>& now, const std::vector<T>& other) {
         size_t most = std::min(now.size(), other.size());
-        m_first = size_t(
-            std::mismatch(now.begin(), now.begin() + long(most), other.begin()).first - now.begin());
+        m_first = size_t(std::mismatch(now.begin(), now.begin() + long(most), other.begin()).first -
+                         now.begin());
         size_t same = 0;
         while (same < most - m_first &&
                now[now.size() - same - 1] == other[other.size() - same - 1])

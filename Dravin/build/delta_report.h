@@ -2,8 +2,8 @@
 #pragma once
 
 #include "Dravin/engine/build_input.h"
-#include "Dravin/engine/item_deltas.h"
 #include "Dravin/engine/build_status.h"
+#include "Dravin/engine/item_deltas.h"
 
 // Counts the deltas that a build has found, and names those whose items it has not made. That can
 // be told only of a build that makes all items there are: not of a part, of a display that leaves

@@ -3,5 +3,6 @@
 TCommandTable MakeCommandTable() {
     TCommandTable table;
     AddSceneCommands(table);
+    AddItemCommands(table);
     return table;
 }

@@ -8,3 +8,4 @@ TCommandTable MakeCommandTable();
 
 // What each part of the system brings along, a topic each.
 void AddSceneCommands(TCommandTable& table);
+void AddItemCommands(TCommandTable& table);

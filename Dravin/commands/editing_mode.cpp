@@ -83,8 +83,8 @@ INode* CreateDravin(Scene& scene, int creationMode, const Point3& place, float d
     object->chooseMapSize = true;
     if (creationMode == 1) object->Block(kEditionParams).SetValue(editionParams::kMode, 0, 1);
     if (creationMode != 2)
-        TTreeSpecList(std::static_pointer_cast<IParamBlock2>(
-                          object->Block(kGeomParams).shared_from_this()))
+        TTreeSpecList(
+            std::static_pointer_cast<IParamBlock2>(object->Block(kGeomParams).shared_from_this()))
             .AppendRow(TSpecEntry());
     else
         object->Block(kGenParams).SetValue(genParams::kIconsize, 0, drag);

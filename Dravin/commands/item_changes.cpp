@@ -144,7 +144,6 @@ TKeptGeometry::~TKeptGeometry() {
     for (size_t i = 0; i < items.size(); ++i)
         if (goes(items[i].specimenIndex)) going.push_back(uint32_t(i));
     if (going.empty()) return;
-    ChangeItems(m_object, going, [&](TStoredItem& item) {
-        item.specimenIndex = moved[size_t(item.specimenIndex)];
-    });
+    ChangeItems(m_object, going,
+                [&](TStoredItem& item) { item.specimenIndex = moved[size_t(item.specimenIndex)]; });
 }

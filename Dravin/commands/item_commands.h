@@ -15,8 +15,8 @@
 #include <vector>
 
 #include "Dravin/commands/item_restore.h"
-#include "host/math/matrix3.h"
 #include "host/math/interval.h"
+#include "host/math/matrix3.h"
 
 class INode;
 class Scene;
@@ -31,7 +31,7 @@ struct TSelectionProperties {
 
 // Which controls of the editing rollout are enabled.
 struct TItemControls {
-    bool add = false;        // "Add", "Select by type", the selection's entry, "Store Random", spinners
+    bool add = false;  // "Add", "Select by type", the selection's entry, "Store Random", spinners
     bool selection = false;  // "Detach Selection", "Randomize", "Reset Size", "Re-Seed"
 };
 
@@ -51,8 +51,8 @@ public:
     // Asks, and goes to custom edit (1) or generate (0) mode. False when the user declined; then
     // the mode is as before. The same mode is nothing to ask.
     bool SwitchMode(int mode);
-    // Enters or leaves the level "Items". Entering it in generate mode switches the mode first; when
-    // the user declines, the level is entered and no item can be edited.
+    // Enters or leaves the level "Items". Entering it in generate mode switches the mode first;
+    // when the user declines, the level is entered and no item can be edited.
     void SetLevel(int level);
     // Whether items can be edited.
     bool IsEditing() const;
@@ -85,7 +85,7 @@ public:
     std::vector<std::pair<uint32_t, Point3>> Centers(TimeValue t) const;
     std::vector<std::pair<uint32_t, Matrix3>> Transforms(TimeValue t) const;
 
-    // --- the list (item_list_commands.cpp)
+    // --- the list (item_commands_list.cpp)
     void Clone();
     void Delete();
     // Enters the mode in which clicks add items.
@@ -137,8 +137,8 @@ private:
 
 // The node of a scatter object that somebody creates by hand, as `defaultCreationMode` says: 0 a
 // click places it; 1 the same, in custom edit mode, for clicks that add items; 2 a drag gives the
-// icon's size, and none shorter than 0.0001 makes an object (null). Unless 2, the geometry list gets
-// a default row.
+// icon's size, and none shorter than 0.0001 makes an object (null). Unless 2, the geometry list
+// gets a default row.
 struct TCreationSizes {
     float width = 2, height = 3;  // of the objects made last, for the next one
 };

@@ -45,13 +45,13 @@ void TItemCommands::Select(const std::vector<int>& hits, bool selected, bool all
     std::vector<int> taken;
     for (int i : hits)
         if (i >= 0 && size_t(i) < items.size()) taken.push_back(i);
-    if (!all && taken.size() > 1) taken.resize(1);
+    if (!all && taken.size() > 1) taken.erase(taken.begin() + 1, taken.end());
     std::sort(taken.begin(), taken.end());
     for (size_t first = 0, end; first < taken.size(); first = end) {
         end = first;
         while (end < taken.size() && taken[end] == taken[first]) ++end;
-        bool flips = invert ? (end - first) % 2 == 1
-                            : items[size_t(taken[first])].selected != selected;
+        bool flips =
+            invert ? (end - first) % 2 == 1 : items[size_t(taken[first])].selected != selected;
         if (flips) toggled.push_back(uint32_t(taken[first]));
     }
     ToggleItems(m_object, std::move(toggled));

@@ -101,8 +101,7 @@ void TItemMaker::AddOrigins(size_t i, int32_t row, bool again, const TItemOverri
 const TItemDelta* TItemMaker::DeltaOf(const TLaneOrigin& o) const {
     if (!m_input.deltas) return nullptr;
     int element = m_input.specimens[size_t(o.row)].lod ? 0 : o.element;
-    return m_input.deltas->Find(
-        IdOfCell(m_input, m_rules, m_cells, o.cell, SeedOf(o), element));
+    return m_input.deltas->Find(IdOfCell(m_input, m_rules, m_cells, o.cell, SeedOf(o), element));
 }
 
 void TItemMaker::AddOrigin(TLaneOrigin o) {

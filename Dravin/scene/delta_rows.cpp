@@ -46,8 +46,7 @@ int32_t ReadRow(const DescriptionValue& value, const IParamBlock2& geometry) {
 
 Point3 ReadScale(const DescriptionValue& value) {
     Point3 scale = value.AsPoint3();
-    if (!(scale.x > 0 && scale.y > 0 && scale.z > 0))
-        value.Fail("expected three numbers above 0");
+    if (!(scale.x > 0 && scale.y > 0 && scale.z > 0)) value.Fail("expected three numbers above 0");
     return scale;
 }
 

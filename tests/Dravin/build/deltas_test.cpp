@@ -28,6 +28,7 @@ protected:
 };
 
 TEST_F(Deltas, OutdateTheBuildAndCanBeUndone) {
+    host.SetCurrentScene(&scene);
     Run();
     TItemDelta delta = OfItem(0);
     delta.deleted = true;
@@ -67,8 +68,9 @@ TEST_F(Deltas, ReportWhoseItemsNoLongerExist) {
     EXPECT_TRUE(counts.isComplete);
     EXPECT_EQ(counts.changed, 1);
     EXPECT_EQ(counts.missing, std::vector<TItemId>{gone.id});
-    EXPECT_TRUE(Warned("a change of single items is without effect, as the items no longer exist "
-                       "(g1.1000.1.1000/00000001)"));
+    EXPECT_TRUE(
+        Warned("a change of single items is without effect, as the items no longer exist "
+               "(g1.1000.1.1000/00000001)"));
     bool shown = false;
     for (const TPanelLine& line : object->Build().Panel())
         shown |= line.value == "1 changed, 0 deleted, 1 without item";

@@ -1,9 +1,9 @@
 #include <algorithm>
 #include <set>
 
-#include "Dravin/commands/item_commands.h"
 #include "Dravin/build/custom_edit.h"
 #include "Dravin/build/dravin_build.h"
+#include "Dravin/commands/item_commands.h"
 #include "Dravin/dravin.h"
 #include "Dravin/geometry/tree_spec_list.h"
 #include "host/params/clone_map.h"
@@ -13,8 +13,7 @@
 
 namespace {
 
-constexpr const char* kEmptyList =
-    "Geometry List is empty. Please add some models and try again.";
+constexpr const char* kEmptyList = "Geometry List is empty. Please add some models and try again.";
 
 // A step of undo with a name of its own.
 class NamedStep {
@@ -62,8 +61,8 @@ std::vector<TStoredItem> ItemsOf(TDravin& object, TimeValue t) {
     if (object.Block(kEditionParams).GetInt(editionParams::kMode, t) != 1)
         return FrozenItemsOf(object, t, FrozenItems::kAll);
     const TDravinItemList& built = object.Build().Items();
-    bool isBuilt = object.Build().Validity().Contains(t) &&
-                   built.Count() == object.StoredItems().size();
+    bool isBuilt =
+        object.Build().Validity().Contains(t) && built.Count() == object.StoredItems().size();
     std::vector<TStoredItem> items;
     for (size_t i = 0; i < object.StoredItems().size(); ++i)
         if (!isBuilt || !built.Marks(i).Is(ItemMarks::kDiscarded))
@@ -180,9 +179,8 @@ int TItemCommands::Attach(const std::vector<INode*>& nodes) {
         std::vector<TMergeRecord> mapping =
             MergeGeometryLists(rows, theirs, consolidates, SharedGenerator());
         Matrix3 relative = node->GetObjectTM(t) * back;
-        Point3 growth =
-            Ratio(Decompose(node->GetObjectTM(t)).scale, ownScale) *
-            (other.Block(kGeomParams).GetFloat(geomParams::kGlobscale, t) * 0.01f);
+        Point3 growth = Ratio(Decompose(node->GetObjectTM(t)).scale, ownScale) *
+                        (other.Block(kGeomParams).GetFloat(geomParams::kGlobscale, t) * 0.01f);
         std::vector<TStoredItem> items;
         for (TStoredItem item : ItemsOf(other, t)) {
             item.storedPosition = item.storedPosition * relative;
