@@ -52,7 +52,7 @@ size_t Bytes(const std::vector<T>& list) {
 // sharing: its numbers are those of another list.
 ItemRestore* PutRecord(TDravin& object) {
     object.heldItems = nullptr;
-    if (!IsRecording()) return nullptr;
+    if (!IsRecording() || !object.KeepForUndo()) return nullptr;
     auto record = std::make_unique<ItemRestore>(object);
     ItemRestore* put = record.get();
     CurrentHold()->Put(std::move(record));
