@@ -1,11 +1,14 @@
 #include "Dravin/dravin.h"
 
+#include <unordered_map>
+
 #include <fmt/format.h>
 
 #include "Dravin/build/custom_edit.h"
 #include "Dravin/build/dravin_build.h"
 #include "Dravin/build/invalidation.h"
 #include "Dravin/dravin_globals.h"
+#include "Dravin/list_restore.h"
 #include "Dravin/render/render_state.h"
 #include "Dravin/render/trees_interface.h"
 #include "Dravin/render/ui_interface.h"
@@ -43,20 +46,44 @@ int BlockOfSlot(int slot) {
 }  // namespace
 
 void TDravin::SetStoredItems(std::vector<TStoredItem> items) {
-    auto told = [this] {
-        Invalidate(TRemake::kItems);
-        NotifyDependents();
-    };
-    size_t bytes = HeapBytes(m_storedItems);
-    RecordExchange(
-        *this,
-        [this, told, other = m_storedItems]() mutable {
-            std::swap(m_storedItems, other);
-            told();
-        },
-        bytes);
-    m_storedItems = std::move(items);
-    told();
+    ReplaceList(*this, m_storedItems, std::move(items), [this] { TellItemsChanged(); });
+}
+
+void TDravin::TellItemsChanged() {
+    Invalidate(TRemake::kItems);
+    NotifyDependents();
+}
+
+namespace {
+
+struct HashOfId {
+    size_t operator()(const TItemId& id) const { return size_t(HashOf(id)); }
+};
+
+// One delta an item, the last of it, where its first stood.
+std::vector<TItemDelta> WithoutRepeats(std::vector<TItemDelta> deltas) {
+    std::unordered_map<TItemId, size_t, HashOfId> places;
+    std::vector<TItemDelta> kept;
+    for (TItemDelta& delta : deltas) {
+        auto [it, isNew] = places.try_emplace(delta.id, kept.size());
+        if (isNew)
+            kept.push_back(delta);
+        else
+            kept[it->second] = delta;
+    }
+    return kept;
+}
+
+}  // namespace
+
+void TDravin::SetDeltas(std::vector<TItemDelta> deltas) {
+    ReplaceList(*this, m_deltas, WithoutRepeats(std::move(deltas)), [this] { TellItemsChanged(); });
+}
+
+void TDravin::SetDelta(const TItemDelta& delta) {
+    std::vector<TItemDelta> deltas = m_deltas;
+    deltas.push_back(delta);
+    SetDeltas(std::move(deltas));
 }
 
 std::span<const DravinCurveName> DravinCurveNames() { return kCurveNames; }
@@ -198,6 +225,7 @@ std::shared_ptr<ReferenceTarget> TDravin::Clone(CloneMap& map) const {
             });
     }
     copy->m_storedItems = m_storedItems;
+    copy->m_deltas = m_deltas;
     copy->specIdCounter = specIdCounter;
     copy->chooseMapSize = chooseMapSize;
     return copy;

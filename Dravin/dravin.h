@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "Dravin/curves/curve_set.h"
+#include "Dravin/engine/item_deltas.h"
 #include "Dravin/engine/stored_items.h"
 #include "Dravin/params/dravin_params.h"
 #include "Dravin/params/param_accessors.h"
@@ -87,6 +88,25 @@ public:
     void SetStoredItems(std::vector<TStoredItem> items);
     // A copy of the object starts with a fresh one.
     TFileState fileState;
+    // For who changes some of many items and records what changed (Dravin/commands/item_restore.h):
+    // TellItemsChanged follows.
+    std::vector<TStoredItem>& ChangeableItems() { return m_storedItems; }
+    // The last build is out of date, and dependents hear of it.
+    void TellItemsChanged();
+    // What clicks add next when they go through the geometry list row by row.
+    int addSequence = 0;
+    // The level of items has been entered, and the user has declined custom edit mode.
+    bool levelDeclined = false;
+    // The record of the open hold that keeps what edits of items change; null: none.
+    RestoreObj* heldItems = nullptr;
+
+    // Changes of single generated items, each id once; they count only while `mode` is 0.
+    const std::vector<TItemDelta>& Deltas() const { return m_deltas; }
+    // Replaces them; tells, and can be undone by a record of what differs. Of several of one id the
+    // last counts.
+    void SetDeltas(std::vector<TItemDelta> deltas);
+    // Adds the change, or puts it in the place of that of the same item.
+    void SetDelta(const TItemDelta& delta);
 
     // The next build that lays a grid over the ground chooses the size of the distribution map,
     // once: `units_x` and `units_y` then fit what the object stands on. For objects that somebody
@@ -185,6 +205,7 @@ private:
     void React(const TReaction& reaction);
 
     std::vector<TStoredItem> m_storedItems;
+    std::vector<TItemDelta> m_deltas;
     // By block id, and by slot for everything that is no block.
     std::deque<Reference<IParamBlock2>> m_blocks;
     std::deque<Reference<ReferenceTarget>> m_slots;

@@ -7,6 +7,14 @@
 
 namespace {
 
+// What was changed by hand becomes part of the item: custom edit mode knows no deltas.
+void TakeDelta(const TItemDelta& delta, TStoredItem& stored) {
+    stored.storedPosition.x += delta.move.x;
+    stored.storedPosition.y += delta.move.y;
+    stored.sizeFactor = stored.sizeFactor * delta.scale;
+    stored.sourceTransform = stored.sourceTransform * EulerDegreesToMatrix(delta.rotateDegrees);
+}
+
 TStoredItem Freeze(const TDravinItem& item) {
     TStoredItem stored;
     stored.storedPosition = item.storedPosition;
@@ -36,9 +44,9 @@ void KeepResults(const TDravinItem& item, TStoredItem& stored) {
     stored.animationOffset = item.animationOffset;
 }
 
-void ConvertToCustomEdit(TDravin& object, TimeValue t, FrozenItems which) {
+std::vector<TStoredItem> FrozenItemsOf(TDravin& object, TimeValue t, FrozenItems which) {
     std::vector<TStoredItem> items;
-    if (!HostContext::Current() || !GetWorldNode(object)) return object.SetStoredItems({});
+    if (!HostContext::Current() || !GetWorldNode(object)) return items;
     TBuildFlags flags;
     flags.noMesh = flags.noLimit = flags.collisions = true;
     flags.noCameraLimit = which == FrozenItems::kAll;
@@ -49,6 +57,14 @@ void ConvertToCustomEdit(TDravin& object, TimeValue t, FrozenItems which) {
     for (size_t i = 0; i < build.Items().Count(); ++i) {
         build.Items().ReadStored(i, &item);
         items.push_back(Freeze(item));
+        const TBuildInput& input = *build.Input();
+        if (!input.deltas) continue;
+        if (const TItemDelta* delta = input.deltas->Find(IdOfItem(input, item)))
+            TakeDelta(*delta, items.back());
     }
-    object.SetStoredItems(std::move(items));
+    return items;
+}
+
+void ConvertToCustomEdit(TDravin& object, TimeValue t, FrozenItems which) {
+    object.SetStoredItems(FrozenItemsOf(object, t, which));
 }

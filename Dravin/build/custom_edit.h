@@ -1,6 +1,9 @@
 // From the items of a distribution to items that are edited by hand.
 #pragma once
 
+#include <vector>
+
+#include "Dravin/engine/stored_items.h"
 #include "host/math/interval.h"
 
 class TDravin;
@@ -20,3 +23,6 @@ enum class FrozenItems { kAll, kInView };
 //
 // A build that fails, or an object outside a scene, leaves no stored items.
 void ConvertToCustomEdit(TDravin& object, TimeValue t, FrozenItems which = FrozenItems::kAll);
+
+// The items that it would store. Empty for an object outside a scene.
+std::vector<TStoredItem> FrozenItemsOf(TDravin& object, TimeValue t, FrozenItems which);

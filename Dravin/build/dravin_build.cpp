@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 
 #include "Dravin/build/camera_input.h"
+#include "Dravin/build/delta_report.h"
 #include "Dravin/build/density_loader.h"
 #include "Dravin/build/dravin_instances.h"
 #include "Dravin/build/input_maker.h"
@@ -417,8 +418,19 @@ void TDravinBuild::FinishStatus() {
         m_statistics.itemCount = 0;
         m_panel.status = TBuildStatus::kNoVisibleItems;
     }
+    bool isDone = m_panel.status == TBuildStatus::kSuccess ||
+                  m_panel.status == TBuildStatus::kNoVisibleItems;
+    if (isDone && m_input) CountDeltas(*m_input, m_statistics);
+    TellMissingItems();
     if (m_panel.status != TBuildStatus::kSuccess) m_items.Clear(), m_mesh.Clear();
     if (m_flags.render) m_panel.lastRenderStatus = m_panel.status;
+}
+
+void TDravinBuild::TellMissingItems() const {
+    std::string text = MissingItemsText(m_statistics.deltas);
+    if (text.empty()) return;
+    INode* node = GetWorldNode(m_object);
+    LogWarning(fmt::format("{}: {}", node ? node->GetName() : "", text));
 }
 
 bool TDravinBuild::LeavesOverlaps() const {

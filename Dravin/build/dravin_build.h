@@ -167,6 +167,7 @@ private:
     void MakeMaterial(const TParameters& parameters);
     void MakeMesh(const TObjectMeshSettings& settings);
     void FinishStatus();
+    void TellMissingItems() const;
     void NarrowToReferences();
     void NarrowToSources(const TParameters& parameters);
     void RememberView();

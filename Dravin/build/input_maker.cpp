@@ -457,6 +457,10 @@ std::unique_ptr<TBuildInput> TInputMaker::Make(const TSpecBuildList& specimens, 
     if (m_p.Int(editionParams::kMode) == 0)
         input->points =
             MakePointInput(m_object, m_time, m_objectInverse, many ? Threads() : 1, valid);
+    if (!input->customEdit && !m_object.Deltas().empty()) {
+        m_parts.deltas = std::make_shared<TItemDeltaTable>(m_object.Deltas());
+        input->deltas = m_parts.deltas.get();
+    }
     input->debugLog = [](const std::string& text) { Log(LogKind::kDebug, text); };
     input->parts = std::move(m_parts);
     return input;

@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include "Dravin/build/delta_report.h"
 #include "host/base/text.h"
 
 namespace {
@@ -128,6 +129,7 @@ std::vector<TPanelLine> StatisticsPanel(const TPanelState& state, const TBuildSt
         {"Collisions", collided ? fmt::format("{} discarded ({}%)", FormatGrouped(s.discardedCount),
                                               DiscardedPercent(s))
                                 : ""},
+        {"By hand", DeltaText(s.deltas)},
         {"Threads", fmt::format("{}", std::max(state.threads, 1))},
     };
 }

@@ -12,6 +12,7 @@ TCommandTable MakeCommandTable() {
     AddLodCommands(table);
     AddPresetCommands(table);
     AddSceneCommands(table);
+    AddItemCommands(table);
     AddToolCommands(table);
     AddUpdateCommands(table);
     return table;

@@ -17,5 +17,6 @@ void AddListerCommands(TCommandTable& table);
 void AddLodCommands(TCommandTable& table);
 void AddPresetCommands(TCommandTable& table);
 void AddSceneCommands(TCommandTable& table);
+void AddItemCommands(TCommandTable& table);
 void AddToolCommands(TCommandTable& table);
 void AddUpdateCommands(TCommandTable& table);

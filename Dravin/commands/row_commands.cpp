@@ -11,6 +11,7 @@ auto OnRows(const TRowList& list, Work work) {
     return [list, work](TCommandCall& call) {
         TCommandResult result;
         std::unique_ptr<PBStore> rows = list.open(call, &result);
+        std::shared_ptr<void> around = rows && list.around ? list.around(call) : nullptr;
         if (rows) work(call, *rows, &result);
         return result;
     };

@@ -16,6 +16,8 @@ struct TRowList {
     TCommandTarget target = TCommandTarget::kObject;
     // After a row has come: what is told apart by more than the id column.
     std::function<void(PBStore&, int row)> added = {};
+    // What lives around every operation, and puts right what rows are referred to by.
+    std::function<std::shared_ptr<void>(TCommandCall&)> around = {};
 };
 
 // TOPIC.insert, .delete, .move, .copy and .paste; rows count from 0.

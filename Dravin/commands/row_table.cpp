@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include "Dravin/commands/all_commands.h"
+#include "Dravin/commands/item_commands.h"
 #include "Dravin/commands/row_commands.h"
 #include "Dravin/dravin.h"
 #include "Dravin/geometry/area_texts.h"
@@ -53,6 +54,8 @@ TRowList GeometryRows() {
     };
     list.clipboard = ClipboardOfSession<GeometryClipboard>;
     list.idColumn = geomParams::kSpecidlist;
+    // Items go on showing what they show.
+    list.around = [](TCommandCall& call) { return std::make_shared<TKeptGeometry>(*call.object); };
     return list;
 }
 

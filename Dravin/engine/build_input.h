@@ -91,6 +91,7 @@ struct TBuildPart {
 };
 
 class IEffectPrograms;
+class TItemDeltaTable;
 
 // What the pointers of an input lead to.
 struct TInputParts {
@@ -98,6 +99,7 @@ struct TInputParts {
     std::deque<FalloffCurve> curves;
     std::deque<TCurveSampler> samplers;
     std::shared_ptr<const IEffectPrograms> programs;
+    std::shared_ptr<const TItemDeltaTable> deltas;
 };
 
 struct TBuildInput {
@@ -152,6 +154,8 @@ struct TBuildInput {
     TUvSettings uv;
 
     const IEffectPrograms* effects = nullptr;  // null: none are active
+    // Changes of single items; null: none. Hand-edited items have none.
+    const TItemDeltaTable* deltas = nullptr;
 
     TCameraState camera;
     bool collisions = false;  // no two items may overlap

@@ -208,6 +208,7 @@ TBuildStatus BuildItemArray(const TBuildInput& input, TDravinItemList& items,
     statistics.createdCount = 0;
     statistics.outOfMemory = false;
     statistics.ground = {};
+    statistics.deltas = {};
     statistics.rejected = {};
     TGeometryChoice geometry(input.geometry, input.specimens);
 

@@ -35,4 +35,5 @@ void TBuildStatistics::Add(const TTaskCounts& counts) {
     clusterCounts.resize(std::max(clusterCounts.size(), counts.clusters.size()));
     for (size_t i = 0; i < counts.clusters.size(); ++i) clusterCounts[i] += counts.clusters[i];
     rejected += counts.rejected;
+    deltas += counts.deltas;
 }

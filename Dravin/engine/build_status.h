@@ -8,6 +8,7 @@
 #include <span>
 #include <vector>
 
+#include "Dravin/engine/item_id.h"
 #include "host/math/box.h"
 
 // Fixed for good: scene files, scripts and pipelines hold these numbers.
@@ -55,10 +56,25 @@ struct TRejectionRule {
 // All rules in the order in which they act.
 std::span<const TRejectionRule> RejectionRules();
 
+// What a build saw of the changes by hand (item_deltas.h).
+struct TDeltaCounts {
+    std::vector<uint32_t> found;  // while items are made: numbers of those met, once for every item
+    // Afterwards: items, and ids of which there is none. These only of complete builds.
+    bool isUsed = false, isComplete = false;
+    int32_t changed = 0, deleted = 0;
+    std::vector<TItemId> missing;
+
+    TDeltaCounts& operator+=(const TDeltaCounts& other) {
+        found.insert(found.end(), other.found.begin(), other.found.end());
+        return *this;
+    }
+};
+
 // What one task of a distribution counts.
 struct TTaskCounts {
     std::vector<int32_t> clusters;  // as in the statistics
     TRejections rejected;
+    TDeltaCounts deltas;
 };
 
 // A number as statistics hold it: what is beyond their range is its end.
@@ -85,6 +101,7 @@ struct TBuildStatistics {
     // Candidates that chose each cluster of the geometry list, largest cluster first.
     std::vector<int32_t> clusterCounts;
     TRejections rejected;           // all zero when the distribution failed
+    TDeltaCounts deltas;            // items that were changed by hand
     bool outOfMemory = false;       // the items would have taken more than the build may
     int64_t itemLimit = INT64_MAX;  // items beyond which the build would have been refused
     Box3 ground;                    // where overlaps are looked for; empty: where the items are

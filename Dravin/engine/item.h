@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "Dravin/engine/item_id.h"
 #include "host/math/bit_array.h"
 #include "host/math/box.h"
 #include "host/math/color.h"
@@ -279,6 +280,7 @@ public:
     float surfaceSlope = 0;
     Matrix3 fullTransform;
     Box3 bounds;
+    TItemId id;
     TBitArray elementMask;
     int32_t shadowWords[4]{};
 

@@ -48,6 +48,7 @@ struct TCellRules {
     const TAreaTest* areas = nullptr;     // null: no areas
     const TGrid* grid = nullptr;          // where the areas stand in a turned frame
     TItemArea area;
+    int32_t surfaceNumber = 0;   // of the list; where a source lies on one surface
     uint32_t laterOrdinal = 0;   // as `ordinal`, for every draw but the first of a cell
     bool hashed = false;         // seeds follow from the hash
     bool obeysSurfaces = false;  // altitude and slope rules act where a lane stands on a surface
@@ -67,6 +68,8 @@ struct TLaneOrigin {
     TLaneFate fate = TLaneFate::kAlive;
     uint32_t hit = 0;  // of the reader's own list, where one element stands at several hits
     const TItemOverrides* overrides = nullptr;
+    const TItemDelta* delta = nullptr;  // of the element, or of the one in whose place it stands
+    std::optional<uint32_t> seed;       // of an element in another's place; none: its own
 };
 
 // Reads one piece. Serves one thread.

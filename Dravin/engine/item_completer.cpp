@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "Dravin/engine/effect_runner.h"
+#include "Dravin/engine/item_deltas.h"
 #include "Dravin/engine/source_grid.h"
 
 namespace {
@@ -94,7 +95,9 @@ void Complete(const TBuildInput& input, const TTransformRanges& ranges, bool kee
     CompleteUvws(input, item);
     bool lies = item.surfaceFace >= 0 && input.KnowsSlopes();
     item.surfaceSlope = lies ? SlopeOf(item.surfaceNormal) : 0;
-    if (!input.specimens.empty()) CompletePlacement(input.transforms, ElementOf(input, item), item);
+    if (input.specimens.empty()) return;
+    CompletePlacement(input.transforms, ElementOf(input, item), item);
+    item.id = IdOfItem(input, item);
 }
 
 }  // namespace

@@ -240,6 +240,7 @@ const ItemField kFields[] = {
     Floats<&I::pathPosition, &C::source>("path_position"),
     Floats<&I::pathTangent, &C::source>("path_tangent"),
     Floats<&I::effectVector, &C::source>("effect_vector"),
+    {"id", kText, 1, 1, false, nullptr, nullptr, [](const I& item) { return ItemIdText(item.id); }},
 };
 
 }  // namespace

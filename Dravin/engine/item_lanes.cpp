@@ -30,6 +30,7 @@ void CountFate(TLaneFate fate, TRejections& r) {
             break;
         case TLaneFate::kAlive:
         case TLaneFate::kDisabled:
+        case TLaneFate::kDeleted:
         case TLaneFate::kReplaced:
             break;
     }
@@ -46,6 +47,7 @@ TItemLanes::TItemLanes(size_t n, uint32_t groups, bool readsMaps)
       source(n),
       fate(n),
       overrides(n),
+      delta(n),
       densityDraw(n),
       randomTranslation(n),
       randomScale(n),
@@ -111,6 +113,7 @@ void TItemLanes::Reset(size_t k, const TSpecimen& ofSpecimen) {
     source[k] = &ofSpecimen.Element(0);
     fate[k] = TLaneFate::kAlive;
     overrides[k] = nullptr;
+    delta[k] = nullptr;
     densityDraw[k] = random1[k] = random2[k] = random3[k] = 0;
     randomInteger[k] = randomSample[k] = animation[k] = 0;
     for (TPointLane* zero :

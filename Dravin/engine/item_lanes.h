@@ -19,6 +19,8 @@
 #include "Dravin/engine/item.h"
 #include "Dravin/engine/specimen.h"
 
+struct TItemDelta;
+
 // Cells that a source gives at once, and lanes that steps work on where no cell has more.
 inline constexpr size_t kCellsInBatch = 256;
 
@@ -74,6 +76,7 @@ enum class TLaneFate : uint8_t {
     kFalloff,
     kEffect,
     kDisabled,  // its geometry is switched off; no rule counts it
+    kDeleted,   // by hand; no rule counts it
     kReplaced,  // its cell is built again
 };
 // Counts a lane's fate in the statistics.
@@ -96,6 +99,7 @@ struct TItemLanes {
     TLane<const TSpecimenElement*> source;
     TLane<TLaneFate> fate;
     TLane<const TItemOverrides*> overrides;  // what a program asked for; null: nothing
+    TLane<const TItemDelta*> delta;          // its changes by hand; null: none
 
     // --- its draws (ItemRandoms); those that no setting asks for are not filled
     TLane<float> densityDraw;

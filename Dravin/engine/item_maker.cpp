@@ -2,9 +2,17 @@
 
 #include <algorithm>
 
+#include "Dravin/engine/item_deltas.h"
 #include "Dravin/engine/item_steps.h"
 #include "Dravin/engine/item_writer.h"
 #include "Dravin/engine/lod.h"
+
+namespace {
+
+// Between the seeds of elements that stand in the place of one; odd, so that many differ.
+constexpr uint32_t kReplacementSeeds = 0x9e3779b1;
+
+}  // namespace
 
 TItemMaker::TItemMaker(const TBuildInput& input, const TGeometryChoice& geometry,
                        const TCellRules& rules, ICellReader& reader, TDravinItemList& items)
@@ -13,7 +21,7 @@ TItemMaker::TItemMaker(const TBuildInput& input, const TGeometryChoice& geometry
       m_rules(rules),
       m_reader(reader),
       m_items(items),
-      m_counts{std::vector<int32_t>(geometry.Clusters().size()), {}},
+      m_counts{std::vector<int32_t>(geometry.Clusters().size()), {}, {}},
       m_cellDraws(input.transforms, input.effects != nullptr),
       m_laneDraws(input.transforms, input.effects != nullptr),
       m_lanes(MakeLanes(kCellsInBatch)),
@@ -51,6 +59,7 @@ uint32_t TItemMaker::FirstSeed(size_t i) const {
 }
 
 uint32_t TItemMaker::SeedOf(const TLaneOrigin& o) const {
+    if (o.seed) return *o.seed;
     if (m_input.transforms.customEdit || o.isFirst) return m_cellSeeds[o.cell];
     return HashSeed(o.cell) + uint16_t(o.element) + m_rules.laterOrdinal;
 }
@@ -79,12 +88,38 @@ std::pair<int, int> TItemMaker::Elements(size_t i, int32_t row) const {
 void TItemMaker::AddOrigins(size_t i, int32_t row, bool again, const TItemOverrides* overrides) {
     auto [begin, end] = Elements(i, row);
     for (int e = begin; e < end; ++e) {
-        TLaneOrigin& o = m_origins.emplace_back();
+        TLaneOrigin o;
         o.cell = uint32_t(i);
         o.row = row;
         o.element = int16_t(e);
         o.isFirst = !again && e == begin;
         o.overrides = overrides;
+        AddOrigin(o);
+    }
+}
+
+const TItemDelta* TItemMaker::DeltaOf(const TLaneOrigin& o) const {
+    if (!m_input.deltas) return nullptr;
+    int element = m_input.specimens[size_t(o.row)].lod ? 0 : o.element;
+    return m_input.deltas->Find(IdOfCell(m_input, m_rules, m_cells, o.cell, SeedOf(o), element));
+}
+
+void TItemMaker::AddOrigin(TLaneOrigin o) {
+    o.delta = DeltaOf(o);
+    if (o.delta && o.delta->geometry >= 0) return AddReplacement(o);
+    m_origins.push_back(o);
+}
+
+void TItemMaker::AddReplacement(const TLaneOrigin& replaced) {
+    auto row = int32_t(SpecimenRow(replaced.delta->geometry, m_input.specimens.size()));
+    uint32_t seed = SeedOf(replaced);
+    auto [begin, end] = Elements(replaced.cell, row);
+    for (int e = begin; e < end; ++e) {
+        TLaneOrigin& o = m_origins.emplace_back(replaced);
+        o.row = row;
+        o.element = int16_t(e);
+        o.isFirst = replaced.isFirst && e == begin;
+        o.seed = seed + uint32_t(e - begin) * kReplacementSeeds;
     }
 }
 
@@ -104,10 +139,12 @@ size_t TItemMaker::MakePortion(size_t first) {
     MakeItems(m_origins, *Fitting(m_lanes, m_origins.size()));
     if (m_replaces && CollectAgain()) {
         MakeItems(m_againOrigins, *Fitting(m_againLanes, m_againOrigins.size()));
+        if (m_input.deltas) ApplyDeltas(m_input, *m_againLanes, m_counts.deltas);
         CountFates(*m_againLanes);
     } else {
         m_againOrigins.clear();
     }
+    if (m_input.deltas) ApplyDeltas(m_input, *m_lanes, m_counts.deltas);
     CountFates(*m_lanes);
     if (m_rules.keepsDropped) TidyDropped();
     AppendPortion();
@@ -160,6 +197,7 @@ void TItemMaker::Load(std::span<const TLaneOrigin> origins, TItemLanes& lanes) {
         lanes.source[k] = &specimen.elements[size_t(o.element)];
         lanes.fate[k] = o.fate;
         lanes.overrides[k] = o.overrides;
+        lanes.delta[k] = o.delta;
         lanes.mapColor[k] = m_cells.mapColor[o.cell];
         lanes.mapCoordinates[k] = m_cells.mapCoordinates[o.cell];
         lanes.externalScale.Set(k, {1, 1, 1});
@@ -224,9 +262,10 @@ void TItemMaker::CollectCell(size_t first, size_t end) {
         return;
     }
     for (size_t k = replaced; k < end; ++k) {
-        TLaneOrigin& o = m_origins.emplace_back(m_firstOrigins[k]);
+        TLaneOrigin o = m_firstOrigins[k];
         o.isFirst = false;
         o.overrides = &overrides;
+        o.seed ? m_origins.push_back(o) : AddOrigin(o);
     }
 }
 
@@ -236,7 +275,8 @@ bool TItemMaker::Asks(size_t k) const {
 }
 
 std::optional<int32_t> TItemMaker::GeometryAsked(size_t k) const {
-    if (!m_outcomes[k].geometryWritten) return std::nullopt;
+    // Geometry that was chosen by hand stays.
+    if (!m_outcomes[k].geometryWritten || m_firstOrigins[k].seed) return std::nullopt;
     auto row = int32_t(SpecimenRow(m_outcomes[k].specimen, m_input.specimens.size()));
     return row != m_lanes->row[k] ? std::optional(row) : std::nullopt;
 }

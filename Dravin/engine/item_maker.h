@@ -43,6 +43,11 @@ private:
     std::pair<int, int> Elements(size_t i, int32_t row) const;
 
     void AddOrigins(size_t i, int32_t row, bool again, const TItemOverrides* overrides);
+    // The element, or those of the row that stands in its place.
+    void AddOrigin(TLaneOrigin origin);
+    void AddReplacement(const TLaneOrigin& replaced);
+    // Null: none.
+    const TItemDelta* DeltaOf(const TLaneOrigin& origin) const;
 
     // Makes the items of cells from `first` on, as many as fill the lanes; the cell behind them.
     size_t MakePortion(size_t first);

@@ -195,6 +195,7 @@ TUvSource::TUvSource(const TBuildInput& input, const TGeometryChoice& geometry,
     : m_input(input), m_uv(uv), m_decimation(decimation), m_pieces(uv.grid, decimation) {
     m_rules.rows = &geometry.Unrestricted();
     m_rules.laterOrdinal = input.randomizeStacked ? uint32_t(uv.surface.listIndex) : 0;
+    m_rules.surfaceNumber = uv.surface.listIndex;
     m_rules.hashed = true;
     m_rules.obeysSurfaces = true;
     m_rules.spreads = true;

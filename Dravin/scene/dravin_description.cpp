@@ -53,6 +53,7 @@ public:
         auto params = keys.Find("params"), curves = keys.Find("curves"), items = keys.Find("items");
         auto geometry = keys.Find("geometry"), areas = keys.Find("areas");
         auto effects = keys.Find("effects"), instances = keys.Find("instances");
+        auto deltas = keys.Find("deltas");
         context.WhenAllExist([=, &context] {
             if (params) ReadParams(*object, *params, context);
             ReadList(*object, geometry, kGeomParams, GeometryRowIds(), ReadGeometryRows, context);
@@ -61,6 +62,7 @@ public:
             LoadEffectCurves(object->Block(kEffectParams), *object, kSlotEffectCurves);
             if (curves) ReadCurves(*object, *curves);
             if (items) ReadItems(*object, *items);
+            if (deltas) ReadDeltas(*object, *deltas, context);
             if (instances) ReadInstances(*object, *instances, context);
             object->CleanNodeLists();
         });
@@ -95,6 +97,7 @@ public:
         if (effectRows) Add(keys, "effects", WriteEffectRows(*dravin, writer));
         Add(keys, "curves", WriteCurves(*dravin));
         Add(keys, "items", WriteItems(*dravin));
+        Add(keys, "deltas", WriteDeltas(*dravin, writer));
         Add(keys, "instances", WriteInstances(*dravin, writer));
         return true;
     }

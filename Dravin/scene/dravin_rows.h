@@ -38,6 +38,10 @@ nlohmann::ordered_json WriteCurves(const TDravin& object);
 void ReadItems(TDravin& object, const DescriptionValue& items);
 nlohmann::ordered_json WriteItems(const TDravin& object);
 
+// Changes of single generated items, after the rows of the geometry list, which they may name.
+void ReadDeltas(TDravin& object, const DescriptionValue& list, const DescriptionContext& context);
+nlohmann::ordered_json WriteDeltas(const TDravin& object, const DescriptionWriter& writer);
+
 // Nodes that items were turned into, by name; names of nodes that are not there are left out with a
 // warning.
 void ReadInstances(TDravin& object, const DescriptionValue& names,

@@ -31,6 +31,31 @@ void ReadCurves(FieldReader& in, TCurveSet& set) {
     }
 }
 
+void WriteDeltas(FieldWriter& out, const TDravin& object) {
+    for (const TItemDelta& d : object.Deltas()) {
+        out.Put(uint8_t(d.id.origin)), out.Put(d.id.part);
+        for (uint32_t number : d.id.cell) out.Put(number);
+        out.Put(d.id.seed), out.Put(d.deleted), out.Put(d.move);
+        out.Put(d.rotateDegrees), out.Put(d.scale), out.Put(d.geometry);
+    }
+}
+
+void ReadDeltas(FieldReader& in, TDravin& object) {
+    std::vector<TItemDelta> deltas;
+    while (in.In().Remaining() > 0) {
+        TItemDelta d;
+        auto origin = in.In().Read<uint8_t>();
+        if (origin > TItemId::kEdited) return in.In().Fail("a change of an item of no kind");
+        d.id.origin = TItemId::Origin(origin);
+        in.Get(d.id.part);
+        for (uint32_t& number : d.id.cell) in.Get(number);
+        in.Get(d.id.seed), in.Get(d.deleted), in.Get(d.move);
+        in.Get(d.rotateDegrees), in.Get(d.scale), in.Get(d.geometry);
+        deltas.push_back(d);
+    }
+    object.SetDeltas(std::move(deltas));
+}
+
 template <class Fields>
 void VisitCurveSet(Fields& fields, TCurveSet& set) {
     fields(1, set.title);
@@ -57,6 +82,9 @@ void RegisterDravinStorage(SceneStorage& storage) {
         fields.Own(
             1, [&object](FieldWriter& out) { WriteObjectChunks(out.Out(), object); },
             [&object](FieldReader& in) { ReadObjectChunks(in, object); });
+        fields.Own(
+            2, [&object](FieldWriter& out) { WriteDeltas(out, object); },
+            [&object](FieldReader& in) { ReadDeltas(in, object); });
     });
     storage.Register<TCurveSet>(
         [](auto& fields, TCurveSet& set) { VisitCurveSet(fields, set); },

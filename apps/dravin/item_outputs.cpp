@@ -17,6 +17,16 @@ Json RejectedJson(const TRejections& rejected) {
     return counts;
 }
 
+// What became of changes of single items. "missing" are those whose item was not made, where the
+// build can tell.
+Json DeltasJson(const TDeltaCounts& counts) {
+    Json json{{"changed", counts.changed}, {"deleted", counts.deleted}};
+    if (!counts.isComplete) return json;
+    json["missing"] = Json::array();
+    for (const TItemId& id : counts.missing) json["missing"].push_back(ItemIdText(id));
+    return json;
+}
+
 // The keys before the items, without braces.
 std::string ResultHead(const SceneDravin& dravin) {
     const TDravinBuild& build = dravin.object->Build();
@@ -37,6 +47,7 @@ std::string ResultHead(const SceneDravin& dravin) {
                 {"build_ms", s.buildMs},
                 {"items_per_second", s.itemsPerSecond},
                 {"rejected", RejectedJson(s.rejected)}}}};
+    if (s.deltas.isUsed) head["statistics"]["deltas"] = DeltasJson(s.deltas);
     std::string text = head.dump();
     return text.substr(1, text.size() - 2);
 }

@@ -78,6 +78,7 @@ void Hold::Close(const std::string& name) {
     Step step = std::exchange(m_current, {});
     if (step.records.empty()) return;
     step.name = name;
+    for (const auto& record : step.records) record->EndHold();
     step.Measure();
     for (const Step& undone : m_redo) m_memory -= undone.bytes;
     m_redo.clear();

@@ -19,6 +19,8 @@ public:
     // will not follow.
     virtual void Restore(bool isUndo) = 0;
     virtual void Redo() = 0;
+    // The hold that it was put in has been accepted.
+    virtual void EndHold() {}
     // Memory that the record keeps alive, roughly, in bytes.
     virtual size_t Size() const { return sizeof(*this); }
 };

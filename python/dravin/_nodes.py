@@ -234,6 +234,19 @@ class Dravin(Node):
         self._handle.set_rows('items', to_json([dict(item) for item in items]))
 
     @property
+    def deltas(self) -> list[dict[str, Any]]:
+        """Changes of single generated items, which count while `mode` is 0: dictionaries with the
+        item field `id`, and "delete": True or any of "move", "rotate" (degrees), "scale" and
+        "geometry" (a row by number or name). A copy: assign to change them. What became of them
+        stands in a result's `statistics['deltas']`."""
+        deltas: list[dict[str, Any]] = json.loads(self._handle.rows('deltas', False)) or []
+        return deltas
+
+    @deltas.setter
+    def deltas(self, deltas: Sequence[Mapping[str, Any]]) -> None:
+        self._handle.set_rows('deltas', to_json([dict(delta) for delta in deltas]))
+
+    @property
     def trees(self) -> Trees:
         """The published functions over the items of this object."""
         return Trees(self._handle)

@@ -79,11 +79,18 @@ py::dict StatisticsOf(const TBuildStatistics& s) {
     for (const TRejectionRule& rule : RejectionRules())
         rejected[rule.name] = s.rejected.*rule.count;
     using namespace py::literals;
-    return py::dict("cells_in_area"_a = s.cellsInArea, "item_count"_a = s.itemCount,
+    py::dict statistics("cells_in_area"_a = s.cellsInArea, "item_count"_a = s.itemCount,
                     "created_count"_a = s.createdCount, "discarded_count"_a = s.discardedCount,
                     "discarded_items"_a = s.discardedItems, "decimation"_a = s.decimation,
                     "build_ms"_a = s.buildMs, "items_per_second"_a = s.itemsPerSecond,
                     "rejected"_a = rejected);
+    if (!s.deltas.isUsed) return statistics;
+    py::dict deltas("changed"_a = s.deltas.changed, "deleted"_a = s.deltas.deleted);
+    py::list missing;
+    for (const TItemId& id : s.deltas.missing) missing.append(ItemIdText(id));
+    if (s.deltas.isComplete) deltas["missing"] = missing;
+    statistics["deltas"] = deltas;
+    return statistics;
 }
 
 const ItemField& FieldOf(const std::string& name) {

@@ -166,7 +166,8 @@ constexpr RowList kRowLists[] = {{"geometry", ReadGeometryRows, WriteGeometryRow
                                  {"areas", ReadAreaRows, WriteAreaRows},
                                  {"effects", ReadEffectRows, WriteEffectRows},
                                  {"curves", ReadCurveLists, WriteCurveLists},
-                                 {"items", ReadItemList, WriteItemList}};
+                                 {"items", ReadItemList, WriteItemList},
+                                 {"deltas", ReadDeltas, WriteDeltas}};
 
 const RowList& RowListOf(const std::string& name) {
     for (const RowList& list : kRowLists)

@@ -424,6 +424,15 @@ TEST(DravinDescription, BadInputNamesItsPlace) {
         {R"("curves": {"camdenscurv": [1, 0]})", "did you mean"},
         {R"("curves": {"camdenscurve": [1]})",
          "/nodes/3/curves/camdenscurve: expected two numbers"},
+        {R"("deltas": [{}])", "\"id\" is missing"},
+        {R"("deltas": [{"id": "oak"}])", "\"oak\" is no item id"},
+        {R"("deltas": [{"id": "e1/00000000"}])", "only generated ones have deltas"},
+        {R"("deltas": [{"id": "p1.0/00000001"}, {"id": "p1.0/00000001"}])", "stands twice"},
+        {R"("deltas": [{"id": "p1.0/00000001", "delete": true, "move": [1, 0, 0]}])",
+         "cannot be changed as well"},
+        {R"("deltas": [{"id": "p1.0/00000001", "scale": [1, 0, 1]}])", "three numbers above 0"},
+        {R"("deltas": [{"id": "p1.0/00000001", "geometry": 1}])",
+         "there is no row 1 in the geometry list of 0"},
         {R"("items": [{"seed": -1}])", "expected a whole number in 0..4294967295"},
         {R"("item": [])", "unknown key \"item\", did you mean \"items\"?"},
     };
@@ -490,4 +499,23 @@ TEST(DravinDescription, ACurveThatParamsTookAwayIsMadeAnew) {
     ASSERT_TRUE(result) << result.error;
     EXPECT_EQ(ObjectOf(result).CurveSet(kSlotAreaDensityCurve), nullptr);
     RoundTrip(result);
+}
+
+TEST(DravinDescription, DeltasOfGeneratedItems) {
+    SceneReadResult result = ParseDravin(R"("geometry": [{"name": "a"}, {"name": "b"}], "deltas": [
+        {"id": "g12.0.5.-1/9f3a01bc", "delete": true},
+        {"id": "p17.0/00000011", "move": [1, 2, 3], "rotate": [0, 90, 0], "scale": [1, 2, 1],
+         "geometry": "b"},
+        {"id": "p18.0/00000012", "geometry": 0}])");
+    ASSERT_TRUE(result) << result.error;
+    const std::vector<TItemDelta>& deltas = ObjectOf(result).Deltas();
+    ASSERT_EQ(deltas.size(), 3u);
+    EXPECT_EQ(deltas[0].id, (TItemId{TItemId::kMap, 0, {12, 0, 5, 0xffffffff}, 0x9f3a01bc}));
+    EXPECT_TRUE(deltas[0].deleted);
+    EXPECT_EQ(deltas[1].move, (Point3{1, 2, 3}));
+    EXPECT_EQ(deltas[1].rotateDegrees, (Point3{0, 90, 0}));
+    EXPECT_EQ(deltas[1].scale, (Point3{1, 2, 1}));
+    EXPECT_EQ(deltas[1].geometry, 1);
+    EXPECT_EQ(deltas[2].geometry, 0);
+    EXPECT_EQ(ObjectOf(RoundTrip(result)).Deltas(), deltas);
 }
