@@ -224,7 +224,7 @@ std::shared_ptr<ReferenceTarget> TDravin::Clone(CloneMap& map) const {
                 copy->m_slots[size_t(slot)] = std::move(target);
             });
     }
-    copy->m_storedItems = m_storedItems;
+    // Edited items stay with their object: the copy starts without any.
     copy->m_deltas = m_deltas;
     copy->specIdCounter = specIdCounter;
     copy->chooseMapSize = chooseMapSize;

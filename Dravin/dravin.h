@@ -196,7 +196,7 @@ public:
     int NumSubs() const override { return kNumDravinSlots; }
     ReferenceTarget* SubAnim(int i) const override { return GetReference(i).get(); }
     std::string SubAnimName(int i) const override;
-    // Parameters, curves and stored items; the last build stays behind.
+    // Parameters, curves and deltas; edited items and the last build stay behind.
     std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 
 private:

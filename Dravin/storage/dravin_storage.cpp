@@ -3,9 +3,14 @@
 #include "Dravin/curves/curve_set.h"
 #include "Dravin/dravin.h"
 #include "Dravin/geometry/area_texts.h"
+#include "Dravin/materials/edge_map.h"
+#include "Dravin/materials/leaf_modifier.h"
+#include "Dravin/materials/tint_map.h"
+#include "Dravin/materials/wrapper_material.h"
 #include "Dravin/proxy/dproxy.h"
 #include "Dravin/proxy/instance_nodes.h"
 #include "Dravin/storage/object_writer.h"
+#include "host/storage/base_fields.h"
 #include "host/storage/class_storage.h"
 
 namespace {
@@ -92,6 +97,11 @@ void RegisterDravinStorage(SceneStorage& storage) {
     storage.Register<TPaintShape>(
         [](auto& fields, TPaintShape& paint) { fields(1, paint.shape); },
         [] { return std::make_shared<TPaintShape>(); });
+    storage.Register<DMat>([](auto& fields, DMat& mtl) { VisitMtl(fields, mtl); });
+    storage.Register<DColor>([](auto& fields, DColor& map) { VisitTexmap(fields, map); });
+    storage.Register<DEdge>([](auto& fields, DEdge& map) { VisitTexmap(fields, map); });
+    storage.Register<DGeomtex>([](auto& fields, DGeomtex& map) { VisitTexmap(fields, map); });
+    storage.Register<DLeaf>([](auto& fields, DLeaf& leaf) { VisitModifier(fields, leaf); });
     // Their handles lie in the object's own chunks.
     storage.LeaveOut(TInstanceNodes::kClass.id);
     // Proxies stand in a scene for as long as it is rendered.

@@ -1,12 +1,13 @@
 """The geometry library: templates of plants and stones, their images and their index.
 
-A template is a mesh in a scene file under objects/ (the product's scene description in JSON), drawn
+A template is a mesh in a scene file under objects/, which the program makes of its description, drawn
 with images that are pictures of the modelled species. Billboards stand on their base; sizes are in
 metres. index.dat names them: display name; scene file without ending; object; thumbnail.
 """
 
 import json
 import os
+import subprocess
 
 import numpy as np
 
@@ -162,7 +163,20 @@ def shrink(color, alpha, size):
     return c, a / count
 
 
+# The program that turns descriptions into scene files.
+PROGRAM = os.environ.get('DRAVIN_PROGRAM') or os.path.join(
+    os.path.dirname(os.path.abspath(__file__)), '../../build/release/apps/dravin/dravin')
+
+
 def write_scene(path, texmaps, materials, nodes):
+    """A scene file, by way of its description."""
+    description = path + '.json'
+    write_description(description, texmaps, materials, nodes)
+    subprocess.run([PROGRAM, '--quiet', 'convert', description, path], check=True)
+    os.remove(description)
+
+
+def write_description(path, texmaps, materials, nodes):
     """One value a line; a number list stays on its line."""
     lines = ['{', '    "dravin_scene": 1,']
     for key, table in (('texmaps', texmaps), ('materials', materials)):

@@ -49,6 +49,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (!result) return 0;
     std::vector<std::string> warnings;
     std::string error;
-    SaveSceneFile(*result.scene, "/dev/null", *storage, &warnings, &error);
+    SaveSceneBytes(*result.scene, "/nonexistent", *storage, &warnings, &error);
     return 0;
 }

@@ -3,6 +3,7 @@
 #include "host/scene/material.h"
 #include "host/scene/physical_material.h"
 #include "host/scene/texmaps.h"
+#include "host/storage/base_fields.h"
 #include "host/storage/class_storage.h"
 
 constexpr int NumEnumerators(ViewportMaps) { return 3; }
@@ -11,11 +12,6 @@ constexpr int NumEnumerators(BitmapTex::Filter) { return 2; }
 constexpr int NumEnumerators(BitmapTex::Wrap) { return 3; }
 
 namespace {
-
-template <class Fields>
-void VisitMtl(Fields& fields, Mtl& mtl) {
-    fields(1, mtl.name);
-}
 
 template <class Fields>
 void VisitStandard(Fields& fields, StandardMtl& mtl) {
@@ -31,24 +27,6 @@ void VisitStandard(Fields& fields, StandardMtl& mtl) {
     fields(18, mtl.wireframe);
     fields(19, mtl.viewportMaps);
     fields(20, mtl.ripple);
-}
-
-void WriteRotation(FieldWriter& out, const Texmap& map) { out.Put(map.RotationDegrees()); }
-void ReadRotation(FieldReader& in, Texmap& map) {
-    float degrees = 0;
-    in.Get(degrees);
-    map.SetRotation(degrees);
-}
-
-template <class Fields>
-void VisitTexmap(Fields& fields, Texmap& map) {
-    fields(1, map.name);
-    fields(2, map.channel);
-    fields(3, map.tiling);
-    fields(4, map.offset);
-    fields.Own(
-        5, [&map](FieldWriter& out) { WriteRotation(out, map); },
-        [&map](FieldReader& in) { ReadRotation(in, map); });
 }
 
 // Pixels of maps that have no file.

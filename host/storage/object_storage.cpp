@@ -5,6 +5,7 @@
 #include "host/scene/layer.h"
 #include "host/scene/point_cache.h"
 #include "host/scene/scene.h"
+#include "host/storage/base_fields.h"
 #include "host/storage/class_storage.h"
 
 constexpr int NumEnumerators(LightKind) { return 3; }
@@ -174,7 +175,7 @@ void MakeModifierSlots(FieldReader& fields, DerivedObject& object) {
 
 template <class Fields>
 void VisitPointCache(Fields& fields, PointCacheModifier& modifier) {
-    fields(1, modifier.enabled);
+    VisitModifier(fields, modifier);
     auto cache = std::make_shared<PointCache>(modifier.cache.Get());
     fields.Path(2, cache->origin.file);
     fields(3, cache->origin.up);

@@ -140,9 +140,11 @@ private:
         m_all.refs.emplace_back();
         m_numSlots.push_back(0);
         Head head;
+        bool hasHead = false;
         std::vector<KeptChunk> kept;
         m_in.ForEachChunk([&](uint32_t id) {
             if (id == kHeadChunk) {
+                hasHead = true;
                 head = ReadHead();
                 m_numSlots[entity] = head.content.numSlots;
                 m_all.targets[entity] = Make(head);
@@ -152,6 +154,7 @@ private:
                 m_in.ReadArray(&m_all.refs[entity]);
             }
         });
+        if (!hasHead) m_in.Fail("an entity without a head");
         if (m_numSlots[entity] > m_all.refs[entity].size()) m_in.Fail("fewer references than slots");
         if (m_in.HasFailed()) return;
         if (!m_all.targets[entity]) {
@@ -309,8 +312,8 @@ private:
         for (size_t i = 0; i < m_all.targets.size(); ++i) {
             ReferenceTarget* target = m_all.targets[i].get();
             if (!target || target->Class().id == IParamBlock2::kClass.id) continue;
-            for (uint32_t slot = 0; slot < m_numSlots[i]; ++slot)
-                target->SetReference(int(slot), nullptr);
+            for (int slot = 0; slot < target->NumRefs(); ++slot)
+                target->SetReference(slot, nullptr);
         }
     }
 

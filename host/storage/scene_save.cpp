@@ -235,15 +235,32 @@ private:
 
 }  // namespace
 
-bool SaveSceneFile(Scene& scene, const std::string& path, const SceneStorage& storage,
-                   std::vector<std::string>* warnings, std::string* error) {
+namespace {
+
+void SaveTo(ChunkWriter& out, Scene& scene, const std::string& folder, const SceneStorage& storage,
+            std::vector<std::string>* warnings) {
     NoticePair saving(HostNotify::kFilePreSave, HostNotify::kFilePostSave);
-    ChunkWriter out;
-    if (!out.OpenFile(path, kSceneFileKind, error)) return false;
-    std::string folder = std::filesystem::path(path).parent_path().string();
     SceneSaver(scene, storage, folder, out, warnings).Save();
     if (out.NumMendedTexts() > 0)
         warnings->push_back(fmt::format("{} texts are not UTF-8; what is wrong in them is replaced",
                                         out.NumMendedTexts()));
+}
+
+}  // namespace
+
+bool SaveSceneFile(Scene& scene, const std::string& path, const SceneStorage& storage,
+                   std::vector<std::string>* warnings, std::string* error) {
+    ChunkWriter out;
+    if (!out.OpenFile(path, kSceneFileKind, error)) return false;
+    SaveTo(out, scene, std::filesystem::path(path).parent_path().string(), storage, warnings);
     return out.Commit(error);
+}
+
+std::optional<std::string> SaveSceneBytes(Scene& scene, const std::string& folder,
+                                          const SceneStorage& storage,
+                                          std::vector<std::string>* warnings, std::string* error) {
+    ChunkWriter out;
+    out.OpenMemory(kSceneFileKind);
+    SaveTo(out, scene, folder, storage, warnings);
+    return out.TakeBytes(error);
 }

@@ -14,6 +14,11 @@
 bool SaveSceneFile(Scene& scene, const std::string& path, const SceneStorage& storage,
                    std::vector<std::string>* warnings, std::string* error);
 
+// The same as bytes, of a file that would lie in `folder`. None with a reason in `error`.
+std::optional<std::string> SaveSceneBytes(Scene& scene, const std::string& folder,
+                                          const SceneStorage& storage,
+                                          std::vector<std::string>* warnings, std::string* error);
+
 // The file's scene, or the first error with file, place and reason. watch: hears how far the
 // reading is, and may cancel; null: nobody waits.
 SceneReadResult LoadSceneFile(const std::string& path, const SceneStorage& storage,

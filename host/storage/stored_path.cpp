@@ -1,5 +1,6 @@
 #include "host/storage/stored_path.h"
 
+#include <algorithm>
 #include <filesystem>
 
 namespace fs = std::filesystem;
@@ -10,6 +11,6 @@ std::string StoredPath(const std::string& path, const std::string& folder) {
     fs::path full = fs::absolute(path, failed).lexically_normal();
     fs::path base = fs::absolute(folder.empty() ? "." : folder, failed).lexically_normal();
     fs::path relative = full.lexically_relative(base);
-    bool leaves = relative.empty() || *relative.begin() == "..";
-    return leaves ? full.string() : relative.string();
+    auto numAbove = std::count(relative.begin(), relative.end(), "..");
+    return relative.empty() || numAbove > 2 ? full.string() : relative.string();
 }

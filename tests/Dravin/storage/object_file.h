@@ -27,8 +27,9 @@ protected:
     std::string Save(Scene& what, const SceneStorage& how) {
         std::vector<std::string> warnings;
         std::string error;
-        EXPECT_TRUE(SaveSceneFile(what, folder.File("s.dscene"), how, &warnings, &error)) << error;
-        return folder.Read("s.dscene");
+        auto bytes = SaveSceneBytes(what, folder.File("."), how, &warnings, &error);
+        EXPECT_TRUE(bytes) << error;
+        return bytes.value_or("");
     }
     std::string Save(Scene& what) { return Save(what, storage); }
     // A file of the scene in which the object's own chunks are these.

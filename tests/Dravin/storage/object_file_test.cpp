@@ -187,7 +187,9 @@ TEST_F(ObjectFile, SavedItemsHoldWhatTheLastBuildMade) {
         "box", std::make_shared<TriObject>(loaders->MakePrimitive({"box", 1, 2, 3, 0, 0})));
     IParamBlock2& geometry = object->Block(kGeomParams);
     geometry.Append(geomParams::kNamelist, std::string("box"));
-    geometry.Append(geomParams::kTypelist, int32_t{2});
+    geometry.Append(geomParams::kGeomlist, int32_t{2});
+    geometry.Append(geomParams::kUsemeshdimlist, int32_t{1});
+    geometry.Append(geomParams::kScalelist, 100.0f);
     geometry.Append(geomParams::kCobjlist, std::shared_ptr<ReferenceTarget>(box->shared_from_this()));
     TBuildFlags flags;
     flags.noMesh = true;
@@ -200,5 +202,5 @@ TEST_F(ObjectFile, SavedItemsHoldWhatTheLastBuildMade) {
     ASSERT_EQ(again->StoredItems().size(), 1u);
     EXPECT_EQ(again->StoredItems()[0].width, built.width);
     EXPECT_EQ(again->StoredItems()[0].position, built.position);
-    EXPECT_GT(built.height, 0);
+    EXPECT_EQ(built.height, 3);
 }

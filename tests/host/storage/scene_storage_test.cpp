@@ -166,7 +166,10 @@ TEST_F(SceneFile, NothingOfLoadingCanBeUndone) {
 }
 
 TEST_F(SceneFile, IsToldByItsStart) {
-    Save(scene);
+    std::vector<std::string> warnings;
+    std::string error;
+    EXPECT_TRUE(SaveSceneFile(scene, folder.File("s.dscene"), storage, &warnings, &error)) << error;
+    EXPECT_EQ(folder.Read("s.dscene"), Save(scene));
     EXPECT_TRUE(IsSceneFile(folder.File("s.dscene")));
     folder.Write("a.json", "{}");
     EXPECT_FALSE(IsSceneFile(folder.File("a.json")));

@@ -20,10 +20,10 @@ public:
     std::string Save(Scene& what) {
         std::vector<std::string> warnings;
         std::string error;
-        EXPECT_TRUE(SaveSceneFile(what, folder.File("s.dscene"), storage, &warnings, &error))
-            << error;
+        auto bytes = SaveSceneBytes(what, folder.File("."), storage, &warnings, &error);
+        EXPECT_TRUE(bytes) << error;
         EXPECT_TRUE(warnings.empty()) << warnings[0];
-        return folder.Read("s.dscene");
+        return bytes.value_or("");
     }
     SceneReadResult Load(const std::string& bytes) {
         return LoadSceneBytes(bytes, "s.dscene", folder.File("."), storage, *loaders);
