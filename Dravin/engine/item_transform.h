@@ -1,6 +1,8 @@
 // The matrix of an item from its parts, for loops over many items.
 #pragma once
 
+#include <cstdint>
+
 #include "host/math/matrix3.h"
 
 // The parts, as item lists store them.

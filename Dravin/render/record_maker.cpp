@@ -20,8 +20,8 @@ constexpr size_t kStaged = 64;   // records that are made in the cache before th
 // Records that are more than the caches hold go past them.
 constexpr size_t kPastCaches = size_t{8} << 20;
 
-// A point in one vector: a product of matrices is a third of what it is by single numbers, and in
-// the same order of operations, so of the same bits.
+// A point in one vector, for products of matrices: each row in one go, and in the same order of
+// operations as the plain product, so of the same bits.
 using Lanes = float __attribute__((vector_size(16)));
 inline Lanes InLanes(const Point3& p) { return Lanes{p.x, p.y, p.z, 0}; }
 
