@@ -70,12 +70,12 @@ tidy: build
 	@scripts/install-packages tools
 	@git ls-files '*.cpp' | grep -E '^(host|common|Dravin|apps)/' | xargs -P $(JOBS) -n 4 clang-tidy --quiet -p $(BUILD)
 
-# The program and the plug-in module.
+# The program, the plug-in module and the Python package, which is not built with sanitizers.
 .PHONY: installable
 installable: dravin
-	@cmake --build $(BUILD) -j $(JOBS) --target dravin_plugin
+	@cmake --build $(BUILD) -j $(JOBS) --target dravin_plugin $(if $(SANITIZE),,dravin_python)
 
-# The program, its import helper, the plug-in, data, documentation, manual page and completions; see docs/install.md.
+# All of that, the import helper, data, documentation, manual page and completions; see docs/install.md.
 install: installable
 	@DESTDIR="$(DESTDIR)" cmake --install $(BUILD) --prefix "$(PREFIX)"
 

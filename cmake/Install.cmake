@@ -11,6 +11,15 @@ install(TARGETS dravin_images LIBRARY DESTINATION lib/dravin)
 # The system as a plug-in, beside the host that it shares with the program that loads it.
 install(TARGETS dravin_plugin dravin_host LIBRARY DESTINATION lib/dravin)
 
+# The Python package, where the system's Python looks below /usr and /usr/local; its version says
+# DRAVIN_PYTHON (python/CMakeLists.txt). It finds data, helper and module in the tree around it.
+if(TARGET dravin_python)
+    set(packages lib/python${DRAVIN_PYTHON}/dist-packages)
+    install(DIRECTORY python/dravin DESTINATION ${packages}
+        FILES_MATCHING PATTERN "*.py" PATTERN "*.pyi" PATTERN "py.typed" PATTERN "__pycache__" EXCLUDE)
+    install(TARGETS dravin_python LIBRARY DESTINATION ${packages}/dravin)
+endif()
+
 install(DIRECTORY data/distmaps data/effects data/geometry data/models data/scenes
     DESTINATION ${CMAKE_INSTALL_DATADIR}/dravin)
 install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR})
@@ -34,4 +43,8 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# What the Python package needs; the program does without.
+if(TARGET dravin_python)
+    set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "python${DRAVIN_PYTHON}, python3-numpy")
+endif()
 include(CPack)

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "Dravin/engine/item_transform.h"
+
 namespace {
 
 constexpr float kDegreesToRadians = 0.017453292f;
@@ -50,17 +52,10 @@ Matrix3 MakeFrame(const Point3& reference, const Point3& normal) {
 }
 
 Matrix3 ItemTransform(const ItemPlace& item, bool scaleOnSlope, float factor) {
-    float x = item.width, y = item.depth, z = item.height;
-    if (scaleOnSlope) {
-        float vertical = item.transform.row[2].z;
-        x /= vertical;
-        y /= vertical;
-    }
-    Matrix3 t = item.transform;
-    t.PreScale({(item.mirrored ? -x : x) * factor, y * factor, z * factor});
-    t.SetTrans(item.position);
-    if (item.centerPercent != 50) t.PreTranslate({(50 - float(item.centerPercent)) / 100, 0, 0});
-    return t;
+    const Matrix3& frame = item.transform;
+    return TransformOfParts({item.position, frame.row[0], frame.row[1], frame.row[2], item.width,
+                             item.depth, item.height, item.mirrored != 0, item.centerPercent},
+                            scaleOnSlope, factor);
 }
 
 void CompletePlacement(const TTransformSettings& s, const TSpecimenElement& specimen,

@@ -8,14 +8,54 @@
 #include "Dravin/dravin_globals.h"
 #include "Dravin/engine/build_input.h"
 #include "Dravin/engine/item_numbers.h"
+#include "Dravin/engine/item_transform.h"
+#include "host/base/stream_copy.h"
 #include "host/base/thread_pool.h"
 
 namespace {
 
 constexpr size_t kRange = 8192;  // items that a thread takes at a time
 constexpr size_t kBatch = 256;   // items whose numbers are drawn together
+constexpr size_t kStaged = 64;   // records that are made in the cache before they go to memory
+// Records that are more than the caches hold go past them.
+constexpr size_t kPastCaches = size_t{8} << 20;
+
+// A point in one vector, for products of matrices: each row in one go, and in the same order of
+// operations as the plain product, so of the same bits.
+using Lanes = float __attribute__((vector_size(16)));
+inline Lanes InLanes(const Point3& p) { return Lanes{p.x, p.y, p.z, 0}; }
+
+inline void Multiply(const Matrix3& a, const Matrix3& b, Matrix3* product) {
+    Lanes x = InLanes(b.row[0]), y = InLanes(b.row[1]), z = InLanes(b.row[2]);
+    for (int i = 0; i < 4; ++i) {
+        Lanes row = x * a.row[i].x + y * a.row[i].y + z * a.row[i].z;
+        if (i == 3) row += InLanes(b.row[3]);
+        product->row[i] = {row[0], row[1], row[2]};
+    }
+}
 
 }  // namespace
+
+// Called for each item: inline, which code for a shared library is only where it says so.
+// Most numbers are within the rows, and a division costs as much as a matrix.
+inline const TRecordMaker::Row& TRecordMaker::RowOf(int32_t specimenIndex) const {
+    bool isWithin = specimenIndex >= 0 && size_t(specimenIndex) < m_rows.size();
+    return m_rows[isWithin ? size_t(specimenIndex) : SpecimenRow(specimenIndex, m_rows.size())];
+}
+
+inline const TRecordMaker::Source* TRecordMaker::SourceOf(const Row& row, int16_t element) {
+    if (row.numSources == 0) return nullptr;
+    const Source* source =
+        row.numSources == 1 ? row.sources : row.sources + uint16_t(element) % row.numSources;
+    return source->node ? source : nullptr;
+}
+
+inline bool TRecordMaker::Has(const TItemColumns& columns, size_t k, size_t item) const {
+    const ItemMarks& marks = columns.marks[k];
+    if (marks.Is(ItemMarks::kDiscarded)) return false;
+    if (m_which == TRecordsOf::kAllItems) return true;
+    return SourceOf(RowOf(columns.specimenIndex[k]), marks.elementIndex) && !IsMeshed(item);
+}
 
 TRecordMaker::TRecordMaker(const TDravin& object, const TDravinBuild& build, TRecordsOf which)
     : m_build(build), m_which(which) {
@@ -62,26 +102,6 @@ void TRecordMaker::ReadRows() {
     }
 }
 
-// Most numbers are within the rows, and a division costs as much as a matrix.
-const TRecordMaker::Row& TRecordMaker::RowOf(int32_t specimenIndex) const {
-    bool isWithin = specimenIndex >= 0 && size_t(specimenIndex) < m_rows.size();
-    return m_rows[isWithin ? size_t(specimenIndex) : SpecimenRow(specimenIndex, m_rows.size())];
-}
-
-const TRecordMaker::Source* TRecordMaker::SourceOf(const Row& row, int16_t element) {
-    if (row.numSources == 0) return nullptr;
-    const Source* source =
-        row.numSources == 1 ? row.sources : row.sources + uint16_t(element) % row.numSources;
-    return source->node ? source : nullptr;
-}
-
-bool TRecordMaker::Has(const TItemColumns& columns, size_t k, size_t item) const {
-    const ItemMarks& marks = columns.marks[k];
-    if (marks.Is(ItemMarks::kDiscarded)) return false;
-    if (m_which == TRecordsOf::kAllItems) return true;
-    return SourceOf(RowOf(columns.specimenIndex[k]), marks.elementIndex) && !IsMeshed(item);
-}
-
 // visit(number of the range, first item, behind its last), by all threads.
 template <class Visit>
 void TRecordMaker::ForEachRange(const Visit& visit) const {
@@ -91,65 +111,84 @@ void TRecordMaker::ForEachRange(const Visit& visit) const {
 }
 
 // The records of one range: one thread's work.
+//
+// They are made a few at a time in memory that stays in the cache. There everything that no record
+// fills is zero from the beginning, and full pieces leave it in one go.
+template <class Record>
 class TRecordMaker::Piece {
 public:
-    explicit Piece(const TRecordMaker& maker)
-        : m_maker(maker), m_draws(maker.m_build.Input()->transforms) {}
+    // to: what is made goes there, one record behind the other.
+    Piece(const TRecordMaker& maker, Record* to, uint32_t* items, const Matrix3* toWorld)
+        : m_maker(maker),
+          m_draws(maker.m_build.Input()->transforms),
+          m_to(to),
+          m_items(items),
+          m_toWorld(toWorld),
+          m_isPastCaches(maker.m_count * sizeof(Record) > kPastCaches) {
+        std::memset(static_cast<void*>(m_staged), 0, sizeof m_staged);
+    }
 
-    template <class Record>
-    void Write(size_t first, size_t last, Record* records, uint32_t* items,
-               const Matrix3* toWorld) {
+    void Write(size_t first, size_t last) {
         for (size_t i = first; i < last;) {
             size_t together;
             TItemColumns columns = m_maker.m_build.Items().ColumnsAt(i, &together);
             together = std::min({together, last - i, kBatch});
-            if constexpr (std::is_same_v<Record, TDravinInstanceV512>)
+            if constexpr (kHasNumbers)
                 m_draws.Draw({columns.seed, together}, {m_numbers, together});
             for (size_t k = 0; k < together; ++k) {
                 if (!m_maker.Has(columns, k, i + k)) continue;
-                if (items) *items++ = uint32_t(i + k);
-                WriteOne(columns, k, i + k, toWorld, *records++);
+                if (m_items) *m_items++ = uint32_t(i + k);
+                WriteOne(columns, k, i + k, m_staged[m_numStaged]);
+                if (++m_numStaged == kStaged) Flush();
             }
             i += together;
         }
+        Flush();
     }
 
 private:
-    template <class Record>
-    void WriteOne(const TItemColumns& c, size_t k, size_t item, const Matrix3* toWorld,
-                  Record& out) {
-        std::memset(static_cast<void*>(&out), 0, sizeof out);
+    static constexpr bool kHasNumbers = std::is_same_v<Record, TDravinInstanceV512>;
+
+    void Flush() {
+        size_t bytes = m_numStaged * sizeof(Record);
+        if (m_isPastCaches)
+            StreamCopy(m_to, m_staged, bytes);
+        else
+            std::memcpy(static_cast<void*>(m_to), m_staged, bytes);
+        m_to += m_numStaged;
+        m_numStaged = 0;
+    }
+
+    // out: holds a record before it, or zeros.
+    void WriteOne(const TItemColumns& c, size_t k, size_t item, Record& out) {
         const ItemMarks& marks = c.marks[k];
         const Row& row = m_maker.RowOf(c.specimenIndex[k]);
         const Source* source = SourceOf(row, marks.elementIndex);
-        if (!source || m_maker.IsMeshed(item)) return;
-        m_place.centerPercent = c.centerPercent ? c.centerPercent[k] : source->centerPercent;
-        out.transform = source->toUnit * TransformOf(c, k);
-        if (toWorld) out.transform = out.transform * *toWorld;
+        if (!source || m_maker.IsMeshed(item)) {
+            std::memset(static_cast<void*>(&out), 0, sizeof out);
+            return;
+        }
+        Multiply(source->toUnit, TransformOf(c, k, *source), &out.transform);
+        if (m_toWorld) out.transform = out.transform * *m_toWorld;
         out.node = source->node;
         out.material = source->material;
         out.seed = c.seed[k];
         out.tint = c.tint[k].tintColor;
         out.tintBlend = c.tint[k].tintBlend;
-        if constexpr (std::is_same_v<Record, TDravinInstanceV512>) {
+        if constexpr (kHasNumbers) {
             out.animationTime = row.specimen->FrameFirst(c.looks ? c.looks[k].animationOffset : 0);
             out.randoms[0] = m_numbers[k].x;
             out.randoms[1] = m_numbers[k].y;
             out.randoms[2] = m_numbers[k].z;
-            if (marks.Is(ItemMarks::kPartial)) out.elementMask = MaskOf(c, k);
+            out.elementMask = marks.Is(ItemMarks::kPartial) ? MaskOf(c, k) : nullptr;
         }
     }
-    // Of the place alone: what else an item has takes no part in it.
-    Matrix3 TransformOf(const TItemColumns& c, size_t k) {
-        m_place.position = c.position[k];
-        m_place.transform.row[0] = c.frame[k].x;
-        m_place.transform.row[1] = c.frame[k].y;
-        m_place.transform.row[2] = c.frame[k].z;
-        m_place.width = c.width[k];
-        m_place.depth = c.depth[k];
-        m_place.height = c.height[k];
-        m_place.mirrored = c.marks[k].Is(ItemMarks::kMirrored);
-        return ItemTransform(m_place, m_maker.m_scaleOnSlope);
+    Matrix3 TransformOf(const TItemColumns& c, size_t k, const Source& source) const {
+        const ItemFrame& frame = c.frame[k];
+        int32_t center = c.centerPercent ? c.centerPercent[k] : source.centerPercent;
+        return TransformOfParts({c.position[k], frame.x, frame.y, frame.z, c.width[k], c.depth[k],
+                                 c.height[k], c.marks[k].Is(ItemMarks::kMirrored), center},
+                                m_maker.m_scaleOnSlope);
     }
     static const TBitArray* MaskOf(const TItemColumns& c, size_t k) {
         auto mask = c.masks->find(c.first + k);
@@ -158,8 +197,13 @@ private:
 
     const TRecordMaker& m_maker;
     TItemNumbers m_draws;
+    Record* m_to;
+    uint32_t* m_items;
+    const Matrix3* m_toWorld;
+    bool m_isPastCaches;
+    size_t m_numStaged = 0;
+    alignas(64) Record m_staged[kStaged];
     Point3 m_numbers[kBatch];
-    ItemPlace m_place;
 };
 
 template <class Record>
@@ -167,8 +211,8 @@ void TRecordMaker::Write(Record* records, uint32_t* items, const Matrix3* toWorl
     if (m_count == 0) return;
     ForEachRange([&](size_t range, size_t first, size_t last) {
         size_t record = m_firstRecord[range];
-        Piece(*this).Write(first, last, records + record, items ? items + record : nullptr,
-                           toWorld);
+        Piece<Record>(*this, records + record, items ? items + record : nullptr, toWorld)
+            .Write(first, last);
     });
 }
 

@@ -43,6 +43,7 @@ private:
         size_t numSources = 0;
         const TSpecBuild* specimen = nullptr;
     };
+    template <class Record>
     class Piece;
 
     void ReadRows();

@@ -18,7 +18,9 @@ struct Loaded {
 
 Loaded Load() {
     std::string path =
-        FindProgramPart("DRAVIN_IMAGES", {"dravin_images.so", "../lib/dravin/dravin_images.so"},
+        FindProgramPart("DRAVIN_IMAGES",
+                        {"dravin_images.so", "../lib/dravin/dravin_images.so",
+                         "../../../dravin/dravin_images.so"},  // of the Python package
                         DRAVIN_IMAGES_BUILT);
     if (path.empty())
         return {nullptr, fmt::format("the module dravin_images.so is not installed; {}", kRemedy)};

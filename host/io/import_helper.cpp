@@ -217,7 +217,8 @@ HelperLimits LimitsFor(HelperLimits limits, const std::string& path) {
 std::string FindImportHelper() {
     return FindProgramPart(
         "DRAVIN_IMPORT_HELPER",
-        {"dravin_import", "../libexec/dravin/dravin_import", "../../libexec/dravin/dravin_import"},
+        {"dravin_import", "../libexec/dravin/dravin_import", "../../libexec/dravin/dravin_import",
+         "../../../../libexec/dravin/dravin_import"},  // the last: of the Python package
         DRAVIN_IMPORT_HELPER_BUILT);
 }
 

@@ -22,7 +22,7 @@ from ._nodes import Dravin, Node, Path
 from ._results import Items, Result
 from ._rows import Row, RowList
 from ._scene import Scene
-from ._trees import Trees
+from ._trees import RenderData, Trees, Ui
 
 __version__ = '6.3.1'
 
@@ -38,5 +38,6 @@ def render(scene: Scene, path: Optional[Path] = None, *, size: Optional[tuple[in
 
 
 __all__ = ['Dravin', 'DravinWarning', 'Error', 'FailedError', 'Items', 'LimitError',
-           'MalformedInputError', 'MissingInputError', 'Node', 'OutputError', 'Picture', 'Result',
-           'Row', 'RowList', 'Scene', 'Trees', 'UsageError', 'expr', 'pack', 'render']
+           'MalformedInputError', 'MissingInputError', 'Node', 'OutputError', 'Picture',
+           'RenderData', 'Result', 'Row', 'RowList', 'Scene', 'Trees', 'Ui', 'UsageError', 'expr',
+           'pack', 'render']

@@ -13,7 +13,7 @@ from . import _engine
 from ._display import Array
 from ._results import Result
 from ._rows import RowList
-from ._trees import Trees
+from ._trees import Trees, Ui
 from ._values import plain, to_json
 
 if TYPE_CHECKING:
@@ -248,8 +248,22 @@ class Dravin(Node):
 
     @property
     def trees(self) -> Trees:
-        """The published functions over the items of this object."""
-        return Trees(self._handle)
+        """The published functions over the items of this object, and for its renderers."""
+        return Trees(self._handle, self._scene._node)
+
+    @property
+    def ui(self) -> Ui:
+        """The published functions of the object's panel."""
+        return Ui(self._handle)
+
+    def render_begin(self, t: Optional[int] = None) -> None:
+        """A renderer of instances begins: builds the object at time t (the scene's when left out)
+        with render settings. Afterwards trees.getRenderNodes has its records."""
+        self._handle.render_begin(self._scene.time if t is None else t)
+
+    def render_end(self, t: Optional[int] = None) -> None:
+        """The render ends; its records go, and views show the object by their settings again."""
+        self._handle.render_end(self._scene.time if t is None else t)
 
     def build(self, time: Optional[int] = None, viewport: bool = False, threads: int = 0, *,
               no_limit: bool = False, progress: Optional[Progress] = None) -> Result:

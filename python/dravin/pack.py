@@ -2,6 +2,8 @@
 
 from __future__ import annotations
 
+from collections.abc import Sequence
+
 from . import _engine
 from ._errors import Error
 from ._nodes import Path
@@ -23,6 +25,31 @@ def commands() -> dict[str, str]:
                   for argument, takes, required, what in arguments]
         texts[name] = '\n'.join(lines)
     return texts
+
+
+def registerEngine(scene: Scene) -> None:
+    """Enters the scene's current renderer in the list of engines, with version 0."""
+    _engine.call_pack(scene._engine, 'registerEngine')
+
+
+def setEngineFeatures(scene: Scene, features: Sequence[int]) -> tuple[int, int, int]:
+    """What the scene's current renderer reads: the version of instance records (1 or 512), its flag
+    (0 or 1), and a third number that is not read. Gives all three back, with the level of these
+    interfaces as the third."""
+    version, flag, level = _engine.set_engine_features(scene._engine, list(features))
+    return version, flag, level
+
+
+def getRenderDataRaw(scene: Scene) -> int:
+    """The address of the table of all that the objects' last builds show, filled anew. It stays
+    until clearRenderDataRaw, the next call or the end of the scene."""
+    address: int = _engine.call_pack(scene._engine, 'getRenderDataRaw')
+    return address
+
+
+def clearRenderDataRaw(scene: Scene) -> None:
+    """Empties the table."""
+    _engine.call_pack(scene._engine, 'clearRenderDataRaw')
 
 
 def openLister(scene: Scene) -> list[dict[str, str]]:

@@ -80,10 +80,10 @@ py::dict StatisticsOf(const TBuildStatistics& s) {
         rejected[rule.name] = s.rejected.*rule.count;
     using namespace py::literals;
     py::dict statistics("cells_in_area"_a = s.cellsInArea, "item_count"_a = s.itemCount,
-                    "created_count"_a = s.createdCount, "discarded_count"_a = s.discardedCount,
-                    "discarded_items"_a = s.discardedItems, "decimation"_a = s.decimation,
-                    "build_ms"_a = s.buildMs, "items_per_second"_a = s.itemsPerSecond,
-                    "rejected"_a = rejected);
+                        "created_count"_a = s.createdCount, "discarded_count"_a = s.discardedCount,
+                        "discarded_items"_a = s.discardedItems, "decimation"_a = s.decimation,
+                        "build_ms"_a = s.buildMs, "items_per_second"_a = s.itemsPerSecond,
+                        "rejected"_a = rejected);
     if (!s.deltas.isUsed) return statistics;
     py::dict deltas("changed"_a = s.deltas.changed, "deleted"_a = s.deltas.deleted);
     py::list missing;
@@ -100,13 +100,60 @@ const ItemField& FieldOf(const std::string& name) {
     throw py::key_error(fmt::format("no item field \"{}\"{}", name, DidYouMean(name, all)));
 }
 
+size_t BytesOfNumbers(const ItemField& field) { return size_t(field.NumValues()) * sizeof(float); }
+
+// Where the list holds the numbers as an array would, in however many pieces.
+std::optional<size_t> PlaceIn(const TDravinItemList& items, const ItemField& field) {
+    bool isThere = field.IsIn(items) && items.Count() > 0;
+    if (isThere) {
+        size_t together;
+        isThere = field.record(items.ColumnsAt(0, &together)) != nullptr;
+    }
+    return isThere ? PlaceInEntry(field) : std::nullopt;
+}
+
+constexpr size_t kRowsAtOnce = 1 << 14;
+
+// One array of the numbers that lie in several pieces.
+HugeBuffer Joined(const TDravinItemList& items, const ItemField& field) {
+    size_t bytes = BytesOfNumbers(field), place = *PlaceIn(items, field);
+    HugeBuffer joined(items.Count() * bytes);
+    ParallelRanges(items.Count(), kRowsAtOnce, NumProcessors(), [&](size_t first, size_t last) {
+        std::byte* to = joined.Data() + first * bytes;
+        for (size_t i = first, together; i < last; i += together) {
+            TItemColumns columns = items.ColumnsAt(i, &together);
+            together = std::min(together, last - i);
+            auto* from = static_cast<const std::byte*>(field.record(columns)) + place;
+            bool isWhole = field.stride == bytes;  // nothing else is between the numbers
+            for (size_t k = 0; k < (isWhole ? 0 : together); ++k)
+                std::memcpy(to + k * bytes, from + k * field.stride, bytes);
+            if (isWhole) std::memcpy(to, from, together * bytes);
+            to += together * bytes;
+        }
+    });
+    return joined;
+}
+
 const void* NumbersIn(const TableCells& cells, ItemFieldKind kind) {
     if (kind == ItemFieldKind::kFloat) return cells.floats.data();
     if (kind == ItemFieldKind::kUInt) return cells.uints.data();
     return cells.ints.data();
 }
 
-constexpr size_t kRowsAtOnce = 1 << 14;
+// One array of numbers that follow from what is stored.
+HugeBuffer WorkedOut(const TDravinItemList& items, const ItemField& field) {
+    size_t bytes = BytesOfNumbers(field);
+    HugeBuffer numbers(items.Count() * bytes);
+    ItemTableColumns columns({field.name});
+    ItemTable table(items, columns);
+    ParallelRanges(items.Count(), kRowsAtOnce, NumProcessors(), [&](size_t first, size_t last) {
+        TableCells cells;
+        ReadCells(table, 0, first, last - first, cells);
+        std::memcpy(numbers.Data() + first * bytes, NumbersIn(cells, field.kind),
+                    (last - first) * bytes);
+    });
+    return numbers;
+}
 
 }  // namespace
 
@@ -168,23 +215,18 @@ py::object BuiltItems::View(const py::object& owner, const ItemField& field) con
     return ArrayOver(owner, field, m_count, field.stride, first);
 }
 
+// Made beside the interpreter, and kept under its lock: other threads look for it there.
 py::object BuiltItems::Numbers(const py::object& owner, const ItemField& field) {
-    size_t n = size_t(field.NumValues());
     auto it = m_numbers.find(field.name);
     if (it == m_numbers.end()) {
-        py::gil_scoped_release others;
-        ItemTableColumns columns({field.name});
-        ItemTable table(List(), columns);
-        std::vector<uint32_t> numbers(m_count * n);
-        ParallelRanges(m_count, kRowsAtOnce, NumProcessors(), [&](size_t first, size_t last) {
-            TableCells cells;
-            ReadCells(table, 0, first, last - first, cells);
-            std::memcpy(&numbers[first * n], NumbersIn(cells, field.kind),
-                        (last - first) * n * sizeof(uint32_t));
-        });
-        it = m_numbers.emplace(field.name, std::move(numbers)).first;
+        HugeBuffer made;
+        {
+            py::gil_scoped_release others;
+            made = PlaceIn(List(), field) ? Joined(List(), field) : WorkedOut(List(), field);
+        }
+        it = m_numbers.emplace(field.name, std::move(made)).first;
     }
-    return ArrayOver(owner, field, m_count, n * sizeof(uint32_t), it->second.data());
+    return ArrayOver(owner, field, m_count, BytesOfNumbers(field), it->second.Data());
 }
 
 py::object BuiltItems::Texts(const ItemField& field) {

@@ -10,8 +10,8 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <vector>
 
+#include "host/base/huge_buffer.h"
 #include "python/engine/open_scene.h"
 
 struct ItemField;
@@ -46,6 +46,6 @@ private:
     std::shared_ptr<TDravin> m_object;
     size_t m_count;
     std::optional<TDravinItemList> m_own;  // once detached
-    // Of fields that no view shows, four bytes a number.
-    std::map<std::string, std::vector<uint32_t>> m_numbers;
+    // Of fields that no view shows, four bytes a number. The interpreter's lock guards it.
+    std::map<std::string, HugeBuffer> m_numbers;
 };

@@ -10,7 +10,7 @@ PYBIND11_MODULE(_engine, m) {
     BindItems(m);
     BindNode(m, node);
     BindScatter(node);
-    BindEditedItems(node);
+    BindPublished(m, node);
     BindCommands(m);
     BindEdits(m);
 }

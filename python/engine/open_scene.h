@@ -71,7 +71,7 @@ Matrix3 ToMatrix(const py::object& rows);
 void BindScene(py::module_& m);
 void BindNode(py::module_& m, py::class_<SceneNode>& node);
 void BindScatter(py::class_<SceneNode>& node);
-void BindEditedItems(py::class_<SceneNode>& node);
+void BindPublished(py::module_& m, py::class_<SceneNode>& node);
 void BindItems(py::module_& m);
 void BindCommands(py::module_& m);
 void BindEdits(py::module_& m);

@@ -20,7 +20,7 @@ class GenerateMode(TestCase):
         trees.move(0, (9, 9, 9))
         trees.create((0, 0, 0), 1, 1, 1)
         trees.delete(0)
-        self.assertEqual((trees.getSeed(0), trees.getGeomID(0)), (NOTHING, NOTHING))
+        self.assertEqual((trees.getSeed(0), trees.getGeomID(0)), (NOTHING, -1))
         self.assertEqual((trees.getPosition(0), trees.getWidth(0)), ((0, 0, 0), 0))
         self.assertEqual((trees.count(), trees.getSelected(), len(result)), (1600, [], 1600))
 
@@ -46,7 +46,7 @@ class EditMode(TestCase):
     def test_items_are_read(self):
         self.assertEqual(self.trees.count(), 2)
         self.assertEqual(self.trees.getPosition(1), (3, 4, 0))
-        self.assertEqual([self.trees.getGeomID(n) for n in (0, 1, 2, -1)], [1, 2, NOTHING, NOTHING])
+        self.assertEqual([self.trees.getGeomID(n) for n in (0, 1, 2, -1)], [1, 2, -1, -1])
         self.assertEqual(self.trees.getSeed(0), 5)
         numpy.testing.assert_allclose(self.trees.getSize(0), (1, 1, 1), rtol=1e-5)
         numpy.testing.assert_allclose(self.trees.getSize(1), (0.5, 0.5, 0.5), rtol=1e-5)

@@ -1,9 +1,12 @@
 // Instance records of many items: what a renderer waits for between the build and the first ray.
 //
 // Argument: items. RenderNodes keeps its memory from call to call, as a renderer does that asks
-// again for the next frame; FreshRenderNodes pays for it each time; HostSource is the whole way
-// into the host's renderers, up to instances that are read.
+// again for the next frame; FreshRenderNodes pays for it each time; CopyOfRecords only copies as
+// many bytes by all threads, which bounds the first; HostSource is the whole way into the host's
+// renderers, up to instances that are read.
 #include <benchmark/benchmark.h>
+
+#include <cstring>
 
 #include "Dravin/dravin.h"
 #include "Dravin/engine/stored_items.h"
@@ -12,6 +15,8 @@
 #include "Dravin/render/pack_interface.h"
 #include "Dravin/render/render_notices.h"
 #include "Dravin/render/trees_interface.h"
+#include "host/base/huge_buffer.h"
+#include "host/base/thread_pool.h"
 #include "host/geom/primitives.h"
 #include "host/scene/host_context.h"
 #include "host/scene/renderers.h"
@@ -85,6 +90,21 @@ void FreshRenderNodes(benchmark::State& state) {
     Report(state);
 }
 BENCHMARK(FreshRenderNodes)->Arg(1'000'000)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+void CopyOfRecords(benchmark::State& state) {
+    size_t bytes = size_t(state.range(0)) * sizeof(TDravinInstanceV512);
+    HugeBuffer from(bytes), to(bytes);
+    std::memset(from.Data(), 1, bytes);
+    std::memset(to.Data(), 2, bytes);
+    for (auto _ : state) {
+        ParallelRanges(bytes, size_t{1} << 20, NumProcessors(), [&](size_t first, size_t last) {
+            std::memcpy(to.Data() + first, from.Data() + first, last - first);
+        });
+        benchmark::ClobberMemory();
+    }
+    Report(state);
+}
+BENCHMARK(CopyOfRecords)->Arg(1'000'000)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 void HostSource(benchmark::State& state) {
     Field field(state.range(0));

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "Dravin/engine/build_input.h"
+#include "Dravin/engine/stored_items.h"
 #include "Dravin/materials/shaded_items.h"
 #include "host/geom/mesh_tools.h"
 #include "host/script/script_system.h"
@@ -82,6 +83,47 @@ TEST_F(RenderNodes, PaddingIsZero) {
     AskFor(1);
     Trees().IDravinRenderBegin(0);
     for (const V1& r : Nodes<V1>()) EXPECT_EQ(r.matrixFlags | r.padding1 | r.padding2, 0u);
+}
+
+// So many that they go past the caches, and in turn with a node and without.
+TEST_F(RenderNodes, ManyRecordsAreTheProductsOfTheirItemsBitForBit) {
+    constexpr size_t kMany = 70'001;
+    AddTemplateRow();
+    Set(kEditionParams, editionParams::kMode, 1);
+    std::vector<TStoredItem> stored(kMany);
+    for (size_t i = 0; i < kMany; ++i) {
+        stored[i].storedPosition = {float(i % 300) * 0.37f, float(i / 300) * 0.41f, 0};
+        stored[i].seed = uint32_t(i * 7919 + 1);
+        stored[i].specimenIndex = i % 3 == 1;
+    }
+    object->SetStoredItems(std::move(stored));
+    AskFor(512);
+    Trees().IDravinRenderBegin(0);
+    const TDravinBuild& build = object->Build();
+    ASSERT_EQ(build.Items().Count(), kMany);
+    const Matrix3& toUnit = build.Specimens().Row(0).nodes.at(0).sample->Size().normalize;
+    auto records = Nodes<V512>();
+    ASSERT_EQ(records.size(), kMany);
+    size_t wrong = 0, withNode = 0;
+    for (size_t i = 0; i < kMany; ++i) {
+        TDravinItem item = build.Items().Item(i);
+        V512 expected;
+        std::memset(static_cast<void*>(&expected), 0, sizeof expected);
+        if (item.specimenIndex == 0) {
+            ++withNode;
+            expected.transform = toUnit * item.fullTransform;
+            expected.node = box.get();
+            expected.seed = item.seed;
+            expected.tint = item.tintColor;
+            expected.tintBlend = item.tintBlend;
+            const float randoms[] = {item.random1, item.random2, item.random3};
+            std::memcpy(expected.randoms, randoms, sizeof randoms);
+        }
+        wrong += std::memcmp(&expected, &records[i], sizeof expected) != 0;
+    }
+    EXPECT_EQ(wrong, 0u);
+    EXPECT_GT(withNode, kMany / 2);
+    EXPECT_LT(withNode, kMany);
 }
 
 TEST_F(RenderNodes, TheEntrysMaterialComesFirst) {
