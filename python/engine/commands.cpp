@@ -41,10 +41,11 @@ py::dict BuiltObjects(const std::shared_ptr<OpenScene>& self, const std::string&
 }
 
 void CheckRenderer(const std::string& name) {
-    const std::vector<std::string> known{"raytrace", "scanline"};
+    const std::vector<std::string> known{"raytrace", "scanline", "viewport"};
     if (!name.empty() && std::find(known.begin(), known.end(), name) == known.end())
         throw py::value_error(
-            fmt::format("no renderer is named \"{}\"{}; expected \"raytrace\" or \"scanline\"",
+            fmt::format("no renderer is named \"{}\"{}; expected \"raytrace\", \"scanline\" or "
+                        "\"viewport\"",
                         name, DidYouMean(name, known)));
 }
 
