@@ -20,7 +20,7 @@ TItemRectangle ItemRectangle(const TViewportCamera& camera, const Box3& box) {
     if (any & TViewportCamera::kBehind)
         screen = {{0, 0}, {float(camera.Width()), float(camera.Height())}};
     auto pixel = [](float at, int size) {
-        return int(std::clamp(std::floor(at), 0.f, float(size - 1)));
+        return at > 0 ? int(std::min(at, float(size - 1))) : 0;  // of what is no place: 0
     };
     out.left = pixel(screen.min.x, camera.Width());
     out.right = pixel(screen.max.x, camera.Width());

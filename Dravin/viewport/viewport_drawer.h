@@ -41,12 +41,24 @@ public:
         TViewRaster<Sink> raster(camera, m_sink);
         m_raster = &raster;
         switch (piece.kind) {
-            case TViewPiece::kDots: DrawItems(piece, [this](auto&... a) { DrawDots(a...); }); break;
-            case TViewPiece::kBoxes: DrawItems(piece, [this](auto&... a) { DrawBox(a...); }); break;
-            case TViewPiece::kFaces: DrawFaces(piece); break;
-            case TViewPiece::kEdges: DrawEdges(piece.first, piece.last); break;
-            case TViewPiece::kTerrain: DrawTerrain(piece); break;
-            case TViewPiece::kMarks: DrawMarks(); break;
+            case TViewPiece::kDots:
+                DrawItems(piece, [this](auto&... a) { DrawDots(a...); });
+                break;
+            case TViewPiece::kBoxes:
+                DrawItems(piece, [this](auto&... a) { DrawBox(a...); });
+                break;
+            case TViewPiece::kFaces:
+                DrawFaces(piece);
+                break;
+            case TViewPiece::kEdges:
+                DrawEdges(piece.first, piece.last);
+                break;
+            case TViewPiece::kTerrain:
+                DrawTerrain(piece);
+                break;
+            case TViewPiece::kMarks:
+                DrawMarks();
+                break;
         }
     }
     uint64_t Elements() const { return m_elements; }
@@ -90,15 +102,15 @@ private:
         TItemRectangle rectangle = ItemRectangle(*m_logical, box);
         return rectangle.isHidden ? 0 : NumDots(rectangle.area, perPixel, m_job.isHitTest);
     }
-    // Whether the item is surely too far away for a second dot: by a square around its box, which is
-    // cheaper than the box. Out of view or not, its dot falls where it falls.
+    // Whether the item is surely too far away for a second dot: by a square around its box, which
+    // is cheaper than the box. Out of view or not, its dot falls where it falls.
     bool IsOneDot(const TViewItem& item, const TViewPrototype& prototype, float perPixel) const {
         auto square = [](const Matrix3& m) {
             return LengthSquared(m.row[0]) + LengthSquared(m.row[1]) + LengthSquared(m.row[2]);
         };
         constexpr float kCorner = 1.7321f, kRounding = 3;
-        float radius = kCorner * prototype.radius *
-                       std::sqrt(square(item.toObject) * square(m_node->toWorld));
+        float radius =
+            kCorner * prototype.radius * std::sqrt(square(item.toObject) * square(m_node->toWorld));
         Point3 view = m_logical->ToView(item.toObject.row[3]);
         float depth = -view.z - radius;
         if (!(depth > m_logical->Nearest())) return false;
@@ -124,8 +136,7 @@ private:
     void DrawBoxEdges(const Box3& box, const Matrix3& toView, const TViewLook& look) {
         for (int corner = 0; corner < 8; ++corner)
             for (int axis = 1; axis < 8; axis <<= 1)
-                if (!(corner & axis))
-                    Line(box[corner] * toView, box[corner | axis] * toView, look);
+                if (!(corner & axis)) Line(box[corner] * toView, box[corner | axis] * toView, look);
     }
 
     // --- faces
@@ -146,8 +157,8 @@ private:
     }
     const TViewPaint& PaintOfFace(size_t f) const {
         const auto& paints = m_node->paints;
-        size_t place = m_node->facePaint.empty() ? m_node->mesh->faces[f].matID
-                                                 : m_node->facePaint[f];
+        size_t place =
+            m_node->facePaint.empty() ? m_node->mesh->faces[f].matID : m_node->facePaint[f];
         return paints[place % paints.size()];
     }
     uint32_t IdOfFace(size_t f) const {

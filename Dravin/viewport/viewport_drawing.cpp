@@ -62,7 +62,8 @@ void DrawGrid(const TViewportScene& scene, const TViewportCamera& camera, TSplat
     for (int i = -kLines; i <= kLines; ++i) {
         float at = float(i) * spacing;
         Color color = i % kStrong == 0 ? kThick : kThin;
-        bool isX = std::abs(center.y + at) < spacing / 2, isY = std::abs(center.x + at) < spacing / 2;
+        bool isX = std::abs(center.y + at) < spacing / 2,
+             isY = std::abs(center.x + at) < spacing / 2;
         line(center + Point3{-reach, at, 0}, center + Point3{reach, at, 0},
              isX ? Color{0.55f, 0.2f, 0.2f} : color);
         line(center + Point3{at, -reach, 0}, center + Point3{at, reach, 0},
@@ -102,8 +103,7 @@ TViewportPicture DrawViewport(const TViewportScene& scene, const TViewportCamera
     int factor = std::max(settings.oversampling, 1);
     TViewportCamera enlarged = camera.Enlarged(factor);
     TSplatBuffer buffer(enlarged.Width(), enlarged.Height());
-    TViewPlan plan =
-        PlanViewport(scene, camera, settings, {0, 0, camera.Width(), camera.Height()});
+    TViewPlan plan = PlanViewport(scene, camera, settings, {0, 0, camera.Width(), camera.Height()});
     TViewJob job{camera, enlarged, settings, plan.thinning};
     TViewportPicture picture{camera.Width(), camera.Height(), {}, {}};
     picture.counts = DrawPieces<ColorSink>(plan, job, buffer);

@@ -30,7 +30,8 @@ public:
         for (size_t row = 0; row < build.Specimens().NumRows(); ++row) {
             const TSpecBuild& specimen = build.Specimens().Row(row);
             m_first.push_back(m_places.size());
-            m_places.resize(m_places.size() + specimen.nodes.size() * NumFrames(specimen), kNotSeen);
+            m_places.resize(m_places.size() + specimen.nodes.size() * NumFrames(specimen),
+                            kNotSeen);
         }
     }
     // kNone: the item shows nothing. One thread.
@@ -66,8 +67,7 @@ private:
         made.palette = PaletteOf(node);
         made.idColor = {node.entry.colorId.x, node.entry.colorId.y, node.entry.colorId.z};
         made.bounds = made.sample->Size().bounds;
-        for (int i = 0; i < 8; ++i)
-            made.radius = std::max(made.radius, Length(made.bounds[i]));
+        for (int i = 0; i < 8; ++i) made.radius = std::max(made.radius, Length(made.bounds[i]));
         m_made.push_back(std::move(made));
         return uint32_t(m_made.size() - 1);
     }
@@ -114,8 +114,7 @@ std::vector<TViewCell> SortIntoCells(std::vector<TViewItem>& items,
             return std::min(size_t(std::max(place, 0.f)), side - 1);
         };
         const Point3& p = item.toObject.row[3];
-        return along(p.y, area.min.y, area.Height()) * side +
-               along(p.x, area.min.x, area.Width());
+        return along(p.y, area.min.y, area.Height()) * side + along(p.x, area.min.x, area.Width());
     };
     std::vector<TViewCell> cells(side * side);
     std::vector<uint16_t> cell(items.size());

@@ -92,9 +92,8 @@ std::vector<uint32_t> ItemsInRectangle(const TViewportScene& scene, const TViewp
         for (int y = std::max(rectangle.top, 0); y < bottom; ++y)
             for (int x = std::max(rectangle.left, 0); x < right; ++x)
                 ids.push_back(seen[size_t(y) * size_t(camera.Width()) + size_t(x)]);
-        std::erase_if(ids, [&](uint32_t id) {
-            return scene.Find(id).item == TViewportScene::kNoItem;
-        });
+        std::erase_if(ids,
+                      [&](uint32_t id) { return scene.Find(id).item == TViewportScene::kNoItem; });
     } else {
         for (const TViewNode& node : scene.Nodes())
             if (node.scatter) {

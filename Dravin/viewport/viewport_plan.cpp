@@ -18,8 +18,8 @@ TViewPiece::Kind KindOf(const TViewNode& node, const TViewportSettings& settings
 }
 
 float ScaleOf(const Matrix3& m) {
-    return std::sqrt(std::max({LengthSquared(m.row[0]), LengthSquared(m.row[1]),
-                               LengthSquared(m.row[2])}));
+    return std::sqrt(
+        std::max({LengthSquared(m.row[0]), LengthSquared(m.row[1]), LengthSquared(m.row[2])}));
 }
 
 class Planner {
@@ -75,7 +75,8 @@ private:
             m_plan.counts.itemsInView += cell.count;
             double each = kLinesOfBox;
             if (kind != TViewPiece::kBoxes) each = DotsOf(node, camera, cell, scale);
-            m_cells.push_back({&node, isTooMuch ? TViewPiece::kDots : kind, cell.first, cell.count});
+            m_cells.push_back(
+                {&node, isTooMuch ? TViewPiece::kDots : kind, cell.first, cell.count});
             m_wanted += each * cell.count;
             m_least += (kind == TViewPiece::kBoxes ? each : 1.0) * cell.count;
         }
@@ -101,8 +102,8 @@ private:
         for (const Cell& cell : m_cells) {
             // Rounded up or down by chance, so that small cells lose their share too.
             float chance = float((cell.first * 2654435761u) >> 16) / 65536;
-            auto count = std::min(
-                cell.count, uint32_t(float(cell.count) * m_plan.thinning.items + chance));
+            auto count =
+                std::min(cell.count, uint32_t(float(cell.count) * m_plan.thinning.items + chance));
             if (m_plan.thinning.items >= 1) count = cell.count;
             m_plan.counts.itemsDrawn += count;
             if (count > 0)

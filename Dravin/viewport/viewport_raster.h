@@ -11,10 +11,10 @@
 #include "Dravin/viewport/viewport_camera.h"
 
 struct TViewLook {
-    uint32_t color = 0;   // red, green, blue in the three lowest bytes
-    uint32_t id = 0;      // TViewportScene::Find
-    float opacity = 1;    // share of the pixels of a fixed pattern that are drawn
-    float closer = 1;     // multiplies the nearness: lines on faces lie in front of them
+    uint32_t color = 0;  // red, green, blue in the three lowest bytes
+    uint32_t id = 0;     // TViewportScene::Find
+    float opacity = 1;   // share of the pixels of a fixed pattern that are drawn
+    float closer = 1;    // multiplies the nearness: lines on faces lie in front of them
 };
 
 template <class Sink>
@@ -90,11 +90,11 @@ private:
         if (!clip(a.x, dx, float(m_rect.left), float(m_rect.right)) ||
             !clip(a.y, dy, float(m_rect.top), float(m_rect.bottom)))
             return;
-        float steps = std::max(std::abs(dx), std::abs(dy));
-        // Steps lie at fixed places of the whole line, however much of it is in the picture.
-        auto first = int64_t(std::floor(from * steps)), last = int64_t(std::ceil(to * steps));
-        for (int64_t s = first; s <= last; ++s) {
-            float t = steps > 0 ? std::min(float(s) / steps, 1.f) : 0;
+        float steps = std::ceil(std::max(std::abs(dx), std::abs(dy)) * (to - from));
+        constexpr float kMostSteps = 1e6f;  // more than any picture has; NaN does not pass either
+        if (!(steps <= kMostSteps)) return;
+        for (int s = 0; s <= int(steps); ++s) {
+            float t = steps > 0 ? from + (to - from) * (float(s) / steps) : from;
             int x, y;
             if (!Pixel(a.x + dx * t, m_rect.left, m_rect.right, &x) ||
                 !Pixel(a.y + dy * t, m_rect.top, m_rect.bottom, &y))
@@ -105,7 +105,8 @@ private:
     }
     // Whether the pattern of an opacity covers the pixel.
     static bool Covers(float opacity, int x, int y) {
-        static constexpr uint8_t kOrder[16] = {0, 8, 2, 10, 12, 4, 14, 6, 3, 11, 1, 9, 15, 7, 13, 5};
+        static constexpr uint8_t kOrder[16] = {0, 8,  2, 10, 12, 4, 14, 6,
+                                               3, 11, 1, 9,  15, 7, 13, 5};
         return opacity * 16 > float(kOrder[(y & 3) * 4 + (x & 3)]);
     }
     // Pixels whose middle lies inside or on the border.

@@ -24,8 +24,7 @@ void ShowMesh(Object& object, INode& node, TimeValue t, TViewNode* out) {
     }
     size_t numIds = 1;
     if (out->mesh)
-        for (const Face& face : out->mesh->faces)
-            numIds = std::max(numIds, size_t(face.matID) + 1);
+        for (const Face& face : out->mesh->faces) numIds = std::max(numIds, size_t(face.matID) + 1);
     out->paints = PaintsOf(node.GetShownMtl(), numIds);
     if (!node.GetShownMtl())
         for (TViewPaint& paint : out->paints) paint.color = node.wireColor;

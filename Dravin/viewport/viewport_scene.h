@@ -1,5 +1,5 @@
-// What viewports show of a scene at one time: a snapshot that never changes, so that it may be drawn
-// on other threads while the scene is being edited.
+// What viewports show of a scene at one time: a snapshot that never changes, so that it may be
+// drawn on other threads while the scene is being edited.
 //
 // Meshes, terrains and samples of sources are shared, not copied. Items of scatter objects are
 // instances of their sources, sorted into cells of their place; inside a cell they stand in random
@@ -88,7 +88,7 @@ struct TViewNode {
     Matrix3 toWorld;
     Box3 bounds;  // its own space
 
-    std::shared_ptr<const Mesh> mesh;           // of meshes and scatter objects; may be null
+    std::shared_ptr<const Mesh> mesh;            // of meshes and scatter objects; may be null
     std::shared_ptr<const HeightField> heights;  // of terrains
     std::vector<TViewPaint> paints;              // by material id, wrapped around; or by facePaint
     std::vector<uint16_t> facePaint;             // by face, where ids do not say it
