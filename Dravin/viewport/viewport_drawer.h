@@ -69,6 +69,11 @@ private:
     template <class DrawItem>
     void DrawItems(const TViewPiece& piece, const DrawItem& draw) {
         const TViewScatter& scatter = *m_node->scatter;
+        m_perPixel = DotsPerPixel(scatter.dotDensity, m_job.settings.isNavigating);
+        m_worldSquare = Square(m_node->toWorld);
+        m_clouds.clear();
+        for (const TViewPrototype& prototype : scatter.prototypes)
+            m_clouds.push_back(&prototype.sample->Cloud().points);
         for (size_t i = piece.first; i < piece.last; ++i) {
             const TViewItem& item = scatter.items[i];
             bool isSelected = item.flags & TViewItem::kSelected;
@@ -79,7 +84,7 @@ private:
     }
     void DrawDots(const TViewItem& item, const TViewPrototype& prototype) {
         const TViewScatter& scatter = *m_node->scatter;
-        const std::vector<TMeshCloudPoint>& cloud = prototype.sample->Cloud().points;
+        const std::vector<TMeshCloudPoint>& cloud = *m_clouds[item.prototype];
         int count = DotsOf(item, prototype);
         if (m_job.thinning.dots < 1) count = 1 + int(float(count - 1) * m_job.thinning.dots);
         count = std::min(count, int(cloud.size()));
@@ -96,28 +101,27 @@ private:
     }
     // 0: the item is hidden.
     int DotsOf(const TViewItem& item, const TViewPrototype& prototype) const {
-        float perPixel = DotsPerPixel(m_node->scatter->dotDensity, m_job.settings.isNavigating);
-        if (IsOneDot(item, prototype, perPixel)) return 1;
+        if (IsOneDot(item, prototype)) return 1;
         Box3 box = item.toObject.BoxTransform(prototype.bounds);
         TItemRectangle rectangle = ItemRectangle(*m_logical, box);
-        return rectangle.isHidden ? 0 : NumDots(rectangle.area, perPixel, m_job.isHitTest);
+        return rectangle.isHidden ? 0 : NumDots(rectangle.area, m_perPixel, m_job.isHitTest);
+    }
+    static float Square(const Matrix3& m) {
+        return LengthSquared(m.row[0]) + LengthSquared(m.row[1]) + LengthSquared(m.row[2]);
     }
     // Whether the item is surely too far away for a second dot: by a square around its box, which
     // is cheaper than the box. Out of view or not, its dot falls where it falls.
-    bool IsOneDot(const TViewItem& item, const TViewPrototype& prototype, float perPixel) const {
-        auto square = [](const Matrix3& m) {
-            return LengthSquared(m.row[0]) + LengthSquared(m.row[1]) + LengthSquared(m.row[2]);
-        };
+    bool IsOneDot(const TViewItem& item, const TViewPrototype& prototype) const {
         constexpr float kCorner = 1.7321f, kRounding = 3;
         float radius =
-            kCorner * prototype.radius * std::sqrt(square(item.toObject) * square(m_node->toWorld));
+            kCorner * prototype.radius * std::sqrt(Square(item.toObject) * m_worldSquare);
         Point3 view = m_logical->ToView(item.toObject.row[3]);
         float depth = -view.z - radius;
         if (!(depth > m_logical->Nearest())) return false;
         // Beside the axis it looks longer than before the camera.
         float aside = std::max(std::abs(view.x), std::abs(view.y)) / -view.z;
         float side = 2 * radius * m_logical->Focal() / depth * (1 + aside) + kRounding;
-        return side * side * perPixel < 2;
+        return side * side * m_perPixel < 2;
     }
     const TBitArray* HiddenOf(const TViewItem& item) const {
         const auto& all = m_node->scatter->hiddenElements;
@@ -303,4 +307,7 @@ private:
     const TViewportCamera *m_logical = nullptr, *m_camera = nullptr;
     TViewRaster<Sink>* m_raster = nullptr;
     uint64_t m_elements = 0;
+    // Of the items that are drawn.
+    float m_perPixel = 0, m_worldSquare = 1;
+    std::vector<const std::vector<TMeshCloudPoint>*> m_clouds;  // by prototype
 };

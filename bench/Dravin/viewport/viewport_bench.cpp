@@ -7,6 +7,7 @@
 
 #include <cmath>
 
+#include "Dravin/build/dravin_build.h"
 #include "Dravin/dravin.h"
 #include "Dravin/geometry/tree_spec_list.h"
 #include "Dravin/viewport/viewport_picking.h"
