@@ -12,9 +12,9 @@ install(TARGETS dravin_images LIBRARY DESTINATION lib/dravin)
 install(TARGETS dravin_plugin dravin_host LIBRARY DESTINATION lib/dravin)
 
 # The Python package, where the system's Python looks below /usr and /usr/local; its version says
-# DRAVIN_PYTHON (python/CMakeLists.txt). It finds data, helper and module in the tree around it.
+# DRAVIN_PYTHON_VERSION (python/CMakeLists.txt). It finds data, helper and module in the tree around it.
 if(TARGET dravin_python)
-    set(packages lib/python${DRAVIN_PYTHON}/dist-packages)
+    set(packages lib/python${DRAVIN_PYTHON_VERSION}/dist-packages)
     install(DIRECTORY python/dravin DESTINATION ${packages}
         FILES_MATCHING PATTERN "*.py" PATTERN "*.pyi" PATTERN "py.typed" PATTERN "__pycache__" EXCLUDE)
     install(TARGETS dravin_python LIBRARY DESTINATION ${packages}/dravin)
@@ -45,6 +45,6 @@ set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # What the Python package needs; the program does without.
 if(TARGET dravin_python)
-    set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "python${DRAVIN_PYTHON}, python3-numpy")
+    set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "python${DRAVIN_PYTHON_VERSION}, python3-numpy")
 endif()
 include(CPack)

@@ -418,8 +418,8 @@ void TDravinBuild::FinishStatus() {
         m_statistics.itemCount = 0;
         m_panel.status = TBuildStatus::kNoVisibleItems;
     }
-    bool isDone = m_panel.status == TBuildStatus::kSuccess ||
-                  m_panel.status == TBuildStatus::kNoVisibleItems;
+    bool isDone =
+        m_panel.status == TBuildStatus::kSuccess || m_panel.status == TBuildStatus::kNoVisibleItems;
     if (isDone && m_input) CountDeltas(*m_input, m_statistics);
     TellMissingItems();
     if (m_panel.status != TBuildStatus::kSuccess) m_items.Clear(), m_mesh.Clear();

@@ -106,7 +106,8 @@ void TRenderState::Finish(TimeValue t) {
     m_isInteractive = false;
     if (!wasRendering) return m_object.Build().ForgetView();
     m_leftBuild = BuildNumber();
-    // Pictures that follow each other keep what was built for them: it is nothing for views as it is.
+    // Pictures that follow each other keep what was built for them: it is nothing for views as it
+    // is.
     HostContext* session = HostContext::Current();
     if (session && session->State<Renderers>().wish.keepsBuilds) {
         m_object.updateState = {};

@@ -63,11 +63,10 @@ std::vector<std::string> DescriptionLosses(const Scene& scene) {
                "which nodes are selected");
     losses.Add(NodesThat(scene, [](INode& node) { return !node.selectable; }),
                "that nodes cannot be selected");
-    losses.Add(NodesThat(scene,
-                         [&](INode& node) {
-                             return node.GetMtl() && !IsNamed(scene, node.GetMtl());
-                         }),
-               "materials without a name in the scene, of the nodes");
+    losses.Add(
+        NodesThat(scene,
+                  [&](INode& node) { return node.GetMtl() && !IsNamed(scene, node.GetMtl()); }),
+        "materials without a name in the scene, of the nodes");
     losses.Add(NodesThat(scene, [](INode& node) { return HasResults(node); }),
                "selection and last results of edited items of");
     losses.Add(NodesThat(scene,
@@ -81,8 +80,8 @@ std::vector<std::string> DescriptionLosses(const Scene& scene) {
             images.push_back(name);
     losses.Add(images, "the images of maps that have no file");
     if (scene.timeRange != TimeRange())
-        losses.Add(fmt::format("the time range {} to {}", scene.timeRange->start,
-                               scene.timeRange->end));
+        losses.Add(
+            fmt::format("the time range {} to {}", scene.timeRange->start, scene.timeRange->end));
     if (scene.unknownParts) losses.Add("the parts of the file that this version does not know");
     return losses.Take();
 }

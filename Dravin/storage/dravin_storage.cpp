@@ -91,12 +91,10 @@ void RegisterDravinStorage(SceneStorage& storage) {
             2, [&object](FieldWriter& out) { WriteDeltas(out, object); },
             [&object](FieldReader& in) { ReadDeltas(in, object); });
     });
-    storage.Register<TCurveSet>(
-        [](auto& fields, TCurveSet& set) { VisitCurveSet(fields, set); },
-        [] { return std::make_shared<TCurveSet>(); });
-    storage.Register<TPaintShape>(
-        [](auto& fields, TPaintShape& paint) { fields(1, paint.shape); },
-        [] { return std::make_shared<TPaintShape>(); });
+    storage.Register<TCurveSet>([](auto& fields, TCurveSet& set) { VisitCurveSet(fields, set); },
+                                [] { return std::make_shared<TCurveSet>(); });
+    storage.Register<TPaintShape>([](auto& fields, TPaintShape& paint) { fields(1, paint.shape); },
+                                  [] { return std::make_shared<TPaintShape>(); });
     storage.Register<DMat>([](auto& fields, DMat& mtl) { VisitMtl(fields, mtl); });
     storage.Register<DColor>([](auto& fields, DColor& map) { VisitTexmap(fields, map); });
     storage.Register<DEdge>([](auto& fields, DEdge& map) { VisitTexmap(fields, map); });

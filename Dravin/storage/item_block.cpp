@@ -97,8 +97,7 @@ void Mend(uint16_t chunk, size_t size, TItemBytes& bytes) {
         Get(block, kOldRotation, angle);
         Put(block, kSourceTransform, Matrix3::RotationZ(angle));
     }
-    if (chunk == kItemsForm1Chunk || chunk == kItemsForm2Chunk)
-        Put(block, kSizeFactorY, -1.0f);
+    if (chunk == kItemsForm1Chunk || chunk == kItemsForm2Chunk) Put(block, kSizeFactorY, -1.0f);
     if (chunk != kItemChunk) Put(block, kUserId, int32_t{0});
 }
 

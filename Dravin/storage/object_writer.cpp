@@ -81,8 +81,7 @@ void AppendState(std::string& bytes, const TDravin& object) {
     AppendChunk(bytes, kIdentifierChunk, state.identifier);
     const TSpecGeomList& templates = DravinGlobals().templates.InUse();
     AppendChunk(bytes, kNumTemplatesChunk, int32_t(templates.size()));
-    for (const auto& entry : templates)
-        AppendChunk(bytes, kTemplateChunk, TemplateRecord(*entry));
+    for (const auto& entry : templates) AppendChunk(bytes, kTemplateChunk, TemplateRecord(*entry));
     AppendChunk(bytes, kDisplayStateChunk, int32_t(state.displayState));
     AppendChunk(bytes, kSecondDisplayStateChunk, int32_t(state.secondDisplayState));
     if (auto list = std::dynamic_pointer_cast<TInstanceNodes>(object.GetReference(kSlotInternal)))

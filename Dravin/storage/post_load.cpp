@@ -159,7 +159,6 @@ void ConvertAfterLoading(TDravin& object) {
     if (version < 430) ConvertFalloffs(areas);
     if (version < 501)
         object.fileState.displayState = object.Block(kDispParams).GetInt(dispParams::kGeomtexid);
-    for (int id = 0; id < kNumDravinBlocks; ++id)
-        object.Block(DravinBlockId(id)).ResumeAccessors();
+    for (int id = 0; id < kNumDravinBlocks; ++id) object.Block(DravinBlockId(id)).ResumeAccessors();
     object.fileState.version = TFileState::kVersion;
 }

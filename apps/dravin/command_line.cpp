@@ -79,6 +79,37 @@ std::string ParseSize(const std::string& text, RenderOptions& o) {
     return good ? "" : "expected WIDTHxHEIGHT in pixels, for instance 1280x720";
 }
 
+// "640,360"; none when it is none.
+std::optional<std::pair<int, int>> ParsePixel(const std::string& text) {
+    size_t comma = text.find(',');
+    if (comma == text.npos) return std::nullopt;
+    auto x = ParseInteger(text.substr(0, comma)), y = ParseInteger(text.substr(comma + 1));
+    auto isPixel = [](const auto& at) { return at && *at >= 0 && *at <= 1'000'000; };
+    if (!isPixel(x) || !isPixel(y)) return std::nullopt;
+    return std::pair{int(*x), int(*y)};
+}
+
+// Of pictures as viewports show them.
+void AddViewport(CLI::App* c, RenderOptions& o) {
+    c->add_option("--display", o.display,
+                  "viewport: items as points, as boxes, as wire, or as their objects say (set)")
+        ->check(CLI::IsMember({"set", "points", "boxes", "wire"}).description(""))
+        ->type_name("HOW");
+    c->add_option("--elements", o.maxElements,
+                  "viewport: thin items to about so many dots, lines and faces (default: all)")
+        ->type_name("N");
+    c->add_option_function<std::string>(
+         "--pick",
+         [&o](const std::string& text) {
+             o.pick = ParsePixel(text);
+             if (!o.pick)
+                 throw CLI::ValidationError(
+                     "--pick", fmt::format("{} is no pixel, expected X,Y such as 640,360", text));
+         },
+         "viewport: print what lies under a pixel, nearest first")
+        ->type_name("X,Y");
+}
+
 // The first argument that is no option: the command, if it is one.
 std::string FirstWord(int argc, const char* const* argv) {
     for (int i = 1; i < argc; ++i) {
@@ -215,6 +246,7 @@ void CommandLine::AddRender() {
                       "  dravin render wood.json --size 640x360 --samples 16 -o quick.jpg\n"
                       "  dravin render wood.json --camera eye --time 4800 -o later.exr\n"
                       "  dravin render wood.json --renderer scanline --samples 4 -o preview.png\n"
+                      "  dravin render wood.json --renderer viewport --display boxes -o boxes.png\n"
                       "  dravin render wood.json --frames 1-48 -o walk.png",
                       [&o] { return RunRender(o); });
     AddScene(c, o.scene);
@@ -231,13 +263,15 @@ void CommandLine::AddRender() {
         ->type_name("WIDTHxHEIGHT");
     c->add_option(
          "--renderer", o.renderer,
-         "raytrace: light by paths; scanline: fast, shadows by maps (default: the scene's)")
-        ->check(CLI::IsMember({"raytrace", "scanline"}).description(""))
+         "raytrace: light by paths; scanline: fast, shadows by maps; viewport: what a viewport "
+         "shows (default: the scene's)")
+        ->check(CLI::IsMember({"raytrace", "scanline", "viewport"}).description(""))
         ->type_name("NAME");
     c->add_option("--samples", o.samples,
                   fmt::format("rays or samples a pixel, 1 to {}", kMaxSamples))
         ->check(CLI::PositiveNumber.description(""))
         ->type_name("N");
+    AddViewport(c, o);
     c->add_option("--camera", o.camera, "name of a camera node")->type_name("NAME");
     AddTime(c, o.time);
     c->add_option_function<std::string>(

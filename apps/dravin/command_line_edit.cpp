@@ -44,9 +44,7 @@ void CommandLine::AddConvert() {
                       "  dravin convert wood.json wood.dscene\n"
                       "  dravin convert wood.dscene wood.json",
                       [&o] { return RunConvert(o); });
-    c->add_option("input", o.input, "scene file or scene description")
-        ->required()
-        ->type_name("IN");
+    c->add_option("input", o.input, "scene file or scene description")->required()->type_name("IN");
     c->add_option("output", o.output,
                   "a scene description where the name ends in .json, else a scene file")
         ->required()

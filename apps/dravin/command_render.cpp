@@ -3,6 +3,7 @@
 #include "apps/dravin/commands.h"
 #include "apps/dravin/outputs.h"
 #include "apps/dravin/render_setup.h"
+#include "apps/dravin/viewport_render.h"
 #include "host/render/picture.h"
 #include "host/scene/host_context.h"
 
@@ -36,6 +37,8 @@ ExitCode CheckNoInput(const Session& session, const RenderOptions& options) {
 // The scene must be open, and the camera checked.
 ExitCode RenderPictureOf(Session& session, const RenderOptions& options, RenderOutcome* outcome) {
     if (ExitCode code = CheckNoInput(session, options); code != kExitDone) return code;
+    if (IsViewportPicture(session, options)) return RenderViewport(session, options, outcome);
+    TellUnusedOptions(options);
     ChooseRenderer(session, options);
     NoticePair rendering(HostNotify::kPreRender, HostNotify::kPostRender);
     RenderSetup setup;

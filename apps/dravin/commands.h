@@ -36,10 +36,15 @@ ExitCode RunJoin(const JoinOptions& options);
 
 struct RenderOptions {
     std::string scene, output, camera;
-    std::string renderer;  // "raytrace" or "scanline"; empty: the scene's
+    std::string renderer;  // "raytrace", "scanline" or "viewport"; empty: the scene's
     std::optional<int> width, height, samples, time;
     // First and last frame of a sequence, in place of a time; the output's name is numbered.
     std::optional<std::pair<int, int>> frames;
+    // Of viewport pictures: how items are shown, the most elements of them (0: any number), and a
+    // pixel whose nodes and items are told.
+    std::string display;
+    uint64_t maxElements = 0;
+    std::optional<std::pair<int, int>> pick;
     bool noLimit = false;     // as --no-limit
     bool allowEmpty = false;  // an object that ends up without items is left out, not a failure
     int threads = 0;

@@ -26,26 +26,6 @@ INode* FindCamera(Scene& scene, const std::string& name) {
 
 bool IsShown(const INode& node, TimeValue t) { return !node.IsHidden(t) && node.IsRenderable(); }
 
-// A view from the south-west, down at 30 degrees, from where every corner of the box is in the
-// picture, whatever its shape.
-RenderCamera CameraAround(const Box3& box, double aspect) {
-    RenderCamera camera;
-    Point3 backward = Normalize(Point3{-0.5f, -0.8f, 0.55f});
-    Point3 right = Normalize(CrossProd({0, 0, 1}, backward)), up = CrossProd(backward, right);
-    constexpr float kMargin = 1.05f;
-    float tanX = std::tan(camera.fovDegrees * kDegreesToRadians / 2), tanY = tanX / float(aspect);
-    float distance = 1e-3f;
-    for (int corner = 0; corner < 8; ++corner) {
-        Point3 p{corner & 1 ? box.max.x : box.min.x, corner & 2 ? box.max.y : box.min.y,
-                 corner & 4 ? box.max.z : box.min.z};
-        p -= box.Center();
-        float aside = std::max(std::abs(DotProd(p, right)) / tanX, std::abs(DotProd(p, up)) / tanY);
-        distance = std::max(distance, DotProd(p, backward) + aside * kMargin);
-    }
-    camera.transform = {{right, up, backward, box.Center() + backward * distance}};
-    return camera;
-}
-
 Box3 SceneBounds(const RenderScene& scene) {
     Box3 box;
     for (const RenderNode& node : scene.nodes) box += node.Bounds();
@@ -141,17 +121,9 @@ ExitCode AddItems(Session& session, TimeValue t, const RenderOptions& options, R
 
 // Needs the size of the picture.
 void SetCamera(Session& session, const std::string& name, TimeValue t, RenderSetup& setup) {
-    Scene& scene = session.GetScene();
-    INode* node = FindCamera(scene, name);
-    if (node) {
-        auto* camera = static_cast<CameraObject*>(node->GetObjectRef());
-        setup.scene.camera = {node->GetNodeTM(t), camera->fovDegrees.At(t)};
-    } else if (std::optional<ViewState> view = scene.ActiveView(t)) {
-        setup.scene.camera = {view->transform, view->fovDegrees};
-    } else {
-        double aspect = double(setup.settings.width) / double(setup.settings.height);
-        setup.scene.camera = CameraAround(SceneBounds(setup.scene), aspect);
-    }
+    double aspect = double(setup.settings.width) / double(setup.settings.height);
+    std::optional<RenderCamera> camera = NamedCamera(session.GetScene(), name, t);
+    setup.scene.camera = camera ? *camera : CameraAround(SceneBounds(setup.scene), aspect);
 }
 
 }  // namespace
@@ -168,6 +140,34 @@ bool CheckCamera(const Scene& scene, const std::string& name) {
     return false;
 }
 
+std::optional<RenderCamera> NamedCamera(Scene& scene, const std::string& name, TimeValue t) {
+    if (INode* node = FindCamera(scene, name)) {
+        auto* camera = static_cast<CameraObject*>(node->GetObjectRef());
+        return RenderCamera{node->GetNodeTM(t), camera->fovDegrees.At(t)};
+    }
+    std::optional<ViewState> view = scene.ActiveView(t);
+    if (!view) return std::nullopt;
+    return RenderCamera{view->transform, view->fovDegrees};
+}
+
+RenderCamera CameraAround(const Box3& box, double aspect) {
+    RenderCamera camera;
+    Point3 backward = Normalize(Point3{-0.5f, -0.8f, 0.55f});
+    Point3 right = Normalize(CrossProd({0, 0, 1}, backward)), up = CrossProd(backward, right);
+    constexpr float kMargin = 1.05f;
+    float tanX = std::tan(camera.fovDegrees * kDegreesToRadians / 2), tanY = tanX / float(aspect);
+    float distance = 1e-3f;
+    for (int corner = 0; corner < 8; ++corner) {
+        Point3 p{corner & 1 ? box.max.x : box.min.x, corner & 2 ? box.max.y : box.min.y,
+                 corner & 4 ? box.max.z : box.min.z};
+        p -= box.Center();
+        float aside = std::max(std::abs(DotProd(p, right)) / tanX, std::abs(DotProd(p, up)) / tanY);
+        distance = std::max(distance, DotProd(p, backward) + aside * kMargin);
+    }
+    camera.transform = {{right, up, backward, box.Center() + backward * distance}};
+    return camera;
+}
+
 void ChooseRenderer(Session& session, const RenderOptions& options) {
     const std::string& wanted =
         options.renderer.empty() ? session.GetScene().render->renderer : options.renderer;
@@ -177,22 +177,25 @@ void ChooseRenderer(Session& session, const RenderOptions& options) {
     renderers.wish = {options.threads, options.noLimit, options.frames.has_value()};
 }
 
+bool SetSize(Session& session, const RenderOptions& options, RenderSettings* settings) {
+    const SceneRenderSettings& r = session.GetScene().render;
+    settings->width = options.width.value_or(r.width);
+    settings->height = options.height.value_or(r.height);
+    settings->samples = options.samples.value_or(r.samples);
+    settings->exposure = r.exposure;
+    settings->threads = options.threads > 0 ? options.threads : NumProcessors();
+    settings->noLimit = options.noLimit;
+    std::string refusal = PictureRefusal(*settings);
+    if (!refusal.empty()) PrintError(refusal);
+    return refusal.empty();
+}
+
 ExitCode SetUpRender(Session& session, const RenderOptions& options, RenderSetup* out) {
     RenderSetup& setup = *out;
     TimeValue time = options.time.value_or(session.GetScene().GetTime());
     setup.scene.time = time;
-    const SceneRenderSettings& r = session.GetScene().render;
-    setup.settings.width = options.width.value_or(r.width);
-    setup.settings.height = options.height.value_or(r.height);
-    setup.settings.samples = options.samples.value_or(r.samples);
-    setup.settings.exposure = r.exposure;
-    setup.settings.threads = options.threads > 0 ? options.threads : NumProcessors();
-    setup.settings.noLimit = options.noLimit;
     setup.isScanline = CurrentRendererId() == kScanlineRendererId;
-    if (std::string refusal = PictureRefusal(setup.settings); !refusal.empty()) {
-        PrintError(refusal);
-        return kExitLimit;
-    }
+    if (!SetSize(session, options, &setup.settings)) return kExitLimit;
     if (ExitCode code = AddItems(session, time, options, setup); code != kExitDone) return code;
     AddMeshes(session.GetScene(), time, setup);
     SetLight(session.GetScene(), time, setup);

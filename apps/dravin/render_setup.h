@@ -30,6 +30,16 @@ void ChooseRenderer(Session& session, const RenderOptions& options);
 // printed.
 bool CheckCamera(const Scene& scene, const std::string& name);
 
+// The camera node of that name at time t; an empty name: the scene's own, its first, or the active
+// view. None when there is none of these.
+std::optional<RenderCamera> NamedCamera(Scene& scene, const std::string& name, TimeValue t);
+// A view from the south-west, down at 30 degrees, from where every corner of the box is in the
+// picture, whatever its shape. aspect: width by height.
+RenderCamera CameraAround(const Box3& box, double aspect);
+// Makes room for a picture as the options and the scene want it. False, with the error printed,
+// when a limit refuses it.
+bool SetSize(Session& session, const RenderOptions& options, RenderSettings* settings);
+
 // Builds all visible scatter objects with render settings and collects the rest. The options'
 // camera: a camera node's name, which must have passed CheckCamera, or empty for the scene's own,
 // else its first camera, else the active view, else one that sees everything. Not done, with the

@@ -144,12 +144,12 @@ private:
     void ReadRenderer(DescriptionObject& keys, SceneRenderSettings& render) {
         auto value = keys.Find("renderer");
         if (!value) return;
-        const std::vector<std::string> known{"raytrace", "scanline"};
+        const std::vector<std::string> known{"raytrace", "scanline", "viewport"};
         std::string name = value->AsText();
         if (!name.empty() && std::find(known.begin(), known.end(), name) == known.end())
             value->Fail(
-                fmt::format("no renderer is named \"{}\"{}; expected \"raytrace\" or "
-                            "\"scanline\"",
+                fmt::format("no renderer is named \"{}\"{}; expected \"raytrace\", "
+                            "\"scanline\" or \"viewport\"",
                             name, DidYouMean(name, known)));
         render.renderer = name;
     }

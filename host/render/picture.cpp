@@ -37,16 +37,18 @@ bool IsLinearFormat(const std::string& ending) { return ending == ".exr" || endi
 std::vector<float> LinearValues(const Picture& picture) {
     std::vector<float> values;
     values.reserve(picture.pixels.size() * 3);
-    for (Color c : picture.pixels)
-        for (float value : {c.r, c.g, c.b}) values.push_back(value * picture.exposure);
+    for (Color pixel : picture.pixels) {
+        Color c = picture.Light(pixel);
+        for (float value : {c.r, c.g, c.b}) values.push_back(value);
+    }
     return values;
 }
 
 std::vector<uint8_t> DisplayBytes(const Picture& picture) {
     std::vector<uint8_t> bytes;
     bytes.reserve(picture.pixels.size() * 3);
-    for (Color light : picture.pixels) {
-        Color c = ToneMap(light, picture.exposure);
+    for (Color pixel : picture.pixels) {
+        Color c = picture.Shown(pixel);
         for (float value : {c.r, c.g, c.b}) bytes.push_back(DitheredByte(value, bytes.size()));
     }
     return bytes;
@@ -80,6 +82,12 @@ Color ToneMap(Color light, float exposure) {
     auto channel = [](float x) { return LinearToDisplay(FilmicCurve(std::max(0.f, x) * 0.75f)); };
     return {channel(c.r), channel(c.g), channel(c.b)};
 }
+
+Color Picture::Light(Color pixel) const {
+    return isDisplay ? DisplayToLinear(pixel) : pixel * exposure;
+}
+
+Color Picture::Shown(Color pixel) const { return isDisplay ? pixel : ToneMap(pixel, exposure); }
 
 bool IsPictureFormat(const std::string& path, std::string* error) {
     const ImageModule* module = LoadImageModule(error);

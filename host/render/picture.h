@@ -10,6 +10,11 @@ struct Picture {
     int width = 0, height = 0;
     std::vector<Color> pixels;  // linear light, rows top down
     float exposure = 1;         // factor that brings a white card in this light to about 1
+    bool isDisplay = false;     // pixels are display colours: shown as they are
+
+    // Of a pixel: linear light with the exposure, and the display colour.
+    Color Light(Color pixel) const;
+    Color Shown(Color pixel) const;
 };
 
 // Display colour (sRGB, 0..1) of linear light: exposure, then a filmic curve with a soft shoulder

@@ -26,7 +26,7 @@ struct StoredEntities {
     DescriptionErrorClass errorClass = DescriptionErrorClass::kNone;
 
     std::vector<std::shared_ptr<ReferenceTarget>> targets = {};  // in the file's order
-    std::vector<std::vector<uint32_t>> refs = {};                // of each: places among the targets
+    std::vector<std::vector<uint32_t>> refs = {};  // of each: places among the targets
     std::vector<std::shared_ptr<const Mesh>> meshes = {};
     // Run in the order of registration: when all entities exist, and when all are filled.
     std::vector<std::function<void()>> whenAllExist = {}, whenLoaded = {};
@@ -42,7 +42,10 @@ class FieldReader {
 public:
     FieldReader(ChunkReader& in, StoredEntities& entities, size_t entity, uint32_t numSlots,
                 uint16_t version)
-        : m_in(in), m_entities(entities), m_entity(entity), m_numSlots(numSlots),
+        : m_in(in),
+          m_entities(entities),
+          m_entity(entity),
+          m_numSlots(numSlots),
           m_version(version) {}
 
     static constexpr bool kReads = true;

@@ -22,9 +22,9 @@
 
 // Structs of numbers without gaps, written as they lie in memory.
 template <class T>
-inline constexpr bool kIsPlainValue = std::is_same_v<T, Point2> || std::is_same_v<T, Point3> ||
-                                      std::is_same_v<T, Color> || std::is_same_v<T, Quat> ||
-                                      std::is_same_v<T, Matrix3> || std::is_same_v<T, BezierKnot>;
+inline constexpr bool kIsPlainValue =
+    std::is_same_v<T, Point2> || std::is_same_v<T, Point3> || std::is_same_v<T, Color> ||
+    std::is_same_v<T, Quat> || std::is_same_v<T, Matrix3> || std::is_same_v<T, BezierKnot>;
 template <class T>
 concept PlainValue = kIsPlainValue<T>;
 

@@ -80,7 +80,9 @@ void VisitBitmap(Fields& fields, BitmapTex& map) {
     }
     fields.Own(
         14,
-        [&map](FieldWriter& out) { WriteImage(out, map.File().empty() ? map.Image().get() : nullptr); },
+        [&map](FieldWriter& out) {
+            WriteImage(out, map.File().empty() ? map.Image().get() : nullptr);
+        },
         [&map](FieldReader& in) { ReadImage(in, map); });
 }
 

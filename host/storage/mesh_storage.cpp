@@ -79,8 +79,10 @@ Mesh ReadMesh(ChunkReader& in) {
             ReadColumn<uint8_t>(in, mesh.faces, [](Face& f, uint8_t flags) { f.flags = flags; });
         if (id == kChannel) {
             uint32_t channel = in.Read<uint32_t>();
-            if (channel >= kMaxChannels) in.Fail("a mapping channel that no mesh has");
-            else ReadChannel(in, mesh.MakeMap(int(channel)));
+            if (channel >= kMaxChannels)
+                in.Fail("a mapping channel that no mesh has");
+            else
+                ReadChannel(in, mesh.MakeMap(int(channel)));
         }
         if (id == kNormals) ReadChannel(in, mesh.normals);
     });

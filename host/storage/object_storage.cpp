@@ -43,8 +43,8 @@ void VisitOrigin(Fields& fields, PrimitiveOrigin& origin) {
 
 void LoadModel(StoredEntities& entities, TriObject& object, const FileOrigin& origin) {
     if (origin.file.empty()) return;  // told already
-    LoadedModel model = entities.loaders.LoadMesh(origin, entities.scene.unitScale,
-                                                  entities.folder, entities.watch);
+    LoadedModel model = entities.loaders.LoadMesh(origin, entities.scene.unitScale, entities.folder,
+                                                  entities.watch);
     for (std::string& warning : model.warnings) entities.warnings.push_back(std::move(warning));
     if (!model.mesh) return entities.Fail(model.error, model.errorClass);
     object.SetMesh(model.mesh);
@@ -70,7 +70,8 @@ void ReadMeshObject(FieldReader& fields, TriObject& object) {
     VisitOrigin(fields, *primitive);
     auto kind = std::make_shared<uint8_t>(0);
     fields(1, *kind);
-    fields.SharedMesh(2, object.GetMesh(), [&object](auto mesh) { object.SetMesh(std::move(mesh)); });
+    fields.SharedMesh(2, object.GetMesh(),
+                      [&object](auto mesh) { object.SetMesh(std::move(mesh)); });
     fields.Target(3, object.fileMaterial, [&object](auto mtl) { object.fileMaterial = mtl; });
     fields.WhenLoaded([&entities = fields.Entities(), &object, file, primitive, kind] {
         if (*kind == 1) LoadModel(entities, object, *file);
@@ -147,7 +148,8 @@ void ReadParticles(FieldReader& in, ParticleObject& object) {
     for (uint64_t i = 0; i < count && !in.In().HasFailed(); ++i) {
         particles.push_back(GetParticle(in));
         int event = particles.back().event;
-        if (event < -1 || event >= int(in.NumSlots())) in.In().Fail("an event that there is none of");
+        if (event < -1 || event >= int(in.NumSlots()))
+            in.In().Fail("an event that there is none of");
     }
     object.particles = std::move(particles);
 }
@@ -227,7 +229,8 @@ void VisitNode(Fields& fields, INode& node) {
             fields.Own(
                 3,
                 [&offset](FieldWriter& out) {
-                    out.Put(offset.position), out.Put(offset.rotationDegrees), out.Put(offset.scale);
+                    out.Put(offset.position), out.Put(offset.rotationDegrees),
+                        out.Put(offset.scale);
                 },
                 0);
         fields(4, node.GetLayer());
@@ -235,7 +238,8 @@ void VisitNode(Fields& fields, INode& node) {
             fields.Own(
                 5,
                 [&node](FieldWriter& out) {
-                    for (const auto& [key, text] : node.UserProperties()) out.Put(key), out.Put(text);
+                    for (const auto& [key, text] : node.UserProperties())
+                        out.Put(key), out.Put(text);
                 },
                 0);
     }
@@ -265,9 +269,8 @@ void RegisterObjectStorage(SceneStorage& storage) {
     storage.Register<HeightFieldObject>(
         [](auto& fields, HeightFieldObject& terrain) { VisitTerrain(fields, terrain); },
         FlatTerrain);
-    storage.Register<ShapeObject>([](auto& fields, ShapeObject& object) {
-        fields(1, object.shape);
-    });
+    storage.Register<ShapeObject>(
+        [](auto& fields, ShapeObject& object) { fields(1, object.shape); });
     storage.Register<CameraObject>([](auto& fields, CameraObject& camera) {
         fields(1, camera.fovDegrees);
         fields(2, camera.envNear);

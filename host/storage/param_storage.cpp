@@ -118,5 +118,7 @@ void RegisterParamStorage(SceneStorage& storage) {
                     keys.SetContent(std::move(content));
                 });
         },
-        [] { return std::make_shared<KeyController>(ParamElement{0.0f, {}}); });
+        [] {
+            return std::make_shared<KeyController>(ParamElement{0.0f, {}});
+        });
 }

@@ -25,7 +25,10 @@ class SceneLoader {
 public:
     SceneLoader(ChunkReader& in, const std::string& folder, const SceneStorage& storage,
                 ISceneLoaders& loaders, WorkWatch* watch)
-        : m_in(in), m_storage(storage), m_watch(watch), m_scene(std::make_unique<Scene>()),
+        : m_in(in),
+          m_storage(storage),
+          m_watch(watch),
+          m_scene(std::make_unique<Scene>()),
           m_all{*m_scene, loaders} {
         m_all.folder = folder;
         m_all.watch = watch;
@@ -49,13 +52,12 @@ private:
         return m_all.error.empty();
     }
 
-    void Malformed(const std::string& text) {
-        m_all.Fail(text, DescriptionErrorClass::kMalformed);
-    }
+    void Malformed(const std::string& text) { m_all.Fail(text, DescriptionErrorClass::kMalformed); }
 
     void ReadChunks() {
         m_in.ForEachChunk([&](uint32_t id) {
-            if (m_watch) m_watch->Tell(0.5f * float(1 - double(m_in.Remaining()) / double(m_in.FileSize())));
+            if (m_watch)
+                m_watch->Tell(0.5f * float(1 - double(m_in.Remaining()) / double(m_in.FileSize())));
             switch (id) {
                 case kSettingsChunk:
                     return m_in.NameChunk("settings"), ReadSettings();
@@ -155,7 +157,8 @@ private:
             }
         });
         if (!hasHead) m_in.Fail("an entity without a head");
-        if (m_numSlots[entity] > m_all.refs[entity].size()) m_in.Fail("fewer references than slots");
+        if (m_numSlots[entity] > m_all.refs[entity].size())
+            m_in.Fail("fewer references than slots");
         if (m_in.HasFailed()) return;
         if (!m_all.targets[entity]) {
             head.content.fields = std::move(kept);
@@ -181,8 +184,7 @@ private:
     // Null for a class that is not there.
     TargetPtr Make(const Head& head) {
         if (head.owner != kNoEntity) return MadeByOwner(head);
-        if (const ClassStorage* storage = m_storage.Find(head.content.id);
-            storage && storage->make)
+        if (const ClassStorage* storage = m_storage.Find(head.content.id); storage && storage->make)
             return storage->make();
         return m_classes ? m_classes->Create(head.content.id) : nullptr;
     }
@@ -371,8 +373,8 @@ SceneReadResult LoadSceneFile(const std::string& path, const SceneStorage& stora
     ChunkReader in;
     bool isThere = IsSceneFile(path);
     if (!in.OpenFile(path, kSceneFileKind))
-        return CannotOpen(in, isThere ? DescriptionErrorClass::kMalformed
-                                      : DescriptionErrorClass::kMissingInput);
+        return CannotOpen(
+            in, isThere ? DescriptionErrorClass::kMalformed : DescriptionErrorClass::kMissingInput);
     std::string folder = std::filesystem::path(path).parent_path().string();
     SceneReadResult result = LoadFrom(in, path, folder, storage, loaders, watch);
     if (result.scene) result.scene->path = path;

@@ -18,7 +18,10 @@ class SceneSaver {
 public:
     SceneSaver(Scene& scene, const SceneStorage& storage, std::string folder, ChunkWriter& out,
                std::vector<std::string>* warnings)
-        : m_scene(scene), m_storage(storage), m_folder(std::move(folder)), m_out(out),
+        : m_scene(scene),
+          m_storage(storage),
+          m_folder(std::move(folder)),
+          m_out(out),
           m_warnings(warnings) {
         if (HostContext* host = HostContext::Current()) m_classes = &host->classes;
         m_unknown = static_cast<const UnknownSceneParts*>(scene.unknownParts.get());

@@ -1,9 +1,9 @@
 // Scene files: everything that a scene holds, in a file of chunks.
 //
-// Objects that came from model files, terrains from images and maps from image files stay references
-// to those files, which are read again; everything else lies in the scene file. Nodes keep their
-// handles. Entities of classes that are not there, and fields that are newer than the program, are
-// kept and written again. What is undone cannot be redone from a file. One thread.
+// Objects that came from model files, terrains from images and maps from image files stay
+// references to those files, which are read again; everything else lies in the scene file. Nodes
+// keep their handles. Entities of classes that are not there, and fields that are newer than the
+// program, are kept and written again. What is undone cannot be redone from a file. One thread.
 #pragma once
 
 #include "host/io/scene_description.h"

@@ -30,9 +30,7 @@ public:
     }
     ReferenceTarget& Target() override { return *this; }
 
-    ClassInfo Class() const override {
-        return {content.id, content.super, content.name.c_str()};
-    }
+    ClassInfo Class() const override { return {content.id, content.super, content.name.c_str()}; }
     int NumRefs() const override { return int(m_refs.size()); }
     std::shared_ptr<ReferenceTarget> GetReference(int slot) const override {
         return slot >= 0 && slot < NumRefs() ? m_refs[size_t(slot)]->Share() : nullptr;
@@ -43,9 +41,8 @@ public:
     std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override {
         auto copy = std::make_shared<Unknown>(content, m_refs.size());
         for (size_t i = 0; i < m_refs.size(); ++i)
-            map.Refer(m_refs[i]->Share(), [copy, i](auto target) {
-                copy->SetReference(int(i), std::move(target));
-            });
+            map.Refer(m_refs[i]->Share(),
+                      [copy, i](auto target) { copy->SetReference(int(i), std::move(target)); });
         return copy;
     }
 

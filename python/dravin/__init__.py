@@ -31,8 +31,8 @@ def render(scene: Scene, path: Optional[Path] = None, *, size: Optional[tuple[in
            samples: Optional[int] = None, renderer: str = '', **options: Any) -> Picture:
     """Renders the scene with its scatter objects, and writes the picture where a path is given.
 
-    size: width and height in pixels; samples: rays a pixel; renderer: "raytrace" or "scanline".
-    What is left out is as the scene says. Further options: camera, time, threads, no_limit,
+    size: width and height in pixels; samples: rays a pixel; renderer: "raytrace", "scanline"
+    or "viewport". What is left out is as the scene says. Further options: camera, time, threads, no_limit,
     allow_empty, progress. Gives rows x columns x 3 bytes as a screen shows them."""
     return scene.render(path, size=size, samples=samples, renderer=renderer, **options)
 

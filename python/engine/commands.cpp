@@ -41,10 +41,11 @@ py::dict BuiltObjects(const std::shared_ptr<OpenScene>& self, const std::string&
 }
 
 void CheckRenderer(const std::string& name) {
-    const std::vector<std::string> known{"raytrace", "scanline"};
+    const std::vector<std::string> known{"raytrace", "scanline", "viewport"};
     if (!name.empty() && std::find(known.begin(), known.end(), name) == known.end())
         throw py::value_error(
-            fmt::format("no renderer is named \"{}\"{}; expected \"raytrace\" or \"scanline\"",
+            fmt::format("no renderer is named \"{}\"{}; expected \"raytrace\", \"scanline\" or "
+                        "\"viewport\"",
                         name, DidYouMean(name, known)));
 }
 
@@ -64,11 +65,10 @@ py::tuple Render(const std::shared_ptr<OpenScene>& self, const RenderOptions& op
     py::array_t<float> light(shape);
     py::array_t<uint8_t> display(shape);
     for (size_t i = 0; i < picture.pixels.size(); ++i) {
-        const Color& pixel = picture.pixels[i];
-        Color shown = ToneMap(pixel, picture.exposure);
-        const float values[] = {pixel.r, pixel.g, pixel.b}, tones[] = {shown.r, shown.g, shown.b};
+        Color lit = picture.Light(picture.pixels[i]), shown = picture.Shown(picture.pixels[i]);
+        const float values[] = {lit.r, lit.g, lit.b}, tones[] = {shown.r, shown.g, shown.b};
         for (size_t k = 0; k < 3; ++k) {
-            light.mutable_data()[i * 3 + k] = values[k] * picture.exposure;
+            light.mutable_data()[i * 3 + k] = values[k];
             display.mutable_data()[i * 3 + k] =
                 uint8_t(std::clamp(tones[k], 0.0f, 1.0f) * 255 + 0.5f);
         }

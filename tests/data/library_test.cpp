@@ -5,10 +5,15 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
+#include "Dravin/dravin_classes.h"
+#include "Dravin/storage/dravin_storage.h"
 #include "host/base/text.h"
 #include "host/geom/mesh_tools.h"
 #include "host/io/bitmap.h"
 #include "host/io/mesh_import.h"
+#include "host/io/scene_loaders.h"
+#include "host/scene/host_context.h"
+#include "host/storage/scene_storage.h"
 
 namespace fs = std::filesystem;
 
@@ -61,13 +66,19 @@ TEST(Templates, IndexNamesScenesObjectsAndThumbnails) {
     EXPECT_GE(rows.size(), 12u);
     ASSERT_FALSE(rows.empty());
     EXPECT_EQ(rows[0][0], "One Plane");
+    HostContext host;
+    RegisterDravinClasses(host.classes);
+    SceneStorage storage;
+    RegisterDravinStorage(storage);
+    auto loaders = MakeSceneLoaders();
     for (auto& row : rows) {
         ASSERT_EQ(row.size(), 4u);
-        std::ifstream file(kData / "geometry" / "objects" / (row[1] + ".max"));
-        auto scene = nlohmann::json::parse(file);
-        bool isFound = false;
-        for (auto& node : scene["nodes"]) isFound |= node["name"] == row[2];
-        EXPECT_TRUE(isFound) << row[2];
+        std::string path = kData / "geometry" / "objects" / (row[1] + ".max");
+        SceneReadResult file = LoadSceneFile(path, storage, *loaders);
+        ASSERT_TRUE(file) << file.error;
+        INode* node = file.scene->FindNode(row[2]);
+        ASSERT_TRUE(node) << row[2];
+        EXPECT_FALSE(node->GetObjectRef()->GetRenderMesh(0)->faces.empty());
         auto image = Image(kData / "geometry" / "images" / row[3]);
         ASSERT_TRUE(image);
         EXPECT_EQ(image->Width(), 35);

@@ -51,22 +51,22 @@ std::string BlockOf(const TStoredItem& item) {
 TEST(ItemBlock, FieldsStandAtTheirPlaces) {
     std::string block = BlockOf(SomeItem());
     EXPECT_EQ(At<int32_t>(block, 0), 0);
-    EXPECT_EQ(At<int32_t>(block, 4), 1);       // discarded
-    EXPECT_EQ(At<int32_t>(block, 12), 5);      // row
-    EXPECT_EQ(At<float>(block, 16), 1);        // stored position
+    EXPECT_EQ(At<int32_t>(block, 4), 1);   // discarded
+    EXPECT_EQ(At<int32_t>(block, 12), 5);  // row
+    EXPECT_EQ(At<float>(block, 16), 1);    // stored position
     EXPECT_EQ(At<float>(block, 24), 3);
-    EXPECT_EQ(At<float>(block, 28), 4);        // position
+    EXPECT_EQ(At<float>(block, 28), 4);  // position
     EXPECT_EQ(At<uint32_t>(block, 40), 0x01020304u);
-    EXPECT_EQ(At<float>(block, 52), 7);        // width
-    EXPECT_EQ(At<float>(block, 56), 8);        // height
-    EXPECT_EQ(At<float>(block, 84), 0.25f);    // tint
-    EXPECT_EQ(At<float>(block, 96), 0.125f);   // its blend
-    EXPECT_EQ(At<int32_t>(block, 100), 1);     // mirrored
-    EXPECT_EQ(At<int32_t>(block, 180), 13);    // animation offset
+    EXPECT_EQ(At<float>(block, 52), 7);       // width
+    EXPECT_EQ(At<float>(block, 56), 8);       // height
+    EXPECT_EQ(At<float>(block, 84), 0.25f);   // tint
+    EXPECT_EQ(At<float>(block, 96), 0.125f);  // its blend
+    EXPECT_EQ(At<int32_t>(block, 100), 1);    // mirrored
+    EXPECT_EQ(At<int32_t>(block, 180), 13);   // animation offset
     EXPECT_EQ(At<float>(block, 184), SomeItem().sourceTransform.row[0].x);
-    EXPECT_EQ(At<float>(block, 236), 3);       // size factor y
-    EXPECT_EQ(At<int16_t>(block, 240), -2);    // element
-    EXPECT_EQ(At<int32_t>(block, 244), 77);    // user id
+    EXPECT_EQ(At<float>(block, 236), 3);     // size factor y
+    EXPECT_EQ(At<int16_t>(block, 240), -2);  // element
+    EXPECT_EQ(At<int32_t>(block, 244), 77);  // user id
     for (size_t reserved = 156; reserved < 180; ++reserved) EXPECT_EQ(block[reserved], 0);
 }
 

@@ -57,7 +57,6 @@ protected:
     TDravin* Again() { return Load(Save(scene)); }
     Scene& Loaded() { return *m_loaded; }
 
-
     HostContext host;
     Scene scene;
     std::shared_ptr<TDravin> object;

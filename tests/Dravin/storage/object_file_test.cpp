@@ -34,7 +34,8 @@ TEST_F(ObjectFile, ParametersCurvesAndTheirKeysComeBack) {
     object->Block(kGenParams).SetValue(genParams::kSeed, 0, 77);
     IParamBlock2& geometry = object->Block(kGeomParams);
     INode* tree = scene.AddNode("tree", std::make_shared<DummyObject>());
-    geometry.Append(geomParams::kCobjlist, std::shared_ptr<ReferenceTarget>(tree->shared_from_this()));
+    geometry.Append(geomParams::kCobjlist,
+                    std::shared_ptr<ReferenceTarget>(tree->shared_from_this()));
     geometry.Append(geomParams::kNamelist, std::string("Fichte"));
     object->CurveSet(kSlotSurfaceCurves)->SetPoints(2, {{0, 10}, {1, 20, 1, 2, 3, 4, 5}});
     auto paint = std::make_shared<TPaintShape>();
@@ -190,7 +191,8 @@ TEST_F(ObjectFile, SavedItemsHoldWhatTheLastBuildMade) {
     geometry.Append(geomParams::kGeomlist, int32_t{2});
     geometry.Append(geomParams::kUsemeshdimlist, int32_t{1});
     geometry.Append(geomParams::kScalelist, 100.0f);
-    geometry.Append(geomParams::kCobjlist, std::shared_ptr<ReferenceTarget>(box->shared_from_this()));
+    geometry.Append(geomParams::kCobjlist,
+                    std::shared_ptr<ReferenceTarget>(box->shared_from_this()));
     TBuildFlags flags;
     flags.noMesh = true;
     object->Build().BuildMesh(0, flags);

@@ -74,6 +74,28 @@ TEST_F(Frames, TheSceneOrAnOptionNamesTheRenderer) {
     EXPECT_EQ(Bytes("walk.0002.png"), Bytes("scanned.png"));
 }
 
+TEST_F(Frames, AViewportShowsWhatItsParametersSay) {
+    Write("s.json", "[2, 0, 0]");
+    ProgramRun run = Render("s.json --renderer viewport -o view.png");
+    ASSERT_EQ(run.code, 0) << run.err;
+    EXPECT_THAT(run.err, HasSubstr("view.png: 48 x 27, 16384 of 16384 items in view"));
+    std::string scene = m_folder.Read("s.json");
+    m_folder.Write("named.json", scene.insert(1, R"("render": {"renderer": "viewport"},)"));
+    EXPECT_EQ(Render("named.json --threads 1 -o named.png").code, 0);
+    EXPECT_EQ(Bytes("named.png"), Bytes("view.png"));
+    EXPECT_EQ(Render("s.json --renderer viewport --display boxes -o boxes.png").code, 0);
+    EXPECT_NE(Bytes("boxes.png"), Bytes("view.png"));
+    run = Render("s.json --renderer viewport --display points --elements 1000 -o thin.png");
+    EXPECT_THAT(run.err, HasSubstr("of 16384 items in view"));
+    EXPECT_NE(Bytes("thin.png"), Bytes("view.png"));
+    EXPECT_THAT(Render("s.json --renderer viewport --pick 24,13 -o v.exr").out, HasSubstr(" at "));
+    EXPECT_EQ(Render("s.json --renderer viewport --pick 24 -o v.png").code, 2);
+    EXPECT_THAT(Render("s.json --display boxes -o traced.png").err,
+                HasSubstr("--display counts for --renderer viewport only"));
+    EXPECT_EQ(Render("s.json --renderer viewport --frames 1-2 -o walk.png").code, 0);
+    EXPECT_FALSE(Bytes("walk.0002.png").empty());
+}
+
 TEST_F(Frames, ShadowMapsThatCannotBeAreTold) {
     Write("s.json", "[2, 0, 0]");
     std::string scene = m_folder.Read("s.json");

@@ -69,7 +69,8 @@ TEST_F(SceneFile, ObjectsComeBack) {
     std::unique_ptr<Scene> again = Again(scene);
     EXPECT_EQ(*ObjectOf<TriObject>(*again, "tree").GetMesh(),
               *ObjectOf<TriObject>(scene, "tree").GetMesh());
-    EXPECT_EQ(ObjectOf<ShapeObject>(*again, "path").shape, ObjectOf<ShapeObject>(scene, "path").shape);
+    EXPECT_EQ(ObjectOf<ShapeObject>(*again, "path").shape,
+              ObjectOf<ShapeObject>(scene, "path").shape);
     const auto& camera = ObjectOf<CameraObject>(*again, "eye");
     EXPECT_EQ(camera.fovDegrees.At(0), 33);
     EXPECT_EQ(camera.GetTargetNode(), again->FindNode("tree"));
@@ -79,7 +80,8 @@ TEST_F(SceneFile, ObjectsComeBack) {
     EXPECT_TRUE(dynamic_cast<ShadowMapType*>(light.shadowType.Get()));
     const auto& sparks = ObjectOf<ParticleObject>(*again, "sparks");
     ASSERT_EQ(sparks.particles->size(), 2u);
-    EXPECT_EQ(sparks.particles.Get()[0], ObjectOf<ParticleObject>(scene, "sparks").particles.Get()[0]);
+    EXPECT_EQ(sparks.particles.Get()[0],
+              ObjectOf<ParticleObject>(scene, "sparks").particles.Get()[0]);
     EXPECT_EQ(sparks.GetEvent(0), again->FindNode("tree"));
 }
 
@@ -94,7 +96,8 @@ TEST_F(SceneFile, ParametersComeBackWithTheirKeys) {
     scene.AddNode("lamp", light);
     std::unique_ptr<Scene> again = Again(scene);
     auto& block =
-        dynamic_cast<ShadowMapType&>(*ObjectOf<LightObject>(*again, "lamp").shadowType.Get()).Block();
+        dynamic_cast<ShadowMapType&>(*ObjectOf<LightObject>(*again, "lamp").shadowType.Get())
+            .Block();
     EXPECT_EQ(block.GetInt(ShadowMapType::kSize), 777);
     ASSERT_TRUE(isAnimated);
     EXPECT_EQ(block.GetFloat(ShadowMapType::kBias, 80), 2);

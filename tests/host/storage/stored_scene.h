@@ -97,7 +97,8 @@ public:
         noise->SetRotation(30);
         scene.SetTexmap("noise", noise);
         auto picture = std::make_shared<BitmapTex>(nullptr);
-        picture->SetImage(std::make_shared<Bitmap>(2, 1, 3, std::vector<uint8_t>{1, 2, 3, 4, 5, 6}));
+        picture->SetImage(
+            std::make_shared<Bitmap>(2, 1, 3, std::vector<uint8_t>{1, 2, 3, 4, 5, 6}));
         scene.SetTexmap("picture", picture);
         auto bark = std::make_shared<StandardMtl>();
         bark->diffuseMap = noise;

@@ -1,0 +1,19 @@
+#include "Dravin/viewport/view_paint.h"
+
+#include <algorithm>
+
+TViewPaint PaintOf(const StandardMtl* material) {
+    TViewPaint paint;
+    if (!material) return paint;
+    paint.color = material->diffuse;
+    paint.opacity = std::clamp(material->opacity.Get(), 0.f, 1.f);
+    paint.isWire = material->wireframe;
+    return paint;
+}
+
+std::vector<TViewPaint> PaintsOf(Mtl* material, size_t numIds) {
+    std::vector<TViewPaint> paints;
+    for (size_t id = 0; id < std::max<size_t>(numIds, 1); ++id)
+        paints.push_back(PaintOf(StandardMtlOfFace(material, int(id))));
+    return paints;
+}

@@ -1,0 +1,109 @@
+#include "Dravin/viewport/viewport_scene.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "Dravin/dravin.h"
+#include "Dravin/geometry/template_list.h"
+#include "Dravin/viewport/view_paint.h"
+#include "Dravin/viewport/viewport_items.h"
+
+namespace {
+
+void ShowMesh(Object& object, INode& node, TimeValue t, TViewNode* out) {
+    if (auto heights = object.GetHeightField(t)) {
+        out->kind = TViewKind::kTerrain;
+        out->bounds = heights->Bounds();
+        out->heights = std::move(heights);
+    } else if (auto mesh = object.GetRenderMesh(t); mesh && !mesh->faces.empty()) {
+        out->kind = TViewKind::kMesh;
+        out->bounds = mesh->BoundingBox();
+        out->mesh = std::move(mesh);
+    } else {
+        return;
+    }
+    size_t numIds = 1;
+    if (out->mesh)
+        for (const Face& face : out->mesh->faces) numIds = std::max(numIds, size_t(face.matID) + 1);
+    out->paints = PaintsOf(node.GetShownMtl(), numIds);
+    if (!node.GetShownMtl())
+        for (TViewPaint& paint : out->paints) paint.color = node.wireColor;
+}
+
+void ShowParticles(const ParticleObject& particles, TViewNode* out) {
+    constexpr float kArm = 0.5f;
+    out->kind = TViewKind::kLines;
+    for (const Particle& particle : particles.particles.Get()) {
+        if (!particle.Exists()) continue;
+        for (int axis = 0; axis < 3; ++axis) {
+            Point3 arm;
+            arm[axis] = kArm;
+            out->lines.lines.push_back({{particle.position - arm, particle.position + arm}, false});
+        }
+    }
+    out->bounds = out->lines.BoundingBox();
+}
+
+TViewNode ShowNode(INode& node, TimeValue t, int threads) {
+    TViewNode out;
+    Object* object = node.GetObjectRef();
+    if (!object || node.IsHidden(t) || IsTemplateNode(node)) return out;
+    out.name = node.GetName();
+    out.handle = node.GetHandle();
+    out.isSelected = node.IsSelected();
+    out.wire = node.wireColor;
+    out.toWorld = node.GetObjectTM(t);
+    if (auto* scatter = dynamic_cast<TDravin*>(object)) {
+        ShowScatter(*scatter, node, t, threads, &out);
+    } else if (object->IsGeomObject()) {
+        ShowMesh(*object, node, t, &out);
+    } else if (auto* shape = dynamic_cast<ShapeObject*>(object)) {
+        out.kind = TViewKind::kLines;
+        out.lines = shape->GetPolyShape(t);
+        out.bounds = out.lines.BoundingBox();
+    } else if (auto* particles = dynamic_cast<ParticleObject*>(object)) {
+        ShowParticles(*particles, &out);
+    } else if (auto* camera = dynamic_cast<CameraObject*>(object)) {
+        out.kind = TViewKind::kCamera;
+        out.slopeX = std::tan(camera->fovDegrees.At(t) * 0.0087266463f);
+    } else if (object->IsLight()) {
+        out.kind = TViewKind::kLight;
+    } else {
+        out.kind = TViewKind::kDummy;
+    }
+    return out;
+}
+
+}  // namespace
+
+TViewportScene::TViewportScene(std::vector<TViewNode> nodes) : m_nodes(std::move(nodes)) {
+    uint32_t next = kNoId + 1;
+    for (TViewNode& node : m_nodes) {
+        node.firstId = next;
+        // Ids beyond the last number stand for the node as a whole.
+        node.numIds = std::min(node.numIds, 0xFFFFFFFFu - next);
+        next += node.numIds;
+        if (!node.bounds.IsEmpty()) m_bounds += node.toWorld.BoxTransform(node.bounds);
+        if (node.scatter) m_numItems += node.scatter->items.size();
+    }
+}
+
+TViewportScene::Found TViewportScene::Find(uint32_t id) const {
+    if (id == kNoId) return {};
+    auto after = std::upper_bound(m_nodes.begin(), m_nodes.end(), id,
+                                  [](uint32_t x, const TViewNode& n) { return x < n.firstId; });
+    if (after == m_nodes.begin()) return {};
+    const TViewNode& node = *(after - 1);
+    uint32_t place = id - node.firstId;
+    if (place >= node.numIds) return {};
+    return {&node, place == 0 ? kNoItem : place - 1};
+}
+
+std::shared_ptr<const TViewportScene> MakeViewportScene(Scene& scene, TimeValue t, int threads) {
+    std::vector<TViewNode> nodes;
+    for (INode* node : scene.Nodes()) {
+        TViewNode shown = ShowNode(*node, t, threads);
+        if (shown.kind != TViewKind::kNothing) nodes.push_back(std::move(shown));
+    }
+    return std::make_shared<const TViewportScene>(std::move(nodes));
+}

@@ -1,0 +1,173 @@
+// Scatter objects as viewports show them: by their display parameters, picked by item.
+#include <set>
+
+#include "Dravin/dravin_globals.h"
+#include "Dravin/viewport/viewport_picking.h"
+#include "tests/Dravin/build/scatter_fixture.h"
+
+namespace {
+
+class ViewportObjects : public ScatterFixture {
+protected:
+    // From above, at height 50: a unit at the ground covers 8 pixels, the middle is at (200, 200).
+    TViewportCamera camera{Matrix3::Translation({0, 0, 50}), 53.1301f, 400, 400};
+
+    std::shared_ptr<const TViewportScene> Show() {
+        Run();
+        return MakeViewportScene(scene, 0, 2);
+    }
+    const TViewNode& Scatter(const TViewportScene& shown) const {
+        for (const TViewNode& own : shown.Nodes())
+            if (own.kind == TViewKind::kScatter) return own;
+        throw std::logic_error("no scatter object");
+    }
+    // Where the camera sees a place.
+    std::pair<int, int> PixelOf(const Point3& p) const {
+        float focal = 400 / (50 - p.z);
+        return {int(std::floor(200 + p.x * focal)), int(std::floor(200 - p.y * focal))};
+    }
+    std::set<uint32_t> Items(const TViewportScene& shown, std::vector<uint32_t> ids) const {
+        std::set<uint32_t> items;
+        for (uint32_t id : ids)
+            if (shown.Find(id).item != TViewportScene::kNoItem) items.insert(shown.Find(id).item);
+        return items;
+    }
+};
+
+TEST_F(ViewportObjects, PointsCloudShowsAndPicksEveryItem) {
+    Set(kDispParams, dispParams::kVmesh, 3);
+    auto shown = Show();
+    const TDravinItemList& items = object->Build().Items();
+    ASSERT_GT(items.Count(), 1u);
+    EXPECT_TRUE(Scatter(*shown).scatter->showsDots);
+    EXPECT_EQ(shown->NumItems(), items.Count());
+    EXPECT_EQ(Items(*shown, DrawViewportIds(*shown, camera, {})).size(), items.Count());
+    // Every item has the first dot of its cloud.
+    Point3 dot = Scatter(*shown).scatter->prototypes[0].sample->Cloud().points[0].position;
+    for (size_t i = 0; i < items.Count(); ++i) {
+        auto [x, y] = PixelOf(dot * items.Item(i).fullTransform);
+        std::vector<uint32_t> hit;
+        for (const TViewHit& h : HitTest(*shown, camera, x, y, {})) hit.push_back(h.id);
+        EXPECT_TRUE(Items(*shown, hit).count(uint32_t(i))) << i;
+    }
+}
+
+TEST_F(ViewportObjects, GlobalDensityDoublesTheDots) {
+    Set(kDispParams, dispParams::kVmesh, 3);
+    auto dots = [&](int density) {
+        DravinGlobals().display.cloudDensityPercent = density;
+        auto shown = Show();
+        TViewportSettings settings;
+        settings.showsGrid = false;
+        auto ground = std::make_unique<TViewportScene>(std::vector<TViewNode>{Scatter(*shown)});
+        return double(DrawViewport(*ground, camera, settings).counts.elements);
+    };
+    double one = dots(50), two = dots(100);
+    EXPECT_FLOAT_EQ(Scatter(*Show()).scatter->dotDensity, 50 * 100 * 0.0002f);
+    EXPECT_GT(one, 2.0 * double(object->Build().Items().Count()));
+    // Each item's number is cut to a whole one.
+    EXPECT_NEAR(two, 2 * one, double(object->Build().Items().Count()));
+}
+
+TEST_F(ViewportObjects, FacesBelongToTheirItems) {
+    Set(kDispParams, dispParams::kVmesh, 0);
+    // 3 pixels wide, 8 apart: further than a click reaches.
+    auto slim = std::make_shared<Mesh>(MakeBox(0.3f, 0.3f, 1, 1));
+    static_cast<TriObject*>(box->GetObjectRef())->SetMesh(slim);
+    box->SetHidden(true);                           // the source itself stands among its items
+    Set(kDistParams, distParams::kSdgizmo, false);  // a mark of the map is a hit of its own
+    auto shown = Show();
+    const TDravinItemList& items = object->Build().Items();
+    EXPECT_EQ(Scatter(*shown).mesh->faces.size(), 12 * items.Count());
+    for (size_t i = 0; i < items.Count(); ++i) {
+        Point3 top = items.Item(i).bounds.Center();
+        top.z = items.Item(i).bounds.max.z;
+        auto [x, y] = PixelOf(top);
+        auto hits = HitTest(*shown, camera, x, y, {});
+        ASSERT_EQ(hits.size(), 2u) << i;  // the item, and the ground
+        EXPECT_EQ(shown->Find(hits[0].id).item, uint32_t(i));
+    }
+}
+
+TEST_F(ViewportObjects, ProxyShapesAndBoxesStandInForItems) {
+    Set(kDispParams, dispParams::kVmesh, 1);
+    Set(kDispParams, dispParams::kVtype, 1);  // pyramids
+    auto shown = Show();
+    EXPECT_NE(Scatter(*shown).mesh->faces.size(), 12 * object->Build().Items().Count());
+    TViewportSettings boxes;
+    boxes.display = TViewDisplay::kBoxes;
+    auto items = Items(*shown, DrawViewportIds(*shown, camera, boxes));
+    EXPECT_EQ(items.size(), shown->NumItems());
+}
+
+TEST_F(ViewportObjects, AdaptiveFallsBackToProxies) {
+    Set(kDispParams, dispParams::kVmesh, 2);
+    size_t whole = Scatter(*Show()).mesh->faces.size();
+    Set(kDispParams, dispParams::kAdaptfaces, 20);
+    EXPECT_LT(Scatter(*Show()).mesh->faces.size(), whole);
+}
+
+TEST_F(ViewportObjects, MeshesBeyondTheBudgetAreDots) {
+    Set(kDispParams, dispParams::kVmesh, 0);
+    auto shown = Show();
+    TViewportScene alone({Scatter(*shown)});
+    TViewportSettings settings;
+    settings.maxElements = shown->NumItems();
+    // A dot an item, and two lines a corner of the map.
+    size_t lines = 2 * Scatter(*shown).scatter->gizmoPoints.size();
+    EXPECT_EQ(DrawViewport(alone, camera, settings).counts.elements, shown->NumItems() + lines);
+}
+
+TEST_F(ViewportObjects, EmptyObjectsShowTheirIconOnly) {
+    Set(kEditionParams, editionParams::kMode, 1);  // edited by hand, nothing there yet
+    object->SetStoredItems({});
+    Set(kGenParams, genParams::kIconsize, 4.0f);
+    auto shown = Show();
+    const TViewNode& own = Scatter(*shown);
+    EXPECT_EQ(own.mesh, nullptr);
+    ASSERT_EQ(own.lines.lines.size(), 2u);
+    EXPECT_EQ(own.lines.lines[1].points.size(), 10u);
+    // 4 wide, 5.6 high, at the ground: its rim is 16 pixels left of the middle.
+    EXPECT_EQ(own.bounds.max, (Point3{2, 2.8f, 0}));
+    TViewportScene alone({own});
+    EXPECT_EQ(HitTest(alone, camera, 200 - 16, 200, {}).size(), 1u);
+    EXPECT_TRUE(HitTest(alone, camera, 200 - 24, 200, {}).empty());
+    Set(kGenParams, genParams::kIconsize, 6.0f);
+    TViewportScene larger({Scatter(*Show())});
+    EXPECT_EQ(HitTest(larger, camera, 200 - 24, 200, {}).size(), 1u);
+}
+
+TEST_F(ViewportObjects, WhoDrawsMeshesElsewhereStillGetsTheGizmos) {
+    Set(kDispParams, dispParams::kVmesh, 0);
+    Set(kDistParams, distParams::kSdgizmo, true);
+    auto shown = Show();
+    const std::vector<Point3>& corners = Scatter(*shown).scatter->gizmoPoints;
+    ASSERT_FALSE(corners.empty());
+    TViewportScene alone({Scatter(*shown)});
+    TViewportSettings settings;
+    settings.leavesMeshes = true;
+    auto ids = DrawViewportIds(alone, camera, settings);
+    EXPECT_TRUE(Items(alone, ids).empty());
+    EXPECT_GT(std::count(ids.begin(), ids.end(), 1u), 0);
+    settings.leavesMeshes = false;
+    EXPECT_FALSE(Items(alone, DrawViewportIds(alone, camera, settings)).empty());
+}
+
+TEST_F(ViewportObjects, ASnapshotStaysAsItWas) {
+    Set(kDispParams, dispParams::kVmesh, 0);
+    auto shown = Show();
+    auto before = DrawViewport(*shown, camera, {}).rgb;
+    Set(kDistParams, distParams::kPixelsX, 5);
+    Set(kDispParams, dispParams::kVmesh, 1);
+    Run();
+    scene.DeleteNode(*plane);
+    EXPECT_EQ(DrawViewport(*shown, camera, {}).rgb, before);
+}
+
+TEST_F(ViewportObjects, HiddenNodesAreLeftOut) {
+    size_t all = Show()->Nodes().size();
+    box->SetHidden(true);
+    EXPECT_EQ(Show()->Nodes().size(), all - 1);
+}
+
+}  // namespace
