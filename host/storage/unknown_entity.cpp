@@ -28,7 +28,6 @@ public:
         for (size_t i = 0; i < numRefs; ++i)
             m_refs.push_back(std::make_unique<Reference<ReferenceTarget>>(this));
     }
-    ReferenceTarget& Target() override { return *this; }
 
     ClassInfo Class() const override { return {content.id, content.super, content.name.c_str()}; }
     int NumRefs() const override { return int(m_refs.size()); }

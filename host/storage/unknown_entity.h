@@ -23,10 +23,8 @@ class UnknownEntity {
 public:
     virtual ~UnknownEntity() = default;
     UnknownContent content;
-    // What it refers to: its slots, then what its fields name.
-    virtual ReferenceTarget& Target() = 0;
 };
 
 // Of a kind that the places take where such entities stand: object, material, map, modifier, or
-// none of these. numRefs: of all its references.
+// none of these. numRefs: of all its references, which are its slots and then what its fields name.
 std::shared_ptr<ReferenceTarget> MakeUnknownEntity(UnknownContent content, size_t numRefs);
