@@ -22,7 +22,11 @@ std::vector<std::shared_ptr<TDravin>> TObjectRegistry::Objects() const {
 
 std::vector<std::shared_ptr<TDravin>> TObjectRegistry::ShownObjects() const {
     std::vector<std::shared_ptr<TDravin>> shown = Objects();
-    std::erase_if(shown, [](const auto& object) { return !ShownBy(*object); });
+    const Scene* scene = HostContext::Current()->CurrentScene();
+    std::erase_if(shown, [scene](const auto& object) {
+        const INode* node = ShownBy(*object);
+        return !node || (scene && node->GetScene() != scene);
+    });
     return shown;
 }
 

@@ -20,7 +20,7 @@ public:
     size_t Count() const { return m_objects.size(); }
     // Shared, so that none goes while somebody works on the list.
     std::vector<std::shared_ptr<TDravin>> Objects() const;
-    // Those that a node of a scene shows.
+    // Those that a node of the current scene shows; scenes whose objects it shows have more.
     std::vector<std::shared_ptr<TDravin>> ShownObjects() const;
 
 private:

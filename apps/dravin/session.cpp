@@ -120,7 +120,10 @@ std::unique_ptr<IUserInterface> MakeProgramInterface(bool yes) {
     return std::make_unique<ProgramUserInterface>(yes);
 }
 
-Session::Session() : m_loaders(MakeSceneLoaders()), m_formats(m_loaders) {
+Session::Session()
+    : m_loaders(MakeSceneLoaders(
+          [this](const std::string& path, WorkWatch* watch) { return ReadScene(path, watch); })),
+      m_formats(m_loaders) {
     RegisterDravinStorage(m_storage);
     m_host.SetUserInterface(MakeProgramInterface());
     RegisterDravinNodes(m_formats);

@@ -70,6 +70,7 @@ SceneFormats::SceneFormats(std::shared_ptr<ISceneLoaders> loaders) : m_loaders(s
     RegisterHostMaterials(*this);
     RegisterMeshTypes(*this);
     RegisterHeightfieldType(*this);
+    RegisterExternalType(*this);
     RegisterOtherTypes(*this);
     RegisterHostModifiers(*this);
 }

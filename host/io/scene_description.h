@@ -67,6 +67,14 @@ struct PointCacheLoad {
     std::string warning;  // empty: none
 };
 
+// Another scene, or why there is none.
+struct ExternalSceneLoad {
+    std::shared_ptr<Scene> scene;  // null with a reason in `error`
+    std::string error;
+    DescriptionErrorClass errorClass = DescriptionErrorClass::kMalformed;
+    std::vector<std::string> warnings;
+};
+
 // Makes what a description only names. Files are resolved paths of regular files that exist.
 class ISceneLoaders {
 public:
@@ -81,6 +89,9 @@ public:
                                             double metresPerUnit) = 0;
     virtual PointCacheLoad LoadPointCache(const PointCacheOrigin& origin, double unitScale,
                                           int ticksPerFrame) = 0;
+    // The scene of another scene file, whose objects are shown from there; the same one for all
+    // that ask for a file while any of them keeps it.
+    virtual ExternalSceneLoad LoadScene(const std::string& path, WorkWatch* watch);
     virtual std::shared_ptr<const Mesh> MakePrimitive(const PrimitiveOrigin& origin) = 0;
     virtual TexmapLoad MakeTexmap(const TexmapDescription& description) = 0;
     // The inverse of MakeTexmap; false for a map of another kind.

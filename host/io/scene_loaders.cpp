@@ -9,6 +9,7 @@
 #include "host/scene/texmaps.h"
 
 #include <map>
+#include <optional>
 #include <tuple>
 
 namespace {
@@ -41,6 +42,14 @@ Mesh MakeShape(const PrimitiveOrigin& o) {
 
 class SceneLoaders : public ISceneLoaders {
 public:
+    explicit SceneLoaders(SceneOpener openScene) {
+        if (openScene) m_scenes.emplace(std::move(openScene));
+    }
+
+    ExternalSceneLoad LoadScene(const std::string& path, WorkWatch* watch) override {
+        return m_scenes ? m_scenes->Load(path, watch) : ISceneLoaders::LoadScene(path, watch);
+    }
+
     // One object of a file, or all joined. Nodes that name the same share one mesh.
     LoadedModel LoadMesh(const FileOrigin& origin, double unitScale, const std::string& folder,
                          const WorkWatch* watch) override {
@@ -132,6 +141,7 @@ private:
     using ModelKey =
         std::tuple<std::string, std::string, std::optional<UpAxis>, bool, double, std::string>;
     std::map<ModelKey, LoadedModel> m_models;
+    std::optional<ExternalScenes> m_scenes;
 
     // Nodes that ask for the same terrain share one as long as any of them lives.
     struct KnownHeights {
@@ -190,4 +200,6 @@ private:
 
 }  // namespace
 
-std::shared_ptr<ISceneLoaders> MakeSceneLoaders() { return std::make_shared<SceneLoaders>(); }
+std::shared_ptr<ISceneLoaders> MakeSceneLoaders(SceneOpener openScene) {
+    return std::make_shared<SceneLoaders>(std::move(openScene));
+}

@@ -28,5 +28,6 @@ void RegisterHostMaterials(SceneFormats& formats);
 void RegisterHostTexmaps(SceneFormats& formats);
 void RegisterMeshTypes(SceneFormats& formats);
 void RegisterHeightfieldType(SceneFormats& formats);
+void RegisterExternalType(SceneFormats& formats);
 void RegisterOtherTypes(SceneFormats& formats);
 void RegisterHostModifiers(SceneFormats& formats);

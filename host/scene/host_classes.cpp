@@ -1,6 +1,7 @@
 #include "host/scene/host_classes.h"
 
 #include "host/scene/derived_object.h"
+#include "host/scene/external_object.h"
 #include "host/scene/layer.h"
 #include "host/scene/material.h"
 #include "host/scene/node.h"
@@ -20,6 +21,7 @@ void RegisterHostClasses(ClassRegistry& classes) {
     classes.Register(DescribeClass<ParticleObject>("particles", "Particles"));
     classes.Register(DescribeClass<DummyObject>("dummy", "Helpers"));
     classes.Register(DescribeClass<GroupObject>("group", "Helpers"));
+    classes.Register(DescribeClass<ExternalObject>("external", "Geometry"));
     classes.Register(DescribeClass<DerivedObject>("derived", "Modifiers"));
     classes.Register(DescribeClass<PointCacheModifier>("point_cache", "Modifiers"));
     classes.Register(DescribeClass<TransformController>("transform", "Controllers"));

@@ -19,8 +19,8 @@ class WorkWatch;
 struct StoredEntities {
     Scene& scene;
     ISceneLoaders& loaders;
-    std::string folder = {};           // of the file
-    const WorkWatch* watch = nullptr;  // null: nobody waits
+    std::string folder = {};     // of the file
+    WorkWatch* watch = nullptr;  // null: nobody waits
     std::vector<std::string> warnings = {};
     std::string error = {};  // the first one; empty: none
     DescriptionErrorClass errorClass = DescriptionErrorClass::kNone;

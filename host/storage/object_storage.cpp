@@ -1,6 +1,7 @@
 // Nodes' objects, modifiers, layers and shadow types.
 #include "host/geom/primitives.h"
-#include "host/io/scene_description.h"
+#include "host/io/external_scenes.h"
+#include "host/scene/external_object.h"
 #include "host/scene/height_field_object.h"
 #include "host/scene/layer.h"
 #include "host/scene/point_cache.h"
@@ -122,6 +123,25 @@ void VisitTerrain(Fields& fields, HeightFieldObject& terrain) {
             if (!load.field) return entities.Fail(load.error, load.errorClass);
             terrain.SetField(std::move(load.field));
         });
+}
+
+// Its file is opened when all else of this one stands, units among it.
+void ReadExternal(FieldReader& fields, ExternalObject& object) {
+    auto origin = std::make_shared<ExternalOrigin>();
+    fields.Path(1, origin->file);
+    fields(2, origin->object);
+    fields.WhenLoaded([&entities = fields.Entities(), &object, origin] {
+        if (origin->file.empty()) return;  // told already
+        auto shown = ShowExternal(
+            *origin, entities.loaders, entities.scene, entities.watch, &entities.warnings,
+            [&](const std::string& text, DescriptionErrorClass why) { entities.Fail(text, why); });
+        if (shown) object.ShowSameAs(*shown);
+    });
+}
+
+void WriteExternal(FieldWriter& fields, ExternalObject& object) {
+    fields.Path(1, object.Origin().file);
+    fields(2, object.Origin().object);
 }
 
 std::shared_ptr<HeightFieldObject> FlatTerrain() {
@@ -269,6 +289,12 @@ void RegisterObjectStorage(SceneStorage& storage) {
     storage.Register<HeightFieldObject>(
         [](auto& fields, HeightFieldObject& terrain) { VisitTerrain(fields, terrain); },
         FlatTerrain);
+    storage.Register<ExternalObject>([](auto& fields, ExternalObject& object) {
+        if constexpr (std::remove_reference_t<decltype(fields)>::kReads)
+            ReadExternal(fields, object);
+        else
+            WriteExternal(fields, object);
+    });
     storage.Register<ShapeObject>(
         [](auto& fields, ShapeObject& object) { fields(1, object.shape); });
     storage.Register<CameraObject>([](auto& fields, CameraObject& camera) {
