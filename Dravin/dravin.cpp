@@ -2,20 +2,8 @@
 
 #include <unordered_map>
 
-#include <fmt/format.h>
-
-#include "Dravin/build/custom_edit.h"
-#include "Dravin/build/dravin_build.h"
-#include "Dravin/build/invalidation.h"
-#include "Dravin/dravin_globals.h"
 #include "Dravin/list_restore.h"
-#include "Dravin/render/render_state.h"
-#include "Dravin/render/trees_interface.h"
-#include "Dravin/render/ui_interface.h"
-#include "host/base/log.h"
 #include "host/params/clone_map.h"
-#include "host/scene/host_context.h"
-#include "host/scene/scene.h"
 
 namespace {
 
@@ -47,11 +35,6 @@ int BlockOfSlot(int slot) {
 
 void TDravin::SetStoredItems(std::vector<TStoredItem> items) {
     ReplaceList(*this, m_storedItems, std::move(items), [this] { TellItemsChanged(); });
-}
-
-void TDravin::TellItemsChanged() {
-    Invalidate(TRemake::kItems);
-    NotifyDependents();
 }
 
 namespace {
@@ -90,19 +73,6 @@ std::span<const DravinCurveName> DravinCurveNames() { return kCurveNames; }
 
 std::shared_ptr<TDravin> TDravin::Create() { return std::make_shared<TDravin>(); }
 
-TDravin::TDravin() {
-    for (const ParamBlockDesc2& desc : DravinBlocks()) {
-        m_blocks.emplace_back(this);
-        m_blocks.back() = IParamBlock2::Create(desc, this);
-    }
-    for (int slot = 0; slot < kNumDravinSlots; ++slot) m_slots.emplace_back(this);
-    CreateCurveSets();
-    m_build = std::make_unique<TDravinBuild>(*this);
-    m_render = std::make_unique<TRenderState>(*this);
-}
-
-TDravin::~TDravin() = default;
-
 void TDravin::CreateCurveSets() {
     EnsureCurveSet(*this, kSlotCamDensityCurve, 1, kFalloff);
     EnsureCurveSet(*this, kSlotCamScaleCurve, 1, kFalloff);
@@ -114,11 +84,6 @@ void TDravin::CreateCurveSets() {
     EnsureCurveSet(*this, kSlotEffectCurves, 0, kFalloff).title = "Effect Curves";
     for (const DravinCurveName& curve : kCurveNames)
         if (curve.slot != kSlotSurfaceCurves) CurveSet(curve.slot)->title = curve.title;
-}
-
-FPInterface* TDravin::GetInterface(InterfaceId id) {
-    if (id == ITreesInterface::kId) return &m_render->Trees();
-    return id == IUInterface::kId ? &m_render->Ui() : nullptr;
 }
 
 TDravin::Param TDravin::FindParam(std::string_view name) {
@@ -149,33 +114,6 @@ void TDravin::CleanNodeLists() {
 }
 
 void TDravin::UpdatePanel(PanelUpdate what) { panelUpdate.Send(what); }
-
-bool TDravin::SwitchMode(int newMode, TimeValue t) {
-    ModeSwitch asked{newMode, t, {}};
-    modeSwitch.Send(asked);
-    if (asked.answer) return *asked.answer;
-    if (newMode == 0)
-        SetStoredItems({});
-    else
-        ConvertToCustomEdit(*this, t);
-    return true;
-}
-
-RefResult TDravin::NotifyRefChanged(const RefChange& change, ReferenceTarget* from) {
-    if (!m_build) return RefResult::kSucceed;  // still being made
-    bool hasSession = HostContext::Current() != nullptr;
-    if (hasSession && DravinGlobals().makingMaterial) return RefResult::kSucceed;
-    TChangeSource source{BlockIdOf(from)};
-    for (int slot = 0; slot < kNumDravinSlots; ++slot)
-        if (&m_slots[size_t(slot)] == change.slot) source.slot = slot;
-    TReaction reaction = ReactionTo(*this, change, source);
-    React(reaction);
-    bool surfaces = source.block == kSurfaceParams && (change.paramId == surfaceParams::kSurflist ||
-                                                       change.paramId == surfaceParams::kSurfmode);
-    INode* node = surfaces ? GetWorldNode(*this) : nullptr;
-    if (node && node->GetScene() && hasSession) SweepSurfaceCache(*node->GetScene());
-    return reaction.stops ? RefResult::kStop : RefResult::kSucceed;
-}
 
 std::shared_ptr<ReferenceTarget> TDravin::GetReference(int slot) const {
     if (slot < 0 || slot >= kNumDravinSlots) return nullptr;
@@ -229,30 +167,4 @@ std::shared_ptr<ReferenceTarget> TDravin::Clone(CloneMap& map) const {
     copy->specIdCounter = specIdCounter;
     copy->chooseMapSize = chooseMapSize;
     return copy;
-}
-
-void TDravin::Invalidate(TRemake what) {
-    m_build->Invalidate(what);
-    m_mesh = nullptr;
-    m_meshValidity = Interval::Never();
-}
-
-std::shared_ptr<const Mesh> TDravin::GetRenderMesh(TimeValue t) {
-    if (m_meshValidity.Contains(t)) return m_mesh;
-    if (IsBuilding()) return nullptr;
-    TDravinBuild build(*this);
-    TBuildFlags flags;
-    flags.render = flags.fileMesh = true;
-    build.BuildMesh(t, flags);
-    if (build.Status() != TBuildStatus::kSuccess) {
-        INode* node = GetWorldNode(*this);
-        std::string why = !build.Failure().empty()   ? build.Failure()
-                          : !build.Refusal().empty() ? build.Refusal()
-                                                     : build.Message()[0];
-        LogWarning(
-            fmt::format("{}: it shows nothing to others: {}", node ? node->GetName() : "", why));
-    }
-    m_mesh = build.ObjectMesh().IsBuilt() ? build.ObjectMesh().ShareMesh() : nullptr;
-    m_meshValidity = build.Validity();
-    return m_mesh;
 }

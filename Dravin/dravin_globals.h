@@ -2,10 +2,10 @@
 // create and drop it at will.
 #pragma once
 
-#include "Dravin/build/surface_cache.h"
 #include "Dravin/config/distmap_library.h"
 #include "Dravin/config/options.h"
 #include "Dravin/geometry/mesh_cache.h"
+#include "Dravin/geometry/surface_cache.h"
 #include "Dravin/geometry/template_list.h"
 
 // How scatter objects show themselves in viewports; files of scenes carry it.

@@ -3,10 +3,14 @@
 
 #include <set>
 
+#include <fmt/format.h>
+
+#include "Dravin/build/custom_edit.h"
+#include "Dravin/build/dravin_build.h"
 #include "Dravin/build/invalidation.h"
 #include "Dravin/dravin.h"
 #include "Dravin/dravin_globals.h"
-#include "Dravin/render/render_state.h"
+#include "host/base/log.h"
 #include "host/scene/host_context.h"
 #include "host/scene/scene.h"
 
@@ -77,14 +81,6 @@ std::shared_ptr<Object> TDravin::Evaluated(TimeValue t, Interval* valid) {
     return Object::Evaluated(t, valid);
 }
 
-Interval TDravin::ObjectValidity(TimeValue t) const {
-    if (m_meshValidity.Contains(t)) return m_meshValidity;
-    if (IsFrozen(t) && !updateState.updateOnce) return Interval::Forever();
-    Interval valid = m_build->Validity();
-    bool holds = valid.Contains(t) && !m_render->IsLeftBehind();
-    return holds ? valid : Interval::Instant(t);
-}
-
 void TDravin::RebuildNow(bool notify) {
     Invalidate(TRemake::kItems);
     const Scene* scene = SceneOf(*this);
@@ -108,6 +104,27 @@ void TDravin::RenderEnd(TimeValue) {
     m_build->ForgetView();
 }
 
+void TDravin::TellItemsChanged() {
+    Invalidate(TRemake::kItems);
+    NotifyDependents();
+}
+
+RefResult TDravin::NotifyRefChanged(const RefChange& change, ReferenceTarget* from) {
+    if (!m_build) return RefResult::kSucceed;  // still being made
+    bool hasSession = HostContext::Current() != nullptr;
+    if (hasSession && DravinGlobals().makingMaterial) return RefResult::kSucceed;
+    TChangeSource source{BlockIdOf(from)};
+    for (int slot = 0; slot < kNumDravinSlots; ++slot)
+        if (&m_slots[size_t(slot)] == change.slot) source.slot = slot;
+    TReaction reaction = ReactionTo(*this, change, source);
+    React(reaction);
+    bool surfaces = source.block == kSurfaceParams && (change.paramId == surfaceParams::kSurflist ||
+                                                       change.paramId == surfaceParams::kSurfmode);
+    INode* node = surfaces ? GetWorldNode(*this) : nullptr;
+    if (node && node->GetScene() && hasSession) SweepSurfaceCache(*node->GetScene());
+    return reaction.stops ? RefResult::kStop : RefResult::kSucceed;
+}
+
 void TDravin::React(const TReaction& reaction) {
     if (reaction.surfacesChanged) m_build->SetSurfacesChanged();
     if (reaction.dropsInternal) m_slots[kSlotInternal] = nullptr;
@@ -121,6 +138,43 @@ void TDravin::React(const TReaction& reaction) {
     if (atOnce && !IsFrozen(scene->GetTime())) RebuildNow(true);
     HostContext* session = HostContext::Current();
     if (reaction.redraws && session) session->RequestRedraw();
+}
+
+void TDravin::Invalidate(TRemake what) {
+    m_build->Invalidate(what);
+    m_mesh = nullptr;
+    m_meshValidity = Interval::Never();
+}
+
+bool TDravin::SwitchMode(int newMode, TimeValue t) {
+    ModeSwitch asked{newMode, t, {}};
+    modeSwitch.Send(asked);
+    if (asked.answer) return *asked.answer;
+    if (newMode == 0)
+        SetStoredItems({});
+    else
+        ConvertToCustomEdit(*this, t);
+    return true;
+}
+
+std::shared_ptr<const Mesh> TDravin::GetRenderMesh(TimeValue t) {
+    if (m_meshValidity.Contains(t)) return m_mesh;
+    if (IsBuilding()) return nullptr;
+    TDravinBuild build(*this);
+    TBuildFlags flags;
+    flags.render = flags.fileMesh = true;
+    build.BuildMesh(t, flags);
+    if (build.Status() != TBuildStatus::kSuccess) {
+        INode* node = GetWorldNode(*this);
+        std::string why = !build.Failure().empty()   ? build.Failure()
+                          : !build.Refusal().empty() ? build.Refusal()
+                                                     : build.Message()[0];
+        LogWarning(
+            fmt::format("{}: it shows nothing to others: {}", node ? node->GetName() : "", why));
+    }
+    m_mesh = build.ObjectMesh().IsBuilt() ? build.ObjectMesh().ShareMesh() : nullptr;
+    m_meshValidity = build.Validity();
+    return m_mesh;
 }
 
 void UpdateObject(TDravin& object) {

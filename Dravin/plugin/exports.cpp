@@ -1,6 +1,6 @@
 // The functions by which the host knows the plug-in, and those by which renderers take the
 // instances of a whole scene. Nothing else of the module is seen from outside.
-#include "Dravin/dravin_classes.h"
+#include "Dravin/assembly/dravin_classes.h"
 #include "Dravin/render/render_notices.h"
 #include "Dravin/render/scatter_proxies.h"
 #include "Dravin/render/vray_adapter.h"

@@ -12,8 +12,8 @@
 
 #include <fmt/format.h>
 
+#include "Dravin/assembly/dravin_classes.h"
 #include "Dravin/config/main_folder.h"
-#include "Dravin/dravin_classes.h"
 #include "Dravin/dravin_globals.h"
 #include "Dravin/geometry/lod_object.h"
 #include "Dravin/render/render_notices.h"

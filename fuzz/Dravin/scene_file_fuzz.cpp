@@ -1,5 +1,5 @@
 // Scene files: any bytes give a scene or an error, and what gave a scene can be saved.
-#include "Dravin/dravin_classes.h"
+#include "Dravin/assembly/dravin_classes.h"
 #include "Dravin/storage/dravin_storage.h"
 #include "host/io/scene_loaders.h"
 #include "host/scene/host_context.h"

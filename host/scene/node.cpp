@@ -1,7 +1,6 @@
 #include "host/scene/node.h"
 
 #include "host/scene/node_messages.h"
-#include "host/scene/scene.h"
 
 // What a node shows and where it stands; changes are in node_edits.cpp.
 

@@ -41,6 +41,17 @@ struct ObjectState {
 // Names a node in its scene for as long as the scene lives, and in its files; 0 for none.
 using NodeHandle = uint32_t;
 
+// Whom nodes of a scene tell of what it keeps for all of them.
+class INodeHome {
+public:
+    virtual void NodeRenamed(class INode& node, const std::string& oldName) = 0;
+    // Found or made.
+    virtual std::shared_ptr<Layer> ShareLayer(const std::string& name) = 0;
+
+protected:
+    ~INodeHome() = default;
+};
+
 class INode : public ReferenceTarget {
 public:
     static std::shared_ptr<INode> Create(std::string name,
@@ -162,6 +173,8 @@ private:
     Matrix3 WorldTM(TimeValue t, const Turning* turning, Interval* valid) const;
     // Sends the transform message for this node and everything below it.
     void NotifyTransform();
+    // Both of one scene; null for a loose node.
+    void StandIn(Scene* scene, INodeHome* home) { m_scene = scene, m_home = home; }
     // The plain changes, without undo.
     void PutName(const std::string& name);
     void PutLayer(const std::string& layer);
@@ -171,6 +184,7 @@ private:
 
     std::string m_name;
     Scene* m_scene = nullptr;
+    INodeHome* m_home = nullptr;
     INode* m_parent = nullptr;
     NodeHandle m_handle = 0;
     bool m_selected = false;

@@ -4,13 +4,12 @@
 #include "host/base/text.h"
 #include "host/scene/node.h"
 #include "host/scene/node_messages.h"
-#include "host/scene/scene.h"
 
 // --- name, layer, user properties
 
 void INode::PutName(const std::string& name) {
     std::string old = std::exchange(m_name, name);
-    if (m_scene) m_scene->NodeRenamed(*this, old);
+    if (m_home) m_home->NodeRenamed(*this, old);
     NotifyDependents({RefMessage::kNodeNameChanged});
 }
 
@@ -25,7 +24,7 @@ void INode::SetName(const std::string& name) {
 
 void INode::PutLayer(const std::string& layer) {
     m_layer = layer;
-    m_sceneLayer = m_scene ? m_scene->ShareLayer(layer) : nullptr;
+    m_sceneLayer = m_home ? m_home->ShareLayer(layer) : nullptr;
     NotifyDependents();
 }
 

@@ -50,7 +50,7 @@ void SetEntry(Scene& scene, std::map<std::string, std::shared_ptr<T>>& map, cons
 }  // namespace
 
 Scene::Scene() : m_root(INode::Create("Scene Root")) {
-    m_root->m_scene = this;
+    m_root->StandIn(this, this);
     MakeLayer("0");
 }
 
@@ -63,7 +63,7 @@ Scene::~Scene() {
     for (INode* node : m_nodes) node->m_object = nullptr;
     for (INode* node : std::vector<INode*>(m_nodes)) {
         node->NotifyDeleted();
-        node->m_scene = nullptr;
+        node->StandIn(nullptr, nullptr);
     }
     for (INode* node : m_nodes) node->m_parent = nullptr;
 }
@@ -190,14 +190,14 @@ void Scene::TakeOut(INode& node) {
 }
 
 void Scene::Enter(INode& node) {
-    node.m_scene = this;
+    node.StandIn(this, this);
     InsertByHandle(m_nodes, &node);
     InsertByHandle(m_byName[node.m_name], &node);
     node.m_sceneLayer = ShareLayer(node.m_layer);
 }
 
 void Scene::Leave(INode& node) {
-    node.m_scene = nullptr;
+    node.StandIn(nullptr, nullptr);
     node.m_sceneLayer = nullptr;
     RemoveByHandle(m_nodes, &node);
     RemoveByHandle(m_byName[node.m_name], &node);

@@ -44,7 +44,7 @@ struct TimeRange {
     friend bool operator==(const TimeRange&, const TimeRange&) = default;
 };
 
-class Scene : public ReferenceMaker {
+class Scene : public ReferenceMaker, private INodeHome {
 public:
     Scene();
     ~Scene();
@@ -118,7 +118,7 @@ public:
     void SetMaterial(const std::string& name, std::shared_ptr<Mtl> mtl);
 
     Layer& MakeLayer(const std::string& name);  // found or made
-    std::shared_ptr<Layer> ShareLayer(const std::string& name);
+    std::shared_ptr<Layer> ShareLayer(const std::string& name) override;
     Layer* FindLayer(const std::string& name) const;
     const std::map<std::string, std::shared_ptr<Layer>>& Layers() const { return m_layers; }
 
@@ -126,7 +126,7 @@ private:
     friend class INode;
     // number: the first that may be free; in the end the one given.
     std::string UniqueNodeName(const std::string& name, int* number) const;
-    void NodeRenamed(INode& node, const std::string& oldName);
+    void NodeRenamed(INode& node, const std::string& oldName) override;
     void RecordPresence(INode& node, bool isIn);
     void Enter(INode& node);
     void Leave(INode& node);

@@ -5,7 +5,7 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
-#include "Dravin/dravin_classes.h"
+#include "Dravin/assembly/dravin_classes.h"
 #include "Dravin/storage/dravin_storage.h"
 #include "host/base/text.h"
 #include "host/geom/mesh_tools.h"

@@ -8,8 +8,8 @@
 
 #include <filesystem>
 
+#include "Dravin/assembly/dravin_classes.h"
 #include "Dravin/dravin.h"
-#include "Dravin/dravin_classes.h"
 #include "Dravin/storage/dravin_storage.h"
 #include "host/io/scene_loaders.h"
 #include "host/params/clone_map.h"

@@ -1,4 +1,4 @@
-#include "Dravin/build/surface_cache.h"
+#include "Dravin/geometry/surface_cache.h"
 
 #include <gtest/gtest.h>
 

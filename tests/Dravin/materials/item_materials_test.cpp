@@ -3,7 +3,7 @@
 
 #include <set>
 
-#include "Dravin/dravin_classes.h"
+#include "Dravin/assembly/dravin_classes.h"
 #include "Dravin/materials/edge_map.h"
 #include "Dravin/materials/tint_map.h"
 #include "Dravin/materials/wrapper_material.h"

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "Dravin/dravin_classes.h"
+#include "Dravin/assembly/dravin_classes.h"
 #include "host/scene/host_context.h"
 #include "host/scene/scene.h"
 #include "tests/host/io/scene_testing.h"

@@ -1,7 +1,7 @@
 // Writes the records of the grove to standard output: the scatter system linked into the program.
 #include <cstdio>
 
-#include "Dravin/dravin_classes.h"
+#include "Dravin/assembly/dravin_classes.h"
 #include "Dravin/render/render_notices.h"
 #include "host/scene/host_context.h"
 #include "tests/Dravin/plugin/grove.h"

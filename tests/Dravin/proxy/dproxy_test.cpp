@@ -1,6 +1,6 @@
 #include "Dravin/proxy/dproxy.h"
 
-#include "Dravin/dravin_classes.h"
+#include "Dravin/assembly/dravin_classes.h"
 #include "host/params/class_registry.h"
 #include "tests/Dravin/build/scatter_fixture.h"
 

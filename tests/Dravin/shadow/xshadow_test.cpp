@@ -5,7 +5,7 @@
 
 #include <cmath>
 
-#include "Dravin/dravin_classes.h"
+#include "Dravin/assembly/dravin_classes.h"
 #include "Dravin/materials/wrapper_material.h"
 #include "Dravin/shadow/face_blanking.h"
 #include "Dravin/shadow/opacity_tables.h"

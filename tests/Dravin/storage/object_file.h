@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include "Dravin/assembly/dravin_classes.h"
 #include "Dravin/dravin.h"
-#include "Dravin/dravin_classes.h"
 #include "Dravin/dravin_globals.h"
 #include "Dravin/storage/dravin_storage.h"
 #include "Dravin/storage/object_chunks.h"

@@ -1,4 +1,4 @@
-#include "Dravin/dravin_classes.h"
+#include "Dravin/assembly/dravin_classes.h"
 
 #include "Dravin/dravin.h"
 #include "Dravin/geometry/lod_object.h"
