@@ -5,7 +5,7 @@ include(GNUInstallDirs)
 set(CMAKE_INSTALL_DOCDIR ${CMAKE_INSTALL_DATADIR}/doc/dravin)
 
 install(TARGETS dravin RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(TARGETS dravin_import RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/dravin)
+install(TARGETS dravin_import dravin_plugin_info RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/dravin)
 # Where the program looks, whatever the distribution calls its folder of libraries.
 install(TARGETS dravin_images LIBRARY DESTINATION lib/dravin)
 # The system as a plug-in, beside the host that it shares with the program that loads it.

@@ -21,8 +21,9 @@ struct ProgramRun {
 };
 
 struct ProgramLimits {
-    size_t memoryBytes = 0;     // address space; 0: no limit
-    int killAfterMs = 0;        // SIGTERM after so long; 0: never
+    size_t memoryBytes = 0;  // address space; 0: no limit
+    int killAfterMs = 0;     // a signal after so long; 0: never
+    int killSignal = SIGTERM;
     std::string out = {};       // device for standard output; empty: collected
     bool closeResults = false;  // standard output is closed
     bool closeErrors = false;   // standard error is closed
@@ -55,7 +56,7 @@ inline ProgramRun RunProgram(const std::vector<std::string>& arguments, const st
     }
     if (limits.killAfterMs) {
         usleep(useconds_t(limits.killAfterMs) * 1000);
-        kill(pid, SIGTERM);
+        kill(pid, limits.killSignal);
     }
     int status = 0;
     while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {

@@ -11,7 +11,6 @@
 #include "Dravin/build/density_loader.h"
 #include "Dravin/build/dravin_instances.h"
 #include "Dravin/build/input_maker.h"
-#include "Dravin/build/mesh_source.h"
 #include "Dravin/dravin.h"
 #include "Dravin/dravin_globals.h"
 #include "Dravin/engine/build_items.h"
@@ -461,15 +460,4 @@ bool TDravinBuild::RendersMesh(TimeValue t) const {
         (shadows.GetBool(shadowParams::kVshadow, t) || shadows.GetBool(shadowParams::kHshadow, t));
     return hasPlanes || display.GetInt(dispParams::kRendermode, t) == kRenderMeshes ||
            display.GetInt(dispParams::kRmesh, t) == kProxyMesh;
-}
-
-std::vector<std::unique_ptr<IInstanceSource>> TDravinBuild::MakeOwnSources() {
-    std::vector<std::unique_ptr<IInstanceSource>> sources;
-    bool hasMesh = !m_flags.noMesh && RendersMesh(m_time) && m_mesh.IsBuilt();
-    if (hasMesh) sources.push_back(std::make_unique<TDravinMeshSource>(m_object, *this));
-    auto rest = std::make_unique<TDravinInstances>(m_object, *this, m_objectTM,
-                                                   m_flags.unprotected ? UINT64_MAX : FreeMemory(),
-                                                   TInstancesOf::kOwnItems);
-    if (rest->NumInstances() > 0 || !rest->Refusal().empty()) sources.push_back(std::move(rest));
-    return sources;
 }

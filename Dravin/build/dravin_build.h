@@ -124,11 +124,8 @@ public:
     std::unique_ptr<IInstanceSource> MakeInstanceSource() const;
     // Whether renderers take the object mesh at time t: where the object asks for meshes
     // (`rendermode`), shows proxy shapes, or has shadow planes for billboards. Builds for renderers
-    // need no mesh otherwise.
+    // that instance templates too need no mesh otherwise.
     bool RendersMesh(TimeValue t) const;
-    // What the object shows of itself, beside the nodes that renderers instance: its mesh, and
-    // templates as instances where they stand in no mesh.
-    std::vector<std::unique_ptr<IInstanceSource>> MakeOwnSources();
 
     // Geometry of the areas, kept for the next build.
     TAreaCache& Areas() { return m_areas; }

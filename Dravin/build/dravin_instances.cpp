@@ -17,22 +17,10 @@ std::shared_ptr<const Mesh> AtRealSize(const TDravinMeshSample& sample, const Ma
     return std::make_shared<Mesh>(TransformedMesh(*sample.Source(), toReal));
 }
 
-// Custom objects are nodes of the scene, which renderers instance.
-bool IsNode(const TSpecBuildNode& node) {
-    return node.entry.kind == kGeomCustom && node.source != nullptr;
-}
-
-bool HasOwnSources(const TSpecBuildList& specimens) {
-    for (size_t row = 0; row < specimens.NumRows(); ++row)
-        for (const TSpecBuildNode& node : specimens.Row(row).nodes)
-            if (!IsNode(node) && node.sample->Source()) return true;
-    return false;
-}
-
 }  // namespace
 
 TDravinInstances::TDravinInstances(const TDravin& object, const TDravinBuild& build,
-                                   const Matrix3& objectTM, uint64_t cutMemory, TInstancesOf which)
+                                   const Matrix3& objectTM, uint64_t cutMemory)
     : m_build(build), m_cuts(cutMemory), m_node(GetWorldNode(object)), m_objectTM(objectTM) {
     if (m_node) m_name = m_node->GetName();
     if (!build.Input()) return;
@@ -44,12 +32,11 @@ TDravinInstances::TDravinInstances(const TDravin& object, const TDravinBuild& bu
         m_rows.push_back({&specimen, samples, {}});
         m_rows.back().prototypes.assign(specimen.nodes.size() * samples, kNotMade);
     }
-    if (which == TInstancesOf::kOwnItems && !HasOwnSources(build.Specimens())) return;
     CutPrototypes cuts;
     TDravinItem item;
     for (size_t i = 0; i < build.Items().Count(); ++i) {
         build.Items().ReadStored(i, &item, 0);
-        if (!Shows(item, i, which)) continue;
+        if (item.discarded) continue;
         uint32_t prototype = MakeWholePrototype(item);
         if (prototype != kNone && item.partial) {
             uint32_t cut = CutPrototypeOf(i, prototype, cuts);
@@ -58,15 +45,6 @@ TDravinInstances::TDravinInstances(const TDravin& object, const TDravinBuild& bu
         }
         if (prototype != kNone) m_items.push_back(uint32_t(i));
     }
-}
-
-bool TDravinInstances::Shows(const TDravinItem& item, size_t i, TInstancesOf which) const {
-    if (item.discarded) return false;
-    if (which == TInstancesOf::kAllItems) return true;
-    const TObjectMesh& mesh = m_build.ObjectMesh();
-    if (mesh.IsBuilt() && mesh.Ranges()[i].IsMeshed()) return false;
-    const TSpecBuildNode* node = m_build.Specimens().NodeOf(item);
-    return node && !IsNode(*node);
 }
 
 const TDravinInstances::Row* TDravinInstances::RowOf(const TDravinItem& item) const {

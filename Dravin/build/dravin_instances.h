@@ -19,16 +19,11 @@
 #include "Dravin/materials/shaded_items.h"
 #include "host/scene/instance_source.h"
 
-enum class TInstancesOf {
-    kAllItems,
-    kOwnItems,  // without those in the object mesh, and those that renderers take as nodes
-};
-
 class TDravinInstances : public IInstanceSource, public IShadedItems {
 public:
     // cutMemory: bytes that meshes without hidden elements may take together.
     TDravinInstances(const TDravin& object, const TDravinBuild& build, const Matrix3& objectTM,
-                     uint64_t cutMemory = UINT64_MAX, TInstancesOf which = TInstancesOf::kAllItems);
+                     uint64_t cutMemory = UINT64_MAX);
 
     std::string Refusal() const override;
     std::string SourceName() const override { return m_name; }
@@ -78,7 +73,6 @@ private:
 
     // Where the row's list has the whole source that an item shows; null without rows.
     const Row* RowOf(const TDravinItem& item) const;
-    bool Shows(const TDravinItem& item, size_t i, TInstancesOf which) const;
     static size_t PlaceInRow(const Row& row, const TDravinItem& item);
     uint32_t WholePrototypeOf(const TDravinItem& item) const;
     uint32_t MakeWholePrototype(const TDravinItem& item);

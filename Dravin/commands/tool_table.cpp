@@ -156,6 +156,25 @@ void AddPresetCommands(TCommandTable& table) {
                TCommandTarget::kObject,
                {name, file},
                OnPreset([](TPresetCommands& p, const std::string& n) { return p.Delete(n); })});
+    table.Add(
+        {"preset.export",
+         "",
+         "Writes the object's parameters as a file of one preset, named as the file is; gives "
+         "whether it did.",
+         TCommandTarget::kObject,
+         {{"to", Kind::kText, "the file, ending with .ope (default: asks for it)"}},
+         [](TCommandCall& call) {
+             return TCommandResult::Value(ParamInput(Presets(call).Export(call.Text("to"))));
+         }});
+    table.Add({"preset.import",
+               "",
+               "Gives the object the values of the first preset of a file; gives whether it did.",
+               TCommandTarget::kObject,
+               {{"from", Kind::kText, "the file (default: asks for it)"}},
+               [](TCommandCall& call) {
+                   return TCommandResult::Value(
+                       ParamInput(Presets(call).Import(call.Text("from"))));
+               }});
 }
 
 void AddToolCommands(TCommandTable& table) {

@@ -160,8 +160,11 @@ bool FillSlots(MultiMtl& multi, const MaterialList& materials, TSpecBuildList& s
 }
 
 bool HasCustomRow(const TSpecBuildList& specimens) {
-    for (size_t row = 0; row < specimens.NumRows(); ++row)
-        if (specimens.Row(row).nodes.front().entry.kind == kGeomCustom) return true;
+    for (size_t row = 0; row < specimens.NumRows(); ++row) {
+        const TSpecBuild& specimen = specimens.Row(row);
+        // Levels may show templates; the row names the object that has them.
+        if (specimen.lod || specimen.nodes.front().entry.kind == kGeomCustom) return true;
+    }
     return false;
 }
 

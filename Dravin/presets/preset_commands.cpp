@@ -56,19 +56,20 @@ bool TPresetCommands::Delete(const std::string& name) {
     return Finish(result, result.error, kCaption);
 }
 
-bool TPresetCommands::Export() {
-    std::optional<std::string> path =
-        User().PickFile({"Export Dravin preset", true, {}, {kEnding}});
-    if (!path) return false;
-    if (!path->ends_with(kEnding)) *path += kEnding;
-    return Finish(ExportDravinPreset(m_object, *path), "Error saving preset", "Export Preset");
+bool TPresetCommands::Export(std::string path) {
+    if (path.empty()) {
+        path = User().PickFile({"Export Dravin preset", true, {}, {kEnding}}).value_or("");
+        if (path.empty()) return false;
+    }
+    if (!path.ends_with(kEnding)) path += kEnding;
+    return Finish(ExportDravinPreset(m_object, path), "Error saving preset", "Export Preset");
 }
 
-bool TPresetCommands::Import() {
-    std::optional<std::string> path =
-        User().PickFile({"Import Dravin preset", false, {}, {kEnding}});
-    if (!path) return false;
+bool TPresetCommands::Import(std::string path) {
+    if (path.empty())
+        path = User().PickFile({"Import Dravin preset", false, {}, {kEnding}}).value_or("");
+    if (path.empty()) return false;
     std::string first;
-    return Finish(LoadDravinPreset(m_object, &first, *path), "Error loading preset",
+    return Finish(LoadDravinPreset(m_object, &first, path), "Error loading preset",
                   "Import Preset");
 }

@@ -19,10 +19,11 @@ public:
     bool Choose(const std::string& name);
     bool Save(const std::string& name);
     bool Delete(const std::string& name);
-    // Asks for the file; the preset takes the file's base name.
-    bool Export();
-    // Asks for the file, and loads its first preset.
-    bool Import();
+    // Writes a file of one preset, which takes the file's base name; ".ope" is added where the path
+    // has another ending. Asks for the file where none is given.
+    bool Export(std::string path = {});
+    // Loads the first preset of a file, which it asks for where none is given.
+    bool Import(std::string path = {});
 
 private:
     bool Finish(const PresetResult& result, const std::string& failure, const char* caption);

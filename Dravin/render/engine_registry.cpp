@@ -1,6 +1,7 @@
 #include "Dravin/render/engine_registry.h"
 
 #include "host/scene/host_context.h"
+#include "host/scene/renderers.h"
 
 TEngineRegistry& TEngineRegistry::Current() {
     return HostContext::Current()->State<TEngineRegistry>();
@@ -19,4 +20,10 @@ const TDravinEngine* TEngineRegistry::Find(ClassId renderer) const {
     for (const TDravinEngine& engine : m_engines)
         if (engine.classA == renderer.a && engine.classB == renderer.b) return &engine;
     return nullptr;
+}
+
+TDravinEngine TEngineRegistry::OfCurrentRenderer() {
+    const TDravinEngine* engine =
+        HostContext::Current() ? Current().Find(CurrentRendererId()) : nullptr;
+    return engine ? *engine : TDravinEngine{};
 }

@@ -11,6 +11,8 @@
 struct TDravinEngine {
     uint32_t classA = 0, classB = 0;
     uint32_t version = 0;  // of instance records; 0 until the renderer sets it
+    // 1: it instances the nodes of templates as it does those of custom objects, so that objects
+    // make a mesh only of what no node shows.
     uint8_t flag = 0;
     uint8_t padding[3]{};
 };
@@ -28,6 +30,9 @@ public:
     TDravinEngine& Register(ClassId renderer);
     // Null when there is none.
     const TDravinEngine* Find(ClassId renderer) const;
+    // What the session's production renderer told; without a session, and where it told nothing, an
+    // engine of version 0.
+    static TDravinEngine OfCurrentRenderer();
     const std::vector<TDravinEngine>& Engines() const { return m_engines; }
 
 private:

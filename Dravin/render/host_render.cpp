@@ -1,5 +1,6 @@
 #include "Dravin/render/host_render.h"
 
+#include "Dravin/build/mesh_source.h"
 #include "Dravin/dravin.h"
 #include "Dravin/render/pack_interface.h"
 #include "Dravin/render/render_node_source.h"
@@ -7,7 +8,8 @@
 #include "host/base/memory_size.h"
 
 TBuildStatus THostRender::Begin(TimeValue t) {
-    uint32_t features[3] = {TDravinInstanceV512::kVersion, 0, 0};
+    constexpr uint32_t kDrawsTemplates = 1;
+    uint32_t features[3] = {TDravinInstanceV512::kVersion, kDrawsTemplates, 0};
     TDravinPackInterface::Current().setEngineFeatures(features);
     TreesOf(*m_object)->IDravinRenderBegin(t);
     m_hasBegun = true;
@@ -16,7 +18,9 @@ TBuildStatus THostRender::Begin(TimeValue t) {
 
 std::vector<std::unique_ptr<IInstanceSource>> THostRender::TakeSources() {
     TDravinBuild& build = m_object->Build();
-    std::vector<std::unique_ptr<IInstanceSource>> sources = build.MakeOwnSources();
+    std::vector<std::unique_ptr<IInstanceSource>> sources;
+    if (build.ObjectMesh().IsBuilt())
+        sources.push_back(std::make_unique<TDravinMeshSource>(*m_object, build));
     auto nodes = std::make_unique<TRenderNodeSource>(
         *m_object, build.Flags().unprotected ? UINT64_MAX : FreeMemory());
     if (nodes->NumInstances() > 0 || !nodes->Refusal().empty()) sources.push_back(std::move(nodes));

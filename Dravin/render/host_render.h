@@ -1,8 +1,9 @@
 // A scatter object in a picture of the host's own renderers: the seat between the published
 // interface and what they draw.
 //
-// They use it as any other renderer does: tell that they read records of version 512, begin, take
-// the nodes, end. What an object shows beside its nodes (its mesh, templates) comes with them.
+// They use it as any other renderer does: tell that they read records of version 512 and instance
+// templates too, begin, take the nodes, end. Items without a node stand in the object's own mesh,
+// which is drawn as that of any node.
 //
 //     THostRender render(object);
 //     if (render.Begin(time) == TBuildStatus::kSuccess) sources = render.TakeSources();

@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include "Dravin/dravin.h"
-#include "Dravin/render/record_maker.h"
 #include "host/base/log.h"
 
 namespace {
@@ -38,7 +37,7 @@ template <class Record>
 void* TDravinRenderNodeGenerator<Record>::Generate(TDravin& object, int32_t* count) {
     m_object = &object;
     m_stamp = object.Build().BuildNumber();
-    TRecordMaker maker(object, object.Build(), TRecordsOf::kAllItems);
+    TRecordMaker maker(object, object.Build(), TRecordsOf::kAllItems, m_nodes);
     *count = int32_t(maker.Count());
     if (maker.Count() == 0) return nullptr;
     m_count = 0;  // until all stand: memory may run out

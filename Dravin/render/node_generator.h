@@ -9,6 +9,7 @@
 #include <cstdint>
 
 #include "Dravin/render/instance_records.h"
+#include "Dravin/render/record_maker.h"
 #include "host/base/huge_buffer.h"
 
 class TDravin;
@@ -30,11 +31,15 @@ public:
     // 0, and the arrays before stay, where there are none.
     virtual void* Generate(TDravin& object, int32_t* count) = 0;
 
+    // Whose nodes the records name from now on.
+    void SetNodes(TNodesOf nodes) { m_nodes = nodes; }
+
     // Bytes of both arrays.
     size_t BytesHeld() const { return m_records.Bytes() + m_items.Bytes(); }
 
 protected:
     TDravin* m_object = nullptr;
+    TNodesOf m_nodes = TNodesOf::kCustomObjects;
     uint64_t m_stamp = 0;  // number of the build
     HugeBuffer m_records;
     HugeBuffer m_items;  // numbers of the records' items

@@ -57,14 +57,15 @@ inline bool TRecordMaker::Has(const TItemColumns& columns, size_t k, size_t item
     return SourceOf(RowOf(columns.specimenIndex[k]), marks.elementIndex) && !IsMeshed(item);
 }
 
-TRecordMaker::TRecordMaker(const TDravin& object, const TDravinBuild& build, TRecordsOf which)
+TRecordMaker::TRecordMaker(const TDravin& object, const TDravinBuild& build, TRecordsOf which,
+                           TNodesOf nodes)
     : m_build(build), m_which(which) {
     bool asMeshes =
         object.Block(kDispParams).GetInt(dispParams::kRendermode, build.Time()) == kRenderMeshes;
     if (asMeshes || !build.Input() || build.Specimens().NumRows() == 0) return;
     m_scaleOnSlope = build.Input()->transforms.scaleOnSlope;
     if (build.ObjectMesh().IsBuilt()) m_ranges = build.ObjectMesh().Ranges().data();
-    ReadRows();
+    ReadRows(nodes);
     m_firstRecord.assign((build.Items().Count() + kRange - 1) / kRange, 0);
     ForEachRange([this](size_t range, size_t first, size_t last) {
         size_t count = 0;
@@ -80,7 +81,7 @@ TRecordMaker::TRecordMaker(const TDravin& object, const TDravinBuild& build, TRe
     for (size_t& first : m_firstRecord) m_count += std::exchange(first, m_count);
 }
 
-void TRecordMaker::ReadRows() {
+void TRecordMaker::ReadRows(TNodesOf nodes) {
     const TSpecBuildList& specimens = m_build.Specimens();
     size_t numSources = 0;
     for (size_t r = 0; r < specimens.NumRows(); ++r) numSources += specimens.Row(r).nodes.size();
@@ -90,7 +91,8 @@ void TRecordMaker::ReadRows() {
         m_rows.push_back({m_sources.data() + m_sources.size(), row.nodes.size(), &row});
         for (const TSpecBuildNode& node : row.nodes) {
             Source source;
-            if (node.entry.kind == kGeomCustom && node.source) {
+            bool isWanted = nodes == TNodesOf::kTemplatesToo || node.entry.kind == kGeomCustom;
+            if (isWanted && node.source) {
                 source.node = node.source.get();
                 source.material =
                     node.entry.material ? node.entry.material.get() : node.source->GetMtl();

@@ -2,8 +2,9 @@
 // scatter proxies of a whole scene.
 //
 // A record belongs to an item that is not discarded. It names a node where the item shows a custom
-// object that does not stand in the object's mesh; otherwise all of it is zero. Records are written
-// by all threads, each a range of items of its own.
+// object, or a template where those are wanted as nodes too, that does not stand in the object's
+// mesh; otherwise all of it is zero. Records are written by all threads, each a range of items of
+// its own.
 #pragma once
 
 #include <vector>
@@ -16,10 +17,14 @@ enum class TRecordsOf {
     kShownItems,  // only items that are shown through a node
 };
 
+// Whose nodes records name.
+enum class TNodesOf { kCustomObjects, kTemplatesToo };
+
 class TRecordMaker {
 public:
     // The build must stay as it is. which: of the items that are not discarded.
-    TRecordMaker(const TDravin& object, const TDravinBuild& build, TRecordsOf which);
+    TRecordMaker(const TDravin& object, const TDravinBuild& build, TRecordsOf which,
+                 TNodesOf nodes = TNodesOf::kCustomObjects);
     TRecordMaker(TRecordMaker&&) = default;  // rows point to sources, which stay where they are
 
     // Records that there will be. Zero where the object is rendered as meshes.
@@ -46,7 +51,7 @@ private:
     template <class Record>
     class Piece;
 
-    void ReadRows();
+    void ReadRows(TNodesOf nodes);
     bool Has(const TItemColumns& columns, size_t k, size_t item) const;
     const Row& RowOf(int32_t specimenIndex) const;
     // The one that an item shows; null where that has no node.

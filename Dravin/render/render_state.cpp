@@ -31,7 +31,7 @@ TBuildFlags RenderFlags(const TDravinBuild& build, TimeValue t) {
     const Renderers& renderers = session->State<Renderers>();
     flags.noLimit = flags.unprotected = renderers.wish.noLimit;
     flags.forceThreads = renderers.wish.threads;
-    flags.noMesh = renderers.Current().takesInstances && !build.RendersMesh(t);
+    flags.noMesh = TEngineRegistry::OfCurrentRenderer().flag && !build.RendersMesh(t);
     return flags;
 }
 
@@ -61,16 +61,15 @@ bool TRenderState::IsRendering() const { return m_object.updateState.isRendering
 
 void TRenderState::Begin(TimeValue t) {
     Log(LogKind::kNormal, "IDravinRenderBegin");
-    ClassId renderer = CurrentRendererId();
-    const TDravinEngine* engine =
-        HostContext::Current() ? TEngineRegistry::Current().Find(renderer) : nullptr;
-    bool reads512 = engine && engine->version >= TDravinInstanceV512::kVersion;
+    TDravinEngine engine = TEngineRegistry::OfCurrentRenderer();
+    bool reads512 = engine.version >= TDravinInstanceV512::kVersion;
     if (m_generator) m_generator->Clear();  // of a render that never ended
     m_generator = reads512 ? static_cast<TDravinBaseNodeGenerator*>(&m_nodesV512) : &m_nodesV1;
+    m_generator->SetNodes(engine.flag ? TNodesOf::kTemplatesToo : TNodesOf::kCustomObjects);
     m_object.updateState.isRendering = true;
     INode* node = ShownBy(m_object);
     if (node) CheckAutoCamera(m_object, *node->GetScene());
-    m_isInteractive = AsksForInteractive(renderer);
+    m_isInteractive = AsksForInteractive(CurrentRendererId());
     BuildForRender(t);
 }
 

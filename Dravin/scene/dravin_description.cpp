@@ -54,6 +54,7 @@ public:
         auto geometry = keys.Find("geometry"), areas = keys.Find("areas");
         auto effects = keys.Find("effects"), instances = keys.Find("instances");
         auto deltas = keys.Find("deltas");
+        object->chooseMapSize = keys.Bool("choose_map_size", false);
         context.WhenAllExist([=, &context] {
             if (params) ReadParams(*object, *params, context);
             ReadList(*object, geometry, kGeomParams, GeometryRowIds(), ReadGeometryRows, context);
@@ -99,6 +100,7 @@ public:
         Add(keys, "items", WriteItems(*dravin));
         Add(keys, "deltas", WriteDeltas(*dravin, writer));
         Add(keys, "instances", WriteInstances(*dravin, writer));
+        if (dravin->chooseMapSize) keys["choose_map_size"] = true;
         return true;
     }
 

@@ -90,6 +90,7 @@ void RegisterDravinStorage(SceneStorage& storage) {
         fields.Own(
             2, [&object](FieldWriter& out) { WriteDeltas(out, object); },
             [&object](FieldReader& in) { ReadDeltas(in, object); });
+        fields(3, object.chooseMapSize);
     });
     storage.Register<TCurveSet>([](auto& fields, TCurveSet& set) { VisitCurveSet(fields, set); },
                                 [] { return std::make_shared<TCurveSet>(); });

@@ -2,6 +2,7 @@
 #include "host/io/import_report.h"
 
 ExitCode RunInspect(const std::string& file, bool json) {
+    if (file.ends_with(".so")) return RunInspectPlugin(file, json);
     ImportedModel model;
     ImportError error;
     ImportOptions options;

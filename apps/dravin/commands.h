@@ -62,6 +62,8 @@ struct InfoOptions {
 ExitCode RunInfo(const InfoOptions& options);
 // The import report of a model file, as text or as JSON.
 ExitCode RunInspect(const std::string& file, bool json);
+// Of a plug-in module; the helper program loads it.
+ExitCode RunInspectPlugin(const std::string& file, bool json);
 // filter: a block's or parameter's name, or empty.
 ExitCode RunSchema(const std::string& filter, bool json);
 

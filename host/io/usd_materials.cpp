@@ -294,6 +294,7 @@ void UsdMaterials::Warn(const StandardMtl& material, const std::string& text) {
 void UsdMaterials::TellOfLeftOut(const StandardMtl& material) {
     if (material.translucency > 0) Warn(material, "its translucency is left out");
     if (material.reflectivity > 0) Warn(material, "its mirror is left out");
+    if (material.ripple > 0) Warn(material, "its ripples are left out");
     if (material.diffuseMap && !ImagedMap(material.diffuseMap))
         Warn(material, "noise is written as its middle colour");
     if (material.opacityMap && !ImagedMap(material.opacityMap))

@@ -25,6 +25,8 @@ std::string Problem(void* handle) {
 
 }  // namespace
 
+std::span<const char* const> PluginLibrary::EntryPoints() { return kEntryPoints; }
+
 std::unique_ptr<PluginLibrary> PluginLibrary::Load(const std::string& path, std::string* error) {
     void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!handle) {

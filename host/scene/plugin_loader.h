@@ -44,6 +44,9 @@ public:
     PluginLibrary(const PluginLibrary&) = delete;
     PluginLibrary& operator=(const PluginLibrary&) = delete;
 
+    // The functions that every module exports.
+    static std::span<const char* const> EntryPoints();
+
     const std::string& Path() const { return m_path; }
     std::string Description() const;
     int NumberClasses() const;

@@ -5,7 +5,7 @@
 #include "host/scene/host_context.h"
 
 Renderers::Renderers()
-    : m_renderers{{kRayTracerId, "Ray Tracer", true}, {kScanlineRendererId, "Scanline", true}} {}
+    : m_renderers{{kRayTracerId, "Ray Tracer"}, {kScanlineRendererId, "Scanline"}} {}
 
 bool Renderers::Register(RendererInfo renderer) {
     if (!renderer.id || Find(renderer.id)) return false;

@@ -17,9 +17,6 @@ inline constexpr ClassId kScanlineRendererId{0x3d1c0202, 0x52a7};
 struct RendererInfo {
     ClassId id;
     std::string name;
-    // It asks objects for instances of their own geometry too (IInstanceSource): they need no mesh
-    // of what such instances can show.
-    bool takesInstances = false;
 };
 
 // How the pictures being made were asked for.

@@ -4,6 +4,7 @@
 #include <benchmark/benchmark.h>
 
 #include "Dravin/build/dravin_build.h"
+#include "Dravin/build/mesh_source.h"
 #include "Dravin/dravin.h"
 #include "Dravin/shadow/xshadow_generator.h"
 #include "host/geom/primitives.h"
@@ -51,7 +52,7 @@ struct Billboards {
         TBuildFlags flags;
         flags.render = flags.noCameraLimit = flags.noLimit = flags.unprotected = true;
         object->Build().BuildMesh(0, flags);
-        source = std::move(object->Build().MakeOwnSources().front());
+        source = std::make_unique<TDravinMeshSource>(*object, object->Build());
         render.sources = {source.get()};
         geometry = std::make_unique<ScanScene>(render);
     }

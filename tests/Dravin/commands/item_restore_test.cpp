@@ -79,7 +79,7 @@ TEST_F(ItemRestores, OtherChangesOfTheListTakeWhatDiffers) {
 void DoSomething(TItemCommands& items, std::minstd_rand& random, ScriptedUserInterface& ui) {
     auto below = [&](size_t n) { return int(random() % n); };
     ui.answers.assign(1, below(4) == 0 ? Answer::kNo : Answer::kYes);
-    switch (below(12)) {
+    switch (below(15)) {
         case 0:
             return items.Select({below(30), below(30)}, below(2) == 0, true, below(3) == 0);
         case 1:
@@ -106,34 +106,74 @@ void DoSomething(TItemCommands& items, std::minstd_rand& random, ScriptedUserInt
         case 10:
             items.RandomiseGeometry();
             return;
+        case 11:
+            items.ResetSizes();
+            return;
+        case 12:
+            items.StoreTransforms();
+            return;
+        case 13:
+            items.Detach();
+            return;
         default:
             items.SelectByType(0);
     }
 }
 
-TEST_F(ItemRestores, RandomEditsAreUndoneToTheBeginningAndRedoneToTheEnd) {
+// What item edits can change of a scene: the nodes, the items of each object, and the transform
+// parameters that storing transforms resets.
+struct SceneState {
+    std::vector<std::string> names;
+    std::vector<std::vector<TStoredItem>> items;
+    std::vector<float> transforms;
+    bool operator==(const SceneState&) const = default;
+};
+
+SceneState StateOf(const Scene& scene) {
+    SceneState state;
+    for (INode* node : scene.Nodes()) {
+        state.names.push_back(node->GetName());
+        auto* object = dynamic_cast<TDravin*>(node->GetObjectRef());
+        if (!object) continue;
+        state.items.push_back(object->StoredItems());
+        const IParamBlock2& block = object->Block(kTransformParams);
+        for (const ParamDef& def : block.GetDesc().params)
+            if (def.type == ParamType::kFloat && !def.list)
+                state.transforms.push_back(block.GetFloat(def.id));
+    }
+    return state;
+}
+
+TEST_F(ItemRestores, AThousandRandomEditsAreUndoneToTheBeginningAndRedoneToTheEnd) {
     AddRow(plane);
-    for (uint32_t seed = 1; seed <= 20; ++seed) {
+    size_t largest = 0;
+    for (uint32_t seed = 1; seed <= 1000; ++seed) {
         std::minstd_rand random(seed);
-        Edit(20);
-        std::vector<std::vector<TStoredItem>> states{List()};
-        for (int i = 0; i < 60; ++i) {
+        Set(kTransformParams, transformParams::kApplyscale, true);
+        Set(kTransformParams, transformParams::kScalexmin, 50.0f);
+        Edit(12);
+        std::vector<SceneState> states{StateOf(scene)};
+        for (uint32_t i = 0; i < 6 + seed % 8; ++i) {
             size_t steps = scene.undo.NumUndoSteps();
             Step([&] {
-                for (int n = 0; n < 1 + i % 3; ++n) DoSomething(*items, random, *ui);
+                for (uint32_t n = 0; n < 1 + i % 3; ++n) DoSomething(*items, random, *ui);
             });
-            if (scene.undo.NumUndoSteps() > steps) states.push_back(List());
+            if (scene.undo.NumUndoSteps() > steps) states.push_back(StateOf(scene));
         }
+        largest = std::max(largest, states.size());
         for (size_t i = states.size(); i-- > 1;) {
-            ASSERT_EQ(List(), states[i]);
+            ASSERT_TRUE(StateOf(scene) == states[i]) << seed << ", step " << i;
             ASSERT_TRUE(scene.undo.Undo());
         }
-        ASSERT_EQ(List(), states[0]) << seed;
+        ASSERT_TRUE(StateOf(scene) == states[0]) << seed;
         for (size_t i = 1; i < states.size(); ++i) {
             ASSERT_TRUE(scene.undo.Redo());
-            ASSERT_EQ(List(), states[i]) << seed;
+            ASSERT_TRUE(StateOf(scene) == states[i]) << seed << ", step " << i;
+        }
+        while (scene.undo.Undo()) {
         }
     }
+    EXPECT_GT(largest, 10u);
 }
 
 }  // namespace

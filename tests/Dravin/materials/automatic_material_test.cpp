@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include "Dravin/dravin_globals.h"
+#include "Dravin/geometry/lod_object.h"
 #include "Dravin/materials/wrapper_material.h"
 #include "host/params/hold.h"
 #include "tests/Dravin/build/scatter_fixture.h"
@@ -254,6 +255,24 @@ TEST_F(AutomaticMaterial, ViewportsShowTheMapsOfTemplatesOnly) {
     object->Block(kGeomParams).SetValue(geomParams::kMatlist, 0, Target(Plain("moss")), 0);
     Run();
     EXPECT_EQ(plain["moss"]->viewportMaps, ViewportMaps::kMaterial);
+}
+
+// Levels that show templates stand in a row that names a custom object all the same.
+TEST_F(AutomaticMaterial, ALodObjectThatBeginsWithATemplateIsACustomObject) {
+    SetRow(0, Plain("bark"));
+    auto lod = TDLod::Create();
+    lod->NewLevel();
+    lod->Block().SetValue(lodParams::kGeomlist, 0, int(kGeomTemplate), 0);
+    lod->Block().SetValue(lodParams::kMatlist, 0, Target(Plain("bark")), 0);
+    auto levels = INode::Create("levels", lod);
+    scene.AddNode(levels);
+    object->Block(kGeomParams).SetValue(geomParams::kCobjlist, 0, Target(levels), 0);
+    DravinGlobals().options.showMapInViewport = 2;
+    Run();
+    ASSERT_TRUE(Row(0).lod);
+    EXPECT_EQ(Row(0).nodes.front().entry.kind, kGeomTemplate);
+    EXPECT_EQ(Slots()[0], "bark");
+    EXPECT_EQ(plain["bark"]->viewportMaps, ViewportMaps::kNone);
 }
 
 TEST_F(AutomaticMaterial, ProxyShapesShowTheColorsOfTheirRows) {

@@ -195,6 +195,17 @@ TEST_F(DravinPresets, ExportTakesTheFilesNameAndImportTheFirstSection) {
     EXPECT_FALSE(commands.Export());  // the user gave up
 }
 
+TEST_F(DravinPresets, FilesThatAreNamedAreNotAskedFor) {
+    TPresetCommands commands(*object, path);
+    SetSeed(7);
+    EXPECT_TRUE(commands.Export(folder.File("larches")));
+    SetSeed(8);
+    EXPECT_TRUE(commands.Import(folder.File("larches.ope")));
+    EXPECT_EQ(Seed(), 7);
+    EXPECT_FALSE(commands.Import(folder.File("nothing.ope")));
+    EXPECT_EQ(user->messages.back().text, "Error loading preset");
+}
+
 TEST_F(DravinPresets, AnotherClassInTheFileStillApplies) {
     folder.Write("other.ope", "[Grass.Lawn]\nseed=9\n");
     user->files = {folder.File("other.ope")};

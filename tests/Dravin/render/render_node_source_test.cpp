@@ -3,6 +3,9 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <set>
+
 #include "Dravin/render/engine_registry.h"
 #include "Dravin/render/host_render.h"
 #include "host/geom/mesh_tools.h"
@@ -111,23 +114,72 @@ TEST_F(RenderNodeSource, EachTimeHasItsPrototype) {
 TEST_F(RenderNodeSource, ItemsBehindHitsAreTheInstances) {
     AddTemplateRow();
     ASSERT_EQ(Take(), TBuildStatus::kSuccess);
-    ASSERT_EQ(sources.size(), 2u);  // templates, nodes
-    size_t numShown = 0;
-    for (const auto& source : sources) {
-        auto* items =
-            static_cast<const IShadedItems*>(source->GetInterface(IShadedItems::kInterface));
-        source->PrepareShading();
-        std::vector<InstanceRecord> records = Read(*source);
-        for (uint32_t i = 0; i < records.size(); ++i) {
-            TDravinItem item = object->Build().Items().Item(size_t(records[i].id));
-            EXPECT_EQ(items->ItemIndexOf(i, 0), uint32_t(records[i].id));
-            EXPECT_EQ(items->ItemOf(i, 0).random3, item.random3);
-            EXPECT_EQ(source->GetDetails(i).seed, item.seed);
-            EXPECT_EQ(item.specimenIndex, source == sources[1] ? 0 : 1);
-        }
-        numShown += records.size();
+    ASSERT_EQ(sources.size(), 1u);
+    auto* items =
+        static_cast<const IShadedItems*>(sources[0]->GetInterface(IShadedItems::kInterface));
+    sources[0]->PrepareShading();
+    std::vector<InstanceRecord> records = Read(*sources[0]);
+    for (uint32_t i = 0; i < records.size(); ++i) {
+        TDravinItem item = object->Build().Items().Item(size_t(records[i].id));
+        EXPECT_EQ(items->ItemIndexOf(i, 0), uint32_t(records[i].id));
+        EXPECT_EQ(items->ItemOf(i, 0).random3, item.random3);
+        EXPECT_EQ(sources[0]->GetDetails(i).seed, item.seed);
     }
-    EXPECT_EQ(numShown, object->Build().Items().Count());
+    EXPECT_EQ(records.size(), object->Build().Items().Count());
+}
+
+TEST_F(RenderNodeSource, TemplatesComeAsNodesLikeCustomObjects) {
+    AddTemplateRow();
+    INode* board = scene.FindNode("_dravin_template_board");
+    board->SetLocalTM(Matrix3::Translation({0, 0, 7}));  // where a template lies counts nothing
+    ASSERT_EQ(Take(), TBuildStatus::kSuccess);
+    EXPECT_FALSE(object->Build().ObjectMesh().IsBuilt());
+    std::unique_ptr<IInstanceSource> direct;
+    std::vector<InstanceRecord> expected = Direct(direct), records = Read(*sources[0]);
+    ASSERT_EQ(records.size(), expected.size());
+    size_t numBoards = 0;
+    for (size_t i = 0; i < records.size(); ++i) {
+        EXPECT_LT(Length(Corner(*sources[0], records[i]) - Corner(*direct, expected[i])), 1e-4f);
+        numBoards += sources[0]->PrototypeMesh(records[i].prototype)->NumFaces() == 2;
+    }
+    EXPECT_GT(numBoards, 0u);
+    EXPECT_LT(numBoards, records.size());
+    int32_t count = 0;
+    auto* raw = static_cast<TDravinInstanceV512*>(Trees().getRenderNodes(&count));
+    EXPECT_EQ(
+        size_t(std::count_if(raw, raw + count, [&](const auto& r) { return r.node == board; })),
+        numBoards);
+}
+
+TEST_F(RenderNodeSource, TemplatesStandInTheMeshWhereItHasShadowPlanes) {
+    AddTemplateRow();
+    auto light = std::make_shared<LightObject>();
+    INode* sun = scene.AddNode("sun", light);
+    Set(kShadowParams, shadowParams::kUsefakeshadows, true);
+    Set(kShadowParams, shadowParams::kHshadow, true);
+    Set(kShadowParams, shadowParams::kLight, Target(sun->shared_from_this()));
+    ASSERT_EQ(Take(), TBuildStatus::kSuccess);
+    ASSERT_EQ(sources.size(), 2u);  // the mesh, nodes
+    ASSERT_TRUE(sources[0]->ChangeableMesh());
+    std::set<int> meshed(object->Build().ObjectMesh().FaceOwners().begin(),
+                         object->Build().ObjectMesh().FaceOwners().end());
+    for (int i : meshed) EXPECT_EQ(object->Build().Items().Item(size_t(i)).specimenIndex, 1);
+    for (const InstanceRecord& r : Read(*sources[1])) EXPECT_FALSE(meshed.contains(r.id));
+    EXPECT_EQ(meshed.size() + sources[1]->NumInstances(), object->Build().Items().Count());
+}
+
+// Whoever does not instance templates finds them in the object's mesh.
+TEST_F(RenderNodeSource, OtherRenderersHaveTemplatesInTheMesh) {
+    AddTemplateRow();
+    UseRenderer(kRenderer, "Test");
+    AskFor(512);
+    Trees().IDravinRenderBegin(0);
+    EXPECT_TRUE(object->Build().ObjectMesh().IsBuilt());
+    std::span<TDravinInstanceV512> records = Nodes<TDravinInstanceV512>();
+    ASSERT_EQ(records.size(), object->Build().Items().Count());
+    for (size_t i = 0; i < records.size(); ++i)
+        EXPECT_EQ(records[i].node == nullptr, object->Build().ObjectMesh().Ranges()[i].IsMeshed());
+    Trees().IDravinRenderEnd(0);
 }
 
 TEST_F(RenderNodeSource, RecordsGoWhenInstancesAreRead) {

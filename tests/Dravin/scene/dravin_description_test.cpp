@@ -519,3 +519,11 @@ TEST(DravinDescription, DeltasOfGeneratedItems) {
     EXPECT_EQ(deltas[2].geometry, 0);
     EXPECT_EQ(ObjectOf(RoundTrip(result)).Deltas(), deltas);
 }
+
+TEST(DravinDescription, ANewObjectStillChoosesItsMapSize) {
+    EXPECT_FALSE(ObjectOf(ParseDravin(R"("params": {})")).chooseMapSize);
+    SceneReadResult first = ParseDravin(R"("choose_map_size": true)");
+    ASSERT_TRUE(first) << first.error;
+    EXPECT_TRUE(ObjectOf(first).chooseMapSize);
+    EXPECT_TRUE(ObjectOf(RoundTrip(first)).chooseMapSize);
+}

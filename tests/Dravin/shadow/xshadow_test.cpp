@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "Dravin/assembly/dravin_classes.h"
+#include "Dravin/build/mesh_source.h"
 #include "Dravin/materials/wrapper_material.h"
 #include "Dravin/shadow/face_blanking.h"
 #include "Dravin/shadow/opacity_tables.h"
@@ -72,7 +73,7 @@ protected:
         TBuildFlags flags = Render();
         flags.noCameraLimit = true;
         ASSERT_EQ(Run(flags).Status(), TBuildStatus::kSuccess);
-        source = std::move(object->Build().MakeOwnSources().front());
+        source = std::make_unique<TDravinMeshSource>(*object, object->Build());
         render.sources = {source.get()};
         geometry = std::make_unique<ScanScene>(render);
     }

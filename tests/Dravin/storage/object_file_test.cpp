@@ -70,6 +70,12 @@ TEST_F(ObjectFile, SavingWhatWasLoadedGivesTheSameBytes) {
     EXPECT_EQ(again->Deltas(), object->Deltas());
 }
 
+TEST_F(ObjectFile, ANewObjectStillChoosesItsMapSize) {
+    EXPECT_FALSE(Again()->chooseMapSize);
+    object->chooseMapSize = true;
+    EXPECT_TRUE(Again()->chooseMapSize);
+}
+
 TEST_F(ObjectFile, GeneratedItemsAreNotStored) {
     object->SetStoredItems({ItemAt(1)});
     std::string bytes = Save(scene);

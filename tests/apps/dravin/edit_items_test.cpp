@@ -169,5 +169,7 @@ TEST_F(EditItems, ObjectsAreCreated) {
     ASSERT_EQ(run.code, 0) << run.err;
     std::string name = run.out.substr(0, run.out.find('\n'));
     EXPECT_THAT(m_folder.Read("out.json"), HasSubstr("\"name\": \"" + name + "\""));
+    // Made by hand, it fits its map to what it will stand on.
+    EXPECT_THAT(m_folder.Read("out.json"), HasSubstr("\"choose_map_size\": true"));
     EXPECT_EQ(Dravin("edit wood.json --do 'object.create creation=2'").code, 1);
 }

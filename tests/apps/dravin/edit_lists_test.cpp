@@ -90,6 +90,18 @@ TEST_F(EditLists, PresetsAskFirst) {
     EXPECT_THAT(Out(), HasSubstr("\"seed\": 9"));
 }
 
+TEST_F(EditLists, PresetsTravelAsFiles) {
+    ProgramRun run = Edit({"param.set name=seed value=9", "preset.export to=wood",
+                           "param.set name=seed value=1", "preset.import from=wood.ope"});
+    ASSERT_EQ(run.code, 0) << run.err;
+    EXPECT_EQ(run.out, "true\ntrue\n");
+    EXPECT_TRUE(m_folder.Read("wood.ope").starts_with("[Dravin.wood]\n"));
+    EXPECT_THAT(Out(), HasSubstr("\"seed\": 9"));
+    run = Edit({"preset.import from=nothing.ope"});
+    EXPECT_EQ(run.out, "false\n");
+    EXPECT_THAT(run.err, HasSubstr("nothing.ope"));
+}
+
 TEST_F(EditLists, ToolsWorkOnWhatIsSelected) {
     ProgramRun run = Edit({"tools.instantiate"});
     EXPECT_EQ(run.out, "false\n");

@@ -85,3 +85,47 @@ TEST_F(Inspect, TheReportOfEveryImportIsInTheLog) {
     EXPECT_THAT(quiet.err, testing::Not(HasSubstr("OBJ, 1 object")));
     EXPECT_THAT(quiet.err, HasSubstr("left out: 1 bump map"));
 }
+
+// --- plug-in modules
+
+TEST_F(Inspect, APluginTellsWhatItBrings) {
+    ProgramRun run = Dravin({"inspect", TEST_PLUGIN});
+    ASSERT_EQ(run.code, 0) << run.err;
+    EXPECT_THAT(run.out,
+                HasSubstr("Dravin Pro, plug-in for version 0x3e802a00 of the host, 10 classes"));
+    EXPECT_THAT(run.out, HasSubstr("class TDravin \"Dravin Pro\": geometry object (0x10), id "
+                                   "0x79fe41c2, 0x1d7b4fb1\n    interface 0x6afe7c5e, 0x15813e00"));
+    EXPECT_THAT(run.out, HasSubstr("functions: LibDescription, LibNumberClasses"));
+    EXPECT_THAT(run.out, HasSubstr("scatter proxies: calculateScatterProxy, getScatterProxyCount, "
+                                   "getScatterProxy, freeScatterProxy"));
+    run = Dravin({"inspect", TEST_PLUGIN, "--json"});
+    ASSERT_EQ(run.code, 0) << run.err;
+    auto json = nlohmann::json::parse(run.out);
+    EXPECT_EQ(json["dravin_plugin"], 1);
+    EXPECT_EQ(json["version"], "0x3e802a00");
+    EXPECT_EQ(json["classes"].size(), 10u);
+    EXPECT_EQ(json["classes"][2]["name"], "XShadow");
+    EXPECT_EQ(json["classes"][2]["super_class_id"], "0x10d0");
+    EXPECT_EQ(json["functions"].size(), 9u);
+}
+
+TEST_F(Inspect, ModulesThatAreNoPluginsAreTold) {
+    m_folder.Write("text.so", "this is no module");
+    struct {
+        const char* file;
+        int code;
+        const char* text;
+    } cases[] = {{TEST_MERE_LIBRARY, 4, "it has no function LibDescription"},
+                 {TEST_OTHER_VERSION, 4, "for version 0x3e802a01 of the host, this is 0x3e802a00"},
+                 {TEST_HALF_PLUGIN, 4, "it has no function LibShutdown"},
+                 {TEST_CRASHING_PLUGIN, 4, "loading the module crashed"},
+                 {"text.so", 4, "the plug-in does not load"},
+                 {"nothing.so", 3, "there is no such file"},
+                 {".", 3, "."}};
+    for (const auto& c : cases) {
+        ProgramRun run = Dravin({"inspect", c.file});
+        EXPECT_EQ(run.code, c.code) << c.file << run.err;
+        EXPECT_THAT(run.err, HasSubstr(c.text));
+        EXPECT_EQ(run.out, "");
+    }
+}

@@ -265,6 +265,19 @@ TEST(UsdWriter, IdsThatShowDifferentMaterialsAreSubsets) {
     EXPECT_NE(w.warnings[0].find("two-sided"), std::string::npos);
 }
 
+TEST(UsdWriter, WhatMaterialsLoseIsTold) {
+    ListedSource source;
+    auto water = std::make_shared<StandardMtl>();
+    water->ripple = 0.1f;
+    water->reflectivity = 1;
+    source.prototypes = {{"box", MakeBox(1, 1, 1), water}};
+    source.Add({});
+    Written w = WriteOne(source);
+    ASSERT_EQ(w.warnings.size(), 2u);
+    EXPECT_EQ(w.warnings[0], "material \"\": its mirror is left out");
+    EXPECT_EQ(w.warnings[1], "material \"\": its ripples are left out");
+}
+
 TEST(UsdWriter, TextFollowsNoThreadCount) {
     TempFolder folder;
     SampleSource source(folder.File(""), 30000);
