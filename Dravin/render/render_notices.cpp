@@ -9,6 +9,7 @@
 #include "Dravin/render/render_state.h"
 #include "Dravin/render/vray_adapter.h"
 #include "host/base/log.h"
+#include "host/scene/confirm_warning.h"
 #include "host/scene/host_context.h"
 #include "host/scene/renderers.h"
 #include "host/script/script_system.h"
@@ -26,6 +27,12 @@ constexpr const char* kSettingsCaption = "Dravin Helper";
 constexpr const char* kWantedSettings[] = {"renderers.current.ScanlineEnable = false",
                                            "renderers.current.RaytraceMethod = 4",
                                            "renderers.current.Use_Placeholders = true"};
+
+// Whoever ticks its box is not asked again in the session.
+struct SettingsQuestion {
+    WarningQuestion question{kSettingsQuestion, kSettingsCaption,
+                             [] { return !DravinGlobals().options.noPopups; }};
+};
 
 // A truth is 1 or 0 in such texts.
 std::string TextOf(const ScriptResult& result) {
@@ -65,9 +72,8 @@ void CheckMentalRaySettings() {
     HostContext& session = *HostContext::Current();
     if (session.quiet || CurrentRendererId() != kMentalRayId) return;
     auto& scripts = session.State<ScriptSystem>();
-    if (HasGoodSettings(scripts) || DravinGlobals().options.noPopups) return;
-    if (session.UserInterface().Question(kSettingsQuestion, kSettingsCaption) != Answer::kYes)
-        return;
+    if (HasGoodSettings(scripts)) return;
+    if (!ConfirmWarning(session.State<SettingsQuestion>().question)) return;
     for (const char* setting : kWantedSettings) scripts.Execute(setting);
 }
 
@@ -79,6 +85,12 @@ TRenderNotices::TRenderNotices() {
     NotificationHub& hub = HostContext::Current()->notifications;
     hub.Register(HostNotify::kPreRender, [this](HostNotify, INode*) { PreRender(); });
     hub.Register(HostNotify::kPostRender, [this](HostNotify, INode*) { PostRender(); });
+    auto tell = [&hub](HostNotify notice, const char* name) {
+        hub.Register(notice, [name](HostNotify, INode*) { Log(LogKind::kNormal, name); });
+    };
+    tell(HostNotify::kRenderPreEvalFrameInfo, "NotifyRenderPreEvalFrameInfo");
+    tell(HostNotify::kPreRenderFrame, "NotifyPreRenderFrame");
+    tell(HostNotify::kPostRenderFrame, "NotifyPostRenderFrame");
 }
 
 void TRenderNotices::PreRender() {

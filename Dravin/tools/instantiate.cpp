@@ -135,6 +135,7 @@ void MoveToLayer(Scene& scene, const TDtools& tools, const std::vector<INode*>& 
     std::string name = tools.Block().GetString(kLayername);
     Layer& layer = scene.MakeLayer(name);
     if (tools.Block().GetBool(kLayerfreeze)) layer.frozen = true;
+    if (tools.Block().GetBool(kLayerboxes)) layer.boxes = true;
     for (INode* node : nodes) node->SetLayer(name);
 }
 

@@ -30,6 +30,21 @@ void ShowMesh(Object& object, INode& node, TimeValue t, TViewNode* out) {
         for (TViewPaint& paint : out->paints) paint.color = node.wireColor;
 }
 
+// The twelve edges of a box.
+void ShowBox(const Box3& box, TViewNode* out) {
+    out->mesh = nullptr;
+    out->heights = nullptr;
+    auto corner = [&](int bits) {
+        return Point3{bits & 1 ? box.max.x : box.min.x, bits & 2 ? box.max.y : box.min.y,
+                      bits & 4 ? box.max.z : box.min.z};
+    };
+    for (int from = 0; from < 8; ++from)
+        for (int axis = 1; axis <= 4; axis *= 2)
+            if (!(from & axis))
+                out->lines.lines.push_back({{corner(from), corner(from | axis)}, false});
+    out->kind = TViewKind::kLines;
+}
+
 void ShowParticles(const ParticleObject& particles, TViewNode* out) {
     constexpr float kArm = 0.5f;
     out->kind = TViewKind::kLines;
@@ -57,6 +72,7 @@ TViewNode ShowNode(INode& node, TimeValue t, int threads) {
         ShowScatter(*scatter, node, t, threads, &out);
     } else if (object->IsGeomObject()) {
         ShowMesh(*object, node, t, &out);
+        if (node.IsShownAsBox() && !out.bounds.IsEmpty()) ShowBox(out.bounds, &out);
     } else if (auto* shape = dynamic_cast<ShapeObject*>(object)) {
         out.kind = TViewKind::kLines;
         out.lines = shape->GetPolyShape(t);

@@ -196,6 +196,7 @@ ExitCode SetUpRender(Session& session, const RenderOptions& options, RenderSetup
     setup.scene.time = time;
     setup.isScanline = CurrentRendererId() == kScanlineRendererId;
     if (!SetSize(session, options, &setup.settings)) return kExitLimit;
+    session.Host().notifications.Broadcast(HostNotify::kRenderPreEvalFrameInfo);
     if (ExitCode code = AddItems(session, time, options, setup); code != kExitDone) return code;
     AddMeshes(session.GetScene(), time, setup);
     SetLight(session.GetScene(), time, setup);
@@ -205,6 +206,7 @@ ExitCode SetUpRender(Session& session, const RenderOptions& options, RenderSetup
 
 ExitCode RenderWithProgress(const RenderSetup& setup, RenderOutcome* outcome) {
     {
+        NoticePair drawing(HostNotify::kPreRenderFrame, HostNotify::kPostRenderFrame);
         ProgressBar bar("rendering");
         RenderProgress progress = [&](float fraction) { return bar.Update(fraction); };
         *outcome = setup.isScanline ? ScanlineRenderer(setup.scene).Render(setup.settings, progress)

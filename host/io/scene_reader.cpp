@@ -129,6 +129,7 @@ private:
             layer.hidden = keys.Bool("hidden", false);
             layer.frozen = keys.Bool("frozen", false);
             layer.renderable = keys.Bool("renderable", true);
+            layer.boxes = keys.Bool("boxes", false);
             keys.Finish();
         }
     }

@@ -131,6 +131,7 @@ Json WriteLayers(const Scene& scene) {
         if (layer->hidden) keys["hidden"] = true;
         if (layer->frozen) keys["frozen"] = true;
         if (!layer->renderable) keys["renderable"] = false;
+        if (layer->boxes) keys["boxes"] = true;
         if (!keys.empty()) all[name] = keys;
     }
     return all;

@@ -38,6 +38,9 @@ enum class HostNotify {
     kFilePreSave,
     kFilePostSave,
     kPreRender,
+    kRenderPreEvalFrameInfo,  // before what a picture shows is evaluated at its time
+    kPreRenderFrame,          // what it shows stands; it is about to be drawn
+    kPostRenderFrame,
     kPostRender,
     kNodeAdded,
     kNodeDeleted,  // sent while the node still stands

@@ -5,5 +5,6 @@ std::shared_ptr<ReferenceTarget> Layer::Clone(CloneMap&) const {
     copy->hidden = hidden;
     copy->frozen = frozen;
     copy->renderable = renderable;
+    copy->boxes = boxes;
     return copy;
 }

@@ -11,6 +11,8 @@ public:
     Property<bool> hidden{this, false};
     Property<bool> frozen{this, false};
     Property<bool> renderable{this, true};
+    // Views show its nodes as boxes around what they are; pictures show them as they are.
+    Property<bool> boxes{this, false};
 
     static constexpr ClassInfo kClass{{0x3d1c0004, 0x52a7}, SuperClass::kReferenceTarget, "Layer"};
     ClassInfo Class() const override { return kClass; }

@@ -88,6 +88,8 @@ bool INode::IsRenderable() const {
     return renderable && (!m_sceneLayer || m_sceneLayer->renderable);
 }
 
+bool INode::IsShownAsBox() const { return m_sceneLayer && m_sceneLayer->boxes; }
+
 const std::string* INode::GetUserProperty(const std::string& key) const {
     auto it = m_properties.find(key);
     return it == m_properties.end() ? nullptr : &it->second;

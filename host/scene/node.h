@@ -139,6 +139,8 @@ public:
     bool IsHidden(TimeValue t = 0) const;
     // Shown in renderings: renderable itself and by its layer.
     bool IsRenderable() const;
+    // Its layer shows nodes as boxes in views.
+    bool IsShownAsBox() const;
 
     // User-defined properties: name -> text.
     const std::map<std::string, std::string>& UserProperties() const { return m_properties; }

@@ -41,7 +41,15 @@ Answer ScriptedUserInterface::Question(const std::string& text, const std::strin
     return Next(answers).value_or(Answer::kNo);
 }
 
+Answer ScriptedUserInterface::SuppressibleQuestion(const std::string& text,
+                                                   const std::string& caption, QuestionKind kind,
+                                                   bool* never) {
+    *never = Next(ticks).value_or(false);
+    return Question(text, caption, kind);
+}
+
 std::optional<std::string> ScriptedUserInterface::PickFile(const FileRequest& request) {
+    fileRequests.push_back(request);
     return Next(files);
 }
 

@@ -10,7 +10,7 @@
 #include <vector>
 
 enum class MessageKind { kInformation, kWarning, kError };
-enum class QuestionKind { kYesNo, kYesNoCancel, kOkCancel };
+enum class QuestionKind { kYesNo, kYesNoCancel, kOkCancel, kOk };
 enum class Answer { kNo, kYes, kCancel };
 
 struct FileRequest {
@@ -18,6 +18,7 @@ struct FileRequest {
     bool save = false;
     std::string folder;
     std::vector<std::string> endings;  // ".ope", in the order offered
+    std::string name = {};             // offered for a file to save
 };
 
 class IUserInterface {
@@ -28,6 +29,13 @@ public:
                             MessageKind kind = MessageKind::kInformation) = 0;
     virtual Answer Question(const std::string& text, const std::string& caption,
                             QuestionKind kind = QuestionKind::kYesNo) = 0;
+    // A question with a box to tick for those who do not want to be asked again: `never` says
+    // whether it was. A user interface without such a box asks each time.
+    virtual Answer SuppressibleQuestion(const std::string& text, const std::string& caption,
+                                        QuestionKind kind, bool* never) {
+        *never = false;
+        return Question(text, caption, kind);
+    }
     // A path, or none when the user gave up.
     virtual std::optional<std::string> PickFile(const FileRequest& request) = 0;
     // The ticked names; none when the user gave up. `ticked` are on at the start.
@@ -79,6 +87,7 @@ public:
     std::string prompt;
     std::vector<int> progress;
     std::deque<Answer> answers;
+    std::deque<bool> ticks;  // of the boxes of suppressible questions; not ticked when empty
     std::deque<std::string> files;
     std::deque<std::vector<std::string>> selections;
     std::deque<std::string> texts;
@@ -87,6 +96,9 @@ public:
     void MessageBox(const std::string& text, const std::string& caption, MessageKind kind) override;
     Answer Question(const std::string& text, const std::string& caption,
                     QuestionKind kind) override;
+    Answer SuppressibleQuestion(const std::string& text, const std::string& caption,
+                                QuestionKind kind, bool* never) override;
+    std::vector<FileRequest> fileRequests;
     std::optional<std::string> PickFile(const FileRequest& request) override;
     std::optional<std::vector<std::string>> SelectByName(
         const std::string& title, const std::vector<std::string>& names,

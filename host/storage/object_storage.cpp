@@ -279,6 +279,7 @@ void RegisterObjectStorage(SceneStorage& storage) {
         fields(2, layer.hidden);
         fields(3, layer.frozen);
         fields(4, layer.renderable);
+        fields(5, layer.boxes);
     });
     storage.Register<TriObject>([](auto& fields, TriObject& object) {
         if constexpr (std::remove_reference_t<decltype(fields)>::kReads)

@@ -109,6 +109,7 @@ private:
             layer.hidden = stored.hidden;
             layer.frozen = stored.frozen;
             layer.renderable = stored.renderable;
+            layer.boxes = stored.boxes;
         });
     }
 

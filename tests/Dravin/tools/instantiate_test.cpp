@@ -170,11 +170,15 @@ TEST_F(Instances, ALayerIsMadeAndFrozen) {
     Layer* layer = scene.FindLayer("dravin_instances");
     ASSERT_NE(layer, nullptr);
     EXPECT_TRUE(layer->frozen);
+    EXPECT_TRUE(layer->boxes);
+    EXPECT_TRUE(Made()[0]->IsShownAsBox());
     EXPECT_EQ(Made()[0]->GetLayer(), "dravin_instances");
     tools.Block().SetValue(kLayername, 0, "trees");
     Set(kLayerfreeze, 0);
+    Set(kLayerboxes, 0);
     ASSERT_TRUE(MakeThem());
     EXPECT_FALSE(scene.FindLayer("trees")->frozen);
+    EXPECT_FALSE(scene.FindLayer("trees")->boxes);
     EXPECT_EQ(Made()[0]->GetLayer(), "trees");
 }
 

@@ -20,7 +20,7 @@ constexpr const char* kFull = R"({
   "unit_scale": 0.01, "time": 320, "ticks_per_frame": 192,
   "render": {"width": 640, "height": 480, "camera": "cam", "renderer": "scanline"},
   "view": {"transform": [[1, 0, 0], [0, 1, 0], [0, 0, 1], [0, 0, 50]], "fov": 60},
-  "layers": {"far": {"hidden": true, "renderable": false}},
+  "layers": {"far": {"hidden": true, "renderable": false, "boxes": true}},
   "texmaps": {
     "white": {"type": "color", "color": [1, 1, 1]},
     "uv": {"type": "uvw", "channel": 2, "tiling": [2, 3], "offset": [0.5, 0]},
@@ -118,6 +118,7 @@ TEST(SceneDescription, WritesWhatItReads) {
     EXPECT_EQ(quad->GetObjectTM(0), first.scene->FindNode("quad")->GetObjectTM(0));
     EXPECT_EQ(second.scene->unitScale, 0.01);
     EXPECT_FALSE(second.scene->FindLayer("far")->renderable);
+    EXPECT_TRUE(second.scene->FindLayer("far")->boxes);
     auto* sun = dynamic_cast<LightObject*>(second.scene->FindNode("sun")->GetObjectRef());
     EXPECT_EQ(sun->kind, LightKind::kSpot);
     EXPECT_FALSE(sun->shadows);
