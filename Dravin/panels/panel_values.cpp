@@ -58,6 +58,11 @@ TPanel::TPanel(Scene& scene, std::vector<TDravin*> objects)
 
 TimeValue TPanel::Time() const { return m_scene->GetTime(); }
 
+bool TPanel::Holds(const INode& node) const {
+    return std::any_of(m_objects.begin(), m_objects.end(),
+                       [&](TDravin* object) { return node.GetObjectRef() == object; });
+}
+
 // Stored values in one that is shown: times are shown as frames.
 double TPanel::UnitOf(const ParamDef& def) const {
     return def.type == ParamType::kTime ? double(m_scene->ticksPerFrame.Get()) : 1;
@@ -243,9 +248,7 @@ std::vector<std::string> TPanel::Candidates(TParamKey key) const {
         for (const auto& [name, material] : m_scene->Materials()) names.push_back(name);
     if (def.type != ParamType::kNode || m_objects.empty()) return names;
     for (INode* node : m_scene->Nodes()) {
-        bool isOwn = std::any_of(m_objects.begin(), m_objects.end(),
-                                 [&](TDravin* object) { return node->GetObjectRef() == object; });
-        if (!isOwn && m_objects[0]->Block(key.block).Accepts(key.id, node))
+        if (!Holds(*node) && m_objects[0]->Block(key.block).Accepts(key.id, node))
             names.push_back(node->GetName());
     }
     return names;

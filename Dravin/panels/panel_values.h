@@ -14,6 +14,7 @@
 #include "Dravin/panels/rollouts.h"
 #include "host/math/color.h"
 
+class INode;
 class Scene;
 
 struct TControlValue {
@@ -42,6 +43,9 @@ public:
     bool IsEmpty() const { return m_objects.empty(); }
     const std::vector<TDravin*>& Objects() const { return m_objects; }
     Scene& GetScene() const { return *m_scene; }
+
+    // Whether the node shows one of the objects.
+    bool Holds(const INode& node) const;
 
     TControlValue Read(TParamKey key) const;
     bool IsShown(const TPanelGroup& group) const;
