@@ -208,6 +208,7 @@ void MainWindow::Listen() {
     m_connections.push_back(s.changed.Connect([this](Scene& scene) {
         m_outliner->Show(scene);
         m_panel->Show(scene);
+        ShowStatistics(scene);
         ShowMarks();
     }));
     m_connections.push_back(s.sceneReplaced.Connect([this](Scene&) {
@@ -238,26 +239,29 @@ void MainWindow::ShowMarks() {
 
 void MainWindow::ShowReports() {
     int64_t items = 0, milliseconds = 0;
-    QString text;
-    std::string warning;
     for (const ObjectReport& report : m_session->Reports()) {
         items += report.numItems;
         milliseconds += report.buildMs;
     }
-    m_session->Look([this, text, warning](Scene& scene) mutable {
-        TPanel panel = m_session->Panel(scene);
-        for (const ObjectReport& report : m_session->Reports()) {
-            INode* node = scene.FindHandle(report.handle);
-            if (!node) continue;
-            if (!report.message.empty()) warning = node->GetName() + ": " + report.message;
-            if (panel.Holds(*node)) text += Text(node->GetName() + "\n" + report.statistics + "\n");
-        }
-        if (m_statistics->toPlainText() != text.trimmed())
-            m_statistics->setPlainText(text.trimmed());
-        if (!warning.empty()) ShowMessage(MessageLevel::kWarning, warning);
-    });
     m_items->setText(Number(items) + " items");
     m_build->setText("built in " + Number(milliseconds) + " ms");
+    m_session->Look([this](Scene& scene) { ShowStatistics(scene); });
+}
+
+// Of the panel's objects; what is wrong with any is told, once.
+void MainWindow::ShowStatistics(Scene& scene) {
+    TPanel panel = m_session->Panel(scene);
+    std::string text, warning;
+    for (const ObjectReport& report : m_session->Reports()) {
+        INode* node = scene.FindHandle(report.handle);
+        if (!node) continue;
+        if (!report.message.empty()) warning = node->GetName() + ": " + report.message;
+        if (panel.Holds(*node)) text += node->GetName() + "\n" + report.statistics + "\n";
+    }
+    QString shown = Text(text).trimmed();
+    if (m_statistics->toPlainText() != shown) m_statistics->setPlainText(shown);
+    if (!warning.empty() && warning != m_lastWarning) ShowMessage(MessageLevel::kWarning, warning);
+    m_lastWarning = warning;
 }
 
 void MainWindow::ShowActivity() {
@@ -353,10 +357,14 @@ void MainWindow::WhenSaved(std::function<void()> next) {
 
 void MainWindow::closeEvent(QCloseEvent* event) {
     if (!m_mayClose) {
-        bool goesNow = false;
-        WhenSaved([&goesNow, this] { goesNow = m_mayClose = true; });
-        // After a save, which takes a moment, the window closes by itself.
-        if (!goesNow) return event->ignore();
+        // A save takes a moment; then the window closes by itself.
+        auto isNow = std::make_shared<bool>(true);
+        WhenSaved([this, isNow] {
+            m_mayClose = true;
+            if (!*isNow) close();
+        });
+        *isNow = false;
+        if (!m_mayClose) return event->ignore();
     }
     QSettings().setValue("window/geometry", saveGeometry());
     QSettings().setValue("window/layout", saveState());

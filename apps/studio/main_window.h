@@ -49,6 +49,7 @@ private:
     void Listen();
     void ShowMarks();
     void ShowReports();
+    void ShowStatistics(Scene& scene);
     void ShowActivity();
     void ShowMessage(MessageLevel level, const std::string& text);
     void ShowPalette();
@@ -72,5 +73,6 @@ private:
     QPushButton* m_cancel;
     QTimer* m_activity;
     QByteArray m_firstLayout;
+    std::string m_lastWarning;
     bool m_mayClose = false;
 };

@@ -182,6 +182,8 @@ TPanel StudioSession::Panel(Scene& scene) {
 void StudioSession::BeginDrag(TParamKey key) {
     if (IsBusy()) return;
     EndDrag(true);
+    m_isDragging = true;
+    m_dragWaits = false;
     Look([this, key](Scene& scene) {
         m_gesture = std::make_unique<TParamGesture>(Panel(scene), key);
     });
@@ -189,6 +191,7 @@ void StudioSession::BeginDrag(TParamKey key) {
 
 void StudioSession::Drag(double offset) {
     m_dragWish = offset;
+    if (!m_isDragging) return;
     if (std::exchange(m_dragWaits, true)) return;
     Do([this](Scene&) {
         m_dragWaits = false;
@@ -197,6 +200,7 @@ void StudioSession::Drag(double offset) {
 }
 
 void StudioSession::EndDrag(bool keep) {
+    if (!std::exchange(m_isDragging, false)) return;
     Do([this, keep](Scene&) {
         if (!m_gesture) return;
         keep ? m_gesture->Commit() : m_gesture->Cancel();
@@ -312,7 +316,7 @@ void StudioSession::Run(const std::string& command, const std::string& target, T
 
 void StudioSession::Replace(std::unique_ptr<Session> session, const std::string& path) {
     m_waiting.clear();
-    m_dragWaits = false;
+    m_dragWaits = m_isDragging = false;
     DropSession();
     m_session = std::move(session);
     ContextScope scope(m_session->Host());

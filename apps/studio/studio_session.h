@@ -164,7 +164,7 @@ private:
 
     std::unique_ptr<TParamGesture> m_gesture;
     double m_dragWish = 0;
-    bool m_dragWaits = false;
+    bool m_isDragging = false, m_dragWaits = false;
     int m_lastViewMs = 0;
 
     std::shared_ptr<const TViewportScene> m_view;

@@ -2,11 +2,30 @@
 
 #include <QApplication>
 #include <QPalette>
+#include <QProxyStyle>
 #include <QStyleFactory>
+#include <QStyleOption>
 
 namespace {
 
 Theme g_theme = Theme::kDark;
+
+// Frames of boxes to tick, which the style draws in a shade of the window, stand out from it.
+class MarkStyle : public QProxyStyle {
+public:
+    MarkStyle() : QProxyStyle(QStyleFactory::create("Fusion")) {}
+
+    void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
+                       const QWidget* widget) const override {
+        bool isMark = element == PE_IndicatorCheckBox || element == PE_IndicatorRadioButton;
+        auto* button = isMark ? qstyleoption_cast<const QStyleOptionButton*>(option) : nullptr;
+        if (!button) return QProxyStyle::drawPrimitive(element, option, painter, widget);
+        constexpr int kUndoesShade = 140;
+        QStyleOptionButton marked(*button);
+        marked.palette.setColor(QPalette::Window, CurrentColors().dimText.lighter(kUndoesShade));
+        QProxyStyle::drawPrimitive(element, &marked, painter, widget);
+    }
+};
 
 QPalette PaletteOf(const ThemeColors& c) {
     QPalette p;
@@ -43,6 +62,7 @@ QToolBar QToolButton:focus { border-color: %accent; }
 QStatusBar { border-top: 1px solid %border; }
 QStatusBar::item { border: none; }
 QTreeView, QTableView, QListView, QPlainTextEdit { border: none; background: %field; }
+QListView::item { padding: 2px; }
 QHeaderView::section { background: %panel; border: none; border-right: 1px solid %border;
                        padding: 4px; }
 QPushButton { background: %panel; border: 2px solid %border; border-radius: 4px;
@@ -86,7 +106,7 @@ Theme CurrentTheme() { return g_theme; }
 
 void ApplyTheme(QApplication& application, Theme theme) {
     g_theme = theme;
-    application.setStyle(QStyleFactory::create("Fusion"));
+    application.setStyle(new MarkStyle);
     application.setPalette(PaletteOf(ColorsOf(theme)));
     application.setStyleSheet(SheetOf(ColorsOf(theme)));
 }

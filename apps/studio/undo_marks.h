@@ -15,8 +15,9 @@ public:
     // Something may have been done: one step more, or none.
     void Done(const Hold& hold) {
         size_t steps = hold.NumUndoSteps();
+        // A full list does not tell whether its oldest step has just made room for a new one.
         bool isNew = steps > m_undo.size() || hold.NumRedoSteps() != m_redo.size() ||
-                     hold.Memory() != m_memory;
+                     hold.Memory() != m_memory || steps == Hold::kMaxSteps;
         if (isNew) {
             m_redo.clear();
             while (m_undo.size() > steps) Forget();

@@ -174,6 +174,7 @@ CommandPanel::CommandPanel(StudioSession& session, QWidget* parent)
     filterRow->addWidget(m_filter);
     column->addLayout(filterRow);
     column->addWidget(m_scroll, 1);
+    column->addStretch();
     setMinimumWidth(320);
 }
 
@@ -182,7 +183,10 @@ void CommandPanel::Show(Scene& scene) {
     QStringList names;
     for (INode* node : scene.Nodes())
         if (panel.Holds(*node)) names.push_back(Text(node->GetName()));
-    m_title->setText(names.isEmpty() ? QString("No scatter object") : names.join(", "));
+    m_title->setText(names.isEmpty() ? QString("Select a scatter object, or create one")
+                                     : names.join(", "));
+    m_filter->setVisible(!panel.IsEmpty());
+    m_scroll->setVisible(!panel.IsEmpty());
     for (RolloutWidget* rollout : m_rollouts) {
         rollout->setEnabled(!panel.IsEmpty());
         rollout->Show(panel);

@@ -102,13 +102,13 @@ TEST_F(StudioControls, ACheckBoxSwitches) {
 }
 
 TEST_F(StudioControls, ARadioButtonChoosesAndRulesFollow) {
-    auto* threshold = Control(surfaceParams::kUvalign);
-    EXPECT_FALSE(threshold->isEnabled());
+    auto* align = Control(surfaceParams::kUvalign);
+    EXPECT_FALSE(align->isEnabled());
     auto buttons = Control(surfaceParams::kSurfmode)->findChildren<QRadioButton*>();
     ASSERT_EQ(buttons.size(), 2);
-    QTest::mouseClick(buttons[1], Qt::LeftButton);
+    QTest::mouseClick(buttons[1], Qt::LeftButton, {}, {8, buttons[1]->height() / 2});
     EXPECT_EQ(Read(surfaceParams::kSurfmode).number, 1);
-    EXPECT_TRUE(threshold->isEnabled());
+    EXPECT_TRUE(align->isEnabled());
     EXPECT_EQ(NumSteps(), 1u);
 }
 

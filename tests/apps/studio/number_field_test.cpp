@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QCursor>
+
 #include "tests/apps/studio/hand.h"
 
 namespace {
@@ -26,10 +28,10 @@ struct Field : testing::Test {
         field = new NumberField(hooks, &window);
         field->setGeometry(0, 40, 100, 24);
         field->Show(50, false, false, false);
-        window.resize(200, 100);
+        window.setGeometry(300, 300, 200, 100);
         window.show();
         window.activateWindow();
-        QTest::qWaitForWindowActive(&window);
+        EXPECT_TRUE(QTest::qWaitForWindowActive(&window));
         other->setFocus();
     }
     QPointF Arrows() { return {field->width() - 5.0, 6}; }
@@ -45,6 +47,20 @@ TEST_F(Field, ADragOnTheArrowsIsOneGesture) {
     EXPECT_EQ(begun, 1);
     EXPECT_EQ(kept, 1);
     EXPECT_EQ(LastOffset(), 50);  // two pixels a step
+}
+
+TEST_F(Field, ThePointerComesBackInAtTheEdgeOfTheScreen) {
+    hand::Press(field, Arrows());
+    QPointF top = field->mapFromGlobal(QPointF(350, 0));
+    hand::Move(field, top);
+    double reached = LastOffset();
+    EXPECT_GT(reached, 100);
+    int bottom = QCursor::pos().y();
+    EXPECT_GT(bottom, 400);
+    hand::Move(field, field->mapFromGlobal(QPointF(350, bottom - 20)));
+    EXPECT_EQ(LastOffset(), reached + 10);
+    hand::Release(field, {});
+    EXPECT_LT(QCursor::pos().y(), 400);  // where it began
 }
 
 TEST_F(Field, ModifiersMakeStepsLargerAndSmaller) {

@@ -1,9 +1,11 @@
 // Pictures of the window for people to look at, also those of the documentation.
 #include <filesystem>
+#include <set>
 
 #include <QAction>
 #include <QApplication>
 
+#include "apps/dravin/demo_scene.h"
 #include "apps/studio/command_palette.h"
 #include "apps/studio/theme.h"
 #include "tests/apps/studio/studio_window.h"
@@ -24,20 +26,27 @@ struct StudioPictures : StudioWindow {
         for (int i = 0; i < 20; ++i) QTest::qWait(20);  // the view's picture, tooltips, focus
         QImage image = widget->grab().toImage();
         EXPECT_EQ(image.size(), widget->size() * widget->devicePixelRatioF());
-        EXPECT_NE(image.pixelColor(2, 2), image.pixelColor(image.width() / 2, image.height() / 2));
+        std::set<QRgb> colors;
+        for (int i = 0; i < image.width() * image.height(); i += 7)
+            colors.insert(image.pixel(i % image.width(), i / image.width()));
+        EXPECT_GT(colors.size(), 10u);
         EXPECT_TRUE(image.save(QString::fromStdString(PictureFile(name))));
     }
-    void OpenWall() {
-        window->OpenFile(std::string(DRAVIN_SOURCE_DIR) + "/data/scenes/wall.json");
+    // The demo with fewer items.
+    void OpenForest() {
+        std::string error;
+        DemoOptions options{std::string(DRAVIN_SOURCE_DIR) + "/data", 20000};
+        ASSERT_TRUE(WriteDemoScene(folder.File("demo"), options, &error)) << error;
+        window->OpenDemo(folder.File("demo"));
         Rest();
-        ASSERT_FALSE(Session().Path().empty());
+        ASSERT_FALSE(Session().Path().empty()) << window->LogText().toStdString();
     }
 };
 
 }  // namespace
 
-TEST_F(StudioPictures, TheWindowOnAShippedScene) {
-    OpenWall();
+TEST_F(StudioPictures, TheWindowOnTheDemo) {
+    OpenForest();
     window->resize(1440, 900);
     window->Panel().OpenRollout(kDistParams, true);
     Write(window.get(), "studio.png");

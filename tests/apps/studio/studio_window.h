@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <QLineEdit>
 #include "Dravin/viewport/viewport_scene.h"
+
 #include "apps/studio/main_window.h"
 #include "apps/studio/panels/controls.h"
 #include "host/scene/scene.h"
@@ -38,7 +40,7 @@ struct StudioWindow : testing::Test {
         });
         window->show();
         window->activateWindow();
-        QTest::qWaitForWindowActive(window.get());
+        EXPECT_TRUE(QTest::qWaitForWindowActive(window.get()));
         Rest();
     }
     StudioSession& Session() { return window->Session(); }
