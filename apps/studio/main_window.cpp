@@ -109,7 +109,7 @@ QAction* MainWindow::AddAction(const char* name, const char* text, const char* i
     auto* action = new QAction(text, this);
     if (*icon) {
         action->setIcon(ThemeIcon(icon));
-        action->setProperty("icon", icon);
+        action->setProperty("iconName", icon);
     }
     action->setShortcut(keys);
     connect(action, &QAction::triggered, this, std::move(run));
@@ -290,7 +290,7 @@ void MainWindow::SwitchTheme() {
     ApplyTheme(*qApp, CurrentTheme() == Theme::kDark ? Theme::kLight : Theme::kDark);
     QSettings().setValue("window/light", CurrentTheme() == Theme::kLight);
     for (auto& [name, action] : m_actions)
-        if (QByteArray icon = action->property("icon").toByteArray(); !icon.isEmpty())
+        if (QByteArray icon = action->property("iconName").toByteArray(); !icon.isEmpty())
             action->setIcon(ThemeIcon(icon));
     m_outliner->viewport()->update();
 }

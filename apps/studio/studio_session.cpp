@@ -106,7 +106,7 @@ void StudioSession::Pump() {
     while (!m_waiting.empty()) {
         if (m_running) {
             bool mayFinish = m_gesture && m_lastViewMs < kQuickViewMs;
-            if (!m_running->isView || mayFinish) return;
+            if (!m_running->isView || mayFinish) return m_nagger->stop();
             StopView();
             return m_nagger->start();
         }

@@ -50,7 +50,7 @@ void NumberField::Show(double value, bool isMixed, bool isKeyed, bool isDefault)
     m_isMixed = isMixed;
     Mark("keyed", isKeyed);
     bool isTyping = hasFocus() && isModified();
-    if (!isTyping && !m_isDragging && !m_inBurst) ShowShown();
+    if (!isTyping) ShowShown();
 }
 
 void NumberField::ShowShown() {
@@ -63,6 +63,12 @@ void NumberField::ShowShown() {
         setCursorPosition(cursor);
     }
     setModified(false);
+}
+
+// What stood there before the steps.
+void NumberField::GiveUp() {
+    m_value = m_from;
+    ShowShown();
 }
 
 void NumberField::AttachLabel(QWidget* label) {
@@ -90,12 +96,13 @@ void NumberField::MoveDrag(const QPointF& global, Qt::KeyboardModifiers modifier
     if (!m_isDragging) {
         if (moved.manhattanLength() < kDragThreshold) return;
         m_isDragging = true;
+        m_from = m_value;
         m_hooks.begin();
     }
     double pixels = isSideways ? global.x() - m_last.x() : m_last.y() - global.y();
     m_last = global;
-    m_offset += pixels / kPixelsAStep * m_hooks.step(m_value) * FactorOf(modifiers);
-    setText(QString::fromStdString(ShownNumber(m_value + m_offset)));
+    m_offset += pixels / kPixelsAStep * m_hooks.step(m_from) * FactorOf(modifiers);
+    setText(QString::fromStdString(ShownNumber(m_from + m_offset)));
     m_hooks.offset(m_offset);
     QRect screen = QGuiApplication::primaryScreen()->geometry();
     QPoint place = global.toPoint(), inside = place;
@@ -114,7 +121,7 @@ void NumberField::FinishDrag(bool keep) {
     m_hooks.end(keep);
     if (QCursor::pos() != m_last.toPoint()) QCursor::setPos(m_pressed.toPoint());
     setModified(false);
-    if (!keep) ShowShown();
+    if (!keep) GiveUp();
 }
 
 bool NumberField::eventFilter(QObject* watched, QEvent* event) {
@@ -170,12 +177,13 @@ void NumberField::StepBy(double steps, double step) {
     if (!m_inBurst) {
         m_inBurst = true;
         m_offset = 0;
+        m_from = m_value;
         m_hooks.begin();
     }
     m_offset += steps * step;
     int cursor = cursorPosition();
     QString before = text();
-    setText(QString::fromStdString(ShownNumber(m_value + m_offset)));
+    setText(QString::fromStdString(ShownNumber(m_from + m_offset)));
     setCursorPosition(std::max(0, cursor + int(text().size() - before.size())));
     m_hooks.offset(m_offset);
     m_burst->start();
@@ -186,7 +194,7 @@ void NumberField::EndBurst(bool keep) {
     if (!std::exchange(m_inBurst, false)) return;
     setModified(false);
     m_hooks.end(keep);
-    if (!keep) ShowShown();
+    if (!keep) GiveUp();
 }
 
 // Elsewhere the wheel scrolls the panel. (With Alt some systems turn the wheel sideways.)

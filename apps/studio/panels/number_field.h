@@ -59,6 +59,7 @@ private:
     void EndBurst(bool keep);
     void Apply();
     void ShowShown();
+    void GiveUp();
     void Mark(const char* property, bool on);
 
     Hooks m_hooks;
@@ -67,7 +68,7 @@ private:
     // A press on the arrows or the label, and the drag that it becomes.
     bool m_isPressed = false, m_isDragging = false;
     QPointF m_pressed, m_last;
-    double m_offset = 0;
-    QTimer* m_burst;  // runs while steps of wheel or keys make one
+    double m_from = 0, m_offset = 0;  // where the steps began, and all of them
+    QTimer* m_burst;                  // runs while steps of wheel or keys make one
     bool m_inBurst = false;
 };

@@ -81,7 +81,7 @@ protected:
         QPainter painter(this);
         painter.fillRect(rect(), CurrentColors().view);
         painter.drawImage(rect(), m_picture);
-        painter.setPen(CurrentColors().text);
+        painter.setPen(ColorsOf(Theme::kDark).text);  // the picture's ground is dark
         painter.drawText(rect().adjusted(8, 8, -8, -8), Qt::AlignTop | Qt::AlignLeft, m_said);
     }
     void resizeEvent(QResizeEvent*) override { Ask(false); }

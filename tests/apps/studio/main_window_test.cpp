@@ -31,13 +31,13 @@ TEST_F(StudioWindow, EditsUndoneToTheStartSaveTheSameBytes) {
     EXPECT_EQ(Saved("c.json"), before);
 }
 
-// Scene files also count the nodes that there have ever been: none comes here.
+// Scene files also hold how many nodes and rows there have ever been: none comes here.
 TEST_F(StudioWindow, SceneFilesAreTheSameAfterUndoToo) {
     OpenSmall();
     std::string before = Saved("a.max");
     Session().Run("param.set", "meadow", {{"name", "threshold"}, {"value", 20}});
     Rest();
-    Session().Run("geometry.add", "meadow", {{"node", "ground"}});
+    Session().Run("node.rename", "stone", {{"name", "rock"}});
     Rest();
     while (NumSteps() > 0) Session().Undo();
     Rest();
@@ -184,6 +184,23 @@ TEST_F(StudioWindow, JumpingToAParameterGivesItTheFocus) {
     ParamControl* control = window->Panel().ControlOf(dispParams::kRmaxitems);
     EXPECT_TRUE(control->Editor()->hasFocus());
     EXPECT_TRUE(control->isVisible());
+}
+
+TEST_F(StudioWindow, IconsFollowTheTheme) {
+    auto darkest = [this] {
+        QImage image = window->Action("file.open")->icon().pixmap(20).toImage();
+        int value = 255;
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x)
+                if (image.pixelColor(x, y).alpha() == 255)
+                    value = std::min(value, image.pixelColor(x, y).value());
+        return value;
+    };
+    EXPECT_GT(darkest(), 150);  // light lines on dark ground
+    window->Action("view.theme")->trigger();
+    EXPECT_LT(darkest(), 100);
+    window->Action("view.theme")->trigger();
+    EXPECT_GT(darkest(), 150);
 }
 
 TEST_F(StudioWindow, TheFilterShowsWhatFits) {
