@@ -56,6 +56,7 @@ private:
     void ShowRecent();
     void AddRecent(const std::string& path);
     void SwitchTheme();
+    void AskAndOpen();
     // Calls next once nothing unsaved can be lost; not when the user wants to stay.
     void WhenSaved(std::function<void()> next);
     void Save(bool asksName, std::function<void()> next = {});

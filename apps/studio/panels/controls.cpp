@@ -1,177 +1,22 @@
 #include "apps/studio/panels/controls.h"
 
-#include <QApplication>
 #include <QButtonGroup>
 #include <QCheckBox>
-#include <QClipboard>
 #include <QComboBox>
-#include <QContextMenuEvent>
-#include <QHBoxLayout>
-#include <QLabel>
+#include <QLineEdit>
 #include <QListView>
 #include <QMenu>
-#include <QMessageBox>
 #include <QPushButton>
 #include <QRadioButton>
-#include <QSignalBlocker>
-#include <QSlider>
 #include <QStringListModel>
-#include <QWheelEvent>
 
 #include "Dravin/panels/panel_list.h"
 #include "apps/studio/panels/color_button.h"
-#include "apps/studio/panels/number_field.h"
-#include "apps/studio/studio_session.h"
+#include "apps/studio/panels/labelled_control.h"
 #include "host/scene/scene.h"
 #include "host/scene/user_interface.h"
 
 namespace {
-
-QString Text(const std::string& text) { return QString::fromStdString(text); }
-
-// Changes the selected objects; what went wrong is told.
-template <class Edit>
-void Change(StudioSession& session, Edit change) {
-    session.Do([&session, change = std::move(change)](Scene& scene) {
-        TPanel panel = session.Panel(scene);
-        TPanelResult result = change(panel);
-        if (!result) session.told.Send(MessageLevel::kError, result.error);
-        for (const std::string& warning : result.warnings)
-            session.told.Send(MessageLevel::kWarning, warning);
-    });
-}
-
-// The wheel scrolls the panel unless the control has the focus.
-class WheelGuard : public QObject {
-public:
-    using QObject::QObject;
-    bool eventFilter(QObject* watched, QEvent* event) override {
-        auto* widget = qobject_cast<QWidget*>(watched);
-        if (event->type() != QEvent::Wheel || !widget || widget->hasFocus()) return false;
-        event->ignore();
-        return true;
-    }
-};
-
-class LabelledControl : public ParamControl {
-public:
-    QWidget* Editor() override { return m_editor; }
-
-protected:
-    LabelledControl(StudioSession& session, TParamKey key) : ParamControl(key), m_session(session) {
-        m_row = new QHBoxLayout(this);
-        m_row->setContentsMargins(0, 0, 0, 0);
-        m_row->setSpacing(8);
-    }
-    QLabel* AddLabel() {
-        auto* label = new QLabel(Text(CaptionOf(m_key.Def())));
-        label->setWordWrap(true);
-        m_row->addWidget(label, 1);
-        return label;
-    }
-    void SetEditor(QWidget* editor, int stretch = 0) {
-        m_editor = editor;
-        const ParamDef& def = m_key.Def();
-        editor->setObjectName(Text(def.name));
-        editor->setAccessibleName(Text(def.label.empty() ? def.name : def.label));
-        setToolTip(Text(HelpOf(def)));
-        m_row->addWidget(editor, stretch);
-    }
-    void contextMenuEvent(QContextMenuEvent* event) override {
-        ShowParamMenu(m_session, m_key, event->globalPos());
-    }
-
-    StudioSession& m_session;
-    QHBoxLayout* m_row;
-    QWidget* m_editor = nullptr;
-};
-
-class NumberControl : public LabelledControl {
-public:
-    NumberControl(StudioSession& session, TParamKey key) : LabelledControl(session, key) {
-        QLabel* label = AddLabel();
-        m_field = new NumberField(HooksOf());
-        m_field->AttachLabel(label);
-        SetEditor(m_field);
-        m_field->setFixedWidth(104);
-    }
-    void Show(const TPanel& panel) override {
-        TControlValue value = panel.Read(m_key);
-        m_form = panel.FormOf(m_key);
-        m_field->Show(value.number, value.isMixed, value.isKeyed, value.isDefault);
-        m_field->setToolTip(Text(HelpOf(m_key.Def()) + "\nNow: " +
-                                 (value.isMixed ? "several values" : FullNumber(value.number)) +
-                                 (value.isKeyed ? " (animated)" : "")));
-        setEnabled(value.isEnabled);
-    }
-
-protected:
-    NumberField::Hooks HooksOf() {
-        NumberField::Hooks hooks;
-        hooks.enter = [this](const std::string& text) { return Enter(text); };
-        hooks.begin = [this] { m_session.BeginDrag(m_key); };
-        hooks.offset = [this](double offset) { m_session.Drag(offset); };
-        hooks.end = [this](bool keep) { m_session.EndDrag(keep); };
-        hooks.reset = [this] {
-            Change(m_session, [key = m_key](TPanel& panel) { return panel.Reset(key); });
-        };
-        hooks.menu = [this](const QPoint& at) { ShowParamMenu(m_session, m_key, at); };
-        hooks.step = [this](double value) {
-            double step = m_key.Def().step;
-            return step > 0 ? step : StepFor(value, m_form.isInteger);
-        };
-        return hooks;
-    }
-    // The text is judged at once, the change comes when the scene is free.
-    std::string Enter(const std::string& text) {
-        TNumberEntry entry;
-        std::string error;
-        double result = 0;
-        if (!entry.Parse(text, m_form, &error)) return error;
-        if (!entry.Apply(m_field->Value(), &result, &error)) return error;
-        Change(m_session, [key = m_key, text](TPanel& panel) { return panel.Enter(key, text); });
-        return {};
-    }
-
-    NumberField* m_field;
-    TNumberForm m_form;
-};
-
-// A number with a slider below its range.
-class SliderControl : public NumberControl {
-public:
-    SliderControl(StudioSession& session, TParamKey key) : NumberControl(session, key) {
-        const ParamDef& def = key.Def();
-        m_slider = new QSlider(Qt::Horizontal);
-        m_slider->setRange(int(def.min), int(def.max));
-        m_slider->setTickInterval(std::max(1, int(def.max - def.min) / 10));
-        m_slider->setTickPosition(QSlider::TicksBelow);
-        m_slider->setObjectName(Text(def.name) + "_slider");
-        m_slider->setAccessibleName(Text(def.label));
-        m_slider->installEventFilter(new WheelGuard(this));
-        m_slider->setFocusPolicy(Qt::StrongFocus);
-        m_row->insertWidget(1, m_slider, 1);
-        connect(m_slider, &QSlider::sliderPressed, this, [this] {
-            m_from = m_field->Value();
-            m_session.BeginDrag(m_key);
-        });
-        connect(m_slider, &QSlider::valueChanged, this, [this](int value) {
-            if (m_slider->isSliderDown()) return m_session.Drag(value - m_from);
-            Change(m_session,
-                   [key = m_key, value](TPanel& panel) { return panel.SetNumber(key, value); });
-        });
-        connect(m_slider, &QSlider::sliderReleased, this, [this] { m_session.EndDrag(true); });
-    }
-    void Show(const TPanel& panel) override {
-        NumberControl::Show(panel);
-        QSignalBlocker silent(m_slider);
-        if (!m_slider->isSliderDown()) m_slider->setValue(int(m_field->Value()));
-    }
-
-private:
-    QSlider* m_slider;
-    double m_from = 0;
-};
 
 class CheckControl : public LabelledControl {
 public:
@@ -423,7 +268,7 @@ private:
 ParamControl* MakeParamControl(StudioSession& session, TParamKey key) {
     switch (key.Def().control) {
         case ControlKind::kSpinner:
-            return new NumberControl(session, key);
+            return MakeNumberControl(session, key);
         case ControlKind::kCheckBox:
             return new CheckControl(session, key);
         case ControlKind::kRadio:
@@ -436,44 +281,11 @@ ParamControl* MakeParamControl(StudioSession& session, TParamKey key) {
         case ControlKind::kColorSwatch:
             return new SwatchControl(session, key);
         case ControlKind::kSlider:
-            return new SliderControl(session, key);
+            return MakeSliderControl(session, key);
         case ControlKind::kNodeList:
             return new NodeListControl(session, key);
         case ControlKind::kNone:
             break;
     }
     return new FileControl(session, key);
-}
-
-void ShowParamMenu(StudioSession& session, TParamKey key, const QPoint& global) {
-    session.Look([=, &session](Scene& scene) {
-        TPanel panel = session.Panel(scene);
-        TControlValue value = panel.Read(key);
-        const ParamDef& def = key.Def();
-        QMenu menu;
-        QAction* reset = menu.addAction("Reset");
-        reset->setEnabled(value.isEnabled && !value.isDefault);
-        QAction* copy = menu.addAction("Copy");
-        QAction* paste = menu.addAction("Paste");
-        bool isNumber = IsNumberType(def.type) && !def.list;
-        copy->setEnabled(isNumber && !value.isMixed);
-        paste->setEnabled(isNumber && value.isEnabled &&
-                          !QApplication::clipboard()->text().isEmpty());
-        QAction* path = menu.addAction("Copy path");
-        QAction* setKey = menu.addAction("Key");
-        setKey->setEnabled(def.animatable && value.isEnabled);
-        QAction* help = menu.addAction("Range and help");
-        QAction* chosen = menu.exec(global);
-        if (!chosen) return;
-        QClipboard& clipboard = *QApplication::clipboard();
-        if (chosen == reset) Change(session, [=](TPanel& p) { return p.Reset(key); });
-        if (chosen == copy) clipboard.setText(Text(FullNumber(value.number)));
-        if (chosen == paste)
-            Change(session, [=, text = clipboard.text().toStdString()](TPanel& p) {
-                return p.Enter(key, text);
-            });
-        if (chosen == path) clipboard.setText(Text(def.name));
-        if (chosen == setKey) Change(session, [=](TPanel& p) { return p.SetKey(key); });
-        if (chosen == help) session.Ui().MessageBox(HelpOf(def), "Dravin Studio");
-    });
 }
