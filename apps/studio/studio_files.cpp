@@ -43,7 +43,7 @@ void StudioSession::Load(const std::string& name, const std::string& path,
     if (Refuse(name)) return;
     auto load = [=, this] {
         auto session = std::make_shared<std::unique_ptr<Session>>();
-        auto code = std::make_shared<int>(0);
+        auto code = std::make_shared<int>(kExitFailed);
         auto work = [=] {
             *session = std::make_unique<Session>();
             *code = read(**session);
@@ -51,7 +51,7 @@ void StudioSession::Load(const std::string& name, const std::string& path,
         };
         auto ended = [=, this] {
             std::string error;
-            if (*session)
+            if (*code == kExitDone)
                 Replace(std::move(*session), path);
             else
                 error = fmt::format("{} cannot be opened; the log says why", path);
@@ -96,7 +96,7 @@ void StudioSession::Save(const std::string& path, Done done) {
     if (Refuse("Save")) return;
     EndDrag(true);
     Look([=, this](Scene&) {
-        auto code = std::make_shared<ExitCode>(kExitDone);
+        auto code = std::make_shared<ExitCode>(kExitFailed);
         auto work = [=, this] {
             ContextScope scope(m_session->Host());
             m_templates->Remove();

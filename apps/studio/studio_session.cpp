@@ -212,8 +212,15 @@ void StudioSession::Start(Job job) {
     m_stop = false;
     m_running = std::make_unique<Job>(std::move(job));
     // A thread each: what a job leaves behind in its thread is gone with it.
-    m_thread = std::thread([this, work = m_running->work] {
-        work();
+    // What it throws must not take the scene with it.
+    m_thread = std::thread([this, work = m_running->work, name = m_running->name] {
+        try {
+            work();
+        } catch (const std::bad_alloc&) {
+            PrintError(name + ": out of memory");
+        } catch (const std::exception& error) {
+            PrintError(name + ": " + error.what());
+        }
         QMetaObject::invokeMethod(
             &m_receiver, [this] { Ended(); }, Qt::QueuedConnection);
     });
@@ -289,7 +296,8 @@ void StudioSession::Run(const std::string& command, const std::string& target, T
     // The scene must be free: a job is begun like an edit, in its turn.
     if (Refuse(command)) return;
     Look([=, this, arguments = std::move(arguments)](Scene&) {
-        auto result = std::make_shared<TCommandResult>();
+        auto result = std::make_shared<TCommandResult>(
+            TCommandResult::Error(command + " has not been finished"));
         auto work = [=, this] {
             ContextScope scope(m_session->Host());
             *result = m_commands.Run(command, m_session->GetScene(), target, arguments);
