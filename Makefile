@@ -17,7 +17,7 @@ PREFIX   ?= /usr/local
 DRAVIN   := $(BUILD)/apps/dravin/dravin
 CONFIGURE = cmake -Wno-dev --log-level=WARNING -DDRAVIN_STRICT=$(if $(STRICT),ON,OFF)
 
-.PHONY: build dravin demo test debug bench bench-peers fuzz format check-format tidy clean packages \
+.PHONY: build dravin app studio demo test debug bench bench-peers fuzz format check-format tidy clean packages \
         install package python
 
 packages:
@@ -31,6 +31,15 @@ build: packages
 dravin: packages
 	@$(CONFIGURE) --preset $(PRESET)
 	@cmake --build $(BUILD) -j $(JOBS) --target dravin
+
+# The desktop application.
+app: packages
+	@$(CONFIGURE) --preset $(PRESET)
+	@cmake --build $(BUILD) -j $(JOBS) --target dravin_studio
+
+# Opens it on the demo scene, which is made where it is missing.
+studio: app
+	$(BUILD)/apps/studio/dravin-studio --demo demo
 
 demo: dravin
 	$(DRAVIN) demo --out demo
@@ -70,9 +79,9 @@ tidy: build
 	@scripts/install-packages tools
 	@git ls-files '*.cpp' | grep -E '^(host|common|Dravin|apps)/' | xargs -P $(JOBS) -n 4 clang-tidy --quiet -p $(BUILD)
 
-# The program, the plug-in module and the Python package, which is not built with sanitizers.
+# The programs, the plug-in module and the Python package, which is not built with sanitizers.
 .PHONY: installable
-installable: dravin
+installable: dravin app
 	@cmake --build $(BUILD) -j $(JOBS) --target dravin_plugin $(if $(SANITIZE),,dravin_python)
 
 # All of that, the import helper, data, documentation, manual page and completions; see docs/install.md.

@@ -5,6 +5,13 @@ include(GNUInstallDirs)
 set(CMAKE_INSTALL_DOCDIR ${CMAKE_INSTALL_DATADIR}/doc/dravin)
 
 install(TARGETS dravin RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+if(TARGET dravin_studio)
+    install(TARGETS dravin_studio RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    install(FILES apps/studio/dravin-studio.desktop
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
+    install(FILES apps/studio/dravin-studio.svg
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps)
+endif()
 install(TARGETS dravin_import dravin_plugin_info RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/dravin)
 # Where the program looks, whatever the distribution calls its folder of libraries.
 install(TARGETS dravin_images LIBRARY DESTINATION lib/dravin)

@@ -1,0 +1,34 @@
+// Rows of the lists in rollouts: geometry, areas, effects; and lists of nodes.
+//
+// Row operations are commands (`geometry.delete` and its like); here rows are read and cells are
+// set. One thread, the scene's, where its session is current.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Dravin/panels/panel_values.h"
+
+class TPanelRows {
+public:
+    TPanelRows(const TPanel& panel, const TPanelList& list) : m_panel(panel), m_list(list) {}
+
+    // Of the panel's first object; 0 without one.
+    int Count() const;
+    // What a cell shows; "-" where the list is shorter.
+    std::string Cell(int row, int column) const;
+    // Whether a column of truth values is on there.
+    bool IsOn(int row, int column) const;
+    // Number entries, texts, names of nodes, maps and materials, or one of the column's entries.
+    TPanelResult SetCell(int row, int column, const std::string& text);
+
+private:
+    const IParamBlock2* Block(int column) const;
+
+    const TPanel& m_panel;
+    const TPanelList& m_list;
+};
+
+// A list of nodes: a name is added once, at the end.
+TPanelResult AddNodeToList(TPanel& panel, TParamKey key, const std::string& name);
+TPanelResult RemoveNodeFromList(TPanel& panel, TParamKey key, const std::string& name);

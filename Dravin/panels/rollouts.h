@@ -1,0 +1,84 @@
+// The rollouts of the scatter object as data: which parameters, lists and buttons stand where.
+//
+// The parameter tables (Dravin/params) say everything about a parameter: label, control, range,
+// step, entries, help. A rollout orders ids of one block into groups and names the commands of its
+// buttons. Tables of constants; any thread.
+#pragma once
+
+#include <span>
+#include <string>
+#include <vector>
+
+#include "Dravin/params/dravin_params.h"
+
+class TDravin;
+
+// A parameter of the scatter object.
+struct TParamKey {
+    DravinBlockId block = kGenParams;
+    ParamID id = -1;
+
+    TParamKey() = default;
+    TParamKey(DravinBlockId blockId, ParamID paramId) : block(blockId), id(paramId) {}
+    // From a constant of dravin_params.h.
+    template <class Id, class = std::enable_if_t<std::is_enum_v<Id>>>
+    TParamKey(Id paramId) : block(DravinBlockOf(paramId)), id(paramId) {}
+
+    const ParamDef& Def() const;
+    friend bool operator==(const TParamKey&, const TParamKey&) = default;
+    friend auto operator<=>(const TParamKey&, const TParamKey&) = default;
+};
+
+// What a control is labelled with: its own caption, else the parameter's label.
+const std::string& CaptionOf(const ParamDef& def);
+// Name, what it does, range, default and the name for scripts, as plain text.
+std::string HelpOf(const ParamDef& def);
+
+// A column of a list whose rows are stored in parallel lists of a block.
+struct TListColumn {
+    TParamKey key;
+    std::string title;
+    std::vector<std::string> entries = {};  // named values 0, 1, ...; empty: the values themselves
+    bool isEditable = true;
+};
+
+// A button: a command of the command table. Arguments that it takes beside the list's selected row
+// are asked for in a form.
+struct TPanelButton {
+    std::string label, command;
+    std::string rowArgument = {};  // of the command that takes the selected row; empty: none
+    bool isRowList = false;        // that argument takes a list of rows
+};
+
+struct TPanelList {
+    std::string name;
+    std::vector<TListColumn> columns;
+    std::vector<TPanelButton> buttons;
+};
+
+struct TPanelGroup {
+    std::string title;  // empty: none
+    std::vector<TParamKey> params = {};
+    const TPanelList* list = nullptr;
+    std::vector<TPanelButton> buttons = {};
+    int onlyInMode = -1;  // shown for this `distmode` only; -1: always
+};
+
+struct TRollout {
+    DravinBlockId block;
+    std::vector<TPanelGroup> groups;
+
+    const std::string& Title() const;
+    bool StartsOpen() const;
+};
+
+// The thirteen, from top to bottom.
+std::span<const TRollout> DravinRollouts();
+
+// --- rules (enable_rules.cpp)
+
+// Whether the control of this parameter answers, as the object is at time t.
+bool IsParamEnabled(const TDravin& object, TParamKey key, TimeValue t);
+// Whether the list of areas with its buttons answers; else why not.
+bool AreAreasEnabled(const TDravin& object, TimeValue t, std::string* why);
+bool IsGroupShown(const TDravin& object, const TPanelGroup& group, TimeValue t);

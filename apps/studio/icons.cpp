@@ -1,0 +1,71 @@
+// The icons: lines of 1.5 on a grid of 16, drawn by us, in the colour of the text.
+#include <vector>
+
+#include <QByteArray>
+#include <QIcon>
+#include <QPainter>
+#include <QPixmap>
+#include <QSvgRenderer>
+
+#include "apps/studio/theme.h"
+
+namespace {
+
+struct Drawing {
+    const char* name;
+    const char* path;
+};
+constexpr Drawing kDrawings[] = {
+    {"new", "M4 1.75h5l3 3v9.5H4zM9 1.75v3h3"},
+    {"open", "M1.75 13V3h4l1.5 2h7v8zM1.75 7.5h12.5"},
+    {"save", "M2 2h10l2 2v10H2zM5 2v4h5V2M4.5 14V9.5h7V14"},
+    {"undo", "M6 3L2.5 6.5 6 10M2.5 6.5H10a3.5 3.5 0 0 1 0 7H6"},
+    {"redo", "M10 3l3.5 3.5L10 10M13.5 6.5H6a3.5 3.5 0 0 0 0 7h4"},
+    {"frame", "M2 5V2h3M11 2h3v3M14 11v3h-3M5 14H2v-3M5.5 8a2.5 2.5 0 1 0 5 0a2.5 2.5 0 1 0-5 0"},
+    {"palette", "M2 4l4 4-4 4M8 12.5h6"},
+    {"theme", "M8 2a6 6 0 1 0 0 12a6 6 0 1 0 0-12M8 2v12M8 5l4.2-1M8 8h6M8 11l4.2 1"},
+    {"update", "M13.5 8A5.5 5.5 0 1 1 11.6 3.8M12 1v3.2H8.8"},
+    {"scatter", "M5 2L2.5 7h5zM5 7v2M11 5l-2.5 5h5zM11 10v2M4 10l-2 3.5h4z"},
+    {"mesh", "M8 1.75l5.5 3v6.5L8 14.25l-5.5-3v-6.5zM2.5 4.75L8 8l5.5-3.25M8 8v6"},
+    {"camera", "M1.75 5h8v7h-8zM9.75 8l4.5-2.5v6L9.75 9"},
+    {"light", "M8 2a4 4 0 0 0-2 7.5V11h4V9.5A4 4 0 0 0 8 2M6.5 13.5h3"},
+    {"spline", "M2 12C5 2 11 14 14 4M2 12h.01M14 4h.01"},
+    {"node", "M8 3.5v9M3.5 8h9"},
+};
+
+QPixmap Draw(const char* path, const QColor& color, int size) {
+    QByteArray svg = QByteArray(
+                         "<svg xmlns='http://www.w3.org/2000/svg' viewBox='0 0 16 16'>"
+                         "<path fill='none' stroke='") +
+                     color.name().toLatin1() +
+                     "' stroke-width='1.5' stroke-linecap='round' stroke-linejoin='round' d='" +
+                     path + "'/></svg>";
+    QPixmap pixmap(size, size);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    QSvgRenderer(svg).render(&painter);
+    return pixmap;
+}
+
+}  // namespace
+
+QIcon ThemeIcon(const char* name) {
+    QIcon icon;
+    for (const Drawing& drawing : kDrawings) {
+        if (qstrcmp(drawing.name, name) != 0) continue;
+        for (int size : {16, 20, 24, 32, 40, 48, 64}) {
+            icon.addPixmap(Draw(drawing.path, CurrentColors().text, size));
+            icon.addPixmap(Draw(drawing.path, CurrentColors().border, size), QIcon::Disabled);
+        }
+    }
+    return icon;
+}
+
+std::span<const char* const> ThemeIconNames() {
+    static const std::vector<const char*> names = [] {
+        std::vector<const char*> all;
+        for (const Drawing& drawing : kDrawings) all.push_back(drawing.name);
+        return all;
+    }();
+    return names;
+}

@@ -1,0 +1,79 @@
+// The window: the view in the middle, outliner, command panel, statistics and log around it.
+#pragma once
+
+#include <map>
+
+#include <QMainWindow>
+
+#include "apps/studio/command_palette.h"
+#include "apps/studio/panels/command_panel.h"
+#include "apps/studio/studio_session.h"
+
+class ICentralView;
+class Outliner;
+class QLabel;
+class QPlainTextEdit;
+class QProgressBar;
+class QPushButton;
+class QTimer;
+
+class MainWindow : public QMainWindow {
+public:
+    // makeInterface: where boxes and questions go; none: windows of Qt.
+    explicit MainWindow(StudioSession::MakeInterface makeInterface = {});
+    ~MainWindow() override;
+
+    StudioSession& Session() { return *m_session; }
+    CommandPanel& Panel() { return *m_panel; }
+
+    void OpenFile(const std::string& path);
+    void OpenDemo(const std::string& folder);
+    // Actions of menus and toolbar by name ("file.open"), for tests and the palette.
+    QAction* Action(const char* name) const { return m_actions.at(name); }
+    std::vector<PaletteEntry> PaletteEntries();
+    QString LogText() const;
+    QStringList RecentFiles() const;
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+
+private:
+    QAction* AddAction(const char* name, const char* text, const char* icon, QKeySequence keys,
+                       std::function<void()> run);
+    void MakeActions();
+    void MakeMenus();
+    void MakeDocks();
+    void MakeStatusLine();
+    void Listen();
+    void ShowMarks();
+    void ShowReports();
+    void ShowStatistics(Scene& scene);
+    void ShowActivity();
+    void ShowMessage(MessageLevel level, const std::string& text);
+    void ShowPalette();
+    void ShowRecent();
+    void AddRecent(const std::string& path);
+    void SwitchTheme();
+    void AskAndOpen();
+    // Calls next once nothing unsaved can be lost; not when the user wants to stay.
+    void WhenSaved(std::function<void()> next);
+    void Save(bool asksName, std::function<void()> next = {});
+
+    std::unique_ptr<StudioSession> m_session;
+    std::vector<Connection> m_connections;
+    std::map<std::string, QAction*> m_actions;
+    ICentralView* m_view;
+    Outliner* m_outliner;
+    CommandPanel* m_panel;
+    QPlainTextEdit *m_statistics, *m_log;
+    QMenu* m_recent;
+    QLabel *m_message, *m_items, *m_build;
+    QProgressBar* m_progress;
+    QPushButton* m_cancel;
+    QTimer* m_activity;
+    QByteArray m_firstLayout;
+    std::string m_lastWarning;
+    bool m_mayClose = false;
+};

@@ -1,0 +1,291 @@
+#include "apps/studio/panels/controls.h"
+
+#include <QButtonGroup>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QListView>
+#include <QMenu>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QStringListModel>
+
+#include "Dravin/panels/panel_list.h"
+#include "apps/studio/panels/color_button.h"
+#include "apps/studio/panels/labelled_control.h"
+#include "host/scene/scene.h"
+#include "host/scene/user_interface.h"
+
+namespace {
+
+class CheckControl : public LabelledControl {
+public:
+    CheckControl(StudioSession& session, TParamKey key) : LabelledControl(session, key) {
+        m_box = new QCheckBox(Text(CaptionOf(key.Def())));
+        SetEditor(m_box, 1);
+        connect(m_box, &QCheckBox::clicked, this, [this] {
+            bool on = m_box->checkState() != Qt::Unchecked;
+            m_box->setTristate(false);
+            Change(m_session, [key = m_key, on](TPanel& panel) { return panel.SetBool(key, on); });
+        });
+    }
+    void Show(const TPanel& panel) override {
+        TControlValue value = panel.Read(m_key);
+        m_box->setTristate(value.isMixed);
+        m_box->setCheckState(value.isMixed       ? Qt::PartiallyChecked
+                             : value.number != 0 ? Qt::Checked
+                                                 : Qt::Unchecked);
+        setEnabled(value.isEnabled);
+    }
+
+private:
+    QCheckBox* m_box;
+};
+
+// The mode of editing is switched by its command, which asks and makes items beside the window.
+void SetEntry(StudioSession& session, TParamKey key, int entry) {
+    if (!(key == TParamKey(editionParams::kMode)))
+        return Change(session, [=](TPanel& panel) { return panel.SetEntry(key, entry); });
+    session.Look([=, &session](Scene& scene) {
+        TPanel panel = session.Panel(scene);
+        if (panel.IsEmpty()) return;
+        std::string mode = entry == 0 ? "generate" : "custom_edit";
+        std::string name;
+        for (INode* node : scene.Nodes())
+            if (name.empty() && panel.Holds(*node)) name = node->GetName();
+        session.Run("mode.switch", name, {{"mode", mode}});
+    });
+}
+
+class RadioControl : public LabelledControl {
+public:
+    RadioControl(StudioSession& session, TParamKey key) : LabelledControl(session, key) {
+        auto* box = new QWidget;
+        auto* column = new QVBoxLayout(box);
+        column->setContentsMargins(0, 0, 0, 0);
+        column->setSpacing(2);
+        const ParamDef& def = key.Def();
+        for (int i = 0; i < int(def.entries.size()); ++i) {
+            auto* button = new QRadioButton(Text(def.entries[size_t(i)]));
+            m_group.addButton(button, i);
+            column->addWidget(button);
+        }
+        QLabel* label = AddLabel();
+        label->setAlignment(Qt::AlignTop | Qt::AlignLeft);
+        SetEditor(box, 1);
+        connect(&m_group, &QButtonGroup::idClicked, this,
+                [this](int id) { SetEntry(m_session, m_key, id); });
+    }
+    void Show(const TPanel& panel) override {
+        TControlValue value = panel.Read(m_key);
+        QAbstractButton* on = value.isMixed ? nullptr : m_group.button(int(value.number));
+        m_group.setExclusive(on != nullptr);
+        for (QAbstractButton* button : m_group.buttons()) button->setChecked(button == on);
+        m_group.setExclusive(true);
+        setEnabled(value.isEnabled);
+    }
+
+private:
+    QButtonGroup m_group;
+};
+
+class DropDownControl : public LabelledControl {
+public:
+    DropDownControl(StudioSession& session, TParamKey key) : LabelledControl(session, key) {
+        AddLabel();
+        m_box = new QComboBox;
+        for (const std::string& entry : key.Def().entries) m_box->addItem(Text(entry));
+        m_box->setFocusPolicy(Qt::StrongFocus);
+        m_box->installEventFilter(new WheelGuard(this));
+        SetEditor(m_box, 1);
+        connect(m_box, &QComboBox::activated, this,
+                [this](int entry) { SetEntry(m_session, m_key, entry); });
+    }
+    void Show(const TPanel& panel) override {
+        TControlValue value = panel.Read(m_key);
+        bool isNamed = !value.isMixed && value.number < double(m_box->count());
+        m_box->setPlaceholderText(value.isMixed ? QString(u'\u2013')
+                                                : QString::number(int(value.number)));
+        m_box->setCurrentIndex(isNamed ? int(value.number) : -1);
+        setEnabled(value.isEnabled);
+    }
+
+private:
+    QComboBox* m_box;
+};
+
+class SwatchControl : public LabelledControl {
+public:
+    SwatchControl(StudioSession& session, TParamKey key) : LabelledControl(session, key) {
+        AddLabel();
+        m_button = new ColorButton([this](const Color& color) {
+            Change(m_session,
+                   [key = m_key, color](TPanel& panel) { return panel.SetColor(key, color); });
+        });
+        SetEditor(m_button);
+    }
+    void Show(const TPanel& panel) override {
+        TControlValue value = panel.Read(m_key);
+        m_button->Show(value.color, value.isMixed);
+        setEnabled(value.isEnabled);
+    }
+
+private:
+    ColorButton* m_button;
+};
+
+// A map, camera, light or target, chosen by name from what fits.
+class ReferenceControl : public LabelledControl {
+public:
+    ReferenceControl(StudioSession& session, TParamKey key) : LabelledControl(session, key) {
+        AddLabel();
+        m_button = new QPushButton;
+        SetEditor(m_button, 1);
+        connect(m_button, &QPushButton::clicked, this, [this] { Choose(); });
+    }
+    void Show(const TPanel& panel) override {
+        TControlValue value = panel.Read(m_key);
+        m_button->setText(value.isMixed        ? QString(u'\u2013')
+                          : value.text.empty() ? QString("None")
+                                               : Text(value.text));
+        setEnabled(value.isEnabled);
+    }
+
+private:
+    void Choose() {
+        m_session.Look([this](Scene& scene) {
+            QMenu menu;
+            menu.addAction("None")->setData(QString());
+            for (const std::string& name : m_session.Panel(scene).Candidates(m_key))
+                menu.addAction(Text(name))->setData(Text(name));
+            QAction* chosen = menu.exec(m_button->mapToGlobal(QPoint(0, m_button->height())));
+            if (!chosen) return;
+            std::string name = chosen->data().toString().toStdString();
+            Change(m_session,
+                   [key = m_key, name](TPanel& panel) { return panel.SetReference(key, name); });
+        });
+    }
+    QPushButton* m_button;
+};
+
+// A file, by its picker or typed.
+class FileControl : public LabelledControl {
+public:
+    FileControl(StudioSession& session, TParamKey key) : LabelledControl(session, key) {
+        AddLabel();
+        m_edit = new QLineEdit;
+        SetEditor(m_edit, 1);
+        auto* pick = new QPushButton("...");
+        pick->setAccessibleName("Choose a file");
+        m_row->addWidget(pick);
+        connect(m_edit, &QLineEdit::editingFinished, this, [this] {
+            if (m_edit->isModified()) Set(m_edit->text().toStdString());
+        });
+        connect(pick, &QPushButton::clicked, this, [this] {
+            FileRequest request{
+                "Choose an image", false, {}, {".bmp", ".png", ".jpg", ".tif", ".exr"}};
+            if (auto path = m_session.Ui().PickFile(request)) Set(*path);
+        });
+    }
+    void Show(const TPanel& panel) override {
+        TControlValue value = panel.Read(m_key);
+        if (!(m_edit->hasFocus() && m_edit->isModified()))
+            m_edit->setText(value.isMixed ? QString(u'\u2013') : Text(value.text));
+        setEnabled(value.isEnabled);
+    }
+
+private:
+    void Set(const std::string& path) {
+        m_edit->setModified(false);
+        Change(m_session, [key = m_key, path](TPanel& panel) { return panel.SetText(key, path); });
+    }
+    QLineEdit* m_edit;
+};
+
+class NodeListControl : public LabelledControl {
+public:
+    NodeListControl(StudioSession& session, TParamKey key) : LabelledControl(session, key) {
+        auto* box = new QWidget;
+        auto* column = new QVBoxLayout(box);
+        column->setContentsMargins(0, 0, 0, 0);
+        m_count = new QLabel;
+        m_view = new QListView;
+        m_view->setModel(&m_model);
+        m_view->setFixedHeight(72);
+        m_view->setEditTriggers(QAbstractItemView::NoEditTriggers);
+        m_view->setObjectName(Text(key.Def().name) + "_list");
+        auto* buttons = new QHBoxLayout;
+        auto* add = new QPushButton("Add");
+        auto* remove = new QPushButton("Remove");
+        auto* clear = new QPushButton("Clear");
+        for (QPushButton* button : {add, remove, clear}) buttons->addWidget(button);
+        column->addWidget(m_count);
+        column->addWidget(m_view);
+        column->addLayout(buttons);
+        SetEditor(box, 1);
+        connect(add, &QPushButton::clicked, this, [this, add] { Add(add); });
+        connect(remove, &QPushButton::clicked, this, [this] {
+            std::string name = m_view->currentIndex().data().toString().toStdString();
+            if (name.empty()) return;
+            Change(m_session, [key = m_key, name](TPanel& panel) {
+                return RemoveNodeFromList(panel, key, name);
+            });
+        });
+        connect(clear, &QPushButton::clicked, this, [this] {
+            Change(m_session, [key = m_key](TPanel& panel) { return panel.Reset(key); });
+        });
+    }
+    void Show(const TPanel& panel) override {
+        TControlValue value = panel.Read(m_key);
+        QStringList names;
+        for (const std::string& name : value.names) names.push_back(Text(name));
+        if (m_model.stringList() != names) m_model.setStringList(names);
+        m_count->setText(QString("%1: %2").arg(Text(CaptionOf(m_key.Def()))).arg(names.size()));
+        setEnabled(value.isEnabled);
+    }
+
+private:
+    void Add(QPushButton* below) {
+        m_session.Look([this, below](Scene& scene) {
+            QMenu menu;
+            for (const std::string& name : m_session.Panel(scene).Candidates(m_key))
+                menu.addAction(Text(name));
+            if (menu.isEmpty()) menu.addAction("Nothing in the scene fits")->setEnabled(false);
+            QAction* chosen = menu.exec(below->mapToGlobal(QPoint(0, below->height())));
+            if (!chosen) return;
+            Change(m_session, [key = m_key, name = chosen->text().toStdString()](TPanel& panel) {
+                return AddNodeToList(panel, key, name);
+            });
+        });
+    }
+    QStringListModel m_model;
+    QListView* m_view;
+    QLabel* m_count;
+};
+
+}  // namespace
+
+ParamControl* MakeParamControl(StudioSession& session, TParamKey key) {
+    switch (key.Def().control) {
+        case ControlKind::kSpinner:
+            return MakeNumberControl(session, key);
+        case ControlKind::kCheckBox:
+            return new CheckControl(session, key);
+        case ControlKind::kRadio:
+            return new RadioControl(session, key);
+        case ControlKind::kDropDown:
+            return new DropDownControl(session, key);
+        case ControlKind::kMapButton:
+        case ControlKind::kPickButton:
+            return new ReferenceControl(session, key);
+        case ControlKind::kColorSwatch:
+            return new SwatchControl(session, key);
+        case ControlKind::kSlider:
+            return MakeSliderControl(session, key);
+        case ControlKind::kNodeList:
+            return new NodeListControl(session, key);
+        case ControlKind::kNone:
+            break;
+    }
+    return new FileControl(session, key);
+}

@@ -1,0 +1,31 @@
+// Widgets of the controls that parameters have: each shows a TControlValue and hands on what the
+// user wants.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include <QWidget>
+
+#include "Dravin/panels/panel_values.h"
+
+class StudioSession;
+
+// One parameter's row in a rollout: label and control.
+class ParamControl : public QWidget {
+public:
+    virtual void Show(const TPanel& panel) = 0;
+    TParamKey Key() const { return m_key; }
+    // The widget that takes the focus.
+    virtual QWidget* Editor() = 0;
+
+protected:
+    explicit ParamControl(TParamKey key) : m_key(key) {}
+    TParamKey m_key;
+};
+
+// The control that the parameter's table wants.
+ParamControl* MakeParamControl(StudioSession& session, TParamKey key);
+
+// Reset, Copy, Paste, Copy path, Key, Range and help.
+void ShowParamMenu(StudioSession& session, TParamKey key, const QPoint& global);

@@ -1,0 +1,122 @@
+// Scenes come and go: new ones, files, the demo.
+#include <filesystem>
+
+#include <fmt/format.h>
+
+#include "Dravin/config/main_folder.h"
+#include "Dravin/dravin.h"
+#include "Dravin/panels/param_gesture.h"
+#include "Dravin/viewport/viewport_scene.h"
+#include "apps/dravin/demo_scene.h"
+#include "apps/dravin/session.h"
+#include "apps/studio/studio_session.h"
+
+void StudioSession::Replace(std::unique_ptr<Session> session, const std::string& path) {
+    m_waiting.clear();
+    m_dragWaits = m_isDragging = false;
+    DropSession();
+    m_session = std::move(session);
+    ContextScope scope(m_session->Host());
+    m_session->Host().SetUserInterface(m_makeInterface());
+    m_templates = std::make_unique<TemplateNodes>(*m_session);
+    Scene& scene = m_session->GetScene();
+    scene.undo.Clear();
+    m_path = path;
+    m_marks.Reset();
+    m_savedMark = m_marks.Current();
+    m_undoName = m_redoName = {};
+    m_view.reset();
+    m_reports.clear();
+    m_panelNodes.clear();
+    for (INode* node : scene.Nodes())
+        if (m_panelNodes.empty() && dynamic_cast<TDravin*>(node->GetObjectRef()))
+            m_panelNodes.push_back(node->GetHandle());
+    m_viewWished = true;
+    m_isEditing = true;
+    sceneReplaced.Send(scene);
+    m_isEditing = false;
+    SendChanged();
+}
+
+void StudioSession::Load(const std::string& name, const std::string& path,
+                         std::function<int(Session&)> read, Done done) {
+    if (Refuse(name)) return;
+    auto load = [=, this] {
+        auto session = std::make_shared<std::unique_ptr<Session>>();
+        auto code = std::make_shared<int>(kExitFailed);
+        auto work = [=] {
+            *session = std::make_unique<Session>();
+            *code = read(**session);
+            if (*code != kExitDone) session->reset();
+        };
+        auto ended = [=, this] {
+            std::string error;
+            if (*code == kExitDone)
+                Replace(std::move(*session), path);
+            else
+                error = fmt::format("{} cannot be opened; the log says why", path);
+            if (!error.empty()) Tell(MessageLevel::kError, error);
+            if (done) done(error);
+        };
+        Start({name, false, work, ended});
+    };
+    if (!m_session) return load();  // the first scene of all
+    EndDrag(false);
+    Look([load](Scene&) { load(); });
+}
+
+void StudioSession::NewScene() {
+    Load("New scene", "",
+         [](Session& session) {
+             return session.Parse(R"({"dravin_scene": 1, "nodes": []})", "new", ".");
+         },
+         {});
+}
+
+void StudioSession::Open(const std::string& path, Done done) {
+    Load(
+        "Opening", path, [path](Session& session) { return session.Read(path); }, std::move(done));
+}
+
+void StudioSession::OpenDemo(const std::string& folder, Done done) {
+    std::string path = folder + "/forest.json";
+    auto read = [=](Session& session) -> int {
+        std::error_code ignored;
+        std::string error;
+        bool isThere = std::filesystem::exists(path, ignored) ||
+                       WriteDemoScene(folder, {MainFolder(), kDemoItems}, &error);
+        if (isThere) return session.Read(path);
+        PrintError(error);
+        return kExitNoOutput;
+    };
+    Load("Opening the demo", path, read, std::move(done));
+}
+
+void StudioSession::Save(const std::string& path, Done done) {
+    if (Refuse("Save")) return;
+    EndDrag(true);
+    Look([=, this](Scene&) {
+        auto code = std::make_shared<ExitCode>(kExitFailed);
+        auto work = [=, this] {
+            ContextScope scope(m_session->Host());
+            m_templates->Remove();
+            *code = m_session->Save(path);
+            m_templates = std::make_unique<TemplateNodes>(*m_session);
+        };
+        auto ended = [=, this] {
+            std::string error;
+            if (*code == kExitDone) {
+                m_path = path;
+                m_session->GetScene().path = path;
+                m_savedMark = m_marks.Current();
+                Tell(MessageLevel::kNote, "Saved " + path);
+            } else {
+                error = path + " has not been saved; the log says why";
+                Tell(MessageLevel::kError, error);
+            }
+            SendChanged();
+            if (done) done(error);
+        };
+        Start({"Saving", false, work, ended});
+    });
+}

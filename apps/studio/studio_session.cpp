@@ -1,0 +1,318 @@
+#include "apps/studio/studio_session.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QTimer>
+
+#include "Dravin/build/dravin_build.h"
+#include "Dravin/commands/all_commands.h"
+#include "Dravin/dravin.h"
+#include "Dravin/panels/param_gesture.h"
+#include "Dravin/viewport/viewport_scene.h"
+#include "apps/dravin/session.h"
+#include "apps/studio/studio_console.h"
+
+namespace {
+
+constexpr int kNagMs = 10;
+// While a number is dragged, builds that take no longer than this are let finish, so that the view
+// follows; others give way to the newest wish.
+constexpr int kQuickViewMs = 300;
+
+std::string Lines(const std::vector<TPanelLine>& lines) {
+    std::string text;
+    for (const TPanelLine& line : lines)
+        if (!line.label.empty()) text += fmt::format("{}\t{}\n", line.label, line.value);
+    return text;
+}
+
+ObjectReport ReportOf(const INode& node, const TDravinBuild& build) {
+    ObjectReport report;
+    report.handle = node.GetHandle();
+    report.numItems = build.Statistics().itemCount;
+    report.buildMs = build.Statistics().buildMs;
+    for (const std::string& line : build.Message())
+        if (!line.empty()) report.message += (report.message.empty() ? "" : " ") + line;
+    if (!build.Failure().empty()) report.message = build.Failure();
+    if (!build.Refusal().empty()) report.message += " " + build.Refusal();
+    report.statistics = Lines(build.Panel());
+    return report;
+}
+
+}  // namespace
+
+StudioSession::StudioSession(MakeInterface makeInterface)
+    : m_makeInterface(std::move(makeInterface)),
+      m_commands(MakeCommandTable()),
+      m_nagger(std::make_unique<QTimer>()) {
+    m_console = std::make_unique<StudioConsole>([this](StudioConsole::Kind kind, auto& text) {
+        auto level = MessageLevel(int(kind));
+        QMetaObject::invokeMethod(
+            &m_receiver, [this, level, text = std::string(text)] { told.Send(level, text); },
+            Qt::QueuedConnection);
+    });
+    QObject::connect(m_nagger.get(), &QTimer::timeout, &m_receiver, [this] { StopView(); });
+    m_nagger->setInterval(kNagMs);
+    NewScene();
+    while (!m_session) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+}
+
+StudioSession::~StudioSession() {
+    m_waiting.clear();
+    m_viewWished = false;
+    m_gesture.reset();
+    if (m_running) {
+        CancelJob();
+        while (m_running) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, kNagMs);
+    }
+    DropSession();
+}
+
+void StudioSession::DropSession() {
+    if (!m_session) return;
+    ContextScope scope(m_session->Host());
+    m_gesture.reset();
+    m_templates.reset();
+    m_session.reset();
+}
+
+void StudioSession::Tell(MessageLevel level, const std::string& text) { told.Send(level, text); }
+
+IUserInterface& StudioSession::Ui() { return m_session->Host().UserInterface(); }
+
+// --- edits
+
+bool StudioSession::Refuse(const std::string& what) {
+    if (!IsBusy()) return false;
+    Tell(MessageLevel::kWarning,
+         fmt::format("{}: wait until \"{}\" has ended, or cancel it", what, m_running->name));
+    return true;
+}
+
+void StudioSession::Do(std::function<void(Scene&)> work, bool isChange) {
+    if (isChange && Refuse("Nothing has changed")) return Refresh();
+    m_waiting.push_back({std::move(work), isChange});
+    Pump();
+}
+
+void StudioSession::Pump() {
+    if (m_isEditing) return;
+    while (!m_waiting.empty()) {
+        if (m_running) {
+            bool mayFinish = m_gesture && m_lastViewMs < kQuickViewMs;
+            if (!m_running->isView || mayFinish) return m_nagger->stop();
+            StopView();
+            return m_nagger->start();
+        }
+        Waiting next = std::move(m_waiting.front());
+        m_waiting.pop_front();
+        RunEdit(next);
+    }
+    m_nagger->stop();
+    if (!m_running && m_viewWished) StartView();
+}
+
+void StudioSession::RunEdit(const Waiting& waiting) {
+    m_isEditing = true;
+    ContextScope scope(m_session->Host());
+    waiting.edit(m_session->GetScene());
+    m_isEditing = false;
+    if (waiting.isChange) NoteChange();
+}
+
+// Marks and names follow the undo list; whoever shows the scene follows that.
+void StudioSession::NoteChange() {
+    Scene& scene = m_session->GetScene();
+    m_marks.Done(scene.undo);
+    m_undoName = scene.undo.UndoName();
+    m_redoName = scene.undo.RedoName();
+    m_viewWished = true;
+    SendChanged();
+}
+
+// Listeners read the scene; what they ask for comes afterwards.
+void StudioSession::SendChanged() {
+    m_isEditing = true;
+    ContextScope scope(m_session->Host());
+    changed.Send(m_session->GetScene());
+    m_isEditing = false;
+}
+
+void StudioSession::Undo() {
+    if (m_gesture) return Tell(MessageLevel::kNote, "Undo waits for the end of the drag");
+    Do([this](Scene& scene) {
+        if (scene.undo.Undo()) m_marks.Undone(scene.undo);
+    });
+}
+
+void StudioSession::Redo() {
+    if (m_gesture) return;
+    Do([this](Scene& scene) {
+        if (scene.undo.Redo()) m_marks.Redone(scene.undo);
+    });
+}
+
+void StudioSession::Refresh() {
+    Look([this](Scene& scene) { changed.Send(scene); });
+}
+
+// --- panels
+
+TPanel StudioSession::Panel(Scene& scene) {
+    std::vector<NodeHandle> selected;
+    for (INode* node : scene.Selection())
+        if (dynamic_cast<TDravin*>(node->GetObjectRef())) selected.push_back(node->GetHandle());
+    if (!selected.empty()) m_panelNodes = selected;
+    std::vector<TDravin*> objects;
+    for (NodeHandle handle : m_panelNodes) {
+        INode* node = scene.FindHandle(handle);
+        auto* object = node ? dynamic_cast<TDravin*>(node->GetObjectRef()) : nullptr;
+        if (object && std::find(objects.begin(), objects.end(), object) == objects.end())
+            objects.push_back(object);
+    }
+    return {scene, std::move(objects)};
+}
+
+void StudioSession::BeginDrag(TParamKey key) {
+    if (IsBusy()) return;
+    EndDrag(true);
+    m_isDragging = true;
+    m_dragWaits = false;
+    Look([this, key](Scene& scene) {
+        m_gesture = std::make_unique<TParamGesture>(Panel(scene), key);
+    });
+}
+
+void StudioSession::Drag(double offset) {
+    m_dragWish = offset;
+    if (!m_isDragging) return;
+    if (std::exchange(m_dragWaits, true)) return;
+    Do([this](Scene&) {
+        m_dragWaits = false;
+        if (m_gesture) m_gesture->PreviewOffset(m_dragWish);
+    });
+}
+
+void StudioSession::EndDrag(bool keep) {
+    if (!std::exchange(m_isDragging, false)) return;
+    Do([this, keep](Scene&) {
+        if (!m_gesture) return;
+        keep ? m_gesture->Commit() : m_gesture->Cancel();
+        m_gesture.reset();
+    });
+}
+
+// --- jobs
+
+void StudioSession::Start(Job job) {
+    m_console->Start();
+    m_stop = false;
+    m_running = std::make_unique<Job>(std::move(job));
+    // A thread each: what a job leaves behind in its thread is gone with it.
+    // What it throws must not take the scene with it.
+    m_thread = std::thread([this, work = m_running->work, name = m_running->name] {
+        try {
+            work();
+        } catch (const std::bad_alloc&) {
+            PrintError(name + ": out of memory");
+        } catch (const std::exception& error) {
+            PrintError(name + ": " + error.what());
+        }
+        QMetaObject::invokeMethod(
+            &m_receiver, [this] { Ended(); }, Qt::QueuedConnection);
+    });
+    activityChanged.Send();
+}
+
+void StudioSession::Ended() {
+    m_thread.join();
+    std::unique_ptr<Job> job = std::move(m_running);
+    job->ended();
+    activityChanged.Send();
+    Pump();
+}
+
+void StudioSession::StopView() {
+    if (!m_running || !m_running->isView) return m_nagger->stop();
+    m_stop = true;
+    if (TDravin* object = m_building) object->Build().Cancel();
+}
+
+void StudioSession::CancelJob() {
+    if (!m_running) return;
+    m_console->isCancelled = true;
+    m_stop = true;
+    if (TDravin* object = m_building) object->Build().Cancel();
+}
+
+float StudioSession::Progress() const {
+    if (!m_running) return 1;
+    if (TDravin* object = m_building) return object->Build().Progress().Fraction();
+    return m_console->Fraction();
+}
+
+void StudioSession::StartView() {
+    m_viewWished = false;
+    auto reports = std::make_shared<std::vector<ObjectReport>>();
+    auto view = std::make_shared<std::shared_ptr<const TViewportScene>>();
+    QElapsedTimer timer;
+    timer.start();
+    Job job{"Building", true, [=, this] { BuildView(reports.get(), view.get()); },
+            [=, this] {
+                if (m_stop) {
+                    m_viewWished = !m_console->isCancelled;
+                    return;
+                }
+                m_lastViewMs = int(timer.elapsed());
+                m_view = *view;
+                m_reports = *reports;
+                viewReady.Send();
+            }};
+    Start(std::move(job));
+}
+
+void StudioSession::BuildView(std::vector<ObjectReport>* reports,
+                              std::shared_ptr<const TViewportScene>* view) {
+    ContextScope scope(m_session->Host());
+    Scene& scene = m_session->GetScene();
+    TimeValue t = scene.GetTime();
+    for (INode* node : scene.Nodes()) {
+        auto* object = dynamic_cast<TDravin*>(node->GetObjectRef());
+        if (!object || node->IsHidden(t) || m_stop) continue;
+        m_building = object;
+        node->EvalWorldState(t);
+        m_building = nullptr;
+        reports->push_back(ReportOf(*node, object->Build()));
+    }
+    int threads = std::max(int(std::thread::hardware_concurrency()), 1);
+    if (!m_stop) *view = MakeViewportScene(scene, t, threads);
+}
+
+void StudioSession::Run(const std::string& command, const std::string& target, TArguments arguments,
+                        CommandDone done) {
+    // The scene must be free: a job is begun like an edit, in its turn.
+    if (Refuse(command)) return;
+    Look([=, this, arguments = std::move(arguments)](Scene&) {
+        auto result = std::make_shared<TCommandResult>(
+            TCommandResult::Error(command + " has not been finished"));
+        auto work = [=, this] {
+            ContextScope scope(m_session->Host());
+            *result = m_commands.Run(command, m_session->GetScene(), target, arguments);
+            if (*result && m_templates && command.starts_with("geometry.")) {
+                m_templates->Remove();
+                m_templates = std::make_unique<TemplateNodes>(*m_session);
+            }
+        };
+        auto ended = [=, this] {
+            for (const std::string& warning : result->warnings)
+                Tell(MessageLevel::kWarning, warning);
+            if (!*result) Tell(MessageLevel::kError, result->error);
+            NoteChange();
+            if (done) done(*result);
+        };
+        Start({m_commands.Find(command) ? command : "Command", false, work, ended});
+    });
+}

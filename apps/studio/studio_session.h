@@ -1,0 +1,172 @@
+// The open scene, and all work on it.
+//
+// The window's thread owns the scene. Long work (builds for the view, files, commands) runs in a
+// thread beside it, one job at a time, and meanwhile the window's thread keeps out of the scene
+// altogether: whoever wants to read or change it hands a function to Do, which calls it at once
+// while nobody works, else as soon as the job has ended. A build for the view gives way: it is
+// cancelled, and begun anew afterwards. Functions are called in the order they came.
+//
+// All members are for the window's thread.
+#pragma once
+
+#include <atomic>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <QObject>
+
+#include "Dravin/commands/command_table.h"
+#include "Dravin/panels/panel_values.h"
+#include "apps/studio/undo_marks.h"
+#include "host/base/signal.h"
+#include "host/scene/node.h"
+
+class IUserInterface;
+class Scene;
+class Session;
+class StudioConsole;
+class TDravin;
+class TParamGesture;
+class TViewportScene;
+class TemplateNodes;
+class QTimer;
+
+enum class MessageLevel { kNote, kWarning, kError };
+
+// What the last build of a scatter object left, as texts.
+struct ObjectReport {
+    NodeHandle handle = 0;
+    int64_t numItems = 0;
+    int buildMs = 0;
+    std::string message;     // what is wrong, or worth knowing; empty: nothing
+    std::string statistics;  // lines
+};
+
+class StudioSession {
+public:
+    using MakeInterface = std::function<std::unique_ptr<IUserInterface>()>;
+
+    // Opens an empty scene. makeInterface: the user-interface port of each session.
+    explicit StudioSession(MakeInterface makeInterface);
+    ~StudioSession();  // waits for the job
+    StudioSession(const StudioSession&) = delete;
+    StudioSession& operator=(const StudioSession&) = delete;
+
+    // --- the scene
+
+    // Calls work(scene) when the scene is free. isChange: marks and views follow it.
+    void Do(std::function<void(Scene&)> work, bool isChange = true);
+    // A read: nothing follows from it.
+    void Look(std::function<void(Scene&)> work) { Do(std::move(work), false); }
+    // Whoever shows the scene shows it again, as after a change.
+    void Refresh();
+    // A job that is no build for the view runs: changes are refused until it has ended.
+    bool IsBusy() const { return m_running && !m_running->isView; }
+    bool IsFree() const { return !m_running && m_waiting.empty(); }
+
+    // Replaces the scene by that of a file, a demo folder or an empty one; when that fails, all
+    // stays as it was. done: after the job, with the error, which has been shown.
+    using Done = std::function<void(const std::string& error)>;
+    void Open(const std::string& path, Done done = {});
+    void OpenDemo(const std::string& folder, Done done = {});
+    void NewScene();
+    void Save(const std::string& path, Done done = {});
+    const std::string& Path() const { return m_path; }  // empty: never saved
+
+    // A command of the table, beside the window; its error is shown.
+    using CommandDone = std::function<void(const TCommandResult&)>;
+    void Run(const std::string& command, const std::string& target, TArguments arguments,
+             CommandDone done = {});
+    const TCommandTable& Commands() const { return m_commands; }
+
+    void Undo();
+    void Redo();
+    const std::string& UndoName() const { return m_undoName; }
+    const std::string& RedoName() const { return m_redoName; }
+    bool IsModified() const { return m_marks.Current() != m_savedMark; }
+
+    // --- panels
+
+    // The selected scatter objects; where none is selected, those selected last.
+    TPanel Panel(Scene& scene);
+    // A drag of a number: moves follow the newest wish; one at a time.
+    void BeginDrag(TParamKey key);
+    void Drag(double offset);
+    void EndDrag(bool keep);
+
+    // --- views
+
+    const std::shared_ptr<const TViewportScene>& View() const { return m_view; }
+    const std::vector<ObjectReport>& Reports() const { return m_reports; }
+    // How far the running job is, 0..1, its name, and its end. The view's is "Building".
+    float Progress() const;
+    std::string Activity() const { return m_running ? m_running->name : ""; }
+    void CancelJob();
+
+    IUserInterface& Ui();
+
+    // Who shows things listens. The scene is free while sceneReplaced and changed are sent.
+    Signal<Scene&> sceneReplaced;
+    Signal<Scene&> changed;
+    Signal<> viewReady;
+    Signal<> activityChanged;
+    Signal<MessageLevel, const std::string&> told;
+
+private:
+    struct Job {
+        std::string name;
+        bool isView = false;
+        std::function<void()> work;   // in the job's thread
+        std::function<void()> ended;  // in the window's
+    };
+    struct Waiting {
+        std::function<void(Scene&)> edit;
+        bool isChange = false;
+    };
+    void Pump();
+    void RunEdit(const Waiting& waiting);
+    void Start(Job job);
+    void Ended();
+    void StartView();
+    void BuildView(std::vector<ObjectReport>* reports, std::shared_ptr<const TViewportScene>* view);
+    void StopView();
+    void Replace(std::unique_ptr<Session> session, const std::string& path);
+    void Load(const std::string& name, const std::string& path, std::function<int(Session&)> read,
+              Done done);
+    void DropSession();
+    void NoteChange();
+    void SendChanged();
+    void Tell(MessageLevel level, const std::string& text);
+    bool Refuse(const std::string& what);
+
+    MakeInterface m_makeInterface;
+    QObject m_receiver;  // of what other threads send
+    std::unique_ptr<StudioConsole> m_console;
+    TCommandTable m_commands;
+    std::unique_ptr<Session> m_session;
+    std::unique_ptr<TemplateNodes> m_templates;
+    std::string m_path, m_undoName, m_redoName;
+    UndoMarks m_marks;
+    uint64_t m_savedMark = 0;
+
+    std::deque<Waiting> m_waiting;
+    bool m_isEditing = false, m_viewWished = false;
+    std::unique_ptr<Job> m_running;
+    std::thread m_thread;
+    std::unique_ptr<QTimer> m_nagger;  // cancels again what may have begun since
+    std::atomic<bool> m_stop{false};
+    std::atomic<TDravin*> m_building{nullptr};
+    std::vector<NodeHandle> m_panelNodes;
+
+    std::unique_ptr<TParamGesture> m_gesture;
+    double m_dragWish = 0;
+    bool m_isDragging = false, m_dragWaits = false;
+    int m_lastViewMs = 0;
+
+    std::shared_ptr<const TViewportScene> m_view;
+    std::vector<ObjectReport> m_reports;
+};

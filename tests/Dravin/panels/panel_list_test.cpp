@@ -1,0 +1,81 @@
+#include "Dravin/panels/panel_list.h"
+
+#include "Dravin/commands/all_commands.h"
+#include "host/scene/object.h"
+#include "tests/Dravin/panels/panel_scene.h"
+
+namespace {
+
+const TPanelList& ListNamed(const std::string& name) {
+    for (const TRollout& rollout : DravinRollouts())
+        for (const TPanelGroup& group : rollout.groups)
+            if (group.list && group.list->name == name) return *group.list;
+    ADD_FAILURE() << name;
+    return *DravinRollouts()[1].groups[0].list;
+}
+
+struct PanelLists : PanelScene {
+    TCommandTable commands = MakeCommandTable();
+    const TPanelList& list = ListNamed("geometry");
+
+    PanelLists() {
+        scene.AddNode("stone", std::make_shared<TriObject>(std::make_shared<Mesh>()));
+        EXPECT_TRUE(commands.Run("geometry.add", scene, "first", {{"node", "stone"}}));
+        EXPECT_TRUE(commands.Run("geometry.add", scene, "first", {{"node", "stone"}}));
+        scene.undo.Clear();
+    }
+};
+
+}  // namespace
+
+TEST_F(PanelLists, RowsAreReadColumnByColumn) {
+    TPanel panel = One();
+    TPanelRows rows(panel, list);
+    ASSERT_EQ(rows.Count(), 2);
+    EXPECT_EQ(rows.Cell(0, 0), "stone");
+    EXPECT_EQ(rows.Cell(0, 1), "Object");
+    EXPECT_EQ(rows.Cell(0, 5), "100");
+    EXPECT_EQ(rows.Cell(0, 9), "stone");
+    EXPECT_EQ(rows.Cell(0, 10), "None");
+}
+
+TEST_F(PanelLists, ACellIsOneUndoStep) {
+    TPanel panel = One();
+    TPanelRows rows(panel, list);
+    EXPECT_TRUE(rows.SetCell(1, 5, "50%"));
+    EXPECT_EQ(rows.Cell(1, 5), "50");
+    EXPECT_EQ(rows.Cell(0, 5), "100");
+    EXPECT_TRUE(rows.SetCell(1, 1, "Off"));
+    EXPECT_EQ(rows.Cell(1, 1), "Off");
+    EXPECT_EQ(scene.undo.NumUndoSteps(), 2u);
+    EXPECT_EQ(scene.undo.UndoName(), "Set Kind");
+    scene.undo.Undo();
+    EXPECT_EQ(rows.Cell(1, 1), "Object");
+}
+
+TEST_F(PanelLists, BadCellsSayWhyAndChangeNothing) {
+    TPanel panel = One();
+    TPanelRows rows(panel, list);
+    EXPECT_FALSE(rows.SetCell(0, 5, "much"));
+    EXPECT_FALSE(rows.SetCell(7, 5, "3"));
+    EXPECT_FALSE(rows.SetCell(0, 9, "pebble"));
+    EXPECT_EQ(scene.undo.NumUndoSteps(), 0u);
+}
+
+TEST_F(PanelLists, NodesStandOnceInTheirList) {
+    TPanel panel = One();
+    TParamKey surfaces = surfaceParams::kSurflist;
+    EXPECT_TRUE(AddNodeToList(panel, surfaces, "stone"));
+    EXPECT_TRUE(AddNodeToList(panel, surfaces, "stone"));
+    EXPECT_EQ(panel.Read(surfaces).names, std::vector<std::string>{"stone"});
+    EXPECT_EQ(scene.undo.NumUndoSteps(), 1u);
+    EXPECT_FALSE(AddNodeToList(panel, surfaces, "pebble"));
+    EXPECT_FALSE(AddNodeToList(panel, distParams::kDistpathnodes, "stone"));  // no shape
+    EXPECT_TRUE(RemoveNodeFromList(panel, surfaces, "stone"));
+    EXPECT_TRUE(panel.Read(surfaces).names.empty());
+}
+
+TEST(PanelList, AreasAndEffectsHaveColumns) {
+    EXPECT_EQ(ListNamed("area").columns[0].title, "On");
+    EXPECT_EQ(ListNamed("effect").columns[1].title, "Name");
+}
