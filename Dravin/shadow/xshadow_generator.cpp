@@ -80,7 +80,7 @@ std::vector<XShadowGen::Caster> XShadowGen::DrawInner(const Request& request) {
     bool hasQuads = m_about.kind == LightKind::kDirectional;
     for (const RenderInstance& instance : request.scene->Instances()) {
         TDravin* object = DravinOf(instance.node);
-        if (!object || !hasQuads) continue;
+        if (!object || !hasQuads || !CastsShadowOf(m_light, instance.node)) continue;
         blanked.push_back(std::make_unique<TFaceBlanking>(*object, *instance.mesh, request.time));
         casters.push_back({object, instance, blanked.back()->Items()});
         m_ids.emplace(instance.node, instance.id);

@@ -70,8 +70,6 @@ void SetLight(Scene& scene, TimeValue t, RenderSetup& setup) {
         out.sun.direction = shadow.transform.row[2];
         out.sun.filter = color;
         out.sun.shadow = shadow;
-        if (!light->shadows && !setup.isScanline)
-            PrintNote("the ray tracer's sun always casts shadows");
     }
 }
 

@@ -134,6 +134,7 @@ public:
             light->intensity.SetContent(ReadAnimatedFloat(*intensity));
         light->shadows = keys.Bool("shadows", light->shadows);
         if (auto shadow = keys.Find("shadow")) light->SetShadowType(ReadShadow(*shadow, context));
+        ReadShadowNodes(keys, context, light);
         ReadTarget(keys, context, light);
         return light;
     }
@@ -148,11 +149,36 @@ public:
             Json shadow = Json::object();
             if (WriteByClass(*type, shadow, writer)) keys["shadow"] = std::move(shadow);
         }
+        WriteShadowNodes(*light, keys, writer);
         if (light->target) keys["target"] = writer.NodeName(light->target.Get());
         return true;
     }
 
 private:
+    // One of two lists: who casts no shadows of this light, or who alone does.
+    static void ReadShadowNodes(DescriptionObject& keys, DescriptionContext& context,
+                                const std::shared_ptr<LightObject>& light) {
+        auto excluded = keys.Find("shadow_exclude"), included = keys.Find("shadow_include");
+        if (excluded && included)
+            included->Fail("a light has either \"shadow_exclude\" or \"shadow_include\"");
+        if (!excluded && !included) return;
+        light->includesShadowNodes = included.has_value();
+        context.WhenAllExist([light, list = excluded ? *excluded : *included, &context] {
+            std::vector<std::shared_ptr<INode>> nodes;
+            for (const DescriptionValue& name : list.AsArray())
+                nodes.push_back(context.NodeOf(name));
+            light->SetShadowNodes(std::move(nodes));
+        });
+    }
+    static void WriteShadowNodes(const LightObject& light, Json& keys,
+                                 const DescriptionWriter& writer) {
+        if (light.NumShadowNodes() == 0 && !light.includesShadowNodes) return;
+        Json& list = keys[light.includesShadowNodes ? "shadow_include" : "shadow_exclude"];
+        list = Json::array();
+        for (int i = 0; i < light.NumShadowNodes(); ++i)
+            if (const INode* node = light.GetShadowNode(i)) list.push_back(writer.NodeName(node));
+    }
+
     static std::shared_ptr<ShadowType> ReadShadow(const DescriptionValue& value,
                                                   DescriptionContext& context) {
         DescriptionObject keys(value);

@@ -280,6 +280,7 @@ private:
         if (auto layer = keys.Find("layer")) node.SetLayer(layer->AsText());
         if (auto hidden = keys.Find("hidden")) node.hidden.SetContent(ReadAnimatedBool(*hidden));
         node.renderable = keys.Bool("renderable", true);
+        node.castsShadows = keys.Bool("casts_shadows", true);
         node.wireColor = keys.ColorOf("wire_color", node.wireColor);
         node.id = keys.Int("id", 0);
         if (auto properties = keys.Find("user_properties"))

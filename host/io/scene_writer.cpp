@@ -55,6 +55,7 @@ Json WriteNode(const INode& node, const Writer& writer) {
     if (node.hidden.Content() != Animated<bool>())
         keys["hidden"] = WriteAnimatedBool(node.hidden.Content());
     if (!node.renderable) keys["renderable"] = false;
+    if (!node.castsShadows) keys["casts_shadows"] = false;
     if (node.wireColor != plain.wireColor) keys["wire_color"] = Writer::Triple(node.wireColor);
     if (node.id != 0) keys["id"] = node.id.Get();
     if (!node.UserProperties().empty()) keys["user_properties"] = node.UserProperties();

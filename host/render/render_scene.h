@@ -25,7 +25,8 @@ struct RenderCamera {
     float fovDegrees = 45;  // horizontal, in (0, 180)
 };
 
-// How a light's shadows are drawn into maps (host/scene/shadow_type.h); the ray tracer needs none.
+// A light's shadows. How they are drawn into maps (host/scene/shadow_type.h) does not concern the
+// ray tracer.
 struct LightShadow {
     bool casts = true;
     ShadowType* type = nullptr;          // null: a default map

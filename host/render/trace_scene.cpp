@@ -7,9 +7,13 @@
 
 namespace {
 
+// Faces that cast no shadow let all shadow rays through, geometry of callbacks meets none.
+void LetThrough(const RTCFilterFunctionNArguments* args) { args->valid[0] = 0; }
+void OccludeNothing(const RTCOccludedFunctionNArguments*) {}
+
 // Adds faces [first, first + count) of a mesh to a scene under the given number.
 void AttachTriangles(RTCDevice device, RTCScene scene, const RenderMesh& mesh, size_t first,
-                     size_t count, bool isMasked, uint32_t geometryId) {
+                     size_t count, bool isMasked, bool casts, uint32_t geometryId) {
     if (count == 0) return;
     RTCGeometry geometry = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_TRIANGLE);
     rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3,
@@ -21,16 +25,19 @@ void AttachTriangles(RTCDevice device, RTCScene scene, const RenderMesh& mesh, s
         rtcSetGeometryIntersectFilterFunction(geometry, MaskFilter);
         rtcSetGeometryOccludedFilterFunction(geometry, MaskFilter);
     }
+    if (!casts) rtcSetGeometryOccludedFilterFunction(geometry, LetThrough);
     rtcCommitGeometry(geometry);
     rtcAttachGeometryByID(scene, geometry, geometryId);
     rtcReleaseGeometry(geometry);
 }
 
 // Geometry 0 holds the opaque faces, geometry 1 those under a mask.
-void AttachMesh(RTCDevice device, RTCScene scene, const RenderMesh& mesh, uint32_t firstId) {
+void AttachMesh(RTCDevice device, RTCScene scene, const RenderMesh& mesh, bool casts,
+                uint32_t firstId) {
     size_t opaque = mesh.NumOpaque();
-    AttachTriangles(device, scene, mesh, 0, opaque, false, firstId);
-    AttachTriangles(device, scene, mesh, opaque, mesh.NumFaces() - opaque, true, firstId + 1);
+    AttachTriangles(device, scene, mesh, 0, opaque, false, casts, firstId);
+    AttachTriangles(device, scene, mesh, opaque, mesh.NumFaces() - opaque, true, casts,
+                    firstId + 1);
 }
 
 }  // namespace
@@ -46,7 +53,10 @@ struct TraceScene::Impl {
     std::vector<std::unique_ptr<SourceGeometry>> sources;
     TraceStatistics statistics;
 
-    explicit Impl(TimeValue time) : materials(time) {}
+    LightShadow sun;
+
+    explicit Impl(const RenderScene& scene) : materials(scene.time), sun(scene.sun.shadow) {}
+    bool Casts(const INode* node) const { return sun.casts && CastsShadowOf(sun.light, node); }
     ~Impl() {
         if (top) rtcReleaseScene(top);
         for (auto& source : sources)
@@ -69,7 +79,7 @@ struct TraceScene::Impl {
         rtcSetGeometryUserData(user, heights.back().get());
         rtcSetGeometryBoundsFunction(user, HeightBounds, nullptr);
         rtcSetGeometryIntersectFunction(user, IntersectHeights);
-        rtcSetGeometryOccludedFunction(user, OccludeHeights);
+        rtcSetGeometryOccludedFunction(user, Casts(node.node) ? OccludeHeights : OccludeNothing);
         rtcCommitGeometry(user);
         rtcAttachGeometryByID(top, user, FirstHeightsId() + uint32_t(heights.size() - 1));
         rtcReleaseGeometry(user);
@@ -82,7 +92,7 @@ struct TraceScene::Impl {
                                                      materials, node.node));
         const RenderMesh& mesh = *nodes.back();
         statistics.numNodeFaces += mesh.NumFaces();
-        AttachMesh(device, top, mesh, uint32_t(nodes.size() - 1) * 2);
+        AttachMesh(device, top, mesh, Casts(node.node), uint32_t(nodes.size() - 1) * 2);
     }
 
     void AddSource(const IInstanceSource& source) {
@@ -91,7 +101,7 @@ struct TraceScene::Impl {
         for (const auto& prototype : geometry->prototypes) {
             geometry->scenes.push_back(rtcNewScene(device));
             rtcSetSceneBuildQuality(geometry->scenes.back(), RTC_BUILD_QUALITY_HIGH);
-            AttachMesh(device, geometry->scenes.back(), *prototype, 0);
+            AttachMesh(device, geometry->scenes.back(), *prototype, true, 0);
             rtcCommitScene(geometry->scenes.back());
             statistics.numPrototypeFaces += prototype->NumFaces();
         }
@@ -100,7 +110,8 @@ struct TraceScene::Impl {
         rtcSetGeometryUserData(user, geometry.get());
         rtcSetGeometryBoundsFunction(user, InstanceBounds, nullptr);
         rtcSetGeometryIntersectFunction(user, IntersectInstance);
-        rtcSetGeometryOccludedFunction(user, OccludeInstance);
+        bool casts = Casts(source.SourceNode());
+        rtcSetGeometryOccludedFunction(user, casts ? OccludeInstance : OccludeNothing);
         rtcCommitGeometry(user);
         rtcAttachGeometryByID(top, user, FirstSourceId() + uint32_t(sources.size()));
         rtcReleaseGeometry(user);
@@ -110,7 +121,7 @@ struct TraceScene::Impl {
     }
 };
 
-TraceScene::TraceScene(const RenderScene& scene) : m_impl(std::make_unique<Impl>(scene.time)) {
+TraceScene::TraceScene(const RenderScene& scene) : m_impl(std::make_unique<Impl>(scene)) {
     Impl& impl = *m_impl;
     impl.device = rtcNewDevice("threads=1");
     rtcSetDeviceErrorFunction(

@@ -143,6 +143,7 @@ void INode::NotifyTransform() {
 std::shared_ptr<ReferenceTarget> INode::Clone(CloneMap& map) const {
     auto copy = Create(m_name, map.CopyPart(m_object.Share()));
     copy->renderable = renderable;
+    copy->castsShadows = castsShadows;
     copy->wireColor = wireColor;
     copy->id = id;
     copy->selectable = selectable;

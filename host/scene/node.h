@@ -58,6 +58,7 @@ public:
                                          std::shared_ptr<Object> object = nullptr);
 
     Property<bool> renderable{this, true};
+    Property<bool> castsShadows{this, true};  // in renderings
     Property<Color> wireColor{this, {0.6f, 0.6f, 0.6f}};
     Property<int> id{this, 0};  // the user's integer identifier
     Property<bool> selectable{this, true};

@@ -112,13 +112,55 @@ void LightObject::SetShadowType(std::shared_ptr<ShadowType> type) {
 }
 
 std::shared_ptr<ReferenceTarget> LightObject::GetReference(int slot) const {
+    if (slot == 0) return target.Share();
     if (slot == 1) return shadowType.Share();
-    return slot == 0 ? target.Share() : nullptr;
+    bool isListed = slot >= 2 && slot < NumRefs();
+    return isListed ? m_shadowNodes[size_t(slot - 2)]->Share() : nullptr;
 }
 
 void LightObject::SetReference(int slot, std::shared_ptr<ReferenceTarget> to) {
     if (slot == 0) target = std::dynamic_pointer_cast<INode>(to);
     if (slot == 1) shadowType = std::dynamic_pointer_cast<ShadowType>(to);
+    if (slot >= 2 && slot < NumRefs())
+        *m_shadowNodes[size_t(slot - 2)] = std::dynamic_pointer_cast<INode>(to);
+}
+
+bool CastsShadowOf(const LightObject* light, const INode* node) {
+    return (!node || node->castsShadows) && (!light || light->LetsCastShadows(node));
+}
+
+void LightObject::SetNumShadowNodes(int count) {
+    m_shadowNodes.resize(size_t(count));
+    for (auto& node : m_shadowNodes)
+        if (!node) node = std::make_unique<Reference<INode>>(this);
+}
+
+void LightObject::PutShadowNodes(const std::vector<std::shared_ptr<INode>>& nodes) {
+    SetNumShadowNodes(int(nodes.size()));
+    for (size_t i = 0; i < nodes.size(); ++i) *m_shadowNodes[i] = nodes[i];
+    NotifyDependents();
+}
+
+void LightObject::SetShadowNodes(std::vector<std::shared_ptr<INode>> nodes) {
+    RecordExchange(*this, [this, other = ShadowNodes()]() mutable {
+        auto now = ShadowNodes();
+        PutShadowNodes(std::exchange(other, std::move(now)));
+    });
+    PutShadowNodes(nodes);
+}
+
+std::vector<std::shared_ptr<INode>> LightObject::ShadowNodes() const {
+    std::vector<std::shared_ptr<INode>> nodes;
+    for (const auto& node : m_shadowNodes) nodes.push_back(node->Share());
+    return nodes;
+}
+
+INode* LightObject::GetShadowNode(int i) const { return m_shadowNodes[size_t(i)]->Get(); }
+
+bool LightObject::LetsCastShadows(const INode* node) const {
+    bool isListed = false;
+    for (const auto& listed : m_shadowNodes) isListed |= node && listed->Get() == node;
+    return isListed == includesShadowNodes;
 }
 
 std::shared_ptr<ReferenceTarget> LightObject::Clone(CloneMap& map) const {
@@ -129,6 +171,11 @@ std::shared_ptr<ReferenceTarget> LightObject::Clone(CloneMap& map) const {
     copy->shadows = shadows;
     map.Refer(target.Share(), [copy](auto node) { copy->target = std::move(node); });
     copy->shadowType = map.CopyPart(shadowType.Share());
+    copy->includesShadowNodes = includesShadowNodes;
+    copy->SetNumShadowNodes(NumShadowNodes());
+    for (size_t i = 0; i < m_shadowNodes.size(); ++i)
+        map.Refer(m_shadowNodes[i]->Share(),
+                  [copy, i](auto node) { *copy->m_shadowNodes[i] = std::move(node); });
     return copy;
 }
 

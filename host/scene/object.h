@@ -158,6 +158,14 @@ public:
     AnimatedProperty<float> intensity{this, 1};
     Property<bool> shadows{this, true};
     Reference<INode> target{this};
+    // Nodes that cast no shadows of this light or, where it includes them, the only ones that do.
+    Property<bool> includesShadowNodes{this, false};
+    int NumShadowNodes() const { return int(m_shadowNodes.size()); }
+    INode* GetShadowNode(int i) const;
+    // Null entries count for nothing. Tells, and can be undone.
+    void SetShadowNodes(std::vector<std::shared_ptr<INode>> nodes);
+    // Whether a node, null for geometry of none, casts shadows of this light.
+    bool LetsCastShadows(const INode* node) const;
     // How it casts shadows where a renderer draws them into maps; null: a default map.
     Reference<ShadowType> shadowType{this};
     // Tells, and can be undone.
@@ -168,11 +176,18 @@ public:
     Interval ObjectValidity(TimeValue t) const override;
     static constexpr ClassInfo kClass{{0x3d1c0013, 0x52a7}, SuperClass::kLight, "Light"};
     ClassInfo Class() const override { return kClass; }
-    // The target, the shadow type.
-    int NumRefs() const override { return 2; }
+    // The target, the shadow type, the nodes of the shadow list.
+    int NumRefs() const override { return 2 + NumShadowNodes(); }
     std::shared_ptr<ReferenceTarget> GetReference(int slot) const override;
     void SetReference(int slot, std::shared_ptr<ReferenceTarget> node) override;
+    // For who fills the slots afterwards.
+    void SetNumShadowNodes(int count);
     std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
+
+private:
+    std::vector<std::shared_ptr<INode>> ShadowNodes() const;
+    void PutShadowNodes(const std::vector<std::shared_ptr<INode>>& nodes);
+    std::vector<std::unique_ptr<Reference<INode>>> m_shadowNodes;
 };
 
 struct Particle {

@@ -52,7 +52,8 @@ const ParamBlockDesc2& ShadowMapBlock() {
 
 class ShadowMapGenerator final : public ShadowGenerator {
 public:
-    ShadowMapGenerator(const ShadowMapType& type, LightKind kind) : m_type(type), m_kind(kind) {}
+    ShadowMapGenerator(const ShadowMapType& type, const LightObject* light, LightKind kind)
+        : m_type(type), m_light(light), m_kind(kind) {}
 
     int Update(const Request& request) override;
     void FreeBuffer() override { m_depths = {}; }
@@ -80,6 +81,7 @@ private:
     float Mean(float x, float y, float z, float range, float xSlope, float ySlope) const;
 
     const ShadowMapType& m_type;
+    const LightObject* m_light;
     LightKind m_kind;
     ShadowView m_view;
     float m_bias = 0, m_range = 0, m_clip = 0;
@@ -115,6 +117,7 @@ int ShadowMapGenerator::Update(const Request& request) {
     m_clip = request.clipDistance;
     m_view = MakeShadowView(request.lightToWorld, m_kind, request.param,
                             block.GetInt(ShadowMapType::kSize, request.time));
+    m_view.light = m_light;
     if (TakeBuffer(*request.scene)) request.scene->DrawDepth(m_view, m_depths);
     return 1;
 }
@@ -173,10 +176,10 @@ float ShadowMapGenerator::LineSample(const Point3& from, const Point3& to) const
 
 ShadowMapType::ShadowMapType() { m_block = IParamBlock2::Create(ShadowMapBlock()); }
 
-std::unique_ptr<ShadowGenerator> ShadowMapType::CreateShadowGenerator(const LightObject*,
+std::unique_ptr<ShadowGenerator> ShadowMapType::CreateShadowGenerator(const LightObject* light,
                                                                       const LightDesc& about,
                                                                       uint32_t) {
-    return std::make_unique<ShadowMapGenerator>(*this, about.kind);
+    return std::make_unique<ShadowMapGenerator>(*this, light, about.kind);
 }
 
 int ShadowMapType::MapSize(TimeValue t) const { return Block().GetInt(kSize, t); }

@@ -26,6 +26,10 @@ class ShadeContext;
 enum class LightKind;
 struct Mesh;
 
+// Whether a node, null for geometry of none, casts shadows of a light, null for a light of no
+// scene.
+bool CastsShadowOf(const LightObject* light, const INode* node);
+
 // What a map sees: its place, and how lengths become pixels.
 struct ShadowView {
     Matrix3 worldToLight;
@@ -33,6 +37,8 @@ struct ShadowView {
     int size = 0;  // pixels along a side
     // Pixels per length; with perspective, per length at distance 1.
     float scale = 1;
+    // Whose shadows: what it lets cast none is not drawn. Null: a light of no scene.
+    const LightObject* light = nullptr;
 
     // Where the light's axis meets the map.
     float CenterX() const { return float(size / 2); }

@@ -264,6 +264,7 @@ void VisitNode(Fields& fields, INode& node) {
                 0);
     }
     fields(6, node.renderable);
+    fields(11, node.castsShadows);
     fields(7, node.wireColor);
     fields(8, node.id);
     fields(9, node.selectable);
@@ -308,6 +309,9 @@ void RegisterObjectStorage(SceneStorage& storage) {
         fields(2, light.color);
         fields(3, light.intensity);
         fields(4, light.shadows);
+        fields(5, light.includesShadowNodes);
+        if constexpr (std::remove_reference_t<decltype(fields)>::kReads)
+            light.SetNumShadowNodes(std::max(0, int(fields.NumSlots()) - 2));
     });
     storage.Register<ParticleObject>(
         [](auto& fields, ParticleObject& object) { VisitParticles(fields, object); });

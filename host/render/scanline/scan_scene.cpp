@@ -148,6 +148,13 @@ Box3 ScanScene::BlockBounds(const RenderHeights& heights, uint32_t block) const 
     return heights.ToWorld().BoxTransform(box);
 }
 
+const INode* ScanScene::NodeOf(size_t index) const {
+    const ScanPiece& piece = m_pieces[index];
+    if (KindOf(piece) == kMesh) return m_meshes[piece.owner]->Node();
+    return KindOf(piece) == kTerrain ? HeightsOf(piece).Node()
+                                     : SourceOf(piece).source->SourceNode();
+}
+
 Box3 ScanScene::PieceBounds(size_t number) const {
     const ScanPiece& piece = m_pieces[number];
     if (KindOf(piece) == kTerrain) return BlockBounds(HeightsOf(piece), piece.first);

@@ -56,6 +56,8 @@ public:
     const std::vector<PlacedSource>& Sources() const { return m_sources; }
 
     Box3 PieceBounds(size_t piece) const;
+    // The node that shows a piece; null without a scene.
+    const INode* NodeOf(size_t piece) const;
     HitPlace PlaceOf(size_t piece, uint32_t face, float u, float v) const;
     // Draws a piece into a window of a view: emit(x, y, depth, face, u, v), with x and y in the
     // window, of every sample that a face covers. Faces that masks may cut come through

@@ -21,6 +21,22 @@ ScanView ViewOf(const ShadowView& view) {
     return out;
 }
 
+// Whether nodes cast shadows of a light; pieces of one node follow each other.
+class NodeCasts {
+public:
+    explicit NodeCasts(const LightObject* light) : m_light(light) {}
+    bool Does(const INode* node) {
+        if (!m_isKnown || node != m_node) m_casts = CastsShadowOf(m_light, node);
+        m_isKnown = true, m_node = node;
+        return m_casts;
+    }
+
+private:
+    const LightObject* m_light;
+    const INode* m_node = nullptr;
+    bool m_isKnown = false, m_casts = true;
+};
+
 }  // namespace
 
 bool StopsAtOpacity(float opacity, size_t piece, uint32_t face, uint32_t sample) {
@@ -53,7 +69,9 @@ void ScanShadowScene::DrawDepth(const ShadowView& shadow, std::span<float> depth
     ParallelFor(bins.NumTiles(), m_threads, [&](size_t tile) {
         RasterWindow window = bins.Tile(tile);
         float* corner = depths.data() + size_t(window.y0) * size + size_t(window.x0);
+        NodeCasts casts(shadow.light);
         for (uint32_t piece : bins.Pieces(tile)) {
+            if (!casts.Does(m_scene.NodeOf(piece))) continue;
             auto emit = [&](int x, int y, float depth, uint32_t, float, float) {
                 float& there = corner[size_t(y) * size + size_t(x)];
                 there = std::min(there, depth);
