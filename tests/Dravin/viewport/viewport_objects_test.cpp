@@ -137,7 +137,7 @@ TEST_F(ViewportObjects, EmptyObjectsShowTheirIconOnly) {
     EXPECT_EQ(HitTest(larger, camera, 200 - 24, 200, {}).size(), 1u);
 }
 
-TEST_F(ViewportObjects, WhoDrawsMeshesElsewhereStillGetsTheGizmos) {
+TEST_F(ViewportObjects, WhoDrawsFacesElsewhereGetsTheLinesOfMarks) {
     Set(kDispParams, dispParams::kVmesh, 0);
     Set(kDistParams, distParams::kSdgizmo, true);
     auto shown = Show();
@@ -145,12 +145,15 @@ TEST_F(ViewportObjects, WhoDrawsMeshesElsewhereStillGetsTheGizmos) {
     ASSERT_FALSE(corners.empty());
     TViewportScene alone({Scatter(*shown)});
     TViewportSettings settings;
-    settings.leavesMeshes = true;
-    auto ids = DrawViewportIds(alone, camera, settings);
-    EXPECT_TRUE(Items(alone, ids).empty());
-    EXPECT_GT(std::count(ids.begin(), ids.end(), 1u), 0);
-    settings.leavesMeshes = false;
-    EXPECT_FALSE(Items(alone, DrawViewportIds(alone, camera, settings)).empty());
+    settings.showsGrid = false;
+    std::vector<TViewLine> lines = ViewLines(alone, camera, settings);
+    // A plus sign each: two lines through the corner.
+    ASSERT_EQ(lines.size(), 2 * corners.size());
+    for (size_t i = 0; i < corners.size(); ++i) {
+        Point3 view = camera.ToView(corners[i] * Scatter(alone).toWorld);
+        EXPECT_LT(Length((lines[2 * i].a + lines[2 * i].b) * 0.5f - view), 1e-4f);
+        EXPECT_LT(Length((lines[2 * i + 1].a + lines[2 * i + 1].b) * 0.5f - view), 1e-4f);
+    }
 }
 
 TEST_F(ViewportObjects, ASnapshotStaysAsItWas) {
