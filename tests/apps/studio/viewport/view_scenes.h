@@ -50,7 +50,8 @@ inline TViewNode ItemNode(const Mesh& mesh, int side, float spacing, float size,
     scatter->showsDots = showsDots, scatter->largeDots = false;
     auto content = std::make_shared<TViewItems>();
     TViewCell cell;
-    for (int i = 0; i < side * side; ++i) {
+    for (int k = 0; k < side * side; ++k) {
+        int i = int(int64_t(k) * 7919 % (side * side));  // a prime: in no order of their places
         TViewItem item;
         item.toObject = Matrix3::Scaling({size, size, size});
         item.toObject.row[3] = {(float(i % side) - float(side - 1) / 2) * spacing,
