@@ -257,13 +257,21 @@ TEST_F(Widgets, TheGizmoIsDraggedTypedAndTakenBack) {
 }
 
 TEST_F(Widgets, RenderedViewsFillUpAndBeginAgain) {
-    view.resize(40, 40);
+    view.resize(80, 80);
     view.SetShading(ViewportShading::kRendered);
-    ShowTwoSquares();
+    TViewNode square = MeshNode(SquareMesh(), kRed, Facing(0, 0, 0));
+    auto material = std::make_shared<StandardMtl>();
+    material->diffuse = kRed;
+    square.material = material;
+    view.ShowScene(SceneOf({square}));
+    LookFromFront();
+    ASSERT_TRUE(Until([&] { return view.IsUpToDate(); }));
     ASSERT_EQ(view.Picture()->samples, kViewSamples);
-    QColor lit = ColorAt({12, 20});
+    // The square covers a fifth of the view's side.
+    QColor lit = ColorAt({40, 40}), beside = ColorAt({24, 40});
     EXPECT_GT(lit.red(), lit.green() + 20);
-    view.Navigation().Pan(5, 0, 40);
+    EXPECT_LT(beside.red(), beside.blue() + 20);
+    view.Navigation().Pan(5, 0, 80);
     view.CameraChanged();
     EXPECT_TRUE(Until([&] { return view.Picture()->samples < kViewSamples; }));
     EXPECT_TRUE(Until([&] { return view.IsUpToDate(); }));
