@@ -169,8 +169,9 @@ std::optional<ViewPicture> GlDrawing::Draw(const ViewRequest& request,
     target.Read(picture.rgbx.data());
     if (GLenum error = glGetError(); error != GL_NO_ERROR)
         throw std::runtime_error("OpenGL failed with number " + std::to_string(error));
-    bool isThin = plan.thinning.dots < 1 || plan.thinning.items < 1 || plan.quality < 1;
+    bool isThin = plan.thinning.dots < 1 || plan.thinning.items < 1;
     picture.isWhole = !isThin && !settings.isNavigating;
+    picture.isSimplified = plan.quality < 1;
     return picture;
 }
 

@@ -35,7 +35,8 @@ struct ViewPicture {
     TViewportCamera camera;
     std::shared_ptr<const TViewportScene> scene;
     TViewportCounts counts;
-    bool isWhole = false;  // nothing is thinned
+    bool isWhole = false;       // everything is shown; of rendered pictures: all samples are there
+    bool isSimplified = false;  // some items have fewer faces than their size would earn them
     int samples = 0, wantedSamples = 0;  // rays a pixel, of rendered pictures
     double seconds = 0;                  // that it took
     std::string note;                    // what a person should know of how it was drawn

@@ -123,7 +123,7 @@ QString ViewportWidget::Notice() const {
     else if (p.counts.itemsDrawn < p.counts.itemsInView)
         texts << tr("%1 of %2 shown")
                      .arg(Number(p.counts.itemsDrawn), Number(p.counts.itemsInView));
-    else if (!p.isWhole)
+    else if (p.isSimplified || !p.isWhole)
         texts << tr("%1 shown, simplified").arg(Number(p.counts.itemsDrawn));
     if (!p.note.empty()) texts << QString::fromStdString(p.note);
     return texts.join(", ");

@@ -206,7 +206,8 @@ TEST_F(GlDrawings, ABudgetOfFacesMakesSmallItemsDots) {
     ViewRequest request = Request(SceneOf({items}));
     ViewPicture whole = Draw(request), thin = Draw(request, 5000);
     EXPECT_TRUE(whole.isWhole);
-    EXPECT_FALSE(thin.isWhole);
+    EXPECT_FALSE(whole.isSimplified);
+    EXPECT_TRUE(thin.isSimplified);
     EXPECT_EQ(thin.counts.itemsDrawn, 1600u);  // none is lost
     EXPECT_GT(Count(whole, 1), Count(thin, 1));
     EXPECT_GE(Count(thin, 1), 1600 / 2);
