@@ -1,5 +1,5 @@
-// Materials of a scene as a snapshot takes them: brought to its time, and copied with their maps, so
-// that other threads may ask the copies while the scene is being edited.
+// Materials of a scene as a snapshot takes them: brought to its time, and copied with their maps,
+// so that other threads may ask the copies while the scene is being edited.
 #pragma once
 
 #include <memory>

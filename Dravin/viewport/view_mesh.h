@@ -1,9 +1,9 @@
 // A mesh as graphics cards take it: corners with all that they need, triangles sorted by what they
 // show, and coarser levels of the same for what is far away.
 //
-// Corners of a smoothing group share one vertex. Levels below the first are simplified by clustering
-// of vertices (meshoptimizer), each about a quarter of the one before; the rough shape and the
-// paints stay, seams do not. Immutable; threads share it.
+// Corners of a smoothing group share one vertex. Levels below the first are simplified by
+// clustering of vertices (meshoptimizer), each about a quarter of the one before; the rough shape
+// and the paints stay, seams do not. Immutable; threads share it.
 #pragma once
 
 #include <cstdint>
@@ -43,11 +43,11 @@ struct TViewMesh {
 };
 
 struct TViewMeshWish {
-    size_t numPaints = 1;                    // ids wrap around there
-    std::span<const uint16_t> facePaint;     // by face; empty: ids say it
-    std::span<const int> channels;           // of the mapping, by paint; empty: 1
+    size_t numPaints = 1;                     // ids wrap around there
+    std::span<const uint16_t> facePaint;      // by face; empty: ids say it
+    std::span<const int> channels;            // of the mapping, by paint; empty: 1
     std::span<const uint32_t> elementOfFace;  // empty: 0
-    std::span<const uint8_t> hiddenFaces;    // beside those of the mesh; empty: none
+    std::span<const uint8_t> hiddenFaces;     // beside those of the mesh; empty: none
     bool hasLevels = true;
 };
 

@@ -1,5 +1,5 @@
-// What graphics need of a source of items, made when somebody first asks and kept while anyone shows
-// it: builds come and go, their sources stay.
+// What graphics need of a source of items, made when somebody first asks and kept while anyone
+// shows it: builds come and go, their sources stay.
 #pragma once
 
 #include <memory>

@@ -23,7 +23,7 @@ struct TViewMap {
 };
 
 struct TViewTexture {
-    TViewMap color, mask;  // without an image: white, opaque
+    TViewMap color, mask;   // without an image: white, opaque
     Color factor{1, 1, 1};  // multiplies the colour map
     float cutoff = 0;       // opaque where the mask reaches it; 0: patterned by its value
     int channel = 1;        // of the mesh, for both

@@ -9,8 +9,9 @@
 
 #include "host/math/matrix3.h"
 
-// Where a point stands in the picture; nearness falls with the depth along the camera's axis and runs
-// linearly over the picture on straight lines: 1 / depth, in parallel projection 1 - depth / extent.
+// Where a point stands in the picture; nearness falls with the depth along the camera's axis and
+// runs linearly over the picture on straight lines: 1 / depth, in parallel projection 1 - depth /
+// extent.
 struct TScreenPoint {
     float x = 0, y = 0, nearness = 0;
 };

@@ -147,8 +147,7 @@ private:
     }
     bool MayLieInSink(const TViewItem& item, const TViewPrototype& prototype) const {
         if (!m_job.isHitTest) return true;
-        TItemRectangle r =
-            ItemRectangle(*m_camera, item.toObject.BoxTransform(prototype.bounds));
+        TItemRectangle r = ItemRectangle(*m_camera, item.toObject.BoxTransform(prototype.bounds));
         TPixelRect wanted = m_sink.Rect();
         return !r.isHidden && r.right >= wanted.left && r.left < wanted.right &&
                r.bottom >= wanted.top && r.top < wanted.bottom;

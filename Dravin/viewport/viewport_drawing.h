@@ -30,7 +30,7 @@ struct TViewportSettings {
     // they look and dots in the end, instead of the object mesh.
     bool instances = false;
     uint64_t maxFaces = 0;  // of instances, roughly: smaller ones become dots; 0: any number
-    int oversampling = 1;  // pixels a side that become one
+    int oversampling = 1;   // pixels a side that become one
     int threads = 1;
 };
 

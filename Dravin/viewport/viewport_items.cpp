@@ -110,8 +110,7 @@ public:
           m_materials(materials) {}
 
     void Set(TViewPrototype& prototype) {
-        const TSpecBuildNode& node =
-            m_build.Specimens().Row(prototype.row).nodes[prototype.node];
+        const TSpecBuildNode& node = m_build.Specimens().Row(prototype.row).nodes[prototype.node];
         prototype.palette = PaletteOf(node);
         const Point3& id = node.entry.colorId;
         prototype.idColor = Raised({id.x, id.y, id.z});
@@ -167,7 +166,8 @@ struct Listed {
 // Numbers below 2^bits in an order without order: a bijection.
 class Shuffle {
 public:
-    explicit Shuffle(size_t count) : m_bits(uint32_t(std::bit_width(std::max(count, size_t{2}) - 1))) {}
+    explicit Shuffle(size_t count)
+        : m_bits(uint32_t(std::bit_width(std::max(count, size_t{2}) - 1))) {}
     size_t Size() const { return size_t{1} << m_bits; }
     size_t operator()(size_t i) const {
         size_t mask = Size() - 1, half = (m_bits + 1) / 2;
@@ -391,8 +391,8 @@ PolyShape EmptyIcon(float size) {
 
 }  // namespace
 
-void ShowScatter(TDravin& object, INode& node, TimeValue t, int threads,
-                 const TViewScatter* before, TViewMaterials& materials, TViewNode* out) {
+void ShowScatter(TDravin& object, INode& node, TimeValue t, int threads, const TViewScatter* before,
+                 TViewMaterials& materials, TViewNode* out) {
     out->kind = TViewKind::kScatter;
     out->numIds = uint32_t(std::min<size_t>(object.Build().Items().Count(), kNone - 2)) + 1;
     auto scatter = object.Build().Input() ? MakeItems(object, node, threads, before, materials)

@@ -8,5 +8,5 @@ class TViewMaterials;
 
 // The node's kind, mesh, icon and items. The object's last build stays as it is. before: what it
 // showed last; may be null.
-void ShowScatter(TDravin& object, INode& node, TimeValue t, int threads,
-                 const TViewScatter* before, TViewMaterials& materials, TViewNode* out);
+void ShowScatter(TDravin& object, INode& node, TimeValue t, int threads, const TViewScatter* before,
+                 TViewMaterials& materials, TViewNode* out);

@@ -23,7 +23,7 @@ struct TViewPiece {
 struct TViewPlan {
     std::vector<TViewPiece> pieces;
     TViewThinning thinning;
-    float quality = 1;  // of instances (view_instances.h)
+    float quality = 1;       // of instances (view_instances.h)
     TViewportCounts counts;  // of items; elements: none yet
 };
 

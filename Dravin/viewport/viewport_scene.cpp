@@ -11,8 +11,7 @@
 
 namespace {
 
-void ShowMesh(Object& object, INode& node, TimeValue t, TViewMaterials& materials,
-              TViewNode* out) {
+void ShowMesh(Object& object, INode& node, TimeValue t, TViewMaterials& materials, TViewNode* out) {
     if (auto heights = object.GetHeightField(t)) {
         out->kind = TViewKind::kTerrain;
         out->bounds = heights->Bounds();

@@ -41,7 +41,7 @@ struct TViewPrototype {
     std::shared_ptr<const TDravinMeshSample> sample;  // with a mesh that has faces
     std::vector<uint16_t> palette;  // by material id, wrapped around: place in the object's palette
     Color idColor;                  // of its row
-    uint32_t row = 0, node = 0;  // that it is of, in the build
+    uint32_t row = 0, node = 0;     // that it is of, in the build
     // Of the faces of the unit mesh, by material id, wrapped around.
     std::vector<TViewPaint> paints;
     std::shared_ptr<Mtl> material;  // a copy of what it shows, nobody else's; null: default grey
@@ -89,9 +89,9 @@ struct TViewScatter {
     // Colours of dots: of what is selected, of each material, and the wire colour where there are
     // none.
     std::vector<Color> palette;
-    bool showsDots = false;    // not its mesh
+    bool showsDots = false;     // not its mesh
     bool showsProxies = false;  // its mesh holds proxy shapes, which its items do not say
-    bool usesIdColor = false;  // dots have the colours of rows
+    bool usesIdColor = false;   // dots have the colours of rows
     bool largeDots = true;
     bool isEdited = false;    // its items are, one by one: what is selected shows so
     float dotDensity = 0.5f;  // object's times global density
@@ -166,8 +166,8 @@ private:
     size_t m_numItems = 0;
 };
 
-// One thread, which owns the scene. threads: that help it. Materials are brought to the time; images
-// that cannot be read are left out. before: the last snapshot of this scene, whose items stay where
-// the builds are the same.
+// One thread, which owns the scene. threads: that help it. Materials are brought to the time;
+// images that cannot be read are left out. before: the last snapshot of this scene, whose items
+// stay where the builds are the same.
 std::shared_ptr<const TViewportScene> MakeViewportScene(Scene& scene, TimeValue t, int threads,
                                                         const TViewportScene* before = nullptr);

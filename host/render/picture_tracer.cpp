@@ -57,8 +57,7 @@ bool PictureTracer::AddSamples(int count, const std::function<bool()>& isStale) 
 }
 
 Picture PictureTracer::Develop() const {
-    Picture picture{m_settings.width, m_settings.height, m_sum,
-                    PictureExposure(m_sky, m_settings)};
+    Picture picture{m_settings.width, m_settings.height, m_sum, PictureExposure(m_sky, m_settings)};
     for (Color& c : picture.pixels) c = c * (1 / float(m_numSamples));
     return picture;
 }

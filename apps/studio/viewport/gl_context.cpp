@@ -36,8 +36,8 @@ std::vector<EGLDisplay> Displays() {
     EGLint count = 0;
     if (devices && deviceText && devices(16, found, &count))
         for (EGLint i = 0; i < count; ++i) {
-            bool isSoftware = HasWord(deviceText(found[i], EGL_EXTENSIONS),
-                                      "EGL_MESA_device_software");
+            bool isSoftware =
+                HasWord(deviceText(found[i], EGL_EXTENSIONS), "EGL_MESA_device_software");
             (isSoftware ? software : cards)
                 .push_back(display(EGL_PLATFORM_DEVICE_EXT, found[i], nullptr));
         }
@@ -62,8 +62,8 @@ bool GlContext::Open(void* display) {
     if (!eglInitialize(display, nullptr, nullptr) || !eglBindAPI(EGL_OPENGL_API)) return false;
     if (!HasWord(eglQueryString(display, EGL_EXTENSIONS), "EGL_KHR_surfaceless_context"))
         return false;
-    const EGLint wanted[] = {EGL_RENDERABLE_TYPE, EGL_OPENGL_BIT, EGL_SURFACE_TYPE,
-                             EGL_DONT_CARE,       EGL_NONE};
+    const EGLint wanted[] = {EGL_RENDERABLE_TYPE, EGL_OPENGL_BIT, EGL_SURFACE_TYPE, EGL_DONT_CARE,
+                             EGL_NONE};
     EGLConfig config = nullptr;
     EGLint count = 0;
     if (!eglChooseConfig(display, wanted, &config, 1, &count) || count == 0) return false;

@@ -7,8 +7,9 @@
 
 class GlContext {
 public:
-    // Becomes current in this thread, which alone may use it, and destroys it. Threads of a software
-    // driver inherit the niceness of this one. Null with a reason in `why` where there is none.
+    // Becomes current in this thread, which alone may use it, and destroys it. Threads of a
+    // software driver inherit the niceness of this one. Null with a reason in `why` where there is
+    // none.
     static std::unique_ptr<GlContext> Make(std::string* why);
     ~GlContext();
     GlContext(const GlContext&) = delete;

@@ -152,8 +152,13 @@ std::optional<ViewPicture> GlDrawing::Draw(const ViewRequest& request,
     const TViewportCamera& camera = request.camera;
     TPixelRect window{0, 0, camera.Width(), camera.Height()};
     TViewPlan plan = PlanViewport(*request.scene, camera, settings, window);
-    Job job{request, settings, plan, isStale, settings.display == TViewDisplay::kWire,
-            request.shading == ViewportShading::kTextured, {}};
+    Job job{request,
+            settings,
+            plan,
+            isStale,
+            settings.display == TViewDisplay::kWire,
+            request.shading == ViewportShading::kTextured,
+            {}};
     MakeProjection(camera, job.projection);
     ViewPicture picture;
     picture.width = camera.Width(), picture.height = camera.Height();
@@ -185,8 +190,7 @@ void GlDrawing::Begin(const Job& job) {
     DrawBackground(job);
     glUseProgram(m_mesh);
     glUniformMatrix4fv(Uniform(m_mesh, "projection"), 1, GL_FALSE, job.projection);
-    Point3 light = Normalize(
-        job.request.camera.Transform().VectorTransform({-0.35f, -0.45f, 1}));
+    Point3 light = Normalize(job.request.camera.Transform().VectorTransform({-0.35f, -0.45f, 1}));
     glUniform3f(Uniform(m_mesh, "light"), light.x, light.y, light.z);
     glUniform1i(Uniform(m_mesh, "isParallel"), job.request.camera.IsParallel());
     glUniform3f(Uniform(m_mesh, "selected"), kViewSelected.r, kViewSelected.g, kViewSelected.b);
@@ -208,9 +212,7 @@ void GlDrawing::DrawBackground(const Job& job) {
     };
     uint32_t top = packed(0), bottom = packed(height - 1);
     // Two triangles as pairs of corners; the top row is drawn at the bottom.
-    auto corner = [&](float x, float y) {
-        return LineVertex{{x, y, 1}, y < 0 ? top : bottom};
-    };
+    auto corner = [&](float x, float y) { return LineVertex{{x, y, 1}, y < 0 ? top : bottom}; };
     LineVertex c[6] = {corner(-1, -1), corner(1, -1), corner(1, 1),
                        corner(-1, -1), corner(1, 1),  corner(-1, 1)};
     const float kNone[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
@@ -415,8 +417,8 @@ void GlDrawing::DrawSplats(const Job& job, ViewPicture* picture) {
     glBindTexture(GL_TEXTURE_2D, m_splats);
     glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
     if (m_splatWidth != camera.Width() || m_splatHeight != camera.Height()) {
-        glTexImage2D(GL_TEXTURE_2D, 0, GL_RG32UI, camera.Width(), camera.Height(), 0,
-                     GL_RG_INTEGER, GL_UNSIGNED_INT, buffer.Data());
+        glTexImage2D(GL_TEXTURE_2D, 0, GL_RG32UI, camera.Width(), camera.Height(), 0, GL_RG_INTEGER,
+                     GL_UNSIGNED_INT, buffer.Data());
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
         m_splatWidth = camera.Width(), m_splatHeight = camera.Height();
@@ -433,8 +435,7 @@ void GlDrawing::DrawSplats(const Job& job, ViewPicture* picture) {
 }
 
 void GlDrawing::DrawLines(const Job& job) {
-    std::vector<TViewLine> lines =
-        ViewLines(*job.request.scene, job.request.camera, job.settings);
+    std::vector<TViewLine> lines = ViewLines(*job.request.scene, job.request.camera, job.settings);
     if (lines.empty()) return;
     std::vector<LineVertex> vertices;
     for (const TViewLine& line : lines) {
@@ -446,8 +447,8 @@ void GlDrawing::DrawLines(const Job& job) {
     glUniform1f(Uniform(m_line, "closer"), kLinesCloser);
     glBindVertexArray(m_lineLayout);
     glBindBuffer(GL_ARRAY_BUFFER, m_lineBuffer);
-    glBufferData(GL_ARRAY_BUFFER, GLsizeiptr(vertices.size() * sizeof(LineVertex)),
-                 vertices.data(), GL_STREAM_DRAW);
+    glBufferData(GL_ARRAY_BUFFER, GLsizeiptr(vertices.size() * sizeof(LineVertex)), vertices.data(),
+                 GL_STREAM_DRAW);
     glDrawArrays(GL_LINES, 0, GLsizei(vertices.size()));
 }
 

@@ -20,8 +20,8 @@ public:
 
     // Asked between pieces: true gives the picture up.
     using IsStale = std::function<bool()>;
-    // settings: those of the request, with its budgets; smoothing: samples a pixel. None when it was
-    // given up. Throws std::runtime_error when the card cannot.
+    // settings: those of the request, with its budgets; smoothing: samples a pixel. None when it
+    // was given up. Throws std::runtime_error when the card cannot.
     std::optional<ViewPicture> Draw(const ViewRequest& request, const TViewportSettings& settings,
                                     int smoothing, const IsStale& isStale);
     const GlStore& Store() const { return m_store; }

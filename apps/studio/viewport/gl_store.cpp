@@ -75,8 +75,8 @@ GlMesh GlStore::Upload(const TViewMesh& mesh, std::shared_ptr<const void> kept) 
     GlMesh out;
     out.layout = MakeVertexArray();
     glBindVertexArray(out.layout);
-    out.vertices =
-        MakeBuffer(GL_ARRAY_BUFFER, mesh.vertices.data(), mesh.vertices.size() * sizeof(TViewVertex));
+    out.vertices = MakeBuffer(GL_ARRAY_BUFFER, mesh.vertices.data(),
+                              mesh.vertices.size() * sizeof(TViewVertex));
     SetAttribute(0, 3, GL_FLOAT, GL_FALSE, offsetof(TViewVertex, position));
     SetAttribute(1, 4, GL_INT_2_10_10_10_REV, GL_TRUE, offsetof(TViewVertex, normal));
     SetAttribute(2, 2, GL_FLOAT, GL_FALSE, offsetof(TViewVertex, uv));

@@ -1,5 +1,5 @@
-// What of snapshots lies on the graphics card: meshes, images and the items of scatter objects. Each
-// is uploaded when it is first drawn, kept while it is, and let go some pictures later.
+// What of snapshots lies on the graphics card: meshes, images and the items of scatter objects.
+// Each is uploaded when it is first drawn, kept while it is, and let go some pictures later.
 #pragma once
 
 #include <cstdint>

@@ -54,8 +54,8 @@ RenderJob::RenderJob(std::shared_ptr<const TViewportScene> scene) : m_scene(std:
             m_sources.push_back(std::make_unique<ViewItemSource>(node));
             m_description.sources.push_back(m_sources.back().get());
         } else if (!node.scatter && (node.mesh || node.heights)) {
-            m_description.nodes.push_back({node.mesh.get(), node.material.get(), node.toWorld,
-                                           node.heights.get(), nullptr});
+            m_description.nodes.push_back(
+                {node.mesh.get(), node.material.get(), node.toWorld, node.heights.get(), nullptr});
         }
     }
     m_tracer = std::make_unique<PictureTracer>(m_description, kBounces);

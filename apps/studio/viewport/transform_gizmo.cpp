@@ -18,7 +18,9 @@ int AxisOf(GizmoHandle handle) { return handle == kAxisX ? 0 : handle == kAxisY 
 bool IsAxis(GizmoHandle h) { return h == kAxisX || h == kAxisY || h == kAxisZ; }
 bool IsPlane(GizmoHandle h) { return !IsAxis(h) && h != kAllAxes && h != kNoHandle; }
 
-float Snapped(float value, float step) { return step > 0 ? std::round(value / step) * step : value; }
+float Snapped(float value, float step) {
+    return step > 0 ? std::round(value / step) * step : value;
+}
 
 Matrix3 About(const Point3& axis, float radians, const Point3& center) {
     float half = radians / 2, s = std::sin(half);
@@ -87,9 +89,11 @@ std::vector<GizmoLine> TransformGizmo::Lines(const TViewportCamera& camera,
         Point3 back = m_frame.row[a] * (10 * unit);
         for (Point3 side : {right, up, right * -1.0f, up * -1.0f}) {
             side = side * (4 * unit);
-            if (tool == GizmoTool::kMove) out.Line(tip, tip - back + side, kColors[a], 1u << a);
-            else out.Line(tip + side, tip + CrossProd(Normalize(view.row[2]), side), kColors[a],
-                          1u << a);
+            if (tool == GizmoTool::kMove)
+                out.Line(tip, tip - back + side, kColors[a], 1u << a);
+            else
+                out.Line(tip + side, tip + CrossProd(Normalize(view.row[2]), side), kColors[a],
+                         1u << a);
         }
         Point3 p = m_frame.row[(a + 1) % 3] * (kPlaneAt * unit);
         Point3 q = m_frame.row[(a + 2) % 3] * (kPlaneAt * unit);
@@ -277,7 +281,8 @@ bool TransformGizmo::Type(char key) {
 
 std::string TransformGizmo::Text() const {
     if (tool == GizmoTool::kRotate)
-        return fmt::format("{:.4g}\u00B0", m_values[IsAxis(m_handle) ? size_t(AxisOf(m_handle)) : 0]);
+        return fmt::format("{:.4g}\u00B0",
+                           m_values[IsAxis(m_handle) ? size_t(AxisOf(m_handle)) : 0]);
     if (tool == GizmoTool::kScale && m_handle == kAllAxes)
         return fmt::format("{:.4g} %", m_values[0] * 100);
     std::string text;

@@ -3,8 +3,8 @@
 // Handles keep their size on the screen. A drag is a gesture: it begins on a handle, previews while
 // the pointer moves, and ends by a commit or a cancel, exactly one of them. Digits typed meanwhile
 // set the value exactly; Tab goes to the next axis, Escape gives all back. What is moved is the
-// owner's matter: it hears the matrix, in world space, that leads from the state at the beginning to
-// the present one.
+// owner's matter: it hears the matrix, in world space, that leads from the state at the beginning
+// to the present one.
 #pragma once
 
 #include <array>
@@ -24,7 +24,7 @@ inline constexpr GizmoHandle kNoHandle = 0, kAxisX = 1, kAxisY = 2, kAxisZ = 4, 
 
 struct GizmoSnapping {
     bool isOn = false;
-    float step = 1;            // of moves, scene units, above 0
+    float step = 1;  // of moves, scene units, above 0
     float degrees = 5, percent = 10;
 };
 

@@ -64,8 +64,7 @@ void ViewNavigation::Pan(float dx, float dy, int width) {
 }
 
 void ViewNavigation::Zoom(float factor, const Point3& fixed) {
-    float distance =
-        std::clamp(m_pose.distance * factor, kLeastDistance, kMostDistance);
+    float distance = std::clamp(m_pose.distance * factor, kLeastDistance, kMostDistance);
     factor = distance / m_pose.distance;
     m_pose.target = fixed + (m_pose.target - fixed) * factor;
     m_pose.distance = distance;
@@ -92,13 +91,20 @@ void ViewNavigation::SetSide(ViewSide side) {
     m_pose.isParallel = side != ViewSide::kUser;
     auto look = [this](float yaw, float pitch) { m_pose.yaw = yaw, m_pose.pitch = pitch; };
     switch (side) {
-        case ViewSide::kUser: return;
-        case ViewSide::kFront: return look(0, 0);
-        case ViewSide::kBack: return look(kHalfTurn, 0);
-        case ViewSide::kLeft: return look(-kQuarterTurn, 0);
-        case ViewSide::kRight: return look(kQuarterTurn, 0);
-        case ViewSide::kTop: return look(0, kQuarterTurn);
-        case ViewSide::kBottom: return look(0, -kQuarterTurn);
+        case ViewSide::kUser:
+            return;
+        case ViewSide::kFront:
+            return look(0, 0);
+        case ViewSide::kBack:
+            return look(kHalfTurn, 0);
+        case ViewSide::kLeft:
+            return look(-kQuarterTurn, 0);
+        case ViewSide::kRight:
+            return look(kQuarterTurn, 0);
+        case ViewSide::kTop:
+            return look(0, kQuarterTurn);
+        case ViewSide::kBottom:
+            return look(0, -kQuarterTurn);
     }
 }
 

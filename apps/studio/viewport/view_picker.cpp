@@ -29,8 +29,8 @@ PickAnswer AnswerPick(const PickWish& wish) {
             ItemsInRectangle(*view.scene, view.camera, wish.rectangle, wish.onlySeen, settings);
         return answer;
     }
-    for (const TViewHit& hit : HitTest(*view.scene, view.camera, wish.rectangle.left,
-                                       wish.rectangle.top, settings)) {
+    for (const TViewHit& hit :
+         HitTest(*view.scene, view.camera, wish.rectangle.left, wish.rectangle.top, settings)) {
         answer.ids.push_back(hit.id);
         answer.depths.push_back(hit.depth);
     }

@@ -294,7 +294,8 @@ void ViewThread::Publish(View& view, ViewPicture picture) {
 // --- views
 
 ViewRenderer::ViewRenderer(OnPicture onPicture, bool avoidsOpenGl)
-    : m_thread(ViewThread::Share()), m_view(m_thread->AddView(std::move(onPicture), avoidsOpenGl)) {}
+    : m_thread(ViewThread::Share()),
+      m_view(m_thread->AddView(std::move(onPicture), avoidsOpenGl)) {}
 
 ViewRenderer::~ViewRenderer() { m_thread->RemoveView(m_view); }
 

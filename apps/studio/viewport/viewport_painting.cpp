@@ -14,24 +14,37 @@ QString Number(uint64_t n) { return QLocale(QLocale::English).toString(qulonglon
 
 const char* NameOf(const ViewPose& pose) {
     switch (pose.side) {
-        case ViewSide::kFront: return "Front";
-        case ViewSide::kBack: return "Back";
-        case ViewSide::kLeft: return "Left";
-        case ViewSide::kRight: return "Right";
-        case ViewSide::kTop: return "Top";
-        case ViewSide::kBottom: return "Bottom";
-        default: return pose.isParallel ? "Parallel" : "Perspective";
+        case ViewSide::kFront:
+            return "Front";
+        case ViewSide::kBack:
+            return "Back";
+        case ViewSide::kLeft:
+            return "Left";
+        case ViewSide::kRight:
+            return "Right";
+        case ViewSide::kTop:
+            return "Top";
+        case ViewSide::kBottom:
+            return "Bottom";
+        default:
+            return pose.isParallel ? "Parallel" : "Perspective";
     }
 }
 
 const char* NameOf(ViewportShading shading) {
     switch (shading) {
-        case ViewportShading::kPoints: return "Points";
-        case ViewportShading::kBoxes: return "Boxes";
-        case ViewportShading::kTextured: return "Textured";
-        case ViewportShading::kWire: return "Wire";
-        case ViewportShading::kRendered: return "Rendered";
-        default: return "Shaded";
+        case ViewportShading::kPoints:
+            return "Points";
+        case ViewportShading::kBoxes:
+            return "Boxes";
+        case ViewportShading::kTextured:
+            return "Textured";
+        case ViewportShading::kWire:
+            return "Wire";
+        case ViewportShading::kRendered:
+            return "Rendered";
+        default:
+            return "Shaded";
     }
 }
 
@@ -121,8 +134,8 @@ QString ViewportWidget::Notice() const {
         texts << (p.samples == 0 ? tr("preparing the picture")
                                  : tr("%1 of %2 samples").arg(p.samples).arg(p.wantedSamples));
     else if (p.counts.itemsDrawn < p.counts.itemsInView)
-        texts << tr("%1 of %2 shown")
-                     .arg(Number(p.counts.itemsDrawn), Number(p.counts.itemsInView));
+        texts
+            << tr("%1 of %2 shown").arg(Number(p.counts.itemsDrawn), Number(p.counts.itemsInView));
     else if (p.isSimplified || !p.isWhole)
         texts << tr("%1 shown, simplified").arg(Number(p.counts.itemsDrawn));
     if (!p.note.empty()) texts << QString::fromStdString(p.note);

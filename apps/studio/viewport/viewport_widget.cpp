@@ -120,8 +120,10 @@ Box3 ViewportWidget::SelectionBox() const {
                 box += toWorld.BoxTransform(node.scatter->prototypes[item.prototype].bounds);
             }
         if (!node.isSelected || hasItems) continue;
-        if (node.bounds.IsEmpty()) box += node.toWorld.row[3];
-        else box += node.toWorld.BoxTransform(node.bounds);
+        if (node.bounds.IsEmpty())
+            box += node.toWorld.row[3];
+        else
+            box += node.toWorld.BoxTransform(node.bounds);
     }
     return box;
 }
@@ -309,8 +311,7 @@ void ViewportWidget::WrapPointer(const QPointF& at) {
 
 bool ViewportWidget::PressGizmo(const QPointF& pixel) {
     TViewportCamera camera = Camera();
-    GizmoHandle handle =
-        m_gizmo.HandleAt(camera, float(pixel.x()), float(pixel.y()), PixelScale());
+    GizmoHandle handle = m_gizmo.HandleAt(camera, float(pixel.x()), float(pixel.y()), PixelScale());
     if (handle == kNoHandle) return false;
     m_gesture = Gesture::kGizmo;
     m_gizmo.Begin(handle, camera, float(pixel.x()), float(pixel.y()));
@@ -384,8 +385,8 @@ void ViewportWidget::mouseReleaseEvent(QMouseEvent* event) {
     } else if (gesture == Gesture::kRectangle) {
         auto low = [](double u, double v) { return int(std::floor(std::min(u, v))); };
         auto high = [](double u, double v) { return int(std::ceil(std::max(u, v))); };
-        AskPick(PickWish::kRectangle, {low(a.x(), b.x()), low(a.y(), b.y()), high(a.x(), b.x()),
-                                       high(a.y(), b.y())});
+        AskPick(PickWish::kRectangle,
+                {low(a.x(), b.x()), low(a.y(), b.y()), high(a.x(), b.x()), high(a.y(), b.y())});
     } else if (gesture == Gesture::kGizmo) {
         m_gizmo.Commit();
     }
@@ -393,8 +394,8 @@ void ViewportWidget::mouseReleaseEvent(QMouseEvent* event) {
 }
 
 void ViewportWidget::EndGesture() {
-    bool moved = m_gesture == Gesture::kOrbit || m_gesture == Gesture::kPan ||
-                 m_gesture == Gesture::kZoom;
+    bool moved =
+        m_gesture == Gesture::kOrbit || m_gesture == Gesture::kPan || m_gesture == Gesture::kZoom;
     // The pointer stands again where it began.
     if (moved && rect().contains(m_pressed.toPoint()) && m_ignoresMove)
         QCursor::setPos(mapToGlobal(m_pressed.toPoint()));
@@ -406,8 +407,7 @@ void ViewportWidget::EndGesture() {
 
 void ViewportWidget::CancelGesture() {
     if (m_gesture == Gesture::kGizmo) m_gizmo.Cancel();
-    if (m_gesture == Gesture::kOrbit || m_gesture == Gesture::kPan ||
-        m_gesture == Gesture::kZoom) {
+    if (m_gesture == Gesture::kOrbit || m_gesture == Gesture::kPan || m_gesture == Gesture::kZoom) {
         m_navigation.SetPose(m_poseBefore);
         CameraChanged();
     }
@@ -473,16 +473,21 @@ bool ViewportWidget::PressViewKey(QKeyEvent* event) {
     };
     if (!isPad) return false;
     switch (event->key()) {
-        case Qt::Key_0: return LookThroughCamera(), true;
-        case Qt::Key_1: return look(ViewSide::kFront, ViewSide::kBack);
-        case Qt::Key_3: return look(ViewSide::kLeft, ViewSide::kRight);
-        case Qt::Key_7: return look(ViewSide::kTop, ViewSide::kBottom);
+        case Qt::Key_0:
+            return LookThroughCamera(), true;
+        case Qt::Key_1:
+            return look(ViewSide::kFront, ViewSide::kBack);
+        case Qt::Key_3:
+            return look(ViewSide::kLeft, ViewSide::kRight);
+        case Qt::Key_7:
+            return look(ViewSide::kTop, ViewSide::kBottom);
         case Qt::Key_5:
             m_navigation.Remember();
             m_navigation.SetParallel(!m_navigation.Pose().isParallel);
             CameraChanged();
             return true;
-        default: return false;
+        default:
+            return false;
     }
 }
 
@@ -495,18 +500,21 @@ void ViewportWidget::keyPressEvent(QKeyEvent* event) {
     if (event->key() == Qt::Key_W && event->modifiers() == Qt::AltModifier && onMaximize)
         return onMaximize();
     if (isPlain) switch (event->key()) {
-            case Qt::Key_F: return isShift ? FrameAll() : FrameSelection();
+            case Qt::Key_F:
+                return isShift ? FrameAll() : FrameSelection();
             case Qt::Key_F3:
                 return SetShading(m_shading == ViewportShading::kWire ? ViewportShading::kShaded
                                                                       : ViewportShading::kWire);
-            case Qt::Key_F4: return SetEdges(!m_showsEdges);
+            case Qt::Key_F4:
+                return SetEdges(!m_showsEdges);
             case Qt::Key_Z:
                 if (isShift && m_navigation.GoBack()) return CameraChanged();
                 break;
             case Qt::Key_Y:
                 if (isShift && m_navigation.GoForward()) return CameraChanged();
                 break;
-            default: break;
+            default:
+                break;
         }
     QWidget::keyPressEvent(event);
 }

@@ -133,7 +133,7 @@ private:
     QPointF m_pressed, m_last, m_pointer;
     ViewPose m_poseBefore;
     Point3 m_pivot;
-    bool m_ignoresMove = false;  // the pointer was set by us
+    bool m_ignoresMove = false;           // the pointer was set by us
     std::optional<float> m_pointerDepth;  // of what lay under it at m_depthAt
     QPointF m_depthAt;
     uint32_t m_hovered = TViewportScene::kNoId;

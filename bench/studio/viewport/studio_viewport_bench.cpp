@@ -2,7 +2,8 @@
 // square field of items.
 //
 // Navigating: one picture after the other while the camera turns, each as much as the budget allows
-// by then. Whole: what comes when the hand rests. First: from a fresh snapshot to the first picture.
+// by then. Whole: what comes when the hand rests. First: from a fresh snapshot to the first
+// picture.
 #include <benchmark/benchmark.h>
 
 #include <cmath>
@@ -103,7 +104,9 @@ public:
     }
 
 private:
-    static bool IsWhole(const ViewPicture& p) { return p.counts.itemsDrawn == p.counts.itemsInView; }
+    static bool IsWhole(const ViewPicture& p) {
+        return p.counts.itemsDrawn == p.counts.itemsInView;
+    }
     std::mutex m_mutex;
     std::condition_variable m_wake;
     std::shared_ptr<const ViewPicture> m_picture;
@@ -173,8 +176,8 @@ BENCHMARK(First)->Args({1000})->Args({316})->Unit(benchmark::kMillisecond)->UseR
 void Snapshot(benchmark::State& state) {
     Field field(state);
     for (auto _ : state)
-        benchmark::DoNotOptimize(MakeViewportScene(
-            field.scene, 0, NumProcessors(), state.range(1) ? field.shown.get() : nullptr));
+        benchmark::DoNotOptimize(MakeViewportScene(field.scene, 0, NumProcessors(),
+                                                   state.range(1) ? field.shown.get() : nullptr));
 }
 BENCHMARK(Snapshot)
     ->Args({1000, 0})

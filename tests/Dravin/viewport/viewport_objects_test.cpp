@@ -167,6 +167,42 @@ TEST_F(ViewportObjects, ASnapshotStaysAsItWas) {
     EXPECT_EQ(DrawViewport(*shown, camera, {}).rgb, before);
 }
 
+TEST_F(ViewportObjects, ItemsOfTheSameBuildStay) {
+    auto first = Show();
+    auto second = MakeViewportScene(scene, 0, 2, first.get());
+    EXPECT_EQ(Scatter(*second).scatter->content, Scatter(*first).scatter->content);
+    Run();  // another build
+    auto third = MakeViewportScene(scene, 0, 2, second.get());
+    EXPECT_NE(Scatter(*third).scatter->content, Scatter(*first).scatter->content);
+    EXPECT_EQ(third->NumItems(), first->NumItems());
+    // Sources stay what they are, and so do their meshes.
+    EXPECT_EQ(Scatter(*third).scatter->prototypes[0].shape,
+              Scatter(*first).scatter->prototypes[0].shape);
+}
+
+TEST_F(ViewportObjects, AnyFirstPartOfACellIsSpreadOverIt) {
+    Set(kDistParams, distParams::kPixelsX, 40);
+    Set(kDistParams, distParams::kPixelsY, 40);
+    auto shown = Show();
+    for (const TViewCell& cell : Scatter(*shown).scatter->Cells()) {
+        if (cell.count < 200) continue;
+        // Of 64 items about half lie in each half of the cell: within four deviations of 4.
+        int left = 0;
+        for (uint32_t i = cell.first; i < cell.first + 64; ++i)
+            left += Scatter(*shown).scatter->Items()[i].toObject.row[3].x < cell.bounds.Center().x;
+        EXPECT_NEAR(left, 32, 16);
+    }
+}
+
+TEST_F(ViewportObjects, InstancesShowTheSameItemsAsTheMesh) {
+    Set(kDispParams, dispParams::kVmesh, 0);
+    auto shown = Show();
+    TViewportSettings settings;
+    auto whole = Items(*shown, DrawViewportIds(*shown, camera, settings));
+    settings.instances = true;
+    EXPECT_EQ(Items(*shown, DrawViewportIds(*shown, camera, settings)), whole);
+}
+
 TEST_F(ViewportObjects, HiddenNodesAreLeftOut) {
     size_t all = Show()->Nodes().size();
     box->SetHidden(true);

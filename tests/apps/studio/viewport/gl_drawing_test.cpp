@@ -81,9 +81,9 @@ TEST_F(GlDrawings, TheTopRowComesFirstAndTheNearestWins) {
 
 TEST_F(GlDrawings, ParallelViewsKeepSizesAndOrder) {
     // 20 units over 200 pixels: 10 pixels a unit at any depth.
-    ViewRequest request = Request(SceneOf(
-        {MeshNode(SquareMesh(), kGreen, Matrix3::Translation({-1, 1, -50})),
-         MeshNode(SquareMesh(), kRed, Matrix3::Translation({0, 0, -10}))}));
+    ViewRequest request =
+        Request(SceneOf({MeshNode(SquareMesh(), kGreen, Matrix3::Translation({-1, 1, -50})),
+                         MeshNode(SquareMesh(), kRed, Matrix3::Translation({0, 0, -10}))}));
     request.camera = TViewportCamera::Parallel({}, 20, 200, 100, 100);
     ViewPicture picture = Draw(request);
     EXPECT_EQ(Count(picture, 0), 400);
@@ -108,8 +108,8 @@ TEST_F(GlDrawings, ThePictureIsTheSplattersButForBorders) {
     for (Face& face : ball->faces) face.smGroup = 0;  // the splatter shades flat
     TViewNode items = ItemNode(*ball, 4, 3, 2, {0.3f, 0.6f, 0.3f});
     items.toWorld = Matrix3::Translation({0, 0, -20});
-    ViewRequest request = Request(SceneOf(
-        {items, MeshNode(ball, {0.7f, 0.5f, 0.2f}, Matrix3::Translation({3, 1, -12}))}));
+    ViewRequest request = Request(
+        SceneOf({items, MeshNode(ball, {0.7f, 0.5f, 0.2f}, Matrix3::Translation({3, 1, -12}))}));
     ViewPicture picture = Draw(request);
     TViewportPicture other = DrawViewport(*request.scene, kCamera, SettingsOf(request));
     int different = 0;
@@ -132,8 +132,7 @@ TEST_F(GlDrawings, TexturesLieUprightAndCutOut) {
     texture.color.image = image, texture.color.isNearest = true;
     texture.mask.image = image, texture.mask.alphaOnly = true;
     texture.cutoff = 0.5f;
-    TViewNode square =
-        MeshNode(SquareMesh(), {0, 0, 1}, Matrix3::Translation({0, 0, -10}));
+    TViewNode square = MeshNode(SquareMesh(), {0, 0, 1}, Matrix3::Translation({0, 0, -10}));
     square.paints[0].texture = std::make_shared<const TViewTexture>(texture);
     auto scene = SceneOf({square});
     ViewPicture picture = Draw(Request(scene, ViewportShading::kTextured));
@@ -169,13 +168,14 @@ TEST_F(GlDrawings, TintedSelectedAndPartialItems) {
               400);
     // Half of it, but for the pixels of the diagonal.
     EXPECT_NEAR(Count(change([](auto& c) {
-                  c.items[0].tint[1] = c.items[0].tintAmount = 255;
-                  c.items[0].flags = TViewItem::kPartial;
-                  BitArray hidden(2);
-                  hidden.Set(1);
-                  c.hiddenElements.emplace_back(0u, TBitArray(hidden));
-              }), 1),
-              200, 10);
+                          c.items[0].tint[1] = c.items[0].tintAmount = 255;
+                          c.items[0].flags = TViewItem::kPartial;
+                          BitArray hidden(2);
+                          hidden.Set(1);
+                          c.hiddenElements.emplace_back(0u, TBitArray(hidden));
+                      }),
+                      1),
+                200, 10);
     ViewPicture selected = change([](auto& c) {
         c.items[0].tint[1] = c.items[0].tintAmount = 255;
         c.items[0].flags = TViewItem::kSelected;

@@ -32,8 +32,8 @@ protected:
 
 TEST_F(Gizmos, HandlesKeepTheirSizeOnTheScreen) {
     for (float distance : {5.f, 20.f, 80.f}) {
-        camera = TViewportCamera(
-            Matrix3{{{1, 0, 0}, {0, 0, 1}, {0, -1, 0}, {0, -distance, 0}}}, 90, 400, 400);
+        camera = TViewportCamera(Matrix3{{{1, 0, 0}, {0, 0, 1}, {0, -1, 0}, {0, -distance, 0}}}, 90,
+                                 400, 400);
         // The x axis is 90 pixels long; the y axis points away.
         EXPECT_EQ(gizmo.HandleAt(camera, 280, 200, 1), kAxisX);
         EXPECT_EQ(gizmo.HandleAt(camera, 200, 120, 1), kAxisZ);
@@ -53,8 +53,10 @@ TEST_F(Gizmos, MovesAlongAxesPlanesAndTheScreen) {
         GizmoHandle handle;
         Point3 want;
     };
-    for (const Case& c : {Case{kAxisX, {3, 0, 0}}, {kAxisZ, {0, 0, 2}},
-                          {kAxisX | kAxisZ, {3, 0, 2}}, {kAllAxes, {3, 0, 2}}}) {
+    for (const Case& c : {Case{kAxisX, {3, 0, 0}},
+                          {kAxisZ, {0, 0, 2}},
+                          {kAxisX | kAxisZ, {3, 0, 2}},
+                          {kAllAxes, {3, 0, 2}}}) {
         Drag(c.handle, 250, 200, 280, 180);
         gizmo.Commit();
         ExpectMoves(commits.back(), {1, 1, 1}, Point3{1, 1, 1} + c.want);

@@ -10,8 +10,8 @@ namespace {
 constexpr float kQuarter = std::numbers::pi_v<float> / 2;
 
 void ExpectNear(const Point3& a, const Point3& b, float tolerance = 1e-4f) {
-    EXPECT_LT(Length(a - b), tolerance) << a.x << " " << a.y << " " << a.z << " instead of " << b.x
-                                        << " " << b.y << " " << b.z;
+    EXPECT_LT(Length(a - b), tolerance)
+        << a.x << " " << a.y << " " << a.z << " instead of " << b.x << " " << b.y << " " << b.z;
 }
 
 // From the front at distance 10: a unit at the target covers 10 of 200 pixels.

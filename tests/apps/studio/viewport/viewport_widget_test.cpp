@@ -201,7 +201,8 @@ TEST_F(Widgets, KeysFrameAndChooseViews) {
     EXPECT_NEAR(Pose().target.x, 50, 1e-3);
     Press(Qt::Key_Y, Qt::ShiftModifier);
     EXPECT_NEAR(Pose().target.x, 25, 1e-3);
-    for (auto [key, side] : {std::pair{Qt::Key_1, ViewSide::kFront}, {Qt::Key_3, ViewSide::kLeft},
+    for (auto [key, side] : {std::pair{Qt::Key_1, ViewSide::kFront},
+                             {Qt::Key_3, ViewSide::kLeft},
                              {Qt::Key_7, ViewSide::kTop}}) {
         Press(key, Qt::KeypadModifier);
         EXPECT_EQ(Pose().side, side);
@@ -244,8 +245,9 @@ TEST_F(Widgets, TheGizmoIsDraggedTypedAndTakenBack) {
     for (int way = 0; way < 3; ++way) {
         Drag({150, 100}, {170, 100}, Qt::LeftButton, {}, false);
         if (way == 0) Press(Qt::Key_Escape);
-        if (way == 1) Send(QEvent::MouseButtonPress, {170, 100}, Qt::RightButton,
-                           Qt::LeftButton | Qt::RightButton);
+        if (way == 1)
+            Send(QEvent::MouseButtonPress, {170, 100}, Qt::RightButton,
+                 Qt::LeftButton | Qt::RightButton);
         if (way == 2) {
             QFocusEvent out(QEvent::FocusOut);
             QApplication::sendEvent(&view, &out);
@@ -327,7 +329,8 @@ TEST_F(Widgets, FourViewsAndBack) {
 
 TEST_F(Widgets, PixelsAreConvertedInOneWay) {
     double ratio = view.devicePixelRatioF();
-    EXPECT_EQ(view.PictureSize(), QSize(int(std::lround(200 * ratio)), int(std::lround(200 * ratio))));
+    EXPECT_EQ(view.PictureSize(),
+              QSize(int(std::lround(200 * ratio)), int(std::lround(200 * ratio))));
     EXPECT_NEAR(view.ToPixel({50, 100}).x(), 50 * ratio, 1e-6);
     EXPECT_NEAR(view.ToLogical(view.ToPixel({50, 100})).y(), 100, 1e-6);
     ShowTwoSquares();
