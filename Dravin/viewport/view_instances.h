@@ -11,6 +11,8 @@ class TInstanceChooser {
 public:
     static constexpr int kHidden = -2, kDots = -1;
     static constexpr float kLeastPixels = 3;  // smaller items are dots
+    // Larger ones never are: the coarsest level costs less than so many dots.
+    static constexpr float kMostDotPixels = 40;
 
     // camera: of the scatter object's space. scale: from there to the world. quality: items count
     // as so many times their size, above 0.
@@ -23,9 +25,10 @@ public:
         return size * m_camera.PixelsAt(std::max(depth, size / 2));
     }
     int LevelAt(const TViewPrototype& prototype, float pixels) const {
-        pixels *= m_quality;
-        if (!prototype.shape || !(pixels >= kLeastPixels)) return kDots;
-        return int(LevelFor(prototype.shape->Mesh(), pixels));
+        float counted = pixels * m_quality;
+        if (!prototype.shape || !(counted >= kLeastPixels || pixels >= kMostDotPixels))
+            return kDots;
+        return int(LevelFor(prototype.shape->Mesh(), counted));
     }
     // A level, kDots or kHidden: surely out of view.
     int Level(const TViewItem& item, const TViewPrototype& prototype) const {

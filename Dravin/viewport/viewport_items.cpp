@@ -160,7 +160,7 @@ private:
 
 // What is shown of an item, before it is placed.
 struct Listed {
-    uint32_t item, prototype, flags, cell;
+    uint32_t item, prototype, flags;
 };
 
 // Numbers below 2^bits in an order without order: a bijection.
@@ -182,41 +182,40 @@ private:
     uint32_t m_bits;
 };
 
-// Numbers the cells of the items by their places, row by row; how many there are.
-size_t FindCells(const TDravinItemList& list, std::vector<Listed>& items, int threads) {
+// Which cell each item lies in, row by row of `side` cells; fewer than 65536.
+std::vector<uint16_t> CellsOf(const TDravinItemList& list, const std::vector<Listed>& items,
+                              size_t side, int threads) {
     Box2 area;
     for (const Listed& item : items) {
         const Point3& p = list.Position(item.item);
         if (std::isfinite(p.x) && std::isfinite(p.y)) area += Point2{p.x, p.y};
     }
-    size_t wanted = items.size() / kItemsInCell + 1;
-    auto side = size_t(std::clamp<double>(std::ceil(std::sqrt(double(wanted))), 1, kMaxCellsASide));
     auto along = [&](float x, float low, float width) {
         float place = width > 0 ? (x - low) / width * float(side) : 0;
         return place > 0 ? std::min(size_t(place), side - 1) : size_t{0};
     };
+    std::vector<uint16_t> cells(items.size());
     ParallelRanges(items.size(), 16384, threads, [&](size_t first, size_t last) {
         for (size_t i = first; i < last; ++i) {
             const Point3& p = list.Position(items[i].item);
-            items[i].cell = uint32_t(along(p.y, area.min.y, area.Height()) * side +
-                                     along(p.x, area.min.x, area.Width()));
+            cells[i] = uint16_t(along(p.y, area.min.y, area.Height()) * side +
+                                along(p.x, area.min.x, area.Width()));
         }
     });
-    return side * side;
+    return cells;
 }
 
-// The order of the items by cells, in each cell at random.
-std::vector<uint32_t> SortIntoCells(const std::vector<Listed>& items,
-                                    std::vector<TViewCell>& cells) {
-    for (const Listed& item : items) ++cells[item.cell].count;
+// Where each item goes: cell by cell, in each at random.
+std::vector<uint32_t> SlotsOf(const std::vector<uint16_t>& cellOf, std::vector<TViewCell>& cells) {
+    for (uint16_t cell : cellOf) ++cells[cell].count;
     std::vector<uint32_t> next(cells.size());
     for (size_t c = 1; c < cells.size(); ++c)
         next[c] = cells[c].first = cells[c - 1].first + cells[c - 1].count;
-    std::vector<uint32_t> order(items.size());
-    Shuffle shuffle(items.size());
+    std::vector<uint32_t> slots(cellOf.size());
+    Shuffle shuffle(cellOf.size());
     for (size_t k = 0; k < shuffle.Size(); ++k)
-        if (size_t i = shuffle(k); i < items.size()) order[next[items[i].cell]++] = uint32_t(i);
-    return order;
+        if (size_t i = shuffle(k); i < slots.size()) slots[i] = next[cellOf[i]]++;
+    return slots;
 }
 
 // --- the items
@@ -239,7 +238,7 @@ std::vector<Listed> ListItems(const TDravinItemList& list, Prototypes& prototype
             if (prototype == kNone) continue;
             uint32_t flags = (marks.Is(ItemMarks::kSelected) ? TViewItem::kSelected : 0u) |
                              (marks.Is(ItemMarks::kPartial) ? TViewItem::kPartial : 0u);
-            items.push_back({uint32_t(i), prototype, flags, 0});
+            items.push_back({uint32_t(i), prototype, flags});
         }
     }
     return items;
@@ -274,20 +273,26 @@ TViewItem Placed(const TDravinItem& item, const Listed& listed, bool scaleOnSlop
     return out;
 }
 
-void PlaceItems(const TDravinBuild& build, std::vector<Listed>& listed,
+void PlaceItems(const TDravinBuild& build, const std::vector<Listed>& listed,
                 const std::vector<TViewPrototype>& prototypes, int threads, TViewItems& out) {
-    out.cells.resize(FindCells(build.Items(), listed, threads));
-    std::vector<uint32_t> order = SortIntoCells(listed, out.cells);
+    size_t wanted = listed.size() / kItemsInCell + 1;
+    auto side = size_t(std::clamp<double>(std::ceil(std::sqrt(double(wanted))), 1, kMaxCellsASide));
+    out.cells.resize(side * side);
+    std::vector<uint32_t> slots = SlotsOf(CellsOf(build.Items(), listed, side, threads), out.cells);
     out.items.resize(listed.size());
     bool scaleOnSlope = build.Input()->transforms.scaleOnSlope;
+    ParallelRanges(listed.size(), 8192, threads, [&](size_t first, size_t last) {
+        TDravinItem item;
+        for (size_t i = first; i < last; ++i) {
+            build.Items().ReadStored(listed[i].item, &item, kGroupCenter);
+            out.items[slots[i]] = Placed(item, listed[i], scaleOnSlope);
+        }
+    });
     ParallelFor(out.cells.size(), threads, [&](size_t c) {
         TViewCell& own = out.cells[c];
-        TDravinItem item;
         for (uint32_t i = own.first; i < own.first + own.count; ++i) {
-            const Listed& from = listed[order[i]];
-            build.Items().ReadStored(from.item, &item, kGroupCenter);
-            TViewItem& to = out.items[i] = Placed(item, from, scaleOnSlope);
-            Box3 box = to.toObject.BoxTransform(prototypes[to.prototype].bounds);
+            const TViewItem& item = out.items[i];
+            Box3 box = item.toObject.BoxTransform(prototypes[item.prototype].bounds);
             own.bounds += box;
             own.meanRadius += Length(box.Width()) / 2 / float(own.count);
         }

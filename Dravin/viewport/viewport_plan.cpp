@@ -29,6 +29,7 @@ public:
         for (const TViewNode& node : scene.Nodes())
             if (node.scatter) AddScatter(node);
         ChooseQuality();
+        AddDotsOfInstances();
         Thin();
         for (const TViewNode& node : scene.Nodes()) {
             if (!node.scatter && node.mesh)
@@ -49,7 +50,7 @@ private:
     // An item that stands for several.
     struct Sample {
         const TViewPrototype* prototype;
-        float pixels, weight;
+        float pixels, weight, dotsPerPixel;
     };
 
     // Whether the box may lie in the window.
@@ -110,20 +111,32 @@ private:
         for (uint32_t i = cell.first; i < cell.first + count; ++i) {
             const TViewItem& item = node.scatter->Items()[i];
             const TViewPrototype& prototype = node.scatter->prototypes[item.prototype];
-            if (chooser.Level(item, prototype) < 0) continue;
+            if (chooser.Level(item, prototype) == TInstanceChooser::kHidden) continue;
+            float perPixel = DotsPerPixel(node.scatter->dotDensity, m_settings.isNavigating);
             m_samples.push_back(
-                {&prototype, chooser.Pixels(item), float(cell.count) / float(count)});
+                {&prototype, chooser.Pixels(item), float(cell.count) / float(count), perPixel});
         }
     }
     double FacesAt(float quality) const {
+        TInstanceChooser chooser(m_camera, 1, quality);
         double faces = 0;
         for (const Sample& sample : m_samples) {
-            float pixels = sample.pixels * quality;
-            if (pixels < TInstanceChooser::kLeastPixels) continue;
-            const TViewMesh& mesh = sample.prototype->shape->Mesh();
-            faces += double(sample.weight) * mesh.levels[LevelFor(mesh, pixels)].numFaces;
+            int level = chooser.LevelAt(*sample.prototype, sample.pixels);
+            if (level < 0) continue;
+            faces += double(sample.weight) *
+                     sample.prototype->shape->Mesh().levels[size_t(level)].numFaces;
         }
         return faces;
+    }
+    // Instances that became dots have dots by their size.
+    void AddDotsOfInstances() {
+        TInstanceChooser chooser(m_camera, 1, m_plan.quality);
+        for (const Sample& sample : m_samples) {
+            if (chooser.LevelAt(*sample.prototype, sample.pixels) >= 0) continue;
+            double dots = double(sample.pixels) * sample.pixels * sample.dotsPerPixel;
+            m_wanted += sample.weight * std::clamp<double>(dots, 1, TMeshCloud::kNumPoints);
+            m_least += sample.weight;
+        }
     }
     // The best one with which the budget holds, as far as samples say.
     void ChooseQuality() {

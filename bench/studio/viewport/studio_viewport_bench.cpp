@@ -142,6 +142,7 @@ BENCHMARK(Navigating)
     ->Args({1000, 1, 1, 0})
     ->Args({1000, 1, 1, 1})
     ->Unit(benchmark::kMillisecond)
+    ->MeasureProcessCPUTime()
     ->UseRealTime();
 
 void Whole(benchmark::State& state) {
@@ -159,6 +160,7 @@ BENCHMARK(Whole)
     ->Args({1000, 1, 0})
     ->Args({1000, 1, 1})
     ->Unit(benchmark::kMillisecond)
+    ->MeasureProcessCPUTime()
     ->UseRealTime();
 
 // The context is there; the snapshot is made anew, and its items are uploaded.
@@ -171,7 +173,12 @@ void First(benchmark::State& state) {
         screen.Ask(field.Request(ViewportShading::kShaded, true), false);
     }
 }
-BENCHMARK(First)->Args({1000})->Args({316})->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(First)
+    ->Args({1000})
+    ->Args({316})
+    ->Unit(benchmark::kMillisecond)
+    ->MeasureProcessCPUTime()
+    ->UseRealTime();
 
 void Snapshot(benchmark::State& state) {
     Field field(state);
@@ -184,6 +191,7 @@ BENCHMARK(Snapshot)
     ->Args({1000, 1})
     ->Args({316, 0})
     ->Unit(benchmark::kMillisecond)
+    ->MeasureProcessCPUTime()
     ->UseRealTime();
 
 // A second context and its shaders, as at the start of the program.
@@ -196,7 +204,7 @@ void Start(benchmark::State& state) {
         Screen().Ask(request, false);
     }
 }
-BENCHMARK(Start)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(Start)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime()->UseRealTime();
 
 // Second argument: 0 a click, 1 a rectangle over all, 2 the same for what is seen; third: 0 dots, 1
 // meshes.
@@ -218,6 +226,7 @@ BENCHMARK(Pick)
     ->Args({1000, 1, 1})
     ->Args({1000, 2, 1})
     ->Unit(benchmark::kMillisecond)
+    ->MeasureProcessCPUTime()
     ->UseRealTime();
 
 }  // namespace
