@@ -9,7 +9,8 @@
 
 namespace {
 
-constexpr uint64_t kWholeFaces = 3'000'000, kWholeFacesOfCard = 60'000'000;
+// Of pictures at rest; the fine one follows where the whole one had to be simplified.
+constexpr uint64_t kWholeFaces = 500'000, kFineFaces = 4'000'000, kFacesOfCard = 60'000'000;
 constexpr int kSmoothing = 4;        // samples a pixel of pictures at rest
 constexpr int kMovingFactor = 4;     // pixels a side of a rendered one while the hand moves
 constexpr double kPublishing = 0.1;  // seconds between rendered pictures
@@ -143,10 +144,10 @@ void ViewThread::TakeWish(View& view) {
 
 void ViewThread::Step(View& view) {
     try {
-        if (view.stage == Stage::kThin || view.stage == Stage::kWhole)
-            DrawStep(view);
-        else
+        if (view.stage == Stage::kPrepare || view.stage == Stage::kSamples)
             RenderStep(view);
+        else
+            DrawStep(view);
     } catch (const std::exception& e) {
         // A card that ran out of memory, most likely: from now on without it.
         view.stage = m_drawing ? Stage::kThin : Stage::kDone;
@@ -164,8 +165,11 @@ void ViewThread::DrawStep(View& view) {
         view.stage = Stage::kDone;
         return;
     }
-    bool needsMore = isThin && !view.current->isMoving;
-    view.stage = needsMore ? Stage::kWhole : Stage::kDone;
+    bool isFine = view.stage == Stage::kFine;
+    view.stage = Stage::kDone;
+    if (!view.current->isMoving && isThin) view.stage = Stage::kWhole;
+    if (!view.current->isMoving && !isThin && !isFine && picture->isSimplified)
+        view.stage = Stage::kFine;
     view.shown = view.current->scene;
     Publish(view, std::move(*picture));
 }
@@ -176,7 +180,9 @@ std::optional<ViewPicture> ViewThread::Draw(const View& view, bool isThin) {
     ViewBudget& budget = !usesCard ? m_splatBudget : isHardware ? m_cardBudget : m_budget;
     TViewportSettings settings = SettingsOf(*view.current);
     settings.isNavigating = isThin;
-    settings.maxFaces = isHardware ? kWholeFacesOfCard : kWholeFaces;
+    settings.maxFaces = isHardware                   ? kFacesOfCard
+                        : view.stage == Stage::kFine ? kFineFaces
+                                                     : kWholeFaces;
     if (isThin) settings.maxFaces = budget.Faces(), settings.maxElements = budget.Dots();
     double start = Now();
     std::optional<ViewPicture> picture =

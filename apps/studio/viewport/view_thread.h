@@ -26,7 +26,7 @@ public:
     void Ask(uint64_t view, ViewRequest request);
 
 private:
-    enum class Stage { kThin, kWhole, kPrepare, kSamples, kDone };
+    enum class Stage { kThin, kWhole, kFine, kPrepare, kSamples, kDone };
     struct View {
         ViewRenderer::OnPicture onPicture;
         bool avoidsOpenGl = false;

@@ -42,7 +42,9 @@ protected:
     static bool Finish(ViewportWidget& view) {
         QElapsedTimer timer;
         timer.start();
-        while (!view.IsUpToDate() && timer.elapsed() < 60'000) {
+        // Where a picture is simplified a finer one follows.
+        auto isFine = [&] { return view.IsUpToDate() && !view.Picture()->isSimplified; };
+        while (!isFine() && timer.elapsed() < (view.IsUpToDate() ? 20'000 : 60'000)) {
             QApplication::processEvents(QEventLoop::AllEvents, 10);
             QThread::msleep(1);
         }
