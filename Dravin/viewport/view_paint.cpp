@@ -11,8 +11,9 @@ TViewPaint PaintOf(const StandardMtl* material) {
     paint.showsMap = material->viewportMaps != ViewportMaps::kNone;
     paint.usesVertexColors = material->vertexColors;
     paint.texture = TextureOf(*material);
-    if (paint.texture && paint.texture->color.image && paint.showsMap)
-        paint.color = MeanColor(*paint.texture);
+    paint.meanColor = paint.color;
+    if (paint.texture && paint.texture->color.image) paint.meanColor = MeanColor(*paint.texture);
+    if (paint.showsMap) paint.color = paint.meanColor;
     return paint;
 }
 

@@ -98,13 +98,23 @@ private:
         const TBitArray* hidden = item.flags & TViewItem::kPartial ? HiddenOf(item) : nullptr;
         int size = (scatter.largeDots ? 2 : 1) * m_job.settings.oversampling;
         TViewLook look{0, m_node->firstId + 1 + item.item};
+        bool isInstance = m_job.settings.instances && !scatter.showsDots &&
+                          m_job.settings.display == TViewDisplay::kAsSet &&
+                          !prototype.paints.empty();
         for (int j = 0; j < count; ++j) {
             const TMeshCloudPoint& point = cloud[size_t(j)];
             if (hidden && hidden->Test(int32_t(point.element))) continue;
-            look.color = PackColor(DotColor(scatter, item, point));
+            look.color = PackColor(isInstance ? FarColor(item, prototype, point.matID)
+                                              : DotColor(scatter, item, point));
             Point3 view = m_camera->ToView(point.position * item.toObject);
             m_elements += m_raster->Dot(view, size, look);
         }
+    }
+    // A dot that stands for faces has their colour, lit as most of them are.
+    Color FarColor(const TViewItem& item, const TViewPrototype& prototype, uint16_t id) const {
+        constexpr float kLit = 0.85f;
+        const TViewPaint& paint = prototype.paints[id % prototype.paints.size()];
+        return InstanceColor(*m_node->scatter, item, paint.meanColor) * kLit;
     }
     // 0: the item is hidden.
     int DotsOf(const TViewItem& item, const TViewPrototype& prototype) const {

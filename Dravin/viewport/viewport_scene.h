@@ -34,6 +34,7 @@ struct TViewPaint {
     std::shared_ptr<const TViewTexture> texture;
     bool showsMap = false;
     bool usesVertexColors = false;
+    Color meanColor{0.6f, 0.6f, 0.6f};  // with its maps
 };
 
 // A source of items at one of its frames.

@@ -43,7 +43,7 @@ inline TViewNode ItemNode(const Mesh& mesh, int side, float spacing, float size,
     for (int i = 0; i < 8; ++i) shown.radius = std::max(shown.radius, Length(shown.bounds[i]));
     shown.palette = {1};
     shown.paints.resize(1);
-    shown.paints[0].color = color;
+    shown.paints[0].color = shown.paints[0].meanColor = color;
     shown.shape = ShapeOf(shown.sample, {1});
     scatter->prototypes = {shown};
     scatter->palette = {{1, 1, 1}, color};
