@@ -42,19 +42,21 @@ int NumDots(uint32_t area, float dotsPerPixel, bool isHitTest) {
     return std::clamp(dots, 1, int(kMost));
 }
 
+Color InstanceColor(const TViewScatter& scatter, const TViewItem& item, Color color) {
+    if (scatter.isEdited && (item.flags & TViewItem::kSelected)) return scatter.palette[0];
+    constexpr float kByte = 1 / 255.f;
+    float amount = float(item.tintAmount) * kByte;
+    Color tint{float(item.tint[0]), float(item.tint[1]), float(item.tint[2])};
+    return tint * kByte * color * amount + color * (1 - amount);
+}
+
 Color DotColor(const TViewScatter& scatter, const TViewItem& item, const TMeshCloudPoint& point) {
-    const std::vector<Color>& palette = scatter.palette;
-    constexpr float kByte = 1 / 255.f, kNoShade = 0.0001f;
-    Color color = palette[0];
-    if (!scatter.isEdited || !(item.flags & TViewItem::kSelected)) {
-        const TViewPrototype& prototype = scatter.prototypes[item.prototype];
-        color = scatter.usesIdColor
-                    ? prototype.idColor
-                    : palette[prototype.palette[point.matID % prototype.palette.size()]];
-        float amount = float(item.tintAmount) * kByte;
-        Color tint{float(item.tint[0]), float(item.tint[1]), float(item.tint[2])};
-        color = tint * kByte * color * amount + color * (1 - amount);
-    }
+    const TViewPrototype& prototype = scatter.prototypes[item.prototype];
+    Color color = scatter.usesIdColor
+                      ? prototype.idColor
+                      : scatter.palette[prototype.palette[point.matID % prototype.palette.size()]];
+    color = InstanceColor(scatter, item, color);
+    constexpr float kNoShade = 0.0001f;
     float shade = scatter.dotShade;
     return shade > kNoShade ? color * (shade * point.shade + 1 - shade) : color;
 }

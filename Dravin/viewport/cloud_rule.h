@@ -24,3 +24,6 @@ int NumDots(uint32_t area, float dotsPerPixel, bool isHitTest);
 
 // Display colour of a point of the item's cloud.
 Color DotColor(const TViewScatter& scatter, const TViewItem& item, const TMeshCloudPoint& point);
+
+// The same of a face of the item, of this colour before.
+Color InstanceColor(const TViewScatter& scatter, const TViewItem& item, Color color);

@@ -36,6 +36,9 @@ public:
         }
     }
     bool IsEmpty(size_t i) const { return m_pixels[i] == kNothing; }
+    // All pixels, row by row, top down: the value below, the complement of the nearness' bits
+    // above.
+    const uint64_t* Data() const { return m_pixels.data(); }
     // What the pixel shows; row by row, top down. Not empty.
     uint32_t Value(size_t i) const { return uint32_t(m_pixels[i]); }
 

@@ -8,6 +8,12 @@ TViewPaint PaintOf(const StandardMtl* material) {
     paint.color = material->diffuse;
     paint.opacity = std::clamp(material->opacity.Get(), 0.f, 1.f);
     paint.isWire = material->wireframe;
+    paint.showsMap = material->viewportMaps != ViewportMaps::kNone;
+    paint.usesVertexColors = material->vertexColors;
+    paint.texture = TextureOf(*material);
+    paint.meanColor = paint.color;
+    if (paint.texture && paint.texture->color.image) paint.meanColor = MeanColor(*paint.texture);
+    if (paint.showsMap) paint.color = paint.meanColor;
     return paint;
 }
 

@@ -12,6 +12,16 @@ TViewportCamera::TViewportCamera(const Matrix3& transform, float fovDegrees, int
     m_focal = m_centerX / m_slopeX;
 }
 
+TViewportCamera TViewportCamera::Parallel(const Matrix3& transform, float viewWidth, int width,
+                                          int height, float extent) {
+    TViewportCamera camera(transform, 90, width, height, 0);
+    camera.m_isParallel = true, camera.m_extent = extent;
+    camera.m_slopeX = viewWidth / 2;
+    camera.m_slopeY = camera.m_slopeX * float(height) / float(width);
+    camera.m_focal = float(width) / viewWidth;
+    return camera;
+}
+
 TViewportCamera TViewportCamera::Of(const Matrix3& toWorld) const {
     TViewportCamera camera = *this;
     camera.m_toView = toWorld * m_toView;

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "Dravin/viewport/cloud_rule.h"
+#include "Dravin/viewport/view_instances.h"
 #include "Dravin/viewport/view_paint.h"
 #include "Dravin/viewport/viewport_plan.h"
 #include "Dravin/viewport/viewport_raster.h"
@@ -20,6 +21,8 @@ struct TViewJob {
     TViewThinning thinning;
     bool isHitTest = false;
     TItemFilter filter = TItemFilter::kAll;
+    float quality = 1;         // of instances
+    bool leavesFaces = false;  // of instances: somebody else draws them
 };
 
 inline uint32_t PackColor(Color c) {
@@ -27,8 +30,9 @@ inline uint32_t PackColor(Color c) {
     return byte(c.r) | byte(c.g) << 8 | byte(c.b) << 16;
 }
 
-// Of one piece, or of several one after the other; one thread.
-template <class Sink>
+// Of one piece, or of several one after the other; one thread. Raster: takes dots, lines and
+// triangles of camera space as TViewRaster does.
+template <class Sink, template <class> class Raster = TViewRaster>
 class TViewDrawer {
 public:
     TViewDrawer(const TViewJob& job, Sink& sink) : m_job(job), m_sink(sink) {}
@@ -38,7 +42,7 @@ public:
         TViewportCamera logical = m_job.camera.Of(m_node->toWorld);
         TViewportCamera camera = m_job.enlarged.Of(m_node->toWorld);
         m_logical = &logical, m_camera = &camera;
-        TViewRaster<Sink> raster(camera, m_sink);
+        Raster<Sink> raster(camera, m_sink);
         m_raster = &raster;
         switch (piece.kind) {
             case TViewPiece::kDots:
@@ -46,6 +50,9 @@ public:
                 break;
             case TViewPiece::kBoxes:
                 DrawItems(piece, [this](auto&... a) { DrawBox(a...); });
+                break;
+            case TViewPiece::kItems:
+                DrawInstances(piece);
                 break;
             case TViewPiece::kFaces:
                 DrawFaces(piece);
@@ -75,7 +82,7 @@ private:
         for (const TViewPrototype& prototype : scatter.prototypes)
             m_clouds.push_back(&prototype.sample->Cloud().points);
         for (size_t i = piece.first; i < piece.last; ++i) {
-            const TViewItem& item = scatter.items[i];
+            const TViewItem& item = scatter.Items()[i];
             bool isSelected = item.flags & TViewItem::kSelected;
             if (m_job.filter == TItemFilter::kSelected && !isSelected) continue;
             if (m_job.filter == TItemFilter::kNotSelected && isSelected) continue;
@@ -91,13 +98,23 @@ private:
         const TBitArray* hidden = item.flags & TViewItem::kPartial ? HiddenOf(item) : nullptr;
         int size = (scatter.largeDots ? 2 : 1) * m_job.settings.oversampling;
         TViewLook look{0, m_node->firstId + 1 + item.item};
+        bool isInstance = m_job.settings.instances && !scatter.showsDots &&
+                          m_job.settings.display == TViewDisplay::kAsSet &&
+                          !prototype.paints.empty();
         for (int j = 0; j < count; ++j) {
             const TMeshCloudPoint& point = cloud[size_t(j)];
             if (hidden && hidden->Test(int32_t(point.element))) continue;
-            look.color = PackColor(DotColor(scatter, item, point));
+            look.color = PackColor(isInstance ? FarColor(item, prototype, point.matID)
+                                              : DotColor(scatter, item, point));
             Point3 view = m_camera->ToView(point.position * item.toObject);
             m_elements += m_raster->Dot(view, size, look);
         }
+    }
+    // A dot that stands for faces has their colour, lit as most of them are.
+    Color FarColor(const TViewItem& item, const TViewPrototype& prototype, uint16_t id) const {
+        constexpr float kLit = 0.85f;
+        const TViewPaint& paint = prototype.paints[id % prototype.paints.size()];
+        return InstanceColor(*m_node->scatter, item, paint.meanColor) * kLit;
     }
     // 0: the item is hidden.
     int DotsOf(const TViewItem& item, const TViewPrototype& prototype) const {
@@ -120,14 +137,60 @@ private:
         if (!(depth > m_logical->Nearest())) return false;
         // Beside the axis it looks longer than before the camera.
         float aside = std::max(std::abs(view.x), std::abs(view.y)) / -view.z;
-        float side = 2 * radius * m_logical->Focal() / depth * (1 + aside) + kRounding;
+        if (m_logical->IsParallel()) aside = 0;
+        float side = 2 * radius * m_logical->PixelsAt(depth) * (1 + aside) + kRounding;
         return side * side * m_perPixel < 2;
     }
     const TBitArray* HiddenOf(const TViewItem& item) const {
-        const auto& all = m_node->scatter->hiddenElements;
-        auto found = std::lower_bound(all.begin(), all.end(), item.item,
-                                      [](const auto& a, uint32_t i) { return a.first < i; });
-        return found != all.end() && found->first == item.item ? &found->second : nullptr;
+        const auto& all = m_node->scatter->content->hiddenElements;
+        size_t place = item.flags >> TViewItem::kHiddenShift;
+        return place < all.size() ? &all[place].second : nullptr;
+    }
+    void DrawInstances(const TViewPiece& piece) {
+        TInstanceChooser chooser(*m_logical, LargestScale(m_node->toWorld), m_job.quality);
+        DrawItems(piece, [&](const TViewItem& item, const TViewPrototype& prototype) {
+            int level = chooser.Level(item, prototype);
+            if (level == TInstanceChooser::kDots) DrawDots(item, prototype);
+            if (level >= 0 && !m_job.leavesFaces && MayLieInSink(item, prototype))
+                DrawInstance(item, prototype, size_t(level));
+        });
+    }
+    bool MayLieInSink(const TViewItem& item, const TViewPrototype& prototype) const {
+        if (!m_job.isHitTest) return true;
+        TItemRectangle r = ItemRectangle(*m_camera, item.toObject.BoxTransform(prototype.bounds));
+        TPixelRect wanted = m_sink.Rect();
+        return !r.isHidden && r.right >= wanted.left && r.left < wanted.right &&
+               r.bottom >= wanted.top && r.top < wanted.bottom;
+    }
+    void DrawInstance(const TViewItem& item, const TViewPrototype& prototype, size_t level) {
+        const TViewMesh& mesh = prototype.shape->Mesh();
+        const TBitArray* hidden = item.flags & TViewItem::kPartial ? HiddenOf(item) : nullptr;
+        bool isWire = m_job.settings.display == TViewDisplay::kWire;
+        Matrix3 toView = item.toObject * m_camera->Transform();
+        m_corners.clear();
+        for (const TViewVertex& v : mesh.vertices) m_corners.push_back(v.position * toView);
+        uint32_t id = m_node->firstId + 1 + item.item;
+        auto isHidden = [&](uint32_t v) {
+            return hidden && hidden->Test(int32_t(mesh.vertices[v].element));
+        };
+        for (const TViewMeshPart& part : mesh.levels[level].parts) {
+            TViewPaint paint = prototype.paints[part.paint % prototype.paints.size()];
+            paint.color = InstanceColor(*m_node->scatter, item, paint.color);
+            if (isWire || (paint.isWire && !m_job.isHitTest)) continue;
+            for (uint32_t i = part.first; i < part.first + part.count; i += 3) {
+                const uint32_t* v = &mesh.indices[i];
+                if (isHidden(v[0])) continue;
+                Triangle(m_corners[v[0]], m_corners[v[1]], m_corners[v[2]], paint, id);
+            }
+        }
+        for (const TViewMeshPart& part : mesh.levels[level].edges) {
+            const TViewPaint& paint = prototype.paints[part.paint % prototype.paints.size()];
+            if (!isWire && (!paint.isWire || m_job.isHitTest)) continue;
+            TViewLook look{PackColor(InstanceColor(*m_node->scatter, item, paint.color)), id};
+            for (uint32_t i = part.first; i < part.first + part.count; i += 2)
+                if (!isHidden(mesh.edges[i]))
+                    Line(m_corners[mesh.edges[i]], m_corners[mesh.edges[i + 1]], look);
+        }
     }
     void DrawBox(const TViewItem& item, const TViewPrototype& prototype) {
         const TViewScatter& scatter = *m_node->scatter;
@@ -135,6 +198,12 @@ private:
         lit.shade = 1;
         TViewLook look{PackColor(DotColor(scatter, item, lit)), m_node->firstId + 1 + item.item};
         Matrix3 toView = item.toObject * m_camera->Transform();
+        constexpr float kDot = 2;  // pixels of a box that is no more than a dot
+        TInstanceChooser chooser(*m_logical, LargestScale(m_node->toWorld), 1);
+        if (chooser.Pixels(item) < kDot) {
+            m_elements += m_raster->Dot(toView.row[3], m_job.settings.oversampling, look);
+            return;
+        }
         DrawBoxEdges(prototype.bounds, toView, look);
     }
     void DrawBoxEdges(const Box3& box, const Matrix3& toView, const TViewLook& look) {
@@ -253,7 +322,7 @@ private:
         for (const Point3& p : m_node->scatter->gizmoPoints) {
             Point3 view = m_camera->ToView(p);
             if (!(-view.z >= m_camera->Nearest())) continue;
-            float arm = 3 * -view.z / m_logical->Focal();
+            float arm = 3 / m_logical->PixelsAt(-view.z);
             Line(view - Point3{arm, 0, 0}, view + Point3{arm, 0, 0}, look);
             Line(view - Point3{0, arm, 0}, view + Point3{0, arm, 0}, look);
         }
@@ -272,7 +341,7 @@ private:
         constexpr float kPixels = 14;
         Point3 at = m_camera->ToView({});
         if (!(-at.z >= m_camera->Nearest())) return;
-        float size = kPixels * -at.z / m_logical->Focal();
+        float size = kPixels / m_logical->PixelsAt(-at.z);
         Matrix3 turn = m_camera->Transform();
         for (int i = 0; i < 3; ++i) turn.row[i] = Normalize(turn.row[i]) * size;
         auto line = [&](const Point3& a, const Point3& b) { Line(a * turn, b * turn, look); };
@@ -305,9 +374,10 @@ private:
     Sink& m_sink;
     const TViewNode* m_node = nullptr;
     const TViewportCamera *m_logical = nullptr, *m_camera = nullptr;
-    TViewRaster<Sink>* m_raster = nullptr;
+    Raster<Sink>* m_raster = nullptr;
     uint64_t m_elements = 0;
     // Of the items that are drawn.
     float m_perPixel = 0, m_worldSquare = 1;
     std::vector<const std::vector<TMeshCloudPoint>*> m_clouds;  // by prototype
+    std::vector<Point3> m_corners;                              // of the instance, camera space
 };

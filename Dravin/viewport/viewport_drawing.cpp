@@ -24,6 +24,23 @@ struct IdSink {
     }
 };
 
+struct LineSink {
+    std::vector<TViewLine>& lines;
+    TPixelRect Rect() const { return {}; }
+};
+
+// Keeps the lines, and nothing else.
+template <class Sink>
+struct LineCollector {
+    LineCollector(const TViewportCamera&, Sink& sink) : sink(sink) {}
+    bool Dot(const Point3&, int, const TViewLook&) { return false; }
+    void Line(const Point3& a, const Point3& b, const TViewLook& look) {
+        sink.lines.push_back({a, b, look.color});
+    }
+    void Triangle(const Point3&, const Point3&, const Point3&, const TViewLook&) {}
+    Sink& sink;
+};
+
 template <class Sink>
 TViewportCounts DrawPieces(const TViewPlan& plan, const TViewJob& job, TSplatBuffer& buffer) {
     std::atomic<uint64_t> elements{0};
@@ -47,15 +64,14 @@ float GridSpacing(const Box3& bounds) {
     return std::pow(10.f, std::ceil(std::log10(size / 40)));
 }
 
-void DrawGrid(const TViewportScene& scene, const TViewportCamera& camera, TSplatBuffer& buffer) {
+template <class Raster>
+void DrawGrid(const TViewportScene& scene, const TViewportCamera& camera, Raster& raster) {
     constexpr int kLines = 40, kStrong = 10;
     constexpr Color kThin{0.27f, 0.28f, 0.29f}, kThick{0.34f, 0.35f, 0.36f};
     float spacing = GridSpacing(scene.Bounds()), reach = spacing * kLines;
     Point3 center = scene.Bounds().IsEmpty() ? Point3{} : scene.Bounds().Center();
     center = {std::round(center.x / (spacing * kStrong)) * spacing * kStrong,
               std::round(center.y / (spacing * kStrong)) * spacing * kStrong, 0};
-    ColorSink sink{buffer};
-    TViewRaster<ColorSink> raster(camera, sink);
     auto line = [&](Point3 a, Point3 b, Color color) {
         raster.Line(camera.ToView(a), camera.ToView(b), {PackColor(color)});
     };
@@ -73,15 +89,9 @@ void DrawGrid(const TViewportScene& scene, const TViewportCamera& camera, TSplat
 
 // --- into bytes
 
-// Behind everything, lighter at the top.
-Color Background(int y, int height) {
-    float t = float(y) / float(std::max(height - 1, 1));
-    return Color{0.235f, 0.25f, 0.27f} * (1 - t) + Color{0.135f, 0.14f, 0.15f} * t;
-}
-
 // The mean of a pixel's samples.
 void Resolve(const TSplatBuffer& buffer, int factor, int y, TViewportPicture& picture) {
-    uint32_t behind = PackColor(Background(y, picture.height));
+    uint32_t behind = PackColor(ViewBackground(y, picture.height));
     auto samples = uint32_t(factor * factor);
     for (int x = 0; x < picture.width; ++x) {
         uint32_t sum[3]{};
@@ -105,20 +115,55 @@ TViewportPicture DrawViewport(const TViewportScene& scene, const TViewportCamera
     TSplatBuffer buffer(enlarged.Width(), enlarged.Height());
     TViewPlan plan = PlanViewport(scene, camera, settings, {0, 0, camera.Width(), camera.Height()});
     TViewJob job{camera, enlarged, settings, plan.thinning};
+    job.quality = plan.quality;
     TViewportPicture picture{camera.Width(), camera.Height(), {}, {}};
     picture.counts = DrawPieces<ColorSink>(plan, job, buffer);
-    if (settings.showsGrid) DrawGrid(scene, enlarged, buffer);
+    ColorSink sink{buffer};
+    TViewRaster<ColorSink> raster(enlarged, sink);
+    if (settings.showsGrid) DrawGrid(scene, enlarged, raster);
     picture.rgb.resize(size_t(picture.width) * size_t(picture.height) * 3);
     ParallelFor(size_t(picture.height), settings.threads,
                 [&](size_t y) { Resolve(buffer, factor, int(y), picture); });
     return picture;
 }
 
+std::vector<TViewLine> ViewLines(const TViewportScene& scene, const TViewportCamera& camera,
+                                 const TViewportSettings& settings) {
+    std::vector<TViewLine> lines;
+    LineSink sink{lines};
+    LineCollector<LineSink> collector(camera, sink);
+    if (settings.showsGrid) DrawGrid(scene, camera, collector);
+    TViewJob job{camera, camera, settings, {}};
+    TViewDrawer<LineSink, LineCollector> drawer(job, sink);
+    for (const TViewNode& node : scene.Nodes()) drawer.Draw({&node, TViewPiece::kMarks});
+    return lines;
+}
+
+// Lighter at the top.
+Color ViewBackground(int y, int height) {
+    float t = float(y) / float(std::max(height - 1, 1));
+    return Color{0.235f, 0.25f, 0.27f} * (1 - t) + Color{0.135f, 0.14f, 0.15f} * t;
+}
+
+uint64_t DrawDots(const TViewPlan& plan, const TViewportCamera& camera,
+                  const TViewportSettings& settings, TSplatBuffer& buffer) {
+    TViewPlan dots = plan;
+    std::erase_if(dots.pieces, [](const TViewPiece& piece) {
+        return piece.kind != TViewPiece::kDots && piece.kind != TViewPiece::kBoxes &&
+               piece.kind != TViewPiece::kItems;
+    });
+    TViewJob job{camera, camera, settings, plan.thinning};
+    job.quality = plan.quality, job.leavesFaces = true;
+    return DrawPieces<ColorSink>(dots, job, buffer).elements;
+}
+
 std::vector<uint32_t> DrawViewportIds(const TViewportScene& scene, const TViewportCamera& camera,
                                       const TViewportSettings& settings) {
     TSplatBuffer buffer(camera.Width(), camera.Height());
     TViewPlan plan = PlanViewport(scene, camera, settings, buffer.Rect());
-    DrawPieces<IdSink>(plan, {camera, camera, settings, plan.thinning}, buffer);
+    TViewJob job{camera, camera, settings, plan.thinning};
+    job.quality = plan.quality;
+    DrawPieces<IdSink>(plan, job, buffer);
     std::vector<uint32_t> ids(size_t(camera.Width()) * size_t(camera.Height()));
     for (size_t i = 0; i < ids.size(); ++i)
         ids[i] = buffer.IsEmpty(i) ? TViewportScene::kNoId : buffer.Value(i);

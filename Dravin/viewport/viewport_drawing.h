@@ -26,9 +26,11 @@ struct TViewportSettings {
     // Dots, lines of boxes and faces of items that may be drawn, roughly; 0: any number.
     uint64_t maxElements = 0;
     bool showsGrid = true;
-    // Somebody else draws the object meshes of scatter objects: their marks alone are drawn here.
-    bool leavesMeshes = false;
-    int oversampling = 1;  // pixels a side that become one
+    // Items whose objects show meshes are instances of their sources, of fewer faces the smaller
+    // they look and dots in the end, instead of the object mesh.
+    bool instances = false;
+    uint64_t maxFaces = 0;  // of instances, roughly: smaller ones become dots; 0: any number
+    int oversampling = 1;   // pixels a side that become one
     int threads = 1;
 };
 
@@ -47,6 +49,25 @@ struct TViewportPicture {
 // camera: of the world.
 TViewportPicture DrawViewport(const TViewportScene& scene, const TViewportCamera& camera,
                               const TViewportSettings& settings);
+
+class TSplatBuffer;
+struct TViewPlan;
+
+// Dots and boxes of a plan of the same camera and settings, and nothing else: for somebody who
+// draws the faces. buffer: as large as the camera's picture. How many elements.
+uint64_t DrawDots(const TViewPlan& plan, const TViewportCamera& camera,
+                  const TViewportSettings& settings, TSplatBuffer& buffer);
+
+// A line in camera space.
+struct TViewLine {
+    Point3 a, b;
+    uint32_t color = 0;  // red, green, blue in the three lowest bytes
+};
+// Grid, splines, icons, marks and brackets, for the same.
+std::vector<TViewLine> ViewLines(const TViewportScene& scene, const TViewportCamera& camera,
+                                 const TViewportSettings& settings);
+// Behind everything: display colour of row y of a picture.
+Color ViewBackground(int y, int height);
 
 // What lies under each pixel, by the ids of the scene; rows top down. The grid is nothing.
 std::vector<uint32_t> DrawViewportIds(const TViewportScene& scene, const TViewportCamera& camera,

@@ -4,6 +4,9 @@
 #include "Dravin/viewport/viewport_scene.h"
 
 class TDravin;
+class TViewMaterials;
 
-// The node's kind, mesh, icon and items. The object's last build stays as it is.
-void ShowScatter(TDravin& object, INode& node, TimeValue t, int threads, TViewNode* out);
+// The node's kind, mesh, icon and items. The object's last build stays as it is. before: what it
+// showed last; may be null.
+void ShowScatter(TDravin& object, INode& node, TimeValue t, int threads, const TViewScatter* before,
+                 TViewMaterials& materials, TViewNode* out);

@@ -8,12 +8,13 @@ namespace {
 
 // Nearest place of each id within a few pixels. Pixels of one id mostly come one after the other.
 struct HitSink {
+    const TViewportCamera& camera;
     TPixelRect rect;
     std::vector<TViewHit>& hits;
 
     TPixelRect Rect() const { return rect; }
     void Put(int, int, float nearness, const TViewLook& look) {
-        float depth = 1 / nearness;
+        float depth = camera.DepthOf(nearness);
         if (!hits.empty() && hits.back().id == look.id)
             hits.back().depth = std::min(hits.back().depth, depth);
         else
@@ -43,13 +44,13 @@ std::vector<uint32_t> PlacesIn(const TViewNode& node, const TViewportCamera& cam
                                const TPixelRect& rectangle, int threads) {
     TViewportCamera own = camera.Of(node.toWorld);
     const TViewScatter& scatter = *node.scatter;
-    std::vector<std::vector<uint32_t>> found(scatter.cells.size());
-    ParallelFor(scatter.cells.size(), threads, [&](size_t c) {
-        const TViewCell& cell = scatter.cells[c];
+    std::vector<std::vector<uint32_t>> found(scatter.Cells().size());
+    ParallelFor(scatter.Cells().size(), threads, [&](size_t c) {
+        const TViewCell& cell = scatter.Cells()[c];
         if (own.SidesOf(cell.bounds).all) return;
         TScreenPoint p;
         for (uint32_t i = cell.first; i < cell.first + cell.count; ++i) {
-            const TViewItem& item = scatter.items[i];
+            const TViewItem& item = scatter.Items()[i];
             if (own.Project(item.toObject.row[3], &p) && Holds(rectangle, p))
                 found[c].push_back(node.firstId + 1 + item.item);
         }
@@ -73,7 +74,7 @@ std::vector<TViewHit> HitTest(const TViewportScene& scene, const TViewportCamera
     TViewJob job{camera, camera, whole, {}, true, filter};
     std::vector<std::vector<TViewHit>> hits(plan.pieces.size());
     ParallelFor(plan.pieces.size(), whole.threads, [&](size_t i) {
-        HitSink sink{window, hits[i]};
+        HitSink sink{camera, window, hits[i]};
         TViewDrawer<HitSink>(job, sink).Draw(plan.pieces[i]);
     });
     std::vector<TViewHit> all;

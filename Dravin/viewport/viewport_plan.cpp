@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "Dravin/viewport/cloud_rule.h"
+#include "Dravin/viewport/view_instances.h"
 
 namespace {
 
@@ -14,12 +15,8 @@ TViewPiece::Kind KindOf(const TViewNode& node, const TViewportSettings& settings
     if (settings.display == TViewDisplay::kBoxes) return TViewPiece::kBoxes;
     if (settings.display == TViewDisplay::kPoints || node.scatter->showsDots)
         return TViewPiece::kDots;
+    if (settings.instances && !node.scatter->showsProxies) return TViewPiece::kItems;
     return settings.display == TViewDisplay::kWire ? TViewPiece::kEdges : TViewPiece::kFaces;
-}
-
-float ScaleOf(const Matrix3& m) {
-    return std::sqrt(
-        std::max({LengthSquared(m.row[0]), LengthSquared(m.row[1]), LengthSquared(m.row[2])}));
 }
 
 class Planner {
@@ -31,6 +28,8 @@ public:
     TViewPlan Plan(const TViewportScene& scene) {
         for (const TViewNode& node : scene.Nodes())
             if (node.scatter) AddScatter(node);
+        ChooseQuality();
+        AddDotsOfInstances();
         Thin();
         for (const TViewNode& node : scene.Nodes()) {
             if (!node.scatter && node.mesh)
@@ -48,6 +47,11 @@ private:
         TViewPiece::Kind kind;
         uint32_t first, count;
     };
+    // An item that stands for several.
+    struct Sample {
+        const TViewPrototype* prototype;
+        float pixels, weight, dotsPerPixel;
+    };
 
     // Whether the box may lie in the window.
     bool IsSeen(const TViewportCamera& camera, const Box3& box) const {
@@ -58,35 +62,100 @@ private:
     void AddScatter(const TViewNode& node) {
         TViewPiece::Kind kind = KindOf(node, m_settings);
         bool isMesh = kind == TViewPiece::kFaces || kind == TViewPiece::kEdges;
-        if (isMesh && m_settings.leavesMeshes) return;
         bool isTooMuch = isMesh && node.mesh && m_settings.maxElements > 0 &&
                          node.mesh->faces.size() > m_settings.maxElements;
         if (isMesh && !isTooMuch) {
             m_fixed += node.mesh ? node.mesh->faces.size() : 0;
-            m_plan.counts.itemsInView += node.scatter->items.size();
-            m_plan.counts.itemsDrawn += node.scatter->items.size();
+            m_plan.counts.itemsInView += node.scatter->Items().size();
+            m_plan.counts.itemsDrawn += node.scatter->Items().size();
             AddFaces(node, kind);
             return;
         }
         TViewportCamera camera = m_camera.Of(node.toWorld);
-        float scale = ScaleOf(node.toWorld);
-        for (const TViewCell& cell : node.scatter->cells) {
+        float scale = LargestScale(node.toWorld);
+        for (const TViewCell& cell : node.scatter->Cells()) {
             if (!IsSeen(camera, cell.bounds)) continue;
             m_plan.counts.itemsInView += cell.count;
+            if (kind == TViewPiece::kItems && !IsFar(camera, cell, scale)) {
+                AddInstances(node, camera, cell, scale);
+                continue;
+            }
             double each = kLinesOfBox;
             if (kind != TViewPiece::kBoxes) each = DotsOf(node, camera, cell, scale);
-            m_cells.push_back(
-                {&node, isTooMuch ? TViewPiece::kDots : kind, cell.first, cell.count});
+            bool isDots = isTooMuch || kind == TViewPiece::kItems;
+            m_cells.push_back({&node, isDots ? TViewPiece::kDots : kind, cell.first, cell.count});
             m_wanted += each * cell.count;
             m_least += (kind == TViewPiece::kBoxes ? each : 1.0) * cell.count;
         }
+    }
+    // Whether items of the cell are dots, all of them.
+    bool IsFar(const TViewportCamera& camera, const TViewCell& cell, float scale) const {
+        constexpr float kLargest = 4;  // times the mean
+        float depth = -camera.ToView(cell.bounds.Center()).z;
+        depth -= Length(cell.bounds.Width()) / 2 * scale;
+        if (!(depth > 0)) return false;
+        float pixels = kLargest * cell.meanRadius * scale * camera.PixelsAt(depth);
+        return pixels < TInstanceChooser::kLeastPixels;
+    }
+    // Samples of the cell say about how many faces its items have at any quality: its first items
+    // are as good as any.
+    void AddInstances(const TViewNode& node, const TViewportCamera& camera, const TViewCell& cell,
+                      float scale) {
+        constexpr uint32_t kSamples = 16;
+        m_plan.counts.itemsDrawn += cell.count;
+        m_plan.pieces.push_back(
+            {&node, TViewPiece::kItems, cell.first, size_t(cell.first) + cell.count});
+        if (m_settings.maxFaces == 0) return;
+        TInstanceChooser chooser(camera, scale, 1);
+        uint32_t count = std::min(cell.count, kSamples);
+        for (uint32_t i = cell.first; i < cell.first + count; ++i) {
+            const TViewItem& item = node.scatter->Items()[i];
+            const TViewPrototype& prototype = node.scatter->prototypes[item.prototype];
+            if (chooser.Level(item, prototype) == TInstanceChooser::kHidden) continue;
+            float perPixel = DotsPerPixel(node.scatter->dotDensity, m_settings.isNavigating);
+            m_samples.push_back(
+                {&prototype, chooser.Pixels(item), float(cell.count) / float(count), perPixel});
+        }
+    }
+    double FacesAt(float quality) const {
+        TInstanceChooser chooser(m_camera, 1, quality);
+        double faces = 0;
+        for (const Sample& sample : m_samples) {
+            int level = chooser.LevelAt(*sample.prototype, sample.pixels);
+            if (level < 0) continue;
+            faces += double(sample.weight) *
+                     sample.prototype->shape->Mesh().levels[size_t(level)].numFaces;
+        }
+        return faces;
+    }
+    // Instances that became dots have dots by their size.
+    void AddDotsOfInstances() {
+        TInstanceChooser chooser(m_camera, 1, m_plan.quality);
+        for (const Sample& sample : m_samples) {
+            if (chooser.LevelAt(*sample.prototype, sample.pixels) >= 0) continue;
+            double dots = double(sample.pixels) * sample.pixels * sample.dotsPerPixel;
+            m_wanted += sample.weight * std::clamp<double>(dots, 1, TMeshCloud::kNumPoints);
+            m_least += sample.weight;
+        }
+    }
+    // The best one with which the budget holds, as far as samples say.
+    void ChooseQuality() {
+        auto budget = double(m_settings.maxFaces);
+        if (m_samples.empty() || FacesAt(1) <= budget) return;
+        constexpr int kHalvings = 12;
+        float low = -14, high = 0;  // powers of two
+        for (int i = 0; i < kHalvings; ++i) {
+            float middle = (low + high) / 2;
+            (FacesAt(std::exp2(middle)) <= budget ? low : high) = middle;
+        }
+        m_plan.quality = std::exp2(low);
     }
     // Of an item of the cell, about.
     double DotsOf(const TViewNode& node, const TViewportCamera& camera, const TViewCell& cell,
                   float scale) const {
         float radius = cell.meanRadius * scale;
         float depth = std::max(-camera.ToView(cell.bounds.Center()).z, radius);
-        float side = std::min(2 * radius * camera.Focal() / depth, float(camera.Width()));
+        float side = std::min(2 * radius * camera.PixelsAt(depth), float(camera.Width()));
         float perPixel = DotsPerPixel(node.scatter->dotDensity, m_settings.isNavigating);
         return std::clamp<double>(double(side) * side * perPixel, 1, TMeshCloud::kNumPoints);
     }
@@ -130,6 +199,7 @@ private:
     TPixelRect m_window;
     TViewPlan m_plan;
     std::vector<Cell> m_cells;
+    std::vector<Sample> m_samples;
     double m_wanted = 0, m_least = 0;
     uint64_t m_fixed = 0;
 };

@@ -13,7 +13,7 @@ struct TViewThinning {
 };
 
 struct TViewPiece {
-    enum Kind { kDots, kBoxes, kFaces, kEdges, kTerrain, kMarks };
+    enum Kind { kDots, kBoxes, kItems, kFaces, kEdges, kTerrain, kMarks };
     const TViewNode* node = nullptr;
     Kind kind = kMarks;
     // Items, faces or rows of a terrain; nothing for the others.
@@ -23,6 +23,7 @@ struct TViewPiece {
 struct TViewPlan {
     std::vector<TViewPiece> pieces;
     TViewThinning thinning;
+    float quality = 1;       // of instances (view_instances.h)
     TViewportCounts counts;  // of items; elements: none yet
 };
 

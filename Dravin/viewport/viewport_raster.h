@@ -27,6 +27,7 @@ public:
     bool Dot(const Point3& view, int size, const TViewLook& look) {
         if (!(-view.z >= m_camera.Nearest())) return false;
         TScreenPoint p = m_camera.ToScreen(view);
+        if (!(p.nearness > 0)) return false;
         float shift = float(size - 1) / 2;
         int left, top;
         if (!Pixel(p.x - shift, m_rect.left - size, m_rect.right, &left)) return false;
@@ -100,7 +101,7 @@ private:
                 !Pixel(a.y + dy * t, m_rect.top, m_rect.bottom, &y))
                 continue;
             float nearness = a.nearness + (b.nearness - a.nearness) * t;
-            m_sink.Put(x, y, nearness * look.closer, look);
+            if (nearness > 0) m_sink.Put(x, y, nearness * look.closer, look);
         }
     }
     // Whether the pattern of an opacity covers the pixel.

@@ -5,12 +5,13 @@
 
 #include "Dravin/dravin.h"
 #include "Dravin/geometry/template_list.h"
+#include "Dravin/viewport/view_materials.h"
 #include "Dravin/viewport/view_paint.h"
 #include "Dravin/viewport/viewport_items.h"
 
 namespace {
 
-void ShowMesh(Object& object, INode& node, TimeValue t, TViewNode* out) {
+void ShowMesh(Object& object, INode& node, TimeValue t, TViewMaterials& materials, TViewNode* out) {
     if (auto heights = object.GetHeightField(t)) {
         out->kind = TViewKind::kTerrain;
         out->bounds = heights->Bounds();
@@ -25,6 +26,8 @@ void ShowMesh(Object& object, INode& node, TimeValue t, TViewNode* out) {
     size_t numIds = 1;
     if (out->mesh)
         for (const Face& face : out->mesh->faces) numIds = std::max(numIds, size_t(face.matID) + 1);
+    materials.Prepare(node.GetShownMtl());
+    out->material = materials.CopyOf(node.GetShownMtl());
     out->paints = PaintsOf(node.GetShownMtl(), numIds);
     if (!node.GetShownMtl())
         for (TViewPaint& paint : out->paints) paint.color = node.wireColor;
@@ -59,7 +62,15 @@ void ShowParticles(const ParticleObject& particles, TViewNode* out) {
     out->bounds = out->lines.BoundingBox();
 }
 
-TViewNode ShowNode(INode& node, TimeValue t, int threads) {
+const TViewScatter* ScatterOf(const TViewportScene* before, NodeHandle handle) {
+    if (!before) return nullptr;
+    for (const TViewNode& node : before->Nodes())
+        if (node.handle == handle) return node.scatter.get();
+    return nullptr;
+}
+
+TViewNode ShowNode(INode& node, TimeValue t, int threads, const TViewportScene* before,
+                   TViewMaterials& materials) {
     TViewNode out;
     Object* object = node.GetObjectRef();
     if (!object || node.IsHidden(t) || IsTemplateNode(node)) return out;
@@ -69,9 +80,9 @@ TViewNode ShowNode(INode& node, TimeValue t, int threads) {
     out.wire = node.wireColor;
     out.toWorld = node.GetObjectTM(t);
     if (auto* scatter = dynamic_cast<TDravin*>(object)) {
-        ShowScatter(*scatter, node, t, threads, &out);
+        ShowScatter(*scatter, node, t, threads, ScatterOf(before, out.handle), materials, &out);
     } else if (object->IsGeomObject()) {
-        ShowMesh(*object, node, t, &out);
+        ShowMesh(*object, node, t, materials, &out);
         if (node.IsShownAsBox() && !out.bounds.IsEmpty()) ShowBox(out.bounds, &out);
     } else if (auto* shape = dynamic_cast<ShapeObject*>(object)) {
         out.kind = TViewKind::kLines;
@@ -90,9 +101,35 @@ TViewNode ShowNode(INode& node, TimeValue t, int threads) {
     return out;
 }
 
+// The first directional light is the sun.
+TViewLight LightOf(Scene& scene, TimeValue t) {
+    TViewLight out;
+    const SceneRenderSettings& r = scene.render;
+    out.sky.turbidity = r.skyTurbidity;
+    out.sky.strength = r.skyStrength;
+    out.sky.cloudCover = r.skyClouds;
+    out.haze = {r.hazeVisibility, r.hazeScaleHeight, r.hazeBaseHeight};
+    out.exposure = r.exposure;
+    bool hasSun = false;
+    for (INode* node : scene.Nodes()) {
+        auto* light = dynamic_cast<LightObject*>(node->GetObjectRef());
+        if (!light || node->IsHidden(t)) continue;
+        Color color = light->color.At(t) * light->intensity.At(t);
+        if (light->kind != LightKind::kDirectional || hasSun) {
+            out.lights.push_back({light->kind, color, {}});
+            continue;
+        }
+        hasSun = true;
+        out.sun.direction = node->GetNodeTM(t).row[2];
+        out.sun.filter = color;
+    }
+    return out;
+}
+
 }  // namespace
 
-TViewportScene::TViewportScene(std::vector<TViewNode> nodes) : m_nodes(std::move(nodes)) {
+TViewportScene::TViewportScene(std::vector<TViewNode> nodes, TViewLight light, TimeValue time)
+    : m_nodes(std::move(nodes)), m_light(std::move(light)), m_time(time) {
     uint32_t next = kNoId + 1;
     for (TViewNode& node : m_nodes) {
         node.firstId = next;
@@ -100,7 +137,7 @@ TViewportScene::TViewportScene(std::vector<TViewNode> nodes) : m_nodes(std::move
         node.numIds = std::min(node.numIds, 0xFFFFFFFFu - next);
         next += node.numIds;
         if (!node.bounds.IsEmpty()) m_bounds += node.toWorld.BoxTransform(node.bounds);
-        if (node.scatter) m_numItems += node.scatter->items.size();
+        if (node.scatter) m_numItems += node.scatter->Items().size();
     }
 }
 
@@ -115,11 +152,14 @@ TViewportScene::Found TViewportScene::Find(uint32_t id) const {
     return {&node, place == 0 ? kNoItem : place - 1};
 }
 
-std::shared_ptr<const TViewportScene> MakeViewportScene(Scene& scene, TimeValue t, int threads) {
+std::shared_ptr<const TViewportScene> MakeViewportScene(Scene& scene, TimeValue t, int threads,
+                                                        const TViewportScene* before) {
     std::vector<TViewNode> nodes;
+    TViewMaterials materials(t);
     for (INode* node : scene.Nodes()) {
-        TViewNode shown = ShowNode(*node, t, threads);
+        TViewNode shown = ShowNode(*node, t, threads, before, materials);
         if (shown.kind != TViewKind::kNothing) nodes.push_back(std::move(shown));
     }
-    return std::make_shared<const TViewportScene>(std::move(nodes));
+    materials.Finish();
+    return std::make_shared<const TViewportScene>(std::move(nodes), LightOf(scene, t), t);
 }

@@ -20,7 +20,7 @@
 #include "apps/studio/outliner.h"
 #include "apps/studio/qt_user_interface.h"
 #include "apps/studio/theme.h"
-#include "apps/studio/viewport/central_view.h"
+#include "apps/studio/viewport/quad_view.h"
 #include "host/scene/scene.h"
 #include "host/scene/user_interface.h"
 
@@ -38,8 +38,8 @@ MainWindow::MainWindow(StudioSession::MakeInterface makeInterface) {
     if (!makeInterface) makeInterface = [this] { return MakeQtUserInterface(this); };
     setWindowIcon(ThemeIcon("scatter"));
     m_session = std::make_unique<StudioSession>(std::move(makeInterface));
-    m_view = MakeCentralView(this);
-    setCentralWidget(m_view->Widget());
+    m_view = new QuadView(this);
+    setCentralWidget(m_view);
     setAcceptDrops(true);
     MakeDocks();
     MakeActions();
@@ -133,7 +133,7 @@ void MainWindow::MakeActions() {
     AddAction("object.update", "Update All", "update", QKeySequence("F5"),
               [this] { m_session->Run("update.all", "", {}); });
     AddAction("view.frame", "Frame All", "frame", QKeySequence("Shift+F"),
-              [this] { m_view->FrameAll(); });
+              [this] { m_view->ActiveView().FrameAll(); });
     AddAction("view.theme", "Light or Dark", "theme", {}, [this] { SwitchTheme(); });
     AddAction("view.reset", "Reset Layout", "", {}, [this] { restoreState(m_firstLayout); });
     AddAction("view.filter", "Find a Parameter", "", QKeySequence::Find, [this] {

@@ -9,7 +9,7 @@
 #include "apps/studio/panels/command_panel.h"
 #include "apps/studio/studio_session.h"
 
-class ICentralView;
+class QuadView;
 class Outliner;
 class QLabel;
 class QPlainTextEdit;
@@ -64,7 +64,7 @@ private:
     std::unique_ptr<StudioSession> m_session;
     std::vector<Connection> m_connections;
     std::map<std::string, QAction*> m_actions;
-    ICentralView* m_view;
+    QuadView* m_view;
     Outliner* m_outliner;
     CommandPanel* m_panel;
     QPlainTextEdit *m_statistics, *m_log;

@@ -288,7 +288,7 @@ void StudioSession::BuildView(std::vector<ObjectReport>* reports,
         reports->push_back(ReportOf(*node, object->Build()));
     }
     int threads = std::max(int(std::thread::hardware_concurrency()), 1);
-    if (!m_stop) *view = MakeViewportScene(scene, t, threads);
+    if (!m_stop) *view = MakeViewportScene(scene, t, threads, m_view.get());
 }
 
 void StudioSession::Run(const std::string& command, const std::string& target, TArguments arguments,

@@ -18,11 +18,13 @@
 #include "host/scene/object.h"
 #include "host/scene/shadow_type.h"
 
-// A pinhole camera. The transform's rows are the camera's right, up and backward axes and its
+// A pinhole camera, or a parallel view. The transform's rows are the camera's right, up and backward axes and its
 // place: it looks along its own -Z, as every camera of the host does.
 struct RenderCamera {
     Matrix3 transform;
     float fovDegrees = 45;  // horizontal, in (0, 180)
+    // Width of the view in scene units; 0: a pinhole.
+    float parallelWidth = 0;
 };
 
 // A light's shadows. How they are drawn into maps (host/scene/shadow_type.h) does not concern the

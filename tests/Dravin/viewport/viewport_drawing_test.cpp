@@ -25,7 +25,8 @@ TViewNode Square(float depth, Color color, float x = 0) {
     mesh->faces[1].flags = Face::kEdge1 | Face::kEdge2;
     node.bounds = mesh->BoundingBox();
     node.mesh = std::move(mesh);
-    node.paints = {{color, 1, false}};
+    node.paints.resize(1);
+    node.paints[0].color = color;
     node.toWorld = Matrix3::Translation({x, 0, -depth});
     return node;
 }
@@ -33,6 +34,7 @@ TViewNode Square(float depth, Color color, float x = 0) {
 // Items of a small box on a grid, side x side, `spacing` apart, at a depth.
 TViewNode Field(int side, float spacing, float depth) {
     auto scatter = std::make_shared<TViewScatter>();
+    auto content = std::make_shared<TViewItems>();
     TViewPrototype box;
     box.sample = std::make_shared<const TDravinMeshSample>(
         std::make_shared<Mesh>(MakeBox(1, 1, 1, 1)), Matrix3(), Interval::Forever());
@@ -50,10 +52,11 @@ TViewNode Field(int side, float spacing, float depth) {
                                 (float(i / side) - float(side - 1) / 2) * spacing, 0};
         item.item = uint32_t(i);
         cell.bounds += item.toObject.row[3];
-        scatter->items.push_back(item);
+        content->items.push_back(item);
     }
     cell.count = uint32_t(side * side), cell.meanRadius = 0.01f;
-    scatter->cells = {cell};
+    content->cells = {cell};
+    scatter->content = std::move(content);
     TViewNode node;
     node.kind = TViewKind::kScatter;
     node.numIds = uint32_t(side * side) + 1;
@@ -189,7 +192,9 @@ TEST(ViewportPicking, DotsOfOneItemAndFilters) {
     // 10 x 10 items, 10 pixels apart: item (6, 4) is 15 pixels right of the middle, 5 below.
     TViewNode field = Field(10, 1, 10);
     auto scatter = std::make_shared<TViewScatter>(*field.scatter);
-    scatter->items[46].flags = TViewItem::kSelected;
+    auto content = std::make_shared<TViewItems>(*scatter->content);
+    content->items[46].flags = TViewItem::kSelected;
+    scatter->content = std::move(content);
     field.scatter = scatter;
     TViewportScene scene = SceneOf({field});
     auto hits = HitTest(scene, kCamera, 115, 55, {});

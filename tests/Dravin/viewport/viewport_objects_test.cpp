@@ -137,7 +137,7 @@ TEST_F(ViewportObjects, EmptyObjectsShowTheirIconOnly) {
     EXPECT_EQ(HitTest(larger, camera, 200 - 24, 200, {}).size(), 1u);
 }
 
-TEST_F(ViewportObjects, WhoDrawsMeshesElsewhereStillGetsTheGizmos) {
+TEST_F(ViewportObjects, WhoDrawsFacesElsewhereGetsTheLinesOfMarks) {
     Set(kDispParams, dispParams::kVmesh, 0);
     Set(kDistParams, distParams::kSdgizmo, true);
     auto shown = Show();
@@ -145,12 +145,15 @@ TEST_F(ViewportObjects, WhoDrawsMeshesElsewhereStillGetsTheGizmos) {
     ASSERT_FALSE(corners.empty());
     TViewportScene alone({Scatter(*shown)});
     TViewportSettings settings;
-    settings.leavesMeshes = true;
-    auto ids = DrawViewportIds(alone, camera, settings);
-    EXPECT_TRUE(Items(alone, ids).empty());
-    EXPECT_GT(std::count(ids.begin(), ids.end(), 1u), 0);
-    settings.leavesMeshes = false;
-    EXPECT_FALSE(Items(alone, DrawViewportIds(alone, camera, settings)).empty());
+    settings.showsGrid = false;
+    std::vector<TViewLine> lines = ViewLines(alone, camera, settings);
+    // A plus sign each: two lines through the corner.
+    ASSERT_EQ(lines.size(), 2 * corners.size());
+    for (size_t i = 0; i < corners.size(); ++i) {
+        Point3 view = camera.ToView(corners[i] * Scatter(alone).toWorld);
+        EXPECT_LT(Length((lines[2 * i].a + lines[2 * i].b) * 0.5f - view), 1e-4f);
+        EXPECT_LT(Length((lines[2 * i + 1].a + lines[2 * i + 1].b) * 0.5f - view), 1e-4f);
+    }
 }
 
 TEST_F(ViewportObjects, ASnapshotStaysAsItWas) {
@@ -162,6 +165,42 @@ TEST_F(ViewportObjects, ASnapshotStaysAsItWas) {
     Run();
     scene.DeleteNode(*plane);
     EXPECT_EQ(DrawViewport(*shown, camera, {}).rgb, before);
+}
+
+TEST_F(ViewportObjects, ItemsOfTheSameBuildStay) {
+    auto first = Show();
+    auto second = MakeViewportScene(scene, 0, 2, first.get());
+    EXPECT_EQ(Scatter(*second).scatter->content, Scatter(*first).scatter->content);
+    Run();  // another build
+    auto third = MakeViewportScene(scene, 0, 2, second.get());
+    EXPECT_NE(Scatter(*third).scatter->content, Scatter(*first).scatter->content);
+    EXPECT_EQ(third->NumItems(), first->NumItems());
+    // Sources stay what they are, and so do their meshes.
+    EXPECT_EQ(Scatter(*third).scatter->prototypes[0].shape,
+              Scatter(*first).scatter->prototypes[0].shape);
+}
+
+TEST_F(ViewportObjects, AnyFirstPartOfACellIsSpreadOverIt) {
+    Set(kDistParams, distParams::kPixelsX, 40);
+    Set(kDistParams, distParams::kPixelsY, 40);
+    auto shown = Show();
+    for (const TViewCell& cell : Scatter(*shown).scatter->Cells()) {
+        if (cell.count < 200) continue;
+        // Of 64 items about half lie in each half of the cell: within four deviations of 4.
+        int left = 0;
+        for (uint32_t i = cell.first; i < cell.first + 64; ++i)
+            left += Scatter(*shown).scatter->Items()[i].toObject.row[3].x < cell.bounds.Center().x;
+        EXPECT_NEAR(left, 32, 16);
+    }
+}
+
+TEST_F(ViewportObjects, InstancesShowTheSameItemsAsTheMesh) {
+    Set(kDispParams, dispParams::kVmesh, 0);
+    auto shown = Show();
+    TViewportSettings settings;
+    auto whole = Items(*shown, DrawViewportIds(*shown, camera, settings));
+    settings.instances = true;
+    EXPECT_EQ(Items(*shown, DrawViewportIds(*shown, camera, settings)), whole);
 }
 
 TEST_F(ViewportObjects, HiddenNodesAreLeftOut) {

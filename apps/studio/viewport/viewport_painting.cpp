@@ -1,0 +1,164 @@
+// How a viewport's picture is painted, with what stands over it.
+#include <QLocale>
+#include <QPainter>
+
+#include "apps/studio/viewport/viewport_widget.h"
+
+namespace {
+
+constexpr int kMargin = 10, kAxis = 28;
+
+QColor ToColor(Color c) { return QColor::fromRgbF(c.r, c.g, c.b); }
+
+QString Number(uint64_t n) { return QLocale(QLocale::English).toString(qulonglong(n)); }
+
+const char* NameOf(const ViewPose& pose) {
+    switch (pose.side) {
+        case ViewSide::kFront:
+            return "Front";
+        case ViewSide::kBack:
+            return "Back";
+        case ViewSide::kLeft:
+            return "Left";
+        case ViewSide::kRight:
+            return "Right";
+        case ViewSide::kTop:
+            return "Top";
+        case ViewSide::kBottom:
+            return "Bottom";
+        default:
+            return pose.isParallel ? "Parallel" : "Perspective";
+    }
+}
+
+const char* NameOf(ViewportShading shading) {
+    switch (shading) {
+        case ViewportShading::kPoints:
+            return "Points";
+        case ViewportShading::kBoxes:
+            return "Boxes";
+        case ViewportShading::kTextured:
+            return "Textured";
+        case ViewportShading::kWire:
+            return "Wire";
+        case ViewportShading::kRendered:
+            return "Rendered";
+        default:
+            return "Shaded";
+    }
+}
+
+// A label with a soft ground, so that it can be read over anything.
+void PaintLabel(QPainter& painter, const QRectF& room, int align, const QString& text) {
+    QRectF box = painter.fontMetrics().boundingRect(room.toRect(), align, text);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(QColor(20, 22, 24, 150));
+    painter.drawRoundedRect(box.adjusted(-6, -3, 6, 3), 4, 4);
+    painter.setPen(QColor(225, 228, 230));
+    painter.drawText(room, align, text);
+}
+
+}  // namespace
+
+void ViewportWidget::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    if (m_image.isNull())
+        painter.fillRect(rect(), QColor(38, 40, 43));
+    else
+        painter.drawImage(rect(), m_image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    if (m_scene) PaintHover(painter);
+    PaintGizmo(painter);
+    PaintAxes(painter);
+    PaintTexts(painter);
+    if (m_gesture == Gesture::kRectangle) {
+        // Left to right takes what lies inside: a full line; the other way a dashed one.
+        bool isInside = m_last.x() >= m_pressed.x();
+        painter.setPen(QPen(QColor(255, 217, 51), 1, isInside ? Qt::SolidLine : Qt::DashLine));
+        painter.setBrush(QColor(255, 217, 51, 28));
+        painter.drawRect(QRectF(m_pressed, m_last).normalized());
+    }
+    if (hasFocus()) {
+        painter.setBrush(Qt::NoBrush);
+        painter.setPen(QPen(QColor(255, 217, 51, 140), 2));
+        painter.drawRect(rect().adjusted(1, 1, -1, -1));
+    }
+}
+
+// The box of what is under the pointer.
+void ViewportWidget::PaintHover(QPainter& painter) const {
+    if (m_hoveredCorners.empty() || m_gesture != Gesture::kNone) return;
+    TViewportCamera camera = Camera();
+    painter.setPen(QPen(QColor(255, 217, 51, 200), 1.2));
+    for (int corner = 0; corner < 8; ++corner)
+        for (int axis = 1; axis < 8; axis <<= 1) {
+            TScreenPoint a, b;
+            if (corner & axis || !camera.Project(m_hoveredCorners[size_t(corner)], &a) ||
+                !camera.Project(m_hoveredCorners[size_t(corner | axis)], &b))
+                continue;
+            painter.drawLine(ToLogical({a.x, a.y}), ToLogical({b.x, b.y}));
+        }
+}
+
+void ViewportWidget::PaintGizmo(QPainter& painter) const {
+    for (const GizmoLine& line : m_gizmo.Lines(Camera(), PixelScale())) {
+        painter.setPen(QPen(ToColor(line.color), 2, Qt::SolidLine, Qt::RoundCap));
+        painter.drawLine(ToLogical({line.x0, line.y0}), ToLogical({line.x1, line.y1}));
+    }
+    if (!m_gizmo.IsDragging()) return;
+    QRectF beside(m_pointer + QPointF(16, 16), QSizeF(300, 24));
+    PaintLabel(painter, beside, Qt::AlignLeft | Qt::AlignTop,
+               QString::fromStdString(m_gizmo.Text()));
+}
+
+// The world's axes in a corner.
+void ViewportWidget::PaintAxes(QPainter& painter) const {
+    const QColor colors[3] = {{220, 80, 80}, {110, 190, 80}, {90, 140, 250}};
+    QPointF middle(kMargin + kAxis, height() - kMargin - kAxis);
+    Matrix3 toView = Camera().Transform();
+    for (int a = 0; a < 3; ++a) {
+        Point3 axis = toView.row[a] * float(kAxis);
+        QPointF tip = middle + QPointF(axis.x, -axis.y);
+        painter.setPen(QPen(colors[a], 2));
+        painter.drawLine(middle, tip);
+        painter.drawText(QRectF(tip - QPointF(8, 8), QSizeF(16, 16)), Qt::AlignCenter,
+                         QString(QChar("XYZ"[a])));
+    }
+}
+
+QString ViewportWidget::Notice() const {
+    if (!m_picture) return {};
+    const ViewPicture& p = *m_picture;
+    QStringList texts;
+    if (p.wantedSamples > 0)
+        texts << (p.samples == 0 ? tr("preparing the picture")
+                                 : tr("%1 of %2 samples").arg(p.samples).arg(p.wantedSamples));
+    else if (p.counts.itemsDrawn < p.counts.itemsInView)
+        texts
+            << tr("%1 of %2 shown").arg(Number(p.counts.itemsDrawn), Number(p.counts.itemsInView));
+    else if (p.isSimplified || !p.isWhole)
+        texts << tr("%1 shown, simplified").arg(Number(p.counts.itemsDrawn));
+    if (!p.note.empty()) texts << QString::fromStdString(p.note);
+    return texts.join(", ");
+}
+
+void ViewportWidget::PaintTexts(QPainter& painter) const {
+    QRectF room = QRectF(rect()).adjusted(kMargin + 6, kMargin, -kMargin - 6, -kMargin);
+    PaintLabel(painter, room, Qt::AlignLeft | Qt::AlignTop,
+               tr("%1 | %2").arg(tr(NameOf(m_navigation.Pose())), tr(NameOf(m_shading))));
+    QString notice = Notice();
+    if (!notice.isEmpty()) PaintLabel(painter, room, Qt::AlignRight | Qt::AlignTop, notice);
+}
+
+void ViewportWidget::Tell() {
+    if (!onStatus || !m_picture) return;
+    QString text = tr("%1 items in view, %2 ms")
+                       .arg(Number(m_picture->counts.itemsInView))
+                       .arg(m_picture->seconds * 1000, 0, 'f', 0);
+    if (QString notice = Notice(); !notice.isEmpty()) text += ", " + notice;
+    if (TViewportScene::Found found = m_scene->Find(m_hovered); found.node) {
+        text += " | " + QString::fromStdString(found.node->name);
+        if (found.item != TViewportScene::kNoItem) text += tr(" item %1").arg(found.item);
+    }
+    onStatus(text);
+}

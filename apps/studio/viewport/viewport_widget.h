@@ -1,0 +1,148 @@
+// A view of a scene that hands move through, pick in and transform in.
+//
+// Pictures come finished from the drawing thread (view_renderer.h) and clicks are answered by the
+// picker's; the window's thread only paints and hears. Keys and buttons are those of
+// docs/studio-viewport.md. Positions of events are logical; pictures, cameras and pixels of picks
+// are physical: ToPixel is the one way from one to the other.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+
+#include <QImage>
+#include <QPointF>
+#include <QWidget>
+
+#include "apps/studio/viewport/transform_gizmo.h"
+#include "apps/studio/viewport/view_navigation.h"
+#include "apps/studio/viewport/view_picker.h"
+#include "apps/studio/viewport/view_renderer.h"
+
+class QTimer;
+
+// What a click means for what is selected already.
+enum class PickMode { kReplace, kAdd, kRemove, kToggle };
+
+struct ViewportPick {
+    // Nearest first, or all in a rectangle; ids of `scene`. Empty: nothing was there.
+    std::vector<uint32_t> ids;
+    PickMode mode = PickMode::kReplace;
+    std::shared_ptr<const TViewportScene> scene;
+    // Of clicks: which of the ids is meant. A second click at the same place means the next.
+    size_t meant = 0;
+    Point3 place;  // of what is nearest, world space
+};
+
+class ViewportWidget : public QWidget {
+public:
+    // avoidsOpenGl: draws with the splatter.
+    explicit ViewportWidget(QWidget* parent = nullptr, bool avoidsOpenGl = false);
+    ~ViewportWidget() override;
+
+    // Shown from now on; null shows nothing. The first scene is framed.
+    void ShowScene(std::shared_ptr<const TViewportScene> scene);
+    const std::shared_ptr<const TViewportScene>& Shown() const { return m_scene; }
+    void FrameAll();
+    // The selected nodes and items; all where there are none.
+    void FrameSelection();
+    void SetShading(ViewportShading shading);
+    ViewportShading Shading() const { return m_shading; }
+    void SetEdges(bool areShown);
+    void SetGrid(bool isShown);
+    // Rectangles take only items that a pixel shows.
+    void SetOnlySeen(bool onlySeen) { m_onlySeen = onlySeen; }
+
+    ViewNavigation& Navigation() { return m_navigation; }
+    // After changes to the navigation from outside.
+    void CameraChanged();
+    void LookThroughCamera();  // the first of the scene; without one nothing changes
+    TransformGizmo& Gizmo() { return m_gizmo; }
+    void ShowGizmo(GizmoTool tool, const Matrix3& frame);
+
+    std::function<void(const ViewportPick&)> onPick;       // clicks
+    std::function<void(const ViewportPick&)> onRectangle;  // rectangles
+    std::function<void()> onCameraChanged;
+    // What is shown, how, and what buttons do: for a status line.
+    std::function<void(const QString&)> onStatus;
+    std::function<void()> onActivated;  // the pointer went down in it
+    std::function<void()> onMaximize;   // Alt-W
+
+    // From a logical position to the picture's pixels.
+    QPointF ToPixel(const QPointF& logical) const;
+    QPointF ToLogical(const QPointF& pixel) const;
+    QSize PictureSize() const;
+    TViewportCamera Camera() const;
+    // The last that came, null before; whether it shows the present view, whole.
+    const ViewPicture* Picture() const { return m_picture.get(); }
+    bool IsUpToDate() const;
+    uint32_t HoveredId() const { return m_hovered; }
+    // "120,000 of 1,000,000 shown" and the like; empty when there is nothing to say.
+    QString Notice() const;
+
+protected:
+    void paintEvent(QPaintEvent*) override;
+    void resizeEvent(QResizeEvent*) override;
+    void mousePressEvent(QMouseEvent*) override;
+    void mouseMoveEvent(QMouseEvent*) override;
+    void mouseReleaseEvent(QMouseEvent*) override;
+    void wheelEvent(QWheelEvent*) override;
+    void keyPressEvent(QKeyEvent*) override;
+    void focusOutEvent(QFocusEvent*) override;
+    void leaveEvent(QEvent*) override;
+    bool event(QEvent*) override;
+
+private:
+    enum class Gesture { kNone, kOrbit, kPan, kZoom, kClick, kRectangle, kGizmo };
+
+    ViewRequest Request(bool isMoving) const;
+    void AskPicture(bool isMoving);
+    void AskPick(PickWish::Kind kind, const TPixelRect& rectangle);
+    void TakePicture(std::shared_ptr<const ViewPicture> picture);
+    void TakeAnswer(const PickAnswer& answer);
+    void TakeHover(const PickAnswer& answer);
+    void ForgetHover();
+    void BeginNavigation(Gesture gesture, const QPointF& at);
+    void MoveNavigation(const QPointF& by);
+    void WrapPointer(const QPointF& at);
+    void EndGesture();
+    void CancelGesture();
+    bool PressGizmo(const QPointF& pixel);
+    bool TypeIntoGizmo(QKeyEvent* event);
+    bool PressViewKey(QKeyEvent* event);
+    Point3 Pivot(const QPointF& at) const;
+    Box3 SelectionBox() const;
+    float PixelScale() const { return float(devicePixelRatioF()); }
+    void PaintHover(QPainter& painter) const;
+    void PaintGizmo(QPainter& painter) const;
+    void PaintAxes(QPainter& painter) const;
+    void PaintTexts(QPainter& painter) const;
+    void Tell();
+
+    std::shared_ptr<const TViewportScene> m_scene;
+    std::shared_ptr<const ViewPicture> m_picture;
+    QImage m_image;  // of the picture's bytes
+    ViewportShading m_shading = ViewportShading::kShaded;
+    bool m_showsEdges = false, m_showsGrid = true, m_onlySeen = false, m_wasFramed = false;
+    ViewNavigation m_navigation;
+    TransformGizmo m_gizmo;
+    Gesture m_gesture = Gesture::kNone;
+    Qt::MouseButton m_button = Qt::NoButton;
+    Qt::KeyboardModifiers m_modifiers;
+    QPointF m_pressed, m_last, m_pointer;
+    ViewPose m_poseBefore;
+    Point3 m_pivot;
+    bool m_ignoresMove = false;           // the pointer was set by us
+    std::optional<float> m_pointerDepth;  // of what lay under it at m_depthAt
+    QPointF m_depthAt;
+    uint32_t m_hovered = TViewportScene::kNoId;
+    std::vector<Point3> m_hoveredCorners;
+    QPoint m_lastClick{-1000, -1000};
+    size_t m_clickTurn = 0;
+    uint64_t m_pickNumber = 0;
+    std::map<uint64_t, PickMode> m_modes;
+    QTimer* m_rest;
+    std::unique_ptr<ViewPicker> m_picker;
+    std::unique_ptr<ViewRenderer> m_renderer;
+};
