@@ -260,6 +260,7 @@ void StudioSession::StartView() {
     auto view = std::make_shared<std::shared_ptr<const TViewportScene>>();
     QElapsedTimer timer;
     timer.start();
+    *view = m_view;
     Job job{"Building", true, [=, this] { BuildView(reports.get(), view.get()); },
             [=, this] {
                 if (m_stop) {
@@ -288,7 +289,7 @@ void StudioSession::BuildView(std::vector<ObjectReport>* reports,
         reports->push_back(ReportOf(*node, object->Build()));
     }
     int threads = std::max(int(std::thread::hardware_concurrency()), 1);
-    if (!m_stop) *view = MakeViewportScene(scene, t, threads, m_view.get());
+    if (!m_stop) *view = MakeViewportScene(scene, t, threads, view->get());
 }
 
 void StudioSession::Run(const std::string& command, const std::string& target, TArguments arguments,

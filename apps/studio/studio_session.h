@@ -132,6 +132,7 @@ private:
     void Start(Job job);
     void Ended();
     void StartView();
+    // view: the last one, then the new one.
     void BuildView(std::vector<ObjectReport>* reports, std::shared_ptr<const TViewportScene>* view);
     void StopView();
     void Replace(std::unique_ptr<Session> session, const std::string& path);

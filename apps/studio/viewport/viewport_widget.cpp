@@ -65,6 +65,7 @@ void ViewportWidget::ShowScene(std::shared_ptr<const TViewportScene> scene) {
     m_scene = std::move(scene);
     ForgetHover();
     if (!m_scene) {
+        m_wasFramed = false;  // another scene comes
         m_picture.reset();
         m_image = {};
         update();
