@@ -138,6 +138,15 @@ TEST_F(XShadowTest, OpaqueDrawsTheVerticalQuadOnlyWhateverElseIsOn) {
     EXPECT_THAT(Seen(), IsEmpty());
 }
 
+TEST_F(XShadowTest, AnObjectThatCastsNoShadowsHasNoQuads) {
+    Set(kShadowParams, shadowParams::kVshadow, true);
+    ASSERT_EQ(Update(), 1);
+    EXPECT_FALSE(Seen().empty());
+    node->castsShadows = false;
+    ASSERT_EQ(Update(), 1);
+    EXPECT_THAT(Seen(), IsEmpty());
+}
+
 TEST_F(XShadowTest, ItemsThatKeepTheirFacesCastTheirOwnShadows) {
     Set(kShadowParams, shadowParams::kCustshadow, false);
     Update();

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "host/scene/node.h"
 #include "tests/host/render/render_fixture.h"
 
 namespace {
@@ -12,6 +13,16 @@ TraceRay Down(float x, float y) {
     ray.direction = {0, 0, -1};
     return ray;
 }
+
+// Instances of an object that a node shows.
+class NodeSource : public ListSource {
+public:
+    explicit NodeSource(const INode* node) : m_node(node) {}
+    const INode* SourceNode() const override { return m_node; }
+
+private:
+    const INode* m_node;
+};
 
 }  // namespace
 
@@ -58,6 +69,44 @@ TEST(TraceScene, OcclusionEndsAtTheRaysLength) {
     EXPECT_TRUE(trace.IsOccluded(ray));
     ray.far = 9.9f;
     EXPECT_FALSE(trace.IsOccluded(ray));
+}
+
+TEST(TraceScene, WhoCastsNoShadowsIsSeenAllTheSame) {
+    auto ground = INode::Create("ground"), grove = INode::Create("grove"),
+         land = INode::Create("land");
+    NodeSource source(grove.get());
+    source.prototypes = {MakePlane(2, 2)};
+    source.instances = {{Matrix3::Translation({5, 0, 1}), 0, 0, {}, 0}};
+    Mesh plane = MakePlane(2, 2);
+    const float heights[] = {0, 0, 0, 0};
+    HeightField field(2, 2, Point2{2, 2}, heights);
+    auto light = std::make_shared<LightObject>();
+    RenderScene scene;
+    scene.nodes = {{&plane, nullptr, {}, nullptr, ground.get()},
+                   {nullptr, nullptr, Matrix3::Translation({-5, 0, 0}), &field, land.get()}};
+    scene.sources = {&source};
+    scene.sun.shadow.light = light.get();
+    auto shadows = [&] {
+        TraceScene trace(scene);
+        std::string seen;
+        for (float x : {0.2f, 5.2f, -4.8f}) {
+            TraceHit hit;
+            EXPECT_TRUE(trace.Intersect(Down(x, 0.3f), &hit));
+            seen += trace.IsOccluded(Down(x, 0.3f)) ? '1' : '0';
+        }
+        return seen;
+    };
+    EXPECT_EQ(shadows(), "111");
+    ground->castsShadows = false;
+    EXPECT_EQ(shadows(), "011");
+    light->SetShadowNodes({grove});
+    EXPECT_EQ(shadows(), "001");
+    light->SetShadowNodes({grove, land});
+    EXPECT_EQ(shadows(), "000");
+    light->includesShadowNodes = true;
+    EXPECT_EQ(shadows(), "011");
+    scene.sun.shadow.casts = false;
+    EXPECT_EQ(shadows(), "000");
 }
 
 TEST(TraceScene, FacesThatAMaskLeavesWholeNeedNoTest) {

@@ -7,6 +7,7 @@
 #include "host/scene/host_context.h"
 #include "host/scene/scene.h"
 #include "host/scene/shadow_map.h"
+#include "host/scene/shadow_type.h"
 #include "host/scene/texmaps.h"
 #include "tests/host/scene/test_block.h"
 
@@ -84,6 +85,9 @@ TEST_F(NodeUndo, Nodes) {
         "renderable", shared, [&] { return std::to_string(node->IsRenderable()); },
         [&] { node->renderable = false; });
     Check(
+        "casts shadows", shared, [&] { return std::to_string(node->castsShadows); },
+        [&] { node->castsShadows = false; });
+    Check(
         "colour", shared, [&] { return testing::PrintToString(node->wireColor->r); },
         [&] {
             node->wireColor = {1, 0, 0};
@@ -123,6 +127,14 @@ TEST_F(NodeUndo, ObjectsMaterialsMapsAndLayers) {
         [&] {
             light->intensity.SetTrack({{{0, 2.0f}, {100, 3.0f}}});
         });
+    INode* tree = scene.AddNode("tree", nullptr);
+    auto sharedTree = std::static_pointer_cast<INode>(tree->shared_from_this());
+    Check(
+        "shadow list", light, [&] { return std::to_string(light->LetsCastShadows(tree)); },
+        [&] {
+            light->SetShadowNodes({sharedTree, nullptr});
+        });
+    EXPECT_EQ(light->NumShadowNodes(), 0);
     auto mtl = std::make_shared<StandardMtl>();
     Check(
         "opacity", mtl, [&] { return std::to_string(mtl->opacity.Get()); },
@@ -229,4 +241,35 @@ TEST_F(NodeUndo, ShadowTypesOfLights) {
     ASSERT_TRUE(copy->shadowType);
     EXPECT_NE(copy->shadowType.Get(), map.get());
     EXPECT_EQ(copy->shadowType->MapSize(0), 1024);
+}
+
+TEST_F(NodeUndo, WhoCastsShadowsOfALight) {
+    INode* tree = scene.AddNode("tree", nullptr);
+    INode* rock = scene.AddNode("rock", nullptr);
+    auto light = std::make_shared<LightObject>();
+    EXPECT_TRUE(CastsShadowOf(light.get(), tree));
+    light->SetShadowNodes({std::static_pointer_cast<INode>(tree->shared_from_this())});
+    EXPECT_FALSE(CastsShadowOf(light.get(), tree));
+    EXPECT_TRUE(CastsShadowOf(light.get(), rock));
+    EXPECT_TRUE(CastsShadowOf(light.get(), nullptr));
+    light->includesShadowNodes = true;
+    EXPECT_TRUE(CastsShadowOf(light.get(), tree));
+    EXPECT_FALSE(CastsShadowOf(light.get(), rock));
+    EXPECT_FALSE(CastsShadowOf(light.get(), nullptr));
+    tree->castsShadows = false;
+    EXPECT_FALSE(CastsShadowOf(light.get(), tree));
+    EXPECT_FALSE(CastsShadowOf(nullptr, tree));
+    EXPECT_TRUE(CastsShadowOf(nullptr, rock));
+    // A copy of both refers to the copy.
+    INode* lamp = scene.AddNode("lamp", light);
+    INode* nodes[] = {lamp, tree};
+    std::vector<INode*> copies = scene.CloneNodes(nodes);
+    auto& copied = dynamic_cast<LightObject&>(*copies[0]->GetObjectRef());
+    EXPECT_TRUE(copied.includesShadowNodes);
+    ASSERT_EQ(copied.NumShadowNodes(), 1);
+    EXPECT_EQ(copied.GetShadowNode(0), copies[1]);
+    EXPECT_FALSE(copies[1]->castsShadows);
+    // A node that goes is forgotten.
+    scene.DeleteNode(*tree);
+    EXPECT_EQ(light->GetShadowNode(0), nullptr);
 }

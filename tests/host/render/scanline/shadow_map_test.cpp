@@ -7,7 +7,7 @@
 
 #include "host/params/clone_map.h"
 #include "host/render/scanline/shadow_scene.h"
-#include "host/scene/object.h"
+#include "host/scene/node.h"
 #include "tests/host/render/render_fixture.h"
 
 using testing::ElementsAre;
@@ -25,6 +25,7 @@ protected:
     std::unique_ptr<ShadowGenerator> generator;
     std::vector<std::string> problems;
     uint64_t memory = 1 << 30;
+    std::shared_ptr<LightObject> light;  // null: of no scene
     // Of no meaning to the map.
     HitPlace nowhere;
     RenderMaterial plain;
@@ -39,7 +40,7 @@ protected:
     int Update(LightKind kind = LightKind::kDirectional, float param = 4) {
         ScanScene geometry(scene);
         ScanShadowScene shadows(geometry, 2, [this] { return memory; });
-        generator = type->CreateShadowGenerator(nullptr, {kind}, 0);
+        generator = type->CreateShadowGenerator(light.get(), {kind}, 0);
         int result =
             generator->Update({0, &shadows, Matrix3::Translation({0, 0, 10}), 1, param, 0});
         problems = shadows.Problems();
@@ -69,6 +70,26 @@ TEST_F(ShadowMap, TheNearestOfAllCounts) {
                    {&plate, white.get(), Matrix3::Translation({0, 0, 2})}};
     Update();
     EXPECT_EQ(At(4, 4), 6);
+}
+
+TEST_F(ShadowMap, WhoCastsNoShadowsIsNotSeen) {
+    auto tree = INode::Create("tree"), rock = INode::Create("rock");
+    scene.nodes = {{&plate, white.get(), Matrix3::Translation({0, 0, 1}), nullptr, rock.get()},
+                   {&plate, white.get(), Matrix3::Translation({0, 0, 4}), nullptr, tree.get()}};
+    tree->castsShadows = false;
+    Update();
+    EXPECT_EQ(At(4, 4), 9);
+    tree->castsShadows = true;
+    light = std::make_shared<LightObject>();
+    light->SetShadowNodes({tree});
+    Update();
+    EXPECT_EQ(At(4, 4), 9);
+    light->includesShadowNodes = true;
+    Update();
+    EXPECT_EQ(At(4, 4), 6);
+    tree->castsShadows = false;
+    Update();
+    EXPECT_EQ(At(4, 4), INFINITY);
 }
 
 TEST_F(ShadowMap, APlaceIsLitUpToWhatTheMapSees) {
