@@ -3,6 +3,7 @@
 TCommandTable MakeCommandTable() {
     TCommandTable table;
     AddAreaCommands(table);
+    AddCurveCommands(table);
     AddEffectCommands(table);
     AddEffectLibraryCommands(table);
     AddEffectLinkCommands(table);

@@ -8,6 +8,7 @@ TCommandTable MakeCommandTable();
 
 // What each part of the system brings along, a topic each.
 void AddAreaCommands(TCommandTable& table);
+void AddCurveCommands(TCommandTable& table);
 void AddEffectCommands(TCommandTable& table);
 void AddEffectLibraryCommands(TCommandTable& table);
 void AddEffectLinkCommands(TCommandTable& table);

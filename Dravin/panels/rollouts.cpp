@@ -12,6 +12,10 @@ std::vector<TPanelButton> RowButtons(const std::string& topic) {
             {"Paste", topic + ".paste"}};
 }
 
+TPanelButton CurveButton(const char* label, const char* curve) {
+    return {label, fmt::format("curve.edit curve={}", curve)};
+}
+
 const TPanelList& GeometryList() {
     using namespace geomParams;
     static const TPanelList list = [] {
@@ -69,7 +73,8 @@ const TPanelList& EffectList() {
                                   {"Up", "effect.up", "effect"},
                                   {"Down", "effect.down", "effect"},
                                   {"Rename...", "effect.rename", "effect"},
-                                  {"Program...", "effect.program", "effect"}}};
+                                  {"Edit", "effect.edit", "effect"},
+                                  {"Library", "effect.browse", "effect"}}};
     return list;
 }
 
@@ -95,8 +100,14 @@ TRollout Areas() {
     using namespace areaParams;
     return {kAreaParams,
             {{"", {}, &AreaList()},
-             {"Density at edges", {kSpdensact, kSpdensinc, kSpdensexc}},
-             {"Scale at edges", {kSpscalact, kSpscalz, kSpscalinc, kSpscalexc}}}};
+             {"Density at edges",
+              {kSpdensact, kSpdensinc, kSpdensexc},
+              nullptr,
+              {CurveButton("Curve", "spdenscurve")}},
+             {"Scale at edges",
+              {kSpscalact, kSpscalz, kSpscalinc, kSpscalexc},
+              nullptr,
+              {CurveButton("Curve", "spscalcurve")}}}};
 }
 
 TRollout Distribution() {
@@ -140,8 +151,16 @@ TRollout Surfaces() {
     using namespace surfaceParams;
     return {kSurfaceParams,
             {{"", {kSurflist, kSurfmode, kSurfanim, kRandstacked}},
-             {"Altitude", {kAltlimited, kAltmax, kAltmin, kSurfaltdens, kSurfaltscal}},
-             {"Slope", {kSlopelimited, kSlopemax, kSlopemin, kSurfslodens, kSurfsloscal}},
+             {"Altitude",
+              {kAltlimited, kAltmax, kAltmin, kSurfaltdens, kSurfaltscal},
+              nullptr,
+              {CurveButton("Density Curve", "altitude_density"),
+               CurveButton("Scale Curve", "altitude_scale")}},
+             {"Slope",
+              {kSlopelimited, kSlopemax, kSlopemin, kSurfslodens, kSurfsloscal},
+              nullptr,
+              {CurveButton("Density Curve", "slope_density"),
+               CurveButton("Scale Curve", "slope_scale")}},
              {"Direction", {kDirection, kScalelope, kLinkeditsurf}},
              {"UV", {kUvalign, kUvscalex, kUvmultscalex, kUvscaley, kUvmultscaley}}}};
 }
@@ -172,7 +191,11 @@ TRollout CameraRollout() {
              {"Visibility", {kCamlimit, kCamwidth, kCamfar, kCambho}},
              {"Look-at", {kUselookat, kLookat}},
              {"Level of detail", {kCamlod, kCamloddist, kCamlodenvrange, kCamlodlookat}},
-             {"Falloff", {kCamdensact, kCamscaact, kCamenvrange, kCamdensear, kCamdensfar}}}};
+             {"Falloff",
+              {kCamdensact, kCamscaact, kCamenvrange, kCamdensear, kCamdensfar},
+              nullptr,
+              {CurveButton("Density Curve", "camdenscurve"),
+               CurveButton("Scale Curve", "camscacurve")}}}};
 }
 
 TRollout Shadows() {
@@ -194,11 +217,15 @@ TRollout TransformRollout() {
            kTransprobmap}},
          {"Rotation",
           {kApplyrotation, kXrotmin, kXrotmax, kYrotmin, kYrotmax, kZrotmin, kZrotmax, kRotmap,
-           kRotmapchan, kRotmapx, kRotmapy, kRotmapz, kRotcolormap, kRotprobmap, kUserotprobcurve}},
+           kRotmapchan, kRotmapx, kRotmapy, kRotmapz, kRotcolormap, kRotprobmap, kUserotprobcurve},
+          nullptr,
+          {CurveButton("Probability Curve", "rotprobcurve")}},
          {"Scale",
           {kApplyscale, kScalelock, kScalexmin, kScalexmax, kScaleymin, kScaleymax, kScalezmin,
            kScalezmax, kScamap, kScamapchan, kScamapx, kScamapy, kScamapz, kScacolormap,
-           kScaprobmap, kUsescaprobcurve}},
+           kScaprobmap, kUsescaprobcurve},
+          nullptr,
+          {CurveButton("Probability Curve", "scaprobcurve")}},
          {"Mirror", {kMirror}}}};
 }
 

@@ -30,6 +30,8 @@ constexpr Drawing kDrawings[] = {
     {"camera", "M1.75 5h8v7h-8zM9.75 8l4.5-2.5v6L9.75 9"},
     {"light", "M8 2a4 4 0 0 0-2 7.5V11h4V9.5A4 4 0 0 0 8 2M6.5 13.5h3"},
     {"spline", "M2 12C5 2 11 14 14 4M2 12h.01M14 4h.01"},
+    {"effect", "M5.5 4L1.75 8l3.75 4M10.5 4l3.75 4-3.75 4M9 2.5l-2 11"},
+    {"library", "M3 2v12M6 2v12M9 2.5l3.5 11.5M2 14h12M9 2.5v11.5"},
     {"node", "M8 3.5v9M3.5 8h9"},
 };
 

@@ -21,6 +21,7 @@
 #include "apps/studio/qt_user_interface.h"
 #include "apps/studio/theme.h"
 #include "apps/studio/viewport/quad_view.h"
+#include "apps/studio/windows/effect_windows.h"
 #include "host/scene/scene.h"
 #include "host/scene/user_interface.h"
 
@@ -55,6 +56,7 @@ MainWindow::MainWindow(StudioSession::MakeInterface makeInterface) {
 }
 
 MainWindow::~MainWindow() {
+    m_activity->stop();  // it asks the session
     m_connections.clear();
     // Widgets hold on to the session.
     delete takeCentralWidget();
@@ -132,6 +134,13 @@ void MainWindow::MakeActions() {
               [this] { RunWithForm(*m_session, "object.create", {}, this); });
     AddAction("object.update", "Update All", "update", QKeySequence("F5"),
               [this] { m_session->Run("update.all", "", {}); });
+    // Effects and curves.
+    auto effects = std::make_shared<EffectWindows>(*m_session, this);
+    m_connections.push_back(Connection(effects));  // it goes with all who listen
+    AddAction("effects.editor", "Effects Editor", "effect", QKeySequence("Ctrl+Shift+E"),
+              [e = effects.get()] { e->Toggle("effect.edit"); });
+    AddAction("effects.library", "Effects Library", "library", QKeySequence("Ctrl+Shift+L"),
+              [e = effects.get()] { e->Toggle("effect.browse"); });
     AddAction("view.frame", "Frame All", "frame", QKeySequence("Shift+F"),
               [this] { m_view->ActiveView().FrameAll(); });
     AddAction("view.theme", "Light or Dark", "theme", {}, [this] { SwitchTheme(); });
@@ -152,7 +161,8 @@ void MainWindow::MakeMenus() {
     m_recent = file->addMenu("Open Recent");
     fill(file, {"file.save", "file.save_as", "", "file.quit"});
     fill(menuBar()->addMenu("&Edit"), {"edit.undo", "edit.redo", "", "edit.commands"});
-    fill(menuBar()->addMenu("&Object"), {"object.create", "object.update"});
+    fill(menuBar()->addMenu("&Object"),
+         {"object.create", "object.update", "", "effects.editor", "effects.library"});
     QMenu* view = menuBar()->addMenu("&View");
     fill(view, {"view.frame", "view.filter", "", "view.theme", "view.reset", ""});
     for (QDockWidget* dock : findChildren<QDockWidget*>())

@@ -13,6 +13,7 @@
 #include <QVBoxLayout>
 
 #include "Dravin/panels/panel_list.h"
+#include "apps/dravin/command_values.h"
 #include "apps/studio/command_form.h"
 #include "apps/studio/flow_layout.h"
 #include "apps/studio/studio_session.h"
@@ -187,10 +188,14 @@ QWidget* MakeButtonRow(StudioSession& session, const std::vector<TPanelButton>& 
     for (const TPanelButton& button : buttons) {
         auto* push = new QPushButton(Text(button.label));
         push->setObjectName(Text(button.command));
-        const TCommand* command = session.Commands().Find(button.command);
+        // With arguments of its own, as the command line reads them.
+        std::string name, error;
+        TArguments fixed;
+        ParseCommandText(button.command, &name, &fixed, &error);
+        const TCommand* command = session.Commands().Find(name);
         push->setToolTip(Text(command->meaning) + "\nIn scripts: " + Text(button.command));
-        QObject::connect(push, &QPushButton::clicked, push, [&session, button, row, widget] {
-            TArguments given;
+        QObject::connect(push, &QPushButton::clicked, push, [=, &session] {
+            TArguments given = fixed;
             int current = row ? row() : -1;
             if (!button.rowArgument.empty()) {
                 if (current < 0)
@@ -199,7 +204,7 @@ QWidget* MakeButtonRow(StudioSession& session, const std::vector<TPanelButton>& 
                 given[button.rowArgument] =
                     button.isRowList ? ParamInput(ParamInput::Array{number}) : number;
             }
-            RunWithForm(session, button.command, std::move(given), widget);
+            RunWithForm(session, name, std::move(given), widget);
         });
         flow->addWidget(push);
     }
