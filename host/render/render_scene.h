@@ -18,8 +18,8 @@
 #include "host/scene/object.h"
 #include "host/scene/shadow_type.h"
 
-// A pinhole camera, or a parallel view. The transform's rows are the camera's right, up and backward axes and its
-// place: it looks along its own -Z, as every camera of the host does.
+// A pinhole camera, or a parallel view. The transform's rows are the camera's right, up and
+// backward axes and its place: it looks along its own -Z, as every camera of the host does.
 struct RenderCamera {
     Matrix3 transform;
     float fovDegrees = 45;  // horizontal, in (0, 180)

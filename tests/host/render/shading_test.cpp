@@ -146,7 +146,8 @@ TEST(Shading, EveryMapReadsItsOwnChannel) {
     Mesh plane = MakePlane(2, 2);
     // Channel 2 has all of the plane in the left, opaque column of the stripes; channel 1 spans
     // four columns.
-    plane.MakeMap(2) = plane.maps[1];
+    MapChannel first = plane.maps[1];  // MakeMap moves the channels
+    plane.MakeMap(2) = first;
     for (Point3& p : plane.maps[2].verts) p = {0.05f + p.x * 0.1f, 0.5f, 0};
     auto mtl = MakeMtl({1, 1, 1});
     mtl->diffuseMap = std::make_shared<UvwTex>();
