@@ -4,10 +4,12 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QTabWidget>
 
 #include "apps/dravin/demo_scene.h"
 #include "apps/studio/command_palette.h"
 #include "apps/studio/theme.h"
+#include "apps/studio/windows/recovery_dialog.h"
 #include "tests/apps/studio/studio_window.h"
 
 namespace {
@@ -75,4 +77,41 @@ TEST_F(StudioPictures, EveryRollout) {
             window->Panel().OpenRollout(other.block, &other == &rollout);
         Write(&window->Panel(), "rollout-" + DravinBlocks()[size_t(rollout.block)].name + ".png");
     }
+}
+
+TEST_F(StudioPictures, TheWindowsAround) {
+    OpenForest();
+    for (const char* copy : {"node.clone", "node.clone"}) {
+        Session().Run(copy, "forest", {});
+        Rest();
+    }
+    Session().Run("param.set", "forest", {{"name", "threshold"}, {"value", 20}});
+    Rest();
+    for (auto [action, name] : {std::pair("window.lister", "Lister"),
+                                {"window.undo", "UndoList"},
+                                {"edit.settings", "Settings"},
+                                {"pack.tools", "Tools"}}) {
+        window->Action(action)->trigger();
+        Rest();
+        ASSERT_TRUE(hand::Wait([&, name = name] { return window->findChild<QWidget*>(name); }));
+        Write(window->findChild<QWidget*>(name), std::string(name) + ".png");
+    }
+    auto* settings = window->findChild<QWidget*>("Settings");
+    settings->findChild<QTabWidget*>()->setCurrentIndex(1);
+    Write(settings, "Settings-keys.png");
+}
+
+TEST_F(StudioPictures, TheRecovery) {
+    OpenForest();
+    QDateTime now = QDateTime::currentDateTime();
+    QImage picture = window->centralWidget()->grab().toImage().scaledToWidth(320);
+    SceneCopy newest{"/home/ana/valley/forest.autosave-2.json", now.addSecs(-180), 23};
+    SceneCopy older{"/home/ana/valley/forest.autosave-1.json", now.addSecs(-420), 20};
+    SceneCopy unsaved{"/home/ana/.local/state/dravin/studio/unsaved.autosave-1.json",
+                      now.addDays(-2), 41};
+    RecoveryDialog dialog({{"1", "/home/ana/valley/forest.json", {newest, older}, picture, false},
+                           {"2", "", {unsaved}, {}, false}},
+                          {}, now, window.get());
+    dialog.show();
+    Write(&dialog, "recovery.png");
 }
