@@ -188,8 +188,8 @@ void MainWindow::MakeMenus() {
     bar->setMovable(false);
     bar->setIconSize({20, 20});
     for (const char* name :
-         {"file.new", "file.open", "file.save", "", "edit.undo", "edit.redo", "", "object.create",
-          "object.update", "", "view.frame", "view.theme", "", "window.lister", "edit.commands"})
+         {"file.new", "file.open", "file.save", "", "edit.undo", "edit.redo", "", "object.update",
+          "", "view.frame", "view.theme", "", "window.lister", "edit.commands"})
         *name ? bar->addAction(m_actions[name]) : (void)bar->addSeparator();
     m_windows->Pack().Show(
         {m_actions["pack.create"], m_actions["pack.lod"], m_actions["pack.tools"]});

@@ -124,6 +124,7 @@ KeysPage::KeysPage(ActionKeys& keys, QWidget* parent)
     m_table->setTabKeyNavigation(false);
     m_table->setShowGrid(false);
     m_table->verticalHeader()->hide();
+    m_table->verticalHeader()->setDefaultSectionSize(24);
     m_table->setColumnWidth(0, 220);
     m_table->setColumnWidth(1, 180);
     m_table->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);

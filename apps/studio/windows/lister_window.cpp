@@ -144,7 +144,7 @@ private:
 };
 
 ListerWindow::ListerWindow(StudioSession& session, QWidget* parent)
-    : ToolWindow("Lister", "Lister", {1120, 420}, parent),
+    : ToolWindow("Lister", "Lister", {1200, 420}, parent),
       m_session(session),
       m_model(new ListerModel(this)),
       m_sorted(new QSortFilterProxyModel(this)),

@@ -21,6 +21,8 @@
 
 namespace {
 
+constexpr int kLabelWidth = 150;  // so that the groups stand in line
+
 std::string HelpOfOption(const TOptionEntry& entry) {
     int standard = TOptions().*entry.value;
     std::string text = std::string(entry.meaning) + "\nDefault: ";
@@ -131,6 +133,7 @@ void OptionsPage::Add(QFormLayout* form, Value value) {
     } else {
         auto* label = new QLabel(value.label);
         label->setBuddy(control);
+        label->setMinimumWidth(kLabelWidth);
         form->addRow(label, control);
         if (auto* field = dynamic_cast<NumberField*>(control)) field->AttachLabel(label);
     }

@@ -29,7 +29,10 @@ QString NameOf(const LostSession& lost) {
 
 QIcon PictureOf(const LostSession& lost) {
     if (lost.picture.isNull()) return ThemeIcon("scatter");
-    return QIcon(QPixmap::fromImage(lost.picture));
+    QIcon icon;
+    for (QIcon::Mode mode : {QIcon::Normal, QIcon::Selected})  // without a tint
+        icon.addPixmap(QPixmap::fromImage(lost.picture), mode);
+    return icon;
 }
 
 }  // namespace

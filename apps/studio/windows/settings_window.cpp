@@ -1,5 +1,6 @@
 #include "apps/studio/windows/settings_window.h"
 
+#include <QTabBar>
 #include <QTabWidget>
 #include <QVBoxLayout>
 
@@ -10,6 +11,7 @@ SettingsWindow::SettingsWindow(StudioSession& session, ActionKeys& keys, QWidget
     : ToolWindow("Settings", "Settings", {620, 560}, parent) {
     auto* tabs = new QTabWidget;
     tabs->setDocumentMode(true);
+    tabs->tabBar()->setDrawBase(false);
     tabs->addTab(new OptionsPage(session), "Options");
     tabs->addTab(new KeysPage(keys), "Keys");
     auto* column = new QVBoxLayout(this);
