@@ -157,6 +157,14 @@ TRowList LodRows() {
     return list;
 }
 
+TCommandResult CreateLod(TCommandCall& call) {
+    auto object = TDLod::Create();
+    object->NewLevel();
+    INode* node = call.scene.AddNode(call.scene.UniqueNodeName("LOD"), object);
+    node->SetLocalTM(Matrix3::Translation(call.Point("position")));
+    return TCommandResult::Value(ParamInput(node->GetName()));
+}
+
 TCommandResult NewLevel(TCommandCall& call) {
     TCommandResult result;
     TDLod* lod = LodOfCall(call, &result);
@@ -215,6 +223,12 @@ void AddAreaCommands(TCommandTable& table) {
 
 void AddLodCommands(TCommandTable& table) {
     AddRowCommands(table, "lod", "a level", LodRows());
+    table.Add({"lod.create",
+               "Create LOD",
+               "Makes an object of levels of detail, with one level; gives its node's name.",
+               TCommandTarget::kScene,
+               {{"position", Kind::kPoint, "in the world"}},
+               CreateLod});
     table.Add({"lod.new",
                "",
                "Appends a level with the defaults, and gives its number.",

@@ -7,6 +7,7 @@
 
 #include "apps/studio/main_window.h"
 #include "apps/studio/theme.h"
+#include "apps/studio/windows/studio_windows.h"
 
 int main(int argc, char** argv) {
     QApplication application(argc, argv);
@@ -33,5 +34,6 @@ int main(int argc, char** argv) {
         window.OpenDemo(parser.value("demo").toStdString());
     else if (!parser.positionalArguments().isEmpty())
         window.OpenFile(parser.positionalArguments()[0].toStdString());
+    window.Windows().OfferRecovery(false);
     return QApplication::exec();
 }

@@ -22,6 +22,9 @@
 #include "apps/studio/theme.h"
 #include "apps/studio/viewport/quad_view.h"
 #include "apps/studio/windows/effect_windows.h"
+#include "apps/studio/windows/pack_toolbar.h"
+#include "apps/studio/windows/statistics_view.h"
+#include "apps/studio/windows/studio_windows.h"
 #include "host/scene/scene.h"
 #include "host/scene/user_interface.h"
 
@@ -43,7 +46,11 @@ MainWindow::MainWindow(StudioSession::MakeInterface makeInterface) {
     setCentralWidget(m_view);
     setAcceptDrops(true);
     MakeDocks();
+    m_windows = std::make_unique<StudioWindows>(
+        *m_session, *m_view, *this,
+        [this](std::function<void()> next) { WhenSaved(std::move(next)); });
     MakeActions();
+    m_windows->TakeKeys(m_actions);
     MakeMenus();
     MakeStatusLine();
     Listen();
@@ -58,6 +65,7 @@ MainWindow::MainWindow(StudioSession::MakeInterface makeInterface) {
 MainWindow::~MainWindow() {
     m_activity->stop();  // it asks the session
     m_connections.clear();
+    m_windows.reset();
     // Widgets hold on to the session.
     delete takeCentralWidget();
     for (QDockWidget* dock : findChildren<QDockWidget*>()) delete dock;
@@ -87,7 +95,7 @@ void MainWindow::MakeDocks() {
     };
     m_outliner = new Outliner(*m_session);
     m_panel = new CommandPanel(*m_session);
-    m_statistics = text("Statistics");
+    m_statistics = new StatisticsView;
     m_log = text("Log");
     add("dock_outliner", "Outliner", m_outliner, Qt::LeftDockWidgetArea);
     add("dock_panel", "Parameters", m_panel, Qt::RightDockWidgetArea);
@@ -149,6 +157,21 @@ void MainWindow::MakeActions() {
         if (auto* filter = m_panel->findChild<QLineEdit*>())
             filter->setFocus(Qt::ShortcutFocusReason);
     });
+    // Windows around this one.
+    AddAction("window.lister", "Lister", "list", QKeySequence("Ctrl+L"),
+              [this] { m_windows->OpenLister(); });
+    AddAction("window.undo", "Undo List", "", QKeySequence("Ctrl+Alt+Z"),
+              [this] { m_windows->OpenUndoList(); });
+    AddAction("edit.settings", "Settings...", "settings", QKeySequence("Ctrl+,"),
+              [this] { m_windows->OpenSettings(); });
+    AddAction("file.recover", "Recover...", "", {}, [this] { m_windows->OfferRecovery(true); });
+    AddAction("pack.create", "Create a Dravin Object", "scatter", {},
+              [this] { m_windows->Pack().Execute(TDToolbar::kCreateDravin); });
+    AddAction("pack.lod", "Create a LOD Object", "lod", {},
+              [this] { m_windows->Pack().Execute(TDToolbar::kCreateLod); });
+    AddAction("pack.tools", "Dravin Tools", "tools", {},
+              [this] { m_windows->Pack().Execute(TDToolbar::kOpenTools); });
+    m_windows->Share({m_actions["edit.undo"], m_actions["edit.redo"], m_actions["edit.commands"]});
 }
 
 void MainWindow::MakeMenus() {
@@ -159,23 +182,27 @@ void MainWindow::MakeMenus() {
     QMenu* file = menuBar()->addMenu("&File");
     fill(file, {"file.new", "file.open"});
     m_recent = file->addMenu("Open Recent");
-    fill(file, {"file.save", "file.save_as", "", "file.quit"});
-    fill(menuBar()->addMenu("&Edit"), {"edit.undo", "edit.redo", "", "edit.commands"});
+    fill(file, {"file.save", "file.save_as", "file.recover", "", "file.quit"});
+    fill(menuBar()->addMenu("&Edit"),
+         {"edit.undo", "edit.redo", "", "edit.commands", "edit.settings"});
     fill(menuBar()->addMenu("&Object"),
          {"object.create", "object.update", "", "effects.editor", "effects.library"});
     QMenu* view = menuBar()->addMenu("&View");
     fill(view, {"view.frame", "view.filter", "", "view.theme", "view.reset", ""});
     for (QDockWidget* dock : findChildren<QDockWidget*>())
         view->addAction(dock->toggleViewAction());
+    fill(menuBar()->addMenu("&Windows"), {"window.lister", "window.undo", "pack.tools"});
 
     QToolBar* bar = addToolBar("Tools");
     bar->setObjectName("toolbar");
     bar->setMovable(false);
     bar->setIconSize({20, 20});
     for (const char* name :
-         {"file.new", "file.open", "file.save", "", "edit.undo", "edit.redo", "", "object.create",
-          "object.update", "", "view.frame", "view.theme", "", "edit.commands"})
+         {"file.new", "file.open", "file.save", "", "edit.undo", "edit.redo", "", "object.update",
+          "", "view.frame", "view.theme", "", "window.lister", "edit.commands"})
         *name ? bar->addAction(m_actions[name]) : (void)bar->addSeparator();
+    m_windows->Pack().Show(
+        {m_actions["pack.create"], m_actions["pack.lod"], m_actions["pack.tools"]});
 }
 
 void MainWindow::MakeStatusLine() {
@@ -253,15 +280,16 @@ void MainWindow::ShowReports() {
 // Of the panel's objects; what is wrong with any is told, once.
 void MainWindow::ShowStatistics(Scene& scene) {
     TPanel panel = m_session->Panel(scene);
-    std::string text, warning;
+    std::vector<ShownStatistics> shown;
+    std::string warning;
     for (const ObjectReport& report : m_session->Reports()) {
         INode* node = scene.FindHandle(report.handle);
         if (!node) continue;
         if (!report.message.empty()) warning = node->GetName() + ": " + report.message;
-        if (panel.Holds(*node)) text += node->GetName() + "\n" + report.statistics + "\n";
+        if (panel.Holds(*node))
+            shown.push_back({node->GetName(), report.message, report.statistics});
     }
-    QString shown = Text(text).trimmed();
-    if (m_statistics->toPlainText() != shown) m_statistics->setPlainText(shown);
+    m_statistics->Show(shown);
     if (!warning.empty() && warning != m_lastWarning) ShowMessage(MessageLevel::kWarning, warning);
     m_lastWarning = warning;
 }

@@ -11,6 +11,8 @@
 
 class QuadView;
 class Outliner;
+class StatisticsView;
+class StudioWindows;
 class QLabel;
 class QPlainTextEdit;
 class QProgressBar;
@@ -25,6 +27,7 @@ public:
 
     StudioSession& Session() { return *m_session; }
     CommandPanel& Panel() { return *m_panel; }
+    StudioWindows& Windows() { return *m_windows; }
 
     void OpenFile(const std::string& path);
     void OpenDemo(const std::string& folder);
@@ -62,12 +65,14 @@ private:
     void Save(bool asksName, std::function<void()> next = {});
 
     std::unique_ptr<StudioSession> m_session;
+    std::unique_ptr<StudioWindows> m_windows;
     std::vector<Connection> m_connections;
     std::map<std::string, QAction*> m_actions;
     QuadView* m_view;
     Outliner* m_outliner;
     CommandPanel* m_panel;
-    QPlainTextEdit *m_statistics, *m_log;
+    StatisticsView* m_statistics;
+    QPlainTextEdit* m_log;
     QMenu* m_recent;
     QLabel *m_message, *m_items, *m_build;
     QProgressBar* m_progress;

@@ -11,6 +11,12 @@
 #include "apps/dravin/session.h"
 #include "apps/studio/studio_session.h"
 
+namespace {
+
+constexpr uint64_t kNeverSaved = ~uint64_t{0};  // no state of the scene is in a file
+
+}  // namespace
+
 void StudioSession::Replace(std::unique_ptr<Session> session, const std::string& path) {
     m_waiting.clear();
     m_dragWaits = m_isDragging = false;
@@ -54,7 +60,8 @@ void StudioSession::Load(const std::string& name, const std::string& path,
             if (*code == kExitDone)
                 Replace(std::move(*session), path);
             else
-                error = fmt::format("{} cannot be opened; the log says why", path);
+                error = fmt::format("{} cannot be opened; the log says why",
+                                    path.empty() ? "The copy" : path);
             if (!error.empty()) Tell(MessageLevel::kError, error);
             if (done) done(error);
         };
@@ -92,17 +99,21 @@ void StudioSession::OpenDemo(const std::string& folder, Done done) {
     Load("Opening the demo", path, read, std::move(done));
 }
 
+// In the job's thread.
+int StudioSession::Write(const std::string& path) {
+    ContextScope scope(m_session->Host());
+    m_templates->Remove();
+    int code = m_session->Save(path);
+    m_templates = std::make_unique<TemplateNodes>(*m_session);
+    return code;
+}
+
 void StudioSession::Save(const std::string& path, Done done) {
     if (Refuse("Save")) return;
     EndDrag(true);
     Look([=, this](Scene&) {
-        auto code = std::make_shared<ExitCode>(kExitFailed);
-        auto work = [=, this] {
-            ContextScope scope(m_session->Host());
-            m_templates->Remove();
-            *code = m_session->Save(path);
-            m_templates = std::make_unique<TemplateNodes>(*m_session);
-        };
+        auto code = std::make_shared<int>(kExitFailed);
+        auto work = [=, this] { *code = Write(path); };
         auto ended = [=, this] {
             std::string error;
             if (*code == kExitDone) {
@@ -118,5 +129,29 @@ void StudioSession::Save(const std::string& path, Done done) {
             if (done) done(error);
         };
         Start({"Saving", false, work, ended});
+    });
+}
+
+void StudioSession::SaveCopy(const std::string& path, Done done) {
+    Look([=, this, done = std::move(done)](Scene&) {
+        auto code = std::make_shared<int>(kExitFailed);
+        auto work = [=, this] { *code = Write(path); };
+        auto ended = [=] { done(*code == kExitDone ? "" : path + " cannot be written"); };
+        Start({"Saving a copy", false, work, ended, true});
+    });
+}
+
+void StudioSession::OpenCopy(const std::string& copy, const std::string& path, Done done) {
+    auto read = [=](Session& session) -> int {
+        int code = session.Read(copy);
+        if (code == kExitDone) session.GetScene().path = path;
+        return code;
+    };
+    Load("Recovering", path, read, [=, this](const std::string& error) {
+        if (error.empty()) {
+            m_savedMark = kNeverSaved;
+            SendChanged();
+        }
+        if (done) done(error);
     });
 }

@@ -155,6 +155,17 @@ void StudioSession::Redo() {
     });
 }
 
+void StudioSession::GoToStep(size_t numSteps) {
+    if (m_gesture) return Tell(MessageLevel::kNote, "Undo waits for the end of the drag");
+    if (numSteps == m_marks.NumUndoSteps()) return;
+    Do([this, numSteps](Scene& scene) {
+        while (scene.undo.NumUndoSteps() > numSteps && scene.undo.Undo())
+            m_marks.Undone(scene.undo);
+        while (scene.undo.NumUndoSteps() < numSteps && scene.undo.Redo())
+            m_marks.Redone(scene.undo);
+    });
+}
+
 void StudioSession::Refresh() {
     Look([this](Scene& scene) { changed.Send(scene); });
 }

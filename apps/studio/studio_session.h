@@ -65,7 +65,8 @@ public:
     // Whoever shows the scene shows it again, as after a change.
     void Refresh();
     // A job that is no build for the view runs: changes are refused until it has ended.
-    bool IsBusy() const { return m_running && !m_running->isView; }
+    // Behind a quiet job they wait.
+    bool IsBusy() const { return m_running && !m_running->isView && !m_running->isQuiet; }
     bool IsFree() const { return !m_running && m_waiting.empty(); }
 
     // Replaces the scene by that of a file, a demo folder or an empty one; when that fails, all
@@ -76,6 +77,10 @@ public:
     void NewScene();
     void Save(const std::string& path, Done done = {});
     const std::string& Path() const { return m_path; }  // empty: never saved
+    // Writes a copy, quietly; the scene keeps its path and stays unsaved.
+    void SaveCopy(const std::string& path, Done done);
+    // Opens a copy as the scene of `path`, empty for never saved, with changes that are not saved.
+    void OpenCopy(const std::string& copy, const std::string& path, Done done = {});
 
     // A command of the table, beside the window; its error is shown.
     using CommandDone = std::function<void(const TCommandResult&)>;
@@ -87,7 +92,12 @@ public:
     void Redo();
     const std::string& UndoName() const { return m_undoName; }
     const std::string& RedoName() const { return m_redoName; }
+    // To where this many steps of all have been done.
+    void GoToStep(size_t numSteps);
+    const UndoMarks& Marks() const { return m_marks; }
     bool IsModified() const { return m_marks.Current() != m_savedMark; }
+    // Of the scene as it is: a number that comes again with the state, by undo and redo.
+    uint64_t State() const { return m_marks.Current(); }
 
     // --- panels
 
@@ -97,6 +107,7 @@ public:
     void BeginDrag(TParamKey key);
     void Drag(double offset);
     void EndDrag(bool keep);
+    bool IsDragging() const { return m_isDragging; }
 
     // --- views
 
@@ -122,6 +133,7 @@ private:
         bool isView = false;
         std::function<void()> work;   // in the job's thread
         std::function<void()> ended;  // in the window's
+        bool isQuiet = false;         // nobody has asked for it
     };
     struct Waiting {
         std::function<void(Scene&)> edit;
@@ -139,6 +151,7 @@ private:
     void Load(const std::string& name, const std::string& path, std::function<int(Session&)> read,
               Done done);
     void DropSession();
+    int Write(const std::string& path);  // gives an exit code
     void NoteChange();
     void SendChanged();
     void Tell(MessageLevel level, const std::string& text);

@@ -1,15 +1,25 @@
 // Which state of the scene is which: a number for each, so that "unsaved" goes out when the saved
-// state is reached again by undo or redo. Follows an undo list by looking at it after each change.
+// state is reached again by undo or redo, and the names of the steps between them. Follows an undo
+// list by looking at it after each change.
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "host/params/hold.h"
 
 class UndoMarks {
 public:
-    uint64_t Current() const { return m_undo.empty() ? m_base : m_undo.back(); }
+    uint64_t Current() const { return m_undo.empty() ? m_base : m_undo.back().state; }
+    // All steps, oldest first; those from NumUndoSteps on are undone.
+    std::vector<std::string> StepNames() const {
+        std::vector<std::string> names;
+        for (const Step& step : m_undo) names.push_back(step.name);
+        for (size_t i = m_redo.size(); i-- > 0;) names.push_back(m_redo[i].name);
+        return names;
+    }
+    size_t NumUndoSteps() const { return m_undo.size(); }
     void Reset() { *this = UndoMarks(); }
 
     // Something may have been done: one step more, or none.
@@ -22,7 +32,8 @@ public:
             m_redo.clear();
             while (m_undo.size() > steps) Forget();
             if (m_undo.size() == steps && steps > 0) Forget();
-            while (m_undo.size() < steps) m_undo.push_back(++m_last);
+            // Of several steps at once the last one's name is known: one change made them all.
+            while (m_undo.size() < steps) m_undo.push_back({++m_last, hold.UndoName()});
         }
         m_memory = hold.Memory();
     }
@@ -30,17 +41,21 @@ public:
     void Redone(const Hold& hold) { Move(m_redo, m_undo, hold); }
 
 private:
+    struct Step {
+        uint64_t state;  // after it
+        std::string name;
+    };
     // The oldest step can no more be taken back.
     void Forget() {
-        m_base = m_undo.front();
+        m_base = m_undo.front().state;
         m_undo.erase(m_undo.begin());
     }
-    void Move(std::vector<uint64_t>& from, std::vector<uint64_t>& to, const Hold& hold) {
-        if (!from.empty()) to.push_back(from.back()), from.pop_back();
+    void Move(std::vector<Step>& from, std::vector<Step>& to, const Hold& hold) {
+        if (!from.empty()) to.push_back(std::move(from.back())), from.pop_back();
         m_memory = hold.Memory();
     }
 
-    std::vector<uint64_t> m_undo, m_redo;
+    std::vector<Step> m_undo, m_redo;
     uint64_t m_base = 0, m_last = 0;
     size_t m_memory = 0;
 };

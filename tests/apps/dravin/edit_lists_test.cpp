@@ -58,6 +58,15 @@ TEST_F(EditLists, LevelsOfAnObject) {
     EXPECT_THAT(run.err, HasSubstr("shows no LOD object"));
 }
 
+TEST_F(EditLists, AnObjectOfLevelsIsMade) {
+    ProgramRun run = Edit({"lod.create position=[1,2,3]", "lod.create"});
+    ASSERT_EQ(run.code, 0) << run.err;
+    EXPECT_EQ(std::count(run.out.begin(), run.out.end(), '\n'), 2);
+    std::string name = run.out.substr(0, run.out.find('\n'));
+    run = Edit({"lod.create", "lod.new"}, "--object " + name.substr(1, name.size() - 2));
+    EXPECT_EQ(run.out, name + "\n1\n") << run.err;
+}
+
 TEST_F(EditLists, TheListerShowsSelectsAndHides) {
     ProgramRun run = Edit({"update", "lister.rows", "lister.select objects=wood",
                            "lister.hide objects=wood", "lister.rows"});

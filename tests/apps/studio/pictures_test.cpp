@@ -4,10 +4,13 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QTabWidget>
 
 #include "apps/dravin/demo_scene.h"
 #include "apps/studio/command_palette.h"
 #include "apps/studio/theme.h"
+#include "apps/studio/viewport/quad_view.h"
+#include "apps/studio/windows/recovery_dialog.h"
 #include "tests/apps/studio/studio_window.h"
 
 namespace {
@@ -75,4 +78,52 @@ TEST_F(StudioPictures, EveryRollout) {
             window->Panel().OpenRollout(other.block, &other == &rollout);
         Write(&window->Panel(), "rollout-" + DravinBlocks()[size_t(rollout.block)].name + ".png");
     }
+}
+
+TEST_F(StudioPictures, TheWindowsAround) {
+    OpenForest();
+    auto run = [this](const char* command, const char* target, TArguments arguments) {
+        Session().Run(command, target, std::move(arguments));
+        Rest();
+    };
+    run("node.clone", "Forest", {});
+    run("param.set", "Forest", {{"name", "threshold"}, {"value", 20}});
+    run("param.set", "Flowers", {{"name", "threshold"}, {"value", 20}});
+    run("lister.hide", "", {{"objects", ParamInput(ParamInput::Array{ParamInput("Lawn")})}});
+    Session().Undo();
+    Session().Undo();
+    EXPECT_EQ(NumSteps(), 2u);
+    for (auto [action, name] : {std::pair("window.lister", "Lister"),
+                                {"window.undo", "UndoList"},
+                                {"edit.settings", "Settings"},
+                                {"pack.tools", "Tools"}}) {
+        window->Action(action)->trigger();
+        Rest();
+        ASSERT_TRUE(hand::Wait([&, name = name] { return window->findChild<QWidget*>(name); }));
+        auto* opened = window->findChild<QWidget*>(name);
+        if (name == std::string("Lister")) opened->resize(1200, 380);
+        if (name == std::string("UndoList")) opened->resize(280, 180);
+        Write(opened, std::string(name) + ".png");
+    }
+    auto* settings = window->findChild<QWidget*>("Settings");
+    settings->findChild<QTabWidget*>()->setCurrentIndex(1);
+    Write(settings, "Settings-keys.png");
+}
+
+TEST_F(StudioPictures, TheRecovery) {
+    OpenForest();
+    QDateTime now = QDateTime::currentDateTime();
+    ViewportWidget& view = static_cast<QuadView*>(window->centralWidget())->ActiveView();
+    ASSERT_TRUE(hand::Wait([&] { return view.IsUpToDate(); }));
+    QImage picture = view.grab().toImage();
+    SceneCopy newest{"/home/ana/valley/forest.autosave-2.json", now.addSecs(-180), 23};
+    SceneCopy older{"/home/ana/valley/forest.autosave-1.json", now.addSecs(-420), 20};
+    SceneCopy unsaved{"/home/ana/.local/state/dravin/studio/unsaved.autosave-1.json",
+                      now.addDays(-2), 41};
+    RecoveryDialog dialog(
+        {{"1", "/home/ana/valley/forest.json", {newest, older}, picture.scaledToWidth(320), false},
+         {"2", "", {unsaved}, {}, false}},
+        {}, now, window.get());
+    dialog.show();
+    Write(&dialog, "recovery.png");
 }
