@@ -20,6 +20,7 @@
 #include "apps/studio/outliner.h"
 #include "apps/studio/qt_user_interface.h"
 #include "apps/studio/theme.h"
+#include "apps/studio/tools/view_tools.h"
 #include "apps/studio/viewport/quad_view.h"
 #include "host/scene/scene.h"
 #include "host/scene/user_interface.h"
@@ -40,6 +41,7 @@ MainWindow::MainWindow(StudioSession::MakeInterface makeInterface) {
     m_session = std::make_unique<StudioSession>(std::move(makeInterface));
     m_view = new QuadView(this);
     setCentralWidget(m_view);
+    m_tools = std::make_unique<ViewTools>(*m_session, *m_view);
     setAcceptDrops(true);
     MakeDocks();
     MakeActions();
@@ -56,6 +58,7 @@ MainWindow::MainWindow(StudioSession::MakeInterface makeInterface) {
 
 MainWindow::~MainWindow() {
     m_connections.clear();
+    m_tools.reset();
     // Widgets hold on to the session.
     delete takeCentralWidget();
     for (QDockWidget* dock : findChildren<QDockWidget*>()) delete dock;
@@ -143,6 +146,8 @@ void MainWindow::MakeActions() {
 }
 
 void MainWindow::MakeMenus() {
+    // Tools in the views.
+    m_actions.insert(m_tools->Actions().begin(), m_tools->Actions().end());
     auto fill = [this](QMenu* menu, std::initializer_list<const char*> names) {
         for (const char* name : names)
             *name ? menu->addAction(m_actions[name]) : (void)menu->addSeparator();
@@ -153,6 +158,7 @@ void MainWindow::MakeMenus() {
     fill(file, {"file.save", "file.save_as", "", "file.quit"});
     fill(menuBar()->addMenu("&Edit"), {"edit.undo", "edit.redo", "", "edit.commands"});
     fill(menuBar()->addMenu("&Object"), {"object.create", "object.update"});
+    m_tools->FillMenu(*menuBar()->addMenu("&Tools"));
     QMenu* view = menuBar()->addMenu("&View");
     fill(view, {"view.frame", "view.filter", "", "view.theme", "view.reset", ""});
     for (QDockWidget* dock : findChildren<QDockWidget*>())
@@ -166,6 +172,7 @@ void MainWindow::MakeMenus() {
          {"file.new", "file.open", "file.save", "", "edit.undo", "edit.redo", "", "object.create",
           "object.update", "", "view.frame", "view.theme", "", "edit.commands"})
         *name ? bar->addAction(m_actions[name]) : (void)bar->addSeparator();
+    m_tools->FillBar(*bar);
 }
 
 void MainWindow::MakeStatusLine() {
@@ -177,6 +184,7 @@ void MainWindow::MakeStatusLine() {
     m_progress->setFixedWidth(160);
     m_cancel = new QPushButton("Cancel");
     connect(m_cancel, &QPushButton::clicked, this, [this] { m_session->CancelJob(); });
+    statusBar()->addWidget(m_tools->PromptLabel(), 1);
     statusBar()->addWidget(m_message, 1);
     for (QWidget* widget : std::initializer_list<QWidget*>{m_progress, m_cancel, m_items, m_build})
         statusBar()->addPermanentWidget(widget);

@@ -10,6 +10,7 @@
 #include "apps/studio/studio_session.h"
 
 class QuadView;
+class ViewTools;
 class Outliner;
 class QLabel;
 class QPlainTextEdit;
@@ -25,6 +26,8 @@ public:
 
     StudioSession& Session() { return *m_session; }
     CommandPanel& Panel() { return *m_panel; }
+    QuadView& Views() { return *m_view; }
+    ViewTools& Tools() { return *m_tools; }
 
     void OpenFile(const std::string& path);
     void OpenDemo(const std::string& folder);
@@ -65,6 +68,7 @@ private:
     std::vector<Connection> m_connections;
     std::map<std::string, QAction*> m_actions;
     QuadView* m_view;
+    std::unique_ptr<ViewTools> m_tools;
     Outliner* m_outliner;
     CommandPanel* m_panel;
     QPlainTextEdit *m_statistics, *m_log;
