@@ -2,7 +2,9 @@
 // ones.
 #include "apps/studio/tools/view_tools.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstring>
 
 #include <QAction>
 #include <QLabel>
@@ -21,7 +23,7 @@ const char* kTwoStones = R"({
     {"name": "left", "type": "box", "width": 1, "length": 1, "height": 1, "position": [-5, 0, 0]},
     {"name": "right", "type": "box", "width": 1, "length": 1, "height": 1, "position": [5, 0, 0]},
     {"name": "child", "type": "box", "width": 1, "length": 1, "height": 1, "parent": "right",
-     "position": [5, 4, 0]}
+     "position": [0, 4, 0]}
   ]
 })";
 
@@ -75,7 +77,10 @@ struct Tools : StudioWindow {
         ReleaseAt(to);
         Settle();
     }
-    QPointF Middle() { return At(window->Tools().GizmoFrame()->GetTrans()); }
+    QPointF Middle() {
+        EXPECT_TRUE(window->Tools().GizmoFrame());
+        return At(window->Tools().GizmoFrame().value_or(Matrix3()).GetTrans());
+    }
     std::vector<std::string> Selected() {
         std::vector<std::string> names;
         Rest();
@@ -262,7 +267,11 @@ TEST_F(Tools, ThePromptSaysWhatIsSelectedAndWhatToDo) {
 
 struct ItemTools : Tools {
     void OpenItems(bool customEdit) {
-        OpenSmall();
+        // Cells of 5: items that a hand can tell apart.
+        std::string scene = kSmallScene;
+        for (const char* name : {"units_x\": 20", "units_y\": 20"})
+            scene.replace(scene.find(name), strlen(name), std::string(name, 10) + "160");
+        Open(scene);
         LookFromAbove();
         Session().Run(
             "scene.select", "",
@@ -289,6 +298,12 @@ struct ItemTools : Tools {
         Rest();
         Session().Look([&](Scene& scene) { deltas = Meadow(scene).Deltas(); });
         return deltas;
+    }
+    // The item that stands nearest to the middle of the view.
+    size_t Near() {
+        std::vector<Point3> places = Built();
+        auto nearer = [](const Point3& a, const Point3& b) { return Length(a) < Length(b); };
+        return size_t(std::min_element(places.begin(), places.end(), nearer) - places.begin());
     }
     // World places of the items of the last build.
     std::vector<Point3> Built() {
@@ -325,31 +340,32 @@ TEST_F(ItemTools, ItemsAreSelectedMovedClonedAndDeletedByHand) {
     OpenItems(true);
     std::vector<TStoredItem> before = Items();
     ASSERT_GT(before.size(), 1u);
-    Point3 place = Built()[0];
-    Click(place + Point3{0, 0, 1});
+    size_t near = Near(), other = near == 0 ? 1 : 0;
+    Click(Built()[near] + Point3{0, 0, 1});
     ASSERT_EQ(NumSelected(), 1u) << window->Tools().PromptLabel()->text().toStdString();
-    ASSERT_TRUE(Items()[0].selected);
+    ASSERT_TRUE(Items()[near].selected);
     Trigger("tool.move");
     size_t steps = NumSteps();
     Drag(Middle(), Middle() + (At({0, 2, 0}) - At({0, 0, 0})));
     EXPECT_EQ(NumSteps(), steps + 1);
-    EXPECT_NEAR(Items()[0].storedPosition.y - before[0].storedPosition.y, 2, 0.1);
-    EXPECT_EQ(Items()[1].storedPosition, before[1].storedPosition);
+    EXPECT_NEAR(Items()[near].storedPosition.y - before[near].storedPosition.y, 2, 0.1);
+    EXPECT_EQ(Items()[other].storedPosition, before[other].storedPosition);
     Drag(Middle(), Middle() + (At({1, 0, 0}) - At({0, 0, 0})), Qt::ShiftModifier);
     ASSERT_EQ(Items().size(), before.size() + 1);
     EXPECT_TRUE(Items().back().selected);
-    EXPECT_NEAR(Items().back().storedPosition.x - before[0].storedPosition.x, 1, 0.1);
+    EXPECT_NEAR(Items().back().storedPosition.x - before[near].storedPosition.x, 1, 0.1);
     Trigger("select.delete");
     EXPECT_EQ(Items().size(), before.size());
     EXPECT_EQ(NumSteps(), steps + 3);
     for (int i = 0; i < 3; ++i) Session().Undo();
-    EXPECT_EQ(Items()[0].storedPosition, before[0].storedPosition);
+    EXPECT_EQ(Items()[near].storedPosition, before[near].storedPosition);
 }
 
 TEST_F(ItemTools, TurnsAndScalesReachTheSelectedItemsAlone) {
     OpenItems(true);
     std::vector<TStoredItem> before = Items();
-    Click(Built()[0] + Point3{0, 0, 1});
+    size_t near = Near(), other = near == 0 ? 1 : 0;
+    Click(Built()[near] + Point3{0, 0, 1});
     Trigger("tool.scale");
     PressAt(Middle());
     MoveTo(Middle() + QPointF(10, 0));
@@ -357,14 +373,15 @@ TEST_F(ItemTools, TurnsAndScalesReachTheSelectedItemsAlone) {
     hand::Key(&View(), Qt::Key_Return);
     Settle();
     ReleaseAt(Middle());
-    EXPECT_NEAR(Items()[0].sizeFactor.x, before[0].sizeFactor.x * 2, 1e-4);
-    EXPECT_NEAR(Items()[0].sizeFactor.z, before[0].sizeFactor.z * 2, 1e-4);
-    EXPECT_EQ(Items()[1].sizeFactor, before[1].sizeFactor);
+    EXPECT_NEAR(Items()[near].sizeFactor.x, before[near].sizeFactor.x * 2, 1e-4);
+    EXPECT_NEAR(Items()[near].sizeFactor.z, before[near].sizeFactor.z * 2, 1e-4);
+    EXPECT_EQ(Items()[other].sizeFactor, before[other].sizeFactor);
     EXPECT_EQ(Session().UndoName(), "Scale");
 }
 
 TEST_F(ItemTools, RectanglesAndAllOfTheItems) {
     OpenItems(true);
+    View().FrameAll();
     Drag({2, 2}, QPointF(View().width() - 3, View().height() - 3));
     EXPECT_EQ(NumSelected(), Items().size());
     Trigger("select.none");
@@ -397,7 +414,7 @@ TEST_F(ItemTools, ClicksAddItemsOnTheGround) {
 TEST_F(ItemTools, DetachedItemsAreAnObjectOfTheirOwnAndComeBack) {
     OpenItems(true);
     size_t count = Items().size();
-    Click(Built()[0] + Point3{0, 0, 1});
+    Click(Built()[Near()] + Point3{0, 0, 1});
     Trigger("items.detach_selected");
     EXPECT_EQ(Items().size(), count - 1) << window->LogText().toStdString();
     Session().Undo();
@@ -411,14 +428,15 @@ TEST_F(ItemTools, GeneratedItemsAreChangedByTheirIds) {
     Trigger("items.pin");
     ASSERT_TRUE(window->Action("items.pin")->isChecked());
     std::vector<Point3> before = Built();
-    Click(before[0] + Point3{0, 0, 1});
+    size_t near = Near(), other = near == 0 ? 1 : 0;
+    Click(before[near] + Point3{0, 0, 1});
     Trigger("tool.move");
     ASSERT_TRUE(window->Tools().GizmoFrame());
     Drag(Middle(), Middle() + (At({1, 0, 0}) - At({0, 0, 0})));
     ASSERT_EQ(Deltas().size(), 1u);
     EXPECT_NEAR(Deltas()[0].move.x, 1, 0.1);
-    EXPECT_NEAR(Built()[0].x - before[0].x, 1, 0.1);
-    EXPECT_EQ(Built()[1], before[1]);
+    EXPECT_NEAR(Built()[near].x - before[near].x, 1, 0.1);
+    EXPECT_EQ(Built()[other], before[other]);
     // Again, from where it stands now.
     Drag(Middle(), Middle() + (At({1, 0, 0}) - At({0, 0, 0})));
     ASSERT_EQ(Deltas().size(), 1u);
