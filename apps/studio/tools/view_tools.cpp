@@ -49,6 +49,7 @@ ViewTools::ViewTools(StudioSession& session, QuadView& views)
     m_connections.push_back(session.sceneReplaced.Connect([this](Scene&) {
         SetLevel(Level::kNodes, 0);
         SetClickMode(ClickMode::kSelect);
+        DrawArea(false);
     }));
     m_connections.push_back(session.viewReady.Connect([this] {
         m_keepsBoxes = false;
@@ -61,6 +62,7 @@ ViewTools::~ViewTools() {
     m_views.ForEachView([](ViewportWidget& view) {
         view.onPick = view.onRectangle = {};
         view.onPaintOver = {};
+        view.SetTool(nullptr);
         TransformGizmo& gizmo = view.Gizmo();
         gizmo.onBegin = gizmo.onCancel = {};
         gizmo.onPreview = gizmo.onCommit = {};
@@ -117,6 +119,11 @@ void ViewTools::MakeActions() {
     AddAction("select.delete", "Delete Selected", "", "Del", [this] { Delete(); });
     m_order.push_back("");
     AddAction(
+        "area.draw", "Draw Area", "spline", "Shift+A", [this] { DrawArea(m_areaObject == 0); },
+        true);
+    m_area.onDrawn = [this](const std::vector<Point3>& outline) { AddArea(outline); };
+    m_area.onGivenUp = [this] { DrawArea(false); };
+    AddAction(
         "items.edit", "Edit Items", "items", "I", [this] { EnterLevel(Level::kItems); }, true);
     AddAction(
         "items.pin", "Pin Items", "pin", "Shift+I", [this] { EnterLevel(Level::kPins); }, true);
@@ -150,8 +157,9 @@ void ViewTools::FillMenu(QMenu& menu) const {
 
 void ViewTools::FillBar(QToolBar& bar) const {
     bar.addSeparator();
-    for (const char* name : {"tool.select", "tool.move", "tool.rotate", "tool.scale", "tool.snap",
-                             "tool.local", "", "items.edit", "items.pin", "items.add_by_click"})
+    for (const char* name :
+         {"tool.select", "tool.move", "tool.rotate", "tool.scale", "tool.snap", "tool.local", "",
+          "area.draw", "items.edit", "items.pin", "items.add_by_click"})
         *name ? bar.addAction(m_actions.at(name)) : (void)bar.addSeparator();
 }
 
@@ -197,6 +205,7 @@ void ViewTools::ShowState() {
     check("tool.scale", m_tool == GizmoTool::kScale);
     check("tool.snap", m_snaps);
     check("tool.local", m_axes == GizmoAxes::kLocal);
+    check("area.draw", m_areaObject != 0);
     check("items.edit", m_level == Level::kItems);
     check("items.pin", m_level == Level::kPins);
     check("items.add_by_click", m_clickMode == ClickMode::kAddItem);
@@ -218,6 +227,9 @@ void ViewTools::TakeBoxes() {
 QString ViewTools::Prompt() const {
     QString text = QString::fromStdString(m_summary);
     if (!text.isEmpty()) text += " \u2014 ";
+    if (m_areaObject)
+        return "Click points of the area's outline; Enter or the first point closes it; Backspace: "
+               "one back; Esc: give up";
     if (m_clickMode == ClickMode::kAddItem) return text + "Click to add an item";
     if (m_clickMode == ClickMode::kAttach)
         return text + "Click a scatter object to take its items over";
@@ -343,6 +355,53 @@ void ViewTools::Attach(const ViewportPick& pick) {
     m_session.told.Send(MessageLevel::kNote, "No other scatter object lies there");
 }
 
+// --- areas
+
+void ViewTools::DrawArea(bool begins) {
+    if (m_session.HasGesture()) return ShowState();
+    auto set = [this](NodeHandle object) {
+        m_areaObject = object;
+        m_area.Start();
+        m_views.ForEachView(
+            [&](ViewportWidget& view) { view.SetTool(object ? &m_area : nullptr); });
+        ShowState();
+    };
+    if (!begins) return set(0);
+    ShowState();  // the action has checked itself
+    m_session.Look([this, set](Scene& scene) {
+        NodeHandle handle = SelectedScatter(scene);
+        if (!handle && m_level != Level::kNodes) handle = m_target->Object();
+        if (handle) return set(handle);
+        m_session.told.Send(MessageLevel::kWarning,
+                            "Select the scatter object that the area is for first");
+    });
+}
+
+// A spline of its own, which may be moved like any other, and a row of the list of areas.
+void ViewTools::AddArea(const std::vector<Point3>& outline) {
+    NodeHandle handle = m_areaObject;
+    DrawArea(false);
+    m_session.Do([this, outline, handle](Scene& scene) {
+        INode* object = scene.FindHandle(handle);
+        if (!object) return;
+        UndoStep step("Draw Area");
+        Point3 middle;
+        for (const Point3& p : outline) middle += p * (1.f / float(outline.size()));
+        BezierSpline spline;
+        spline.closed = true;
+        for (const Point3& p : outline) spline.knots.push_back({p - middle, {}, {}});
+        auto shape = std::make_shared<ShapeObject>();
+        shape->shape = BezierShape{{spline}};
+        INode* node = scene.AddNode(scene.UniqueNodeName("Area"), shape);
+        node->SetLocalTM(Matrix3::Translation(middle));
+        TCommandResult result = m_session.Commands().Run("area.add", scene, object->GetName(),
+                                                         {{"node", ParamInput(node->GetName())}});
+        if (result) return;
+        step.Cancel();
+        m_session.told.Send(MessageLevel::kError, result.error);
+    });
+}
+
 // --- gestures
 
 void ViewTools::Connect(ViewportWidget& view) {
@@ -394,6 +453,7 @@ void ViewTools::Commit(ViewportWidget& view, const Matrix3& change) {
 
 void ViewTools::PaintOver(ViewportWidget& view, QPainter& painter) const {
     constexpr size_t kMostBoxes = 3000;
+    if (m_areaObject) m_area.Paint(view, painter);
     TViewportCamera camera = view.Camera();
     QColor color = CurrentColors().accent;
     color.setAlpha(m_session.HasGesture() ? 255 : 170);

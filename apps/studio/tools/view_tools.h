@@ -15,6 +15,7 @@
 #include <QObject>
 
 #include "apps/studio/studio_session.h"
+#include "apps/studio/tools/area_tool.h"
 #include "apps/studio/tools/edit_target.h"
 #include "apps/studio/viewport/quad_view.h"
 
@@ -65,6 +66,8 @@ private:
     void TakeRectangle(const ViewportPick& pick);
     void AddItem(const ViewportPick& pick);
     void Attach(const ViewportPick& pick);
+    void DrawArea(bool begins);
+    void AddArea(const std::vector<Point3>& outline);
     void RunOnObject(const std::string& command, TArguments arguments);
     // work, as one undo step of the target.
     void Step(const char* name, std::function<void(Scene&)> work);
@@ -81,6 +84,8 @@ private:
     std::vector<std::string> m_order;  // of the actions; empty: a separator
     QLabel* m_prompt;
     std::unique_ptr<EditTarget> m_target;
+    AreaTool m_area;
+    NodeHandle m_areaObject = 0;  // whose area is being drawn; 0: none is
     Level m_level = Level::kNodes;
     ClickMode m_clickMode = ClickMode::kSelect;
     GizmoTool m_tool = GizmoTool::kNone;

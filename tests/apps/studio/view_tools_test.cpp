@@ -448,3 +448,56 @@ TEST_F(ItemTools, GeneratedItemsAreChangedByTheirIds) {
     EXPECT_TRUE(Deltas().empty());
     EXPECT_EQ(Built().size(), before.size());
 }
+
+// --- areas
+
+TEST_F(ItemTools, ADrawnOutlineIsAnAreaInOneStep) {
+    OpenItems(false);
+    std::string before = Saved("a.json");
+    size_t steps = NumSteps();
+    auto areas = [this] {
+        int count = 0;
+        Rest();
+        Session().Look([&](Scene& scene) {
+            count = Meadow(scene).Block(kAreaParams).Count(areaParams::kArnamelist);
+        });
+        return count;
+    };
+    int had = areas();
+    Trigger("area.draw");
+    ASSERT_TRUE(window->Action("area.draw")->isChecked()) << window->LogText().toStdString();
+    for (Point3 corner : {Point3{-3, -3, 0}, {3, -3, 0}, {3, 3, 0}, {5, 5, 0}, {-3, 3, 0}})
+        Click(corner);
+    hand::Key(&View(), Qt::Key_Backspace);
+    hand::Key(&View(), Qt::Key_Backspace);
+    Click({-3, 3, 0});
+    EXPECT_EQ(NumSteps(), steps) << "nothing until it is closed";
+    hand::Key(&View(), Qt::Key_Return);
+    EXPECT_EQ(areas(), had + 1);
+    EXPECT_EQ(NumSteps(), steps + 1);
+    EXPECT_EQ(Session().UndoName(), "Draw Area");
+    Session().Look([&](Scene& scene) {
+        INode* node = scene.FindNode("Area");
+        ASSERT_TRUE(node);
+        PolyShape shape = dynamic_cast<ShapeObject&>(*node->GetObjectRef()).GetPolyShape(0);
+        ASSERT_EQ(shape.lines.size(), 1u);
+        EXPECT_TRUE(shape.lines[0].closed);
+        ASSERT_EQ(shape.lines[0].points.size(), 4u);
+        Point3 first = shape.lines[0].points[0] * node->GetObjectTM(0);
+        EXPECT_NEAR(first.x, -3, 0.1);
+        EXPECT_NEAR(first.y, -3, 0.1);
+    });
+    Session().Undo();
+    EXPECT_EQ(Saved("b.json"), before);
+}
+
+TEST_F(ItemTools, EscapeGivesTheOutlineUp) {
+    OpenItems(false);
+    size_t steps = NumSteps();
+    Trigger("area.draw");
+    Click({-3, -3, 0});
+    hand::Key(&View(), Qt::Key_Escape);
+    EXPECT_FALSE(window->Action("area.draw")->isChecked());
+    hand::Key(&View(), Qt::Key_Return);
+    EXPECT_EQ(NumSteps(), steps);
+}
