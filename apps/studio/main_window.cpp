@@ -20,6 +20,7 @@
 #include "apps/studio/outliner.h"
 #include "apps/studio/qt_user_interface.h"
 #include "apps/studio/theme.h"
+#include "apps/studio/tools/view_tools.h"
 #include "apps/studio/viewport/quad_view.h"
 #include "apps/studio/windows/effect_windows.h"
 #include "apps/studio/windows/pack_toolbar.h"
@@ -44,6 +45,7 @@ MainWindow::MainWindow(StudioSession::MakeInterface makeInterface) {
     m_session = std::make_unique<StudioSession>(std::move(makeInterface));
     m_view = new QuadView(this);
     setCentralWidget(m_view);
+    m_tools = std::make_unique<ViewTools>(*m_session, *m_view);
     setAcceptDrops(true);
     MakeDocks();
     m_windows = std::make_unique<StudioWindows>(
@@ -66,6 +68,7 @@ MainWindow::~MainWindow() {
     m_activity->stop();  // it asks the session
     m_connections.clear();
     m_windows.reset();
+    m_tools.reset();
     // Widgets hold on to the session.
     delete takeCentralWidget();
     for (QDockWidget* dock : findChildren<QDockWidget*>()) delete dock;
@@ -175,6 +178,8 @@ void MainWindow::MakeActions() {
 }
 
 void MainWindow::MakeMenus() {
+    // Tools in the views.
+    m_actions.insert(m_tools->Actions().begin(), m_tools->Actions().end());
     auto fill = [this](QMenu* menu, std::initializer_list<const char*> names) {
         for (const char* name : names)
             *name ? menu->addAction(m_actions[name]) : (void)menu->addSeparator();
@@ -187,6 +192,7 @@ void MainWindow::MakeMenus() {
          {"edit.undo", "edit.redo", "", "edit.commands", "edit.settings"});
     fill(menuBar()->addMenu("&Object"),
          {"object.create", "object.update", "", "effects.editor", "effects.library"});
+    m_tools->FillMenu(*menuBar()->addMenu("&Tools"));
     QMenu* view = menuBar()->addMenu("&View");
     fill(view, {"view.frame", "view.filter", "", "view.theme", "view.reset", ""});
     for (QDockWidget* dock : findChildren<QDockWidget*>())
@@ -203,6 +209,7 @@ void MainWindow::MakeMenus() {
         *name ? bar->addAction(m_actions[name]) : (void)bar->addSeparator();
     m_windows->Pack().Show(
         {m_actions["pack.create"], m_actions["pack.lod"], m_actions["pack.tools"]});
+    m_tools->FillBar(*bar);
 }
 
 void MainWindow::MakeStatusLine() {
@@ -214,6 +221,7 @@ void MainWindow::MakeStatusLine() {
     m_progress->setFixedWidth(160);
     m_cancel = new QPushButton("Cancel");
     connect(m_cancel, &QPushButton::clicked, this, [this] { m_session->CancelJob(); });
+    statusBar()->addWidget(m_tools->PromptLabel(), 1);
     statusBar()->addWidget(m_message, 1);
     for (QWidget* widget : std::initializer_list<QWidget*>{m_progress, m_cancel, m_items, m_build})
         statusBar()->addPermanentWidget(widget);

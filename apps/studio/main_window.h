@@ -10,6 +10,7 @@
 #include "apps/studio/studio_session.h"
 
 class QuadView;
+class ViewTools;
 class Outliner;
 class StatisticsView;
 class StudioWindows;
@@ -28,6 +29,8 @@ public:
     StudioSession& Session() { return *m_session; }
     CommandPanel& Panel() { return *m_panel; }
     StudioWindows& Windows() { return *m_windows; }
+    QuadView& Views() { return *m_view; }
+    ViewTools& Tools() { return *m_tools; }
 
     void OpenFile(const std::string& path);
     void OpenDemo(const std::string& folder);
@@ -69,6 +72,7 @@ private:
     std::vector<Connection> m_connections;
     std::map<std::string, QAction*> m_actions;
     QuadView* m_view;
+    std::unique_ptr<ViewTools> m_tools;
     Outliner* m_outliner;
     CommandPanel* m_panel;
     StatisticsView* m_statistics;

@@ -75,6 +75,7 @@ void StudioSession::DropSession() {
     if (!m_session) return;
     ContextScope scope(m_session->Host());
     m_gesture.reset();
+    m_toolGesture.reset();
     m_templates.reset();
     m_session.reset();
 }
@@ -102,7 +103,7 @@ void StudioSession::Pump() {
     if (m_isEditing) return;
     while (!m_waiting.empty()) {
         if (m_running) {
-            bool mayFinish = m_gesture && m_lastViewMs < kQuickViewMs;
+            bool mayFinish = GestureWaits() && m_lastViewMs < kQuickViewMs;
             if (!m_running->isView || mayFinish) return m_nagger->stop();
             StopView();
             return m_nagger->start();
@@ -142,14 +143,15 @@ void StudioSession::SendChanged() {
 }
 
 void StudioSession::Undo() {
-    if (m_gesture) return Tell(MessageLevel::kNote, "Undo waits for the end of the drag");
+    if (GestureWaits())
+        return Tell(MessageLevel::kNote, "Undo waits for the end of the drag");
     Do([this](Scene& scene) {
         if (scene.undo.Undo()) m_marks.Undone(scene.undo);
     });
 }
 
 void StudioSession::Redo() {
-    if (m_gesture) return;
+    if (GestureWaits()) return;
     Do([this](Scene& scene) {
         if (scene.undo.Redo()) m_marks.Redone(scene.undo);
     });

@@ -23,6 +23,7 @@
 #include "Dravin/panels/panel_values.h"
 #include "apps/studio/undo_marks.h"
 #include "host/base/signal.h"
+#include "host/params/hold.h"
 #include "host/scene/node.h"
 
 class IUserInterface;
@@ -109,6 +110,16 @@ public:
     void EndDrag(bool keep);
     bool IsDragging() const { return m_isDragging; }
 
+    // A tool's gesture: previews follow the newest wish, and one undo step remains, or nothing.
+    // Undo and redo wait for its end. False: a job has the scene.
+    bool BeginGesture(const std::string& stepName);
+    // change: from the state at the beginning; it is called again for each preview and at the end.
+    // Through the scene's undo list nothing may go, as commands that name their own steps do.
+    void Preview(std::function<void(Scene&)> change);
+    // Keeps what `change` makes as one undo step; none takes the previews back.
+    void EndGesture(std::function<void(Scene&)> change = {});
+    bool HasGesture() const { return m_toolGesture != nullptr; }
+
     // --- views
 
     const std::shared_ptr<const TViewportScene>& View() const { return m_view; }
@@ -156,6 +167,7 @@ private:
     void SendChanged();
     void Tell(MessageLevel level, const std::string& text);
     bool Refuse(const std::string& what);
+    bool GestureWaits() const { return m_gesture || m_toolGesture; }
 
     MakeInterface m_makeInterface;
     QObject m_receiver;  // of what other threads send
@@ -177,6 +189,13 @@ private:
     std::vector<NodeHandle> m_panelNodes;
 
     std::unique_ptr<TParamGesture> m_gesture;
+    struct ToolGesture {
+        std::string stepName;
+        std::function<void(Scene&)> wish;
+        bool waits = false;
+        Hold::Records previewed;
+    };
+    std::shared_ptr<ToolGesture> m_toolGesture;
     double m_dragWish = 0;
     bool m_isDragging = false, m_dragWaits = false;
     int m_lastViewMs = 0;

@@ -58,6 +58,7 @@ QDockWidget::title { background: %window; padding: 6px 8px; }
 QToolBar { border: none; border-bottom: 1px solid %border; padding: 4px; spacing: 2px; }
 QToolBar QToolButton { padding: 4px; border: 2px solid transparent; border-radius: 4px; }
 QToolBar QToolButton:hover { background: %panel; }
+QToolBar QToolButton:checked { background: %panel; border-color: %border; }
 QToolBar QToolButton:focus { border-color: %accent; }
 QStatusBar { border-top: 1px solid %border; }
 QStatusBar::item { border: none; }

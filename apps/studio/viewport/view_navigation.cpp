@@ -30,6 +30,13 @@ ViewRay RayThrough(const TViewportCamera& camera, float x, float y) {
     return {fromView.row[3], Normalize(fromView.VectorTransform({u, v, -1}))};
 }
 
+Point3 PlaceAtDepth(const TViewportCamera& camera, float x, float y, float depth) {
+    ViewRay ray = RayThrough(camera, x, y);
+    float along = -camera.Transform().VectorTransform(ray.direction).z;
+    float start = -camera.ToView(ray.origin).z;
+    return ray.origin + ray.direction * ((depth - start) / along);
+}
+
 TViewportCamera ViewNavigation::Camera(int width, int height, const Box3& bounds) const {
     Matrix3 transform = m_pose.Transform();
     if (!m_pose.isParallel) {

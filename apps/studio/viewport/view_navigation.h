@@ -28,6 +28,8 @@ struct ViewRay {
     Point3 origin, direction;
 };
 ViewRay RayThrough(const TViewportCamera& camera, float x, float y);
+// The place on it at a depth along the camera's axis.
+Point3 PlaceAtDepth(const TViewportCamera& camera, float x, float y, float depth);
 
 class ViewNavigation {
 public:

@@ -16,7 +16,8 @@ struct PickWish {
     ViewRequest view;
     TPixelRect rectangle;  // of a click: its pixel at left and top
     bool onlySeen = false;
-    uint64_t number = 0;  // the caller's
+    uint64_t number = 0;        // the caller's
+    bool takesTouched = false;  // the caller's, of rectangles
 };
 
 struct PickAnswer {

@@ -67,6 +67,7 @@ void ViewportWidget::paintEvent(QPaintEvent*) {
     else
         painter.drawImage(rect(), m_image);
     painter.setRenderHint(QPainter::Antialiasing);
+    if (m_scene && onPaintOver) onPaintOver(painter);
     if (m_scene) PaintHover(painter);
     PaintGizmo(painter);
     PaintAxes(painter);

@@ -147,6 +147,14 @@ void ViewportWidget::ShowGizmo(GizmoTool tool, const Matrix3& frame) {
     update();
 }
 
+void ViewportWidget::SetTool(IViewTool* tool) {
+    if (tool == m_tool) return;
+    if (m_gesture == Gesture::kTool) CancelGesture();
+    m_tool = tool;
+    ForgetHover();
+    update();
+}
+
 void ViewportWidget::CameraChanged() {
     AskPicture(true);
     m_rest->start();
@@ -199,6 +207,7 @@ void ViewportWidget::AskPicture(bool isMoving) {
 void ViewportWidget::AskPick(PickWish::Kind kind, const TPixelRect& rectangle) {
     if (!m_scene) return;
     PickWish wish{kind, Request(false), rectangle, m_onlySeen, ++m_pickNumber};
+    wish.takesTouched = kind == PickWish::kRectangle && m_last.x() < m_pressed.x();
     m_modes[wish.number] = ModeOf(m_modifiers);
     m_picker->Ask(std::move(wish));
 }
@@ -226,7 +235,10 @@ void ViewportWidget::TakeAnswer(const PickAnswer& answer) {
     pick.ids = answer.ids, pick.scene = answer.wish.view.scene;
     if (mode != m_modes.end()) pick.mode = mode->second;
     m_modes.erase(m_modes.begin(), m_modes.upper_bound(answer.wish.number));
+    pick.camera = answer.wish.view.camera;
     if (answer.wish.kind == PickWish::kRectangle) {
+        pick.rectangle = answer.wish.rectangle;
+        pick.takesTouched = answer.wish.takesTouched;
         if (onRectangle) onRectangle(pick);
         return;
     }
@@ -235,13 +247,10 @@ void ViewportWidget::TakeAnswer(const PickAnswer& answer) {
     m_clickTurn = isAgain && !pick.ids.empty() ? (m_clickTurn + 1) % pick.ids.size() : 0;
     m_lastClick = at;
     pick.meant = m_clickTurn;
-    if (!answer.depths.empty()) {
-        const TViewportCamera& camera = answer.wish.view.camera;
-        ViewRay ray = RayThrough(camera, float(at.x()) + 0.5f, float(at.y()) + 0.5f);
-        float along = -camera.Transform().VectorTransform(ray.direction).z;
-        float start = -camera.ToView(ray.origin).z;
-        pick.place = ray.origin + ray.direction * ((answer.depths[0] - start) / along);
-    }
+    for (float depth : answer.depths)
+        pick.places.push_back(
+            PlaceAtDepth(pick.camera, float(at.x()) + 0.5f, float(at.y()) + 0.5f, depth));
+    if (!pick.places.empty()) pick.place = pick.places[0];
     if (onPick) onPick(pick);
 }
 
@@ -272,11 +281,7 @@ Point3 ViewportWidget::Pivot(const QPointF& at) const {
         if (Box3 box = SelectionBox(); !box.IsEmpty()) return box.Center();
     QPointF pixel = ToPixel(at);
     if (m_pointerDepth && (pixel - m_depthAt).manhattanLength() < 8) {
-        TViewportCamera camera = Camera();
-        ViewRay ray = RayThrough(camera, float(pixel.x()), float(pixel.y()));
-        float along = -camera.Transform().VectorTransform(ray.direction).z;
-        float start = -camera.ToView(ray.origin).z;
-        return ray.origin + ray.direction * ((*m_pointerDepth - start) / along);
+        return PlaceAtDepth(Camera(), float(pixel.x()), float(pixel.y()), *m_pointerDepth);
     }
     return m_navigation.Pose().target;
 }
@@ -336,6 +341,9 @@ void ViewportWidget::mousePressEvent(QMouseEvent* event) {
                         : isCtrl ? Gesture::kZoom
                                  : Gesture::kOrbit,
                         m_pressed);
+    else if (m_button == Qt::LeftButton && m_tool &&
+             m_tool->Press(*this, ToPixel(m_pressed), m_modifiers))
+        m_gesture = Gesture::kTool;
     else if (m_button == Qt::LeftButton && !PressGizmo(ToPixel(m_pressed)))
         m_gesture = Gesture::kClick;
     update();
@@ -350,6 +358,7 @@ void ViewportWidget::mouseMoveEvent(QMouseEvent* event) {
     QPointF pixel = ToPixel(at);
     switch (m_gesture) {
         case Gesture::kNone: {
+            if (m_tool) m_tool->Hover(*this, pixel);
             GizmoHandle handle =
                 m_gizmo.HandleAt(Camera(), float(pixel.x()), float(pixel.y()), PixelScale());
             if (handle != m_gizmo.hovered) m_gizmo.hovered = handle, update();
@@ -367,6 +376,10 @@ void ViewportWidget::mouseMoveEvent(QMouseEvent* event) {
         case Gesture::kGizmo:
             m_gizmo.Drag(Camera(), float(pixel.x()), float(pixel.y()),
                          event->modifiers() & Qt::ControlModifier);
+            update();
+            return;
+        case Gesture::kTool:
+            m_tool->Drag(*this, pixel, event->modifiers());
             update();
             return;
         default:
@@ -390,6 +403,8 @@ void ViewportWidget::mouseReleaseEvent(QMouseEvent* event) {
                 {low(a.x(), b.x()), low(a.y(), b.y()), high(a.x(), b.x()), high(a.y(), b.y())});
     } else if (gesture == Gesture::kGizmo) {
         m_gizmo.Commit();
+    } else if (gesture == Gesture::kTool) {
+        m_tool->Release(*this);
     }
     EndGesture();
 }
@@ -408,6 +423,7 @@ void ViewportWidget::EndGesture() {
 
 void ViewportWidget::CancelGesture() {
     if (m_gesture == Gesture::kGizmo) m_gizmo.Cancel();
+    if (m_gesture == Gesture::kTool) m_tool->Cancel(*this);
     if (m_gesture == Gesture::kOrbit || m_gesture == Gesture::kPan || m_gesture == Gesture::kZoom) {
         m_navigation.SetPose(m_poseBefore);
         CameraChanged();
@@ -497,6 +513,8 @@ void ViewportWidget::keyPressEvent(QKeyEvent* event) {
     bool isPlain = !(event->modifiers() & ~(Qt::ShiftModifier | Qt::KeypadModifier));
     if (TypeIntoGizmo(event)) return;
     if (event->key() == Qt::Key_Escape && m_gesture != Gesture::kNone) return CancelGesture();
+    if (m_gesture == Gesture::kTool) return;
+    if (m_tool && m_tool->Key(*this, event->key(), event->modifiers())) return;
     if (PressViewKey(event)) return;
     if (event->key() == Qt::Key_W && event->modifiers() == Qt::AltModifier && onMaximize)
         return onMaximize();
@@ -523,7 +541,7 @@ void ViewportWidget::keyPressEvent(QKeyEvent* event) {
 // Keys of a gesture are its own, whatever the window's shortcuts and the focus order say.
 bool ViewportWidget::event(QEvent* event) {
     bool isKey = event->type() == QEvent::ShortcutOverride || event->type() == QEvent::KeyPress;
-    if (isKey && m_gesture == Gesture::kGizmo) {
+    if (isKey && (m_gesture == Gesture::kGizmo || m_gesture == Gesture::kTool)) {
         if (event->type() == QEvent::KeyPress) keyPressEvent(static_cast<QKeyEvent*>(event));
         event->accept();
         return true;

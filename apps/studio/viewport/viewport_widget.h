@@ -32,7 +32,30 @@ struct ViewportPick {
     std::shared_ptr<const TViewportScene> scene;
     // Of clicks: which of the ids is meant. A second click at the same place means the next.
     size_t meant = 0;
-    Point3 place;  // of what is nearest, world space
+    Point3 place;                // of what is nearest, world space
+    std::vector<Point3> places;  // of clicks, one an id
+    // Of rectangles: the pixels of the camera's picture, and whether it was drawn from the right to
+    // the left, which takes what it touches, too.
+    TPixelRect rectangle;
+    TViewportCamera camera;
+    bool takesTouched = false;
+};
+
+class ViewportWidget;
+
+// What takes the left button before the view picks or draws rectangles with it. A gesture ends by
+// exactly one of Release and Cancel.
+class IViewTool {
+public:
+    virtual ~IViewTool() = default;
+    // Positions are pixels of the picture. Whether a gesture begins.
+    virtual bool Press(ViewportWidget& view, QPointF pixel, Qt::KeyboardModifiers modifiers) = 0;
+    virtual void Drag(ViewportWidget& view, QPointF pixel, Qt::KeyboardModifiers modifiers) = 0;
+    virtual void Release(ViewportWidget& view) = 0;
+    virtual void Cancel(ViewportWidget& view) = 0;
+    virtual void Hover(ViewportWidget& view, QPointF pixel) = 0;
+    // A key outside gestures; whether it was taken.
+    virtual bool Key(ViewportWidget& view, int key, Qt::KeyboardModifiers modifiers) = 0;
 };
 
 class ViewportWidget : public QWidget {
@@ -60,10 +83,15 @@ public:
     void LookThroughCamera();  // the first of the scene; without one nothing changes
     TransformGizmo& Gizmo() { return m_gizmo; }
     void ShowGizmo(GizmoTool tool, const Matrix3& frame);
+    // Null: none. It must live until another one is set; a gesture of the one before is cancelled.
+    void SetTool(IViewTool* tool);
+    // Of the press that began the present gesture.
+    Qt::KeyboardModifiers PressModifiers() const { return m_modifiers; }
 
     std::function<void(const ViewportPick&)> onPick;       // clicks
     std::function<void(const ViewportPick&)> onRectangle;  // rectangles
     std::function<void()> onCameraChanged;
+    std::function<void(QPainter&)> onPaintOver;  // over the picture, below the gizmo
     // What is shown, how, and what buttons do: for a status line.
     std::function<void(const QString&)> onStatus;
     std::function<void()> onActivated;  // the pointer went down in it
@@ -94,7 +122,7 @@ protected:
     bool event(QEvent*) override;
 
 private:
-    enum class Gesture { kNone, kOrbit, kPan, kZoom, kClick, kRectangle, kGizmo };
+    enum class Gesture { kNone, kOrbit, kPan, kZoom, kClick, kRectangle, kGizmo, kTool };
 
     ViewRequest Request(bool isMoving) const;
     void AskPicture(bool isMoving);
@@ -127,6 +155,7 @@ private:
     bool m_showsEdges = false, m_showsGrid = true, m_onlySeen = false, m_wasFramed = false;
     ViewNavigation m_navigation;
     TransformGizmo m_gizmo;
+    IViewTool* m_tool = nullptr;
     Gesture m_gesture = Gesture::kNone;
     Qt::MouseButton m_button = Qt::NoButton;
     Qt::KeyboardModifiers m_modifiers;

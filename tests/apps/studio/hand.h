@@ -48,9 +48,11 @@ inline bool Wait(const std::function<bool()>& isSo) {
     constexpr int kPatienceMs = 60'000;
     QElapsedTimer timer;
     timer.start();
-    while (!isSo() && timer.elapsed() < kPatienceMs)
+    while (!isSo()) {
+        if (timer.elapsed() > kPatienceMs) return false;
         QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    return isSo();
+    }
+    return true;
 }
 
 }  // namespace hand

@@ -6,9 +6,12 @@
 #include <QApplication>
 #include <QTabWidget>
 
+#include "Dravin/commands/item_commands.h"
+#include "Dravin/dravin.h"
 #include "apps/dravin/demo_scene.h"
 #include "apps/studio/command_palette.h"
 #include "apps/studio/theme.h"
+#include "apps/studio/tools/view_tools.h"
 #include "apps/studio/viewport/quad_view.h"
 #include "apps/studio/windows/recovery_dialog.h"
 #include "tests/apps/studio/studio_window.h"
@@ -60,6 +63,33 @@ TEST_F(StudioPictures, TheWindowOnTheDemo) {
     window->Action("view.theme")->trigger();
     Write(window.get(), "studio-light.png");
     window->Action("view.theme")->trigger();
+}
+
+TEST_F(StudioPictures, ToolsOnHandEditedItems) {
+    OpenForest();
+    window->resize(1440, 900);
+    window->Panel().OpenRollout(kDistParams, true);
+    Session().Do([](Scene& scene) {
+        for (INode* node : scene.Nodes())
+            if (dynamic_cast<TDravin*>(node->GetObjectRef())) {
+                INode* const one[] = {node};
+                return scene.Select(one);
+            }
+    });
+    Rest();
+    asked->answers = {Answer::kYes};
+    window->Action("items.edit")->trigger();
+    Rest();
+    window->Tools().SetGizmoTool(GizmoTool::kMove);
+    Session().Do([](Scene& scene) {
+        INode* node = scene.Selection().at(0);
+        auto& object = dynamic_cast<TDravin&>(*node->GetObjectRef());
+        TItemCommands(scene, *node, object).Select({40, 41, 42, 43, 44, 45}, true);
+    });
+    Rest();
+    QTest::qWait(300);
+    window->Views().ActiveView().FrameSelection();
+    Write(window.get(), "studio-tools.png");
 }
 
 TEST_F(StudioPictures, ThePalette) {

@@ -1,0 +1,101 @@
+#include "apps/studio/tools/area_tool.h"
+
+#include <cmath>
+
+#include <QPainter>
+
+#include "apps/studio/theme.h"
+
+namespace {
+
+constexpr double kFirstReach = 10;  // logical pixels
+
+// On the first thing under the pointer that is no item; where there is none, at the depth of what
+// the view turns around.
+Point3 PlaceUnder(ViewportWidget& view, QPointF pixel) {
+    auto x = float(pixel.x()), y = float(pixel.y());
+    ViewRequest request;
+    request.scene = view.Shown();
+    request.camera = view.Camera();
+    if (request.scene)
+        for (const TViewHit& hit : HitTest(*request.scene, request.camera, int(std::floor(x)),
+                                           int(std::floor(y)), SettingsOf(request)))
+            if (const TViewNode* node = request.scene->Find(hit.id).node;
+                node && (node->kind == TViewKind::kMesh || node->kind == TViewKind::kTerrain))
+                return PlaceAtDepth(request.camera, x, y, hit.depth);
+    QSize size = view.PictureSize();
+    return view.Navigation().PlaceAt(x, y, size.width(), size.height());
+}
+
+}  // namespace
+
+bool AreaTool::IsOnFirst(const ViewportWidget& view, QPointF pixel) const {
+    TScreenPoint first;
+    if (m_points.size() < 3 || !view.Camera().Project(m_points[0], &first)) return false;
+    QPointF away = view.ToLogical(pixel) - view.ToLogical({first.x, first.y});
+    return std::hypot(away.x(), away.y()) <= kFirstReach;
+}
+
+bool AreaTool::Press(ViewportWidget& view, QPointF pixel, Qt::KeyboardModifiers) {
+    m_pointer = pixel;
+    if (IsOnFirst(view, pixel)) {
+        Finish();
+        return true;
+    }
+    m_points.push_back(PlaceUnder(view, pixel));
+    return true;
+}
+
+void AreaTool::Drag(ViewportWidget& view, QPointF pixel, Qt::KeyboardModifiers) {
+    m_pointer = pixel;
+    if (!m_points.empty()) m_points.back() = PlaceUnder(view, pixel);
+}
+
+void AreaTool::Release(ViewportWidget&) {}
+
+void AreaTool::Cancel(ViewportWidget&) {
+    if (!m_points.empty()) m_points.pop_back();
+}
+
+void AreaTool::Hover(ViewportWidget& view, QPointF pixel) {
+    m_pointer = pixel;
+    if (!m_points.empty()) view.update();
+}
+
+bool AreaTool::Key(ViewportWidget& view, int key, Qt::KeyboardModifiers) {
+    if (key == Qt::Key_Escape) {
+        m_points.clear();
+        if (onGivenUp) onGivenUp();
+    } else if (key == Qt::Key_Backspace) {
+        if (!m_points.empty()) m_points.pop_back();
+    } else if (key == Qt::Key_Return || key == Qt::Key_Enter) {
+        Finish();
+    } else {
+        return false;
+    }
+    view.update();
+    return true;
+}
+
+void AreaTool::Finish() {
+    if (m_points.size() < 3) return;
+    if (onDrawn) onDrawn(std::exchange(m_points, {}));
+}
+
+void AreaTool::Paint(ViewportWidget& view, QPainter& painter) const {
+    TViewportCamera camera = view.Camera();
+    painter.setPen(QPen(CurrentColors().accent, 2));
+    painter.setBrush(CurrentColors().accent);
+    QPointF before;
+    for (size_t i = 0; i < m_points.size(); ++i) {
+        TScreenPoint at;
+        if (!camera.Project(m_points[i], &at)) continue;
+        QPointF here = view.ToLogical({at.x, at.y});
+        if (i > 0) painter.drawLine(before, here);
+        painter.drawEllipse(here, 3, 3);
+        before = here;
+    }
+    if (m_points.empty()) return;
+    painter.setPen(QPen(CurrentColors().accent, 1, Qt::DashLine));
+    painter.drawLine(before, view.ToLogical(m_pointer));
+}

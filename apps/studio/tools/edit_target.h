@@ -1,0 +1,79 @@
+// What the tools of views select and change: nodes, hand-edited items of a scatter object, or
+// generated items whose changes are kept by id.
+//
+// Functions that take the scene are called while it is free; those that change it inside an undo
+// step or a preview. Boxes reads the snapshot alone.
+#pragma once
+
+#include <array>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "apps/studio/viewport/viewport_widget.h"
+#include "host/scene/node.h"
+
+class Scene;
+
+enum class GizmoAxes { kWorld, kLocal };
+enum class SelectWhat { kAll, kNone, kInvert };
+
+// What a hand did to a gizmo.
+struct ToolChange {
+    GizmoTool tool = GizmoTool::kNone;
+    Matrix3 change;  // world space: from the state at the beginning to the new one
+    Matrix3 frame;   // the gizmo's, at the beginning
+    std::array<float, 3> values{};
+};
+
+using BoxCorners = std::array<Point3, 8>;  // as Box3's operator[] counts them
+
+class EditTarget {
+public:
+    virtual ~EditTarget() = default;
+
+    virtual void Pick(Scene& scene, const ViewportPick& pick) = 0;
+    virtual void PickRectangle(Scene& scene, const ViewportPick& pick) = 0;
+    virtual void Select(Scene& scene, SelectWhat what) = 0;
+    // Where the gizmo stands; none: nothing that it could change.
+    virtual std::optional<Matrix3> Frame(Scene& scene, GizmoAxes axes) = 0;
+    virtual void Change(Scene& scene, const ToolChange& change) = 0;
+    // Copies what is selected; the copies are selected then. False: it cannot be copied.
+    virtual bool Clone(Scene& scene) = 0;
+    virtual void Delete(Scene& scene) = 0;
+    // "3 of 120 items selected"
+    virtual std::string Summary(Scene& scene) = 0;
+    // Of what is selected, world space.
+    virtual std::vector<BoxCorners> Boxes(const TViewportScene& shown) const = 0;
+    // The scatter object that is edited; 0 for nodes.
+    virtual NodeHandle Object() const { return 0; }
+};
+
+std::unique_ptr<EditTarget> MakeNodeTarget();
+// object: the node of the scatter object.
+std::unique_ptr<EditTarget> MakeItemTarget(NodeHandle object);
+std::unique_ptr<EditTarget> MakePinTarget(NodeHandle object);
+
+// --- for targets
+
+// The selection after a pick; both rising, none twice.
+template <class T>
+std::vector<T> AfterPick(const std::vector<T>& selected, std::vector<T> picked, PickMode mode);
+
+BoxCorners CornersOf(const Box3& box, const Matrix3& toWorld);
+
+template <class T>
+std::vector<T> AfterPick(const std::vector<T>& selected, std::vector<T> picked, PickMode mode) {
+    if (mode == PickMode::kReplace) return picked;
+    std::vector<T> after;
+    auto out = std::back_inserter(after);
+    if (mode == PickMode::kAdd)
+        std::set_union(selected.begin(), selected.end(), picked.begin(), picked.end(), out);
+    else if (mode == PickMode::kRemove)
+        std::set_difference(selected.begin(), selected.end(), picked.begin(), picked.end(), out);
+    else
+        std::set_symmetric_difference(selected.begin(), selected.end(), picked.begin(),
+                                      picked.end(), out);
+    return after;
+}

@@ -1,0 +1,131 @@
+// Hand-edited items of a scatter object.
+#include <algorithm>
+
+#include <fmt/format.h>
+
+#include "Dravin/commands/item_commands.h"
+#include "Dravin/dravin.h"
+#include "apps/studio/tools/edit_target.h"
+#include "host/scene/scene.h"
+
+namespace {
+
+constexpr float kSmallestScale = 1e-3f;
+
+class ItemTarget : public EditTarget {
+public:
+    explicit ItemTarget(NodeHandle object) : m_handle(object) {}
+    NodeHandle Object() const override { return m_handle; }
+
+    void Pick(Scene& scene, const ViewportPick& pick) override {
+        TItemNumbers items = ItemsOf(pick);
+        if (!items.empty()) items = {items[pick.meant % items.size()]};
+        Take(scene, std::move(items), pick.mode);
+    }
+    void PickRectangle(Scene& scene, const ViewportPick& pick) override {
+        TItemNumbers items = ItemsOf(pick);
+        std::sort(items.begin(), items.end());
+        Take(scene, std::move(items), pick.mode);
+    }
+    void Select(Scene& scene, SelectWhat what) override {
+        WithItems(scene, [&](TItemCommands& items, INode&) {
+            items.Select(what == SelectWhat::kAll    ? TGeneralSelection::kAll
+                         : what == SelectWhat::kNone ? TGeneralSelection::kNone
+                                                     : TGeneralSelection::kInvert);
+        });
+    }
+    std::optional<Matrix3> Frame(Scene& scene, GizmoAxes axes) override {
+        std::optional<Matrix3> frame;
+        WithItems(scene, [&](TItemCommands& items, INode& node) {
+            auto centers = items.Centers(scene.GetTime());
+            if (centers.empty()) return;
+            double sum[3] = {};
+            for (const auto& [number, center] : centers)
+                for (int i = 0; i < 3; ++i) sum[i] += double(center[i]) / double(centers.size());
+            frame = Matrix3();
+            if (axes == GizmoAxes::kLocal) frame = node.GetObjectTM(scene.GetTime());
+            for (int i = 0; i < 3; ++i) frame->row[i] = Normalize(frame->row[i]);
+            frame->SetTrans({float(sum[0]), float(sum[1]), float(sum[2])});
+        });
+        return frame;
+    }
+    void Change(Scene& scene, const ToolChange& change) override {
+        WithItems(scene, [&](TItemCommands& items, INode& node) {
+            Matrix3 toWorld = node.GetObjectTM(scene.GetTime());
+            if (change.tool == GizmoTool::kMove) {
+                items.Move(toWorld, Matrix3(), change.change.GetTrans());
+            } else if (change.tool == GizmoTool::kRotate) {
+                Matrix3 turn = change.change;
+                turn.NoTrans();
+                items.Rotate(toWorld, Matrix3::Translation(change.frame.GetTrans()),
+                             Quat::FromMatrix(turn), true);
+            } else {
+                auto factor = [&](size_t i) { return std::max(change.values[i], kSmallestScale); };
+                items.Scale({factor(0), factor(1), factor(2)});
+            }
+        });
+    }
+    bool Clone(Scene& scene) override {
+        WithItems(scene, [](TItemCommands& items, INode&) { items.Clone(); });
+        return true;
+    }
+    void Delete(Scene& scene) override {
+        WithItems(scene, [](TItemCommands& items, INode&) { items.Delete(); });
+    }
+    std::string Summary(Scene& scene) override {
+        std::string text;
+        WithItems(scene, [&](TItemCommands& items, INode&) {
+            text = items.SelectedText() + ", " + items.CountText();
+        });
+        return text;
+    }
+    std::vector<BoxCorners> Boxes(const TViewportScene& shown) const override {
+        std::vector<BoxCorners> boxes;
+        for (const TViewNode& node : shown.Nodes()) {
+            if (node.handle != m_handle || !node.scatter) continue;
+            for (const TViewItem& item : node.scatter->Items())
+                if (item.flags & TViewItem::kSelected)
+                    boxes.push_back(CornersOf(node.scatter->prototypes[item.prototype].bounds,
+                                              item.toObject * node.toWorld));
+        }
+        return boxes;
+    }
+
+private:
+    template <class Work>
+    void WithItems(Scene& scene, Work work) {
+        INode* node = scene.FindHandle(m_handle);
+        auto* object = node ? dynamic_cast<TDravin*>(node->GetObjectRef()) : nullptr;
+        if (!object) return;
+        TItemCommands items(scene, *node, *object);
+        if (items.IsEditing()) work(items, *node);
+    }
+    TItemNumbers ItemsOf(const ViewportPick& pick) const {
+        TItemNumbers items;
+        for (uint32_t id : pick.ids) {
+            TViewportScene::Found found = pick.scene->Find(id);
+            if (found.node && found.node->handle == m_handle &&
+                found.item != TViewportScene::kNoItem)
+                items.push_back(found.item);
+        }
+        return items;
+    }
+    void Take(Scene& scene, TItemNumbers picked, PickMode mode) {
+        WithItems(scene, [&](TItemCommands& items, INode& node) {
+            auto& object = dynamic_cast<TDravin&>(*node.GetObjectRef());
+            std::erase_if(picked, [&](uint32_t i) { return i >= object.StoredItems().size(); });
+            TItemNumbers now = items.Selected(), after = AfterPick(now, picked, mode), flipped;
+            std::set_symmetric_difference(now.begin(), now.end(), after.begin(), after.end(),
+                                          std::back_inserter(flipped));
+            if (!flipped.empty()) ToggleItems(object, std::move(flipped));
+        });
+    }
+
+    NodeHandle m_handle;
+};
+
+}  // namespace
+
+std::unique_ptr<EditTarget> MakeItemTarget(NodeHandle object) {
+    return std::make_unique<ItemTarget>(object);
+}

@@ -1,0 +1,99 @@
+// The tools of the views: selecting, the gizmo, and what works on the items of a scatter object.
+//
+// It stands between the views and the session: picks become selections, gestures of gizmos become
+// previews and one undo step each. Actions tells the window which commands there are; their keys
+// hold in the views alone, so that letters can be typed elsewhere.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <QKeySequence>
+#include <QObject>
+
+#include "apps/studio/studio_session.h"
+#include "apps/studio/tools/area_tool.h"
+#include "apps/studio/tools/edit_target.h"
+#include "apps/studio/viewport/quad_view.h"
+
+class QAction;
+class QLabel;
+class QMenu;
+class QToolBar;
+
+class ViewTools : public QObject {
+public:
+    // views, session: live longer.
+    ViewTools(StudioSession& session, QuadView& views);
+    ~ViewTools() override;
+
+    // Actions by name ("tool.move"); parents are the views.
+    const std::map<std::string, QAction*>& Actions() const { return m_actions; }
+    void FillMenu(QMenu& menu) const;
+    void FillBar(QToolBar& bar) const;
+    // What buttons and keys do now, and what is selected: for the status line.
+    QLabel* PromptLabel() const { return m_prompt; }
+
+    void SetGizmoTool(GizmoTool tool);
+    GizmoTool Tool() const { return m_tool; }
+    const EditTarget& Target() const { return *m_target; }
+    // Where the gizmo stands; none without a selection.
+    const std::optional<Matrix3>& GizmoFrame() const { return m_frame; }
+
+private:
+    enum class Level { kNodes, kItems, kPins };
+    enum class ClickMode { kSelect, kAddItem, kAttach };
+
+    QAction* AddAction(const char* name, const char* text, const char* icon, const char* keys,
+                       std::function<void()> run, bool isCheckable = false);
+    void MakeActions();
+    void Connect(ViewportWidget& view);
+    void Follow(Scene& scene);
+    void ShowState();
+    void TakeBoxes();
+    QString Prompt() const;
+
+    void EnterLevel(Level level);
+    void OpenItems(NodeHandle object);
+    void SetLevel(Level level, NodeHandle object);
+    void SetClickMode(ClickMode mode);
+    void Select(SelectWhat what);
+    void Delete();
+    void TakePick(const ViewportPick& pick);
+    void TakeRectangle(const ViewportPick& pick);
+    void AddItem(const ViewportPick& pick);
+    void Attach(const ViewportPick& pick);
+    void DrawArea(bool begins);
+    void AddArea(const std::vector<Point3>& outline);
+    void RunOnObject(const std::string& command, TArguments arguments);
+    // work, as one undo step of the target.
+    void Step(const char* name, std::function<void(Scene&)> work);
+
+    void Begin(ViewportWidget& view);
+    void PreviewChange(ViewportWidget& view, const Matrix3& change);
+    void Commit(ViewportWidget& view, const Matrix3& change);
+    void PaintOver(ViewportWidget& view, QPainter& painter) const;
+
+    StudioSession& m_session;
+    QuadView& m_views;
+    std::vector<Connection> m_connections;
+    std::map<std::string, QAction*> m_actions;
+    std::vector<std::string> m_order;  // of the actions; empty: a separator
+    QLabel* m_prompt;
+    std::unique_ptr<EditTarget> m_target;
+    AreaTool m_area;
+    NodeHandle m_areaObject = 0;  // whose area is being drawn; 0: none is
+    Level m_level = Level::kNodes;
+    ClickMode m_clickMode = ClickMode::kSelect;
+    GizmoTool m_tool = GizmoTool::kNone;
+    GizmoAxes m_axes = GizmoAxes::kWorld;
+    bool m_snaps = false, m_clones = false, m_dragged = false;
+    bool m_keepsBoxes = false;
+    std::optional<Matrix3> m_frame;
+    std::string m_summary;
+    std::vector<BoxCorners> m_boxes;  // of what is selected, or was when a gesture began
+    Matrix3 m_shownChange;            // of the boxes, while a gesture runs
+};
