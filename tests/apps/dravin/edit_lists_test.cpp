@@ -63,7 +63,7 @@ TEST_F(EditLists, AnObjectOfLevelsIsMade) {
     ASSERT_EQ(run.code, 0) << run.err;
     EXPECT_EQ(std::count(run.out.begin(), run.out.end(), '\n'), 2);
     std::string name = run.out.substr(0, run.out.find('\n'));
-    run = Edit({"lod.create", "lod.new"}, "--object " + name.substr(1, name.size() - 2));
+    run = Edit({"lod.create", "lod.new"}, "--object " + name);
     EXPECT_EQ(run.out, name + "\n1\n") << run.err;
 }
 
