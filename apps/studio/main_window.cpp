@@ -52,6 +52,7 @@ MainWindow::MainWindow(StudioSession::MakeInterface makeInterface) {
         *m_session, *m_view, *this,
         [this](std::function<void()> next) { WhenSaved(std::move(next)); });
     MakeActions();
+    m_actions.insert(m_tools->Actions().begin(), m_tools->Actions().end());
     m_windows->TakeKeys(m_actions);
     MakeMenus();
     MakeStatusLine();
@@ -178,8 +179,6 @@ void MainWindow::MakeActions() {
 }
 
 void MainWindow::MakeMenus() {
-    // Tools in the views.
-    m_actions.insert(m_tools->Actions().begin(), m_tools->Actions().end());
     auto fill = [this](QMenu* menu, std::initializer_list<const char*> names) {
         for (const char* name : names)
             *name ? menu->addAction(m_actions[name]) : (void)menu->addSeparator();

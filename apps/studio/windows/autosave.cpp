@@ -64,7 +64,8 @@ void Autosave::SaveSoon() {
 void Autosave::Save() {
     m_retry.setInterval(kRetryMs);
     bool mayWait = m_session.IsBusy() || ++m_numTries < kMaxTries;
-    if (m_session.IsDragging() || (!m_session.IsFree() && mayWait)) return m_retry.start();
+    bool isInHand = m_session.IsDragging() || m_session.HasGesture();  // a preview is no scene
+    if (isInHand || (!m_session.IsFree() && mayWait)) return m_retry.start();
     std::string path = m_store.NextCopy(m_session.Path());
     m_isSaving = true;
     m_late.stop();
