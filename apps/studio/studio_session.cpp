@@ -143,8 +143,7 @@ void StudioSession::SendChanged() {
 }
 
 void StudioSession::Undo() {
-    if (GestureWaits())
-        return Tell(MessageLevel::kNote, "Undo waits for the end of the drag");
+    if (GestureWaits()) return Tell(MessageLevel::kNote, "Undo waits for the end of the drag");
     Do([this](Scene& scene) {
         if (scene.undo.Undo()) m_marks.Undone(scene.undo);
     });
