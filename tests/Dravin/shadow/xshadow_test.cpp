@@ -43,6 +43,7 @@ protected:
     uint64_t memory = 1 << 30, memoryLater = 1 << 30;
     size_t stopAfter = SIZE_MAX;
     int numAsked = 0;
+    std::shared_ptr<LightObject> lamp;  // null: of no scene
 
     void SetUp() override {
         ScatterFixture::SetUp();
@@ -85,7 +86,7 @@ protected:
             *geometry, 2, [this] { return numAsked++ ? memoryLater : memory; },
             [this](float share) { return progress.push_back(share), progress.size() < stopAfter; });
         Matrix3 light{{{1, 0, 0}, {0, 0, 1}, {0, -1, 0}, {0, -20, 0}}};
-        auto made = type->CreateShadowGenerator(nullptr, {kind}, 0);
+        auto made = type->CreateShadowGenerator(lamp.get(), {kind}, 0);
         generator.reset(static_cast<XShadowGen*>(made.release()));
         float param = kind == LightKind::kDirectional ? 8 : 1.5f;
         int result = generator->Update({0, &shadows, light, 1, param, 0});
@@ -145,6 +146,37 @@ TEST_F(XShadowTest, AnObjectThatCastsNoShadowsHasNoQuads) {
     node->castsShadows = false;
     ASSERT_EQ(Update(), 1);
     EXPECT_THAT(Seen(), IsEmpty());
+}
+
+TEST_F(XShadowTest, TheLightSaysWhoCastsItsShadows) {
+    lamp = std::make_shared<LightObject>();
+    lamp->SetShadowNodes({std::static_pointer_cast<INode>(node->shared_from_this())});
+    ASSERT_EQ(Update(), 1);
+    EXPECT_THAT(Seen(), IsEmpty());
+    lamp->includesShadowNodes = true;
+    ASSERT_EQ(Update(), 1);
+    EXPECT_EQ(Seen().size(), 12u);
+    lamp->SetShadowNodes({});
+    ASSERT_EQ(Update(), 1);
+    EXPECT_THAT(Seen(), IsEmpty());
+}
+
+// u = 2/3, 1/3, 0 from left to right: the last two of the three columns.
+TEST_F(XShadowTest, AMirroredItemSeesItsMapReversed) {
+    SetParam(xshadowParams::kTypemap, int(kImageFromMaterial));
+    ShowMaterial(WithOpacity(std::make_shared<LeftPart>()));
+    Set(kTransformParams, transformParams::kMirror, true);
+    // About every second seed mirrors.
+    TStoredItem item;
+    item.storedPosition = {2, 0, 0};
+    do {
+        ASSERT_LT(++item.seed, 50u);
+        object->SetStoredItems({item});
+        geometry.reset();
+        Update();
+    } while (!object->Build().Items().Item(0).mirrored);
+    EXPECT_THAT(Seen(),
+                ElementsAre("10,5", "11,5", "10,6", "11,6", "10,7", "11,7", "10,8", "11,8"));
 }
 
 TEST_F(XShadowTest, ItemsThatKeepTheirFacesCastTheirOwnShadows) {
