@@ -1,15 +1,13 @@
 #include "Dravin/panels/effect_check.h"
 
 #include <algorithm>
-#include <memory>
 
 #include "Dravin/dravin.h"
 #include "Dravin/effects/effect_kinds.h"
 #include "Dravin/effects/effect_language.h"
 #include "Dravin/effects/effect_list.h"
-#include "Dravin/effects/item_attributes.h"
+#include "Dravin/effects/fresh_item.h"
 #include "Dravin/effects/tavuvm_expr/lexer.h"
-#include "Dravin/effects/tavuvm_expr/vmachine.h"
 #include "host/scene/scene.h"
 
 using tavuvm_expr::token;
@@ -50,18 +48,8 @@ std::optional<std::string> Output(const std::vector<TEffectVariable>& variables,
     if (!Declare(variables, effect, &fault)) return std::nullopt;
     tavuvm_expr::compilation compiled = effect.names.compile(program);
     if (!compiled.code) return std::nullopt;
-    TSpecimen specimen;
-    specimen.elements.resize(1);
-    TItemLanes lanes(1, kGroupSource, false);
-    lanes.Reset(0, specimen);
-    auto cells = std::make_unique<TCells>();
-    TBuildInput input;
-    TEffectOutcome outcome;
     tavuvm_expr::vmachine machine(compiled.code);
-    auto attributes = ItemAttributes();
-    for (size_t i = 0; i < attributes.size(); ++i)
-        machine.set_slot(effect.itemSlot + i,
-                         attributes[i].read({lanes, *cells, 0, outcome, input}));
+    SetFreshItem(machine, effect);
     std::string output;
     machine.set_output(&output);
     TNuRandom random(1);

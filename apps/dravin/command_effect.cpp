@@ -9,6 +9,7 @@
 #include "Dravin/config/effect_library.h"
 #include "Dravin/effects/effect_definition.h"
 #include "Dravin/effects/effect_language.h"
+#include "Dravin/effects/fresh_item.h"
 #include "Dravin/effects/item_attributes.h"
 #include "Dravin/effects/tavuvm_expr/expr_lang.h"
 #include "Dravin/effects/tavuvm_expr/vmachine.h"
@@ -183,19 +184,8 @@ ExitCode RunDefinition(const TEffectDefinition& definition, const EffectOptions&
     }
     if (options.checkOnly) return kExitDone;
 
-    // One fresh item, before everything.
-    TSpecimen specimen;
-    specimen.elements.resize(1);
-    TItemLanes lanes(1, kGroupSource, false);
-    lanes.Reset(0, specimen);
-    auto cells = std::make_unique<TCells>();
-    TBuildInput input;
     vmachine machine(compiled.code);
-    TEffectOutcome outcome;
-    auto attributes = ItemAttributes();
-    for (size_t i = 0; i < attributes.size(); ++i)
-        machine.set_slot(effect.itemSlot + i,
-                         attributes[i].read({lanes, *cells, 0, outcome, input}));
+    SetFreshItem(machine, effect);
     machine.set_output(&run->output);
     TNuRandom random(options.seed);
     TEffVMCallback host;
@@ -205,6 +195,7 @@ ExitCode RunDefinition(const TEffectDefinition& definition, const EffectOptions&
         if (!machine.error_text().empty()) PrintError(machine.error_text());
         return kExitFailed;
     }
+    auto attributes = ItemAttributes();
     for (size_t i = 0; i < attributes.size(); ++i)
         if (attributes[i].write && machine.is_modified(effect.itemSlot + i))
             run->attributes.emplace_back(
