@@ -61,6 +61,9 @@ std::unique_ptr<EditTarget> MakePinTarget(NodeHandle object);
 template <class T>
 std::vector<T> AfterPick(const std::vector<T>& selected, std::vector<T> picked, PickMode mode);
 
+// Places in the item list of what a pick met of an object, in the pick's order.
+std::vector<uint32_t> ItemsOf(const ViewportPick& pick, NodeHandle object);
+
 BoxCorners CornersOf(const Box3& box, const Matrix3& toWorld);
 
 template <class T>

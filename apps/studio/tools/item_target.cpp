@@ -18,12 +18,12 @@ public:
     NodeHandle Object() const override { return m_handle; }
 
     void Pick(Scene& scene, const ViewportPick& pick) override {
-        TItemNumbers items = ItemsOf(pick);
+        TItemNumbers items = ItemsOf(pick, m_handle);
         if (!items.empty()) items = {items[pick.meant % items.size()]};
         Take(scene, std::move(items), pick.mode);
     }
     void PickRectangle(Scene& scene, const ViewportPick& pick) override {
-        TItemNumbers items = ItemsOf(pick);
+        TItemNumbers items = ItemsOf(pick, m_handle);
         std::sort(items.begin(), items.end());
         Take(scene, std::move(items), pick.mode);
     }
@@ -99,16 +99,6 @@ private:
         if (!object) return;
         TItemCommands items(scene, *node, *object);
         if (items.IsEditing()) work(items, *node);
-    }
-    TItemNumbers ItemsOf(const ViewportPick& pick) const {
-        TItemNumbers items;
-        for (uint32_t id : pick.ids) {
-            TViewportScene::Found found = pick.scene->Find(id);
-            if (found.node && found.node->handle == m_handle &&
-                found.item != TViewportScene::kNoItem)
-                items.push_back(found.item);
-        }
-        return items;
     }
     void Take(Scene& scene, TItemNumbers picked, PickMode mode) {
         WithItems(scene, [&](TItemCommands& items, INode& node) {

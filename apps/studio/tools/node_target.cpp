@@ -125,6 +125,16 @@ private:
 
 }  // namespace
 
+std::vector<uint32_t> ItemsOf(const ViewportPick& pick, NodeHandle object) {
+    std::vector<uint32_t> items;
+    for (uint32_t id : pick.ids) {
+        TViewportScene::Found found = pick.scene->Find(id);
+        if (found.node && found.node->handle == object && found.item != TViewportScene::kNoItem)
+            items.push_back(found.item);
+    }
+    return items;
+}
+
 BoxCorners CornersOf(const Box3& box, const Matrix3& toWorld) {
     BoxCorners corners;
     for (int i = 0; i < 8; ++i) corners[size_t(i)] = box[i] * toWorld;

@@ -26,12 +26,12 @@ public:
     NodeHandle Object() const override { return m_handle; }
 
     void Pick(Scene& scene, const ViewportPick& pick) override {
-        std::vector<uint32_t> items = ItemsOf(pick);
+        std::vector<uint32_t> items = ItemsOf(pick, m_handle);
         if (!items.empty()) items = {items[pick.meant % items.size()]};
         Take(scene, pick, std::move(items));
     }
     void PickRectangle(Scene& scene, const ViewportPick& pick) override {
-        std::vector<uint32_t> items = ItemsOf(pick);
+        std::vector<uint32_t> items = ItemsOf(pick, m_handle);
         std::sort(items.begin(), items.end());
         Take(scene, pick, std::move(items));
     }
@@ -115,16 +115,6 @@ private:
         for (const PinnedItem& item : m_pinned) numbers.push_back(item.number);
         std::sort(numbers.begin(), numbers.end());
         return numbers;
-    }
-    std::vector<uint32_t> ItemsOf(const ViewportPick& pick) const {
-        std::vector<uint32_t> items;
-        for (uint32_t id : pick.ids) {
-            TViewportScene::Found found = pick.scene->Find(id);
-            if (found.node && found.node->handle == m_handle &&
-                found.item != TViewportScene::kNoItem)
-                items.push_back(found.item);
-        }
-        return items;
     }
     // Numbers mean something as long as the build stands that was shown.
     void Take(Scene& scene, const ViewportPick& pick, std::vector<uint32_t> picked) {
