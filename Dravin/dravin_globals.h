@@ -32,8 +32,6 @@ struct TDravinGlobals {
 
     // "Freeze ALL Dravin objects": no object follows changes by itself until it is taken back.
     bool freezeAll = false;
-    // A user asked for a rebuild, which is running.
-    bool rebuildingFromPanel = false;
     // A scene file is being opened.
     bool openingFile = false;
 

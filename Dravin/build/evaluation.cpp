@@ -24,23 +24,11 @@ const Scene* SceneOf(const TDravin& object) {
 // Somebody looks at the object, and it stands still long enough to be built.
 bool IsShownNow(const TDravin& object) {
     HostContext* session = HostContext::Current();
-    if (!session || !session->redrawRequested.HasListeners() || !SceneOf(object)) return false;
+    if (!session || !session->buildsAtOnce || !SceneOf(object)) return false;
+    if (!session->redrawRequested.HasListeners()) return false;
     Hold* hold = CurrentHold();
     return !DravinGlobals().openingFile && !object.IsBuilding() && !(hold && hold->IsRestoring());
 }
-
-class PanelRebuild {
-public:
-    PanelRebuild() : m_before(DravinGlobals().rebuildingFromPanel) {
-        DravinGlobals().rebuildingFromPanel = true;
-    }
-    ~PanelRebuild() { DravinGlobals().rebuildingFromPanel = m_before; }
-    PanelRebuild(const PanelRebuild&) = delete;
-    PanelRebuild& operator=(const PanelRebuild&) = delete;
-
-private:
-    bool m_before;
-};
 
 }  // namespace
 
@@ -180,7 +168,6 @@ std::shared_ptr<const Mesh> TDravin::GetRenderMesh(TimeValue t) {
 void UpdateObject(TDravin& object) {
     if (!object.updateState.renderLock) object.updateState.isRendering = false;
     object.ClearCaches();
-    PanelRebuild running;
     object.RebuildNow(true);
 }
 

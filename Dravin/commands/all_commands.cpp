@@ -8,6 +8,7 @@ TCommandTable MakeCommandTable() {
     AddEffectLibraryCommands(table);
     AddEffectLinkCommands(table);
     AddEffectParameterCommands(table);
+    AddFileCommands(table);
     AddGeometryCommands(table);
     AddListerCommands(table);
     AddLodCommands(table);

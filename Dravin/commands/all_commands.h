@@ -13,6 +13,7 @@ void AddEffectCommands(TCommandTable& table);
 void AddEffectLibraryCommands(TCommandTable& table);
 void AddEffectLinkCommands(TCommandTable& table);
 void AddEffectParameterCommands(TCommandTable& table);
+void AddFileCommands(TCommandTable& table);
 void AddGeometryCommands(TCommandTable& table);
 void AddListerCommands(TCommandTable& table);
 void AddLodCommands(TCommandTable& table);

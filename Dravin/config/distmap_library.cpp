@@ -7,7 +7,7 @@ namespace {
 
 void Tell(const std::string& text) {
     HostContext* context = HostContext::Current();
-    if (context && !context->quiet) context->UserInterface().MessageBox(text, "Dravin Pack");
+    if (context) context->UserInterface().MessageBox(text, "Dravin Pack");
 }
 
 }  // namespace

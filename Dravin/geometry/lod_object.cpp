@@ -97,8 +97,7 @@ bool TDLod::NormaliseThresholds(LodMode mode, bool forced) {
         const char* question = mode == kLodDistance
                                    ? "All Distance values will be normalized. Are you sure ?"
                                    : "All Size values will be normalized. Are you sure ?";
-        if (!context || context->quiet ||
-            context->UserInterface().Question(question, "Dravin Pack") != Answer::kYes)
+        if (!context || context->UserInterface().Question(question, "Dravin Pack") != Answer::kYes)
             return false;
     }
     int n = NumLevels();

@@ -7,8 +7,7 @@ namespace {
 
 bool IsConfirmed(const char* question) {
     HostContext* context = HostContext::Current();
-    return context && !context->quiet &&
-           context->UserInterface().Question(question, "Dravin Pack") == Answer::kYes;
+    return context && context->UserInterface().Question(question, "Dravin Pack") == Answer::kYes;
 }
 
 std::vector<float> ReadProbabilities(TTreeSpecList& rows) {

@@ -16,8 +16,7 @@ constexpr const char* kTemplateLayer = "dravin_templates";
 
 void Tell(const std::string& text) {
     HostContext* context = HostContext::Current();
-    if (context && !context->quiet)
-        context->UserInterface().MessageBox(text, "Dravin Pack", MessageKind::kError);
+    if (context) context->UserInterface().MessageBox(text, "Dravin Pack", MessageKind::kError);
 }
 
 void RecordTransform(INode& node, Matrix3 transform) {
@@ -41,6 +40,7 @@ INode* MergeNode(Scene& scene, Scene& from, const TSpecGeom& geom) {
     Matrix3 zero;
     zero.Zero();
     node->SetLocalTM(zero);
+    node->isTransient = true;
     node->SetLayer(kTemplateLayer);
     return scene.AddNode(std::move(node));
 }
@@ -107,6 +107,7 @@ bool LoadTemplateNode(TSpecGeom& geom, Scene& scene, const std::string& folder,
     if (!node && loader) {
         std::string path = folder + "/objects/" + geom.file + ".max", error;
         std::unique_ptr<Scene> file = loader(path, &error);
+        NoticePair merging(HostNotify::kFilePreMerge, HostNotify::kFilePostMerge);
         if (file) node = MergeNode(scene, *file, geom);
         if (!node) Tell(fmt::format("Error loading geometry:  {} ({}) !", path, geom.object));
     }

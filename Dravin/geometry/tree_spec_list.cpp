@@ -158,8 +158,7 @@ int FindTemplateByName(std::span<const std::string> templates, const std::string
     std::string text = "Geometry template '" + name + "' not found !";
     if (!templates.empty()) text += "\nReplacing it by '" + templates[0] + "'";
     HostContext* context = HostContext::Current();
-    if (context && !context->quiet)
-        context->UserInterface().MessageBox(text, kMessageCaption, MessageKind::kWarning);
+    if (context) context->UserInterface().MessageBox(text, kMessageCaption, MessageKind::kWarning);
     return 0;
 }
 

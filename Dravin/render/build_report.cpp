@@ -29,6 +29,6 @@ void TBuildReport::Check(const TDravin& object) {
 
 void TBuildReport::Show() const {
     HostContext* session = HostContext::Current();
-    if (IsEmpty() || !session || session->quiet) return;
+    if (IsEmpty() || !session) return;
     session->UserInterface().MessageBox(kText + m_names, kCaption, MessageKind::kWarning);
 }

@@ -6,22 +6,8 @@
 #include "host/params/undo_step.h"
 #include "host/scene/host_context.h"
 #include "host/scene/scene.h"
-#include "host/script/node_scripts.h"
+#include "host/script/scene_scripts.h"
 #include "host/script/script_system.h"
-
-namespace {
-
-// Makes sure that the session's scripts find nodes in its current scene.
-struct NodeScripts {
-    NodeScripts() {
-        RegisterNodeScripts(HostContext::Current()->State<ScriptSystem>(), [](unsigned handle) {
-            Scene* scene = HostContext::Current()->CurrentScene();
-            return scene ? scene->FindHandle(handle) : nullptr;
-        });
-    }
-};
-
-}  // namespace
 
 void TListerCommands::Refresh() {
     m_rows.clear();
@@ -56,7 +42,7 @@ bool TListerCommands::Hide(size_t row, bool hidden, std::string* error) {
     }
     UndoStep step(hidden ? "Hide" : "Unhide");
     HostContext& session = *HostContext::Current();
-    session.State<NodeScripts>();
+    session.State<SceneScripts>();
     ScriptResult result = session.State<ScriptSystem>().Execute(fmt::format(
         "(maxOps.getnodebyhandle {}).isHidden = {}", m_rows[row].node->GetHandle(), hidden));
     if (result.IsError()) *error = result.error;

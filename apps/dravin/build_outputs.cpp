@@ -210,7 +210,7 @@ ExitCode WriteMeshFile(const std::string& path, std::span<const SceneDravin> obj
     ProgressBar bar("writing");
     MeshFileOptions file;
     file.threads = options.threads > 0 ? options.threads : NumProcessors();
-    file.progress = [&bar](float share) { bar.Update(share); };
+    file.progress = [&bar](float share) { return bar.Update(share); };
     std::vector<std::string> warnings;
     std::string error;
     auto write = EndingOf(path) == ".obj" ? WriteObj : WritePly;

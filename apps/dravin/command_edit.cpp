@@ -64,8 +64,7 @@ ExitCode ReadScript(const EditOptions& options, std::vector<Call>* calls) {
 }
 
 ExitCode RunCall(const TCommandTable& table, Session& session, const Call& call) {
-    TCommandResult result =
-        table.Run(call.command, session.GetScene(), call.target, call.arguments);
+    TCommandResult result = session.Run(table, call.command, call.target, call.arguments);
     for (const std::string& warning : result.warnings)
         PrintWarning(fmt::format("{}: {}: {}", call.place, call.command, warning));
     if (!result) {
@@ -101,11 +100,10 @@ ExitCode RunEdit(const EditOptions& options) {
         return kExitUsage;
     }
     Session session;
-    if (ExitCode code = session.Read(options.scene); code != kExitDone) return code;
+    if (ExitCode code = session.Open(options.scene); code != kExitDone) return code;
     session.Host().SetUserInterface(MakeProgramInterface(options.yes));
-    TemplateNodes templates(session);
+    if (options.yes) session.Host().quiet = false;  // where nobody is asked, answers are no
     if (ExitCode code = RunAll(session, calls); code != kExitDone) return code;
-    templates.Remove();
     if (options.output.empty()) return kExitDone;
     if (ExitCode code = CheckNotInputs(output, session.Inputs()); code != kExitDone) return code;
     return session.Save(options.output);

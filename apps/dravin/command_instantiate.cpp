@@ -54,16 +54,14 @@ ExitCode RunInstantiate(const InstantiateOptions& options) {
     std::span<const std::string> output(&options.output, 1);
     if (ExitCode code = CheckOutputs(output); code != kExitDone) return code;
     Session session;
-    if (ExitCode code = session.Read(options.scene); code != kExitDone) return code;
+    if (ExitCode code = session.Open(options.scene); code != kExitDone) return code;
     auto objects = session.FindObjects(options.object);
     if (!objects) return options.object.empty() ? kExitMalformed : kExitUsage;
-    TemplateNodes templates(session);
     std::shared_ptr<TDtools> tools = ToolsOf(options);
     for (const SceneDravin& dravin : *objects)
         if (ExitCode code = options.deleteOnly ? Delete(dravin) : Make(dravin, *tools);
             code != kExitDone)
             return code;
-    templates.Remove();
     if (ExitCode code = CheckNotInputs(output, session.Inputs()); code != kExitDone) return code;
     return session.Save(options.output);
 }

@@ -110,6 +110,8 @@ void SetUpConsole(const ConsoleOptions& options) {
     std::signal(SIGPIPE, SIG_IGN);  // a closed pipe is a write error, not an end without a word
 }
 
+bool IsQuietConsole() { return g_options.quiet; }
+
 void SilenceLibraries() {
     bool keeps = g_messages || g_options.logLevel >= int(LogKind::kDebug);
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)

@@ -29,6 +29,8 @@ struct ConsoleOptions {
 // with 128 + their number. May be called again with other options.
 void SetUpConsole(const ConsoleOptions& options);
 
+bool IsQuietConsole();  // errors only
+
 // From now on, what libraries write to standard error by themselves is dropped; messages still
 // arrive. Not at log level "debug".
 void SilenceLibraries();

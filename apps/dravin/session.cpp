@@ -126,23 +126,33 @@ Session::Session()
       m_formats(m_loaders) {
     RegisterDravinStorage(m_storage);
     m_host.SetUserInterface(MakeProgramInterface());
+    m_host.quiet = IsQuietConsole();
     RegisterDravinNodes(m_formats);
     RegisterDravinClasses(m_host.classes);
+    m_host.State<SessionLoaders>().loaders = m_loaders;
     StartRenderIntegration();
 }
+
+namespace {
+
+// What work(watch) gives, with a progress bar on a terminal when it takes a while.
+template <class Work>
+auto Watched(const char* title, const Work& work) {
+    WorkWatch watch;
+    ProgressBar bar(title);
+    PatientWatch patient(
+        bar, [&watch] { return watch.Share(); }, [&watch] { watch.Cancel(); });
+    return work(&watch);
+}
+
+}  // namespace
 
 // read(watch): the scene.
 template <class Reader>
 ExitCode Session::Take(const Reader& read) {
     if (!HasMainFolder()) PrintWarning(NoMainFolder());
     m_host.notifications.Broadcast(HostNotify::kFilePreOpen);
-    SceneReadResult result = [&] {
-        WorkWatch work;
-        ProgressBar bar("reading");
-        PatientWatch watch(
-            bar, [&work] { return work.Share(); }, [&work] { work.Cancel(); });
-        return read(&work);
-    }();
+    SceneReadResult result = Watched("reading", read);
     for (const std::string& warning : result.warnings) PrintWarning(warning);
     if (!result) {
         PrintError(result.error);
@@ -179,6 +189,12 @@ ExitCode Session::Parse(const std::string& text, const std::string& name,
     return code;
 }
 
+void Session::New() {
+    NoticePair making(HostNotify::kSystemPreNew, HostNotify::kSystemPostNew);
+    m_scene = std::make_unique<Scene>();
+    m_host.SetCurrentScene(m_scene.get());
+}
+
 ExitCode Session::Add(const std::string& text, const std::string& name) {
     std::string folder = std::filesystem::path(m_scene->path).parent_path().string();
     SceneAddResult result = AddSceneDescription(text, name, folder, m_formats, *m_scene);
@@ -191,21 +207,34 @@ ExitCode Session::Add(const std::string& text, const std::string& name) {
     return kExitDone;
 }
 
+TCommandResult Session::Run(const TCommandTable& commands, const std::string& name,
+                            const std::string& target, const TArguments& arguments) {
+    TCommandResult result = commands.Run(name, *m_scene, target, arguments);
+    if (result && (name.starts_with("geometry.") || name.starts_with("lod."))) LoadTemplates();
+    return result;
+}
+
 ExitCode Session::Save(const std::string& path) {
     std::string error;
     std::vector<std::string> warnings;
-    bool isSaved = IsDescriptionName(path)
-                       ? SaveSceneDescription(*m_scene, path, m_formats, &error)
-                       : SaveSceneFile(*m_scene, path, m_storage, &warnings, &error);
+    bool isCancelled = false;
+    bool isSaved = Watched("writing", [&](WorkWatch* watch) {
+        bool isDone = IsDescriptionName(path)
+                          ? SaveSceneDescription(*m_scene, path, m_formats, &error, watch)
+                          : SaveSceneFile(*m_scene, path, m_storage, &warnings, &error, watch);
+        isCancelled = watch->IsCancelled();
+        return isDone;
+    });
     for (const std::string& warning : warnings) PrintWarning(path + ": " + warning);
     if (isSaved) return kExitDone;
     PrintError(error);
-    return kExitNoOutput;
+    return isCancelled ? ExitCode(int(DescriptionErrorClass::kCancelled)) : kExitNoOutput;
 }
 
 // Rows of geometry lists and levels of detail name templates by name; their ids follow the
 // catalogue, and their models come into the scene.
 void Session::LoadTemplates() {
+    HoldSuspender noUndo(&m_scene->undo);
     for (const SceneDravin& dravin : AllObjects(*m_scene)) {
         TTreeSpecList rows(std::static_pointer_cast<IParamBlock2>(
             dravin.object->Block(kGeomParams).shared_from_this()));
@@ -245,23 +274,6 @@ bool Session::LoadTemplate(const INode& node, TSpecEntry& entry) {
     entry.templateName = names[size_t(id)];
     LoadTemplateNode(*templates.List()[size_t(id)], *m_scene, templates.Folder(), loader);
     return true;
-}
-
-TemplateNodes::TemplateNodes(Session& session) : m_scene(session.GetScene()) {
-    HoldSuspender noUndo(&m_scene.undo);
-    std::set<INode*> before(m_scene.Nodes().begin(), m_scene.Nodes().end());
-    session.LoadTemplates();
-    for (INode* node : m_scene.Nodes())
-        if (!before.contains(node)) m_nodes.push_back(node);
-}
-
-void TemplateNodes::Remove() {
-    HoldSuspender noUndo(&m_scene.undo);
-    std::vector<INode*> nodes = std::exchange(m_nodes, {});
-    for (size_t i = nodes.size(); i-- > 0;)
-        if (std::find(m_scene.Nodes().begin(), m_scene.Nodes().end(), nodes[i]) !=
-            m_scene.Nodes().end())
-            m_scene.DeleteNode(*nodes[i]);
 }
 
 std::optional<std::vector<SceneDravin>> Session::FindObjects(const std::string& name) {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "Dravin/build/dravin_build.h"
+#include "Dravin/commands/command_table.h"
 #include "Dravin/dravin.h"
 #include "Dravin/geometry/tree_spec_list.h"
 #include "apps/dravin/console.h"
@@ -31,15 +32,21 @@ public:
 
     // Reads the scene and loads the templates that its geometry lists name. Errors are printed.
     ExitCode Open(const std::string& path);
-    // Reads the scene alone, as commands do that write it again.
+    // Reads the scene alone.
     ExitCode Read(const std::string& path);
     // As Open, from text; relative files start from `folder`.
     ExitCode Parse(const std::string& text, const std::string& name, const std::string& folder);
+    // An empty scene.
+    void New();
     // Takes nodes, maps and materials of a description into the open scene, all or, with the error
     // printed, none.
     ExitCode Add(const std::string& text, const std::string& name);
-    // Loads the templates that geometry lists name, where rows have changed.
+    // Loads the templates that geometry lists name, where rows have changed. Their nodes stand in
+    // the scene while it is open, and are neither written nor recorded for undo.
     void LoadTemplates();
+    // Runs a command of the table, and loads the templates that it may have named.
+    TCommandResult Run(const TCommandTable& commands, const std::string& name,
+                       const std::string& target, const TArguments& arguments);
     // Writes the scene, whole or not at all: as a description where the name ends so, else as a
     // scene file. The error is printed.
     ExitCode Save(const std::string& path);
@@ -73,18 +80,6 @@ private:
 
 // Messages go the way of all messages, questions are answered with yes or no, and told.
 std::unique_ptr<IUserInterface> MakeProgramInterface(bool yes = false);
-
-// The nodes of the templates that geometry lists name: they come into a scene for builds only, and
-// leave it before it is written. Neither is recorded for undo.
-class TemplateNodes {
-public:
-    explicit TemplateNodes(Session& session);  // loads them
-    void Remove();
-
-private:
-    Scene& m_scene;
-    std::vector<INode*> m_nodes;
-};
 
 // Runs `work`, which builds the object, with a progress bar on a terminal when it takes a while.
 void WatchBuild(const SceneDravin& dravin, const std::function<void()>& work);

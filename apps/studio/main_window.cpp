@@ -21,6 +21,7 @@
 #include "apps/studio/qt_user_interface.h"
 #include "apps/studio/theme.h"
 #include "apps/studio/tools/view_tools.h"
+#include "apps/studio/view_state_teller.h"
 #include "apps/studio/viewport/quad_view.h"
 #include "apps/studio/windows/effect_windows.h"
 #include "apps/studio/windows/pack_toolbar.h"
@@ -57,6 +58,7 @@ MainWindow::MainWindow(StudioSession::MakeInterface makeInterface) {
     MakeMenus();
     MakeStatusLine();
     Listen();
+    m_viewState = std::make_unique<ViewStateTeller>(*m_session, *m_view);  // after who clears views
     resize(1440, 900);
     m_firstLayout = saveState();
     restoreGeometry(QSettings().value("window/geometry").toByteArray());
@@ -70,6 +72,7 @@ MainWindow::~MainWindow() {
     m_connections.clear();
     m_windows.reset();
     m_tools.reset();
+    m_viewState.reset();
     // Widgets hold on to the session.
     delete takeCentralWidget();
     for (QDockWidget* dock : findChildren<QDockWidget*>()) delete dock;

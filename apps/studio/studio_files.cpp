@@ -24,7 +24,13 @@ void StudioSession::Replace(std::unique_ptr<Session> session, const std::string&
     m_session = std::move(session);
     ContextScope scope(m_session->Host());
     m_session->Host().SetUserInterface(m_makeInterface());
-    m_templates = std::make_unique<TemplateNodes>(*m_session);
+    // Views are built beside the window, whoever asks for them.
+    m_session->Host().buildsAtOnce = false;
+    m_redraws = m_session->Host().redrawRequested.Connect([this] {
+        if (!m_running || !m_running->isView) m_viewWished = true;
+    });
+    m_lookWish.reset();
+    m_session->LoadTemplates();
     Scene& scene = m_session->GetScene();
     scene.undo.Clear();
     m_path = path;
@@ -73,11 +79,7 @@ void StudioSession::Load(const std::string& name, const std::string& path,
 }
 
 void StudioSession::NewScene() {
-    Load("New scene", "",
-         [](Session& session) {
-             return session.Parse(R"({"dravin_scene": 1, "nodes": []})", "new", ".");
-         },
-         {});
+    Load("New scene", "", [](Session& session) { return session.New(), int(kExitDone); }, {});
 }
 
 void StudioSession::Open(const std::string& path, Done done) {
@@ -102,10 +104,7 @@ void StudioSession::OpenDemo(const std::string& folder, Done done) {
 // In the job's thread.
 int StudioSession::Write(const std::string& path) {
     ContextScope scope(m_session->Host());
-    m_templates->Remove();
-    int code = m_session->Save(path);
-    m_templates = std::make_unique<TemplateNodes>(*m_session);
-    return code;
+    return m_session->Save(path);
 }
 
 void StudioSession::Save(const std::string& path, Done done) {

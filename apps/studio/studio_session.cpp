@@ -74,9 +74,9 @@ StudioSession::~StudioSession() {
 void StudioSession::DropSession() {
     if (!m_session) return;
     ContextScope scope(m_session->Host());
+    m_redraws.Disconnect();
     m_gesture.reset();
     m_toolGesture.reset();
-    m_templates.reset();
     m_session.reset();
 }
 
@@ -116,7 +116,24 @@ void StudioSession::Pump() {
     if (!m_running && m_viewWished) StartView();
 }
 
+void StudioSession::LookFrom(const std::optional<ViewState>& view, NodeHandle camera) {
+    m_lookWish = Look{view, camera};
+    if (IsFree() && !m_isEditing && m_session) TellView();
+}
+
+void StudioSession::TellView() {
+    if (!m_lookWish) return;
+    Look look = *std::exchange(m_lookWish, std::nullopt);
+    ContextScope scope(m_session->Host());
+    Scene& scene = m_session->GetScene();
+    INode* camera = scene.FindHandle(look.camera);
+    scene.SetView(look.view);
+    scene.SetViewCamera(camera ? std::static_pointer_cast<INode>(camera->shared_from_this())
+                               : nullptr);
+}
+
 void StudioSession::RunEdit(const Waiting& waiting) {
+    TellView();
     m_isEditing = true;
     ContextScope scope(m_session->Host());
     waiting.edit(m_session->GetScene());
@@ -268,6 +285,7 @@ float StudioSession::Progress() const {
 
 void StudioSession::StartView() {
     m_viewWished = false;
+    TellView();
     auto reports = std::make_shared<std::vector<ObjectReport>>();
     auto view = std::make_shared<std::shared_ptr<const TViewportScene>>();
     QElapsedTimer timer;
@@ -275,6 +293,7 @@ void StudioSession::StartView() {
     *view = m_view;
     Job job{"Building", true, [=, this] { BuildView(reports.get(), view.get()); },
             [=, this] {
+                m_session->Host().TakeRedraw();  // what the build itself asked for is drawn by it
                 if (m_stop) {
                     m_viewWished = !m_console->isCancelled;
                     return;
@@ -313,11 +332,7 @@ void StudioSession::Run(const std::string& command, const std::string& target, T
             TCommandResult::Error(command + " has not been finished"));
         auto work = [=, this] {
             ContextScope scope(m_session->Host());
-            *result = m_commands.Run(command, m_session->GetScene(), target, arguments);
-            if (*result && m_templates && command.starts_with("geometry.")) {
-                m_templates->Remove();
-                m_templates = std::make_unique<TemplateNodes>(*m_session);
-            }
+            *result = m_session->Run(m_commands, command, target, arguments);
         };
         auto ended = [=, this] {
             for (const std::string& warning : result->warnings)

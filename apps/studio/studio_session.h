@@ -13,6 +13,7 @@
 #include <deque>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -24,16 +25,14 @@
 #include "apps/studio/undo_marks.h"
 #include "host/base/signal.h"
 #include "host/params/hold.h"
-#include "host/scene/node.h"
+#include "host/scene/scene.h"
 
 class IUserInterface;
-class Scene;
 class Session;
 class StudioConsole;
 class TDravin;
 class TParamGesture;
 class TViewportScene;
-class TemplateNodes;
 class QTimer;
 
 enum class MessageLevel { kNote, kWarning, kError };
@@ -129,6 +128,11 @@ public:
     std::string Activity() const { return m_running ? m_running->name : ""; }
     void CancelJob();
 
+    // What the active view shows, and through which camera (0: none, a view of its own); the scene
+    // hears it as soon as it is free. Neither an undo step nor a change to be saved.
+    // view: none for one without perspective.
+    void LookFrom(const std::optional<ViewState>& view, NodeHandle camera);
+
     IUserInterface& Ui();
 
     // Who shows things listens. The scene is free while sceneReplaced and changed are sent.
@@ -158,6 +162,7 @@ private:
     // view: the last one, then the new one.
     void BuildView(std::vector<ObjectReport>* reports, std::shared_ptr<const TViewportScene>* view);
     void StopView();
+    void TellView();
     void Replace(std::unique_ptr<Session> session, const std::string& path);
     void Load(const std::string& name, const std::string& path, std::function<int(Session&)> read,
               Done done);
@@ -174,7 +179,6 @@ private:
     std::unique_ptr<StudioConsole> m_console;
     TCommandTable m_commands;
     std::unique_ptr<Session> m_session;
-    std::unique_ptr<TemplateNodes> m_templates;
     std::string m_path, m_undoName, m_redoName;
     UndoMarks m_marks;
     uint64_t m_savedMark = 0;
@@ -202,4 +206,10 @@ private:
 
     std::shared_ptr<const TViewportScene> m_view;
     std::vector<ObjectReport> m_reports;
+    struct Look {
+        std::optional<ViewState> view;
+        NodeHandle camera = 0;
+    };
+    std::optional<Look> m_lookWish;  // the scene has not heard of it yet
+    Connection m_redraws;
 };

@@ -34,8 +34,7 @@ bool PBClipboard::Copy(PBStore& rows, std::optional<ParamID> idColumn, TimeValue
 bool PBClipboard::Paste(PBStore& rows, TimeValue t) {
     HostContext* context = HostContext::Current();
     if (IsEmpty() || m_columns != ColumnsOf(rows)) {
-        if (context && !context->quiet)
-            context->UserInterface().MessageBox(kEmptyClipboardMessage, kMessageCaption);
+        if (context) context->UserInterface().MessageBox(kEmptyClipboardMessage, kMessageCaption);
         return false;
     }
     Hold* hold = CurrentHold();

@@ -168,7 +168,7 @@ std::optional<int> PBStore::SingleSelection(bool required) const {
     std::vector<int> rows = GetSelection();
     if (rows.size() == 1) return rows[0];
     HostContext* context = HostContext::Current();
-    if ((required || !rows.empty()) && context && !context->quiet)
+    if ((required || !rows.empty()) && context)
         context->UserInterface().MessageBox(kMultipleSelectionMessage, kMessageCaption);
     return std::nullopt;
 }

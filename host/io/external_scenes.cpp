@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include "host/base/text.h"
+#include "host/scene/derived_object.h"
 #include "host/scene/external_object.h"
 
 namespace {
@@ -99,4 +100,41 @@ std::shared_ptr<ExternalObject> ShowExternal(
     if (std::string warning = UnitWarning(*load.scene, shownIn, origin.file); !warning.empty())
         warnings->push_back(std::move(warning));
     return std::make_shared<ExternalObject>(origin, load.scene, *node);
+}
+
+namespace {
+
+// The external object that a node shows, below its modifiers; null where it shows another.
+ExternalObject* ExternalOf(const INode& node) {
+    Object* object = node.GetObjectRef();
+    while (auto* derived = dynamic_cast<DerivedObject*>(object)) object = derived->Base();
+    return dynamic_cast<ExternalObject*>(object);
+}
+
+void ShowInstead(INode& node, std::shared_ptr<ExternalObject> object) {
+    auto* derived = dynamic_cast<DerivedObject*>(node.GetObjectRef());
+    if (!derived) return node.SetObjectRef(std::move(object));
+    while (auto* below = dynamic_cast<DerivedObject*>(derived->Base())) derived = below;
+    derived->SetBase(std::move(object));
+}
+
+}  // namespace
+
+int RereadExternals(Scene& scene, ISceneLoaders& loaders, const std::string& file,
+                    std::vector<std::string>* warnings, std::string* error) {
+    std::map<ExternalObject*, std::shared_ptr<ExternalObject>> reread;
+    for (const INode* node : scene.Nodes())
+        if (ExternalObject* object = ExternalOf(*node))
+            if (file.empty() || object->Origin().file == file) reread[object] = nullptr;
+    loaders.ForgetScenes();
+    for (auto& [before, now] : reread) {
+        now = ShowExternal(before->Origin(), loaders, scene, nullptr, warnings,
+                           [&](const std::string& why, DescriptionErrorClass) { *error = why; });
+        if (!now) return 0;
+    }
+    for (INode* node : scene.Nodes()) {
+        auto it = reread.find(ExternalOf(*node));
+        if (it != reread.end()) ShowInstead(*node, it->second);
+    }
+    return int(reread.size());
 }

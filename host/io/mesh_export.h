@@ -31,11 +31,12 @@ struct MeshFilePart {
 
 struct MeshFileOptions {
     int threads = 1;
-    // Hears the finished share of the work in 0..1, in the calling thread.
-    std::function<void(float share)> progress = {};
+    // Hears the finished share of the work in 0..1, in the calling thread; false ends it.
+    std::function<bool(float share)> progress = {};
 };
 
-// False with a reason in `error`. `warnings`: what was left out, a sentence each.
+// False with a reason in `error` ("cancelled" at its end where `progress` ended it), and no file
+// written. `warnings`: what was left out, a sentence each.
 bool WriteObj(const std::string& path, std::span<const MeshFilePart> parts,
               const MeshFileOptions& options, std::vector<std::string>* warnings,
               std::string* error);

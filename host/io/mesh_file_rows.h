@@ -45,7 +45,7 @@ public:
     void Write(size_t count, const Row& row) {
         size_t threads = size_t(std::max(m_options.threads, 1));
         std::vector<TextBuffer> texts(threads);
-        for (size_t start = 0; start < count && !m_out.HasFailed();
+        for (size_t start = 0; start < count && !m_out.HasFailed() && !m_isCancelled;
              start += threads * kRowsPerPiece) {
             size_t pieces = std::min(threads, (count - start + kRowsPerPiece - 1) / kRowsPerPiece);
             ParallelFor(pieces, int(threads), [&](size_t piece) {
@@ -56,9 +56,13 @@ public:
             });
             for (size_t piece = 0; piece < pieces; ++piece) m_out.Write(texts[piece].Text());
             m_done += std::min(count - start, pieces * kRowsPerPiece);
-            if (m_options.progress) m_options.progress(float(m_done) / float(m_rows));
+            if (m_options.progress)
+                m_isCancelled = !m_options.progress(float(m_done) / float(m_rows));
         }
     }
+
+    // Nothing is appended any more: the file is not to be kept.
+    bool IsCancelled() const { return m_isCancelled; }
 
 private:
     static constexpr size_t kRowsPerPiece = 1 << 14;
@@ -66,4 +70,5 @@ private:
     AtomicFile& m_out;
     const MeshFileOptions& m_options;
     uint64_t m_rows, m_done = 0;
+    bool m_isCancelled = false;
 };

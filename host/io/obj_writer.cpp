@@ -70,6 +70,8 @@ public:
         m_firstNormal += mesh.normals.verts.size();
     }
 
+    bool IsCancelled() const { return m_rows.IsCancelled(); }
+
 private:
     // With the statements before it that say what has changed since the face before.
     void FaceRow(const ShownMesh& shown, size_t f, const MapChannel* map,
@@ -147,6 +149,7 @@ bool WriteObj(const std::string& path, std::span<const MeshFilePart> parts,
     MtlWriter materials(std::filesystem::absolute(path).parent_path().string(), warnings);
     ObjWriter writer(file, options, materials, rows + verts + uvs + normals);
     for (const ShownMesh& mesh : shown) writer.Add(mesh);
+    if (writer.IsCancelled()) return *error = path + ": cancelled", false;
     if (!hasMaterials) return file.Commit(error);
     library.Write(materials.Text());
     AtomicFile* both[] = {&library, &file};

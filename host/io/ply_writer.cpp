@@ -96,5 +96,6 @@ bool WritePly(const std::string& path, std::span<const MeshFilePart> parts,
         WriteFaces(mesh, firstVert, hasMapping, writer);
         firstVert += mesh.numVerts;
     }
+    if (writer.IsCancelled()) return *error = path + ": cancelled", false;
     return file.Commit(error);
 }

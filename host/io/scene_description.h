@@ -92,6 +92,8 @@ public:
     // The scene of another scene file, whose objects are shown from there; the same one for all
     // that ask for a file while any of them keeps it.
     virtual ExternalSceneLoad LoadScene(const std::string& path, WorkWatch* watch);
+    // The next request for a scene reads its file again, whoever keeps the one read before.
+    virtual void ForgetScenes() {}
     virtual std::shared_ptr<const Mesh> MakePrimitive(const PrimitiveOrigin& origin) = 0;
     virtual TexmapLoad MakeTexmap(const TexmapDescription& description) = 0;
     // The inverse of MakeTexmap; false for a map of another kind.
@@ -275,9 +277,11 @@ SceneAddResult AddSceneDescription(std::string_view text, const std::string& nam
                                    const std::string& folder, const SceneFormats& formats,
                                    Scene& scene);
 
-// The scene as text, for a file in `folder`.
+// The scene as text, for a file in `folder`. watch: hears how far the writing is; the text of one
+// that it cancelled is of no use. Null: nobody waits.
 std::string WriteSceneDescription(const Scene& scene, const std::string& folder,
-                                  const SceneFormats& formats);
-// Writes the file, whole or not at all. False with a reason in `error`.
+                                  const SceneFormats& formats, WorkWatch* watch = nullptr);
+// Writes the file, whole or not at all. False with a reason in `error` ("cancelled" at its end
+// where `watch` did that).
 bool SaveSceneDescription(const Scene& scene, const std::string& path, const SceneFormats& formats,
-                          std::string* error);
+                          std::string* error, WorkWatch* watch = nullptr);

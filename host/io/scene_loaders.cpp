@@ -50,6 +50,11 @@ public:
         return m_scenes ? m_scenes->Load(path, watch) : ISceneLoaders::LoadScene(path, watch);
     }
 
+    void ForgetScenes() override {
+        m_models.clear();  // their files may have changed with them
+        if (m_scenes) m_scenes->Forget();
+    }
+
     // One object of a file, or all joined. Nodes that name the same share one mesh.
     LoadedModel LoadMesh(const FileOrigin& origin, double unitScale, const std::string& folder,
                          const WorkWatch* watch) override {

@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/base/atomic_file.h"
+#include "host/base/work_watch.h"
 #include "host/io/json_places.h"
 #include "host/io/scene_classes.h"
 #include "host/io/scene_keys.h"
@@ -155,7 +156,7 @@ Json WriteSettings(const Writer& writer) {
 }  // namespace
 
 std::string WriteSceneDescription(const Scene& scene, const std::string& folder,
-                                  const SceneFormats& formats) {
+                                  const SceneFormats& formats, WorkWatch* watch) {
     Writer writer(scene, folder, formats);
     Json keys = WriteSettings(writer);
     if (Json layers = WriteLayers(scene); !layers.empty()) keys["layers"] = layers;
@@ -164,19 +165,24 @@ std::string WriteSceneDescription(const Scene& scene, const std::string& folder,
         if (Json own = WriteEntity(formats.Materials(), *mtl, writer); !own.is_null())
             keys["materials"][name] = own;
     keys["nodes"] = Json::array();
+    auto write = [&](INode* node) {
+        if (node->isTransient || IsCancelled(watch)) return;
+        if (watch) watch->Tell(float(keys["nodes"].size()) / float(scene.Nodes().size()));
+        keys["nodes"].push_back(WriteNode(*node, writer));
+    };
     // Depth first, so that parents stand before their children.
     for (int i = 0; i < scene.GetRootNode()->NumberOfChildren(); ++i)
-        VisitNodes(scene.GetRootNode()->GetChildNode(i),
-                   [&](INode* node) { keys["nodes"].push_back(WriteNode(*node, writer)); });
+        VisitNodes(scene.GetRootNode()->GetChildNode(i), write);
     return PrettyJson(keys);
 }
 
 bool SaveSceneDescription(const Scene& scene, const std::string& path, const SceneFormats& formats,
-                          std::string* error) {
+                          std::string* error, WorkWatch* watch) {
     NoticePair saving(HostNotify::kFilePreSave, HostNotify::kFilePostSave);
     AtomicFile file;
     if (!file.Open(path, error)) return false;
-    file.Write(
-        WriteSceneDescription(scene, std::filesystem::path(path).parent_path().string(), formats));
+    std::string folder = std::filesystem::path(path).parent_path().string();
+    file.Write(WriteSceneDescription(scene, folder, formats, watch));
+    if (IsCancelled(watch)) return *error = path + ": cancelled", false;
     return file.Commit(error);
 }

@@ -73,6 +73,11 @@ void HostContext::SetAnimating(bool animating) {
     InstallEdits();
 }
 
+void HostContext::SetUserInterface(std::unique_ptr<IUserInterface> userInterface) {
+    m_quietInterface = std::make_unique<QuietUserInterface>(*userInterface);
+    m_userInterface = std::move(userInterface);
+}
+
 void HostContext::RequestRedraw() {
     if (std::exchange(m_needsRedraw, true)) return;
     redrawRequested.Send();

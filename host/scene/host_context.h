@@ -82,6 +82,9 @@ public:
     NotificationHub notifications;
     ClassRegistry classes;  // the host's own stand there already
     bool quiet = false;     // no boxes, no questions: a batch run
+    // Objects that a view shows are built as soon as they have changed. Off: who draws the views
+    // asks for the builds, beside the thread that makes changes, say.
+    bool buildsAtOnce = true;
 
     // The scene that is being worked on; null for none. It must outlive its place here, or be
     // dropped in a thread where this session is current.
@@ -100,10 +103,9 @@ public:
     // Whether views are to be drawn; they count as drawn from now on.
     bool TakeRedraw() { return std::exchange(m_needsRedraw, false); }
 
-    IUserInterface& UserInterface() { return *m_userInterface; }
-    void SetUserInterface(std::unique_ptr<IUserInterface> userInterface) {
-        m_userInterface = std::move(userInterface);
-    }
+    // The one that was set; in quiet mode one in front of it that shows and asks nothing.
+    IUserInterface& UserInterface() { return quiet ? *m_quietInterface : *m_userInterface; }
+    void SetUserInterface(std::unique_ptr<IUserInterface> userInterface);
 
     // The one object of type T that a module keeps for the process; made at the first call, dropped
     // with the context in reverse order.
@@ -129,12 +131,14 @@ private:
     Hold m_ownHold;
     bool m_needsRedraw = false;
     std::unique_ptr<IUserInterface> m_userInterface = std::make_unique<ConsoleUserInterface>();
+    std::unique_ptr<IUserInterface> m_quietInterface =
+        std::make_unique<QuietUserInterface>(*m_userInterface);
     std::unordered_map<std::type_index, size_t> m_stateIndex;
     std::vector<std::shared_ptr<void>> m_states;
 };
 
 // Tells the current session, if there is one, what begins when this is made and ends when it goes:
-// kPreRender and kPostRender, kFilePreSave and kFilePostSave.
+// kPreRender and kPostRender, kFilePreSave and kFilePostSave, kFilePreMerge and kFilePostMerge.
 class NoticePair {
 public:
     NoticePair(HostNotify before, HostNotify after);

@@ -59,6 +59,8 @@ public:
 
     Property<bool> renderable{this, true};
     Property<bool> castsShadows{this, true};  // in renderings
+    // Stands in the scene while it is open and comes back by itself: left out where it is written.
+    bool isTransient = false;
     Property<Color> wireColor{this, {0.6f, 0.6f, 0.6f}};
     Property<int> id{this, 0};  // the user's integer identifier
     Property<bool> selectable{this, true};

@@ -71,6 +71,7 @@ Scene::~Scene() {
 // --- view and time
 
 void Scene::SetView(const std::optional<ViewState>& view) {
+    if (view == m_view) return;
     m_view = view;
     Announce(HostNotify::kViewChanged);
 }
@@ -80,6 +81,7 @@ void Scene::SetRenderCamera(std::shared_ptr<INode> camera) {
 }
 
 void Scene::SetViewCamera(std::shared_ptr<INode> camera) {
+    if (camera.get() == m_viewCamera.Get()) return;
     m_viewCamera = std::move(camera);
     Announce(HostNotify::kViewChanged);
 }
@@ -88,7 +90,9 @@ std::optional<ViewState> Scene::ActiveView(TimeValue t) const {
     INode* node = m_viewCamera.Get();
     auto* camera = node ? dynamic_cast<CameraObject*>(node->GetObjectRef()) : nullptr;
     if (!camera) return m_view;
-    return ViewState{node->GetNodeTM(t), camera->fovDegrees.At(t)};
+    ViewState through{node->GetNodeTM(t), camera->fovDegrees.At(t)};
+    if (m_view) through.width = m_view->width, through.height = m_view->height;
+    return through;
 }
 
 void Scene::SetTime(TimeValue t) {

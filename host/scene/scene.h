@@ -24,6 +24,7 @@
 struct ViewState {
     Matrix3 transform;
     float fovDegrees = 45;
+    int width = 0, height = 0;  // of what it is shown in, pixels; 0: nowhere yet
     friend bool operator==(const ViewState&, const ViewState&) = default;
 };
 

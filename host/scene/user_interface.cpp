@@ -2,6 +2,10 @@
 
 #include <cstdio>
 
+#include <fmt/format.h>
+
+#include "host/base/log.h"
+
 namespace {
 
 template <class T>
@@ -28,6 +32,20 @@ Answer ConsoleUserInterface::Question(const std::string& text, const std::string
 
 void ConsoleUserInterface::ListenerPrint(const std::string& text) {
     std::fputs((text + "\n").c_str(), stderr);
+}
+
+void QuietUserInterface::MessageBox(const std::string& text, const std::string& caption,
+                                    MessageKind kind) {
+    LogKind level = kind == MessageKind::kError     ? LogKind::kError
+                    : kind == MessageKind::kWarning ? LogKind::kWarning
+                                                    : LogKind::kNormal;
+    Log(level, fmt::format("{}: {}", caption, text));
+}
+
+Answer QuietUserInterface::Question(const std::string& text, const std::string& caption,
+                                    QuestionKind kind) {
+    Log(LogKind::kNormal, fmt::format("{}: {} (answered no)", caption, text));
+    return Answer::kNo;
 }
 
 void ScriptedUserInterface::MessageBox(const std::string& text, const std::string& caption,

@@ -73,6 +73,35 @@ public:
     void ListenerPrint(const std::string& text) override;
 };
 
+// Asks nobody and shows no box, for batch runs: messages become lines of the log, questions answer
+// no, nothing is picked. The prompt, the listener and progress go where they always go.
+class QuietUserInterface : public IUserInterface {
+public:
+    // heard: outlives this.
+    explicit QuietUserInterface(IUserInterface& heard) : m_heard(heard) {}
+
+    void MessageBox(const std::string& text, const std::string& caption, MessageKind kind) override;
+    Answer Question(const std::string& text, const std::string& caption,
+                    QuestionKind kind) override;
+    std::optional<std::string> PickFile(const FileRequest& request) override { return {}; }
+    std::optional<std::vector<std::string>> SelectByName(
+        const std::string& title, const std::vector<std::string>& names,
+        const std::vector<std::string>& ticked) override {
+        return {};
+    }
+    std::optional<std::string> AskText(const std::string& prompt, const std::string&) override {
+        return {};
+    }
+    void SetPrompt(const std::string& text) override { m_heard.SetPrompt(text); }
+    void ListenerPrint(const std::string& text) override { m_heard.ListenerPrint(text); }
+    void ProgressStart(const std::string& title) override { m_heard.ProgressStart(title); }
+    bool ProgressUpdate(int percent) override { return m_heard.ProgressUpdate(percent); }
+    void ProgressEnd() override { m_heard.ProgressEnd(); }
+
+private:
+    IUserInterface& m_heard;
+};
+
 // Records what it is told, and answers from queues that are filled beforehand. An empty queue
 // answers as the console does.
 class ScriptedUserInterface : public IUserInterface {

@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 
+#include "host/base/work_watch.h"
 #include "host/params/param_block.h"
 #include "host/scene/host_context.h"
 #include "host/storage/mesh_storage.h"
@@ -17,18 +18,20 @@ using TargetPtr = std::shared_ptr<ReferenceTarget>;
 class SceneSaver {
 public:
     SceneSaver(Scene& scene, const SceneStorage& storage, std::string folder, ChunkWriter& out,
-               std::vector<std::string>* warnings)
+               std::vector<std::string>* warnings, WorkWatch* watch)
         : m_scene(scene),
           m_storage(storage),
           m_folder(std::move(folder)),
           m_out(out),
-          m_warnings(warnings) {
+          m_warnings(warnings),
+          m_watch(watch) {
         if (HostContext* host = HostContext::Current()) m_classes = &host->classes;
         m_unknown = static_cast<const UnknownSceneParts*>(scene.unknownParts.get());
     }
 
     void Save() {
-        for (INode* node : m_scene.Nodes()) IndexOf(node->shared_from_this());
+        for (INode* node : m_scene.Nodes())
+            if (!node->isTransient) IndexOf(node->shared_from_this());
         WriteSettings();
         WriteLayers();
         WriteNames(kTexmapsChunk, m_scene.Texmaps());
@@ -70,7 +73,8 @@ private:
 
     // Nodes outside the scene, and what is of no lasting kind, are referred to by nobody who reads.
     bool IsStored(const ReferenceTarget& target) {
-        if (auto* node = dynamic_cast<const INode*>(&target)) return node->GetScene() == &m_scene;
+        if (auto* node = dynamic_cast<const INode*>(&target))
+            return node->GetScene() == &m_scene && !node->isTransient;
         ClassId id = target.Class().id;
         if (m_storage.IsLeftOut(id)) return false;
         const ClassStorage* storage = m_storage.Find(id);
@@ -133,7 +137,9 @@ private:
 
     void WriteEntities() {
         m_out.BeginChunk(kEntitiesChunk);
-        for (size_t i = 0; i < m_entries.size() && !m_out.HasFailed(); ++i) {
+        for (size_t i = 0; i < m_entries.size() && !m_out.HasFailed() && !IsCancelled(m_watch);
+             ++i) {
+            if (m_watch) m_watch->Tell(float(i) / float(m_entries.size()));
             Entry entry = m_entries[i];  // the list grows meanwhile
             m_out.BeginChunk(kEntityChunk);
             WriteEntity(entry);
@@ -195,6 +201,7 @@ private:
     void WriteMeshes() {
         m_out.BeginChunk(kMeshesChunk);
         for (const auto& mesh : m_meshes.All()) {
+            if (IsCancelled(m_watch)) break;
             m_out.BeginChunk(kMeshChunk);
             WriteMesh(m_out, *mesh);
             m_out.EndChunk();
@@ -205,7 +212,7 @@ private:
     void WriteNodes() {
         std::vector<StoredNode> nodes;
         VisitNodes(m_scene.GetRootNode(), [&](INode* node) {
-            if (node->IsRootNode()) return;
+            if (node->IsRootNode() || node->isTransient) return;
             INode* parent = node->GetParentNode();
             nodes.push_back({m_index.at(node), node->GetHandle(),
                              parent->IsRootNode() ? kNoEntity : m_index.at(parent)});
@@ -217,7 +224,8 @@ private:
 
     void WriteSelection() {
         std::vector<uint32_t> selected;
-        for (INode* node : m_scene.Selection()) selected.push_back(m_index.at(node));
+        for (INode* node : m_scene.Selection())
+            if (!node->isTransient) selected.push_back(m_index.at(node));
         m_out.BeginChunk(kSelectionChunk);
         m_out.WriteArray(std::span<const uint32_t>(selected));
         m_out.EndChunk();
@@ -228,6 +236,7 @@ private:
     std::string m_folder;
     ChunkWriter& m_out;
     std::vector<std::string>* m_warnings;
+    WorkWatch* m_watch;
     const ClassRegistry* m_classes = nullptr;
     const UnknownSceneParts* m_unknown;
     std::set<ClassId> m_told;
@@ -241,9 +250,9 @@ private:
 namespace {
 
 void SaveTo(ChunkWriter& out, Scene& scene, const std::string& folder, const SceneStorage& storage,
-            std::vector<std::string>* warnings) {
+            std::vector<std::string>* warnings, WorkWatch* watch) {
     NoticePair saving(HostNotify::kFilePreSave, HostNotify::kFilePostSave);
-    SceneSaver(scene, storage, folder, out, warnings).Save();
+    SceneSaver(scene, storage, folder, out, warnings, watch).Save();
     if (out.NumMendedTexts() > 0)
         warnings->push_back(fmt::format("{} texts are not UTF-8; what is wrong in them is replaced",
                                         out.NumMendedTexts()));
@@ -252,10 +261,12 @@ void SaveTo(ChunkWriter& out, Scene& scene, const std::string& folder, const Sce
 }  // namespace
 
 bool SaveSceneFile(Scene& scene, const std::string& path, const SceneStorage& storage,
-                   std::vector<std::string>* warnings, std::string* error) {
+                   std::vector<std::string>* warnings, std::string* error, WorkWatch* watch) {
     ChunkWriter out;
     if (!out.OpenFile(path, kSceneFileKind, error)) return false;
-    SaveTo(out, scene, std::filesystem::path(path).parent_path().string(), storage, warnings);
+    SaveTo(out, scene, std::filesystem::path(path).parent_path().string(), storage, warnings,
+           watch);
+    if (IsCancelled(watch)) return *error = path + ": cancelled", false;
     return out.Commit(error);
 }
 
@@ -264,6 +275,6 @@ std::optional<std::string> SaveSceneBytes(Scene& scene, const std::string& folde
                                           std::vector<std::string>* warnings, std::string* error) {
     ChunkWriter out;
     out.OpenMemory(kSceneFileKind);
-    SaveTo(out, scene, folder, storage, warnings);
+    SaveTo(out, scene, folder, storage, warnings, nullptr);
     return out.TakeBytes(error);
 }

@@ -10,9 +10,11 @@
 #include "host/storage/class_storage.h"
 
 // Writes the file, whole or not at all. What cannot be stored is told in `warnings`. False with a
-// reason in `error`.
+// reason in `error` ("cancelled" at its end where `watch` did that). watch: hears how far the
+// writing is, and may cancel; null: nobody waits.
 bool SaveSceneFile(Scene& scene, const std::string& path, const SceneStorage& storage,
-                   std::vector<std::string>* warnings, std::string* error);
+                   std::vector<std::string>* warnings, std::string* error,
+                   WorkWatch* watch = nullptr);
 
 // The same as bytes, of a file that would lie in `folder`. None with a reason in `error`.
 std::optional<std::string> SaveSceneBytes(Scene& scene, const std::string& folder,

@@ -80,7 +80,8 @@ class Scene:
         return content
 
     def save(self, path: Path) -> None:
-        """Writes the scene description, whole or not at all. Maps that were made of arrays become
+        """Writes the scene, whole or not at all: as a description where the path ends with
+        ".json", else as a scene file. Maps that were made of arrays become
         image files beside it, named after the scene and the map."""
         path = os.fspath(path)
         for name in self._engine.texmaps():

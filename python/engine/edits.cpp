@@ -34,7 +34,7 @@ py::object Run(const std::shared_ptr<OpenScene>& self, const std::string& comman
     self->GetSession().Host().SetUserInterface(MakeProgramInterface(yes));
     TCommandResult result;
     call.Run(progress,
-             [&] { result = MakeCommandTable().Run(command, self->GetScene(), object, inputs); });
+             [&] { result = self->GetSession().Run(MakeCommandTable(), command, object, inputs); });
     for (const std::string& warning : result.warnings) PrintWarning(command + ": " + warning);
     if (!result) RaiseError(kExitFailed, result.error);
     call.Finish();

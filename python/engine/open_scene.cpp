@@ -134,15 +134,12 @@ std::vector<std::string> KeysOf(const Entities& entities) {
 
 void Save(const std::shared_ptr<OpenScene>& self, const std::string& path) {
     Call call(&self->GetSession());
-    std::string error;
-    bool isSaved = false;
+    ExitCode code = kExitDone;
     call.Run(py::none(), [&] {
-        isSaved =
-            SaveSceneDescription(self->GetScene(), path, self->GetSession().Formats(), &error);
-        if (isSaved) self->GetScene().path = path;
+        code = self->GetSession().Save(path);
+        if (code == kExitDone) self->GetScene().path = path;
     });
-    if (!isSaved) RaiseError(kExitNoOutput, error);
-    call.Finish();
+    call.Finish(code);
 }
 
 }  // namespace

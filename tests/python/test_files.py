@@ -1,10 +1,12 @@
 """Exports: every ending of the command line, whole or not at all."""
 
+import copy
+import json
 import os
 import unittest
 
 import dravin
-from scenes import TestCase, field
+from scenes import FIELD, TestCase, field
 
 
 class Exports(TestCase):
@@ -53,6 +55,44 @@ class Exports(TestCase):
         with self.assertRaisesRegex(dravin.UsageError, 'is an input of this scene'):
             first.build([self.file('s.json')])
         second['Field'].export(self.file('t.json'))
+
+
+class OtherScenes(TestCase):
+    def test_are_read_again_while_the_scene_is_open(self):
+        library = {'dravin_scene': 1, 'nodes': [
+            {'name': 'oak', 'type': 'box', 'width': 1, 'length': 1, 'height': 2}]}
+        write = lambda text: (self.folder / 'library.json').write_text(text)
+        write(json.dumps(library))
+        description = copy.deepcopy(FIELD)
+        description['nodes'][1] = {'name': 'cube', 'type': 'external', 'hidden': True,
+                                   'file': self.file('library.json'), 'object': 'oak'}
+        scene = dravin.Scene.from_dict(description)
+        height = lambda: float(scene['Field'].build().items.height[0])
+        before = height()
+        library['nodes'][0]['height'] = 6
+        write(json.dumps(library))
+        self.assertAlmostEqual(height(), before)
+        self.assertEqual(scene.run('scene.reread_externals'), 1)
+        self.assertAlmostEqual(height() / before, 3, places=4)
+        scene.run('scene.undo')
+        self.assertAlmostEqual(height(), before)
+        scene.run('scene.redo')
+        write('nonsense')
+        with self.assertRaisesRegex(dravin.Error, 'library.json'):
+            scene.run('scene.reread_externals')
+        self.assertAlmostEqual(height() / before, 3, places=4)
+        with self.assertRaisesRegex(dravin.Error, 'no object of the file "none.json"'):
+            scene.run('scene.reread_externals', file='none.json')
+
+
+class Saving(TestCase):
+    def test_writes_either_form(self):
+        scene = field()
+        scene.save(self.file('s.dravin'))
+        again = dravin.Scene.load(self.file('s.dravin'))
+        self.assertEqual(again['Field'].build().items.count, 1600)
+        with self.assertRaises(dravin.OutputError):
+            scene.save(self.file('none/s.json'))
 
 
 if __name__ == '__main__':

@@ -136,8 +136,14 @@ void ViewportWidget::LookThroughCamera() {
         m_navigation.Remember();
         m_navigation.LookFrom(node.toWorld, node.slopeX);
         CameraChanged();
+        m_throughCamera = node.handle;
         return;
     }
+}
+
+void ViewportWidget::StartFrom(const Matrix3& camera, float slope) {
+    m_navigation.LookFrom(camera, slope);
+    m_wasFramed = true;
 }
 
 void ViewportWidget::ShowGizmo(GizmoTool tool, const Matrix3& frame) {
@@ -156,6 +162,7 @@ void ViewportWidget::SetTool(IViewTool* tool) {
 }
 
 void ViewportWidget::CameraChanged() {
+    m_throughCamera = 0;
     AskPicture(true);
     m_rest->start();
     if (onCameraChanged) onCameraChanged();

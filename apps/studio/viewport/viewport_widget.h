@@ -81,6 +81,11 @@ public:
     // After changes to the navigation from outside.
     void CameraChanged();
     void LookThroughCamera();  // the first of the scene; without one nothing changes
+    // The camera that the view was put at and has not left since; 0: none.
+    NodeHandle ThroughCamera() const { return m_throughCamera; }
+    // The next scene is not framed but seen from there. slope: half the width of the view at
+    // distance 1.
+    void StartFrom(const Matrix3& camera, float slope);
     TransformGizmo& Gizmo() { return m_gizmo; }
     void ShowGizmo(GizmoTool tool, const Matrix3& frame);
     // Null: none. It must live until another one is set; a gesture of the one before is cancelled.
@@ -169,6 +174,7 @@ private:
     std::vector<Point3> m_hoveredCorners;
     QPoint m_lastClick{-1000, -1000};
     size_t m_clickTurn = 0;
+    NodeHandle m_throughCamera = 0;
     uint64_t m_pickNumber = 0;
     std::map<uint64_t, PickMode> m_modes;
     QTimer* m_rest;

@@ -125,3 +125,65 @@ TEST(CommandText, ResultsAreJson) {
     EXPECT_EQ(CommandValueText(ParamInput(ParamInput::Array{1, 2.5, "a", {}})),
               "[1,2.5,\"a\",null]");
 }
+
+TEST_F(EditCommand, TakesMaterialsOfOtherScenes) {
+    m_folder.Write("library.json", R"({"dravin_scene": 1, "nodes": [],
+ "texmaps": {"veins": {"type": "checker"}},
+ "materials": {"leaf": {"type": "standard", "diffuse_map": "veins"}}})");
+    ProgramRun run = Dravin(
+        "edit wood.json --do 'material.load library=library.json material=leaf nodes=[\"tree\"]' "
+        "-o out.json");
+    ASSERT_EQ(run.code, 0) << run.err;
+    EXPECT_THAT(m_folder.Read("out.json"), HasSubstr("\"veins\""));
+    EXPECT_THAT(m_folder.Read("out.json"), HasSubstr("\"material\": \"leaf\""));
+    run = Dravin("edit wood.json --do 'material.load library=none.json material=leaf' -o out.json");
+    EXPECT_EQ(run.code, 1);
+    EXPECT_THAT(run.err, HasSubstr("Error loading material library:"));
+    EXPECT_THAT(run.err, HasSubstr("none.json"));
+}
+
+TEST_F(EditCommand, JoinsMeshes) {
+    m_folder.Write("wood.json", R"({"dravin_scene": 1, "nodes": [
+  {"name": "stem", "type": "box", "width": 1, "length": 1, "height": 2},
+  {"name": "crown", "type": "sphere", "radius": 1, "position": [0, 0, 2]}]})");
+    ProgramRun run = Dravin(
+        "edit wood.json --object stem --do 'node.attach nodes=[\"crown\"] name=tree' "
+        "-o out.dravin");
+    ASSERT_EQ(run.code, 0) << run.err;
+    EXPECT_EQ(run.out, "tree\n");
+    run = Dravin("info out.dravin");
+    ASSERT_EQ(run.code, 0) << run.err;
+    EXPECT_THAT(run.out, HasSubstr("tree"));
+    EXPECT_THAT(run.out, testing::Not(HasSubstr("crown")));
+    run = Dravin("edit wood.json --object stem --do 'node.attach nodes=[\"oak\"]' -o out.json");
+    EXPECT_EQ(run.code, 1);
+    EXPECT_THAT(run.err, HasSubstr("the scene has no node \"oak\""));
+}
+
+TEST_F(EditCommand, RunsScriptFiles) {
+    m_folder.Write("mesh.ms",
+                   "convertToMesh $tree\n$tree.pivot = "
+                   "[$tree.center.x,$tree.center.y,$tree.min.z]\n");
+    ProgramRun run = Dravin("edit wood.json --do 'script.run file=mesh.ms' -o out.dravin");
+    EXPECT_EQ(run.code, 0) << run.err;
+    run = Dravin("edit wood.json --do 'script.run file=none.ms' -o out.json");
+    EXPECT_EQ(run.code, 1);
+    EXPECT_THAT(run.err, HasSubstr("none.ms"));
+    m_folder.Write("bad.ms", "doSomething 1\n");
+    run = Dravin("edit wood.json --do 'script.run file=bad.ms' -o out.json");
+    EXPECT_EQ(run.code, 1);
+    EXPECT_THAT(run.err, HasSubstr("doSomething 1"));
+}
+
+TEST_F(EditCommand, TemplatesStandInTheSceneOnlyWhileItIsOpen) {
+    m_folder.Write("wood.json", R"({"dravin_scene": 1, "nodes": [
+  {"name": "ground", "type": "plane", "width": 20, "length": 20},
+  {"name": "wood", "type": "dravin", "params": {"surflist": ["ground"]},
+   "geometry": [{"kind": "template", "template": "Birch", "name": "b"}]}]})");
+    for (const char* out : {"out.json", "out.dravin"}) {
+        ProgramRun run =
+            Dravin(std::string("edit wood.json --do 'param.set name=seed value=7' -o ") + out);
+        ASSERT_EQ(run.code, 0) << run.err;
+        EXPECT_THAT(m_folder.Read(out), testing::Not(HasSubstr("_dravin_template")));
+    }
+}

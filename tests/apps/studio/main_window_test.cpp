@@ -3,6 +3,7 @@
 
 #include "apps/studio/command_form.h"
 #include "apps/studio/command_palette.h"
+#include "apps/studio/viewport/quad_view.h"
 #include "tests/apps/studio/studio_window.h"
 
 TEST_F(StudioWindow, OpensBuildsAndShowsItems) {
@@ -228,4 +229,57 @@ TEST_F(StudioWindow, AFormReadsWhatACommandTakes) {
     EXPECT_FALSE(form.Read(&arguments));
     CommandForm needed(*Session().Commands().Find("param.set"), {}, window.get());
     EXPECT_FALSE(needed.Read(&arguments));
+}
+
+TEST_F(StudioWindow, TheSceneKnowsItsActiveView) {
+    OpenSmall();
+    ViewportWidget& view = window->Views().ActiveView();
+    std::string before = Saved("a.json");
+    view.Navigation().Orbit(40, 10, {});
+    view.CameraChanged();
+    std::optional<ViewState> told;
+    EXPECT_TRUE(hand::Wait([&] {
+        Session().Look([&](Scene& scene) { told = scene.View(); });
+        return told.has_value();
+    }));
+    EXPECT_EQ(told->transform, view.Navigation().Pose().Transform());
+    EXPECT_EQ(told->width, view.PictureSize().width());
+    EXPECT_EQ(told->height, view.PictureSize().height());
+    EXPECT_FALSE(Session().IsModified());
+    view.LookThroughCamera();
+    NodeHandle seenThrough = 0;
+    EXPECT_TRUE(hand::Wait([&] {
+        Session().Look([&](Scene& scene) {
+            seenThrough = scene.ViewCamera() ? scene.ViewCamera()->GetHandle() : 0;
+        });
+        return seenThrough != 0;
+    }));
+    EXPECT_EQ(seenThrough, view.ThroughCamera());
+    // Saved, the scene opens with the same view.
+    view.Navigation().Orbit(15, 0, {});
+    view.CameraChanged();
+    EXPECT_TRUE(hand::Wait([&] {
+        Session().Look(
+            [&](Scene& scene) { told = scene.ViewCamera() ? std::nullopt : scene.View(); });
+        return told.has_value();
+    }));
+    Matrix3 pose = view.Navigation().Pose().Transform();
+    Session().Save(folder.File("scene.json"));
+    Rest();
+    Session().NewScene();
+    Rest();
+    view.Navigation().Orbit(100, 0, {});
+    window->OpenFile(folder.File("scene.json"));
+    Rest();
+    Matrix3 restored = view.Navigation().Pose().Transform();
+    for (int row = 0; row < 4; ++row)
+        EXPECT_LT(Length(restored.row[row] - pose.row[row]), 1e-3f) << row;
+}
+
+TEST_F(StudioWindow, ANewSceneIsEmpty) {
+    OpenSmall();
+    Session().NewScene();
+    Rest();
+    EXPECT_TRUE(Session().Path().empty());
+    Session().Look([](Scene& scene) { EXPECT_TRUE(scene.Nodes().empty()); });
 }

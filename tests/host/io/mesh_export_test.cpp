@@ -1,5 +1,7 @@
 #include "host/io/mesh_export.h"
 
+#include <filesystem>
+
 #include <gmock/gmock.h>
 
 #include "host/geom/mesh_tools.h"
@@ -199,4 +201,18 @@ TEST_F(MeshExport, ObjHasNormalsWithoutMapping) {
     const Mesh read = *Read("n.obj").objects.at(0).mesh;
     ASSERT_FALSE(read.normals.IsEmpty());
     EXPECT_EQ(read.normals.verts[read.normals.faces[5][1]], (Point3{0, 0, 1}));
+}
+
+TEST_F(MeshExport, EndsWithoutAFileWhenItIsCancelled) {
+    for (const char* file : {"a.obj", "a.ply"}) {
+        MeshFileOptions options;
+        int told = 0;
+        options.progress = [&told](float) { return ++told < 2; };
+        auto write = std::string(file).ends_with(".obj") ? WriteObj : WritePly;
+        EXPECT_FALSE(write(m_folder.File(file), {&m_part, 1}, options, &m_warnings, &m_error));
+        EXPECT_EQ(m_error, m_folder.File(file) + ": cancelled");
+        EXPECT_EQ(told, 2) << "nothing is written after that";
+        EXPECT_FALSE(std::filesystem::exists(m_folder.File(file)));
+    }
+    EXPECT_FALSE(std::filesystem::exists(m_folder.File("a.mtl")));
 }

@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include "host/base/log.h"
 #include "host/scene/host_context.h"
 #include "host/scene/scene.h"
 
@@ -96,6 +97,7 @@ TEST(Session, ChangesOfTheSceneAreAnnounced) {
     scene.Select({{node}});
     scene.SetTime(10);
     scene.SetView(ViewState{});
+    scene.SetView(ViewState{});
     scene.DeleteNode(*node);
     EXPECT_THAT(heard, testing::ElementsAre(HostNotify::kNodeAdded, HostNotify::kNodeRenamed,
                                             HostNotify::kSelectionChanged, HostNotify::kTimeChanged,
@@ -170,4 +172,58 @@ TEST(Classes, AreFoundByNumberAndNameAndMade) {
     EXPECT_FALSE(session.classes.Register(*camera));
     EXPECT_TRUE(session.classes.Unregister(CameraObject::kClass.id));
     EXPECT_EQ(session.classes.Find(CameraObject::kClass.id), nullptr);
+}
+
+TEST(Session, AViewThroughACameraHasTheSizeOfTheView) {
+    HostContext session;
+    Scene scene;
+    auto lens = std::make_shared<CameraObject>();
+    lens->fovDegrees = 30.0f;
+    INode* camera = scene.AddNode("camera", lens);
+    camera->SetLocalTM(Matrix3::Translation({1, 2, 3}));
+    scene.SetView(ViewState{Matrix3(), 60, 640, 480});
+    scene.SetViewCamera(std::static_pointer_cast<INode>(camera->shared_from_this()));
+    std::optional<ViewState> view = scene.ActiveView(0);
+    ASSERT_TRUE(view);
+    EXPECT_EQ(view->transform.GetTrans(), (Point3{1, 2, 3}));
+    EXPECT_EQ(view->fovDegrees, 30);
+    EXPECT_EQ(view->width, 640);
+    EXPECT_EQ(view->height, 480);
+}
+
+TEST(Session, QuietOnesAskNobodyAndWriteIntoTheLog) {
+    HostContext session;
+    auto user = std::make_unique<ScriptedUserInterface>();
+    ScriptedUserInterface* ui = user.get();
+    ui->answers = {Answer::kYes};
+    ui->files = {"a"}, ui->texts = {"b"}, ui->selections = {{"c"}};
+    session.SetUserInterface(std::move(user));
+    session.quiet = true;
+    std::vector<std::pair<LogKind, std::string>> log;
+    LogSink before = SetLogSink([&](LogKind kind, const std::string& text) {
+        log.push_back({kind, text});
+    });
+    IUserInterface& quiet = session.UserInterface();
+    quiet.MessageBox("all is lost", "Pack", MessageKind::kError);
+    quiet.MessageBox("some is lost", "Pack", MessageKind::kWarning);
+    EXPECT_EQ(quiet.Question("sure?", "Pack"), Answer::kNo);
+    bool never = true;
+    EXPECT_EQ(quiet.SuppressibleQuestion("sure?", "Pack", QuestionKind::kYesNo, &never),
+              Answer::kNo);
+    EXPECT_FALSE(never);
+    EXPECT_FALSE(quiet.PickFile({}));
+    EXPECT_FALSE(quiet.AskText("", ""));
+    EXPECT_FALSE(quiet.SelectByName("", {}, {}));
+    quiet.SetPrompt("click");
+    EXPECT_TRUE(quiet.ProgressUpdate(5));
+    SetLogSink(before);
+    EXPECT_THAT(
+        log, testing::ElementsAre(std::pair(LogKind::kError, std::string("Pack: all is lost")),
+                                  std::pair(LogKind::kWarning, std::string("Pack: some is lost"))));
+    EXPECT_TRUE(ui->messages.empty());
+    EXPECT_TRUE(ui->questions.empty());
+    EXPECT_EQ(ui->prompt, "click");
+    EXPECT_THAT(ui->progress, testing::ElementsAre(5));
+    session.quiet = false;
+    EXPECT_EQ(session.UserInterface().Question("sure?", "Pack"), Answer::kYes);
 }

@@ -185,3 +185,34 @@ TEST_F(SceneFile, AFileThatCannotBeWrittenIsLeftAlone) {
     EXPECT_FALSE(SaveSceneFile(scene, folder.File("none/s.dscene"), storage, &warnings, &error));
     EXPECT_FALSE(error.empty());
 }
+
+TEST_F(SceneFile, SavingCanBeWatchedAndCancelled) {
+    Fill();
+    TempFolder folder;
+    std::vector<std::string> warnings;
+    std::string error;
+    std::string path = folder.Write("a.scene", "the old one");
+    WorkWatch watch;
+    watch.Cancel();
+    EXPECT_FALSE(SaveSceneFile(scene, path, storage, &warnings, &error, &watch));
+    EXPECT_EQ(error, path + ": cancelled");
+    EXPECT_EQ(folder.Read("a.scene"), "the old one");
+    WorkWatch another;
+    ASSERT_TRUE(SaveSceneFile(scene, path, storage, &warnings, &error, &another)) << error;
+    EXPECT_GT(another.Share(), 0.5f);
+    EXPECT_TRUE(IsSceneFile(path));
+}
+
+TEST_F(SceneFile, NodesThatComeBackByThemselvesAreLeftOut) {
+    Fill();
+    std::string bytes = Save(scene);
+    INode* guest = scene.AddNode("guest", std::make_shared<TriObject>());
+    guest->isTransient = true;
+    NodeHandle handle = guest->GetHandle();
+    scene.Select({{guest, scene.FindNode("twin")}});
+    std::unique_ptr<Scene> again = Again(scene);
+    EXPECT_EQ(again->FindNode("guest"), nullptr);
+    EXPECT_EQ(again->Nodes().size() + 1, scene.Nodes().size());
+    EXPECT_EQ(again->Selection().size(), 1u);
+    EXPECT_GE(again->LastHandle(), handle);
+}
