@@ -26,6 +26,16 @@ TCommandResult SetTime(TCommandCall& call) {
     return {};
 }
 
+TCommandResult SetRange(TCommandCall& call) {
+    int64_t ticks = call.scene.ticksPerFrame;
+    int64_t first = call.Int("first") * ticks, last = call.Int("last") * ticks;
+    if (last < first) return TCommandResult::Error("the range ends before it begins");
+    if (first <= kTimeNegInfinity || last >= kTimePosInfinity)
+        return TCommandResult::Error("these frames lie beyond the first or last time");
+    call.scene.timeRange = TimeRange{TimeValue(first), TimeValue(last)};
+    return {};
+}
+
 TCommandResult Select(TCommandCall& call) {
     std::vector<INode*> nodes;
     for (const std::string& name : call.Texts("nodes")) {
@@ -136,6 +146,12 @@ void AddSceneCommands(TCommandTable& table) {
                TCommandTarget::kScene,
                {{"ticks", Kind::kInteger, "4800 a second", true}},
                SetTime});
+    table.Add({"scene.range",
+               "Set Time Range",
+               "Sets the frames of the animation, as timelines show and play them.",
+               TCommandTarget::kScene,
+               {{"first", Kind::kInteger, "frame", true}, {"last", Kind::kInteger, "frame", true}},
+               SetRange});
     table.Add({"scene.select",
                "Select",
                "Selects these nodes and no other.",

@@ -46,6 +46,12 @@ constexpr Drawing kDrawings[] = {
     {"axes", "M5 11V2M5 11h9M5 11l-3 3M3.5 3.5L5 2l1.5 1.5M12.5 9.5L14 11l-1.5 1.5"},
     {"items", "M2 2h5v5H2zM9 2h5v5H9zM2 9h5v5H2zM11.5 9v5M9 11.5h5"},
     {"pin", "M5.5 2h5M6.5 2v5L4.5 9.5h7L9.5 7V2M8 9.5V14"},
+    {"first", "M3.5 3v10M13 3L6 8l7 5z"},
+    {"last", "M12.5 3v10M3 3l7 5-7 5z"},
+    {"play", "M4 2.5L13 8l-9 5.5z"},
+    {"key", "M8 2l5 6-5 6-5-6z"},
+    {"key_before", "M10 4l4 4-4 4-4-4zM5 4L1.75 8 5 12"},
+    {"key_after", "M6 4l4 4-4 4-4-4zM11 4l3.25 4L11 12"},
     {"add", "M8 2.5v11M2.5 8h11"},
     {"node", "M8 3.5v9M3.5 8h9"},
 };

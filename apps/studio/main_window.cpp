@@ -23,6 +23,7 @@
 #include "apps/studio/tools/view_tools.h"
 #include "apps/studio/view_state_teller.h"
 #include "apps/studio/viewport/quad_view.h"
+#include "apps/studio/windows/timeline.h"
 #include "apps/studio/windows/effect_windows.h"
 #include "apps/studio/windows/pack_toolbar.h"
 #include "apps/studio/windows/statistics_view.h"
@@ -104,6 +105,7 @@ void MainWindow::MakeDocks() {
     m_panel = new CommandPanel(*m_session);
     m_statistics = new StatisticsView;
     m_log = text("Log");
+    auto* timeline = add("dock_timeline", "Timeline", new Timeline(*m_session), Qt::BottomDockWidgetArea);
     add("dock_outliner", "Outliner", m_outliner, Qt::LeftDockWidgetArea);
     add("dock_panel", "Parameters", m_panel, Qt::RightDockWidgetArea);
     auto* statistics = add("dock_statistics", "Statistics", m_statistics, Qt::BottomDockWidgetArea);

@@ -19,7 +19,7 @@ constexpr uint64_t kNeverSaved = ~uint64_t{0};  // no state of the scene is in a
 
 void StudioSession::Replace(std::unique_ptr<Session> session, const std::string& path) {
     m_waiting.clear();
-    m_dragWaits = m_isDragging = false;
+    m_dragWaits = m_isDragging = m_timeWaits = m_isPlaying = false;
     DropSession();
     m_session = std::move(session);
     ContextScope scope(m_session->Host());

@@ -103,7 +103,7 @@ void StudioSession::Pump() {
     if (m_isEditing) return;
     while (!m_waiting.empty()) {
         if (m_running) {
-            bool mayFinish = GestureWaits() && m_lastViewMs < kQuickViewMs;
+            bool mayFinish = m_isPlaying || (GestureWaits() && m_lastViewMs < kQuickViewMs);
             if (!m_running->isView || mayFinish) return m_nagger->stop();
             StopView();
             return m_nagger->start();
@@ -186,6 +186,17 @@ void StudioSession::GoToStep(size_t numSteps) {
 
 void StudioSession::Refresh() {
     Look([this](Scene& scene) { changed.Send(scene); });
+}
+
+// --- time
+
+void StudioSession::SetTime(TimeValue t) {
+    m_timeWish = t;
+    if (IsBusy() || std::exchange(m_timeWaits, true)) return;
+    Do([this](Scene& scene) {
+        m_timeWaits = false;
+        scene.SetTime(m_timeWish);
+    });
 }
 
 // --- panels

@@ -99,6 +99,13 @@ public:
     // Of the scene as it is: a number that comes again with the state, by undo and redo.
     uint64_t State() const { return m_marks.Current(); }
 
+    // --- time
+
+    // The newest wish counts; no undo step.
+    void SetTime(TimeValue t);
+    // While frames follow each other, builds for the view are let finish.
+    void SetPlaying(bool isPlaying) { m_isPlaying = isPlaying; }
+
     // --- panels
 
     // The selected scatter objects; where none is selected, those selected last.
@@ -203,6 +210,8 @@ private:
     double m_dragWish = 0;
     bool m_isDragging = false, m_dragWaits = false;
     int m_lastViewMs = 0;
+    TimeValue m_timeWish = 0;
+    bool m_timeWaits = false, m_isPlaying = false;
 
     std::shared_ptr<const TViewportScene> m_view;
     std::vector<ObjectReport> m_reports;

@@ -14,6 +14,7 @@
 #include "Dravin/effects/effect_list.h"
 #include "Dravin/panels/number_entry.h"
 #include "apps/studio/panels/labelled_control.h"
+#include "apps/studio/panels/free_number.h"
 #include "apps/studio/panels/number_field.h"
 #include "apps/studio/windows/command_calls.h"
 #include "host/scene/scene.h"
@@ -156,40 +157,17 @@ QWidget* EffectParameterPanel::MakeField(const TEffectVariable& v) {
 // A drag shows its number in the field and sets the parameter at its end.
 QWidget* EffectParameterPanel::MakeNumber(const TEffectVariable& v) {
     bool isInteger = kEffectKinds[v.kind].numType == kEffInteger;
-    struct State {
-        double from = 0, offset = 0;
-        NumberField* field = nullptr;
-    };
-    auto state = std::make_shared<State>();
-    auto set = [this, id = v.id, isInteger](double number) {
+    FreeNumber number;
+    number.form.isInteger = isInteger;
+    number.set = [this, id = v.id, isInteger](double value) {
         Call("effect.parameter.set", id,
              {{"value",
-               isInteger ? ParamInput(int64_t(std::llround(number))) : ParamInput(number)}});
+               isInteger ? ParamInput(int64_t(std::llround(value))) : ParamInput(value)}});
     };
-    NumberField::Hooks hooks;
-    hooks.enter = [=](const std::string& text) -> std::string {
-        TNumberEntry entry;
-        std::string error;
-        double number = 0;
-        if (!entry.Parse(text, {false, 1, isInteger}, &error)) return error;
-        if (!entry.Apply(state->field->Value(), &number, &error)) return error;
-        set(number);
-        return {};
-    };
-    hooks.begin = [=] { state->from = state->field->Value(), state->offset = 0; };
-    hooks.offset = [=](double offset) {
-        state->offset = offset;
-        state->field->Show(state->from + offset, false, false, false);
-    };
-    hooks.end = [=](bool keep) {
-        state->field->Show(state->from, false, false, false);
-        if (keep && state->offset != 0) set(state->from + state->offset);
-    };
-    hooks.reset = [this, id = v.id] { Call("effect.parameter.reset", id); };
-    hooks.menu = [this, v](const QPoint& global) { ShowMenu(v, global); };
-    hooks.step = [isInteger](double value) { return StepFor(value, isInteger); };
-    state->field = new NumberField(std::move(hooks));
-    return state->field;
+    number.reset = [this, id = v.id] { Call("effect.parameter.reset", id); };
+    number.menu = [this, v](const QPoint& global) { ShowMenu(v, global); };
+    number.step = [isInteger](double value) { return StepFor(value, isInteger); };
+    return MakeFreeNumber(std::move(number));
 }
 
 QWidget* EffectParameterPanel::MakeTarget(const TEffectVariable& v) {

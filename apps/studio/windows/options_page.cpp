@@ -15,6 +15,7 @@
 #include "Dravin/dravin_globals.h"
 #include "Dravin/panels/number_entry.h"
 #include "apps/studio/panels/labelled_control.h"
+#include "apps/studio/panels/free_number.h"
 #include "apps/studio/panels/number_field.h"
 #include "apps/studio/studio_session.h"
 #include "host/base/log.h"
@@ -158,38 +159,18 @@ QWidget* OptionsPage::MakeControl(const Value& value, std::function<void(int)>* 
 }
 
 QWidget* OptionsPage::MakeNumber(const Value& value, std::function<void(int)>* show) {
-    struct State {
-        NumberField* field = nullptr;
-        double from = 0;
+    FreeNumber number;
+    number.form.isInteger = true;
+    number.bounded = [min = value.min, max = value.max](double wanted) {
+        return double(std::clamp(int(std::lround(std::clamp(wanted, -1e6, 1e6))), min, max));
     };
-    auto state = std::make_shared<State>();
-    auto showNumber = [state, standard = value.standard](double number) {
-        state->field->Show(number, false, false, number == standard);
+    number.set = [set = value.set](double wanted) { set(int(wanted)); };
+    number.reset = [set = value.set, standard = value.standard] { set(standard); };
+    NumberField* field = MakeFreeNumber(std::move(number));
+    *show = [field, standard = value.standard](int shown) {
+        field->Show(shown, false, false, shown == standard);
     };
-    auto bounded = [min = value.min, max = value.max](double number) {
-        return std::clamp(int(std::lround(std::clamp(number, -1e6, 1e6))), min, max);
-    };
-    NumberField::Hooks hooks;
-    hooks.enter = [=, set = value.set](const std::string& text) -> std::string {
-        TNumberEntry entry;
-        std::string error;
-        double number = 0;
-        if (!entry.Parse(text, {false, 1, true}, &error)) return error;
-        if (!entry.Apply(state->field->Value(), &number, &error)) return error;
-        set(bounded(number));
-        return {};
-    };
-    hooks.begin = [=] { state->from = state->field->Value(); };
-    hooks.offset = [=](double offset) { showNumber(bounded(state->from + offset)); };
-    hooks.end = [=, set = value.set](bool keep) {
-        if (!keep) return showNumber(state->from);
-        set(bounded(state->field->Value()));
-    };
-    hooks.reset = [set = value.set, standard = value.standard] { set(standard); };
-    hooks.step = [](double) { return 1.0; };
-    state->field = new NumberField(std::move(hooks));
-    *show = [showNumber](int number) { showNumber(number); };
-    return state->field;
+    return field;
 }
 
 QWidget* OptionsPage::ControlOf(const std::string& key) const {
