@@ -140,8 +140,9 @@ void TDravin::ResetReference(int slot) {
 
 std::string TDravin::SubAnimName(int i) const {
     if (int block = BlockOfSlot(i); block >= 0) return DravinBlocks()[size_t(block)].title;
-    const TCurveSet* set = dynamic_cast<TCurveSet*>(GetReference(i).get());
-    return set ? set->title.Get() : "";
+    if (i < 0 || i >= NumSubs()) return {};
+    const TCurveSet* set = CurveSet(DravinSlot(i));
+    return set && !set->title->empty() ? set->title.Get() : fmt::format("Reference {}", i);
 }
 
 std::shared_ptr<ReferenceTarget> TDravin::Clone(CloneMap& map) const {

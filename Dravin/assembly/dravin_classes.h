@@ -9,8 +9,8 @@ class ClassRegistry;
 
 // The ten classes of the plug-in, by their index.
 std::span<const PluginClassDesc> DravinClassDescs();
-// The modifier of leaf outlines, which stands beside them.
-ClassDesc LeafModifierDesc();
+// What stands beside them: the modifier of leaf outlines, and what their objects are made of.
+std::span<const ClassDesc> DravinPartDescs();
 
 // All of them. Once a session.
 void RegisterDravinClasses(ClassRegistry& classes);

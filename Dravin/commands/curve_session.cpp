@@ -69,7 +69,7 @@ std::vector<CurvePoint> CurvePointsOf(const TCurvePlace& place) {
 
 float CurveMaximum(const TCurvePlace& place) {
     const TCurveSet* set = place.object->CurveSet(place.slot);
-    return place.isEffect || !set ? 1 : set->YMax();
+    return place.isEffect || !set ? 1 : set->yRange->max;
 }
 
 void SetCurvePoints(const TCurvePlace& place, std::vector<CurvePoint> points) {

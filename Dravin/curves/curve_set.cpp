@@ -82,8 +82,8 @@ std::shared_ptr<ReferenceTarget> TCurveSet::Clone(CloneMap&) const {
     copy->title = title;
     copy->editorFlags = editorFlags;
     copy->m_curves = m_curves;
-    copy->SetXRange(m_xMin, m_xMax);
-    copy->SetYRange(m_yMin, m_yMax);
+    copy->xRange = xRange;
+    copy->yRange = yRange;
     return copy;
 }
 
@@ -96,8 +96,8 @@ TCurveSet& EnsureCurveSet(ReferenceMaker& owner, int slot, int count,
     }
     for (int i = set->GetNumCurves(); i < count; ++i) {
         set->SetNumCurves(i + 1);
-        set->SetXRange(0, 1);
-        set->SetYRange(0, defaults.yMax);
+        set->xRange = {0, 1};
+        set->yRange = {0, defaults.yMax};
         set->SetPoints(i, Line(defaults));
     }
     owner.SetReference(slot, set);
@@ -107,8 +107,8 @@ TCurveSet& EnsureCurveSet(ReferenceMaker& owner, int slot, int count,
 void ResetEffectCurve(ReferenceMaker& owner, int slot, int index) {
     TCurveSet& set = EnsureCurveSet(owner, slot, 0, kEffectCurveDefaults);
     if (index < 0 || index >= set.GetNumCurves()) return;
-    set.SetXRange(0, 1);
-    set.SetYRange(0, kEffectCurveDefaults.yMax);
+    set.xRange = {0, 1};
+    set.yRange = {0, kEffectCurveDefaults.yMax};
     set.SetPoints(index, Line(kEffectCurveDefaults));
 }
 

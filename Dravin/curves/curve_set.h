@@ -29,12 +29,11 @@ public:
     Property<std::string> title{this};  // of the editor
     Property<uint32_t> editorFlags{this};
 
-    float XMin() const { return m_xMin; }
-    float XMax() const { return m_xMax; }
-    float YMin() const { return m_yMin; }
-    float YMax() const { return m_yMax; }
-    void SetXRange(float min, float max) { m_xMin = min, m_xMax = max; }
-    void SetYRange(float min, float max) { m_yMin = min, m_yMax = max; }
+    struct Range {
+        float min = 0, max = 1;
+        friend bool operator==(const Range&, const Range&) = default;
+    };
+    Property<Range> xRange{this}, yRange{this, {0, 100}};
 
     int GetNumCurves() const { return int(m_curves.size()); }
     void SetNumCurves(int count);  // new ones are empty
@@ -58,7 +57,6 @@ private:
     void Record();
 
     std::vector<Curve> m_curves;
-    float m_xMin = 0, m_xMax = 1, m_yMin = 0, m_yMax = 100;
 };
 
 // What a new curve of a set looks like.

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "host/geom/poly_line.h"
-#include "host/params/reference.h"
+#include "host/params/property.h"
 
 // Kinds of areas, as `artypelist` has them.
 enum AreaType : int {
@@ -40,7 +40,7 @@ TAreaSurfaces ParseAreaSurfaces(const std::string& text);
 // The outline of a paint area: closed polygons in the object's space.
 class TPaintShape : public ReferenceTarget {
 public:
-    PolyShape shape;
+    Property<PolyShape> shape{this};
 
     static constexpr ClassInfo kClass{
         {0x3d1c0102, 0x52a7}, SuperClass::kReferenceTarget, "PaintShape"};

@@ -58,6 +58,9 @@ public:
     std::shared_ptr<ReferenceTarget> GetReference(int slot) const override {
         return slot == 0 ? m_block.Share() : nullptr;
     }
+    int NumSubs() const override { return 1; }
+    ReferenceTarget* SubAnim(int i) const override { return i == 0 ? m_block.Get() : nullptr; }
+    std::string SubAnimName(int i) const override { return i == 0 ? "Parameters" : ""; }
     static constexpr ClassInfo kClass{{0x3d1c0103, 0x52a7}, SuperClass::kGeomObject, "Dravin LOD"};
     ClassInfo Class() const override { return kClass; }
     std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;

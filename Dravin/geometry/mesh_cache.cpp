@@ -51,7 +51,8 @@ void TDravinMeshNode::DropUnused() {
 RefResult TDravinMeshNode::NotifyRefChanged(const RefChange& change, ReferenceTarget*) {
     if (change.message == RefMessage::kNodeTransformChanged)
         m_moved = true;
-    else if (change.message != RefMessage::kNodeNameChanged)
+    else if (change.message != RefMessage::kNodeNameChanged &&
+             change.message != RefMessage::kSubAnimStructureChanged)
         m_changed = m_moved = true;
     return RefResult::kSucceed;
 }

@@ -4,7 +4,8 @@
 
 // A moved node keeps its array (it lives in the node's own space); changed geometry does not.
 RefResult TSurfaceCache::Entry::NotifyRefChanged(const RefChange& change, ReferenceTarget*) {
-    if (change.message == RefMessage::kChange || change.message == RefMessage::kTargetDeleted)
+    if (change.message == RefMessage::kChange || change.message == RefMessage::kTargetDeleted ||
+        change.message == RefMessage::kEverythingStale)
         stale = true;
     return RefResult::kSucceed;
 }

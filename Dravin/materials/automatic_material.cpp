@@ -69,7 +69,7 @@ private:
     void AddMulti(const MultiMtl& multi, TConsolidatedIds& ids) {
         int count = multi.NumSubMtls();
         if (count > kKeptSlot) {
-            m_kept = multi.subs[size_t(kKeptSlot)]->Share();
+            m_kept = multi.ShareSubMtl(kKeptSlot);
             m_keeps = ids.keepsLast = true;
             count = kKeptSlot;
         }
@@ -80,7 +80,7 @@ private:
         ids.count = count;
         for (int i = 0; i < count; ++i) {
             m_places.try_emplace(multi.GetSubMtl(i), int(m_list.size()));
-            m_list.push_back(multi.subs[size_t(i)]->Share());
+            m_list.push_back(multi.ShareSubMtl(i));
         }
     }
 
@@ -101,7 +101,7 @@ public:
         return slot < m_multi.NumSubMtls() ? m_multi.GetSubMtl(slot) : nullptr;
     }
     void Put(int slot, const MtlPtr& mtl) {
-        m_multi.Grow(slot + 1);
+        if (slot >= m_multi.NumSubMtls()) m_multi.SetNumSubMtls(slot + 1);
         if (m_multi.GetSubMtl(slot) == mtl.get()) return;
         m_multi.SetSubMtl(slot, mtl);
         m_changed = true;

@@ -27,7 +27,7 @@ uint32_t LibVersion() { return kHostApiVersion; }
 // Configuration is read when it is first asked for.
 int LibInitialize() {
     if (!Session()) return 1;
-    Session()->classes.Register(LeafModifierDesc());
+    for (const ClassDesc& desc : DravinPartDescs()) Session()->classes.Register(desc);
     StartRenderIntegration();
     return 1;
 }

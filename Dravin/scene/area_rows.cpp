@@ -67,21 +67,23 @@ std::string ReadSpecIds(DescriptionObject& keys) {
 TargetPtr ReadPolygons(DescriptionObject& keys) {
     auto value = keys.Find("polygons");
     if (!value) return nullptr;
-    auto paint = std::make_shared<TPaintShape>();
+    PolyShape shape;
     for (const DescriptionValue& polygon : value->AsArray()) {
-        PolyLine& line = paint->shape.lines.emplace_back();
+        PolyLine& line = shape.lines.emplace_back();
         line.closed = true;
         for (const DescriptionValue& point : polygon.AsArray()) {
             Point2 p = point.AsPoint2();
             line.points.push_back({p.x, p.y, 0});
         }
     }
+    auto paint = std::make_shared<TPaintShape>();
+    paint->shape = std::move(shape);
     return paint;
 }
 
 Json WritePolygons(const TPaintShape& paint) {
     Json polygons = Json::array();
-    for (const PolyLine& line : paint.shape.lines) {
+    for (const PolyLine& line : paint.shape->lines) {
         Json polygon = Json::array();
         for (const Point3& p : line.points)
             polygon.push_back({DescriptionWriter::Number(p.x), DescriptionWriter::Number(p.y)});

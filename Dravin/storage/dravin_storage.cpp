@@ -68,12 +68,13 @@ void VisitCurveSet(Fields& fields, TCurveSet& set) {
     fields.Own(
         3,
         [&set](FieldWriter& out) {
-            out.Put(set.XMin()), out.Put(set.XMax()), out.Put(set.YMin()), out.Put(set.YMax());
+            out.Put(set.xRange->min), out.Put(set.xRange->max);
+            out.Put(set.yRange->min), out.Put(set.yRange->max);
         },
         [&set](FieldReader& in) {
             float x[2] = {0, 1}, y[2] = {0, 100};
             in.Get(x[0]), in.Get(x[1]), in.Get(y[0]), in.Get(y[1]);
-            set.SetXRange(x[0], x[1]), set.SetYRange(y[0], y[1]);
+            set.xRange = {x[0], x[1]}, set.yRange = {y[0], y[1]};
         });
     fields.Own(
         4, [&set](FieldWriter& out) { WriteCurves(out, set); },
@@ -92,10 +93,8 @@ void RegisterDravinStorage(SceneStorage& storage) {
             [&object](FieldReader& in) { ReadDeltas(in, object); });
         fields(3, object.chooseMapSize);
     });
-    storage.Register<TCurveSet>([](auto& fields, TCurveSet& set) { VisitCurveSet(fields, set); },
-                                [] { return std::make_shared<TCurveSet>(); });
-    storage.Register<TPaintShape>([](auto& fields, TPaintShape& paint) { fields(1, paint.shape); },
-                                  [] { return std::make_shared<TPaintShape>(); });
+    storage.Register<TCurveSet>([](auto& fields, TCurveSet& set) { VisitCurveSet(fields, set); });
+    storage.Register<TPaintShape>([](auto& fields, TPaintShape& paint) { fields(1, paint.shape); });
     storage.Register<DMat>([](auto& fields, DMat& mtl) { VisitMtl(fields, mtl); });
     storage.Register<DColor>([](auto& fields, DColor& map) { VisitTexmap(fields, map); });
     storage.Register<DEdge>([](auto& fields, DEdge& map) { VisitTexmap(fields, map); });

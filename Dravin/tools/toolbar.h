@@ -43,6 +43,10 @@ public:
 
     static constexpr ClassInfo kClass{{0x3d1c0123, 0x52a7}, kGlobalUtilityClass, "Dravin Toolbar"};
     ClassInfo Class() const override { return kClass; }
+    // The copy is not shown.
+    std::shared_ptr<ReferenceTarget> Clone(CloneMap&) const override {
+        return std::make_shared<TDToolbar>();
+    }
 
 private:
     bool m_isShown = false;

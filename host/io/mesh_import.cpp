@@ -143,13 +143,13 @@ private:
 
 void Renumber(const ImportedObject& object, MaterialList& list, Mesh& mesh) {
     auto* multi = dynamic_cast<MultiMtl*>(object.material.get());
-    if (!multi || multi->subs.empty()) {
+    if (!multi || multi->NumSubMtls() == 0) {
         uint32_t number = list.Number(object.material);
         for (Face& face : mesh.faces) face.matID = uint16_t(number);
         return;
     }
     for (Face& face : mesh.faces)
-        face.matID = uint16_t(list.Number(multi->subs[face.matID % multi->subs.size()]->Share()));
+        face.matID = uint16_t(list.Number(multi->ShareSubMtl(face.matID % multi->NumSubMtls())));
 }
 
 // The object's colour becomes the colour of its vertices.

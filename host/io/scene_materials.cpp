@@ -183,7 +183,8 @@ std::shared_ptr<Mtl> ReadMulti(DescriptionObject& keys, DescriptionContext& cont
     auto mtl = std::make_shared<MultiMtl>();
     std::vector<DescriptionValue> subs = keys.Array("sub");
     context.WhenAllExist([mtl, subs, &context] {
-        for (const DescriptionValue& sub : subs) mtl->Append(context.MtlOf(sub));
+        mtl->SetNumRefs(int(subs.size()));
+        for (size_t i = 0; i < subs.size(); ++i) mtl->SetReference(int(i), context.MtlOf(subs[i]));
     });
     return mtl;
 }
@@ -268,7 +269,7 @@ private:
 // length in stack.
 void TakeApart(const Scene& scene) {
     for (const auto& [name, mtl] : scene.Materials()) {
-        if (auto* multi = dynamic_cast<MultiMtl*>(mtl.get())) multi->subs.clear();
+        if (auto* multi = dynamic_cast<MultiMtl*>(mtl.get())) multi->SetNumRefs(0);
         for (const std::shared_ptr<IParamBlock2>& block : ParamBlocksOf(*mtl))
             for (const ParamDef& def : block->GetDesc().params)
                 for (int i = 0; def.type == ParamType::kMaterial && i < block->Count(def.id); ++i)

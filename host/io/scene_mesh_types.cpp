@@ -163,7 +163,7 @@ public:
     bool Write(const Object& object, Json& keys, const DescriptionWriter& writer) const override {
         auto* tri = dynamic_cast<const TriObject*>(&object);
         if (!tri) return false;
-        if (auto* origin = std::get_if<FileOrigin>(&tri->origin)) {
+        if (auto* origin = std::get_if<FileOrigin>(&tri->origin.Get())) {
             keys["file"] = writer.FileName(origin->file);
             if (!origin->object.empty()) keys["object"] = origin->object;
             if (origin->up) keys["up"] = kUpAxes[size_t(*origin->up)];
@@ -171,7 +171,7 @@ public:
             if (!origin->animation.empty()) keys["animation"] = origin->animation;
             return true;
         }
-        if (!std::holds_alternative<std::monostate>(tri->origin)) return false;
+        if (!std::holds_alternative<std::monostate>(tri->origin.Get())) return false;
         WriteInlineMesh(*tri->GetMesh(), keys);
         return true;
     }
@@ -200,7 +200,7 @@ public:
 
     bool Write(const Object& object, Json& keys, const DescriptionWriter&) const override {
         auto* tri = dynamic_cast<const TriObject*>(&object);
-        auto* origin = tri ? std::get_if<PrimitiveOrigin>(&tri->origin) : nullptr;
+        auto* origin = tri ? std::get_if<PrimitiveOrigin>(&tri->origin.Get()) : nullptr;
         if (!origin || origin->kind != m_kind) return false;
         if (m_has.width) keys["width"] = DescriptionWriter::Number(origin->width);
         if (m_has.length) keys["length"] = DescriptionWriter::Number(origin->length);

@@ -133,7 +133,7 @@ public:
         if (auto intensity = keys.Find("intensity"))
             light->intensity.SetContent(ReadAnimatedFloat(*intensity));
         light->shadows = keys.Bool("shadows", light->shadows);
-        if (auto shadow = keys.Find("shadow")) light->SetShadowType(ReadShadow(*shadow, context));
+        if (auto shadow = keys.Find("shadow")) light->shadowType = ReadShadow(*shadow, context);
         ReadShadowNodes(keys, context, light);
         ReadTarget(keys, context, light);
         return light;

@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "host/params/param_block.h"
+#include "host/params/property.h"
 
 class Controller : public ReferenceTarget {
 public:
@@ -21,23 +22,21 @@ public:
 // A constant or a run of keys. All values are floats or all are points.
 class KeyController : public Controller {
 public:
-    explicit KeyController(ParamElement content) : m_content(std::move(content)) {}
+    KeyController() : KeyController({0.0f, {}}) {}
+    explicit KeyController(ParamElement content) : m_content(this, std::move(content)) {}
 
     const ParamElement& Content() const { return m_content; }
-    // Of one kind of value throughout; tells.
-    void SetContent(ParamElement content) {
-        m_content = std::move(content);
-        NotifyDependents();
-    }
-    bool IsVector() const { return std::holds_alternative<Point3>(m_content.value); }
+    // Of one kind of value throughout; tells, and can be undone.
+    void SetContent(ParamElement content) { m_content = std::move(content); }
+    bool IsVector() const { return std::holds_alternative<Point3>(m_content->value); }
 
     std::optional<float> EvalReal(TimeValue t, Interval* valid) const override {
         if (IsVector()) return std::nullopt;
-        return std::get<float>(m_content.At(t, valid));
+        return std::get<float>(m_content->At(t, valid));
     }
     std::optional<Point3> EvalVector(TimeValue t, Interval* valid) const override {
         if (!IsVector()) return std::nullopt;
-        return std::get<Point3>(m_content.At(t, valid));
+        return std::get<Point3>(m_content->At(t, valid));
     }
 
     static constexpr ClassInfo kClass{{0x3d1c0002, 0x52a7}, SuperClass::kController, "Keys"};
@@ -47,5 +46,5 @@ public:
     }
 
 private:
-    ParamElement m_content;
+    Property<ParamElement> m_content;
 };

@@ -12,7 +12,45 @@ namespace {
 
 using TargetPtr = std::shared_ptr<ReferenceTarget>;
 
+bool IsListedAsSub(const ParamDef& def) { return def.animatable || def.subAnim; }
+
 }  // namespace
+
+// What listings of sub-anims show of one element of a parameter, or of the whole (-1): which
+// elements there are, whether each has keys, which map it holds.
+class IParamBlock2::SubsOfParam {
+public:
+    // Before a change.
+    SubsOfParam(IParamBlock2& block, const Param& param, int index)
+        : m_block(block), m_param(param), m_index(index), m_subs(List()) {}
+    // After it: dependents hear, where it is another now.
+    void Tell() const {
+        if (m_block.m_notifySuspended > 0 || List() == m_subs) return;
+        RefChange change{RefMessage::kSubAnimStructureChanged};
+        change.paramId = m_param.def->id;
+        change.tabIndex = m_index;
+        m_block.NotifyDependents(change);
+    }
+
+private:
+    using Sub = std::pair<bool, const ReferenceTarget*>;
+
+    std::vector<Sub> List() const {
+        std::vector<Sub> subs;
+        if (!IsListedAsSub(*m_param.def)) return subs;
+        size_t count = m_param.elements.size();
+        size_t first = m_index < 0 ? 0 : size_t(m_index);
+        size_t end = m_index < 0 ? count : std::min(count, first + 1);
+        for (size_t i = first; i < end; ++i)
+            subs.emplace_back(!m_param.elements[i].track.IsEmpty(), m_block.Held(m_param, i));
+        return subs;
+    }
+
+    IParamBlock2& m_block;
+    const Param& m_param;
+    int m_index;
+    std::vector<Sub> m_subs;
+};
 
 // Undo of one element (index >= 0) or of a whole parameter (-1).
 class ParamRestore : public RestoreObj {
@@ -40,11 +78,13 @@ private:
     }
     void Put(const std::vector<ParamElement>& contents) {
         IParamBlock2::Param& param = *m_block->Get(m_id);
+        IParamBlock2::SubsOfParam subs(*m_block, param, m_index);
         if (m_index < 0)
             m_block->ReplaceAll(param, contents);
         else if (IsThere())
             m_block->WriteElement(param, size_t(m_index), contents[0]);
         m_block->Changed(m_id, m_index);
+        subs.Tell();
     }
     // An edit that no step recorded may have made the list shorter.
     bool IsThere() const { return m_block->Find(m_id, m_index) != nullptr; }
@@ -137,9 +177,11 @@ void IParamBlock2::Changed(ParamID id, int index) {
 }
 
 void IParamBlock2::StoreElement(Param& param, size_t index, ParamElement content) {
+    SubsOfParam subs(*this, param, int(index));
     Record(param, int(index), {ReadElement(param, index)});
     WriteElement(param, index, std::move(content));
     Changed(param.def->id, int(index));
+    subs.Tell();
 }
 
 bool IParamBlock2::SetValue(ParamID id, TimeValue t, ParamValue value, int index) {
@@ -170,9 +212,11 @@ bool IParamBlock2::SetValue(ParamID id, TimeValue t, ParamValue value, int index
 
 bool IParamBlock2::Edit(Param& param, std::vector<ParamElement> contents, ListChange change, int at,
                         int count) {
+    SubsOfParam subs(*this, param, -1);
     Record(param, -1, GetElements(param.def->id));
     ReplaceAll(param, std::move(contents));
     Changed(param.def->id, -1);
+    subs.Tell();
     if (param.def->accessor && m_accessorsSuspended == 0)
         param.def->accessor->ListChanged(change, *this, param.def->id, at, count);
     return true;
@@ -265,15 +309,19 @@ void IParamBlock2::ResetAll() {
         const ParamDef& def = *param.def;
         if (def.keepOnReset) continue;
         if (def.ownerSlot >= 0) {
+            SubsOfParam subs(*this, param, 0);
             Record(param, 0, {ReadElement(param, 0)});
             if (m_owner) m_owner->ResetReference(def.ownerSlot);
             Changed(def.id, 0);
+            subs.Tell();
         } else if (!def.list) {
             StoreElement(param, 0, {def.defaultValue, {}});
         } else if (!param.elements.empty()) {
+            SubsOfParam subs(*this, param, -1);
             Record(param, -1, GetElements(def.id));
             param.elements.clear();
             Changed(def.id, -1);
+            subs.Tell();
         }
     }
 }
@@ -367,4 +415,39 @@ std::shared_ptr<ReferenceTarget> IParamBlock2::GetReference(int slot) const {
 
 void IParamBlock2::SetReference(int slot, std::shared_ptr<ReferenceTarget> target) {
     if (const Element* element = ElementOfSlot(slot)) *element->slot = std::move(target);
+}
+
+int IParamBlock2::NumSubs() const {
+    int n = 0;
+    for (const Param& param : m_params)
+        if (IsListedAsSub(*param.def)) n += int(param.elements.size());
+    return n;
+}
+
+const IParamBlock2::Param* IParamBlock2::ParamOfSub(int i, int* element) const {
+    for (const Param& param : m_params) {
+        if (i < 0) return nullptr;
+        if (!IsListedAsSub(*param.def)) continue;
+        int count = int(param.elements.size());
+        if (i < count) return *element = i, &param;
+        i -= count;
+    }
+    return nullptr;
+}
+
+ReferenceTarget* IParamBlock2::Held(const Param& param, size_t index) const {
+    if (!IsReferenceType(param.def->type)) return nullptr;
+    return std::get<TargetPtr>(EvalAt(param, int(index), 0, nullptr)).get();
+}
+
+ReferenceTarget* IParamBlock2::SubAnim(int i) const {
+    int element = 0;
+    const Param* param = ParamOfSub(i, &element);
+    return param ? Held(*param, size_t(element)) : nullptr;
+}
+
+std::string IParamBlock2::SubAnimName(int i) const {
+    int element = 0;
+    const Param* param = ParamOfSub(i, &element);
+    return param ? ElementName(param->def->id, element) : "";
 }

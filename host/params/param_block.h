@@ -164,6 +164,12 @@ public:
     std::shared_ptr<ReferenceTarget> GetReference(int slot) const override;
     void SetReference(int slot, std::shared_ptr<ReferenceTarget> target) override;
 
+    // The elements of parameters that can be animated, and the maps that are listed, in declaration
+    // order.
+    int NumSubs() const override;
+    ReferenceTarget* SubAnim(int i) const override;
+    std::string SubAnimName(int i) const override;
+
     // A block of the same description for another owner, which copies what its own slots hold.
     std::shared_ptr<IParamBlock2> CloneFor(ReferenceMaker* owner, CloneMap& map) const;
     std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
@@ -173,6 +179,7 @@ public:
 
 private:
     friend class ParamRestore;
+    class SubsOfParam;
     struct Element;
     struct Param {
         const ParamDef* def;
@@ -191,6 +198,9 @@ private:
     bool Edit(Param& param, std::vector<ParamElement> contents, ListChange change, int at,
               int count);
     const Element* ElementOfSlot(int slot) const;
+    // The parameter and the element of a sub-anim; null outside.
+    const Param* ParamOfSub(int i, int* element) const;
+    ReferenceTarget* Held(const Param& param, size_t index) const;  // null for plain values
     ParamValue EvalAt(const Param& param, int index, TimeValue t, Interval* valid) const;
 
     const ParamBlockDesc2& m_desc;

@@ -69,3 +69,8 @@ struct ParamElement {
     }
     friend bool operator==(const ParamElement&, const ParamElement&) = default;
 };
+
+// Memory behind a value, for the bound of the undo list.
+inline size_t HeapBytes(const ParamElement& element) {
+    return element.track.keys.capacity() * sizeof(ParamKey);
+}

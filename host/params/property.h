@@ -25,6 +25,45 @@ size_t HeapBytes(const std::vector<T>& list) {
     return list.capacity() * sizeof(T);
 }
 
+// What an animated property holds: a value, and keys that stand in its place where there are any.
+template <class T>
+struct Animated {
+    T value{};
+    KeyTrack<T> track;
+
+    T At(TimeValue t, Interval* valid = nullptr) const {
+        return track.IsEmpty() ? value : track.Eval(t, valid);
+    }
+    friend bool operator==(const Animated&, const Animated&) = default;
+};
+template <class T>
+size_t HeapBytes(const Animated<T>& content) {
+    return HeapBytes(content.track.keys);
+}
+
+// Whether a value follows keys.
+template <class T>
+bool FollowsKeys(const T&) {
+    return false;
+}
+template <class T>
+bool FollowsKeys(const Animated<T>& content) {
+    return !content.track.IsEmpty();
+}
+
+// A reference that is a property: assigning another target tells the owner and can be undone. Put
+// sets it plainly, for copies and for who reads whole scenes.
+template <class T>
+class RefProperty : public Reference<T> {
+public:
+    using Reference<T>::Reference;
+
+    RefProperty& operator=(std::shared_ptr<T> target) {
+        SetAndRecord(*this, std::move(target));
+        return *this;
+    }
+};
+
 template <class T>
 class Property {
 public:
@@ -41,8 +80,7 @@ public:
         if constexpr (std::equality_comparable<T>)
             if (value == m_value) return;
         if (IsRecording()) Record();
-        m_value = std::move(value);
-        m_owner->ValueChanged();
+        Exchange(value);
     }
     // Changes parts of the value, as one change: change(T&).
     template <class Change>
@@ -64,33 +102,18 @@ public:
 private:
     void Record() {
         RecordExchange(
-            *m_owner,
-            [this, other = m_value]() mutable {
-                std::swap(m_value, other);
-                m_owner->ValueChanged();
-            },
-            HeapBytes(m_value));
+            *m_owner, [this, other = m_value]() mutable { Exchange(other); }, HeapBytes(m_value));
+    }
+    void Exchange(T& other) {
+        bool changesSubs = FollowsKeys(m_value) != FollowsKeys(other);
+        std::swap(m_value, other);
+        m_owner->ValueChanged();
+        if (changesSubs) m_owner->SubsChanged();
     }
 
     ReferenceMaker* m_owner;
     T m_value;
 };
-
-// What an animated property holds: a value, and keys that stand in its place where there are any.
-template <class T>
-struct Animated {
-    T value{};
-    KeyTrack<T> track;
-
-    T At(TimeValue t, Interval* valid = nullptr) const {
-        return track.IsEmpty() ? value : track.Eval(t, valid);
-    }
-    friend bool operator==(const Animated&, const Animated&) = default;
-};
-template <class T>
-size_t HeapBytes(const Animated<T>& content) {
-    return HeapBytes(content.track.keys);
-}
 
 template <class T>
 class AnimatedProperty {
@@ -100,7 +123,7 @@ public:
 
     // The value at time t; `valid`, where given, is narrowed to how long it stays the same.
     T At(TimeValue t, Interval* valid = nullptr) const { return m_content->At(t, valid); }
-    bool IsAnimated() const { return !m_content->track.IsEmpty(); }
+    bool IsAnimated() const { return FollowsKeys(m_content.Get()); }
     const Animated<T>& Content() const { return m_content; }
 
     // A constant: keys go.

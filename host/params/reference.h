@@ -23,10 +23,14 @@ enum class RefMessage : int {
     kTargetDeleted = 0x20,
     kChange = 0x50,
     kNodeNameChanged = 0xF7,
+    // Other things can be animated of this target than before (SubAnim), or it follows keys now and
+    // did not, or the other way round. What changes beside that is told by a message of its own.
     kSubAnimStructureChanged = 0x162,
     kNodeTransformChanged = 0x232,
-    kObjectReplaced = 0x235,     // a node shows another object
-    kEverythingStale = 0x10001,  // whoever keeps a result of this target must make it anew
+    kObjectReplaced = 0x235,  // a node shows another object
+    // The target is as it was, and whoever keeps a result of it must make it anew all the same:
+    // lengths and times of its scene mean something else (Scene::unitScale).
+    kEverythingStale = 0x10001,
 };
 
 // What the object of a node must be for picks and script assignments to accept the node.
@@ -66,17 +70,26 @@ public:
 
     // A property of this maker has another value (property.h).
     virtual void ValueChanged() {}
+    // Other things can be animated of this maker (SubsWatch).
+    virtual void SubsChanged() {}
 
     // Numbered reference slots: all that this maker holds, to be listed, cloned and saved. Null
-    // outside. A reference that the maker makes itself and never lets go is filled by no other.
+    // outside. Filling a slot is told to nobody and recorded by nobody: it is for who reads or
+    // copies whole scenes, while changes by users go through setters of each class. A reference
+    // that the maker makes itself and never lets go is filled by no other.
     virtual int NumRefs() const { return 0; }
     virtual std::shared_ptr<ReferenceTarget> GetReference(int slot) const { return nullptr; }
     virtual void SetReference(int slot, std::shared_ptr<ReferenceTarget> target) {}
     // What a new maker of this kind holds there.
     virtual void ResetReference(int slot) { SetReference(slot, nullptr); }
+    // Makes slots for as many references, empty ones, where their number is not fixed.
+    virtual void SetNumRefs(int count) {}
+    // Whether files hold what the slot does; else it comes back with what the maker names.
+    virtual bool IsSlotStored(int slot) const { return true; }
 
-    // What can be animated of this maker: parameter blocks, controllers, maps, in the order in
-    // which lists show them. Null outside.
+    // What can be animated of this maker, in the order in which lists show it: parameter blocks,
+    // controllers, maps; null where the maker keeps the values and keys itself, where nothing
+    // stands, and outside. Everything that can be animated has a name, whatever stands there.
     virtual int NumSubs() const { return 0; }
     virtual ReferenceTarget* SubAnim(int i) const { return nullptr; }
     virtual std::string SubAnimName(int i) const { return {}; }
@@ -99,6 +112,7 @@ public:
 
     std::shared_ptr<void> KeepForUndo() override { return weak_from_this().lock(); }
     void ValueChanged() override { NotifyDependents(); }
+    void SubsChanged() override { NotifyDependents({RefMessage::kSubAnimStructureChanged}); }
 
     virtual ClassInfo Class() const { return {}; }
     std::string ClassName() const { return Class().name; }
@@ -147,9 +161,10 @@ public:
     using ReferenceBase::ReferenceBase;
 
     Reference& operator=(std::shared_ptr<T> target) {
-        Assign(std::move(target));
+        Put(std::move(target));
         return *this;
     }
+    void Put(std::shared_ptr<T> target) { Assign(std::move(target)); }
     T* Get() const { return static_cast<T*>(m_target.get()); }
     std::shared_ptr<T> Share() const { return std::static_pointer_cast<T>(m_target); }
     T* operator->() const { return Get(); }

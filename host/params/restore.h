@@ -3,6 +3,7 @@
 
 #include <memory>
 #include <utility>
+#include <vector>
 
 #include "host/params/edit_context.h"
 #include "host/params/hold.h"
@@ -42,16 +43,44 @@ void RecordExchange(ReferenceMaker& owner, Exchange exchange, size_t bytes = 0) 
                                                                        std::move(exchange), bytes));
 }
 
-// Sets a slot, tells its maker's dependents, and can be undone.
+// Sees whether a change of a maker's references makes other things of it animated.
+class SubsWatch {
+public:
+    // Before the change.
+    explicit SubsWatch(ReferenceMaker& maker) : m_maker(maker), m_subs(List()) {}
+    // After it: the maker hears, where they are others.
+    void Tell() const {
+        if (List() != m_subs) m_maker.SubsChanged();
+    }
+
+private:
+    std::vector<ReferenceTarget*> List() const {
+        std::vector<ReferenceTarget*> subs;
+        for (int i = 0; i < m_maker.NumSubs(); ++i) subs.push_back(m_maker.SubAnim(i));
+        return subs;
+    }
+
+    ReferenceMaker& m_maker;
+    std::vector<ReferenceTarget*> m_subs;
+};
+
+// Sets a slot and tells its maker's dependents.
+template <class T>
+void SetAndTell(Reference<T>& slot, std::shared_ptr<T> target) {
+    ReferenceMaker* maker = slot.Maker();
+    SubsWatch subs(*maker);
+    slot.Put(std::move(target));
+    maker->ValueChanged();
+    subs.Tell();
+}
+
+// The same, and can be undone.
 template <class T>
 void SetAndRecord(Reference<T>& slot, std::shared_ptr<T> target) {
     if (slot.Share() == target) return;
-    ReferenceMaker* maker = slot.Maker();
-    RecordExchange(*maker, [&slot, maker, other = slot.Share()]() mutable {
+    RecordExchange(*slot.Maker(), [&slot, other = slot.Share()]() mutable {
         std::shared_ptr<T> now = slot.Share();
-        slot = std::exchange(other, std::move(now));
-        maker->ValueChanged();
+        SetAndTell(slot, std::exchange(other, std::move(now)));
     });
-    slot = std::move(target);
-    maker->ValueChanged();
+    SetAndTell(slot, std::move(target));
 }

@@ -2,42 +2,7 @@
 
 #include "host/params/clone_map.h"
 
-// The modifier that comes or goes is kept by the record while it is not in the stack.
-void DerivedObject::InsertModifier(int i, std::shared_ptr<Modifier> modifier) {
-    RecordExchange(*this, [this, i, out = std::shared_ptr<Modifier>()]() mutable {
-        if (out)
-            PutModifier(i, std::exchange(out, nullptr));
-        else
-            out = TakeModifier(i);
-    });
-    PutModifier(i, std::move(modifier));
-}
-
-void DerivedObject::RemoveModifier(int i) {
-    RecordExchange(*this, [this, i, out = m_modifiers[size_t(i)]->Share()]() mutable {
-        if (out)
-            PutModifier(i, std::exchange(out, nullptr));
-        else
-            out = TakeModifier(i);
-    });
-    TakeModifier(i);
-}
-
-void DerivedObject::PutModifier(int i, std::shared_ptr<Modifier> modifier) {
-    auto slot = std::make_unique<Reference<Modifier>>(this);
-    *slot = std::move(modifier);
-    m_modifiers.insert(m_modifiers.begin() + i, std::move(slot));
-    Stale();
-}
-
-std::shared_ptr<Modifier> DerivedObject::TakeModifier(int i) {
-    std::shared_ptr<Modifier> modifier = m_modifiers[size_t(i)]->Share();
-    m_modifiers.erase(m_modifiers.begin() + i);
-    Stale();
-    return modifier;
-}
-
-void DerivedObject::Stale() {
+void DerivedObject::ValueChanged() {
     m_resultValid = Interval::Never();
     m_result = nullptr;
     NotifyDependents();
@@ -48,8 +13,8 @@ std::shared_ptr<Object> DerivedObject::Evaluated(TimeValue t, Interval* valid) {
         m_resultValid = Interval::Forever();
         std::shared_ptr<Object> object =
             m_base ? m_base->Evaluated(t, &m_resultValid) : std::make_shared<DummyObject>();
-        for (const auto& slot : m_modifiers) {
-            const Modifier* modifier = slot->Get();
+        for (int i = 0; i < NumModifiers(); ++i) {
+            const Modifier* modifier = GetModifier(i);
             if (modifier && modifier->enabled && modifier->Takes(*object))
                 object = modifier->Modify(object, t, &m_resultValid);
         }
@@ -82,24 +47,25 @@ RefResult DerivedObject::NotifyRefChanged(const RefChange& change, ReferenceTarg
 
 std::shared_ptr<ReferenceTarget> DerivedObject::GetReference(int slot) const {
     if (slot == 0) return m_base.Share();
-    return slot > 0 && slot <= NumModifiers() ? m_modifiers[size_t(slot - 1)]->Share() : nullptr;
+    return m_modifiers.Share(slot - 1);
 }
 
 void DerivedObject::SetReference(int slot, std::shared_ptr<ReferenceTarget> target) {
-    if (slot == 0) m_base = std::dynamic_pointer_cast<Object>(target);
-    if (slot > 0 && slot <= NumModifiers())
-        *m_modifiers[size_t(slot - 1)] = std::dynamic_pointer_cast<Modifier>(target);
+    if (slot == 0) m_base.Put(std::dynamic_pointer_cast<Object>(target));
+    m_modifiers.Put(slot - 1, std::dynamic_pointer_cast<Modifier>(target));
 }
 
 std::string DerivedObject::SubAnimName(int i) const {
+    if (i < 0 || i >= NumSubs()) return {};
     std::shared_ptr<ReferenceTarget> target = GetReference(i);
-    return target ? target->ClassName() : "Object";
+    return target ? target->ClassName() : i == 0 ? "Object" : "Modifier";
 }
 
 std::shared_ptr<ReferenceTarget> DerivedObject::Clone(CloneMap& map) const {
     auto copy = std::make_shared<DerivedObject>();
-    copy->m_base = map.CopyPart(m_base.Share());
-    for (const auto& slot : m_modifiers)
-        copy->PutModifier(copy->NumModifiers(), map.CopyPart(slot->Share()));
+    copy->m_base.Put(map.CopyPart(m_base.Share()));
+    copy->m_modifiers.MakeSlots(NumModifiers());
+    for (int i = 0; i < NumModifiers(); ++i)
+        copy->m_modifiers.Put(i, map.CopyPart(m_modifiers.Share(i)));
     return copy;
 }

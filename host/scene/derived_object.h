@@ -6,7 +6,6 @@
 #pragma once
 
 #include <memory>
-#include <vector>
 
 #include "host/scene/object.h"
 
@@ -29,14 +28,16 @@ class DerivedObject : public Object {
 public:
     Object* Base() const { return m_base.Get(); }
     // Never a derived object that holds this one. Tells, and can be undone.
-    void SetBase(std::shared_ptr<Object> base) { SetAndRecord(m_base, std::move(base)); }
+    void SetBase(std::shared_ptr<Object> base) { m_base = std::move(base); }
 
     // From the base object up.
-    int NumModifiers() const { return int(m_modifiers.size()); }
-    Modifier* GetModifier(int i) const { return m_modifiers[size_t(i)]->Get(); }
+    int NumModifiers() const { return m_modifiers.Count(); }
+    Modifier* GetModifier(int i) const { return m_modifiers.Get(i); }
     // Puts a modifier at place i (at most NumModifiers()); tells, and can be undone.
-    void InsertModifier(int i, std::shared_ptr<Modifier> modifier);
-    void RemoveModifier(int i);
+    void InsertModifier(int i, std::shared_ptr<Modifier> modifier) {
+        m_modifiers.Insert(i, std::move(modifier));
+    }
+    void RemoveModifier(int i) { m_modifiers.Remove(i); }
 
     std::shared_ptr<Object> Evaluated(TimeValue t, Interval* valid) override;
 
@@ -53,7 +54,7 @@ public:
     Mtl* DefaultMtl() const override { return m_base ? m_base->DefaultMtl() : nullptr; }
 
     // Any change below, and another base object, makes the kept result stale.
-    void ValueChanged() override { Stale(); }
+    void ValueChanged() override;
     RefResult NotifyRefChanged(const RefChange& change, ReferenceTarget* from) override;
     static constexpr ClassInfo kClass{{0x3d1c0018, 0x52a7}, SuperClass::kGeomObject, "Derived"};
     ClassInfo Class() const override { return kClass; }
@@ -61,18 +62,15 @@ public:
     int NumRefs() const override { return 1 + NumModifiers(); }
     std::shared_ptr<ReferenceTarget> GetReference(int slot) const override;
     void SetReference(int slot, std::shared_ptr<ReferenceTarget> target) override;
+    void SetNumRefs(int count) override { m_modifiers.MakeSlots(std::max(0, count - 1)); }
     int NumSubs() const override { return NumRefs(); }
     ReferenceTarget* SubAnim(int i) const override { return GetReference(i).get(); }
     std::string SubAnimName(int i) const override;
     std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 
 private:
-    void PutModifier(int i, std::shared_ptr<Modifier> modifier);
-    std::shared_ptr<Modifier> TakeModifier(int i);
-    void Stale();
-
-    Reference<Object> m_base{this};
-    std::vector<std::unique_ptr<Reference<Modifier>>> m_modifiers;
+    RefProperty<Object> m_base{this};
+    ReferenceList<Modifier> m_modifiers{this};
     std::shared_ptr<Object> m_result;  // of the last evaluation
     Interval m_resultValid = Interval::Never();
 };

@@ -7,17 +7,26 @@ ExternalObject::ExternalObject(ExternalOrigin origin, std::shared_ptr<Scene> sce
 }
 
 void ExternalObject::Show(ExternalOrigin origin, std::shared_ptr<Scene> scene, INode& node) {
+    Put(std::move(origin), std::move(scene),
+        std::static_pointer_cast<INode>(node.shared_from_this()), node.ShareObjectRef());
+}
+
+void ExternalObject::ShowSameAs(const ExternalObject& other) {
+    Put(other.m_origin, other.m_scene, other.m_node.Share(), other.m_source.Share());
+}
+
+void ExternalObject::Put(ExternalOrigin origin, std::shared_ptr<Scene> scene,
+                         std::shared_ptr<INode> node, std::shared_ptr<Object> source) {
+    SubsWatch subs(*this);
+    // What refers into the old scene goes before it.
     m_source = nullptr;
     m_node = nullptr;
     m_origin = std::move(origin);
     m_scene = std::move(scene);
-    m_node = std::static_pointer_cast<INode>(node.shared_from_this());
-    m_source = node.ShareObjectRef();
+    m_node = std::move(node);
+    m_source = std::move(source);
     NotifyDependents();
-}
-
-void ExternalObject::ShowSameAs(const ExternalObject& other) {
-    if (other.m_node) Show(other.m_origin, other.m_scene, *other.m_node.Get());
+    subs.Tell();
 }
 
 std::string ExternalObject::Refusal(const INode& node) {
@@ -46,6 +55,11 @@ std::shared_ptr<const HeightField> ExternalObject::GetHeightField(TimeValue t) {
 Mtl* ExternalObject::DefaultMtl() const {
     if (m_node && m_node->GetMtl()) return m_node->GetMtl();
     return m_source ? m_source->DefaultMtl() : nullptr;
+}
+
+std::shared_ptr<ReferenceTarget> ExternalObject::GetReference(int slot) const {
+    if (slot == 0) return m_source.Share();
+    return slot == 1 ? m_node.Share() : nullptr;
 }
 
 std::shared_ptr<ReferenceTarget> ExternalObject::Clone(CloneMap&) const {

@@ -23,7 +23,7 @@ public:
     ExternalObject(ExternalOrigin origin, std::shared_ptr<Scene> scene, INode& node);
 
     const ExternalOrigin& Origin() const { return m_origin; }
-    // Of another origin; as the constructor. Cannot be undone.
+    // Another object; as the constructor. Tells; cannot be undone.
     void Show(ExternalOrigin origin, std::shared_ptr<Scene> scene, INode& node);
     void ShowSameAs(const ExternalObject& other);
     // Null where it shows nothing.
@@ -46,10 +46,21 @@ public:
 
     static constexpr ClassInfo kClass{{0x92AAB38C, 0}, SuperClass::kGeomObject, "External Object"};
     ClassInfo Class() const override { return kClass; }
+    // The object and the node in the other scene, which are named by the origin alone: files hold
+    // neither, and nobody else fills the slots.
+    int NumRefs() const override { return 2; }
+    std::shared_ptr<ReferenceTarget> GetReference(int slot) const override;
+    bool IsSlotStored(int) const override { return false; }
+    int NumSubs() const override { return 1; }
+    ReferenceTarget* SubAnim(int i) const override { return i == 0 ? m_source.Get() : nullptr; }
+    std::string SubAnimName(int i) const override { return i == 0 ? "Object" : ""; }
     // The copy shares the other scene.
     std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 
 private:
+    void Put(ExternalOrigin origin, std::shared_ptr<Scene> scene, std::shared_ptr<INode> node,
+             std::shared_ptr<Object> source);
+
     ExternalOrigin m_origin;
     std::shared_ptr<Scene> m_scene;  // before what refers into it
     Reference<Object> m_source{this};

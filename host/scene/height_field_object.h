@@ -38,12 +38,13 @@ public:
     // About 2.9 GB of triangles.
     static constexpr size_t kMaxMeshedFaces = 64'000'000;
 
+    HeightFieldObject();  // a flat square whose sides are 1
     HeightFieldObject(std::shared_ptr<const HeightField> field, HeightfieldOrigin fieldOrigin)
-        : origin(std::move(fieldOrigin)), m_field(std::move(field)) {}
+        : origin(this, std::move(fieldOrigin)), m_field(std::move(field)) {}
 
-    HeightfieldOrigin origin;
+    Property<HeightfieldOrigin> origin{this};
 
-    // Another field, never null; tells.
+    // Another field, never null; tells, and can be undone.
     void SetField(std::shared_ptr<const HeightField> field);
     std::shared_ptr<const HeightField> GetHeightField(TimeValue t) override { return m_field; }
     std::shared_ptr<const Mesh> GetRenderMesh(TimeValue t) override;
@@ -56,6 +57,8 @@ public:
     std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 
 private:
+    void PutField(std::shared_ptr<const HeightField> field);
+
     std::shared_ptr<const HeightField> m_field;  // never null
     std::weak_ptr<const Mesh> m_mesh;
 };

@@ -1,7 +1,9 @@
 #include "host/scene/host_classes.h"
 
+#include "host/params/controller.h"
 #include "host/scene/derived_object.h"
 #include "host/scene/external_object.h"
+#include "host/scene/height_field_object.h"
 #include "host/scene/layer.h"
 #include "host/scene/material.h"
 #include "host/scene/node.h"
@@ -11,10 +13,21 @@
 #include "host/scene/texmaps.h"
 #include "host/scene/transform_controller.h"
 
+namespace {
+
+// Whoever makes a block for itself describes it; one that nobody describes has no parameters.
+std::shared_ptr<IParamBlock2> MakeEmptyBlock() {
+    static const ParamBlockDesc2 desc{0, "params", "Parameters", 0, true, {}};
+    return IParamBlock2::Create(desc);
+}
+
+}  // namespace
+
 void RegisterHostClasses(ClassRegistry& classes) {
     classes.Register(DescribeClass<INode>("node", "Nodes"));
     classes.Register(DescribeClass<Layer>("layer", "Nodes"));
     classes.Register(DescribeClass<TriObject>("mesh", "Geometry"));
+    classes.Register(DescribeClass<HeightFieldObject>("height_field", "Geometry"));
     classes.Register(DescribeClass<ShapeObject>("spline", "Shapes"));
     classes.Register(DescribeClass<CameraObject>("camera", "Cameras"));
     classes.Register(DescribeClass<LightObject>("light", "Lights"));
@@ -25,6 +38,7 @@ void RegisterHostClasses(ClassRegistry& classes) {
     classes.Register(DescribeClass<DerivedObject>("derived", "Modifiers"));
     classes.Register(DescribeClass<PointCacheModifier>("point_cache", "Modifiers"));
     classes.Register(DescribeClass<TransformController>("transform", "Controllers"));
+    classes.Register(DescribeClass<KeyController>("keys", "Controllers"));
     classes.Register(DescribeClass<StandardMtl>("standard", "Materials"));
     classes.Register(DescribeClass<PhysicalMtl>("physical", "Materials"));
     classes.Register(DescribeClass<MultiMtl>("multi", "Materials"));
@@ -36,4 +50,5 @@ void RegisterHostClasses(ClassRegistry& classes) {
                       [] { return std::make_shared<BitmapTex>(nullptr); }});
     classes.Register(DescribeClass<NoiseTex>("noise", "Maps"));
     classes.Register(DescribeClass<ShadowMapType>("shadow_map", "Shadows"));
+    classes.Register({IParamBlock2::kClass, "param_block", "Parameters", false, MakeEmptyBlock});
 }

@@ -47,8 +47,12 @@ std::shared_ptr<ReferenceTarget> StandardMtl::GetReference(int slot) const {
 }
 
 void StandardMtl::SetReference(int slot, std::shared_ptr<ReferenceTarget> map) {
-    if (slot == 0) diffuseMap = std::dynamic_pointer_cast<Texmap>(map);
-    if (slot == 1) opacityMap = std::dynamic_pointer_cast<Texmap>(map);
+    if (slot == 0) diffuseMap.Put(std::dynamic_pointer_cast<Texmap>(map));
+    if (slot == 1) opacityMap.Put(std::dynamic_pointer_cast<Texmap>(map));
+}
+
+std::string StandardMtl::SubAnimName(int i) const {
+    return i == 0 ? "Diffuse" : i == 1 ? "Opacity" : "";
 }
 
 std::shared_ptr<ReferenceTarget> StandardMtl::Clone(CloneMap& map) const {
@@ -70,8 +74,8 @@ void StandardMtl::CopyInto(const std::shared_ptr<StandardMtl>& copy, CloneMap& m
     copy->ripple = ripple;
     copy->wireframe = wireframe;
     copy->viewportMaps = viewportMaps;
-    map.Refer(diffuseMap.Share(), [copy](auto m) { copy->diffuseMap = std::move(m); });
-    map.Refer(opacityMap.Share(), [copy](auto m) { copy->opacityMap = std::move(m); });
+    map.Refer(diffuseMap.Share(), [copy](auto m) { copy->diffuseMap.Put(std::move(m)); });
+    map.Refer(opacityMap.Share(), [copy](auto m) { copy->opacityMap.Put(std::move(m)); });
 }
 
 void StandardMtl::UpdateMap(Texmap* map, TimeValue t, std::vector<std::string>* problems) {
@@ -128,48 +132,23 @@ void MultiMtl::Shade(const ShadeContext& sc, SurfaceLook* look) const {
     if (const Mtl* shown = MtlOfFace(this, sc.MaterialId())) shown->Shade(sc, look);
 }
 
-void MultiMtl::Append(std::shared_ptr<Mtl> sub) {
-    subs.push_back(std::make_unique<Reference<Mtl>>(this));
-    *subs.back() = std::move(sub);
-}
-
-// The entries themselves come and go, as older steps of the undo list know them.
-void MultiMtl::Grow(int numSubMtls) {
-    size_t before = subs.size();
-    if (numSubMtls <= NumSubMtls()) return;
-    while (NumSubMtls() < numSubMtls) Append(nullptr);
-    RecordExchange(*this, [this, before, other = decltype(subs)()]() mutable {
-        decltype(subs) tail;
-        std::move(subs.begin() + ptrdiff_t(before), subs.end(), std::back_inserter(tail));
-        subs.resize(before);
-        std::move(other.begin(), other.end(), std::back_inserter(subs));
-        other = std::move(tail);
-        ValueChanged();
-    });
-    ValueChanged();
-}
-
-void MultiMtl::SetSubMtl(int i, std::shared_ptr<Mtl> sub) {
-    SetAndRecord(*subs[size_t(i)], std::move(sub));
-}
-
 std::shared_ptr<ReferenceTarget> MultiMtl::GetReference(int slot) const {
-    return slot >= 0 && slot < NumSubMtls() ? subs[size_t(slot)]->Share() : nullptr;
+    return m_subs.Share(slot);
 }
 
 void MultiMtl::SetReference(int slot, std::shared_ptr<ReferenceTarget> mtl) {
-    if (slot >= 0 && slot < NumSubMtls()) *subs[size_t(slot)] = std::dynamic_pointer_cast<Mtl>(mtl);
+    m_subs.Put(slot, std::dynamic_pointer_cast<Mtl>(mtl));
 }
 
-std::string MultiMtl::SubAnimName(int i) const { return fmt::format("Material {}", i + 1); }
+std::string MultiMtl::SubAnimName(int i) const {
+    return i >= 0 && i < NumSubs() ? fmt::format("Material {}", i + 1) : "";
+}
 
 std::shared_ptr<ReferenceTarget> MultiMtl::Clone(CloneMap& map) const {
     auto copy = std::make_shared<MultiMtl>();
     copy->name = name;
-    for (const auto& sub : subs) {
-        copy->Append(nullptr);
-        map.Refer(sub->Share(),
-                  [copy, slot = copy->subs.back().get()](auto m) { *slot = std::move(m); });
-    }
+    copy->m_subs.MakeSlots(NumSubMtls());
+    for (int i = 0; i < NumSubMtls(); ++i)
+        map.Refer(m_subs.Share(i), [copy, i](auto m) { copy->m_subs.Put(i, std::move(m)); });
     return copy;
 }

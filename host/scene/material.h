@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "host/params/reference_list.h"
 #include "host/scene/texmap.h"
 
 class StandardMtl;
@@ -64,8 +65,8 @@ public:
     Property<ViewportMaps> viewportMaps{this, ViewportMaps::kNone};
     // Slope of small waves on the mirror, about 0.02 on a quiet lake.
     Property<float> ripple{this, 0.0f};
-    Reference<Texmap> diffuseMap{this};
-    Reference<Texmap> opacityMap{this};
+    RefProperty<Texmap> diffuseMap{this};
+    RefProperty<Texmap> opacityMap{this};
 
     void Update(TimeValue t, std::vector<std::string>* problems) override;
     void TellNeeds(ShadeNeeds* needs) const override;
@@ -81,7 +82,7 @@ public:
     void SetReference(int slot, std::shared_ptr<ReferenceTarget> map) override;
     int NumSubs() const override { return 2; }
     ReferenceTarget* SubAnim(int i) const override { return GetReference(i).get(); }
-    std::string SubAnimName(int i) const override { return i == 0 ? "Diffuse" : "Opacity"; }
+    std::string SubAnimName(int i) const override;
     std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 
 protected:
@@ -104,31 +105,36 @@ private:
 // entry may be empty (it shows the host's default grey).
 class MultiMtl : public Mtl {
 public:
-    std::vector<std::unique_ptr<Reference<Mtl>>> subs;
-
-    int NumSubMtls() const override { return int(subs.size()); }
-    Mtl* GetSubMtl(int i) const override { return subs[size_t(i)]->Get(); }
+    int NumSubMtls() const override { return m_subs.Count(); }
+    Mtl* GetSubMtl(int i) const override { return m_subs.Get(i); }
+    std::shared_ptr<Mtl> ShareSubMtl(int i) const { return m_subs.Share(i); }
     Mtl* MtlOfId(int matID) override {
-        return subs.empty() ? nullptr : GetSubMtl(matID % NumSubMtls());
+        return NumSubMtls() == 0 ? nullptr : GetSubMtl(matID % NumSubMtls());
     }
     // Through the material of the face's id.
     float Opacity(const ShadeContext& sc) const override;
     void Shade(const ShadeContext& sc, SurfaceLook* look) const override;
-    void Append(std::shared_ptr<Mtl> sub);
-    // Makes the list longer, with empty entries; tells, and can be undone.
-    void Grow(int numSubMtls);
-    // Changes an entry, which must exist; tells, and can be undone.
-    void SetSubMtl(int i, std::shared_ptr<Mtl> sub);
+
+    // All three tell, and can be undone.
+    void Append(std::shared_ptr<Mtl> sub) { m_subs.Append(std::move(sub)); }
+    // New entries are empty; entries that are too many go from the end.
+    void SetNumSubMtls(int count) { m_subs.SetCount(count); }
+    // The entry must exist.
+    void SetSubMtl(int i, std::shared_ptr<Mtl> sub) { m_subs.Set(i, std::move(sub)); }
 
     static constexpr ClassInfo kClass{{0x3d1c0021, 0x52a7}, SuperClass::kMaterial, "Multi"};
     ClassInfo Class() const override { return kClass; }
     int NumRefs() const override { return NumSubMtls(); }
     std::shared_ptr<ReferenceTarget> GetReference(int slot) const override;
     void SetReference(int slot, std::shared_ptr<ReferenceTarget> mtl) override;
+    void SetNumRefs(int count) override { m_subs.MakeSlots(count); }
     int NumSubs() const override { return NumSubMtls(); }
     ReferenceTarget* SubAnim(int i) const override { return GetReference(i).get(); }
     std::string SubAnimName(int i) const override;
     std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
+
+private:
+    ReferenceList<Mtl> m_subs{this};
 };
 
 // The most materials with sub-materials that may stand inside each other.

@@ -102,7 +102,8 @@ bool INode::Passes(ClassTest test) const {
 // References.
 
 void TellGroup(INode& member, RefMessage message) {
-    bool isNews = message == RefMessage::kChange || message == RefMessage::kNodeTransformChanged;
+    bool isNews = message == RefMessage::kChange || message == RefMessage::kNodeTransformChanged ||
+                  message == RefMessage::kEverythingStale;
     INode* head = member.GetOutermostHead();
     if (isNews && head && head != &member) head->NotifyDependents({message});
 }

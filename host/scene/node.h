@@ -183,8 +183,11 @@ private:
     // The plain changes, without undo.
     void PutName(const std::string& name);
     void PutLayer(const std::string& layer);
+    void PutObject(std::shared_ptr<Object> object);
+    void PutPlace(const Matrix3& local, std::shared_ptr<TransformController> controller);
     void PutBelow(INode& parent, size_t place);
     void PutProperty(const std::string& key, const std::optional<std::string>& text);
+    void SetPlace(const Matrix3& local, std::shared_ptr<TransformController> controller);
     size_t PlaceInParent() const;
 
     std::string m_name;

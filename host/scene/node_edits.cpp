@@ -73,39 +73,47 @@ void INode::RemoveUserProperty(const std::string& key) {
 
 // --- object and material
 
-void INode::SetObjectRef(std::shared_ptr<Object> object) {
-    if (m_object.Share() == object) return;
-    SetAndRecord(m_object, std::move(object));
+void INode::PutObject(std::shared_ptr<Object> object) {
+    SetAndTell(m_object, std::move(object));
     NotifyDependents({RefMessage::kObjectReplaced});
     TellGroup(*this, RefMessage::kChange);
+}
+
+void INode::SetObjectRef(std::shared_ptr<Object> object) {
+    if (m_object.Share() == object) return;
+    RecordExchange(*this, [this, other = m_object.Share()]() mutable {
+        std::shared_ptr<Object> now = m_object.Share();
+        PutObject(std::exchange(other, std::move(now)));
+    });
+    PutObject(std::move(object));
 }
 
 void INode::SetMtl(std::shared_ptr<Mtl> mtl) { SetAndRecord(m_mtl, std::move(mtl)); }
 
 // --- place
 
-void INode::SetLocalTM(const Matrix3& local) {
-    if (!m_controller && local == m_local) return;
-    RecordExchange(*this, [this, other = m_local, controller = m_controller.Share()]() mutable {
-        std::shared_ptr<TransformController> now = m_controller.Share();
-        std::swap(m_local, other);
-        m_controller = std::exchange(controller, std::move(now));
-        NotifyTransform();
-    });
+void INode::PutPlace(const Matrix3& local, std::shared_ptr<TransformController> controller) {
+    SubsWatch subs(*this);
     m_local = local;
-    m_controller = nullptr;
-    NotifyTransform();
-}
-
-void INode::SetTMController(std::shared_ptr<TransformController> controller) {
-    if (m_controller.Share() == controller) return;
-    RecordExchange(*this, [this, other = m_controller.Share()]() mutable {
-        std::shared_ptr<TransformController> now = m_controller.Share();
-        m_controller = std::exchange(other, std::move(now));
-        NotifyTransform();
-    });
     m_controller = std::move(controller);
     NotifyTransform();
+    subs.Tell();
+}
+
+void INode::SetPlace(const Matrix3& local, std::shared_ptr<TransformController> controller) {
+    if (local == m_local && controller == m_controller.Share()) return;
+    RecordExchange(*this, [this, other = m_local, controls = m_controller.Share()]() mutable {
+        Matrix3 now = m_local;
+        std::shared_ptr<TransformController> controlsNow = m_controller.Share();
+        PutPlace(std::exchange(other, now), std::exchange(controls, std::move(controlsNow)));
+    });
+    PutPlace(local, std::move(controller));
+}
+
+void INode::SetLocalTM(const Matrix3& local) { SetPlace(local, nullptr); }
+
+void INode::SetTMController(std::shared_ptr<TransformController> controller) {
+    SetPlace(m_local, std::move(controller));
 }
 
 void INode::SetNodeTM(TimeValue t, const Matrix3& world) {

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "host/params/clone_map.h"
+#include "host/scene/material.h"
 #include "host/scene/node.h"
 #include "host/scene/shadow_type.h"
 
@@ -29,17 +30,17 @@ bool Object::Passes(ClassTest test) const {
     return false;
 }
 
+Mtl* TriObject::DefaultMtl() const { return fileMaterial.Get(); }
+
 void TriObject::SetMesh(std::shared_ptr<const Mesh> mesh) {
-    RecordExchange(*this, [this, other = m_mesh, otherOrigin = origin,
-                           otherAnimation = m_animation]() mutable {
+    RecordExchange(*this, [this, other = m_mesh, otherAnimation = m_animation]() mutable {
         std::swap(m_mesh, other);
-        std::swap(origin, otherOrigin);
         std::swap(m_animation, otherAnimation);
         NotifyDependents();
     });
     m_mesh = std::move(mesh);
     m_animation = nullptr;
-    origin = {};
+    origin = MeshOrigin{};
     NotifyDependents();
 }
 
@@ -58,10 +59,18 @@ Interval TriObject::ObjectValidity(TimeValue t) const {
     return valid;
 }
 
-std::shared_ptr<ReferenceTarget> TriObject::Clone(CloneMap&) const {
+std::shared_ptr<ReferenceTarget> TriObject::GetReference(int slot) const {
+    return slot == 0 ? fileMaterial.Share() : nullptr;
+}
+
+void TriObject::SetReference(int slot, std::shared_ptr<ReferenceTarget> mtl) {
+    if (slot == 0) fileMaterial.Put(std::dynamic_pointer_cast<Mtl>(mtl));
+}
+
+std::shared_ptr<ReferenceTarget> TriObject::Clone(CloneMap& map) const {
     auto copy = std::make_shared<TriObject>(m_mesh, origin);
-    copy->fileMaterial = fileMaterial;
     copy->m_animation = m_animation;
+    map.Refer(fileMaterial.Share(), [copy](auto mtl) { copy->fileMaterial.Put(std::move(mtl)); });
     return copy;
 }
 
@@ -86,7 +95,7 @@ std::shared_ptr<ReferenceTarget> CameraObject::GetReference(int slot) const {
 }
 
 void CameraObject::SetReference(int slot, std::shared_ptr<ReferenceTarget> node) {
-    if (slot == 0) target = std::dynamic_pointer_cast<INode>(node);
+    if (slot == 0) target.Put(std::dynamic_pointer_cast<INode>(node));
 }
 
 std::shared_ptr<ReferenceTarget> CameraObject::Clone(CloneMap& map) const {
@@ -94,7 +103,7 @@ std::shared_ptr<ReferenceTarget> CameraObject::Clone(CloneMap& map) const {
     copy->fovDegrees.SetContent(fovDegrees.Content());
     copy->envNear = envNear;
     copy->envFar = envFar;
-    map.Refer(target.Share(), [copy](auto node) { copy->target = std::move(node); });
+    map.Refer(target.Share(), [copy](auto node) { copy->target.Put(std::move(node)); });
     return copy;
 }
 
@@ -107,59 +116,38 @@ Interval LightObject::ObjectValidity(TimeValue t) const {
     return valid;
 }
 
-void LightObject::SetShadowType(std::shared_ptr<ShadowType> type) {
-    SetAndRecord(shadowType, std::move(type));
-}
-
 std::shared_ptr<ReferenceTarget> LightObject::GetReference(int slot) const {
     if (slot == 0) return target.Share();
     if (slot == 1) return shadowType.Share();
-    bool isListed = slot >= 2 && slot < NumRefs();
-    return isListed ? m_shadowNodes[size_t(slot - 2)]->Share() : nullptr;
+    return m_shadowNodes.Share(slot - 2);
 }
 
 void LightObject::SetReference(int slot, std::shared_ptr<ReferenceTarget> to) {
-    if (slot == 0) target = std::dynamic_pointer_cast<INode>(to);
-    if (slot == 1) shadowType = std::dynamic_pointer_cast<ShadowType>(to);
-    if (slot >= 2 && slot < NumRefs())
-        *m_shadowNodes[size_t(slot - 2)] = std::dynamic_pointer_cast<INode>(to);
+    if (slot == 0) target.Put(std::dynamic_pointer_cast<INode>(to));
+    if (slot == 1) shadowType.Put(std::dynamic_pointer_cast<ShadowType>(to));
+    m_shadowNodes.Put(slot - 2, std::dynamic_pointer_cast<INode>(to));
+}
+
+ReferenceTarget* LightObject::SubAnim(int i) const { return i == 2 ? shadowType.Get() : nullptr; }
+
+std::string LightObject::SubAnimName(int i) const {
+    constexpr const char* kNames[] = {"Color", "Intensity", "Shadow"};
+    return i >= 0 && i < NumSubs() ? kNames[i] : "";
 }
 
 bool CastsShadowOf(const LightObject* light, const INode* node) {
     return (!node || node->castsShadows) && (!light || light->LetsCastShadows(node));
 }
 
-void LightObject::SetNumShadowNodes(int count) {
-    m_shadowNodes.resize(size_t(count));
-    for (auto& node : m_shadowNodes)
-        if (!node) node = std::make_unique<Reference<INode>>(this);
-}
-
-void LightObject::PutShadowNodes(const std::vector<std::shared_ptr<INode>>& nodes) {
-    SetNumShadowNodes(int(nodes.size()));
-    for (size_t i = 0; i < nodes.size(); ++i) *m_shadowNodes[i] = nodes[i];
-    NotifyDependents();
-}
-
 void LightObject::SetShadowNodes(std::vector<std::shared_ptr<INode>> nodes) {
-    RecordExchange(*this, [this, other = ShadowNodes()]() mutable {
-        auto now = ShadowNodes();
-        PutShadowNodes(std::exchange(other, std::move(now)));
-    });
-    PutShadowNodes(nodes);
+    m_shadowNodes.Assign(std::move(nodes));
 }
 
-std::vector<std::shared_ptr<INode>> LightObject::ShadowNodes() const {
-    std::vector<std::shared_ptr<INode>> nodes;
-    for (const auto& node : m_shadowNodes) nodes.push_back(node->Share());
-    return nodes;
-}
-
-INode* LightObject::GetShadowNode(int i) const { return m_shadowNodes[size_t(i)]->Get(); }
+INode* LightObject::GetShadowNode(int i) const { return m_shadowNodes.Get(i); }
 
 bool LightObject::LetsCastShadows(const INode* node) const {
     bool isListed = false;
-    for (const auto& listed : m_shadowNodes) isListed |= node && listed->Get() == node;
+    for (int i = 0; i < NumShadowNodes(); ++i) isListed |= node && GetShadowNode(i) == node;
     return isListed == includesShadowNodes;
 }
 
@@ -169,54 +157,42 @@ std::shared_ptr<ReferenceTarget> LightObject::Clone(CloneMap& map) const {
     copy->color.SetContent(color.Content());
     copy->intensity.SetContent(intensity.Content());
     copy->shadows = shadows;
-    map.Refer(target.Share(), [copy](auto node) { copy->target = std::move(node); });
-    copy->shadowType = map.CopyPart(shadowType.Share());
+    map.Refer(target.Share(), [copy](auto node) { copy->target.Put(std::move(node)); });
+    copy->shadowType.Put(map.CopyPart(shadowType.Share()));
     copy->includesShadowNodes = includesShadowNodes;
-    copy->SetNumShadowNodes(NumShadowNodes());
-    for (size_t i = 0; i < m_shadowNodes.size(); ++i)
-        map.Refer(m_shadowNodes[i]->Share(),
-                  [copy, i](auto node) { *copy->m_shadowNodes[i] = std::move(node); });
+    copy->m_shadowNodes.MakeSlots(NumShadowNodes());
+    for (int i = 0; i < NumShadowNodes(); ++i)
+        map.Refer(m_shadowNodes.Share(i),
+                  [copy, i](auto node) { copy->m_shadowNodes.Put(i, std::move(node)); });
     return copy;
 }
 
 // Particles.
 
 int ParticleObject::AddEvent(std::shared_ptr<INode> node) {
-    for (size_t i = 0; i < m_events.size(); ++i)
-        if (m_events[i]->Get() == node.get()) return int(i);
-    m_events.push_back(std::make_unique<Reference<INode>>(this));
-    *m_events.back() = std::move(node);
-    return int(m_events.size()) - 1;
+    for (int i = 0; i < NumEvents(); ++i)
+        if (GetEvent(i) == node.get()) return i;
+    m_events.Append(std::move(node));
+    return NumEvents() - 1;
 }
 
-void ParticleObject::SetNumEvents(int count) {
-    m_events.resize(size_t(count));
-    for (auto& event : m_events)
-        if (!event) event = std::make_unique<Reference<INode>>(this);
-}
-
-INode* ParticleObject::GetEvent(int i) const {
-    return i < 0 ? nullptr : m_events[size_t(i)]->Get();
-}
+INode* ParticleObject::GetEvent(int i) const { return m_events.Get(i); }
 
 std::shared_ptr<ReferenceTarget> ParticleObject::GetReference(int slot) const {
-    return slot >= 0 && slot < NumEvents() ? m_events[size_t(slot)]->Share() : nullptr;
+    return m_events.Share(slot);
 }
 
 void ParticleObject::SetReference(int slot, std::shared_ptr<ReferenceTarget> node) {
-    if (slot >= 0 && slot < NumEvents())
-        *m_events[size_t(slot)] = std::dynamic_pointer_cast<INode>(node);
+    m_events.Put(slot, std::dynamic_pointer_cast<INode>(node));
 }
 
 std::shared_ptr<ReferenceTarget> ParticleObject::Clone(CloneMap& map) const {
     auto copy = std::make_shared<ParticleObject>();
     copy->particles = particles;
-    for (const auto& event : m_events) {
-        copy->m_events.push_back(std::make_unique<Reference<INode>>(copy.get()));
-        map.Refer(event->Share(), [copy, slot = copy->m_events.back().get()](auto node) {
-            *slot = std::move(node);
-        });
-    }
+    copy->m_events.MakeSlots(NumEvents());
+    for (int i = 0; i < NumEvents(); ++i)
+        map.Refer(m_events.Share(i),
+                  [copy, i](auto node) { copy->m_events.Put(i, std::move(node)); });
     return copy;
 }
 

@@ -16,10 +16,11 @@
 #include "host/math/color.h"
 #include "host/math/interval.h"
 #include "host/params/property.h"
+#include "host/params/reference_list.h"
 
 class IInstanceSource;
-class Mtl;
 class INode;
+class Mtl;
 class ShadowType;
 
 class Object : public ReferenceTarget {
@@ -65,11 +66,15 @@ struct FileOrigin {
     std::optional<UpAxis> up;  // instead of what the format says
     bool keepNumbers = false;  // lengths are scene units, whatever unit the file states
     std::string animation;     // of the file, by name; empty: its first
+
+    friend bool operator==(const FileOrigin&, const FileOrigin&) = default;
 };
 struct PrimitiveOrigin {
     std::string kind;  // "plane", "box", "sphere", "cone", "cylinder"
     float width = 10, length = 10, height = 10, radius = 5;
     int segments = 0;  // 0: the kind's default
+
+    friend bool operator==(const PrimitiveOrigin&, const PrimitiveOrigin&) = default;
 };
 using MeshOrigin = std::variant<std::monostate, FileOrigin, PrimitiveOrigin>;
 
@@ -86,12 +91,13 @@ class TriObject : public Object {
 public:
     TriObject() : m_mesh(std::make_shared<Mesh>()) {}
     explicit TriObject(std::shared_ptr<const Mesh> mesh, MeshOrigin meshOrigin = {})
-        : origin(std::move(meshOrigin)), m_mesh(std::move(mesh)) {}
+        : origin(this, std::move(meshOrigin)), m_mesh(std::move(mesh)) {}
 
-    MeshOrigin origin;
-    std::shared_ptr<Mtl> fileMaterial;  // that came with the mesh's file
+    Property<MeshOrigin> origin{this};
+    RefProperty<Mtl> fileMaterial{this};  // that came with the mesh's file
+    bool HasFile() const { return std::holds_alternative<FileOrigin>(origin.Get()); }
 
-    Mtl* DefaultMtl() const override { return fileMaterial.get(); }
+    Mtl* DefaultMtl() const override;
     const std::shared_ptr<const Mesh>& GetMesh() const { return m_mesh; }
     // Replaces the mesh, which then comes from no file and rests. Never null. Can be undone.
     void SetMesh(std::shared_ptr<const Mesh> mesh);
@@ -108,6 +114,14 @@ public:
     size_t GeometryBytes() const override { return m_mesh->BytesHeld(); }
     static constexpr ClassInfo kClass{{0x3d1c0010, 0x52a7}, SuperClass::kGeomObject, "Mesh"};
     ClassInfo Class() const override { return kClass; }
+    // The material, which files leave to the mesh's own file.
+    int NumRefs() const override { return 1; }
+    std::shared_ptr<ReferenceTarget> GetReference(int slot) const override;
+    void SetReference(int slot, std::shared_ptr<ReferenceTarget> mtl) override;
+    bool IsSlotStored(int) const override { return !HasFile(); }
+    int NumSubs() const override { return 1; }
+    ReferenceTarget* SubAnim(int i) const override { return GetReference(i).get(); }
+    std::string SubAnimName(int i) const override { return i == 0 ? "Material" : ""; }
     // The copy shares the mesh, which nobody changes.
     std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 
@@ -135,16 +149,19 @@ class CameraObject : public Object {
 public:
     AnimatedProperty<float> fovDegrees{this, 45};                // horizontal
     Property<float> envNear{this, 0.0f}, envFar{this, 1000.0f};  // environment ranges
-    Reference<INode> target{this};
+    RefProperty<INode> target{this};
 
     bool IsCamera() const override { return true; }
     INode* GetTargetNode() const override;
     Interval ObjectValidity(TimeValue t) const override;
     static constexpr ClassInfo kClass{{0x3d1c0012, 0x52a7}, SuperClass::kCamera, "Camera"};
     ClassInfo Class() const override { return kClass; }
+    // The target.
     int NumRefs() const override { return 1; }
     std::shared_ptr<ReferenceTarget> GetReference(int slot) const override;
     void SetReference(int slot, std::shared_ptr<ReferenceTarget> node) override;
+    int NumSubs() const override { return 1; }
+    std::string SubAnimName(int i) const override { return i == 0 ? "Field of view" : ""; }
     std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 };
 
@@ -157,19 +174,17 @@ public:
     AnimatedProperty<Color> color{this, {1, 1, 1}};
     AnimatedProperty<float> intensity{this, 1};
     Property<bool> shadows{this, true};
-    Reference<INode> target{this};
+    RefProperty<INode> target{this};
     // Nodes that cast no shadows of this light or, where it includes them, the only ones that do.
     Property<bool> includesShadowNodes{this, false};
-    int NumShadowNodes() const { return int(m_shadowNodes.size()); }
+    int NumShadowNodes() const { return m_shadowNodes.Count(); }
     INode* GetShadowNode(int i) const;
     // Null entries count for nothing. Tells, and can be undone.
     void SetShadowNodes(std::vector<std::shared_ptr<INode>> nodes);
     // Whether a node, null for geometry of none, casts shadows of this light.
     bool LetsCastShadows(const INode* node) const;
     // How it casts shadows where a renderer draws them into maps; null: a default map.
-    Reference<ShadowType> shadowType{this};
-    // Tells, and can be undone.
-    void SetShadowType(std::shared_ptr<ShadowType> type);
+    RefProperty<ShadowType> shadowType{this};
 
     bool IsLight() const override { return true; }
     INode* GetTargetNode() const override;
@@ -179,15 +194,15 @@ public:
     // The target, the shadow type, the nodes of the shadow list.
     int NumRefs() const override { return 2 + NumShadowNodes(); }
     std::shared_ptr<ReferenceTarget> GetReference(int slot) const override;
-    void SetReference(int slot, std::shared_ptr<ReferenceTarget> node) override;
-    // For who fills the slots afterwards.
-    void SetNumShadowNodes(int count);
+    void SetReference(int slot, std::shared_ptr<ReferenceTarget> target) override;
+    void SetNumRefs(int count) override { m_shadowNodes.MakeSlots(std::max(0, count - 2)); }
+    int NumSubs() const override { return 3; }
+    ReferenceTarget* SubAnim(int i) const override;
+    std::string SubAnimName(int i) const override;
     std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 
 private:
-    std::vector<std::shared_ptr<INode>> ShadowNodes() const;
-    void PutShadowNodes(const std::vector<std::shared_ptr<INode>>& nodes);
-    std::vector<std::unique_ptr<Reference<INode>>> m_shadowNodes;
+    ReferenceList<INode> m_shadowNodes{this};
 };
 
 struct Particle {
@@ -209,23 +224,24 @@ class ParticleObject : public Object {
 public:
     Property<std::vector<Particle>> particles{this};
 
-    // Event nodes that particles point at. The same node keeps its index.
+    // Event nodes that particles point at. The same node keeps its index; another one comes last,
+    // which tells, and can be undone.
     int AddEvent(std::shared_ptr<INode> node);
-    int NumEvents() const { return int(m_events.size()); }
-    // Slots for as many; new ones hold none.
-    void SetNumEvents(int count);
+    int NumEvents() const { return m_events.Count(); }
     INode* GetEvent(int i) const;  // null for -1
 
     bool IsParticleSystem() const override { return true; }
     static constexpr ClassInfo kClass{{0x3d1c0014, 0x52a7}, SuperClass::kParticles, "Particles"};
     ClassInfo Class() const override { return kClass; }
+    // The event nodes.
     int NumRefs() const override { return NumEvents(); }
     std::shared_ptr<ReferenceTarget> GetReference(int slot) const override;
     void SetReference(int slot, std::shared_ptr<ReferenceTarget> node) override;
+    void SetNumRefs(int count) override { m_events.MakeSlots(count); }
     std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 
 private:
-    std::vector<std::unique_ptr<Reference<INode>>> m_events;
+    ReferenceList<INode> m_events{this};
 };
 
 class DummyObject : public Object {

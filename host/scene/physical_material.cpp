@@ -72,9 +72,9 @@ std::shared_ptr<ReferenceTarget> PhysicalMtl::GetReference(int slot) const {
 
 void PhysicalMtl::SetReference(int slot, std::shared_ptr<ReferenceTarget> map) {
     auto texmap = std::dynamic_pointer_cast<Texmap>(map);
-    if (slot == 2) metallicRoughnessMap = texmap;
-    if (slot == 3) normalMap = texmap;
-    if (slot == 4) emissionMap = texmap;
+    if (slot == 2) metallicRoughnessMap.Put(texmap);
+    if (slot == 3) normalMap.Put(texmap);
+    if (slot == 4) emissionMap.Put(texmap);
     StandardMtl::SetReference(slot, std::move(map));
 }
 
@@ -100,8 +100,8 @@ std::shared_ptr<ReferenceTarget> PhysicalMtl::Clone(CloneMap& map) const {
     copy->emission = emission;
     copy->emissionStrength = emissionStrength;
     map.Refer(metallicRoughnessMap.Share(),
-              [copy](auto m) { copy->metallicRoughnessMap = std::move(m); });
-    map.Refer(normalMap.Share(), [copy](auto m) { copy->normalMap = std::move(m); });
-    map.Refer(emissionMap.Share(), [copy](auto m) { copy->emissionMap = std::move(m); });
+              [copy](auto m) { copy->metallicRoughnessMap.Put(std::move(m)); });
+    map.Refer(normalMap.Share(), [copy](auto m) { copy->normalMap.Put(std::move(m)); });
+    map.Refer(emissionMap.Share(), [copy](auto m) { copy->emissionMap.Put(std::move(m)); });
     return copy;
 }

@@ -17,11 +17,11 @@ public:
     Property<Color> emission{this, {0, 0, 0}};
     Property<float> emissionStrength{this, 1.0f};
     // Its green multiplies the roughness, its blue the metalness. Plain numbers.
-    Reference<Texmap> metallicRoughnessMap{this};
+    RefProperty<Texmap> metallicRoughnessMap{this};
     // Red, green and blue of a normal in 0..1 for -1..1: along u, along v, off the surface.
-    Reference<Texmap> normalMap{this};
+    RefProperty<Texmap> normalMap{this};
     // Multiplies the emission.
-    Reference<Texmap> emissionMap{this};
+    RefProperty<Texmap> emissionMap{this};
 
     void Update(TimeValue t, std::vector<std::string>* problems) override;
     void TellNeeds(ShadeNeeds* needs) const override;

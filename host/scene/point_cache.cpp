@@ -6,6 +6,7 @@
 
 #include "host/base/log.h"
 #include "host/geom/mesh_motion.h"
+#include "host/scene/material.h"
 
 namespace {
 
@@ -51,7 +52,7 @@ std::shared_ptr<Object> PointCacheModifier::Modify(const std::shared_ptr<Object>
     MoveVertices(*moved, std::move(points));
     if (valid) *valid &= place.valid;
     auto object = std::make_shared<TriObject>(std::move(moved));
-    object->fileMaterial = tri.fileMaterial;
+    object->fileMaterial.Put(tri.fileMaterial.Share());
     return object;
 }
 

@@ -4,6 +4,8 @@
 
 #include <fmt/format.h>
 
+#include "host/params/param_block.h"
+#include "host/scene/derived_object.h"
 #include "host/scene/host_context.h"
 #include "host/scene/object.h"
 
@@ -47,6 +49,18 @@ void SetEntry(Scene& scene, std::map<std::string, std::shared_ptr<T>>& map, cons
     });
 }
 
+// Results stand on parameters, whose lengths and times mean something else now; those of what an
+// object is made of go first.
+void TellStale(ReferenceTarget& target) {
+    for (int slot = 0; slot < target.NumRefs(); ++slot) {
+        std::shared_ptr<ReferenceTarget> part = target.GetReference(slot);
+        bool isPart = dynamic_cast<IParamBlock2*>(part.get()) ||
+                      dynamic_cast<Object*>(part.get()) || dynamic_cast<Modifier*>(part.get());
+        if (isPart) TellStale(*part);
+    }
+    target.NotifyDependents({RefMessage::kEverythingStale});
+}
+
 }  // namespace
 
 Scene::Scene() : m_root(INode::Create("Scene Root")) {
@@ -66,6 +80,11 @@ Scene::~Scene() {
         node->StandIn(nullptr, nullptr);
     }
     for (INode* node : m_nodes) node->m_parent = nullptr;
+}
+
+void Scene::UnitsChanged() {
+    for (INode* node : m_nodes)
+        if (Object* object = node->GetObjectRef()) TellStale(*object);
 }
 
 // --- view and time
@@ -216,13 +235,13 @@ void Scene::NodeRenamed(INode& node, const std::string& oldName) {
 std::vector<INode*> Scene::CloneNodes(std::span<INode* const> nodes) {
     CloneMap map;
     std::vector<std::shared_ptr<INode>> copies;
-    for (INode* node : nodes) {
-        auto copy = std::static_pointer_cast<INode>(node->Clone(map));
-        map.Add(*node, copy);
-        copies.push_back(std::move(copy));
-    }
     {
         HoldSuspender loose(CurrentHold());
+        for (INode* node : nodes) {
+            auto copy = std::static_pointer_cast<INode>(node->Clone(map));
+            map.Add(*node, copy);
+            copies.push_back(std::move(copy));
+        }
         map.Finish();
     }
     std::vector<INode*> added;

@@ -55,8 +55,9 @@ public:
     // The undo records of a scene go with it.
     std::shared_ptr<void> KeepForUndo() override { return {std::shared_ptr<void>(), this}; }
 
-    Property<double> unitScale{this, 1.0};  // metres in one scene unit
-    Property<int> ticksPerFrame{this, 160};
+    // Whatever was worked out with other units is told to be stale.
+    Property<double> unitScale{&m_units, 1.0};  // metres in one scene unit
+    Property<int> ticksPerFrame{&m_units, 160};
     Property<TimeRange> timeRange{this};  // of animations
     Property<SceneRenderSettings> render{this};
     std::string path;  // file that the scene came from, empty for none
@@ -125,6 +126,13 @@ public:
 
 private:
     friend class INode;
+    struct Units : ReferenceMaker {
+        explicit Units(Scene& owner) : scene(owner) {}
+        std::shared_ptr<void> KeepForUndo() override { return scene.KeepForUndo(); }
+        void ValueChanged() override { scene.UnitsChanged(); }
+        Scene& scene;
+    };
+    void UnitsChanged();
     // number: the first that may be free; in the end the one given.
     std::string UniqueNodeName(const std::string& name, int* number) const;
     void NodeRenamed(INode& node, const std::string& oldName) override;
@@ -135,6 +143,7 @@ private:
     void TakeOut(INode& node);
     void SetSelected(std::span<INode* const> nodes);
 
+    Units m_units{*this};
     TimeValue m_time = 0;
     std::optional<ViewState> m_view;
     Reference<INode> m_renderCamera{this};

@@ -58,6 +58,11 @@ bool TransformController::IsAnimated() const {
     return turns || position.IsAnimated() || scale.IsAnimated();
 }
 
+std::string TransformController::SubAnimName(int i) const {
+    constexpr const char* kNames[] = {"Position", "Rotation", "Scale"};
+    return i >= 0 && i < NumSubs() ? kNames[i] : "";
+}
+
 std::shared_ptr<ReferenceTarget> TransformController::Clone(CloneMap&) const {
     auto copy = std::make_shared<TransformController>();
     copy->position.SetContent(position.Content());

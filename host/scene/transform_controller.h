@@ -27,5 +27,7 @@ public:
 
     static constexpr ClassInfo kClass{{0x3d1c0003, 0x52a7}, SuperClass::kController, "Transform"};
     ClassInfo Class() const override { return kClass; }
+    int NumSubs() const override { return 3; }
+    std::string SubAnimName(int i) const override;
     std::shared_ptr<ReferenceTarget> Clone(CloneMap&) const override;
 };

@@ -98,11 +98,7 @@ void RegisterMaterialStorage(SceneStorage& storage) {
         fields(33, mtl.emission);
         fields(34, mtl.emissionStrength);
     });
-    storage.Register<MultiMtl>([](auto& fields, MultiMtl& mtl) {
-        VisitMtl(fields, mtl);
-        if constexpr (std::remove_reference_t<decltype(fields)>::kReads)
-            for (uint32_t i = 0; i < fields.NumSlots(); ++i) mtl.Append(nullptr);
-    });
+    storage.Register<MultiMtl>([](auto& fields, MultiMtl& mtl) { VisitMtl(fields, mtl); });
     storage.Register<ColorTex>([](auto& fields, ColorTex& map) {
         VisitTexmap(fields, map);
         fields(10, map.color);

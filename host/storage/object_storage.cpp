@@ -49,7 +49,7 @@ void LoadModel(StoredEntities& entities, TriObject& object, const FileOrigin& or
     for (std::string& warning : model.warnings) entities.warnings.push_back(std::move(warning));
     if (!model.mesh) return entities.Fail(model.error, model.errorClass);
     object.SetMesh(model.mesh);
-    object.origin = origin;
+    object.origin = MeshOrigin{origin};
     object.fileMaterial = model.material;
     if (model.animation) object.SetAnimation(model.animation);
 }
@@ -61,7 +61,7 @@ void MakePrimitive(StoredEntities& entities, TriObject& object, const PrimitiveO
         return entities.Fail("the shape \"" + origin.kind + "\" cannot be made",
                              DescriptionErrorClass::kMalformed);
     object.SetMesh(std::move(mesh));
-    object.origin = origin;
+    object.origin = MeshOrigin{origin};
 }
 
 void ReadMeshObject(FieldReader& fields, TriObject& object) {
@@ -73,7 +73,9 @@ void ReadMeshObject(FieldReader& fields, TriObject& object) {
     fields(1, *kind);
     fields.SharedMesh(2, object.GetMesh(),
                       [&object](auto mesh) { object.SetMesh(std::move(mesh)); });
-    fields.Target(3, object.fileMaterial, [&object](auto mtl) { object.fileMaterial = mtl; });
+    // Of files whose meshes had no slots.
+    fields.Target(3, object.fileMaterial.Share(),
+                  [&object](auto mtl) { object.fileMaterial = mtl; });
     fields.WhenLoaded([&entities = fields.Entities(), &object, file, primitive, kind] {
         if (*kind == 1) LoadModel(entities, object, *file);
         if (*kind == 2) MakePrimitive(entities, object, *primitive);
@@ -81,17 +83,15 @@ void ReadMeshObject(FieldReader& fields, TriObject& object) {
 }
 
 void WriteMeshObject(FieldWriter& fields, TriObject& object) {
-    fields(1, uint8_t(object.origin.index()));
-    if (auto* file = std::get_if<FileOrigin>(&object.origin)) return VisitOrigin(fields, *file);
-    if (auto* shape = std::get_if<PrimitiveOrigin>(&object.origin))
-        return VisitOrigin(fields, *shape);
+    MeshOrigin origin = object.origin;
+    fields(1, uint8_t(origin.index()));
+    if (auto* file = std::get_if<FileOrigin>(&origin)) return VisitOrigin(fields, *file);
+    if (auto* shape = std::get_if<PrimitiveOrigin>(&origin)) return VisitOrigin(fields, *shape);
     fields.SharedMesh(2, object.GetMesh(), 0);
-    fields.Target(3, object.fileMaterial, 0);
 }
 
 template <class Fields>
-void VisitTerrain(Fields& fields, HeightFieldObject& terrain) {
-    HeightfieldOrigin& origin = terrain.origin;
+void VisitOrigin(Fields& fields, HeightfieldOrigin& origin) {
     fields.Path(1, origin.file);
     fields(2, origin.size);
     fields(3, origin.samplesX);
@@ -113,16 +113,24 @@ void VisitTerrain(Fields& fields, HeightFieldObject& terrain) {
     fields(7, origin.height);
     fields(8, origin.low);
     fields(9, origin.high);
-    if constexpr (Fields::kReads)
-        fields.WhenLoaded([&entities = fields.Entities(), &terrain] {
-            if (terrain.origin.file.empty()) return;
-            HeightfieldLoad load =
-                entities.loaders.LoadHeightfield(terrain.origin, entities.scene.unitScale);
-            for (std::string& warning : load.warnings)
-                entities.warnings.push_back(std::move(warning));
-            if (!load.field) return entities.Fail(load.error, load.errorClass);
-            terrain.SetField(std::move(load.field));
-        });
+}
+
+void ReadTerrain(FieldReader& fields, HeightFieldObject& terrain) {
+    auto origin = std::make_shared<HeightfieldOrigin>();
+    VisitOrigin(fields, *origin);
+    fields.WhenLoaded([&entities = fields.Entities(), &terrain, origin] {
+        terrain.origin = *origin;
+        if (origin->file.empty()) return;
+        HeightfieldLoad load = entities.loaders.LoadHeightfield(*origin, entities.scene.unitScale);
+        for (std::string& warning : load.warnings) entities.warnings.push_back(std::move(warning));
+        if (!load.field) return entities.Fail(load.error, load.errorClass);
+        terrain.SetField(std::move(load.field));
+    });
+}
+
+void WriteTerrain(FieldWriter& fields, HeightFieldObject& terrain) {
+    HeightfieldOrigin origin = terrain.origin;
+    VisitOrigin(fields, origin);
 }
 
 // Its file is opened when all else of this one stands, units among it.
@@ -142,12 +150,6 @@ void ReadExternal(FieldReader& fields, ExternalObject& object) {
 void WriteExternal(FieldWriter& fields, ExternalObject& object) {
     fields.Path(1, object.Origin().file);
     fields(2, object.Origin().object);
-}
-
-std::shared_ptr<HeightFieldObject> FlatTerrain() {
-    const float heights[4] = {};
-    auto field = std::make_shared<HeightField>(2, 2, Point2{1, 1}, heights);
-    return std::make_shared<HeightFieldObject>(std::move(field), HeightfieldOrigin{});
 }
 
 void PutParticle(FieldWriter& out, const Particle& p) {
@@ -176,7 +178,6 @@ void ReadParticles(FieldReader& in, ParticleObject& object) {
 
 template <class Fields>
 void VisitParticles(Fields& fields, ParticleObject& object) {
-    if constexpr (Fields::kReads) object.SetNumEvents(int(fields.NumSlots()));
     fields.Own(
         1,
         [&object](FieldWriter& out) {
@@ -187,8 +188,7 @@ void VisitParticles(Fields& fields, ParticleObject& object) {
 }
 
 // Modifiers of classes that are not there are left out in the end.
-void MakeModifierSlots(FieldReader& fields, DerivedObject& object) {
-    for (uint32_t i = 1; i < fields.NumSlots(); ++i) object.InsertModifier(int(i - 1), nullptr);
+void LeaveOutEmptyModifiers(FieldReader& fields, DerivedObject& object) {
     fields.WhenLoaded([&object] {
         for (int i = object.NumModifiers(); i-- > 0;)
             if (!object.GetModifier(i)) object.RemoveModifier(i);
@@ -288,9 +288,12 @@ void RegisterObjectStorage(SceneStorage& storage) {
         else
             WriteMeshObject(fields, object);
     });
-    storage.Register<HeightFieldObject>(
-        [](auto& fields, HeightFieldObject& terrain) { VisitTerrain(fields, terrain); },
-        FlatTerrain);
+    storage.Register<HeightFieldObject>([](auto& fields, HeightFieldObject& terrain) {
+        if constexpr (std::remove_reference_t<decltype(fields)>::kReads)
+            ReadTerrain(fields, terrain);
+        else
+            WriteTerrain(fields, terrain);
+    });
     storage.Register<ExternalObject>([](auto& fields, ExternalObject& object) {
         if constexpr (std::remove_reference_t<decltype(fields)>::kReads)
             ReadExternal(fields, object);
@@ -310,14 +313,12 @@ void RegisterObjectStorage(SceneStorage& storage) {
         fields(3, light.intensity);
         fields(4, light.shadows);
         fields(5, light.includesShadowNodes);
-        if constexpr (std::remove_reference_t<decltype(fields)>::kReads)
-            light.SetNumShadowNodes(std::max(0, int(fields.NumSlots()) - 2));
     });
     storage.Register<ParticleObject>(
         [](auto& fields, ParticleObject& object) { VisitParticles(fields, object); });
     storage.Register<DerivedObject>([](auto& fields, DerivedObject& object) {
         if constexpr (std::remove_reference_t<decltype(fields)>::kReads)
-            MakeModifierSlots(fields, object);
+            LeaveOutEmptyModifiers(fields, object);
     });
     storage.Register<PointCacheModifier>(
         [](auto& fields, PointCacheModifier& modifier) { VisitPointCache(fields, modifier); });

@@ -99,26 +99,20 @@ void RegisterParamStorage(SceneStorage& storage) {
         fields(4, parts.quaternion);
         fields(5, parts.scale);
     });
-    storage.Register<KeyController>(
-        [](auto& fields, KeyController& keys) {
-            fields.Own(
-                1, [&keys](FieldWriter& out) { out.Put(keys.Content()); },
-                [&keys](FieldReader& in) {
-                    ParamElement content;
-                    in.Get(content);
-                    auto fits = [&](const ParamValue& v) {
-                        return v.index() == content.value.index();
-                    };
-                    bool isGood = content.value.index() == 0 || content.value.index() == 3;
-                    bool isBezier = content.track.interpolation == KeyInterpolation::kBezier;
-                    for (const ParamKey& key : content.track.keys)
-                        isGood = isGood && fits(key.value) &&
-                                 (!isBezier || (fits(key.in) && fits(key.out)));
-                    if (!isGood) return in.In().Fail("keys of a kind that no controller has");
-                    keys.SetContent(std::move(content));
-                });
-        },
-        [] {
-            return std::make_shared<KeyController>(ParamElement{0.0f, {}});
-        });
+    storage.Register<KeyController>([](auto& fields, KeyController& keys) {
+        fields.Own(
+            1, [&keys](FieldWriter& out) { out.Put(keys.Content()); },
+            [&keys](FieldReader& in) {
+                ParamElement content;
+                in.Get(content);
+                auto fits = [&](const ParamValue& v) { return v.index() == content.value.index(); };
+                bool isGood = content.value.index() == 0 || content.value.index() == 3;
+                bool isBezier = content.track.interpolation == KeyInterpolation::kBezier;
+                for (const ParamKey& key : content.track.keys)
+                    isGood =
+                        isGood && fits(key.value) && (!isBezier || (fits(key.in) && fits(key.out)));
+                if (!isGood) return in.In().Fail("keys of a kind that no controller has");
+                keys.SetContent(std::move(content));
+            });
+    });
 }

@@ -204,6 +204,7 @@ private:
         // Slots that are made for a file must not be more than the file has references for.
         bool isGood = head.content.numSlots <= m_in.FileSize() / sizeof(uint32_t);
         if (!isGood) m_in.Fail("more slots than the file has room for");
+        if (target && isGood) target->SetNumRefs(int(head.content.numSlots));
         if (storage && isGood) storage->read(*target, fields);
         return fields.Run();
     }

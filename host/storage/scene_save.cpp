@@ -155,7 +155,7 @@ private:
         std::vector<TargetPtr> slots;
         if (target.Class().id != IParamBlock2::kClass.id)
             for (int slot = 0; slot < target.NumRefs(); ++slot)
-                slots.push_back(target.GetReference(slot));
+                slots.push_back(target.IsSlotStored(slot) ? target.GetReference(slot) : nullptr);
         uint32_t numSlots = unknown ? unknown->content.numSlots : uint32_t(slots.size());
         WriteHead(target, entry, numSlots,
                   unknown   ? unknown->content.version

@@ -25,28 +25,27 @@ class Unknown : public Base, public UnknownEntity {
 public:
     Unknown(UnknownContent stored, size_t numRefs) {
         content = std::move(stored);
-        for (size_t i = 0; i < numRefs; ++i)
-            m_refs.push_back(std::make_unique<Reference<ReferenceTarget>>(this));
+        m_refs.MakeSlots(int(numRefs));
     }
 
     ClassInfo Class() const override { return {content.id, content.super, content.name.c_str()}; }
-    int NumRefs() const override { return int(m_refs.size()); }
+    int NumRefs() const override { return m_refs.Count(); }
     std::shared_ptr<ReferenceTarget> GetReference(int slot) const override {
-        return slot >= 0 && slot < NumRefs() ? m_refs[size_t(slot)]->Share() : nullptr;
+        return m_refs.Share(slot);
     }
     void SetReference(int slot, std::shared_ptr<ReferenceTarget> target) override {
-        if (slot >= 0 && slot < NumRefs()) *m_refs[size_t(slot)] = std::move(target);
+        m_refs.Put(slot, std::move(target));
     }
     std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override {
-        auto copy = std::make_shared<Unknown>(content, m_refs.size());
-        for (size_t i = 0; i < m_refs.size(); ++i)
-            map.Refer(m_refs[i]->Share(),
-                      [copy, i](auto target) { copy->SetReference(int(i), std::move(target)); });
+        auto copy = std::make_shared<Unknown>(content, size_t(NumRefs()));
+        for (int i = 0; i < NumRefs(); ++i)
+            map.Refer(m_refs.Share(i),
+                      [copy, i](auto target) { copy->SetReference(i, std::move(target)); });
         return copy;
     }
 
 private:
-    std::vector<std::unique_ptr<Reference<ReferenceTarget>>> m_refs;
+    ReferenceList<ReferenceTarget> m_refs{this};
 };
 
 }  // namespace

@@ -113,9 +113,9 @@ TEST_F(AreaInput, PaintHoldsItsOwnPolygons) {
     AddRow(kAreaPaint);
     EXPECT_TRUE(Make().empty());
     auto paint = std::make_shared<TPaintShape>();
-    paint->shape.lines = {{{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, true}};
+    paint->shape = PolyShape{{{{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, true}}};
     Rows().SetValue(kArpaintlist, 0, paint, 0);
-    EXPECT_EQ(Make()[0].shape, paint->shape);
+    EXPECT_EQ(Make()[0].shape, paint->shape.Get());
 }
 
 TEST_F(AreaInput, ASurfaceRowGivesEachSurfaceItsOutline) {

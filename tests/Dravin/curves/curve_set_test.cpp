@@ -123,7 +123,7 @@ TEST(CurveSet, ObjectStartsWithTheDefaultCurves) {
 TEST(CurveSet, EffectCurvesGrowAndReset) {
     auto object = TDravin::Create();
     TCurveSet& set = EnsureCurveSet(*object, kSlotEffectCurves, 2, kEffectCurveDefaults);
-    EXPECT_EQ(set.YMax(), 1.0f);
+    EXPECT_EQ(set.yRange->max, 1.0f);
     set.SetPoints(1, {{0, 0.25f}});
     EnsureCurveSet(*object, kSlotEffectCurves, 3, kEffectCurveDefaults);
     EXPECT_EQ(set.Points(1), (std::vector<CurvePoint>{{0, 0.25f}}));

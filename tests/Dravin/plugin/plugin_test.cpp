@@ -113,7 +113,7 @@ TEST_F(Plugin, TheScatterObjectIsDescribed) {
 TEST_F(Plugin, StartingItBringsItsClasses) {
     size_t before = session.classes.Size();
     ASSERT_TRUE(library->Start(session.classes, &error)) << error;
-    EXPECT_EQ(session.classes.Size(), before + 11);  // and the leaf outline
+    EXPECT_EQ(session.classes.Size(), before + 15);  // and what stands beside them
     EXPECT_THAT(session.classes.Find(SuperClass::kModifier, "DravinLeaf"), NotNull());
     EXPECT_THAT(session.State<StaticInterfaces>().Find("DravinPack"), NotNull());
     // There once.

@@ -153,7 +153,7 @@ TEST(DravinDescription, AreaRowsDependOnTheirKind) {
                 ElementsAre("ground"));
     auto* paint = dynamic_cast<TPaintShape*>(block.GetReference(kArpaintlist, 0, 3));
     ASSERT_NE(paint, nullptr);
-    EXPECT_EQ(paint->shape.lines[0].points[2], (Point3{4, 3, 0}));
+    EXPECT_EQ(paint->shape->lines[0].points[2], (Point3{4, 3, 0}));
     EXPECT_FALSE(block.GetBool(kPfAractivelist, 0, 4));
     RoundTrip(result);
 }

@@ -39,7 +39,7 @@ TEST_F(ObjectFile, ParametersCurvesAndTheirKeysComeBack) {
     geometry.Append(geomParams::kNamelist, std::string("Fichte"));
     object->CurveSet(kSlotSurfaceCurves)->SetPoints(2, {{0, 10}, {1, 20, 1, 2, 3, 4, 5}});
     auto paint = std::make_shared<TPaintShape>();
-    paint->shape.lines = {{{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, true}};
+    paint->shape = PolyShape{{{{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, true}}};
     object->Block(kAreaParams)
         .Append(areaParams::kArpaintlist, std::shared_ptr<ReferenceTarget>(paint));
     TDravin* again = Again();
@@ -52,7 +52,7 @@ TEST_F(ObjectFile, ParametersCurvesAndTheirKeysComeBack) {
     auto* shape = dynamic_cast<TPaintShape*>(
         again->Block(kAreaParams).GetReference(areaParams::kArpaintlist, 0));
     ASSERT_TRUE(shape);
-    EXPECT_EQ(shape->shape, paint->shape);
+    EXPECT_EQ(shape->shape.Get(), paint->shape.Get());
 }
 
 TEST_F(ObjectFile, SavingWhatWasLoadedGivesTheSameBytes) {

@@ -4,7 +4,10 @@
 #include <gtest/gtest.h>
 
 #include "host/geom/primitives.h"
+#include "host/params/controller.h"
+#include "host/scene/height_field_object.h"
 #include "host/scene/host_context.h"
+#include "host/scene/physical_material.h"
 #include "host/scene/scene.h"
 #include "host/scene/shadow_map.h"
 #include "host/scene/shadow_type.h"
@@ -230,10 +233,10 @@ TEST_F(NodeUndo, ShadowTypesOfLights) {
     auto state = [&] {
         return light->shadowType ? std::to_string(light->shadowType->MapSize(0)) : "none";
     };
-    Check("a type", light, state, [&] { light->SetShadowType(map); });
-    light->SetShadowType(map);
+    Check("a type", light, state, [&] { light->shadowType = map; });
+    light->shadowType = map;
     Check("its size", light, state, [&] { map->SetMapSize(0, 77); });
-    Check("none", light, state, [&] { light->SetShadowType(nullptr); });
+    Check("none", light, state, [&] { light->shadowType = nullptr; });
     // A copy of the light has a copy of the type.
     CloneMap copies;
     auto copy = std::dynamic_pointer_cast<LightObject>(light->Clone(copies));
@@ -272,4 +275,134 @@ TEST_F(NodeUndo, WhoCastsShadowsOfALight) {
     // A node that goes is forgotten.
     scene.DeleteNode(*tree);
     EXPECT_EQ(light->GetShadowNode(0), nullptr);
+}
+
+// What stands in reference slots of objects, materials and controllers.
+TEST_F(NodeUndo, MapsOfMaterials) {
+    auto mtl = std::make_shared<PhysicalMtl>();
+    auto map = std::make_shared<NoiseTex>();
+    RefProperty<Texmap>* const slots[] = {&mtl->diffuseMap, &mtl->opacityMap,
+                                          &mtl->metallicRoughnessMap, &mtl->normalMap,
+                                          &mtl->emissionMap};
+    for (int i = 0; i < mtl->NumRefs(); ++i) {
+        RefProperty<Texmap>& slot = *slots[i];
+        auto held = [&] { return mtl->GetReference(i) ? "a map" : "none"; };
+        Check("assigned", mtl, held, [&] { slot = map; });
+        slot.Put(map);
+        Check("taken out", mtl, held, [&] { slot = nullptr; });
+        Check(
+            "changed", mtl, [&] { return std::to_string(map->levels.Get()); },
+            [&] { map->levels = 7; });
+    }
+    // Filling a slot as readers do is told to nobody.
+    Listener listener(mtl);
+    scene.undo.Begin();
+    mtl->SetReference(0, nullptr);
+    scene.undo.Accept("nothing");
+    EXPECT_TRUE(listener.changes.empty());
+    EXPECT_FALSE(mtl->diffuseMap);
+    EXPECT_EQ(scene.undo.NumUndoSteps(), 0u);
+}
+
+TEST_F(NodeUndo, EntriesOfMultiMaterials) {
+    auto multi = std::make_shared<MultiMtl>();
+    auto one = std::make_shared<StandardMtl>(), other = std::make_shared<StandardMtl>();
+    auto state = [&] {
+        std::string text;
+        for (int i = 0; i < multi->NumSubMtls(); ++i)
+            text += multi->GetSubMtl(i) == one.get()     ? '1'
+                    : multi->GetSubMtl(i) == other.get() ? '2'
+                                                         : '-';
+        return text;
+    };
+    Check("appended", multi, state, [&] { multi->Append(one); });
+    multi->Append(one), multi->Append(other);
+    Check("longer", multi, state, [&] { multi->SetNumSubMtls(4); });
+    Check("shorter", multi, state, [&] { multi->SetNumSubMtls(1); });
+    Check("all gone", multi, state, [&] { multi->SetNumSubMtls(0); });
+    EXPECT_EQ(state(), "12");
+    // An entry that is out of the list says nothing of its material.
+    Listener listener(multi);
+    multi->SetNumSubMtls(1);
+    listener.changes.clear();
+    other->opacity = 0.5f;
+    EXPECT_TRUE(listener.changes.empty());
+}
+
+TEST_F(NodeUndo, TargetsOriginsAndMaterialsOfFiles) {
+    INode* tree = scene.AddNode("tree", nullptr);
+    auto sharedTree = std::static_pointer_cast<INode>(tree->shared_from_this());
+    auto camera = std::make_shared<CameraObject>();
+    Check(
+        "camera's target", camera, [&] { return camera->target ? "tree" : "none"; },
+        [&] { camera->target = sharedTree; });
+    auto light = std::make_shared<LightObject>();
+    Check(
+        "light's target", light, [&] { return light->target ? "tree" : "none"; },
+        [&] { light->target = sharedTree; });
+    auto mesh = std::make_shared<TriObject>();
+    auto mtl = std::make_shared<StandardMtl>();
+    auto shown = [&] { return mesh->DefaultMtl() ? "a material" : "none"; };
+    Check("the file's material", mesh, shown, [&] { mesh->fileMaterial = mtl; });
+    mesh->fileMaterial = mtl;
+    Check(
+        "its colour", mesh, [&] { return std::to_string(mtl->diffuse->r); },
+        [&] {
+            mtl->diffuse = {0, 0, 1};
+        });
+    FileOrigin file;
+    file.file = "tree.obj";
+    auto origin = [&] { return mesh->HasFile() ? "a file" : "none"; };
+    Check("origin", mesh, origin, [&] { mesh->origin = MeshOrigin{file}; });
+    mesh->origin = MeshOrigin{file};
+    Check("another mesh", mesh, origin,
+          [&] { mesh->SetMesh(std::make_shared<Mesh>(MakeBox(1, 1, 1, 1))); });
+    auto sparks = std::make_shared<ParticleObject>();
+    Check(
+        "event", sparks, [&] { return std::to_string(sparks->NumEvents()); },
+        [&] { EXPECT_EQ(sparks->AddEvent(sharedTree), 0); });
+}
+
+TEST_F(NodeUndo, TerrainsAndControllers) {
+    auto terrain = std::make_shared<HeightFieldObject>();
+    EXPECT_EQ(terrain->GetRenderMesh(0)->faces.size(), 2u);
+    auto top = [&] { return std::to_string(terrain->GetRenderMesh(0)->BoundingBox().max.z); };
+    const float heights[] = {0, 0, 0, 3};
+    auto hill = std::make_shared<HeightField>(2, 2, Point2{1, 1}, heights);
+    Check("field", terrain, top, [&] { terrain->SetField(hill); });
+    HeightfieldOrigin origin;
+    origin.file = "hill.tif";
+    Check(
+        "origin", terrain, [&] { return terrain->origin->file; },
+        [&] { terrain->origin = origin; });
+    auto keys = std::make_shared<KeyController>();
+    auto half = [&] { return std::to_string(*keys->EvalReal(50, nullptr)); };
+    ParamElement run{0.0f, {}};
+    run.track.keys = {{0, 1.0f}, {100, 3.0f}};
+    Check("keys", keys, half, [&] { keys->SetContent(run); });
+    EXPECT_EQ(half(), std::to_string(0.f));
+}
+
+// A record of a deletion names the slot that lost the node: it must still be there.
+TEST_F(NodeUndo, ListedNodesComeBackBehindAListThatChanged) {
+    INode* tree = scene.AddNode("tree", nullptr);
+    auto light = std::make_shared<LightObject>();
+    scene.AddNode("sun", light);
+    light->SetShadowNodes({std::static_pointer_cast<INode>(tree->shared_from_this())});
+    scene.undo.Begin();
+    scene.DeleteNode(*tree);
+    scene.undo.Accept("Delete");
+    scene.undo.Begin();
+    light->SetShadowNodes({});
+    scene.undo.Accept("List");
+    EXPECT_EQ(light->NumShadowNodes(), 0);
+    ASSERT_TRUE(scene.undo.Undo());
+    ASSERT_EQ(light->NumShadowNodes(), 1);
+    EXPECT_EQ(light->GetShadowNode(0), nullptr);
+    ASSERT_TRUE(scene.undo.Undo());
+    EXPECT_EQ(light->GetShadowNode(0), tree);
+    ASSERT_TRUE(scene.undo.Redo());
+    EXPECT_EQ(light->GetShadowNode(0), nullptr);
+    ASSERT_TRUE(scene.undo.Redo());
+    EXPECT_EQ(light->NumShadowNodes(), 0);
 }

@@ -26,7 +26,7 @@ protected:
         m_kept = all.back();
     }
     void TearDown() override {
-        if (m_kept && m_kept->NumSubMtls() > 0) *m_kept->subs[0] = nullptr;
+        if (m_kept && m_kept->NumSubMtls() > 0) m_kept->SetNumRefs(0);
     }
     std::shared_ptr<MultiMtl> m_kept;
 };

@@ -92,7 +92,7 @@ TEST_F(SceneFile, ParametersComeBackWithTheirKeys) {
     track.keys = {{0, 1.5f}, {160, 2.5f}};
     bool isAnimated = type->Block().SetTrack(ShadowMapType::kBias, track);
     auto light = std::make_shared<LightObject>();
-    light->SetShadowType(type);
+    light->shadowType = type;
     scene.AddNode("lamp", light);
     std::unique_ptr<Scene> again = Again(scene);
     auto& block =

@@ -71,7 +71,7 @@ public:
         scene.SetRenderCamera(std::static_pointer_cast<INode>(eye->shared_from_this()));
         auto light = std::make_shared<LightObject>();
         light->kind = LightKind::kSpot;
-        light->SetShadowType(std::make_shared<ShadowMapType>());
+        light->shadowType = std::make_shared<ShadowMapType>();
         scene.AddNode("lamp", light);
         auto sparks = std::make_shared<ParticleObject>();
         int event = sparks->AddEvent(std::static_pointer_cast<INode>(tree->shared_from_this()));

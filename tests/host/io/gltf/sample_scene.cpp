@@ -70,7 +70,7 @@ SampleSource::SampleSource(const std::string& folder, size_t numInstances)
 
     m_meshes = {SixSides(), MakePlane(2, 2), Mesh(), MakeCone(1, 2, 5)};
     m_meshes[3].maps.clear();  // no coordinates, but a material that asks for some
-    m_materials = {multi, multi->subs[0]->Share(), nullptr, multi->subs[1]->Share()};
+    m_materials = {multi, multi->ShareSubMtl(0), nullptr, multi->ShareSubMtl(1)};
 }
 
 InstanceRecord SampleSource::Instance(size_t i) const {
