@@ -13,6 +13,7 @@ TCommandTable MakeCommandTable() {
     AddListerCommands(table);
     AddLodCommands(table);
     AddPresetCommands(table);
+    AddRenderCommands(table);
     AddSceneCommands(table);
     AddItemCommands(table);
     AddToolCommands(table);

@@ -18,6 +18,7 @@ void AddGeometryCommands(TCommandTable& table);
 void AddListerCommands(TCommandTable& table);
 void AddLodCommands(TCommandTable& table);
 void AddPresetCommands(TCommandTable& table);
+void AddRenderCommands(TCommandTable& table);
 void AddSceneCommands(TCommandTable& table);
 void AddItemCommands(TCommandTable& table);
 void AddToolCommands(TCommandTable& table);

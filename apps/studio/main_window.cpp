@@ -23,11 +23,12 @@
 #include "apps/studio/tools/view_tools.h"
 #include "apps/studio/view_state_teller.h"
 #include "apps/studio/viewport/quad_view.h"
-#include "apps/studio/windows/timeline.h"
 #include "apps/studio/windows/effect_windows.h"
 #include "apps/studio/windows/pack_toolbar.h"
 #include "apps/studio/windows/statistics_view.h"
 #include "apps/studio/windows/studio_windows.h"
+#include "apps/studio/windows/timeline.h"
+
 #include "host/scene/scene.h"
 #include "host/scene/user_interface.h"
 
@@ -105,18 +106,20 @@ void MainWindow::MakeDocks() {
     m_panel = new CommandPanel(*m_session);
     m_statistics = new StatisticsView;
     m_log = text("Log");
-    auto* timeline = add("dock_timeline", "Timeline", new Timeline(*m_session), Qt::BottomDockWidgetArea);
+    m_timeline = new Timeline(*m_session);
+    auto* timeline = add("dock_timeline", "Timeline", m_timeline, Qt::BottomDockWidgetArea);
     add("dock_outliner", "Outliner", m_outliner, Qt::LeftDockWidgetArea);
     add("dock_panel", "Parameters", m_panel, Qt::RightDockWidgetArea);
     auto* statistics = add("dock_statistics", "Statistics", m_statistics, Qt::BottomDockWidgetArea);
     auto* log = add("dock_log", "Log", m_log, Qt::BottomDockWidgetArea);
+    splitDockWidget(timeline, statistics, Qt::Vertical);
     tabifyDockWidget(statistics, log);
     statistics->raise();
     setCorner(Qt::BottomRightCorner, Qt::RightDockWidgetArea);
     setCorner(Qt::BottomLeftCorner, Qt::LeftDockWidgetArea);
     auto docks = findChildren<QDockWidget*>();
     resizeDocks({docks[0], docks[1]}, {240, 380}, Qt::Horizontal);
-    resizeDocks({statistics}, {180}, Qt::Vertical);
+    resizeDocks({timeline, statistics}, {48, 180}, Qt::Vertical);
 }
 
 QAction* MainWindow::AddAction(const char* name, const char* text, const char* icon,
@@ -160,6 +163,11 @@ void MainWindow::MakeActions() {
               [e = effects.get()] { e->Toggle("effect.browse"); });
     AddAction("view.frame", "Frame All", "frame", QKeySequence("Shift+F"),
               [this] { m_view->ActiveView().FrameAll(); });
+    AddAction("time.play", "Play or Stop", "play", QKeySequence("/"),
+              [this] { m_timeline->Play(!m_timeline->IsPlaying()); });
+    AddAction("time.next", "Next Frame", "", QKeySequence("."), [this] { m_timeline->Step(1); });
+    AddAction("time.before", "Frame Before", "", QKeySequence(","),
+              [this] { m_timeline->Step(-1); });
     AddAction("view.theme", "Light or Dark", "theme", {}, [this] { SwitchTheme(); });
     AddAction("view.reset", "Reset Layout", "", {}, [this] { restoreState(m_firstLayout); });
     AddAction("view.filter", "Find a Parameter", "", QKeySequence::Find, [this] {
@@ -169,6 +177,8 @@ void MainWindow::MakeActions() {
     // Windows around this one.
     AddAction("window.lister", "Lister", "list", QKeySequence("Ctrl+L"),
               [this] { m_windows->OpenLister(); });
+    AddAction("window.render", "Render...", "camera", QKeySequence("Ctrl+R"),
+              [this] { m_windows->OpenRender(); });
     AddAction("window.undo", "Undo List", "", QKeySequence("Ctrl+Alt+Z"),
               [this] { m_windows->OpenUndoList(); });
     AddAction("edit.settings", "Settings...", "settings", QKeySequence("Ctrl+,"),
@@ -201,7 +211,9 @@ void MainWindow::MakeMenus() {
     fill(view, {"view.frame", "view.filter", "", "view.theme", "view.reset", ""});
     for (QDockWidget* dock : findChildren<QDockWidget*>())
         view->addAction(dock->toggleViewAction());
-    fill(menuBar()->addMenu("&Windows"), {"window.lister", "window.undo", "pack.tools"});
+    fill(menuBar()->addMenu("T&ime"), {"time.play", "time.next", "time.before"});
+    fill(menuBar()->addMenu("&Windows"),
+         {"window.render", "window.lister", "window.undo", "pack.tools"});
 
     QToolBar* bar = addToolBar("Tools");
     bar->setObjectName("toolbar");
@@ -209,7 +221,7 @@ void MainWindow::MakeMenus() {
     bar->setIconSize({20, 20});
     for (const char* name :
          {"file.new", "file.open", "file.save", "", "edit.undo", "edit.redo", "", "object.update",
-          "", "view.frame", "view.theme", "", "window.lister", "edit.commands"})
+          "", "view.frame", "view.theme", "", "window.render", "window.lister", "edit.commands"})
         *name ? bar->addAction(m_actions[name]) : (void)bar->addSeparator();
     m_windows->Pack().Show(
         {m_actions["pack.create"], m_actions["pack.lod"], m_actions["pack.tools"]});

@@ -15,6 +15,7 @@ class ViewTools;
 class Outliner;
 class StatisticsView;
 class StudioWindows;
+class Timeline;
 class QLabel;
 class QPlainTextEdit;
 class QProgressBar;
@@ -77,6 +78,7 @@ private:
     std::unique_ptr<ViewStateTeller> m_viewState;
     Outliner* m_outliner;
     CommandPanel* m_panel;
+    Timeline* m_timeline;
     StatisticsView* m_statistics;
     QPlainTextEdit* m_log;
     QMenu* m_recent;

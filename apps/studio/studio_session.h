@@ -28,6 +28,8 @@
 #include "host/scene/scene.h"
 
 class IUserInterface;
+struct RenderOptions;
+struct RenderOutcome;
 class Session;
 class StudioConsole;
 class TDravin;
@@ -87,6 +89,11 @@ public:
     void Run(const std::string& command, const std::string& target, TArguments arguments,
              CommandDone done = {});
     const TCommandTable& Commands() const { return m_commands; }
+
+    // A picture by the scene's renderer, beside the window; the scene waits meanwhile, as with
+    // every job. done: with no picture when it failed, which has been told, or was cancelled.
+    using RenderDone = std::function<void(const RenderOutcome&)>;
+    void Render(const RenderOptions& options, RenderDone done);
 
     void Undo();
     void Redo();

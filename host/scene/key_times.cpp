@@ -29,7 +29,7 @@ private:
         for (const auto& key : track.keys) m_times.insert(key.time);
     }
     void Add(IParamBlock2& block) {
-        for (const ParamDef& def : block.GetDesc().Params())
+        for (const ParamDef& def : block.GetDesc().params)
             for (const ParamElement& element : block.GetElements(def.id)) Add(element.track);
     }
     // What belongs to the object: its blocks, controllers, modifiers and base object.

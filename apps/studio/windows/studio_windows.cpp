@@ -9,6 +9,7 @@
 #include "apps/studio/windows/lister_window.h"
 #include "apps/studio/windows/pack_toolbar.h"
 #include "apps/studio/windows/recovery_dialog.h"
+#include "apps/studio/windows/render_window.h"
 #include "apps/studio/windows/settings_window.h"
 #include "apps/studio/windows/tools_window.h"
 #include "apps/studio/windows/undo_window.h"
@@ -54,6 +55,12 @@ void StudioWindows::OpenSettings() {
 void StudioWindows::OpenTools() {
     if (!m_tools) m_tools = std::make_unique<ToolsWindow>(m_session, &m_parent);
     Open(*m_tools);
+}
+
+RenderWindow& StudioWindows::OpenRender() {
+    if (!m_render) m_render = std::make_unique<RenderWindow>(m_session, &m_parent);
+    Open(*m_render);
+    return *m_render;
 }
 
 void StudioWindows::OfferRecovery(bool withSkipped) {

@@ -17,6 +17,7 @@ class QAction;
 class QMainWindow;
 class QuadView;
 class RecoveryDialog;
+class RenderWindow;
 class SettingsWindow;
 class StudioSession;
 class ToolWindow;
@@ -39,6 +40,7 @@ public:
     void OpenUndoList();
     void OpenSettings();
     void OpenTools();
+    RenderWindow& OpenRender();
     // What sessions that did not end well have left. With the skipped ones, or a word that there
     // is nothing; without them a window opens only when there is something new.
     void OfferRecovery(bool withSkipped);
@@ -57,6 +59,7 @@ private:
     std::unique_ptr<ActionKeys> m_keys;
     std::unique_ptr<ListerWindow> m_lister;
     std::unique_ptr<UndoWindow> m_undoList;
+    std::unique_ptr<RenderWindow> m_render;
     std::unique_ptr<SettingsWindow> m_settings;
     std::unique_ptr<ToolsWindow> m_tools;
     std::unique_ptr<PackToolbar> m_pack;

@@ -13,7 +13,10 @@
 #include "apps/studio/theme.h"
 #include "apps/studio/tools/view_tools.h"
 #include "apps/studio/viewport/quad_view.h"
+#include "apps/studio/windows/picture_compare.h"
 #include "apps/studio/windows/recovery_dialog.h"
+#include "apps/studio/windows/render_window.h"
+#include "apps/studio/windows/studio_windows.h"
 #include "tests/apps/studio/studio_window.h"
 
 namespace {
@@ -156,4 +159,23 @@ TEST_F(StudioPictures, TheRecovery) {
         {}, now, window.get());
     dialog.show();
     Write(&dialog, "recovery.png");
+}
+
+TEST_F(StudioPictures, TwoRendersCompared) {
+    OpenForest();
+    RenderWindow& render = window->Windows().OpenRender();
+    render.resize(1000, 600);
+    Session().Run("scene.render", "", {{"width", 640}, {"height", 360}, {"samples", 8}});
+    Rest();
+    render.Render();
+    Rest();
+    Session().Run("scene.render", "", {{"exposure", 1.5}});
+    Rest();
+    render.Render();
+    Rest();
+    ASSERT_EQ(render.History().rowCount(), 2) << window->LogText().toStdString();
+    render.Select(1);
+    render.CompareWithSelected();
+    render.Select(0);
+    Write(&render, "studio-render.png");
 }
