@@ -75,9 +75,11 @@ check-format:
 	@scripts/install-packages format
 	@git ls-files '*.h' '*.cpp' | xargs clang-format --dry-run -Werror
 
-tidy: build
+# Without precompiled headers, which are another compiler's.
+tidy: packages
 	@scripts/install-packages tools
-	@git ls-files '*.cpp' | grep -E '^(host|common|Dravin|apps)/' | xargs -P $(JOBS) -n 4 clang-tidy --quiet -p $(BUILD)
+	@cmake -Wno-dev --log-level=WARNING --preset release -B build/tidy -DDRAVIN_PRECOMPILE=OFF
+	@git ls-files '*.cpp' | grep -E '^(host|common|Dravin|apps)/' | xargs -P $(JOBS) -n 4 clang-tidy --quiet -p build/tidy
 
 # The programs, the plug-in module and the Python package, which is not built with sanitizers.
 .PHONY: installable

@@ -6,6 +6,7 @@ find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM)
     set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
 endif()
+include(Precompiled)
 
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)  # for the linter
 
@@ -42,12 +43,22 @@ if(NOT DRAVIN_SANITIZE)
         $<$<AND:$<CONFIG:Release>,$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>>:-pie>)
 endif()
 
-# dravin_library(name SOURCES a.cpp … PUBLIC lib … PRIVATE lib …): one folder's static library.
+# dravin_library(name SOURCES a.cpp … PUBLIC lib … PRIVATE lib … HEADERS <h> …): one folder's static
+# library. HEADERS: heavy ones that most of its files include, to be compiled once.
 function(dravin_library name)
-    cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+    cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC;PRIVATE;HEADERS" ${ARGN})
     add_library(${name} STATIC ${ARG_SOURCES})
     target_link_libraries(${name} PUBLIC dravin_flags ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE})
+    if(ARG_HEADERS)
+        precompile_headers(${name} ${ARG_HEADERS})
+    else()
+        share_precompiled_headers(${name})
+    endif()
 endfunction()
+
+# Tests run once a build: what the optimiser takes is more than what it gives. The code under test has
+# the flags of its own target.
+set(DRAVIN_TEST_OPTIONS $<$<CONFIG:Release>:-O1>)
 
 # dravin_test(name SOURCES a_test.cpp … LIBS lib …): one GoogleTest program, one CTest entry. A test that
 # is skipped fails it: what a test needs is installed with the rest, so nothing may stand aside.
@@ -55,9 +66,8 @@ function(dravin_test name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE dravin_flags ${ARG_LIBS} GTest::gmock GTest::gtest_main)
-    # Tests run once a build: what the optimiser takes is more than what it gives. The code under test
-    # has the flags of its own target.
-    target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O1>)
+    target_compile_options(${name} PRIVATE ${DRAVIN_TEST_OPTIONS})
+    share_precompiled_test_headers(${name})
     target_compile_definitions(${name} PRIVATE DRAVIN_SOURCE_DIR="${PROJECT_SOURCE_DIR}"
         DRAVIN_BINARY_DIR="${PROJECT_BINARY_DIR}")
     add_test(NAME ${name} COMMAND ${name})
