@@ -9,6 +9,7 @@ TCommandTable MakeCommandTable() {
     AddEffectLinkCommands(table);
     AddEffectParameterCommands(table);
     AddGeometryCommands(table);
+    AddLeafCommands(table);
     AddListerCommands(table);
     AddLodCommands(table);
     AddPresetCommands(table);

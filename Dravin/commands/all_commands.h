@@ -14,6 +14,7 @@ void AddEffectLibraryCommands(TCommandTable& table);
 void AddEffectLinkCommands(TCommandTable& table);
 void AddEffectParameterCommands(TCommandTable& table);
 void AddGeometryCommands(TCommandTable& table);
+void AddLeafCommands(TCommandTable& table);
 void AddListerCommands(TCommandTable& table);
 void AddLodCommands(TCommandTable& table);
 void AddPresetCommands(TCommandTable& table);
