@@ -20,6 +20,7 @@
 #include "host/base/memory_size.h"
 #include "host/base/thread_pool.h"
 #include "host/scene/host_context.h"
+#include "host/scene/renderers.h"
 
 namespace {
 
@@ -275,6 +276,7 @@ TBuildStatus TDravinBuild::BuildSpecimens(const TParameters& parameters) {
         parameters.Bool(animParams::kAnimonlyrend), m_flags.render);
     TTreeSpecList rows(
         std::static_pointer_cast<IParamBlock2>(m_object.Block(kGeomParams).shared_from_this()));
+    DravinGlobals().meshes.UsePlantClouds(DravinGlobals().options.useLaubwerkCloud != 0);
     return m_specimens.Build(rows, DravinGlobals().templates, DravinGlobals().meshes,
                              SharedGenerator(), request, &m_object.specIdCounter, &m_validity);
 }
@@ -326,11 +328,12 @@ void TDravinBuild::Run(const TParameters& parameters) {
 void TDravinBuild::MakeMaterial(const TParameters& p) {
     if (!p.Bool(geomParams::kConsmat)) return;
     const TOptions& options = DravinGlobals().options;
+    bool refreshes = DravinGlobals().rebuildingFromPanel;
     ScopedFlag making(DravinGlobals().makingMaterial);
     BuildAutomaticMaterial(
         m_object, m_specimens,
         {options.optimizeAutomaterial != 0, options.showMapInViewport,
-         p.Bool(dispParams::kWireframe), float(p.Int(dispParams::kOpacity)) / 100});
+         p.Bool(dispParams::kWireframe), float(p.Int(dispParams::kOpacity)) / 100, refreshes});
 }
 
 TObjectMeshSettings TDravinBuild::MeshSettings(const TParameters& p, int threads) const {
@@ -340,7 +343,8 @@ TObjectMeshSettings TDravinBuild::MeshSettings(const TParameters& p, int threads
     s.render = render;
     s.mode = TMeshMode(std::clamp(mode, 0, 3));
     if (m_flags.fileMesh && mode != kProxyMesh) s.mode = TMeshMode::kFull;
-    s.acceptsInstances = !m_flags.fileMesh;
+    s.acceptsInstances =
+        !m_flags.fileMesh && (m_flags.forceInstances || CurrentRendererTakesInstances());
     s.renderMode = p.Int(dispParams::kRendermode);
     s.consolidates = p.Bool(geomParams::kConsmat);
     s.distributes = p.Int(editionParams::kMode) == 0;

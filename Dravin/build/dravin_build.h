@@ -46,6 +46,8 @@ struct TBuildFlags {
     // The object mesh as a file holds it: full meshes unless proxy shapes are asked for, and none
     // left to a renderer.
     bool fileMesh = false;
+    // Whatever the current renderer says of itself: items go to it as instances.
+    bool forceInstances = false;
     bool viewportOnly = false;
     bool effectsOff = false;
     bool noLimit = false;        // all items, whatever the display limits say

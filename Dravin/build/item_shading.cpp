@@ -5,6 +5,7 @@
 #include "Dravin/build/dravin_build.h"
 #include "Dravin/dravin.h"
 #include "Dravin/materials/tint_params.h"
+#include "host/base/huge_pages.h"
 #include "host/base/thread_pool.h"
 
 namespace {
@@ -37,7 +38,8 @@ TShadedItem ReadShadedItem(const TDravinBuild& build, uint32_t index) {
 std::vector<TShadedItem> ReadShadedItems(const TDravinBuild& build,
                                          std::span<const uint32_t> items) {
     constexpr size_t kBlock = 4096;
-    std::vector<TShadedItem> shaded(items.size());
+    std::vector<TShadedItem> shaded;
+    ResizeInHugePages(shaded, items.size());
     ParallelRanges(items.size(), kBlock, NumProcessors(), [&](size_t first, size_t last) {
         for (size_t i = first; i < last; ++i) shaded[i] = ReadShadedItem(build, items[i]);
     });

@@ -10,6 +10,7 @@ TCommandTable MakeCommandTable() {
     AddEffectParameterCommands(table);
     AddFileCommands(table);
     AddGeometryCommands(table);
+    AddLeafCommands(table);
     AddListerCommands(table);
     AddLodCommands(table);
     AddPresetCommands(table);

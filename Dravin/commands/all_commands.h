@@ -15,6 +15,7 @@ void AddEffectLinkCommands(TCommandTable& table);
 void AddEffectParameterCommands(TCommandTable& table);
 void AddFileCommands(TCommandTable& table);
 void AddGeometryCommands(TCommandTable& table);
+void AddLeafCommands(TCommandTable& table);
 void AddListerCommands(TCommandTable& table);
 void AddLodCommands(TCommandTable& table);
 void AddPresetCommands(TCommandTable& table);

@@ -36,4 +36,5 @@ void TBuildStatistics::Add(const TTaskCounts& counts) {
     for (size_t i = 0; i < counts.clusters.size(); ++i) clusterCounts[i] += counts.clusters[i];
     rejected += counts.rejected;
     deltas += counts.deltas;
+    if (counts.lodSpan) lodSpan = counts.lodSpan;
 }

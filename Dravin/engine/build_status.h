@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -70,11 +71,19 @@ struct TDeltaCounts {
     }
 };
 
+// The size on screen that a level of detail was chosen by: from the lower left to the upper right
+// of what it measures, in widths of the view.
+struct TLodSpan {
+    Point2 from, to;
+    friend bool operator==(const TLodSpan&, const TLodSpan&) = default;
+};
+
 // What one task of a distribution counts.
 struct TTaskCounts {
     std::vector<int32_t> clusters;  // as in the statistics
     TRejections rejected;
     TDeltaCounts deltas;
+    std::optional<TLodSpan> lodSpan;  // of the last level that it chose by that
 };
 
 // A number as statistics hold it: what is beyond their range is its end.
@@ -100,8 +109,10 @@ struct TBuildStatistics {
     std::vector<Point3> gizmoPoints;  // corners of the map's tiles, which viewports draw
     // Candidates that chose each cluster of the geometry list, largest cluster first.
     std::vector<int32_t> clusterCounts;
-    TRejections rejected;           // all zero when the distribution failed
-    TDeltaCounts deltas;            // items that were changed by hand
+    TRejections rejected;  // all zero when the distribution failed
+    TDeltaCounts deltas;   // items that were changed by hand
+    // Of the last level, in the order of the distribution, that was chosen by it.
+    std::optional<TLodSpan> lodSpan;
     bool outOfMemory = false;       // the items would have taken more than the build may
     int64_t itemLimit = INT64_MAX;  // items beyond which the build would have been refused
     Box3 ground;                    // where overlaps are looked for; empty: where the items are

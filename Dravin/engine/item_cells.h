@@ -9,6 +9,7 @@
 
 #include <array>
 #include <memory>
+#include <optional>
 #include <span>
 
 #include "Dravin/engine/build_input.h"
@@ -80,8 +81,9 @@ public:
     // counted.
     virtual bool Next(TCells& cells, TRejections& rejected) = 0;
     // The element of cell i that shows a row, where the rules say that the reader chooses.
-    virtual int ElementOf(const TCells& cells, size_t i, const TSpecimen& specimen,
-                          float random4) const {
+    // onScreen: gets the size that a level of detail was chosen by.
+    virtual int ElementOf(const TCells& cells, size_t i, const TSpecimen& specimen, float random4,
+                          std::optional<TLodSpan>* onScreen) const {
         return 0;
     }
     // Where the rules say so: elements that stand at several places become several lanes, or none

@@ -21,7 +21,7 @@ TItemMaker::TItemMaker(const TBuildInput& input, const TGeometryChoice& geometry
       m_rules(rules),
       m_reader(reader),
       m_items(items),
-      m_counts{std::vector<int32_t>(geometry.Clusters().size()), {}, {}},
+      m_counts{std::vector<int32_t>(geometry.Clusters().size()), {}, {}, {}},
       m_cellDraws(input.transforms, input.effects != nullptr),
       m_laneDraws(input.transforms, input.effects != nullptr),
       m_lanes(MakeLanes(kCellsInBatch)),
@@ -74,14 +74,15 @@ int32_t TItemMaker::ChooseRow(size_t i) {
                              m_counts.clusters);
 }
 
-std::pair<int, int> TItemMaker::Elements(size_t i, int32_t row) const {
+std::pair<int, int> TItemMaker::Elements(size_t i, int32_t row) {
     const TSpecimen& specimen = m_input.specimens[size_t(row)];
     if (!specimen.lod && !m_rules.ownElements) return {0, int(specimen.elements.size())};
     float random = m_cellDraws.Random4(i);
     int one = m_rules.ownElements
-                  ? m_reader.ElementOf(m_cells, i, specimen, random)
+                  ? m_reader.ElementOf(m_cells, i, specimen, random, &m_counts.lodSpan)
                   : ChooseLodLevel(*specimen.lod, m_input.camera, m_input.lodView, m_input.render,
-                                   m_input.transforms.globalScale, m_cells.levelPlace[i], random);
+                                   m_input.transforms.globalScale, m_cells.levelPlace[i], random,
+                                   &m_counts.lodSpan);
     return {one, one + 1};
 }
 

@@ -40,7 +40,7 @@ private:
 
     // Elements that cell i shows with a row, from the first to behind the last: all of them, or the
     // one level of detail that shows there.
-    std::pair<int, int> Elements(size_t i, int32_t row) const;
+    std::pair<int, int> Elements(size_t i, int32_t row);
 
     void AddOrigins(size_t i, int32_t row, bool again, const TItemOverrides* overrides);
     // The element, or those of the row that stands in its place.

@@ -35,7 +35,7 @@ std::optional<Point2> Project(const TLodView& view, const Point3& point) {
 }
 
 int LevelByScreenSize(const TLodLevels& levels, const TLodView& view, float scale,
-                      const Point3& position, float random) {
+                      const Point3& position, float random, std::optional<TLodSpan>* onScreen) {
     int last = int(levels.thresholds.size()) - 1;
     if (!view.valid) return last;
     Point3 side{levels.referenceWidth * scale * 0.5f, 0, 0};
@@ -45,6 +45,7 @@ int LevelByScreenSize(const TLodLevels& levels, const TLodView& view, float scal
     if (a && b) {
         Point2 d = *b - *a;
         p = std::sqrt(d.x * d.x + d.y * d.y) * 100;
+        if (onScreen) *onScreen = TLodSpan{*a, *b};
     }
     float range = std::abs(levels.thresholds.back() - levels.thresholds.front());
     p += range * (random - 0.5f) * levels.variation * 0.01f;
@@ -54,10 +55,11 @@ int LevelByScreenSize(const TLodLevels& levels, const TLodView& view, float scal
 }  // namespace
 
 int ChooseLodLevel(const TLodLevels& levels, const TCameraState& camera, const TLodView& view,
-                   bool render, float scale, const Point3& position, float random) {
+                   bool render, float scale, const Point3& position, float random,
+                   std::optional<TLodSpan>* onScreen) {
     if (levels.thresholds.empty()) return 0;
     bool chosen = camera.lod && (render || levels.inViewports);
     if (!chosen) return levels.byScreenSize ? int(levels.thresholds.size()) - 1 : 0;
-    return levels.byScreenSize ? LevelByScreenSize(levels, view, scale, position, random)
+    return levels.byScreenSize ? LevelByScreenSize(levels, view, scale, position, random, onScreen)
                                : LevelByDistance(levels, camera, position, random);
 }

@@ -1,8 +1,10 @@
 // Levels of detail: which of a specimen's elements an item shows, by distance or by size on screen.
 #pragma once
 
+#include <optional>
 #include <vector>
 
+#include "Dravin/engine/build_status.h"
 #include "Dravin/engine/camera.h"
 
 // Levels in ascending order of their thresholds, one element of the specimen each.
@@ -23,6 +25,8 @@ struct TLodView {
 };
 
 // Level of an item at `position`; scale: of the reference width; random: its own draw for this
-// choice. Without levels, 0.
+// choice. Without levels, 0. onScreen: gets what a choice by size on screen measured, and stays
+// where none was made; may be null.
 int ChooseLodLevel(const TLodLevels& levels, const TCameraState& camera, const TLodView& view,
-                   bool render, float scale, const Point3& position, float random);
+                   bool render, float scale, const Point3& position, float random,
+                   std::optional<TLodSpan>* onScreen = nullptr);

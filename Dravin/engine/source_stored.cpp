@@ -26,8 +26,8 @@ public:
     }
 
     // Items that are being edited keep one level of detail, wherever the camera goes.
-    int ElementOf(const TCells& cells, size_t i, const TSpecimen& specimen,
-                  float random4) const override {
+    int ElementOf(const TCells& cells, size_t i, const TSpecimen& specimen, float random4,
+                  std::optional<TLodSpan>* onScreen) const override {
         int last = int(specimen.elements.size()) - 1;
         int element = std::clamp(Stored(cells, i).elementIndex, -32768, 32767);
         if (specimen.lod) {
@@ -36,7 +36,7 @@ public:
                             : ChooseLodLevel(
                                   *specimen.lod, m_input.camera, m_input.lodView, m_input.render,
                                   m_input.transforms.globalScale * Stored(cells, i).sizeFactor.x,
-                                  Stored(cells, i).storedPosition, random4);
+                                  Stored(cells, i).storedPosition, random4, onScreen);
         }
         return std::clamp(element, 0, last);
     }

@@ -1,6 +1,5 @@
 #include "Dravin/geometry/lod_object.h"
 
-#include "common/pbstore/pb_clipboard.h"
 #include "host/params/clone_map.h"
 #include "host/scene/host_context.h"
 
@@ -22,9 +21,6 @@ std::vector<PBColumn> LevelColumns() {
     columns[0].rowDefault = std::string("New LOD");
     return columns;
 }
-
-// The session's copied level.
-struct LevelClipboard : PBClipboard {};
 
 }  // namespace
 
@@ -80,16 +76,6 @@ void TDLod::SetTemplate(int i, const TSpecEntry& entry) {
 }
 
 void TDLod::NewLevel() { m_levels.Insert(NumLevels()); }
-
-bool TDLod::CopyLevel() {
-    HostContext* context = HostContext::Current();
-    return context && context->State<LevelClipboard>().Copy(m_levels, lodParams::kSpecidlist, 0);
-}
-
-bool TDLod::PasteLevel() {
-    HostContext* context = HostContext::Current();
-    return context && context->State<LevelClipboard>().Paste(m_levels, 0);
-}
 
 bool TDLod::NormaliseThresholds(LodMode mode, bool forced) {
     HostContext* context = HostContext::Current();

@@ -45,10 +45,6 @@ public:
 
     // Appends a level named "New LOD" with the defaults, in one undo step.
     void NewLevel();
-    // Copies the only selected level, and appends the one that was copied last, of this or another
-    // LOD object of the session. Where that cannot be, the user is told and nothing changes.
-    bool CopyLevel();
-    bool PasteLevel();
     // Spreads the thresholds of a mode evenly over the levels, in one undo step: distances rise
     // from 0 to 100, screen sizes fall from 25 to 0. The user is asked first unless `forced`, which
     // spreads both.

@@ -27,7 +27,7 @@ void TDravinMeshNode::DropOutdated(TimeValue t) {
     m_placing = placing;
 }
 
-std::shared_ptr<const TDravinMeshSample> TDravinMeshNode::Get(TimeValue t) {
+std::shared_ptr<const TDravinMeshSample> TDravinMeshNode::Get(TimeValue t, bool plantClouds) {
     if (!m_moved && !m_changed) {
         std::shared_lock lock(m_lock);
         if (auto sample = Find(t)) return sample;
@@ -36,7 +36,7 @@ std::shared_ptr<const TDravinMeshSample> TDravinMeshNode::Get(TimeValue t) {
     DropOutdated(t);
     // Another thread may have made the sample while this one waited.
     if (auto sample = Find(t)) return sample;
-    auto sample = MakeMeshSample(*m_node.Get(), t);
+    auto sample = MakeMeshSample(*m_node.Get(), t, plantClouds);
     m_samples.push_back({sample, std::make_unique<std::atomic<bool>>(true)});
     return sample;
 }
@@ -65,7 +65,12 @@ std::shared_ptr<const TDravinMeshSample> TDravinMeshCache::Get(INode* node, Time
     // A node may come to stand where a deleted one stood.
     if (found == m_entries.end() || found->second->IsDeleted())
         found = m_entries.insert_or_assign(node, std::make_unique<TDravinMeshNode>(*node)).first;
-    return found->second->Get(t);
+    return found->second->Get(t, m_plantClouds);
+}
+
+void TDravinMeshCache::UsePlantClouds(bool use) {
+    if (use != m_plantClouds) Clear();
+    m_plantClouds = use;
 }
 
 void TDravinMeshCache::Flush(int32_t passKey) {

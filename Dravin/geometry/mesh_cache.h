@@ -21,7 +21,8 @@ public:
     explicit TDravinMeshNode(INode& node);
 
     // The sample that is exact at t, made when there is none. The node must still exist.
-    std::shared_ptr<const TDravinMeshSample> Get(TimeValue t);
+    // plantClouds: as MakeMeshSample takes it.
+    std::shared_ptr<const TDravinMeshSample> Get(TimeValue t, bool plantClouds);
     // Drops the samples that nobody asked for since the last call and nobody holds.
     void DropUnused();
 
@@ -68,6 +69,8 @@ public:
     void Flush(int32_t passKey);
     // While suspended nothing is flushed (a scene is being opened).
     void Suspend(bool suspend) { m_suspended = suspend; }
+    // Whether plants that know clouds of their own give them. A change drops all samples.
+    void UsePlantClouds(bool use);
     void Clear() { m_entries.clear(); }
 
     size_t NumEntries() const { return m_entries.size(); }
@@ -78,5 +81,5 @@ private:
     std::map<const INode*, std::unique_ptr<TDravinMeshNode>> m_entries;
     std::shared_ptr<const TDravinMeshSample> m_empty = std::make_shared<const TDravinMeshSample>();
     int32_t m_passKey = 0;
-    bool m_suspended = false;
+    bool m_suspended = false, m_plantClouds = true;
 };

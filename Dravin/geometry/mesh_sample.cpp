@@ -1,6 +1,8 @@
 #include "Dravin/geometry/mesh_sample.h"
 
+#include <algorithm>
 #include <cmath>
+#include <span>
 
 #include "Dravin/geometry/template_list.h"
 #include "host/base/thread_pool.h"
@@ -16,6 +18,21 @@ Box3 BoundsUnder(const Mesh& mesh, const Matrix3& m) {
     for (const Point3& p : mesh.verts)
         if (IsFinite(p)) box += p * m;
     return box;
+}
+
+// Points of a plant at unit size. They belong to no element in particular.
+TMeshCloud CloudOfPlant(const std::vector<TPlantPoint>& plant, const Matrix3& toUnit) {
+    TMeshCloud cloud;
+    size_t count = std::min(plant.size(), TMeshCloud::kNumPoints);
+    for (const TPlantPoint& p : std::span(plant).first(count))
+        cloud.points.push_back({p.position * toUnit, std::max(p.shade, 0.0f), p.id, 0, 0});
+    return cloud;
+}
+
+std::vector<TPlantPoint> PointsOfPlant(const Object& object, TimeValue t) {
+    if (object.Class().id != kPlantObjectId) return {};
+    auto* plant = dynamic_cast<const IPlantCloud*>(&object);
+    return plant ? plant->GetPoints(t, TMeshCloud::kNumPoints) : std::vector<TPlantPoint>();
 }
 
 }  // namespace
@@ -38,8 +55,8 @@ TDravinMeshSize MeasureMesh(const Mesh& mesh, const Matrix3& toReal) {
 TDravinMeshSample::TDravinMeshSample() : m_validity(Interval::Forever()) {}
 
 TDravinMeshSample::TDravinMeshSample(std::shared_ptr<const Mesh> source, const Matrix3& toReal,
-                                     Interval validity)
-    : m_source(std::move(source)), m_validity(validity) {
+                                     Interval validity, std::vector<TPlantPoint> plant)
+    : m_source(std::move(source)), m_validity(validity), m_plant(std::move(plant)) {
     if (m_source) m_size = MeasureMesh(*m_source, toReal);
 }
 
@@ -56,19 +73,25 @@ const TDravinMeshElements& TDravinMeshSample::Elements() const {
 }
 
 const TMeshCloud& TDravinMeshSample::Cloud() const {
-    std::call_once(m_cloudOnce,
-                   [this] { m_cloud = MakeMeshCloud(UnitMesh(), Elements(), NumProcessors()); });
+    std::call_once(m_cloudOnce, [this] {
+        m_cloud = m_plant.empty() ? MakeMeshCloud(UnitMesh(), Elements(), NumProcessors())
+                                  : CloudOfPlant(m_plant, m_size.normalize);
+    });
     return m_cloud;
 }
 
-std::shared_ptr<const TDravinMeshSample> MakeMeshSample(INode& node, TimeValue t) {
+std::shared_ptr<const TDravinMeshSample> MakeMeshSample(INode& node, TimeValue t,
+                                                        bool plantClouds) {
     Object* object = node.GetObjectRef();
     if (!object) return std::make_shared<const TDravinMeshSample>();
     // What makes its mesh when it is asked for it knows only then how long that holds.
     std::shared_ptr<const Mesh> mesh = object->IsGeomObject() ? object->GetRenderMesh(t) : nullptr;
     Interval validity = object->ObjectValidity(t);
     if (!validity.Contains(t)) validity = Interval::Instant(t);
-    return std::make_shared<const TDravinMeshSample>(mesh, SourceMatrix(node, t), validity);
+    std::vector<TPlantPoint> plant =
+        mesh && plantClouds ? PointsOfPlant(*object, t) : std::vector<TPlantPoint>();
+    return std::make_shared<const TDravinMeshSample>(mesh, SourceMatrix(node, t), validity,
+                                                     std::move(plant));
 }
 
 Matrix3 SourceMatrix(INode& node, TimeValue t) {

@@ -13,6 +13,7 @@
 
 #include "Dravin/geometry/mesh_cloud.h"
 #include "Dravin/geometry/mesh_elements.h"
+#include "Dravin/geometry/plant_cloud.h"
 #include "host/geom/mesh.h"
 #include "host/math/interval.h"
 
@@ -38,7 +39,9 @@ public:
     // The empty sample: no mesh, size 1 x 1 x 1, valid for ever.
     TDravinMeshSample();
     // source: in object space, shared, null for none; its indices must be in range.
-    TDravinMeshSample(std::shared_ptr<const Mesh> source, const Matrix3& toReal, Interval validity);
+    // plant: a cloud in object space that stands for the mesh's; without points there is none.
+    TDravinMeshSample(std::shared_ptr<const Mesh> source, const Matrix3& toReal, Interval validity,
+                      std::vector<TPlantPoint> plant = {});
 
     const TDravinMeshSize& Size() const { return m_size; }
     // The times at which the sample is exact.
@@ -56,6 +59,7 @@ private:
     std::shared_ptr<const Mesh> m_source;
     TDravinMeshSize m_size;
     Interval m_validity;
+    std::vector<TPlantPoint> m_plant;
 
     mutable std::once_flag m_meshOnce, m_elementsOnce, m_cloudOnce;
     mutable Mesh m_mesh;
@@ -69,5 +73,7 @@ private:
 Matrix3 SourceMatrix(INode& node, TimeValue t);
 
 // The sample of what a node shows at time t: anything but geometry gives an empty one. Its validity
-// is the object's, or the instant t where that does not contain t.
-std::shared_ptr<const TDravinMeshSample> MakeMeshSample(INode& node, TimeValue t);
+// is the object's, or the instant t where that does not contain t. plantClouds: plants that know
+// clouds of their own are asked for them.
+std::shared_ptr<const TDravinMeshSample> MakeMeshSample(INode& node, TimeValue t,
+                                                        bool plantClouds = true);

@@ -207,7 +207,7 @@ bool BuildAutomaticMaterial(const Object& object, TSpecBuildList& specimens,
         multi->name = fmt::format("dravin_automat_{:X}", reinterpret_cast<uintptr_t>(&object));
     }
     bool changed = FillSlots(*multi, materials, specimens, settings);
-    if (changed && !HasCustomRow(specimens))
+    if ((changed || settings.refreshes) && !HasCustomRow(specimens))
         ShowMapsInViewport(*multi, settings.showsMapsInViewport);
     if (isNew) AssignToNodes(object, *node, multi);
     return changed;

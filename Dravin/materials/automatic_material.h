@@ -13,6 +13,8 @@ struct TAutomaticMaterialSettings {
     int showsMapsInViewport = 2;  // 0 no, 1 the diffuse maps, 2 the materials as they are
     bool wireframe = false;       // of the rows' own materials
     float opacity = 1;            // of those
+    // Viewports show maps as they should even where no entry has changed: a user asked for that.
+    bool refreshes = false;
 };
 
 // Fills in the ids of the specimens, and brings the material of the object's nodes up to date: the

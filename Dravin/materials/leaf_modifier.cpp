@@ -45,6 +45,16 @@ std::shared_ptr<Object> DLeaf::Modify(const std::shared_ptr<Object>& input, Time
     return input;
 }
 
+DLeaf* DLeaf::Of(INode& node, TimeValue t) {
+    auto* derived = dynamic_cast<DerivedObject*>(node.GetObjectRef());
+    for (int i = derived ? derived->NumModifiers() - 1 : -1; i >= 0; --i)
+        if (auto* leaf = dynamic_cast<DLeaf*>(derived->GetModifier(i))) {
+            node.EvalWorldState(t);  // modifiers make their outlines as they are evaluated
+            return leaf;
+        }
+    return nullptr;
+}
+
 INode* DLeaf::Extract(Scene& scene) const {
     auto object = std::make_shared<ShapeObject>();
     object->shape = ToShape(m_outline);

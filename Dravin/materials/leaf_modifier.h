@@ -30,6 +30,9 @@ public:
 
     // Of the last evaluation: closed lines in the spline's own space, z = 0.
     const PolyShape& Outline() const { return m_outline; }
+    // The uppermost one of a node's object, with the outline of time t (switched off: of the last
+    // time that it was on); null: there is none.
+    static DLeaf* Of(INode& node, TimeValue t);
     // A new node "Outline", or that with a number, which shows a copy of the outline. One undo
     // step.
     INode* Extract(Scene& scene) const;
@@ -41,7 +44,7 @@ public:
                                    Interval* valid) const override;
 
     static constexpr ClassInfo kClass{
-        {0x6a80d860, 0xb2616bba}, SuperClass::kModifier, "DravinLeaf"};
+        {0x6a80d860, 0xb2616bba}, SuperClass::kModifier, "Dravin Leaf"};
     ClassInfo Class() const override { return kClass; }
     std::shared_ptr<ReferenceTarget> Clone(CloneMap& map) const override;
 

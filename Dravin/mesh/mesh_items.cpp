@@ -1,6 +1,8 @@
 #include "Dravin/mesh/mesh_items.h"
 
 #include <algorithm>
+#include <cstring>
+#include <type_traits>
 
 #include "Dravin/engine/transforms.h"
 #include "Dravin/mesh/shadow_planes.h"
@@ -13,6 +15,38 @@ uint8_t TurnedFlags(uint8_t flags) {
     uint8_t sides = uint8_t((flags & kSecond ? kThird : 0) | (flags & kThird ? kSecond : 0));
     return uint8_t((flags & ~(kSecond | kThird)) | sides);
 }
+
+constexpr size_t kCorners = 3;  // the first words of a face
+
+// Copies records of some words each, and adds `shift` to the first kShifted words of every one.
+template <class Record, size_t kShifted>
+class ShiftedCopy {
+public:
+    explicit ShiftedCopy(uint32_t shift) {
+        for (size_t i = 0; i < kNumWords; ++i) m_shifts[i] = i % kWords < kShifted ? shift : 0;
+    }
+    // Four records at a time are whole vectors, whatever they are made of.
+    void Copy(const Record* from, size_t n, Record* to) const {
+        for (; n >= kAtOnce; n -= kAtOnce, from += kAtOnce, to += kAtOnce)
+            CopyBytes(from, kAtOnce * sizeof(Record), to);
+        if (n > 0) CopyBytes(from, n * sizeof(Record), to);
+    }
+
+private:
+    static constexpr size_t kAtOnce = 4, kWords = sizeof(Record) / sizeof(uint32_t);
+    static constexpr size_t kNumWords = kAtOnce * kWords;
+    static_assert(sizeof(Record) % sizeof(uint32_t) == 0);
+    static_assert(std::is_trivially_copyable_v<Record>);
+
+    void CopyBytes(const Record* from, size_t bytes, Record* to) const {
+        uint32_t words[kNumWords]{};
+        std::memcpy(words, from, bytes);
+        for (size_t i = 0; i < kNumWords; ++i) words[i] += m_shifts[i];
+        std::memcpy(to, words, bytes);
+    }
+
+    uint32_t m_shifts[kNumWords];
+};
 
 class ItemAdder {
 public:
@@ -49,25 +83,14 @@ private:
             .proxyMaterialIds[SpecimenRow(m_item.specimenIndex, m_target.proxyMaterialIds.size())];
     }
     void AddFaces() {
-        if (m_item.mirrored)
-            AddFaces<true>();
-        else
-            AddFaces<false>();
-    }
-    template <bool kIsTurned>
-    void AddFaces() {
         Face* faces = m_target.mesh.faces.data() + m_face;
-        const Face* source = m_source.faces.data();
-        const uint32_t vert = m_vert;
-        for (size_t k = 0, n = m_source.faces.size(); k < n; ++k) {
-            Face face = source[k];
-            for (uint32_t& v : face.v) v += vert;
-            if (kIsTurned) {
-                std::swap(face.v[0], face.v[1]);
-                face.flags = TurnedFlags(face.flags);
+        ShiftedCopy<Face, kCorners>(m_vert).Copy(m_source.faces.data(), m_source.faces.size(),
+                                                 faces);
+        if (m_item.mirrored)
+            for (size_t k = 0; k < m_source.faces.size(); ++k) {
+                std::swap(faces[k].v[0], faces[k].v[1]);
+                faces[k].flags = TurnedFlags(faces[k].flags);
             }
-            faces[k] = face;
-        }
         if (!m_target.showsSources && m_target.settings.consolidates)
             for (size_t k = 0; k < m_source.faces.size(); ++k) faces[k].matID = ProxyMaterialId();
         else if (!m_shape.materialIds.empty())
@@ -81,9 +104,7 @@ private:
         const MapChannel* map = m_source.Map(int(c));
         if (!map) return void(std::fill_n(faces, m_source.faces.size(), Triple{}));
         uint32_t offset = c == 0 ? m_shape.colorOffset : m_shape.mapOffset[c];
-        const Triple* source = map->faces.data();
-        for (size_t k = 0, n = m_source.faces.size(); k < n; ++k)
-            faces[k] = {source[k][0] + offset, source[k][1] + offset, source[k][2] + offset};
+        ShiftedCopy<Triple, kCorners>(offset).Copy(map->faces.data(), m_source.faces.size(), faces);
         if (m_item.mirrored)
             for (size_t k = 0; k < m_source.faces.size(); ++k) std::swap(faces[k][0], faces[k][1]);
     }

@@ -57,6 +57,15 @@ std::shared_ptr<Object> DProxy::ConvertTo(TimeValue t, ClassId id) {
     return std::make_shared<TriObject>(std::make_shared<Mesh>(*GetRenderMesh(t)));
 }
 
+CreationAnswer DProxy::Place(CreationMessage message, int point, const Point3& onGrid,
+                             Matrix3* transform) {
+    if (message == CreationMessage::kAbort) return CreationAnswer::kAbort;
+    bool isPlacing = message == CreationMessage::kClick || message == CreationMessage::kMove;
+    if (!isPlacing || point != 0) return CreationAnswer::kContinue;
+    transform->SetTrans(onGrid);
+    return CreationAnswer::kStop;
+}
+
 void DProxy::RenderBegin(TimeValue t, INode& node) {
     if (!m_registry) return;
     m_registry->m_renderNode = std::static_pointer_cast<INode>(node.shared_from_this());

@@ -8,6 +8,7 @@
 #include "Dravin/dravin.h"
 #include "Dravin/proxy/proxy_registry.h"
 #include "host/math/box.h"
+#include "host/scene/creation.h"
 #include "host/scene/object.h"
 
 class TDravinMeshSample;
@@ -42,6 +43,12 @@ public:
     static bool CanConvertTo(ClassId id);
     // Null for all other classes.
     std::shared_ptr<Object> ConvertTo(TimeValue t, ClassId id);
+
+    // A user makes one with the mouse: its first point places it and ends that. point: from 0;
+    // onGrid: where the construction grid lies under the mouse; transform: of the node in the
+    // making, which stays where the answer is not kStop.
+    static CreationAnswer Place(CreationMessage message, int point, const Point3& onGrid,
+                                Matrix3* transform);
 
     // The render of `node` begins or ends; told to the registry.
     void RenderBegin(TimeValue t, INode& node);

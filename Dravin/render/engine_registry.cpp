@@ -10,6 +10,8 @@ TEngineRegistry& TEngineRegistry::Current() {
 TDravinEngine& TEngineRegistry::Register(ClassId renderer) {
     for (TDravinEngine& engine : m_engines)
         if (engine.classA == renderer.a && engine.classB == renderer.b) return engine;
+    if (HostContext* session = HostContext::Current())
+        session->State<Renderers>().SetTakesInstances(renderer);
     TDravinEngine engine;
     engine.classA = renderer.a;
     engine.classB = renderer.b;

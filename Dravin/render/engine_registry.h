@@ -26,7 +26,8 @@ public:
     // Of the current session, which must exist.
     static TEngineRegistry& Current();
 
-    // The renderer's entry; a new one, of version 0, where there is none.
+    // The renderer's entry; a new one, of version 0, where there is none. From then on meshes leave
+    // to it what it shows as instances.
     TDravinEngine& Register(ClassId renderer);
     // Null when there is none.
     const TDravinEngine* Find(ClassId renderer) const;

@@ -26,6 +26,8 @@ bool AsksForInteractive(ClassId renderer) {
 TBuildFlags RenderFlags(const TDravinBuild& build, TimeValue t) {
     TBuildFlags flags;
     flags.render = true;
+    // Whoever asks in this way takes nodes, or has proxies of them.
+    flags.forceInstances = true;
     HostContext* session = HostContext::Current();
     if (!session) return flags;
     const Renderers& renderers = session->State<Renderers>();
@@ -36,9 +38,9 @@ TBuildFlags RenderFlags(const TDravinBuild& build, TimeValue t) {
 }
 
 bool WantSame(const TBuildFlags& a, const TBuildFlags& b) {
-    return a.render == b.render && a.noLimit == b.noLimit && a.unprotected == b.unprotected &&
-           a.noMesh == b.noMesh && !a.skipMesh && !a.fileMesh && !a.effectsOff &&
-           !a.noCameraLimit && !a.selectedOnly && a.part.IsWhole();
+    return a.render == b.render && a.forceInstances == b.forceInstances && a.noLimit == b.noLimit &&
+           a.unprotected == b.unprotected && a.noMesh == b.noMesh && !a.skipMesh && !a.fileMesh &&
+           !a.effectsOff && !a.noCameraLimit && !a.selectedOnly && a.part.IsWhole();
 }
 
 }  // namespace

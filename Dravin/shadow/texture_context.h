@@ -1,4 +1,7 @@
 // A place of a texture in place of a hit: answers come from fields that the caller sets.
+//
+// The place counts as a thousandth of the texture wide, less than what maps average over: they
+// answer for the place itself.
 #pragma once
 
 #include <algorithm>
@@ -31,15 +34,16 @@ public:
     }
     Color Data(const Texmap& map) const override { return map.Eval(*this).Rgb(); }
     float Mask(const Texmap& map, float cutoff) const override {
-        float value = std::clamp(Mono(map), 0.f, 1.f);
+        AColor c = map.Eval(*this);
+        float value = std::clamp(Mean(c) * c.a, 0.f, 1.f);
         return cutoff > 0 ? float(value >= cutoff) : value;
     }
-    // The mean of a map's colours there, by its alpha.
-    float Mono(const Texmap& map) const {
-        AColor c = map.Eval(*this);
-        return (c.r + c.g + c.b) / 3 * c.a;
-    }
+    // The mean of a map's colours there, whatever its alpha: what the wrapper material takes its
+    // shadow planes' opacity from, too.
+    float Mono(const Texmap& map) const { return Mean(map.Eval(*this)); }
 
 private:
+    static float Mean(const AColor& c) { return (c.r + c.g + c.b) / 3; }
+
     TimeValue m_time;
 };

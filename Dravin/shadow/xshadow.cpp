@@ -3,8 +3,6 @@
 #include "Dravin/shadow/xshadow_generator.h"
 #include "host/params/clone_map.h"
 
-namespace {
-
 const ParamBlockDesc2& XShadowBlock() {
 #define PARAM(symbol, id, name, type, ...) ParamDef(id, name, ParamType::k##type) __VA_ARGS__,
     using namespace xshadowParams;
@@ -19,8 +17,6 @@ const ParamBlockDesc2& XShadowBlock() {
 #undef PARAM
     return block;
 }
-
-}  // namespace
 
 XShadow::XShadow() { m_block = IParamBlock2::Create(XShadowBlock(), this); }
 

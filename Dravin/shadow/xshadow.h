@@ -19,6 +19,8 @@ enum : ParamID {
 #undef PARAM
 }  // namespace xshadowParams
 
+const ParamBlockDesc2& XShadowBlock();
+
 // Values of `typemap`.
 enum TXShadowImage { kImageOpaque = 0, kImageFromMaterial = 1, kImageCustom = 2 };
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <set>
 
 #include "Dravin/build/dravin_build.h"
 #include "Dravin/materials/shaded_items.h"
@@ -22,6 +23,38 @@ int Truncated(float value) { return std::isnan(value) ? 0 : int(std::clamp(value
 TDravin* DravinOf(const INode* node) {
     return node ? dynamic_cast<TDravin*>(node->GetObjectRef()) : nullptr;
 }
+
+// How long a map, with all that it refers to, stays as it is at time t.
+class MapValidity {
+public:
+    static Interval Of(const Texmap& map, TimeValue t) {
+        MapValidity found(t);
+        found.Look(map);
+        return found.m_valid;
+    }
+
+private:
+    explicit MapValidity(TimeValue t) : m_time(t) {}
+
+    void Look(const ReferenceTarget& target) {
+        if (!m_seen.insert(&target).second) return;
+        if (auto* block = dynamic_cast<const IParamBlock2*>(&target)) return LookAtBlock(*block);
+        for (int slot = 0; slot < target.NumRefs(); ++slot)
+            if (auto held = target.GetReference(slot)) Look(*held);
+    }
+    void LookAtBlock(const IParamBlock2& block) {
+        for (const ParamDef& def : block.GetDesc().params)
+            for (const ParamElement& element : block.GetElements(def.id)) {
+                if (!element.track.IsEmpty()) (void)element.track.Eval(m_time, &m_valid);
+                auto* held = std::get_if<std::shared_ptr<ReferenceTarget>>(&element.value);
+                if (held && def.type == ParamType::kTexmap && *held) Look(**held);
+            }
+    }
+
+    TimeValue m_time;
+    Interval m_valid = Interval::Forever();
+    std::set<const ReferenceTarget*> m_seen;
+};
 
 }  // namespace
 
@@ -65,6 +98,7 @@ void XShadowGen::ReadParameters(TimeValue t) {
     m_size = block.GetInt(kSize, t, 0, &m_validity);
     m_range = block.GetFloat(kSample, t, 0, &m_validity);
     m_isAbsolute = block.GetInt(kAbsolute, t, 0, &m_validity);
+    if (m_type.CustomMap()) m_validity &= MapValidity::Of(*m_type.CustomMap(), t);
     ShadowMapType& inner = m_type.Inner();
     inner.SetMapRange(t, m_range);
     inner.SetMapSize(t, m_size);

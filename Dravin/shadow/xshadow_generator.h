@@ -47,6 +47,7 @@ public:
     static uint32_t OwnerCode(size_t item, uint32_t nodeId) {
         return uint32_t(uint16_t(item + 1)) << 16 | uint16_t(nodeId + 1);
     }
+    // How long the last update's parameters, those of a custom map included, stay as they are.
     const Interval& Validity() const { return m_validity; }
 
 private:

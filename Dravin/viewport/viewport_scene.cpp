@@ -5,6 +5,7 @@
 
 #include "Dravin/dravin.h"
 #include "Dravin/geometry/template_list.h"
+#include "Dravin/materials/leaf_modifier.h"
 #include "Dravin/viewport/view_materials.h"
 #include "Dravin/viewport/view_paint.h"
 #include "Dravin/viewport/viewport_items.h"
@@ -74,6 +75,11 @@ TViewNode ShowNode(INode& node, TimeValue t, int threads, const TViewportScene* 
     TViewNode out;
     Object* object = node.GetObjectRef();
     if (!object || node.IsHidden(t) || IsTemplateNode(node)) return out;
+    std::shared_ptr<Object> modified;
+    if (auto* derived = dynamic_cast<DerivedObject*>(object)) {
+        modified = derived->Evaluated(t, nullptr);
+        object = modified.get();
+    }
     out.name = node.GetName();
     out.handle = node.GetHandle();
     out.isSelected = node.IsSelected();
@@ -98,6 +104,22 @@ TViewNode ShowNode(INode& node, TimeValue t, int threads, const TViewportScene* 
     } else {
         out.kind = TViewKind::kDummy;
     }
+    return out;
+}
+
+// The outline of a node's outline modifier: lines of their own beside its spline, which are picked
+// as the node.
+TViewNode ShowOutline(INode& node, TimeValue t, const TViewNode& spline) {
+    TViewNode out;
+    const DLeaf* leaf = spline.kind == TViewKind::kLines ? DLeaf::Of(node, t) : nullptr;
+    if (!leaf || !leaf->enabled || leaf->Outline().lines.empty()) return out;
+    out.kind = TViewKind::kLines;
+    out.name = spline.name;
+    out.handle = spline.handle;
+    out.wire = kViewOutline;
+    out.toWorld = spline.toWorld;
+    out.lines = leaf->Outline();
+    out.bounds = out.lines.BoundingBox();
     return out;
 }
 
@@ -158,7 +180,9 @@ std::shared_ptr<const TViewportScene> MakeViewportScene(Scene& scene, TimeValue 
     TViewMaterials materials(t);
     for (INode* node : scene.Nodes()) {
         TViewNode shown = ShowNode(*node, t, threads, before, materials);
-        if (shown.kind != TViewKind::kNothing) nodes.push_back(std::move(shown));
+        TViewNode outline = ShowOutline(*node, t, shown);
+        for (TViewNode* each : {&shown, &outline})
+            if (each->kind != TViewKind::kNothing) nodes.push_back(std::move(*each));
     }
     materials.Finish();
     return std::make_shared<const TViewportScene>(std::move(nodes), LightOf(scene, t), t);

@@ -121,7 +121,7 @@ struct TViewNode {
     std::vector<uint16_t> facePaint;             // by face, where ids do not say it
     std::shared_ptr<Mtl> material;  // a copy of its own, nobody else's; null: default grey
     std::shared_ptr<const TViewScatter> scatter;
-    PolyShape lines;       // of splines, and the icon of a scatter object without items
+    PolyShape lines;       // of splines, outlines, and the icon of a scatter object without items
     float slopeX = 0;      // of cameras: half the width of the view at depth 1
     uint32_t firstId = 0;  // id of the node; items have the ids after it
     uint32_t numIds = 1;

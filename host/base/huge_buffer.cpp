@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <new>
 
-#include <sys/mman.h>
+#include "host/base/huge_pages.h"
 
 namespace {
 
@@ -19,7 +19,7 @@ HugeBuffer::HugeBuffer(size_t bytes) {
     m_data = static_cast<std::byte*>(std::aligned_alloc(alignment, rounded));
     if (!m_data) throw std::bad_alloc();
     m_bytes = rounded;
-    if (alignment == kHugePage) madvise(m_data, rounded, MADV_HUGEPAGE);  // a hint; failing is fine
+    WantHugePages(m_data, rounded);
 }
 
 HugeBuffer::~HugeBuffer() { std::free(m_data); }

@@ -5,7 +5,7 @@
 #include "host/scene/host_context.h"
 
 Renderers::Renderers()
-    : m_renderers{{kRayTracerId, "Ray Tracer"}, {kScanlineRendererId, "Scanline"}} {}
+    : m_renderers{{kRayTracerId, "Ray Tracer", true}, {kScanlineRendererId, "Scanline", true}} {}
 
 bool Renderers::Register(RendererInfo renderer) {
     if (!renderer.id || Find(renderer.id)) return false;
@@ -41,7 +41,17 @@ bool Renderers::SetCurrent(ClassId id) {
     return true;
 }
 
+void Renderers::SetTakesInstances(ClassId id) {
+    for (RendererInfo& renderer : m_renderers)
+        if (renderer.id == id) renderer.takesInstances = true;
+}
+
 ClassId CurrentRendererId() {
     HostContext* session = HostContext::Current();
     return session ? session->State<Renderers>().Current().id : kRayTracerId;
+}
+
+bool CurrentRendererTakesInstances() {
+    HostContext* session = HostContext::Current();
+    return !session || session->State<Renderers>().Current().takesInstances;
 }

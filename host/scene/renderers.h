@@ -17,6 +17,9 @@ inline constexpr ClassId kScanlineRendererId{0x3d1c0202, 0x52a7};
 struct RendererInfo {
     ClassId id;
     std::string name;
+    // Shows custom objects of scatter objects as instances by itself, which then leave them out of
+    // their meshes.
+    bool takesInstances = false;
 };
 
 // How the pictures being made were asked for.
@@ -47,6 +50,8 @@ public:
     const RendererInfo& Current() const;
     // False, and nothing done, when there is no such renderer.
     bool SetCurrent(ClassId id);
+    // A renderer tells that it takes instances. Nothing without such a renderer.
+    void SetTakesInstances(ClassId id);
 
     RenderWish wish;
 
@@ -57,3 +62,4 @@ private:
 
 // Of the current session; the ray tracer's without one.
 ClassId CurrentRendererId();
+bool CurrentRendererTakesInstances();

@@ -84,6 +84,10 @@ py::dict StatisticsOf(const TBuildStatistics& s) {
                         "discarded_items"_a = s.discardedItems, "decimation"_a = s.decimation,
                         "build_ms"_a = s.buildMs, "items_per_second"_a = s.itemsPerSecond,
                         "rejected"_a = rejected);
+    if (s.lodSpan)
+        statistics["lod_span"] =
+            py::make_tuple(py::make_tuple(s.lodSpan->from.x, s.lodSpan->from.y),
+                           py::make_tuple(s.lodSpan->to.x, s.lodSpan->to.y));
     if (!s.deltas.isUsed) return statistics;
     py::dict deltas("changed"_a = s.deltas.changed, "deleted"_a = s.deltas.deleted);
     py::list missing;

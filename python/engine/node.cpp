@@ -5,7 +5,6 @@
 #include "Dravin/materials/leaf_modifier.h"
 #include "host/base/text.h"
 #include "host/io/scene_keys.h"
-#include "host/scene/derived_object.h"
 #include "python/engine/open_scene.h"
 
 namespace {
@@ -55,11 +54,8 @@ SceneNode ExtractOutline(const SceneNode& self) {
     SceneCall call(*self.scene);
     Scene& scene = self.scene->GetScene();
     INode& node = NodeOf(self);
-    node.EvalWorldState(scene.GetTime());  // modifiers make their outlines as they are evaluated
-    auto* derived = dynamic_cast<DerivedObject*>(node.GetObjectRef());
-    for (int i = derived ? derived->NumModifiers() - 1 : -1; i >= 0; --i)
-        if (auto* leaf = dynamic_cast<DLeaf*>(derived->GetModifier(i)))
-            return HandleOf(self.scene, *leaf->Extract(scene));
+    if (DLeaf* leaf = DLeaf::Of(node, scene.GetTime()))
+        return HandleOf(self.scene, *leaf->Extract(scene));
     throw py::value_error(
         fmt::format("\"{}\" has no modifier of the type \"DravinLeaf\"", node.GetName()));
 }

@@ -84,6 +84,58 @@ TEST(Lod, SizesOnScreenAreShares) {
     EXPECT_EQ(ChooseLodLevel(levels, Camera(), {}, true, 1, {0, 0, -50}, 0.5f), 2);
 }
 
+// In widths of the view, which shows 100 units at depth 50: from 10 left of the item to 10 right of
+// it and 30 above.
+TEST(Lod, WhatAChoiceMeasuredIsToldWhereOneWasMade) {
+    TLodView view{true, {}, 1.5707964f};
+    TLodLevels levels = Levels({5, 15, 40});
+    levels.byScreenSize = true;
+    levels.referenceWidth = 20, levels.referenceHeight = 30;
+    std::optional<TLodSpan> span;
+    auto choose = [&](const TLodView& by, const Point3& p) {
+        (void)ChooseLodLevel(levels, Camera(), by, true, 1, p, 0.5f, &span);
+    };
+    choose({}, {0, 0, -50});
+    choose(view, {0, 0, 10});
+    EXPECT_FALSE(span);
+    // The upper corner lies 20 nearer: the view shows 40 units there.
+    choose(view, {0, 0, -50});
+    ASSERT_TRUE(span);
+    EXPECT_NEAR(span->from.x, -0.1f, 1e-6f);
+    EXPECT_NEAR(span->from.y, 0, 1e-6f);
+    EXPECT_NEAR(span->to.x, 0.25f, 1e-6f);
+    EXPECT_NEAR(span->to.y, 0, 1e-6f);
+    levels.byScreenSize = false;
+    std::optional<TLodSpan> none;
+    EXPECT_EQ(ChooseLodLevel(levels, Camera(), view, true, 1, {}, 0.5f, &none), 0);
+    EXPECT_FALSE(none);
+}
+
+// Levels are chosen before the ground is looked at: the last cell of the grid is the one at its
+// corner (10, 10), which no item keeps. For any number of threads.
+TEST(Lod, ABuildTellsWhatItsLastChoiceMeasured) {
+    TBuildInput input = GroundInput();
+    TSpecimen& s = input.specimens[0];
+    s.elements.resize(2, s.elements[0]);
+    s.lod = Levels({0, 50});
+    s.lod->byScreenSize = true;
+    s.lod->referenceWidth = 2;
+    input.render = true;
+    input.camera = Camera();
+    // Straight down from a height of 50, 100 units wide at the ground.
+    input.lodView = {true, Matrix3::Translation({0, 0, -50}), 1.5707964f};
+    input.threads = 1;
+    BuiltItems one = Build(input);
+    ASSERT_TRUE(one.statistics.lodSpan);
+    EXPECT_NEAR(one.statistics.lodSpan->from.x, 0.09f, 1e-5f);
+    EXPECT_NEAR(one.statistics.lodSpan->to.x, 0.11f, 1e-5f);
+    EXPECT_NEAR(one.statistics.lodSpan->to.y, 0.1f, 1e-5f);
+    input.threads = 5;
+    EXPECT_EQ(Build(input).statistics.lodSpan, one.statistics.lodSpan);
+    s.lod->byScreenSize = false;
+    EXPECT_FALSE(Build(input).statistics.lodSpan);
+}
+
 TEST(Lod, AnItemShowsOneLevelAndDrawsOnce) {
     TBuildInput input = GroundInput();
     TSpecimen& s = input.specimens[0];

@@ -146,6 +146,7 @@ TEST_F(StoredItems, SizesOnScreenCountTheItemsOwnWidth) {
     BuiltItems built = Run();
     EXPECT_EQ(built.items[0].elementIndex, 0);  // a tenth of the view
     EXPECT_EQ(built.items[1].elementIndex, 1);  // four tenths
+    EXPECT_TRUE(built.statistics.lodSpan);
 }
 
 TEST_F(StoredItems, ADisplayAboveItsLimitMarksAllButEveryNthAsDiscarded) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "common/pbstore/pb_clipboard.h"
 #include "host/scene/host_context.h"
 
 namespace {
@@ -75,6 +76,16 @@ TEST_F(LodObject, ForcedNormalisingSpreadsBothAndAsksNothing) {
     EXPECT_EQ(host.Undo().NumUndoSteps(), 1u);
 }
 
+TEST_F(LodObject, FourLevelsAreThirdsApart) {
+    AddLevels(4);
+    EXPECT_TRUE(lod->NormaliseThresholds(kLodDistance, true));
+    const float distances[] = {0, 33.3333f, 66.6667f, 100}, sizes[] = {25, 16.6667f, 8.3333f, 0};
+    for (size_t i = 0; i < 4; ++i) {
+        EXPECT_NEAR(Distances()[i], distances[i], 1e-3f);
+        EXPECT_NEAR(Sizes()[i], sizes[i], 1e-3f);
+    }
+}
+
 TEST_F(LodObject, OneLevelGetsTheWhole) {
     AddLevels(1);
     EXPECT_TRUE(lod->NormaliseThresholds(kLodScreenSize, true));
@@ -96,9 +107,10 @@ TEST_F(LodObject, LevelsAreCopiedToOtherObjects) {
     lod->Block().SetValue(lodParams::kDistlist, 0, 40.0f, 1);
     lod->Block().SetValue(lodParams::kSpecidlist, 0, 7, 1);
     lod->Levels().Select({1});
-    EXPECT_TRUE(lod->CopyLevel());
+    PBClipboard clipboard;
+    EXPECT_TRUE(clipboard.Copy(lod->Levels(), lodParams::kSpecidlist, 0));
     auto other = TDLod::Create();
-    EXPECT_TRUE(other->PasteLevel());
+    EXPECT_TRUE(clipboard.Paste(other->Levels(), 0));
     ASSERT_EQ(other->NumLevels(), 1);
     EXPECT_EQ(other->ReadLevel(0).entry.name, "near");
     EXPECT_EQ(other->ReadLevel(0).distance, 40);
@@ -107,9 +119,10 @@ TEST_F(LodObject, LevelsAreCopiedToOtherObjects) {
 
 TEST_F(LodObject, CopyAndPasteTellWhyNot) {
     AddLevels(2);
-    EXPECT_FALSE(lod->PasteLevel());
+    PBClipboard clipboard;
+    EXPECT_FALSE(clipboard.Paste(lod->Levels(), 0));
     lod->Levels().Select({0, 1});
-    EXPECT_FALSE(lod->CopyLevel());
+    EXPECT_FALSE(clipboard.Copy(lod->Levels(), lodParams::kSpecidlist, 0));
     ASSERT_EQ(user->messages.size(), 2u);
     EXPECT_EQ(user->messages[0].text, "The clipboard is empty");
     EXPECT_EQ(user->messages[1].text,

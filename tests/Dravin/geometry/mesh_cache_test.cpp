@@ -116,6 +116,55 @@ TEST_F(MeshCache, FlushDropsWhatNobodyUsesOrHolds) {
     EXPECT_EQ(cache.NumSamples(), 0u);
 }
 
+namespace {
+
+// A plant of another maker, 2 units wide and 4 high, that gives three points, one too dark.
+class Plant : public Object, public IPlantCloud {
+public:
+    mutable size_t wanted = 0;
+    mutable TimeValue askedAt = -1;
+
+    std::shared_ptr<const Mesh> GetRenderMesh(TimeValue) override {
+        return std::make_shared<const Mesh>(MakeBox(2, 2, 4));
+    }
+    bool IsGeomObject() const override { return true; }
+    std::vector<TPlantPoint> GetPoints(TimeValue t, size_t count) const override {
+        wanted = count, askedAt = t;
+        return {{{1, 0, 4}, 0.5f, 3}, {{-1, 1, 2}, 1.5f, 0}, {{0, 0, 0}, -1, 7}};
+    }
+    ClassInfo Class() const override { return {kPlantObjectId, SuperClass::kGeomObject, "Plant"}; }
+};
+
+// The same under another class.
+class Weed : public Plant {
+public:
+    ClassInfo Class() const override { return {{1, 2}, SuperClass::kGeomObject, "Weed"}; }
+};
+
+}  // namespace
+
+TEST_F(MeshCache, PlantsGiveCloudsOfTheirOwn) {
+    auto plant = std::make_shared<Plant>();
+    node = INode::Create("plant", plant);
+    const TMeshCloud& cloud = Get(160)->Cloud();
+    EXPECT_EQ(plant->wanted, 25000u);
+    EXPECT_EQ(plant->askedAt, 160);
+    ASSERT_EQ(cloud.points.size(), 3u);
+    EXPECT_EQ(cloud.points[0].position, (Point3{0.5f, 0, 1}));
+    EXPECT_EQ(cloud.points[0].shade, 0.5f);
+    EXPECT_EQ(cloud.points[0].matID, 3);
+    EXPECT_EQ(cloud.points[1].position, (Point3{-0.5f, 0.5f, 0.5f}));
+    EXPECT_EQ(cloud.points[1].shade, 1.5f);
+    EXPECT_EQ(cloud.points[2].shade, 0);
+    // Their meshes' where nobody wants those, and of objects that are none.
+    cache.UsePlantClouds(false);
+    EXPECT_EQ(cache.NumSamples(), 0u);
+    EXPECT_EQ(Get(160)->Cloud().points.size(), TMeshCloud::kNumPoints);
+    cache.UsePlantClouds(true);
+    node = INode::Create("weed", std::make_shared<Weed>());
+    EXPECT_EQ(Get(160)->Cloud().points.size(), TMeshCloud::kNumPoints);
+}
+
 TEST_F(MeshCache, SuspendedCacheKeepsEverything) {
     Get(0, 1);
     cache.Suspend(true);

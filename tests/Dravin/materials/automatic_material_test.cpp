@@ -3,10 +3,12 @@
 
 #include <fmt/format.h>
 
+#include "Dravin/build/evaluation.h"
 #include "Dravin/dravin_globals.h"
 #include "Dravin/geometry/lod_object.h"
 #include "Dravin/materials/wrapper_material.h"
 #include "host/params/hold.h"
+#include "host/scene/physical_material.h"
 #include "tests/Dravin/build/scatter_fixture.h"
 
 namespace {
@@ -255,6 +257,32 @@ TEST_F(AutomaticMaterial, ViewportsShowTheMapsOfTemplatesOnly) {
     object->Block(kGeomParams).SetValue(geomParams::kMatlist, 0, Target(Plain("moss")), 0);
     Run();
     EXPECT_EQ(plain["moss"]->viewportMaps, ViewportMaps::kMaterial);
+}
+
+// Changed or not, where a user asks for all anew.
+TEST_F(AutomaticMaterial, UpdatingSwitchesMapsInViewportsOnAgain) {
+    SetRow(0, Plain("moss"));
+    object->Block(kGeomParams).SetValue(geomParams::kGeomlist, 0, int(kGeomTemplate), 0);
+    Run();
+    plain["moss"]->viewportMaps = ViewportMaps::kNone;
+    Run();
+    EXPECT_EQ(plain["moss"]->viewportMaps, ViewportMaps::kNone);
+    UpdateAllObjects(scene);
+    EXPECT_EQ(plain["moss"]->viewportMaps, ViewportMaps::kMaterial);
+    plain["moss"]->viewportMaps = ViewportMaps::kNone;
+    object->Block(kGeomParams).SetValue(geomParams::kGeomlist, 0, int(kGeomCustom), 0);
+    UpdateAllObjects(scene);
+    EXPECT_EQ(plain["moss"]->viewportMaps, ViewportMaps::kNone);
+}
+
+TEST_F(AutomaticMaterial, PhysicalMaterialsShowTheirMapsToo) {
+    auto physical = std::make_shared<PhysicalMtl>();
+    SetRow(0, physical);
+    object->Block(kGeomParams).SetValue(geomParams::kGeomlist, 0, int(kGeomTemplate), 0);
+    Run();
+    EXPECT_EQ(physical->viewportMaps, ViewportMaps::kMaterial);
+    ShowMapsInViewport(*physical, 1);
+    EXPECT_EQ(physical->viewportMaps, ViewportMaps::kDiffuse);
 }
 
 // Levels that show templates stand in a row that names a custom object all the same.

@@ -72,6 +72,22 @@ void ExpectDisplay(const Color& linear, const Color& expected) {
     EXPECT_NEAR(seen.b, expected.b, 2e-4f);
 }
 
+// What a plane of no scatter object shows under a material.
+SurfaceLook LookAtForeign(Mtl& mtl) {
+    Mesh ground = MakePlane(4, 4);
+    RenderScene scene;
+    scene.nodes = {{&ground, &mtl, {}}};
+    TraceScene trace(scene);
+    TraceRay ray;
+    ray.origin = {0.1f, 0.2f, 5};
+    ray.direction = {0, 0, -1};
+    TraceHit hit;
+    EXPECT_TRUE(trace.Intersect(ray, &hit));
+    SurfaceLook look;
+    HitContext(hit, hit.Material(), 0, RayKind::kCamera).Shade(&look);
+    return look;
+}
+
 Color Blend(const Color& c, const Color& t, float a) { return c * (1 - a) + t * a; }
 
 }  // namespace
@@ -183,22 +199,57 @@ TEST_F(ItemMaterials, OtherSurfacesShowTheBaseWithoutTint) {
     map->Block().SetValue(tintMapParams::kColorbase, 0, Color{0.5f, 0.25f, 0});
     map->Block().SetValue(tintMapParams::kOverride, 0, true);
     map->Block().SetValue(tintMapParams::kMaponlist, 0, true, 0);
-    Mesh ground = MakePlane(4, 4);
     auto wrapper = std::make_shared<DMat>();
     wrapper->Block().SetValue(wrapperParams::kMaterial1, 0, std::shared_ptr<Mtl>(Showing(map)));
     wrapper->Block().SetValue(wrapperParams::kOverride, 0, true);
     wrapper->Block().SetValue(wrapperParams::kTintmax, 0, 100);
-    RenderScene scene;
-    scene.nodes = {{&ground, wrapper.get(), {}}};
-    TraceScene trace(scene);
-    TraceRay ray;
-    ray.origin = {0.1f, 0.2f, 5};
-    ray.direction = {0, 0, -1};
-    TraceHit hit;
-    ASSERT_TRUE(trace.Intersect(ray, &hit));
-    SurfaceLook look;
-    HitContext(hit, hit.Material(), 0, RayKind::kCamera).Shade(&look);
-    ExpectDisplay(look.diffuse, {0.5f, 0.25f, 0});
+    ExpectDisplay(LookAtForeign(*wrapper).diffuse, {0.5f, 0.25f, 0});
+}
+
+TEST_F(ItemMaterials, OtherSurfacesShowTheBaseMapWhereThereIsOne) {
+    auto map = std::make_shared<DColor>();
+    auto base = std::make_shared<ColorTex>();
+    base->color = Color{0.25f, 0.5f, 0.75f};
+    map->Block().SetValue(tintMapParams::kColorbase, 0, Color{1, 0, 0});
+    map->Block().SetValue(tintMapParams::kMapbase, 0, std::shared_ptr<Texmap>(base));
+    map->Block().SetValue(tintMapParams::kOverride, 0, true);
+    ExpectDisplay(LookAtForeign(*Showing(map)).diffuse, {0.25f, 0.5f, 0.75f});
+}
+
+// The map's own settings in place of the object's: amounts between 20 and 80 percent, whichever of
+// the two is called the least.
+TEST_F(ItemMaterials, TheMapsOwnTintRangeCountsInEitherOrder) {
+    TintObject();
+    for (auto [least, most] : {std::pair{20, 80}, {80, 20}}) {
+        auto map = std::make_shared<DColor>();
+        map->Block().SetValue(tintMapParams::kColorbase, 0, Color{1, 1, 1});
+        map->Block().SetValue(tintMapParams::kOverride, 0, true);
+        map->Block().SetValue(tintMapParams::kTintmixmode, 0, int(kTintNormal));
+        map->Block().SetValue(tintMapParams::kTintmin, 0, least);
+        map->Block().SetValue(tintMapParams::kTintmax, 0, most);
+        map->Block().SetValue(tintMapParams::kTintcolor1, 0, Color{0, 1, 0});
+        map->Block().SetValue(tintMapParams::kTintcolor2, 0, Color{0, 0, 1});
+        auto source = Build(Showing(map));
+        for (size_t i = 0; i < 20; ++i) {
+            TDravinItem item = object->Build().Items().Item(i);
+            Color tint{0, 1 - item.random2, item.random2};
+            ExpectDisplay(LookAt(*source, i).diffuse,
+                          Blend({1, 1, 1}, tint, 0.2f + 0.6f * item.random1));
+        }
+    }
+}
+
+TEST_F(ItemMaterials, OnOtherSurfacesTheWrapperIsItsBase) {
+    auto base = std::make_shared<StandardMtl>();
+    base->diffuse = {0.2f, 0.4f, 0.6f};
+    auto wrapper = std::make_shared<DMat>();
+    wrapper->Block().SetValue(wrapperParams::kMaterial1, 0, std::shared_ptr<Mtl>(base));
+    wrapper->Block().SetValue(wrapperParams::kOverride, 0, true);
+    wrapper->Block().SetValue(wrapperParams::kTintmin, 0, 100);
+    wrapper->Block().SetValue(wrapperParams::kTintmax, 0, 100);
+    wrapper->Block().SetValue(wrapperParams::kTintcolor1, 0, Color{1, 0, 0});
+    wrapper->Block().SetValue(wrapperParams::kTintcolor2, 0, Color{1, 0, 0});
+    EXPECT_EQ(LookAtForeign(*wrapper).diffuse, LookAtForeign(*base).diffuse);
 }
 
 TEST_F(ItemMaterials, TheWrapperTintsWhatItsBaseShows) {

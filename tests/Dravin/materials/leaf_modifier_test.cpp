@@ -63,6 +63,8 @@ TEST_F(Leaf, ItsTableIsComplete) {
     EXPECT_FALSE(block.Find("flipx")->animatable);
     EXPECT_TRUE(block.Find("display")->animatable);
     EXPECT_EQ(DLeaf::kClass.id, (ClassId{0x6a80d860, 0xb2616bba}));
+    EXPECT_EQ(LeafModifierDesc().internalName, "DravinLeaf");
+    EXPECT_EQ(LeafModifierDesc().info.name, std::string("Dravin Leaf"));
 }
 
 TEST_F(Leaf, TheAngleIsADistance) {
@@ -115,6 +117,14 @@ TEST_F(Leaf, ExtractMakesNodesOfTheirOwn) {
     ASSERT_TRUE(m_scene->undo.Redo());
     EXPECT_NE(m_scene->FindNode("Outline"), nullptr);
     EXPECT_EQ(m_scene->FindNode("Outline001"), nullptr);
+}
+
+TEST_F(Leaf, IsFoundOnItsNode) {
+    Read(R"(, "angle": 1)");
+    INode* node = m_scene->FindNode("leaf");
+    EXPECT_EQ(DLeaf::Of(*node, 0), &Modifier());
+    EXPECT_EQ(Modifier().Outline().lines[0].points.size(), 4u);  // made by asking
+    EXPECT_EQ(DLeaf::Of(*Modifier().Extract(*m_scene), 0), nullptr);
 }
 
 TEST_F(Leaf, CopiesHaveParametersOfTheirOwn) {

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include "host/scene/material.h"
+#include "host/scene/renderers.h"
 #include "tests/Dravin/build/growing_box.h"
 #include "tests/Dravin/build/scatter_fixture.h"
 
@@ -140,6 +141,26 @@ TEST_F(MeshBuild, RendersLeaveCustomObjectsToTheRendererButFilesDoNot) {
     EXPECT_EQ(Built(Render()).GetMesh().NumFaces(), NumItems() * kBoxFaces);
 }
 
+TEST_F(MeshBuild, RenderersThatTakeNoInstancesGetTheWholeMesh) {
+    constexpr ClassId kPlain{0x77, 0x88};
+    auto& renderers = host.State<Renderers>();
+    renderers.Register({kPlain, "Plain"});
+    int64_t all = 400;  // a unit square of the ground each
+    for (ClassId own : {kRayTracerId, kScanlineRendererId}) {
+        renderers.SetCurrent(own);
+        EXPECT_EQ(Built(Render()).Statistics().instancedItems, all);
+    }
+    renderers.SetCurrent(kPlain);
+    const TObjectMesh& whole = Built(Render());
+    EXPECT_EQ(whole.Statistics().instancedItems, 0);
+    EXPECT_EQ(whole.GetMesh().NumFaces(), size_t(all) * kBoxFaces);
+    TBuildFlags forced = Render();
+    forced.forceInstances = true;
+    EXPECT_EQ(Built(forced).Statistics().instancedItems, all);
+    renderers.SetTakesInstances(kPlain);
+    EXPECT_EQ(Built(Render()).Statistics().instancedItems, all);
+}
+
 TEST_F(MeshBuild, FilesHoldFullMeshesUnlessProxyShapesAreAskedFor) {
     TBuildFlags flags;
     flags.fileMesh = true;
@@ -213,6 +234,48 @@ TEST_F(MeshBuild, AnimatedSourcesGiveTheSampleThatEachItemPicked) {
     EXPECT_EQ(samples.size(), 3u);
     // What all samples have alike stands there once.
     EXPECT_EQ(mesh.GetMesh().Map(1)->verts.size(), 4 + growing->GetMesh()->Map(1)->verts.size());
+}
+
+// With a map of one grey g, every item shows sample round(2 g) of three.
+TEST_F(MeshBuild, AMapPicksTheSampleThatItemsShow) {
+    auto growing = std::make_shared<TriObject>(std::make_shared<Mesh>(MakeBox(2, 1, 3, 1)));
+    growing->SetAnimation(std::make_shared<GrowingBox>());
+    box->SetObjectRef(growing);
+    Set(kDispParams, dispParams::kVmesh, 0);
+    Set(kAnimParams, animParams::kAnimation, 3);
+    Set(kAnimParams, animParams::kAnimsamples, 3);
+    Set(kAnimParams, animParams::kAnimsoffset, 320);
+    auto map = std::make_shared<ColorTex>();
+    Set(kAnimParams, animParams::kAnimap, Target(map));
+    for (auto [grey, sample] : {std::pair{0.f, 0}, {0.24f, 0}, {0.26f, 1}, {0.74f, 1}, {1.f, 2}}) {
+        map->color = Color{grey, grey, grey};
+        const TObjectMesh& mesh = Built();
+        ASSERT_GT(NumItems(), 0u);
+        for (size_t i = 0; i < NumItems(); ++i)
+            EXPECT_EQ(object->Build().Items().Item(i).animationOffset, sample) << grey;
+        // The ground's items stand at height 0: all are as high as their sample.
+        EXPECT_NEAR(mesh.GetMesh().BoundingBox().max.z, 3 + 2 * sample, 1e-4f);
+    }
+    // Without a map there is nothing to pick by.
+    Set(kAnimParams, animParams::kAnimap, Target(nullptr));
+    EXPECT_NEAR(Built().GetMesh().BoundingBox().max.z, 3, 1e-4f);
+}
+
+// A plane has no height: its unit mesh keeps height 1, and items keep their height as a scale of 1.
+TEST_F(MeshBuild, AFlatSourceKeepsTheItemsHeightAsAScaleOfOne) {
+    Mesh sheet = MakePlane(2, 3, 1);
+    object->Block(kGeomParams)
+        .SetValue(geomParams::kCobjlist, 0, Target(AddMesh("sheet", sheet)), 0);
+    Set(kDispParams, dispParams::kVmesh, 0);
+    const TObjectMesh& mesh = Built();
+    EXPECT_TRUE(mesh.Shapes()[0].sample->Size().degenerate);
+    for (size_t i = 0; i < NumItems(); ++i) {
+        TDravinItem item = object->Build().Items().Item(i);
+        EXPECT_EQ(item.width, 2);
+        EXPECT_EQ(item.depth, 3);
+        EXPECT_EQ(item.height, 1);
+    }
+    EXPECT_EQ(mesh.Bounds().Width().z, 0);
 }
 
 // What follows its source over time holds for the moment.

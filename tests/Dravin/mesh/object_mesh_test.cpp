@@ -88,6 +88,84 @@ TEST_F(ObjectMesh, PlanesFollowTheFacesOfTheirItem) {
     EXPECT_EQ(mesh.GetMesh().Map(1)->faces[14], (Triple{0, 3, 2}));
 }
 
+// Reversed faces, and an image on the plane that runs the other way.
+TEST_F(ObjectMesh, MirroredItemsAndTheirPlanesAreTurned) {
+    Mesh source = *static_cast<TriObject*>(box->GetObjectRef())->GetMesh();
+    for (uint8_t mirrored : {0, 1}) {
+        ChangeItem(0, [&](TDravinItem& item) {
+            item.mirrored = mirrored;
+            item.verticalShadow = 1, item.horizontalShadow = 0;
+        });
+        TObjectMesh mesh;
+        ASSERT_EQ(Make(mesh), TMeshOutcome::kDone);
+        const Mesh& made = mesh.GetMesh();
+        for (size_t f = 0; f < 12; ++f) {
+            Triple v = source.faces[f].v;
+            EXPECT_EQ(made.faces[f].v, mirrored ? (Triple{v[1], v[0], v[2]}) : v);
+        }
+        const std::vector<Triple>& map = made.Map(1)->faces;
+        EXPECT_EQ(map[12], mirrored ? (Triple{3, 2, 1}) : (Triple{2, 3, 0}));
+        EXPECT_EQ(map[13], mirrored ? (Triple{1, 0, 3}) : (Triple{0, 1, 2}));
+    }
+}
+
+// Colours stand once a source; items of sources without any have zero corners.
+TEST_F(ObjectMesh, VertexColoursStandOnceASource) {
+    auto painted = [&](const std::string& name, const std::vector<Point3>& colours) {
+        Mesh mesh = MakeBox(1, 1, 1, 1);
+        MapChannel& channel = mesh.MakeMap(0);
+        channel.verts = colours;
+        channel.faces.assign(mesh.faces.size(), {0, 1, 1});
+        return AddMesh(name, mesh);
+    };
+    AddRow(painted("red", {{1, 0, 0}, {0.5f, 0, 0}}));
+    AddRow(painted("blue", {{0, 0, 1}, {0, 0, 0.5f}, {0, 0, 0}}));
+    TBuildFlags flags;
+    flags.noMesh = true;
+    Run(flags);
+    TObjectMesh mesh;
+    ASSERT_EQ(Make(mesh), TMeshOutcome::kDone);
+    const MapChannel* colours = mesh.GetMesh().Map(0);
+    ASSERT_TRUE(colours);
+    EXPECT_EQ(colours->verts,
+              (std::vector<Point3>{{1, 0, 0}, {0.5f, 0, 0}, {0, 0, 1}, {0, 0, 0.5f}, {0, 0, 0}}));
+    std::set<int> rows;
+    for (size_t f = 0; f < mesh.GetMesh().NumFaces(); ++f) {
+        TDravinItem item = Items().Item(size_t(mesh.FaceOwners()[f]));
+        uint32_t first = item.specimenIndex == 2 ? 2 : 0, second = first + 1;
+        Triple turned =
+            item.mirrored ? Triple{second, first, second} : Triple{first, second, second};
+        EXPECT_EQ(colours->faces[f], item.specimenIndex == 0 ? Triple{} : turned);
+        rows.insert(item.specimenIndex);
+    }
+    EXPECT_EQ(rows.size(), 3u);
+}
+
+// Map vertices that no face names are no mapping.
+TEST_F(ObjectMesh, ChannelsWithoutFacesAreNone) {
+    Mesh mesh = MakeBox(1, 1, 1, 1);
+    mesh.MakeMap(3).verts = {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}};
+    mesh.MakeMap(0).verts = {{1, 1, 1}};
+    auto source = AddMesh("unmapped", mesh);
+    object->Block(kGeomParams).SetValue(geomParams::kCobjlist, 0, Target(source), 0);
+    TBuildFlags flags;
+    flags.noMesh = true;
+    Run(flags);
+    TObjectMesh made;
+    ASSERT_EQ(Make(made), TMeshOutcome::kDone);
+    EXPECT_EQ(made.GetMesh().Map(0), nullptr);
+    EXPECT_EQ(Validate(made.GetMesh()), "");
+    EXPECT_EQ(made.GetMesh().NumFaces(), 12 * Items().Count());
+    // Beside a source that has the channel.
+    MapChannel& map = mesh.MakeMap(3);
+    map.faces.assign(mesh.faces.size(), {0, 1, 2});
+    AddRow(AddMesh("mapped", mesh));
+    Run(flags);
+    ASSERT_EQ(Make(made), TMeshOutcome::kDone);
+    EXPECT_EQ(Validate(made.GetMesh()), "");
+    EXPECT_EQ(made.GetMesh().Map(3)->verts.size(), 4u + 3u);
+}
+
 TEST_F(ObjectMesh, IsEmptyWhenAllItemsAreDiscarded) {
     for (size_t i = 0; i < Items().Count(); ++i)
         ChangeItem(i, [](TDravinItem& item) { item.discarded = 1; });

@@ -98,6 +98,23 @@ TEST_F(ProxyTest, SlotZeroKeepsWhatItIsGiven) {
     EXPECT_EQ(proxy.GetReference(1), nullptr);
 }
 
+TEST_F(ProxyTest, TheFirstPointPlacesIt) {
+    for (CreationMessage first : {CreationMessage::kClick, CreationMessage::kMove}) {
+        Matrix3 transform;
+        EXPECT_EQ(DProxy::Place(first, 0, {3, 4, 0}, &transform), CreationAnswer::kStop);
+        EXPECT_EQ(transform, Matrix3::Translation({3, 4, 0}));
+        Matrix3 later;
+        EXPECT_EQ(DProxy::Place(first, 1, {3, 4, 0}, &later), CreationAnswer::kContinue);
+        EXPECT_EQ(later, Matrix3());
+    }
+    Matrix3 transform;
+    EXPECT_EQ(DProxy::Place(CreationMessage::kOther, 0, {3, 4, 0}, &transform),
+              CreationAnswer::kContinue);
+    EXPECT_EQ(DProxy::Place(CreationMessage::kAbort, 0, {3, 4, 0}, &transform),
+              CreationAnswer::kAbort);
+    EXPECT_EQ(transform, Matrix3());
+}
+
 TEST_F(ProxyTest, TheRegistryHearsOfRenders) {
     std::shared_ptr<TProxyRegistry> registry = TProxyRegistry::Current();
     size_t before = registry->NumProxies();

@@ -34,6 +34,22 @@ TEST_F(EngineRegistry, FeaturesAreKeptAndTheLevelIsTold) {
     EXPECT_EQ(TEngineRegistry::Current().Engines().size(), 1u);
 }
 
+// Whoever begins a render of nodes takes them, registered or not.
+TEST_F(EngineRegistry, WhoRegistersTakesInstances) {
+    EXPECT_FALSE(CurrentRendererTakesInstances());
+    TBuildFlags flags;
+    flags.render = true;
+    object->Build().BuildMesh(0, flags);
+    EXPECT_EQ(object->Build().ObjectMesh().Statistics().instancedItems, 0);
+    Trees().IDravinRenderBegin(0);
+    EXPECT_GT(object->Build().ObjectMesh().Statistics().instancedItems, 0);
+    Trees().IDravinRenderEnd(0);
+    Pack().registerEngine();
+    EXPECT_TRUE(CurrentRendererTakesInstances());
+    object->Build().BuildMesh(0, flags);
+    EXPECT_GT(object->Build().ObjectMesh().Statistics().instancedItems, 0);
+}
+
 TEST_F(EngineRegistry, EachRendererHasItsOwn) {
     AskFor(512);
     UseRenderer({1, 2}, "Other");

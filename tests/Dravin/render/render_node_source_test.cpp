@@ -71,6 +71,21 @@ TEST_F(RenderNodeSource, InstancesStandWhereTheItemsStand) {
     EXPECT_EQ(sources[0]->PrototypeMesh(0), direct->PrototypeMesh(0));
 }
 
+// However many items: one mesh a source, and it is the source's own.
+TEST_F(RenderNodeSource, ItemsCopyNoMesh) {
+    auto ball = AddMesh("ball", MakeSphere(1, 60));
+    AddRow(ball);
+    ASSERT_EQ(Take(), TBuildStatus::kSuccess);
+    ASSERT_EQ(sources.size(), 1u);
+    ASSERT_GT(sources[0]->NumInstances(), 300u);
+    std::set<const Mesh*> shown;
+    for (size_t p = 0; p < sources[0]->NumPrototypes(); ++p)
+        shown.insert(sources[0]->PrototypeMesh(p));
+    auto meshOf = [](INode& source) { return source.GetObjectRef()->GetRenderMesh(0).get(); };
+    EXPECT_EQ(shown, (std::set<const Mesh*>{meshOf(*box), meshOf(*ball)}));
+    EXPECT_TRUE(object->Build().ObjectMesh().GetMesh().verts.empty());
+}
+
 TEST_F(RenderNodeSource, ItReads512AsAnyRendererMay) {
     ASSERT_EQ(Take(), TBuildStatus::kSuccess);
     EXPECT_EQ(TEngineRegistry::Current().Find(kRayTracerId)->version, 512u);

@@ -3,12 +3,16 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
 #include <cmath>
+#include <set>
 
 #include "Dravin/dravin_globals.h"
+#include "Dravin/geometry/lod_object.h"
 #include "Dravin/materials/tint_map.h"
 #include "Dravin/materials/wrapper_material.h"
 #include "Dravin/render/host_render.h"
+#include "host/geom/mesh_tools.h"
 #include "host/render/ray_tracer.h"
 #include "host/render/scanline/scanline_renderer.h"
 #include "tests/Dravin/build/scatter_fixture.h"
@@ -115,6 +119,59 @@ TEST_F(MeshSource, BothPathsShowWrapperMaterials) {
     ExpectSamePictures();
 }
 
+TEST_F(MeshSource, BothPathsShowTexturesByTheirMapping) {
+    auto map = std::make_shared<CheckerTex>();
+    map->tiling = {3, 2};
+    auto mtl = Plain({1, 1, 1});
+    mtl->diffuseMap = map;
+    box->SetMtl(mtl);
+    ball->SetMtl(mtl);
+    ExpectSamePictures();
+}
+
+TEST_F(MeshSource, BothPathsShowTheLevelsOfItems) {
+    auto lod = TDLod::Create();
+    lod->NewLevel(), lod->NewLevel();
+    auto flat = AddMesh("flat", MakeBox(1.5f, 1.5f, 0.2f, 1));
+    flat->SetMtl(Plain({0.1f, 0.1f, 0.9f}));
+    std::shared_ptr<INode> levels[] = {box, flat};
+    for (int i = 0; i < 2; ++i) {
+        lod->Block().SetValue(lodParams::kCobjlist, 0, Target(levels[i]), i);
+        lod->Block().SetValue(lodParams::kDistlist, 0, i == 0 ? 0.0f : 50.0f, i);
+    }
+    lod->Block().SetValue(lodParams::kDistance, 0, 12.0f);
+    auto tree = INode::Create("levels", lod);
+    scene.AddNode(tree);
+    object->Block(kGeomParams).SetValue(geomParams::kCobjlist, 0, Target(tree), 0);
+    auto eye = scene.AddNode("eye", std::make_shared<CameraObject>());
+    Set(kCamParams, camParams::kCamera, Target(eye->shared_from_this()));
+    Set(kCamParams, camParams::kCamlod, true);
+    ExpectSamePictures();
+    std::set<int> shown;
+    for (size_t i = 0; i < object->Build().Items().Count(); ++i)
+        if (TDravinItem item = object->Build().Items().Item(i); item.specimenIndex == 0)
+            shown.insert(item.elementIndex);
+    EXPECT_EQ(shown, (std::set<int>{0, 1}));
+}
+
+// Parts of items that stand beyond the ground's border are not shown.
+TEST_F(MeshSource, BothPathsLeaveHiddenPartsOut) {
+    Mesh pair = TransformedMesh(MakeBox(0.5f, 0.5f, 1, 1), Matrix3::Translation({-1.5f, 0, 0}));
+    AppendMesh(pair,
+               TransformedMesh(MakeBox(0.5f, 0.5f, 1, 1), Matrix3::Translation({1.5f, 0, 0})));
+    box->SetObjectRef(std::make_shared<TriObject>(std::make_shared<Mesh>(pair)));
+    box->SetMtl(Plain({0.9f, 0.9f, 0.2f}));
+    constexpr int kSurfaceArea = 3;
+    AddArea(*object, kSurfaceArea, nullptr, false);
+    object->Block(kAreaParams).Append(areaParams::kArboundchecklist);
+    object->Block(kAreaParams).SetValue(areaParams::kArboundchecklist, 0, 2, 0);
+    ExpectSamePictures();
+    int numPartial = 0;
+    for (size_t i = 0; i < object->Build().Items().Count(); ++i)
+        numPartial += object->Build().Items().Item(i).partial;
+    EXPECT_GT(numPartial, 0);
+}
+
 TEST_F(MeshSource, OwnersOfFacesNameTheItems) {
     auto source = Source(true);
     auto* items = static_cast<const IShadedItems*>(source->GetInterface(IShadedItems::kInterface));
@@ -180,6 +237,56 @@ TEST_F(MeshSource, WrapperMaterialsShowShadowPlanesToLightOnly) {
     EXPECT_EQ(
         TDravinMeshSource(*object, object->Build()).PlaneOf(0, uint32_t(shown.NumFaces() - 1)),
         IShadedItems::Plane::kNone);
+}
+
+// White maps are full shadow, black ones none; without fake shadows planes are ordinary faces.
+TEST_F(MeshSource, ShadowPlanesAreAsDarkAsTheirMapsAreBright) {
+    auto light = std::make_shared<LightObject>();
+    INode* sun = scene.AddNode("sun", light);
+    sun->SetLocalTM(Matrix3::RotationX(1));
+    Set(kShadowParams, shadowParams::kLight, Target(sun->shared_from_this()));
+    Set(kShadowParams, shadowParams::kCustshadow, true);
+    auto wrapper = std::make_shared<DMat>();
+    auto vertical = std::make_shared<ColorTex>(), horizontal = std::make_shared<ColorTex>();
+    auto set = [&](ParamID id, std::shared_ptr<Texmap> map) {
+        wrapper->Block().SetValue(id, 0, std::static_pointer_cast<ReferenceTarget>(map));
+    };
+    set(wrapperParams::kVshadowmap, vertical);
+    set(wrapperParams::kHshadowmap, horizontal);
+    wrapper->Block().SetValue(wrapperParams::kMaterial1, 0,
+                              std::static_pointer_cast<ReferenceTarget>(Plain({0.2f, 0.8f, 0.3f})));
+    box->SetMtl(wrapper);
+    ball->SetMtl(wrapper);
+    vertical->color = Color{1, 1, 1};
+    horizontal->color = Color{0, 0, 0};
+    auto source = Source(true);
+    // What all faces of a kind show to a ray, as the renderer sees them now.
+    auto opacities = [&](RayKind kind) {
+        RenderMaterials materials;
+        RenderMesh shown(*source, 0, materials);
+        TDravinMeshSource now(*object, object->Build());
+        PackedInstance instance{};
+        std::array<std::set<float>, 3> seen;
+        for (uint32_t f = 0; f < shown.NumFaces(); ++f) {
+            HitPlace place{&shown, nullptr, f, 0.3f, 0.3f, &instance, &now};
+            auto plane =
+                size_t(static_cast<TDravinMeshSource&>(*source).PlaneOf(0, shown.SourceFace(f)));
+            seen[plane].insert(HitContext(place, place.Material(), 0, kind).Opacity());
+        }
+        return seen;
+    };
+    using Seen = std::array<std::set<float>, 3>;  // own, vertical, horizontal
+    EXPECT_EQ(opacities(RayKind::kShadow), (Seen{{{1}, {1}, {0}}}));
+    EXPECT_EQ(opacities(RayKind::kCamera), (Seen{{{1}, {0}, {0}}}));
+    vertical->color = Color{0, 0, 0};
+    horizontal->color = Color{0.3f, 0.6f, 0.9f};  // mean 0.6
+    Seen shaded = opacities(RayKind::kShadow);
+    EXPECT_EQ(shaded[1], std::set<float>{0});
+    ASSERT_EQ(shaded[2].size(), 1u);
+    EXPECT_NEAR(*shaded[2].begin(), 0.6f, 1e-6f);
+    Set(kShadowParams, shadowParams::kUsefakeshadows, false);
+    EXPECT_EQ(opacities(RayKind::kShadow), (Seen{{{1}, {1}, {1}}}));
+    EXPECT_EQ(opacities(RayKind::kCamera), (Seen{{{1}, {1}, {1}}}));
 }
 
 // Billboards with shadow planes stand in the mesh, custom objects are instances beside it.

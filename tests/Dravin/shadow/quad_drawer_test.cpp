@@ -77,6 +77,16 @@ TEST_F(QuadDrawer, AMapIsReadFromLeftToRightAndFromTheTopDown) {
     EXPECT_EQ(map.asked[7], (std::pair{0.75f, 0.f}));
 }
 
+// Half a grey of any opacity lets a pixel be drawn.
+TEST_F(QuadDrawer, AMapsAlphaDoesNotCount) {
+    class Pale : public Texmap {
+    public:
+        AColor EvalColor(const TexPoint&) const override { return {0.5f, 0.4f, 0.6f, 0.1f}; }
+    } map;
+    Make().Draw({0, 1, 0, 1, 1, 1, &map});
+    EXPECT_EQ(Drawn(), 4u);
+}
+
 TEST_F(QuadDrawer, AMirroredQuadReadsItsMapBackwards) {
     LeftPart map(0.5f);
     Make(false).Draw({0, 3, 0, 0, 1, 1, &map, true});

@@ -7,6 +7,7 @@
 
 #include "Dravin/assembly/dravin_classes.h"
 #include "Dravin/build/mesh_source.h"
+#include "Dravin/dravin_globals.h"
 #include "Dravin/materials/wrapper_material.h"
 #include "Dravin/shadow/face_blanking.h"
 #include "Dravin/shadow/opacity_tables.h"
@@ -188,6 +189,28 @@ TEST_F(XShadowTest, ItemsThatKeepTheirFacesCastTheirOwnShadows) {
     EXPECT_EQ(generator->OwnerAt(10, 6), 0u);
 }
 
+// Templates are billboards by themselves.
+TEST_F(XShadowTest, TemplatesAreReplacedWithoutBeingAskedFor) {
+    Set(kShadowParams, shadowParams::kCustshadow, false);
+    auto board = AddMesh("_dravin_template_board", MakeBox(2, 1, 3, 1));
+    DravinGlobals().templates.List().at(0)->SetReference(0, board);
+    IParamBlock2& rows = object->Block(kGeomParams);
+    rows.SetValue(geomParams::kGeomlist, 0, int(kGeomTemplate), 0);
+    rows.SetValue(geomParams::kTempidlist, 0, 0, 0);
+    Set(kShadowParams, shadowParams::kVshadow, true);
+    Build();
+    ASSERT_GT(object->Build().ObjectMesh().GetMesh().NumFaces(), 0u);
+    {
+        TFaceBlanking blanking(*object, object->Build().ObjectMesh().ChangeableMesh(), 0);
+        EXPECT_THAT(blanking.Items(), ElementsAre(true));
+        for (const Face& face : object->Build().ObjectMesh().GetMesh().faces)
+            EXPECT_EQ(face.v, Triple{});
+    }
+    Update();
+    EXPECT_EQ(generator->OwnerAt(10, 6), 0x00010001u);
+    EXPECT_EQ(DepthAt(10, 6), 20);  // the quad's, not the box's front
+}
+
 TEST_F(XShadowTest, FromTheMaterialNeedsAMap) {
     SetParam(xshadowParams::kTypemap, int(kImageFromMaterial));
     Update();
@@ -354,6 +377,65 @@ TEST_F(XShadowTest, OtherLightsGetThePlainMap) {
     EXPECT_GT(Seen().size(), 0u);
     EXPECT_LT(DepthAt(8, 7), 20.5f);
     for (int i = 0; i < 256; ++i) EXPECT_EQ(generator->OwnerAt(i % 16, i / 16), 0u);
+}
+
+// The wrapped map answers everything but Sample.
+TEST_F(XShadowTest, OtherQuestionsGoToTheWrappedMap) {
+    Set(kShadowParams, shadowParams::kVshadow, true);
+    Update();
+    // Depth 20 stands at (10, 6), nothing at (3, 6).
+    EXPECT_EQ(generator->QuickSample(10, 6, 25), 0);
+    EXPECT_EQ(generator->QuickSample(10, 6, 15), 1);
+    EXPECT_EQ(generator->QuickSample(3, 6, 25), 1);
+    EXPECT_EQ(generator->FiltSample(10.5f, 6.5f, 25, 1), 0);
+    EXPECT_EQ(generator->FiltSample(3.5f, 6.5f, 25, 1), 1);
+    EXPECT_EQ(generator->LineSample({3.2f, 6.5f, 25}, {4.2f, 6.5f, 25}), 1);
+    EXPECT_EQ(generator->LineSample({10.2f, 6.5f, 25}, {10.8f, 6.5f, 25}), 0);
+    EXPECT_EQ(generator->UpdateViewDepParams(Matrix3::Translation({1, 2, 3})), 1);
+    HitPlace place = geometry->PlaceOf(0, 0, 0.2f, 0.2f);
+    HitContext context(place, place.Material(), 0, RayKind::kCamera);
+    Color color{0.5f, 0.5f, 0.5f};
+    EXPECT_EQ(generator->Sample(context, {0, 0, 1}, &color), 1);
+    EXPECT_EQ(generator->Size(), 16);
+    generator->FreeBuffer();
+    EXPECT_EQ(generator->Buffer(), nullptr);
+}
+
+namespace {
+
+// A map whose parameters have keys.
+class KeyedMap : public LeftPart {
+public:
+    std::shared_ptr<IParamBlock2> block = IParamBlock2::Create(XShadowBlock());
+    int NumRefs() const override { return 1; }
+    std::shared_ptr<ReferenceTarget> GetReference(int) const override { return block; }
+};
+
+ParamElement TwoKeys() {
+    ParamElement element{ParamValue(1.0f), {}};
+    element.track.SetKey(0, ParamValue(1.0f));
+    element.track.SetKey(4800, ParamValue(9.0f));
+    return element;
+}
+
+}  // namespace
+
+TEST_F(XShadowTest, HoldsAsLongAsItsParametersAndThoseOfItsMap) {
+    Update();
+    EXPECT_EQ(generator->Validity(), Interval::Forever());
+    auto outer = std::make_shared<KeyedMap>();
+    SetParam(xshadowParams::kMap, std::static_pointer_cast<ReferenceTarget>(outer));
+    Update();
+    EXPECT_EQ(generator->Validity(), Interval::Forever());
+    outer->block->SetElements(xshadowParams::kBias, {TwoKeys()});
+    Update();
+    EXPECT_EQ(generator->Validity(), Interval::Instant(0));
+    SetParam(xshadowParams::kMap, std::shared_ptr<ReferenceTarget>());
+    Update();
+    EXPECT_EQ(generator->Validity(), Interval::Forever());
+    type->Block().SetElements(xshadowParams::kSample, {TwoKeys()});
+    Update();
+    EXPECT_EQ(generator->Validity(), Interval::Instant(0));
 }
 
 TEST_F(XShadowTest, HasItsTableAndItsClass) {

@@ -2,6 +2,9 @@
 #include <set>
 
 #include "Dravin/dravin_globals.h"
+#include "Dravin/materials/leaf_modifier.h"
+#include "Dravin/viewport/view_paint.h"
+#include "Dravin/viewport/viewport_drawer.h"
 #include "Dravin/viewport/viewport_picking.h"
 #include "tests/Dravin/build/scatter_fixture.h"
 
@@ -98,6 +101,49 @@ TEST_F(ViewportObjects, ProxyShapesAndBoxesStandInForItems) {
     boxes.display = TViewDisplay::kBoxes;
     auto items = Items(*shown, DrawViewportIds(*shown, camera, boxes));
     EXPECT_EQ(items.size(), shown->NumItems());
+}
+
+// A bump of 1 and one of 9 under an outline modifier with a tolerance of 2, which the first is
+// within.
+TEST_F(ViewportObjects, OutlinesOfLeavesAreDrawnBesideTheirSpline) {
+    auto shape = std::make_shared<ShapeObject>();
+    BezierShape zigzag;
+    zigzag.splines.resize(1);
+    for (Point3 p : {Point3{0, 0, 0}, {2, 1, 0}, {4, 0, 0}, {6, 9, 0}, {8, 0, 0}})
+        zigzag.splines[0].knots.push_back({p, {}, {}});
+    shape->shape = zigzag;
+    auto derived = std::make_shared<DerivedObject>();
+    derived->SetBase(shape);
+    auto leaf = std::make_shared<DLeaf>();
+    leaf->Block().SetValue(leafParams::kAngle, 0, 2.0f);
+    derived->InsertModifier(0, leaf);
+    INode* spline = scene.AddNode("leaf", derived);
+    spline->SetLocalTM(Matrix3::Translation({0, 0, 5}));
+    auto lines = [&] {
+        auto shown = MakeViewportScene(scene, 0, 1);
+        std::vector<TViewNode> found;
+        for (const TViewNode& each : shown->Nodes())
+            if (each.handle == spline->GetHandle()) found.push_back(each);
+        return found;
+    };
+    std::vector<TViewNode> both = lines();
+    ASSERT_EQ(both.size(), 2u);
+    EXPECT_EQ(both[0].lines.lines[0].points.size(), 5u);
+    EXPECT_EQ(both[1].lines.lines[0].points,
+              (std::vector<Point3>{{0, 0, 0}, {4, 0, 0}, {6, 9, 0}, {8, 0, 0}}));
+    EXPECT_TRUE(both[1].lines.lines[0].closed);
+    EXPECT_EQ(both[1].toWorld.GetTrans(), (Point3{0, 0, 5}));
+    EXPECT_EQ(both[1].wire, kViewOutline);
+    // It is drawn in its own colour, also where the spline is selected.
+    scene.Select(std::vector<INode*>{spline});
+    TViewportScene outline({lines().at(1)});
+    TViewportSettings settings;
+    settings.showsGrid = false;
+    std::vector<TViewLine> drawn = ViewLines(outline, camera, settings);
+    ASSERT_EQ(drawn.size(), 4u);
+    for (const TViewLine& line : drawn) EXPECT_EQ(line.color, PackColor(kViewOutline));
+    leaf->enabled = false;
+    EXPECT_EQ(lines().size(), 1u);
 }
 
 TEST_F(ViewportObjects, AdaptiveFallsBackToProxies) {
