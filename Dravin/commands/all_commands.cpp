@@ -3,6 +3,7 @@
 TCommandTable MakeCommandTable() {
     TCommandTable table;
     AddAreaCommands(table);
+    AddAreaPaintCommands(table);
     AddCurveCommands(table);
     AddEffectCommands(table);
     AddEffectLibraryCommands(table);
@@ -14,6 +15,7 @@ TCommandTable MakeCommandTable() {
     AddPresetCommands(table);
     AddSceneCommands(table);
     AddItemCommands(table);
+    AddSplineCommands(table);
     AddToolCommands(table);
     AddUpdateCommands(table);
     return table;
