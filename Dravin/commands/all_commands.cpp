@@ -3,6 +3,7 @@
 TCommandTable MakeCommandTable() {
     TCommandTable table;
     AddAreaCommands(table);
+    AddAreaPaintCommands(table);
     AddCurveCommands(table);
     AddEffectCommands(table);
     AddEffectLibraryCommands(table);
@@ -17,6 +18,7 @@ TCommandTable MakeCommandTable() {
     AddRenderCommands(table);
     AddSceneCommands(table);
     AddItemCommands(table);
+    AddSplineCommands(table);
     AddToolCommands(table);
     AddUpdateCommands(table);
     return table;

@@ -8,6 +8,7 @@ TCommandTable MakeCommandTable();
 
 // What each part of the system brings along, a topic each.
 void AddAreaCommands(TCommandTable& table);
+void AddAreaPaintCommands(TCommandTable& table);
 void AddCurveCommands(TCommandTable& table);
 void AddEffectCommands(TCommandTable& table);
 void AddEffectLibraryCommands(TCommandTable& table);
@@ -22,5 +23,6 @@ void AddPresetCommands(TCommandTable& table);
 void AddRenderCommands(TCommandTable& table);
 void AddSceneCommands(TCommandTable& table);
 void AddItemCommands(TCommandTable& table);
+void AddSplineCommands(TCommandTable& table);
 void AddToolCommands(TCommandTable& table);
 void AddUpdateCommands(TCommandTable& table);

@@ -1,7 +1,6 @@
 // Commands on the curves of a scatter object: its falloffs, and the curve parameters of effects.
-#include <cmath>
-
 #include "Dravin/commands/all_commands.h"
+#include "Dravin/commands/command_values.h"
 #include "Dravin/commands/curve_session.h"
 
 namespace {
@@ -21,13 +20,6 @@ auto OnCurve(Work work) {
         auto place = FindCurve(*call.object, call.Text("curve"), &result.error);
         return place ? work(call, *place) : result;
     };
-}
-
-bool ReadNumber(const ParamInput& input, float* out) {
-    if (auto* i = std::get_if<int64_t>(&input.value)) return *out = float(*i), true;
-    auto* d = std::get_if<double>(&input.value);
-    if (d) *out = float(*d);
-    return d && std::isfinite(*out);
 }
 
 // [x, y], or with both handles relative to the point: [x, y, inx, iny, outx, outy].

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include "Dravin/commands/all_commands.h"
+#include "Dravin/commands/command_values.h"
 #include "Dravin/commands/item_commands.h"
 #include "Dravin/dravin.h"
 #include "host/scene/scene.h"
@@ -13,8 +14,6 @@ namespace {
 
 using Kind = TArgumentKind;
 using Result = TCommandResult;
-
-constexpr const char* kDeclined = "the answer was no, and nothing has changed; --yes answers yes";
 
 // Items are open to editing while this lives, where they can be.
 class OpenItems {

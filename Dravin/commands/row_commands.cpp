@@ -2,6 +2,10 @@
 
 #include <fmt/format.h>
 
+#include "Dravin/dravin.h"
+#include "host/base/text.h"
+#include "host/scene/scene.h"
+
 namespace {
 
 using Kind = TArgumentKind;
@@ -32,6 +36,14 @@ void Insert(const TRowList& list, TCommandCall& call, PBStore& rows, TCommandRes
     result->value = ParamInput(int64_t(at));
 }
 
+void Delete(const TRowList& list, TCommandCall& call, PBStore& rows, TCommandResult* result) {
+    std::vector<int> wanted = call.Ints("rows");
+    if (!HaveRows(rows, wanted, result)) return;
+    for (int row : wanted)
+        if (list.mayDelete && !list.mayDelete(rows, row, result)) return;
+    rows.Delete(wanted);
+}
+
 void Move(TCommandCall& call, PBStore& rows, TCommandResult* result) {
     int from = call.Int("row"), to = call.Int("to");
     if (!HaveRows(rows, {from, to}, result) || from == to) return;
@@ -59,6 +71,22 @@ bool HasRow(const PBStore& rows, int row, TCommandResult* result) {
     return false;
 }
 
+std::shared_ptr<IParamBlock2> Share(TDravin& object, DravinBlockId id) {
+    return std::static_pointer_cast<IParamBlock2>(object.Block(id).shared_from_this());
+}
+
+std::shared_ptr<INode> Share(INode* node) {
+    return node ? std::static_pointer_cast<INode>(node->shared_from_this()) : nullptr;
+}
+
+INode* NodeOfCall(TCommandCall& call, const char* argument, TCommandResult* result) {
+    std::string name = call.Text(argument);
+    INode* node = name.empty() ? nullptr : call.scene.FindNode(name);
+    if (!node && !name.empty())
+        result->error = fmt::format("the scene has no node \"{}\"", CutText(name, 60));
+    return node;
+}
+
 void AddRowCommands(TCommandTable& table, const std::string& topic, const std::string& row,
                     const TRowList& list) {
     table.Add({topic + ".insert",
@@ -74,8 +102,8 @@ void AddRowCommands(TCommandTable& table, const std::string& topic, const std::s
                "Deletes rows.",
                list.target,
                {{"rows", Kind::kIntegers, "their numbers, from 0", true}},
-               OnRows(list, [](TCommandCall& call, PBStore& rows, TCommandResult* result) {
-                   if (HaveRows(rows, call.Ints("rows"), result)) rows.Delete(call.Ints("rows"));
+               OnRows(list, [list](TCommandCall& call, PBStore& rows, TCommandResult* result) {
+                   Delete(list, call, rows, result);
                })});
     table.Add({topic + ".move",
                "Move",

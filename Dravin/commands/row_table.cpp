@@ -1,4 +1,4 @@
-// Commands on the lists of geometry, of areas, and of the levels of LOD objects.
+// Commands on the lists of geometry and of the levels of LOD objects.
 #include <algorithm>
 
 #include <fmt/format.h>
@@ -7,10 +7,8 @@
 #include "Dravin/commands/item_commands.h"
 #include "Dravin/commands/row_commands.h"
 #include "Dravin/dravin.h"
-#include "Dravin/geometry/area_texts.h"
 #include "Dravin/geometry/lod_object.h"
 #include "Dravin/geometry/probability_commands.h"
-#include "Dravin/scene/dravin_rows.h"
 #include "host/base/text.h"
 #include "host/scene/host_context.h"
 #include "host/scene/scene.h"
@@ -20,30 +18,7 @@ namespace {
 using Kind = TArgumentKind;
 
 struct GeometryClipboard : PBClipboard {};
-struct AreaClipboard : PBClipboard {};
 struct LodClipboard : PBClipboard {};
-
-template <class Clipboard>
-PBClipboard& ClipboardOfSession() {
-    return HostContext::Current()->State<Clipboard>();
-}
-
-std::shared_ptr<IParamBlock2> Share(TDravin& object, DravinBlockId id) {
-    return std::static_pointer_cast<IParamBlock2>(object.Block(id).shared_from_this());
-}
-
-// A node that a call names; null without the argument, or with the reason in the result.
-INode* NodeOfCall(TCommandCall& call, const char* argument, TCommandResult* result) {
-    std::string name = call.Text(argument);
-    INode* node = name.empty() ? nullptr : call.scene.FindNode(name);
-    if (!node && !name.empty())
-        result->error = fmt::format("the scene has no node \"{}\"", CutText(name, 60));
-    return node;
-}
-
-std::shared_ptr<INode> Share(INode* node) {
-    return node ? std::static_pointer_cast<INode>(node->shared_from_this()) : nullptr;
-}
 
 // --- geometry
 
@@ -79,62 +54,6 @@ auto OnProbabilities(Change change) {
         TTreeSpecList rows(Share(*call.object, kGeomParams));
         return TCommandResult::Value(ParamInput(change(rows)));
     };
-}
-
-// --- areas
-
-std::unique_ptr<PBStore> OpenAreas(TDravin& object) {
-    std::vector<PBColumn> columns;
-    // The names come first and count the rows.
-    for (ParamID id : AreaRowIds()) columns.push_back({id, FirstAreaValue(id)});
-    return std::make_unique<PBStore>(Share(object, kAreaParams), std::move(columns));
-}
-
-// An area has an id of its own, the largest plus one.
-void GiveAreaId(PBStore& rows, int row) {
-    int largest = 0;
-    for (int i = 0; i < rows.Count(); ++i)
-        if (i != row) largest = std::max(largest, rows.Block().GetInt(areaParams::kAridlist, 0, i));
-    rows.Block().SetValue(areaParams::kAridlist, 0, largest + 1, row);
-}
-
-TRowList AreaRows() {
-    TRowList list;
-    list.open = [](TCommandCall& call, TCommandResult*) { return OpenAreas(*call.object); };
-    list.clipboard = ClipboardOfSession<AreaClipboard>;
-    list.added = GiveAreaId;
-    return list;
-}
-
-int AreaTypeOf(const INode& node) {
-    const Object* object = node.GetObjectRef();
-    if (dynamic_cast<const TDravin*>(object)) return kAreaDravin;
-    return object && object->IsShape() ? kAreaSpline : kAreaObject;
-}
-
-// Above the row of surfaces; objects and the items of others are kept free.
-TCommandResult AddArea(TCommandCall& call) {
-    using namespace areaParams;
-    TCommandResult result;
-    INode* node = NodeOfCall(call, "node", &result);
-    if (!result) return result;
-    if (node->GetObjectRef() == call.object)
-        return TCommandResult::Error("the object cannot exclude its own items");
-    std::unique_ptr<PBStore> rows = OpenAreas(*call.object);
-    IParamBlock2& block = rows->Block();
-    int at = rows->Count();
-    for (int i = rows->Count(); i-- > 0;)
-        if (i < block.Count(kArtypelist) && block.GetInt(kArtypelist, 0, i) == kAreaSurface) at = i;
-    rows->Insert(at);
-    GiveAreaId(*rows, at);
-    int type = AreaTypeOf(*node);
-    block.SetValue(kArnamelist, 0, call.Text("name", node->GetName()), at);
-    block.SetValue(kArnodelist, 0, Share(node), at);
-    block.SetValue(kArtypelist, 0, type, at);
-    block.SetValue(kArresollist, 0, FirstResolution(type), at);
-    block.SetValue(kArincexclist, 0, call.Bool("exclude", ExcludesAtFirst(type)), at);
-    result.value = ParamInput(int64_t(at));
-    return result;
 }
 
 // --- levels
@@ -207,18 +126,6 @@ void AddGeometryCommands(TCommandTable& table) {
                TCommandTarget::kObject,
                {},
                OnProbabilities(RandomiseProbabilitiesCommand)});
-}
-
-void AddAreaCommands(TCommandTable& table) {
-    AddRowCommands(table, "area", "a row of the list of areas", AreaRows());
-    table.Add({"area.add",
-               "Add Area",
-               "Adds a spline, object or scatter object as an area, and gives the row's number.",
-               TCommandTarget::kObject,
-               {{"node", Kind::kText, "of the scene", true},
-                {"name", Kind::kText, "of the row (default: the node's)"},
-                {"exclude", Kind::kBool, "keeps items out (default: of objects, not of splines)"}},
-               AddArea});
 }
 
 void AddLodCommands(TCommandTable& table) {

@@ -81,5 +81,6 @@ TAreaSurfaces ParseAreaSurfaces(const std::string& text) {
 std::shared_ptr<ReferenceTarget> TPaintShape::Clone(CloneMap&) const {
     auto copy = std::make_shared<TPaintShape>();
     copy->shape = shape;
+    copy->region = region;
     return copy;
 }

@@ -37,10 +37,14 @@ struct TAreaSurfaces {
 std::string FormatAreaSurfaces(const TAreaSurfaces& surfaces);
 TAreaSurfaces ParseAreaSurfaces(const std::string& text);
 
+class TPaintRegion;
+
 // The outline of a paint area: closed polygons in the object's space.
 class TPaintShape : public ReferenceTarget {
 public:
     Property<PolyShape> shape{this};
+    // What a brush has written `shape` from, to the step; null: it came from elsewhere. Not saved.
+    std::shared_ptr<const TPaintRegion> region;
 
     static constexpr ClassInfo kClass{
         {0x3d1c0102, 0x52a7}, SuperClass::kReferenceTarget, "PaintShape"};

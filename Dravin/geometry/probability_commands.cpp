@@ -1,14 +1,10 @@
 #include "Dravin/geometry/probability_commands.h"
 
+#include "Dravin/config/confirmation.h"
 #include "Dravin/engine/geometry_choice.h"
 #include "host/scene/host_context.h"
 
 namespace {
-
-bool IsConfirmed(const char* question) {
-    HostContext* context = HostContext::Current();
-    return context && context->UserInterface().Question(question, "Dravin Pack") == Answer::kYes;
-}
 
 std::vector<float> ReadProbabilities(TTreeSpecList& rows) {
     std::vector<float> probabilities;

@@ -41,6 +41,10 @@ public:
     const uint64_t* Data() const { return m_pixels.data(); }
     // What the pixel shows; row by row, top down. Not empty.
     uint32_t Value(size_t i) const { return uint32_t(m_pixels[i]); }
+    // 0 where it is empty.
+    float Nearness(size_t i) const {
+        return IsEmpty(i) ? 0 : std::bit_cast<float>(~uint32_t(m_pixels[i] >> 32));
+    }
 
 private:
     int m_width, m_height;

@@ -158,7 +158,8 @@ uint64_t DrawDots(const TViewPlan& plan, const TViewportCamera& camera,
 }
 
 std::vector<uint32_t> DrawViewportIds(const TViewportScene& scene, const TViewportCamera& camera,
-                                      const TViewportSettings& settings) {
+                                      const TViewportSettings& settings,
+                                      std::vector<float>* nearness) {
     TSplatBuffer buffer(camera.Width(), camera.Height());
     TViewPlan plan = PlanViewport(scene, camera, settings, buffer.Rect());
     TViewJob job{camera, camera, settings, plan.thinning};
@@ -167,5 +168,9 @@ std::vector<uint32_t> DrawViewportIds(const TViewportScene& scene, const TViewpo
     std::vector<uint32_t> ids(size_t(camera.Width()) * size_t(camera.Height()));
     for (size_t i = 0; i < ids.size(); ++i)
         ids[i] = buffer.IsEmpty(i) ? TViewportScene::kNoId : buffer.Value(i);
+    if (nearness) {
+        nearness->resize(ids.size());
+        for (size_t i = 0; i < ids.size(); ++i) (*nearness)[i] = buffer.Nearness(i);
+    }
     return ids;
 }

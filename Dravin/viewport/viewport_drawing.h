@@ -70,5 +70,7 @@ std::vector<TViewLine> ViewLines(const TViewportScene& scene, const TViewportCam
 Color ViewBackground(int y, int height);
 
 // What lies under each pixel, by the ids of the scene; rows top down. The grid is nothing.
+// nearness: where given, that of each pixel too; 0 where nothing is.
 std::vector<uint32_t> DrawViewportIds(const TViewportScene& scene, const TViewportCamera& camera,
-                                      const TViewportSettings& settings);
+                                      const TViewportSettings& settings,
+                                      std::vector<float>* nearness = nullptr);

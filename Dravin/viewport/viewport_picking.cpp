@@ -1,6 +1,8 @@
 #include "Dravin/viewport/viewport_picking.h"
 
 #include <algorithm>
+#include <climits>
+#include <cmath>
 
 #include "host/base/thread_pool.h"
 
@@ -35,13 +37,15 @@ std::vector<TViewHit> NearestFirst(std::vector<TViewHit> hits) {
     return hits;
 }
 
-bool Holds(const TPixelRect& r, const TScreenPoint& p) {
-    return p.x >= float(r.left) && p.x < float(r.right) && p.y >= float(r.top) &&
-           p.y < float(r.bottom);
+// Rising, none twice.
+std::vector<uint32_t> Once(std::vector<uint32_t> ids) {
+    std::sort(ids.begin(), ids.end());
+    ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
+    return ids;
 }
 
 std::vector<uint32_t> PlacesIn(const TViewNode& node, const TViewportCamera& camera,
-                               const TPixelRect& rectangle, int threads) {
+                               const TPickRegion& region, int threads) {
     TViewportCamera own = camera.Of(node.toWorld);
     const TViewScatter& scatter = *node.scatter;
     std::vector<std::vector<uint32_t>> found(scatter.Cells().size());
@@ -51,7 +55,7 @@ std::vector<uint32_t> PlacesIn(const TViewNode& node, const TViewportCamera& cam
         TScreenPoint p;
         for (uint32_t i = cell.first; i < cell.first + cell.count; ++i) {
             const TViewItem& item = scatter.Items()[i];
-            if (own.Project(item.toObject.row[3], &p) && Holds(rectangle, p))
+            if (own.Project(item.toObject.row[3], &p) && region.Holds(p.x, p.y))
                 found[c].push_back(node.firstId + 1 + item.item);
         }
     });
@@ -82,27 +86,72 @@ std::vector<TViewHit> HitTest(const TViewportScene& scene, const TViewportCamera
     return NearestFirst(std::move(all));
 }
 
-std::vector<uint32_t> ItemsInRectangle(const TViewportScene& scene, const TViewportCamera& camera,
-                                       const TPixelRect& rectangle, bool onlySeen,
-                                       const TViewportSettings& settings) {
-    std::vector<uint32_t> ids;
-    if (onlySeen) {
-        std::vector<uint32_t> seen = DrawViewportIds(scene, camera, settings);
-        int bottom = std::min(rectangle.bottom, camera.Height());
-        int right = std::min(rectangle.right, camera.Width());
-        for (int y = std::max(rectangle.top, 0); y < bottom; ++y)
-            for (int x = std::max(rectangle.left, 0); x < right; ++x)
-                ids.push_back(seen[size_t(y) * size_t(camera.Width()) + size_t(x)]);
-        std::erase_if(ids,
-                      [&](uint32_t id) { return scene.Find(id).item == TViewportScene::kNoItem; });
-    } else {
-        for (const TViewNode& node : scene.Nodes())
-            if (node.scatter) {
-                auto own = PlacesIn(node, camera, rectangle, settings.threads);
-                ids.insert(ids.end(), own.begin(), own.end());
-            }
+bool TPickRegion::Holds(float x, float y) const {
+    if (!(x >= float(rectangle.left) && x < float(rectangle.right) && y >= float(rectangle.top) &&
+          y < float(rectangle.bottom)))
+        return false;
+    if (lasso.size() < 3) return true;
+    bool isInside = false;
+    for (size_t i = 0; i < lasso.size(); ++i) {
+        const TScreenPoint &a = lasso[i], &b = lasso[(i + 1) % lasso.size()];
+        if ((a.y <= y) == (b.y <= y)) continue;
+        if (a.x + (b.x - a.x) * (y - a.y) / (b.y - a.y) > x) isInside = !isInside;
     }
-    std::sort(ids.begin(), ids.end());
-    ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
-    return ids;
+    return isInside;
+}
+
+TPickRegion LassoRegion(std::vector<TScreenPoint> lasso) {
+    TPickRegion region{{}, std::move(lasso)};
+    if (region.lasso.empty()) return region;
+    auto low = [](float v) { return int(std::floor(std::clamp(v, -1e6f, 1e6f))); };
+    auto high = [&](float v) { return low(v) + 1; };
+    TPixelRect& r = region.rectangle;
+    r = {INT_MAX, INT_MAX, INT_MIN, INT_MIN};
+    for (const TScreenPoint& p : region.lasso) {
+        r.left = std::min(r.left, low(p.x)), r.right = std::max(r.right, high(p.x));
+        r.top = std::min(r.top, low(p.y)), r.bottom = std::max(r.bottom, high(p.y));
+    }
+    return region;
+}
+
+std::vector<uint32_t> ItemsInRegion(const TViewportScene& scene, const TViewportCamera& camera,
+                                    const TPickRegion& region, int threads) {
+    std::vector<uint32_t> ids;
+    for (const TViewNode& node : scene.Nodes())
+        if (node.scatter) {
+            auto own = PlacesIn(node, camera, region, threads);
+            ids.insert(ids.end(), own.begin(), own.end());
+        }
+    return Once(std::move(ids));
+}
+
+bool TSeenPicture::Shows(const TScreenPoint& place) const {
+    constexpr float kClearly = 1.01f;
+    int x = int(std::floor(place.x)), y = int(std::floor(place.y));
+    if (x < 0 || x >= width || y < 0 || y >= height) return false;
+    size_t pixel = size_t(y) * size_t(width) + size_t(x);
+    return ids[pixel] == TViewportScene::kNoId || nearness[pixel] <= place.nearness * kClearly;
+}
+
+TSeenPicture DrawSeen(const TViewportScene& scene, const TViewportCamera& camera,
+                      const TViewportSettings& settings) {
+    constexpr uint64_t kFaces = 300'000, kMoreDots = 300'000;
+    TViewportSettings quick = settings;
+    quick.maxFaces = kFaces;
+    quick.maxElements = scene.NumItems() + kMoreDots;  // a dot an item at least
+    TSeenPicture seen{camera.Width(), camera.Height(), {}, {}};
+    seen.ids = DrawViewportIds(scene, camera, quick, &seen.nearness);
+    return seen;
+}
+
+std::vector<uint32_t> SeenInRegion(const TSeenPicture& seen, const TPickRegion& region) {
+    const TPixelRect& r = region.rectangle;
+    std::vector<uint32_t> ids;
+    for (int y = std::max(r.top, 0); y < std::min(r.bottom, seen.height); ++y)
+        for (int x = std::max(r.left, 0); x < std::min(r.right, seen.width); ++x) {
+            uint32_t id = seen.ids[size_t(y) * size_t(seen.width) + size_t(x)];
+            if (id == TViewportScene::kNoId || (!ids.empty() && ids.back() == id)) continue;
+            if (region.Holds(float(x) + 0.5f, float(y) + 0.5f)) ids.push_back(id);
+        }
+    return Once(std::move(ids));
 }

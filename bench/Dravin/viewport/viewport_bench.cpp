@@ -87,9 +87,14 @@ BENCHMARK(Click)->Args({1'000'000, 2})->Unit(benchmark::kMillisecond)->UseRealTi
 
 void Rectangle(benchmark::State& state) {
     Field field(state);
+    TPickRegion all{{0, 0, 1280, 720}, {}};
     for (auto _ : state)
-        benchmark::DoNotOptimize(ItemsInRectangle(*field.shown, field.camera, {0, 0, 1280, 720},
-                                                  state.range(2) != 0, field.settings));
+        if (state.range(2) == 0)
+            benchmark::DoNotOptimize(
+                ItemsInRegion(*field.shown, field.camera, all, field.settings.threads));
+        else
+            benchmark::DoNotOptimize(
+                SeenInRegion(DrawSeen(*field.shown, field.camera, field.settings), all));
 }
 BENCHMARK(Rectangle)
     ->Args({1'000'000, 2, 0})

@@ -209,12 +209,54 @@ TEST(ViewportPicking, RectanglesTakePlaces) {
     TViewportScene scene = SceneOf({Field(10, 1, 10), Square(9, {})});
     // x of columns: 55, 65 … 145; y of rows: 95, 85 … 5. Columns 2 to 4, rows 0 and 1.
     TPixelRect rectangle{70, 80, 100, 100};
-    auto ids = ItemsInRectangle(scene, kCamera, rectangle, false, {});
+    auto ids = ItemsInRegion(scene, kCamera, {rectangle, {}}, 1);
     EXPECT_EQ(ids, (std::vector<uint32_t>{4, 5, 6, 14, 15, 16}));
     // The square in front hides the four in the middle.
     TPixelRect middle{80, 30, 120, 70};
-    EXPECT_EQ(ItemsInRectangle(scene, kCamera, middle, false, {}).size(), 16u);
-    EXPECT_EQ(ItemsInRectangle(scene, kCamera, middle, true, {}).size(), 12u);
+    EXPECT_EQ(ItemsInRegion(scene, kCamera, {middle, {}}, 1).size(), 16u);
+    auto seen = SeenInRegion(DrawSeen(scene, kCamera, {}), {middle, {}});
+    EXPECT_EQ(seen.back(), scene.Nodes()[1].firstId) << "the square itself";
+    EXPECT_EQ(seen.size(), 12u + 1u);
+}
+
+TEST(ViewportPicking, LassosTakeWhatTheyGoAround) {
+    TViewportScene scene = SceneOf({Field(10, 1, 10)});
+    // x of columns: 55, 65 … 145; y of rows: 95, 85 … 5. A triangle around the lower left corner:
+    // below the line from (50, 62) to (88, 100).
+    TPickRegion region = LassoRegion({{50, 62, 0}, {88, 100, 0}, {50, 100, 0}});
+    EXPECT_EQ(region.rectangle.left, 50);
+    EXPECT_EQ(region.rectangle.bottom, 101);
+    // Row 0 (y 95): x below 83, so columns 0 to 2; row 1: 0 and 1; row 2: 0.
+    EXPECT_EQ(ItemsInRegion(scene, kCamera, region, 1),
+              (std::vector<uint32_t>{2, 3, 4, 12, 13, 22}));
+    // A line that crosses itself: two triangles that meet in a corner.
+    TPickRegion eight = LassoRegion({{50, 80, 0}, {70, 100, 0}, {70, 80, 0}, {50, 100, 0}});
+    EXPECT_TRUE(eight.Holds(55, 90));
+    EXPECT_FALSE(eight.Holds(60, 82));
+    EXPECT_TRUE(ItemsInRegion(scene, kCamera, LassoRegion({}), 1).empty());
+}
+
+// A million would take seconds by their faces; each has its dot whatever the budget.
+TEST(ViewportPicking, WhatIsSeenLeavesNoItemOut) {
+    TViewportScene scene = SceneOf({Field(10, 1, 10)});
+    TViewportSettings settings;
+    settings.maxElements = 5;
+    TSeenPicture seen = DrawSeen(scene, kCamera, settings);
+    EXPECT_EQ(SeenInRegion(seen, {{0, 0, 200, 100}, {}}).size(), 100u);
+    TScreenPoint place;
+    ASSERT_TRUE(kCamera.Project({0, 0, -10}, &place));
+    EXPECT_TRUE(seen.Shows(place));
+    EXPECT_FALSE(seen.Shows({-1, 5, 1}));
+}
+
+TEST(ViewportPicking, PlacesBehindASurfaceAreNotSeen) {
+    TViewportScene scene = SceneOf({Square(50, {})});
+    TSeenPicture seen = DrawSeen(scene, kCamera, {});
+    TScreenPoint before, behind;
+    ASSERT_TRUE(kCamera.Project({0, 0, -40}, &before));
+    ASSERT_TRUE(kCamera.Project({0, 0, -60}, &behind));
+    EXPECT_TRUE(seen.Shows(before));
+    EXPECT_FALSE(seen.Shows(behind));
 }
 
 TEST(ViewportScene, IdsFindNodesAndItems) {

@@ -1,0 +1,67 @@
+// The commands on areas of a scatter object on a plane.
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include "Dravin/commands/all_commands.h"
+#include "Dravin/commands/area_paint.h"
+#include "tests/Dravin/build/scatter_fixture.h"
+
+class AreaFixture : public ScatterFixture {
+protected:
+    const TCommandTable table = MakeCommandTable();
+    ScriptedUserInterface* ui = nullptr;
+
+    void SetUp() override {
+        ScatterFixture::SetUp();
+        auto scripted = std::make_unique<ScriptedUserInterface>();
+        ui = scripted.get();
+        host.SetUserInterface(std::move(scripted));
+        host.SetCurrentScene(&scene);
+        scene.undo.Clear();
+    }
+    void TearDown() override {
+        host.SetCurrentScene(nullptr);
+        ScatterFixture::TearDown();
+    }
+    TCommandResult Run(const std::string& name, const TArguments& arguments = {}) {
+        return table.Run(name, scene, "", arguments);
+    }
+    void Must(const std::string& name, const TArguments& arguments = {}) {
+        TCommandResult result = Run(name, arguments);
+        EXPECT_TRUE(bool(result)) << result.error;
+    }
+    static ParamInput Points(const std::vector<std::vector<double>>& rows) {
+        ParamInput::Array points;
+        for (const std::vector<double>& row : rows) {
+            ParamInput::Array numbers;
+            for (double n : row) numbers.emplace_back(n);
+            points.emplace_back(std::move(numbers));
+        }
+        return ParamInput(std::move(points));
+    }
+    // A dab of the brush, or what `more` makes of it.
+    TCommandResult Dab(double x, double y, double radius, TArguments more = {}) {
+        more["points"] = Points({{x, y}});
+        more["radius"] = ParamInput(radius);
+        return Run("area.paint", more);
+    }
+    IParamBlock2& Areas() { return object->Block(kAreaParams); }
+    int Type(int row) { return Areas().GetInt(areaParams::kArtypelist, 0, row); }
+    // An area of surfaces, which scenes have once the row was changed.
+    void AddSurfaceRow() {
+        Must("area.insert");
+        int last = Areas().Count(areaParams::kArnamelist) - 1;
+        Areas().SetValue(areaParams::kArtypelist, 0, kAreaSurface, last);
+        scene.undo.Clear();
+    }
+    PolyShape Painted(int row = 0) {
+        auto* paint =
+            dynamic_cast<TPaintShape*>(Areas().GetReference(areaParams::kArpaintlist, 0, row));
+        return paint ? paint->shape : PolyShape();
+    }
+    size_t NumItems() {
+        object->Build().BuildMesh(0, {});
+        return object->Build().Items().Count();
+    }
+};
