@@ -55,12 +55,9 @@ public:
     virtual void ProgressEnd() {}
 };
 
-// Notices go to standard error, confirmations answer no, files and texts are not picked.
-class ConsoleUserInterface : public IUserInterface {
+// Nobody is there to pick anything.
+class UnattendedUserInterface : public IUserInterface {
 public:
-    void MessageBox(const std::string& text, const std::string& caption, MessageKind kind) override;
-    Answer Question(const std::string& text, const std::string& caption,
-                    QuestionKind kind) override;
     std::optional<std::string> PickFile(const FileRequest& request) override { return {}; }
     std::optional<std::vector<std::string>> SelectByName(
         const std::string& title, const std::vector<std::string>& names,
@@ -70,12 +67,20 @@ public:
     std::optional<std::string> AskText(const std::string& prompt, const std::string&) override {
         return {};
     }
+};
+
+// Notices go to standard error, confirmations answer no.
+class ConsoleUserInterface : public UnattendedUserInterface {
+public:
+    void MessageBox(const std::string& text, const std::string& caption, MessageKind kind) override;
+    Answer Question(const std::string& text, const std::string& caption,
+                    QuestionKind kind) override;
     void ListenerPrint(const std::string& text) override;
 };
 
 // Asks nobody and shows no box, for batch runs: messages become lines of the log, questions answer
-// no, nothing is picked. The prompt, the listener and progress go where they always go.
-class QuietUserInterface : public IUserInterface {
+// no. The prompt, the listener and progress go where they always go.
+class QuietUserInterface : public UnattendedUserInterface {
 public:
     // heard: outlives this.
     explicit QuietUserInterface(IUserInterface& heard) : m_heard(heard) {}
@@ -83,15 +88,6 @@ public:
     void MessageBox(const std::string& text, const std::string& caption, MessageKind kind) override;
     Answer Question(const std::string& text, const std::string& caption,
                     QuestionKind kind) override;
-    std::optional<std::string> PickFile(const FileRequest& request) override { return {}; }
-    std::optional<std::vector<std::string>> SelectByName(
-        const std::string& title, const std::vector<std::string>& names,
-        const std::vector<std::string>& ticked) override {
-        return {};
-    }
-    std::optional<std::string> AskText(const std::string& prompt, const std::string&) override {
-        return {};
-    }
     void SetPrompt(const std::string& text) override { m_heard.SetPrompt(text); }
     void ListenerPrint(const std::string& text) override { m_heard.ListenerPrint(text); }
     void ProgressStart(const std::string& title) override { m_heard.ProgressStart(title); }

@@ -46,5 +46,8 @@ NumberField* MakeFreeNumber(FreeNumber number) {
     hooks.menu = made->number.menu ? made->number.menu : [](const QPoint&) {};
     hooks.step = made->number.step ? made->number.step : [](double) { return 1.0; };
     made->field = new NumberField(std::move(hooks));
+    made->field->setObjectName(made->number.name);
+    made->field->setAccessibleName(made->number.help);
+    made->field->setToolTip(made->number.help);
     return made->field;
 }

@@ -10,6 +10,8 @@
 class NumberField;
 
 struct FreeNumber {
+    const char* name = "";  // of the widget
+    const char* help = "";  // its tooltip, and what it is called by
     TNumberForm form = {};
     // Takes the value: an entry, or the end of a drag or of a burst of steps.
     std::function<void(double)> set;

@@ -65,7 +65,7 @@ RenderWindow::RenderWindow(StudioSession& session, QWidget* parent)
 // --- controls
 
 NumberField* RenderWindow::MakeField(const char* name, const char* help, int most) {
-    FreeNumber number;
+    FreeNumber number{name, help};
     number.form.isInteger = true;
     number.bounded = [most](double value) {
         return std::round(std::clamp(value, 1.0, double(most)));
@@ -74,9 +74,6 @@ NumberField* RenderWindow::MakeField(const char* name, const char* help, int mos
         m_session.Run("scene.render", "", {{name, int64_t(value)}});
     };
     NumberField* field = MakeFreeNumber(std::move(number));
-    field->setObjectName(name);
-    field->setAccessibleName(help);
-    field->setToolTip(help);
     field->setFixedWidth(80);
     return field;
 }

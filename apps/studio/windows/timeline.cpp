@@ -30,10 +30,10 @@ Timeline::Timeline(StudioSession& session, QWidget* parent)
     row->setSpacing(4);
     auto goTo = [this](int frame) { GoToFrame(frame); };
     m_frameField = MakeFrameField("frame", "The frame that is shown", goTo, goTo);
-    m_firstField = MakeFrameField(
-        "first", "First frame of the range", [this](int f) { SetRange(f, LastFrame()); }, {});
-    m_lastField = MakeFrameField(
-        "last", "Last frame of the range", [this](int f) { SetRange(FirstFrame(), f); }, {});
+    m_firstField = MakeFrameField("first", "First frame of the range",
+                                  [this](int f) { SetRange(f, LastFrame()); }, {});
+    m_lastField = MakeFrameField("last", "Last frame of the range",
+                                 [this](int f) { SetRange(FirstFrame(), f); }, {});
     MakeButtons(*row);
     row->addWidget(m_frameField);
     row->addWidget(m_firstField);
@@ -80,7 +80,7 @@ QToolButton* Timeline::AddButton(QHBoxLayout& row, const char* name, const char*
 NumberField* Timeline::MakeFrameField(const char* name, const char* help,
                                       std::function<void(int)> set,
                                       std::function<void(int)> preview) {
-    FreeNumber number;
+    FreeNumber number{name, help};
     number.form.isInteger = true;
     number.bounded = [](double frame) {
         return std::round(std::clamp(frame, double(-kMostFrames), double(kMostFrames)));
@@ -88,9 +88,6 @@ NumberField* Timeline::MakeFrameField(const char* name, const char* help,
     number.set = [set](double frame) { set(int(frame)); };
     if (preview) number.preview = [preview](double frame) { preview(int(frame)); };
     NumberField* field = MakeFreeNumber(std::move(number));
-    field->setObjectName(name);
-    field->setAccessibleName(help);
-    field->setToolTip(help);
     field->setFixedWidth(72);
     return field;
 }
@@ -110,8 +107,9 @@ void Timeline::Show(Scene& scene) {
     std::vector<double> marks;
     for (TimeValue key : m_keys) marks.push_back(frameOf(key));
     m_ruler->Show(FirstFrame(), LastFrame(), frameOf(m_time), std::move(marks));
-    m_frameField->Show(frameOf(m_time), false, !m_keys.empty() &&
-                       std::binary_search(m_keys.begin(), m_keys.end(), m_time), false);
+    m_frameField->Show(frameOf(m_time), false,
+                       !m_keys.empty() && std::binary_search(m_keys.begin(), m_keys.end(), m_time),
+                       false);
     m_firstField->Show(FirstFrame(), false, false, false);
     m_lastField->Show(LastFrame(), false, false, false);
 }
@@ -120,8 +118,8 @@ void Timeline::Show(Scene& scene) {
 
 void Timeline::GoToFrame(int frame) {
     int64_t ticks = int64_t(frame) * m_ticksPerFrame;
-    m_session.SetTime(TimeValue(std::clamp<int64_t>(ticks, kTimeNegInfinity + 1,
-                                                    kTimePosInfinity - 1)));
+    m_session.SetTime(
+        TimeValue(std::clamp<int64_t>(ticks, kTimeNegInfinity + 1, kTimePosInfinity - 1)));
 }
 
 void Timeline::Step(int frames) {
