@@ -14,7 +14,7 @@ struct FreeNumber {
     const char* help = "";  // its tooltip, and what it is called by
     TNumberForm form = {};
     // Takes the value: an entry, or the end of a drag or of a burst of steps.
-    std::function<void(double)> set;
+    std::function<void(double)> set = {};
     // Hears the values of a drag, and where it began when it is given up; none: only the field
     // shows them.
     std::function<void(double)> preview = {};
