@@ -32,6 +32,8 @@ struct TDravinGlobals {
 
     // "Freeze ALL Dravin objects": no object follows changes by itself until it is taken back.
     bool freezeAll = false;
+    // A user asked for a rebuild, which is running: materials take everything up again.
+    bool rebuildingFromPanel = false;
     // A scene file is being opened.
     bool openingFile = false;
 
@@ -40,6 +42,19 @@ struct TDravinGlobals {
 
     // Arrays and samples must not outlive the scene whose nodes they belong to.
     void DropSceneData() { surfaces.Clear(), meshes.Clear(); }
+};
+
+// Sets a flag while it lives.
+class ScopedFlag {
+public:
+    explicit ScopedFlag(bool& flag) : m_flag(flag), m_before(std::exchange(flag, true)) {}
+    ~ScopedFlag() { m_flag = m_before; }
+    ScopedFlag(const ScopedFlag&) = delete;
+    ScopedFlag& operator=(const ScopedFlag&) = delete;
+
+private:
+    bool& m_flag;
+    bool m_before;
 };
 
 // Of the current host context, which must exist. Reads the geometry index at the first call.

@@ -51,16 +51,6 @@ private:
     std::atomic<bool>* m_taken;
 };
 
-class ScopedFlag {
-public:
-    explicit ScopedFlag(bool& flag) : m_flag(flag) { m_flag = true; }
-    ~ScopedFlag() { m_flag = false; }
-    ScopedFlag(const ScopedFlag&) = delete;
-
-private:
-    bool& m_flag;
-};
-
 }  // namespace
 
 TDravinBuild::TDravinBuild(TDravin& object) : m_object(object) {}

@@ -168,6 +168,7 @@ std::shared_ptr<const Mesh> TDravin::GetRenderMesh(TimeValue t) {
 void UpdateObject(TDravin& object) {
     if (!object.updateState.renderLock) object.updateState.isRendering = false;
     object.ClearCaches();
+    ScopedFlag refreshing(DravinGlobals().rebuildingFromPanel);
     object.RebuildNow(true);
 }
 
