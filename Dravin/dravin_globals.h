@@ -2,6 +2,8 @@
 // create and drop it at will.
 #pragma once
 
+#include <utility>
+
 #include "Dravin/config/distmap_library.h"
 #include "Dravin/config/options.h"
 #include "Dravin/geometry/mesh_cache.h"
