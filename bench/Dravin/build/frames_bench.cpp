@@ -1,7 +1,7 @@
 // A change of frame in the demo's forest, in which twenty trees sway: only the object that shows
 // them is built again. Beside it the same change with everything built anew.
 //
-//   build/bench/bench/dravin_frames_bench
+//   build/release/bench/dravin_frames_bench
 //
 // builds: objects built a frame; items: those that the builds made. The demo's items come from
 // DRAVIN_BENCH_ITEMS (100,000).
@@ -40,7 +40,8 @@ public:
         INode* lawn = scene.AddNode("lawn", ground);
         m_trees = std::make_unique<AnimatedTrees>(
             scene, std::static_pointer_cast<INode>(lawn->shared_from_this()), 20, 64, 10);
-        for (const SceneDravin& one : *m_session.FindObjects("")) m_objects.push_back(one.object);
+        auto objects = m_session.FindObjects("");
+        for (const SceneDravin& one : *objects) m_objects.push_back(one.object);
         Show();
     }
     ~LivingDemo() {

@@ -421,14 +421,10 @@ TEST_F(Invalidation, KeysOfAParameterBuildOnceAndTheirComingIsHeardByNobodyElse)
             return heard.push_back(change.message), RefResult::kSucceed;
         }
     } ofNode, ofBlock;
-    ofNode.slot = node;
-    ofBlock.slot = std::static_pointer_cast<ReferenceTarget>(
-        object->Block(kTransformParams).shared_from_this());
-    const ParamDef* scale = nullptr;
-    for (const ParamDef& def : object->Block(kTransformParams).GetDesc().params)
-        if (def.animatable && !def.list && def.type == ParamType::kFloat) scale = &def;
-    ASSERT_TRUE(scale);
-    object->Block(kTransformParams).SetKeys(scale->id, {{0, 1.0f}, {100, 2.0f}});
+    ofNode.slot = node->shared_from_this();
+    IParamBlock2& block = object->Block(kDistParams);
+    ofBlock.slot = block.shared_from_this();
+    block.SetKeys(distParams::kOffsetX, {{0, 1.0f}, {100, 2.0f}});
     EXPECT_EQ(ofBlock.heard,
               (std::vector<RefMessage>{RefMessage::kChange, RefMessage::kSubAnimStructureChanged}));
     EXPECT_EQ(ofNode.heard, std::vector<RefMessage>{RefMessage::kChange});

@@ -111,9 +111,13 @@ protected:
 }  // namespace
 
 TEST_F(RandomEdits, AreUndoneAndRedoneExactly) {
-    for (uint32_t seed = 0; seed < 150 && !HasFatalFailure(); ++seed) {
+    int numSteps = 0, numChanges = 0;
+    for (uint32_t seed = 0; seed < 500 && !HasFatalFailure(); ++seed) {
         scene.undo.Clear();
         Author author(*this, seed);
         CheckEditSequence(author, scene.undo, seed);
+        numSteps += author.numSteps, numChanges += author.numChanges;
     }
+    EXPECT_GT(numSteps, 500 * 7);
+    EXPECT_GT(numChanges, numSteps / 10 * 8);
 }
