@@ -1,5 +1,7 @@
 #include "Dravin/dravin.h"
 
+#include <fmt/format.h>
+
 #include <unordered_map>
 
 #include "Dravin/list_restore.h"

@@ -93,11 +93,11 @@ void INode::SetMtl(std::shared_ptr<Mtl> mtl) { SetAndRecord(m_mtl, std::move(mtl
 // --- place
 
 void INode::PutPlace(const Matrix3& local, std::shared_ptr<TransformController> controller) {
-    SubsWatch subs(*this);
+    bool isOther = controller.get() != m_controller.Get();
     m_local = local;
     m_controller = std::move(controller);
     NotifyTransform();
-    subs.Tell();
+    if (isOther) SubsChanged();
 }
 
 void INode::SetPlace(const Matrix3& local, std::shared_ptr<TransformController> controller) {

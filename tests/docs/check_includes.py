@@ -11,9 +11,13 @@ import sys
 # Units (a header with its source) of one folder: those that begin with the first name must not know the
 # second, through whatever others.
 BELOW = [
+    ('host/scene/object', 'host/scene/node'),
     ('host/scene/node', 'host/scene/scene'),
     ('Dravin/engine/item_lanes', 'Dravin/engine/item_steps'),
     ('Dravin/engine/item_steps', 'Dravin/engine/produce_items'),
+    ('Dravin/engine/areas/', 'Dravin/engine/build_input'),
+    ('Dravin/engine/areas/', 'Dravin/engine/item_lanes'),
+    ('Dravin/engine/areas/', 'Dravin/engine/point_input'),
 ]
 
 

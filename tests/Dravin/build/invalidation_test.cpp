@@ -412,6 +412,35 @@ TEST_F(Invalidation, OtherMessages) {
     EXPECT_EQ(BuildsOfEvaluation(), 1);
 }
 
+// A parameter that gets keys is another sub-anim; that it changed is what builds.
+TEST_F(Invalidation, KeysOfAParameterBuildOnceAndTheirComingIsHeardByNobodyElse) {
+    struct Listener : ReferenceMaker {
+        Reference<ReferenceTarget> slot{this};
+        std::vector<RefMessage> heard;
+        RefResult NotifyRefChanged(const RefChange& change, ReferenceTarget*) override {
+            return heard.push_back(change.message), RefResult::kSucceed;
+        }
+    } ofNode, ofBlock;
+    ofNode.slot = node->shared_from_this();
+    IParamBlock2& block = object->Block(kDistParams);
+    ofBlock.slot = block.shared_from_this();
+    block.SetKeys(distParams::kOffsetX, {{0, 1.0f}, {100, 2.0f}});
+    EXPECT_EQ(ofBlock.heard,
+              (std::vector<RefMessage>{RefMessage::kChange, RefMessage::kSubAnimStructureChanged}));
+    EXPECT_EQ(ofNode.heard, std::vector<RefMessage>{RefMessage::kChange});
+    EXPECT_EQ(BuildsOfEvaluation(), 1);
+}
+
+TEST_F(Invalidation, OtherUnitsBuildAnew) {
+    scene.ticksPerFrame = scene.ticksPerFrame + 40;
+    EXPECT_EQ(BuildsOfEvaluation(), 1);
+    scene.unitScale = 0.5;
+    EXPECT_TRUE(object->NeedsBuild(0));
+    EXPECT_EQ(BuildsOfEvaluation(), 1);
+    scene.timeRange = TimeRange{0, 5};
+    EXPECT_EQ(BuildsOfEvaluation(), 0);
+}
+
 TEST_F(Invalidation, ADeletedReferenceLeavesItsSlot) {
     std::shared_ptr<ReferenceTarget> curve = object->GetReference(kSlotAreaScaleCurve);
     curve->NotifyDeleted();

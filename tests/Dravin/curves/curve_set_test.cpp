@@ -1,10 +1,15 @@
 #include "Dravin/curves/curve_set.h"
 
+#include <functional>
+
 #include <gmock/gmock.h>
 
 #include "Dravin/dravin.h"
 #include "host/base/text.h"
+#include "host/scene/host_context.h"
+#include "host/scene/scene.h"
 #include "tests/comma_locale.h"
+#include "tests/host/scene/test_block.h"
 
 using testing::HasSubstr;
 
@@ -20,6 +25,13 @@ std::string Curves(std::initializer_list<const char*> pys) {
     for (const char* py : pys)
         text += std::string("<curve><point px=\"0\" py=\"") + py + "\"/></curve>";
     return text + "</curves>";
+}
+
+std::string State(const TCurveSet& set) {
+    std::string text = CurveSetToXml(&set) + set.title.Get();
+    for (const TCurveSet::Range& range : {set.xRange.Get(), set.yRange.Get()})
+        text += testing::PrintToString(range.min) + "," + testing::PrintToString(range.max) + ";";
+    return text;
 }
 
 }  // namespace
@@ -145,4 +157,47 @@ TEST(TwelveDigits, Notation) {
                                                      {999999999999.9, "1.e+012"},
                                                      {-1e-300, "-1.e-300"}};
     for (const auto& [value, text] : golden) EXPECT_EQ(FormatTwelveDigits(value), text);
+}
+
+TEST(CurveSet, ChangesAreHeardUndoneAndRedone) {
+    HostContext session;
+    Scene scene;
+    session.SetCurrentScene(&scene);
+    auto set = std::make_shared<TCurveSet>();
+    set->SetNumCurves(1);
+    set->SetPoints(0, {{0, 5}, {1, 7}});
+    Listener listener(set);
+    const std::vector<std::function<void()>> changes = {
+        [&] {
+            set->SetPoints(0, {{0, 9, 1, 2, 3, 4, 5}});
+        },
+        [&] { set->SetPoints(0, {}); },
+        [&] { set->SetNumCurves(3); },
+        [&] { set->SetNumCurves(0); },
+        [&] {
+            set->xRange = {0, 4};
+        },
+        [&] {
+            set->yRange = {-1, 1};
+        },
+        [&] { set->title = "Falloff"; }};
+    for (const auto& change : changes) {
+        std::string before = State(*set);
+        auto heard = [&] { return !std::exchange(listener.changes, {}).empty(); };
+        scene.undo.Begin();
+        change();
+        scene.undo.Accept("Curve");
+        std::string after = State(*set);
+        EXPECT_NE(after, before);
+        EXPECT_TRUE(heard());
+        ASSERT_TRUE(scene.undo.Undo());
+        EXPECT_EQ(State(*set), before);
+        EXPECT_TRUE(heard());
+        ASSERT_TRUE(scene.undo.Redo());
+        EXPECT_EQ(State(*set), after);
+        EXPECT_TRUE(heard());
+        ASSERT_TRUE(scene.undo.Undo());
+        heard();
+    }
+    session.SetCurrentScene(nullptr);
 }

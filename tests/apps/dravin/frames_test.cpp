@@ -1,10 +1,12 @@
 // Sequences of pictures: what moves is seen to move, what stands still does not.
+#include <cmath>
 #include <fstream>
 #include <sstream>
 
 #include <gmock/gmock.h>
 
 #include "tests/host/io/fbx_text.h"
+#include "tests/host/io/gltf_builder.h"
 #include "tests/host/io/point_cache_bytes.h"
 #include "tests/run_program.h"
 
@@ -151,6 +153,39 @@ TEST_F(Frames, PointCachesAndAnimationsMoveMeshes) {
         EXPECT_TRUE(Bytes("a.0023.png") != Bytes("a.0024.png")) << mesh;
         EXPECT_TRUE(Bytes("a.0024.png") == Bytes("a.0025.png")) << mesh;
     }
+}
+
+// A tree that its file's animation bends: items show it as it stands at the time of each picture.
+TEST_F(Frames, AnAnimatedModelIsScatteredAsItMoves) {
+    GltfBuilder file;
+    int places = file.Floats({0, 0, 0, 2, 0, 0, 0, 3, 0}, "VEC3");
+    int times = file.Floats({0, 1}, "SCALAR");  // seconds
+    int turns = file.Floats({0, 0, 0, 1, 0, 0, std::sqrt(0.5f), std::sqrt(0.5f)}, "VEC4");
+    m_folder.Write("tree.gltf",
+                   file.File(fmt::format(
+                       R"("nodes":[{{"name":"tree","mesh":0}}],"scenes":[{{"nodes":[0]}}],
+           "meshes":[{{"primitives":[{{"attributes":{{"POSITION":{}}}}}]}}],
+           "animations":[{{"name":"bend","samplers":[{{"input":{},"output":{}}}],
+             "channels":[{{"sampler":0,"target":{{"node":0,"path":"rotation"}}}}]}}])",
+                       places, times, turns)));
+    m_folder.Write("s.json", R"({"dravin_scene": 1, "nodes": [
+        {"name": "ground", "type": "plane", "width": 20, "length": 20},
+        {"name": "tree", "type": "mesh", "file": "tree.gltf", "hidden": true},
+        {"name": "eye", "type": "camera", "position": [0, -30, 20], "rotation": [55, 0, 0]},
+        {"name": "wood", "type": "dravin",
+         "params": {"surflist": ["ground"], "units_x": 5, "animation": 1},
+         "geometry": [{"name": "tree", "object": "tree"}]}]})");
+    ProgramRun run = Render("s.json --frames 1-3 -o walk.png");
+    ASSERT_EQ(run.code, 0) << run.err;
+    std::vector<std::string> pictures;
+    for (const char* name : {"walk.0001.png", "walk.0002.png", "walk.0003.png"}) {
+        pictures.push_back(Bytes(name));
+        EXPECT_FALSE(pictures.back().empty()) << name;
+    }
+    EXPECT_NE(pictures[0], pictures[1]);
+    EXPECT_NE(pictures[1], pictures[2]);
+    EXPECT_TRUE(Bytes("walk.0000.png").empty());
+    EXPECT_TRUE(Bytes("walk.0004.png").empty());
 }
 
 TEST_F(Frames, NonsenseIsRefused) {

@@ -30,6 +30,9 @@ public:
     virtual void Edit() = 0;
     virtual std::string State() const = 0;
 
+    // Steps that changed something, and those of all.
+    int numChanges = 0, numSteps = 0;
+
     int Roll(int n) { return int(m_random() % uint32_t(n)); }
 
 protected:
@@ -62,7 +65,10 @@ inline void CheckEditSequence(EditAuthor& author, Hold& undo, uint32_t seed) {
             continue;
         }
         undo.Accept("Edit");
-        if (undo.NumUndoSteps() > steps) states.push_back(author.State());
+        if (undo.NumUndoSteps() == steps) continue;
+        states.push_back(author.State());
+        ++author.numSteps;
+        author.numChanges += states.back() != states[states.size() - 2];
     }
     for (int round = 0; round < 2; ++round) {
         for (size_t i = states.size() - 1; i-- > 0;) {

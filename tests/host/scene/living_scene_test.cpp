@@ -361,16 +361,22 @@ private:
     }
 };
 
-void CheckSequence(uint32_t seed) {
+void CheckSequence(uint32_t seed, int* numSteps, int* numChanges) {
     HostContext session;
     Scene scene;
     session.SetCurrentScene(&scene);
     Author author(scene, seed);
     CheckEditSequence(author, scene.undo, seed);
+    *numSteps += author.numSteps;
+    *numChanges += author.numChanges;
 }
 
 }  // namespace
 
 TEST(LivingScene, RandomEditsAreUndoneAndRedoneExactly) {
-    for (uint32_t seed = 0; seed < 10000 && !HasFatalFailure(); ++seed) CheckSequence(seed);
+    int numSteps = 0, numChanges = 0;
+    for (uint32_t seed = 0; seed < 10000 && !HasFatalFailure(); ++seed)
+        CheckSequence(seed, &numSteps, &numChanges);
+    EXPECT_GT(numSteps, 10000 * 8);
+    EXPECT_GT(numChanges, numSteps / 10 * 9);
 }

@@ -22,6 +22,7 @@
 class ClassWalk : public testing::Test {
 protected:
     using TargetPtr = std::shared_ptr<ReferenceTarget>;
+    static constexpr uint32_t kLastSuperClass = 0x10000;
 
     ClassWalk() {
         m_candidates = {INode::Create("held"),
@@ -55,7 +56,7 @@ protected:
     // Calls check(class, a new target of it) for all classes of the session.
     template <class Check>
     void ForEachClass(const Check& check) {
-        for (uint32_t super = 0; super <= 0x10000; ++super)
+        for (uint32_t super = 0; super <= kLastSuperClass; ++super)
             for (const ClassDesc* desc : host.classes.OfSuperClass(SuperClass(super))) {
                 SCOPED_TRACE(desc->info.name);
                 TargetPtr made = desc->create();
