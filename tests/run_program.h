@@ -18,6 +18,7 @@ struct ProgramRun {
     int code = -1;  // exit code, or 1000 + the signal that ended the program
     std::string out, err;
     double seconds = 0;
+    size_t peakBytes = 0;  // of memory that it held at a time
 };
 
 struct ProgramLimits {
@@ -59,9 +60,11 @@ inline ProgramRun RunProgram(const std::vector<std::string>& arguments, const st
         kill(pid, limits.killSignal);
     }
     int status = 0;
-    while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+    rusage used{};
+    while (wait4(pid, &status, 0, &used) < 0 && errno == EINTR) {
     }
     ProgramRun run;
+    run.peakBytes = size_t(used.ru_maxrss) * 1024;
     run.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     run.code = WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
     run.out = logs.Read("out");

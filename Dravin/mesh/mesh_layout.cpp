@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "host/base/huge_pages.h"
 #include "host/base/thread_pool.h"
 
 namespace {
@@ -77,14 +76,13 @@ void LayOutMesh(TMeshMeasure& measure, int threads, Mesh& mesh, std::vector<int3
     // The large arrays, each in a thread of its own: the first touch of memory is what costs.
     constexpr size_t kFirstMap = 5;
     ParallelFor(kFirstMap + mesh.maps.size(), threads, [&](size_t i) {
-        if (i == 0) ResizeInHugePages(mesh.verts, measure.numVerts);
-        if (i == 1) ResizeInHugePages(mesh.faces, measure.numFaces);
-        if (i == 2) ResizeInHugePages(owners, measure.numFaces);
-        if (i == 3) ResizeInHugePages(mesh.normals.verts, measure.numNormals);
-        if (i == 4)
-            ResizeInHugePages(mesh.normals.faces, measure.numNormals > 0 ? measure.numFaces : 0);
+        if (i == 0) mesh.verts.resize(measure.numVerts);
+        if (i == 1) mesh.faces.resize(measure.numFaces);
+        if (i == 2) owners.resize(measure.numFaces);
+        if (i == 3) mesh.normals.verts.resize(measure.numNormals);
+        if (i == 4) mesh.normals.faces.resize(measure.numNormals > 0 ? measure.numFaces : 0);
         if (i < kFirstMap) return;
         bool isUsed = i > kFirstMap || hasColors;
-        ResizeInHugePages(mesh.maps[i - kFirstMap].faces, isUsed ? measure.numFaces : 0);
+        mesh.maps[i - kFirstMap].faces.resize(isUsed ? measure.numFaces : 0);
     });
 }

@@ -47,6 +47,21 @@ def edited():
     return scatter
 
 
+class Levels(TestCase):
+    def test_tell_what_they_were_chosen_by(self):
+        # A plane of 20 by 20, which counts as 1 high, 100 below a camera of 90 degrees.
+        scene = dravin.Scene.from_dict({'dravin_scene': 1, 'render': {'camera': 'above'}, 'nodes': [
+            {'name': 'above', 'type': 'camera', 'fov': 90, 'position': [0, 0, 100]},
+            {'name': 'big', 'type': 'plane', 'width': 20, 'length': 20},
+            {'name': 'tree', 'type': 'lod', 'params': {'mode': 1}, 'levels': [{'object': 'big'}]},
+            {'name': 'Wood', 'type': 'dravin', 'geometry': [{'object': 'tree'}],
+             'items': [{'stored_position': [0, 0, 0]}], 'params': {'mode': 1, 'camlod': 1}}]})
+        result = scene['Wood'].build()
+        numpy.testing.assert_allclose(result.statistics['lod_span'],
+                                      ((-10 / 200, 0), (10 / 198, 0)), atol=1e-6)
+        self.assertNotIn('lod_span', field()['Field'].build().statistics)
+
+
 class Views(TestCase):
     def test_of_items_in_one_piece_copy_nothing(self):
         """The same address twice, in memory that no array owns; random values are not stored."""

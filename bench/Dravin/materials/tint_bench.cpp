@@ -4,9 +4,11 @@
 //   build/release/bench/dravin_materials_bench
 #include <benchmark/benchmark.h>
 
+#include <utility>
 #include <vector>
 
 #include "Dravin/materials/tint_map.h"
+#include "host/base/huge_pages.h"
 #include "host/scene/instance_source.h"
 
 namespace {
@@ -15,7 +17,8 @@ constexpr uint32_t kNumItems = 1 << 20;
 
 class Items : public IInstanceSource, public IShadedItems {
 public:
-    Items() : m_items(kNumItems) {
+    Items() {
+        ResizeInHugePages(m_items, kNumItems);  // as sources of instances do
         TNuRandom random(7);
         for (TShadedItem& item : m_items) {
             item.random1 = random.Random(), item.random2 = random.Random();
@@ -102,6 +105,24 @@ void Tint(benchmark::State& state) {
         benchmark::DoNotOptimize(map->Eval(hit));
     }
 }
+// The bound: one item's cache line after the other, each named by the one before, in one cycle
+// through all of them.
+struct alignas(64) Line {
+    uint32_t next = 0;
+};
+
+void NextLine(benchmark::State& state) {
+    std::vector<Line> lines;
+    ResizeInHugePages(lines, size_t(state.range(0)));
+    for (uint32_t i = 0; i < lines.size(); ++i) lines[i].next = i;
+    TNuRandom random(7);
+    for (uint32_t i = uint32_t(lines.size()) - 1; i > 0; --i)  // Sattolo 1986
+        std::swap(lines[i].next, lines[uint32_t(random.Random() * float(i)) % i].next);
+    uint32_t at = 0;
+    for (auto _ : state) benchmark::DoNotOptimize(at = lines[at].next);
+}
+BENCHMARK(NextLine)->Arg(1024)->Arg(kNumItems);
+
 BENCHMARK(Tint)->ArgsProduct({{kOwnTint, kEntries, kByElement}, {1024, kNumItems}});
 
 }  // namespace
