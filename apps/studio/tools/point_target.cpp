@@ -187,8 +187,8 @@ private:
                 for (int k = 0; k < kPiecesOfSegment; ++k) {
                     TScreenPoint from, to;
                     float t0 = float(k) / kPiecesOfSegment, t1 = float(k + 1) / kPiecesOfSegment;
-                    if (!camera.Project(BezierPoint(a, b, t0) * m_toWorld, &from) ||
-                        !camera.Project(BezierPoint(a, b, t1) * m_toWorld, &to))
+                    if (!camera.Project(SegmentPoint(a, b, t0) * m_toWorld, &from) ||
+                        !camera.Project(SegmentPoint(a, b, t1) * m_toWorld, &to))
                         continue;
                     float dx = to.x - from.x, dy = to.y - from.y;
                     float square = std::max(dx * dx + dy * dy, 1e-6f);
