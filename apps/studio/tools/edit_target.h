@@ -29,7 +29,7 @@ struct ToolChange {
 
 using BoxCorners = std::array<Point3, 8>;  // as Box3's operator[] counts them
 
-// Points that can be picked, and the lines of their handles; world space.
+// Points that can be picked, with the curves and handles that they shape; world space.
 struct TargetMarks {
     struct Mark {
         Point3 place;

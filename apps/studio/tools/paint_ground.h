@@ -17,8 +17,8 @@ public:
     PaintGround() = default;  // nothing
     PaintGround(const std::vector<INode*>& surfaces, TimeValue t);
 
-    // The place on the ground under a pixel of the view's picture.
-    std::optional<Point3> Under(const ViewportWidget& view, QPointF pixel);
+    // The place on the ground under a pixel of the view's picture, whatever stands before it.
+    std::optional<Point3> Under(const ViewportWidget& view, QPointF pixel) const;
     // A place of the world moved up or down onto the topmost surface; as it is beside the ground.
     Point3 Drop(const Point3& place) const;
     // World space.
@@ -26,12 +26,12 @@ public:
 
 private:
     struct Surface {
-        NodeHandle node;
         std::shared_ptr<const TSurfXYArray> array;
         Matrix3 toWorld, toSurface;
+
+        // How far along a line of the world it comes from above to below, first.
+        std::optional<float> Meet(const Point3& from, const Point3& along) const;
     };
     std::vector<Surface> m_surfaces;
     Box3 m_bounds;
-    // Of the last view's snapshot, the surfaces alone: items are in nobody's way.
-    std::shared_ptr<const TViewportScene> m_shown, m_onlySurfaces;
 };

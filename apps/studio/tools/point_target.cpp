@@ -118,6 +118,11 @@ public:
     std::vector<BoxCorners> Boxes(const TViewportScene&) const override { return {}; }
     TargetMarks Marks() const override {
         TargetMarks marks;
+        PolyShape curves = MakePolyShape(m_shape);
+        curves.Transform(m_toWorld);
+        for (const PolyLine& line : curves.lines)
+            for (size_t i = 0; i < line.NumSegments(); ++i)
+                marks.lines.push_back({line.points[i], line.points[(i + 1) % line.points.size()]});
         for (const SplinePoint& point : Pickable()) {
             bool isHandle = point.part != SplinePart::kKnot;
             marks.points.push_back({WorldPlace(point), IsSelected(point), isHandle});

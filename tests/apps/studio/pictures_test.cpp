@@ -105,6 +105,7 @@ TEST_F(StudioPictures, TheBrushOnAPaintedArea) {
     PaintTool& brush = window->Tools().Brush();
     ASSERT_TRUE(brush.Target()) << window->LogText().toStdString();
     brush.brush.SetSize(brush.Target()->ground.Bounds().Width().x / 12);
+    brush.onBrushChanged();
     ViewportWidget& view = window->Views().ActiveView();
     auto at = [&view](double x, double y) { return QPointF(view.width() * x, view.height() * y); };
     hand::Press(&view, at(0.3, 0.5));
