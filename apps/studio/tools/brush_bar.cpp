@@ -67,7 +67,7 @@ NumberField* BrushBar::AddField(QHBoxLayout& row, const char* name, const char* 
     field->AttachLabel(label);
     field->setAccessibleName(name);
     field->setToolTip(help);
-    field->setFixedWidth(80);
+    field->setFixedWidth(96);
     row.addWidget(label);
     row.addWidget(field);
     return field;

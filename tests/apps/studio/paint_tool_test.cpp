@@ -273,6 +273,33 @@ TEST_F(PaintTools, TheRingFollowsTheGroundAndKeepsItsSize) {
     }
 }
 
+// What the camera sees of the ground is found there, from above and from aside, whatever items
+// stand before it; from below there is none.
+TEST_F(PaintTools, TheGroundIsFoundUnderThePointer) {
+    OpenBrush();
+    const PaintGround& ground = Brush().Target()->ground;
+    for (float pitch : {0.2f, 0.8f, float(M_PI) / 2})
+        for (bool isParallel : {false, true}) {
+            ViewPose pose = View().Navigation().Pose();
+            pose.pitch = pitch, pose.isParallel = isParallel, pose.yaw = 0.7f;
+            View().Navigation().SetPose(pose);
+            View().CameraChanged();
+            for (Point3 place : {Point3{3, 2, 0}, {-4, 6, 0}, {0, 0, 0}}) {
+                auto found = ground.Under(View(), View().ToPixel(At(place)));
+                ASSERT_TRUE(found) << pitch;
+                EXPECT_NEAR(Length(*found - place), 0, 0.02) << pitch;
+            }
+            EXPECT_FALSE(ground.Under(View(), View().ToPixel(At({30, 30, 0}))));
+        }
+    ViewPose below = View().Navigation().Pose();
+    below.pitch = -0.8f;
+    View().Navigation().SetPose(below);
+    View().CameraChanged();
+    EXPECT_FALSE(ground.Under(View(), View().ToPixel(At({0, 0, 0}))));
+    EXPECT_EQ(ground.Drop({3, 2, 7}), (Point3{3, 2, 0}));
+    EXPECT_EQ(ground.Drop({30, 2, 7}), (Point3{30, 2, 7})) << "beside it";
+}
+
 TEST_F(PaintTools, BesideTheGroundNothingIsPainted) {
     OpenBrush();
     size_t steps = NumSteps();
