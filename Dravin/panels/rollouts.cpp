@@ -56,9 +56,15 @@ const TPanelList& AreaList() {
              {kArflafdenslist, "Falloff density %", {}},
              {kArflafscalist, "Falloff scale %", {}},
              {kArnodelist, "Object", {}}},
-            {{"Add...", "area.add"}}};
+            {{"Add...", "area.add"},
+             {"Add Paint", "area.add kind=paint", "", false, false},
+             {"Paint", "area.brush mode=paint", "row"},
+             {"Erase", "area.brush mode=erase", "row"}}};
         for (TPanelButton& button : RowButtons("area")) l.buttons.push_back(std::move(button));
-        l.buttons.push_back({"Move...", "area.move", "row"});
+        l.buttons.push_back({"Up", "area.up", "row"});
+        l.buttons.push_back({"Down", "area.down", "row"});
+        l.buttons.push_back({"To Paint", "area.to_paint", "row"});
+        l.buttons.push_back({"To Spline", "area.to_spline", "row"});
         return l;
     }();
     return list;

@@ -42,12 +42,13 @@ struct TListColumn {
     bool isEditable = true;
 };
 
-// A button: a command of the command table. Arguments that it takes beside the list's selected row
-// are asked for in a form.
+// A button: a command of the command table, with arguments as the command line reads them. Those
+// that it takes beside them and the list's selected row are asked for in a form.
 struct TPanelButton {
     std::string label, command;
     std::string rowArgument = {};  // of the command that takes the selected row; empty: none
     bool isRowList = false;        // that argument takes a list of rows
+    bool asks = true;              // false: what is not given keeps its default
 };
 
 struct TPanelList {

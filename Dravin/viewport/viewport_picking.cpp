@@ -135,10 +135,14 @@ bool TSeenPicture::Shows(const TScreenPoint& place) const {
 
 TSeenPicture DrawSeen(const TViewportScene& scene, const TViewportCamera& camera,
                       const TViewportSettings& settings) {
-    constexpr uint64_t kFaces = 300'000, kMoreDots = 300'000;
+    constexpr uint64_t kFaces = 100'000, kMoreDots = 100'000;
     TViewportSettings quick = settings;
-    quick.maxFaces = kFaces;
-    quick.maxElements = scene.NumItems() + kMoreDots;  // a dot an item at least
+    quick.maxFaces = kFaces, quick.maxElements = 0;
+    TPixelRect all{0, 0, camera.Width(), camera.Height()};
+    // A dot at least for each item in view, beside the faces of object meshes.
+    quick.maxElements = PlanViewport(scene, camera, quick, all).counts.itemsInView + kMoreDots;
+    for (const TViewNode& node : scene.Nodes())
+        if (node.scatter && node.mesh) quick.maxElements += node.mesh->faces.size();
     TSeenPicture seen{camera.Width(), camera.Height(), {}, {}};
     seen.ids = DrawViewportIds(scene, camera, quick, &seen.nearness);
     return seen;

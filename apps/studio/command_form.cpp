@@ -190,6 +190,12 @@ void RunWithForm(StudioSession& session, const std::string& name, TArguments giv
         CommandForm form(*command, given, parent ? parent->window() : nullptr);
         if (form.exec() != QDialog::Accepted || !form.Read(&given)) return;
     }
+    RunOnSelection(session, name, given);
+}
+
+void RunOnSelection(StudioSession& session, const std::string& name, const TArguments& given) {
+    const TCommand* command = session.Commands().Find(name);
+    if (!command) return;
     auto target = std::make_shared<std::string>();
     session.Look([=, &session](Scene& scene) {
         *target = TargetOf(session, *command, scene);

@@ -13,6 +13,8 @@ class StudioSession;
 // that takes more opens a form.
 void RunWithForm(StudioSession& session, const std::string& command, TArguments given,
                  QWidget* parent);
+// The same without a form: what is not given keeps its default.
+void RunOnSelection(StudioSession& session, const std::string& command, const TArguments& given);
 
 // A field for each argument that is not given.
 class CommandForm : public QDialog {

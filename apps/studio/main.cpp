@@ -10,6 +10,8 @@
 #include "apps/studio/windows/studio_windows.h"
 
 int main(int argc, char** argv) {
+    // The brush wants every place that the hand was at; whoever draws merges for itself.
+    QCoreApplication::setAttribute(Qt::AA_CompressHighFrequencyEvents, false);
     QApplication application(argc, argv);
     QApplication::setOrganizationName("dravin");
     QApplication::setApplicationName("studio");

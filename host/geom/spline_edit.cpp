@@ -12,6 +12,10 @@ BezierKnot* KnotOf(BezierShape& shape, size_t number) {
 
 Point3 Between(const Point3& a, const Point3& b, float t) { return a + (b - a) * t; }
 
+bool IsStraight(const BezierKnot& a, const BezierKnot& b) {
+    return a.out == Point3{} && b.in == Point3{};
+}
+
 // The neighbour before or behind a knot; null at an open end.
 const BezierKnot* Neighbour(const BezierSpline& spline, size_t knot, int side) {
     size_t count = spline.knots.size();
@@ -45,6 +49,10 @@ Point3 PlaceOf(const BezierShape& shape, const SplinePoint& point) {
     return point.part == SplinePart::kOut ? knot.p + knot.out : knot.p;
 }
 
+Point3 SegmentPoint(const BezierKnot& a, const BezierKnot& b, float t) {
+    return IsStraight(a, b) ? Between(a.p, b.p, t) : BezierPoint(a, b, t);
+}
+
 bool IsSmooth(const BezierKnot& knot) {
     constexpr float kOpposite = -0.9999f;  // cosine
     float in = Length(knot.in), out = Length(knot.out);
@@ -73,8 +81,8 @@ std::optional<size_t> InsertKnot(BezierShape& shape, size_t number, float t) {
     size_t next = (place->knot + 1) % spline.knots.size();
     if (next == 0 && (!spline.closed || spline.knots.size() < 2)) return std::nullopt;
     BezierKnot &a = spline.knots[place->knot], &b = spline.knots[next], middle;
-    if (a.out == Point3{} && b.in == Point3{}) {
-        middle.p = Between(a.p, b.p, t);  // it stays straight
+    if (IsStraight(a, b)) {
+        middle.p = SegmentPoint(a, b, t);
     } else {
         Point3 p0 = a.p, p1 = a.p + a.out, p2 = b.p + b.in, p3 = b.p;
         Point3 p01 = Between(p0, p1, t), p12 = Between(p1, p2, t), p23 = Between(p2, p3, t);

@@ -29,6 +29,8 @@ size_t NumKnots(const BezierShape& shape);
 std::optional<KnotPlace> FindKnot(const BezierShape& shape, size_t number);
 // Where a point is; of one that does not exist the origin.
 Point3 PlaceOf(const BezierShape& shape, const SplinePoint& point);
+// Of the segment a -> b: straight ones are gone along evenly, others as BezierPoint does.
+Point3 SegmentPoint(const BezierKnot& a, const BezierKnot& b, float t);
 // Moves a knot with its handles, or a handle; the twin of a smooth one turns with it, keeping its
 // length.
 void MovePoint(BezierShape& shape, const SplinePoint& point, const Point3& to);

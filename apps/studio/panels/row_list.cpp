@@ -204,7 +204,10 @@ QWidget* MakeButtonRow(StudioSession& session, const std::vector<TPanelButton>& 
                 given[button.rowArgument] =
                     button.isRowList ? ParamInput(ParamInput::Array{number}) : number;
             }
-            RunWithForm(session, name, std::move(given), widget);
+            if (button.asks)
+                RunWithForm(session, name, std::move(given), widget);
+            else
+                RunOnSelection(session, name, given);
         });
         flow->addWidget(push);
     }

@@ -5,6 +5,7 @@
 #include <QPainter>
 
 #include "apps/studio/theme.h"
+#include "apps/studio/tools/view_places.h"
 
 namespace {
 
@@ -13,18 +14,15 @@ constexpr double kFirstReach = 10;  // logical pixels
 // On the first thing under the pointer that is no item; where there is none, at the depth of what
 // the view turns around.
 Point3 PlaceUnder(ViewportWidget& view, QPointF pixel) {
-    auto x = float(pixel.x()), y = float(pixel.y());
-    ViewRequest request;
-    request.scene = view.Shown();
-    request.camera = view.Camera();
-    if (request.scene)
-        for (const TViewHit& hit : HitTest(*request.scene, request.camera, int(std::floor(x)),
-                                           int(std::floor(y)), SettingsOf(request)))
-            if (const TViewNode* node = request.scene->Find(hit.id).node;
-                node && (node->kind == TViewKind::kMesh || node->kind == TViewKind::kTerrain))
-                return PlaceAtDepth(request.camera, x, y, hit.depth);
+    auto isGround = [](const TViewNode& node) {
+        return node.kind == TViewKind::kMesh || node.kind == TViewKind::kTerrain;
+    };
+    if (view.Shown())
+        if (std::optional<Point3> place = PlaceOn(*view.Shown(), view, pixel, isGround))
+            return *place;
     QSize size = view.PictureSize();
-    return view.Navigation().PlaceAt(x, y, size.width(), size.height());
+    return view.Navigation().PlaceAt(float(pixel.x()), float(pixel.y()), size.width(),
+                                     size.height());
 }
 
 }  // namespace

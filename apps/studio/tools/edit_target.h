@@ -1,5 +1,5 @@
-// What the tools of views select and change: nodes, hand-edited items of a scatter object, or
-// generated items whose changes are kept by id.
+// What the tools of views select and change: nodes, hand-edited items of a scatter object,
+// generated items whose changes are kept by id, or points of a spline.
 //
 // Functions that take the scene are called while it is free; those that change it inside an undo
 // step or a preview. Boxes reads the snapshot alone.
@@ -29,12 +29,22 @@ struct ToolChange {
 
 using BoxCorners = std::array<Point3, 8>;  // as Box3's operator[] counts them
 
+// Points that can be picked, with the curves and handles that they shape; world space.
+struct TargetMarks {
+    struct Mark {
+        Point3 place;
+        bool isSelected = false, isHandle = false;
+    };
+    std::vector<Mark> points;
+    std::vector<std::pair<Point3, Point3>> lines;
+};
+
 class EditTarget {
 public:
     virtual ~EditTarget() = default;
 
     virtual void Pick(Scene& scene, const ViewportPick& pick) = 0;
-    virtual void PickRectangle(Scene& scene, const ViewportPick& pick) = 0;
+    virtual void PickRegion(Scene& scene, const ViewportPick& pick) = 0;
     virtual void Select(Scene& scene, SelectWhat what) = 0;
     // Where the gizmo stands; none: nothing that it could change.
     virtual std::optional<Matrix3> Frame(Scene& scene, GizmoAxes axes) = 0;
@@ -46,14 +56,23 @@ public:
     virtual std::string Summary(Scene& scene) = 0;
     // Of what is selected, world space.
     virtual std::vector<BoxCorners> Boxes(const TViewportScene& shown) const = 0;
-    // The scatter object that is edited; 0 for nodes.
+    // As the scene was at the last Summary.
+    virtual TargetMarks Marks() const { return {}; }
+    // The node that is edited; 0 for nodes themselves.
     virtual NodeHandle Object() const { return 0; }
+    // A click between what can be picked adds something there; whether it did. For targets of
+    // points.
+    virtual bool AddAt(Scene& scene, const ViewportPick& pick) { return false; }
+    // Numbers of what is selected, as commands count them.
+    virtual std::vector<int> SelectedNumbers() const { return {}; }
 };
 
 std::unique_ptr<EditTarget> MakeNodeTarget();
 // object: the node of the scatter object.
 std::unique_ptr<EditTarget> MakeItemTarget(NodeHandle object);
 std::unique_ptr<EditTarget> MakePinTarget(NodeHandle object);
+// spline: the node of a spline.
+std::unique_ptr<EditTarget> MakePointTarget(NodeHandle spline);
 
 // --- for targets
 

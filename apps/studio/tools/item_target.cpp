@@ -22,7 +22,7 @@ public:
         if (!items.empty()) items = {items[pick.meant % items.size()]};
         Take(scene, std::move(items), pick.mode);
     }
-    void PickRectangle(Scene& scene, const ViewportPick& pick) override {
+    void PickRegion(Scene& scene, const ViewportPick& pick) override {
         TItemNumbers items = ItemsOf(pick, m_handle);
         std::sort(items.begin(), items.end());
         Take(scene, std::move(items), pick.mode);

@@ -9,19 +9,27 @@ namespace {
 
 using Handles = std::vector<NodeHandle>;
 
-// Whether a rectangle takes a box: all of its corners, or what they span on the screen.
+// Whether a region takes a box: all of its corners, or what they span on the screen.
 bool Takes(const ViewportPick& pick, const BoxCorners& corners) {
     float left = 1e30f, right = -1e30f, top = 1e30f, bottom = -1e30f;
     for (const Point3& corner : corners) {
         TScreenPoint at;
         if (!pick.camera.Project(corner, &at)) return false;
+        if (!pick.takesTouched && !pick.region.Holds(at.x, at.y)) return false;
         left = std::min(left, at.x), right = std::max(right, at.x);
         top = std::min(top, at.y), bottom = std::max(bottom, at.y);
     }
-    const TPixelRect& r = pick.rectangle;
-    auto x0 = float(r.left), x1 = float(r.right), y0 = float(r.top), y1 = float(r.bottom);
-    if (pick.takesTouched) return left < x1 && right >= x0 && top < y1 && bottom >= y0;
-    return left >= x0 && right < x1 && top >= y0 && bottom < y1;
+    if (!pick.takesTouched) return true;
+    const TPixelRect& r = pick.region.rectangle;
+    return left < float(r.right) && right >= float(r.left) && top < float(r.bottom) &&
+           bottom >= float(r.top);
+}
+
+// Whether a pixel of the region shows the node or one of its items, where that counts.
+bool IsSeen(const ViewportPick& pick, const TViewNode& node) {
+    if (!pick.seen) return true;
+    auto first = std::lower_bound(pick.ids.begin(), pick.ids.end(), node.firstId);
+    return first != pick.ids.end() && *first - node.firstId < node.numIds;
 }
 
 BoxCorners BoxOf(const TViewNode& node) {
@@ -43,10 +51,10 @@ public:
         if (!nodes.empty()) nodes = {nodes[pick.meant % nodes.size()]};
         Take(scene, nodes, pick.mode);
     }
-    void PickRectangle(Scene& scene, const ViewportPick& pick) override {
+    void PickRegion(Scene& scene, const ViewportPick& pick) override {
         Handles nodes;
         for (const TViewNode& node : pick.scene->Nodes())
-            if (Takes(pick, BoxOf(node))) nodes.push_back(node.handle);
+            if (Takes(pick, BoxOf(node)) && IsSeen(pick, node)) nodes.push_back(node.handle);
         Take(scene, nodes, pick.mode);
     }
     void Select(Scene& scene, SelectWhat what) override {

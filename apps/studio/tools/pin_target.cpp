@@ -30,7 +30,7 @@ public:
         if (!items.empty()) items = {items[pick.meant % items.size()]};
         Take(scene, pick, std::move(items));
     }
-    void PickRectangle(Scene& scene, const ViewportPick& pick) override {
+    void PickRegion(Scene& scene, const ViewportPick& pick) override {
         std::vector<uint32_t> items = ItemsOf(pick, m_handle);
         std::sort(items.begin(), items.end());
         Take(scene, pick, std::move(items));

@@ -1,4 +1,5 @@
-// The tools of the views: selecting, the gizmo, and what works on the items of a scatter object.
+// The tools of the views: selecting, the gizmo, drawing and painting areas, and what works on the
+// items of a scatter object and on the points of a spline.
 //
 // It stands between the views and the session: picks become selections, gestures of gizmos become
 // previews and one undo step each. Actions tells the window which commands there are; their keys
@@ -17,12 +18,15 @@
 #include "apps/studio/studio_session.h"
 #include "apps/studio/tools/area_tool.h"
 #include "apps/studio/tools/edit_target.h"
+#include "apps/studio/tools/paint_tool.h"
 #include "apps/studio/viewport/quad_view.h"
 
+class BrushBar;
 class QAction;
 class QLabel;
 class QMenu;
 class QToolBar;
+class TDravin;
 
 class ViewTools : public QObject {
 public:
@@ -33,7 +37,7 @@ public:
     // Actions by name ("tool.move"); parents are the views.
     const std::map<std::string, QAction*>& Actions() const { return m_actions; }
     void FillMenu(QMenu& menu) const;
-    void FillBar(QToolBar& bar) const;
+    void FillBar(QToolBar& bar);  // once
     // What buttons and keys do now, and what is selected: for the status line.
     QLabel* PromptLabel() const { return m_prompt; }
 
@@ -42,32 +46,51 @@ public:
     const EditTarget& Target() const { return *m_target; }
     // Where the gizmo stands; none without a selection.
     const std::optional<Matrix3>& GizmoFrame() const { return m_frame; }
+    PaintTool& Brush() { return m_paint; }
 
 private:
-    enum class Level { kNodes, kItems, kPins };
-    enum class ClickMode { kSelect, kAddItem, kAttach };
+    enum class Level { kNodes, kItems, kPins, kPoints };
+    enum class ClickMode { kSelect, kAddItem, kAttach, kAddPoint };
 
     QAction* AddAction(const char* name, const char* text, const char* icon, const char* keys,
                        std::function<void()> run, bool isCheckable = false);
     void MakeActions();
+    void MakePointActions();
     void Connect(ViewportWidget& view);
     void Follow(Scene& scene);
     void ShowState();
     void TakeBoxes();
     QString Prompt() const;
+    QString BrushPrompt() const;
+    static const char* StepName(GizmoTool tool);
+    static NodeHandle SelectedScatter(Scene& scene);
+    static TDravin* ScatterOf(Scene& scene, NodeHandle handle);
 
     void EnterLevel(Level level);
+    void EnterPoints();
     void OpenItems(NodeHandle object);
     void SetLevel(Level level, NodeHandle object);
     void SetClickMode(ClickMode mode);
+    void SetLasso(bool usesLasso, bool onlySeen);
     void Select(SelectWhat what);
     void Delete();
     void TakePick(const ViewportPick& pick);
-    void TakeRectangle(const ViewportPick& pick);
+    void TakeRegion(const ViewportPick& pick);
+    void RunOnPoints(const std::string& command, TArguments arguments);
+    void CloseSpline();
     void AddItem(const ViewportPick& pick);
     void Attach(const ViewportPick& pick);
+
+    NodeHandle ScatterForAreas(Scene& scene);
+    void SetViewTool();
     void DrawArea(bool begins);
     void AddArea(const std::vector<Point3>& outline);
+    void ConnectBrush();
+    void ToggleBrush();
+    void FollowBrush(Scene& scene);
+    void SaveBrush();
+    std::function<void(Scene&)> SetRegion(PaintTool::Region region) const;
+
     void RunOnObject(const std::string& command, TArguments arguments);
     // work, as one undo step of the target.
     void Step(const char* name, std::function<void(Scene&)> work);
@@ -76,6 +99,7 @@ private:
     void PreviewChange(ViewportWidget& view, const Matrix3& change);
     void Commit(ViewportWidget& view, const Matrix3& change);
     void PaintOver(ViewportWidget& view, QPainter& painter) const;
+    void PaintMarks(ViewportWidget& view, QPainter& painter) const;
 
     StudioSession& m_session;
     QuadView& m_views;
@@ -85,15 +109,20 @@ private:
     QLabel* m_prompt;
     std::unique_ptr<EditTarget> m_target;
     AreaTool m_area;
+    PaintTool m_paint;
+    BrushBar* m_brushBar = nullptr;  // of the toolbar
+    QAction* m_brushInBar = nullptr;
     NodeHandle m_areaObject = 0;  // whose area is being drawn; 0: none is
     Level m_level = Level::kNodes;
     ClickMode m_clickMode = ClickMode::kSelect;
     GizmoTool m_tool = GizmoTool::kNone;
     GizmoAxes m_axes = GizmoAxes::kWorld;
     bool m_snaps = false, m_clones = false, m_dragged = false;
+    bool m_usesLasso = false, m_onlySeen = false;
     bool m_keepsBoxes = false;
     std::optional<Matrix3> m_frame;
     std::string m_summary;
+    TargetMarks m_marks;
     std::vector<BoxCorners> m_boxes;  // of what is selected, or was when a gesture began
     Matrix3 m_shownChange;            // of the boxes, while a gesture runs
 };

@@ -21,16 +21,22 @@ std::vector<Point3> CornersOf(const TViewportScene& scene, uint32_t id) {
 }
 
 PickAnswer AnswerPick(const PickWish& wish) {
-    PickAnswer answer{wish, {}, {}, {}};
+    PickAnswer answer;
+    answer.wish = wish;
     const ViewRequest& view = wish.view;
     TViewportSettings settings = SettingsOf(view);
-    if (wish.kind == PickWish::kRectangle) {
-        answer.ids =
-            ItemsInRectangle(*view.scene, view.camera, wish.rectangle, wish.onlySeen, settings);
+    const TPixelRect& at = wish.region.rectangle;
+    if (wish.kind == PickWish::kRegion && wish.onlySeen) {
+        answer.seen =
+            std::make_shared<const TSeenPicture>(DrawSeen(*view.scene, view.camera, settings));
+        answer.ids = SeenInRegion(*answer.seen, wish.region);
         return answer;
     }
-    for (const TViewHit& hit :
-         HitTest(*view.scene, view.camera, wish.rectangle.left, wish.rectangle.top, settings)) {
+    if (wish.kind == PickWish::kRegion) {
+        answer.ids = ItemsInRegion(*view.scene, view.camera, wish.region, settings.threads);
+        return answer;
+    }
+    for (const TViewHit& hit : HitTest(*view.scene, view.camera, at.left, at.top, settings)) {
         answer.ids.push_back(hit.id);
         answer.depths.push_back(hit.depth);
     }

@@ -1,4 +1,4 @@
-// Says what lies under the pointer or in a rectangle, in a thread of its own: the newest wish wins.
+// Says what lies under the pointer or in a region, in a thread of its own: the newest wish wins.
 #pragma once
 
 #include <condition_variable>
@@ -11,10 +11,10 @@
 #include "apps/studio/viewport/view_request.h"
 
 struct PickWish {
-    enum Kind { kHover, kClick, kRectangle };
+    enum Kind { kHover, kClick, kRegion };
     Kind kind = kHover;
     ViewRequest view;
-    TPixelRect rectangle;  // of a click: its pixel at left and top
+    TPickRegion region;  // of a click: its pixel at left and top
     bool onlySeen = false;
     uint64_t number = 0;        // the caller's
     bool takesTouched = false;  // the caller's, of rectangles
@@ -22,8 +22,10 @@ struct PickWish {
 
 struct PickAnswer {
     PickWish wish;
-    std::vector<uint32_t> ids;  // of clicks nearest first, of rectangles rising
-    std::vector<float> depths;  // of clicks
+    // Of clicks nearest first; of regions rising: the items in it, or all that is seen there.
+    std::vector<uint32_t> ids;
+    std::shared_ptr<const TSeenPicture> seen;  // where only what is seen counts
+    std::vector<float> depths;                 // of clicks
     // Of a hover: the corners of the box of what is nearest, world space; none without.
     std::vector<Point3> corners;
 };
@@ -34,7 +36,7 @@ public:
     explicit ViewPicker(std::function<void(PickAnswer)> onAnswer);
     ~ViewPicker();
 
-    // A hover gives way to any other wish; clicks and rectangles are all answered, in order.
+    // A hover gives way to any other wish; clicks and regions are all answered, in order.
     void Ask(PickWish wish);
 
 private:

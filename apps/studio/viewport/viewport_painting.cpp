@@ -72,18 +72,24 @@ void ViewportWidget::paintEvent(QPaintEvent*) {
     PaintGizmo(painter);
     PaintAxes(painter);
     PaintTexts(painter);
-    if (m_gesture == Gesture::kRectangle) {
-        // Left to right takes what lies inside: a full line; the other way a dashed one.
-        bool isInside = m_last.x() >= m_pressed.x();
-        painter.setPen(QPen(QColor(255, 217, 51), 1, isInside ? Qt::SolidLine : Qt::DashLine));
-        painter.setBrush(QColor(255, 217, 51, 28));
-        painter.drawRect(QRectF(m_pressed, m_last).normalized());
-    }
+    if (m_gesture == Gesture::kRectangle || m_gesture == Gesture::kLasso) PaintRegion(painter);
     if (hasFocus()) {
         painter.setBrush(Qt::NoBrush);
         painter.setPen(QPen(QColor(255, 217, 51, 140), 2));
         painter.drawRect(rect().adjusted(1, 1, -1, -1));
     }
+}
+
+// Left to right takes what lies inside: a full line; the other way a dashed one. So does a lasso.
+void ViewportWidget::PaintRegion(QPainter& painter) const {
+    bool isLasso = m_gesture == Gesture::kLasso;
+    bool isInside = isLasso || m_last.x() >= m_pressed.x();
+    painter.setPen(QPen(QColor(255, 217, 51), 1, isInside ? Qt::SolidLine : Qt::DashLine));
+    painter.setBrush(QColor(255, 217, 51, 28));
+    if (isLasso)
+        painter.drawPolygon(m_lasso.data(), int(m_lasso.size()));
+    else
+        painter.drawRect(QRectF(m_pressed, m_last).normalized());
 }
 
 // The box of what is under the pointer.

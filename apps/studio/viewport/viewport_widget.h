@@ -26,7 +26,8 @@ class QTimer;
 enum class PickMode { kReplace, kAdd, kRemove, kToggle };
 
 struct ViewportPick {
-    // Nearest first, or all in a rectangle; ids of `scene`. Empty: nothing was there.
+    // Of `scene`: nearest first, or the items in a region, or all that is seen there. Empty:
+    // nothing was there.
     std::vector<uint32_t> ids;
     PickMode mode = PickMode::kReplace;
     std::shared_ptr<const TViewportScene> scene;
@@ -34,11 +35,13 @@ struct ViewportPick {
     size_t meant = 0;
     Point3 place;                // of what is nearest, world space
     std::vector<Point3> places;  // of clicks, one an id
-    // Of rectangles: the pixels of the camera's picture, and whether it was drawn from the right to
-    // the left, which takes what it touches, too.
-    TPixelRect rectangle;
+    // Pixels of the camera's picture; of a click its own alone.
+    TPickRegion region;
     TViewportCamera camera;
+    // Of rectangles drawn from the right to the left: they take what they touch, too.
     bool takesTouched = false;
+    // Where only what is seen counts: what the pixels show; null: all counts.
+    std::shared_ptr<const TSeenPicture> seen;
 };
 
 class ViewportWidget;
@@ -74,8 +77,10 @@ public:
     ViewportShading Shading() const { return m_shading; }
     void SetEdges(bool areShown);
     void SetGrid(bool isShown);
-    // Rectangles take only items that a pixel shows.
+    // Rectangles and lassos take only what a pixel shows.
     void SetOnlySeen(bool onlySeen) { m_onlySeen = onlySeen; }
+    // Drags from nothing draw a lasso instead of a rectangle.
+    void SetLasso(bool isLasso) { m_usesLasso = isLasso; }
 
     ViewNavigation& Navigation() { return m_navigation; }
     // After changes to the navigation from outside.
@@ -92,9 +97,12 @@ public:
     void SetTool(IViewTool* tool);
     // Of the press that began the present gesture.
     Qt::KeyboardModifiers PressModifiers() const { return m_modifiers; }
+    // How hard a pen is pressed, 0..1; 1 of a mouse. Whether its eraser is.
+    float Pressure() const { return m_pressure; }
+    bool IsEraser() const { return m_isEraser; }
 
-    std::function<void(const ViewportPick&)> onPick;       // clicks
-    std::function<void(const ViewportPick&)> onRectangle;  // rectangles
+    std::function<void(const ViewportPick&)> onPick;    // clicks
+    std::function<void(const ViewportPick&)> onRegion;  // rectangles and lassos
     std::function<void()> onCameraChanged;
     std::function<void(QPainter&)> onPaintOver;  // over the picture, below the gizmo
     // What is shown, how, and what buttons do: for a status line.
@@ -121,17 +129,18 @@ protected:
     void mouseMoveEvent(QMouseEvent*) override;
     void mouseReleaseEvent(QMouseEvent*) override;
     void wheelEvent(QWheelEvent*) override;
+    void tabletEvent(QTabletEvent*) override;
     void keyPressEvent(QKeyEvent*) override;
     void focusOutEvent(QFocusEvent*) override;
     void leaveEvent(QEvent*) override;
     bool event(QEvent*) override;
 
 private:
-    enum class Gesture { kNone, kOrbit, kPan, kZoom, kClick, kRectangle, kGizmo, kTool };
+    enum class Gesture { kNone, kOrbit, kPan, kZoom, kClick, kRectangle, kLasso, kGizmo, kTool };
 
     ViewRequest Request(bool isMoving) const;
     void AskPicture(bool isMoving);
-    void AskPick(PickWish::Kind kind, const TPixelRect& rectangle);
+    void AskPick(PickWish::Kind kind, TPickRegion region);
     void TakePicture(std::shared_ptr<const ViewPicture> picture);
     void TakeAnswer(const PickAnswer& answer);
     void TakeHover(const PickAnswer& answer);
@@ -139,6 +148,7 @@ private:
     void BeginNavigation(Gesture gesture, const QPointF& at);
     void MoveNavigation(const QPointF& by);
     void WrapPointer(const QPointF& at);
+    TPickRegion DrawnRegion(const QPointF& end) const;
     void EndGesture();
     void CancelGesture();
     bool PressGizmo(const QPointF& pixel);
@@ -151,6 +161,7 @@ private:
     void PaintGizmo(QPainter& painter) const;
     void PaintAxes(QPainter& painter) const;
     void PaintTexts(QPainter& painter) const;
+    void PaintRegion(QPainter& painter) const;
     void Tell();
 
     std::shared_ptr<const TViewportScene> m_scene;
@@ -158,6 +169,7 @@ private:
     QImage m_image;  // of the picture's bytes
     ViewportShading m_shading = ViewportShading::kShaded;
     bool m_showsEdges = false, m_showsGrid = true, m_onlySeen = false, m_wasFramed = false;
+    bool m_usesLasso = false;
     ViewNavigation m_navigation;
     TransformGizmo m_gizmo;
     IViewTool* m_tool = nullptr;
@@ -165,6 +177,9 @@ private:
     Qt::MouseButton m_button = Qt::NoButton;
     Qt::KeyboardModifiers m_modifiers;
     QPointF m_pressed, m_last, m_pointer;
+    std::vector<QPointF> m_lasso;  // logical
+    float m_pressure = 1;
+    bool m_isEraser = false;
     ViewPose m_poseBefore;
     Point3 m_pivot;
     bool m_ignoresMove = false;           // the pointer was set by us

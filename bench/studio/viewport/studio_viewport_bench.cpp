@@ -212,10 +212,11 @@ void Pick(benchmark::State& state) {
     Field field(state);
     field.StandInside();
     bool isClick = state.range(1) == 0;
-    PickWish wish{isClick ? PickWish::kClick : PickWish::kRectangle,
+    PickWish wish{isClick ? PickWish::kClick : PickWish::kRegion,
                   field.Request(ShadingOf(state.range(2)), false),
-                  isClick ? TPixelRect{640, 450, 641, 451} : TPixelRect{0, 0, 1280, 720},
-                  state.range(1) == 2, 0};
+                  {isClick ? TPixelRect{640, 450, 641, 451} : TPixelRect{0, 0, 1280, 720}, {}},
+                  state.range(1) == 2,
+                  0};
     size_t found = 0;
     for (auto _ : state) found = AnswerPick(wish).ids.size();
     state.counters["found"] = double(found);

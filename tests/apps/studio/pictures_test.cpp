@@ -1,4 +1,5 @@
 // Pictures of the window for people to look at, also those of the documentation.
+#include <cmath>
 #include <filesystem>
 #include <set>
 
@@ -93,6 +94,54 @@ TEST_F(StudioPictures, ToolsOnHandEditedItems) {
     QTest::qWait(300);
     window->Views().ActiveView().FrameSelection();
     Write(window.get(), "studio-tools.png");
+}
+
+TEST_F(StudioPictures, TheBrushOnAPaintedArea) {
+    OpenForest();
+    window->resize(1440, 900);
+    window->Panel().OpenRollout(kDistParams, false);
+    window->Panel().OpenRollout(kAreaParams, true);
+    Session().Run("scene.select", "", {{"nodes", ParamInput("Forest")}});
+    Rest();
+    window->Action("area.paint_brush")->trigger();
+    Rest();
+    PaintTool& brush = window->Tools().Brush();
+    ASSERT_TRUE(brush.Target()) << window->LogText().toStdString();
+    brush.brush.SetSize(brush.Target()->ground.Bounds().Width().x / 12);
+    brush.onBrushChanged();
+    ViewportWidget& view = window->Views().ActiveView();
+    auto at = [&view](double x, double y) { return QPointF(view.width() * x, view.height() * y); };
+    hand::Press(&view, at(0.3, 0.5));
+    for (int i = 1; i <= 30; ++i)
+        hand::Move(&view, at(0.3 + 0.4 * i / 30, 0.5 + 0.1 * std::sin(i / 4.0)));
+    hand::Release(&view, at(0.7, 0.5));
+    Rest();
+    hand::Mouse(&view, QEvent::MouseMove, at(0.6, 0.6), Qt::NoButton);
+    EXPECT_EQ(Session().UndoName(), "Paint Stroke");
+    Write(window.get(), "studio-paint.png");
+}
+
+TEST_F(StudioPictures, PointsOfASpline) {
+    OpenSmall();
+    window->resize(1200, 800);
+    Session().Do([](Scene& scene) {
+        auto shape = std::make_shared<ShapeObject>();
+        shape->shape = BezierShape{{{{{{-6, -4, 0}, {-2, 2, 0}, {2, -2, 0}},
+                                      {{5, -5, 0}},
+                                      {{6, 4, 0}, {2, -2, 0}, {-2, 2, 0}},
+                                      {{-5, 5, 0}}},
+                                     true}}};
+        INode* node = scene.AddNode("path", shape);
+        INode* const one[] = {node};
+        scene.Select(one);
+    });
+    Rest();
+    window->Action("points.edit")->trigger();
+    Rest();
+    window->Action("select.all")->trigger();
+    window->Tools().SetGizmoTool(GizmoTool::kMove);
+    window->Views().ActiveView().FrameAll();
+    Write(window.get(), "studio-points.png");
 }
 
 TEST_F(StudioPictures, ThePalette) {

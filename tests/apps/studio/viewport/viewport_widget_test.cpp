@@ -41,7 +41,7 @@ protected:
         view.resize(200, 200);
         view.show();
         view.onPick = [this](const ViewportPick& pick) { picks.push_back(pick); };
-        view.onRectangle = [this](const ViewportPick& pick) { rectangles.push_back(pick); };
+        view.onRegion = [this](const ViewportPick& pick) { rectangles.push_back(pick); };
     }
     void LookFromFront() {
         ViewPose pose;
