@@ -117,13 +117,13 @@ void StudioSession::Pump() {
 }
 
 void StudioSession::LookFrom(const std::optional<ViewState>& view, NodeHandle camera) {
-    m_lookWish = Look{view, camera};
+    m_lookWish = SeenFrom{view, camera};
     if (IsFree() && !m_isEditing && m_session) TellView();
 }
 
 void StudioSession::TellView() {
     if (!m_lookWish) return;
-    Look look = *std::exchange(m_lookWish, std::nullopt);
+    SeenFrom look = *std::exchange(m_lookWish, std::nullopt);
     ContextScope scope(m_session->Host());
     Scene& scene = m_session->GetScene();
     INode* camera = scene.FindHandle(look.camera);

@@ -222,10 +222,10 @@ private:
 
     std::shared_ptr<const TViewportScene> m_view;
     std::vector<ObjectReport> m_reports;
-    struct Look {
+    struct SeenFrom {
         std::optional<ViewState> view;
         NodeHandle camera = 0;
     };
-    std::optional<Look> m_lookWish;  // the scene has not heard of it yet
+    std::optional<SeenFrom> m_lookWish;  // the scene has not heard of it yet
     Connection m_redraws;
 };
