@@ -28,6 +28,13 @@ bool Object::Passes(ClassTest test) const {
     return false;
 }
 
+TriObject::TriObject() : m_mesh(std::make_shared<Mesh>()) {}
+
+TriObject::TriObject(std::shared_ptr<const Mesh> mesh) : m_mesh(std::move(mesh)) {}
+
+TriObject::TriObject(std::shared_ptr<const Mesh> mesh, const MeshOrigin& meshOrigin)
+    : origin(this, meshOrigin), m_mesh(std::move(mesh)) {}
+
 Mtl* TriObject::DefaultMtl() const { return fileMaterial.Get(); }
 
 void TriObject::SetMesh(std::shared_ptr<const Mesh> mesh) {

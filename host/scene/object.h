@@ -89,9 +89,9 @@ public:
 
 class TriObject : public Object {
 public:
-    TriObject() : m_mesh(std::make_shared<Mesh>()) {}
-    explicit TriObject(std::shared_ptr<const Mesh> mesh, MeshOrigin meshOrigin = {})
-        : origin(this, std::move(meshOrigin)), m_mesh(std::move(mesh)) {}
+    TriObject();
+    explicit TriObject(std::shared_ptr<const Mesh> mesh);
+    TriObject(std::shared_ptr<const Mesh> mesh, const MeshOrigin& meshOrigin);
 
     Property<MeshOrigin> origin{this};
     RefProperty<Mtl> fileMaterial{this};  // that came with the mesh's file

@@ -56,8 +56,7 @@ struct AnimatedTrees {
             std::static_pointer_cast<IParamBlock2>(object->Block(kGeomParams).shared_from_this()));
         for (int i = 0; i < count; ++i) {
             auto sway = std::make_shared<SwayingCone>(segments);
-            auto mesh = std::make_shared<TriObject>();
-            mesh->SetMesh(sway->MeshAt(0, nullptr));
+            auto mesh = std::make_shared<TriObject>(sway->MeshAt(0, nullptr));
             mesh->SetAnimation(sway);
             auto tree = INode::Create("swaying tree " + std::to_string(i), mesh);
             tree->SetHidden(true);
