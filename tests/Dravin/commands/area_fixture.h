@@ -1,48 +1,18 @@
 // The commands on areas of a scatter object on a plane.
 #pragma once
 
-#include <gmock/gmock.h>
-
-#include "Dravin/commands/all_commands.h"
 #include "Dravin/commands/area_paint.h"
-#include "tests/Dravin/build/scatter_fixture.h"
+#include "tests/Dravin/commands/command_fixture.h"
 
-class AreaFixture : public ScatterFixture {
+class AreaFixture : public CommandFixture {
 protected:
-    const TCommandTable table = MakeCommandTable();
-    ScriptedUserInterface* ui = nullptr;
-
-    void SetUp() override {
-        ScatterFixture::SetUp();
-        auto scripted = std::make_unique<ScriptedUserInterface>();
-        ui = scripted.get();
-        host.SetUserInterface(std::move(scripted));
-        host.SetCurrentScene(&scene);
-        scene.undo.Clear();
-    }
-    void TearDown() override {
-        host.SetCurrentScene(nullptr);
-        ScatterFixture::TearDown();
-    }
-    TCommandResult Run(const std::string& name, const TArguments& arguments = {}) {
-        return table.Run(name, scene, "", arguments);
-    }
     void Must(const std::string& name, const TArguments& arguments = {}) {
         TCommandResult result = Run(name, arguments);
         EXPECT_TRUE(bool(result)) << result.error;
     }
-    static ParamInput Points(const std::vector<std::vector<double>>& rows) {
-        ParamInput::Array points;
-        for (const std::vector<double>& row : rows) {
-            ParamInput::Array numbers;
-            for (double n : row) numbers.emplace_back(n);
-            points.emplace_back(std::move(numbers));
-        }
-        return ParamInput(std::move(points));
-    }
     // A dab of the brush, or what `more` makes of it.
     TCommandResult Dab(double x, double y, double radius, TArguments more = {}) {
-        more["points"] = Points({{x, y}});
+        more["points"] = PointRows({{x, y}});
         more["radius"] = ParamInput(radius);
         return Run("area.paint", more);
     }

@@ -104,12 +104,13 @@ TEST_F(AreaPaint, PlacesAreInTheWorld) {
 // shape counts for nothing, so that the object stands on its surface as if it had none.
 TEST_F(AreaPaint, ItemsGrowWhereItIsPainted) {
     EXPECT_EQ(NumItems(), 400u) << "nothing is painted";
-    Must("area.paint", {{"points", Points({{-8, 0}, {8, 0}})}, {"radius", 2.0}});
+    Must("area.paint", {{"points", PointRows({{-8, 0}, {8, 0}})}, {"radius", 2.0}});
     size_t painted = NumItems();
     // 16 x 4 and the two ends of a circle: 76.6 square units.
     EXPECT_GT(painted, 55u);
     EXPECT_LT(painted, 95u);
-    Must("area.paint", {{"points", Points({{-12, 0}, {12, 0}})}, {"radius", 5.0}, {"erase", true}});
+    Must("area.paint",
+         {{"points", PointRows({{-12, 0}, {12, 0}})}, {"radius", 5.0}, {"erase", true}});
     EXPECT_TRUE(Painted().lines.empty());
     EXPECT_EQ(NumItems(), 400u);
     scene.undo.Undo();
@@ -127,9 +128,9 @@ TEST_F(AreaPaint, PaintThatExcludesKeepsItemsOut) {
 }
 
 TEST_F(AreaPaint, SmoothingEvensAlongAStroke) {
-    Must("area.paint", {{"points", Points({{0, 0}, {0, 5}, {5, 5}})}, {"radius", 0.5}});
+    Must("area.paint", {{"points", PointRows({{0, 0}, {0, 5}, {5, 5}})}, {"radius", 0.5}});
     PolyShape rough = Painted();
-    Must("area.paint", {{"points", Points({{0, 5}})}, {"radius", 2.0}, {"smooth", 1.0}});
+    Must("area.paint", {{"points", PointRows({{0, 5}})}, {"radius", 2.0}, {"smooth", 1.0}});
     EXPECT_NE(Painted(), rough);
     EXPECT_THAT(Dab(0, 0, 1, {{"smooth", 1.0}, {"erase", true}}).error, HasSubstr("not both"));
     scene.undo.Undo();
@@ -137,8 +138,8 @@ TEST_F(AreaPaint, SmoothingEvensAlongAStroke) {
 }
 
 TEST_F(AreaPaint, WrongCallsChangeNothing) {
-    for (const ParamInput& points :
-         {Points({}), Points({{1}}), Points({{1, 2, 3, 4}}), ParamInput(7), ParamInput("x")}) {
+    for (const ParamInput& points : {PointRows({}), PointRows({{1}}), PointRows({{1, 2, 3, 4}}),
+                                     ParamInput(7), ParamInput("x")}) {
         TCommandResult result = Run("area.paint", {{"points", points}, {"radius", 1.0}});
         EXPECT_THAT(result.error, HasSubstr("takes [[x, y], ...]"));
     }

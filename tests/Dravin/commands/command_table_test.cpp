@@ -1,10 +1,9 @@
 // Commands by name, as menus, scripts and the command line call them.
 #include <gmock/gmock.h>
 
-#include "Dravin/commands/all_commands.h"
 #include "Dravin/presets/dravin_presets.h"
 #include "Dravin/proxy/instance_nodes.h"
-#include "tests/Dravin/build/scatter_fixture.h"
+#include "tests/Dravin/commands/command_fixture.h"
 #include "tests/temp_folder.h"
 
 using testing::ElementsAre;
@@ -13,27 +12,10 @@ using testing::IsEmpty;
 
 namespace {
 
-class CommandTable : public ScatterFixture {
+class CommandTable : public CommandFixture {
 protected:
-    const TCommandTable table = MakeCommandTable();
-    ScriptedUserInterface* ui = nullptr;
     TempFolder folder;
 
-    void SetUp() override {
-        ScatterFixture::SetUp();
-        auto scripted = std::make_unique<ScriptedUserInterface>();
-        ui = scripted.get();
-        host.SetUserInterface(std::move(scripted));
-        host.SetCurrentScene(&scene);
-        scene.undo.Clear();
-    }
-    void TearDown() override {
-        host.SetCurrentScene(nullptr);
-        ScatterFixture::TearDown();
-    }
-    TCommandResult Run(const std::string& name, const TArguments& arguments = {}) {
-        return table.Run(name, scene, "", arguments);
-    }
     // Of commands that give whether they did something.
     bool Says(const std::string& name, const TArguments& arguments = {}) {
         TCommandResult result = Run(name, arguments);

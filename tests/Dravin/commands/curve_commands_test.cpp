@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
-#include "Dravin/commands/all_commands.h"
 #include "Dravin/commands/curve_session.h"
 #include "host/scene/host_context.h"
 #include "host/scene/scene.h"
+#include "tests/Dravin/commands/command_fixture.h"
 
 namespace {
 
@@ -21,22 +21,13 @@ struct CurveCommands : testing::Test {
     TCommandResult Run(const char* name, TArguments arguments) {
         return table.Run(name, scene, "meadow", arguments);
     }
-    static ParamInput Points(std::vector<std::vector<double>> rows) {
-        ParamInput::Array points;
-        for (const std::vector<double>& row : rows) {
-            ParamInput::Array numbers;
-            for (double n : row) numbers.emplace_back(n);
-            points.emplace_back(std::move(numbers));
-        }
-        return ParamInput(std::move(points));
-    }
 };
 
 }  // namespace
 
 TEST_F(CurveCommands, SetsPointsAsOneStepAndGivesThemBack) {
     ASSERT_TRUE(Run("curve.set", {{"curve", "slope_scale"},
-                                  {"points", Points({{0, 80, 0, 0, 0.25, -10}, {1, 5}})}}));
+                                  {"points", PointRows({{0, 80, 0, 0, 0.25, -10}, {1, 5}})}}));
     const std::vector<CurvePoint>& points = object->CurveSet(kSlotSurfaceCurves)->Points(3);
     ASSERT_EQ(points.size(), 2u);
     EXPECT_EQ(points[0], (CurvePoint{0, 80, 0, 0, 0.25f, -10, 0}));
@@ -50,8 +41,8 @@ TEST_F(CurveCommands, SetsPointsAsOneStepAndGivesThemBack) {
 }
 
 TEST_F(CurveCommands, WrongPointsChangeNothing) {
-    for (const ParamInput& points : {Points({}), Points({{0.5, 1}, {0.4, 1}}), Points({{2, 1}}),
-                                     Points({{0, 1, 2}}), ParamInput(3)}) {
+    for (const ParamInput& points : {PointRows({}), PointRows({{0.5, 1}, {0.4, 1}}),
+                                     PointRows({{2, 1}}), PointRows({{0, 1, 2}}), ParamInput(3)}) {
         TCommandResult result = Run("curve.set", {{"curve", "spdenscurve"}, {"points", points}});
         EXPECT_NE(result.error.find("x rising from 0 to 1"), std::string::npos) << result.error;
     }
@@ -77,7 +68,8 @@ TEST_F(CurveCommands, TheEditorOpensAndCloses) {
 TEST_F(CurveCommands, CurvesOfEffectsGoWithTheirParameter) {
     ASSERT_TRUE(Run("effect.add", {{"name", "bend"}}));
     ASSERT_TRUE(Run("effect.parameter.add", {{"name", "profile"}, {"kind", "curve"}}));
-    ASSERT_TRUE(Run("curve.set", {{"curve", "profile"}, {"points", Points({{0, 1}, {1, 0.5}})}}));
+    ASSERT_TRUE(
+        Run("curve.set", {{"curve", "profile"}, {"points", PointRows({{0, 1}, {1, 0.5}})}}));
     auto place = FindCurve(*object, "profile", nullptr);
     ASSERT_TRUE(place);
     EXPECT_EQ(CurvePointsOf(*place)[1].py, 0.5f);
