@@ -60,14 +60,19 @@ endfunction()
 # the flags of its own target.
 set(DRAVIN_TEST_OPTIONS $<$<CONFIG:Release>:-O1>)
 
-# dravin_test(name SOURCES a_test.cpp … LIBS lib …): one GoogleTest program, one CTest entry. A test that
-# is skipped fails it: what a test needs is installed with the rest, so nothing may stand aside.
+# dravin_test(name SOURCES a_test.cpp … LIBS lib … HEADERS <h> …): one GoogleTest program, one CTest
+# entry. A test that is skipped fails it: what a test needs is installed with the rest, so nothing may
+# stand aside. HEADERS: heavy ones, as above; tests of Qt need some, as Qt has code built otherwise.
 function(dravin_test name)
-    cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+    cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;HEADERS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE dravin_flags ${ARG_LIBS} GTest::gmock GTest::gtest_main)
     target_compile_options(${name} PRIVATE ${DRAVIN_TEST_OPTIONS})
-    share_precompiled_test_headers(${name})
+    if(ARG_HEADERS)
+        precompile_headers(${name} <gmock/gmock.h> <gtest/gtest.h> ${ARG_HEADERS})
+    else()
+        share_precompiled_test_headers(${name})
+    endif()
     target_compile_definitions(${name} PRIVATE DRAVIN_SOURCE_DIR="${PROJECT_SOURCE_DIR}"
         DRAVIN_BINARY_DIR="${PROJECT_BINARY_DIR}")
     add_test(NAME ${name} COMMAND ${name})

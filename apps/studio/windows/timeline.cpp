@@ -17,7 +17,6 @@
 
 namespace {
 
-constexpr int kTicksPerSecond = 4800;
 constexpr int kClockMs = 10;
 constexpr int kMostFrames = 1000000;
 

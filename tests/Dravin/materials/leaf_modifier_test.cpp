@@ -63,8 +63,7 @@ TEST_F(Leaf, ItsTableIsComplete) {
     EXPECT_FALSE(block.Find("flipx")->animatable);
     EXPECT_TRUE(block.Find("display")->animatable);
     EXPECT_EQ(DLeaf::kClass.id, (ClassId{0x6a80d860, 0xb2616bba}));
-    EXPECT_EQ(LeafModifierDesc().internalName, "DravinLeaf");
-    EXPECT_EQ(LeafModifierDesc().info.name, std::string("Dravin Leaf"));
+    EXPECT_EQ(DLeaf::kClass.name, std::string("Dravin Leaf"));
 }
 
 TEST_F(Leaf, TheAngleIsADistance) {

@@ -107,14 +107,14 @@ TEST_F(TimelineTest, AutoKeyMakesKeysOfChanges) {
     Strip().SetAutoKey(true);
     Session().SetTime(50 * 160);
     Rest();
-    Session().Run("node.transform", "box", {{"to", std::vector<double>{1, 2, 3}}});
+    Session().Run("node.transform", "box", {{"to", ParamInput::Array{1.0, 2.0, 3.0}}});
     Rest();
     std::vector<TimeValue> keys;
     Session().Look([&](Scene& scene) { keys = KeyTimesOf(*scene.FindNode("box")); });
     EXPECT_EQ(keys, (std::vector<TimeValue>{1600, 4800, 8000}));
     Strip().SetAutoKey(false);
     Session().SetTime(60 * 160);
-    Session().Run("node.transform", "box", {{"to", std::vector<double>{0, 0, 0}}});
+    Session().Run("node.transform", "box", {{"to", ParamInput::Array{0.0, 0.0, 0.0}}});
     Rest();
     Session().Look([&](Scene& scene) { keys = KeyTimesOf(*scene.FindNode("box")); });
     EXPECT_EQ(keys.size(), 3u);
