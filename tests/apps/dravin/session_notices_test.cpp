@@ -3,7 +3,7 @@
 
 #include "apps/dravin/commands.h"
 #include "apps/dravin/session.h"
-#include "host/render/picture.h"
+#include "host/render/render_outcome.h"
 #include "tests/temp_folder.h"
 
 using testing::ElementsAre;
