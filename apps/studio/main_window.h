@@ -33,6 +33,7 @@ public:
     StudioWindows& Windows() { return *m_windows; }
     QuadView& Views() { return *m_view; }
     ViewTools& Tools() { return *m_tools; }
+    Timeline& Time() { return *m_timeline; }
 
     void OpenFile(const std::string& path);
     void OpenDemo(const std::string& folder);

@@ -90,7 +90,7 @@ class Saving(TestCase):
         scene = field()
         scene.save(self.file('s.dravin'))
         again = dravin.Scene.load(self.file('s.dravin'))
-        self.assertEqual(again['Field'].build().items.count, 1600)
+        self.assertEqual(len(again['Field'].build().items.position), 1600)
         with self.assertRaises(dravin.OutputError):
             scene.save(self.file('none/s.json'))
 

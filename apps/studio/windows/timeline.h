@@ -1,8 +1,8 @@
 // The strip below the views: the frame that is shown, the keys of what is selected, and playback.
 //
-// A drag on the ruler moves through time. Playback keeps to the clock: where a frame takes longer to
-// build than it lasts, frames are left out. Auto Key makes changes of animatable values keys at the
-// frame that is shown. Time is no undo step; the range is.
+// A drag on the ruler moves through time. Playback keeps to the clock: where a frame takes longer
+// to build than it lasts, frames are left out. Auto Key makes changes of animatable values keys at
+// the frame that is shown. Time is no undo step; the range is.
 #pragma once
 
 #include <vector>
@@ -27,6 +27,7 @@ public:
     void GoToKey(bool next);
     void GoToEnd(bool last);
     void SetAutoKey(bool on);
+    TimeRuler& Ruler() { return *m_ruler; }
 
 private:
     void Show(Scene& scene);

@@ -36,7 +36,9 @@ TEST_F(RenderWindowTest, RendersWithTheSettingsOfTheScene) {
     EXPECT_EQ(first->image.size(), QSize(32, 24));
     EXPECT_EQ(NumSteps(), 1u) << "a picture is no step";
     auto* width = shown.findChild<NumberField*>("width");
-    width->setText("16");
+    width->setFocus();
+    width->selectAll();
+    hand::Type(width, "16");
     hand::Key(width, Qt::Key_Return);
     Rest();
     EXPECT_EQ(NumSteps(), 2u);

@@ -17,12 +17,18 @@ constexpr const char* kMoving = R"({"dravin_scene": 1, "nodes": [
    "position": {"keys": [[1600, [0, 0, 0]], [4800, [10, 0, 0]]]}}]})";
 
 struct TimelineTest : StudioWindow {
-    Timeline& Strip() { return *window->findChild<Timeline*>(); }
-    TimeRuler& Ruler() { return *window->findChild<TimeRuler*>(); }
+    Timeline& Strip() { return window->Time(); }
+    TimeRuler& Ruler() { return window->Time().Ruler(); }
     TimeValue Time() {
         TimeValue now = 0;
         Session().Look([&](Scene& scene) { now = scene.GetTime(); });
         return now;
+    }
+    static void Enter(QLineEdit* field, const char* text) {
+        field->setFocus();
+        field->selectAll();
+        hand::Type(field, text);
+        hand::Key(field, Qt::Key_Return);
     }
     void Select(const char* name) {
         Session().Do([name](Scene& scene) { scene.Select({{scene.FindNode(name)}}); });
@@ -73,16 +79,14 @@ TEST_F(TimelineTest, StepsToKeysOfTheSelection) {
 TEST_F(TimelineTest, TheRangeIsOneStepToUndo) {
     Open(kMoving);
     auto* last = Strip().findChild<NumberField*>("last");
-    last->setText("250");
-    hand::Key(last, Qt::Key_Return);
+    Enter(last, "250");
     Rest();
     Session().Look([](Scene& scene) { EXPECT_EQ(scene.timeRange->end, 250 * 160); });
     EXPECT_EQ(NumSteps(), 1u);
     Session().Undo();
     Rest();
     Session().Look([](Scene& scene) { EXPECT_EQ(scene.timeRange->end, 100 * 160); });
-    last->setText("-5");
-    hand::Key(last, Qt::Key_Return);
+    Enter(last, "-5");
     Rest();
     EXPECT_EQ(NumSteps(), 0u) << "a range that ends before it begins";
 }
@@ -111,11 +115,12 @@ TEST_F(TimelineTest, AutoKeyMakesKeysOfChanges) {
     Rest();
     std::vector<TimeValue> keys;
     Session().Look([&](Scene& scene) { keys = KeyTimesOf(*scene.FindNode("box")); });
-    EXPECT_EQ(keys, (std::vector<TimeValue>{1600, 4800, 8000}));
+    // Rotation and scale had none: theirs begin at 0.
+    EXPECT_EQ(keys, (std::vector<TimeValue>{0, 1600, 4800, 8000}));
     Strip().SetAutoKey(false);
     Session().SetTime(60 * 160);
     Session().Run("node.transform", "box", {{"to", ParamInput::Array{0.0, 0.0, 0.0}}});
     Rest();
     Session().Look([&](Scene& scene) { keys = KeyTimesOf(*scene.FindNode("box")); });
-    EXPECT_EQ(keys.size(), 3u);
+    EXPECT_EQ(keys.size(), 4u);
 }
