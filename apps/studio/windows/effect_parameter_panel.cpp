@@ -13,8 +13,8 @@
 #include "Dravin/effects/effect_kinds.h"
 #include "Dravin/effects/effect_list.h"
 #include "Dravin/panels/number_entry.h"
-#include "apps/studio/panels/labelled_control.h"
 #include "apps/studio/panels/free_number.h"
+#include "apps/studio/panels/labelled_control.h"
 #include "apps/studio/panels/number_field.h"
 #include "apps/studio/windows/command_calls.h"
 #include "host/scene/scene.h"
@@ -161,8 +161,7 @@ QWidget* EffectParameterPanel::MakeNumber(const TEffectVariable& v) {
     number.form.isInteger = isInteger;
     number.set = [this, id = v.id, isInteger](double value) {
         Call("effect.parameter.set", id,
-             {{"value",
-               isInteger ? ParamInput(int64_t(std::llround(value))) : ParamInput(value)}});
+             {{"value", isInteger ? ParamInput(int64_t(std::llround(value))) : ParamInput(value)}});
     };
     number.reset = [this, id = v.id] { Call("effect.parameter.reset", id); };
     number.menu = [this, v](const QPoint& global) { ShowMenu(v, global); };
