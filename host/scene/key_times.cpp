@@ -30,7 +30,8 @@ private:
     }
     void Add(IParamBlock2& block) {
         for (const ParamDef& def : block.GetDesc().params)
-            for (const ParamElement& element : block.GetElements(def.id)) Add(element.track);
+            for (int i = 0, n = def.animatable ? block.Count(def.id) : 0; i < n; ++i)
+                for (const ParamKey& key : block.GetKeys(def.id, i)) m_times.insert(key.time);
     }
     // What belongs to the object: its blocks, controllers, modifiers and base object.
     void Add(ReferenceTarget& target) {

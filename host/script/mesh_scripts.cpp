@@ -42,8 +42,14 @@ class JoinedMaterials {
 public:
     // Gives the faces the ids of their materials here.
     void Take(Mesh& mesh, Mtl* material) {
-        for (Face& face : mesh.faces)
-            face.matID = IdOf(Share(material ? material->MtlOfId(face.matID) : nullptr));
+        constexpr int kUnknown = -1;
+        std::vector<int> ids(kMostMaterials, kUnknown);  // by those before
+        for (Face& face : mesh.faces) {
+            int& id = ids[face.matID];
+            if (id == kUnknown)
+                id = IdOf(Share(material ? material->MtlOfId(face.matID) : nullptr));
+            face.matID = uint16_t(id);
+        }
     }
     bool AreTooMany() const { return m_materials.size() > kMostMaterials; }
     // All in one; null where no face has a material.
@@ -55,10 +61,10 @@ public:
     }
 
 private:
-    uint16_t IdOf(std::shared_ptr<Mtl> material) {
+    int IdOf(std::shared_ptr<Mtl> material) {
         auto at = std::find(m_materials.begin(), m_materials.end(), material);
         if (at == m_materials.end()) at = m_materials.insert(at, std::move(material));
-        return uint16_t(at - m_materials.begin());
+        return int(at - m_materials.begin());
     }
 
     std::vector<std::shared_ptr<Mtl>> m_materials;
