@@ -30,14 +30,14 @@ public:
 
     // The callback lives as long as the connection.
     [[nodiscard]] Connection Connect(Callback callback) {
-        auto listener = std::make_shared<Callback>(std::move(callback));
+        auto listener = std::make_shared<Listener>(std::make_shared<Callback>(std::move(callback)));
         m_listeners.push_back(listener);
-        return Connection(listener);
+        return Connection(std::move(listener));
     }
     void Send(Args... args) const {
         std::erase_if(m_listeners, [](const auto& listener) { return listener.expired(); });
         for (const auto& listener : std::vector(m_listeners))
-            if (auto callback = listener.lock()) (*callback)(args...);
+            if (const auto callback = CallbackOf(listener)) (*callback)(args...);
     }
     bool HasListeners() const {
         for (const auto& listener : m_listeners)
@@ -46,5 +46,14 @@ public:
     }
 
 private:
-    mutable std::vector<std::weak_ptr<Callback>> m_listeners;
+    // The connection alone holds the listener, and a call only the callback in it: one that leaves
+    // while it is called is gone at once, and its callback outlives the call.
+    using Listener = std::shared_ptr<Callback>;
+
+    static std::shared_ptr<Callback> CallbackOf(const std::weak_ptr<Listener>& listener) {
+        const auto held = listener.lock();
+        return held ? *held : nullptr;
+    }
+
+    mutable std::vector<std::weak_ptr<Listener>> m_listeners;
 };

@@ -1,7 +1,5 @@
 #include "host/scene/host_context.h"
 
-#include <algorithm>
-
 #include "host/scene/host_classes.h"
 #include "host/scene/scene.h"
 
@@ -10,33 +8,19 @@ namespace {
 // Which session is current in this thread.
 thread_local HostContext* t_current = nullptr;
 
+void GoBackTo(HostContext* previous, const EditContext& edits) {
+    t_current = previous;
+    CurrentEdits() = edits;
+    CurrentNotifications() = previous ? &previous->notifications : nullptr;
+}
+
 }  // namespace
-
-int NotificationHub::Register(HostNotify notice, Callback callback) {
-    m_entries[m_next] = {notice, std::move(callback)};
-    return m_next++;
-}
-
-void NotificationHub::Unregister(int registration) { m_entries.erase(registration); }
-
-void NotificationHub::Broadcast(HostNotify notice, INode* node) {
-    // In the order of registration; one that another callback has removed meanwhile is left out.
-    std::vector<int> order;
-    for (const auto& [number, entry] : m_entries)
-        if (entry.notice == notice) order.push_back(number);
-    std::sort(order.begin(), order.end());
-    for (int number : order) {
-        auto it = m_entries.find(number);
-        if (it == m_entries.end()) continue;
-        Callback callback = it->second.callback;
-        callback(notice, node);
-    }
-}
 
 HostContext::HostContext() : m_previous(t_current), m_previousEdits(CurrentEdits()) {
     t_current = this;
-    InstallEdits();
+    Install();
     RegisterHostClasses(classes);
+    m_sceneGoes = notifications.sceneGoes.Connect([this](const Scene& scene) { SceneGoes(scene); });
 }
 
 HostContext::~HostContext() {
@@ -44,20 +28,21 @@ HostContext::~HostContext() {
     Undo().Clear();
     m_ownHold.Clear();
     while (!m_states.empty()) m_states.pop_back();
-    t_current = m_previous;
-    CurrentEdits() = m_previousEdits;
+    GoBackTo(m_previous, m_previousEdits);
 }
 
 HostContext* HostContext::Current() { return t_current; }
 
-void HostContext::InstallEdits() {
+void HostContext::Install() {
     m_edits.hold = &Undo();
-    if (t_current == this) CurrentEdits() = m_edits;
+    if (t_current != this) return;
+    CurrentEdits() = m_edits;
+    CurrentNotifications() = &notifications;
 }
 
 void HostContext::SetCurrentScene(Scene* scene) {
     m_scene = scene;
-    InstallEdits();
+    Install();
 }
 
 void HostContext::SceneGoes(const Scene& scene) {
@@ -70,7 +55,7 @@ Hold& HostContext::Undo() { return m_scene ? m_scene->undo : m_ownHold; }
 
 void HostContext::SetAnimating(bool animating) {
     m_edits.animating = animating;
-    InstallEdits();
+    Install();
 }
 
 void HostContext::SetUserInterface(std::unique_ptr<IUserInterface> userInterface) {
@@ -83,21 +68,10 @@ void HostContext::RequestRedraw() {
     redrawRequested.Send();
 }
 
-NoticePair::NoticePair(HostNotify before, HostNotify after) : m_after(after) {
-    if (t_current) t_current->notifications.Broadcast(before);
-}
-
-NoticePair::~NoticePair() {
-    if (t_current) t_current->notifications.Broadcast(m_after);
-}
-
 ContextScope::ContextScope(HostContext& context)
     : m_previous(t_current), m_previousEdits(CurrentEdits()) {
     t_current = &context;
-    context.InstallEdits();
+    context.Install();
 }
 
-ContextScope::~ContextScope() {
-    t_current = m_previous;
-    CurrentEdits() = m_previousEdits;
-}
+ContextScope::~ContextScope() { GoBackTo(m_previous, m_previousEdits); }

@@ -21,54 +21,8 @@
 #include "host/params/class_registry.h"
 #include "host/params/edit_context.h"
 #include "host/params/hold.h"
+#include "host/scene/notifications.h"
 #include "host/scene/user_interface.h"
-
-class INode;
-class Scene;
-
-enum class HostNotify {
-    kSystemPreNew,
-    kSystemPostNew,
-    kSystemPreReset,
-    kSystemPostReset,
-    kFilePreOpen,
-    kFilePostOpen,
-    kFilePreMerge,
-    kFilePostMerge,
-    kFilePreSave,
-    kFilePostSave,
-    kPreRender,
-    kRenderPreEvalFrameInfo,  // before what a picture shows is evaluated at its time
-    kPreRenderFrame,          // what it shows stands; it is about to be drawn
-    kPostRenderFrame,
-    kPostRender,
-    kNodeAdded,
-    kNodeDeleted,  // sent while the node still stands
-    kNodeRenamed,
-    kTimeChanged,
-    kSelectionChanged,
-    kViewChanged,
-    kShutdown,
-};
-
-class NotificationHub {
-public:
-    // node: of the node notices, else null.
-    using Callback = std::function<void(HostNotify, INode* node)>;
-
-    // The number to unregister with. A callback may register and unregister others.
-    int Register(HostNotify notice, Callback callback);
-    void Unregister(int registration);
-    void Broadcast(HostNotify notice, INode* node = nullptr);
-
-private:
-    struct Entry {
-        HostNotify notice;
-        Callback callback;
-    };
-    std::unordered_map<int, Entry> m_entries;
-    int m_next = 1;
-};
 
 class HostContext {
 public:
@@ -121,12 +75,13 @@ public:
 
 private:
     friend class ContextScope;
-    friend class Scene;
     void SceneGoes(const Scene& scene);
-    void InstallEdits();
+    // What edits of this thread go through, and who hears of them.
+    void Install();
 
     HostContext* m_previous;
     EditContext m_previousEdits, m_edits;
+    Connection m_sceneGoes;
     Scene* m_scene = nullptr;
     Hold m_ownHold;
     bool m_needsRedraw = false;
@@ -135,19 +90,6 @@ private:
         std::make_unique<QuietUserInterface>(*m_userInterface);
     std::unordered_map<std::type_index, size_t> m_stateIndex;
     std::vector<std::shared_ptr<void>> m_states;
-};
-
-// Tells the current session, if there is one, what begins when this is made and ends when it goes:
-// kPreRender and kPostRender, kFilePreSave and kFilePostSave, kFilePreMerge and kFilePostMerge.
-class NoticePair {
-public:
-    NoticePair(HostNotify before, HostNotify after);
-    ~NoticePair();
-    NoticePair(const NoticePair&) = delete;
-    NoticePair& operator=(const NoticePair&) = delete;
-
-private:
-    HostNotify m_after;
 };
 
 // Makes a session current in this thread while it lives.

@@ -6,14 +6,13 @@
 
 #include "host/params/param_block.h"
 #include "host/scene/derived_object.h"
-#include "host/scene/host_context.h"
+#include "host/scene/notifications.h"
 #include "host/scene/object.h"
 
 namespace {
 
 void Announce(HostNotify notice, INode* node = nullptr) {
-    if (HostContext* context = HostContext::Current())
-        context->notifications.Broadcast(notice, node);
+    if (NotificationHub* hub = CurrentNotifications()) hub->Broadcast(notice, node);
 }
 
 bool HasLowerHandle(const INode* a, const INode* b) { return a->GetHandle() < b->GetHandle(); }
@@ -69,7 +68,7 @@ Scene::Scene() : m_root(INode::Create("Scene Root")) {
 }
 
 Scene::~Scene() {
-    if (HostContext* context = HostContext::Current()) context->SceneGoes(*this);
+    if (NotificationHub* hub = CurrentNotifications()) hub->sceneGoes.Send(*this);
     undo.Clear();
     // References between nodes may form rings; emptying them lets everything go. Objects go first
     // and take most references with them.

@@ -48,7 +48,7 @@ struct TimeRange {
 class Scene : public ReferenceMaker, private INodeHome {
 public:
     Scene();
-    ~Scene();
+    ~Scene() override;
 
     // The changes of this scene, while it is the session's current one.
     Hold undo;

@@ -13,6 +13,8 @@ import sys
 BELOW = [
     ('host/scene/object', 'host/scene/node'),
     ('host/scene/node', 'host/scene/scene'),
+    ('host/scene/scene', 'host/scene/host_context'),
+    ('host/scene/external_object', 'host/scene/host_context'),
     ('Dravin/engine/item_lanes', 'Dravin/engine/item_steps'),
     ('Dravin/engine/item_steps', 'Dravin/engine/produce_items'),
     ('Dravin/engine/areas/', 'Dravin/engine/build_input'),

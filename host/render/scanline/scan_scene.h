@@ -61,7 +61,8 @@ public:
     HitPlace PlaceOf(size_t piece, uint32_t face, float u, float v) const;
     // Draws a piece into a window of a view: emit(x, y, depth, face, u, v), with x and y in the
     // window, of every sample that a face covers. Faces that masks may cut come through
-    // `emitMasked`. Faces of a changeable mesh that shrank to a point are left out.
+    // `emitMasked`. Faces of a changeable mesh that shrank to a point are left out. Callers include
+    // scan_scene_draw.h.
     template <class Emit, class EmitMasked>
     void DrawPiece(size_t piece, const ScanView& view, const RasterWindow& window, const Emit& emit,
                    const EmitMasked& emitMasked) const;
@@ -128,5 +129,3 @@ private:
     std::vector<size_t> m_first;  // by tile, and the end
     std::vector<uint32_t> m_pieces;
 };
-
-#include "host/render/scanline/scan_scene_draw.h"

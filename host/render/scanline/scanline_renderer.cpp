@@ -8,6 +8,7 @@
 
 #include "host/base/memory_size.h"
 #include "host/base/thread_pool.h"
+#include "host/render/scanline/scan_scene_draw.h"
 #include "host/render/scanline/scan_shading.h"
 #include "host/render/scanline/shadow_scene.h"
 

@@ -4,6 +4,7 @@
 
 #include "host/base/thread_pool.h"
 #include "host/render/sampler.h"
+#include "host/render/scanline/scan_scene_draw.h"
 
 namespace {
 

@@ -1,5 +1,6 @@
 #include "host/base/signal.h"
 
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -94,6 +95,31 @@ TEST(Signal, AListenerMayLeaveByItselfAndOthersStillHear) {
     heard.signal.Send(1);
     heard.signal.Send(2);
     EXPECT_EQ(heard.text, "s1 o1 o2 ");
+}
+
+TEST(Signal, AListenerThatLeftIsNotCalledByASendingOfItsOwn) {
+    Heard heard;
+    Connection self;
+    self = heard.signal.Connect([&](int n) {
+        heard.text += 's' + std::to_string(n) + ' ';
+        self.Disconnect();
+        heard.signal.Send(n + 1);
+    });
+    Connection other = heard.Listen('o');
+    heard.signal.Send(1);
+    EXPECT_EQ(heard.text, "s1 o2 o1 ");
+}
+
+TEST(Signal, WhatACallbackHoldsOutlivesItsCall) {
+    Signal<> signal;
+    Connection self;
+    auto held = std::make_shared<int>(7);
+    self = signal.Connect([&self, mine = held] {
+        self.Disconnect();
+        EXPECT_EQ(*mine, 7);
+    });
+    signal.Send();
+    EXPECT_EQ(held.use_count(), 1);
 }
 
 TEST(Signal, AListenerMaySendAgain) {
