@@ -1,5 +1,6 @@
 #include "host/params/hold.h"
 
+#include <algorithm>
 #include <cassert>
 #include <utility>
 
@@ -50,6 +51,13 @@ void Hold::SuperCancel() { Cancel(); }
 
 void Hold::Put(std::unique_ptr<RestoreObj> record) {
     if (Holding()) m_current.records.push_back(std::move(record));
+}
+
+bool Hold::HasRecordOf(const void* what) const {
+    if (m_marks.empty()) return false;
+    auto first = m_current.records.begin() + ptrdiff_t(m_marks.back());
+    return std::any_of(first, m_current.records.end(),
+                       [what](const auto& record) { return record->Of() == what; });
 }
 
 void Hold::Step::Measure() {

@@ -23,6 +23,8 @@ public:
     virtual void EndHold() {}
     // Memory that the record keeps alive, roughly, in bytes.
     virtual size_t Size() const { return sizeof(*this); }
+    // What alone it brings back, where it says so: see Hold::HasRecordOf.
+    virtual const void* Of() const { return nullptr; }
 };
 
 class Hold {
@@ -47,6 +49,10 @@ public:
     // A record put now would be kept.
     bool Holding() const { return m_open > 0 && m_suspended == 0; }
     void Put(std::unique_ptr<RestoreObj> record);
+    // Since the level that is open began, a record of this has been put: going back brings what was
+    // there before all changes of it, going forth what was there after them. Whoever records large
+    // values keeps the first alone.
+    bool HasRecordOf(const void* what) const;
     // An earlier or later state is being brought back: whoever hears of the changes must not tidy
     // up after them, as the state that comes back is whole.
     bool IsRestoring() const { return m_restoring; }

@@ -13,17 +13,19 @@
 template <class Exchange>
 class ExchangeRestore : public RestoreObj {
 public:
-    ExchangeRestore(std::shared_ptr<void> keep, Exchange exchange, size_t bytes)
-        : m_keep(std::move(keep)), m_exchange(std::move(exchange)), m_bytes(bytes) {}
+    ExchangeRestore(std::shared_ptr<void> keep, Exchange exchange, size_t bytes, const void* of)
+        : m_keep(std::move(keep)), m_exchange(std::move(exchange)), m_bytes(bytes), m_of(of) {}
 
     void Restore(bool) override { m_exchange(); }
     void Redo() override { m_exchange(); }
     size_t Size() const override { return sizeof(*this) + m_bytes; }
+    const void* Of() const override { return m_of; }
 
 private:
     std::shared_ptr<void> m_keep;  // whose value it is
     Exchange m_exchange;
     size_t m_bytes;
+    const void* m_of;
 };
 
 // Whether this thread's edits are being recorded now: who keeps a large value for it asks first.
@@ -34,13 +36,15 @@ inline bool IsRecording() {
 
 // Records a change of `owner`, if changes are being recorded and the owner is of a lasting kind.
 // exchange(): puts the kept value in the place of the present one, keeps that, and tells whoever
-// must know. bytes: what the kept value takes beyond its own size.
+// must know. bytes: what the kept value takes beyond its own size. of: what is exchanged, where its
+// first change of a level is to be kept alone; null where each is.
 template <class Exchange>
-void RecordExchange(ReferenceMaker& owner, Exchange exchange, size_t bytes = 0) {
-    if (!IsRecording()) return;
+void RecordExchange(ReferenceMaker& owner, Exchange exchange, size_t bytes = 0,
+                    const void* of = nullptr) {
+    if (!IsRecording() || (of && CurrentHold()->HasRecordOf(of))) return;
     if (std::shared_ptr<void> keep = owner.KeepForUndo())
-        CurrentHold()->Put(std::make_unique<ExchangeRestore<Exchange>>(std::move(keep),
-                                                                       std::move(exchange), bytes));
+        CurrentHold()->Put(std::make_unique<ExchangeRestore<Exchange>>(
+            std::move(keep), std::move(exchange), bytes, of));
 }
 
 // Sees whether a change of a maker's references makes other things of it animated.

@@ -38,11 +38,12 @@ TriObject::TriObject(std::shared_ptr<const Mesh> mesh, const MeshOrigin& meshOri
 Mtl* TriObject::DefaultMtl() const { return fileMaterial.Get(); }
 
 void TriObject::SetMesh(std::shared_ptr<const Mesh> mesh) {
-    RecordExchange(*this, [this, other = m_mesh, otherAnimation = m_animation]() mutable {
+    auto exchange = [this, other = m_mesh, otherAnimation = m_animation]() mutable {
         std::swap(m_mesh, other);
         std::swap(m_animation, otherAnimation);
         NotifyDependents();
-    });
+    };
+    RecordExchange(*this, std::move(exchange), m_mesh->BytesHeld(), &m_mesh);
     m_mesh = std::move(mesh);
     m_animation = nullptr;
     origin = MeshOrigin{};

@@ -143,3 +143,23 @@ TEST_F(AttachNodes, IsOneStepToUndo) {
     EXPECT_EQ(MeshOf(a).NumFaces(), 2 * before.NumFaces());
     EXPECT_EQ(scene.FindNode("b"), nullptr);
 }
+
+TEST_F(AttachNodes, WhatIsKeptForUndoGrowsWithTheNodesAlone) {
+    std::vector<INode*> nodes;
+    size_t bytes = 0;
+    for (int i = 0; i < 40; ++i) {
+        auto mesh = std::make_shared<Mesh>(MakeBox(2, 2, 2, 12));
+        bytes += mesh->BytesHeld();
+        nodes.push_back(scene.AddNode("n", std::make_shared<TriObject>(std::move(mesh))));
+    }
+    {
+        UndoStep step("Attach");
+        ASSERT_TRUE(AttachNodesScript(nodes, "all", &error)) << error;
+    }
+    // Each mesh on the way would make 20 times of that.
+    EXPECT_LT(scene.undo.Memory(), 2 * bytes);
+    ASSERT_TRUE(scene.undo.Undo());
+    EXPECT_EQ(scene.Nodes().size(), nodes.size());
+    ASSERT_TRUE(scene.undo.Redo());
+    EXPECT_EQ(MeshOf(*nodes[0]).NumFaces(), 40 * MakeBox(2, 2, 2, 12).NumFaces());
+}

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include "host/params/undo_step.h"
 #include "host/scene/host_context.h"
+#include "host/scene/object.h"
 
 namespace {
 
@@ -52,6 +54,41 @@ TEST(Hold, CancelUndoesOnlyItsLevel) {
     EXPECT_EQ(value, 1);
     EXPECT_EQ(hold.NumUndoSteps(), 1u);
     EXPECT_EQ(hold.UndoName(), "Both");
+}
+
+TEST(Hold, AMeshThatChangesTwiceInALevelIsKeptOnce) {
+    HostContext session;
+    auto object = std::make_shared<TriObject>();
+    std::shared_ptr<const Mesh> first = object->GetMesh();
+    std::weak_ptr<const Mesh> between;
+    auto last = std::make_shared<const Mesh>();
+    {
+        UndoStep step("Change");
+        object->SetMesh(std::make_shared<const Mesh>());
+        between = object->GetMesh();
+        object->SetMesh(last);
+    }
+    EXPECT_TRUE(between.expired());
+    ASSERT_TRUE(session.Undo().Undo());
+    EXPECT_EQ(object->GetMesh(), first);
+    ASSERT_TRUE(session.Undo().Redo());
+    EXPECT_EQ(object->GetMesh(), last);
+}
+
+TEST(Hold, AMeshComesBackFromALevelInsideThatIsGivenUp) {
+    HostContext session;
+    Hold& hold = session.Undo();
+    auto object = std::make_shared<TriObject>();
+    std::shared_ptr<const Mesh> first = object->GetMesh();
+    auto outside = std::make_shared<const Mesh>();
+    hold.SuperBegin();
+    object->SetMesh(outside);
+    hold.Begin();
+    object->SetMesh(std::make_shared<const Mesh>());
+    hold.Cancel();
+    EXPECT_EQ(object->GetMesh(), outside);
+    hold.SuperCancel();
+    EXPECT_EQ(object->GetMesh(), first);
 }
 
 TEST(Hold, NothingRecordedLeavesNoStep) {
