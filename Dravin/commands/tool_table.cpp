@@ -162,9 +162,11 @@ void AddPresetCommands(TCommandTable& table) {
          "Writes the object's parameters as a file of one preset, named as the file is; gives "
          "whether it did.",
          TCommandTarget::kObject,
-         {{"to", Kind::kText, "the file, ending with .ope (default: asks for it)"}},
+         {{"to", Kind::kText, "the file, ending with .ope (default: asks for it)"},
+          {"name", Kind::kText, "of the file that is offered then"}},
          [](TCommandCall& call) {
-             return TCommandResult::Value(ParamInput(Presets(call).Export(call.Text("to"))));
+             return TCommandResult::Value(
+                 ParamInput(Presets(call).Export(call.Text("to"), call.Text("name"))));
          }});
     table.Add({"preset.import",
                "",

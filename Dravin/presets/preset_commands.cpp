@@ -8,6 +8,7 @@ namespace {
 
 constexpr const char* kCaption = "Dravin Pack Presets";
 constexpr const char* kEnding = ".ope";
+constexpr const char* kKind = "Preset files";
 
 IUserInterface& User() { return HostContext::Current()->UserInterface(); }
 
@@ -56,9 +57,12 @@ bool TPresetCommands::Delete(const std::string& name) {
     return Finish(result, result.error, kCaption);
 }
 
-bool TPresetCommands::Export(std::string path) {
+bool TPresetCommands::Export(std::string path, const std::string& name) {
     if (path.empty()) {
-        path = User().PickFile({"Export Dravin preset", true, {}, {kEnding}}).value_or("");
+        std::string offered = (name.empty() ? "dravin_preset" : name) + kEnding;
+        path = User()
+                   .PickFile({"Export Dravin preset", true, {}, {kEnding}, offered, kKind})
+                   .value_or("");
         if (path.empty()) return false;
     }
     if (!path.ends_with(kEnding)) path += kEnding;
@@ -67,7 +71,8 @@ bool TPresetCommands::Export(std::string path) {
 
 bool TPresetCommands::Import(std::string path) {
     if (path.empty())
-        path = User().PickFile({"Import Dravin preset", false, {}, {kEnding}}).value_or("");
+        path =
+            User().PickFile({"Import Dravin preset", false, {}, {kEnding}, {}, kKind}).value_or("");
     if (path.empty()) return false;
     std::string first;
     return Finish(LoadDravinPreset(m_object, &first, path), "Error loading preset",

@@ -20,8 +20,8 @@ public:
     bool Save(const std::string& name);
     bool Delete(const std::string& name);
     // Writes a file of one preset, which takes the file's base name; ".ope" is added where the path
-    // has another ending. Asks for the file where none is given.
-    bool Export(std::string path = {});
+    // has another ending. Asks for the file where none is given, and offers one of that name.
+    bool Export(std::string path = {}, const std::string& name = {});
     // Loads the first preset of a file, which it asks for where none is given.
     bool Import(std::string path = {});
 

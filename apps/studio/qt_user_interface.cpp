@@ -44,14 +44,8 @@ public:
         return isYes ? Answer::kYes : pressed == QMessageBox::No ? Answer::kNo : Answer::kCancel;
     }
     std::optional<std::string> PickFile(const FileRequest& request) override {
-        QString filter, path;
-        for (const std::string& ending : request.endings) filter += "*" + Text(ending) + " ";
-        InWindow([&] {
-            auto pick =
-                request.save ? &QFileDialog::getSaveFileName : &QFileDialog::getOpenFileName;
-            path = pick(m_parent, Text(request.title), Text(request.folder), filter.trimmed(),
-                        nullptr, {});
-        });
+        QString path;
+        InWindow([&] { path = AskForFile(request); });
         if (path.isEmpty()) return std::nullopt;
         return path.toStdString();
     }
@@ -79,6 +73,24 @@ private:
     void InWindow(const Work& work) {
         if (QThread::currentThread() == qApp->thread()) return work();
         QMetaObject::invokeMethod(qApp, work, Qt::BlockingQueuedConnection);
+    }
+
+    // The ending is there before the box asks about a file that would be written over.
+    QString AskForFile(const FileRequest& request) {
+        QStringList patterns;
+        for (const std::string& ending : request.endings) patterns += "*" + Text(ending);
+        QString filter = patterns.join(' ');
+        if (!request.kind.empty()) filter = Text(request.kind) + "(" + filter + ")";
+        QFileDialog dialog(m_parent, Text(request.title), Text(request.folder), filter);
+        if (request.save) {
+            dialog.setAcceptMode(QFileDialog::AcceptSave);
+            if (!request.endings.empty())
+                dialog.setDefaultSuffix(Text(request.endings[0]).remove(0, 1));
+        } else
+            dialog.setFileMode(QFileDialog::ExistingFile);
+        if (!request.name.empty()) dialog.selectFile(Text(request.name));
+        return dialog.exec() && !dialog.selectedFiles().isEmpty() ? dialog.selectedFiles()[0]
+                                                                  : QString();
     }
 
     std::optional<std::vector<std::string>> Tick(const std::string& title,

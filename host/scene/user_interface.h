@@ -19,6 +19,7 @@ struct FileRequest {
     std::string folder;
     std::vector<std::string> endings;  // ".ope", in the order offered
     std::string name = {};             // offered for a file to save
+    std::string kind = {};             // of files: "Preset files"; empty: their endings say it
 };
 
 class IUserInterface {

@@ -195,6 +195,21 @@ TEST_F(DravinPresets, ExportTakesTheFilesNameAndImportTheFirstSection) {
     EXPECT_FALSE(commands.Export());  // the user gave up
 }
 
+TEST_F(DravinPresets, AFileNameIsOffered) {
+    TPresetCommands commands(*object, path);
+    commands.Export({}, "Old Oaks");
+    commands.Export();
+    commands.Import();
+    ASSERT_EQ(user->fileRequests.size(), 3u);
+    EXPECT_EQ(user->fileRequests[0].name, "Old Oaks.ope");
+    EXPECT_EQ(user->fileRequests[0].title, "Export Dravin preset");
+    EXPECT_EQ(user->fileRequests[0].kind, "Preset files");
+    EXPECT_TRUE(user->fileRequests[0].save);
+    EXPECT_EQ(user->fileRequests[1].name, "dravin_preset.ope");
+    EXPECT_EQ(user->fileRequests[2].title, "Import Dravin preset");
+    EXPECT_FALSE(user->fileRequests[2].save);
+}
+
 TEST_F(DravinPresets, FilesThatAreNamedAreNotAskedFor) {
     TPresetCommands commands(*object, path);
     SetSeed(7);
