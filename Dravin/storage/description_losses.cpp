@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include "Dravin/dravin.h"
+#include "host/base/text.h"
 #include "host/scene/scene.h"
 #include "host/scene/texmaps.h"
 #include "host/storage/scene_layout.h"
@@ -18,11 +19,7 @@ public:
     void Add(const std::vector<std::string>& names, const char* what) {
         constexpr size_t kMost = 3;
         if (names.empty()) return;
-        std::string list;
-        for (size_t i = 0; i < std::min(names.size(), kMost); ++i)
-            list += fmt::format("{}\"{}\"", i ? ", " : "", names[i]);
-        if (names.size() > kMost) list += fmt::format(" and {} more", names.size() - kMost);
-        Add(fmt::format("{}: {}", what, list));
+        Add(fmt::format("{}: {}", what, ListedNames(names, kMost)));
     }
     void Add(std::string text) {
         m_lines.push_back("a scene description cannot hold " + std::move(text));

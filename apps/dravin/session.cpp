@@ -99,16 +99,6 @@ private:
     std::jthread m_thread;
 };
 
-// `"a", "b" and 3 more`, or "none".
-std::string Listed(const std::vector<std::string>& names) {
-    constexpr size_t kMost = 10;
-    if (names.empty()) return "none";
-    std::string text;
-    for (size_t i = 0; i < std::min(names.size(), kMost); ++i)
-        text += fmt::format("{}\"{}\"", i ? ", " : "", names[i]);
-    return names.size() > kMost ? fmt::format("{} and {} more", text, names.size() - kMost) : text;
-}
-
 }  // namespace
 
 bool IsDescriptionName(const std::string& path) {
@@ -289,7 +279,7 @@ std::optional<std::vector<SceneDravin>> Session::FindObjects(const std::string& 
         if (names.back() == name) return std::vector<SceneDravin>{dravin};
     }
     PrintError(fmt::format("--object: the scene has no scatter object \"{}\"{}; it has {}", name,
-                           DidYouMean(name, names), Listed(names)));
+                           DidYouMean(name, names), names.empty() ? "none" : ListedNames(names)));
     return std::nullopt;
 }
 
@@ -300,7 +290,7 @@ std::optional<SceneDravin> Session::FindObject(const std::string& name) {
     std::vector<std::string> names;
     for (const SceneDravin& dravin : *objects) names.push_back(dravin.node->GetName());
     PrintError(fmt::format("the scene has several scatter objects; choose one with --object: {}",
-                           Listed(names)));
+                           ListedNames(names)));
     return std::nullopt;
 }
 

@@ -38,15 +38,6 @@ PresetResult CheckName(const std::string& name) {
                                                        CutText(MendUtf8(name), 60), fault));
 }
 
-std::string Listed(const std::vector<std::string>& names) {
-    constexpr size_t kMost = 10;
-    std::string text;
-    for (size_t i = 0; i < std::min(names.size(), kMost); ++i)
-        text += fmt::format("{}\"{}\"", i ? ", " : "", names[i]);
-    if (names.size() > kMost) text += fmt::format(" and {} more", names.size() - kMost);
-    return text;
-}
-
 }  // namespace
 
 std::string PresetNameFault(const std::string& name) {
@@ -98,7 +89,7 @@ PresetResult PresetFile::NotThere(const IniFile& file, const std::string& name) 
         return Failure(PresetStatus::kNoSuchPreset,
                        fmt::format("{}: there is no such file", m_path));
     std::vector<std::string> names = NamesIn(file);
-    std::string has = names.empty() ? "it has none" : "it has " + Listed(names);
+    std::string has = names.empty() ? "it has none" : "it has " + ListedNames(names);
     if (name.empty())
         return Failure(PresetStatus::kNoSuchPreset, fmt::format("{}: holds no preset", m_path));
     return Failure(PresetStatus::kNoSuchPreset, fmt::format("{}: no preset \"{}\"{}; {}", m_path,

@@ -142,6 +142,13 @@ std::string DidYouMean(std::string_view name, const std::vector<std::string>& ca
     return nearest.empty() ? "" : fmt::format(", did you mean \"{}\"?", nearest);
 }
 
+std::string ListedNames(const std::vector<std::string>& names, size_t most) {
+    std::string text;
+    for (size_t i = 0; i < std::min(names.size(), most); ++i)
+        text += fmt::format("{}\"{}\"", i ? ", " : "", names[i]);
+    return names.size() > most ? fmt::format("{} and {} more", text, names.size() - most) : text;
+}
+
 std::string CutText(std::string_view text, size_t n) {
     auto isStart = [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; };
     size_t end = 0;

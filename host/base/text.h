@@ -42,6 +42,9 @@ std::string NearestName(std::string_view name, const std::vector<std::string>& c
 // `, did you mean "x"?` for the nearest candidate, or nothing.
 std::string DidYouMean(std::string_view name, const std::vector<std::string>& candidates);
 
+// `"a", "b" and 3 more`: the first names, ten unless told. Empty where there are none.
+std::string ListedNames(const std::vector<std::string>& names, size_t most = 10);
+
 // At most n characters (code points) of UTF-8 text; a cut never splits one.
 std::string CutText(std::string_view text, size_t n);
 

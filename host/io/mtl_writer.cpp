@@ -1,12 +1,9 @@
 #include "host/io/mtl_writer.h"
 
-#include <filesystem>
-
 #include <fmt/format.h>
 
+#include "host/base/near_path.h"
 #include "host/scene/texmaps.h"
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -19,14 +16,6 @@ std::string WithoutBlanks(std::string name) {
     for (char& c : name)
         if (static_cast<unsigned char>(c) <= ' ') c = '_';
     return name;
-}
-
-// From the library's folder where the image lies below it, else from the root.
-std::string PathFrom(const std::string& folder, const std::string& image) {
-    std::error_code error;
-    fs::path whole = fs::weakly_canonical(fs::absolute(image), error);
-    fs::path relative = whole.lexically_relative(fs::weakly_canonical(fs::absolute(folder), error));
-    return relative.empty() || *relative.begin() == ".." ? whole.string() : relative.string();
 }
 
 }  // namespace
@@ -73,5 +62,5 @@ void MtlWriter::AddMap(const char* keyword, const StandardMtl& material, const T
     if (!(map->offset.Get() == Point2{}))
         m_text += fmt::format(" -o {} {} 0", map->offset->x, map->offset->y);
     if (bitmap && bitmap->wrap == BitmapTex::Wrap::kClamp) m_text += " -clamp on";
-    m_text += ' ' + PathFrom(m_folder, map->ImageFile()) + '\n';
+    m_text += ' ' + NearPath(map->ImageFile(), m_folder) + '\n';
 }

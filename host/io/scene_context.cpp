@@ -1,15 +1,13 @@
 #include <cmath>
-#include <filesystem>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "host/base/near_path.h"
 #include "host/base/text.h"
 #include "host/io/scene_description.h"
 #include "host/io/scene_file.h"
 #include "host/io/scene_parts.h"
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -24,10 +22,6 @@ template <class Map>
 auto FindPointer(const Map& map, const std::string& key) {
     auto it = map.find(key);
     return it == map.end() ? nullptr : &it->second;
-}
-
-bool Leaves(const fs::path& relative) {
-    return relative.is_absolute() || (!relative.empty() && *relative.begin() == "..");
 }
 
 std::string NoSuch(const char* what, const std::string& name,
@@ -163,11 +157,7 @@ nlohmann::ordered_json DescriptionWriter::MtlName(const Mtl* mtl) const {
 }
 
 std::string DescriptionWriter::FileName(const std::string& path) const {
-    std::error_code failed;
-    fs::path full = fs::absolute(path, failed).lexically_normal();
-    fs::path base = fs::absolute(folder.empty() ? "." : folder, failed).lexically_normal();
-    fs::path relative = full.lexically_relative(base);
-    return relative.empty() || Leaves(relative) ? full.string() : relative.string();
+    return NearPath(path, folder);
 }
 
 nlohmann::ordered_json DescriptionWriter::Number(float value) {

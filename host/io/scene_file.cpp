@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include "host/base/file_input.h"
+#include "host/base/near_path.h"
 
 namespace fs = std::filesystem;
 
@@ -16,17 +17,13 @@ fs::path NativePath(std::string text) {
     return {text};
 }
 
-bool Leaves(const fs::path& relative) {
-    return relative.is_absolute() || (!relative.empty() && *relative.begin() == "..");
-}
-
 // Whether links lead from a path within the folder to one outside it.
 bool LeadsOut(const fs::path& folder, const fs::path& path) {
     std::error_code failed;
     fs::path inner = fs::canonical(path, failed);
     if (failed) return false;
     fs::path outer = fs::canonical(folder.empty() ? "." : folder, failed);
-    return !failed && Leaves(inner.lexically_relative(outer));
+    return !failed && LeavesFolder(inner.lexically_relative(outer));
 }
 
 }  // namespace
@@ -41,7 +38,7 @@ SceneFile FindSceneFile(const std::string& folder, const std::string& name) {
     fs::path given = NativePath(name).lexically_normal();
     std::string path = (fs::path(folder) / given).lexically_normal().string();
     if (!RegularFileSize(path, &file.error)) return file;
-    if (Leaves(given))
+    if (LeavesFolder(given))
         file.warning = fmt::format("{} lies outside the scene's folder", path);
     else if (LeadsOut(folder, path))
         file.warning = fmt::format("{} is a link that leads outside the scene's folder", path);

@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include "host/base/near_path.h"
 #include "host/base/text.h"
 #include "host/io/export_colors.h"
 #include "host/io/gltf_image.h"
@@ -85,11 +86,8 @@ bool UsdMaterials::Add(const StandardMtl* material, std::string* path, std::stri
 }
 
 std::string UsdMaterials::FileFromFolder(const std::string& file) const {
-    std::error_code ignored;
-    fs::path whole = fs::weakly_canonical(fs::absolute(file), ignored);
-    fs::path relative = whole.lexically_relative(fs::weakly_canonical(m_folder, ignored));
-    if (relative.empty() || *relative.begin() == "..") return whole.string();
-    return "./" + relative.string();
+    std::string path = NearPath(file, m_folder);
+    return fs::path(path).is_absolute() ? path : "./" + path;
 }
 
 bool UsdMaterials::BakeImage(const StandardMtl& carrier, Image* image, std::string* error) {

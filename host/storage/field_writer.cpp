@@ -1,6 +1,12 @@
 #include "host/storage/field_writer.h"
 
-#include "host/storage/stored_path.h"
+#include "host/base/near_path.h"
+
+namespace {
+
+constexpr int kFoldersAbove = 2;  // of the scene's folder: a project holds both
+
+}  // namespace
 
 uint32_t MeshesToStore::IndexOf(const std::shared_ptr<const Mesh>& mesh) {
     auto [it, isNew] = m_index.try_emplace(mesh.get(), uint32_t(m_meshes.size()));
@@ -9,7 +15,7 @@ uint32_t MeshesToStore::IndexOf(const std::shared_ptr<const Mesh>& mesh) {
 }
 
 void FieldWriter::Path(uint32_t id, const std::string& path) {
-    (*this)(id, StoredPath(path, m_folder));
+    (*this)(id, NearPath(path, m_folder, kFoldersAbove));
 }
 
 uint32_t FieldWriter::AddRef(const std::shared_ptr<ReferenceTarget>& target) {

@@ -56,6 +56,13 @@ TEST(CutText, CountsCharactersAndNeverSplitsOne) {
     EXPECT_EQ(CutText("abc", 0), "");
 }
 
+TEST(ListedNames, SaysHowManyAreLeftOut) {
+    EXPECT_EQ(ListedNames({}), "");
+    EXPECT_EQ(ListedNames({"oak"}), "\"oak\"");
+    EXPECT_EQ(ListedNames({"a", "b", "c"}, 3), "\"a\", \"b\", \"c\"");
+    EXPECT_EQ(ListedNames({"a", "b", "c", "d", "e"}, 2), "\"a\", \"b\" and 3 more");
+}
+
 }  // namespace
 
 TEST(FirstLine, IsShortAndWhole) {
