@@ -60,12 +60,26 @@ endfunction()
 # the flags of its own target.
 set(DRAVIN_TEST_OPTIONS $<$<CONFIG:Release>:-O1>)
 
-# dravin_test(name SOURCES a_test.cpp … LIBS lib … HEADERS <h> …): one GoogleTest program, one CTest
-# entry. A test that is skipped fails it: what a test needs is installed with the rest, so nothing may
+# together(target file…): compiles several files of a target as one, as most of what compilers do for
+# them is the same; but not these files, whose names within a file are those of others. A build
+# without this (DRAVIN_UNITY=OFF) compiles each by itself, and after a change less.
+function(together target)
+    if(NOT DRAVIN_UNITY)
+        return()
+    endif()
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 5)
+    if(ARGN)
+        set_source_files_properties(${ARGN} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+    endif()
+endfunction()
+
+# dravin_test(name SOURCES a_test.cpp … LIBS lib … HEADERS <h> … ALONE a_test.cpp …): one GoogleTest program, one CTest
+# entry, its files compiled together but for those ALONE. A test that is skipped fails it: what a test needs is installed with the rest, so nothing may
 # stand aside. HEADERS: heavy ones, as above; tests of Qt need some, as Qt has code built otherwise.
 function(dravin_test name)
-    cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;HEADERS" ${ARGN})
+    cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;HEADERS;ALONE" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
+    together(${name} ${ARG_ALONE})
     target_link_libraries(${name} PRIVATE dravin_flags ${ARG_LIBS} GTest::gmock GTest::gtest_main)
     target_compile_options(${name} PRIVATE ${DRAVIN_TEST_OPTIONS})
     if(ARG_HEADERS)
