@@ -6,6 +6,7 @@
 
 #include "Dravin/dravin.h"
 #include "host/base/log.h"
+#include "host/math/degrees.h"
 #include "host/params/hold.h"
 #include "host/scene/host_context.h"
 
@@ -13,7 +14,6 @@ using namespace camParams;
 
 namespace {
 
-constexpr float kDegreesToRadians = 0.017453292f;
 // Beyond them a view has no width, or no sides.
 constexpr float kNarrowestFov = 0.01f, kWidestFov = 179;
 

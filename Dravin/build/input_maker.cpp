@@ -15,13 +15,13 @@
 #include "host/base/log.h"
 #include "host/base/memory_size.h"
 #include "host/base/thread_pool.h"
+#include "host/math/degrees.h"
 #include "host/params/hold.h"
 #include "host/scene/host_context.h"
 #include "host/scene/scene.h"
 
 namespace {
 
-constexpr float kDegreesToRadians = 0.017453292f;
 constexpr int kCurveSamples = 100;
 constexpr int64_t kNoLimit = std::numeric_limits<int32_t>::max();
 

@@ -7,12 +7,12 @@
 
 #include "host/base/log.h"
 #include "host/geom/mesh_adjacency.h"
+#include "host/math/degrees.h"
 #include "host/scene/node.h"
 
 namespace {
 
 constexpr float kSmallestOffset = 1e-6f;
-constexpr float kDegreesToRadians = 0.017453292f;
 
 class PointMaker {
 public:

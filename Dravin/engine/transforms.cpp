@@ -4,12 +4,7 @@
 #include <cmath>
 
 #include "Dravin/engine/item_transform.h"
-
-namespace {
-
-constexpr float kDegreesToRadians = 0.017453292f;
-
-}  // namespace
+#include "host/math/degrees.h"
 
 TTransformRanges TransformRanges(const TTransformSettings& s, const TItemOverrides* overrides) {
     TTransformRanges ranges{};

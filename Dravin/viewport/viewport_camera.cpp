@@ -2,10 +2,11 @@
 
 #include <cmath>
 
+#include "host/math/degrees.h"
+
 TViewportCamera::TViewportCamera(const Matrix3& transform, float fovDegrees, int width, int height,
                                  float nearest)
     : m_toView(Inverse(transform)), m_width(width), m_height(height), m_nearest(nearest) {
-    constexpr float kDegreesToRadians = 0.017453292f;
     m_slopeX = std::tan(fovDegrees * kDegreesToRadians / 2);
     m_slopeY = m_slopeX * float(height) / float(width);
     m_centerX = float(width) / 2, m_centerY = float(height) / 2;

@@ -9,10 +9,10 @@
 #include <fmt/format.h>
 
 #include "host/base/text.h"
+#include "host/math/degrees.h"
 
 namespace {
 
-constexpr double kDegreesToRadians = std::numbers::pi / 180;
 constexpr uint64_t kMaxText = 1 << 20;
 
 // Numbers of either byte order at checked places.
@@ -166,7 +166,7 @@ std::optional<double> MetresOfUnit(uint16_t code) {
 std::optional<double> DegreesOfUnit(uint16_t code) {
     switch (code) {
         case 9101:
-            return 1 / kDegreesToRadians;
+            return 1 / kRadiansOfDegree;
         case 9102:
         case 9122:
             return 1;
@@ -235,10 +235,10 @@ GeoTiffTags ReadGeoTiffTags(std::string_view bytes) {
 DegreeLengths MetresPerDegree(double latitudeDegrees) {
     constexpr double kMajor = 6378137, kFlattening = 1 / 298.257223563;
     constexpr double kSquare = kFlattening * (2 - kFlattening);  // of the eccentricity
-    double sine = std::sin(latitudeDegrees * kDegreesToRadians);
+    double sine = std::sin(latitudeDegrees * kRadiansOfDegree);
     double w = std::sqrt(1 - kSquare * sine * sine);
-    double x = kMajor / w * std::cos(latitudeDegrees * kDegreesToRadians);
-    return {x * kDegreesToRadians, kMajor * (1 - kSquare) / (w * w * w) * kDegreesToRadians};
+    double x = kMajor / w * std::cos(latitudeDegrees * kRadiansOfDegree);
+    return {x * kRadiansOfDegree, kMajor * (1 - kSquare) / (w * w * w) * kRadiansOfDegree};
 }
 
 void ScaleDegrees(double degreesX, double degreesY, double latitude, GeoScale* scale) {

@@ -3,13 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "host/math/degrees.h"
 #include "host/math/sin_cos.h"
-
-namespace {
-
-constexpr double kDegreesToRadians = 0.017453292519943295;
-
-}  // namespace
 
 Matrix3 Matrix3::RotationX(float radians) {
     auto [s, c] = SinCosOf(radians);
@@ -150,7 +145,7 @@ Quat Slerp(const Quat& a, const Quat& b, float u) {
 }
 
 Matrix3 EulerDegreesToMatrix(const Point3& degrees) {
-    auto radians = [](float angle) { return float(angle * kDegreesToRadians); };
+    auto radians = [](float angle) { return float(angle * kRadiansOfDegree); };
     return Matrix3::RotationX(radians(degrees.x)) * Matrix3::RotationY(radians(degrees.y)) *
            Matrix3::RotationZ(radians(degrees.z));
 }
