@@ -4,7 +4,6 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
-#include <numbers>
 
 #include <fmt/format.h>
 
