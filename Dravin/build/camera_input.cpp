@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include "Dravin/build/object_log.h"
 #include "Dravin/dravin.h"
 #include "host/base/log.h"
 #include "host/math/degrees.h"
@@ -41,10 +42,12 @@ void SetView(const TParameters& p, const TCameraScene& scene, const Matrix3& cam
     state.view = TViewVolume(shape, state.toObject);
 }
 
-void Assign(IParamBlock2& cam, ParamID id, const char* what, INode* node, const char* source) {
+void Assign(const TDravin& object, IParamBlock2& cam, ParamID id, const char* what, INode* node,
+            const char* source) {
     if (cam.GetNode(id) == node) return;
     cam.SetValue(id, 0, node->shared_from_this());
-    Log(LogKind::kDebug,
+    ObjectLog(
+        object, LogKind::kDebug,
         fmt::format("CheckAutoCamera. Assigned {} from {}: '{}'", what, source, node->GetName()));
 }
 
@@ -101,6 +104,6 @@ void CheckAutoCamera(TDravin& object, const Scene& scene) {
     if (!camera || !cam.GetBool(kCamauto) || !UsesCamera(cam)) return;
     HoldSuspender noUndo(CurrentHold());
     NotifySuspender quiet(cam);
-    Assign(cam, kCamera, "camera", camera, source);
-    if (cam.GetBool(kCamlookat)) Assign(cam, kLookat, "lookat", camera, source);
+    Assign(object, cam, kCamera, "camera", camera, source);
+    if (cam.GetBool(kCamlookat)) Assign(object, cam, kLookat, "lookat", camera, source);
 }

@@ -88,7 +88,8 @@ void TDravinBuild::BuildAtOnce() {
     m_progress.Start(0);
     m_failure.clear();
     m_refusal.clear();
-    Log(LogKind::kNormal, fmt::format("Starting BuildMesh({})", m_time));
+    m_log = TObjectLog(m_object);
+    m_log(LogKind::kNormal, fmt::format("Starting BuildMesh({})", m_time));
     if (CanKeepItems())
         MakeShownAgain();
     else
@@ -102,8 +103,8 @@ void TDravinBuild::BuildAtOnce() {
     if (m_panel.status != TBuildStatus::kSuccess) m_validity = Interval::Instant(m_time);
     if (!m_validity.Contains(m_time)) m_validity = Interval::Instant(m_time);
     if (m_panel.status == TBuildStatus::kCancelled) m_validity = Interval::Never();
-    Log(LogKind::kNormal, fmt::format("Exiting BuildMesh ({} items, code {})",
-                                      m_statistics.itemCount, int(m_panel.status)));
+    m_log(LogKind::kNormal, fmt::format("Exiting BuildMesh ({} items, code {})",
+                                        m_statistics.itemCount, int(m_panel.status)));
 }
 
 void TDravinBuild::MakeAll() {
@@ -161,7 +162,7 @@ bool TDravinBuild::CanKeepItems() const {
 }
 
 void TDravinBuild::MakeShownAgain() {
-    Log(LogKind::kDebug, "BuildMesh keeps the items");
+    m_log(LogKind::kDebug, "BuildMesh keeps the items");
     m_validity = m_itemsValidity;
     TParameters parameters(m_object, m_time, &m_validity);
     m_panel.status = BuildSpecimens(parameters);
@@ -234,7 +235,7 @@ void TDravinBuild::BreakOff(TBuildStatus status, const char* why) {
         m_failure = why;
         INode* node = GetWorldNode(m_object);
         LogError(fmt::format("{}: the build broke off: {}", node ? node->GetName() : "", why));
-        Log(LogKind::kNormal, fmt::format("Exiting BuildMesh (0 items, code {})", int(status)));
+        m_log(LogKind::kNormal, fmt::format("Exiting BuildMesh (0 items, code {})", int(status)));
     } catch (...) {
         // The status says what matters where there is no memory for words.
     }
@@ -301,7 +302,7 @@ void TDravinBuild::Run(const TParameters& parameters) {
     m_statistics.effectsCompileError = maker.EffectsFailed();
     m_effectErrors = maker.TakeEffectErrors();
     KeepForSelection();
-    Log(LogKind::kDebug, "BuildItemArray");
+    m_log(LogKind::kDebug, "BuildItemArray");
     m_panel.status = BuildItemArray(*m_input, m_items, m_statistics);
     if (m_statistics.outOfMemory)
         m_refusal = fmt::format(
@@ -348,6 +349,7 @@ TObjectMeshSettings TDravinBuild::MeshSettings(const TParameters& p, int threads
     s.horizontalOffset = p.Int(shadowParams::kHsoffset);
     s.horizontalScale = p.Int(shadowParams::kHsscale);
     s.scaleOnSlope = m_input->transforms.scaleOnSlope;
+    s.debugLog = [this](const std::string& text) { m_log(LogKind::kDebug, text); };
     s.selectedOnly = m_flags.selectedOnly;
     s.time = m_time;
     bool isUnthreaded =
@@ -358,7 +360,7 @@ TObjectMeshSettings TDravinBuild::MeshSettings(const TParameters& p, int threads
 
 void TDravinBuild::MakeMesh(const TObjectMeshSettings& settings) {
     Clock::time_point start = Clock::now();
-    Log(LogKind::kDebug, "BuildMeshDravin");
+    m_log(LogKind::kDebug, "BuildMeshDravin");
     TMeshOutcome outcome = m_mesh.Build(m_items, m_specimens, DravinGlobals().meshes, settings,
                                         m_statistics.gizmoPoints);
     m_statistics.memoryMb = float(double(m_mesh.BytesHeld()) / (1 << 20));

@@ -14,6 +14,7 @@
 #include <string>
 
 #include "Dravin/build/area_cache.h"
+#include "Dravin/build/object_log.h"
 #include "Dravin/build/statistics_panel.h"
 #include "Dravin/effects/effect_list.h"
 #include "Dravin/engine/build_input.h"
@@ -188,6 +189,7 @@ private:
     TPanelState m_panel;
     TBuildStatistics m_statistics;
     std::vector<TEffectError> m_effectErrors;
+    TObjectLog m_log;  // of the build that runs
     std::string m_failure, m_refusal;
     bool m_outOfMemory = false, m_streamed = false;
     const TItemConsumer* m_consumer = nullptr;  // while a build runs

@@ -8,6 +8,7 @@
 
 #include "Dravin/build/area_input.h"
 #include "Dravin/build/camera_input.h"
+#include "Dravin/build/object_log.h"
 #include "Dravin/build/point_maker.h"
 #include "Dravin/dravin_globals.h"
 #include "Dravin/effects/effect_list.h"
@@ -461,7 +462,9 @@ std::unique_ptr<TBuildInput> TInputMaker::Make(const TSpecBuildList& specimens, 
         m_parts.deltas = std::make_shared<TItemDeltaTable>(m_object.Deltas());
         input->deltas = m_parts.deltas.get();
     }
-    input->debugLog = [](const std::string& text) { Log(LogKind::kDebug, text); };
+    input->debugLog = [log = TObjectLog(m_object)](const std::string& text) {
+        log(LogKind::kDebug, text);
+    };
     input->parts = std::move(m_parts);
     return input;
 }

@@ -10,7 +10,6 @@
 #include "Dravin/mesh/mesh_items.h"
 #include "Dravin/mesh/mesh_layout.h"
 #include "Dravin/mesh/mesh_measure.h"
-#include "host/base/log.h"
 #include "host/base/thread_pool.h"
 
 namespace {
@@ -18,19 +17,19 @@ namespace {
 constexpr size_t kLeastItemsPerWorker = 10;
 constexpr uint64_t kMaxNumbered = std::numeric_limits<int32_t>::max();
 
-void LogStep(const std::string& step) {
-    Log(LogKind::kDebug, "BuildItemArray->BuildMeshDravin->" + step);
+void LogStep(const TObjectMeshSettings& settings, const std::string& step) {
+    if (settings.debugLog) settings.debugLog("BuildItemArray->BuildMeshDravin->" + step);
 }
 
 // Items of one row then stand together, which keeps the mesh in the order of the models.
-void SortByRow(TDravinItemList& items) {
+void SortByRow(TDravinItemList& items, const TObjectMeshSettings& settings) {
     std::vector<int32_t> rows;
     rows.reserve(items.Count());
     ForEachItem(items, [&](size_t, const TItemColumns& columns, size_t k) {
         rows.push_back(columns.specimenIndex[k]);
     });
     if (std::is_sorted(rows.begin(), rows.end())) return;
-    LogStep(fmt::format("Sorting items ({})", items.Count()));
+    LogStep(settings, fmt::format("Sorting items ({})", items.Count()));
     std::vector<uint32_t> order(rows.size());
     std::iota(order.begin(), order.end(), 0u);
     std::stable_sort(order.begin(), order.end(),
@@ -48,8 +47,8 @@ TMeshOutcome TObjectMesh::Build(TDravinItemList& items, const TSpecBuildList& sp
     m_bounds = {};
     m_selection.SetSize(0);
     bool isCloud = settings.mode == TMeshMode::kPointCloud && settings.renderMode != kRenderMeshes;
-    if (!settings.render && !isCloud && settings.distributes) SortByRow(items);
-    LogStep("Measuring");
+    if (!settings.render && !isCloud && settings.distributes) SortByRow(items, settings);
+    LogStep(settings, "Measuring");
     TMeshMeasure measure = MeasureItems(items, specimens, meshes, settings);
     m_statistics = measure.statistics;
     m_statistics.bytesWanted = BytesOfLayout(measure);
@@ -106,9 +105,9 @@ void TObjectMesh::Fill(const TDravinItemList& items, const TObjectMeshSettings& 
                        bool selectedOnly) {
     size_t count = items.Count(), workers = size_t(std::max(settings.threads, 1));
     if (count / workers < kLeastItemsPerWorker || selectedOnly) workers = 1;
-    LogStep(settings.threads < 1 || selectedOnly
-                ? fmt::format("Creating mesh ({} items, single thread)", count)
-                : fmt::format("Creating mesh ({} items, {} threads)", count, workers));
+    LogStep(settings, settings.threads < 1 || selectedOnly
+                          ? fmt::format("Creating mesh ({} items, single thread)", count)
+                          : fmt::format("Creating mesh ({} items, {} threads)", count, workers));
     TMeshTarget target{*m_mesh,
                        m_owners,
                        m_ranges,

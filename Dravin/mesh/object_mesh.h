@@ -8,6 +8,7 @@
 // The mesh is in the space of the scatter object. One thread builds it; workers only fill it.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
@@ -42,7 +43,8 @@ struct TObjectMeshSettings {
     // Items that are not selected stay as they are where the mesh before had the same layout.
     bool selectedOnly = false;
     TimeValue time = 0;
-    int threads = 1;  // 0 and below: one
+    int threads = 1;                                   // 0 and below: one
+    std::function<void(const std::string&)> debugLog;  // hears of the steps; empty: nobody
 };
 
 // What went wrong, if anything.

@@ -3,7 +3,7 @@
 #include <fmt/format.h>
 
 #include "Dravin/build/dravin_build.h"
-#include "host/base/log.h"
+#include "Dravin/build/object_log.h"
 #include "host/params/hold.h"
 #include "host/scene/host_context.h"
 #include "host/scene/scene.h"
@@ -88,12 +88,12 @@ bool TProxyObjects::Create(std::vector<INode*>* nodes) {
         AddProxyNode(*node->GetScene(), fmt::format("dmr_{}", fmt::ptr(&m_object)),
                      std::move(proxy), node->GetNodeTM(now)));
     nodes->push_back(m_objectProxy->Node());
-    Log(LogKind::kNormal, fmt::format("CreateProxyObjects ({} proxies+1)", count));
+    ObjectLog(m_object, LogKind::kNormal, fmt::format("CreateProxyObjects ({} proxies+1)", count));
     return true;
 }
 
 void TProxyObjects::Delete() {
-    Log(LogKind::kNormal, "DeleteProxyObjects");
+    ObjectLog(m_object, LogKind::kNormal, "DeleteProxyObjects");
     m_cache.reset();
     m_objectProxy.reset();
 }

@@ -2,8 +2,8 @@
 
 #include <fmt/format.h>
 
+#include "Dravin/build/object_log.h"
 #include "Dravin/dravin.h"
-#include "host/base/log.h"
 
 namespace {
 
@@ -46,8 +46,9 @@ void* TDravinRenderNodeGenerator<Record>::Generate(TDravin& object, int32_t* cou
     auto* records = reinterpret_cast<Record*>(m_records.Data());
     maker.Write(records, reinterpret_cast<uint32_t*>(m_items.Data()), nullptr);
     m_count = maker.Count();
-    Log(LogKind::kNormal, fmt::format("IDravinGetRenderNodes: {} instances of {} items", m_count,
-                                      object.Build().Items().Count()));
+    ObjectLog(object, LogKind::kNormal,
+              fmt::format("IDravinGetRenderNodes: {} instances of {} items", m_count,
+                          object.Build().Items().Count()));
     return records;
 }
 

@@ -1,6 +1,7 @@
 #include "Dravin/render/render_notices.h"
 
 #include "Dravin/build/dravin_build.h"
+#include "Dravin/config/system_log.h"
 #include "Dravin/dravin.h"
 #include "Dravin/dravin_globals.h"
 #include "Dravin/render/build_report.h"
@@ -8,7 +9,6 @@
 #include "Dravin/render/pack_interface.h"
 #include "Dravin/render/render_state.h"
 #include "Dravin/render/vray_adapter.h"
-#include "host/base/log.h"
 #include "host/scene/confirm_warning.h"
 #include "host/scene/host_context.h"
 #include "host/scene/renderers.h"
@@ -86,7 +86,7 @@ TRenderNotices::TRenderNotices() {
     hub.Register(HostNotify::kPreRender, [this](HostNotify, INode*) { PreRender(); });
     hub.Register(HostNotify::kPostRender, [this](HostNotify, INode*) { PostRender(); });
     auto tell = [&hub](HostNotify notice, const char* name) {
-        hub.Register(notice, [name](HostNotify, INode*) { Log(LogKind::kNormal, name); });
+        hub.Register(notice, [name](HostNotify, INode*) { SystemLog(LogKind::kNormal, name); });
     };
     tell(HostNotify::kRenderPreEvalFrameInfo, "NotifyRenderPreEvalFrameInfo");
     tell(HostNotify::kPreRenderFrame, "NotifyPreRenderFrame");
@@ -94,7 +94,7 @@ TRenderNotices::TRenderNotices() {
 }
 
 void TRenderNotices::PreRender() {
-    Log(LogKind::kNormal, "NotifyPreRender starts");
+    SystemLog(LogKind::kNormal, "NotifyPreRender starts");
     CheckMentalRaySettings();
     std::shared_ptr<TObjectRegistry> registry = TObjectRegistry::Current();
     ShowHidden();  // of a render that never ended
@@ -115,7 +115,7 @@ void TRenderNotices::PreRender() {
         if (object->Block(kDispParams).GetBool(dispParams::kHidecustom)) HideCustomObjects(*object);
     if (IsVRay() && TVRayAdapter::Current().Load())
         if (IAdapterRenderHook* hook = TVRayAdapter::Current().Hook()) hook->PreRender();
-    Log(LogKind::kNormal, "NotifyPreRender ends");
+    SystemLog(LogKind::kNormal, "NotifyPreRender ends");
 }
 
 void TRenderNotices::HideCustomObjects(const TDravin& object) {
@@ -147,7 +147,7 @@ void TRenderNotices::ShowHidden() {
 }
 
 void TRenderNotices::PostRender() {
-    Log(LogKind::kNormal, "NotifyPostRender starts");
+    SystemLog(LogKind::kNormal, "NotifyPostRender starts");
     TBuildReport report;
     for (const auto& object : TObjectRegistry::Current()->ShownObjects()) {
         TRenderState& render = object->Render();

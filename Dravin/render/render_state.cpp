@@ -1,12 +1,12 @@
 #include "Dravin/render/render_state.h"
 
 #include "Dravin/build/camera_input.h"
+#include "Dravin/build/object_log.h"
 #include "Dravin/dravin.h"
 #include "Dravin/render/engine_registry.h"
 #include "Dravin/render/object_registry.h"
 #include "Dravin/render/trees_interface.h"
 #include "Dravin/render/ui_interface.h"
-#include "host/base/log.h"
 #include "host/scene/host_context.h"
 #include "host/scene/renderers.h"
 #include "host/script/script_system.h"
@@ -62,13 +62,13 @@ uint64_t TRenderState::BuildNumber() const { return m_object.Build().BuildNumber
 bool TRenderState::IsRendering() const { return m_object.updateState.isRendering; }
 
 void TRenderState::Begin(TimeValue t) {
-    Log(LogKind::kNormal, "IDravinRenderBegin");
     TDravinEngine engine = TEngineRegistry::OfCurrentRenderer();
     bool reads512 = engine.version >= TDravinInstanceV512::kVersion;
     if (m_generator) m_generator->Clear();  // of a render that never ended
     m_generator = reads512 ? static_cast<TDravinBaseNodeGenerator*>(&m_nodesV512) : &m_nodesV1;
     m_generator->SetNodes(engine.flag ? TNodesOf::kTemplatesToo : TNodesOf::kCustomObjects);
     m_object.updateState.isRendering = true;
+    ObjectLog(m_object, LogKind::kNormal, "IDravinRenderBegin");
     INode* node = ShownBy(m_object);
     if (node) CheckAutoCamera(m_object, *node->GetScene());
     m_isInteractive = AsksForInteractive(CurrentRendererId());
@@ -76,7 +76,7 @@ void TRenderState::Begin(TimeValue t) {
 }
 
 void TRenderState::End(TimeValue t) {
-    Log(LogKind::kNormal, "IDravinRenderEnd");
+    ObjectLog(m_object, LogKind::kNormal, "IDravinRenderEnd");
     if (CurrentRendererId() == kCoronaId) return;
     Finish(t);
 }

@@ -2,12 +2,12 @@
 
 #include <fmt/format.h>
 
+#include "Dravin/config/system_log.h"
 #include "Dravin/dravin.h"
 #include "Dravin/render/build_report.h"
 #include "Dravin/render/object_registry.h"
 #include "Dravin/render/record_maker.h"
 #include "Dravin/render/render_state.h"
-#include "host/base/log.h"
 #include "host/scene/host_context.h"
 
 TScatterProxies& TScatterProxies::Current() {
@@ -32,15 +32,15 @@ void TScatterProxies::Calculate(TimeValue t) {
         made.emplace_back(object, TRecordMaker(*object, object->Build(), TRecordsOf::kShownItems));
         m_objects.push_back(object);
         total += made.back().second.Count();
-        Log(LogKind::kDebug, fmt::format("CalculateScatterProxy ({} items)", total));
+        SystemLog(LogKind::kDebug, fmt::format("CalculateScatterProxy ({} items)", total));
     }
     if (total == 0) return;
     m_records = HugeBuffer(total * sizeof(TDravinInstanceV1));
     TDravinInstanceV1* next = Data();
     for (const auto& [object, maker] : made) {
-        Log(LogKind::kDebug,
-            fmt::format("CalculateScatterProxy generating ScatterObjects ({} items)",
-                        object->Build().Items().Count()));
+        SystemLog(LogKind::kDebug,
+                  fmt::format("CalculateScatterProxy generating ScatterObjects ({} items)",
+                              object->Build().Items().Count()));
         maker.Write(next, nullptr, &object->Build().ObjectTM());
         next += maker.Count();
     }
@@ -50,8 +50,8 @@ void TScatterProxies::Calculate(TimeValue t) {
 void TScatterProxies::Free() {
     TBuildReport report;
     for (const std::weak_ptr<TDravin>& held : std::exchange(m_objects, {})) {
-        Log(LogKind::kDebug,
-            fmt::format("freeScatterProxy clearing ({} total instances)", m_count));
+        SystemLog(LogKind::kDebug,
+                  fmt::format("freeScatterProxy clearing ({} total instances)", m_count));
         std::shared_ptr<TDravin> object = held.lock();
         if (!object) continue;
         report.Check(*object);

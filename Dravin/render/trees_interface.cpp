@@ -3,11 +3,11 @@
 #include <bit>
 
 #include "Dravin/build/edited_items.h"
+#include "Dravin/build/object_log.h"
 #include "Dravin/dravin.h"
 #include "Dravin/materials/shaded_items.h"
 #include "Dravin/render/record_maker.h"
 #include "Dravin/render/render_state.h"
-#include "host/base/log.h"
 
 namespace {
 
@@ -67,7 +67,7 @@ void* TTreesInterface::getRenderNodes(int32_t* count) {
 void TTreesInterface::clearRenderNodes() {
     TDravinBaseNodeGenerator* generator = m_object.Render().Generator();
     if (!generator) return;
-    Log(LogKind::kNormal, "IDravinClearRenderNodes");
+    ObjectLog(m_object, LogKind::kNormal, "IDravinClearRenderNodes");
     generator->Clear();
 }
 

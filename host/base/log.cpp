@@ -30,10 +30,15 @@ LogSink SetLogSink(LogSink sink) {
     return std::exchange(Sink(), std::move(sink));
 }
 
+bool IsLogged(LogKind kind) {
+    return kind == LogKind::kWarning || kind == LogKind::kError || int(kind) <= GetLogLevel();
+}
+
 void Log(LogKind kind, const std::string& text) {
-    bool wanted =
-        kind == LogKind::kWarning || kind == LogKind::kError || int(kind) <= GetLogLevel();
-    if (!wanted) return;
+    if (IsLogged(kind)) LogAlways(kind, text);
+}
+
+void LogAlways(LogKind kind, const std::string& text) {
     std::lock_guard lock(g_mutex);
     if (Sink()) Sink()(kind, text);
 }

@@ -19,5 +19,9 @@ int GetLogLevel();
 LogSink SetLogSink(LogSink sink);
 
 void Log(LogKind kind, const std::string& text);
+// Whatever the level.
+void LogAlways(LogKind kind, const std::string& text);
+// Whether Log would write a line of this kind now.
+bool IsLogged(LogKind kind);
 inline void LogWarning(const std::string& text) { Log(LogKind::kWarning, text); }
 inline void LogError(const std::string& text) { Log(LogKind::kError, text); }

@@ -4,8 +4,10 @@
 
 #include "Dravin/build/dravin_build.h"
 #include "Dravin/dravin.h"
+#include "Dravin/dravin_globals.h"
 #include "host/base/log.h"
 #include "host/scene/host_context.h"
+#include "tests/Dravin/build/log_message.h"
 
 using namespace camParams;
 
@@ -23,8 +25,10 @@ protected:
     int oldLevel = 0;
 
     void SetUp() override {
-        oldSink = SetLogSink([this](LogKind, const std::string& text) { log.push_back(text); });
+        oldSink = SetLogSink(
+            [this](LogKind, const std::string& text) { log.push_back(MessageOfLine(text)); });
         oldLevel = SetLogLevel(2);
+        DravinGlobals().options.forceLog = 1;
         camera->fovDegrees = 90;
         camera->envNear = 7;
         camera->envFar = 70;

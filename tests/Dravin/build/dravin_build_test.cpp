@@ -401,8 +401,8 @@ TEST_F(DravinBuild, UvSeedsCountSurfacesThatShowNothing) {
 
 TEST_F(DravinBuild, NestedCallsReturnWithoutWork) {
     SetLogSink([this](LogKind, const std::string& text) {
-        log.push_back(text);
-        if (text.rfind("Exiting", 0) != 0) object->Build().BuildMesh(99, {});
+        log.push_back(MessageOfLine(text));
+        if (!log.back().starts_with("Exiting")) object->Build().BuildMesh(99, {});
     });
     Run();
     EXPECT_EQ(std::count_if(log.begin(), log.end(),

@@ -10,11 +10,13 @@
 
 #include "Dravin/build/dravin_build.h"
 #include "Dravin/dravin.h"
+#include "Dravin/dravin_globals.h"
 #include "host/base/log.h"
 #include "host/geom/primitives.h"
 #include "host/scene/host_context.h"
 #include "host/scene/scene.h"
 #include "host/scene/texmaps.h"
+#include "tests/Dravin/build/log_message.h"
 
 // A 20 x 20 plane with a scatter object over it: white map, cells of one unit, one box row.
 class ScatterFixture : public testing::Test {
@@ -29,8 +31,10 @@ protected:
     int oldLevel = 0;
 
     void SetUp() override {
-        oldSink = SetLogSink([this](LogKind, const std::string& text) { log.push_back(text); });
+        oldSink = SetLogSink(
+            [this](LogKind, const std::string& text) { log.push_back(MessageOfLine(text)); });
         oldLevel = SetLogLevel(2);
+        DravinGlobals().options.forceLog = 1;  // builds for views are told, too
         plane = AddMesh("ground", MakePlane(20, 20, 1));
         box = AddMesh("box", MakeBox(2, 1, 3, 1));
         node = scene.AddNode("scatter", object);
