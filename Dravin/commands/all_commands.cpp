@@ -14,11 +14,14 @@ TCommandTable MakeCommandTable() {
     AddLeafCommands(table);
     AddListerCommands(table);
     AddLodCommands(table);
+    AddMaterialCommands(table);
     AddPresetCommands(table);
     AddRenderCommands(table);
     AddSceneCommands(table);
     AddItemCommands(table);
+    AddShareCommands(table);
     AddSplineCommands(table);
+    AddStackCommands(table);
     AddToolCommands(table);
     AddUpdateCommands(table);
     return table;

@@ -50,6 +50,13 @@ void Move(TCommandCall& call, PBStore& rows, TCommandResult* result) {
     if (!rows.Move(from, to)) result->error = "that row keeps its place";
 }
 
+void Step(TCommandCall& call, PBStore& rows, int by, TCommandResult* result) {
+    int from = call.Int("row"), to = from + by;
+    if (!HasRow(rows, from, result)) return;
+    if (to < 0 || to >= rows.Count() || !rows.Move(from, to)) to = from;
+    result->value = ParamInput(int64_t(to));
+}
+
 void Copy(const TRowList& list, TCommandCall& call, PBStore& rows, TCommandResult* result) {
     if (!HasRow(rows, call.Int("row"), result)) return;
     rows.Select({call.Int("row")});
@@ -128,4 +135,20 @@ void AddRowCommands(TCommandTable& table, const std::string& topic, const std::s
                OnRows(list, [list](TCommandCall& call, PBStore& rows, TCommandResult* result) {
                    Paste(list, call, rows, result);
                })});
+}
+
+void AddStepCommands(TCommandTable& table, const std::string& topic, const std::string& row,
+                     const TRowList& list) {
+    auto add = [&](const char* name, const char* where, int by) {
+        table.Add({topic + name,
+                   "Move Row",
+                   fmt::format("Moves {} {} by one, and gives its number.", row, where),
+                   list.target,
+                   {{"row", Kind::kInteger, "its number, from 0", true}},
+                   OnRows(list, [by](TCommandCall& call, PBStore& rows, TCommandResult* result) {
+                       Step(call, rows, by, result);
+                   })});
+    };
+    add(".up", "up", -1);
+    add(".down", "down", 1);
 }

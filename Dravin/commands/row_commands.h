@@ -27,6 +27,9 @@ struct TRowList {
 // TOPIC.insert, .delete, .move, .copy and .paste; rows count from 0.
 void AddRowCommands(TCommandTable& table, const std::string& topic, const std::string& row,
                     const TRowList& list);
+// TOPIC.up and TOPIC.down: a step gives the row's number afterwards; the last ones stay.
+void AddStepCommands(TCommandTable& table, const std::string& topic, const std::string& row,
+                     const TRowList& list);
 // Whether the list has that row; else the reason.
 bool HasRow(const PBStore& rows, int row, TCommandResult* result);
 

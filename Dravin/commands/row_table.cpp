@@ -130,6 +130,7 @@ void AddGeometryCommands(TCommandTable& table) {
 
 void AddLodCommands(TCommandTable& table) {
     AddRowCommands(table, "lod", "a level", LodRows());
+    AddStepCommands(table, "lod", "a level", LodRows());
     table.Add({"lod.create",
                "Create LOD",
                "Makes an object of levels of detail, with one level; gives its node's name.",

@@ -2,10 +2,10 @@
 #include <fmt/format.h>
 
 #include "Dravin/commands/all_commands.h"
+#include "Dravin/commands/value_commands.h"
 #include "Dravin/dravin.h"
 #include "host/base/text.h"
-#include "host/io/scene_description.h"
-#include "host/params/param_assign.h"
+#include "host/scene/class_values.h"
 #include "host/scene/host_context.h"
 #include "host/scene/scene.h"
 
@@ -86,41 +86,36 @@ TCommandResult Transform(TCommandCall& call) {
     return {};
 }
 
-TDravin::Param ParamOf(TCommandCall& call, std::string* error) {
-    std::string name = call.Text("name");
-    TDravin::Param param = call.object->FindParam(name);
-    if (!param)
-        *error = fmt::format("no parameter is named \"{}\"{}", CutText(name, 60),
-                             DidYouMean(name, DravinParamNames()));
-    return param;
+std::shared_ptr<ReferenceTarget> Share(ReferenceTarget* part) { return part->shared_from_this(); }
+
+// The parts of a node: all, or those of the class that the call names.
+std::vector<std::shared_ptr<ReferenceTarget>> PartsOfCall(TCommandCall& call,
+                                                          TCommandResult* result) {
+    std::vector<std::shared_ptr<ReferenceTarget>> parts;
+    std::vector<std::string> names;
+    for (ReferenceTarget* part : PartsOf(*call.node)) {
+        names.push_back(part->ClassName());
+        if (call.Text("of", names.back()) == names.back()) parts.push_back(Share(part));
+    }
+    if (parts.empty())
+        result->error = fmt::format("\"{}\" has no part \"{}\"; there are {}", call.node->GetName(),
+                                    CutText(call.Text("of"), 60), fmt::join(names, ", "));
+    return parts;
 }
 
-TCommandResult SetParam(TCommandCall& call) {
-    TCommandResult result;
-    TDravin::Param param = ParamOf(call, &result.error);
-    if (!param) return result;
-    NameResolver names = ResolverOf(call.scene);
-    TimeValue t = call.scene.GetTime();
-    AssignResult assigned =
-        call.Has("row") ? AssignElement(*param.block, *param.def, call.Int("row"),
-                                        call.Value("value"), t, AssignSource::kScript, names)
-                        : AssignParam(*param.block, *param.def, call.Value("value"), t,
-                                      AssignSource::kScript, names);
-    result.error = std::move(assigned.error);
-    result.warnings = std::move(assigned.warnings);
-    return result;
-}
-
-TCommandResult ResetParam(TCommandCall& call) {
-    TCommandResult result;
-    TDravin::Param param = ParamOf(call, &result.error);
-    if (!param) return result;
-    if (param.def->readOnly) return TCommandResult::Error("the parameter is read-only");
-    if (param.def->list)
-        param.block->SetCount(param.def->id, 0);
-    else
-        param.block->SetElements(param.def->id, {{param.def->defaultValue, {}}});
-    return result;
+void AddParamCommands(TCommandTable& table) {
+    TValueTopic object{"param", "Parameter", TCommandTarget::kObject, {}};
+    object.nameMeaning = "internal name, as `dravin schema` lists it";
+    object.things = [](TCommandCall& call, TCommandResult*) {
+        return std::vector{Share(call.object)};
+    };
+    AddValueCommands(table, object);
+    TArgumentInfo of{"of", Kind::kText,
+                     "class of the part that has it, such as \"Light\" (default: the first part "
+                     "that has such a value, from the uppermost modifier down)"};
+    TValueTopic node{"node", "Value", TCommandTarget::kNode, {of}};
+    node.things = PartsOfCall;
+    AddValueCommands(table, node);
 }
 
 }  // namespace
@@ -191,18 +186,5 @@ void AddSceneCommands(TCommandTable& table) {
                 {"rotate", Kind::kPoint, "degrees about X, then Y, then Z of the world"},
                 {"scale", Kind::kPoint, "factors along the world's axes"}},
                Transform});
-    table.Add({"param.set",
-               "Set Parameter",
-               "Sets a parameter; numbers out of range are clamped with a warning.",
-               TCommandTarget::kObject,
-               {{"name", Kind::kText, "internal name, as `dravin schema` lists it", true},
-                {"value", Kind::kValue, "a value, for lists an array of them", true},
-                {"row", Kind::kInteger, "element of a list to set alone, from 0"}},
-               SetParam});
-    table.Add({"param.reset",
-               "Reset Parameter",
-               "Gives a parameter its default; lists become empty, keys go.",
-               TCommandTarget::kObject,
-               {{"name", Kind::kText, "internal name, as `dravin schema` lists it", true}},
-               ResetParam});
+    AddParamCommands(table);
 }

@@ -13,6 +13,7 @@ namespace {
 
 using MtlPtr = std::shared_ptr<Mtl>;
 
+constexpr const char* kAutomaticName = "dravin_automat_";
 constexpr const char* kColorIdName = "DPColor ID";
 constexpr int kKeptSlot = TConsolidatedIds::kKeptId;
 
@@ -177,6 +178,8 @@ void AssignToNodes(const Object& object, INode& first, const MtlPtr& mtl) {
 
 }  // namespace
 
+bool IsAutomaticMaterial(const Mtl& mtl) { return mtl.name->starts_with(kAutomaticName); }
+
 bool IsColorIdMaterial(const Mtl& mtl) { return mtl.name->starts_with(kColorIdName); }
 
 void ShowMapsInViewport(Mtl& mtl, int how) {
@@ -204,7 +207,7 @@ bool BuildAutomaticMaterial(const Object& object, TSpecBuildList& specimens,
     bool isNew = !multi;
     if (isNew) {
         multi = std::make_shared<MultiMtl>();
-        multi->name = fmt::format("dravin_automat_{:X}", reinterpret_cast<uintptr_t>(&object));
+        multi->name = fmt::format("{}{:X}", kAutomaticName, reinterpret_cast<uintptr_t>(&object));
     }
     bool changed = FillSlots(*multi, materials, specimens, settings);
     if ((changed || settings.refreshes) && !HasCustomRow(specimens))

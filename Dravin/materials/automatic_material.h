@@ -23,6 +23,8 @@ struct TAutomaticMaterialSettings {
 bool BuildAutomaticMaterial(const Object& object, TSpecBuildList& specimens,
                             const TAutomaticMaterialSettings& settings);
 
+// Whether it is such a material, known by its name: "dravin_automat_" and a number.
+bool IsAutomaticMaterial(const Mtl& mtl);
 // Whether it is the material of a row, known by its name: "DPColor ID" and the row's number.
 bool IsColorIdMaterial(const Mtl& mtl);
 

@@ -13,6 +13,10 @@ namespace {
 constexpr TTintParams kTint{kTintmin,    kTintmax,    kTintmode, kTintmapmode,
                             kTintcolor1, kTintcolor2, kTintmap};
 
+AColor Opaque(const Color& c) { return {c.r, c.g, c.b, 1}; }
+
+}  // namespace
+
 const ParamBlockDesc2& TintMapBlock() {
 #define PARAM(symbol, id, name, type, ...) ParamDef(id, name, ParamType::k##type) __VA_ARGS__,
     static const ParamBlockDesc2 block{0,
@@ -26,10 +30,6 @@ const ParamBlockDesc2& TintMapBlock() {
 #undef PARAM
     return block;
 }
-
-AColor Opaque(const Color& c) { return {c.r, c.g, c.b, 1}; }
-
-}  // namespace
 
 DColor::DColor() : WithParams(IParamBlock2::Create(TintMapBlock())) {
     for (ParamID list : {kMaplist, kMaponlist, kColorlist, kProblist})

@@ -23,6 +23,8 @@ enum : ParamID {
 #undef PARAM
 }  // namespace tintMapParams
 
+const ParamBlockDesc2& TintMapBlock();
+
 class DColor : public WithParams<Texmap> {
 public:
     static constexpr int kNumEntries = 10;

@@ -13,6 +13,8 @@ constexpr TTintParams kTint{kTintmin,    kTintmax,    kTintmode, kTintmapmode,
                             kTintcolor1, kTintcolor2, kTintmap};
 constexpr float kDefaultGrey = 0.5f;  // display; as renderers show what has no material
 
+}  // namespace
+
 const ParamBlockDesc2& WrapperBlock() {
 #define PARAM(symbol, id, name, type, ...) ParamDef(id, name, ParamType::k##type) __VA_ARGS__,
     static const ParamBlockDesc2 block{0,
@@ -26,8 +28,6 @@ const ParamBlockDesc2& WrapperBlock() {
 #undef PARAM
     return block;
 }
-
-}  // namespace
 
 DMat::DMat() : WithParams(IParamBlock2::Create(WrapperBlock())) {}
 

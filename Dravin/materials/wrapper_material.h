@@ -15,6 +15,8 @@ enum : ParamID {
 #undef PARAM
 }  // namespace wrapperParams
 
+const ParamBlockDesc2& WrapperBlock();
+
 class DMat : public WithParams<Mtl> {
 public:
     DMat();

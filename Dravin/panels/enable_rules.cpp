@@ -87,9 +87,11 @@ const std::vector<Rule>& Rules() {
 
 }  // namespace
 
-bool IsParamEnabled(const TDravin& object, TParamKey key, TimeValue t) {
+bool IsParamEnabled(const ReferenceTarget& thing, TParamKey key, TimeValue t) {
     if (key.Def().readOnly) return false;
-    State state{object, t};
+    auto* object = dynamic_cast<const TDravin*>(&thing);
+    if (!object) return true;
+    State state{*object, t};
     return std::all_of(Rules().begin(), Rules().end(), [&](const Rule& rule) {
         bool isNamed = std::find(rule.params.begin(), rule.params.end(), key) != rule.params.end();
         return !isNamed || rule.holds(state);
@@ -102,7 +104,8 @@ bool AreAreasEnabled(const TDravin& object, TimeValue t, std::string* why) {
     return false;
 }
 
-bool IsGroupShown(const TDravin& object, const TPanelGroup& group, TimeValue t) {
-    return group.onlyInMode < 0 ||
-           object.Block(kDistParams).GetInt(distParams::kDistmode, t) == group.onlyInMode;
+bool IsGroupShown(const ReferenceTarget& thing, const TPanelGroup& group, TimeValue t) {
+    auto* object = dynamic_cast<const TDravin*>(&thing);
+    return group.onlyInMode < 0 || !object ||
+           object->Block(kDistParams).GetInt(distParams::kDistmode, t) == group.onlyInMode;
 }

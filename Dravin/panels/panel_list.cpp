@@ -5,7 +5,8 @@
 
 #include <fmt/format.h>
 
-#include "Dravin/dravin.h"
+#include "Dravin/materials/scene_looks.h"
+#include "host/base/text.h"
 #include "host/io/scene_description.h"
 #include "host/params/param_assign.h"
 #include "host/params/undo_step.h"
@@ -13,89 +14,107 @@
 
 namespace {
 
-std::string TargetText(const Scene& scene, ParamType type, const ReferenceTarget* target) {
-    if (!target) return "None";
-    if (auto* node = dynamic_cast<const INode*>(target)) return node->GetName();
-    for (const auto& [name, map] : scene.Texmaps())
-        if (map.get() == target) return name;
-    for (const auto& [name, material] : scene.Materials())
-        if (material.get() == target) return name;
-    return target->ClassName();
-}
-
 // The number of the entry of that name; -1: none.
 int EntryNumber(const TListColumn& column, const std::string& text) {
     auto it = std::find(column.entries.begin(), column.entries.end(), text);
     return it == column.entries.end() ? -1 : int(it - column.entries.begin());
 }
 
+INode* NodeAt(const ValueTable& table, TParamKey key, int i) {
+    ParamValue value = table.Get(key.id, 0, i);
+    return dynamic_cast<INode*>(std::get<std::shared_ptr<ReferenceTarget>>(value).get());
+}
+
 }  // namespace
 
-const IParamBlock2* TPanelRows::Block(int column) const {
-    if (m_panel.IsEmpty()) return nullptr;
-    return &m_panel.Objects()[0]->Block(m_list.columns[size_t(column)].key.block);
+std::optional<ValueTable> TPanelRows::Table(int column) const {
+    if (m_panel.IsEmpty()) return std::nullopt;
+    return ValueTableOf(*m_panel.All()[0], *m_list.columns[size_t(column)].key.table);
 }
 
 int TPanelRows::Count() const {
     int count = 0;
     for (int i = 0; i < int(m_list.columns.size()); ++i)
-        if (const IParamBlock2* block = Block(i))
-            count = std::max(count, block->Count(m_list.columns[size_t(i)].key.id));
+        if (std::optional<ValueTable> table = Table(i))
+            count = std::max(count, table->Count(m_list.columns[size_t(i)].key.id));
     return count;
 }
 
 bool TPanelRows::IsOn(int row, int column) const {
-    const IParamBlock2* block = Block(column);
+    std::optional<ParamValue> value = Value(row, column);
+    return value && std::get<int32_t>(*value) != 0;
+}
+
+std::optional<ParamValue> TPanelRows::Value(int row, int column) const {
+    std::optional<ValueTable> table = Table(column);
     ParamID id = m_list.columns[size_t(column)].key.id;
-    return block && row < block->Count(id) && block->GetBool(id, 0, row);
+    if (!table || row >= table->Count(id)) return std::nullopt;
+    return table->Get(id, m_panel.GetScene().GetTime(), row);
 }
 
 std::string TPanelRows::Cell(int row, int column) const {
     const TListColumn& shown = m_list.columns[size_t(column)];
-    const ParamDef& def = shown.key.Def();
-    const IParamBlock2* block = Block(column);
-    TimeValue t = m_panel.GetScene().GetTime();
-    if (!block || row >= block->Count(def.id)) return "-";
-    if (IsReferenceType(def.type))
-        return TargetText(m_panel.GetScene(), def.type, block->GetReference(def.id, t, row));
-    if (def.type == ParamType::kString) return block->GetString(def.id, t, row);
-    if (def.type == ParamType::kFloat || def.type == ParamType::kWorld)
-        return ShownNumber(block->GetFloat(def.id, t, row));
-    int number = block->GetInt(def.id, t, row);
+    std::optional<ParamValue> value = Value(row, column);
+    if (!value) return "-";
+    if (auto* target = std::get_if<std::shared_ptr<ReferenceTarget>>(&*value))
+        return *target ? LookName(m_panel.GetScene(), target->get()) : "None";
+    if (auto* text = std::get_if<std::string>(&*value)) return *text;
+    if (auto* fraction = std::get_if<float>(&*value)) return ShownNumber(*fraction);
+    if (auto* color = std::get_if<Color>(&*value))
+        return fmt::format("{} {} {}", ShownNumber(color->r), ShownNumber(color->g),
+                           ShownNumber(color->b));
+    int number = std::get<int32_t>(*value);
     bool isNamed = number >= 0 && size_t(number) < shown.entries.size();
     if (isNamed) return shown.entries[size_t(number)];
-    return def.type == ParamType::kBool ? (number ? "on" : "off") : std::to_string(number);
+    bool isTruth = shown.key.Def().type == ParamType::kBool;
+    return isTruth ? (number ? "on" : "off") : std::to_string(number);
+}
+
+// What a text means for a cell that holds `present`. False with the reason in `error`.
+bool TPanelRows::ReadCell(const TListColumn& column, const ParamValue& present,
+                          const std::string& text, ParamInput* input, std::string* error) const {
+    const ParamDef& def = column.key.Def();
+    *input = ParamInput(text);
+    if (int entry = EntryNumber(column, text); entry >= 0) {
+        *input = ParamInput(entry);
+    } else if (IsReferenceType(def.type)) {
+        if (text.empty() || text == "None") *input = ParamInput();
+    } else if (def.type == ParamType::kBool) {
+        *input = ParamInput(text == "on" || text == "1");
+    } else if (def.type == ParamType::kColor) {
+        ParamInput::Array parts;
+        for (const std::string& part : Split(text, ' ')) {
+            if (part.empty()) continue;
+            std::optional<double> number = ParseNumber(part);
+            if (!number) return *error = "red, green and blue are expected", false;
+            parts.emplace_back(*number);
+        }
+        *input = ParamInput(std::move(parts));
+    } else if (IsNumberType(def.type)) {
+        TNumberEntry entered;
+        double number = 0;
+        auto* fraction = std::get_if<float>(&present);
+        double before = fraction ? double(*fraction) : double(std::get<int32_t>(present));
+        if (!entered.Parse(text, m_panel.FormOf(column.key), error)) return false;
+        if (!entered.Apply(before, &number, error)) return false;
+        constexpr double kLargest = 2147483647.0;
+        if (!fraction) number = std::clamp(std::round(number), -kLargest, kLargest);
+        *input = fraction ? ParamInput(number) : ParamInput(int64_t(number));
+    }
+    return true;
 }
 
 TPanelResult TPanelRows::SetCell(int row, int column, const std::string& text) {
     const TListColumn& shown = m_list.columns[size_t(column)];
-    const ParamDef& def = shown.key.Def();
-    const IParamBlock2* read = Block(column);
-    if (!read || row >= read->Count(def.id)) return {"the list has no such row", {}};
-    IParamBlock2& block = m_panel.Objects()[0]->Block(shown.key.block);
-    TimeValue t = m_panel.GetScene().GetTime();
-    ParamInput input{text};
-    if (int entry = EntryNumber(shown, text); entry >= 0) {
-        input = ParamInput(entry);
-    } else if (IsReferenceType(def.type)) {
-        if (text.empty() || text == "None") input = ParamInput();
-    } else if (def.type == ParamType::kBool) {
-        input = ParamInput(text == "on" || text == "1");
-    } else if (IsNumberType(def.type)) {
-        TNumberEntry entered;
-        TPanelResult result;
-        double number = 0;
-        bool isFraction = def.type == ParamType::kFloat || def.type == ParamType::kWorld;
-        double present = isFraction ? block.GetFloat(def.id, t, row) : block.GetInt(def.id, t, row);
-        if (!entered.Parse(text, m_panel.FormOf(shown.key), &result.error)) return result;
-        if (!entered.Apply(present, &number, &result.error)) return result;
-        constexpr double kLargest = 2147483647.0;
-        number = isFraction ? number : std::clamp(std::round(number), -kLargest, kLargest);
-        input = isFraction ? ParamInput(number) : ParamInput(int64_t(number));
-    }
+    std::optional<ParamValue> present = Value(row, column);
+    if (!present) return {"the list has no such row", {}};
+    TPanelResult wrong;
+    ParamInput input;
+    if (!ReadCell(shown, *present, text, &input, &wrong.error)) return wrong;
+    Scene& scene = m_panel.GetScene();
     UndoStep step("Set " + shown.title);
-    AssignResult result = AssignElement(block, def, row, input, t, AssignSource::kScript,
-                                        ResolverOf(m_panel.GetScene()));
+    AssignResult result =
+        Table(column)->Assign(shown.key.Def(), row, input, scene.GetTime(), ResolverOf(scene));
     if (!result) step.Cancel();
     return {std::move(result.error), std::move(result.warnings)};
 }
@@ -104,29 +123,26 @@ TPanelResult AddNodeToList(TPanel& panel, TParamKey key, const std::string& name
     INode* node = panel.GetScene().FindNode(name);
     if (!node) return {fmt::format("the scene has no node \"{}\"", name), {}};
     UndoStep step("Object Added");
-    for (TDravin* object : panel.Objects()) {
-        IParamBlock2& block = object->Block(key.block);
-        if (!block.Accepts(key.id, node)) {
+    for (ReferenceTarget* thing : panel.All()) {
+        ValueTable table = TPanel::TableOf(*thing, key);
+        if (!table.Accepts(key.id, node)) {
             step.Cancel();
             return {fmt::format("\"{}\" is not {}", name, ClassTestName(key.Def().only)), {}};
         }
         bool isThere = false;
-        for (int i = 0; i < block.Count(key.id); ++i)
-            isThere |= block.GetReference(key.id, 0, i) == node;
-        if (!isThere)
-            block.Append(key.id, std::shared_ptr<ReferenceTarget>(node->shared_from_this()));
+        for (int i = 0; i < table.Count(key.id); ++i) isThere |= NodeAt(table, key, i) == node;
+        if (!isThere) table.Append(key.id, node->shared_from_this());
     }
     return {};
 }
 
 TPanelResult RemoveNodeFromList(TPanel& panel, TParamKey key, const std::string& name) {
     UndoStep step("Object Removed");
-    for (TDravin* object : panel.Objects()) {
-        IParamBlock2& block = object->Block(key.block);
-        for (int i = block.Count(key.id); i-- > 0;) {
-            auto* node = dynamic_cast<INode*>(block.GetReference(key.id, 0, i));
-            if (node && node->GetName() == name) block.Delete(key.id, i);
-        }
+    for (ReferenceTarget* thing : panel.All()) {
+        ValueTable table = TPanel::TableOf(*thing, key);
+        for (int i = table.Count(key.id); i-- > 0;)
+            if (INode* node = NodeAt(table, key, i); node && node->GetName() == name)
+                table.Delete(key.id, i);
     }
     return {};
 }

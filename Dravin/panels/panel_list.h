@@ -13,17 +13,23 @@ class TPanelRows {
 public:
     TPanelRows(const TPanel& panel, const TPanelList& list) : m_panel(panel), m_list(list) {}
 
-    // Of the panel's first object; 0 without one.
+    // Of the panel's first thing; 0 without one.
     int Count() const;
     // What a cell shows; "-" where the list is shorter.
     std::string Cell(int row, int column) const;
     // Whether a column of truth values is on there.
     bool IsOn(int row, int column) const;
-    // Number entries, texts, names of nodes, maps and materials, or one of the column's entries.
+    // Number entries, texts, names of nodes, maps and materials, three numbers for a colour, or one
+    // of the column's entries.
     TPanelResult SetCell(int row, int column, const std::string& text);
 
+    // None where the list is shorter.
+    std::optional<ParamValue> Value(int row, int column) const;
+
 private:
-    const IParamBlock2* Block(int column) const;
+    std::optional<ValueTable> Table(int column) const;
+    bool ReadCell(const TListColumn& column, const ParamValue& present, const std::string& text,
+                  ParamInput* input, std::string* error) const;
 
     const TPanel& m_panel;
     const TPanelList& m_list;

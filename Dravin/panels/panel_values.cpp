@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include "Dravin/dravin.h"
+#include "Dravin/materials/scene_looks.h"
 #include "host/io/scene_description.h"
 #include "host/params/param_assign.h"
 #include "host/params/undo_step.h"
@@ -14,53 +15,47 @@
 
 namespace {
 
-std::string NameOfTarget(const Scene& scene, ParamType type, const ReferenceTarget* target) {
-    if (!target) return {};
-    if (type == ParamType::kTexmap) {
-        for (const auto& [name, map] : scene.Texmaps())
-            if (map.get() == target) return name;
-    } else if (type == ParamType::kMaterial) {
-        for (const auto& [name, material] : scene.Materials())
-            if (material.get() == target) return name;
-    } else if (auto* node = dynamic_cast<const INode*>(target)) {
-        return node->GetName();
-    }
-    return target->ClassName();
+double NumberOf(const ParamValue& value) {
+    auto* integer = std::get_if<int32_t>(&value);
+    return integer ? double(*integer) : double(std::get<float>(value));
 }
 
-void ReadContent(const Scene& scene, const IParamBlock2& block, const ParamDef& def, TimeValue t,
+void ReadContent(const Scene& scene, const ValueTable& table, const ParamDef& def, TimeValue t,
                  TControlValue* out) {
+    using Target = std::shared_ptr<ReferenceTarget>;
     if (def.list) {
-        for (int i = 0; i < block.Count(def.id); ++i)
-            if (const auto* target = block.GetReference(def.id, t, i))
-                out->names.push_back(NameOfTarget(scene, def.type, target));
+        bool isNamed = IsReferenceType(def.type);
+        for (int i = 0; isNamed && i < table.Count(def.id); ++i)
+            if (auto target = std::get<Target>(table.Get(def.id, t, i)))
+                out->names.push_back(LookName(scene, target.get()));
         return;
     }
-    if (IsReferenceType(def.type)) {
-        out->text = NameOfTarget(scene, def.type, block.GetReference(def.id, t));
-    } else if (def.type == ParamType::kColor) {
-        out->color = block.GetColor(def.id, t);
-    } else if (def.type == ParamType::kString || def.type == ParamType::kFilename) {
-        out->text = block.GetString(def.id, t);
-    } else if (def.type == ParamType::kFloat || def.type == ParamType::kWorld) {
-        out->number = block.GetFloat(def.id, t);
-    } else {
-        out->number = block.GetInt(def.id, t);
-    }
+    ParamValue value = table.Get(def.id, t);
+    if (auto* target = std::get_if<Target>(&value))
+        out->text = LookName(scene, target->get());
+    else if (auto* color = std::get_if<Color>(&value))
+        out->color = *color;
+    else if (auto* text = std::get_if<std::string>(&value))
+        out->text = *text;
+    else if (!std::holds_alternative<Point3>(value))
+        out->number = NumberOf(value);
 }
 
 bool IsFraction(ParamType type) { return type == ParamType::kFloat || type == ParamType::kWorld; }
 
 }  // namespace
 
-TPanel::TPanel(Scene& scene, std::vector<TDravin*> objects)
-    : m_scene(&scene), m_objects(std::move(objects)) {}
+TDravin* TPanel::Scatter() const {
+    return m_things.empty() ? nullptr : dynamic_cast<TDravin*>(m_things[0]);
+}
 
 TimeValue TPanel::Time() const { return m_scene->GetTime(); }
 
 bool TPanel::Holds(const INode& node) const {
-    return std::any_of(m_objects.begin(), m_objects.end(),
-                       [&](TDravin* object) { return node.GetObjectRef() == object; });
+    std::vector<ReferenceTarget*> shown = PartsOf(node);
+    return std::any_of(m_things.begin(), m_things.end(), [&](ReferenceTarget* thing) {
+        return std::find(shown.begin(), shown.end(), thing) != shown.end();
+    });
 }
 
 // Stored values in one that is shown: times are shown as frames.
@@ -68,9 +63,9 @@ double TPanel::UnitOf(const ParamDef& def) const {
     return def.type == ParamType::kTime ? double(m_scene->ticksPerFrame.Get()) : 1;
 }
 
-double TPanel::ShownNumberOf(const TDravin& object, TParamKey key) const {
+double TPanel::ShownNumberOf(ReferenceTarget& thing, TParamKey key) const {
     TControlValue value;
-    ReadContent(*m_scene, object.Block(key.block), key.Def(), Time(), &value);
+    ReadContent(*m_scene, TableOf(thing, key), key.Def(), Time(), &value);
     return value.number / UnitOf(key.Def());
 }
 
@@ -78,16 +73,15 @@ TControlValue TPanel::Read(TParamKey key) const {
     const ParamDef& def = key.Def();
     TControlValue shown;
     shown.isDefault = true;
-    for (size_t i = 0; i < m_objects.size(); ++i) {
-        const IParamBlock2& block = m_objects[i]->Block(key.block);
+    for (ReferenceTarget* thing : m_things) {
+        ValueTable table = TableOf(*thing, key);
         TControlValue value;
-        ReadContent(*m_scene, block, def, Time(), &value);
+        ReadContent(*m_scene, table, def, Time(), &value);
         value.number /= UnitOf(def);
-        bool isKeyed = !def.list && !block.GetKeys(def.id).empty();
-        bool isDefault =
-            !isKeyed &&
-            (def.list ? value.names.empty() : block.GetValue(def.id, Time()) == def.defaultValue);
-        if (i == 0) {
+        bool isKeyed = table.IsKeyed(def.id);
+        bool isDefault = !isKeyed && (def.list ? table.Count(def.id) == 0
+                                               : table.Get(def.id, Time()) == def.defaultValue);
+        if (thing == m_things[0]) {
             shown = value;
             shown.isDefault = isDefault;
         }
@@ -95,16 +89,16 @@ TControlValue TPanel::Read(TParamKey key) const {
                          !(value.color == shown.color) || value.names != shown.names;
         shown.isKeyed |= isKeyed;
         shown.isDefault &= isDefault;
-        shown.isEnabled &= IsParamEnabled(*m_objects[i], key, Time());
+        shown.isEnabled &= IsParamEnabled(*thing, key, Time());
     }
-    shown.isEnabled &= !m_objects.empty();
+    shown.isEnabled &= !m_things.empty();
     return shown;
 }
 
 bool TPanel::IsShown(const TPanelGroup& group) const {
-    return m_objects.empty() || std::any_of(m_objects.begin(), m_objects.end(), [&](TDravin* o) {
-               return IsGroupShown(*o, group, Time());
-           });
+    return m_things.empty() ||
+           std::any_of(m_things.begin(), m_things.end(),
+                       [&](ReferenceTarget* thing) { return IsGroupShown(*thing, group, Time()); });
 }
 
 TNumberForm TPanel::FormOf(TParamKey key) const {
@@ -122,13 +116,13 @@ std::string TPanel::StepName(TParamKey key) const {
     return "Set " + (def.label.empty() ? def.name : def.label);
 }
 
-// change(object): what is done to each; an error takes all back.
+// change(thing): what is done to each; an error takes all back.
 template <class Change>
 TPanelResult TPanel::ForAll(const std::string& name, const Change& change) const {
     TPanelResult all;
     UndoStep step(name);
-    for (TDravin* object : m_objects) {
-        TPanelResult one = change(*object);
+    for (ReferenceTarget* thing : m_things) {
+        TPanelResult one = change(*thing);
         for (std::string& warning : one.warnings) all.warnings.push_back(std::move(warning));
         if (one) continue;
         all.error = std::move(one.error);
@@ -140,9 +134,8 @@ TPanelResult TPanel::ForAll(const std::string& name, const Change& change) const
 
 TPanelResult TPanel::SetInput(TParamKey key, const ParamInput& input) const {
     NameResolver names = ResolverOf(*m_scene);
-    return ForAll(StepName(key), [&](TDravin& object) -> TPanelResult {
-        AssignResult result = AssignParam(object.Block(key.block), key.Def(), input, Time(),
-                                          AssignSource::kScript, names);
+    return ForAll(StepName(key), [&](ReferenceTarget& thing) -> TPanelResult {
+        AssignResult result = TableOf(thing, key).Assign(key.Def(), input, Time(), names);
         return {std::move(result.error), std::move(result.warnings)};
     });
 }
@@ -155,7 +148,7 @@ std::vector<TParamKey> TPanel::ChangedWith(TParamKey key) {
 }
 
 // A locked ratio of the map's sizes stays what it is.
-TPanelResult TPanel::Assign(TDravin& object, TParamKey key, double shown) const {
+TPanelResult TPanel::Assign(ReferenceTarget& thing, TParamKey key, double shown) const {
     const ParamDef& def = key.Def();
     double value = shown * UnitOf(def);
     if (!IsFraction(def.type)) value = std::round(value);
@@ -163,15 +156,16 @@ TPanelResult TPanel::Assign(TDravin& object, TParamKey key, double shown) const 
     auto assign = [&](TParamKey target, double number) {
         ParamInput input =
             IsFraction(target.Def().type) ? ParamInput(number) : ParamInput(int64_t(number));
-        return AssignParam(object.Block(target.block), target.Def(), input, Time(),
-                           AssignSource::kScript);
+        return TableOf(thing, target).Assign(target.Def(), input, Time(), {});
     };
-    double before = ShownNumberOf(object, key);
+    double before = ShownNumberOf(thing, key);
     AssignResult result = assign(key, value);
-    bool isLocked = object.Block(kDistParams).GetBool(distParams::kLockRatio, Time());
-    for (TParamKey other : ChangedWith(key))
-        if (result && !(other == key) && isLocked && before > 0)
-            result = assign(other, ShownNumberOf(object, other) * value / before);
+    for (TParamKey other : ChangedWith(key)) {
+        if (!result || other == key || before <= 0) continue;
+        auto& object = dynamic_cast<TDravin&>(thing);
+        if (object.Block(kDistParams).GetBool(distParams::kLockRatio, Time()))
+            result = assign(other, ShownNumberOf(thing, other) * value / before);
+    }
     return {std::move(result.error), std::move(result.warnings)};
 }
 
@@ -179,17 +173,17 @@ TPanelResult TPanel::Enter(TParamKey key, const std::string& text) {
     TNumberEntry entry;
     TPanelResult result;
     if (!entry.Parse(text, FormOf(key), &result.error)) return result;
-    return ForAll(StepName(key), [&](TDravin& object) {
+    return ForAll(StepName(key), [&](ReferenceTarget& thing) {
         TPanelResult one;
         double number = 0;
-        if (entry.Apply(ShownNumberOf(object, key), &number, &one.error))
-            one = Assign(object, key, number);
+        if (entry.Apply(ShownNumberOf(thing, key), &number, &one.error))
+            one = Assign(thing, key, number);
         return one;
     });
 }
 
 TPanelResult TPanel::SetNumber(TParamKey key, double shown) {
-    return ForAll(StepName(key), [&](TDravin& object) { return Assign(object, key, shown); });
+    return ForAll(StepName(key), [&](ReferenceTarget& thing) { return Assign(thing, key, shown); });
 }
 
 TPanelResult TPanel::SetBool(TParamKey key, bool on) { return SetInput(key, ParamInput(on)); }
@@ -214,15 +208,15 @@ TPanelResult TPanel::SetReference(TParamKey key, const std::string& name) {
     return SetInput(key, name.empty() ? ParamInput() : ParamInput(name));
 }
 
+TPanelResult TPanel::SetTarget(TParamKey key, std::shared_ptr<ReferenceTarget> target) {
+    return SetInput(key, ParamInput(std::move(target)));
+}
+
 TPanelResult TPanel::Reset(TParamKey key) {
     const ParamDef& def = key.Def();
     if (def.readOnly) return {"the parameter is read-only", {}};
-    return ForAll("Reset " + CaptionOf(def), [&](TDravin& object) -> TPanelResult {
-        IParamBlock2& block = object.Block(key.block);
-        if (def.list)
-            block.SetCount(def.id, 0);
-        else
-            block.SetElements(def.id, {{def.defaultValue, {}}});
+    return ForAll("Reset " + CaptionOf(def), [&](ReferenceTarget& thing) -> TPanelResult {
+        TableOf(thing, key).Reset(def.id);
         return {};
     });
 }
@@ -230,11 +224,11 @@ TPanelResult TPanel::Reset(TParamKey key) {
 TPanelResult TPanel::SetKey(TParamKey key) {
     const ParamDef& def = key.Def();
     if (!def.animatable) return {"the parameter cannot be animated", {}};
-    return ForAll("Key " + CaptionOf(def), [&](TDravin& object) -> TPanelResult {
-        IParamBlock2& block = object.Block(key.block);
-        std::vector<ParamElement> elements = block.GetElements(def.id);
-        elements.at(0).track.SetKey(Time(), block.GetValue(def.id, Time()));
-        block.SetElements(def.id, std::move(elements));
+    return ForAll("Key " + CaptionOf(def), [&](ReferenceTarget& thing) -> TPanelResult {
+        ValueTable table = TableOf(thing, key);
+        std::vector<ParamElement> elements = table.GetElements(def.id);
+        elements.at(0).track.SetKey(Time(), table.Get(def.id, Time()));
+        table.SetElements(def.id, std::move(elements));
         return {};
     });
 }
@@ -246,10 +240,9 @@ std::vector<std::string> TPanel::Candidates(TParamKey key) const {
         for (const auto& [name, map] : m_scene->Texmaps()) names.push_back(name);
     if (def.type == ParamType::kMaterial)
         for (const auto& [name, material] : m_scene->Materials()) names.push_back(name);
-    if (def.type != ParamType::kNode || m_objects.empty()) return names;
-    for (INode* node : m_scene->Nodes()) {
-        if (!Holds(*node) && m_objects[0]->Block(key.block).Accepts(key.id, node))
-            names.push_back(node->GetName());
-    }
+    if (def.type != ParamType::kNode || m_things.empty()) return names;
+    ValueTable table = TableOf(*m_things[0], key);
+    for (INode* node : m_scene->Nodes())
+        if (!Holds(*node) && table.Accepts(key.id, node)) names.push_back(node->GetName());
     return names;
 }

@@ -1,8 +1,10 @@
-// What controls show of scatter objects, and how they change them.
+// What controls show of things with tables of values, and how they change them.
 //
-// A panel shows one object or several alike: a value in which they differ is mixed, and setting it
-// sets it for all. Values go through the same door as `param.set` (host/params/param_assign.h);
-// each change is one undo step. One thread, the scene's, where its session is current.
+// Things are scatter objects, other objects, nodes, modifiers, materials, maps
+// (host/scene/class_values.h). A panel shows one or several alike: a value in which they differ is
+// mixed, and setting it sets it for all. Values go through the same door as `param.set`
+// (host/params/param_assign.h); each change is one undo step. One thread, the scene's, where its
+// session is current.
 #pragma once
 
 #include <memory>
@@ -13,15 +15,16 @@
 #include "Dravin/panels/number_entry.h"
 #include "Dravin/panels/rollouts.h"
 #include "host/math/color.h"
+#include "host/scene/class_values.h"
 
 class INode;
 class Scene;
 
 struct TControlValue {
     bool isEnabled = true;
-    bool isMixed = false;    // the objects differ
+    bool isMixed = false;    // the things differ
     bool isKeyed = false;    // it has keys
-    bool isDefault = false;  // of all objects
+    bool isDefault = false;  // of all things
     double number = 0;       // of numbers, truth values (0, 1) and named entries
     Color color;
     std::string text;                // of texts; the name of a node, map or material
@@ -37,14 +40,19 @@ struct TPanelResult {
 
 class TPanel {
 public:
-    // The objects must live as long as the panel; an empty panel shows nothing.
-    TPanel(Scene& scene, std::vector<TDravin*> objects);
+    using Things = std::vector<ReferenceTarget*>;
 
-    bool IsEmpty() const { return m_objects.empty(); }
-    const std::vector<TDravin*>& Objects() const { return m_objects; }
+    // The things must live as long as the panel, and all have the tables of the parameters that are
+    // asked for; an empty panel shows nothing.
+    TPanel(Scene& scene, Things things) : m_scene(&scene), m_things(std::move(things)) {}
+
+    bool IsEmpty() const { return m_things.empty(); }
+    const Things& All() const { return m_things; }
+    // The first thing as a scatter object; null when it is none.
+    TDravin* Scatter() const;
     Scene& GetScene() const { return *m_scene; }
 
-    // Whether the node shows one of the objects.
+    // Whether the node is one of the things, or shows one.
     bool Holds(const INode& node) const;
 
     TControlValue Read(TParamKey key) const;
@@ -53,7 +61,7 @@ public:
     TNumberForm FormOf(TParamKey key) const;
     double StepOf(TParamKey key, double shown) const;
 
-    // A number entry for all objects, clamped to the range.
+    // A number entry for all things, clamped to the range.
     TPanelResult Enter(TParamKey key, const std::string& text);
     // A number as the control shows it, clamped to the range.
     TPanelResult SetNumber(TParamKey key, double shown);
@@ -64,6 +72,8 @@ public:
     TPanelResult SetText(TParamKey key, const std::string& text);
     // By name; empty: none. Lists of nodes: see panel_list.h.
     TPanelResult SetReference(TParamKey key, const std::string& name);
+    // A map or material that has just been made, a node.
+    TPanelResult SetTarget(TParamKey key, std::shared_ptr<ReferenceTarget> target);
     TPanelResult Reset(TParamKey key);
     // Sets a key of the present value at the scene's time.
     TPanelResult SetKey(TParamKey key);
@@ -72,12 +82,16 @@ public:
     // materials.
     std::vector<std::string> Candidates(TParamKey key) const;
 
-    // For gestures: sets the number of one object, with what follows from it, as part of whatever
+    // The values of one thing that the parameter is among.
+    static ValueTable TableOf(ReferenceTarget& thing, TParamKey key) {
+        return ValueTableOf(thing, *key.table).value();
+    }
+    // For gestures: sets the number of one thing, with what follows from it, as part of whatever
     // step is open.
-    TPanelResult Assign(TDravin& object, TParamKey key, double shown) const;
-    // What Assign may change of an object.
+    TPanelResult Assign(ReferenceTarget& thing, TParamKey key, double shown) const;
+    // What Assign may change of a thing.
     static std::vector<TParamKey> ChangedWith(TParamKey key);
-    double ShownNumberOf(const TDravin& object, TParamKey key) const;
+    double ShownNumberOf(ReferenceTarget& thing, TParamKey key) const;
     std::string StepName(TParamKey key) const;
 
 private:
@@ -89,5 +103,5 @@ private:
     TimeValue Time() const;
 
     Scene* m_scene;
-    std::vector<TDravin*> m_objects;
+    Things m_things;
 };

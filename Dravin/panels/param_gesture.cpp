@@ -1,16 +1,13 @@
 #include "Dravin/panels/param_gesture.h"
 
-#include "Dravin/dravin.h"
 #include "host/params/undo_step.h"
 
 TParamGesture::TParamGesture(TPanel panel, TParamKey key)
     : m_panel(std::move(panel)), m_key(key), m_changed(TPanel::ChangedWith(key)) {
-    for (TDravin* object : m_panel.Objects()) {
-        Before before{std::static_pointer_cast<TDravin>(object->shared_from_this()),
-                      m_panel.ShownNumberOf(*object, key),
-                      {}};
+    for (ReferenceTarget* thing : m_panel.All()) {
+        Before before{thing->shared_from_this(), m_panel.ShownNumberOf(*thing, key), {}};
         for (TParamKey changed : m_changed)
-            before.elements.push_back(object->Block(changed.block).GetElements(changed.id));
+            before.elements.push_back(TPanel::TableOf(*thing, changed).GetElements(changed.id));
         m_before.push_back(std::move(before));
     }
 }
@@ -31,23 +28,23 @@ void TParamGesture::Show() {
     HoldSuspender unrecorded(CurrentHold());
     PutBack();
     for (size_t i = 0; i < m_before.size(); ++i)
-        m_panel.Assign(*m_before[i].object, m_key, m_last[i]);
+        m_panel.Assign(*m_before[i].thing, m_key, m_last[i]);
 }
 
 // Keys and all, as they stood at the beginning.
 void TParamGesture::PutBack() {
     for (const Before& before : m_before)
         for (size_t i = 0; i < m_changed.size(); ++i) {
-            IParamBlock2& block = before.object->Block(m_changed[i].block);
-            if (block.GetElements(m_changed[i].id) != before.elements[i])
-                block.SetElements(m_changed[i].id, before.elements[i]);
+            ValueTable table = TPanel::TableOf(*before.thing, m_changed[i]);
+            if (table.GetElements(m_changed[i].id) != before.elements[i])
+                table.SetElements(m_changed[i].id, before.elements[i]);
         }
 }
 
 bool TParamGesture::Differs() const {
     for (const Before& before : m_before)
         for (size_t i = 0; i < m_changed.size(); ++i)
-            if (before.object->Block(m_changed[i].block).GetElements(m_changed[i].id) !=
+            if (TPanel::TableOf(*before.thing, m_changed[i]).GetElements(m_changed[i].id) !=
                 before.elements[i])
                 return true;
     return false;
@@ -60,7 +57,7 @@ void TParamGesture::Commit() {
     if (!isChange) return;
     UndoStep step(m_panel.StepName(m_key));
     for (size_t i = 0; i < m_before.size(); ++i)
-        m_panel.Assign(*m_before[i].object, m_key, m_last[i]);
+        m_panel.Assign(*m_before[i].thing, m_key, m_last[i]);
 }
 
 void TParamGesture::Cancel() {

@@ -1,4 +1,4 @@
-// A number being dragged: the objects follow while the hand moves, and one undo step remains.
+// A number being dragged: things follow while the hand moves, and one undo step remains.
 //
 // Between, nothing is recorded, so that other steps may be made and taken back meanwhile without
 // meeting a half-made one. One thread, the scene's, where its session is current.
@@ -12,26 +12,26 @@
 
 class TParamGesture {
 public:
-    // The objects stay alive as long as it does.
+    // The things stay alive as long as it does.
     TParamGesture(TPanel panel, TParamKey key);
     // What was previewed and not committed is taken back.
     ~TParamGesture() { Cancel(); }
     TParamGesture(const TParamGesture&) = delete;
     TParamGesture& operator=(const TParamGesture&) = delete;
 
-    // The value as the control shows it, for all objects.
+    // The value as the control shows it, for all things.
     void Preview(double shown);
-    // Adds to each object's own value at the beginning.
+    // Adds to each thing's own value at the beginning.
     void PreviewOffset(double offset);
     // Makes what was previewed last one undo step; without a difference none.
     void Commit();
-    // The objects are as they were before.
+    // The things are as they were before.
     void Cancel();
     bool IsOpen() const { return m_isOpen; }
 
 private:
     struct Before {
-        std::shared_ptr<TDravin> object;
+        std::shared_ptr<ReferenceTarget> thing;
         double shown = 0;
         std::vector<std::vector<ParamElement>> elements;  // of all that may change
     };

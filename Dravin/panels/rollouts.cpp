@@ -84,41 +84,45 @@ const TPanelList& EffectList() {
     return list;
 }
 
+// The rollout of a block of the scatter object.
+TRollout Of(DravinBlockId id, std::vector<TPanelGroup> groups) {
+    const ParamBlockDesc2& block = DravinBlocks()[id];
+    return {block.title, &block, block.rolloutOpen, std::move(groups)};
+}
+
 TRollout General() {
     using namespace genParams;
-    return {kGenParams,
-            {{"Object", {kIconsize, kSeed}},
-             {"Threads", {kAutothreads, kThreads}},
-             {"Presets",
-              {},
-              nullptr,
-              {{"Load...", "preset.load"},
-               {"Save...", "preset.save"},
-               {"Delete...", "preset.delete"}}}}};
+    return Of(kGenParams, {{"Object", {kIconsize, kSeed}},
+                           {"Threads", {kAutothreads, kThreads}},
+                           {"Presets",
+                            {},
+                            nullptr,
+                            {{"Load...", "preset.load"},
+                             {"Save...", "preset.save"},
+                             {"Delete...", "preset.delete"}}}});
 }
 
 TRollout Geometry() {
     using namespace geomParams;
-    return {kGeomParams, {{"", {}, &GeometryList()}, {"All entries", {kGlobscale, kConsmat}}}};
+    return Of(kGeomParams, {{"", {}, &GeometryList()}, {"All entries", {kGlobscale, kConsmat}}});
 }
 
 TRollout Areas() {
     using namespace areaParams;
-    return {kAreaParams,
-            {{"", {}, &AreaList()},
-             {"Density at edges",
-              {kSpdensact, kSpdensinc, kSpdensexc},
-              nullptr,
-              {CurveButton("Curve", "spdenscurve")}},
-             {"Scale at edges",
-              {kSpscalact, kSpscalz, kSpscalinc, kSpscalexc},
-              nullptr,
-              {CurveButton("Curve", "spscalcurve")}}}};
+    return Of(kAreaParams, {{"", {}, &AreaList()},
+                            {"Density at edges",
+                             {kSpdensact, kSpdensinc, kSpdensexc},
+                             nullptr,
+                             {CurveButton("Curve", "spdenscurve")}},
+                            {"Scale at edges",
+                             {kSpscalact, kSpscalz, kSpscalinc, kSpscalexc},
+                             nullptr,
+                             {CurveButton("Curve", "spscalcurve")}}});
 }
 
 TRollout Distribution() {
     using namespace distParams;
-    return {
+    return Of(
         kDistParams,
         {{"", {kDistmode}},
          {"Map",
@@ -150,72 +154,75 @@ TRollout Distribution() {
            kDistpfloweventslist},
           nullptr,
           {},
-          3}}};
+          3}});
 }
 
 TRollout Surfaces() {
     using namespace surfaceParams;
-    return {kSurfaceParams,
-            {{"", {kSurflist, kSurfmode, kSurfanim, kRandstacked}},
-             {"Altitude",
-              {kAltlimited, kAltmax, kAltmin, kSurfaltdens, kSurfaltscal},
-              nullptr,
-              {CurveButton("Density Curve", "altitude_density"),
-               CurveButton("Scale Curve", "altitude_scale")}},
-             {"Slope",
-              {kSlopelimited, kSlopemax, kSlopemin, kSurfslodens, kSurfsloscal},
-              nullptr,
-              {CurveButton("Density Curve", "slope_density"),
-               CurveButton("Scale Curve", "slope_scale")}},
-             {"Direction", {kDirection, kScalelope, kLinkeditsurf}},
-             {"UV", {kUvalign, kUvscalex, kUvmultscalex, kUvscaley, kUvmultscaley}}}};
+    return Of(kSurfaceParams,
+              {{"", {kSurflist, kSurfmode, kSurfanim, kRandstacked}},
+               {"Altitude",
+                {kAltlimited, kAltmax, kAltmin, kSurfaltdens, kSurfaltscal},
+                nullptr,
+                {CurveButton("Density Curve", "altitude_density"),
+                 CurveButton("Scale Curve", "altitude_scale")}},
+               {"Slope",
+                {kSlopelimited, kSlopemax, kSlopemin, kSurfslodens, kSurfsloscal},
+                nullptr,
+                {CurveButton("Density Curve", "slope_density"),
+                 CurveButton("Scale Curve", "slope_scale")}},
+               {"Direction", {kDirection, kScalelope, kLinkeditsurf}},
+               {"UV", {kUvalign, kUvscalex, kUvmultscalex, kUvscaley, kUvmultscaley}}});
 }
 
 TRollout ItemsEditor() {
     using namespace editionParams;
-    return {kEditionParams,
-            {{"", {kMode, kConsgeom}},
-             {"Items",
-              {},
-              nullptr,
-              {{"Select all", "items.select_all"},
-               {"Select none", "items.select_none"},
-               {"Invert", "items.select_invert"},
-               {"Move...", "items.move"},
-               {"Rotate...", "items.rotate"},
-               {"Scale...", "items.scale"},
-               {"Add...", "items.add"},
-               {"Clone", "items.clone"},
-               {"Delete", "items.delete"},
-               {"Detach", "items.detach"}}}}};
+    return Of(kEditionParams, {{"", {kMode, kConsgeom}},
+                               {"Items",
+                                {},
+                                nullptr,
+                                {{"Select all", "items.select_all"},
+                                 {"Select none", "items.select_none"},
+                                 {"Invert", "items.select_invert"},
+                                 {"Move...", "items.move"},
+                                 {"Rotate...", "items.rotate"},
+                                 {"Scale...", "items.scale"},
+                                 {"Add...", "items.add"},
+                                 {"Clone", "items.clone"},
+                                 {"Delete", "items.delete"},
+                                 {"Detach", "items.detach"}}}});
 }
 
 TRollout CameraRollout() {
     using namespace camParams;
-    return {kCamParams,
-            {{"Camera", {kCamera, kCamauto, kCamlookat}},
-             {"Visibility", {kCamlimit, kCamwidth, kCamfar, kCambho}},
-             {"Look-at", {kUselookat, kLookat}},
-             {"Level of detail", {kCamlod, kCamloddist, kCamlodenvrange, kCamlodlookat}},
-             {"Falloff",
-              {kCamdensact, kCamscaact, kCamenvrange, kCamdensear, kCamdensfar},
-              nullptr,
-              {CurveButton("Density Curve", "camdenscurve"),
-               CurveButton("Scale Curve", "camscacurve")}}}};
+    return Of(kCamParams,
+              {{"Camera",
+                {kCamera, kCamauto, kCamlookat},
+                nullptr,
+                {{"Assign Camera", "camera.assign"}, {"Copy Parameters", "camera.copy"}}},
+               {"Visibility", {kCamlimit, kCamwidth, kCamfar, kCambho}},
+               {"Look-at", {kUselookat, kLookat}},
+               {"Level of detail", {kCamlod, kCamloddist, kCamlodenvrange, kCamlodlookat}},
+               {"Falloff",
+                {kCamdensact, kCamscaact, kCamenvrange, kCamdensear, kCamdensfar},
+                nullptr,
+                {CurveButton("Density Curve", "camdenscurve"),
+                 CurveButton("Scale Curve", "camscacurve")}}});
 }
 
 TRollout Shadows() {
     using namespace shadowParams;
-    return {kShadowParams,
-            {{"Billboards",
-              {kUsefakeshadows, kLight, kHshadow, kVshadow, kHsplanes, kCustshadow, kHsoffset,
-               kHsscale}},
-             {"Self-shadow", {kSelfshadow, kSsitself}}}};
+    return Of(kShadowParams, {{"Billboards",
+                               {kUsefakeshadows, kLight, kHshadow, kVshadow, kHsplanes, kCustshadow,
+                                kHsoffset, kHsscale},
+                               nullptr,
+                               {{"Assign Light", "light.assign"}}},
+                              {"Self-shadow", {kSelfshadow, kSsitself}}});
 }
 
 TRollout TransformRollout() {
     using namespace transformParams;
-    return {
+    return Of(
         kTransformParams,
         {{"Translation",
           {kApplytranslation, kTransxmin, kTransxmax, kTransymin, kTransymax, kTranszmin,
@@ -232,42 +239,41 @@ TRollout TransformRollout() {
            kScaprobmap, kUsescaprobcurve},
           nullptr,
           {CurveButton("Probability Curve", "scaprobcurve")}},
-         {"Mirror", {kMirror}}}};
+         {"Mirror", {kMirror}}});
 }
 
 TRollout MaterialRollout() {
     using namespace matParams;
-    return {kMatParams,
-            {{"Tint", {kTintmixmode, kTintmin, kTintmax, kTintmode}},
-             {"Gradient", {kTintcolor1, kTintcolor2}},
-             {"Map", {kTintmap, kTintmapmode, kTintmapchan}}}};
+    return Of(kMatParams, {{"Tint", {kTintmixmode, kTintmin, kTintmax, kTintmode}},
+                           {"Gradient", {kTintcolor1, kTintcolor2}},
+                           {"Map", {kTintmap, kTintmapmode, kTintmapchan}}});
 }
 
 TRollout Effects() {
-    return {kEffectParams, {{"", {}, &EffectList()}, {"", {effectParams::kPfEfonlyrender}}}};
+    return Of(kEffectParams, {{"", {}, &EffectList()}, {"", {effectParams::kPfEfonlyrender}}});
 }
 
 TRollout AnimationRollout() {
     using namespace animParams;
-    return {kAnimParams,
-            {{"", {kAnimation, kAnimonlyrend}},
-             {"Samples", {kAnimsoffset, kAnimsamples}},
-             {"From map", {kAnimap, kAnimapchan, kAnimstart, kAnimend}}}};
+    return Of(kAnimParams, {{"", {kAnimation, kAnimonlyrend}},
+                            {"Samples", {kAnimsoffset, kAnimsamples}},
+                            {"From map", {kAnimap, kAnimapchan, kAnimstart, kAnimend}}});
 }
 
 TRollout Display() {
     using namespace dispParams;
-    return {kDispParams,
-            {{"Viewport",
-              {kVmesh, kVtype, kAdaptfaces, kCloudens, kCloudcolorid, kVmaxitems, kOpacity,
-               kWireframe}},
-             {"Render", {kRmesh, kRtype, kRendermode, kRskip, kRmaxitems, kMaxfaces, kHidecustom}},
-             {"Update",
-              {kManualupdate, kDisabled},
-              nullptr,
-              {{"Update", "update"},
-               {"Update All", "update.all"},
-               {"Freeze all...", "update.freeze"}}}}};
+    return Of(
+        kDispParams,
+        {{"Viewport",
+          {kVmesh, kVtype, kAdaptfaces, kCloudens, kCloudcolorid, kVmaxitems, kOpacity,
+           kWireframe}},
+         {"Render", {kRmesh, kRtype, kRendermode, kRskip, kRmaxitems, kMaxfaces, kHidecustom}},
+         {"Update",
+          {kManualupdate, kDisabled},
+          nullptr,
+          {{"Update", "update"},
+           {"Update All", "update.all"},
+           {"Freeze all...", "update.freeze"}}}});
 }
 
 std::string RangeText(const ParamDef& def) {
@@ -292,8 +298,6 @@ std::string DefaultText(const ParamDef& def) {
 
 }  // namespace
 
-const ParamDef& TParamKey::Def() const { return *DravinBlocks()[size_t(block)].Find(id); }
-
 const std::string& CaptionOf(const ParamDef& def) {
     bool isOwn = !def.controlText.empty();
     return isOwn ? def.controlText : def.label.empty() ? def.name : def.label;
@@ -306,9 +310,6 @@ std::string HelpOf(const ParamDef& def) {
     if (std::string value = DefaultText(def); !value.empty()) text += "\nDefault: " + value;
     return text + "\nIn scripts: " + def.name;
 }
-
-const std::string& TRollout::Title() const { return DravinBlocks()[size_t(block)].title; }
-bool TRollout::StartsOpen() const { return DravinBlocks()[size_t(block)].rolloutOpen; }
 
 std::span<const TRollout> DravinRollouts() {
     static const TRollout rollouts[] = {

@@ -1,8 +1,9 @@
-// The rollouts of the scatter object as data: which parameters, lists and buttons stand where.
+// Rollouts as data: which parameters, lists and buttons stand where.
 //
-// The parameter tables (Dravin/params) say everything about a parameter: label, control, range,
-// step, entries, help. A rollout orders ids of one block into groups and names the commands of its
-// buttons. Tables of constants; any thread.
+// The parameter tables (Dravin/params, host/scene/class_values.h, blocks of other classes) say
+// everything about a parameter: label, control, range, step, entries, help. A rollout orders
+// parameters into groups and names the commands of its buttons. Those of the scatter object stand
+// in rollouts.cpp, those of other classes in class_rollouts.cpp. Tables of constants; any thread.
 #pragma once
 
 #include <span>
@@ -13,18 +14,20 @@
 
 class TDravin;
 
-// A parameter of the scatter object.
+// A parameter of anything that has tables of values.
 struct TParamKey {
-    DravinBlockId block = kGenParams;
+    const ParamBlockDesc2* table = nullptr;
     ParamID id = -1;
 
     TParamKey() = default;
-    TParamKey(DravinBlockId blockId, ParamID paramId) : block(blockId), id(paramId) {}
+    TParamKey(const ParamBlockDesc2& desc, ParamID paramId) : table(&desc), id(paramId) {}
+    // Of the scatter object.
+    TParamKey(DravinBlockId block, ParamID paramId) : TParamKey(DravinBlocks()[block], paramId) {}
     // From a constant of dravin_params.h.
     template <class Id, class = std::enable_if_t<std::is_enum_v<Id>>>
-    TParamKey(Id paramId) : block(DravinBlockOf(paramId)), id(paramId) {}
+    TParamKey(Id paramId) : TParamKey(DravinBlockOf(paramId), paramId) {}
 
-    const ParamDef& Def() const;
+    const ParamDef& Def() const { return *table->Find(id); }
     friend bool operator==(const TParamKey&, const TParamKey&) = default;
     friend auto operator<=>(const TParamKey&, const TParamKey&) = default;
 };
@@ -57,20 +60,25 @@ struct TPanelList {
     std::vector<TPanelButton> buttons;
 };
 
+// A line that nobody changes; the value stands behind it where there is one.
+struct TPanelText {
+    std::string text, value = {};
+};
+
 struct TPanelGroup {
     std::string title;  // empty: none
     std::vector<TParamKey> params = {};
     const TPanelList* list = nullptr;
-    std::vector<TPanelButton> buttons = {};
-    int onlyInMode = -1;  // shown for this `distmode` only; -1: always
+    std::vector<TPanelButton> buttons = {};  // without a command: does nothing
+    int onlyInMode = -1;                     // shown for this `distmode` only; -1: always
+    std::vector<TPanelText> texts = {};
 };
 
 struct TRollout {
-    DravinBlockId block;
-    std::vector<TPanelGroup> groups;
-
-    const std::string& Title() const;
-    bool StartsOpen() const;
+    std::string title;
+    const ParamBlockDesc2* table = nullptr;  // whose values it shows; null: of several, or none
+    bool startsOpen = true;
+    std::vector<TPanelGroup> groups = {};
 };
 
 // The thirteen, from top to bottom.
@@ -78,8 +86,8 @@ std::span<const TRollout> DravinRollouts();
 
 // --- rules (enable_rules.cpp)
 
-// Whether the control of this parameter answers, as the object is at time t.
-bool IsParamEnabled(const TDravin& object, TParamKey key, TimeValue t);
+// Whether the control of this parameter answers, as the thing is at time t.
+bool IsParamEnabled(const ReferenceTarget& thing, TParamKey key, TimeValue t);
 // Whether the list of areas with its buttons answers; else why not.
 bool AreAreasEnabled(const TDravin& object, TimeValue t, std::string* why);
-bool IsGroupShown(const TDravin& object, const TPanelGroup& group, TimeValue t);
+bool IsGroupShown(const ReferenceTarget& thing, const TPanelGroup& group, TimeValue t);

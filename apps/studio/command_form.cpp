@@ -42,8 +42,9 @@ ParamInput AsInput(double number, bool isInteger) {
 std::string TargetOf(StudioSession& session, const TCommand& command, Scene& scene) {
     if (command.target == TCommandTarget::kScene) return {};
     if (command.target == TCommandTarget::kNode) {
-        std::vector<INode*> selected = scene.Selection();
-        return selected.empty() ? "" : selected[0]->GetName();
+        std::vector<INode*> nodes = scene.Selection();
+        if (nodes.empty()) nodes = session.Shown(scene).nodes;
+        return nodes.empty() ? "" : nodes[0]->GetName();
     }
     TPanel panel = session.Panel(scene);
     for (INode* node : scene.Nodes())

@@ -177,6 +177,8 @@ void MainWindow::MakeActions() {
     // Windows around this one.
     AddAction("window.lister", "Lister", "list", QKeySequence("Ctrl+L"),
               [this] { m_windows->OpenLister(); });
+    AddAction("window.materials", "Materials and Maps", "material", QKeySequence("M"),
+              [this] { m_windows->OpenMaterials(); });
     AddAction("window.render", "Render...", "camera", QKeySequence("Ctrl+R"),
               [this] { m_windows->OpenRender(); });
     AddAction("window.undo", "Undo List", "", QKeySequence("Ctrl+Alt+Z"),
@@ -213,15 +215,15 @@ void MainWindow::MakeMenus() {
         view->addAction(dock->toggleViewAction());
     fill(menuBar()->addMenu("T&ime"), {"time.play", "time.next", "time.before"});
     fill(menuBar()->addMenu("&Windows"),
-         {"window.render", "window.lister", "window.undo", "pack.tools"});
+         {"window.render", "window.materials", "window.lister", "window.undo", "pack.tools"});
 
     QToolBar* bar = addToolBar("Tools");
     bar->setObjectName("toolbar");
     bar->setMovable(false);
     bar->setIconSize({20, 20});
-    for (const char* name :
-         {"file.new", "file.open", "file.save", "", "edit.undo", "edit.redo", "", "object.update",
-          "", "view.frame", "view.theme", "", "window.render", "window.lister", "edit.commands"})
+    for (const char* name : {"file.new", "file.open", "file.save", "", "edit.undo", "edit.redo", "",
+                             "object.update", "", "view.frame", "view.theme", "", "window.render",
+                             "window.materials", "window.lister", "edit.commands"})
         *name ? bar->addAction(m_actions[name]) : (void)bar->addSeparator();
     m_windows->Pack().Show(
         {m_actions["pack.create"], m_actions["pack.lod"], m_actions["pack.tools"]});
@@ -365,7 +367,7 @@ std::vector<PaletteEntry> MainWindow::PaletteEntries() {
         for (const TPanelGroup& group : rollout.groups)
             for (TParamKey key : group.params) {
                 const ParamDef& def = key.Def();
-                QString title = Text(rollout.Title() + ": " + CaptionOf(def));
+                QString title = Text(rollout.title + ": " + CaptionOf(def));
                 entries.push_back({title, Text(def.name + " \u2014 " + def.meaning), "",
                                    [this, key] { m_panel->JumpTo(key); }});
             }

@@ -166,5 +166,17 @@ void Outliner::contextMenuEvent(QContextMenuEvent* event) {
          {"node.rename", "node.hide", "node.clone", "node.transform", "node.delete"})
         menu.addAction(QString::fromStdString(m_session.Commands().Find(command)->label) + "...",
                        [this, command] { RunWithForm(m_session, command, {}, this); });
+    menu.addSeparator();
+    menu.addAction("Edit Material", [this] { EditMaterial(); });
     menu.exec(event->globalPos());
+}
+
+void Outliner::EditMaterial() {
+    m_session.Look([this](Scene& scene) {
+        std::vector<INode*> selected = scene.Selection();
+        Mtl* material = selected.empty() ? nullptr : selected[0]->GetShownMtl();
+        if (!material)
+            return m_session.told.Send(MessageLevel::kNote, "The node shows no material");
+        m_session.lookWished.Send(material->shared_from_this());
+    });
 }

@@ -19,6 +19,7 @@ protected:
 
 private:
     void Select();
+    void EditMaterial();
     StudioSession& m_session;
     class NodeModel* m_model;
     bool m_isShowing = false;

@@ -40,6 +40,7 @@ void StudioSession::Replace(std::unique_ptr<Session> session, const std::string&
     m_view.reset();
     m_reports.clear();
     m_panelNodes.clear();
+    m_shownNodes.clear();
     for (INode* node : scene.Nodes())
         if (m_panelNodes.empty() && dynamic_cast<TDravin*>(node->GetObjectRef()))
             m_panelNodes.push_back(node->GetHandle());

@@ -206,7 +206,7 @@ TPanel StudioSession::Panel(Scene& scene) {
     for (INode* node : scene.Selection())
         if (dynamic_cast<TDravin*>(node->GetObjectRef())) selected.push_back(node->GetHandle());
     if (!selected.empty()) m_panelNodes = selected;
-    std::vector<TDravin*> objects;
+    TPanel::Things objects;
     for (NodeHandle handle : m_panelNodes) {
         INode* node = scene.FindHandle(handle);
         auto* object = node ? dynamic_cast<TDravin*>(node->GetObjectRef()) : nullptr;
@@ -216,13 +216,23 @@ TPanel StudioSession::Panel(Scene& scene) {
     return {scene, std::move(objects)};
 }
 
-void StudioSession::BeginDrag(TParamKey key) {
+TPanelStack StudioSession::Shown(Scene& scene) {
+    std::vector<INode*> nodes = scene.Selection();
+    if (!nodes.empty()) m_shownNodes.clear();
+    for (INode* node : nodes) m_shownNodes.push_back(node->GetHandle());
+    if (nodes.empty())
+        for (NodeHandle handle : m_shownNodes.empty() ? m_panelNodes : m_shownNodes)
+            if (INode* node = scene.FindHandle(handle)) nodes.push_back(node);
+    return StackOf(nodes);
+}
+
+void StudioSession::BeginDrag(const std::function<TPanel(Scene&)>& panel, TParamKey key) {
     if (IsBusy()) return;
     EndDrag(true);
     m_isDragging = true;
     m_dragWaits = false;
-    Look([this, key](Scene& scene) {
-        m_gesture = std::make_unique<TParamGesture>(Panel(scene), key);
+    Look([this, panel, key](Scene& scene) {
+        m_gesture = std::make_unique<TParamGesture>(panel(scene), key);
     });
 }
 

@@ -21,7 +21,7 @@
 #include <QObject>
 
 #include "Dravin/commands/command_table.h"
-#include "Dravin/panels/panel_values.h"
+#include "Dravin/panels/panel_stack.h"
 #include "apps/studio/undo_marks.h"
 #include "host/base/signal.h"
 #include "host/params/hold.h"
@@ -117,8 +117,10 @@ public:
 
     // The selected scatter objects; where none is selected, those selected last.
     TPanel Panel(Scene& scene);
-    // A drag of a number: moves follow the newest wish; one at a time.
-    void BeginDrag(TParamKey key);
+    // The selected nodes as panels show them; where none is selected, those selected last.
+    TPanelStack Shown(Scene& scene);
+    // A drag of a number of what `panel` gives: moves follow the newest wish; one at a time.
+    void BeginDrag(const std::function<TPanel(Scene&)>& panel, TParamKey key);
     void Drag(double offset);
     void EndDrag(bool keep);
     bool IsDragging() const { return m_isDragging; }
@@ -132,6 +134,9 @@ public:
     // Keeps what `change` makes as one undo step; none takes the previews back.
     void EndGesture(std::function<void(Scene&)> change = {});
     bool HasGesture() const { return m_toolGesture != nullptr; }
+
+    // A material or map is to be shown where it can be edited.
+    Signal<const std::weak_ptr<ReferenceTarget>&> lookWished;
 
     // --- views
 
@@ -204,7 +209,8 @@ private:
     std::unique_ptr<QTimer> m_nagger;  // cancels again what may have begun since
     std::atomic<bool> m_stop{false};
     std::atomic<TDravin*> m_building{nullptr};
-    std::vector<NodeHandle> m_panelNodes;
+    std::vector<NodeHandle> m_panelNodes;  // scatter objects
+    std::vector<NodeHandle> m_shownNodes;  // whatever was selected; none: those
 
     std::unique_ptr<TParamGesture> m_gesture;
     struct ToolGesture {

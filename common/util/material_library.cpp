@@ -1,20 +1,12 @@
 #include "common/util/material_library.h"
 
-#include <set>
-
 #include <fmt/format.h>
 
 #include "common/util/report_error.h"
 #include "host/base/log.h"
+#include "host/params/reachable.h"
 
 namespace {
-
-// The target and all that it refers to, through whatever is between.
-void Collect(ReferenceTarget& target, std::set<const ReferenceTarget*>& all) {
-    if (!all.insert(&target).second) return;
-    for (int slot = 0; slot < target.NumRefs(); ++slot)
-        if (std::shared_ptr<ReferenceTarget> held = target.GetReference(slot)) Collect(*held, all);
-}
 
 // `name`, or name with the first free number behind it.
 template <class Map>
@@ -28,7 +20,7 @@ std::string FreeName(const Map& named, const std::string& name) {
 std::shared_ptr<Mtl> TakeOver(Scene& scene, const Scene& from, const std::shared_ptr<Mtl>& wanted,
                               const std::string& name) {
     std::set<const ReferenceTarget*> needed;
-    Collect(*wanted, needed);
+    CollectReachable(*wanted, needed);
     CloneMap copies;
     auto copy = [&copies](const auto& target) {
         auto made = std::static_pointer_cast<typename std::decay_t<decltype(target)>::element_type>(

@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 
 #include "host/base/text.h"
+#include "host/params/assign_target.h"
 
 namespace {
 
@@ -187,7 +188,7 @@ void Add(AssignResult* all, AssignResult one, int index) {
     }
 }
 
-AssignResult Whole(IParamBlock2& block, const ParamDef& def, const ParamInput& input,
+AssignResult Whole(const AssignTarget& target, const ParamDef& def, const ParamInput& input,
                    AssignSource source, const NameResolver& resolve) {
     if (AssignResult refused = CheckWritable(def, source); !refused) return refused;
     auto* array = std::get_if<ParamInput::Array>(&input.value);
@@ -196,31 +197,35 @@ AssignResult Whole(IParamBlock2& block, const ParamDef& def, const ParamInput& i
     std::vector<ParamElement> elements(array->size());
     for (size_t i = 0; i < array->size() && result; ++i)
         Add(&result, ConvertInput(def, (*array)[i], source, resolve, &elements[i].value), int(i));
-    if (!result) return result;
-    if (source == AssignSource::kScript) {
-        block.SetElements(def.id, std::move(elements));
-    } else {
-        AccessorSuspender quiet(block);
-        block.SetElements(def.id, std::move(elements));
-    }
+    if (result) target.setAll(std::move(elements));
     return result;
 }
 
-AssignResult Single(IParamBlock2& block, const ParamDef& def, int index, const ParamInput& input,
-                    TimeValue t, AssignSource source, const NameResolver& resolve) {
+AssignResult Single(const AssignTarget& target, const ParamDef& def, int index,
+                    const ParamInput& input, AssignSource source, const NameResolver& resolve) {
     if (AssignResult refused = CheckWritable(def, source); !refused) return refused;
-    if (index < 0 || index >= block.Count(def.id))
-        return Error(fmt::format("there is no element {} of {}", index, block.Count(def.id)));
+    if (index < 0 || index >= target.count)
+        return Error(fmt::format("there is no element {} of {}", index, target.count));
     ParamValue value;
     AssignResult result = ConvertInput(def, input, source, resolve, &value);
-    if (!result) return result;
-    if (source == AssignSource::kScript) {
-        block.SetValue(def.id, t, std::move(value), index);
-    } else {
-        AccessorSuspender quiet(block);
-        block.SetValue(def.id, t, std::move(value), index);
-    }
+    if (result) target.set(index, std::move(value));
     return result;
+}
+
+// The block's accessors act for scripts.
+AssignTarget TargetOf(IParamBlock2& block, const ParamDef& def, TimeValue t, AssignSource source) {
+    auto quietly = [&block, source](auto change) {
+        if (source == AssignSource::kScript) return change();
+        AccessorSuspender quiet(block);
+        change();
+    };
+    return {block.Count(def.id),
+            [&block, &def, t, quietly](int index, ParamValue value) {
+                quietly([&] { block.SetValue(def.id, t, std::move(value), index); });
+            },
+            [&block, &def, quietly](std::vector<ParamElement> elements) {
+                quietly([&] { block.SetElements(def.id, std::move(elements)); });
+            }};
 }
 
 // Scripts see no place, so their messages start with the parameter's name.
@@ -245,15 +250,24 @@ AssignResult ConvertInput(const ParamDef& def, const ParamInput& input, AssignSo
     return {};
 }
 
+AssignResult AssignWhole(const AssignTarget& target, const ParamDef& def, const ParamInput& input,
+                         AssignSource source, const NameResolver& resolve) {
+    if (!def.list) return AssignOne(target, def, 0, input, source, resolve);
+    return Named(def, source, Whole(target, def, input, source, resolve));
+}
+
+AssignResult AssignOne(const AssignTarget& target, const ParamDef& def, int index,
+                       const ParamInput& input, AssignSource source, const NameResolver& resolve) {
+    return Named(def, source, Single(target, def, index, input, source, resolve));
+}
+
 AssignResult AssignParam(IParamBlock2& block, const ParamDef& def, const ParamInput& input,
                          TimeValue t, AssignSource source, const NameResolver& resolve) {
-    return Named(def, source,
-                 def.list ? Whole(block, def, input, source, resolve)
-                          : Single(block, def, 0, input, t, source, resolve));
+    return AssignWhole(TargetOf(block, def, t, source), def, input, source, resolve);
 }
 
 AssignResult AssignElement(IParamBlock2& block, const ParamDef& def, int index,
                            const ParamInput& input, TimeValue t, AssignSource source,
                            const NameResolver& resolve) {
-    return Named(def, source, Single(block, def, index, input, t, source, resolve));
+    return AssignOne(TargetOf(block, def, t, source), def, index, input, source, resolve);
 }

@@ -12,20 +12,20 @@
 
 #include "apps/studio/theme.h"
 
-namespace {
-
-float ToDisplay(float linear) {
-    float c = std::clamp(linear, 0.0f, 1.0f);
-    return c <= 0.0031308f ? 12.92f * c : 1.055f * std::pow(c, 1 / 2.4f) - 0.055f;
-}
-float ToLinear(float shown) {
-    return shown <= 0.04045f ? shown / 12.92f : std::pow((shown + 0.055f) / 1.055f, 2.4f);
-}
-QColor Shown(const Color& c) {
-    return QColor::fromRgbF(ToDisplay(c.r), ToDisplay(c.g), ToDisplay(c.b));
+QColor ShownColor(const Color& c) {
+    auto part = [](float v) { return std::isfinite(v) ? std::clamp(v, 0.0f, 1.0f) : 0.0f; };
+    return QColor::fromRgbF(part(c.r), part(c.g), part(c.b));
 }
 
-}  // namespace
+// What is not touched keeps its exact value: eight bits a channel come from the picker alone.
+std::optional<Color> PickColor(const Color& now, QWidget* parent) {
+    QColorDialog dialog(ShownColor(now), parent);
+    dialog.setWindowTitle("Colour (sRGB)");
+    dialog.setOption(QColorDialog::DontUseNativeDialog);
+    if (dialog.exec() != QDialog::Accepted || dialog.currentColor() == ShownColor(now)) return {};
+    QColor c = dialog.currentColor();
+    return Color{c.redF(), c.greenF(), c.blueF()};
+}
 
 ColorButton::ColorButton(std::function<void(const Color&)> set, QWidget* parent)
     : QPushButton(parent), m_set(std::move(set)) {
@@ -40,14 +40,8 @@ void ColorButton::Show(const Color& color, bool isMixed) {
     update();
 }
 
-// What is not touched keeps its exact value: eight bits a channel come from the picker alone.
 void ColorButton::Pick() {
-    QColorDialog dialog(Shown(m_color), this);
-    dialog.setWindowTitle("Colour (shown as sRGB, kept linear)");
-    dialog.setOption(QColorDialog::DontUseNativeDialog);
-    if (dialog.exec() != QDialog::Accepted || dialog.currentColor() == Shown(m_color)) return;
-    QColor c = dialog.currentColor();
-    m_set({ToLinear(c.redF()), ToLinear(c.greenF()), ToLinear(c.blueF())});
+    if (std::optional<Color> color = PickColor(m_color, this)) m_set(*color);
 }
 
 void ColorButton::paintEvent(QPaintEvent* event) {
@@ -56,7 +50,7 @@ void ColorButton::paintEvent(QPaintEvent* event) {
     QRect inside = rect().adjusted(5, 5, -5, -5);
     if (m_isMixed) return painter.drawText(inside, Qt::AlignCenter, QString(u'\u2013'));
     painter.setOpacity(isEnabled() ? 1 : 0.4);
-    painter.fillRect(inside, Shown(m_color));
+    painter.fillRect(inside, ShownColor(m_color));
 }
 
 void ColorButton::mouseMoveEvent(QMouseEvent* event) {

@@ -1,12 +1,18 @@
-// A swatch of a linear colour, shown as displays show it. A click opens the picker; a swatch
-// dragged onto another gives it its colour.
+// A swatch of a display colour (sRGB), as those of materials, maps and tints are. A click opens the
+// picker; a swatch dragged onto another gives it its colour.
 #pragma once
 
 #include <functional>
+#include <optional>
 
 #include <QPushButton>
 
 #include "host/math/color.h"
+
+// As the screen shows it; what is beyond its range is cut.
+QColor ShownColor(const Color& color);
+// Asks for another colour; none when it stays.
+std::optional<Color> PickColor(const Color& now, QWidget* parent);
 
 class ColorButton : public QPushButton {
 public:

@@ -4,162 +4,53 @@
 #include <QLineEdit>
 #include <QScrollArea>
 #include <QScrollBar>
-#include <QToolButton>
 #include <QVBoxLayout>
 
 #include "Dravin/dravin.h"
-#include "apps/studio/panels/controls.h"
-#include "apps/studio/panels/row_list.h"
+#include "Dravin/panels/class_rollouts.h"
+#include "apps/studio/panels/rollout_stack.h"
 #include "apps/studio/studio_session.h"
 #include "host/scene/scene.h"
 
 namespace {
 
+constexpr int kMaxNames = 4;  // in the title
+
 QString Text(const std::string& text) { return QString::fromStdString(text); }
 
-bool Matches(TParamKey key, const QStringList& words) {
-    QString all = Text(HelpOf(key.Def()) + " " + CaptionOf(key.Def()));
-    for (const QString& word : words)
-        if (!all.contains(word, Qt::CaseInsensitive)) return false;
-    return true;
+QString TitleOf(const std::vector<INode*>& nodes) {
+    if (nodes.empty()) return "Select an object, or create one";
+    QStringList names;
+    for (size_t i = 0; i < nodes.size() && i < kMaxNames; ++i)
+        names.push_back(Text(nodes[i]->GetName()));
+    if (nodes.size() > kMaxNames)
+        names.push_back(QString("and %1 more").arg(nodes.size() - kMaxNames));
+    return names.join(", ");
+}
+
+// The things at a place of what is shown; none while that is made up of other classes.
+TPanel PanelAt(StudioSession& session, Scene& scene, const std::vector<ClassId>& classes,
+               size_t place) {
+    if (classes[place] == TDravin::kClass.id) return session.Panel(scene);
+    TPanelStack stack = session.Shown(scene);
+    return {scene, stack.classes == classes ? stack.things[place] : TPanel::Things()};
 }
 
 }  // namespace
-
-// One rollout: a title that opens and closes it, and its controls, made when they are first seen.
-class RolloutWidget : public QWidget {
-public:
-    RolloutWidget(StudioSession& session, const TRollout& rollout)
-        : m_session(session), m_rollout(rollout) {
-        m_title = new QToolButton;
-        m_title->setObjectName("rollout");
-        m_title->setText(Text(rollout.Title()));
-        m_title->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-        m_title->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-        m_title->setCheckable(true);
-        m_title->setFocusPolicy(Qt::StrongFocus);
-        m_body = new QWidget;
-        auto* column = new QVBoxLayout(this);
-        column->setContentsMargins(0, 0, 0, 0);
-        column->setSpacing(0);
-        column->addWidget(m_title);
-        column->addWidget(m_body);
-        connect(m_title, &QToolButton::clicked, this, [this](bool on) { m_isOpen = on, Lay(); });
-        m_isOpen = rollout.StartsOpen();
-        Lay();
-    }
-
-    const TRollout& Rollout() const { return m_rollout; }
-    void SetOpen(bool open) { m_isOpen = open, Lay(); }
-    void SetFilter(const QStringList& words) { m_words = words, Lay(); }
-
-    void Show(const TPanel& panel) {
-        for (Group& group : m_groups) {
-            group.isShown = panel.IsShown(*group.source);
-            if (group.list) group.list->Show(panel);
-            for (ParamControl* control : group.controls) control->Show(panel);
-        }
-        if (!m_groups.empty()) Lay();
-    }
-    ParamControl* Control(TParamKey key) {
-        Make();
-        for (Group& group : m_groups)
-            for (ParamControl* control : group.controls)
-                if (control->Key() == key) return control;
-        return nullptr;
-    }
-
-private:
-    struct Group {
-        const TPanelGroup* source;
-        QWidget* box;
-        RowList* list = nullptr;
-        QWidget* buttons = nullptr;
-        std::vector<ParamControl*> controls = {};
-        bool isShown = true;
-    };
-
-    void Make() {
-        if (!m_groups.empty()) return;
-        auto* column = new QVBoxLayout(m_body);
-        column->setContentsMargins(8, 4, 8, 12);
-        column->setSpacing(4);
-        for (const TPanelGroup& source : m_rollout.groups) {
-            m_groups.push_back(MakeGroup(source));
-            column->addWidget(m_groups.back().box);
-        }
-        m_session.Look([this](Scene& scene) { Show(m_session.Panel(scene)); });
-    }
-    Group MakeGroup(const TPanelGroup& source) {
-        Group group{&source, new QWidget};
-        auto* column = new QVBoxLayout(group.box);
-        column->setContentsMargins(0, 0, 0, 0);
-        column->setSpacing(4);
-        if (!source.title.empty()) {
-            auto* title = new QLabel(Text(source.title));
-            title->setObjectName("group");
-            column->addWidget(title);
-        }
-        if (source.list) column->addWidget(group.list = new RowList(m_session, *source.list));
-        for (TParamKey key : source.params) {
-            group.controls.push_back(MakeParamControl(m_session, key));
-            column->addWidget(group.controls.back());
-        }
-        if (!source.buttons.empty())
-            column->addWidget(group.buttons = MakeButtonRow(m_session, source.buttons, {}));
-        return group;
-    }
-
-    // What is open, belongs to the mode and passes the filter is seen.
-    void Lay() {
-        bool isFiltered = !m_words.isEmpty(), isAny = false;
-        if (m_isOpen || isFiltered) Make();
-        for (Group& group : m_groups) {
-            bool isAnyHere = !isFiltered;
-            for (ParamControl* control : group.controls) {
-                bool passes = !isFiltered || Matches(control->Key(), m_words);
-                control->setVisible(passes);
-                isAnyHere |= passes;
-            }
-            if (group.list) group.list->setVisible(!isFiltered);
-            if (group.buttons) group.buttons->setVisible(!isFiltered);
-            group.box->setVisible(isAnyHere && group.isShown);
-            isAny |= isAnyHere && group.isShown;
-        }
-        bool isSeen = isFiltered ? isAny : m_isOpen;
-        m_body->setVisible(isSeen);
-        setVisible(!isFiltered || isAny);
-        m_title->setChecked(isSeen);
-        m_title->setArrowType(isSeen ? Qt::DownArrow : Qt::RightArrow);
-    }
-
-    StudioSession& m_session;
-    const TRollout& m_rollout;
-    QToolButton* m_title;
-    QWidget* m_body;
-    std::vector<Group> m_groups;
-    QStringList m_words;
-    bool m_isOpen = false;
-};
 
 CommandPanel::CommandPanel(StudioSession& session, QWidget* parent)
     : QWidget(parent), m_session(session) {
     m_title = new QLabel;
     m_title->setContentsMargins(8, 4, 8, 0);
+    m_title->setWordWrap(true);
     m_filter = new QLineEdit;
     m_filter->setPlaceholderText("Filter parameters");
     m_filter->setAccessibleName("Filter parameters");
     m_filter->setClearButtonEnabled(true);
     connect(m_filter, &QLineEdit::textChanged, this, [this](const QString& t) { SetFilter(t); });
     auto* inside = new QWidget;
-    auto* rows = new QVBoxLayout(inside);
-    rows->setContentsMargins(4, 4, 4, 4);
-    rows->setSpacing(2);
-    for (const TRollout& rollout : DravinRollouts()) {
-        m_rollouts.push_back(new RolloutWidget(session, rollout));
-        rows->addWidget(m_rollouts.back());
-    }
-    rows->addStretch(1);
+    auto* pages = new QVBoxLayout(inside);
+    pages->setContentsMargins(0, 0, 0, 0);
     m_scroll = new QScrollArea;
     m_scroll->setWidgetResizable(true);
     m_scroll->setFrameShape(QFrame::NoFrame);
@@ -176,45 +67,73 @@ CommandPanel::CommandPanel(StudioSession& session, QWidget* parent)
     column->addWidget(m_scroll, 1);
     column->addStretch();
     setMinimumWidth(320);
+    MakePage(
+        {TDravin::kClass.id, INode::kClass.id},
+        {{DravinRollouts().begin(), DravinRollouts().end()}, RolloutsOf(*INode::Create("node"))});
+}
+
+RolloutStack* CommandPanel::MakePage(const Classes& classes,
+                                     const std::vector<std::vector<TRollout>>& rollouts) {
+    std::vector<RolloutSection> sections;
+    for (size_t place = 0; place < classes.size(); ++place)
+        sections.push_back({{m_session,
+                             [&session = m_session, classes, place](Scene& scene) {
+                                 return PanelAt(session, scene, classes, place);
+                             },
+                             {}},
+                            rollouts[place]});
+    auto* page = new RolloutStack(std::move(sections));
+    page->SetFilter(m_filter->text().split(' ', Qt::SkipEmptyParts));
+    page->hide();
+    m_scroll->widget()->layout()->addWidget(page);
+    return m_pages[classes] = page;
+}
+
+RolloutStack* CommandPanel::PageOf(const TPanelStack& stack) {
+    if (stack.nodes.empty()) return nullptr;
+    if (auto page = m_pages.find(stack.classes); page != m_pages.end()) return page->second;
+    std::vector<std::vector<TRollout>> rollouts;
+    for (const TPanel::Things& things : stack.things) rollouts.push_back(RolloutsOf(*things.at(0)));
+    return MakePage(stack.classes, rollouts);
+}
+
+RolloutStack& CommandPanel::ScatterPage() {
+    return *m_pages.at({TDravin::kClass.id, INode::kClass.id});
 }
 
 void CommandPanel::Show(Scene& scene) {
-    TPanel panel = m_session.Panel(scene);
-    QStringList names;
-    for (INode* node : scene.Nodes())
-        if (panel.Holds(*node)) names.push_back(Text(node->GetName()));
-    m_title->setText(names.isEmpty() ? QString("Select a scatter object, or create one")
-                                     : names.join(", "));
-    m_filter->setVisible(!panel.IsEmpty());
-    m_scroll->setVisible(!panel.IsEmpty());
-    for (RolloutWidget* rollout : m_rollouts) {
-        rollout->setEnabled(!panel.IsEmpty());
-        rollout->Show(panel);
+    TPanelStack stack = m_session.Shown(scene);
+    m_title->setText(TitleOf(stack.nodes));
+    RolloutStack* page = PageOf(stack);
+    if (page != m_page) {
+        if (m_page) m_page->hide();
+        if (page) page->show();
+        m_page = page;
     }
+    m_filter->setVisible(page != nullptr);
+    m_scroll->setVisible(page != nullptr);
+    if (page) page->Show(scene);
 }
 
 void CommandPanel::SetFilter(const QString& words) {
     if (m_filter->text() != words) return m_filter->setText(words);
-    for (RolloutWidget* rollout : m_rollouts)
-        rollout->SetFilter(words.split(' ', Qt::SkipEmptyParts));
+    for (auto& [classes, page] : m_pages) page->SetFilter(words.split(' ', Qt::SkipEmptyParts));
 }
 
-void CommandPanel::OpenRollout(DravinBlockId block, bool open) {
-    for (RolloutWidget* rollout : m_rollouts)
-        if (rollout->Rollout().block == block) rollout->SetOpen(open);
+void CommandPanel::OpenRollout(const ParamBlockDesc2& table, bool open) {
+    if (!m_page || !m_page->Open(table, open)) ScatterPage().Open(table, open);
 }
 
 ParamControl* CommandPanel::ControlOf(TParamKey key) {
-    for (RolloutWidget* rollout : m_rollouts)
-        if (rollout->Rollout().block == key.block) return rollout->Control(key);
-    return nullptr;
+    ParamControl* control = m_page ? m_page->ControlOf(key) : nullptr;
+    return control ? control : ScatterPage().ControlOf(key);
 }
 
 void CommandPanel::JumpTo(TParamKey key) {
     m_filter->clear();
-    OpenRollout(key.block, true);
+    OpenRollout(*key.table, true);
     ParamControl* control = ControlOf(key);
-    if (!control) return;
+    if (!control || !control->isVisibleTo(this)) return;
     layout()->activate();
     m_scroll->widget()->layout()->activate();
     m_scroll->ensureWidgetVisible(control);

@@ -1,19 +1,21 @@
-// The rollouts of the selected scatter objects, one below the other, with a box that filters them.
+// The rollouts of what is selected, one below the other, with a box that filters them.
+//
+// Scatter objects have the thirteen of theirs; other objects, modifiers and nodes those of their
+// tables of values. What is made up alike is shown, and changed, together.
 #pragma once
 
+#include <map>
 #include <vector>
 
 #include <QWidget>
 
-#include "Dravin/panels/rollouts.h"
+#include "Dravin/panels/panel_stack.h"
+#include "apps/studio/panels/controls.h"
 
-class ParamControl;
 class QLabel;
 class QLineEdit;
 class QScrollArea;
-class RolloutWidget;
-class Scene;
-class StudioSession;
+class RolloutStack;
 
 class CommandPanel : public QWidget {
 public:
@@ -25,13 +27,22 @@ public:
     void JumpTo(TParamKey key);
     // Only what has all of these words in its name, label or help; empty: everything.
     void SetFilter(const QString& words);
-    void OpenRollout(DravinBlockId block, bool open);
+    void OpenRollout(const ParamBlockDesc2& table, bool open);
+    void OpenRollout(DravinBlockId block, bool open) { OpenRollout(DravinBlocks()[block], open); }
+    // Of the page that is shown, else of that of scatter objects; null for none.
     ParamControl* ControlOf(TParamKey key);
 
 private:
+    using Classes = std::vector<ClassId>;
+    RolloutStack* MakePage(const Classes& classes,
+                           const std::vector<std::vector<TRollout>>& rollouts);
+    RolloutStack* PageOf(const TPanelStack& stack);
+    RolloutStack& ScatterPage();
+
     StudioSession& m_session;
     QLabel* m_title;
     QLineEdit* m_filter;
     QScrollArea* m_scroll;
-    std::vector<RolloutWidget*> m_rollouts;
+    std::map<Classes, RolloutStack*> m_pages;  // by what the nodes are made up of
+    RolloutStack* m_page = nullptr;            // that is shown; null: none
 };

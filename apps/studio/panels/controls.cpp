@@ -20,13 +20,13 @@ namespace {
 
 class CheckControl : public LabelledControl {
 public:
-    CheckControl(StudioSession& session, TParamKey key) : LabelledControl(session, key) {
+    CheckControl(const PanelScope& scope, TParamKey key) : LabelledControl(scope, key) {
         m_box = new QCheckBox(Text(CaptionOf(key.Def())));
         SetEditor(m_box, 1);
         connect(m_box, &QCheckBox::clicked, this, [this] {
             bool on = m_box->checkState() != Qt::Unchecked;
             m_box->setTristate(false);
-            Change(m_session, [key = m_key, on](TPanel& panel) { return panel.SetBool(key, on); });
+            Change(m_scope, [key = m_key, on](TPanel& panel) { return panel.SetBool(key, on); });
         });
     }
     void Show(const TPanel& panel) override {
@@ -43,23 +43,23 @@ private:
 };
 
 // The mode of editing is switched by its command, which asks and makes items beside the window.
-void SetEntry(StudioSession& session, TParamKey key, int entry) {
+void SetEntry(const PanelScope& scope, TParamKey key, int entry) {
     if (!(key == TParamKey(editionParams::kMode)))
-        return Change(session, [=](TPanel& panel) { return panel.SetEntry(key, entry); });
-    session.Look([=, &session](Scene& scene) {
-        TPanel panel = session.Panel(scene);
+        return Change(scope, [=](TPanel& panel) { return panel.SetEntry(key, entry); });
+    scope.session.Look([=](Scene& scene) {
+        TPanel panel = scope.panel(scene);
         if (panel.IsEmpty()) return;
         std::string mode = entry == 0 ? "generate" : "custom_edit";
         std::string name;
         for (INode* node : scene.Nodes())
             if (name.empty() && panel.Holds(*node)) name = node->GetName();
-        session.Run("mode.switch", name, {{"mode", mode}});
+        scope.session.Run("mode.switch", name, {{"mode", mode}});
     });
 }
 
 class RadioControl : public LabelledControl {
 public:
-    RadioControl(StudioSession& session, TParamKey key) : LabelledControl(session, key) {
+    RadioControl(const PanelScope& scope, TParamKey key) : LabelledControl(scope, key) {
         auto* box = new QWidget;
         auto* column = new QVBoxLayout(box);
         column->setContentsMargins(0, 0, 0, 0);
@@ -74,7 +74,7 @@ public:
         label->setAlignment(Qt::AlignTop | Qt::AlignLeft);
         SetEditor(box, 1);
         connect(&m_group, &QButtonGroup::idClicked, this,
-                [this](int id) { SetEntry(m_session, m_key, id); });
+                [this](int id) { SetEntry(m_scope, m_key, id); });
     }
     void Show(const TPanel& panel) override {
         TControlValue value = panel.Read(m_key);
@@ -91,7 +91,7 @@ private:
 
 class DropDownControl : public LabelledControl {
 public:
-    DropDownControl(StudioSession& session, TParamKey key) : LabelledControl(session, key) {
+    DropDownControl(const PanelScope& scope, TParamKey key) : LabelledControl(scope, key) {
         AddLabel();
         m_box = new QComboBox;
         for (const std::string& entry : key.Def().entries) m_box->addItem(Text(entry));
@@ -99,7 +99,7 @@ public:
         m_box->installEventFilter(new WheelGuard(this));
         SetEditor(m_box, 1);
         connect(m_box, &QComboBox::activated, this,
-                [this](int entry) { SetEntry(m_session, m_key, entry); });
+                [this](int entry) { SetEntry(m_scope, m_key, entry); });
     }
     void Show(const TPanel& panel) override {
         TControlValue value = panel.Read(m_key);
@@ -116,10 +116,10 @@ private:
 
 class SwatchControl : public LabelledControl {
 public:
-    SwatchControl(StudioSession& session, TParamKey key) : LabelledControl(session, key) {
+    SwatchControl(const PanelScope& scope, TParamKey key) : LabelledControl(scope, key) {
         AddLabel();
         m_button = new ColorButton([this](const Color& color) {
-            Change(m_session,
+            Change(m_scope,
                    [key = m_key, color](TPanel& panel) { return panel.SetColor(key, color); });
         });
         SetEditor(m_button);
@@ -134,10 +134,10 @@ private:
     ColorButton* m_button;
 };
 
-// A map, camera, light or target, chosen by name from what fits.
+// A camera, light or target, chosen by name from what fits.
 class ReferenceControl : public LabelledControl {
 public:
-    ReferenceControl(StudioSession& session, TParamKey key) : LabelledControl(session, key) {
+    ReferenceControl(const PanelScope& scope, TParamKey key) : LabelledControl(scope, key) {
         AddLabel();
         m_button = new QPushButton;
         SetEditor(m_button, 1);
@@ -153,15 +153,15 @@ public:
 
 private:
     void Choose() {
-        m_session.Look([this](Scene& scene) {
+        m_scope.session.Look([this](Scene& scene) {
             QMenu menu;
             menu.addAction("None")->setData(QString());
-            for (const std::string& name : m_session.Panel(scene).Candidates(m_key))
+            for (const std::string& name : m_scope.panel(scene).Candidates(m_key))
                 menu.addAction(Text(name))->setData(Text(name));
             QAction* chosen = menu.exec(m_button->mapToGlobal(QPoint(0, m_button->height())));
             if (!chosen) return;
             std::string name = chosen->data().toString().toStdString();
-            Change(m_session,
+            Change(m_scope,
                    [key = m_key, name](TPanel& panel) { return panel.SetReference(key, name); });
         });
     }
@@ -171,7 +171,7 @@ private:
 // A file, by its picker or typed.
 class FileControl : public LabelledControl {
 public:
-    FileControl(StudioSession& session, TParamKey key) : LabelledControl(session, key) {
+    FileControl(const PanelScope& scope, TParamKey key) : LabelledControl(scope, key) {
         AddLabel();
         m_edit = new QLineEdit;
         SetEditor(m_edit, 1);
@@ -184,7 +184,7 @@ public:
         connect(pick, &QPushButton::clicked, this, [this] {
             FileRequest request{
                 "Choose an image", false, {}, {".bmp", ".png", ".jpg", ".tif", ".exr"}};
-            if (auto path = m_session.Ui().PickFile(request)) Set(*path);
+            if (auto path = m_scope.session.Ui().PickFile(request)) Set(*path);
         });
     }
     void Show(const TPanel& panel) override {
@@ -197,14 +197,14 @@ public:
 private:
     void Set(const std::string& path) {
         m_edit->setModified(false);
-        Change(m_session, [key = m_key, path](TPanel& panel) { return panel.SetText(key, path); });
+        Change(m_scope, [key = m_key, path](TPanel& panel) { return panel.SetText(key, path); });
     }
     QLineEdit* m_edit;
 };
 
 class NodeListControl : public LabelledControl {
 public:
-    NodeListControl(StudioSession& session, TParamKey key) : LabelledControl(session, key) {
+    NodeListControl(const PanelScope& scope, TParamKey key) : LabelledControl(scope, key) {
         auto* box = new QWidget;
         auto* column = new QVBoxLayout(box);
         column->setContentsMargins(0, 0, 0, 0);
@@ -227,12 +227,12 @@ public:
         connect(remove, &QPushButton::clicked, this, [this] {
             std::string name = m_view->currentIndex().data().toString().toStdString();
             if (name.empty()) return;
-            Change(m_session, [key = m_key, name](TPanel& panel) {
+            Change(m_scope, [key = m_key, name](TPanel& panel) {
                 return RemoveNodeFromList(panel, key, name);
             });
         });
         connect(clear, &QPushButton::clicked, this, [this] {
-            Change(m_session, [key = m_key](TPanel& panel) { return panel.Reset(key); });
+            Change(m_scope, [key = m_key](TPanel& panel) { return panel.Reset(key); });
         });
     }
     void Show(const TPanel& panel) override {
@@ -246,14 +246,14 @@ public:
 
 private:
     void Add(QPushButton* below) {
-        m_session.Look([this, below](Scene& scene) {
+        m_scope.session.Look([this, below](Scene& scene) {
             QMenu menu;
-            for (const std::string& name : m_session.Panel(scene).Candidates(m_key))
+            for (const std::string& name : m_scope.panel(scene).Candidates(m_key))
                 menu.addAction(Text(name));
             if (menu.isEmpty()) menu.addAction("Nothing in the scene fits")->setEnabled(false);
             QAction* chosen = menu.exec(below->mapToGlobal(QPoint(0, below->height())));
             if (!chosen) return;
-            Change(m_session, [key = m_key, name = chosen->text().toStdString()](TPanel& panel) {
+            Change(m_scope, [key = m_key, name = chosen->text().toStdString()](TPanel& panel) {
                 return AddNodeToList(panel, key, name);
             });
         });
@@ -265,27 +265,28 @@ private:
 
 }  // namespace
 
-ParamControl* MakeParamControl(StudioSession& session, TParamKey key) {
+ParamControl* MakeParamControl(const PanelScope& scope, TParamKey key) {
     switch (key.Def().control) {
         case ControlKind::kSpinner:
-            return MakeNumberControl(session, key);
+            return MakeNumberControl(scope, key);
         case ControlKind::kCheckBox:
-            return new CheckControl(session, key);
+            return new CheckControl(scope, key);
         case ControlKind::kRadio:
-            return new RadioControl(session, key);
+            return new RadioControl(scope, key);
         case ControlKind::kDropDown:
-            return new DropDownControl(session, key);
+            return new DropDownControl(scope, key);
         case ControlKind::kMapButton:
+            return MakeLookControl(scope, key);
         case ControlKind::kPickButton:
-            return new ReferenceControl(session, key);
+            return new ReferenceControl(scope, key);
         case ControlKind::kColorSwatch:
-            return new SwatchControl(session, key);
+            return new SwatchControl(scope, key);
         case ControlKind::kSlider:
-            return MakeSliderControl(session, key);
+            return MakeSliderControl(scope, key);
         case ControlKind::kNodeList:
-            return new NodeListControl(session, key);
+            return new NodeListControl(scope, key);
         case ControlKind::kNone:
             break;
     }
-    return new FileControl(session, key);
+    return new FileControl(scope, key);
 }

@@ -7,9 +7,19 @@
 
 #include <QWidget>
 
+#include "Dravin/commands/command_table.h"
 #include "Dravin/panels/panel_values.h"
 
+class Scene;
 class StudioSession;
+
+// Whose values controls show and change.
+struct PanelScope {
+    StudioSession& session;
+    std::function<TPanel(Scene&)> panel;
+    // Arguments that name the thing to commands of buttons; none: they work on the selection.
+    std::function<TArguments(Scene&)> named = {};
+};
 
 // One parameter's row in a rollout: label and control.
 class ParamControl : public QWidget {
@@ -25,7 +35,7 @@ protected:
 };
 
 // The control that the parameter's table wants.
-ParamControl* MakeParamControl(StudioSession& session, TParamKey key);
+ParamControl* MakeParamControl(const PanelScope& scope, TParamKey key);
 
 // Reset, Copy, Paste, Copy path, Key, Range and help.
-void ShowParamMenu(StudioSession& session, TParamKey key, const QPoint& global);
+void ShowParamMenu(const PanelScope& scope, TParamKey key, const QPoint& global);

@@ -11,15 +11,15 @@
 
 inline QString Text(const std::string& text) { return QString::fromStdString(text); }
 
-// Changes the selected objects; what went wrong is told.
+// Changes what the controls show; what went wrong is told.
 template <class Edit>
-void Change(StudioSession& session, Edit change) {
-    session.Do([&session, change = std::move(change)](Scene& scene) {
-        TPanel panel = session.Panel(scene);
+void Change(const PanelScope& scope, Edit change) {
+    scope.session.Do([scope, change = std::move(change)](Scene& scene) {
+        TPanel panel = scope.panel(scene);
         TPanelResult result = change(panel);
-        if (!result) session.told.Send(MessageLevel::kError, result.error);
+        if (!result) scope.session.told.Send(MessageLevel::kError, result.error);
         for (const std::string& warning : result.warnings)
-            session.told.Send(MessageLevel::kWarning, warning);
+            scope.session.told.Send(MessageLevel::kWarning, warning);
     });
 }
 
@@ -40,7 +40,7 @@ public:
     QWidget* Editor() override { return m_editor; }
 
 protected:
-    LabelledControl(StudioSession& session, TParamKey key) : ParamControl(key), m_session(session) {
+    LabelledControl(const PanelScope& scope, TParamKey key) : ParamControl(key), m_scope(scope) {
         m_row = new QHBoxLayout(this);
         m_row->setContentsMargins(0, 0, 0, 0);
         m_row->setSpacing(8);
@@ -60,14 +60,16 @@ protected:
         m_row->addWidget(editor, stretch);
     }
     void contextMenuEvent(QContextMenuEvent* event) override {
-        ShowParamMenu(m_session, m_key, event->globalPos());
+        ShowParamMenu(m_scope, m_key, event->globalPos());
     }
 
-    StudioSession& m_session;
+    PanelScope m_scope;
     QHBoxLayout* m_row;
     QWidget* m_editor = nullptr;
 };
 
 // Of numbers (number_controls.cpp).
-ParamControl* MakeNumberControl(StudioSession& session, TParamKey key);
-ParamControl* MakeSliderControl(StudioSession& session, TParamKey key);
+ParamControl* MakeNumberControl(const PanelScope& scope, TParamKey key);
+ParamControl* MakeSliderControl(const PanelScope& scope, TParamKey key);
+// Of maps and materials (look_control.cpp).
+ParamControl* MakeLookControl(const PanelScope& scope, TParamKey key);

@@ -9,7 +9,7 @@ namespace {
 
 class NumberControl : public LabelledControl {
 public:
-    NumberControl(StudioSession& session, TParamKey key) : LabelledControl(session, key) {
+    NumberControl(const PanelScope& scope, TParamKey key) : LabelledControl(scope, key) {
         QLabel* label = AddLabel();
         m_field = new NumberField(HooksOf());
         m_field->AttachLabel(label);
@@ -30,13 +30,13 @@ protected:
     NumberField::Hooks HooksOf() {
         NumberField::Hooks hooks;
         hooks.enter = [this](const std::string& text) { return Enter(text); };
-        hooks.begin = [this] { m_session.BeginDrag(m_key); };
-        hooks.offset = [this](double offset) { m_session.Drag(offset); };
-        hooks.end = [this](bool keep) { m_session.EndDrag(keep); };
+        hooks.begin = [this] { m_scope.session.BeginDrag(m_scope.panel, m_key); };
+        hooks.offset = [this](double offset) { m_scope.session.Drag(offset); };
+        hooks.end = [this](bool keep) { m_scope.session.EndDrag(keep); };
         hooks.reset = [this] {
-            Change(m_session, [key = m_key](TPanel& panel) { return panel.Reset(key); });
+            Change(m_scope, [key = m_key](TPanel& panel) { return panel.Reset(key); });
         };
-        hooks.menu = [this](const QPoint& at) { ShowParamMenu(m_session, m_key, at); };
+        hooks.menu = [this](const QPoint& at) { ShowParamMenu(m_scope, m_key, at); };
         hooks.step = [this](double value) {
             double step = m_key.Def().step;
             return step > 0 ? step : StepFor(value, m_form.isInteger);
@@ -50,7 +50,7 @@ protected:
         double result = 0;
         if (!entry.Parse(text, m_form, &error)) return error;
         if (!entry.Apply(m_field->Value(), &result, &error)) return error;
-        Change(m_session, [key = m_key, text](TPanel& panel) { return panel.Enter(key, text); });
+        Change(m_scope, [key = m_key, text](TPanel& panel) { return panel.Enter(key, text); });
         return {};
     }
 
@@ -61,7 +61,7 @@ protected:
 // A number with a slider below its range.
 class SliderControl : public NumberControl {
 public:
-    SliderControl(StudioSession& session, TParamKey key) : NumberControl(session, key) {
+    SliderControl(const PanelScope& scope, TParamKey key) : NumberControl(scope, key) {
         const ParamDef& def = key.Def();
         m_slider = new QSlider(Qt::Horizontal);
         m_slider->setRange(int(def.min), int(def.max));
@@ -74,14 +74,15 @@ public:
         m_row->insertWidget(1, m_slider, 1);
         connect(m_slider, &QSlider::sliderPressed, this, [this] {
             m_from = m_field->Value();
-            m_session.BeginDrag(m_key);
+            m_scope.session.BeginDrag(m_scope.panel, m_key);
         });
         connect(m_slider, &QSlider::valueChanged, this, [this](int value) {
-            if (m_slider->isSliderDown()) return m_session.Drag(value - m_from);
-            Change(m_session,
+            if (m_slider->isSliderDown()) return m_scope.session.Drag(value - m_from);
+            Change(m_scope,
                    [key = m_key, value](TPanel& panel) { return panel.SetNumber(key, value); });
         });
-        connect(m_slider, &QSlider::sliderReleased, this, [this] { m_session.EndDrag(true); });
+        connect(m_slider, &QSlider::sliderReleased, this,
+                [this] { m_scope.session.EndDrag(true); });
     }
     void Show(const TPanel& panel) override {
         NumberControl::Show(panel);
@@ -96,10 +97,10 @@ private:
 
 }  // namespace
 
-ParamControl* MakeNumberControl(StudioSession& session, TParamKey key) {
-    return new NumberControl(session, key);
+ParamControl* MakeNumberControl(const PanelScope& scope, TParamKey key) {
+    return new NumberControl(scope, key);
 }
 
-ParamControl* MakeSliderControl(StudioSession& session, TParamKey key) {
-    return new SliderControl(session, key);
+ParamControl* MakeSliderControl(const PanelScope& scope, TParamKey key) {
+    return new SliderControl(scope, key);
 }

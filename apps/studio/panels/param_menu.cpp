@@ -7,9 +7,9 @@
 #include "host/scene/scene.h"
 #include "host/scene/user_interface.h"
 
-void ShowParamMenu(StudioSession& session, TParamKey key, const QPoint& global) {
-    session.Look([=, &session](Scene& scene) {
-        TPanel panel = session.Panel(scene);
+void ShowParamMenu(const PanelScope& scope, TParamKey key, const QPoint& global) {
+    scope.session.Look([=](Scene& scene) {
+        TPanel panel = scope.panel(scene);
         TControlValue value = panel.Read(key);
         const ParamDef& def = key.Def();
         QMenu menu;
@@ -28,14 +28,14 @@ void ShowParamMenu(StudioSession& session, TParamKey key, const QPoint& global) 
         QAction* chosen = menu.exec(global);
         if (!chosen) return;
         QClipboard& clipboard = *QApplication::clipboard();
-        if (chosen == reset) Change(session, [=](TPanel& p) { return p.Reset(key); });
+        if (chosen == reset) Change(scope, [=](TPanel& p) { return p.Reset(key); });
         if (chosen == copy) clipboard.setText(Text(FullNumber(value.number)));
         if (chosen == paste)
-            Change(session, [=, text = clipboard.text().toStdString()](TPanel& p) {
+            Change(scope, [=, text = clipboard.text().toStdString()](TPanel& p) {
                 return p.Enter(key, text);
             });
         if (chosen == path) clipboard.setText(Text(def.name));
-        if (chosen == setKey) Change(session, [=](TPanel& p) { return p.SetKey(key); });
-        if (chosen == help) session.Ui().MessageBox(HelpOf(def), "Dravin Studio");
+        if (chosen == setKey) Change(scope, [=](TPanel& p) { return p.SetKey(key); });
+        if (chosen == help) scope.session.Ui().MessageBox(HelpOf(def), "Dravin Studio");
     });
 }

@@ -3,21 +3,21 @@
 
 #include <QWidget>
 
-#include "Dravin/panels/rollouts.h"
+#include "apps/studio/panels/controls.h"
 
 class QLabel;
 class QTableView;
 class RowModel;
-class StudioSession;
 class TPanel;
 
 class RowList : public QWidget {
 public:
-    RowList(StudioSession& session, const TPanelList& list);
+    RowList(const PanelScope& scope, const TPanelList& list);
     void Show(const TPanel& panel);
 
 private:
-    StudioSession& m_session;
+    std::vector<int> Selected() const;
+
     const TPanelList& m_list;
     RowModel* m_model;
     QTableView* m_view;
@@ -25,6 +25,7 @@ private:
     QWidget* m_buttons;
 };
 
-// A row of buttons that issue commands on the selected object. row: of a list, -1 for none.
-QWidget* MakeButtonRow(StudioSession& session, const std::vector<TPanelButton>& buttons,
-                       std::function<int()> row);
+// A row of buttons that issue commands on what the scope shows. rows: selected in a list, the
+// current one first; none: there is no list.
+QWidget* MakeButtonRow(const PanelScope& scope, const std::vector<TPanelButton>& buttons,
+                       std::function<std::vector<int>()> rows);

@@ -7,6 +7,7 @@
 #include "apps/studio/viewport/quad_view.h"
 #include "apps/studio/windows/action_keys.h"
 #include "apps/studio/windows/lister_window.h"
+#include "apps/studio/windows/material_editor.h"
 #include "apps/studio/windows/pack_toolbar.h"
 #include "apps/studio/windows/recovery_dialog.h"
 #include "apps/studio/windows/render_window.h"
@@ -24,6 +25,8 @@ StudioWindows::StudioWindows(StudioSession& session, QuadView& view, QMainWindow
         PackToolbar::Hooks{
             [this](const std::string& command) { RunWithForm(m_session, command, {}, &m_parent); },
             [this] { OpenTools(); }});
+    m_lookWished = session.lookWished.Connect(
+        [this](const std::weak_ptr<ReferenceTarget>& look) { OpenMaterials().ShowLook(look); });
 }
 
 StudioWindows::~StudioWindows() = default;
@@ -40,6 +43,12 @@ void StudioWindows::Open(ToolWindow& window) {
 void StudioWindows::OpenLister() {
     if (!m_lister) m_lister = std::make_unique<ListerWindow>(m_session, &m_parent);
     Open(*m_lister);
+}
+
+MaterialEditor& StudioWindows::OpenMaterials() {
+    if (!m_materials) m_materials = std::make_unique<MaterialEditor>(m_session, &m_parent);
+    Open(*m_materials);
+    return *m_materials;
 }
 
 void StudioWindows::OpenUndoList() {

@@ -12,6 +12,7 @@
 
 class ActionKeys;
 class ListerWindow;
+class MaterialEditor;
 class PackToolbar;
 class QAction;
 class QMainWindow;
@@ -37,6 +38,7 @@ public:
     // All actions, once they have their default keys: they get those of the user.
     void TakeKeys(const std::map<std::string, QAction*>& actions);
     void OpenLister();
+    MaterialEditor& OpenMaterials();
     void OpenUndoList();
     void OpenSettings();
     void OpenTools();
@@ -58,6 +60,8 @@ private:
     std::unique_ptr<Autosave> m_autosave;
     std::unique_ptr<ActionKeys> m_keys;
     std::unique_ptr<ListerWindow> m_lister;
+    std::unique_ptr<MaterialEditor> m_materials;
+    Connection m_lookWished;
     std::unique_ptr<UndoWindow> m_undoList;
     std::unique_ptr<RenderWindow> m_render;
     std::unique_ptr<SettingsWindow> m_settings;

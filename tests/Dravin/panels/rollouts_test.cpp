@@ -35,8 +35,8 @@ TEST(Rollouts, ThirteenInTheirOrder) {
                             "Effects",      "Animation", "Display"};
     ASSERT_EQ(DravinRollouts().size(), std::size(titles));
     for (size_t i = 0; i < std::size(titles); ++i) {
-        EXPECT_EQ(DravinRollouts()[i].Title(), titles[i]);
-        EXPECT_EQ(DravinRollouts()[i].StartsOpen(), std::string(titles[i]) == "Geometry");
+        EXPECT_EQ(DravinRollouts()[i].title, titles[i]);
+        EXPECT_EQ(DravinRollouts()[i].startsOpen, std::string(titles[i]) == "Geometry");
     }
 }
 
@@ -51,7 +51,7 @@ TEST(Rollouts, EveryParameterWithAControlStandsOnceInItsOwnRollout) {
     for (const TRollout& rollout : DravinRollouts())
         for (const TPanelGroup& group : rollout.groups)
             for (TParamKey key : group.params)
-                EXPECT_EQ(key.block, rollout.block) << key.Def().name;
+                EXPECT_EQ(key.table, rollout.table) << key.Def().name;
 }
 
 TEST(Rollouts, ButtonsIssueCommandsThatExist) {
@@ -84,7 +84,7 @@ TEST(Rollouts, ColumnsAreListsOfTheirBlock) {
             for (const TListColumn& column :
                  group.list ? group.list->columns : std::vector<TListColumn>()) {
                 EXPECT_TRUE(column.key.Def().list) << column.title;
-                EXPECT_EQ(column.key.block, rollout.block) << column.title;
+                EXPECT_EQ(column.key.table, rollout.table) << column.title;
             }
 }
 

@@ -28,7 +28,7 @@ struct StudioCurves : StudioWindow {
         std::vector<CurvePoint> points;
         Rest();
         Session().Look([&](Scene& scene) {
-            auto place = FindCurve(*Session().Panel(scene).Objects()[0], "spdenscurve", nullptr);
+            auto place = FindCurve(*Session().Panel(scene).Scatter(), "spdenscurve", nullptr);
             points = CurvePointsOf(*place);
         });
         return points;

@@ -41,7 +41,7 @@ struct StudioEffects : StudioWindow {
         std::string program;
         Rest();
         Session().Look([&](Scene& scene) {
-            program = EffectCommandsOf(*Session().Panel(scene).Objects()[0]).Program(0);
+            program = EffectCommandsOf(*Session().Panel(scene).Scatter()).Program(0);
         });
         return program;
     }
@@ -49,7 +49,7 @@ struct StudioEffects : StudioWindow {
         double value = 0;
         Rest();
         Session().Look([&](Scene& scene) {
-            TEffectCommands& effects = EffectCommandsOf(*Session().Panel(scene).Objects()[0]);
+            TEffectCommands& effects = EffectCommandsOf(*Session().Panel(scene).Scatter());
             value =
                 effects.Parameters().Number(effects.Parameters().FindName(effects.IdOf(0), name));
         });

@@ -14,6 +14,7 @@
 #include "apps/studio/theme.h"
 #include "apps/studio/tools/view_tools.h"
 #include "apps/studio/viewport/quad_view.h"
+#include "apps/studio/windows/material_editor.h"
 #include "apps/studio/windows/picture_compare.h"
 #include "apps/studio/windows/recovery_dialog.h"
 #include "apps/studio/windows/render_window.h"
@@ -157,8 +158,8 @@ TEST_F(StudioPictures, EveryRollout) {
     window->resize(1440, 1600);
     for (const TRollout& rollout : DravinRollouts()) {
         for (const TRollout& other : DravinRollouts())
-            window->Panel().OpenRollout(other.block, &other == &rollout);
-        Write(&window->Panel(), "rollout-" + DravinBlocks()[size_t(rollout.block)].name + ".png");
+            window->Panel().OpenRollout(*other.table, &other == &rollout);
+        Write(&window->Panel(), "rollout-" + rollout.table->name + ".png");
     }
 }
 
@@ -227,4 +228,30 @@ TEST_F(StudioPictures, TwoRendersCompared) {
     render.CompareWithSelected();
     render.Select(0);
     Write(&render, "studio-render.png");
+}
+
+TEST_F(StudioPictures, TheMaterialsOfTheDemo) {
+    OpenForest();
+    MaterialEditor& editor = window->Windows().OpenMaterials();
+    editor.resize(900, 720);
+    Rest();
+    QTest::qWait(3000);  // spheres
+    Write(&editor, "studio-materials.png");
+}
+
+TEST_F(StudioPictures, PanelsOfOtherThings) {
+    OpenForest();
+    window->resize(1440, 900);
+    Session().Do([](Scene& scene) {
+        for (INode* node : scene.Nodes())
+            if (dynamic_cast<LightObject*>(node->GetObjectRef())) {
+                INode* const one[] = {node};
+                return scene.Select(one);
+            }
+    });
+    Write(&window->Panel(), "panel-light.png");
+    Session().Run("lod.create", "", {});
+    Rest();
+    Session().Run("scene.select", "", {{"nodes", ParamInput("LOD")}});
+    Write(&window->Panel(), "panel-lod.png");
 }

@@ -64,7 +64,7 @@ struct StudioWindow : testing::Test {
         return {std::istreambuf_iterator<char>(in), {}};
     }
     ParamControl* Control(TParamKey key) {
-        window->Panel().OpenRollout(key.block, true);
+        window->Panel().OpenRollout(*key.table, true);
         ParamControl* control = window->Panel().ControlOf(key);
         Rest();
         return control;
