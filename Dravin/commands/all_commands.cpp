@@ -4,6 +4,7 @@ TCommandTable MakeCommandTable() {
     TCommandTable table;
     AddAreaCommands(table);
     AddAreaPaintCommands(table);
+    AddCreateCommands(table);
     AddCurveCommands(table);
     AddEffectCommands(table);
     AddEffectLibraryCommands(table);
@@ -14,6 +15,7 @@ TCommandTable MakeCommandTable() {
     AddLeafCommands(table);
     AddListerCommands(table);
     AddLodCommands(table);
+    AddDistributionCommands(table);
     AddMaterialCommands(table);
     AddPresetCommands(table);
     AddRenderCommands(table);

@@ -9,6 +9,7 @@ TCommandTable MakeCommandTable();
 // What each part of the system brings along, a topic each.
 void AddAreaCommands(TCommandTable& table);
 void AddAreaPaintCommands(TCommandTable& table);
+void AddCreateCommands(TCommandTable& table);
 void AddCurveCommands(TCommandTable& table);
 void AddEffectCommands(TCommandTable& table);
 void AddEffectLibraryCommands(TCommandTable& table);
@@ -19,6 +20,7 @@ void AddGeometryCommands(TCommandTable& table);
 void AddLeafCommands(TCommandTable& table);
 void AddListerCommands(TCommandTable& table);
 void AddLodCommands(TCommandTable& table);
+void AddDistributionCommands(TCommandTable& table);
 void AddMaterialCommands(TCommandTable& table);
 void AddPresetCommands(TCommandTable& table);
 void AddRenderCommands(TCommandTable& table);

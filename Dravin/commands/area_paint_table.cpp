@@ -42,23 +42,6 @@ int RowOfCall(TCommandCall& call, int type, const char* what, Result* result) {
 
 // --- strokes
 
-// [x, y] or [x, y, z], in the world.
-bool ReadPlace(const ParamInput& input, Point3* p) {
-    auto* numbers = std::get_if<ParamInput::Array>(&input.value);
-    if (!numbers || (numbers->size() != 2 && numbers->size() != 3)) return false;
-    for (size_t i = 0; i < numbers->size(); ++i)
-        if (!ReadNumber((*numbers)[i], &(*p)[int(i)])) return false;
-    return true;
-}
-
-bool ReadPlaces(const ParamInput& input, std::vector<Point3>* places) {
-    auto* rows = std::get_if<ParamInput::Array>(&input.value);
-    if (!rows || rows->empty()) return false;
-    for (const ParamInput& row : *rows)
-        if (!ReadPlace(row, &places->emplace_back())) return false;
-    return true;
-}
-
 Result Paint(TCommandCall& call) {
     Result result;
     int row = RowOfCall(call, kAreaPaint, "paint", &result);

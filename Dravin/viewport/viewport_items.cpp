@@ -375,7 +375,9 @@ void ShareMesh(TDravin& object, INode& node, TViewScatter& scatter, TViewNode* o
         out->facePaint[f] = uint16_t(materials.OfFace(f));
 }
 
-// The icon of an object without items: a card with a leaf.
+}  // namespace
+
+// A card with a leaf.
 PolyShape EmptyIcon(float size) {
     PolyLine card{{{-0.5f, 0.7f, 0}, {0.5f, 0.7f, 0}, {0.5f, -0.7f, 0}, {-0.5f, -0.7f, 0}}, true};
     PolyLine leaf{{{0, -0.5f, 0},
@@ -393,8 +395,6 @@ PolyShape EmptyIcon(float size) {
     icon.Transform(Matrix3::Scaling({size, size, size}));
     return icon;
 }
-
-}  // namespace
 
 void ShowScatter(TDravin& object, INode& node, TimeValue t, int threads, const TViewScatter* before,
                  TViewMaterials& materials, TViewNode* out) {

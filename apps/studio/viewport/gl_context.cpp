@@ -1,5 +1,6 @@
 #include "apps/studio/viewport/gl_context.h"
 
+#include <cstdlib>
 #include <sstream>
 #include <string_view>
 #include <vector>
@@ -50,6 +51,11 @@ std::vector<EGLDisplay> Displays() {
 }  // namespace
 
 std::unique_ptr<GlContext> GlContext::Make(std::string* why) {
+    // For machines whose drivers fail, and for whoever wants to see how it is without.
+    if (std::getenv("DRAVIN_NO_OPENGL")) {
+        *why = "switched off by DRAVIN_NO_OPENGL";
+        return nullptr;
+    }
     for (EGLDisplay display : Displays()) {
         std::unique_ptr<GlContext> context(new GlContext);
         if (display != EGL_NO_DISPLAY && context->Open(display)) return context;

@@ -49,7 +49,7 @@ void QuadView::Arrange() {
         else if (isShown)
             m_grid->addWidget(m_views[i], 0, i == m_active ? 1 : 0);
         m_views[i]->setVisible(isShown);
-        if (isShown && m_scene && m_views[i]->Shown() != m_scene) m_views[i]->ShowScene(m_scene);
+        if (isShown && m_scene && m_views[i]->Given() != m_scene) m_views[i]->ShowScene(m_scene);
     }
     m_views[m_active]->setFocus();
 }

@@ -61,6 +61,27 @@ private:
 
 }  // namespace
 
+Matrix3 ChangeAlong(GizmoTool tool, const Matrix3& frame, const std::array<float, 3>& values) {
+    if (tool == GizmoTool::kScale)
+        return Inverse(frame) * Matrix3::Scaling({values[0], values[1], values[2]}) * frame;
+    Matrix3 change;
+    for (int a = 0; a < 3; ++a) {
+        float value = values[size_t(a)];
+        change = change * (tool == GizmoTool::kMove
+                               ? Matrix3::Translation(frame.row[a] * value)
+                               : About(frame.row[a], value * kFullTurn / 360, frame.row[3]));
+    }
+    return change;
+}
+
+Matrix3 TransformGizmo::FrameIn(const TViewportCamera& camera) const {
+    if (!m_followsView || IsDragging()) return m_frame;
+    Matrix3 view = Inverse(camera.Transform());
+    for (int a = 0; a < 3; ++a) view.row[a] = Normalize(view.row[a]);
+    view.SetTrans(m_frame.GetTrans());
+    return view;
+}
+
 float TransformGizmo::Reach(const TViewportCamera& camera, float pixelScale) const {
     float depth = std::max(-camera.ToView(m_frame.row[3]).z, camera.Nearest());
     return pixelScale / camera.PixelsAt(depth);
@@ -71,22 +92,22 @@ std::vector<GizmoLine> TransformGizmo::Lines(const TViewportCamera& camera,
     if (tool == GizmoTool::kNone) return {};
     Drawer out(camera, IsDragging() ? m_handle : hovered);
     float unit = Reach(camera, pixelScale);
-    Matrix3 view = Inverse(camera.Transform());
-    const Point3& o = m_frame.row[3];
+    Matrix3 view = Inverse(camera.Transform()), frame = FrameIn(camera);
+    const Point3& o = frame.row[3];
     Point3 right = Normalize(view.row[0]), up = Normalize(view.row[1]);
     if (tool == GizmoTool::kRotate) {
         for (int a = 0; a < 3; ++a)
-            out.Ring(o, m_frame.row[(a + 1) % 3] * (kLength * unit),
-                     m_frame.row[(a + 2) % 3] * (kLength * unit), kColors[a], 1u << a);
+            out.Ring(o, frame.row[(a + 1) % 3] * (kLength * unit),
+                     frame.row[(a + 2) % 3] * (kLength * unit), kColors[a], 1u << a);
         float outer = kLength * 1.15f * unit;
         out.Ring(o, right * outer, up * outer, kMiddleColor, kAllAxes);
         return std::move(out.lines);
     }
     for (int a = 0; a < 3; ++a) {
-        Point3 tip = o + m_frame.row[a] * (kLength * unit);
+        Point3 tip = o + frame.row[a] * (kLength * unit);
         out.Line(o, tip, kColors[a], 1u << a);
         // An arrow head, or a small box.
-        Point3 back = m_frame.row[a] * (10 * unit);
+        Point3 back = frame.row[a] * (10 * unit);
         for (Point3 side : {right, up, right * -1.0f, up * -1.0f}) {
             side = side * (4 * unit);
             if (tool == GizmoTool::kMove)
@@ -95,8 +116,8 @@ std::vector<GizmoLine> TransformGizmo::Lines(const TViewportCamera& camera,
                 out.Line(tip + side, tip + CrossProd(Normalize(view.row[2]), side), kColors[a],
                          1u << a);
         }
-        Point3 p = m_frame.row[(a + 1) % 3] * (kPlaneAt * unit);
-        Point3 q = m_frame.row[(a + 2) % 3] * (kPlaneAt * unit);
+        Point3 p = frame.row[(a + 1) % 3] * (kPlaneAt * unit);
+        Point3 q = frame.row[(a + 2) % 3] * (kPlaneAt * unit);
         GizmoHandle plane = kAllAxes & ~(1u << a);
         out.Line(o + p, o + p + q, kColors[a], plane);
         out.Line(o + q, o + p + q, kColors[a], plane);
@@ -128,7 +149,9 @@ GizmoHandle TransformGizmo::HandleAt(const TViewportCamera& camera, float x, flo
 // --- the gesture
 
 void TransformGizmo::Begin(GizmoHandle handle, const TViewportCamera& camera, float x, float y) {
+    m_frame = FrameIn(camera);
     m_handle = handle;
+    m_caught.reset();
     m_view = Inverse(camera.Transform());
     m_values.fill(tool == GizmoTool::kScale ? 1.f : 0.f);
     m_typed.clear();
@@ -177,8 +200,23 @@ void TransformGizmo::Drag(const TViewportCamera& camera, float x, float y, bool 
     m_nowX = x, m_nowY = y;
     m_to = PointOn(camera, x, y);
     m_turned += std::remainder(AngleAt(camera, x, y) - (m_fromAngle + m_turned), kFullTurn);
-    Follow(snapping.isOn != invertsSnapping);
+    bool snaps = snapping.isOn != invertsSnapping;
+    m_caught.reset();
+    if (snaps && tool == GizmoTool::kMove && snapping.placeAt)
+        m_caught = snapping.placeAt(camera, x, y);
+    Follow(snaps);
     Preview();
+}
+
+// To what was caught, else onto the grid: that of the world where the axis is one of the world's,
+// and else steps from where the move began.
+float TransformGizmo::MovedAlong(int axis, bool snaps) const {
+    const Point3 &along = m_frame.row[axis], &from = m_frame.row[3];
+    if (snaps && m_caught) return DotProd(*m_caught - from, along);
+    float value = DotProd(m_to - m_from, along);
+    if (!snaps || !snapping.toGrid) return value;
+    float start = along == Matrix3().row[axis] ? from[axis] : 0;
+    return Snapped(start + value, snapping.step) - start;
 }
 
 void TransformGizmo::Follow(bool snaps) {
@@ -187,8 +225,7 @@ void TransformGizmo::Follow(bool snaps) {
         bool isMeant = m_handle >> a & 1;
         const Point3& axis = m_frame.row[a];
         if (tool == GizmoTool::kMove) {
-            float value = isMeant ? DotProd(m_to - m_from, axis) : 0;
-            m_values[size_t(a)] = snaps ? Snapped(value, snapping.step) : value;
+            m_values[size_t(a)] = isMeant ? MovedAlong(a, snaps) : 0;
         } else if (tool == GizmoTool::kRotate) {
             float value = isMeant ? m_turned * 360 / kFullTurn : 0;
             m_values[size_t(a)] = snaps ? Snapped(value, snapping.degrees) : value;
@@ -204,16 +241,9 @@ void TransformGizmo::Follow(bool snaps) {
 }
 
 Matrix3 TransformGizmo::Change() const {
-    const Point3& o = m_frame.row[3];
-    if (tool == GizmoTool::kMove)
-        return Matrix3::Translation(m_frame.row[0] * m_values[0] + m_frame.row[1] * m_values[1] +
-                                    m_frame.row[2] * m_values[2]);
-    if (tool == GizmoTool::kRotate) {
-        size_t a = IsAxis(m_handle) ? size_t(AxisOf(m_handle)) : 0;
-        return About(TurnAxis(), m_values[a] * kFullTurn / 360, o);
-    }
-    Matrix3 scale = Matrix3::Scaling({m_values[0], m_values[1], m_values[2]});
-    return Inverse(m_frame) * scale * m_frame;
+    if (tool != GizmoTool::kRotate) return ChangeAlong(tool, m_frame, m_values);
+    size_t a = IsAxis(m_handle) ? size_t(AxisOf(m_handle)) : 0;
+    return About(TurnAxis(), m_values[a] * kFullTurn / 360, m_frame.row[3]);
 }
 
 void TransformGizmo::Preview() {

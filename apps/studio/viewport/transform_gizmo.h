@@ -9,6 +9,7 @@
 
 #include <array>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -24,9 +25,16 @@ inline constexpr GizmoHandle kNoHandle = 0, kAxisX = 1, kAxisY = 2, kAxisZ = 4, 
 
 struct GizmoSnapping {
     bool isOn = false;
-    float step = 1;  // of moves, scene units, above 0
+    bool toGrid = true;  // moves
+    float step = 1;      // of the grid, scene units, above 0
     float degrees = 5, percent = 10;
+    // A place of the world that the pointer catches, before the grid; none: nothing is there.
+    std::function<std::optional<Point3>(const TViewportCamera&, float x, float y)> placeAt;
 };
+
+// In world space, what values along the axes of a frame do about its place: moves, turns of so many
+// degrees about one axis after the other, factors.
+Matrix3 ChangeAlong(GizmoTool tool, const Matrix3& frame, const std::array<float, 3>& values);
 
 // A line of a handle on the screen.
 struct GizmoLine {
@@ -46,7 +54,13 @@ public:
     GizmoSnapping snapping;
     // Where it stands: unit axes and the place, world space.
     void SetFrame(const Matrix3& frame) { m_frame = frame; }
+    // Its axes are those of whoever looks: right, up, and towards the eye.
+    void FollowView(bool follows) { m_followsView = follows; }
+    // As it stands in a view; while it is dragged, as it did when that began.
+    Matrix3 FrameIn(const TViewportCamera& camera) const;
     const Matrix3& Frame() const { return m_frame; }
+    // What the pointer has caught while something is dragged.
+    const std::optional<Point3>& Caught() const { return m_caught; }
     // pixelScale: how many of the camera's pixels are one of the person's.
     std::vector<GizmoLine> Lines(const TViewportCamera& camera, float pixelScale) const;
     // The handle within a few pixels of a place, the nearest; kNoHandle without.
@@ -79,6 +93,7 @@ private:
     float AngleAt(const TViewportCamera& camera, float x, float y) const;
     Point3 TurnAxis() const;
     void Follow(bool snaps);
+    float MovedAlong(int axis, bool snaps) const;
     void Preview();
 
     Matrix3 m_frame, m_view;
@@ -86,7 +101,8 @@ private:
     std::array<float, 3> m_values{};
     std::string m_typed;
     int m_typedAxis = 0;
-    bool m_hasTyped = false;
+    bool m_hasTyped = false, m_followsView = false;
+    std::optional<Point3> m_caught;
     // Of the drag.
     Point3 m_from, m_to;
     float m_fromAngle = 0, m_turned = 0;

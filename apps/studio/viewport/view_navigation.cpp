@@ -51,14 +51,18 @@ TViewportCamera ViewNavigation::Camera(int width, int height, const Box3& bounds
                                      2 * reach);
 }
 
+void ViewNavigation::Turn(float dx, float dy) {
+    m_pose.yaw = std::remainder(m_pose.yaw - dx * kTurnPerPixel, 2 * kHalfTurn);
+    m_pose.pitch = std::clamp(m_pose.pitch + dy * kTurnPerPixel, -kQuarterTurn, kQuarterTurn);
+    m_pose.side = ViewSide::kUser;
+}
+
 void ViewNavigation::Orbit(float dx, float dy, const Point3& pivot) {
     Matrix3 before = m_pose.Transform();
     Point3 arm = m_pose.target - pivot;
     Point3 local{DotProd(arm, before.row[0]), DotProd(arm, before.row[1]),
                  DotProd(arm, before.row[2])};
-    m_pose.yaw = std::remainder(m_pose.yaw - dx * kTurnPerPixel, 2 * kHalfTurn);
-    m_pose.pitch = std::clamp(m_pose.pitch + dy * kTurnPerPixel, -kQuarterTurn, kQuarterTurn);
-    m_pose.side = ViewSide::kUser;
+    Turn(dx, dy);
     Matrix3 after = m_pose.Transform();
     after.row[3] = pivot;
     m_pose.target = local * after;
@@ -113,6 +117,17 @@ void ViewNavigation::SetSide(ViewSide side) {
         case ViewSide::kBottom:
             return look(0, -kQuarterTurn);
     }
+}
+
+void ViewNavigation::Look(float dx, float dy) {
+    Point3 eye = m_pose.Transform().row[3];
+    Turn(dx, dy);
+    m_pose.target = eye - m_pose.Transform().row[2] * m_pose.distance;
+}
+
+void ViewNavigation::Walk(float right, float ahead, float up) {
+    Matrix3 t = m_pose.Transform();
+    m_pose.target += t.row[0] * right - t.row[2] * ahead + Point3{0, 0, up};
 }
 
 void ViewNavigation::LookFrom(const Matrix3& camera, float slope) {

@@ -51,6 +51,10 @@ public:
     // Looks from a side, in parallel projection; kUser goes back to perspective.
     void SetSide(ViewSide side);
     void SetParallel(bool isParallel) { m_pose.isParallel = isParallel; }
+    // The eye stays where it is and turns its head. dx, dy: of the pointer, y down.
+    void Look(float dx, float dy);
+    // The eye moves, with what it turns around: to the right, ahead, and up in the world.
+    void Walk(float right, float ahead, float up);
     // From a camera's place; a roll is left out. slope: half the width of its view at distance 1.
     void LookFrom(const Matrix3& camera, float slope);
 
@@ -60,6 +64,9 @@ public:
     bool GoForward();
 
 private:
+    // By a drag of the pointer; the horizon stays level.
+    void Turn(float dx, float dy);
+
     ViewPose m_pose;
     std::vector<ViewPose> m_back, m_forward;
 };

@@ -132,14 +132,26 @@ void ViewThread::TakeWish(View& view) {
     view.wish.reset();
     view.currentNumber = view.asked;
     bool isNewScene = view.shown != view.current->scene;
-    if (view.current->shading != ViewportShading::kRendered) {
-        view.job.reset();
-        view.stage = view.current->isMoving || isNewScene ? Stage::kThin : Stage::kWhole;
-    } else {
-        bool hasJob = view.job && &view.job->Shown() == view.current->scene.get();
-        view.stage = hasJob ? Stage::kSamples : Stage::kPrepare;
-        if (hasJob) view.lastPublished = -1;  // begins anew
-    }
+    if (view.current->shading == ViewportShading::kRendered) return BeginRender(view);
+    if (!StandsIn(view)) view.job.reset();
+    view.stage = view.current->isMoving || isNewScene ? Stage::kThin : Stage::kWhole;
+}
+
+// With the first sample, of the scene as it was taken in where it is the same.
+void ViewThread::BeginRender(View& view) {
+    bool hasJob = view.job && &view.job->Shown() == view.current->scene.get();
+    view.stage = hasJob ? Stage::kSamples : Stage::kPrepare;
+    if (hasJob) view.lastPublished = -1;
+}
+
+bool ViewThread::StandsIn(const View& view) const {
+    ViewportShading shading = view.current->shading;
+    bool isShaded = shading == ViewportShading::kShaded || shading == ViewportShading::kTextured;
+    return isShaded && !UsesCard(view);
+}
+
+std::string ViewThread::NoteOf(const View& view, const char* what) const {
+    return "without OpenGL (" + (view.avoidsOpenGl ? "it is not wanted" : m_whyNoGl) + "): " + what;
 }
 
 void ViewThread::Step(View& view) {
@@ -168,14 +180,17 @@ void ViewThread::DrawStep(View& view) {
     bool isFine = view.stage == Stage::kFine;
     view.stage = Stage::kDone;
     if (!view.current->isMoving && isThin) view.stage = Stage::kWhole;
-    if (!view.current->isMoving && !isThin && !isFine && picture->isSimplified)
+    if (!view.current->isMoving && !isThin && StandsIn(view)) {
+        picture->isWhole = false;
+        BeginRender(view);
+    } else if (!view.current->isMoving && !isThin && !isFine && picture->isSimplified)
         view.stage = Stage::kFine;
     view.shown = view.current->scene;
     Publish(view, std::move(*picture));
 }
 
 std::optional<ViewPicture> ViewThread::Draw(const View& view, bool isThin) {
-    bool usesCard = m_drawing && !view.avoidsOpenGl;
+    bool usesCard = UsesCard(view);
     bool isHardware = usesCard && !m_context->IsSoftware();
     ViewBudget& budget = !usesCard ? m_splatBudget : isHardware ? m_cardBudget : m_budget;
     TViewportSettings settings = SettingsOf(*view.current);
@@ -210,7 +225,7 @@ std::optional<ViewPicture> ViewThread::DrawBySplatter(const View& view,
     picture.camera = request.camera, picture.scene = request.scene;
     picture.counts = drawn.counts;
     picture.isWhole = settings.maxElements == 0;
-    if (!view.avoidsOpenGl) picture.note = "without OpenGL (" + m_whyNoGl + "): plain colours";
+    picture.note = NoteOf(view, "plain colours");
     return picture;
 }
 
@@ -220,7 +235,8 @@ void ViewThread::RenderStep(View& view) {
     const ViewRequest& request = *view.current;
     if (view.stage == Stage::kPrepare) {
         // Taking the scene in may last seconds: until then there is an ordinary picture.
-        if (std::optional<ViewPicture> picture = Draw(view, true)) {
+        bool hasPicture = request.shading != ViewportShading::kRendered;
+        if (std::optional<ViewPicture> picture = hasPicture ? std::nullopt : Draw(view, true)) {
             picture->isWhole = false, picture->wantedSamples = kViewSamples;
             view.shown = request.scene;
             Publish(view, std::move(*picture));
@@ -271,6 +287,7 @@ void ViewThread::PublishRendered(View& view, int factor) {
     picture.camera = request.camera, picture.scene = request.scene;
     picture.samples = view.job->Tracer().NumSamples(), picture.wantedSamples = kViewSamples;
     picture.isWhole = picture.samples >= kViewSamples;
+    if (StandsIn(view)) picture.note = NoteOf(view, "the ray tracer's picture");
     std::vector<uint8_t> shown;
     for (const Color& pixel : light.pixels) {
         Color c = light.Shown(pixel);

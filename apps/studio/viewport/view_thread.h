@@ -50,12 +50,17 @@ private:
     void DrawStep(View& view);
     void RenderStep(View& view);
     void RenderMoving(View& view);
+    void BeginRender(View& view);
     std::optional<ViewPicture> Draw(const View& view, bool isThin);
     std::optional<ViewPicture> DrawByCard(const View& view, const TViewportSettings& settings,
                                           bool isThin);
     std::optional<ViewPicture> DrawBySplatter(const View& view, const TViewportSettings& settings);
     void Publish(View& view, ViewPicture picture);
     void PublishRendered(View& view, int factor);
+    bool UsesCard(const View& view) const { return m_drawing && !view.avoidsOpenGl; }
+    // Without a card the path tracer stands in for shaded pictures at rest.
+    bool StandsIn(const View& view) const;
+    std::string NoteOf(const View& view, const char* what) const;
     bool IsStale(const View& view) const {
         return view.asked.load(std::memory_order_relaxed) != view.currentNumber;
     }

@@ -32,6 +32,7 @@ void ViewportWidget::BeginNavigation(Gesture gesture, const QPointF& at) {
     m_navigation.Remember();
     m_poseBefore = m_navigation.Pose();
     m_gesture = gesture;
+    m_hasNavigated = false;
     m_pivot = gesture == Gesture::kOrbit ? Pivot(at) : m_navigation.Pose().target;
     ForgetHover();
 }
@@ -41,6 +42,8 @@ void ViewportWidget::MoveNavigation(const QPointF& by) {
     if (m_gesture == Gesture::kOrbit) m_navigation.Orbit(dx, dy, m_pivot);
     if (m_gesture == Gesture::kPan) m_navigation.Pan(dx, dy, std::max(width(), 1));
     if (m_gesture == Gesture::kZoom) m_navigation.Zoom(std::pow(kZoomOfPixel, dx - dy), m_pivot);
+    if (m_gesture == Gesture::kWalk) m_navigation.Look(dx, dy);
+    m_hasNavigated = true;
     CameraChanged();
 }
 
@@ -76,38 +79,93 @@ void ViewportWidget::mousePressEvent(QMouseEvent* event) {
     }
     m_button = event->button();
     m_modifiers = event->modifiers();
-    m_pressed = m_last = event->position();
+    m_pressed = m_last = m_pointer = event->position();
+    if (m_button == Qt::LeftButton && PressLabel(m_pressed)) return;
     bool isAlt = m_modifiers & Qt::AltModifier, isCtrl = m_modifiers & Qt::ControlModifier;
     if (m_button == Qt::MiddleButton)
         BeginNavigation(!isAlt   ? Gesture::kPan
                         : isCtrl ? Gesture::kZoom
                                  : Gesture::kOrbit,
                         m_pressed);
+    else if (m_button == Qt::RightButton)
+        m_gesture = Gesture::kMenu;
     else if (m_button == Qt::LeftButton && m_tool &&
              m_tool->Press(*this, ToPixel(m_pressed), m_modifiers))
-        m_gesture = Gesture::kTool;
+        m_gesture = m_tool ? Gesture::kTool : Gesture::kNone;  // it may have left with the press
     else if (m_button == Qt::LeftButton && !PressGizmo(ToPixel(m_pressed)))
         m_gesture = Gesture::kClick;
+    UpdateCursor();
     update();
+}
+
+// The words in the corner are buttons.
+bool ViewportWidget::PressLabel(const QPointF& at) {
+    std::array<QRectF, 2> boxes = LabelBoxes();
+    for (ViewMenu menu : {ViewMenu::kSides, ViewMenu::kShading}) {
+        const QRectF& box = boxes[menu == ViewMenu::kSides ? 0 : 1];
+        if (!box.contains(at)) continue;
+        m_button = Qt::NoButton;
+        if (onMenu) onMenu(menu, mapToGlobal(box.bottomLeft().toPoint()));
+        return true;
+    }
+    return false;
+}
+
+void ViewportWidget::HoverAt(const QPointF& at) {
+    QPointF pixel = ToPixel(at);
+    if (m_tool) m_tool->Hover(*this, pixel);
+    GizmoHandle handle =
+        m_gizmo.HandleAt(Camera(), float(pixel.x()), float(pixel.y()), PixelScale());
+    if (handle != m_gizmo.hovered) m_gizmo.hovered = handle, update();
+    int x = int(std::floor(pixel.x())), y = int(std::floor(pixel.y()));
+    AskPick(PickWish::kHover, {{x, y, x + 1, y + 1}, {}});
+    UpdateCursor();
+}
+
+// What the pointer says of the place that it is at.
+void ViewportWidget::UpdateCursor() {
+    auto shape = [this] {
+        if (m_gesture == Gesture::kPan) return Qt::ClosedHandCursor;
+        if (IsNavigating()) return Qt::SizeAllCursor;
+        if (m_gesture == Gesture::kRectangle || m_gesture == Gesture::kLasso)
+            return Qt::CrossCursor;
+        for (const QRectF& box : LabelBoxes())
+            if (m_gesture == Gesture::kNone && box.contains(m_pointer))
+                return Qt::PointingHandCursor;
+        if (m_tool) return Qt::CrossCursor;
+        if (!m_gizmo.IsDragging() && m_gizmo.hovered == kNoHandle) return m_restCursor;
+        switch (m_gizmo.tool) {
+            case GizmoTool::kMove:
+                return Qt::SizeAllCursor;
+            case GizmoTool::kRotate:
+                return Qt::OpenHandCursor;
+            case GizmoTool::kScale:
+                return Qt::SizeFDiagCursor;
+            default:
+                return m_restCursor;
+        }
+    }();
+    if (shape != cursor().shape()) setCursor(shape);
 }
 
 void ViewportWidget::mouseMoveEvent(QMouseEvent* event) {
     QPointF at = event->position();
+    // Of a drag whose end nobody told, or of the pointer as it was set.
+    if (m_gesture != Gesture::kNone && event->buttons() == Qt::NoButton) return;
     m_pointer = at;
     QPointF by = at - m_last;
     m_last = at;
     if (std::exchange(m_ignoresMove, false)) return;
     QPointF pixel = ToPixel(at);
     switch (m_gesture) {
-        case Gesture::kNone: {
-            if (m_tool) m_tool->Hover(*this, pixel);
-            GizmoHandle handle =
-                m_gizmo.HandleAt(Camera(), float(pixel.x()), float(pixel.y()), PixelScale());
-            if (handle != m_gizmo.hovered) m_gizmo.hovered = handle, update();
-            int x = int(std::floor(pixel.x())), y = int(std::floor(pixel.y()));
-            AskPick(PickWish::kHover, {{x, y, x + 1, y + 1}, {}});
-            return;
-        }
+        case Gesture::kNone:
+            return HoverAt(at);
+        case Gesture::kMenu:
+            // Views without perspective have no eye that could walk.
+            if ((at - m_pressed).manhattanLength() <= kClickReach || m_navigation.Pose().isParallel)
+                return;
+            BeginNavigation(Gesture::kWalk, at);
+            return MoveNavigation(at - m_pressed);
         case Gesture::kClick:
             if ((at - m_pressed).manhattanLength() <= kClickReach) return;
             m_gesture = m_usesLasso ? Gesture::kLasso : Gesture::kRectangle;
@@ -164,24 +222,26 @@ void ViewportWidget::mouseReleaseEvent(QMouseEvent* event) {
         m_tool->Release(*this);
     }
     EndGesture();
+    if (gesture == Gesture::kMenu && onMenu)
+        onMenu(ViewMenu::kAll, event->globalPosition().toPoint());
 }
 
 void ViewportWidget::EndGesture() {
-    bool moved =
-        m_gesture == Gesture::kOrbit || m_gesture == Gesture::kPan || m_gesture == Gesture::kZoom;
-    // The pointer stands again where it began.
-    if (moved && rect().contains(m_pressed.toPoint()) && m_ignoresMove)
-        QCursor::setPos(mapToGlobal(m_pressed.toPoint()));
+    bool stoodElsewhere = IsNavigating() && m_hasNavigated;
+    m_walk.End();
     m_gesture = Gesture::kNone;
     m_button = Qt::NoButton;
-    m_ignoresMove = false;
+    m_ignoresMove = m_hasNavigated = false;
+    // The pointer stands again where it began.
+    if (stoodElsewhere) QCursor::setPos(mapToGlobal(m_pressed.toPoint()));
+    UpdateCursor();
     update();
 }
 
 void ViewportWidget::CancelGesture() {
     if (m_gesture == Gesture::kGizmo) m_gizmo.Cancel();
     if (m_gesture == Gesture::kTool) m_tool->Cancel(*this);
-    if (m_gesture == Gesture::kOrbit || m_gesture == Gesture::kPan || m_gesture == Gesture::kZoom) {
+    if (IsNavigating()) {
         m_navigation.SetPose(m_poseBefore);
         CameraChanged();
     }
@@ -201,8 +261,10 @@ void ViewportWidget::leaveEvent(QEvent* event) {
 }
 
 void ViewportWidget::wheelEvent(QWheelEvent* event) {
-    if (m_gesture != Gesture::kNone) return;
     double steps = event->angleDelta().y() / kStep;
+    bool walks = m_gesture == Gesture::kWalk || m_gesture == Gesture::kMenu;
+    if (walks) m_walk.ChangeSpeed(steps), update();
+    if (m_gesture != Gesture::kNone) return event->accept();
     QPointF pixel = ToPixel(event->position());
     m_navigation.Remember();
     m_navigation.Zoom(std::pow(kZoomOfStep, float(steps)),

@@ -25,6 +25,24 @@ bool ViewportWidget::TypeIntoGizmo(QKeyEvent* event) {
     return (c.isDigit() || c == '.' || c == '-') && take(c.toLatin1());
 }
 
+// While the right button is down; the first one begins the walk.
+bool ViewportWidget::PressWalkKey(QKeyEvent* event) {
+    bool canWalk = m_gesture == Gesture::kWalk ||
+                   (m_gesture == Gesture::kMenu && !m_navigation.Pose().isParallel);
+    if (!canWalk || !ViewWalk::IsKey(event->key())) return false;
+    if (event->isAutoRepeat()) return true;
+    if (m_gesture == Gesture::kMenu) BeginNavigation(Gesture::kWalk, m_pointer);
+    m_hasNavigated = true;
+    m_walk.Press(event->key());
+    return true;
+}
+
+void ViewportWidget::keyReleaseEvent(QKeyEvent* event) {
+    bool isOfWalk = m_gesture == Gesture::kWalk && ViewWalk::IsKey(event->key());
+    if (!isOfWalk) return QWidget::keyReleaseEvent(event);
+    if (!event->isAutoRepeat()) m_walk.Release(event->key());
+}
+
 bool ViewportWidget::PressViewKey(QKeyEvent* event) {
     bool isPad = event->modifiers() & Qt::KeypadModifier;
     bool isCtrl = event->modifiers() & Qt::ControlModifier;
@@ -57,9 +75,10 @@ bool ViewportWidget::PressViewKey(QKeyEvent* event) {
 void ViewportWidget::keyPressEvent(QKeyEvent* event) {
     bool isShift = event->modifiers() & Qt::ShiftModifier;
     bool isPlain = !(event->modifiers() & ~(Qt::ShiftModifier | Qt::KeypadModifier));
-    if (TypeIntoGizmo(event)) return;
+    if (TypeIntoGizmo(event) || PressWalkKey(event)) return;
     if (event->key() == Qt::Key_Escape && m_gesture != Gesture::kNone) return CancelGesture();
-    if (m_gesture == Gesture::kTool) return;
+    if (m_gesture == Gesture::kTool || m_gesture == Gesture::kMenu || m_gesture == Gesture::kWalk)
+        return;
     if (m_tool && m_tool->Key(*this, event->key(), event->modifiers())) return;
     if (PressViewKey(event)) return;
     if (event->key() == Qt::Key_W && event->modifiers() == Qt::AltModifier && onMaximize)
@@ -67,6 +86,10 @@ void ViewportWidget::keyPressEvent(QKeyEvent* event) {
     if (isPlain) switch (event->key()) {
             case Qt::Key_F:
                 return isShift ? FrameAll() : FrameSelection();
+            case Qt::Key_V:
+                return onMenu ? onMenu(ViewMenu::kSides, mapToGlobal(m_pointer.toPoint())) : void();
+            case Qt::Key_Menu:
+                return onMenu ? onMenu(ViewMenu::kAll, mapToGlobal(rect().center())) : void();
             case Qt::Key_F3:
                 return SetShading(m_shading == ViewportShading::kWire ? ViewportShading::kShaded
                                                                       : ViewportShading::kWire);
@@ -87,7 +110,9 @@ void ViewportWidget::keyPressEvent(QKeyEvent* event) {
 // Keys of a gesture are its own, whatever the window's shortcuts and the focus order say.
 bool ViewportWidget::event(QEvent* event) {
     bool isKey = event->type() == QEvent::ShortcutOverride || event->type() == QEvent::KeyPress;
-    if (isKey && (m_gesture == Gesture::kGizmo || m_gesture == Gesture::kTool)) {
+    bool ownsKeys = m_gesture == Gesture::kGizmo || m_gesture == Gesture::kTool ||
+                    m_gesture == Gesture::kWalk || m_gesture == Gesture::kMenu;
+    if (isKey && ownsKeys) {
         if (event->type() == QEvent::KeyPress) keyPressEvent(static_cast<QKeyEvent*>(event));
         event->accept();
         return true;

@@ -1,12 +1,14 @@
 // How a viewport's picture is painted, with what stands over it.
 #include <QLocale>
 #include <QPainter>
+#include <QPainterPath>
 
 #include "apps/studio/viewport/viewport_widget.h"
 
 namespace {
 
 constexpr int kMargin = 10, kAxis = 28;
+constexpr double kActionSafe = 0.9;  // of the safe frame
 
 QColor ToColor(Color c) { return QColor::fromRgbF(c.r, c.g, c.b); }
 
@@ -67,10 +69,12 @@ void ViewportWidget::paintEvent(QPaintEvent*) {
     else
         painter.drawImage(rect(), m_image);
     painter.setRenderHint(QPainter::Antialiasing);
+    PaintSafeFrame(painter);
     if (m_scene && onPaintOver) onPaintOver(painter);
     if (m_scene) PaintHover(painter);
     PaintGizmo(painter);
     PaintAxes(painter);
+    PaintLabels(painter);
     PaintTexts(painter);
     if (m_gesture == Gesture::kRectangle || m_gesture == Gesture::kLasso) PaintRegion(painter);
     if (hasFocus()) {
@@ -113,6 +117,14 @@ void ViewportWidget::PaintGizmo(QPainter& painter) const {
         painter.drawLine(ToLogical({line.x0, line.y0}), ToLogical({line.x1, line.y1}));
     }
     if (!m_gizmo.IsDragging()) return;
+    TScreenPoint at;
+    if (m_gizmo.Caught() && Camera().Project(*m_gizmo.Caught(), &at)) {
+        constexpr double kArm = 7;
+        QPointF middle = ToLogical({at.x, at.y});
+        painter.setPen(QPen(QColor(255, 217, 51), 2));
+        for (QPointF arm : {QPointF(kArm, kArm), QPointF(kArm, -kArm)})
+            painter.drawLine(middle - arm, middle + arm);
+    }
     QRectF beside(m_pointer + QPointF(16, 16), QSizeF(300, 24));
     PaintLabel(painter, beside, Qt::AlignLeft | Qt::AlignTop,
                QString::fromStdString(m_gizmo.Text()));
@@ -151,17 +163,80 @@ QString ViewportWidget::Notice() const {
 
 void ViewportWidget::PaintTexts(QPainter& painter) const {
     QRectF room = QRectF(rect()).adjusted(kMargin + 6, kMargin, -kMargin - 6, -kMargin);
-    PaintLabel(painter, room, Qt::AlignLeft | Qt::AlignTop,
-               tr("%1 | %2").arg(tr(NameOf(m_navigation.Pose())), tr(NameOf(m_shading))));
     QString notice = Notice();
     if (!notice.isEmpty()) PaintLabel(painter, room, Qt::AlignRight | Qt::AlignTop, notice);
+    QString below = m_busy;
+    if (m_gesture == Gesture::kWalk)
+        below = tr("walking, %1 a second").arg(m_walk.Speed(), 0, 'g', 3);
+    if (!below.isEmpty()) PaintLabel(painter, room, Qt::AlignRight | Qt::AlignBottom, below);
+}
+
+QString ViewportWidget::ViewName() const {
+    if (m_throughCamera && m_given)
+        for (const TViewNode& node : m_given->Nodes())
+            if (node.handle == m_throughCamera) return QString::fromStdString(node.name);
+    return tr(NameOf(m_navigation.Pose()));
+}
+
+std::array<QRectF, 2> ViewportWidget::LabelBoxes() const {
+    constexpr double kAround = 6, kGap = 4;
+    QFontMetricsF metrics(font());
+    std::array<QRectF, 2> boxes;
+    double left = kMargin;
+    const QString names[] = {ViewName(), tr(NameOf(m_shading))};
+    for (size_t i = 0; i < boxes.size(); ++i) {
+        double width = metrics.horizontalAdvance(names[i]) + 2 * kAround;
+        boxes[i] = {left, kMargin - 3, width, metrics.height() + kAround};
+        left += width + kGap;
+    }
+    return boxes;
+}
+
+// From where one looks, and how: each opens its menu.
+void ViewportWidget::PaintLabels(QPainter& painter) const {
+    std::array<QRectF, 2> boxes = LabelBoxes();
+    const QString names[] = {ViewName(), tr(NameOf(m_shading))};
+    for (size_t i = 0; i < boxes.size(); ++i) {
+        bool isLit = m_gesture == Gesture::kNone && underMouse() && boxes[i].contains(m_pointer);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(QColor(20, 22, 24, isLit ? 220 : 150));
+        painter.drawRoundedRect(boxes[i], 4, 4);
+        painter.setPen(isLit ? QColor(255, 217, 51) : QColor(225, 228, 230));
+        painter.drawText(boxes[i], Qt::AlignCenter, names[i]);
+    }
+    painter.setBrush(Qt::NoBrush);
+}
+
+// What a picture holds is as wide as the view; what it does not is dimmed.
+void ViewportWidget::PaintSafeFrame(QPainter& painter) const {
+    if (m_safeFrame <= 0) return;
+    QRectF view(rect());
+    QRectF frame(0, 0, view.width(), view.width() / m_safeFrame);
+    frame.moveCenter(view.center());
+    QRectF action(0, 0, frame.width() * kActionSafe, frame.height() * kActionSafe);
+    action.moveCenter(view.center());
+    QPainterPath outside;
+    outside.addRect(view);
+    outside.addRect(frame);  // counted twice: not filled
+    painter.fillPath(outside, QColor(0, 0, 0, 110));
+    painter.setBrush(Qt::NoBrush);
+    painter.setPen(QPen(QColor(255, 217, 51, 180), 1));
+    painter.drawRect(frame);
+    painter.setPen(QPen(QColor(255, 217, 51, 110), 1, Qt::DashLine));
+    painter.drawRect(action);
 }
 
 void ViewportWidget::Tell() {
     if (!onStatus || !m_picture) return;
-    QString text = tr("%1 items in view, %2 ms")
-                       .arg(Number(m_picture->counts.itemsInView))
-                       .arg(m_picture->seconds * 1000, 0, 'f', 0);
+    QString text;
+    if (std::optional<Point3> place = PlaceUnderPointer())
+        text = QString("%1  %2  %3 | ")
+                   .arg(place->x, 0, 'f', 2)
+                   .arg(place->y, 0, 'f', 2)
+                   .arg(place->z, 0, 'f', 2);
+    text += tr("%1 items in view, %2 ms")
+                .arg(Number(m_picture->counts.itemsInView))
+                .arg(m_picture->seconds * 1000, 0, 'f', 0);
     if (QString notice = Notice(); !notice.isEmpty()) text += ", " + notice;
     if (TViewportScene::Found found = m_scene->Find(m_hovered); found.node) {
         text += " | " + QString::fromStdString(found.node->name);

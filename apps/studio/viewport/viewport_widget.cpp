@@ -17,6 +17,16 @@ PickMode ModeOf(Qt::KeyboardModifiers modifiers) {
     return modifiers & Qt::ShiftModifier ? PickMode::kToggle : PickMode::kReplace;
 }
 
+// Of some nodes alone; null where none of them is there any more.
+std::shared_ptr<const TViewportScene> PartOf(const TViewportScene& scene,
+                                             const std::set<NodeHandle>& handles) {
+    std::vector<TViewNode> nodes;
+    for (const TViewNode& node : scene.Nodes())
+        if (handles.contains(node.handle)) nodes.push_back(node);
+    if (nodes.empty()) return nullptr;
+    return std::make_shared<const TViewportScene>(std::move(nodes), scene.Light(), scene.Time());
+}
+
 // Runs `work` in the widget's thread while it lives.
 template <class Work>
 void Post(ViewportWidget* widget, Work work) {
@@ -26,8 +36,9 @@ void Post(ViewportWidget* widget, Work work) {
 }  // namespace
 
 ViewportWidget::ViewportWidget(QWidget* parent, bool avoidsOpenGl)
-    : QWidget(parent), m_rest(new QTimer(this)) {
+    : QWidget(parent), m_walk(m_navigation, [this] { CameraChanged(); }), m_rest(new QTimer(this)) {
     setFocusPolicy(Qt::StrongFocus);
+    setContextMenuPolicy(Qt::PreventContextMenu);
     setMouseTracking(true);
     setAttribute(Qt::WA_OpaquePaintEvent);
     setMinimumSize(64, 48);
@@ -54,15 +65,19 @@ ViewportWidget::~ViewportWidget() {
 // --- what is shown
 
 void ViewportWidget::ShowScene(std::shared_ptr<const TViewportScene> scene) {
-    m_scene = std::move(scene);
+    m_given = m_scene = std::move(scene);
     ForgetHover();
     if (!m_scene) {
         m_wasFramed = false;  // another scene comes
+        m_wantsNewPicture = true;
+        m_only.clear();
         m_picture.reset();
         m_image = {};
         update();
         return;
     }
+    if (!m_only.empty()) m_scene = PartOf(*m_given, m_only);
+    if (!m_scene) m_scene = m_given, m_only.clear();
     if (!m_wasFramed && !m_scene->Bounds().IsEmpty()) {
         m_wasFramed = true;
         m_navigation.Frame(m_scene->Bounds(), PictureSize().width(), PictureSize().height());
@@ -83,6 +98,31 @@ void ViewportWidget::SetEdges(bool areShown) {
 void ViewportWidget::SetGrid(bool isShown) {
     m_showsGrid = isShown;
     AskPicture(false);
+}
+
+void ViewportWidget::SetOnlySelected(bool isOn) {
+    m_only.clear();
+    if (!m_given) return;
+    if (isOn)
+        for (const TViewNode& node : m_given->Nodes())
+            if (node.isSelected) m_only.insert(node.handle);
+    ShowScene(m_given);
+}
+
+void ViewportWidget::SetSafeFrame(double aspect) {
+    m_safeFrame = aspect;
+    update();
+}
+
+void ViewportWidget::SetBusy(const QString& text) {
+    if (text == m_busy) return;
+    m_busy = text;
+    update();
+}
+
+void ViewportWidget::SetRestCursor(Qt::CursorShape shape) {
+    m_restCursor = shape;
+    UpdateCursor();
 }
 
 void ViewportWidget::FrameAll() {
@@ -122,9 +162,15 @@ Box3 ViewportWidget::SelectionBox() const {
 }
 
 void ViewportWidget::LookThroughCamera() {
-    if (!m_scene) return;
-    for (const TViewNode& node : m_scene->Nodes()) {
-        if (node.kind != TViewKind::kCamera) continue;
+    if (!m_given) return;
+    for (const TViewNode& node : m_given->Nodes())
+        if (node.kind == TViewKind::kCamera) return LookThrough(node.handle);
+}
+
+void ViewportWidget::LookThrough(NodeHandle camera) {
+    if (!m_given) return;
+    for (const TViewNode& node : m_given->Nodes()) {
+        if (node.kind != TViewKind::kCamera || node.handle != camera) continue;
         m_navigation.Remember();
         m_navigation.LookFrom(node.toWorld, node.slopeX);
         CameraChanged();
@@ -150,6 +196,7 @@ void ViewportWidget::SetTool(IViewTool* tool) {
     if (m_gesture == Gesture::kTool) CancelGesture();
     m_tool = tool;
     ForgetHover();
+    UpdateCursor();
     update();
 }
 
@@ -213,7 +260,9 @@ void ViewportWidget::AskPick(PickWish::Kind kind, TPickRegion region) {
 }
 
 void ViewportWidget::TakePicture(std::shared_ptr<const ViewPicture> picture) {
-    if (!m_scene) return;
+    bool isGone = m_wantsNewPicture && picture->scene != m_scene;
+    if (!m_scene || isGone) return;
+    m_wantsNewPicture = false;
     m_picture = std::move(picture);
     m_image = QImage(m_picture->rgbx.data(), m_picture->width, m_picture->height,
                      qsizetype(m_picture->width) * 4, QImage::Format_RGBX8888);
@@ -263,11 +312,17 @@ void ViewportWidget::TakeHover(const PickAnswer& answer) {
     const TPixelRect& at = answer.wish.region.rectangle;
     m_depthAt = {double(at.left), double(at.top)};
     m_modes.erase(m_modes.begin(), m_modes.upper_bound(answer.wish.number));
+    Tell();
     if (id == m_hovered) return;
     m_hovered = id;
     m_hoveredCorners = answer.corners;
     update();
-    Tell();
+}
+
+std::optional<Point3> ViewportWidget::PlaceUnderPointer() const {
+    if (!m_pointerDepth) return std::nullopt;
+    return PlaceAtDepth(Camera(), float(m_depthAt.x()) + 0.5f, float(m_depthAt.y()) + 0.5f,
+                        *m_pointerDepth);
 }
 
 void ViewportWidget::ForgetHover() {

@@ -6,10 +6,12 @@
 // are physical: ToPixel is the one way from one to the other.
 #pragma once
 
+#include <array>
 #include <functional>
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 
 #include <QImage>
 #include <QPointF>
@@ -19,6 +21,7 @@
 #include "apps/studio/viewport/view_navigation.h"
 #include "apps/studio/viewport/view_picker.h"
 #include "apps/studio/viewport/view_renderer.h"
+#include "apps/studio/viewport/view_walk.h"
 
 class QTimer;
 
@@ -46,6 +49,13 @@ struct ViewportPick {
 
 class ViewportWidget;
 
+// What a person has asked to choose from.
+enum class ViewMenu {
+    kAll,      // the right button
+    kSides,    // V, or the first word in the corner: from where
+    kShading,  // the second word: how
+};
+
 // What takes the left button before the view picks or draws rectangles with it. A gesture ends by
 // exactly one of Release and Cancel.
 class IViewTool {
@@ -70,13 +80,27 @@ public:
     // Shown from now on; null shows nothing. The first scene is framed.
     void ShowScene(std::shared_ptr<const TViewportScene> scene);
     const std::shared_ptr<const TViewportScene>& Shown() const { return m_scene; }
+    // What ShowScene was given, of which Shown may be a part.
+    const std::shared_ptr<const TViewportScene>& Given() const { return m_given; }
     void FrameAll();
     // The selected nodes and items; all where there are none.
     void FrameSelection();
     void SetShading(ViewportShading shading);
     ViewportShading Shading() const { return m_shading; }
     void SetEdges(bool areShown);
+    bool ShowsEdges() const { return m_showsEdges; }
     void SetGrid(bool isShown);
+    bool ShowsGrid() const { return m_showsGrid; }
+    // Nothing but what is selected now, until it is switched off; where nothing is, it stays off.
+    void SetOnlySelected(bool isOn);
+    bool ShowsOnlySelected() const { return !m_only.empty(); }
+    // The frame of pictures of this width to height, as wide as the view; 0: none.
+    void SetSafeFrame(double aspect);
+    double SafeFrame() const { return m_safeFrame; }
+    // What is being worked on beside the view; empty: nothing.
+    void SetBusy(const QString& text);
+    // Of the pointer where nothing else gives it one.
+    void SetRestCursor(Qt::CursorShape shape);
     // Rectangles and lassos take only what a pixel shows.
     void SetOnlySeen(bool onlySeen) { m_onlySeen = onlySeen; }
     // Drags from nothing draw a lasso instead of a rectangle.
@@ -86,6 +110,7 @@ public:
     // After changes to the navigation from outside.
     void CameraChanged();
     void LookThroughCamera();  // the first of the scene; without one nothing changes
+    void LookThrough(NodeHandle camera);
     // The camera that the view was put at and has not left since; 0: none.
     NodeHandle ThroughCamera() const { return m_throughCamera; }
     // The next scene is not framed but seen from there. slope: half the width of the view at
@@ -109,6 +134,7 @@ public:
     std::function<void(const QString&)> onStatus;
     std::function<void()> onActivated;  // the pointer went down in it
     std::function<void()> onMaximize;   // Alt-W
+    std::function<void(ViewMenu, const QPoint& global)> onMenu;
 
     // From a logical position to the picture's pixels.
     QPointF ToPixel(const QPointF& logical) const;
@@ -121,6 +147,13 @@ public:
     uint32_t HoveredId() const { return m_hovered; }
     // "120,000 of 1,000,000 shown" and the like; empty when there is nothing to say.
     QString Notice() const;
+    // "Top", "Perspective", or the camera that the view was put at.
+    QString ViewName() const;
+    // The words in the corner that open menus, logical pixels: the view's name, then its shading.
+    std::array<QRectF, 2> LabelBoxes() const;
+    ViewWalk& Walk() { return m_walk; }
+    // What lies under the pointer, as far as it is known.
+    std::optional<Point3> PlaceUnderPointer() const;
 
 protected:
     void paintEvent(QPaintEvent*) override;
@@ -131,12 +164,30 @@ protected:
     void wheelEvent(QWheelEvent*) override;
     void tabletEvent(QTabletEvent*) override;
     void keyPressEvent(QKeyEvent*) override;
+    void keyReleaseEvent(QKeyEvent*) override;
     void focusOutEvent(QFocusEvent*) override;
     void leaveEvent(QEvent*) override;
     bool event(QEvent*) override;
 
 private:
-    enum class Gesture { kNone, kOrbit, kPan, kZoom, kClick, kRectangle, kLasso, kGizmo, kTool };
+    // kMenu: the right button is down, and it is not yet known what for.
+    enum class Gesture {
+        kNone,
+        kOrbit,
+        kPan,
+        kZoom,
+        kMenu,
+        kWalk,
+        kClick,
+        kRectangle,
+        kLasso,
+        kGizmo,
+        kTool
+    };
+    bool IsNavigating() const {
+        return m_gesture == Gesture::kOrbit || m_gesture == Gesture::kPan ||
+               m_gesture == Gesture::kZoom || m_gesture == Gesture::kWalk;
+    }
 
     ViewRequest Request(bool isMoving) const;
     void AskPicture(bool isMoving);
@@ -151,6 +202,10 @@ private:
     TPickRegion DrawnRegion(const QPointF& end) const;
     void EndGesture();
     void CancelGesture();
+    void HoverAt(const QPointF& at);
+    void UpdateCursor();
+    bool PressLabel(const QPointF& at);
+    bool PressWalkKey(QKeyEvent* event);
     bool PressGizmo(const QPointF& pixel);
     bool TypeIntoGizmo(QKeyEvent* event);
     bool PressViewKey(QKeyEvent* event);
@@ -161,16 +216,24 @@ private:
     void PaintGizmo(QPainter& painter) const;
     void PaintAxes(QPainter& painter) const;
     void PaintTexts(QPainter& painter) const;
+    void PaintLabels(QPainter& painter) const;
+    void PaintSafeFrame(QPainter& painter) const;
     void PaintRegion(QPainter& painter) const;
     void Tell();
 
-    std::shared_ptr<const TViewportScene> m_scene;
+    std::shared_ptr<const TViewportScene> m_given, m_scene;
+    std::set<NodeHandle> m_only;     // nodes that alone are shown; empty: all are
+    bool m_wantsNewPicture = false;  // those on their way are of a scene that is gone
     std::shared_ptr<const ViewPicture> m_picture;
     QImage m_image;  // of the picture's bytes
     ViewportShading m_shading = ViewportShading::kShaded;
     bool m_showsEdges = false, m_showsGrid = true, m_onlySeen = false, m_wasFramed = false;
     bool m_usesLasso = false;
+    double m_safeFrame = 0;
+    QString m_busy;
+    Qt::CursorShape m_restCursor = Qt::ArrowCursor;
     ViewNavigation m_navigation;
+    ViewWalk m_walk;
     TransformGizmo m_gizmo;
     IViewTool* m_tool = nullptr;
     Gesture m_gesture = Gesture::kNone;
@@ -183,6 +246,7 @@ private:
     ViewPose m_poseBefore;
     Point3 m_pivot;
     bool m_ignoresMove = false;           // the pointer was set by us
+    bool m_hasNavigated = false;          // the present gesture has moved the view
     std::optional<float> m_pointerDepth;  // of what lay under it at m_depthAt
     QPointF m_depthAt;
     uint32_t m_hovered = TViewportScene::kNoId;

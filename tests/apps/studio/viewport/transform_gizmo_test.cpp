@@ -47,6 +47,65 @@ TEST_F(Gizmos, HandlesKeepTheirSizeOnTheScreen) {
     EXPECT_EQ(gizmo.HandleAt(camera, 280, 200, 1), kNoHandle);
 }
 
+TEST_F(Gizmos, TheHoveredHandleIsLit) {
+    auto colorOf = [this](GizmoHandle handle) {
+        for (const GizmoLine& line : gizmo.Lines(camera, 1))
+            if (line.handle == handle) return line.color;
+        return Color{};
+    };
+    Color plain = colorOf(kAxisX), other = colorOf(kAxisZ);
+    gizmo.hovered = kAxisX;
+    EXPECT_NE(colorOf(kAxisX), plain);
+    EXPECT_EQ(colorOf(kAxisZ), other);
+}
+
+TEST_F(Gizmos, AxesOfTheViewAreThoseOfWhoLooks) {
+    gizmo.FollowView(true);
+    gizmo.SetFrame(Matrix3::Translation({1, 0, 2}));
+    EXPECT_LT(Length(gizmo.FrameIn(camera).row[1] - Point3{0, 0, 1}), 1e-5f);
+    // Up on the screen is its y.
+    Drag(kAxisY, 210, 120, 210, 100);
+    gizmo.Commit();
+    ExpectMoves(commits.back(), {0, 0, 0}, {0, 0, 2});
+}
+
+TEST_F(Gizmos, SnapsOntoTheGridOfTheWorldElseByStepsFromTheBeginning) {
+    gizmo.snapping.isOn = true, gizmo.snapping.step = 2;
+    gizmo.SetFrame(Matrix3::Translation({0.5f, 0, 0}));
+    Drag(kAxisX, 250, 200, 283, 200);  // 3.3, to 3.8
+    EXPECT_FLOAT_EQ(gizmo.Values()[0], 3.5f);
+    gizmo.Cancel();
+    Matrix3 turned = Matrix3::RotationY(0.1f);
+    turned.SetTrans({0.5f, 0, 0});
+    gizmo.SetFrame(turned);
+    Drag(kAxisX, 250, 200, 283, 200);
+    EXPECT_FLOAT_EQ(gizmo.Values()[0], 4);
+    gizmo.Cancel();
+    gizmo.snapping.toGrid = false;
+    Drag(kAxisX, 250, 200, 283, 200);
+    EXPECT_NEAR(gizmo.Values()[0], 3.3f, 0.1f);
+}
+
+TEST_F(Gizmos, WhatIsCaughtComesBeforeTheGrid) {
+    gizmo.snapping.isOn = true;
+    gizmo.snapping.placeAt = [](const TViewportCamera&, float x, float) -> std::optional<Point3> {
+        if (x < 270) return std::nullopt;
+        return Point3{3.25f, 7, 1.5f};
+    };
+    Drag(kAllAxes, 200, 200, 280, 200);
+    gizmo.Commit();
+    ExpectMoves(commits.back(), {0, 0, 0}, {3.25f, 7, 1.5f});
+    Drag(kAxisX, 250, 200, 280, 200);
+    ASSERT_TRUE(gizmo.Caught());
+    gizmo.Commit();
+    ExpectMoves(commits.back(), {0, 0, 0}, {3.25f, 0, 0});
+    Drag(kAxisX, 200, 200, 212, 200);
+    EXPECT_FALSE(gizmo.Caught());
+    EXPECT_FLOAT_EQ(gizmo.Values()[0], 1) << "the grid";
+    gizmo.Drag(camera, 280, 200, true);
+    EXPECT_FALSE(gizmo.Caught()) << "the key switches it off";
+}
+
 TEST_F(Gizmos, MovesAlongAxesPlanesAndTheScreen) {
     // 30 pixels right and 20 up are 3 units of x and 2 of z.
     struct Case {

@@ -1,90 +1,8 @@
 // The view as hands and eyes have it, on Qt's offscreen platform.
 #include "apps/studio/viewport/viewport_widget.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
-
-#include <QApplication>
-#include <QElapsedTimer>
-#include <QMouseEvent>
-#include <QThread>
-#include <QWheelEvent>
-
 #include "apps/studio/viewport/quad_view.h"
-#include "tests/apps/studio/viewport/view_scenes.h"
-
-namespace {
-
-const Color kRed{1, 0, 0}, kGreen{0, 1, 0};
-
-// Lets events run until something holds; false when it never does.
-bool Until(const std::function<bool()>& holds) {
-    constexpr int kPatience = 60'000;
-    QElapsedTimer timer;
-    timer.start();
-    while (!holds()) {
-        if (timer.elapsed() > kPatience) return false;
-        QApplication::processEvents(QEventLoop::AllEvents, 10);
-        QThread::msleep(1);
-    }
-    return true;
-}
-
-class Widgets : public testing::Test {
-protected:
-    ViewportWidget view{nullptr, false};
-    std::vector<ViewportPick> picks, rectangles;
-
-    // 200 x 200 logical pixels from the front, 10 units over them; the middle is (100, 100).
-    void SetUp() override {
-        view.resize(200, 200);
-        view.show();
-        view.onPick = [this](const ViewportPick& pick) { picks.push_back(pick); };
-        view.onRegion = [this](const ViewportPick& pick) { rectangles.push_back(pick); };
-    }
-    void LookFromFront() {
-        ViewPose pose;
-        pose.yaw = pose.pitch = 0, pose.distance = 5, pose.slope = 1;
-        view.Navigation().SetPose(pose);
-        view.CameraChanged();
-    }
-    // Squares of 2 x 2 units that face the front.
-    static Matrix3 Facing(float x, float y, float z) {
-        return {{{1, 0, 0}, {0, 0, 1}, {0, -1, 0}, {x, y, z}}};
-    }
-    void ShowTwoSquares() {
-        view.ShowScene(SceneOf({MeshNode(SquareMesh(), kRed, Facing(-2, 0, 0)),
-                                MeshNode(SquareMesh(), kGreen, Facing(2, 0, 2))}));
-        LookFromFront();
-        ASSERT_TRUE(Until([&] { return view.IsUpToDate(); }));
-    }
-    void Send(QEvent::Type type, QPointF at, Qt::MouseButton button, Qt::MouseButtons buttons,
-              Qt::KeyboardModifiers modifiers = {}) {
-        QMouseEvent event(type, at, view.mapToGlobal(at), button, buttons, modifiers);
-        QApplication::sendEvent(&view, &event);
-    }
-    void Drag(QPointF from, QPointF to, Qt::MouseButton button,
-              Qt::KeyboardModifiers modifiers = {}, bool releases = true) {
-        Send(QEvent::MouseButtonPress, from, button, button, modifiers);
-        for (int i = 1; i <= 5; ++i)
-            Send(QEvent::MouseMove, from + (to - from) * i / 5.0, Qt::NoButton, button, modifiers);
-        if (releases) Send(QEvent::MouseButtonRelease, to, button, {}, {});
-    }
-    void Click(QPointF at, Qt::KeyboardModifiers modifiers = {}) {
-        Send(QEvent::MouseButtonPress, at, Qt::LeftButton, Qt::LeftButton, modifiers);
-        Send(QEvent::MouseButtonRelease, at, Qt::LeftButton, {}, modifiers);
-    }
-    void Press(int key, Qt::KeyboardModifiers modifiers = {}, const QString& text = {}) {
-        QKeyEvent event(QEvent::KeyPress, key, modifiers, text);
-        QApplication::sendEvent(&view, &event);
-    }
-    QColor ColorAt(QPointF logical) {
-        QImage image = view.grab().toImage();
-        return image.pixelColor((logical * image.devicePixelRatio()).toPoint());
-    }
-    const ViewPose& Pose() { return view.Navigation().Pose(); }
-};
+#include "tests/apps/studio/viewport/widgets_fixture.h"
 
 TEST_F(Widgets, PaintsWhatStandsThere) {
     ShowTwoSquares();
@@ -108,13 +26,13 @@ TEST_F(Widgets, ClicksAnswerIdsPlacesAndModifiers) {
                           {Qt::ShiftModifier, PickMode::kToggle}}) {
         picks.clear();
         Click({60, 100}, c.modifiers);
-        ASSERT_TRUE(Until([&] { return picks.size() == 1; }));
+        ASSERT_TRUE(hand::Wait([&] { return picks.size() == 1; }));
         ASSERT_EQ(picks[0].ids, std::vector<uint32_t>{1});
         EXPECT_EQ(picks[0].mode, c.mode);
         EXPECT_LT(Length(picks[0].place - Point3{-2, 0, 0}), 0.1f);
     }
-    Click({10, 10});
-    ASSERT_TRUE(Until([&] { return picks.size() == 2; }));
+    Click({10, 190});
+    ASSERT_TRUE(hand::Wait([&] { return picks.size() == 2; }));
     EXPECT_TRUE(picks[1].ids.empty());
 }
 
@@ -125,7 +43,7 @@ TEST_F(Widgets, AnotherClickMeansWhatLiesBehind) {
     for (size_t turn : {0u, 1u, 0u}) {
         picks.clear();
         Click({100, 100});
-        ASSERT_TRUE(Until([&] { return !picks.empty(); }));
+        ASSERT_TRUE(hand::Wait([&] { return !picks.empty(); }));
         ASSERT_EQ(picks[0].ids, (std::vector<uint32_t>{2, 1}));
         EXPECT_EQ(picks[0].meant, turn);
     }
@@ -138,7 +56,7 @@ TEST_F(Widgets, RectanglesTakeItems) {
     LookFromFront();
     // x and y of the items: 40, 80, 120, 160. Two columns, three rows from below.
     Drag({65, 100 - 35}, {130, 190}, Qt::LeftButton);
-    ASSERT_TRUE(Until([&] { return !rectangles.empty(); }));
+    ASSERT_TRUE(hand::Wait([&] { return !rectangles.empty(); }));
     // Rows are counted from below, ids from 2 on.
     EXPECT_EQ(rectangles[0].ids, (std::vector<uint32_t>{3, 4, 7, 8, 11, 12}));
     EXPECT_TRUE(picks.empty());
@@ -215,12 +133,176 @@ TEST_F(Widgets, KeysFrameAndChooseViews) {
     EXPECT_EQ(view.Shading(), ViewportShading::kWire);
 }
 
+// Numeric keys, Ctrl for the other side, zero for the camera.
+TEST_F(Widgets, TheNumericPadLooksFromEverySide) {
+    TViewNode camera;
+    camera.kind = TViewKind::kCamera, camera.name = "eye", camera.handle = 7, camera.slopeX = 0.5f;
+    camera.toWorld = Facing(3, -8, 1);
+    view.ShowScene(SceneOf({MeshNode(SquareMesh(), kRed, Facing(0, 0, 0)), camera}));
+    for (auto [key, side] : {std::pair{Qt::Key_1, ViewSide::kBack},
+                             {Qt::Key_3, ViewSide::kRight},
+                             {Qt::Key_7, ViewSide::kBottom}}) {
+        Press(key, Qt::KeypadModifier | Qt::ControlModifier);
+        EXPECT_EQ(Pose().side, side);
+    }
+    Press(Qt::Key_0, Qt::KeypadModifier);
+    EXPECT_EQ(view.ThroughCamera(), 7u);
+    EXPECT_EQ(view.ViewName(), "eye");
+    EXPECT_LT(Length(Pose().Transform().GetTrans() - Point3{3, -8, 1}), 1e-4f);
+    EXPECT_FLOAT_EQ(Pose().slope, 0.5f);
+    Drag({100, 100}, {120, 100}, Qt::MiddleButton);
+    EXPECT_EQ(view.ThroughCamera(), 0u) << "it has been left";
+    EXPECT_EQ(view.ViewName(), "Perspective");
+}
+
+// Around the selection, else around what lies under the pointer; both stay where they are seen.
+TEST_F(Widgets, OrbitsAroundTheSelectionElseThePlaceUnderThePointer) {
+    ShowTwoSquares();
+    Send(QEvent::MouseMove, {140, 60}, Qt::NoButton, {});
+    ASSERT_TRUE(hand::Wait([&] { return view.PlaceUnderPointer().has_value(); }));
+    Point3 under = *view.PlaceUnderPointer();
+    EXPECT_LT(Length(under - Point3{2, 0, 2}), 0.2f);
+    auto isSeenAt = [&](const Point3& place, QPointF at) {
+        TScreenPoint p;
+        ASSERT_TRUE(view.Camera().Project(place, &p));
+        QPointF seen = view.ToLogical({p.x, p.y});
+        EXPECT_LT(std::hypot(seen.x() - at.x(), seen.y() - at.y()), 1);  // a pixel
+    };
+    Drag({140, 60}, {180, 70}, Qt::MiddleButton, Qt::AltModifier);
+    isSeenAt(under, {140, 60});
+    TViewNode chosen = MeshNode(SquareMesh(), kRed, Facing(-2, 0, 0));
+    chosen.isSelected = true;
+    view.ShowScene(SceneOf({chosen}));
+    LookFromFront();
+    Drag({140, 60}, {180, 70}, Qt::MiddleButton, Qt::AltModifier);
+    isSeenAt({-2, 0, 0}, {60, 100});
+    EXPECT_NEAR(Pose().Transform().row[0].z, 0, 1e-6) << "the horizon stays level";
+}
+
+TEST_F(Widgets, ThePointerComesBackToWhereNavigationBegan) {
+    ShowTwoSquares();
+    for (Qt::KeyboardModifiers modifiers :
+         {Qt::KeyboardModifiers(), Qt::AltModifier | Qt::NoModifier}) {
+        QCursor::setPos(view.mapToGlobal(QPoint(20, 20)));
+        Drag({100, 100}, {199, 120}, Qt::MiddleButton, modifiers);
+        EXPECT_EQ(QCursor::pos(), view.mapToGlobal(QPoint(100, 100)));
+    }
+}
+
+TEST_F(Widgets, ThePointerGoesOnAtTheOtherBorder) {
+    ShowTwoSquares();
+    Drag({100, 100}, {199, 100}, Qt::MiddleButton, {}, false);
+    EXPECT_LT(view.mapFromGlobal(QCursor::pos()).x(), 10);
+    float before = Pose().target.x;
+    Send(QEvent::MouseMove, {1, 100}, Qt::NoButton,
+         Qt::MiddleButton);  // what the jump itself sends
+    EXPECT_EQ(Pose().target.x, before);
+    Send(QEvent::MouseMove, {21, 100}, Qt::NoButton, Qt::MiddleButton);
+    EXPECT_NEAR(before - Pose().target.x, 1, 0.1) << "20 pixels are a unit";
+    Send(QEvent::MouseButtonRelease, {21, 100}, Qt::MiddleButton, {});
+}
+
+TEST_F(Widgets, TheCursorSaysWhatAPressWouldDo) {
+    ShowTwoSquares();
+    view.ShowGizmo(GizmoTool::kMove, Matrix3());
+    auto at = [&](QPointF place) {
+        Send(QEvent::MouseMove, place, Qt::NoButton, {});
+        return view.cursor().shape();
+    };
+    EXPECT_EQ(at({10, 190}), Qt::ArrowCursor);
+    EXPECT_EQ(at({150, 100}), Qt::SizeAllCursor) << "a handle";
+    EXPECT_EQ(at(view.LabelBoxes()[0].center()), Qt::PointingHandCursor);
+    view.SetRestCursor(Qt::CrossCursor);
+    EXPECT_EQ(at({10, 190}), Qt::CrossCursor);
+    Drag({100, 100}, {120, 100}, Qt::MiddleButton, {}, false);
+    EXPECT_EQ(view.cursor().shape(), Qt::ClosedHandCursor);
+    Press(Qt::Key_Escape);
+}
+
+TEST_F(Widgets, TheWordsInTheCornerTheRightButtonAndVOpenMenus) {
+    ShowTwoSquares();
+    std::vector<ViewMenu> opened;
+    view.onMenu = [&](ViewMenu menu, const QPoint&) { opened.push_back(menu); };
+    Click(view.LabelBoxes()[0].center());
+    Click(view.LabelBoxes()[1].center());
+    Press(Qt::Key_V);
+    Send(QEvent::MouseButtonPress, {100, 100}, Qt::RightButton, Qt::RightButton);
+    EXPECT_EQ(opened.size(), 3u) << "not before the button is up";
+    Send(QEvent::MouseButtonRelease, {100, 100}, Qt::RightButton, {});
+    EXPECT_EQ(opened, (std::vector{ViewMenu::kSides, ViewMenu::kShading, ViewMenu::kSides,
+                                   ViewMenu::kAll}));
+    Send(QEvent::MouseButtonPress, {100, 100}, Qt::RightButton, Qt::RightButton);
+    Press(Qt::Key_Escape);
+    Send(QEvent::MouseButtonRelease, {100, 100}, Qt::RightButton, {});
+    EXPECT_EQ(opened.size(), 4u) << "given up";
+    EXPECT_TRUE(picks.empty());
+}
+
+TEST_F(Widgets, OnlyWhatWasSelectedIsShownUntilThatEnds) {
+    auto scene = [](bool isSelected) {
+        TViewNode red = MeshNode(SquareMesh(), kRed, Facing(-2, 0, 0));
+        TViewNode green = MeshNode(SquareMesh(), kGreen, Facing(2, 0, 2));
+        red.handle = 1, green.handle = 2, red.isSelected = isSelected;
+        return SceneOf({red, green});
+    };
+    view.ShowScene(scene(true));
+    LookFromFront();
+    view.SetOnlySelected(true);
+    EXPECT_TRUE(view.ShowsOnlySelected());
+    ASSERT_TRUE(hand::Wait([&] { return view.IsUpToDate(); }));
+    EXPECT_GT(ColorAt({60, 100}).red(), 120);
+    EXPECT_LT(ColorAt({140, 60}).green(), 100);
+    Click({140, 60});
+    ASSERT_TRUE(hand::Wait([&] { return !picks.empty(); }));
+    EXPECT_TRUE(picks[0].ids.empty()) << "what is not shown is not picked";
+    view.ShowScene(scene(false));
+    EXPECT_EQ(view.Shown()->Nodes().size(), 1u) << "still, when it is selected no more";
+    view.SetOnlySelected(false);
+    EXPECT_EQ(view.Shown()->Nodes().size(), 2u);
+    view.SetOnlySelected(true);
+    EXPECT_FALSE(view.ShowsOnlySelected()) << "nothing is selected";
+    EXPECT_EQ(view.Shown()->Nodes().size(), 2u);
+}
+
+TEST_F(Widgets, TheSafeFrameIsAsWideAsTheView) {
+    ShowTwoSquares();
+    QColor above = ColorAt({100, 30}), inside = ColorAt({100, 160});
+    view.SetSafeFrame(2);  // 200 x 100: from 50 to 150
+    EXPECT_LT(ColorAt({20, 30}).lightness(), ColorAt({20, 60}).lightness());
+    EXPECT_LT(ColorAt({100, 30}).lightness(), above.lightness() + 1);
+    EXPECT_LT(ColorAt({100, 160}).lightness(), inside.lightness());
+    view.SetSafeFrame(0);
+    EXPECT_EQ(ColorAt({100, 160}), inside);
+}
+
+TEST_F(Widgets, WorkBesideTheViewIsMarkedOnIt) {
+    ShowTwoSquares();
+    auto corner = [this] { return view.grab(QRect(120, 170, 80, 30)).toImage(); };
+    QImage before = corner();
+    view.SetBusy("Building");
+    EXPECT_NE(corner(), before);
+    view.SetBusy({});
+    EXPECT_EQ(corner(), before);
+}
+
+TEST_F(Widgets, APictureOfASceneThatIsGoneNeverShows) {
+    view.ShowScene(SceneOf({MeshNode(SquareMesh(), kRed, Facing(0, 0, 0))}));
+    view.ShowScene(nullptr);
+    auto second = SceneOf({MeshNode(SquareMesh(), kGreen, Facing(0, 0, 0))});
+    view.ShowScene(second);
+    ASSERT_TRUE(hand::Wait([&] {
+        bool isOld = view.Picture() && view.Picture()->scene != second;
+        EXPECT_FALSE(isOld);
+        return view.IsUpToDate();
+    }));
+}
+
 TEST_F(Widgets, AHoveredItemIsLit) {
     ShowTwoSquares();
     Send(QEvent::MouseMove, {140, 60}, Qt::NoButton, {});
-    ASSERT_TRUE(Until([&] { return view.HoveredId() == 2; }));
+    ASSERT_TRUE(hand::Wait([&] { return view.HoveredId() == 2; }));
     Send(QEvent::MouseMove, {10, 190}, Qt::NoButton, {});
-    ASSERT_TRUE(Until([&] { return view.HoveredId() == 0; }));
+    ASSERT_TRUE(hand::Wait([&] { return view.HoveredId() == 0; }));
 }
 
 TEST_F(Widgets, TheGizmoIsDraggedTypedAndTakenBack) {
@@ -267,7 +349,7 @@ TEST_F(Widgets, RenderedViewsFillUpAndBeginAgain) {
     square.material = material;
     view.ShowScene(SceneOf({square}));
     LookFromFront();
-    ASSERT_TRUE(Until([&] { return view.IsUpToDate(); }));
+    ASSERT_TRUE(hand::Wait([&] { return view.IsUpToDate(); }));
     ASSERT_EQ(view.Picture()->samples, kViewSamples);
     // The square covers a fifth of the view's side.
     QColor lit = ColorAt({40, 40}), beside = ColorAt({24, 40});
@@ -275,21 +357,43 @@ TEST_F(Widgets, RenderedViewsFillUpAndBeginAgain) {
     EXPECT_LT(beside.red(), beside.blue() + 20);
     view.Navigation().Pan(5, 0, 80);
     view.CameraChanged();
-    EXPECT_TRUE(Until([&] { return view.Picture()->samples < kViewSamples; }));
-    EXPECT_TRUE(Until([&] { return view.IsUpToDate(); }));
+    EXPECT_TRUE(hand::Wait([&] { return view.Picture()->samples < kViewSamples; }));
+    EXPECT_TRUE(hand::Wait([&] { return view.IsUpToDate(); }));
 }
 
-TEST_F(Widgets, WithoutOpenGlTheSplatterDraws) {
-    ViewportWidget plain(nullptr, true);
-    plain.resize(200, 200);
-    plain.show();
-    plain.ShowScene(SceneOf({MeshNode(SquareMesh(), kRed, Facing(0, 0, 0))}));
-    ASSERT_TRUE(Until([&] { return plain.IsUpToDate(); }));
-    QSize size = plain.PictureSize();
-    const uint8_t* middle =
-        &plain.Picture()->rgbx[size_t(size.height() / 2 * size.width() + size.width() / 2) * 4];
-    EXPECT_GT(int(middle[0]), 120);
-    EXPECT_LT(int(middle[1]), 60);
+// Whatever changes: the picture is of the present scene, begun anew.
+TEST_F(Widgets, RenderedViewsFollowTheSceneAndTheSize) {
+    view.resize(60, 60);
+    view.SetShading(ViewportShading::kRendered);
+    auto scene = [](Color color, float exposure) {
+        TViewNode square = MeshNode(SquareMesh(), color, Facing(0, 0, 0));
+        auto material = std::make_shared<StandardMtl>();
+        material->diffuse = color;
+        square.material = material;
+        TViewLight light;
+        light.exposure = exposure;
+        return std::make_shared<const TViewportScene>(std::vector<TViewNode>{square}, light);
+    };
+    view.ShowScene(scene(kRed, 0));
+    LookFromFront();
+    ASSERT_TRUE(hand::Wait([&] { return view.IsUpToDate(); }));
+    QColor red = ColorAt({30, 30});
+    EXPECT_GT(red.red(), red.green() + 20);
+    view.ShowScene(scene(kGreen, 0));
+    EXPECT_FALSE(view.IsUpToDate());
+    ASSERT_TRUE(hand::Wait([&] { return view.IsUpToDate(); }));
+    QColor green = ColorAt({30, 30});
+    EXPECT_GT(green.green(), green.red() + 20);
+    view.ShowScene(scene(kGreen, 2));
+    ASSERT_TRUE(hand::Wait([&] { return view.IsUpToDate(); }));
+    EXPECT_GT(ColorAt({30, 30}).lightness(), green.lightness() + 10) << "two stops more";
+    view.resize(90, 60);
+    EXPECT_FALSE(view.IsUpToDate());
+    ASSERT_TRUE(hand::Wait([&] { return view.IsUpToDate(); }));
+    EXPECT_EQ(view.Picture()->width, view.PictureSize().width());
+    view.SetShading(ViewportShading::kShaded);
+    ASSERT_TRUE(
+        hand::Wait([&] { return view.IsUpToDate() && view.Picture()->wantedSamples == 0; }));
 }
 
 TEST_F(Widgets, NothingIsShownForNoScene) {
@@ -313,7 +417,7 @@ TEST_F(Widgets, FourViewsAndBack) {
     QKeyEvent key(QEvent::KeyPress, Qt::Key_W, Qt::AltModifier);
     QApplication::sendEvent(&quad.View(3), &key);
     EXPECT_EQ(quad.Layout(), QuadLayout::kFour);
-    ASSERT_TRUE(Until([&] {
+    ASSERT_TRUE(hand::Wait([&] {
         for (size_t i = 0; i < 4; ++i)
             if (!quad.View(i).IsUpToDate()) return false;
         return true;
@@ -336,8 +440,6 @@ TEST_F(Widgets, PixelsAreConvertedInOneWay) {
     ShowTwoSquares();
     EXPECT_EQ(view.Picture()->width, view.PictureSize().width());
 }
-
-}  // namespace
 
 int main(int argc, char** argv) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
