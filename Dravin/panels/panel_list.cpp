@@ -20,11 +20,6 @@ int EntryNumber(const TListColumn& column, const std::string& text) {
     return it == column.entries.end() ? -1 : int(it - column.entries.begin());
 }
 
-INode* NodeAt(const ValueTable& table, TParamKey key, int i) {
-    ParamValue value = table.Get(key.id, 0, i);
-    return dynamic_cast<INode*>(std::get<std::shared_ptr<ReferenceTarget>>(value).get());
-}
-
 }  // namespace
 
 std::optional<ValueTable> TPanelRows::Table(int column) const {
@@ -117,32 +112,4 @@ TPanelResult TPanelRows::SetCell(int row, int column, const std::string& text) {
         Table(column)->Assign(shown.key.Def(), row, input, scene.GetTime(), ResolverOf(scene));
     if (!result) step.Cancel();
     return {std::move(result.error), std::move(result.warnings)};
-}
-
-TPanelResult AddNodeToList(TPanel& panel, TParamKey key, const std::string& name) {
-    INode* node = panel.GetScene().FindNode(name);
-    if (!node) return {fmt::format("the scene has no node \"{}\"", name), {}};
-    UndoStep step("Object Added");
-    for (ReferenceTarget* thing : panel.All()) {
-        ValueTable table = TPanel::TableOf(*thing, key);
-        if (!table.Accepts(key.id, node)) {
-            step.Cancel();
-            return {fmt::format("\"{}\" is not {}", name, ClassTestName(key.Def().only)), {}};
-        }
-        bool isThere = false;
-        for (int i = 0; i < table.Count(key.id); ++i) isThere |= NodeAt(table, key, i) == node;
-        if (!isThere) table.Append(key.id, node->shared_from_this());
-    }
-    return {};
-}
-
-TPanelResult RemoveNodeFromList(TPanel& panel, TParamKey key, const std::string& name) {
-    UndoStep step("Object Removed");
-    for (ReferenceTarget* thing : panel.All()) {
-        ValueTable table = TPanel::TableOf(*thing, key);
-        for (int i = table.Count(key.id); i-- > 0;)
-            if (INode* node = NodeAt(table, key, i); node && node->GetName() == name)
-                table.Delete(key.id, i);
-    }
-    return {};
 }

@@ -1,4 +1,4 @@
-// Rows of the lists in rollouts: geometry, areas, effects; and lists of nodes.
+// Rows of the lists in rollouts: geometry, areas, effects. Lists of nodes: node_picks.h.
 //
 // Row operations are commands (`geometry.delete` and its like); here rows are read and cells are
 // set. One thread, the scene's, where its session is current.
@@ -34,7 +34,3 @@ private:
     const TPanel& m_panel;
     const TPanelList& m_list;
 };
-
-// A list of nodes: a name is added once, at the end.
-TPanelResult AddNodeToList(TPanel& panel, TParamKey key, const std::string& name);
-TPanelResult RemoveNodeFromList(TPanel& panel, TParamKey key, const std::string& name);

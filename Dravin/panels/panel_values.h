@@ -70,7 +70,7 @@ public:
     TPanelResult SetEntry(TParamKey key, int entry);
     TPanelResult SetColor(TParamKey key, const Color& color);
     TPanelResult SetText(TParamKey key, const std::string& text);
-    // By name; empty: none. Lists of nodes: see panel_list.h.
+    // By name; empty: none. Lists of nodes: see node_picks.h.
     TPanelResult SetReference(TParamKey key, const std::string& name);
     // A map or material that has just been made, a node.
     TPanelResult SetTarget(TParamKey key, std::shared_ptr<ReferenceTarget> target);

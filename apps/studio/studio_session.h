@@ -28,6 +28,7 @@
 #include "host/scene/scene.h"
 
 class IUserInterface;
+struct NodePick;
 struct RenderOptions;
 struct RenderOutcome;
 class Session;
@@ -135,6 +136,8 @@ public:
     void EndGesture(std::function<void(Scene&)> change = {});
     bool HasGesture() const { return m_toolGesture != nullptr; }
 
+    // A click in a view is to choose a node; null: no more.
+    Signal<const std::shared_ptr<NodePick>&> nodePickWished;
     // A material or map is to be shown where it can be edited.
     Signal<const std::weak_ptr<ReferenceTarget>&> lookWished;
 

@@ -4,13 +4,9 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLineEdit>
-#include <QListView>
-#include <QMenu>
 #include <QPushButton>
 #include <QRadioButton>
-#include <QStringListModel>
 
-#include "Dravin/panels/panel_list.h"
 #include "apps/studio/panels/color_button.h"
 #include "apps/studio/panels/labelled_control.h"
 #include "host/scene/scene.h"
@@ -134,40 +130,6 @@ private:
     ColorButton* m_button;
 };
 
-// A camera, light or target, chosen by name from what fits.
-class ReferenceControl : public LabelledControl {
-public:
-    ReferenceControl(const PanelScope& scope, TParamKey key) : LabelledControl(scope, key) {
-        AddLabel();
-        m_button = new QPushButton;
-        SetEditor(m_button, 1);
-        connect(m_button, &QPushButton::clicked, this, [this] { Choose(); });
-    }
-    void Show(const TPanel& panel) override {
-        TControlValue value = panel.Read(m_key);
-        m_button->setText(value.isMixed        ? QString(u'\u2013')
-                          : value.text.empty() ? QString("None")
-                                               : Text(value.text));
-        setEnabled(value.isEnabled);
-    }
-
-private:
-    void Choose() {
-        m_scope.session.Look([this](Scene& scene) {
-            QMenu menu;
-            menu.addAction("None")->setData(QString());
-            for (const std::string& name : m_scope.panel(scene).Candidates(m_key))
-                menu.addAction(Text(name))->setData(Text(name));
-            QAction* chosen = menu.exec(m_button->mapToGlobal(QPoint(0, m_button->height())));
-            if (!chosen) return;
-            std::string name = chosen->data().toString().toStdString();
-            Change(m_scope,
-                   [key = m_key, name](TPanel& panel) { return panel.SetReference(key, name); });
-        });
-    }
-    QPushButton* m_button;
-};
-
 // A file, by its picker or typed.
 class FileControl : public LabelledControl {
 public:
@@ -202,67 +164,6 @@ private:
     QLineEdit* m_edit;
 };
 
-class NodeListControl : public LabelledControl {
-public:
-    NodeListControl(const PanelScope& scope, TParamKey key) : LabelledControl(scope, key) {
-        auto* box = new QWidget;
-        auto* column = new QVBoxLayout(box);
-        column->setContentsMargins(0, 0, 0, 0);
-        m_count = new QLabel;
-        m_view = new QListView;
-        m_view->setModel(&m_model);
-        m_view->setFixedHeight(72);
-        m_view->setEditTriggers(QAbstractItemView::NoEditTriggers);
-        m_view->setObjectName(Text(key.Def().name) + "_list");
-        auto* buttons = new QHBoxLayout;
-        auto* add = new QPushButton("Add");
-        auto* remove = new QPushButton("Remove");
-        auto* clear = new QPushButton("Clear");
-        for (QPushButton* button : {add, remove, clear}) buttons->addWidget(button);
-        column->addWidget(m_count);
-        column->addWidget(m_view);
-        column->addLayout(buttons);
-        SetEditor(box, 1);
-        connect(add, &QPushButton::clicked, this, [this, add] { Add(add); });
-        connect(remove, &QPushButton::clicked, this, [this] {
-            std::string name = m_view->currentIndex().data().toString().toStdString();
-            if (name.empty()) return;
-            Change(m_scope, [key = m_key, name](TPanel& panel) {
-                return RemoveNodeFromList(panel, key, name);
-            });
-        });
-        connect(clear, &QPushButton::clicked, this, [this] {
-            Change(m_scope, [key = m_key](TPanel& panel) { return panel.Reset(key); });
-        });
-    }
-    void Show(const TPanel& panel) override {
-        TControlValue value = panel.Read(m_key);
-        QStringList names;
-        for (const std::string& name : value.names) names.push_back(Text(name));
-        if (m_model.stringList() != names) m_model.setStringList(names);
-        m_count->setText(QString("%1: %2").arg(Text(CaptionOf(m_key.Def()))).arg(names.size()));
-        setEnabled(value.isEnabled);
-    }
-
-private:
-    void Add(QPushButton* below) {
-        m_scope.session.Look([this, below](Scene& scene) {
-            QMenu menu;
-            for (const std::string& name : m_scope.panel(scene).Candidates(m_key))
-                menu.addAction(Text(name));
-            if (menu.isEmpty()) menu.addAction("Nothing in the scene fits")->setEnabled(false);
-            QAction* chosen = menu.exec(below->mapToGlobal(QPoint(0, below->height())));
-            if (!chosen) return;
-            Change(m_scope, [key = m_key, name = chosen->text().toStdString()](TPanel& panel) {
-                return AddNodeToList(panel, key, name);
-            });
-        });
-    }
-    QStringListModel m_model;
-    QListView* m_view;
-    QLabel* m_count;
-};
-
 }  // namespace
 
 ParamControl* MakeParamControl(const PanelScope& scope, TParamKey key) {
@@ -278,13 +179,13 @@ ParamControl* MakeParamControl(const PanelScope& scope, TParamKey key) {
         case ControlKind::kMapButton:
             return MakeLookControl(scope, key);
         case ControlKind::kPickButton:
-            return new ReferenceControl(scope, key);
+            return MakeNodeControl(scope, key);
         case ControlKind::kColorSwatch:
             return new SwatchControl(scope, key);
         case ControlKind::kSlider:
             return MakeSliderControl(scope, key);
         case ControlKind::kNodeList:
-            return new NodeListControl(scope, key);
+            return MakeNodeListControl(scope, key);
         case ControlKind::kNone:
             break;
     }

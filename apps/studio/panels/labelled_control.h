@@ -71,5 +71,8 @@ protected:
 // Of numbers (number_controls.cpp).
 ParamControl* MakeNumberControl(const PanelScope& scope, TParamKey key);
 ParamControl* MakeSliderControl(const PanelScope& scope, TParamKey key);
+// Of nodes (node_controls.cpp).
+ParamControl* MakeNodeControl(const PanelScope& scope, TParamKey key);
+ParamControl* MakeNodeListControl(const PanelScope& scope, TParamKey key);
 // Of maps and materials (look_control.cpp).
 ParamControl* MakeLookControl(const PanelScope& scope, TParamKey key);

@@ -5,6 +5,7 @@
 #include "Dravin/assembly/dravin_classes.h"
 #include "Dravin/panels/class_rollouts.h"
 #include "Dravin/panels/look_choices.h"
+#include "Dravin/panels/node_picks.h"
 #include "Dravin/panels/panel_list.h"
 #include "Dravin/panels/panel_stack.h"
 #include "Dravin/panels/param_gesture.h"
@@ -40,7 +41,7 @@ struct PanelThings : PanelScene {
         TControlValue now = panel.Read(key);
         if (def.type == ParamType::kTexmap) return panel.SetReference(key, "checks");
         if (def.type == ParamType::kMaterial) return panel.SetReference(key, "grey");
-        if (def.list) return AddNodeToList(panel, key, "eye");
+        if (def.list) return PickNode(panel, key, *scene.FindNode("eye"));
         if (def.type == ParamType::kNode) return panel.SetReference(key, "eye");
         if (def.type == ParamType::kColor) return panel.SetColor(key, {0.1f, 0.2f, 0.3f});
         if (def.type == ParamType::kString || def.type == ParamType::kFilename)
