@@ -7,6 +7,7 @@
 #include "Dravin/commands/item_commands.h"
 #include "Dravin/commands/row_commands.h"
 #include "Dravin/dravin.h"
+#include "Dravin/dravin_globals.h"
 #include "Dravin/geometry/lod_object.h"
 #include "Dravin/geometry/probability_commands.h"
 #include "host/base/text.h"
@@ -42,6 +43,7 @@ TCommandResult AddGeometry(TCommandCall& call) {
     TSpecEntry entry;
     entry.kind = node ? kGeomCustom : kGeomTemplate;
     entry.customObject = Share(node);
+    if (node && DravinGlobals().options.copyMaterialFromObjects) entry.material = node->ShareMtl();
     entry.name = call.Text("name", node ? node->GetName() : entry.name);
     entry.templateName = call.Text("template", entry.templateName);
     result.value = ParamInput(int64_t(rows.AppendRow(entry)));

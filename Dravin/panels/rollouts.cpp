@@ -55,9 +55,24 @@ const TPanelList& AreaList() {
              {kArthresholdlist, "Threshold %", {}},
              {kArflafdenslist, "Falloff density %", {}},
              {kArflafscalist, "Falloff scale %", {}},
+             {kArflinvlist, "Falloff inverted", {}},
+             {kArboundchecklist, "Boundary check", {"Point", "Size", "Elements"}},
+             {kArselspeclist, "Own geometry", {}},
+             {kArspeclist, "Geometry ids", {}},
+             {kArmaplist, "Map", {}},
+             {kArsurfidlist, "Surfaces", {}},
+             {kArforceopenlist, "Open", {}},
+             {kArresollist, "Resolution", {}},
+             {kArslicelist, "Height limit", {}},
+             {kArslicetoplist, "Top", {}},
+             {kArobscalelist, "Object scale %", {}},
+             {kArzoffset, "Z offset", {}},
              {kArnodelist, "Object", {}}},
-            {{"Add...", "area.add"},
+            {{"Spline...", "area.add kind=spline"},
+             {"Object...", "area.add kind=object"},
              {"Add Paint", "area.add kind=paint", "", false, false},
+             {"By Name", "area.add_by_name", "", false, false},
+             {"Geometry", "area.geometry", "row", false, false},
              {"Paint", "area.brush mode=paint", "row"},
              {"Erase", "area.brush mode=erase", "row"}}};
         for (TPanelButton& button : RowButtons("area")) l.buttons.push_back(std::move(button));
@@ -99,7 +114,9 @@ TRollout General() {
                             nullptr,
                             {{"Load...", "preset.load"},
                              {"Save...", "preset.save"},
-                             {"Delete...", "preset.delete"}}}});
+                             {"Delete...", "preset.delete"},
+                             {"Export...", "preset.export", "", false, false},
+                             {"Import...", "preset.import", "", false, false}}}});
 }
 
 TRollout Geometry() {

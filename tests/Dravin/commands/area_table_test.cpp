@@ -64,3 +64,49 @@ TEST_F(AreaTable, AreasMoveUpAndDown) {
     EXPECT_THAT(Run("area.down", {{"row", 9}}).error, HasSubstr("there is no row 9"));
     EXPECT_EQ(names(), "cab");
 }
+
+TEST_F(AreaTable, AKindThatIsMeantIsKeptTo) {
+    EXPECT_THAT(Run("area.add", {{"kind", "spline"}, {"node", "box"}}).error,
+                HasSubstr("\"box\" is no spline"));
+    scene.AddNode("line", std::make_shared<ShapeObject>());
+    scene.undo.Clear();
+    EXPECT_THAT(Run("area.add", {{"kind", "object"}, {"node", "line"}}).error,
+                HasSubstr("\"line\" is a spline"));
+    EXPECT_EQ(Areas().Count(areaParams::kArnamelist), 0);
+    Must("area.add", {{"kind", "spline"}, {"node", "line"}});
+    EXPECT_EQ(Type(0), kAreaSpline);
+}
+
+TEST_F(AreaTable, SeveralAreAddedByName) {
+    scene.AddNode("line", std::make_shared<ShapeObject>());
+    scene.undo.Clear();
+    ui->selections = {{"line", "box"}};
+    Must("area.add_by_name");
+    ASSERT_EQ(Areas().Count(areaParams::kArnamelist), 2);
+    EXPECT_EQ(Type(0), kAreaSpline);
+    EXPECT_EQ(Type(1), kAreaObject);
+    EXPECT_EQ(scene.undo.NumUndoSteps(), 1u);
+    // Nobody answers: nothing happens.
+    Must("area.add_by_name");
+    EXPECT_EQ(Areas().Count(areaParams::kArnamelist), 2);
+    EXPECT_FALSE(
+        Run("area.add_by_name", {{"nodes", ParamInput(ParamInput::Array{"box", "nowhere"})}}));
+    EXPECT_EQ(Areas().Count(areaParams::kArnamelist), 2);
+}
+
+TEST_F(AreaTable, AnAreaHasItsOwnGeometry) {
+    object->Build().BuildMesh(0, {});  // rows have ids
+    int id = object->Block(kGeomParams).GetInt(geomParams::kSpecidlist, 0, 0);
+    ASSERT_GE(id, 1);
+    Must("area.add", {{"node", "box"}});
+    std::string name = "0: " + object->Block(kGeomParams).GetString(geomParams::kNamelist, 0, 0);
+    ui->selections = {{name}, {}};
+    Must("area.geometry", {{"row", 0}});
+    EXPECT_EQ(Areas().GetString(areaParams::kArspeclist, 0, 0), " " + std::to_string(id));
+    EXPECT_TRUE(Areas().GetBool(areaParams::kArselspeclist, 0, 0));
+    Must("area.geometry", {{"row", 0}});
+    EXPECT_EQ(Areas().GetString(areaParams::kArspeclist, 0, 0), "") << "nothing was ticked";
+    Must("area.geometry", {{"row", 0}, {"ids", ParamInput(ParamInput::Array{3, 7})}});
+    EXPECT_EQ(Areas().GetString(areaParams::kArspeclist, 0, 0), " 3 7");
+    EXPECT_FALSE(Run("area.geometry", {{"row", 5}, {"ids", ParamInput(ParamInput::Array{3})}}));
+}
