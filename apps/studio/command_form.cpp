@@ -20,6 +20,8 @@ namespace {
 
 QString Text(const std::string& text) { return QString::fromStdString(text); }
 
+constexpr double kMostWhole = 9007199254740992;  // 2 to 53: all below are exact
+
 // "1 2 3", "1, 2, 3" or "[1, 2, 3]"; each number may be an expression.
 bool ReadNumbers(QString text, bool isInteger, std::vector<double>* numbers, std::string* error) {
     text.remove('[').remove(']');
@@ -30,6 +32,8 @@ bool ReadNumbers(QString text, bool isInteger, std::vector<double>* numbers, std
         if (!entry.Apply(0, &number, error)) return false;
         if (isInteger && number != std::floor(number))
             return *error = "a whole number is expected", false;
+        if (isInteger && std::abs(number) > kMostWhole)
+            return *error = "the number is too large", false;
         numbers->push_back(number);
     }
     return true;

@@ -32,13 +32,15 @@ TEST_F(StudioWindow, EditsUndoneToTheStartSaveTheSameBytes) {
     EXPECT_EQ(Saved("c.json"), before);
 }
 
-// Scene files also hold how many nodes and rows there have ever been: none comes here.
+// Scene files also hold which handle was given out last.
 TEST_F(StudioWindow, SceneFilesAreTheSameAfterUndoToo) {
     OpenSmall();
     std::string before = Saved("a.max");
     Session().Run("param.set", "meadow", {{"name", "threshold"}, {"value", 20}});
     Rest();
-    Session().Run("node.rename", "stone", {{"name", "rock"}});
+    Session().Run("node.clone", "stone", {});
+    Rest();
+    Session().Run("geometry.add", "meadow", {{"node", "ground"}});
     Rest();
     while (NumSteps() > 0) Session().Undo();
     Rest();
