@@ -55,6 +55,31 @@ TEST(WithoutOpenGl, TheRayTracerStandsInAndSaysSo) {
     EXPECT_EQ(view.Picture()->samples, kViewSamples);
 }
 
+// What the tracer does not know shows over its picture: here a line through the middle, and behind
+// the eye.
+TEST(WithoutOpenGl, SplinesShowOverTheRayTracersPicture) {
+    ViewportWidget view(nullptr, true);
+    LookAtIt(view);
+    TViewNode line;
+    line.kind = TViewKind::kLines, line.wire = {0, 0, 1};
+    line.lines.lines = {PolyLine{{{0, 0, -1}, {0, -20, -1}}, false},
+                        PolyLine{{{-3, -1, 2}, {3, -1, 2}}, false}};
+    line.bounds = line.lines.BoundingBox();
+    view.ShowScene(SceneOf({RedSquare()->Nodes()[0], line}));
+    ASSERT_TRUE(hand::Wait([&] { return view.IsUpToDate(); }));
+    TScreenPoint at;
+    ASSERT_TRUE(view.Camera().Project({0.5f, -1, 2}, &at));
+    QImage image = view.grab().toImage();
+    double ratio = image.devicePixelRatio();
+    int bluest = 0;
+    QPointF middle = view.ToLogical({at.x, at.y}) * ratio;
+    for (int y = -2; y <= 2; ++y) {
+        QColor color = image.pixelColor(int(middle.x()), int(middle.y()) + y);
+        bluest = std::max(bluest, color.blue() - color.red());
+    }
+    EXPECT_GT(bluest, 60);
+}
+
 TEST(WithoutOpenGl, TheSplatterDrawsWhatIsNoShadedPicture) {
     for (ViewportShading shading :
          {ViewportShading::kWire, ViewportShading::kBoxes, ViewportShading::kPoints}) {
