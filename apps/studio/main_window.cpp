@@ -20,6 +20,7 @@
 #include "apps/studio/outliner.h"
 #include "apps/studio/qt_user_interface.h"
 #include "apps/studio/theme.h"
+#include "apps/studio/tools/view_actions.h"
 #include "apps/studio/tools/view_tools.h"
 #include "apps/studio/view_state_teller.h"
 #include "apps/studio/viewport/quad_view.h"
@@ -49,13 +50,19 @@ MainWindow::MainWindow(StudioSession::MakeInterface makeInterface) {
     m_view = new QuadView(this);
     setCentralWidget(m_view);
     m_tools = std::make_unique<ViewTools>(*m_session, *m_view);
+    m_looks = std::make_unique<ViewActions>(*m_session, *m_view);
+    m_looks->onRightClick = [this] { return m_tools->RightClick(); };
     setAcceptDrops(true);
     MakeDocks();
     m_windows = std::make_unique<StudioWindows>(
         *m_session, *m_view, *this,
         [this](std::function<void()> next) { WhenSaved(std::move(next)); });
+    m_windows->onCreate = [this](const std::string& command) {
+        m_tools->StartCreation(command == "lod.create" ? CreateKind::kLod : CreateKind::kScatter);
+    };
     MakeActions();
     m_actions.insert(m_tools->Actions().begin(), m_tools->Actions().end());
+    m_actions.insert(m_looks->Actions().begin(), m_looks->Actions().end());
     m_windows->TakeKeys(m_actions);
     MakeMenus();
     MakeStatusLine();
@@ -73,6 +80,7 @@ MainWindow::~MainWindow() {
     m_activity->stop();  // it asks the session
     m_connections.clear();
     m_windows.reset();
+    m_looks.reset();
     m_tools.reset();
     m_viewState.reset();
     // Widgets hold on to the session.
@@ -150,8 +158,6 @@ void MainWindow::MakeActions() {
     m_actions["edit.redo"]->setShortcuts({QKeySequence("Ctrl+Shift+Z"), QKeySequence("Ctrl+Y")});
     AddAction("edit.commands", "Commands...", "palette", QKeySequence("Ctrl+Shift+P"),
               [this] { ShowPalette(); });
-    AddAction("object.create", "Create Scatter Object...", "scatter", {},
-              [this] { RunWithForm(*m_session, "object.create", {}, this); });
     AddAction("object.update", "Update All", "update", QKeySequence("F5"),
               [this] { m_session->Run("update.all", "", {}); });
     // Effects and curves.
@@ -207,11 +213,13 @@ void MainWindow::MakeMenus() {
     fill(file, {"file.save", "file.save_as", "file.recover", "", "file.quit"});
     fill(menuBar()->addMenu("&Edit"),
          {"edit.undo", "edit.redo", "", "edit.commands", "edit.settings"});
-    fill(menuBar()->addMenu("&Object"),
-         {"object.create", "object.update", "", "effects.editor", "effects.library"});
+    QMenu* object = menuBar()->addMenu("&Object");
+    m_tools->FillCreateMenu(*object->addMenu("&Create"));
+    fill(object, {"object.update", "", "effects.editor", "effects.library"});
     m_tools->FillMenu(*menuBar()->addMenu("&Tools"));
     QMenu* view = menuBar()->addMenu("&View");
-    fill(view, {"view.frame", "view.filter", "", "view.theme", "view.reset", ""});
+    m_looks->FillMenu(*view);
+    fill(view, {"view.frame", "", "view.filter", "view.theme", "view.reset", ""});
     for (QDockWidget* dock : findChildren<QDockWidget*>())
         view->addAction(dock->toggleViewAction());
     fill(menuBar()->addMenu("T&ime"), {"time.play", "time.next", "time.before"});
@@ -243,7 +251,8 @@ void MainWindow::MakeStatusLine() {
     connect(m_cancel, &QPushButton::clicked, this, [this] { m_session->CancelJob(); });
     statusBar()->addWidget(m_tools->PromptLabel(), 1);
     statusBar()->addWidget(m_message, 1);
-    for (QWidget* widget : std::initializer_list<QWidget*>{m_progress, m_cancel, m_items, m_build})
+    for (QWidget* widget : std::initializer_list<QWidget*>{m_progress, m_cancel, m_items, m_build,
+                                                           m_looks->StatusLabel()})
         statusBar()->addPermanentWidget(widget);
     m_progress->hide();
     m_cancel->hide();
@@ -255,6 +264,8 @@ void MainWindow::MakeStatusLine() {
         m_cancel->setVisible(isRunning);
         m_progress->setFormat(Text(m_session->Activity()) + " %p%");
         m_progress->setValue(int(m_session->Progress() * 100));
+        m_view->ForEachView(
+            [this](ViewportWidget& view) { view.SetBusy(Text(m_session->Activity())); });
     });
 }
 
@@ -327,6 +338,7 @@ void MainWindow::ShowActivity() {
     m_activity->stop();
     m_progress->hide();
     m_cancel->hide();
+    m_view->ForEachView([](ViewportWidget& view) { view.SetBusy({}); });
 }
 
 void MainWindow::ShowMessage(MessageLevel level, const std::string& text) {
@@ -358,7 +370,7 @@ void MainWindow::SwitchTheme() {
 std::vector<PaletteEntry> MainWindow::PaletteEntries() {
     std::vector<PaletteEntry> entries;
     for (auto& [name, action] : m_actions)
-        entries.push_back({action->text().remove("..."), "", action->shortcut().toString(),
+        entries.push_back({action->iconText(), "", action->shortcut().toString(),
                            [action = action] { action->trigger(); },
                            action->isEnabled() ? "" : "nothing to do"});
     QString busy = m_session->IsBusy() ? Text(m_session->Activity() + " is running") : QString();

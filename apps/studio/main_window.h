@@ -10,6 +10,7 @@
 #include "apps/studio/studio_session.h"
 
 class QuadView;
+class ViewActions;
 class ViewStateTeller;
 class ViewTools;
 class Outliner;
@@ -81,6 +82,7 @@ private:
     std::map<std::string, QAction*> m_actions;
     QuadView* m_view;
     std::unique_ptr<ViewTools> m_tools;
+    std::unique_ptr<ViewActions> m_looks;
     std::unique_ptr<ViewStateTeller> m_viewState;
     Outliner* m_outliner;
     CommandPanel* m_panel;

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <array>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -16,7 +17,7 @@
 
 class Scene;
 
-enum class GizmoAxes { kWorld, kLocal };
+enum class GizmoAxes { kWorld, kView, kLocal, kParent, kSurface };
 enum class SelectWhat { kAll, kNone, kInvert };
 
 // What a hand did to a gizmo.
@@ -25,6 +26,25 @@ struct ToolChange {
     Matrix3 change;  // world space: from the state at the beginning to the new one
     Matrix3 frame;   // the gizmo's, at the beginning
     std::array<float, 3> values{};
+};
+
+// What is left behind when something is moved with Shift.
+struct ToolCopies {
+    int count = 1;
+    bool sharesObjects = false;  // of nodes: the copies show the very object
+};
+
+// Where a gizmo may stand, and along which axes, of any length.
+struct GizmoPlace {
+    Point3 middle;
+    Matrix3 local, parent;
+};
+
+// What can be typed of what is selected; where several things are, or it has none, there is no
+// turn or scale.
+struct TransformState {
+    Point3 place;
+    std::optional<Point3> rotationDegrees, scale;
 };
 
 using BoxCorners = std::array<Point3, 8>;  // as Box3's operator[] counts them
@@ -47,10 +67,17 @@ public:
     virtual void PickRegion(Scene& scene, const ViewportPick& pick) = 0;
     virtual void Select(Scene& scene, SelectWhat what) = 0;
     // Where the gizmo stands; none: nothing that it could change.
-    virtual std::optional<Matrix3> Frame(Scene& scene, GizmoAxes axes) = 0;
+    virtual std::optional<GizmoPlace> Place(Scene& scene) = 0;
+    // In the world; none as with Place.
+    virtual std::optional<TransformState> State(Scene& scene) = 0;
     virtual void Change(Scene& scene, const ToolChange& change) = 0;
-    // Copies what is selected; the copies are selected then. False: it cannot be copied.
-    virtual bool Clone(Scene& scene) = 0;
+    // Copies of what is selected, each changed once more than the one before; they are selected
+    // then. Nothing where it cannot be copied.
+    virtual void Clone(Scene& scene, const ToolChange& change, const ToolCopies& copies) {}
+    virtual bool CanClone() const { return false; }
+    // Whether a node, or one of its items, moves with what is selected: nothing snaps to itself.
+    using MoveTest = std::function<bool(const TViewNode& node, const TViewItem* item)>;
+    virtual MoveTest Moved() const = 0;
     virtual void Delete(Scene& scene) = 0;
     // "3 of 120 items selected"
     virtual std::string Summary(Scene& scene) = 0;
@@ -82,6 +109,11 @@ std::vector<T> AfterPick(const std::vector<T>& selected, std::vector<T> picked, 
 
 // Places in the item list of what a pick met of an object, in the pick's order.
 std::vector<uint32_t> ItemsOf(const ViewportPick& pick, NodeHandle object);
+
+// The axes of what an object is the child of, for gizmos.
+Matrix3 ParentAxes(const INode& node, TimeValue t);
+// The middle of places, summed exactly; none of none.
+std::optional<Point3> MiddleOf(const std::vector<Point3>& places);
 
 BoxCorners CornersOf(const Box3& box, const Matrix3& toWorld);
 

@@ -34,20 +34,29 @@ public:
                                                      : TGeneralSelection::kInvert);
         });
     }
-    std::optional<Matrix3> Frame(Scene& scene, GizmoAxes axes) override {
-        std::optional<Matrix3> frame;
+    std::optional<GizmoPlace> Place(Scene& scene) override {
+        std::optional<GizmoPlace> place;
         WithItems(scene, [&](TItemCommands& items, INode& node) {
-            auto centers = items.Centers(scene.GetTime());
+            std::vector<Point3> centers;
+            for (const auto& [number, center] : items.Centers(scene.GetTime()))
+                centers.push_back(center);
             if (centers.empty()) return;
-            double sum[3] = {};
-            for (const auto& [number, center] : centers)
-                for (int i = 0; i < 3; ++i) sum[i] += double(center[i]) / double(centers.size());
-            frame = Matrix3();
-            if (axes == GizmoAxes::kLocal) frame = node.GetObjectTM(scene.GetTime());
-            for (int i = 0; i < 3; ++i) frame->row[i] = Normalize(frame->row[i]);
-            frame->SetTrans({float(sum[0]), float(sum[1]), float(sum[2])});
+            place = GizmoPlace{*MiddleOf(centers), node.GetObjectTM(scene.GetTime()),
+                               ParentAxes(node, scene.GetTime())};
         });
-        return frame;
+        return place;
+    }
+    // The factors of sizes are an item's scale; of its turns only the sum is kept.
+    std::optional<TransformState> State(Scene& scene) override {
+        std::optional<GizmoPlace> place = Place(scene);
+        if (!place) return {};
+        TransformState state{place->middle, {}, {}};
+        WithItems(scene, [&](TItemCommands& items, INode& node) {
+            TItemNumbers selected = items.Selected();
+            auto& object = dynamic_cast<TDravin&>(*node.GetObjectRef());
+            if (selected.size() == 1) state.scale = object.StoredItems()[selected[0]].sizeFactor;
+        });
+        return state;
     }
     void Change(Scene& scene, const ToolChange& change) override {
         WithItems(scene, [&](TItemCommands& items, INode& node) {
@@ -65,9 +74,24 @@ public:
             }
         });
     }
-    bool Clone(Scene& scene) override {
-        WithItems(scene, [](TItemCommands& items, INode&) { items.Clone(); });
-        return true;
+    void Clone(Scene& scene, const ToolChange& change, const ToolCopies& copies) override {
+        WithItems(scene, [&](TItemCommands& items, INode& node) {
+            auto& object = dynamic_cast<TDravin&>(*node.GetObjectRef());
+            size_t first = object.StoredItems().size();
+            for (int i = 0; i < copies.count; ++i) {
+                items.Clone();
+                Change(scene, change);
+            }
+            std::vector<int> made;
+            for (size_t n = first; n < object.StoredItems().size(); ++n) made.push_back(int(n));
+            items.Select(made, true);
+        });
+    }
+    bool CanClone() const override { return true; }
+    MoveTest Moved() const override {
+        return [object = m_handle](const TViewNode& node, const TViewItem* item) {
+            return node.handle == object && item && item->flags & TViewItem::kSelected;
+        };
     }
     void Delete(Scene& scene) override {
         WithItems(scene, [](TItemCommands& items, INode&) { items.Delete(); });

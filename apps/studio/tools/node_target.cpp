@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "Dravin/build/edited_items.h"
 #include "apps/studio/tools/edit_target.h"
 #include "host/scene/scene.h"
 
@@ -66,28 +67,45 @@ public:
                     nodes.push_back(node);
         scene.Select(nodes);
     }
-    // In the middle of the pivots; along the axes of a single node.
-    std::optional<Matrix3> Frame(Scene& scene, GizmoAxes axes) override {
+    // In the middle of the pivots; along the axes of the last node.
+    std::optional<GizmoPlace> Place(Scene& scene) override {
         std::vector<INode*> nodes = scene.Selection();
         if (nodes.empty()) return {};
-        Point3 middle;
-        for (INode* node : nodes)
-            middle += node->GetNodeTM(scene.GetTime()).GetTrans() * (1.f / float(nodes.size()));
-        Matrix3 frame;
-        if (axes == GizmoAxes::kLocal) {
-            frame = nodes.back()->GetNodeTM(scene.GetTime());
-            for (int i = 0; i < 3; ++i) frame.row[i] = Normalize(frame.row[i]);
-        }
-        frame.SetTrans(middle);
-        return frame;
+        std::vector<Point3> pivots;
+        for (INode* node : nodes) pivots.push_back(node->GetNodeTM(scene.GetTime()).GetTrans());
+        const INode& last = *nodes.back();
+        return GizmoPlace{*MiddleOf(pivots), last.GetNodeTM(scene.GetTime()),
+                          ParentAxes(last, scene.GetTime())};
+    }
+    std::optional<TransformState> State(Scene& scene) override {
+        std::optional<GizmoPlace> place = Place(scene);
+        if (!place) return {};
+        TransformState state{place->middle, {}, {}};
+        if (scene.Selection().size() > 1) return state;
+        AffineParts parts = Decompose(place->local);
+        state.rotationDegrees = EulerDegreesOf(parts.rotation.ToMatrix());
+        state.scale = parts.scale;
+        return state;
     }
     void Change(Scene& scene, const ToolChange& change) override {
         TimeValue t = scene.GetTime();
         for (INode* node : Topmost(scene)) node->SetNodeTM(t, node->GetNodeTM(t) * change.change);
     }
-    bool Clone(Scene& scene) override {
-        scene.Select(scene.CloneNodes(scene.Selection()));
-        return true;
+    void Clone(Scene& scene, const ToolChange& change, const ToolCopies& copies) override {
+        std::vector<INode*> all;
+        for (int i = 0; i < copies.count; ++i) {
+            std::vector<INode*> from = scene.Selection(), made = scene.CloneNodes(from);
+            for (size_t k = 0; k < made.size() && copies.sharesObjects; ++k)
+                made[k]->SetObjectRef(from[k]->ShareObjectRef());
+            all.insert(all.end(), made.begin(), made.end());
+            scene.Select(made);
+            Change(scene, change);
+        }
+        scene.Select(all);
+    }
+    bool CanClone() const override { return true; }
+    MoveTest Moved() const override {
+        return [](const TViewNode& node, const TViewItem*) { return node.isSelected; };
     }
     void Delete(Scene& scene) override {
         for (INode* node : scene.Selection()) scene.DeleteNode(*node);
@@ -141,6 +159,18 @@ std::vector<uint32_t> ItemsOf(const ViewportPick& pick, NodeHandle object) {
             items.push_back(found.item);
     }
     return items;
+}
+
+Matrix3 ParentAxes(const INode& node, TimeValue t) {
+    return node.GetParentNode() ? node.GetParentNode()->GetNodeTM(t) : Matrix3();
+}
+
+std::optional<Point3> MiddleOf(const std::vector<Point3>& places) {
+    if (places.empty()) return {};
+    double sum[3] = {};
+    for (const Point3& place : places)
+        for (int i = 0; i < 3; ++i) sum[i] += double(place[i]) / double(places.size());
+    return Point3{float(sum[0]), float(sum[1]), float(sum[2])};
 }
 
 BoxCorners CornersOf(const Box3& box, const Matrix3& toWorld) {

@@ -1,4 +1,4 @@
-#include "apps/studio/tools/area_tool.h"
+#include "apps/studio/tools/outline_tool.h"
 
 #include <cmath>
 
@@ -11,8 +11,8 @@ namespace {
 
 constexpr double kFirstReach = 10;  // logical pixels
 
-// On the first thing under the pointer that is no item; where there is none, at the depth of what
-// the view turns around.
+// On the first thing under the pointer that is no item, else on the construction plane; where there
+// is neither, at the depth of what the view turns around.
 Point3 PlaceUnder(ViewportWidget& view, QPointF pixel) {
     auto isGround = [](const TViewNode& node) {
         return node.kind == TViewKind::kMesh || node.kind == TViewKind::kTerrain;
@@ -20,6 +20,7 @@ Point3 PlaceUnder(ViewportWidget& view, QPointF pixel) {
     if (view.Shown())
         if (std::optional<Point3> place = PlaceOn(*view.Shown(), view, pixel, isGround))
             return *place;
+    if (std::optional<Point3> place = PlaceOnGrid(view, pixel)) return *place;
     QSize size = view.PictureSize();
     return view.Navigation().PlaceAt(float(pixel.x()), float(pixel.y()), size.width(),
                                      size.height());
@@ -27,47 +28,47 @@ Point3 PlaceUnder(ViewportWidget& view, QPointF pixel) {
 
 }  // namespace
 
-bool AreaTool::IsOnFirst(const ViewportWidget& view, QPointF pixel) const {
+bool OutlineTool::IsOnFirst(const ViewportWidget& view, QPointF pixel) const {
     TScreenPoint first;
     if (m_points.size() < 3 || !view.Camera().Project(m_points[0], &first)) return false;
     QPointF away = view.ToLogical(pixel) - view.ToLogical({first.x, first.y});
     return std::hypot(away.x(), away.y()) <= kFirstReach;
 }
 
-bool AreaTool::Press(ViewportWidget& view, QPointF pixel, Qt::KeyboardModifiers) {
+bool OutlineTool::Press(ViewportWidget& view, QPointF pixel, Qt::KeyboardModifiers) {
     m_pointer = pixel;
     if (IsOnFirst(view, pixel)) {
-        Finish();
+        Finish(true);
         return true;
     }
     m_points.push_back(PlaceUnder(view, pixel));
     return true;
 }
 
-void AreaTool::Drag(ViewportWidget& view, QPointF pixel, Qt::KeyboardModifiers) {
+void OutlineTool::Drag(ViewportWidget& view, QPointF pixel, Qt::KeyboardModifiers) {
     m_pointer = pixel;
     if (!m_points.empty()) m_points.back() = PlaceUnder(view, pixel);
 }
 
-void AreaTool::Release(ViewportWidget&) {}
+void OutlineTool::Release(ViewportWidget&) {}
 
-void AreaTool::Cancel(ViewportWidget&) {
+void OutlineTool::Cancel(ViewportWidget&) {
     if (!m_points.empty()) m_points.pop_back();
 }
 
-void AreaTool::Hover(ViewportWidget& view, QPointF pixel) {
+void OutlineTool::Hover(ViewportWidget& view, QPointF pixel) {
     m_pointer = pixel;
     if (!m_points.empty()) view.update();
 }
 
-bool AreaTool::Key(ViewportWidget& view, int key, Qt::KeyboardModifiers) {
+bool OutlineTool::Key(ViewportWidget& view, int key, Qt::KeyboardModifiers) {
     if (key == Qt::Key_Escape) {
         m_points.clear();
         if (onGivenUp) onGivenUp();
     } else if (key == Qt::Key_Backspace) {
         if (!m_points.empty()) m_points.pop_back();
     } else if (key == Qt::Key_Return || key == Qt::Key_Enter) {
-        Finish();
+        Finish(!m_mayStayOpen);
     } else {
         return false;
     }
@@ -75,12 +76,19 @@ bool AreaTool::Key(ViewportWidget& view, int key, Qt::KeyboardModifiers) {
     return true;
 }
 
-void AreaTool::Finish() {
-    if (m_points.size() < 3) return;
-    if (onDrawn) onDrawn(std::exchange(m_points, {}));
+bool OutlineTool::Finish(bool isClosed) {
+    if (m_points.size() < (isClosed ? 3 : 2)) return false;
+    if (onDrawn) onDrawn(std::exchange(m_points, {}), isClosed);
+    return true;
 }
 
-void AreaTool::Paint(ViewportWidget& view, QPainter& painter) const {
+void OutlineTool::End() {
+    if (Finish(!m_mayStayOpen)) return;
+    m_points.clear();
+    if (onGivenUp) onGivenUp();
+}
+
+void OutlineTool::Paint(ViewportWidget& view, QPainter& painter) const {
     TViewportCamera camera = view.Camera();
     painter.setPen(QPen(CurrentColors().accent, 2));
     painter.setBrush(CurrentColors().accent);

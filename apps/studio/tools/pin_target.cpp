@@ -44,21 +44,21 @@ public:
         PickMode mode = what == SelectWhat::kInvert ? PickMode::kToggle : PickMode::kReplace;
         Pin(*object, AfterPick(Numbers(), all, mode));
     }
-    std::optional<Matrix3> Frame(Scene& scene, GizmoAxes axes) override {
+    std::optional<GizmoPlace> Place(Scene& scene) override {
         TDravin* object = ObjectIn(scene);
         if (!object) return {};
         FollowBuild(*object);
         if (m_pinned.empty()) return {};
-        Matrix3 toWorld = scene.FindHandle(m_handle)->GetObjectTM(scene.GetTime());
-        double sum[3] = {};
-        for (const PinnedItem& item : m_pinned)
-            for (int i = 0; i < 3; ++i) sum[i] += double(item.place[i]) / double(m_pinned.size());
-        Point3 middle = Point3{float(sum[0]), float(sum[1]), float(sum[2])} * toWorld;
-        Matrix3 frame;
-        if (axes == GizmoAxes::kLocal) frame = toWorld;
-        for (int i = 0; i < 3; ++i) frame.row[i] = Normalize(frame.row[i]);
-        frame.SetTrans(middle);
-        return frame;
+        const INode& node = *scene.FindHandle(m_handle);
+        Matrix3 toWorld = node.GetObjectTM(scene.GetTime());
+        std::vector<Point3> places;
+        for (const PinnedItem& item : m_pinned) places.push_back(item.place);
+        return GizmoPlace{*MiddleOf(places) * toWorld, toWorld, ParentAxes(node, scene.GetTime())};
+    }
+    std::optional<TransformState> State(Scene& scene) override {
+        std::optional<GizmoPlace> place = Place(scene);
+        if (!place) return {};
+        return TransformState{place->middle, {}, {}};
     }
     void Change(Scene& scene, const ToolChange& change) override {
         Matrix3 toWorld;
@@ -78,7 +78,13 @@ public:
                     EulerDegreesOf(EulerDegreesToMatrix(delta.rotateDegrees) * turn);
         });
     }
-    bool Clone(Scene&) override { return false; }
+    MoveTest Moved() const override {
+        return
+            [object = m_handle, numbers = Numbers()](const TViewNode& node, const TViewItem* item) {
+                return node.handle == object && item &&
+                       std::binary_search(numbers.begin(), numbers.end(), item->item);
+            };
+    }
     void Delete(Scene& scene) override {
         ChangeDeltas(scene, [](const PinnedItem& item, TItemDelta& delta) {
             delta = {};

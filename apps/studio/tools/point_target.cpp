@@ -56,17 +56,17 @@ public:
         PickMode mode = what == SelectWhat::kInvert ? PickMode::kToggle : PickMode::kReplace;
         m_selected = AfterPick(m_selected, all, mode);
     }
-    std::optional<Matrix3> Frame(Scene& scene, GizmoAxes axes) override {
-        Read(scene);
-        if (m_selected.empty()) return {};
-        Point3 middle;
-        for (const SplinePoint& point : m_selected)
-            middle += WorldPlace(point) * (1.f / float(m_selected.size()));
-        Matrix3 frame;
-        if (axes == GizmoAxes::kLocal) frame = m_toWorld;
-        for (int i = 0; i < 3; ++i) frame.row[i] = Normalize(frame.row[i]);
-        frame.SetTrans(middle);
-        return frame;
+    std::optional<GizmoPlace> Place(Scene& scene) override {
+        if (!Read(scene) || m_selected.empty()) return {};
+        std::vector<Point3> places;
+        for (const SplinePoint& point : m_selected) places.push_back(WorldPlace(point));
+        return GizmoPlace{*MiddleOf(places), m_toWorld,
+                          ParentAxes(*scene.FindHandle(m_handle), scene.GetTime())};
+    }
+    std::optional<TransformState> State(Scene& scene) override {
+        std::optional<GizmoPlace> place = Place(scene);
+        if (!place) return {};
+        return TransformState{place->middle, {}, {}};
     }
     void Change(Scene& scene, const ToolChange& change) override {
         ShapeObject* spline = Read(scene);
@@ -77,7 +77,12 @@ public:
         for (const SplinePoint& point : m_selected) MoveOne(before, shape, point, inObject);
         if (!(shape == before)) spline->shape = std::move(shape);
     }
-    bool Clone(Scene&) override { return false; }
+    // Its other points are caught as marks are.
+    MoveTest Moved() const override {
+        return [spline = m_handle](const TViewNode& node, const TViewItem*) {
+            return node.handle == spline;
+        };
+    }
     void Delete(Scene& scene) override {
         ShapeObject* spline = Read(scene);
         std::vector<size_t> knots;

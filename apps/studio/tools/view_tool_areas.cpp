@@ -1,4 +1,4 @@
-// Areas drawn and painted in the views.
+// Areas and splines drawn in the views, and areas painted there.
 #include "Dravin/commands/area_paint.h"
 #include "Dravin/dravin.h"
 #include "apps/studio/tools/brush_bar.h"
@@ -6,6 +6,16 @@
 #include "apps/studio/windows/command_calls.h"
 #include "host/params/undo_step.h"
 #include "host/scene/scene.h"
+
+namespace {
+
+ParamInput PlacesInput(const std::vector<Point3>& places) {
+    ParamInput::Array rows;
+    for (const Point3& p : places) rows.push_back(PlaceInput(p));
+    return ParamInput(std::move(rows));
+}
+
+}  // namespace
 
 NodeHandle ViewTools::ScatterForAreas(Scene& scene) {
     NodeHandle handle = SelectedScatter(scene);
@@ -21,7 +31,8 @@ NodeHandle ViewTools::ScatterForAreas(Scene& scene) {
 void ViewTools::SetViewTool() {
     IViewTool* tool = nullptr;
     if (m_paint.Target()) tool = &m_paint;
-    if (m_areaObject) tool = &m_area;
+    if (IsOutlining()) tool = &m_outline;
+    if (m_creates) tool = &m_create;
     m_views.ForEachView([&](ViewportWidget& view) { view.SetTool(tool); });
 }
 
@@ -31,7 +42,9 @@ void ViewTools::DrawArea(bool begins) {
     if (m_session.HasGesture()) return ShowState();
     auto set = [this](NodeHandle object) {
         m_areaObject = object;
-        m_area.Start();
+        m_drawsSpline = false;
+        m_creates.reset();
+        m_outline.Start(false);
         SetViewTool();
         ShowState();
     };
@@ -50,21 +63,35 @@ void ViewTools::AddArea(const std::vector<Point3>& outline) {
         INode* object = scene.FindHandle(handle);
         if (!object) return;
         UndoStep step("Draw Area");
-        Point3 middle;
-        for (const Point3& p : outline) middle += p * (1.f / float(outline.size()));
-        BezierSpline spline;
-        spline.closed = true;
-        for (const Point3& p : outline) spline.knots.push_back({p - middle, {}, {}});
-        auto shape = std::make_shared<ShapeObject>();
-        shape->shape = BezierShape{{spline}};
-        INode* node = scene.AddNode(scene.UniqueNodeName("Area"), shape);
-        node->SetLocalTM(Matrix3::Translation(middle));
-        TCommandResult result = m_session.Commands().Run("area.add", scene, object->GetName(),
-                                                         {{"node", ParamInput(node->GetName())}});
+        TCommandResult result = m_session.Commands().Run(
+            "spline.create", scene, "",
+            {{"points", PlacesInput(outline)}, {"closed", ParamInput(true)}});
+        if (result) {
+            INode* node = scene.FindNode(std::get<std::string>(result.value.value));
+            node->SetName(scene.UniqueNodeName("Area"));
+            result = m_session.Commands().Run("area.add", scene, object->GetName(),
+                                              {{"node", ParamInput(node->GetName())}});
+        }
         if (result) return;
         step.Cancel();
         m_session.told.Send(MessageLevel::kError, result.error);
     });
+}
+
+void ViewTools::DrawSpline(bool begins) {
+    if (m_session.HasGesture()) return ShowState();
+    m_areaObject = 0;
+    m_drawsSpline = begins;
+    m_creates.reset();
+    m_outline.Start(true);
+    SetViewTool();
+    ShowState();
+}
+
+void ViewTools::Outlined(const std::vector<Point3>& points, bool isClosed) {
+    if (m_areaObject) return AddArea(points);
+    DrawSpline(false);
+    Create("spline.create", {{"points", PlacesInput(points)}, {"closed", ParamInput(isClosed)}});
 }
 
 // --- the brush

@@ -16,11 +16,15 @@ void ViewTools::Connect(ViewportWidget& view) {
         m_session.EndGesture();
         ShowState();
     };
+    gizmo.snapping.placeAt = [this, &view](const TViewportCamera&, float x, float y) {
+        return Catch(view, {double(x), double(y)});
+    };
 }
 
 void ViewTools::Begin(ViewportWidget& view) {
     m_dragged = false;
-    m_clones = (view.PressModifiers() & Qt::ShiftModifier) && m_level != Level::kPins;
+    m_clones = (view.PressModifiers() & Qt::ShiftModifier) && m_target->CanClone();
+    if (view.Shown()) m_snapPlaces = SnapPlaces(*view.Shown(), *m_target);
     m_session.BeginGesture(m_clones ? "Clone" : StepName(m_tool));
     ShowState();
 }
@@ -41,19 +45,18 @@ void ViewTools::Commit(ViewportWidget& view, const Matrix3& change) {
     bool isChange = m_dragged && !(change == Matrix3());
     // The view shows the change when it is built; until then the boxes do.
     m_keepsBoxes = isChange;
+    if (isChange && m_clones) return AskCopies(made);
     if (!isChange)
         m_session.EndGesture();
     else
-        m_session.EndGesture([this, made, clones = m_clones](Scene& scene) {
-            if (clones) m_target->Clone(scene);
-            m_target->Change(scene, made);
-        });
+        m_session.EndGesture([this, made](Scene& scene) { m_target->Change(scene, made); });
     ShowState();
 }
 
 void ViewTools::PaintOver(ViewportWidget& view, QPainter& painter) const {
     constexpr size_t kMostBoxes = 3000;
-    if (m_areaObject) m_area.Paint(view, painter);
+    if (IsOutlining()) m_outline.Paint(view, painter);
+    if (m_creates) m_create.Paint(view, painter);
     if (m_paint.Target()) m_paint.Paint(view, painter);
     PaintMarks(view, painter);
     TViewportCamera camera = view.Camera();

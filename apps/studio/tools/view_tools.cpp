@@ -7,6 +7,10 @@
 
 #include "Dravin/commands/area_paint.h"
 #include "Dravin/dravin.h"
+#include "apps/studio/tools/copy_question.h"
+#include "apps/studio/tools/snap_window.h"
+#include "apps/studio/tools/typed_transform.h"
+#include "apps/studio/tools/view_places.h"
 #include "apps/studio/windows/command_calls.h"
 #include "host/geom/spline_edit.h"
 #include "host/params/undo_step.h"
@@ -51,6 +55,7 @@ ViewTools::ViewTools(StudioSession& session, QuadView& views)
     : m_session(session), m_views(views), m_prompt(new QLabel), m_target(MakeNodeTarget()) {
     m_prompt->setObjectName("prompt");
     m_prompt->setAccessibleName("What the tool does");
+    m_snapSettings = SnapSettings::Load();
     MakeActions();
     ConnectBrush();
     views.ForEachView([this](ViewportWidget& view) { Connect(view); });
@@ -59,6 +64,7 @@ ViewTools::ViewTools(StudioSession& session, QuadView& views)
         SetLevel(Level::kNodes, 0);
         SetClickMode(ClickMode::kSelect);
         DrawArea(false);
+        EndCreation();
     }));
     m_connections.push_back(session.viewReady.Connect([this] {
         m_keepsBoxes = false;
@@ -68,6 +74,9 @@ ViewTools::ViewTools(StudioSession& session, QuadView& views)
 }
 
 ViewTools::~ViewTools() {
+    delete m_snapWindow;
+    delete m_typed;
+    delete m_copyQuestion;
     m_views.ForEachView([](ViewportWidget& view) {
         view.onPick = view.onRegion = {};
         view.onPaintOver = {};
@@ -75,6 +84,7 @@ ViewTools::~ViewTools() {
         TransformGizmo& gizmo = view.Gizmo();
         gizmo.onBegin = gizmo.onCancel = {};
         gizmo.onPreview = gizmo.onCommit = {};
+        gizmo.snapping.placeAt = {};
     });
 }
 
@@ -84,10 +94,12 @@ void ViewTools::SetGizmoTool(GizmoTool tool) {
     if (m_session.HasGesture()) return ShowState();
     m_tool = tool;
     SetClickMode(ClickMode::kSelect);
+    m_session.Look([this](Scene& scene) { ShowTyped(scene); });
 }
 
 void ViewTools::SetClickMode(ClickMode mode) {
-    Level wanted = mode == ClickMode::kAddPoint ? Level::kPoints : Level::kItems;
+    bool isFit = mode == ClickMode::kFitLeftUp || mode == ClickMode::kFitRightDown;
+    Level wanted = isFit ? m_level : mode == ClickMode::kAddPoint ? Level::kPoints : Level::kItems;
     m_clickMode = m_level == wanted ? mode : ClickMode::kSelect;
     ShowState();
 }
@@ -114,7 +126,12 @@ void ViewTools::Follow(Scene& scene) {
     FollowBrush(scene);
     m_summary = m_target->Summary(scene);
     m_marks = m_target->Marks();
-    if (!m_session.HasGesture()) m_frame = m_target->Frame(scene, m_axes);
+    if (!m_session.HasGesture()) {
+        std::optional<GizmoPlace> place = m_target->Place(scene);
+        m_frame.reset();
+        if (place) m_frame = FrameOf(scene, *place);
+    }
+    ShowTyped(scene);
     ShowState();
 }
 
@@ -124,6 +141,10 @@ void ViewTools::ShowState() {
         if (!m_keepsBoxes) TakeBoxes();
         m_views.ForEachView([&](ViewportWidget& view) {
             view.Gizmo().snapping.isOn = m_snaps;
+            m_snapSettings.PutInto(view.Gizmo().snapping);
+            view.Gizmo().FollowView(m_axes == GizmoAxes::kView);
+            view.SetRestCursor(m_clickMode == ClickMode::kSelect ? Qt::ArrowCursor
+                                                                 : Qt::CrossCursor);
             view.ShowGizmo(hasGizmo ? m_tool : GizmoTool::kNone, m_frame.value_or(Matrix3()));
         });
     }
@@ -133,16 +154,20 @@ void ViewTools::ShowState() {
     check("tool.rotate", m_tool == GizmoTool::kRotate);
     check("tool.scale", m_tool == GizmoTool::kScale);
     check("tool.snap", m_snaps);
-    check("tool.local", m_axes == GizmoAxes::kLocal);
+    for (auto& [axes, action] : m_axesActions) action->setChecked(m_axes == axes);
     check("tool.lasso", m_usesLasso);
     check("select.only_seen", m_onlySeen);
     check("area.draw", m_areaObject != 0);
+    check("create.spline", m_drawsSpline);
+    for (auto& [kind, action] : m_createActions) action->setChecked(m_creates == kind);
     check("area.paint_brush", m_paint.Target().has_value());
     check("points.edit", m_level == Level::kPoints);
     check("points.add_by_click", m_clickMode == ClickMode::kAddPoint);
     for (const char* name :
          {"points.add_by_click", "points.smooth", "points.corner", "points.close"})
         m_actions.at(name)->setEnabled(m_level == Level::kPoints);
+    check("map.fit_left_up", m_clickMode == ClickMode::kFitLeftUp);
+    check("map.fit_right_down", m_clickMode == ClickMode::kFitRightDown);
     check("items.edit", m_level == Level::kItems);
     check("items.pin", m_level == Level::kPins);
     check("items.add_by_click", m_clickMode == ClickMode::kAddItem);
@@ -167,8 +192,21 @@ QString ViewTools::Prompt() const {
     if (m_areaObject)
         return "Click points of the area's outline; Enter or the first point closes it; Backspace: "
                "one back; Esc: give up";
+    if (m_drawsSpline)
+        return "Click points of the spline; Enter or the right button ends it, the first point "
+               "closes it; Backspace: one back; Esc: give up";
+    if (m_creates == CreateKind::kLight)
+        return "Press where the light stands and drag it up; right button or Esc: give up";
+    if (m_creates == CreateKind::kScatter && m_creationMode == 2)
+        return "Press where the object stands and drag its icon's size; right button or Esc: give "
+               "up";
+    if (m_creates) return "Click where the object stands; right button or Esc: give up";
     if (m_paint.Target()) return BrushPrompt();
     if (m_clickMode == ClickMode::kAddPoint) return text + "Click on the spline to add a point";
+    if (m_clickMode == ClickMode::kFitLeftUp)
+        return "Click the left-up corner of the distribution map; right button: give up";
+    if (m_clickMode == ClickMode::kFitRightDown)
+        return "Click the right-down corner of the distribution map; right button: give up";
     if (m_clickMode == ClickMode::kAddItem) return text + "Click to add an item";
     if (m_clickMode == ClickMode::kAttach)
         return text + "Click a scatter object to take its items over";
@@ -179,7 +217,7 @@ QString ViewTools::Prompt() const {
                                    : "Click or drag a rectangle to select");
     if (m_tool == GizmoTool::kNone) return text + "Q W E R: select, move, rotate, scale";
     return text + "Drag a handle to " + QString(StepName(m_tool)).toLower() +
-           (m_level == Level::kPins || m_level == Level::kPoints ? "" : "; Shift copies");
+           (m_target->CanClone() ? "; Shift copies" : "") + "; F12: by numbers";
 }
 
 QString ViewTools::BrushPrompt() const {
@@ -287,6 +325,8 @@ void ViewTools::TakePick(const ViewportPick& pick) {
     if (m_itemTaker) return GiveItem(pick);
     if (m_clickMode == ClickMode::kAddItem) return AddItem(pick);
     if (m_clickMode == ClickMode::kAttach) return Attach(pick);
+    if (m_clickMode == ClickMode::kFitLeftUp || m_clickMode == ClickMode::kFitRightDown)
+        return TakeCorner(pick);
     if (m_clickMode == ClickMode::kAddPoint)
         return Step("Insert Point", [this, pick](Scene& scene) {
             if (!m_target->AddAt(scene, pick))
@@ -335,19 +375,42 @@ void ViewTools::RunOnObject(const std::string& command, TArguments arguments) {
     });
 }
 
-// On whatever lies under the pointer that is not an item of the object itself.
+// On whatever lies under the pointer that is not an item of the object itself, else on the
+// construction plane.
 void ViewTools::AddItem(const ViewportPick& pick) {
     for (size_t i = 0; i < pick.ids.size(); ++i) {
         const TViewNode* node = pick.scene->Find(pick.ids[i]).node;
         if (!node || node->handle == m_target->Object()) continue;
-        const Point3& p = pick.places[i];
         return RunOnObject("items.add",
-                           {{"position", ParamInput(ParamInput::Array{ParamInput(double(p.x)),
-                                                                      ParamInput(double(p.y)),
-                                                                      ParamInput(double(p.z))})},
-                            {"choice", "random"}});
+                           {{"position", PlaceInput(pick.places[i])}, {"choice", "random"}});
     }
+    QPointF pixel(pick.region.rectangle.left + 0.5, pick.region.rectangle.top + 0.5);
+    if (std::optional<Point3> place = PlaceOnPlane(m_views.ActiveView(), pixel))
+        return RunOnObject("items.add", {{"position", PlaceInput(*place)}, {"choice", "random"}});
     m_session.told.Send(MessageLevel::kNote, "Nothing lies there that an item could stand on");
+}
+
+// --- the distribution map
+
+void ViewTools::FitMap(ClickMode corner) {
+    ShowState();  // the action has checked itself
+    if (m_session.HasGesture()) return;
+    if (m_clickMode == corner) return SetClickMode(ClickMode::kSelect);
+    m_session.Look([this, corner](Scene& scene) {
+        m_fitObject = ScatterForAreas(scene);
+        if (m_fitObject) SetClickMode(corner);
+    });
+}
+
+void ViewTools::TakeCorner(const ViewportPick& pick) {
+    QPointF pixel(pick.region.rectangle.left + 0.5, pick.region.rectangle.top + 0.5);
+    std::optional<Point3> place = PlaceOnPlane(m_views.ActiveView(), pixel);
+    bool isFirst = m_clickMode == ClickMode::kFitLeftUp;
+    if (!place) return;
+    SetClickMode(ClickMode::kSelect);
+    RunNow(m_session, "distribution.fit", m_fitObject,
+           {{"corner", ParamInput(isFirst ? "left_up" : "right_down")},
+            {"position", PlaceInput(*place)}});
 }
 
 void ViewTools::Attach(const ViewportPick& pick) {

@@ -14,19 +14,29 @@
 
 #include <QKeySequence>
 #include <QObject>
+#include <QPointer>
 
 #include "apps/studio/studio_session.h"
-#include "apps/studio/tools/area_tool.h"
+#include "apps/studio/tools/create_tool.h"
 #include "apps/studio/tools/edit_target.h"
+#include "apps/studio/tools/outline_tool.h"
 #include "apps/studio/tools/paint_tool.h"
+#include "apps/studio/tools/snap_places.h"
+#include "apps/studio/tools/snap_settings.h"
 #include "apps/studio/viewport/quad_view.h"
 
 class BrushBar;
+class CopyQuestion;
 class QAction;
 class QLabel;
 class QMenu;
 class QToolBar;
+class SnapWindow;
 class TDravin;
+class TypedTransform;
+
+// What is made by hand in a view.
+enum class CreateKind { kScatter, kLod, kProxy, kLight };
 
 class ViewTools : public QObject {
 public:
@@ -37,6 +47,7 @@ public:
     // Actions by name ("tool.move"); parents are the views.
     const std::map<std::string, QAction*>& Actions() const { return m_actions; }
     void FillMenu(QMenu& menu) const;
+    void FillCreateMenu(QMenu& menu) const;
     void FillBar(QToolBar& bar);  // once
     // What buttons and keys do now, and what is selected: for the status line.
     QLabel* PromptLabel() const { return m_prompt; }
@@ -47,6 +58,15 @@ public:
     // Where the gizmo stands; none without a selection.
     const std::optional<Matrix3>& GizmoFrame() const { return m_frame; }
     PaintTool& Brush() { return m_paint; }
+    void SetAxes(GizmoAxes axes);
+    SnapSettings& Snapping() { return m_snapSettings; }
+    // The next press in a view makes one; a press of the same kind's action gives that up.
+    void StartCreation(CreateKind kind);
+    // The right button, where nothing was dragged: ends what waits for clicks. Whether there was.
+    bool RightClick();
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
     // What a click met: an item of a scatter object, by its place in the list of that build.
     struct MetItem {
@@ -59,12 +79,15 @@ public:
 
 private:
     enum class Level { kNodes, kItems, kPins, kPoints };
-    enum class ClickMode { kSelect, kAddItem, kAttach, kAddPoint };
+    enum class ClickMode { kSelect, kAddItem, kAttach, kAddPoint, kFitLeftUp, kFitRightDown };
 
     QAction* AddAction(const char* name, const char* text, const char* icon, const char* keys,
                        std::function<void()> run, bool isCheckable = false);
     void MakeActions();
+    void MakeTransformActions();
     void MakePointActions();
+    void MakeCreateActions();
+    void AddAxesButton(QToolBar& bar);
     void Connect(ViewportWidget& view);
     void Follow(Scene& scene);
     void ShowState();
@@ -89,12 +112,24 @@ private:
     void RunOnPoints(const std::string& command, TArguments arguments);
     void CloseSpline();
     void AddItem(const ViewportPick& pick);
+    void FitMap(ClickMode corner);
+    void TakeCorner(const ViewportPick& pick);
     void Attach(const ViewportPick& pick);
 
     NodeHandle ScatterForAreas(Scene& scene);
     void SetViewTool();
     void DrawArea(bool begins);
     void AddArea(const std::vector<Point3>& outline);
+    void DrawSpline(bool begins);
+    void Outlined(const std::vector<Point3>& points, bool isClosed);
+    bool IsOutlining() const { return m_areaObject || m_drawsSpline; }
+
+    void EndCreation();
+    void Made(const Creation& made);
+    void CreateCamera();
+    // A command that makes a node, which is selected then: one undo step.
+    void Create(const std::string& command, TArguments arguments,
+                std::function<void(Scene&, INode&)> then = {});
     void ConnectBrush();
     void ToggleBrush();
     void FollowBrush(Scene& scene);
@@ -104,6 +139,17 @@ private:
     void RunOnObject(const std::string& command, TArguments arguments);
     // work, as one undo step of the target.
     void Step(const char* name, std::function<void(Scene&)> work);
+
+    Matrix3 FrameOf(Scene& scene, const GizmoPlace& place) const;
+    Matrix3 FrameInView() const;
+    std::optional<Point3> Catch(ViewportWidget& view, QPointF pixel) const;
+    // On the construction plane, snapped where that is on.
+    std::optional<Point3> PlaceOnPlane(ViewportWidget& view, QPointF pixel) const;
+    void OpenSnapping();
+    void OpenTyped();
+    void ShowTyped(Scene& scene);
+    void TakeTyped(std::function<ToolChange(GizmoTool, Scene&)> change);
+    void AskCopies(const ToolChange& made);
 
     void Begin(ViewportWidget& view);
     void PreviewChange(ViewportWidget& view, const Matrix3& change);
@@ -115,19 +161,33 @@ private:
     QuadView& m_views;
     std::vector<Connection> m_connections;
     std::map<std::string, QAction*> m_actions;
+    std::map<GizmoAxes, QAction*> m_axesActions;
+    std::map<CreateKind, QAction*> m_createActions;
     std::vector<std::string> m_order;  // of the actions; empty: a separator
+    size_t m_firstCreation = 0;        // among those
     QLabel* m_prompt;
     std::unique_ptr<EditTarget> m_target;
-    AreaTool m_area;
+    OutlineTool m_outline;
+    CreateTool m_create;
     PaintTool m_paint;
     BrushBar* m_brushBar = nullptr;  // of the toolbar
     QAction* m_brushInBar = nullptr;
+    NodeHandle m_fitObject = 0;   // whose map a click fits
     NodeHandle m_areaObject = 0;  // whose area is being drawn; 0: none is
+    bool m_drawsSpline = false;
+    std::optional<CreateKind> m_creates;
+    int m_creationMode = 0;  // of scatter objects, as the options say
     Level m_level = Level::kNodes;
     ClickMode m_clickMode = ClickMode::kSelect;
     GizmoTool m_tool = GizmoTool::kNone;
     GizmoAxes m_axes = GizmoAxes::kWorld;
     bool m_snaps = false, m_clones = false, m_dragged = false;
+    SnapSettings m_snapSettings;
+    SnapPlaces m_snapPlaces;  // of the present gesture
+    // Windows of the views' window, while that lives.
+    QPointer<SnapWindow> m_snapWindow;
+    QPointer<TypedTransform> m_typed;
+    QPointer<CopyQuestion> m_copyQuestion;
     bool m_usesLasso = false, m_onlySeen = false;
     bool m_keepsBoxes = false;
     std::function<void(const MetItem&)> m_itemTaker;

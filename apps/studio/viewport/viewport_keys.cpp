@@ -1,4 +1,5 @@
 // What keys do in a view.
+#include <QApplication>
 #include <QKeyEvent>
 
 #include "apps/studio/viewport/viewport_widget.h"
@@ -110,6 +111,11 @@ void ViewportWidget::keyPressEvent(QKeyEvent* event) {
 // Keys of a gesture are its own, whatever the window's shortcuts and the focus order say.
 bool ViewportWidget::event(QEvent* event) {
     bool isKey = event->type() == QEvent::ShortcutOverride || event->type() == QEvent::KeyPress;
+    // Of a menu that is open over the view: no shortcuts of the view either.
+    if (event->type() == QEvent::ShortcutOverride && QApplication::activePopupWidget()) {
+        event->accept();
+        return true;
+    }
     bool ownsKeys = m_gesture == Gesture::kGizmo || m_gesture == Gesture::kTool ||
                     m_gesture == Gesture::kWalk || m_gesture == Gesture::kMenu;
     if (isKey && ownsKeys) {

@@ -50,6 +50,15 @@ const char* NameOf(ViewportShading shading) {
     }
 }
 
+// The part of a line of camera space that lies beyond a depth; false where none does.
+bool CutBefore(float nearest, Point3* a, Point3* b) {
+    if (a->z < b->z) std::swap(a, b);  // a is the nearer one
+    float depthA = -a->z, depthB = -b->z;
+    if (!(depthB > nearest)) return false;
+    if (depthA < nearest) *a = *a + (*b - *a) * ((nearest - depthA) / (depthB - depthA));
+    return true;
+}
+
 // A label with a soft ground, so that it can be read over anything.
 void PaintLabel(QPainter& painter, const QRectF& room, int align, const QString& text) {
     QRectF box = painter.fontMetrics().boundingRect(room.toRect(), align, text);
@@ -69,6 +78,7 @@ void ViewportWidget::paintEvent(QPaintEvent*) {
     else
         painter.drawImage(rect(), m_image);
     painter.setRenderHint(QPainter::Antialiasing);
+    PaintIcons(painter);
     PaintSafeFrame(painter);
     if (m_scene && onPaintOver) onPaintOver(painter);
     if (m_scene) PaintHover(painter);
@@ -205,6 +215,22 @@ void ViewportWidget::PaintLabels(QPainter& painter) const {
         painter.drawText(boxes[i], Qt::AlignCenter, names[i]);
     }
     painter.setBrush(Qt::NoBrush);
+}
+
+// Splines, cameras, lights and marks, which the ray tracer does not know, over the picture that it
+// makes in place of another.
+void ViewportWidget::PaintIcons(QPainter& painter) const {
+    bool standsIn = m_picture && m_picture->samples > 0 && m_shading != ViewportShading::kRendered;
+    if (!standsIn || !m_scene) return;
+    ViewRequest request = Request(false);
+    request.showsGrid = false;  // it would lie over what stands on it
+    for (const TViewLine& line : ViewLines(*m_scene, request.camera, SettingsOf(request))) {
+        Point3 from = line.a, to = line.b;
+        if (!CutBefore(request.camera.Nearest(), &from, &to)) continue;
+        TScreenPoint a = request.camera.ToScreen(from), b = request.camera.ToScreen(to);
+        painter.setPen(QColor(line.color & 255, line.color >> 8 & 255, line.color >> 16 & 255));
+        painter.drawLine(ToLogical({a.x, a.y}), ToLogical({b.x, b.y}));
+    }
 }
 
 // What a picture holds is as wide as the view; what it does not is dimmed.

@@ -218,6 +218,7 @@ private:
     void PaintTexts(QPainter& painter) const;
     void PaintLabels(QPainter& painter) const;
     void PaintSafeFrame(QPainter& painter) const;
+    void PaintIcons(QPainter& painter) const;
     void PaintRegion(QPainter& painter) const;
     void Tell();
 

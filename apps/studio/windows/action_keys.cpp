@@ -12,7 +12,7 @@ QString SettingOf(const ActionKeys::Row& row) { return "keys/" + QString::fromSt
 ActionKeys::ActionKeys(const std::map<std::string, QAction*>& actions) {
     QSettings settings;
     for (const auto& [name, action] : actions) {
-        m_rows.push_back({name, action->text().remove("..."), action, action->shortcuts()});
+        m_rows.push_back({name, action->iconText(), action, action->shortcuts()});
         QVariant keys = settings.value(SettingOf(m_rows.back()));
         if (keys.isValid())
             action->setShortcut(QKeySequence(keys.toString(), QKeySequence::PortableText));

@@ -25,6 +25,12 @@ void RunNowWithForm(StudioSession& session, const std::string& command, NodeHand
         RunNow(session, command, target, given);
 }
 
+ParamInput PlaceInput(const Point3& place) {
+    ParamInput::Array numbers;
+    for (int i = 0; i < 3; ++i) numbers.emplace_back(double(place[i]));
+    return ParamInput(std::move(numbers));
+}
+
 std::vector<std::string> TextsOf(const ParamInput& value) {
     std::vector<std::string> texts;
     if (auto* array = std::get_if<ParamInput::Array>(&value.value))

@@ -15,5 +15,7 @@ void RunNow(StudioSession& session, const std::string& command, NodeHandle targe
 // The same, with a form for the arguments that are not given.
 void RunNowWithForm(StudioSession& session, const std::string& command, NodeHandle target,
                     TArguments given, QWidget* parent);
+// A place of the world, as commands take it.
+ParamInput PlaceInput(const Point3& place);
 // The text of a list that a command gives back; empty: none.
 std::vector<std::string> TextsOf(const ParamInput& value);

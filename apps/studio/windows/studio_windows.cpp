@@ -2,7 +2,6 @@
 
 #include <QMainWindow>
 
-#include "apps/studio/command_form.h"
 #include "apps/studio/studio_session.h"
 #include "apps/studio/viewport/quad_view.h"
 #include "apps/studio/windows/action_keys.h"
@@ -22,9 +21,8 @@ StudioWindows::StudioWindows(StudioSession& session, QuadView& view, QMainWindow
     m_autosave = std::make_unique<Autosave>(session, StudioStateFolder(), AutosaveRules(), picture);
     m_pack = std::make_unique<PackToolbar>(
         session, parent,
-        PackToolbar::Hooks{
-            [this](const std::string& command) { RunWithForm(m_session, command, {}, &m_parent); },
-            [this] { OpenTools(); }});
+        PackToolbar::Hooks{[this](const std::string& command) { onCreate(command); },
+                           [this] { OpenTools(); }});
     m_lookWished = session.lookWished.Connect(
         [this](const std::weak_ptr<ReferenceTarget>& look) { OpenMaterials().ShowLook(look); });
 }

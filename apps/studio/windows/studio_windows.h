@@ -37,6 +37,8 @@ public:
     void Share(std::vector<QAction*> actions) { m_shared = std::move(actions); }
     // All actions, once they have their default keys: they get those of the user.
     void TakeKeys(const std::map<std::string, QAction*>& actions);
+    // What scripts ask to be made by hand: a command that creates it.
+    std::function<void(const std::string& command)> onCreate;
     void OpenLister();
     MaterialEditor& OpenMaterials();
     void OpenUndoList();

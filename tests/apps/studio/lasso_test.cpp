@@ -87,9 +87,7 @@ TEST_F(Lassos, PointsThatAreSeen) {
       {"name": "stone", "type": "box", "width": 2, "length": 2, "height": 2,
        "position": [4, 4, 0]}]})");
     LookFromAbove();
-    Session().Run("scene.select", "",
-                  {{"nodes", ParamInput(ParamInput::Array{ParamInput(std::string("pond"))})}});
-    Rest();
+    Select({"pond"});
     Trigger("points.edit");
     Trigger("tool.lasso");
     Draw({{-5, -5.5f, 0}, {5.5f, -5.5f, 0}, {5.5f, 5.5f, 0}, {-5, -3, 0}});

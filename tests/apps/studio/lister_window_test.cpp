@@ -39,14 +39,6 @@ struct Lister : StudioWindow {
         Session().Look([&](Scene& scene) { isHidden = scene.FindNode(name)->IsHidden(); });
         return isHidden;
     }
-    std::vector<std::string> Selected() {
-        std::vector<std::string> names;
-        Rest();
-        Session().Look([&](Scene& scene) {
-            for (INode* node : scene.Selection()) names.push_back(node->GetName());
-        });
-        return names;
-    }
     QPointF At(int row) { return table->visualRect(table->model()->index(row, 1)).center(); }
 };
 

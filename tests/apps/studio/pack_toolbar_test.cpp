@@ -1,14 +1,11 @@
 #include "apps/studio/windows/pack_toolbar.h"
 
 #include <QAction>
-#include <QApplication>
-#include <QDialog>
 #include <QPushButton>
-#include <QTimer>
 #include <QToolBar>
 
 #include "Dravin/config/settings.h"
-#include "apps/studio/command_form.h"
+#include "apps/studio/viewport/quad_view.h"
 #include "host/scene/host_context.h"
 #include "host/script/script_system.h"
 #include "tests/apps/studio/studio_window.h"
@@ -16,19 +13,14 @@
 namespace {
 
 struct Pack : StudioWindow {
-    // Runs the action, and takes the form that it opens as it is.
-    void Accept(const char* action) {
-        bool isAsked = false;
-        QTimer watch;
-        QObject::connect(&watch, &QTimer::timeout, [&] {
-            if (auto* form = dynamic_cast<QDialog*>(QApplication::activeModalWidget())) {
-                isAsked = true;
-                form->accept();
-            }
-        });
-        watch.start(5);
+    // Runs the action, and clicks where the object shall be.
+    void Make(const char* action, const char* tool) {
         window->Action(action)->trigger();
-        EXPECT_TRUE(hand::Wait([&] { return isAsked && Session().IsFree(); }));
+        EXPECT_TRUE(hand::Wait([&] { return window->Action(tool)->isChecked(); }));
+        ViewportWidget& view = window->Views().ActiveView();
+        QPointF below(view.width() / 2.0, view.height() * 0.8);
+        hand::Press(&view, below);
+        hand::Release(&view, below);
         Rest();
     }
     bool Has(const char* name) {
@@ -52,9 +44,9 @@ TEST_F(Pack, ItsButtonsStandInABarOfTheirOwn) {
 
 TEST_F(Pack, CreatesObjectsThatUndoTakesBack) {
     OpenSmall();
-    Accept("pack.create");
+    Make("pack.create", "create.scatter");
     EXPECT_TRUE(Has("Dravin001") || Has("Dravin"));
-    Accept("pack.lod");
+    Make("pack.lod", "create.lod");
     EXPECT_TRUE(Has("LOD001") || Has("LOD"));
     EXPECT_EQ(NumSteps(), 2u);
     Session().Undo();

@@ -5,6 +5,7 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QDialog>
 #include <QTabWidget>
 
 #include "Dravin/commands/item_commands.h"
@@ -102,8 +103,7 @@ TEST_F(StudioPictures, TheBrushOnAPaintedArea) {
     window->resize(1440, 900);
     window->Panel().OpenRollout(kDistParams, false);
     window->Panel().OpenRollout(kAreaParams, true);
-    Session().Run("scene.select", "", {{"nodes", ParamInput("Forest")}});
-    Rest();
+    Select({"Forest"});
     window->Action("area.paint_brush")->trigger();
     Rest();
     PaintTool& brush = window->Tools().Brush();
@@ -143,6 +143,28 @@ TEST_F(StudioPictures, PointsOfASpline) {
     window->Tools().SetGizmoTool(GizmoTool::kMove);
     window->Views().ActiveView().FrameAll();
     Write(window.get(), "studio-points.png");
+}
+
+TEST_F(StudioPictures, MenusAndNumbersOfTheViews) {
+    OpenForest();
+    window->resize(1440, 900);
+    Select({"Forest"});
+    window->Tools().SetGizmoTool(GizmoTool::kMove);
+    ViewportWidget& view = window->Views().ActiveView();
+    window->Action("view.safe_frame")->trigger();
+    window->Action("view.four")->trigger();
+    Write(window.get(), "four-views.png");
+    view.onMenu(ViewMenu::kAll, view.mapToGlobal(QPoint(80, 80)));
+    QWidget* menu = QApplication::activePopupWidget();
+    ASSERT_TRUE(menu);
+    Write(menu, "view-menu.png");
+    menu->close();
+    for (const char* action : {"tool.typed", "tool.snap_settings"}) {
+        window->Action(action)->trigger();
+        Rest();
+    }
+    Write(window->findChild<QDialog*>("typed_transform"), "typed-transform.png");
+    Write(window->findChild<QDialog*>("snap_settings"), "snapping.png");
 }
 
 TEST_F(StudioPictures, ThePalette) {

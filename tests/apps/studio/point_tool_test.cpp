@@ -21,9 +21,7 @@ struct PointTools : Tools {
     void OpenPoints() {
         Open(kSplines);
         LookFromAbove();
-        Session().Run("scene.select", "",
-                      {{"nodes", ParamInput(ParamInput::Array{ParamInput(std::string("pond"))})}});
-        Rest();
+        Select({"pond"});
         Trigger("points.edit");
         ASSERT_TRUE(window->Action("points.edit")->isChecked()) << window->LogText().toStdString();
     }

@@ -69,6 +69,20 @@ struct StudioWindow : testing::Test {
         Rest();
         return control;
     }
+    std::vector<std::string> Selected() {
+        std::vector<std::string> names;
+        Rest();
+        Session().Look([&](Scene& scene) {
+            for (INode* node : scene.Selection()) names.push_back(node->GetName());
+        });
+        return names;
+    }
+    void Select(const std::vector<std::string>& names) {
+        ParamInput::Array nodes;
+        for (const std::string& name : names) nodes.emplace_back(name);
+        Session().Run("scene.select", "", {{"nodes", ParamInput(std::move(nodes))}});
+        Rest();
+    }
     TControlValue Read(TParamKey key) {
         TControlValue value;
         Rest();

@@ -5,9 +5,13 @@
 #include <cmath>
 #include <cstring>
 
+#include <QDialog>
+
 #include "Dravin/build/dravin_build.h"
 #include "Dravin/dravin.h"
+#include "apps/studio/panels/number_field.h"
 #include "apps/studio/tools/view_tools.h"
+#include "apps/studio/windows/command_calls.h"
 #include "tests/apps/studio/studio_window.h"
 
 // Two stones, 10 apart, on nothing; and a meadow whose items stand 5 apart.
@@ -75,14 +79,6 @@ struct Tools : StudioWindow {
         EXPECT_TRUE(window->Tools().GizmoFrame());
         return At(window->Tools().GizmoFrame().value_or(Matrix3()).GetTrans());
     }
-    std::vector<std::string> Selected() {
-        std::vector<std::string> names;
-        Rest();
-        Session().Look([&](Scene& scene) {
-            for (INode* node : scene.Selection()) names.push_back(node->GetName());
-        });
-        return names;
-    }
     Point3 PlaceOf(const std::string& name) {
         Point3 place{1e9f, 0, 0};
         Rest();
@@ -90,6 +86,30 @@ struct Tools : StudioWindow {
             if (INode* node = scene.FindNode(name)) place = node->GetNodeTM(0).GetTrans();
         });
         return place;
+    }
+    QDialog* Dialog(const char* name) { return window->findChild<QDialog*>(name); }
+    // A number into a field of a dialog.
+    void Enter(const char* dialog, const char* name, const char* text) {
+        ASSERT_TRUE(hand::Wait([&] { return Dialog(dialog); }));
+        auto* field = Dialog(dialog)->findChild<NumberField*>(name);
+        ASSERT_TRUE(field) << name;
+        field->setFocus();
+        field->selectAll();
+        hand::Type(field, text);
+        hand::Key(field, Qt::Key_Return);
+        Settle();
+    }
+    // Of the question that a drag with Shift has opened.
+    void AnswerCopies(const char* count, bool accepts = true) {
+        ASSERT_TRUE(hand::Wait([&] { return Dialog("copy_question"); }));
+        auto* field = Dialog("copy_question")->findChild<NumberField*>("copies_count");
+        field->setFocus();
+        field->selectAll();
+        hand::Type(field, count);
+        hand::Key(field, accepts ? Qt::Key_Return : Qt::Key_Escape);  // of what was typed
+        if (!accepts) hand::Key(Dialog("copy_question"), Qt::Key_Escape);
+        Settle();
+        EXPECT_FALSE(Dialog("copy_question"));
     }
     void Trigger(const char* action) {
         window->Action(action)->trigger();
@@ -108,10 +128,7 @@ struct ItemTools : Tools {
             scene.replace(scene.find(name), strlen(name), std::string(name, 10) + "160");
         Open(scene);
         LookFromAbove();
-        Session().Run(
-            "scene.select", "",
-            {{"nodes", ParamInput(ParamInput::Array{ParamInput(std::string("meadow"))})}});
-        Rest();
+        Select({"meadow"});
         if (!customEdit) return;
         asked->answers = {Answer::kYes};
         Trigger("items.edit");

@@ -120,6 +120,7 @@ TEST_F(Tools, ShiftDragLeavesACopyMoved) {
     Trigger("tool.move");
     size_t steps = NumSteps();
     Drag(Middle(), Middle() + (At({0, 3, 0}) - At({0, 0, 0})), Qt::ShiftModifier);
+    AnswerCopies("1");
     EXPECT_EQ(NumSteps(), steps + 1);
     ASSERT_EQ(Selected().size(), 1u);
     std::string copy = Selected()[0];
@@ -200,6 +201,7 @@ TEST_F(ItemTools, ItemsAreSelectedMovedClonedAndDeletedByHand) {
     EXPECT_NEAR(Items()[near].storedPosition.y - before[near].storedPosition.y, 2, 0.1);
     EXPECT_EQ(Items()[other].storedPosition, before[other].storedPosition);
     Drag(Middle(), Middle() + (At({1, 0, 0}) - At({0, 0, 0})), Qt::ShiftModifier);
+    AnswerCopies("1");
     ASSERT_EQ(Items().size(), before.size() + 1);
     EXPECT_TRUE(Items().back().selected);
     EXPECT_NEAR(Items().back().storedPosition.x - before[near].storedPosition.x, 1, 0.1);
