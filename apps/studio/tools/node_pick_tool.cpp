@@ -28,8 +28,3 @@ bool NodePickTool::Key(ViewportWidget&, int key, Qt::KeyboardModifiers) {
     if (key != Qt::Key_Escape || !m_wish) return false;
     return Begin(nullptr), true;
 }
-
-bool NodePickTool::Menu(ViewportWidget&) {
-    if (!m_wish) return false;
-    return Begin(nullptr), true;
-}

@@ -25,7 +25,6 @@ public:
     void Cancel(ViewportWidget&) override {}
     void Hover(ViewportWidget&, QPointF) override {}
     bool Key(ViewportWidget& view, int key, Qt::KeyboardModifiers modifiers) override;
-    bool Menu(ViewportWidget& view) override;
 
 private:
     StudioSession& m_session;

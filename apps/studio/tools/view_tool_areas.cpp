@@ -33,6 +33,7 @@ void ViewTools::SetViewTool() {
     if (m_paint.Target()) tool = &m_paint;
     if (IsOutlining()) tool = &m_outline;
     if (m_creates) tool = &m_create;
+    if (m_nodePick.Wish()) tool = &m_nodePick;
     m_views.ForEachView([&](ViewportWidget& view) { view.SetTool(tool); });
 }
 

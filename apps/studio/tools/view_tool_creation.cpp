@@ -97,6 +97,7 @@ void ViewTools::Create(const std::string& command, TArguments arguments,
 }
 
 bool ViewTools::RightClick() {
+    if (m_nodePick.Wish()) return m_nodePick.Begin(nullptr), true;
     if (IsOutlining()) return m_outline.End(), true;
     if (m_creates) return EndCreation(), true;
     if (m_clickMode == ClickMode::kSelect) return false;

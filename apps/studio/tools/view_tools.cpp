@@ -59,12 +59,19 @@ ViewTools::ViewTools(StudioSession& session, QuadView& views)
     MakeActions();
     ConnectBrush();
     views.ForEachView([this](ViewportWidget& view) { Connect(view); });
+    m_nodePick.onChanged = [this] {
+        SetViewTool();
+        ShowState();
+    };
+    m_connections.push_back(session.nodePickWished.Connect(
+        [this](const std::shared_ptr<NodePick>& wish) { m_nodePick.Begin(wish); }));
     m_connections.push_back(session.changed.Connect([this](Scene& scene) { Follow(scene); }));
     m_connections.push_back(session.sceneReplaced.Connect([this](Scene&) {
         SetLevel(Level::kNodes, 0);
         SetClickMode(ClickMode::kSelect);
         DrawArea(false);
         EndCreation();
+        m_nodePick.Begin(nullptr);
     }));
     m_connections.push_back(session.viewReady.Connect([this] {
         m_keepsBoxes = false;
@@ -136,7 +143,8 @@ void ViewTools::Follow(Scene& scene) {
 }
 
 void ViewTools::ShowState() {
-    bool hasGizmo = m_frame && m_tool != GizmoTool::kNone && m_clickMode == ClickMode::kSelect;
+    bool isSelecting = m_clickMode == ClickMode::kSelect && !m_nodePick.Wish();
+    bool hasGizmo = m_frame && m_tool != GizmoTool::kNone && isSelecting;
     if (!m_session.HasGesture()) {
         if (!m_keepsBoxes) TakeBoxes();
         m_views.ForEachView([&](ViewportWidget& view) {
@@ -187,6 +195,7 @@ void ViewTools::TakeBoxes() {
 }
 
 QString ViewTools::Prompt() const {
+    if (m_nodePick.Wish()) return m_nodePick.Wish()->prompt;
     QString text = QString::fromStdString(m_summary);
     if (!text.isEmpty()) text += " \u2014 ";
     if (m_areaObject)
@@ -322,6 +331,7 @@ void ViewTools::GiveItem(const ViewportPick& pick) {
 }
 
 void ViewTools::TakePick(const ViewportPick& pick) {
+    if (m_nodePick.Wish()) return m_nodePick.TakePick(pick);
     if (m_itemTaker) return GiveItem(pick);
     if (m_clickMode == ClickMode::kAddItem) return AddItem(pick);
     if (m_clickMode == ClickMode::kAttach) return Attach(pick);
@@ -336,7 +346,7 @@ void ViewTools::TakePick(const ViewportPick& pick) {
 }
 
 void ViewTools::TakeRegion(const ViewportPick& pick) {
-    if (m_clickMode != ClickMode::kSelect) return;
+    if (m_clickMode != ClickMode::kSelect || m_nodePick.Wish()) return;
     Step("Select", [this, pick](Scene& scene) { m_target->PickRegion(scene, pick); });
 }
 

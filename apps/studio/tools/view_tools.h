@@ -19,6 +19,7 @@
 #include "apps/studio/studio_session.h"
 #include "apps/studio/tools/create_tool.h"
 #include "apps/studio/tools/edit_target.h"
+#include "apps/studio/tools/node_pick_tool.h"
 #include "apps/studio/tools/outline_tool.h"
 #include "apps/studio/tools/paint_tool.h"
 #include "apps/studio/tools/snap_places.h"
@@ -170,6 +171,7 @@ private:
     OutlineTool m_outline;
     CreateTool m_create;
     PaintTool m_paint;
+    NodePickTool m_nodePick{m_session};
     BrushBar* m_brushBar = nullptr;  // of the toolbar
     QAction* m_brushInBar = nullptr;
     NodeHandle m_fitObject = 0;   // whose map a click fits
