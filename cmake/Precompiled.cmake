@@ -17,7 +17,7 @@ endif()
 if(DRAVIN_PRECOMPILES)
     # GCC 12 forgets which headers are the system's when they come precompiled, and tells its false
     # alarms about their insides. A build without them (DRAVIN_PRECOMPILE=OFF) still heeds these.
-    foreach(alarm array-bounds restrict stringop-overflow stringop-overread)
+    foreach(alarm array-bounds maybe-uninitialized restrict stringop-overflow stringop-overread)
         add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wno-${alarm}>)
     endforeach()
 endif()

@@ -37,11 +37,6 @@ struct CreateTools : Tools {
         return made;
     }
     Point3 PlaceMade() { return Selected().size() == 1 ? PlaceOf(Selected()[0]) : Point3{9, 9, 9}; }
-    void RightClick() {
-        Send(QEvent::MouseButtonPress, {50, 50}, Qt::RightButton, Qt::RightButton, {});
-        Send(QEvent::MouseButtonRelease, {50, 50}, Qt::RightButton, Qt::NoButton, {});
-        Settle();
-    }
 };
 
 }  // namespace

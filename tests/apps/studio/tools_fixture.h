@@ -69,6 +69,11 @@ struct Tools : StudioWindow {
         ReleaseAt(At(place));
         Settle();
     }
+    void RightClick() {
+        Send(QEvent::MouseButtonPress, {50, 50}, Qt::RightButton, Qt::RightButton, {});
+        Send(QEvent::MouseButtonRelease, {50, 50}, Qt::RightButton, Qt::NoButton, {});
+        Settle();
+    }
     void Drag(QPointF from, QPointF to, Qt::KeyboardModifiers modifiers = {}) {
         PressAt(from, modifiers);
         for (int i = 1; i <= 10; ++i) MoveTo(from + (to - from) * i / 10.0);
