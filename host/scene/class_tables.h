@@ -5,7 +5,7 @@
 
 namespace class_tables {
 
-// Of nodes, modifiers and objects (object_values.cpp).
+// Of nodes, modifiers and objects (values_of_objects.cpp).
 const PropertyTable& NodeTable();
 const PropertyTable& ModifiersTable();
 const PropertyTable& ModifierTable();
@@ -16,7 +16,7 @@ const PropertyTable& ShapeTable();
 const PropertyTable& ParticleTable();
 const PropertyTable& CameraTable();
 const PropertyTable& LightTable();
-// Of materials and maps (look_values.cpp).
+// Of materials and maps (values_of_looks.cpp).
 const PropertyTable& StandardTable();
 const PropertyTable& StandardLightTable();
 const PropertyTable& PhysicalTable();
