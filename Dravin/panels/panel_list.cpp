@@ -69,13 +69,13 @@ std::string TPanelRows::Cell(int row, int column) const {
 bool TPanelRows::ReadCell(const TListColumn& column, const ParamValue& present,
                           const std::string& text, ParamInput* input, std::string* error) const {
     const ParamDef& def = column.key.Def();
-    *input = ParamInput(text);
+    input->value = text;
     if (int entry = EntryNumber(column, text); entry >= 0) {
-        *input = ParamInput(entry);
+        input->value = int64_t(entry);
     } else if (IsReferenceType(def.type)) {
-        if (text.empty() || text == "None") *input = ParamInput();
+        if (text.empty() || text == "None") input->value = std::monostate();
     } else if (def.type == ParamType::kBool) {
-        *input = ParamInput(text == "on" || text == "1");
+        input->value = text == "on" || text == "1";
     } else if (def.type == ParamType::kColor) {
         ParamInput::Array parts;
         for (const std::string& part : Split(text, ' ')) {
@@ -84,7 +84,7 @@ bool TPanelRows::ReadCell(const TListColumn& column, const ParamValue& present,
             if (!number) return *error = "red, green and blue are expected", false;
             parts.emplace_back(*number);
         }
-        *input = ParamInput(std::move(parts));
+        input->value = std::move(parts);
     } else if (IsNumberType(def.type)) {
         TNumberEntry entered;
         double number = 0;
@@ -94,7 +94,10 @@ bool TPanelRows::ReadCell(const TListColumn& column, const ParamValue& present,
         if (!entered.Apply(before, &number, error)) return false;
         constexpr double kLargest = 2147483647.0;
         if (!fraction) number = std::clamp(std::round(number), -kLargest, kLargest);
-        *input = fraction ? ParamInput(number) : ParamInput(int64_t(number));
+        if (fraction)
+            input->value = number;
+        else
+            input->value = int64_t(number);
     }
     return true;
 }

@@ -67,13 +67,12 @@ CommandPanel::CommandPanel(StudioSession& session, QWidget* parent)
     column->addWidget(m_scroll, 1);
     column->addStretch();
     setMinimumWidth(320);
-    MakePage(
-        {TDravin::kClass.id, INode::kClass.id},
-        {{DravinRollouts().begin(), DravinRollouts().end()}, RolloutsOf(*INode::Create("node"))});
+    MakePage({TDravin::kClass.id, INode::kClass.id},
+             {{TDravin::kClass.name, {DravinRollouts().begin(), DravinRollouts().end()}},
+              {INode::kClass.name, RolloutsOf(*INode::Create("node"))}});
 }
 
-RolloutStack* CommandPanel::MakePage(const Classes& classes,
-                                     const std::vector<std::vector<TRollout>>& rollouts) {
+RolloutStack* CommandPanel::MakePage(const Classes& classes, const std::vector<Part>& parts) {
     std::vector<RolloutSection> sections;
     for (size_t place = 0; place < classes.size(); ++place)
         sections.push_back({{m_session,
@@ -81,7 +80,8 @@ RolloutStack* CommandPanel::MakePage(const Classes& classes,
                                  return PanelAt(session, scene, classes, place);
                              },
                              {}},
-                            rollouts[place]});
+                            parts[place].rollouts,
+                            parts[place].name});
     auto* page = new RolloutStack(std::move(sections));
     page->SetFilter(m_filter->text().split(' ', Qt::SkipEmptyParts));
     page->hide();
@@ -92,9 +92,10 @@ RolloutStack* CommandPanel::MakePage(const Classes& classes,
 RolloutStack* CommandPanel::PageOf(const TPanelStack& stack) {
     if (stack.nodes.empty()) return nullptr;
     if (auto page = m_pages.find(stack.classes); page != m_pages.end()) return page->second;
-    std::vector<std::vector<TRollout>> rollouts;
-    for (const TPanel::Things& things : stack.things) rollouts.push_back(RolloutsOf(*things.at(0)));
-    return MakePage(stack.classes, rollouts);
+    std::vector<Part> parts;
+    for (const TPanel::Things& things : stack.things)
+        parts.push_back({things.at(0)->ClassName(), RolloutsOf(*things.at(0))});
+    return MakePage(stack.classes, parts);
 }
 
 RolloutStack& CommandPanel::ScatterPage() {

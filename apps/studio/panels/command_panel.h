@@ -34,8 +34,11 @@ public:
 
 private:
     using Classes = std::vector<ClassId>;
-    RolloutStack* MakePage(const Classes& classes,
-                           const std::vector<std::vector<TRollout>>& rollouts);
+    struct Part {
+        std::string name;  // of the class
+        std::vector<TRollout> rollouts;
+    };
+    RolloutStack* MakePage(const Classes& classes, const std::vector<Part>& parts);
     RolloutStack* PageOf(const TPanelStack& stack);
     RolloutStack& ScatterPage();
 

@@ -5,8 +5,10 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
+#include "Dravin/config/settings.h"
 #include "apps/studio/panels/labelled_control.h"
 #include "apps/studio/panels/row_list.h"
+#include "host/base/log.h"
 #include "host/scene/scene.h"
 
 namespace {
@@ -23,8 +25,9 @@ bool Matches(TParamKey key, const QStringList& words) {
 // One rollout: a title that opens and closes it, and its controls, made when they are first seen.
 class RolloutWidget : public QWidget {
 public:
-    RolloutWidget(const PanelScope& scope, TRollout rollout)
-        : m_scope(scope), m_rollout(std::move(rollout)) {
+    // name: of the settings that keep whether it is open.
+    RolloutWidget(const PanelScope& scope, TRollout rollout, std::string name)
+        : m_scope(scope), m_rollout(std::move(rollout)), m_name(std::move(name)) {
         m_title = new QToolButton;
         m_title->setObjectName("rollout");
         m_title->setText(Text(m_rollout.title));
@@ -38,8 +41,11 @@ public:
         column->setSpacing(0);
         column->addWidget(m_title);
         column->addWidget(m_body);
-        connect(m_title, &QToolButton::clicked, this, [this](bool on) { m_isOpen = on, Lay(); });
-        m_isOpen = m_rollout.startsOpen;
+        connect(m_title, &QToolButton::clicked, this, [this](bool on) {
+            SetOpen(on);
+            KeepOpen();
+        });
+        m_isOpen = DravinSettings().ReadInt(SettingsKey(), m_name, m_rollout.startsOpen) != 0;
         Lay();
     }
 
@@ -114,6 +120,13 @@ private:
         return label;
     }
 
+    static std::string SettingsKey() { return std::string(kSettingsKey) + "\\Rollouts"; }
+    void KeepOpen() const {
+        std::string error;
+        if (!DravinSettings().Write(SettingsKey(), m_name, m_isOpen ? "1" : "0", &error))
+            LogWarning("Which rollouts are open is not kept: " + error);
+    }
+
     // What is open, belongs to the mode and passes the filter is seen.
     void Lay() {
         bool isFiltered = !m_words.isEmpty(), isAny = false;
@@ -140,6 +153,7 @@ private:
 
     PanelScope m_scope;
     TRollout m_rollout;
+    std::string m_name;
     QToolButton* m_title;
     QWidget* m_body;
     std::vector<Group> m_groups;
@@ -155,7 +169,9 @@ RolloutStack::RolloutStack(std::vector<RolloutSection> sections, QWidget* parent
     for (RolloutSection& section : sections) {
         Section& made = m_sections.emplace_back(Section{section.scope.panel, {}});
         for (TRollout& rollout : section.rollouts) {
-            made.rollouts.push_back(new RolloutWidget(section.scope, std::move(rollout)));
+            std::string name = section.name + " " + rollout.title;
+            made.rollouts.push_back(
+                new RolloutWidget(section.scope, std::move(rollout), std::move(name)));
             rows->addWidget(made.rollouts.back());
         }
     }

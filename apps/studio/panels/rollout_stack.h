@@ -14,6 +14,7 @@ class RolloutWidget;
 struct RolloutSection {
     PanelScope scope;
     std::vector<TRollout> rollouts;
+    std::string name;  // of the class: the user's settings keep under it what is open
 };
 
 class RolloutStack : public QWidget {

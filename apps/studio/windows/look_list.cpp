@@ -56,7 +56,7 @@ QVariant LookModel::data(const QModelIndex& index, int role) const {
     if (role == Qt::ToolTipRole) return row.path + "\n" + row.detail;
     if (role != Qt::DecorationRole) return {};
     const QImage* image = m_previews.Find({row.print, PictureSide()});
-    if (!image && onPictureMissing) onPictureMissing(index.row());
+    if (!image && onPictureMissing) onPictureMissing();
     QPixmap pixmap(PictureSide(), PictureSide());
     pixmap.fill(CurrentColors().field);
     if (image) pixmap = QPixmap::fromImage(*image);

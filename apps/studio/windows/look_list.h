@@ -18,8 +18,8 @@ public:
     LookModel(const LookPreviews& previews, QObject* parent)
         : QAbstractListModel(parent), m_previews(previews) {}
 
-    // A row that is seen has no picture yet.
-    std::function<void(int row)> onPictureMissing;
+    // A row that is being drawn has no picture yet.
+    std::function<void()> onPictureMissing;
 
     // Rows that stay the same keep their selection. ratio: physical pixels in a logical one.
     void Read(Scene& scene, LookKind kind, double ratio);

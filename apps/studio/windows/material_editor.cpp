@@ -12,6 +12,7 @@
 #include <QShortcut>
 #include <QSortFilterProxyModel>
 #include <QTabBar>
+#include <QTimer>
 #include <QToolButton>
 #include <QVBoxLayout>
 
@@ -141,6 +142,7 @@ QWidget* MaterialEditor::MakeSide() {
     m_title = new QLabel;
     m_title->setObjectName("look_title");
     m_title->setWordWrap(true);
+    m_title->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     m_users = new QLabel;
     m_users->setWordWrap(true);
     m_back = new QToolButton;
@@ -153,7 +155,7 @@ QWidget* MaterialEditor::MakeSide() {
         words->addWidget(each);
     words->addStretch(1);
     auto* head = new QHBoxLayout;
-    head->addWidget(m_picture);
+    head->addWidget(m_picture, 0, Qt::AlignLeft | Qt::AlignTop);
     head->addLayout(words, 1);
     auto* inside = new QWidget;
     auto* pages = new QVBoxLayout(inside);
@@ -198,9 +200,14 @@ void MaterialEditor::Listen() {
     };
     key(Qt::Key_Delete, [this] { RunOnCurrent("delete"); });
     key(Qt::Key_F2, [this] { AskName(); });
-    m_model->onPictureMissing = [this](int row) {
-        WishPicture(m_model->TargetAt(row), {m_model->PrintAt(row), m_model->PictureSide()});
+    // It is being drawn: not now.
+    m_model->onPictureMissing = [this] {
+        if (!std::exchange(m_lacksPictures, true))
+            QTimer::singleShot(0, this, [this] { WishWhenFree(); });
     };
+    m_connections.push_back(m_session.activityChanged.Connect([this] {
+        if (m_lacksPictures) QTimer::singleShot(0, this, [this] { WishWhenFree(); });
+    }));
     m_connections.push_back(m_session.changed.Connect([this](Scene& scene) {
         if (isVisible()) Read(scene);
     }));
@@ -267,7 +274,7 @@ RolloutStack* MaterialEditor::PageOf(ReferenceTarget& look) {
                      [this](Scene&) {
                          return TArguments{{Prefix(), ParamInput(CurrentPath())}};
                      }};
-    auto* page = new RolloutStack({{scope, RolloutsOf(look)}});
+    auto* page = new RolloutStack({{scope, RolloutsOf(look), look.ClassName()}});
     m_scroll->widget()->layout()->addWidget(page);
     return m_pages[id] = page;
 }
@@ -297,20 +304,36 @@ void MaterialEditor::ShowCurrent(Scene& scene) {
     int side = int(kPictureSide * devicePixelRatioF());
     m_shownPicture = {LookPrint(*look, scene.GetTime()), side};
     ShowPicture();
-    WishPicture(m_current, m_shownPicture);
+    WishPictures(scene);
+    Wish(scene, *look, m_shownPicture);
 }
 
 std::string MaterialEditor::CurrentPath() const {
     return m_model->PathAt(m_model->RowOf(m_current.lock().get())).toStdString();
 }
 
-void MaterialEditor::WishPicture(const std::weak_ptr<ReferenceTarget>& look,
-                                 LookPreviews::Key key) {
-    if (m_previews.IsWished(key)) return;
-    m_session.Look([self = QPointer<MaterialEditor>(this), look, key](Scene& scene) {
-        auto target = look.lock();
-        if (self && target) self->m_previews.Wish(key, CopyForPicture(*target, scene.GetTime()));
-    });
+// Of the rows that are seen, the lowest first: what was wished last is traced first.
+void MaterialEditor::WishPictures(Scene& scene) {
+    QRect seen = m_list->viewport()->rect();
+    int first = std::max(m_list->indexAt(seen.topLeft()).row(), 0), end = first;
+    while (end < m_filtered->rowCount() &&
+           m_list->visualRect(m_filtered->index(end, 0)).top() <= seen.bottom())
+        ++end;
+    for (int i = end; i-- > first;) {
+        int row = m_filtered->mapToSource(m_filtered->index(i, 0)).row();
+        Wish(scene, *m_model->TargetAt(row), {m_model->PrintAt(row), m_model->PictureSide()});
+    }
+}
+
+void MaterialEditor::Wish(Scene& scene, ReferenceTarget& look, LookPreviews::Key key) {
+    if (!m_previews.IsWished(key)) m_previews.Wish(key, CopyForPicture(look, scene.GetTime()));
+}
+
+// When nobody works on the scene: builds for the view do not give way to pictures.
+void MaterialEditor::WishWhenFree() {
+    if (!m_lacksPictures || !isVisible() || !m_session.IsFree()) return;
+    m_lacksPictures = false;
+    m_session.Look([this](Scene& scene) { WishPictures(scene); });
 }
 
 // Until the new one is there the last one stays.

@@ -48,7 +48,9 @@ private:
     void ShowCurrent(Scene& scene);
     // It is what is shown from now on; what was before, Back leads to.
     void Remember(const std::weak_ptr<ReferenceTarget>& look);
-    void WishPicture(const std::weak_ptr<ReferenceTarget>& look, LookPreviews::Key key);
+    void WishPictures(Scene& scene);
+    void Wish(Scene& scene, ReferenceTarget& look, LookPreviews::Key key);
+    void WishWhenFree();
     void ShowPicture();
     RolloutStack* PageOf(ReferenceTarget& look);
 
@@ -78,6 +80,6 @@ private:
     std::vector<std::weak_ptr<ReferenceTarget>> m_before;  // what was shown, the newest last
     QString m_wanted;  // path of what a command has made, until the list knows it
     LookPreviews::Key m_shownPicture;
-    bool m_isReading = false;
+    bool m_isReading = false, m_lacksPictures = false;
     std::vector<Connection> m_connections;
 };

@@ -5,6 +5,7 @@
 #include "Dravin/commands/all_commands.h"
 #include "Dravin/materials/leaf_modifier.h"
 #include "Dravin/materials/scene_looks.h"
+#include "host/scene/class_values.h"
 #include "host/scene/derived_object.h"
 #include "host/scene/host_context.h"
 #include "host/scene/physical_material.h"

@@ -59,10 +59,11 @@ TEST_F(ClassRollouts, EveryParameterWithAControlStandsOnceWhateverTheClass) {
             for (TParamKey key : group.params) ++placed[key];
         });
         for (const ValueTable& table : ValueTablesOf(*thing))
-            for (const ParamDef& def : table.Desc().params)
-                if (def.control != ControlKind::kNone)
-                    EXPECT_EQ(placed[TParamKey(table.Desc(), def.id)], 1)
-                        << thing->ClassName() << " " << def.name;
+            for (const ParamDef& def : table.Desc().params) {
+                if (def.control == ControlKind::kNone) continue;
+                EXPECT_EQ(placed[TParamKey(table.Desc(), def.id)], 1)
+                    << thing->ClassName() << " " << def.name;
+            }
         for (const auto& [key, count] : placed)
             EXPECT_TRUE(ValueTableOf(*thing, *key.table)) << thing->ClassName();
     }

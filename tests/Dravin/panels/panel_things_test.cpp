@@ -48,7 +48,9 @@ struct PanelThings : PanelScene {
             return panel.SetText(key, "other.png");
         if (def.type == ParamType::kBool) return panel.SetBool(key, now.number == 0);
         if (!def.entries.empty()) return panel.SetEntry(key, now.number == 0 ? 1 : 0);
-        return panel.Enter(key, now.number == 0.5 ? "0.75" : now.number == 3 ? "2" : "3");
+        bool isShare = def.hasRange && def.max <= 1;
+        if (isShare) return panel.Enter(key, now.number == 0.5 ? "0.75" : "0.5");
+        return panel.Enter(key, now.number == 3 ? "2" : "3");
     }
 };
 

@@ -11,11 +11,14 @@
 #include <QTableView>
 #include <QTimer>
 
+#include "Dravin/panels/class_rollouts.h"
+#include "Dravin/panels/look_choices.h"
 #include "apps/studio/panels/number_field.h"
 #include "apps/studio/panels/rollout_stack.h"
 #include "apps/studio/windows/studio_windows.h"
 #include "host/scene/class_values.h"
 #include "host/scene/derived_object.h"
+#include "host/scene/host_context.h"
 #include "host/scene/physical_material.h"
 #include "host/scene/texmaps.h"
 #include "tests/apps/studio/studio_window.h"
@@ -43,6 +46,8 @@ struct MaterialWindow : StudioWindow {
         Open(text);
         editor = &window->Windows().OpenMaterials();
         list = editor->findChild<QListView*>("looks");
+        EXPECT_TRUE(QTest::qWaitForWindowActive(editor));
+        QTest::qWait(100);  // windows settle
         Rest();
     }
     QStringList Names() {
@@ -217,6 +222,8 @@ TEST_F(MaterialWindow, WhatIsShownMayBeDeletedByOthers) {
     hand::Type(field, "0.5");
     hand::Key(field, Qt::Key_Return);
     EXPECT_EQ(Look<StandardMtl>("bark")->opacity, 0.5f);
+    list->setFocus();
+    QCoreApplication::processEvents();
     hand::Key(list, Qt::Key_Delete);
     EXPECT_TRUE(Names().isEmpty());
     EXPECT_EQ(editor->findChild<QLabel*>("look_title")->text(), "No materials");
@@ -232,7 +239,7 @@ TEST_F(MaterialWindow, SpheresComeAndTheSceneMayGoMeanwhile) {
         if (label->accessibleName() == "Preview") picture = label;
     ASSERT_TRUE(hand::Wait([picture] { return !picture->pixmap(Qt::ReturnByValue).isNull(); }));
     Session().Run("material.set", "", {{"material", "bark"}, {"name", "opacity"}, {"value", 0.5}});
-    QCoreApplication::processEvents();
+    Rest();
     Session().NewScene();  // while the new sphere is being traced
     Rest();
     EXPECT_TRUE(Names().isEmpty());
@@ -273,7 +280,7 @@ TEST_F(MaterialWindow, AnImageThatIsNoneSaysSoAndStays) {
 // --- panels of what is selected
 
 TEST_F(MaterialWindow, ThePanelShowsWhateverIsSelected) {
-    OpenEditor();
+    Open(kLookScene);
     SelectNode("lamp");
     TParamKey intensity;
     Session().Look([&](Scene& scene) {
@@ -284,8 +291,9 @@ TEST_F(MaterialWindow, ThePanelShowsWhateverIsSelected) {
     ASSERT_TRUE(control);
     EXPECT_TRUE(control->isVisibleTo(window.get()));
     auto* field = dynamic_cast<NumberField*>(control->Editor());
+    window->activateWindow();
     field->setFocus();
-    QCoreApplication::processEvents();
+    EXPECT_TRUE(hand::Wait([field] { return field->hasSelectedText(); }));
     hand::Type(field, "2.5");
     hand::Key(field, Qt::Key_Return);
     Rest();
@@ -340,4 +348,73 @@ TEST_F(MaterialWindow, ModifiersOfANodeComeAndGoByTheirList) {
     Session().Look([&](Scene& scene) {
         EXPECT_TRUE(dynamic_cast<ShapeObject*>(scene.FindNode("outline")->GetObjectRef()));
     });
+}
+
+TEST_F(MaterialWindow, EveryClassOfMaterialsAndMapsHasItsControls) {
+    OpenEditor();
+    std::vector<std::pair<const char*, std::string>> classes;
+    Session().Look([&](Scene&) {
+        for (auto [type, command] : {std::pair{ParamType::kMaterial, "material.new"},
+                                     std::pair{ParamType::kTexmap, "map.new"}})
+            for (const ClassDesc* desc : LookClasses(type))
+                classes.emplace_back(command, desc->internalName);
+    });
+    EXPECT_GT(classes.size(), 10u);
+    for (const auto& [command, name] : classes) {
+        SCOPED_TRACE(name);
+        Session().Run(command, "",
+                      {{"class", ParamInput(name)}, {"name", ParamInput("x " + name)}});
+        Rest();
+        std::shared_ptr<ReferenceTarget> look;
+        Session().Look([&](Scene& scene) {
+            std::string error;
+            bool isMap = std::string(command) == "map.new";
+            LookKind kind = isMap ? LookKind::kMap : LookKind::kMaterial;
+            look = FindLook(scene, kind, "x " + name, &error);
+        });
+        ASSERT_TRUE(look);
+        editor->ShowLook(look);
+        Rest();
+        ASSERT_TRUE(editor->Rollouts());
+        for (const TRollout& rollout : RolloutsOf(*look))
+            for (const TPanelGroup& group : rollout.groups)
+                for (TParamKey key : group.params) {
+                    ParamControl* control = editor->Rollouts()->ControlOf(key);
+                    ASSERT_TRUE(control) << key.Def().name;
+                    EXPECT_FALSE(control->Editor()->accessibleName().isEmpty()) << key.Def().name;
+                }
+    }
+    QTest::qWait(200);
+    EXPECT_FALSE(window->LogText().contains("Error")) << window->LogText().toStdString();
+}
+
+TEST_F(MaterialWindow, EveryClassOfObjectsHasItsPanel) {
+    OpenEditor();
+    std::vector<std::string> nodes;
+    Session().Do([&](Scene& scene) {
+        ClassRegistry& classes = HostContext::Current()->classes;
+        for (SuperClass super : {SuperClass::kGeomObject, SuperClass::kShape, SuperClass::kCamera,
+                                 SuperClass::kLight, SuperClass::kHelper, SuperClass::kParticles})
+            for (const ClassDesc* desc : classes.OfSuperClass(super)) {
+                auto object = std::dynamic_pointer_cast<Object>(desc->create());
+                if (!desc->isPublic || !object) continue;
+                nodes.push_back("a " + desc->internalName);
+                scene.AddNode(nodes.back(), object);
+            }
+    });
+    Rest();
+    EXPECT_GT(nodes.size(), 8u);
+    for (const std::string& name : nodes) {
+        SCOPED_TRACE(name);
+        SelectNode(name.c_str());
+        std::vector<TParamKey> keys;
+        Session().Look([&](Scene& scene) {
+            for (ReferenceTarget* part : PartsOf(*scene.FindNode(name)))
+                for (const TRollout& rollout : RolloutsOf(*part))
+                    for (const TPanelGroup& group : rollout.groups)
+                        keys.insert(keys.end(), group.params.begin(), group.params.end());
+        });
+        EXPECT_FALSE(keys.empty());  // every node has its own
+        for (TParamKey key : keys) EXPECT_TRUE(window->Panel().ControlOf(key)) << key.Def().name;
+    }
 }

@@ -257,7 +257,7 @@ TEST_F(StudioPictures, TheMaterialsOfTheDemo) {
     MaterialEditor& editor = window->Windows().OpenMaterials();
     editor.resize(900, 720);
     Rest();
-    QTest::qWait(3000);  // spheres
+    QTest::qWait(8000);  // spheres
     Write(&editor, "studio-materials.png");
 }
 
