@@ -195,6 +195,7 @@ TEST_F(Transforms, F12TurnsAndScalesWithTheTool) {
     Type("absolute_z", "90");
     auto turned = [this] {
         Matrix3 tm;
+        Rest();
         Session().Look([&](Scene& scene) { tm = scene.FindNode("left")->GetNodeTM(0); });
         return tm;
     };
