@@ -179,16 +179,21 @@ void Scene::DeleteNode(INode& node) {
 // Being there and not being there are one record: what one direction undoes the other redoes.
 // isIn: whether the node is there now, after being added, or will not be, being deleted. What
 // refers to a node that an undone addition takes out refers to it again when it is redone.
+// An undone addition gives its handle back, so that files show no trace of it. Should a node that
+// nobody records have taken that handle since, the one that comes back gets another.
 void Scene::RecordPresence(INode& node, bool isIn) {
     auto parent = std::static_pointer_cast<INode>(node.m_parent->shared_from_this());
-    auto exchange = [this, n = &node, parent, place = node.PlaceInParent(), isIn,
+    auto exchange = [this, n = &node, parent, place = node.PlaceInParent(), isIn, isAddition = isIn,
                      lost = Hold::Records()]() mutable {
         if (isIn) {
             place = n->PlaceInParent();
             Announce(HostNotify::kNodeDeleted, n);
             lost = Hold::RecordApart([n] { n->NotifyDeleted(); });
             TakeOut(*n);
+            if (isAddition && n->m_handle == m_lastHandle) --m_lastHandle;
         } else {
+            if (FindHandle(n->m_handle)) n->m_handle = m_lastHandle + 1;
+            ReserveHandles(n->m_handle);
             PutIn(*n, *parent, place);
             Hold::RestoreAll(lost);
             Announce(HostNotify::kNodeAdded, n);

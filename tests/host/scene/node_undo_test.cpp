@@ -406,3 +406,53 @@ TEST_F(NodeUndo, ListedNodesComeBackBehindAListThatChanged) {
     ASSERT_TRUE(scene.undo.Redo());
     EXPECT_EQ(light->NumShadowNodes(), 0);
 }
+
+TEST_F(NodeUndo, AnUndoneAdditionGivesItsHandleBack) {
+    scene.AddNode("a", nullptr);
+    NodeHandle before = scene.LastHandle();
+    scene.undo.Begin();
+    NodeHandle first = scene.AddNode("b", nullptr)->GetHandle();
+    NodeHandle second = scene.AddNode("c", nullptr)->GetHandle();
+    scene.undo.Accept("add");
+    ASSERT_TRUE(scene.undo.Undo());
+    EXPECT_EQ(scene.LastHandle(), before);
+    ASSERT_TRUE(scene.undo.Redo());
+    EXPECT_EQ(scene.FindNode("b")->GetHandle(), first);
+    EXPECT_EQ(scene.FindNode("c")->GetHandle(), second);
+    EXPECT_EQ(scene.LastHandle(), second);
+    ASSERT_TRUE(scene.undo.Undo());
+    EXPECT_EQ(scene.LastHandle(), before);
+}
+
+// Handles of deleted nodes stay theirs: undo brings them back.
+TEST_F(NodeUndo, ADeletedNodeKeepsItsHandle) {
+    INode* node = scene.AddNode("a", nullptr);
+    NodeHandle handle = node->GetHandle();
+    scene.undo.Begin();
+    scene.DeleteNode(*node);
+    scene.undo.Accept("delete");
+    EXPECT_EQ(scene.LastHandle(), handle);
+    scene.undo.Begin();
+    EXPECT_EQ(scene.AddNode("b", nullptr)->GetHandle(), handle + 1);
+    scene.undo.Accept("add");
+    ASSERT_TRUE(scene.undo.Undo());
+    ASSERT_TRUE(scene.undo.Undo());
+    EXPECT_EQ(scene.FindHandle(handle), scene.FindNode("a"));
+    EXPECT_EQ(scene.LastHandle(), handle);
+}
+
+TEST_F(NodeUndo, ARedoneNodeWhoseHandleIsTakenGetsAnother) {
+    scene.undo.Begin();
+    scene.AddNode("a", nullptr);
+    scene.undo.Accept("add");
+    ASSERT_TRUE(scene.undo.Undo());
+    INode* taker = scene.AddNode("unrecorded", nullptr);
+    ASSERT_TRUE(scene.undo.Redo());
+    INode* back = scene.FindNode("a");
+    ASSERT_TRUE(back);
+    EXPECT_NE(back->GetHandle(), taker->GetHandle());
+    EXPECT_EQ(scene.FindHandle(back->GetHandle()), back);
+    EXPECT_EQ(scene.FindHandle(taker->GetHandle()), taker);
+    ASSERT_TRUE(scene.undo.Undo());
+    EXPECT_EQ(scene.FindHandle(taker->GetHandle()), taker);
+}
