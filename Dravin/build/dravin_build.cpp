@@ -138,7 +138,7 @@ bool TDravinBuild::IsForView() const {
     const TBuildFlags& f = m_flags;
     bool isPlain = !f.noMesh && !f.render && !f.skipMesh && !f.fileMesh && !f.viewportOnly &&
                    !f.effectsOff && !f.noLimit && !f.unprotected && !f.noCameraLimit &&
-                   !f.collisions && !f.selectedOnly && f.forceThreads == 0;
+                   !f.collisions && !f.selectedOnly && f.forceThreads == 0 && f.displayLimit == 0;
     return isPlain && f.part.IsWhole() && !m_consumer;
 }
 

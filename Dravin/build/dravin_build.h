@@ -30,6 +30,8 @@ class TDensityMap;
 class TDravin;
 class TInputMaker;
 class TParameters;
+struct TItemId;
+struct TProbedItem;
 
 // How much of the last build a change makes out of date.
 enum class TRemake {
@@ -61,7 +63,10 @@ struct TBuildFlags {
     // has changed since.
     bool keepItems = false;
     int forceThreads = 0;  // 0: as the parameters say
-    TBuildPart part;       // one of several, whose overlaps are left to who joins them
+    // Items of a build for the view, where the parameters allow more: a first answer, which is not
+    // the view's. 0: as they say.
+    int displayLimit = 0;
+    TBuildPart part;  // one of several, whose overlaps are left to who joins them
 };
 
 class TDravinBuild {
@@ -128,6 +133,11 @@ public:
     // (`rendermode`), shows proxy shapes, or has shadow planes for billboards. Builds for renderers
     // that instance templates too need no mesh otherwise.
     bool RendersMesh(TimeValue t) const;
+
+    // An item of the last build as it comes to one of its effect programs, from 0; behind the last
+    // one: to none. The items are made once more until it is met, whatever the list holds since.
+    // None: no such item came there.
+    std::optional<TProbedItem> ProbeItem(const TItemId& id, size_t program);
 
     // Geometry of the areas, kept for the next build.
     TAreaCache& Areas() { return m_areas; }

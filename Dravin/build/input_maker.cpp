@@ -400,9 +400,10 @@ void TInputMaker::SetEffects(TBuildInput& input, Interval* valid) {
     m_effectErrors = effects.Errors();
     for (const TEffectError& error : m_effectErrors)
         LogWarning(fmt::format("effect \"{}\": {}", error.effectName, error.text));
+    // Maps and curves serve those who try programs, too.
+    m_parts.programs = programs;
     if (programs->programs.empty()) return;
     input.effects = programs.get();
-    m_parts.programs = std::move(programs);
     input.areaFalloffs.effectsActive = true;
 }
 
@@ -418,6 +419,8 @@ std::unique_ptr<TBuildInput> TInputMaker::Make(const TSpecBuildList& specimens, 
     input->displayLimit = m_flags.noLimit  ? kNoLimit
                           : m_flags.render ? m_p.Int(dispParams::kRmaxitems)
                                            : m_p.Int(dispParams::kVmaxitems);
+    if (m_flags.displayLimit > 0)
+        input->displayLimit = std::min<int64_t>(input->displayLimit, m_flags.displayLimit);
     input->renderLimit = m_flags.noLimit ? kNoLimit : m_p.Int(dispParams::kRmaxitems);
     if (!m_flags.unprotected) input->memoryLimit = FreeMemory();
     input->renderSkip = m_p.Int(dispParams::kRskip);

@@ -9,6 +9,7 @@ TCommandTable MakeCommandTable() {
     AddEffectLibraryCommands(table);
     AddEffectLinkCommands(table);
     AddEffectParameterCommands(table);
+    AddEffectValueCommands(table);
     AddFileCommands(table);
     AddGeometryCommands(table);
     AddLeafCommands(table);

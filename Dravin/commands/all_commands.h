@@ -14,6 +14,7 @@ void AddEffectCommands(TCommandTable& table);
 void AddEffectLibraryCommands(TCommandTable& table);
 void AddEffectLinkCommands(TCommandTable& table);
 void AddEffectParameterCommands(TCommandTable& table);
+void AddEffectValueCommands(TCommandTable& table);
 void AddFileCommands(TCommandTable& table);
 void AddGeometryCommands(TCommandTable& table);
 void AddLeafCommands(TCommandTable& table);

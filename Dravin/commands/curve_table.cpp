@@ -2,6 +2,7 @@
 #include "Dravin/commands/all_commands.h"
 #include "Dravin/commands/command_values.h"
 #include "Dravin/commands/curve_session.h"
+#include "Dravin/commands/curve_use.h"
 
 namespace {
 
@@ -59,6 +60,16 @@ TCommandResult Get(TCommandCall&, const TCurvePlace& place) {
     return TCommandResult::Value(ParamInput(std::move(rows)));
 }
 
+TCommandResult Use(TCommandCall& call, const TCurvePlace& place) {
+    int pieces = call.Int("pieces", 20);
+    if (pieces < 1 || pieces > 1000) return TCommandResult::Error("\"pieces\" goes from 1 to 1000");
+    TCurveUse use = CurveUse(place, size_t(pieces));
+    if (use.counts.empty()) return TCommandResult::Error(use.reason);
+    ParamInput::Array counts;
+    for (size_t count : use.counts) counts.emplace_back(int64_t(count));
+    return TCommandResult::Value(ParamInput(std::move(counts)));
+}
+
 TCommandResult Edit(TCommandCall&, const TCurvePlace& place) {
     bool isOpen = EditedCurve() == place;
     SetEditedCurve(isOpen ? std::nullopt : std::optional(place));
@@ -74,6 +85,14 @@ void AddCurveCommands(TCommandTable& table) {
                TCommandTarget::kObject,
                {kCurve},
                OnCurve(Get)});
+    table.Add(
+        {"curve.use",
+         "",
+         "Gives how many items of the last build stand on each of equal pieces of a curve; of "
+         "large lists a sample.",
+         TCommandTarget::kObject,
+         {kCurve, {"pieces", Kind::kInteger, "how many, 1 to 1000 (default: 20)"}},
+         OnCurve(Use)});
     table.Add({"curve.set",
                "Edit Curve",
                "Sets the points of a curve; handles are relative to their point.",

@@ -12,8 +12,7 @@ namespace {
 using Kind = TArgumentKind;
 using namespace effectParams;
 
-const TArgumentInfo kEffect = {"effect", Kind::kValue,
-                               "number from 0, name or id (default: the only or selected one)"};
+const TArgumentInfo kEffect = EffectArgument();
 const TArgumentInfo kHandle = {"handle", Kind::kInteger, "of a node of the scene", true};
 
 TQtLink LinkOf(TCommandCall& call) {

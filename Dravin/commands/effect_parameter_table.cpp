@@ -15,8 +15,7 @@ namespace {
 using Kind = TArgumentKind;
 using namespace effectParams;
 
-const TArgumentInfo kEffect = {"effect", Kind::kValue,
-                               "number from 0, name or id (default: the only or selected one)"};
+const TArgumentInfo kEffect = EffectArgument();
 const TArgumentInfo kParameter = {"parameter", Kind::kText, "its name or id", true};
 
 TEffectParameters& Parameters(const TCommandCall& call) {

@@ -54,6 +54,11 @@ void MarkAllEffects(const Scene& scene) {
             object->Invalidate(TRemake::kItems);
 }
 
+TArgumentInfo EffectArgument() {
+    return {"effect", TArgumentKind::kValue,
+            "number from 0, name or id (default: the only or selected one)"};
+}
+
 int EffectOfCall(const TCommandCall& call, TCommandResult* result) {
     TEffectCommands& effects = EffectCommandsOf(*call.object);
     int count = effects.Count();

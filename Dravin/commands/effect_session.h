@@ -10,6 +10,7 @@
 class Scene;
 class TCommandCall;
 class TDravin;
+struct TArgumentInfo;
 struct TCommandResult;
 
 // Needs a session.
@@ -17,6 +18,8 @@ TEffectCommands& EffectCommandsOf(TDravin& object);
 // The next build of every scatter object of the scene compiles its effects again.
 void MarkAllEffects(const Scene& scene);
 
+// The argument that EffectOfCall reads.
+TArgumentInfo EffectArgument();
 // The row that the argument "effect" of a call means: a number from 0, a name or an id; without it
 // the only effect, else the selected one. -1 with the reason in `result`.
 int EffectOfCall(const TCommandCall& call, TCommandResult* result);

@@ -15,8 +15,7 @@ namespace {
 using Kind = TArgumentKind;
 using namespace effectParams;
 
-const TArgumentInfo kEffect = {"effect", Kind::kValue,
-                               "number from 0, name or id (default: the only or selected one)"};
+const TArgumentInfo kEffect = EffectArgument();
 
 TEffectCommands& Effects(const TCommandCall& call) { return EffectCommandsOf(*call.object); }
 

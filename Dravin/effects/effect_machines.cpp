@@ -263,7 +263,11 @@ void TDistributeEffectVMList::Run(const TEffectLanes& items) {
     TItemLanes& lanes = items.lanes;
     bool keepsVectors = lanes.from.Size() > 0;
     for (size_t k = 0; keepsVectors && k < lanes.count; ++k) lanes.from[k].effectVector = {};
-    for (TDistributeEffectVM& machine : m_machines) machine.Run(items, m_input, m_host);
+    for (size_t i = 0; i < m_machines.size(); ++i) {
+        Reached(i, items);
+        m_machines[i].Run(items, m_input, m_host);
+    }
+    Reached(m_machines.size(), items);
     // An item that a program hides keeps no vector, not even of the programs before.
     for (size_t k = 0; keepsVectors && k < lanes.count; ++k)
         if (!lanes.IsAlive(k)) lanes.from[k].effectVector = {};

@@ -65,6 +65,10 @@ public:
     void Run(const TEffectLanes& items) override;
 
 private:
+    // The items as they come to that program of the list; behind the last one: as all have left
+    // them.
+    virtual void Reached(size_t program, const TEffectLanes& items) {}
+
     const TBuildInput& m_input;
     std::vector<const BezierCurve*> m_curves;
     TEffVMCallback m_host;

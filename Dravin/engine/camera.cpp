@@ -9,13 +9,16 @@ constexpr float kSmallestRange = 0.0001f;
 constexpr float kWidestView = 3.1414f;  // radians; at half a turn the sides have no direction
 
 float CurveAt(const FalloffCurve& curve, const TCameraState& camera, const Point3& position) {
-    float dx = camera.position.x - position.x, dy = camera.position.y - position.y;
-    float distance = std::sqrt(dx * dx + dy * dy);
-    float u = (distance - camera.near) / (camera.far - camera.near);
-    return EvalFalloffCurve(&curve, u, false) * 0.01f;
+    return EvalFalloffCurve(&curve, PlaceInFalloff(camera, position), false) * 0.01f;
 }
 
 }  // namespace
+
+float PlaceInFalloff(const TCameraState& camera, const Point3& position) {
+    float dx = camera.position.x - position.x, dy = camera.position.y - position.y;
+    float distance = std::sqrt(dx * dx + dy * dy);
+    return (distance - camera.near) / (camera.far - camera.near);
+}
 
 TViewVolume::TViewVolume(const Shape& shape, const Matrix3& toObject) {
     float fov = std::min(shape.fovRadians, kWidestView);  // keeps what is no number

@@ -63,6 +63,8 @@ struct TCameraState {
     float lodDistance = 0;  // 0: the LOD object's own
 };
 
+// Where a position stands on the curves of the falloffs: 0 at near, 1 at far, beyond them outside.
+float PlaceInFalloff(const TCameraState& camera, const Point3& position);
 // Whether the density falloff drops an item at `position`; r is its draw. Where near and far are
 // one the curve's end decides.
 bool CameraDensityDrop(const TCameraState& camera, const Point3& position, float r);

@@ -7,14 +7,17 @@ namespace {
 
 constexpr float kSmallestRange = 0.0001f;
 
-bool HasRange(const TRangeRule& rule) { return rule.max - rule.min >= kSmallestRange; }
-
 float RulePercent(const FalloffCurve& curve, const TRangeRule& rule, float measure) {
-    float clamped = std::clamp(measure, rule.min, rule.max);
-    return EvalFalloffCurve(&curve, (clamped - rule.min) / (rule.max - rule.min), false);
+    return EvalFalloffCurve(&curve, PlaceInRange(rule, measure), false);
 }
 
 }  // namespace
+
+bool HasRange(const TRangeRule& rule) { return rule.max - rule.min >= kSmallestRange; }
+
+float PlaceInRange(const TRangeRule& rule, float measure) {
+    return (std::clamp(measure, rule.min, rule.max) - rule.min) / (rule.max - rule.min);
+}
 
 std::optional<TItemHit> SurfaceHit(const TBuildInput& input, const Point3& point,
                                    const TSurfaceFilter& filter) {

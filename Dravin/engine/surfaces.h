@@ -23,6 +23,10 @@ Point3 WorkingNormal(const Point3& faceNormal, float directionPercent);
 
 // Whether a measure is beyond the rule's limits.
 bool IsBeyond(const TRangeRule& rule, float measure);
+// Whether the rule's range is wide enough for curves over it, and where a measure stands on them,
+// 0..1.
+bool HasRange(const TRangeRule& rule);
+float PlaceInRange(const TRangeRule& rule, float measure);
 // Whether the rule's density falloff drops a measure; r is the item's draw.
 bool FadesOut(const TRangeRule& rule, float measure, float r);
 // Factor that the rule's scale curve puts on an item.

@@ -1,8 +1,9 @@
 // Trying a program while it is written: does it compile, and what do its lines compute?
 //
-// A program is tried with the parameters of its effect, as builds see them but for maps and curves
-// (which give black and 0), on one fresh item at the origin: the one that `dravin effect run` uses.
-// Own copies of everything; any thread, but for reading the variables.
+// A program is tried with the parameters of its effect, as builds see them. On one fresh item at
+// the origin, the one that `dravin effect run` uses, maps are black and curves 0: own copies of
+// everything, and any thread, but for reading the variables. On an item of a build all is as there,
+// in the scene's thread.
 #pragma once
 
 #include <optional>
@@ -14,6 +15,8 @@
 
 class Scene;
 class TDravin;
+struct TItemId;
+struct TProbedItem;
 
 // A parameter of an effect.
 struct TEffectVariable {
@@ -55,3 +58,12 @@ struct TLineValue {
 inline constexpr int kMaxTriedStatements = 200;
 std::vector<TLineValue> TryEffectProgram(const std::vector<TEffectVariable>& variables,
                                          std::string_view program);
+
+// An item of the object's last build as it comes to an effect. Makes items until it is met. None:
+// no such item came there.
+std::optional<TProbedItem> FindTriedItem(TDravin& object, const std::string& effectId,
+                                         const TItemId& id);
+// The same on such an item, while the build that it is of stands.
+std::vector<TLineValue> TryEffectProgram(const std::vector<TEffectVariable>& variables,
+                                         std::string_view program, const TDravin& object,
+                                         const TProbedItem& item);

@@ -1,4 +1,4 @@
-#include "Dravin/panels/effect_check.h"
+#include "Dravin/commands/effect_check.h"
 
 #include <gtest/gtest.h>
 

@@ -1,12 +1,15 @@
-#include "Dravin/panels/effect_check.h"
+#include "Dravin/commands/effect_check.h"
 
 #include <algorithm>
 
+#include "Dravin/build/dravin_build.h"
+#include "Dravin/build/effect_trial.h"
 #include "Dravin/dravin.h"
 #include "Dravin/effects/effect_kinds.h"
 #include "Dravin/effects/effect_language.h"
 #include "Dravin/effects/effect_list.h"
 #include "Dravin/effects/fresh_item.h"
+#include "Dravin/effects/item_probe.h"
 #include "Dravin/effects/tavuvm_expr/lexer.h"
 #include "host/scene/scene.h"
 
@@ -40,9 +43,15 @@ bool Declare(const std::vector<TEffectVariable>& variables, TEffectNames& effect
     return true;
 }
 
-// What a program prints for a fresh item; none when it does not compile or run.
+// What a program is tried on; without an item a fresh one.
+struct Trial {
+    const TProbedItem* item = nullptr;
+    TEffVMCallback host;
+};
+
+// What a program prints; none when it does not compile or run.
 std::optional<std::string> Output(const std::vector<TEffectVariable>& variables,
-                                  const std::string& program) {
+                                  const std::string& program, const Trial& trial) {
     TEffectNames effect;
     TProgramFault fault;
     if (!Declare(variables, effect, &fault)) return std::nullopt;
@@ -50,10 +59,14 @@ std::optional<std::string> Output(const std::vector<TEffectVariable>& variables,
     if (!compiled.code) return std::nullopt;
     tavuvm_expr::vmachine machine(compiled.code);
     SetFreshItem(machine, effect);
+    if (trial.item)
+        for (size_t i = 0; i < trial.item->attributes.size(); ++i)
+            machine.set_slot(effect.itemSlot + i, trial.item->attributes[i]);
+    if (trial.host.input) machine.set_slot(effect.timeSlot, int32_t(trial.host.input->time));
     std::string output;
     machine.set_output(&output);
-    TNuRandom random(1);
-    TEffVMCallback host;
+    TNuRandom random = trial.item ? trial.item->random : TNuRandom(1);
+    TEffVMCallback host = trial.host;
     if (!machine.run(&random, &host)) return std::nullopt;
     return output;
 }
@@ -134,6 +147,29 @@ TEffectVariable ReadVariable(const Scene& scene, const IParamBlock2& block, cons
     return variable;
 }
 
+// A program up to each of its statements, which then prints what that has assigned: every prefix
+// draws the same random numbers.
+std::vector<TLineValue> Try(const std::vector<TEffectVariable>& variables, std::string_view program,
+                            const Trial& trial) {
+    std::vector<TLineValue> values;
+    tavuvm_expr::parser::lexer lexer(program);
+    Statement statement;
+    for (int i = 0; i < kMaxTriedStatements; ++i) {
+        statement = {};
+        if (!ReadStatement(lexer, program, &statement)) break;
+        if (statement.target.empty() && !statement.prints) continue;
+        std::string prefix(program.substr(0, statement.end));
+        if (!statement.prints) prefix += "\nprint " + statement.target + ";";
+        std::optional<std::string> output = Output(variables, prefix, trial);
+        if (!output) continue;
+        std::string value = LastLine(*output);
+        int line =
+            int(1 + std::count(program.begin(), program.begin() + long(statement.end), '\n'));
+        values.push_back({line, statement.prints ? value : statement.target + " = " + value});
+    }
+    return values;
+}
+
 }  // namespace
 
 std::vector<TEffectVariable> ReadEffectVariables(const Scene& scene, const TDravin& object,
@@ -142,6 +178,8 @@ std::vector<TEffectVariable> ReadEffectVariables(const Scene& scene, const TDrav
     const IParamBlock2& block = object.Block(kEffectParams);
     TEffectContext context;
     context.time = scene.GetTime();
+    if (INode* node = GetWorldNode(object))
+        context.toObject = Inverse(node->GetObjectTM(context.time));
     TEffectList list(block, object.CurveSet(kSlotEffectCurves), context);
     for (const TEffect& effect : list.Effects())
         if (effect.id == effectId)
@@ -160,25 +198,19 @@ std::optional<TProgramFault> CheckEffectProgram(const std::vector<TEffectVariabl
     return TProgramFault{compiled.message, compiled.line, compiled.column};
 }
 
-// A program up to each of its statements, which then prints what that has assigned: every prefix
-// draws the same random numbers.
 std::vector<TLineValue> TryEffectProgram(const std::vector<TEffectVariable>& variables,
                                          std::string_view program) {
-    std::vector<TLineValue> values;
-    tavuvm_expr::parser::lexer lexer(program);
-    Statement statement;
-    for (int i = 0; i < kMaxTriedStatements; ++i) {
-        statement = {};
-        if (!ReadStatement(lexer, program, &statement)) break;
-        if (statement.target.empty() && !statement.prints) continue;
-        std::string prefix(program.substr(0, statement.end));
-        if (!statement.prints) prefix += "\nprint " + statement.target + ";";
-        std::optional<std::string> output = Output(variables, prefix);
-        if (!output) continue;
-        std::string value = LastLine(*output);
-        int line =
-            int(1 + std::count(program.begin(), program.begin() + long(statement.end), '\n'));
-        values.push_back({line, statement.prints ? value : statement.target + " = " + value});
-    }
-    return values;
+    return Try(variables, program, {});
+}
+
+std::optional<TProbedItem> FindTriedItem(TDravin& object, const std::string& effectId,
+                                         const TItemId& id) {
+    return object.Build().ProbeItem(id, ProgramsBefore(object, effectId));
+}
+
+std::vector<TLineValue> TryEffectProgram(const std::vector<TEffectVariable>& variables,
+                                         std::string_view program, const TDravin& object,
+                                         const TProbedItem& item) {
+    TTrialSurroundings around(object);
+    return Try(variables, program, {&item, around.Host()});
 }
