@@ -32,11 +32,14 @@ constexpr std::pair<int, const char*> kExitCodeTexts[] = {
 
 ConsoleOptions g_options;
 std::atomic<ConsoleWatcher*> g_watcher{nullptr};
+thread_local ConsoleWatcher* t_watcher = nullptr;  // stands before the one of all threads
 // What the bar on the terminal shows, in percent; kNoBar where there is none.
 constexpr int kNoBar = -1;
 std::atomic<int> g_barPercent{kNoBar};
 int g_resultsError = 0;      // errno of the first result that did not arrive
 FILE* g_messages = nullptr;  // standard error as the program found it; null: stderr itself
+
+ConsoleWatcher* Watcher() { return t_watcher ? t_watcher : g_watcher.load(); }
 
 FILE* Messages() { return g_messages ? g_messages : stderr; }
 
@@ -58,7 +61,7 @@ std::string Printable(const std::string& text) {
 }
 
 void ClearBar() {
-    if (g_watcher) return;
+    if (Watcher()) return;
     if (g_barPercent.exchange(kNoBar) != kNoBar) Complain("\r\033[K");
 }
 
@@ -126,25 +129,30 @@ void SilenceLibraries() {
 }
 
 ConsoleWatcher* SetConsoleWatcher(ConsoleWatcher* watcher) { return g_watcher.exchange(watcher); }
-bool HasConsoleWatcher() { return g_watcher.load() != nullptr; }
+bool HasConsoleWatcher() { return Watcher() != nullptr; }
+
+ThreadConsole::ThreadConsole(ConsoleWatcher& watcher)
+    : m_before(std::exchange(t_watcher, &watcher)) {}
+
+ThreadConsole::~ThreadConsole() { t_watcher = m_before; }
 
 void PrintError(const std::string& text) {
-    if (ConsoleWatcher* watcher = g_watcher) return watcher->Error(text);
+    if (ConsoleWatcher* watcher = Watcher()) return watcher->Error(text);
     Print("error", text);
 }
 
 void PrintWarning(const std::string& text) {
-    if (ConsoleWatcher* watcher = g_watcher) return watcher->Warning(text);
+    if (ConsoleWatcher* watcher = Watcher()) return watcher->Warning(text);
     if (!g_options.quiet) Print("warning", text);
 }
 
 void PrintNote(const std::string& text) {
-    if (ConsoleWatcher* watcher = g_watcher) return watcher->Note(text);
+    if (ConsoleWatcher* watcher = Watcher()) return watcher->Note(text);
     if (!g_options.quiet) Print("note", text);
 }
 
 void PrintResult(const std::string& text) {
-    if (ConsoleWatcher* watcher = g_watcher) return watcher->Result(text);
+    if (ConsoleWatcher* watcher = Watcher()) return watcher->Result(text);
     // A NUL ends nothing: programs may hold one, and messages quote them.
     errno = 0;
     bool isWritten = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() &&
@@ -165,12 +173,13 @@ bool FinishResults() {
 
 ProgressBar::ProgressBar(std::string title)
     : m_title(std::move(title)),
-      m_shown(g_watcher || (isatty(fileno(Messages())) && !g_options.quiet && !g_options.json)) {}
+      m_watcher(Watcher()),
+      m_shown(m_watcher || (isatty(fileno(Messages())) && !g_options.quiet && !g_options.json)) {}
 
 ProgressBar::~ProgressBar() { ClearBar(); }
 
 bool ProgressBar::Update(float fraction) {
-    if (ConsoleWatcher* watcher = g_watcher) return watcher->Progress(m_title, fraction);
+    if (m_watcher) return m_watcher->Progress(m_title, fraction);
     int percent = int(fraction * 100);
     if (!m_shown || g_barPercent.exchange(percent) == percent) return true;
     constexpr int kWidth = 40;

@@ -60,6 +60,18 @@ public:
 // Borrows the watcher until another call; null: the terminal again. Returns the one before.
 ConsoleWatcher* SetConsoleWatcher(ConsoleWatcher* watcher);
 bool HasConsoleWatcher();
+// While it lives, what this thread prints, and bars that it makes, go to a watcher of its own: for
+// work beside other work.
+class ThreadConsole {
+public:
+    explicit ThreadConsole(ConsoleWatcher& watcher);
+    ~ThreadConsole();
+    ThreadConsole(const ThreadConsole&) = delete;
+    ThreadConsole& operator=(const ThreadConsole&) = delete;
+
+private:
+    ConsoleWatcher* m_before;
+};
 
 // A bar on a terminal, nothing elsewhere. One at a time; messages that come meanwhile take its
 // line, and the next update draws it again.
@@ -76,6 +88,7 @@ public:
 
 private:
     std::string m_title;
+    ConsoleWatcher* m_watcher;  // of the thread that made it; null: the terminal
     bool m_shown;
 };
 

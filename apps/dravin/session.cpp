@@ -99,6 +99,10 @@ private:
     std::jthread m_thread;
 };
 
+std::string FolderOf(const std::string& path) {
+    return std::filesystem::path(path).parent_path().string();
+}
+
 // `"a", "b" and 3 more`, or "none".
 std::string Listed(const std::vector<std::string>& names) {
     constexpr size_t kMost = 10;
@@ -196,7 +200,7 @@ void Session::New() {
 }
 
 ExitCode Session::Add(const std::string& text, const std::string& name) {
-    std::string folder = std::filesystem::path(m_scene->path).parent_path().string();
+    std::string folder = FolderOf(m_scene->path);
     SceneAddResult result = AddSceneDescription(text, name, folder, m_formats, *m_scene);
     for (const std::string& warning : result.warnings) PrintWarning(warning);
     if (!result.error.empty()) {
@@ -229,6 +233,25 @@ ExitCode Session::Save(const std::string& path) {
     if (isSaved) return kExitDone;
     PrintError(error);
     return isCancelled ? ExitCode(int(DescriptionErrorClass::kCancelled)) : kExitNoOutput;
+}
+
+std::optional<std::string> Session::Copy() {
+    std::string error;
+    std::vector<std::string> warnings;
+    auto copy = SaveSceneBytes(*m_scene, FolderOf(m_scene->path), m_storage, &warnings, &error);
+    for (const std::string& warning : warnings) PrintWarning(warning);
+    if (!copy) PrintError(error);
+    return copy;
+}
+
+ExitCode Session::ReadCopy(std::string_view copy, const std::string& path) {
+    ExitCode code = Take([&](WorkWatch* work) {
+        return LoadSceneBytes(copy, "copy of " + path, FolderOf(path), m_storage, *m_loaders, work);
+    });
+    if (code != kExitDone) return code;
+    m_scene->path = path;
+    LoadTemplates();
+    return kExitDone;
 }
 
 // Rows of geometry lists and levels of detail name templates by name; their ids follow the

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Dravin/build/dravin_build.h"
@@ -50,6 +51,11 @@ public:
     // Writes the scene, whole or not at all: as a description where the name ends so, else as a
     // scene file. The error is printed.
     ExitCode Save(const std::string& path);
+    // The scene as another session takes it with ReadCopy, in whatever thread; none, with the error
+    // printed, where it cannot be stored.
+    std::optional<std::string> Copy();
+    // path: of the scene that was copied. Loads templates, too.
+    ExitCode ReadCopy(std::string_view copy, const std::string& path);
 
     Scene& GetScene() { return *m_scene; }
     HostContext& Host() { return m_host; }
