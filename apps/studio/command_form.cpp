@@ -9,6 +9,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
+#include <QScrollArea>
 #include <QVBoxLayout>
 
 #include "Dravin/panels/number_entry.h"
@@ -20,6 +21,8 @@ namespace {
 
 QString Text(const std::string& text) { return QString::fromStdString(text); }
 
+constexpr double kMostWhole = 9007199254740992;  // 2 to 53: all below are exact
+
 // "1 2 3", "1, 2, 3" or "[1, 2, 3]"; each number may be an expression.
 bool ReadNumbers(QString text, bool isInteger, std::vector<double>* numbers, std::string* error) {
     text.remove('[').remove(']');
@@ -30,6 +33,8 @@ bool ReadNumbers(QString text, bool isInteger, std::vector<double>* numbers, std
         if (!entry.Apply(0, &number, error)) return false;
         if (isInteger && number != std::floor(number))
             return *error = "a whole number is expected", false;
+        if (isInteger && std::abs(number) > kMostWhole)
+            return *error = "the number is too large", false;
         numbers->push_back(number);
     }
     return true;
@@ -50,6 +55,17 @@ std::string TargetOf(StudioSession& session, const TCommand& command, Scene& sce
         if (panel.Holds(*node)) return node->GetName();
     return {};
 }
+
+// As large as what it shows, and with bars where the screen is smaller.
+class FormScroll : public QScrollArea {
+public:
+    FormScroll() {
+        setWidgetResizable(true);
+        setFrameShape(QFrame::NoFrame);
+        setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    }
+    QSize sizeHint() const override { return widget()->sizeHint(); }
+};
 
 }  // namespace
 
@@ -88,7 +104,11 @@ CommandForm::CommandForm(const TCommand& command, TArguments given, QWidget* par
         form->addRow("", help);
         m_fields.emplace_back(&info, field);
     }
-    column->addLayout(form);
+    auto* fields = new QWidget;
+    fields->setLayout(form);
+    auto* scroll = new FormScroll;
+    scroll->setWidget(fields);
+    column->addWidget(scroll, 1);
     m_error = new QLabel;
     m_error->setObjectName("notice");
     m_error->setWordWrap(true);

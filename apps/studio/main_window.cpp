@@ -155,7 +155,7 @@ void MainWindow::MakeActions() {
     AddAction("object.update", "Update All", "update", QKeySequence("F5"),
               [this] { m_session->Run("update.all", "", {}); });
     // Effects and curves.
-    auto effects = std::make_shared<EffectWindows>(*m_session, this);
+    auto effects = std::make_shared<EffectWindows>(*m_session, *m_tools, this);
     m_connections.push_back(Connection(effects));  // it goes with all who listen
     AddAction("effects.editor", "Effects Editor", "effect", QKeySequence("Ctrl+Shift+E"),
               [e = effects.get()] { e->Toggle("effect.edit"); });
@@ -190,6 +190,7 @@ void MainWindow::MakeActions() {
               [this] { m_windows->Pack().Execute(TDToolbar::kCreateLod); });
     AddAction("pack.tools", "Dravin Tools", "tools", {},
               [this] { m_windows->Pack().Execute(TDToolbar::kOpenTools); });
+    MakeHelpActions();
     m_windows->Share({m_actions["edit.undo"], m_actions["edit.redo"], m_actions["edit.commands"]});
 }
 
@@ -214,6 +215,7 @@ void MainWindow::MakeMenus() {
     fill(menuBar()->addMenu("T&ime"), {"time.play", "time.next", "time.before"});
     fill(menuBar()->addMenu("&Windows"),
          {"window.render", "window.lister", "window.undo", "pack.tools"});
+    MakeHelpMenu();
 
     QToolBar* bar = addToolBar("Tools");
     bar->setObjectName("toolbar");
@@ -296,7 +298,7 @@ void MainWindow::ShowReports() {
         items += report.numItems;
         milliseconds += report.buildMs;
     }
-    m_items->setText(Number(items) + " items");
+    m_items->setText(Number(items) + (m_session->IsThinned() ? " items, thinned" : " items"));
     m_build->setText("built in " + Number(milliseconds) + " ms");
     m_session->Look([this](Scene& scene) { ShowStatistics(scene); });
 }

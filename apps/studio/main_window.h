@@ -37,6 +37,8 @@ public:
 
     void OpenFile(const std::string& path);
     void OpenDemo(const std::string& folder);
+    void OpenWelcome();
+    void StartTour();
     // Actions of menus and toolbar by name ("file.open"), for tests and the palette.
     QAction* Action(const char* name) const { return m_actions.at(name); }
     std::vector<PaletteEntry> PaletteEntries();
@@ -52,7 +54,9 @@ private:
     QAction* AddAction(const char* name, const char* text, const char* icon, QKeySequence keys,
                        std::function<void()> run);
     void MakeActions();
+    void MakeHelpActions();
     void MakeMenus();
+    void MakeHelpMenu();
     void MakeDocks();
     void MakeStatusLine();
     void Listen();
@@ -66,6 +70,7 @@ private:
     void AddRecent(const std::string& path);
     void SwitchTheme();
     void AskAndOpen();
+    void OpenSample(const struct SampleScene& sample);
     // Calls next once nothing unsaved can be lost; not when the user wants to stay.
     void WhenSaved(std::function<void()> next);
     void Save(bool asksName, std::function<void()> next = {});

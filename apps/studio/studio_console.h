@@ -7,27 +7,18 @@
 #include "apps/dravin/console.h"
 #include "host/base/log.h"
 
-class StudioConsole : private ConsoleWatcher {
+// Of one job.
+class JobConsole : public ConsoleWatcher {
 public:
     // tell: called by any thread.
     enum class Kind { kNote, kWarning, kError };
-    explicit StudioConsole(std::function<void(Kind, const std::string&)> tell)
-        : m_tell(std::move(tell)), m_before(SetConsoleWatcher(this)) {
-        m_sinkBefore = SetLogSink([this](LogKind kind, const std::string& text) {
-            m_tell(kind == LogKind::kError     ? Kind::kError
-                   : kind == LogKind::kWarning ? Kind::kWarning
-                                               : Kind::kNote,
-                   text);
-        });
-    }
-    ~StudioConsole() override {
-        SetLogSink(std::move(m_sinkBefore));
-        SetConsoleWatcher(m_before);
-    }
+    using Tell = std::function<void(Kind, const std::string&)>;
+    explicit JobConsole(Tell tell) : m_tell(std::move(tell)) {}
 
     std::atomic<bool> isCancelled{false};
     float Fraction() const { return m_fraction; }
     void Start() { m_fraction = 0, isCancelled = false; }
+    const Tell& Teller() const { return m_tell; }
 
 private:
     void Error(const std::string& text) override { m_tell(Kind::kError, text); }
@@ -39,8 +30,28 @@ private:
         return !isCancelled;
     }
 
-    std::function<void(Kind, const std::string&)> m_tell;
+    Tell m_tell;
+    std::atomic<float> m_fraction{0};
+};
+
+// Of all threads that have none of their own, and of the log.
+class StudioConsole : public JobConsole {
+public:
+    explicit StudioConsole(Tell tell)
+        : JobConsole(std::move(tell)), m_before(SetConsoleWatcher(this)) {
+        m_sinkBefore = SetLogSink([this](LogKind kind, const std::string& text) {
+            Teller()(kind == LogKind::kError     ? Kind::kError
+                     : kind == LogKind::kWarning ? Kind::kWarning
+                                                 : Kind::kNote,
+                     text);
+        });
+    }
+    ~StudioConsole() override {
+        SetLogSink(std::move(m_sinkBefore));
+        SetConsoleWatcher(m_before);
+    }
+
+private:
     ConsoleWatcher* m_before;
     LogSink m_sinkBefore;
-    std::atomic<float> m_fraction{0};
 };

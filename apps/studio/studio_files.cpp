@@ -2,6 +2,7 @@
 #include <filesystem>
 
 #include <fmt/format.h>
+#include <QTimer>
 
 #include "Dravin/config/main_folder.h"
 #include "Dravin/dravin.h"
@@ -19,6 +20,10 @@ constexpr uint64_t kNeverSaved = ~uint64_t{0};  // no state of the scene is in a
 
 void StudioSession::Replace(std::unique_ptr<Session> session, const std::string& path) {
     m_waiting.clear();
+    EndWaitingRender();
+    m_rest->stop();
+    m_isThinned = m_handRests = false;
+    m_lastViewMs = 0;
     m_dragWaits = m_isDragging = m_timeWaits = m_isPlaying = false;
     DropSession();
     m_session = std::move(session);
@@ -87,8 +92,8 @@ void StudioSession::Open(const std::string& path, Done done) {
         "Opening", path, [path](Session& session) { return session.Read(path); }, std::move(done));
 }
 
-void StudioSession::OpenDemo(const std::string& folder, Done done) {
-    std::string path = folder + "/forest.json";
+void StudioSession::OpenDemo(const std::string& folder, const std::string& scene, Done done) {
+    std::string path = folder + "/" + scene;
     auto read = [=](Session& session) -> int {
         std::error_code ignored;
         std::string error;

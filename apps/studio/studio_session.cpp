@@ -21,6 +21,9 @@ constexpr int kNagMs = 10;
 // While a number is dragged, builds that take no longer than this are let finish, so that the view
 // follows; others give way to the newest wish.
 constexpr int kQuickViewMs = 300;
+// Where building all items takes longer, a part of them answers the drag of a number first.
+constexpr int kThinAboveMs = 50, kThinnedItems = 100'000;
+constexpr int kRestMs = 120;  // without a move of the hand, before all items are built
 
 std::string Lines(const std::vector<TPanelLine>& lines) {
     std::string text;
@@ -47,7 +50,8 @@ ObjectReport ReportOf(const INode& node, const TDravinBuild& build) {
 StudioSession::StudioSession(MakeInterface makeInterface)
     : m_makeInterface(std::move(makeInterface)),
       m_commands(MakeCommandTable()),
-      m_nagger(std::make_unique<QTimer>()) {
+      m_nagger(std::make_unique<QTimer>()),
+      m_rest(std::make_unique<QTimer>()) {
     m_console = std::make_unique<StudioConsole>([this](StudioConsole::Kind kind, auto& text) {
         auto level = MessageLevel(int(kind));
         QMetaObject::invokeMethod(
@@ -56,6 +60,12 @@ StudioSession::StudioSession(MakeInterface makeInterface)
     });
     QObject::connect(m_nagger.get(), &QTimer::timeout, &m_receiver, [this] { StopView(); });
     m_nagger->setInterval(kNagMs);
+    m_rest->setSingleShot(true);
+    m_rest->setInterval(kRestMs);
+    QObject::connect(m_rest.get(), &QTimer::timeout, &m_receiver, [this] {
+        m_viewWished = m_handRests = true;
+        Pump();
+    });
     NewScene();
     while (!m_session) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
 }
@@ -64,6 +74,7 @@ StudioSession::~StudioSession() {
     m_waiting.clear();
     m_viewWished = false;
     m_gesture.reset();
+    m_rendering.reset();
     if (m_running) {
         CancelJob();
         while (m_running) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, kNagMs);
@@ -103,8 +114,7 @@ void StudioSession::Pump() {
     if (m_isEditing) return;
     while (!m_waiting.empty()) {
         if (m_running) {
-            bool mayFinish = m_isPlaying || (GestureWaits() && m_lastViewMs < kQuickViewMs);
-            if (!m_running->isView || mayFinish) return m_nagger->stop();
+            if (!m_running->isView || ViewMayFinish()) return m_nagger->stop();
             StopView();
             return m_nagger->start();
         }
@@ -114,6 +124,11 @@ void StudioSession::Pump() {
     }
     m_nagger->stop();
     if (!m_running && m_viewWished) StartView();
+}
+
+bool StudioSession::ViewMayFinish() const {
+    int quick = m_isDragging ? kThinAboveMs : kQuickViewMs;
+    return m_isPlaying || (GestureWaits() && (m_runsThinned || m_lastViewMs <= quick));
 }
 
 void StudioSession::LookFrom(const std::optional<ViewState>& view, NodeHandle camera) {
@@ -157,6 +172,17 @@ void StudioSession::SendChanged() {
     ContextScope scope(m_session->Host());
     changed.Send(m_session->GetScene());
     m_isEditing = false;
+}
+
+void StudioSession::Study(const std::string& name, std::function<void(Scene&)> work,
+                          std::function<void()> done) {
+    auto study = [this, work = std::move(work)] {
+        ContextScope scope(m_session->Host());
+        work(m_session->GetScene());
+    };
+    Look([=, this, study = std::move(study), done = std::move(done)](Scene&) {
+        Start({name, false, study, done, true});
+    });
 }
 
 void StudioSession::Undo() {
@@ -247,20 +273,23 @@ void StudioSession::EndDrag(bool keep) {
 
 // --- jobs
 
+void RunGuarded(const std::string& name, const std::function<void()>& work) {
+    try {
+        work();
+    } catch (const std::bad_alloc&) {
+        PrintError(name + ": out of memory");
+    } catch (const std::exception& error) {
+        PrintError(name + ": " + error.what());
+    }
+}
+
 void StudioSession::Start(Job job) {
     m_console->Start();
     m_stop = false;
     m_running = std::make_unique<Job>(std::move(job));
     // A thread each: what a job leaves behind in its thread is gone with it.
-    // What it throws must not take the scene with it.
     m_thread = std::thread([this, work = m_running->work, name = m_running->name] {
-        try {
-            work();
-        } catch (const std::bad_alloc&) {
-            PrintError(name + ": out of memory");
-        } catch (const std::exception& error) {
-            PrintError(name + ": " + error.what());
-        }
+        RunGuarded(name, work);
         QMetaObject::invokeMethod(
             &m_receiver, [this] { Ended(); }, Qt::QueuedConnection);
     });
@@ -281,15 +310,19 @@ void StudioSession::StopView() {
     if (TDravin* object = m_building) object->Build().Cancel();
 }
 
+std::string StudioSession::Activity() const {
+    return m_running ? m_running->name : IsRendering() ? "Rendering" : "";
+}
+
 void StudioSession::CancelJob() {
-    if (!m_running) return;
+    if (!m_running) return CancelRender();
     m_console->isCancelled = true;
     m_stop = true;
     if (TDravin* object = m_building) object->Build().Cancel();
 }
 
 float StudioSession::Progress() const {
-    if (!m_running) return 1;
+    if (!m_running) return IsRendering() ? RenderProgress() : 1;
     if (TDravin* object = m_building) return object->Build().Progress().Fraction();
     return m_console->Fraction();
 }
@@ -297,28 +330,33 @@ float StudioSession::Progress() const {
 void StudioSession::StartView() {
     m_viewWished = false;
     TellView();
-    auto reports = std::make_shared<std::vector<ObjectReport>>();
-    auto view = std::make_shared<std::shared_ptr<const TViewportScene>>();
+    m_rest->stop();
+    bool handRests = std::exchange(m_handRests, false);
+    m_runsThinned = m_isDragging && !handRests && m_lastViewMs > kThinAboveMs;
+    auto result = std::make_shared<ViewResult>();
+    result->view = m_view;
     QElapsedTimer timer;
     timer.start();
-    *view = m_view;
-    Job job{"Building", true, [=, this] { BuildView(reports.get(), view.get()); },
+    Job job{"Building", true, [=, this] { BuildView(m_runsThinned, *result); },
             [=, this] {
                 m_session->Host().TakeRedraw();  // what the build itself asked for is drawn by it
                 if (m_stop) {
                     m_viewWished = !m_console->isCancelled;
                     return;
                 }
-                m_lastViewMs = int(timer.elapsed());
-                m_view = *view;
-                m_reports = *reports;
+                m_isThinned = result->isThinned;
+                if (m_isThinned)
+                    m_rest->start();
+                else
+                    m_lastViewMs = int(timer.elapsed());
+                m_view = result->view;
+                m_reports = std::move(result->reports);
                 viewReady.Send();
             }};
     Start(std::move(job));
 }
 
-void StudioSession::BuildView(std::vector<ObjectReport>* reports,
-                              std::shared_ptr<const TViewportScene>* view) {
+void StudioSession::BuildView(bool mayThin, ViewResult& result) {
     ContextScope scope(m_session->Host());
     Scene& scene = m_session->GetScene();
     TimeValue t = scene.GetTime();
@@ -326,12 +364,26 @@ void StudioSession::BuildView(std::vector<ObjectReport>* reports,
         auto* object = dynamic_cast<TDravin*>(node->GetObjectRef());
         if (!object || node->IsHidden(t) || m_stop) continue;
         m_building = object;
-        node->EvalWorldState(t);
+        if (mayThin && BuildThinned(*object, t))
+            result.isThinned = true;
+        else
+            node->EvalWorldState(t);
         m_building = nullptr;
-        reports->push_back(ReportOf(*node, object->Build()));
+        result.reports.push_back(ReportOf(*node, object->Build()));
     }
     int threads = std::max(int(std::thread::hardware_concurrency()), 1);
-    if (!m_stop) *view = MakeViewportScene(scene, t, threads, view->get());
+    if (!m_stop) result.view = MakeViewportScene(scene, t, threads, result.view.get());
+}
+
+// False where nothing is to be built, or items stand one by one as somebody has put them.
+bool StudioSession::BuildThinned(TDravin& object, TimeValue t) const {
+    bool isScattered = object.Block(kEditionParams).GetInt(editionParams::kMode, t) == 0;
+    if (!isScattered || !object.NeedsBuild(t)) return false;
+    TBuildFlags flags;
+    flags.displayLimit = kThinnedItems;
+    object.Build().BuildMesh(t, flags);
+    object.Build().SetValidity(Interval::Never());
+    return true;
 }
 
 void StudioSession::Run(const std::string& command, const std::string& target, TArguments arguments,

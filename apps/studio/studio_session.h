@@ -37,6 +37,9 @@ class TParamGesture;
 class TViewportScene;
 class QTimer;
 
+// Calls work; what it throws is told as an error of `name`, and must not take the scene with it.
+void RunGuarded(const std::string& name, const std::function<void()>& work);
+
 enum class MessageLevel { kNote, kWarning, kError };
 
 // What the last build of a scatter object left, as texts.
@@ -64,6 +67,10 @@ public:
     void Do(std::function<void(Scene&)> work, bool isChange = true);
     // A read: nothing follows from it.
     void Look(std::function<void(Scene&)> work) { Do(std::move(work), false); }
+    // A read that takes a while, beside the window and quietly; changes wait for its end. done: in
+    // the window's thread.
+    void Study(const std::string& name, std::function<void(Scene&)> work,
+               std::function<void()> done);
     // Whoever shows the scene shows it again, as after a change.
     void Refresh();
     // A job that is no build for the view runs: changes are refused until it has ended.
@@ -75,7 +82,9 @@ public:
     // stays as it was. done: after the job, with the error, which has been shown.
     using Done = std::function<void(const std::string& error)>;
     void Open(const std::string& path, Done done = {});
-    void OpenDemo(const std::string& folder, Done done = {});
+    // scene: of those that the demo writes into its folder.
+    void OpenDemo(const std::string& folder, const std::string& scene = "forest.json",
+                  Done done = {});
     void NewScene();
     void Save(const std::string& path, Done done = {});
     const std::string& Path() const { return m_path; }  // empty: never saved
@@ -90,10 +99,14 @@ public:
              CommandDone done = {});
     const TCommandTable& Commands() const { return m_commands; }
 
-    // A picture by the scene's renderer, beside the window; the scene waits meanwhile, as with
-    // every job. done: with no picture when it failed, which has been told, or was cancelled.
+    // A picture of the scene as it is now, by its renderer, beside everything else: the scene may
+    // be changed, replaced and closed meanwhile. One at a time. done: with no picture when it
+    // failed, which has been told, or was cancelled.
     using RenderDone = std::function<void(const RenderOutcome&)>;
     void Render(const RenderOptions& options, RenderDone done);
+    bool IsRendering() const;
+    float RenderProgress() const;  // 0..1
+    void CancelRender();
 
     void Undo();
     void Redo();
@@ -137,9 +150,13 @@ public:
 
     const std::shared_ptr<const TViewportScene>& View() const { return m_view; }
     const std::vector<ObjectReport>& Reports() const { return m_reports; }
-    // How far the running job is, 0..1, its name, and its end. The view's is "Building".
+    // While a number is dragged, objects of many items answer with some of them; the others follow
+    // when the hand rests.
+    bool IsThinned() const { return m_isThinned; }
+    // How far the running job is, 0..1, its name, and its end. The view's is "Building". Where no
+    // job runs these are the render's.
     float Progress() const;
-    std::string Activity() const { return m_running ? m_running->name : ""; }
+    std::string Activity() const;
     void CancelJob();
 
     // What the active view shows, and through which camera (0: none, a view of its own); the scene
@@ -172,10 +189,18 @@ private:
     void RunEdit(const Waiting& waiting);
     void Start(Job job);
     void Ended();
+    void EndRender();
+    void EndWaitingRender();
     void StartView();
-    // view: the last one, then the new one.
-    void BuildView(std::vector<ObjectReport>* reports, std::shared_ptr<const TViewportScene>* view);
+    struct ViewResult {
+        std::vector<ObjectReport> reports;
+        std::shared_ptr<const TViewportScene> view;  // the last one, then the new one
+        bool isThinned = false;
+    };
+    void BuildView(bool mayThin, ViewResult& result);
+    bool BuildThinned(TDravin& object, TimeValue t) const;
     void StopView();
+    bool ViewMayFinish() const;
     void TellView();
     void Replace(std::unique_ptr<Session> session, const std::string& path);
     void Load(const std::string& name, const std::string& path, std::function<int(Session&)> read,
@@ -200,6 +225,8 @@ private:
     std::deque<Waiting> m_waiting;
     bool m_isEditing = false, m_viewWished = false;
     std::unique_ptr<Job> m_running;
+    struct Rendering;
+    std::shared_ptr<Rendering> m_rendering;  // null: none
     std::thread m_thread;
     std::unique_ptr<QTimer> m_nagger;  // cancels again what may have begun since
     std::atomic<bool> m_stop{false};
@@ -216,7 +243,9 @@ private:
     std::shared_ptr<ToolGesture> m_toolGesture;
     double m_dragWish = 0;
     bool m_isDragging = false, m_dragWaits = false;
-    int m_lastViewMs = 0;
+    int m_lastViewMs = 0;  // of the last one with all items
+    bool m_isThinned = false, m_runsThinned = false, m_handRests = false;
+    std::unique_ptr<QTimer> m_rest;  // of the hand, after which all items are built
     TimeValue m_timeWish = 0;
     bool m_timeWaits = false, m_isPlaying = false;
 

@@ -273,7 +273,18 @@ void ViewTools::Delete() {
     Step("Delete", [this](Scene& scene) { m_target->Delete(scene); });
 }
 
+void ViewTools::GiveItem(const ViewportPick& pick) {
+    for (uint32_t id : pick.ids) {
+        TViewportScene::Found found = pick.scene->Find(id);
+        if (!found.node || found.item == TViewportScene::kNoItem || !found.node->scatter) continue;
+        auto taker = std::exchange(m_itemTaker, nullptr);
+        return taker({found.node->handle, found.item, found.node->scatter->content->buildNumber});
+    }
+    m_session.told.Send(MessageLevel::kNote, "There is no item at that place");
+}
+
 void ViewTools::TakePick(const ViewportPick& pick) {
+    if (m_itemTaker) return GiveItem(pick);
     if (m_clickMode == ClickMode::kAddItem) return AddItem(pick);
     if (m_clickMode == ClickMode::kAttach) return Attach(pick);
     if (m_clickMode == ClickMode::kAddPoint)

@@ -48,6 +48,15 @@ public:
     const std::optional<Matrix3>& GizmoFrame() const { return m_frame; }
     PaintTool& Brush() { return m_paint; }
 
+    // What a click met: an item of a scatter object, by its place in the list of that build.
+    struct MetItem {
+        NodeHandle object = 0;
+        uint32_t item = 0;
+        uint64_t buildNumber = 0;
+    };
+    // The next click in a view tells the nearest item there, and selects nothing. Null: no more.
+    void AskForItem(std::function<void(const MetItem&)> taker) { m_itemTaker = std::move(taker); }
+
 private:
     enum class Level { kNodes, kItems, kPins, kPoints };
     enum class ClickMode { kSelect, kAddItem, kAttach, kAddPoint };
@@ -75,6 +84,7 @@ private:
     void Select(SelectWhat what);
     void Delete();
     void TakePick(const ViewportPick& pick);
+    void GiveItem(const ViewportPick& pick);
     void TakeRegion(const ViewportPick& pick);
     void RunOnPoints(const std::string& command, TArguments arguments);
     void CloseSpline();
@@ -120,6 +130,7 @@ private:
     bool m_snaps = false, m_clones = false, m_dragged = false;
     bool m_usesLasso = false, m_onlySeen = false;
     bool m_keepsBoxes = false;
+    std::function<void(const MetItem&)> m_itemTaker;
     std::optional<Matrix3> m_frame;
     std::string m_summary;
     TargetMarks m_marks;

@@ -11,7 +11,7 @@
 
 #include <QPlainTextEdit>
 
-#include "Dravin/panels/effect_check.h"
+#include "Dravin/commands/effect_check.h"
 
 class CodeColors;
 class QCompleter;
@@ -27,6 +27,7 @@ public:
     void ShowFault(const std::optional<TProgramFault>& fault);
     void GoToFault();
     void ShowValues(std::vector<TLineValue> values);
+    const std::vector<TLineValue>& Values() const { return m_values; }
     void ToggleComment();
     // The next place of a text from the cursor on, round the end; false: there is none.
     bool Find(const QString& text);

@@ -6,8 +6,10 @@
 #include <QComboBox>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QPointer>
 #include <QVBoxLayout>
 
+#include "Dravin/commands/curve_use.h"
 #include "Dravin/panels/curve_shape.h"
 #include "Dravin/panels/number_entry.h"
 #include "apps/studio/panels/number_field.h"
@@ -52,12 +54,22 @@ CurveEditor::CurveEditor(StudioSession& session, QWidget* parent)
         row->addWidget(label);
         row->addWidget(field);
     }
+    m_useHint = new QLabel;
+    m_useHint->setObjectName("use");
+    m_useHint->setWordWrap(true);
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(8, 8, 8, 8);
     column->setSpacing(8);
     column->addLayout(row);
     column->addWidget(m_view, 1);
+    column->addWidget(m_useHint);
     column->addWidget(m_hint);
+    m_built = session.viewReady.Connect([this] {
+        if (isVisible())
+            m_session.Look([self = QPointer(this)](Scene&) {
+                if (self) self->ShowUse();
+            });
+    });
     resize(560, 400);
 }
 
@@ -67,10 +79,22 @@ void CurveEditor::Show(const INode& node, const TCurvePlace& place) {
     m_name = place.name;
     m_yMax = CurveMaximum(place);
     setWindowTitle(Text(place.title + " \u2014 " + node.GetName()));
+    ShowUse();
     if (m_view->IsInGesture() || m_isPreviewed) return;
     m_stored = CurvePointsOf(place);
     m_view->Show(m_stored, m_yMax);
     if (isOther) m_view->Frame(), m_view->Select({});
+}
+
+// Of the last build, which the scene has.
+void CurveEditor::ShowUse() {
+    constexpr size_t kPieces = 40;
+    auto place = Place();
+    TCurveUse use = place ? CurveUse(*place, kPieces) : TCurveUse();
+    m_useHint->setText(use.counts.empty()
+                           ? "No items are shown behind the curve: " + Text(use.reason) + "."
+                           : QString("Bars: where the items of the last build stand on it."));
+    m_view->ShowUse(std::move(use.counts));
 }
 
 // --- changes

@@ -1,5 +1,6 @@
-// The curve editor: one falloff curve, or the curve of an effect's parameter, with presets and
-// typed numbers. The scene follows while the hand drags; a drag is one undo step.
+// The curve editor: one falloff curve, or the curve of an effect's parameter, with presets, typed
+// numbers, and how many items of the last build stand where on it. The scene follows while the hand
+// drags; a drag is one undo step.
 #pragma once
 
 #include <functional>
@@ -40,15 +41,17 @@ private:
     void Preview(const std::vector<CurvePoint>& points);
     void PutBack();
     void Store(const std::vector<CurvePoint>& points);
+    void ShowUse();
 
     StudioSession& m_session;
     CurveView* m_view;
     QComboBox* m_presets;
     NumberField *m_x = nullptr, *m_y = nullptr;
-    QLabel* m_hint;
+    QLabel *m_hint, *m_useHint;
     std::weak_ptr<TDravin> m_object;  // of another scene, once it is replaced
     std::string m_name;
     std::vector<CurvePoint> m_stored, m_wish;
     float m_yMax = 100;
     bool m_previewWaits = false, m_isPreviewed = false;
+    Connection m_built;
 };

@@ -41,6 +41,12 @@ void CurveView::Show(std::vector<CurvePoint> points, float yMax) {
     m_hooks.selected();
 }
 
+void CurveView::ShowUse(std::vector<size_t> counts) {
+    if (counts == m_use) return;
+    m_use = std::move(counts);
+    update();
+}
+
 void CurveView::Select(std::set<size_t> points) {
     m_selected = std::move(points);
     update();
@@ -316,6 +322,7 @@ void CurveView::paintEvent(QPaintEvent*) {
     painter.setRenderHint(QPainter::Antialiasing);
     PaintGrid(painter);
     painter.setClipRect(Area().adjusted(-4, -4, 4, 4));
+    PaintUse(painter);
     PaintCurve(painter);
     PaintPoints(painter);
     if (m_gesture == Gesture::kRectangle) {
@@ -360,6 +367,20 @@ void CurveView::PaintGrid(QPainter& painter) const {
         painter.setPen(colors.dimText);
         painter.drawText(QRectF(0, at - 8, kMargin - 4, 16), Qt::AlignRight | Qt::AlignVCenter,
                          text(std::round(y / dy) * dy * m_yMax));
+    }
+}
+
+// The highest bar takes half the height, so that the curve stays in front.
+void CurveView::PaintUse(QPainter& painter) const {
+    size_t most = m_use.empty() ? 0 : *std::max_element(m_use.begin(), m_use.end());
+    if (most == 0) return;
+    QColor color = CurrentColors().dimText;
+    color.setAlpha(70);
+    double width = 1.0 / double(m_use.size());
+    for (size_t i = 0; i < m_use.size(); ++i) {
+        double height = double(m_use[i]) / double(most) / 2 * m_yMax;
+        QRectF bar(At(double(i) * width, height), At(double(i + 1) * width, 0));
+        painter.fillRect(bar.adjusted(0.5, 0, -0.5, 0), color);
     }
 }
 

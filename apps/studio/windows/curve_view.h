@@ -26,6 +26,9 @@ public:
 
     // Not while a gesture runs.
     void Show(std::vector<CurvePoint> points, float yMax);
+    // How much falls on equal pieces of x from 0 to 1, as bars behind the curve; empty: unknown.
+    void ShowUse(std::vector<size_t> counts);
+    const std::vector<size_t>& Use() const { return m_use; }
     const std::vector<CurvePoint>& Points() const { return m_points; }
     std::vector<size_t> Selected() const { return {m_selected.begin(), m_selected.end()}; }
     void Select(std::set<size_t> points);
@@ -61,12 +64,14 @@ private:
     void Drag(const QPointF& position, Qt::KeyboardModifiers modifiers);
     void Finish(bool keep);
     void PaintGrid(class QPainter& painter) const;
+    void PaintUse(class QPainter& painter) const;
     void PaintCurve(class QPainter& painter) const;
     void PaintPoints(class QPainter& painter) const;
 
     Hooks m_hooks;
     std::vector<CurvePoint> m_points, m_before;
     float m_yMax = 100;
+    std::vector<size_t> m_use;
     std::set<size_t> m_selected;
     QRectF m_shown{-0.05, -0.05, 1.1, 1.1};  // x, and y as a share of yMax
     Gesture m_gesture = Gesture::kNone;

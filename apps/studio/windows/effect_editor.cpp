@@ -5,6 +5,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPointer>
 #include <QPushButton>
 #include <QSettings>
 #include <QSplitter>
@@ -12,9 +13,11 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
+#include "Dravin/build/dravin_build.h"
 #include "Dravin/commands/effect_session.h"
 #include "Dravin/dravin.h"
 #include "Dravin/effects/effect_definition.h"
+#include "Dravin/effects/item_probe.h"
 #include "apps/studio/flow_layout.h"
 #include "apps/studio/theme.h"
 #include "apps/studio/windows/code_edit.h"
@@ -38,8 +41,8 @@ std::string WithProgram(const std::string& stored, const std::string& name,
 
 }  // namespace
 
-EffectEditor::EffectEditor(StudioSession& session, QWidget* parent)
-    : QWidget(parent, Qt::Window), m_session(session) {
+EffectEditor::EffectEditor(StudioSession& session, ViewTools& tools, QWidget* parent)
+    : QWidget(parent, Qt::Window), m_session(session), m_tools(tools) {
     setObjectName("effect_editor");
     m_code = new CodeEdit;
     m_parameters = new EffectParameterPanel(session);
@@ -92,10 +95,13 @@ EffectEditor::EffectEditor(StudioSession& session, QWidget* parent)
     m_changed = session.changed.Connect([this](Scene&) {
         if (!std::exchange(m_isOwnChange, false)) m_mayMerge = false;
     });
+    m_built = session.viewReady.Connect([this] {
+        if (m_item && isVisible()) ShowValues();
+    });
     resize(960, 560);
 }
 
-EffectEditor::~EffectEditor() = default;
+EffectEditor::~EffectEditor() { m_tools.AskForItem(nullptr); }
 
 QToolButton* EffectEditor::AddButton(const char* name, const char* text, const char* tip,
                                      QKeySequence keys, std::function<void()> run) {
@@ -132,15 +138,7 @@ void EffectEditor::MakeButtons() {
         QSettings().setValue("effects/live", on);
         on ? m_applySoon->start() : m_applySoon->stop();
     });
-    auto* values =
-        AddButton("values", "Values",
-                  "Shows what each line computes for a fresh item at the origin.", {}, [] {});
-    values->defaultAction()->setCheckable(true);
-    values->defaultAction()->setChecked(QSettings().value("effects/values", false).toBool());
-    connect(values->defaultAction(), &QAction::toggled, this, [this](bool on) {
-        QSettings().setValue("effects/values", on);
-        Check();
-    });
+    MakeValueButtons();
     AddButton("error", "Next Error", "Goes to the error.", QKeySequence("F8"),
               [this] { Check(), m_code->GoToFault(); });
     AddButton("comment", "Comment", "Makes the lines comments, or text again.",
@@ -154,6 +152,29 @@ void EffectEditor::MakeButtons() {
     });
     Button("find")->defaultAction()->setShortcuts({QKeySequence("Ctrl+F"), QKeySequence("Ctrl+H")});
     row->addStretch(1);
+}
+
+void EffectEditor::MakeValueButtons() {
+    QAction* values =
+        AddButton("values", "Values",
+                  "Shows what each line computes for a fresh item at the origin, or for the one "
+                  "that is picked.",
+                  {}, [] {})
+            ->defaultAction();
+    values->setCheckable(true);
+    values->setChecked(QSettings().value("effects/values", false).toBool());
+    connect(values, &QAction::toggled, this, [this](bool on) {
+        QSettings().setValue("effects/values", on);
+        Check();
+    });
+    QAction* pick =
+        AddButton("pick", "Pick Item",
+                  "The next click on an item in a view shows what the lines compute for it. Again: "
+                  "for a fresh one.",
+                  {}, [] {})
+            ->defaultAction();
+    pick->setCheckable(true);
+    connect(pick, &QAction::toggled, this, [this](bool on) { PickItem(on); });
 }
 
 void EffectEditor::MakeFindBar() {
@@ -225,7 +246,8 @@ void EffectEditor::Forget() {
     }
     m_effectId.clear();
     m_node = 0;
-    m_mayMerge = false;
+    m_mayMerge = m_isStudying = m_studyAgain = false;
+    Button("pick")->defaultAction()->setChecked(false);
 }
 
 void EffectEditor::Check() {
@@ -233,15 +255,103 @@ void EffectEditor::Check() {
     std::string program = m_code->toPlainText().toStdString();
     m_fault = CheckEffectProgram(m_variables, program);
     m_code->ShowFault(m_fault);
-    bool wantsValues = Button("values")->isChecked();
-    m_code->ShowValues(wantsValues ? TryEffectProgram(m_variables, program)
-                                   : std::vector<TLineValue>());
+    ShowValues();
     if (m_fault)
         return ShowStatus(QString("Line %1: %2. The last good program stays in the scene.")
                               .arg(m_fault->line)
                               .arg(Text(m_fault->message)),
                           true);
     ShowStatus(program == m_stored ? "Applied" : "Compiles; not applied yet", false);
+}
+
+// --- values
+
+struct EffectEditor::Study {
+    NodeHandle node = 0;
+    std::string effectId, program;
+    std::vector<TEffectVariable> variables;
+    TItemId item;
+    uint64_t build = 0;  // that `found` is of
+    std::optional<TProbedItem> found;
+    std::vector<TLineValue> values;
+
+    // The item is looked for once a build.
+    void Run(Scene& scene) {
+        values.clear();
+        INode* holder = scene.FindHandle(node);
+        auto* object = holder ? dynamic_cast<TDravin*>(holder->GetObjectRef()) : nullptr;
+        if (!object || !object->Build().Input()) return found.reset();
+        if (build != object->Build().BuildNumber()) {
+            build = object->Build().BuildNumber();
+            found = FindTriedItem(*object, effectId, item);
+        }
+        if (found) values = TryEffectProgram(variables, program, *object, *found);
+    }
+};
+
+void EffectEditor::ShowValues() {
+    if (!Button("values")->isChecked()) return m_code->ShowValues({});
+    if (m_item) return StudyItem();
+    m_code->ShowValues(TryEffectProgram(m_variables, m_code->toPlainText().toStdString()));
+}
+
+void EffectEditor::PickItem(bool on) {
+    m_item.reset();
+    m_study.reset();
+    if (!on) {
+        m_tools.AskForItem(nullptr);
+        return ShowValues();
+    }
+    Button("values")->defaultAction()->setChecked(true);
+    m_session.told.Send(MessageLevel::kNote, "Click an item whose values are wanted");
+    m_tools.AskForItem([self = QPointer(this)](const ViewTools::MetItem& met) {
+        if (self) self->TakeItem(met);
+    });
+}
+
+// Of another object, or of a build that is gone: the next click is asked.
+void EffectEditor::TakeItem(const ViewTools::MetItem& met) {
+    m_session.Look([self = QPointer(this), met](Scene& scene) {
+        if (!self || !self->Button("pick")->isChecked()) return;
+        INode* node = met.object == self->m_node ? scene.FindHandle(met.object) : nullptr;
+        auto* object = node ? dynamic_cast<TDravin*>(node->GetObjectRef()) : nullptr;
+        bool isThere = object && object->Build().BuildNumber() == met.buildNumber &&
+                       met.item < object->Build().Items().Count();
+        if (!isThere) return self->PickItem(true);
+        self->m_item = object->Build().Items().Item(met.item).id;
+        self->ShowValues();
+    });
+}
+
+// The newest wish counts.
+void EffectEditor::StudyItem() {
+    if (std::exchange(m_isStudying, true)) {
+        m_studyAgain = true;
+        return;
+    }
+    auto study = std::make_shared<Study>();
+    bool isSame = m_study && m_study->item == *m_item && m_study->effectId == m_effectId &&
+                  m_study->node == m_node;
+    if (isSame) *study = *m_study;
+    study->node = m_node;
+    study->effectId = m_effectId;
+    study->program = m_code->toPlainText().toStdString();
+    study->variables = m_variables;
+    study->item = *m_item;
+    m_session.Study(
+        "Trying the effect", [study](Scene& scene) { study->Run(scene); },
+        [self = QPointer(this), study] {
+            if (!self) return;
+            self->m_isStudying = false;
+            bool isWanted = self->m_item && *self->m_item == study->item;
+            if (isWanted) {
+                self->m_study = study;
+                self->m_code->ShowValues(study->values);
+                if (!study->found)
+                    self->ShowStatus("The picked item comes to this effect no more", false);
+            }
+            if (std::exchange(self->m_studyAgain, false)) self->ShowValues();
+        });
 }
 
 void EffectEditor::ShowStatus(const QString& text, bool isFault) {

@@ -4,6 +4,7 @@
 // While the text is wrong, the last good program stays in the scene. With "Live" on, a program that
 // compiles is applied after a pause of typing; what is typed until Ctrl-Enter or another change is
 // one undo step. A text that is not applied when the window closes is kept for its next opening.
+// What the lines compute is shown for a fresh item, or for one that is picked in a view.
 #pragma once
 
 #include <map>
@@ -11,8 +12,10 @@
 
 #include <QWidget>
 
-#include "Dravin/panels/effect_check.h"
+#include "Dravin/commands/effect_check.h"
+#include "Dravin/engine/item_id.h"
 #include "apps/studio/studio_session.h"
+#include "apps/studio/tools/view_tools.h"
 
 class CodeEdit;
 class EffectParameterPanel;
@@ -24,7 +27,7 @@ class TDravin;
 
 class EffectEditor : public QWidget {
 public:
-    EffectEditor(StudioSession& session, QWidget* parent);
+    EffectEditor(StudioSession& session, ViewTools& tools, QWidget* parent);
     ~EffectEditor() override;
 
     // Shows the effect of that id of a node's object, as the scene has it.
@@ -39,6 +42,8 @@ public:
     const std::optional<TProgramFault>& Fault() const { return m_fault; }
     QString StatusText() const;
     QToolButton* Button(const char* name) const { return m_buttons.at(name); }
+    // The item whose values are shown; none: a fresh one's.
+    const std::optional<TItemId>& PickedItem() const { return m_item; }
 
     // Called when the user closes the window.
     std::function<void()> onClose;
@@ -55,8 +60,14 @@ private:
     void Check();
     void Store(bool mayMerge);
     void ShowStatus(const QString& text, bool isFault);
+    void MakeValueButtons();
+    void ShowValues();
+    void PickItem(bool on);
+    void TakeItem(const ViewTools::MetItem& met);
+    void StudyItem();
 
     StudioSession& m_session;
+    ViewTools& m_tools;
     CodeEdit* m_code;
     EffectParameterPanel* m_parameters;
     QLabel *m_status, *m_help;
@@ -72,5 +83,10 @@ private:
     std::map<std::string, QString> m_drafts;  // by effect
     // The last undo step is of this window's typing, which may go on in it.
     bool m_mayMerge = false, m_isOwnChange = false;
-    Connection m_changed;
+    // The picked item, and how the effect found it in a build.
+    struct Study;
+    std::optional<TItemId> m_item;
+    std::shared_ptr<Study> m_study;  // the last one
+    bool m_isStudying = false, m_studyAgain = false;
+    Connection m_changed, m_built;
 };

@@ -6,7 +6,7 @@
 
 #include <QWidget>
 
-#include "Dravin/panels/effect_check.h"
+#include "Dravin/commands/effect_check.h"
 #include "apps/studio/studio_session.h"
 
 class QFormLayout;

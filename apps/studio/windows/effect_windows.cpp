@@ -22,8 +22,8 @@ void Present(Window& window) {
 
 }  // namespace
 
-EffectWindows::EffectWindows(StudioSession& session, QWidget* parent)
-    : m_session(session), m_parent(parent) {
+EffectWindows::EffectWindows(StudioSession& session, ViewTools& tools, QWidget* parent)
+    : m_session(session), m_tools(tools), m_parent(parent) {
     m_changed = session.changed.Connect([this](Scene& scene) { Follow(scene); });
 }
 
@@ -55,7 +55,7 @@ void EffectWindows::FollowEffects(Scene& scene) {
         TEffectCommands& effects = EffectCommandsOf(*object);
         if (int row = effects.EditorIndex(); row >= 0 && row < effects.Count() && !isEdited) {
             isEdited = true;
-            if (!m_editor) m_editor = std::make_unique<EffectEditor>(m_session, m_parent);
+            if (!m_editor) m_editor = std::make_unique<EffectEditor>(m_session, m_tools, m_parent);
             std::string id = effects.IdOf(row);
             m_editor->onClose = [this, handle = node->GetHandle(), id] {
                 CloseEffect("effect.edit", handle, id);

@@ -10,11 +10,12 @@ class CurveEditor;
 class EffectBrowser;
 class EffectEditor;
 class QWidget;
+class ViewTools;
 
 class EffectWindows {
 public:
-    // parent: of the windows; outlives this.
-    EffectWindows(StudioSession& session, QWidget* parent);
+    // tools: of the views, where items are picked; parent: of the windows. Both outlive this.
+    EffectWindows(StudioSession& session, ViewTools& tools, QWidget* parent);
     ~EffectWindows();
 
     // Opens or closes the editor or the browser on the selected effect of the panel's object.
@@ -27,6 +28,7 @@ private:
     void CloseEffect(const char* command, NodeHandle node, const std::string& id);
 
     StudioSession& m_session;
+    ViewTools& m_tools;
     QWidget* m_parent;
     std::unique_ptr<EffectEditor> m_editor;
     std::unique_ptr<EffectBrowser> m_browser;

@@ -7,6 +7,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QListView>
+#include <QPointer>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QShortcut>
@@ -54,7 +55,7 @@ RenderWindow::RenderWindow(StudioSession& session, QWidget* parent)
     m_progress->hide();
     m_watch->setInterval(kWatchMs);
     connect(m_watch, &QTimer::timeout, this,
-            [this] { m_progress->setValue(int(m_session.Progress() * 100)); });
+            [this] { m_progress->setValue(int(m_session.RenderProgress() * 100)); });
     m_connections.push_back(session.changed.Connect([this](Scene& scene) { Read(scene); }));
     m_connections.push_back(session.activityChanged.Connect([this] { ShowActivity(); }));
     session.Look([this](Scene& scene) { Read(scene); });
@@ -105,7 +106,7 @@ QWidget* RenderWindow::MakeSettings() {
         m_session.Run("scene.render", "", {{"renderer", kRenderers[entry]}});
     });
     connect(m_render, &QPushButton::clicked, this, [this] { Render(); });
-    connect(m_cancel, &QPushButton::clicked, this, [this] { m_session.CancelJob(); });
+    connect(m_cancel, &QPushButton::clicked, this, [this] { m_session.CancelRender(); });
     connect(m_save, &QPushButton::clicked, this, [this] { SavePicture(); });
     auto labelled = [row](const char* text, QWidget* widget) {
         row->addWidget(new QLabel(text));
@@ -164,8 +165,8 @@ void RenderWindow::Read(const Scene& scene) {
 }
 
 void RenderWindow::ShowActivity() {
-    bool isRendering = m_session.Activity() == "Rendering";
-    m_render->setEnabled(!m_session.IsBusy());
+    bool isRendering = m_session.IsRendering();
+    m_render->setEnabled(!m_session.IsBusy() && !isRendering);
     m_cancel->setEnabled(isRendering);
     m_progress->setVisible(isRendering);
     isRendering ? m_watch->start() : m_watch->stop();
@@ -174,22 +175,27 @@ void RenderWindow::ShowActivity() {
 // --- pictures
 
 void RenderWindow::Render() {
-    m_session.Render({}, [this](const RenderOutcome& outcome) { Take(outcome); });
+    QString scene =
+        m_session.Path().empty() ? "untitled" : QFileInfo(Text(m_session.Path())).fileName();
+    QPointer<RenderWindow> self = this;
+    auto take = [self, scene, samples = m_settings.samples](const RenderOutcome& outcome) {
+        if (self) self->Take(outcome, scene, samples);
+    };
+    m_session.Render({}, take);
 }
 
-void RenderWindow::Take(const RenderOutcome& outcome) {
+// scene, samples: as they were when the render began.
+void RenderWindow::Take(const RenderOutcome& outcome, const QString& scene, int samples) {
     if (outcome.picture.pixels.empty()) return;
     const RenderStatistics& s = outcome.statistics;
     RenderedPicture rendered;
     rendered.picture = outcome.picture;
     rendered.image = ImageOf(outcome.picture);
-    QString scene =
-        m_session.Path().empty() ? "untitled" : QFileInfo(Text(m_session.Path())).fileName();
     rendered.name = QString("%1  %2").arg(m_history->NextNumber()).arg(scene);
     rendered.details = QString("%1 x %2, %3 samples, %4 instances, %5 s")
                            .arg(outcome.picture.width)
                            .arg(outcome.picture.height)
-                           .arg(m_settings.samples)
+                           .arg(samples)
                            .arg(s.numInstances)
                            .arg(s.buildSeconds + s.traceSeconds, 0, 'f', 1);
     m_history->Add(std::move(rendered));

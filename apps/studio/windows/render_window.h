@@ -1,4 +1,5 @@
-// Renders the scene by its renderer, keeps what was rendered, and compares two pictures.
+// Renders the scene by its renderer, keeps what was rendered, and compares two pictures. The scene
+// may be worked on, and be replaced, meanwhile.
 //
 // The picture that is selected in the list is A; B is the one that Compare With was pressed on. The
 // settings are the scene's, and their changes undo steps.
@@ -36,7 +37,7 @@ private:
     void Read(const Scene& scene);
     void ShowActivity();
     void ShowPicture();
-    void Take(const RenderOutcome& outcome);
+    void Take(const RenderOutcome& outcome, const QString& scene, int samples);
 
     StudioSession& m_session;
     std::vector<Connection> m_connections;
