@@ -68,6 +68,36 @@ TEST_F(StudioControls, ADragOfFiftyMovesIsOneStepAndUndoneExactly) {
     EXPECT_EQ(Saved("after.json"), before);
 }
 
+// Counted in items: how long it takes is the machine's business.
+TEST_F(StudioControls, AHandThatDragsIsAnsweredByAPartOfManyItems) {
+    Session().Run("param.set", "meadow", {{"name", "vmaxitems"}, {"value", 2'000'000}});
+    Rest();
+    // Cells of 0.028 on a ground of 20 x 20.
+    for (const char* side : {"units_x", "units_y"}) {
+        Session().Run("param.set", "meadow", {{"name", side}, {"value", 0.9}});
+        Rest();
+    }
+    int64_t all = Session().Reports()[0].numItems;
+    ASSERT_GT(all, 400'000);
+    EXPECT_FALSE(Session().IsThinned());
+    auto* field = dynamic_cast<NumberField*>(Control(transformParams::kZrotmax)->Editor());
+    QPointF arrows(field->width() - 5.0, 6);
+    hand::Press(field, arrows);
+    hand::Move(field, arrows - QPointF(0, 20));
+    bool wasThinned = hand::Wait([this] { return Session().IsThinned(); });
+    EXPECT_TRUE(wasThinned);
+    EXPECT_LE(Session().Reports()[0].numItems, 100'000);
+    EXPECT_GT(Session().Reports()[0].numItems, 10'000);
+    EXPECT_TRUE(hand::Wait([this] { return !Session().IsThinned(); })) << "the hand rests";
+    EXPECT_EQ(Session().Reports()[0].numItems, all);
+    hand::Move(field, arrows - QPointF(0, 40));
+    hand::Release(field, arrows - QPointF(0, 40));
+    Rest();
+    EXPECT_FALSE(Session().IsThinned());
+    EXPECT_EQ(Session().Reports()[0].numItems, all);
+    EXPECT_EQ(Session().View()->NumItems(), size_t(all));
+}
+
 TEST_F(StudioControls, EscapeInADragRestoresTheScene) {
     std::string before = Saved("before.json");
     auto* field = dynamic_cast<NumberField*>(Control(distParams::kUnitsX)->Editor());

@@ -3,6 +3,7 @@
 
 #include <QAction>
 #include <QComboBox>
+#include <QLabel>
 #include <QMenu>
 #include <QPushButton>
 
@@ -228,6 +229,30 @@ TEST_F(StudioCurves, CurvesOfEffectsAreEditedToo) {
     Rest();
     EXPECT_EQ(view->Points()[0].py, 1);
     EXPECT_EQ(Saved("after.json"), before);
+}
+
+TEST_F(StudioCurves, BarsShowWhereItemsStandAndFollowBuilds) {
+    EXPECT_TRUE(view->Use().empty());
+    EXPECT_TRUE(Editor().findChild<QLabel*>("use")->text().contains("No items are shown"));
+    Session().Run("param.set", "meadow", {{"name", "applyrotation"}, {"value", true}});
+    Rest();
+    Session().Run("curve.edit", "meadow", {{"curve", "rotprobcurve"}});
+    Rest();
+    auto sum = [this] {
+        size_t all = 0;
+        for (size_t count : view->Use()) all += count;
+        return all;
+    };
+    // An item counts once for each of the three axes that turn.
+    EXPECT_TRUE(hand::Wait([&] { return sum() == size_t(Session().Reports()[0].numItems) * 3; }))
+        << sum();
+    size_t before = sum();
+    Session().Run("param.set", "meadow", {{"name", "units_x"}, {"value", 40}});
+    Rest();
+    EXPECT_TRUE(hand::Wait([&] {
+        return sum() == size_t(Session().Reports()[0].numItems) * 3 && sum() != before;
+    })) << sum();
+    EXPECT_TRUE(Editor().findChild<QLabel*>("use")->text().contains("Bars"));
 }
 
 TEST_F(StudioCurves, ANewSceneClosesTheWindow) {

@@ -17,7 +17,7 @@
 #include "apps/studio/windows/effect_editor.h"
 #include "apps/studio/windows/effect_parameter_panel.h"
 #include "tests/apps/studio/child_window.h"
-#include "tests/apps/studio/studio_window.h"
+#include "tests/apps/studio/tools_fixture.h"
 
 namespace {
 
@@ -274,4 +274,83 @@ TEST_F(StudioEffects, OwnEffectsAreSavedRenamedAndDeletedInFolders) {
     EXPECT_EQ(model->rowCount(), 1);
     for (auto [name, value] : {std::pair("XDG_DOCUMENTS_DIR", documents), {"XDG_DATA_HOME", data}})
         value.isNull() ? qunsetenv(name) : qputenv(name, value);
+}
+
+// --- values of an item that is picked in a view
+
+namespace {
+
+struct PickedItem : ItemTools {
+    EffectEditor* editor = nullptr;
+
+    void SetUp() override {
+        QSettings().setValue("effects/live", false);
+        QSettings().setValue("effects/values", false);
+        OpenItems(false);
+        Session().Run("effect.add", "meadow",
+                      {{"name", "lean"}, {"program", "real x = dpItem.position.x;"}});
+        Rest();
+        window->Action("effects.editor")->trigger();
+        Rest();
+        editor = Child<EffectEditor>(*window);
+        ASSERT_TRUE(editor);
+    }
+    void Pick(const Point3& place) {
+        editor->Button("pick")->defaultAction()->setChecked(true);
+        Click(place + Point3{0, 0, 1});
+    }
+    // The number behind the last line; none while there is none.
+    std::optional<double> Shown() {
+        if (editor->Code().Values().empty()) return std::nullopt;
+        QString text = QString::fromStdString(editor->Code().Values().back().text);
+        return text.section(' ', -1).toDouble();
+    }
+    bool Shows(double number) {
+        return hand::Wait([&] { return Shown() && std::abs(*Shown() - number) < 1e-3; });
+    }
+};
+
+}  // namespace
+
+TEST_F(PickedItem, ItsValuesAreShownAndFollowTheTextAndTheScene) {
+    std::vector<Point3> built = Built();
+    Point3 place = built[Near()];
+    std::vector<std::string> selected = Selected();
+    size_t steps = NumSteps();
+    Pick(place);
+    ASSERT_TRUE(editor->PickedItem()) << window->LogText().toStdString();
+    EXPECT_TRUE(Shows(place.x)) << Shown().value_or(-1e9);
+    EXPECT_EQ(Selected(), selected) << "a pick of values selects nothing";
+    EXPECT_EQ(NumSteps(), steps);
+    editor->Code().setPlainText("real y = dpItem.position.y * 3;");
+    EXPECT_TRUE(Shows(place.y * 3)) << Shown().value_or(-1e9);
+    // Of another item.
+    std::sort(built.begin(), built.end(),
+              [](const Point3& a, const Point3& b) { return Length(a) < Length(b); });
+    Point3 other = built[1];
+    editor->Button("pick")->defaultAction()->setChecked(false);
+    EXPECT_TRUE(Shows(0)) << "a fresh one";
+    Pick(other);
+    EXPECT_TRUE(Shows(other.y * 3)) << Shown().value_or(-1e9);
+    // The next click selects again.
+    EXPECT_FALSE(window->Action("items.pin")->isChecked());
+    Click({9.5f, 9.5f, 0});
+    EXPECT_TRUE(editor->PickedItem());
+}
+
+TEST_F(PickedItem, AnItemThatGoesIsTold) {
+    Pick(Built()[Near()]);
+    ASSERT_TRUE(editor->PickedItem());
+    ASSERT_TRUE(hand::Wait([this] { return Shown().has_value(); }));
+    Session().Run("param.set", "meadow", {{"name", "disabled"}, {"value", true}});
+    Rest();
+    EXPECT_TRUE(hand::Wait([this] { return editor->StatusText().contains("no more"); }));
+    EXPECT_FALSE(Shown());
+    Session().Run("param.set", "meadow", {{"name", "disabled"}, {"value", false}});
+    Rest();
+    EXPECT_TRUE(hand::Wait([this] { return Shown().has_value(); })) << "it is there again";
+    Session().NewScene();
+    Rest();
+    EXPECT_FALSE(editor->PickedItem());
+    EXPECT_FALSE(editor->isVisible());
 }

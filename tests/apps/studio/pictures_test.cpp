@@ -217,11 +217,11 @@ TEST_F(StudioPictures, TwoRendersCompared) {
     Session().Run("scene.render", "", {{"width", 640}, {"height", 360}, {"samples", 8}});
     Rest();
     render.Render();
-    Rest();
+    EXPECT_TRUE(hand::Wait([this] { return !Session().IsRendering(); }));
     Session().Run("scene.render", "", {{"exposure", 1.5}});
     Rest();
     render.Render();
-    Rest();
+    EXPECT_TRUE(hand::Wait([this] { return !Session().IsRendering(); }));
     ASSERT_EQ(render.History().rowCount(), 2) << window->LogText().toStdString();
     render.Select(1);
     render.CompareWithSelected();

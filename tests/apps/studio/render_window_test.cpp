@@ -3,9 +3,13 @@
 #include <QListView>
 #include <QPushButton>
 
+#include "apps/dravin/commands.h"
+#include "apps/dravin/session.h"
 #include "apps/studio/panels/number_field.h"
+#include "apps/studio/viewport/quad_view.h"
 #include "apps/studio/windows/picture_compare.h"
 #include "apps/studio/windows/studio_windows.h"
+#include "host/render/render_outcome.h"
 #include "tests/apps/studio/studio_window.h"
 
 namespace {
@@ -17,11 +21,25 @@ struct RenderWindowTest : StudioWindow {
         Session().Run("scene.render", "", {{"width", 32}, {"height", 24}, {"samples", 1}});
         Rest();
     }
+    void RestRender() {
+        EXPECT_TRUE(hand::Wait([this] { return !Session().IsRendering(); }));
+        Rest();
+    }
     void Render() {
         int before = shown.History().rowCount();
         shown.Render();
-        Rest();
+        RestRender();
         ASSERT_EQ(shown.History().rowCount(), before + 1) << window->LogText().toStdString();
+    }
+    // A render that lasts until it is cancelled.
+    void BeginLongRender() {
+        OpenTiny();
+        Session().Run("scene.render", "", {{"width", 640}, {"height", 480}, {"samples", 65536}});
+        Rest();
+        shown.Render();
+        Rest();
+        ASSERT_TRUE(Session().IsRendering()) << window->LogText().toStdString();
+        ASSERT_TRUE(hand::Wait([this] { return Session().Activity() == "Rendering"; }));
     }
     RenderWindow& shown;
 };
@@ -105,15 +123,89 @@ TEST_F(RenderWindowTest, SavesAndTellsWhatCannotBeSaved) {
 }
 
 TEST_F(RenderWindowTest, ACancelledOneLeavesNoPicture) {
-    OpenTiny();
-    Session().Run("scene.render", "", {{"width", 640}, {"height", 480}, {"samples", 4096}});
-    Rest();
-    shown.Render();
-    EXPECT_TRUE(hand::Wait([this] { return Session().Activity() == "Rendering"; }));
+    BeginLongRender();
     Session().CancelJob();
-    Rest();
+    RestRender();
     EXPECT_EQ(shown.History().rowCount(), 0);
     EXPECT_FALSE(Session().IsBusy());
+    EXPECT_EQ(Session().Activity(), "");
+}
+
+TEST_F(RenderWindowTest, TheSceneIsEditedBuiltAndSavedWhileItRenders) {
+    BeginLongRender();
+    Session().Run("param.set", "meadow", {{"name", "units_x"}, {"value", 40}});
+    Rest();
+    EXPECT_EQ(Session().UndoName(), "Set Parameter");
+    int64_t items = Session().Reports()[0].numItems;
+    Session().Undo();
+    Rest();
+    EXPECT_NE(Session().Reports()[0].numItems, items) << "views follow";
+    EXPECT_FALSE(Saved("meanwhile.json").empty());
+    EXPECT_TRUE(Session().IsRendering());
+    shown.Render();  // one at a time
+    Rest();
+    EXPECT_TRUE(window->LogText().contains("wait for the picture before"));
+    Session().CancelRender();
+    RestRender();
+    EXPECT_EQ(shown.History().rowCount(), 0);
+}
+
+TEST_F(RenderWindowTest, ThePictureIsOfTheSceneAsItWas) {
+    OpenTiny();
+    Session().Save(folder.File("asked.json"));
+    Rest();
+    shown.Render();
+    Session().Run("node.delete", "stone", {});  // in its turn: behind the copy
+    RestRender();
+    ASSERT_EQ(shown.History().rowCount(), 1) << window->LogText().toStdString();
+    ::Session alone;
+    ASSERT_EQ(alone.Open(folder.File("asked.json")), kExitDone);
+    RenderOutcome outcome;
+    ASSERT_EQ(RenderOpenScene(alone, {}, &outcome), kExitDone);
+    ASSERT_EQ(outcome.picture.pixels.size(), 32u * 24);
+    EXPECT_TRUE(shown.History().At(0)->picture.pixels == outcome.picture.pixels);
+    Session().Look([](Scene& scene) { EXPECT_EQ(scene.FindNode("stone"), nullptr); });
+}
+
+TEST_F(RenderWindowTest, TheSceneMayBeClosedWhileItRenders) {
+    BeginLongRender();
+    Session().NewScene();
+    Rest();
+    Session().Look([](Scene& scene) { EXPECT_TRUE(scene.Nodes().empty()); });
+    EXPECT_TRUE(Session().IsRendering());
+    Session().CancelRender();
+    RestRender();
+    OpenTiny();
+    shown.Render();
+    window->OpenFile(folder.File("scene.json"));  // before the copy is there, or behind it
+    RestRender();
+    EXPECT_LE(shown.History().rowCount(), 1);
+    EXPECT_FALSE(Session().Path().empty());
+}
+
+TEST_F(RenderWindowTest, ARenderedViewLetsItsSceneChangeAndGo) {
+    OpenTiny();
+    ViewportWidget& view = window->Views().ActiveView();
+    view.SetShading(ViewportShading::kRendered);
+    auto isRendering = [&] { return view.Picture() && view.Picture()->samples > 0; };
+    EXPECT_TRUE(hand::Wait(isRendering));
+    std::shared_ptr<const TViewportScene> first = view.Shown();
+    Session().Run("node.delete", "stone", {});
+    Rest();
+    EXPECT_NE(view.Shown(), first);
+    EXPECT_TRUE(hand::Wait([&] { return isRendering() && view.Picture()->scene == view.Shown(); }))
+        << "it begins anew";
+    Session().NewScene();
+    Rest();
+    OpenTiny();
+    EXPECT_TRUE(hand::Wait([&] { return isRendering() && view.Picture()->scene == view.Shown(); }));
+    window.reset();
+}
+
+TEST_F(RenderWindowTest, TheWindowMayBeClosedWhileItRenders) {
+    BeginLongRender();
+    window.reset();
+    SUCCEED() << "the render is cancelled";
 }
 
 TEST_F(RenderWindowTest, TheOldestPicturesGo) {

@@ -3,8 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <QApplication>
-
+#include "apps/studio/event_watch.h"
 #include "apps/studio/theme.h"
 #include "tests/apps/studio/leave_changes.h"
 #include "tests/temp_folder.h"
@@ -16,7 +15,7 @@ int main(int argc, char** argv) {
     qputenv("XDG_CONFIG_HOME", QByteArray::fromStdString(settings.File("")));
     if (!isLeaving) qputenv("XDG_STATE_HOME", QByteArray::fromStdString(settings.File("state")));
     testing::InitGoogleTest(&argc, argv);
-    QApplication application(argc, argv);
+    WatchedApplication application(argc, argv);
     QApplication::setOrganizationName("dravin");
     QApplication::setApplicationName("studio-test");
     ApplyTheme(application, Theme::kDark);
