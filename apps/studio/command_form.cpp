@@ -9,6 +9,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
+#include <QScrollArea>
 #include <QVBoxLayout>
 
 #include "Dravin/panels/number_entry.h"
@@ -56,6 +57,17 @@ std::string TargetOf(StudioSession& session, const TCommand& command, Scene& sce
     return {};
 }
 
+// As large as what it shows, and with bars where the screen is smaller.
+class FormScroll : public QScrollArea {
+public:
+    FormScroll() {
+        setWidgetResizable(true);
+        setFrameShape(QFrame::NoFrame);
+        setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    }
+    QSize sizeHint() const override { return widget()->sizeHint(); }
+};
+
 }  // namespace
 
 CommandForm::CommandForm(const TCommand& command, TArguments given, QWidget* parent)
@@ -93,7 +105,11 @@ CommandForm::CommandForm(const TCommand& command, TArguments given, QWidget* par
         form->addRow("", help);
         m_fields.emplace_back(&info, field);
     }
-    column->addLayout(form);
+    auto* fields = new QWidget;
+    fields->setLayout(form);
+    auto* scroll = new FormScroll;
+    scroll->setWidget(fields);
+    column->addWidget(scroll, 1);
     m_error = new QLabel;
     m_error->setObjectName("notice");
     m_error->setWordWrap(true);

@@ -78,6 +78,15 @@ protected:
     // The next click in a view tells the nearest item there, and selects nothing. Null: no more.
     void AskForItem(std::function<void(const MetItem&)> taker) { m_itemTaker = std::move(taker); }
 
+    // What a click met: an item of a scatter object, by its place in the list of that build.
+    struct MetItem {
+        NodeHandle object = 0;
+        uint32_t item = 0;
+        uint64_t buildNumber = 0;
+    };
+    // The next click in a view tells the nearest item there, and selects nothing. Null: no more.
+    void AskForItem(std::function<void(const MetItem&)> taker) { m_itemTaker = std::move(taker); }
+
 private:
     enum class Level { kNodes, kItems, kPins, kPoints };
     enum class ClickMode { kSelect, kAddItem, kAttach, kAddPoint, kFitLeftUp, kFitRightDown };

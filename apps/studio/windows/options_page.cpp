@@ -22,7 +22,7 @@
 
 namespace {
 
-constexpr int kLabelWidth = 150;  // so that the groups stand in line
+constexpr int kLabelChars = 22;  // so that the groups stand in line
 
 std::string HelpOfOption(const TOptionEntry& entry) {
     int standard = TOptions().*entry.value;
@@ -134,7 +134,7 @@ void OptionsPage::Add(QFormLayout* form, Value value) {
     } else {
         auto* label = new QLabel(value.label);
         label->setBuddy(control);
-        label->setMinimumWidth(kLabelWidth);
+        label->setMinimumWidth(label->fontMetrics().averageCharWidth() * kLabelChars);
         form->addRow(label, control);
         if (auto* field = dynamic_cast<NumberField*>(control)) field->AttachLabel(label);
     }

@@ -4,6 +4,7 @@
 #include <string>
 
 #include <QGuiApplication>
+#include <QLayout>
 #include <QScreen>
 
 #include "Dravin/config/settings.h"
@@ -36,7 +37,12 @@ void ToolWindow::Open() {
 }
 
 void ToolWindow::showEvent(QShowEvent* event) {
-    if (!std::exchange(m_isPlaced, true)) LoadPlace();
+    if (!std::exchange(m_isPlaced, true)) {
+        LoadPlace();
+        // Texts may be larger than they were when that size was chosen.
+        if (layout())
+            resize(size().expandedTo(layout()->sizeHint()).boundedTo(screen()->availableSize()));
+    }
     QWidget::showEvent(event);
 }
 

@@ -9,6 +9,7 @@
 #include <QMimeData>
 #include <QScreen>
 #include <QSettings>
+#include <QToolButton>
 
 #include "Dravin/dravin.h"
 #include "apps/studio/command_form.h"

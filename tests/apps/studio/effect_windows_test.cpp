@@ -325,7 +325,9 @@ TEST_F(PickedItem, ItsValuesAreShownAndFollowTheTextAndTheScene) {
     editor->Code().setPlainText("real y = dpItem.position.y * 3;");
     EXPECT_TRUE(Shows(place.y * 3)) << Shown().value_or(-1e9);
     // Of another item.
-    Point3 other = built[Near() == 0 ? 1 : 0];
+    std::sort(built.begin(), built.end(),
+              [](const Point3& a, const Point3& b) { return Length(a) < Length(b); });
+    Point3 other = built[1];
     editor->Button("pick")->defaultAction()->setChecked(false);
     EXPECT_TRUE(Shows(0)) << "a fresh one";
     Pick(other);

@@ -6,6 +6,7 @@
 #include <QGroupBox>
 #include <QHeaderView>
 #include <QLabel>
+#include <QLayout>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
@@ -88,7 +89,8 @@ void CheckSiblings(const QWidget& parent, std::vector<std::string>& faults) {
 }
 
 QString Pretended(const QString& text) {
-    if (text.isEmpty() || text.contains('<')) return text;
+    // Numbers of lists and what has been replaced already stay.
+    if (text.isEmpty() || text.contains('<') || text.startsWith('[')) return text;
     static const QString plain = "aeiouyncsAEIOUYNCS", accented = "áéïöûýñçšÁÉÏÖÛÝÑÇŠ";
     QString longer = text;
     for (QChar& c : longer)

@@ -52,6 +52,8 @@ struct LayoutTest : StudioWindow {
             if (name == std::string("RenderWindow")) opened = &window->Windows().OpenRender();
             ASSERT_TRUE(opened) << name;
             if (isTranslated) PretendTranslation(*opened);
+            // Screens of tests are smaller than those of people.
+            opened->resize(opened->size().expandedTo({900, 600}));
             Check(*opened, name);
             opened->close();
         }

@@ -57,6 +57,8 @@ struct RecordedSession : ItemTools {
         Settle();
     }
     void Keys(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) {
+        window->activateWindow();  // other windows may have been in front
+        EXPECT_TRUE(QTest::qWaitForWindowActive(window.get()));
         View().setFocus();
         hand::Key(&View(), key, modifiers);
         Settle();
@@ -142,11 +144,13 @@ struct RecordedSession : ItemTools {
         editor->close();
         Rest();
     }
+    // On no node that is scattered: the automatic material that builds make of those would keep an
+    // empty slot at its end, as the faces of meshes know its slots by number.
     void AddAMaterial() {
         Session().Run("material.load", "",
                       {{"library", folder.Write("materials.json", kMaterials)},
                        {"material", "bark"},
-                       {"nodes", ParamInput(ParamInput::Array{ParamInput("stone")})}});
+                       {"nodes", ParamInput(ParamInput::Array{ParamInput("ground")})}});
         Rest();
         Session().Look([](Scene& scene) { EXPECT_EQ(scene.Materials().count("bark"), 1u); });
     }
@@ -171,7 +175,7 @@ struct RecordedSession : ItemTools {
         ASSERT_EQ(Selected(), std::vector<std::string>{"stone"});
         Keys(Qt::Key_W);
         Drag(Middle(), Middle() + Along({4, 3, 0}), Qt::ShiftModifier);
-        ASSERT_EQ(Selected().size(), 1u);
+        ASSERT_EQ(Selected().size(), 1u) << testing::PrintToString(Selected());
         EXPECT_NE(Selected()[0], "stone");
         Keys(Qt::Key_Q);
         ChooseInOutliner(3);
@@ -203,6 +207,7 @@ TEST_F(RecordedSession, EverythingUndoneIsTheSceneAsItWasOpened) {
     OpenItems(false);
     Session().Undo();  // of the selection that the fixture makes
     Rest();
+    Written();  // an object gets its number when a scene is stored for the first time
     Files opened = Written();
     auto* application = dynamic_cast<WatchedApplication*>(qApp);
     ASSERT_TRUE(application);
