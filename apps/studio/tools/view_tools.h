@@ -66,26 +66,17 @@ public:
     // The right button, where nothing was dragged: ends what waits for clicks. Whether there was.
     bool RightClick();
 
+    // What a click met: an item of a scatter object, by its place in the list of that build.
+    struct MetItem {
+        NodeHandle object = 0;
+        uint32_t item = 0;
+        uint64_t buildNumber = 0;
+    };
+    // The next click in a view tells the nearest item there, and selects nothing. Null: no more.
+    void AskForItem(std::function<void(const MetItem&)> taker) { m_itemTaker = std::move(taker); }
+
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
-
-    // What a click met: an item of a scatter object, by its place in the list of that build.
-    struct MetItem {
-        NodeHandle object = 0;
-        uint32_t item = 0;
-        uint64_t buildNumber = 0;
-    };
-    // The next click in a view tells the nearest item there, and selects nothing. Null: no more.
-    void AskForItem(std::function<void(const MetItem&)> taker) { m_itemTaker = std::move(taker); }
-
-    // What a click met: an item of a scatter object, by its place in the list of that build.
-    struct MetItem {
-        NodeHandle object = 0;
-        uint32_t item = 0;
-        uint64_t buildNumber = 0;
-    };
-    // The next click in a view tells the nearest item there, and selects nothing. Null: no more.
-    void AskForItem(std::function<void(const MetItem&)> taker) { m_itemTaker = std::move(taker); }
 
 private:
     enum class Level { kNodes, kItems, kPins, kPoints };
