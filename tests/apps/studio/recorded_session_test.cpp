@@ -163,8 +163,10 @@ struct RecordedSession : ItemTools {
         Keys(Qt::Key_W);
         Drag(Middle(), Middle() + Along({0, 2, 0}));
         Drag(Middle(), Middle() + Along({2, 0, 0}), Qt::ShiftModifier);
+        AnswerCopies("1");
         EXPECT_EQ(Items().size(), count + 1);
         Drag(Middle(), Middle() + Along({2, 0, 0}), Qt::ShiftModifier);
+        AnswerCopies("1");
         Keys(Qt::Key_Delete);
         EXPECT_EQ(Items().size(), count + 1);
         Keys(Qt::Key_I);
@@ -175,6 +177,7 @@ struct RecordedSession : ItemTools {
         ASSERT_EQ(Selected(), std::vector<std::string>{"stone"});
         Keys(Qt::Key_W);
         Drag(Middle(), Middle() + Along({4, 3, 0}), Qt::ShiftModifier);
+        AnswerCopies("1");
         ASSERT_EQ(Selected().size(), 1u) << testing::PrintToString(Selected());
         EXPECT_NE(Selected()[0], "stone");
         Keys(Qt::Key_Q);
