@@ -20,9 +20,11 @@ struct TimelineTest : StudioWindow {
     Timeline& Strip() { return window->Time(); }
     TimeRuler& Ruler() { return window->Time().Ruler(); }
     TimeValue Time() {
-        TimeValue now = 0;
-        Session().Look([&](Scene& scene) { now = scene.GetTime(); });
-        return now;
+        // While it plays the scene is not always free: the look may come later.
+        auto now = std::make_shared<std::optional<TimeValue>>();
+        Session().Look([now](Scene& scene) { *now = scene.GetTime(); });
+        EXPECT_TRUE(hand::Wait([&] { return now->has_value(); }));
+        return now->value_or(-1);
     }
     static void Enter(QLineEdit* field, const char* text) {
         field->setFocus();
