@@ -124,6 +124,7 @@ public:
     using QTableView::QTableView;
     std::function<void()> onSelected;
 
+    bool IsPressed() const { return m_isPressed; }
     void SelectionMoved() {
         if (!m_isPressed && onSelected) onSelected();
     }
@@ -225,7 +226,9 @@ void ListerWindow::ReadSoon() {
     });
 }
 
+// Not while a hand drags over rows: what it selects is read when it lets go.
 void ListerWindow::Read(Scene& scene) {
+    if (m_table->IsPressed()) return;
     m_isReading = true;
     m_model->Take(RowsOf(scene));
     std::unordered_set<NodeHandle> selected;

@@ -41,7 +41,7 @@ void ToolWindow::showEvent(QShowEvent* event) {
         LoadPlace();
         // Texts may be larger than they were when that size was chosen.
         if (layout())
-            resize(size().expandedTo(layout()->sizeHint()).boundedTo(screen()->availableSize()));
+            resize(size().expandedTo(layout()->sizeHint().boundedTo(screen()->availableSize())));
     }
     QWidget::showEvent(event);
 }

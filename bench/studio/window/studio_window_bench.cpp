@@ -8,6 +8,7 @@
 #include <fstream>
 
 #include <QApplication>
+#include <QThread>
 
 #include "Dravin/dravin.h"
 #include "Dravin/viewport/viewport_scene.h"
@@ -40,7 +41,11 @@ QApplication& Application() {
 
 template <class IsSo>
 void Wait(const IsSo& isSo) {
-    while (!isSo()) QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+    for (;;) {
+        QCoreApplication::processEvents();
+        if (isSo()) return;
+        QThread::usleep(200);  // the processors are for the work
+    }
 }
 
 std::unique_ptr<MainWindow> Open() {

@@ -19,17 +19,22 @@ constexpr const char* kMoving = R"({"dravin_scene": 1, "nodes": [
 struct TimelineTest : StudioWindow {
     Timeline& Strip() { return window->Time(); }
     TimeRuler& Ruler() { return window->Time().Ruler(); }
-    // 0 while a job has the scene: then it is told when nobody asks any more.
     TimeValue Time() {
-        auto now = std::make_shared<TimeValue>(0);
+        // While it plays the scene is not always free: the look may come later.
+        auto now = std::make_shared<std::optional<TimeValue>>();
         Session().Look([now](Scene& scene) { *now = scene.GetTime(); });
-        return *now;
+        EXPECT_TRUE(hand::Wait([&] { return now->has_value(); }));
+        return now->value_or(-1);
     }
     static void Enter(QLineEdit* field, const char* text) {
         field->setFocus();
         field->selectAll();
         hand::Type(field, text);
         hand::Key(field, Qt::Key_Return);
+    }
+    void Select(const char* name) {
+        Session().Do([name](Scene& scene) { scene.Select({{scene.FindNode(name)}}); });
+        Rest();
     }
 };
 
@@ -58,7 +63,7 @@ TEST_F(TimelineTest, StepsToKeysOfTheSelection) {
     Strip().GoToKey(true);
     Rest();
     EXPECT_EQ(Time(), 0) << "nothing is selected";
-    Select({"box"});
+    Select("box");
     Strip().GoToKey(true);
     Rest();
     EXPECT_EQ(Time(), 1600);
