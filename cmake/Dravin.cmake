@@ -68,6 +68,8 @@ function(together target)
         return()
     endif()
     set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 5)
+    # One of the compiled files includes the others, whose own names then look like a header's.
+    target_compile_options(${target} PRIVATE -Wno-subobject-linkage)
     if(ARGN)
         set_source_files_properties(${ARGN} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
     endif()
