@@ -59,6 +59,8 @@ TEST_F(NodePicks, OtherKindsAreRefused) {
     TPanel panel = One();
     EXPECT_FALSE(MayPick(panel, camera, *hill));
     EXPECT_FALSE(PickNode(panel, camera, *hill));
+    EXPECT_FALSE(PickNode(panel, distParams::kDistpathnodes, *hill)) << "it is no shape";
+    EXPECT_TRUE(PickNode(panel, distParams::kDistpathnodes, *line));
     EXPECT_EQ(panel.Read(camera).text, "");
     EXPECT_TRUE(MayPick(panel, camera, *eye));
     EXPECT_TRUE(PickNode(panel, camera, *eye));

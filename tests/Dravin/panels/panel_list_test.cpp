@@ -62,19 +62,6 @@ TEST_F(PanelLists, BadCellsSayWhyAndChangeNothing) {
     EXPECT_EQ(scene.undo.NumUndoSteps(), 0u);
 }
 
-TEST_F(PanelLists, NodesStandOnceInTheirList) {
-    TPanel panel = One();
-    TParamKey surfaces = surfaceParams::kSurflist;
-    EXPECT_TRUE(AddNodeToList(panel, surfaces, "stone"));
-    EXPECT_TRUE(AddNodeToList(panel, surfaces, "stone"));
-    EXPECT_EQ(panel.Read(surfaces).names, std::vector<std::string>{"stone"});
-    EXPECT_EQ(scene.undo.NumUndoSteps(), 1u);
-    EXPECT_FALSE(AddNodeToList(panel, surfaces, "pebble"));
-    EXPECT_FALSE(AddNodeToList(panel, distParams::kDistpathnodes, "stone"));  // no shape
-    EXPECT_TRUE(RemoveNodeFromList(panel, surfaces, "stone"));
-    EXPECT_TRUE(panel.Read(surfaces).names.empty());
-}
-
 TEST(PanelList, AreasAndEffectsHaveColumns) {
     EXPECT_EQ(ListNamed("area").columns[0].title, "On");
     EXPECT_EQ(ListNamed("effect").columns[1].title, "Name");
