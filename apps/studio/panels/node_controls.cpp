@@ -2,6 +2,7 @@
 #include <memory>
 
 #include <QHBoxLayout>
+#include <QHideEvent>
 #include <QLabel>
 #include <QListView>
 #include <QMenu>
@@ -34,6 +35,12 @@ public:
     }
     ~PickButton() override {
         if (isChecked()) m_scope.session.nodePickWished.Send(nullptr);
+    }
+
+protected:
+    // The panel shows something else; a window that is put away still waits.
+    void hideEvent(QHideEvent* event) override {
+        if (!event->spontaneous() && isChecked()) m_scope.session.nodePickWished.Send(nullptr);
     }
 
 private:

@@ -181,7 +181,7 @@ RowList::RowList(const PanelScope& scope, const TPanelList& list)
                              Qt::EditRole);
     });
     m_buttons = MakeButtonRow(scope, list.buttons, [this] { return Selected(); });
-    m_buttons->setVisible(!list.buttons.empty());
+    if (list.buttons.empty()) m_buttons->hide();
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->addWidget(m_notice);

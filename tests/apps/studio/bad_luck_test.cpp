@@ -159,7 +159,7 @@ TEST_F(BadLuck, AWindowOfAScreenThatIsGoneOpensOnOneThatIsThere) {
 TEST_F(BadLuck, NumberFieldsTakeAnyText) {
     OpenSmall();
     for (const TRollout& rollout : DravinRollouts())
-        window->Panel().OpenRollout(rollout.block, true);
+        window->Panel().OpenRollout(*rollout.table, true);
     Rest();
     std::string before = Saved("a.json");
     size_t numTried = 0;

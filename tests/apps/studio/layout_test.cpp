@@ -33,10 +33,10 @@ struct LayoutTest : StudioWindow {
     void CheckRollouts(bool isTranslated) {
         for (const TRollout& rollout : DravinRollouts()) {
             for (const TRollout& other : DravinRollouts())
-                window->Panel().OpenRollout(other.block, &other == &rollout);
+                window->Panel().OpenRollout(*other.table, &other == &rollout);
             Rest();
             if (isTranslated) PretendTranslation(window->Panel());
-            Check(window->Panel(), rollout.Title().c_str());
+            Check(window->Panel(), rollout.title.c_str());
         }
     }
     void CheckWindowsAround(bool isTranslated) {

@@ -164,9 +164,10 @@ TEST_F(Transforms, F12MovesToAPlaceAndByAnOffset) {
     OpenStones();
     std::string before = Saved("a.json");
     Select({"left"});
+    Settle();
     View().setFocus();
     hand::Key(&View(), Qt::Key_F12);
-    ASSERT_TRUE(Dialog("typed_transform"));
+    ASSERT_TRUE(hand::Wait([this] { return Dialog("typed_transform"); }));
     Settle();
     EXPECT_EQ(Shown("absolute_x"), "-5");
     size_t steps = NumSteps();
