@@ -26,8 +26,9 @@ bool Matches(TParamKey key, const QStringList& words) {
 class RolloutWidget : public QWidget {
 public:
     // name: of the settings that keep whether it is open.
-    RolloutWidget(const PanelScope& scope, TRollout rollout, std::string name)
-        : m_scope(scope), m_rollout(std::move(rollout)), m_name(std::move(name)) {
+    // parent: without one it would be a window for a moment.
+    RolloutWidget(const PanelScope& scope, TRollout rollout, std::string name, QWidget* parent)
+        : QWidget(parent), m_scope(scope), m_rollout(std::move(rollout)), m_name(std::move(name)) {
         m_title = new QToolButton;
         m_title->setObjectName("rollout");
         m_title->setText(Text(m_rollout.title));
@@ -171,7 +172,7 @@ RolloutStack::RolloutStack(std::vector<RolloutSection> sections, QWidget* parent
         for (TRollout& rollout : section.rollouts) {
             std::string name = section.name + " " + rollout.title;
             made.rollouts.push_back(
-                new RolloutWidget(section.scope, std::move(rollout), std::move(name)));
+                new RolloutWidget(section.scope, std::move(rollout), std::move(name), this));
             rows->addWidget(made.rollouts.back());
         }
     }
