@@ -115,8 +115,8 @@ TRollout General() {
                             {{"Load...", "preset.load"},
                              {"Save...", "preset.save"},
                              {"Delete...", "preset.delete"},
-                             {"Export...", "preset.export", "", false, false},
-                             {"Import...", "preset.import", "", false, false}}}});
+                             {"Export", "preset.export", "", false, false},
+                             {"Import", "preset.import", "", false, false}}}});
 }
 
 TRollout Geometry() {

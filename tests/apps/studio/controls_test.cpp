@@ -179,11 +179,17 @@ TEST_F(StudioControls, AMapAndACameraAreChosenByName) {
 }
 
 TEST_F(StudioControls, AListOfNodesGrowsAndShrinks) {
-    auto buttons = Control(surfaceParams::kSurflist)->findChildren<QAbstractButton*>();
-    ChooseFromMenu("stone");
-    QTest::mouseClick(buttons[0], Qt::LeftButton);
+    auto press = [this](const char* name) {
+        auto* button = Control(surfaceParams::kSurflist)->findChild<QAbstractButton*>(name);
+        ASSERT_TRUE(button) << name;
+        QTest::mouseClick(button, Qt::LeftButton);
+        QTest::qWait(10);
+        Rest();
+    };
+    asked->selections = {{"ground", "stone"}};
+    press("surflist_by_name");
     EXPECT_EQ(Read(surfaceParams::kSurflist).names, (std::vector<std::string>{"ground", "stone"}));
-    QTest::mouseClick(buttons[2], Qt::LeftButton);
+    press("surflist_clear");
     EXPECT_TRUE(Read(surfaceParams::kSurflist).names.empty());
     Session().Undo();
     EXPECT_EQ(Read(surfaceParams::kSurflist).names.size(), 2u);
