@@ -110,3 +110,16 @@ TEST_F(CommandTable, InstancesAreDeletedAfterAQuestion) {
 }
 
 }  // namespace
+
+TEST_F(CommandTable, AddedObjectsKeepTheMaterialThatTheyHave) {
+    auto bark = std::make_shared<StandardMtl>();
+    box->SetMtl(bark);
+    IParamBlock2& rows = object->Block(kGeomParams);
+    ASSERT_TRUE(Run("geometry.add", {{"node", "box"}}));
+    EXPECT_EQ(rows.GetMtl(geomParams::kMatlist, 0, rows.Count(geomParams::kMatlist) - 1),
+              bark.get());
+    DravinGlobals().options.copyMaterialFromObjects = 0;
+    ASSERT_TRUE(Run("geometry.add", {{"node", "box"}}));
+    EXPECT_EQ(rows.GetMtl(geomParams::kMatlist, 0, rows.Count(geomParams::kMatlist) - 1), nullptr);
+    DravinGlobals().options.copyMaterialFromObjects = 1;
+}
