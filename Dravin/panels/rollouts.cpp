@@ -68,16 +68,21 @@ const TPanelList& AreaList() {
              {kArobscalelist, "Object scale %", {}},
              {kArzoffset, "Z offset", {}},
              {kArnodelist, "Object", {}}},
-            {{"Spline...", "area.add kind=spline"},
-             {"Object...", "area.add kind=object"},
-             {"Add Paint", "area.add kind=paint", "", false, false},
-             {"By Name", "area.add_by_name", "", false, false},
-             {"Geometry", "area.geometry", "row", false, false},
+            {{"Spline...", "area.add kind=spline", "", false, true, "Adds a new Spline Area"},
+             {"Object...", "area.add kind=object", "", false, true,
+              "Adds a new Object Area (exclude only)"},
+             {"Add Paint", "area.add kind=paint", "", false, false, "Adds a new Paint Area"},
+             {"By Name", "area.add_by_name", "", false, false,
+              "Adds multiple Spline/Object Areas by name"},
+             {"Geometry", "area.geometry", "row", false, false,
+              "Selects the subset of plants used on this area"},
              {"Paint", "area.brush mode=paint", "row"},
              {"Erase", "area.brush mode=erase", "row"}}};
         for (TPanelButton& button : RowButtons("area")) l.buttons.push_back(std::move(button));
-        l.buttons.push_back({"Up", "area.up", "row"});
-        l.buttons.push_back({"Down", "area.down", "row"});
+        l.buttons.push_back({"Up", "area.up", "row", false, true,
+                             "Move Up (excluding areas affect only the areas below it)"});
+        l.buttons.push_back({"Down", "area.down", "row", false, true,
+                             "Move Down (excluding areas affect only the areas below it)"});
         l.buttons.push_back({"To Paint", "area.to_paint", "row"});
         l.buttons.push_back({"To Spline", "area.to_spline", "row"});
         return l;

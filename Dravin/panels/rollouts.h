@@ -52,6 +52,7 @@ struct TPanelButton {
     std::string rowArgument = {};  // of the command that takes the selected row; empty: none
     bool isRowList = false;        // that argument takes a list of rows
     bool asks = true;              // false: what is not given keeps its default
+    std::string tip = {};          // empty: what the command does
 };
 
 struct TPanelList {

@@ -268,8 +268,9 @@ QWidget* MakeButtonRow(const PanelScope& scope, const std::vector<TPanelButton>&
         }
         push->setObjectName(Text(button.command));
         std::string name = button.command.substr(0, button.command.find(' '));
-        push->setToolTip(Text(scope.session.Commands().Find(name)->meaning) +
-                         "\nIn scripts: " + Text(button.command));
+        push->setToolTip(
+            Text(button.tip.empty() ? scope.session.Commands().Find(name)->meaning : button.tip) +
+            "\nIn scripts: " + Text(button.command));
         QObject::connect(push, &QPushButton::clicked, push,
                          [=] { Press(scope, button, rows ? rows() : std::vector<int>(), widget); });
     }

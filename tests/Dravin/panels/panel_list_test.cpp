@@ -66,3 +66,17 @@ TEST(PanelList, AreasAndEffectsHaveColumns) {
     EXPECT_EQ(ListNamed("area").columns[0].title, "On");
     EXPECT_EQ(ListNamed("effect").columns[1].title, "Name");
 }
+
+TEST(PanelList, ButtonsOfAreasSayWhatTheyDo) {
+    auto tip = [](const std::string& label) {
+        for (const TPanelButton& button : ListNamed("area").buttons)
+            if (button.label == label) return button.tip;
+        return std::string("no such button");
+    };
+    EXPECT_EQ(tip("Spline..."), "Adds a new Spline Area");
+    EXPECT_EQ(tip("Object..."), "Adds a new Object Area (exclude only)");
+    EXPECT_EQ(tip("Add Paint"), "Adds a new Paint Area");
+    EXPECT_EQ(tip("Up"), "Move Up (excluding areas affect only the areas below it)");
+    EXPECT_EQ(tip("Down"), "Move Down (excluding areas affect only the areas below it)");
+    EXPECT_EQ(tip("By Name"), "Adds multiple Spline/Object Areas by name");
+}

@@ -51,13 +51,7 @@ TEST_F(StudioControls, ANumberIsTyped) {
 TEST_F(StudioControls, ADragOfFiftyMovesIsOneStepAndUndoneExactly) {
     std::string before = Saved("before.json");
     auto* field = dynamic_cast<NumberField*>(Control(distParams::kUnitsX)->Editor());
-    QPointF arrows(field->width() - 5.0, 6);
-    hand::Press(field, arrows);
-    for (int i = 1; i <= 50; ++i) {
-        hand::Move(field, arrows - QPointF(0, 2 * i));
-        QCoreApplication::processEvents();
-    }
-    hand::Release(field, arrows - QPointF(0, 100));
+    hand::DragArrows(field, 50);
     Rest();
     EXPECT_NE(Read(distParams::kUnitsX).number, 20);
     EXPECT_EQ(NumSteps(), 1u);

@@ -30,6 +30,16 @@ inline void Release(QWidget* widget, QPointF at, Qt::MouseButton button = Qt::Le
                     Qt::KeyboardModifiers modifiers = {}) {
     Mouse(widget, QEvent::MouseButtonRelease, at, button, modifiers);
 }
+// Drags the arrows of a number field up, two pixels a move.
+inline void DragArrows(QWidget* field, int moves) {
+    QPointF arrows(field->width() - 5.0, 6);
+    Press(field, arrows);
+    for (int i = 1; i <= moves; ++i) {
+        Move(field, arrows - QPointF(0, 2 * i));
+        QCoreApplication::processEvents();
+    }
+    Release(field, arrows - QPointF(0, 2 * moves));
+}
 inline bool Wheel(QWidget* widget, int steps, Qt::KeyboardModifiers modifiers = {}) {
     QPointF at = widget->rect().center();
     QWheelEvent event(at, widget->mapToGlobal(at), {}, {0, steps * 120}, Qt::NoButton, modifiers,

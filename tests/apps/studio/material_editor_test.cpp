@@ -132,13 +132,7 @@ TEST_F(MaterialWindow, ANumberOfAMaterialIsTypedDraggedAndUndone) {
     hand::Key(field, Qt::Key_Return);
     EXPECT_EQ(Look<StandardMtl>("moss")->opacity, 0.25f);
     EXPECT_EQ(NumSteps(), 1u);
-    QPointF arrows(field->width() - 5.0, 6);
-    hand::Press(field, arrows);
-    for (int i = 1; i <= 20; ++i) {
-        hand::Move(field, arrows - QPointF(0, 2 * i));
-        QCoreApplication::processEvents();
-    }
-    hand::Release(field, arrows - QPointF(0, 40));
+    hand::DragArrows(field, 20);
     Rest();
     EXPECT_GT(Look<StandardMtl>("moss")->opacity, 0.25f);
     EXPECT_EQ(NumSteps(), 2u);

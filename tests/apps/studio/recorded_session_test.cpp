@@ -84,13 +84,7 @@ struct RecordedSession : ItemTools {
     }
     void DragASpinner() {
         auto* field = dynamic_cast<NumberField*>(Control(distParams::kPixelsX)->Editor());
-        QPointF arrows(field->width() - 5.0, 6);
-        hand::Press(field, arrows);
-        for (int i = 1; i <= 50; ++i) {
-            hand::Move(field, arrows - QPointF(0, 2 * i));
-            QCoreApplication::processEvents();
-        }
-        hand::Release(field, arrows - QPointF(0, 100));
+        hand::DragArrows(field, 50);
         Rest();
     }
     void PinItems() {
